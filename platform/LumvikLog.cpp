@@ -1,0 +1,106 @@
+#include "platform/LumvikLog.h"
+
+#include "platform/AddressRedaction.h"
+#include "platform/LogSinks.h"
+
+#include <QDateTime>
+
+#include <mutex>
+
+namespace lumvik {
+
+namespace {
+
+/// Everything the log shares between threads. Never destroyed: threads of libraries may log until the
+/// very end of the process.
+struct SharedLog {
+    std::mutex mutex;
+    std::unique_ptr<LogSink> sink;
+    AddressRedaction redaction;
+};
+
+SharedLog &sharedLog() {
+    static auto *log = new SharedLog;
+    return *log;
+}
+
+void qtMessage(QtMsgType type, const QMessageLogContext &, const QString &text) {
+    switch (type) {
+    case QtDebugMsg:
+        LumvikLog::lifecycle().debug(text);
+        return;
+    case QtInfoMsg:
+        LumvikLog::lifecycle().info(text);
+        return;
+    case QtWarningMsg:
+        LumvikLog::lifecycle().log(text);
+        return;
+    case QtCriticalMsg:
+    case QtFatalMsg: // Qt ends the process itself after a fatal message.
+        LumvikLog::lifecycle().error(text);
+        return;
+    }
+}
+
+} // namespace
+
+void LogChannel::log(LogLevel level, const QString &text) const {
+    SharedLog &log = sharedLog();
+    const std::scoped_lock lock(log.mutex);
+    if (!log.sink)
+        log.sink = makeDefaultLogSink();
+    log.sink->write({level, m_category, log.redaction.redact(text),
+                     QDateTime::currentMSecsSinceEpoch()});
+}
+
+namespace LumvikLog {
+
+const LogChannel &lifecycle() {
+    static constexpr LogChannel channel("lifecycle");
+    return channel;
+}
+
+const LogChannel &configuration() {
+    static constexpr LogChannel channel("configuration");
+    return channel;
+}
+
+const LogChannel &network() {
+    static constexpr LogChannel channel("network");
+    return channel;
+}
+
+const LogChannel &playback() {
+    static constexpr LogChannel channel("playback");
+    return channel;
+}
+
+const LogChannel &updates() {
+    static constexpr LogChannel channel("updates");
+    return channel;
+}
+
+std::unique_ptr<LogSink> setSink(std::unique_ptr<LogSink> sink) {
+    SharedLog &log = sharedLog();
+    const std::scoped_lock lock(log.mutex);
+    std::swap(log.sink, sink);
+    return sink;
+}
+
+void protectAddresses(const QStringList &addresses) {
+    SharedLog &log = sharedLog();
+    const std::scoped_lock lock(log.mutex);
+    log.redaction.protect(addresses);
+}
+
+QString redacted(const QString &text) {
+    SharedLog &log = sharedLog();
+    const std::scoped_lock lock(log.mutex);
+    return log.redaction.redact(text);
+}
+
+void installQtMessageHandler() { qInstallMessageHandler(qtMessage); }
+
+} // namespace LumvikLog
+
+} // namespace lumvik
