@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+
+namespace lumvik::test {
+
+/// A TCP port of the loopback interface behind which no camera is, held for the object's lifetime
+/// so that no other program gets it.
+class DeafPort {
+  public:
+    enum class Behaviour {
+        /// Connections are refused.
+        refusing,
+        /// Connections are accepted, and nothing ever comes back.
+        silent,
+    };
+
+    explicit DeafPort(Behaviour behaviour);
+    DeafPort(const DeafPort &) = delete;
+    DeafPort &operator=(const DeafPort &) = delete;
+    ~DeafPort();
+
+    /// An address that a camera at this port would have.
+    [[nodiscard]] QString url() const;
+
+  private:
+    int m_socket = -1;
+    int m_port = 0;
+};
+
+} // namespace lumvik::test

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "ChildProcess.h"
+#include "XConnection.h"
+
+#include <QRect>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <optional>
+
+namespace lumvik::test {
+
+class TestDesktop;
+
+/// A program with windows on a desktop. Its windows are told by the process id that they name
+/// (_NET_WM_PID). Main thread only; must not outlive its desktop.
+class DesktopProgram {
+  public:
+    DesktopProgram(const TestDesktop &desktop, const QString &name,
+                   const QProcessEnvironment &environment);
+
+    [[nodiscard]] ChildProcess &process() { return m_process; }
+    [[nodiscard]] const ChildProcess &process() const { return m_process; }
+
+    /// Waits until the program's main window is on the screen: a window that the window manager may
+    /// manage, with this title, that belongs to no other window.
+    [[nodiscard]] testing::AssertionResult waitForWindow(const QString &title,
+                                                         std::chrono::milliseconds deadline);
+
+    /// The window that `waitForWindow` found.
+    [[nodiscard]] xcb_window_t window() const { return m_window; }
+
+    /// All windows of the program that are on the screen now and show themselves as such: those
+    /// with a title, and menus.
+    [[nodiscard]] QList<xcb_window_t> windowsOnScreen() const;
+    /// Those of them that keep the window manager out: menus and tool tips.
+    [[nodiscard]] QList<xcb_window_t> popUps() const;
+
+    /// Where the inside of the main window is; an empty rectangle when it has gone.
+    [[nodiscard]] QRect geometry() const;
+    /// Whether the window manager keeps the main window above others.
+    [[nodiscard]] bool isAbove() const;
+    /// Whether the keyboard goes to the main window.
+    [[nodiscard]] bool hasFocus() const;
+    [[nodiscard]] SizeHints normalHints() const;
+
+  private:
+    [[nodiscard]] std::optional<xcb_window_t> findMainWindow(const QString &title) const;
+
+    const TestDesktop &m_desktop;
+    ChildProcess m_process;
+    xcb_window_t m_window = XCB_WINDOW_NONE;
+};
+
+} // namespace lumvik::test

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QColor>
+#include <QImage>
+#include <QRect>
+
+namespace lumvik::test {
+
+/// The mean colour inside `area`, which must touch the picture; parts outside it do not count.
+[[nodiscard]] QColor meanColour(const QImage &picture, QRect area);
+
+/// The largest difference between two colours in any of red, green and blue, 0 to 255.
+[[nodiscard]] int colourDistance(const QColor &one, const QColor &other);
+
+/// The share, 0 to 1, of pixels that differ by more than coding noise would explain (24 in any of
+/// red, green and blue). Pictures of different sizes differ everywhere.
+[[nodiscard]] double shareOfDifferentPixels(const QImage &one, const QImage &other);
+
+/// The share, 0 to 1, of pixels inside `area` that are at least `level` (0 to 255) bright.
+[[nodiscard]] double shareOfLightPixels(const QImage &picture, QRect area, int level);
+
+/// Whether no pixel inside `area` is brighter than `level` (0 to 255).
+[[nodiscard]] bool isDark(const QImage &picture, QRect area, int level);
+
+} // namespace lumvik::test

@@ -1,0 +1,213 @@
+#include "TestDesktop.h"
+
+#include "ChildProcess.h"
+#include "Eventually.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace lumvik::test {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto startDeadline = 30s;
+
+/// Clicking focuses and raises a window; new windows get the focus; nothing else is bound, so that
+/// every key and button reaches the program under test.
+constexpr const char *openboxConfiguration = R"(<?xml version="1.0" encoding="UTF-8"?>
+<openbox_config xmlns="http://openbox.org/3.4/rc">
+  <focus><focusNew>yes</focusNew><followMouse>no</followMouse><focusLast>yes</focusLast></focus>
+  <placement><policy>Smart</policy><center>yes</center></placement>
+  <resistance><strength>0</strength><screen_edge_strength>0</screen_edge_strength></resistance>
+  <theme><name>Clearlooks</name><animateIconify>no</animateIconify></theme>
+  <desktops><number>1</number><popupTime>0</popupTime></desktops>
+  <resize><drawContents>yes</drawContents><popupShow>Never</popupShow></resize>
+  <keyboard/>
+  <mouse>
+    <context name="Client">
+      <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
+    </context>
+  </mouse>
+</openbox_config>
+)";
+
+QString lastLines(const ChildProcess &process) {
+    return process.standardError().mid(qMax(0, process.standardError().size() - 10)).join(u'\n');
+}
+
+/// The test's own surroundings without anything that belongs to a session or steers Qt.
+QProcessEnvironment neutralEnvironment() {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    static const QStringList sessionPrefixes = {QStringLiteral("QT_"),     QStringLiteral("XDG_"),
+                                                QStringLiteral("DBUS_"),   QStringLiteral("LC_"),
+                                                QStringLiteral("LUMVIK_"), QStringLiteral("GTK_"),
+                                                QStringLiteral("GDK_"),    QStringLiteral("QSG_")};
+    static const QStringList sessionVariables = {
+        QStringLiteral("DISPLAY"),         QStringLiteral("WAYLAND_DISPLAY"),
+        QStringLiteral("XAUTHORITY"),      QStringLiteral("LANG"),
+        QStringLiteral("LANGUAGE"),        QStringLiteral("DESKTOP_SESSION"),
+        QStringLiteral("SESSION_MANAGER"), QStringLiteral("DESKTOP_STARTUP_ID")};
+    for (const QString &variable : environment.keys()) {
+        bool belongsToSession = sessionVariables.contains(variable);
+        for (const QString &prefix : sessionPrefixes)
+            belongsToSession = belongsToSession || variable.startsWith(prefix);
+        if (belongsToSession)
+            environment.remove(variable);
+    }
+    return environment;
+}
+
+} // namespace
+
+TestDesktop::TestDesktop(WindowManager windowManager, QSize size)
+    : m_kind(windowManager)
+    , m_size(size) {}
+
+TestDesktop::~TestDesktop() {
+    m_windowManager.reset();
+    m_bus.reset();
+    m_connection.reset();
+    m_screen.reset();
+}
+
+QString TestDesktop::display() const {
+    return m_display;
+}
+
+QSize TestDesktop::size() const {
+    return m_size;
+}
+
+QRect TestDesktop::area() const {
+    return {QPoint(0, 0), m_size};
+}
+
+XConnection &TestDesktop::x() const {
+    return *m_connection;
+}
+
+QProcessEnvironment TestDesktop::environment() const {
+    QProcessEnvironment environment = neutralEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), m_display);
+    environment.insert(QStringLiteral("LIBGL_ALWAYS_SOFTWARE"), QStringLiteral("1"));
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    return environment;
+}
+
+testing::AssertionResult TestDesktop::start() {
+    if (!m_folder.isValid())
+        return testing::AssertionFailure() << "no temporary folder can be made";
+    if (const auto result = startScreen(); !result)
+        return result;
+    return startWindowManager();
+}
+
+testing::AssertionResult TestDesktop::restartWindowManager() {
+    m_windowManager.reset();
+    return startWindowManager();
+}
+
+testing::AssertionResult TestDesktop::startScreen() {
+    m_screen =
+        std::make_unique<ChildProcess>(QStringLiteral("the virtual screen"), neutralEnvironment());
+    // The screen writes its display number to its standard output once it serves. Without -noreset
+    // it would start afresh, forgetting every property, whenever its last client has gone.
+    const QString geometry = QStringLiteral("%1x%2x24").arg(m_size.width()).arg(m_size.height());
+    const auto started = m_screen->start(
+        QStringLiteral("Xvfb"),
+        {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+         QStringLiteral("0"), geometry, QStringLiteral("-dpi"), QStringLiteral("96"),
+         QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset")});
+    if (!started)
+        return started;
+    const bool serves = eventually(startDeadline, [this] {
+        return !m_screen->standardOutput().isEmpty() || !m_screen->isRunning();
+    });
+    if (!serves || m_screen->standardOutput().isEmpty()) {
+        return testing::AssertionFailure()
+               << "the virtual screen " << m_screen->stateDescription().toStdString()
+               << " and named no display: " << lastLines(*m_screen).toStdString();
+    }
+    m_display = u':' + m_screen->standardOutput().first().trimmed();
+    m_connection = XConnection::open(m_display);
+    if (!m_connection)
+        return testing::AssertionFailure() << "no connection to " << m_display.toStdString();
+    return testing::AssertionSuccess();
+}
+
+testing::AssertionResult TestDesktop::startWindowManager() {
+    if (m_kind == WindowManager::none)
+        return testing::AssertionSuccess();
+    const auto started = m_kind == WindowManager::openbox ? startOpenbox() : startXfwm4();
+    if (!started)
+        return started;
+    const bool settled = eventually(
+        startDeadline, [this] { return windowManagerIsReady() || !m_windowManager->isRunning(); });
+    if (settled && m_windowManager->isRunning())
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "the window manager " << m_windowManager->stateDescription().toStdString()
+           << " and is not ready: " << lastLines(*m_windowManager).toStdString();
+}
+
+QProcessEnvironment TestDesktop::windowManagerEnvironment() const {
+    QProcessEnvironment environment = TestDesktop::environment();
+    const QString home = m_folder.filePath(QStringLiteral("home"));
+    QDir().mkpath(home);
+    environment.insert(QStringLiteral("HOME"), home);
+    if (!m_busAddress.isEmpty())
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_busAddress);
+    return environment;
+}
+
+testing::AssertionResult TestDesktop::startOpenbox() {
+    const QString path = m_folder.filePath(QStringLiteral("openbox.xml"));
+    QFile file(path);
+    if (!file.open(QFile::WriteOnly) || file.write(openboxConfiguration) < 0)
+        return testing::AssertionFailure() << "cannot write " << path.toStdString();
+    file.close();
+    m_windowManager =
+        std::make_unique<ChildProcess>(QStringLiteral("openbox"), windowManagerEnvironment());
+    return m_windowManager->start(
+        QStringLiteral("openbox"),
+        {QStringLiteral("--sm-disable"), QStringLiteral("--config-file"), path});
+}
+
+testing::AssertionResult TestDesktop::startXfwm4() {
+    if (const auto result = startSessionBus(); !result)
+        return result;
+    m_windowManager =
+        std::make_unique<ChildProcess>(QStringLiteral("xfwm4"), windowManagerEnvironment());
+    return m_windowManager->start(QStringLiteral("xfwm4"), {QStringLiteral("--compositor=off")});
+}
+
+testing::AssertionResult TestDesktop::startSessionBus() {
+    if (m_bus)
+        return testing::AssertionSuccess();
+    m_bus = std::make_unique<ChildProcess>(QStringLiteral("the session bus"),
+                                           windowManagerEnvironment());
+    const QString address = QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
+    const auto started = m_bus->start(
+        QStringLiteral("dbus-daemon"),
+        {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+         QStringLiteral("--print-address"), QStringLiteral("--address=") + address});
+    if (!started)
+        return started;
+    if (!eventually(startDeadline, [this] { return !m_bus->standardOutput().isEmpty(); }))
+        return testing::AssertionFailure() << "the session bus names no address";
+    m_busAddress = m_bus->standardOutput().first();
+    return testing::AssertionSuccess();
+}
+
+bool TestDesktop::windowManagerIsReady() const {
+    // The root names a window that must name itself, so that what a window manager left behind when
+    // it ended does not count.
+    const QList<quint32> named =
+        m_connection->numbers(m_connection->root(), "_NET_SUPPORTING_WM_CHECK");
+    return !named.isEmpty() &&
+           m_connection->numbers(named.first(), "_NET_SUPPORTING_WM_CHECK") == named;
+}
+
+} // namespace lumvik::test
