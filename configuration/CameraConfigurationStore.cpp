@@ -1,0 +1,170 @@
+#include "configuration/CameraConfigurationStore.h"
+
+#include "configuration/CameraConfiguration.h"
+#include "platform/LumvikLog.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+constexpr mode_t folderMode = 0700;
+constexpr mode_t fileMode = 0600;
+
+/// More than a million cameras. What is larger is not a list of ours, and reading it would only
+/// fill the memory.
+constexpr qint64 largestDocument = 64 * 1024 * 1024;
+
+QString absolutePathFromEnvironment(const char *name) {
+    const QString path = QFile::decodeName(qgetenv(name));
+    return QDir::isAbsolutePath(path) ? path : QString();
+}
+
+QString homeDirectory() {
+    const QString home = absolutePathFromEnvironment("HOME");
+    if (!home.isEmpty())
+        return home;
+    const passwd *entry = ::getpwuid(::geteuid());
+    const QString recorded = entry ? QFile::decodeName(entry->pw_dir) : QString();
+    return QDir::isAbsolutePath(recorded) ? recorded : QString();
+}
+
+/// The folder in which programs keep what they store for the user.
+QString userDataDirectory() {
+    // A relative path is to be ignored, as the XDG base directory rules say.
+    const QString chosen = absolutePathFromEnvironment("XDG_DATA_HOME");
+    if (!chosen.isEmpty())
+        return chosen;
+    const QString home = homeDirectory();
+    if (home.isEmpty())
+        qFatal("There is no home folder to keep the camera list in.");
+    return home + QStringLiteral("/.local/share");
+}
+
+struct StoredDocument {
+    QByteArray bytes;
+    CameraList cameras;
+};
+
+/// Reads and decodes one of the two files.
+tl::expected<StoredDocument, StoreError> readDocument(const FileManager &files,
+                                                      const QString &location) {
+    auto bytes = files.contents(location, largestDocument);
+    if (!bytes)
+        return tl::unexpected(StoreError(std::move(bytes.error())));
+    auto configuration = CameraConfiguration::decoded(*bytes);
+    if (!configuration)
+        return tl::unexpected(StoreError(configuration.error()));
+    return StoredDocument{std::move(*bytes), std::move(configuration->cameras)};
+}
+
+} // namespace
+
+CameraConfigurationStore::CameraConfigurationStore(
+    std::optional<QString> appSupportDirectoryOverride, const FileManager &fileManager)
+    : m_fileManager(fileManager)
+    , m_appSupportDirectoryOverride(std::move(appSupportDirectoryOverride)) {}
+
+CameraConfigurationStore &CameraConfigurationStore::shared() {
+    static CameraConfigurationStore store;
+    return store;
+}
+
+QString CameraConfigurationStore::appSupportDirectory() const {
+    if (m_appSupportDirectoryOverride)
+        return *m_appSupportDirectoryOverride;
+    return QDir::cleanPath(userDataDirectory() + QStringLiteral("/lumvik"));
+}
+
+QString CameraConfigurationStore::primaryLocation() const {
+    return appSupportDirectory() + QStringLiteral("/cameras.json");
+}
+
+QString CameraConfigurationStore::recoveryLocation() const {
+    return appSupportDirectory() + QStringLiteral("/cameras.last-good.json");
+}
+
+tl::expected<CameraList, StoreError> CameraConfigurationStore::load() const {
+    const LogChannel &log = LumvikLog::configuration();
+    if (!m_fileManager.fileExists(primaryLocation())) {
+        // The recovery copy is not asked: without a list this is a first run, not damage.
+        log.info(QStringLiteral("No camera configuration exists yet."));
+        return CameraList();
+    }
+    auto primary = readDocument(m_fileManager, primaryLocation());
+    if (primary && primary->cameras.isEmpty())
+        primary = tl::unexpected(StoreError(CameraConfigurationError::noCameras));
+    if (!primary)
+        return recovered(primary.error());
+    refreshRecoveryCopy();
+    log.info(QStringLiteral("Loaded %1 cameras.").arg(primary->cameras.size()));
+    return std::move(primary->cameras);
+}
+
+/// Reads the list once more, so that what becomes the last known good copy is what is on the disk
+/// now, byte for byte. A copy that cannot be made does not keep the user from the cameras.
+void CameraConfigurationStore::refreshRecoveryCopy() const {
+    const auto primary = readDocument(m_fileManager, primaryLocation());
+    if (primary && !primary->cameras.isEmpty())
+        static_cast<void>(writeProtected(primary->bytes, recoveryLocation()));
+}
+
+/// The recovery copy's list, in place of one that is unusable because of `problem`.
+tl::expected<CameraList, StoreError>
+CameraConfigurationStore::recovered(const StoreError &problem) const {
+    const LogChannel &log = LumvikLog::configuration();
+    log.error(
+        QStringLiteral("Primary camera configuration is invalid; attempting owner-only recovery."));
+    if (!m_fileManager.fileExists(recoveryLocation()))
+        return tl::unexpected(problem);
+    auto recovery = readDocument(m_fileManager, recoveryLocation());
+    if (!recovery)
+        return tl::unexpected(problem);
+    if (recovery->cameras.isEmpty())
+        return tl::unexpected(StoreError(CameraConfigurationError::noCameras));
+    log.log(QStringLiteral("Recovered %1 cameras from the last-known-good configuration.")
+                .arg(recovery->cameras.size()));
+    return std::move(recovery->cameras);
+}
+
+tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &cameras) const {
+    const LogChannel &log = LumvikLog::configuration();
+    if (auto made = m_fileManager.createDirectory(appSupportDirectory(), folderMode); !made)
+        return tl::unexpected(StoreError(std::move(made.error())));
+    const QByteArray document = CameraConfiguration{cameras}.encoded();
+    if (auto written = writeProtected(document, primaryLocation()); !written)
+        return written;
+    if (!writeProtected(document, recoveryLocation())) {
+        log.error(QStringLiteral(
+            "The camera list was saved, but its recovery copy could not be refreshed."));
+        return {};
+    }
+    log.info(QStringLiteral("Saved %1 cameras and refreshed the owner-only recovery copy.")
+                 .arg(cameras.size()));
+    return {};
+}
+
+tl::expected<void, StoreError>
+CameraConfigurationStore::exportCameras(const CameraList &cameras, const QString &location) const {
+    if (cameras.isEmpty())
+        return tl::unexpected(StoreError(CameraConfigurationError::noCameras));
+    return writeProtected(CameraConfiguration{cameras}.encoded(), location);
+}
+
+tl::expected<void, StoreError>
+CameraConfigurationStore::writeProtected(const QByteArray &data, const QString &location) const {
+    if (auto written = m_fileManager.writeAtomically(data, location); !written)
+        return tl::unexpected(StoreError(std::move(written.error())));
+    if (auto made = m_fileManager.setPermissions(location, fileMode); !made)
+        return tl::unexpected(StoreError(std::move(made.error())));
+    return {};
+}
+
+} // namespace lumvik

@@ -1,0 +1,132 @@
+#include "configuration/FileManager.h"
+
+#include "configuration/AtomicWrite.h"
+#include "configuration/FileDescriptor.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+namespace lumvik {
+
+namespace {
+
+using Operation = FileError::Operation;
+
+auto failure(Operation operation, const QString &path, int systemError) {
+    return tl::unexpected(FileError{operation, path, systemError});
+}
+
+/// 0 for a regular file, else the error that reading it is refused with.
+int refusalToRead(const struct stat &status) {
+    if (S_ISREG(status.st_mode))
+        return 0;
+    return S_ISDIR(status.st_mode) ? EISDIR : ENODEV;
+}
+
+/// Reads to the end of the file, or to one byte beyond `limit`. An errno value on failure.
+tl::expected<QByteArray, int> readUpTo(int descriptor, qint64 limit, qint64 expectedSize) {
+    // The size is only a hint: the file may be growing, and some file systems always say 0.
+    QByteArray bytes;
+    bytes.resize(std::min(expectedSize, limit) + 1);
+    qint64 used = 0;
+    while (used <= limit) {
+        if (used == bytes.size())
+            bytes.resize(std::min(bytes.size() * 2 + 4096, limit + 1));
+        const ssize_t got =
+            ::read(descriptor, bytes.data() + used, static_cast<std::size_t>(bytes.size() - used));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return tl::unexpected(errno);
+        if (got == 0)
+            break;
+        used += got;
+    }
+    bytes.truncate(used);
+    return bytes;
+}
+
+/// Makes one folder whose parent exists, unless it is there.
+int makeDirectory(const std::filesystem::path &path, mode_t mode) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0)
+        return S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
+    if (::mkdir(path.c_str(), mode) != 0) {
+        const int error = errno; // EEXIST when another instance was faster.
+        return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? 0 : error;
+    }
+    // The process's mask may have taken bits away that the owner needs.
+    if (::chmod(path.c_str(), mode) != 0)
+        return errno;
+    synchronizeFolder(path.parent_path());
+    return 0;
+}
+
+} // namespace
+
+const FileManager &FileManager::standard() {
+    static const FileManager manager;
+    return manager;
+}
+
+bool FileManager::fileExists(const QString &path) const {
+    struct stat status {};
+    if (::stat(QFile::encodeName(path).constData(), &status) == 0)
+        return true;
+    return errno != ENOENT && errno != ENOTDIR && errno != ELOOP;
+}
+
+tl::expected<QByteArray, FileError> FileManager::contents(const QString &path, qint64 limit) const {
+    const QByteArray nativePath = QFile::encodeName(path);
+    // Looked at before it is opened, because opening alone makes some devices act; and once more
+    // after, because somebody may have swapped it in between.
+    struct stat status {};
+    if (::stat(nativePath.constData(), &status) != 0)
+        return failure(Operation::read, path, errno);
+    if (const int refusal = refusalToRead(status))
+        return failure(Operation::read, path, refusal);
+    const FileDescriptor file(
+        ::open(nativePath.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
+        return failure(Operation::read, path, errno);
+    if (const int refusal = refusalToRead(status))
+        return failure(Operation::read, path, refusal);
+    if (status.st_size > limit)
+        return failure(Operation::read, path, EFBIG);
+    auto bytes = readUpTo(file.get(), limit, status.st_size);
+    if (!bytes)
+        return failure(Operation::read, path, bytes.error());
+    if (bytes->size() > limit)
+        return failure(Operation::read, path, EFBIG);
+    return std::move(*bytes);
+}
+
+tl::expected<void, FileError> FileManager::createDirectory(const QString &path, mode_t mode) const {
+    std::filesystem::path folder;
+    for (const auto &component : std::filesystem::path(QFile::encodeName(path).toStdString())) {
+        folder /= component;
+        if (const int error = makeDirectory(folder, mode))
+            return failure(Operation::createFolder, path, error);
+    }
+    return {};
+}
+
+tl::expected<void, FileError> FileManager::writeAtomically(const QByteArray &bytes,
+                                                           const QString &path) const {
+    if (const int error = writeFileAtomically(bytes, QFile::encodeName(path).toStdString()))
+        return failure(Operation::write, path, error);
+    return {};
+}
+
+tl::expected<void, FileError> FileManager::setPermissions(const QString &path, mode_t mode) const {
+    if (::chmod(QFile::encodeName(path).constData(), mode) != 0)
+        return failure(Operation::setPermissions, path, errno);
+    return {};
+}
+
+} // namespace lumvik
