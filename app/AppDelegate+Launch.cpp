@@ -1,0 +1,81 @@
+// The application's life cycle: launch, losing the focus, termination.
+
+#include "app/AppDelegate.h"
+
+#include "platform/LumvikLog.h"
+
+#include <QPointer>
+
+namespace lumvik {
+
+AppDelegate::AppDelegate(AppEnvironment withEnvironment)
+    : environment(std::move(withEnvironment)) {}
+
+AppDelegate::~AppDelegate() {
+    // Nothing may come back from the window while its owner goes away.
+    isClosingViewer = true;
+    stopPlayerEngine();
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    LumvikLog::lifecycle().log(QStringLiteral("Lumvik is launching."));
+    buildMainMenu();
+    loadCameras();
+    createWindow();
+    if (cameras.isEmpty())
+        return;
+    // Playback waits for the first complete drawing of the window: the render context needs the window's
+    // OpenGL context, and the user sees a window at once.
+    environment.mainQueue.async([self = QPointer(this)] {
+        if (!self || self->isClosingViewer)
+            return;
+        if (!self->window)
+            qFatal("Playback cannot start without a window.");
+        self->window->whenFirstDrawn([self] {
+            if (self && !self->isClosingViewer)
+                self->startPlayer();
+        });
+    });
+}
+
+void AppDelegate::buildMainMenu() {
+    MainMenuActions actions;
+    actions.terminate = [this] { environment.terminate(); };
+    actions.performClose = [this] { closeCameraViewer(); };
+    actions.toggleFullScreen = [this] {
+        if (window)
+            window->toggleFullScreen();
+    };
+    mainMenu = std::make_unique<MainMenu>(std::move(actions));
+}
+
+void AppDelegate::loadCameras() {
+    if (auto loaded = environment.store.load()) {
+        cameras = *std::move(loaded);
+    } else {
+        LumvikLog::configuration().error(
+            QStringLiteral("No usable camera configuration could be loaded."));
+        cameras.clear();
+    }
+    QStringList addresses;
+    for (const Camera &camera : std::as_const(cameras))
+        addresses.append(camera.url);
+    LumvikLog::protectAddresses(addresses);
+}
+
+void AppDelegate::applicationDidResignActive() {
+    if (isClosingViewer)
+        return;
+    pointerIsOverViewer = false;
+    cameraMenuIsOpen = false;
+    updateViewerControls(true);
+}
+
+void AppDelegate::applicationWillTerminate() {
+    LumvikLog::lifecycle().log(QStringLiteral("Lumvik is terminating."));
+    isClosingViewer = true;
+    stopPlayerEngine();
+    environment.userDefaults.synchronize();
+}
+
+} // namespace lumvik

@@ -1,0 +1,167 @@
+#pragma once
+
+#include "app/AppEnvironment.h"
+#include "app/MainMenu.h"
+#include "configuration/Camera.h"
+#include "engine/MPVEventLoop.h"
+#include "engine/MPVObserver.h"
+#include "engine/MPVOpenGLView.h"
+#include "engine/VideoSourceGeometry.h"
+#include "supervision/PlaybackSupervisorState.h"
+#include "viewer/CameraPicker.h"
+#include "viewer/DraggableContentView.h"
+#include "viewer/EmptyStateLabel.h"
+#include "viewer/MainMenuStrip.h"
+#include "viewer/ViewerButtons.h"
+#include "viewer/ViewerWindow.h"
+
+#include <QObject>
+#include <QVariantAnimation>
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+
+namespace lumvik {
+
+/// The application's controller: the one object that owns the viewer window, the player instance and the
+/// state of both, and that receives the application's life-cycle notifications.
+///
+/// Everything here is read and written on the main thread only; reports from other threads are posted to
+/// the main queue before they come here. Callbacks given to views and services hold the controller weakly.
+/// The implementation is split by topic; each group below names its file.
+class AppDelegate final : public QObject {
+    Q_OBJECT
+
+  public:
+    explicit AppDelegate(AppEnvironment environment);
+    ~AppDelegate() override;
+
+    // ---- Life cycle: app/AppDelegate+Launch.cpp ----
+
+    /// Builds the menu and the window and starts playback once the window has been drawn. Once.
+    void applicationDidFinishLaunching();
+    /// Hides the controls: the pointer no longer counts as over a viewer that is not in use.
+    void applicationDidResignActive();
+    /// Stops everything in order, deferred work before the player. Harmless when repeated.
+    void applicationWillTerminate();
+    /// Always true: closing the viewer quits the application.
+    [[nodiscard]] bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
+
+    // ---- Window: viewer/AppDelegate+Window.cpp ----
+
+    /// Builds the viewer window with its views and controls, restores its saved state and shows it. Once.
+    void createWindow();
+    /// Puts the viewer above other windows or among them, as the pin says, and remembers it.
+    void toggleStayOnTop();
+    /// Closes the viewer as if its window's close button had been pressed, which quits the application.
+    void closeCameraViewer();
+    void windowDidMove();
+    void windowDidResize();
+    void windowWillClose();
+    /// The window's graphics cannot be set up: says so and quits. `details` is for the log.
+    void graphicsFailed(const QString &details);
+
+    // ---- Controls: viewer/AppDelegate+Controls.cpp ----
+
+    /// Recomputes whether the controls are visible and fades them in or out, or switches at once.
+    void updateViewerControls(bool animated);
+    /// Chooses the arrangement for the content's width and puts every control in its place.
+    void updateViewerControlLayout();
+    /// Stacks the four controls above everything else in the window.
+    void keepViewerControlsInFront();
+    void viewerHoverChanged(bool isOver);
+    void menuWillOpen();
+    void menuDidClose();
+
+    // ---- Player instance: engine/AppDelegate+Player.cpp ----
+
+    /// Creates, configures and attaches a player instance and loads the selected camera. Does nothing
+    /// when there is an instance already or no camera. A failure is shown and leaves no instance.
+    void startPlayer();
+    /// Tears the player instance down; harmless without one. Blocks until the event pump has left.
+    void stopPlayerEngine();
+    /// Opens camera `index` in the live instance. Does nothing without one or for an index outside the
+    /// list.
+    void loadCamera(int index);
+    /// Sets a property of the live instance, whatever the result; does nothing without one.
+    void setMPVProperty(const char *name, const char *value);
+    /// Reads the video's shape from `handle`, records it, and gives it to the window.
+    void updateWindowAspectRatio(mpv_handle *handle);
+    /// Shows `message` in an alert, in a later turn.
+    void showPlaybackError(const QString &message);
+
+    // ---- Supervision: supervision/AppDelegate+Supervisor.cpp ----
+
+    /// An engine event of the player instance `generation`; those of earlier instances are ignored.
+    void handlePlaybackEngineEvent(const PlaybackEngineEvent &event, std::int64_t generation);
+    /// A frame of the player instance `generation` was shown.
+    void recordRenderedFrame(std::int64_t generation);
+    /// Switches to the camera at `index`, and remembers the choice. Ignores an index outside the list.
+    void selectCamera(int index);
+
+  private:
+    friend struct AppDelegateAccess; // how tests look at the state below
+
+    /// The graphics of the window went away, with the player's render context; or are there again.
+    void graphicsWereLost();
+    void graphicsAreBack();
+
+    void buildMainMenu();
+    void loadCameras();
+    void createViews();
+    void restoreWindowState();
+    void saveWindowFrame();
+    bool keyDown(QKeyEvent &event);
+    void fadeControls(bool animated);
+    void setControlsOpacity(qreal opacity);
+    void setControlsVisible(bool visible);
+    void configurePlayer(mpv_handle *handle);
+    [[nodiscard]] bool initializePlayer(mpv_handle *handle);
+    void attachPlayer(mpv_handle *handle);
+    void failPlayerStart(mpv_handle *handle, const QString &message);
+
+    AppEnvironment environment;
+    std::unique_ptr<MainMenu> mainMenu; // before the window, whose strip refers to it
+
+    // The viewer window and its views; the views belong to the window's content.
+    std::unique_ptr<ViewerWindow> window;
+    MPVOpenGLView *videoHost = nullptr;
+    CameraPicker *cameraPicker = nullptr;
+    EmptyStateLabel *emptyStateLabel = nullptr;
+    PinToggleButton *stayOnTopButton = nullptr;
+    FocusViewerButton *focusViewerButton = nullptr;
+    CloseViewerButton *closeViewerButton = nullptr;
+    MainMenuStrip *mainMenuStrip = nullptr;
+    DraggableContentView *interactionView = nullptr;
+
+    // The viewer's controls.
+    bool usesCompactViewerControls = false;
+    bool pointerIsOverViewer = false;
+    bool cameraMenuIsOpen = false;
+    bool mainMenuIsOpen = false;
+    bool viewerControlsAreVisible = false;
+    bool mainMenuStripFits = true; // whether the window has room for the strip
+    QVariantAnimation viewerControlFade; // runs over the controls' opacity
+
+    // Cameras and the player instance.
+    QList<Camera> cameras;
+    mpv_handle *mpv = nullptr; // owned: created by startPlayer, destroyed by stopPlayerEngine
+    std::unique_ptr<MPVEventLoop> mpvEventLoop;
+    std::unique_ptr<MPVObserver> mpvObserver;
+    std::int64_t playerGeneration = 0;
+    std::int64_t playbackSelectionGeneration = 0;
+    PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
+    std::optional<TimeStamp> lastFrameRenderedAt;
+    TimeStamp lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity();
+    std::optional<double> appliedVideoAspectRatio;
+
+    // The window's special states.
+    bool isTemporarilyMaximized = false;
+    bool isClosingViewer = false;
+    bool graphicsFailureIsShown = false;
+    std::optional<VideoSourceGeometry> sourceVideoGeometry;
+};
+
+} // namespace lumvik

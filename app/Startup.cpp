@@ -1,0 +1,78 @@
+#include "app/Startup.h"
+
+#include <QQuickWindow>
+#include <QSurfaceFormat>
+
+#ifdef LUMVIK_HAVE_XCB
+#include <xcb/xcb.h>
+#endif
+
+#include <algorithm>
+#include <array>
+
+namespace lumvik {
+
+namespace {
+
+void setDefault(const char *name, const char *value) {
+    if (!qEnvironmentVariableIsSet(name))
+        qputenv(name, value);
+}
+
+bool canReachX11() {
+#ifdef LUMVIK_HAVE_XCB
+    xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
+    const bool reached = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return reached;
+#else
+    return qEnvironmentVariableIsSet("DISPLAY");
+#endif
+}
+
+} // namespace
+
+void prepareToolkit() {
+    // X11 first, through XWayland too: no client may place itself or stay above under Wayland.
+    setDefault("QT_QPA_PLATFORM", "xcb;wayland");
+    // EGL, because decoded surfaces can be shared with it and not with GLX.
+    setDefault("QT_XCB_GL_INTEGRATION", "xcb_egl");
+    // The basic loop renders on the main thread, where the engine's render context lives.
+    qputenv("QSG_RENDER_LOOP", "basic");
+    // A frame that is announced is drawn in the next turn, not 5 ms later.
+    setDefault("QT_QPA_UPDATE_IDLE_TIME", "0");
+
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
+    QSurfaceFormat format = QSurfaceFormat::defaultFormat();
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    format.setVersion(3, 2);
+    format.setProfile(QSurfaceFormat::CoreProfile);
+    format.setSwapBehavior(QSurfaceFormat::DoubleBuffer);
+    format.setRedBufferSize(8);
+    format.setGreenBufferSize(8);
+    format.setBlueBufferSize(8);
+    QSurfaceFormat::setDefaultFormat(format);
+}
+
+std::optional<std::string> missingDisplay() {
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    if (platform != "xcb;wayland")
+        return std::nullopt; // the user's own choice, or one that needs no display
+    const bool hasWayland = qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    if (hasWayland)
+        return std::nullopt;
+    if (!qEnvironmentVariableIsSet("DISPLAY"))
+        return "Lumvik needs a graphical session: neither DISPLAY nor WAYLAND_DISPLAY is set.";
+    if (!canReachX11())
+        return "Lumvik cannot reach the display " + qEnvironmentVariable("DISPLAY").toStdString() +
+               ".";
+    return std::nullopt;
+}
+
+std::string engineLogLevel() {
+    constexpr std::array known{"no", "fatal", "error", "warn", "info", "v", "debug", "trace"};
+    const std::string asked = qEnvironmentVariable("LUMVIK_ENGINE_LOG").toStdString();
+    return std::find(known.begin(), known.end(), asked) != known.end() ? asked : "warn";
+}
+
+} // namespace lumvik

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace lumvik {
+
+/// What has to be settled before the application object exists: the windowing system, the render loop and
+/// the kind of OpenGL. Sets environment variables of this process; the user's own choices win.
+void prepareToolkit();
+
+/// Why no window can be opened, as a message for the terminal; nothing when one can. The toolkit itself
+/// would end the process with a core dump.
+[[nodiscard]] std::optional<std::string> missingDisplay();
+
+/// The least important kind of engine message to log, by libmpv's names: LUMVIK_ENGINE_LOG from the
+/// environment when it is one of them, else "warn".
+[[nodiscard]] std::string engineLogLevel();
+
+} // namespace lumvik

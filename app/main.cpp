@@ -1,0 +1,46 @@
+#include "app/AppDelegate.h"
+#include "app/MessageBoxAlerts.h"
+#include "app/Startup.h"
+#include "platform/LumvikLog.h"
+#include "platform/TerminationSignals.h"
+
+#include <QApplication>
+
+#include <cstdio>
+
+using namespace lumvik;
+
+int main(int argc, char **argv) {
+    prepareToolkit();
+    if (const auto problem = missingDisplay()) {
+        std::fprintf(stderr, "%s\n", problem->c_str());
+        return 1;
+    }
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Lumvik"));
+    QApplication::setDesktopFileName(QLatin1String(LumvikLog::subsystem));
+    // Closing the viewer quits by the controller's own order; an alert that closes must not.
+    QApplication::setQuitOnLastWindowClosed(false);
+    LumvikLog::installQtMessageHandler();
+
+    QtMainQueue mainQueue;
+    UserDefaults userDefaults(UserDefaults::standardPath());
+    MessageBoxAlerts alerts([] { return QGuiApplication::allWindows().value(0); });
+    AppDelegate delegate({.mainQueue = mainQueue,
+                          .userDefaults = userDefaults,
+                          .store = CameraConfigurationStore::shared(),
+                          .alerts = alerts,
+                          .terminate = [] { QCoreApplication::quit(); },
+                          .engineLogLevel = engineLogLevel()});
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
+                     &AppDelegate::applicationWillTerminate);
+    QObject::connect(&application, &QGuiApplication::applicationStateChanged, &delegate,
+                     [&delegate](Qt::ApplicationState state) {
+                         if (state != Qt::ApplicationActive)
+                             delegate.applicationDidResignActive();
+                     });
+    const TerminationSignals signals([] { QCoreApplication::quit(); });
+
+    delegate.applicationDidFinishLaunching();
+    return QApplication::exec();
+}

@@ -1,0 +1,176 @@
+// The player instance: creation, configuration, loading, the video's shape, tear-down.
+
+#include "app/AppDelegate.h"
+
+#include "engine/PlayerOptions.h"
+#include "platform/LumvikLog.h"
+
+#include <QPointer>
+
+#include <array>
+#include <clocale>
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+std::optional<std::int64_t> integerProperty(mpv_handle *handle, const char *name) {
+    std::int64_t value = 0;
+    if (mpv_get_property(handle, name, MPV_FORMAT_INT64, &value) < 0)
+        return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+void AppDelegate::startPlayer() {
+    if (mpv != nullptr || cameras.isEmpty())
+        return;
+    const int selected = cameraPicker->indexOfSelectedItem();
+    playbackState = PlaybackSupervisorState::starting;
+    if (__builtin_add_overflow(playerGeneration, 1, &playerGeneration))
+        qFatal("The player generations are used up.");
+    LumvikLog::playback().log(
+        QStringLiteral("Starting video engine generation %1.").arg(playerGeneration));
+
+    // libmpv refuses to start in a locale with a decimal comma, and the toolkit sets the user's.
+    std::setlocale(LC_NUMERIC, "C");
+    mpv_handle *handle = mpv_create();
+    if (handle == nullptr) {
+        failPlayerStart(nullptr, QStringLiteral("Lumvik could not start its video engine."));
+        return;
+    }
+    configurePlayer(handle);
+    if (!initializePlayer(handle)) {
+        failPlayerStart(handle, QStringLiteral("Lumvik could not initialize its video engine."));
+        return;
+    }
+    if (videoHost == nullptr)
+        qFatal("A player cannot start without a view for its video.");
+    if (videoHost->configureWithMPV(handle) < 0) {
+        failPlayerStart(handle, QStringLiteral("Lumvik could not attach video to its window."));
+        return;
+    }
+    attachPlayer(handle);
+    loadCamera(selected);
+}
+
+void AppDelegate::configurePlayer(mpv_handle *handle) {
+    // Results are ignored on purpose: a libmpv that lacks an option plays without it.
+    for (const PlayerSetting &option : playerOptions)
+        mpv_set_option_string(handle, option.name, option.value);
+    // Before the initialisation, so that its messages are heard too.
+    mpvObserver = std::make_unique<MPVObserver>(
+        handle, environment.mainQueue, environment.engineLogLevel.c_str(),
+        [self = QPointer(this)] {
+            if (self && self->mpv != nullptr && !self->isClosingViewer)
+                self->updateWindowAspectRatio(self->mpv);
+        });
+}
+
+bool AppDelegate::initializePlayer(mpv_handle *handle) {
+    if (mpv_initialize(handle) < 0)
+        return false;
+    for (const PlayerSetting &property : livePlaybackProperties)
+        mpv_set_property_string(handle, property.name, property.value);
+    return true;
+}
+
+void AppDelegate::failPlayerStart(mpv_handle *handle, const QString &message) {
+    mpvObserver.reset();
+    if (handle != nullptr)
+        mpv_terminate_destroy(handle);
+    playbackState = PlaybackSupervisorState::stopped;
+    showPlaybackError(message);
+}
+
+void AppDelegate::attachPlayer(mpv_handle *handle) {
+    mpv = handle;
+    const auto self = QPointer(this);
+    mpvEventLoop = std::make_unique<MPVEventLoop>(
+        handle, playerGeneration, environment.mainQueue,
+        [self](const PlaybackEngineEvent &event, std::int64_t generation) {
+            if (self)
+                self->handlePlaybackEngineEvent(event, generation);
+        });
+    mpvEventLoop->start();
+    videoHost->setFrameRenderedHandler([self, generation = playerGeneration] {
+        if (self)
+            self->recordRenderedFrame(generation);
+    });
+}
+
+void AppDelegate::stopPlayerEngine() {
+    if (videoHost != nullptr)
+        videoHost->setFrameRenderedHandler(nullptr);
+    mpvEventLoop.reset(); // waits for its pump
+    mpvObserver.reset();
+    mpv_handle *handle = std::exchange(mpv, nullptr);
+    // The render context goes before the core that it draws for.
+    if (videoHost != nullptr)
+        videoHost->shutdownRenderContext();
+    if (handle != nullptr)
+        mpv_terminate_destroy(handle);
+    playbackState = PlaybackSupervisorState::stopped;
+}
+
+void AppDelegate::loadCamera(int index) {
+    if (index < 0 || index >= cameras.size() || mpv == nullptr)
+        return;
+    sourceVideoGeometry.reset();
+    lastCameraLoad = environment.mainQueue.now();
+    lastFrameRenderedAt.reset();
+    playbackState = PlaybackSupervisorState::starting;
+    appliedVideoAspectRatio.reset();
+    LumvikLog::playback().log(QStringLiteral("Loading camera index %1 for selection generation %2.")
+                                  .arg(index)
+                                  .arg(playbackSelectionGeneration));
+
+    const Camera &camera = cameras.at(index);
+    const QByteArray address = camera.url.toUtf8();
+    std::array<const char *, 4> command{"loadfile", address.constData(), "replace", nullptr};
+    const int result = mpv_command(mpv, command.data());
+    if (result >= 0)
+        return;
+    LumvikLog::playback().error(
+        QStringLiteral("mpv rejected the load command with error %1.").arg(result));
+    showPlaybackError(QStringLiteral("Could not open %1.").arg(camera.name));
+}
+
+void AppDelegate::setMPVProperty(const char *name, const char *value) {
+    if (mpv != nullptr)
+        mpv_set_property_string(mpv, name, value);
+}
+
+void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
+    const auto width = integerProperty(handle, "video-params/w");
+    const auto height = integerProperty(handle, "video-params/h");
+    const auto rotation = integerProperty(handle, "video-params/rotate");
+    const auto geometry = videoSourceGeometry(width.value_or(0), height.value_or(0),
+                                              rotation.value_or(0));
+    if (!geometry)
+        return;
+    sourceVideoGeometry = geometry;
+    const auto ratio = aspectRatioToApply(*geometry, appliedVideoAspectRatio);
+    if (!ratio)
+        return;
+    if (!window)
+        qFatal("There is no window to take the video's shape.");
+    window->setContentAspectRatio({static_cast<int>(geometry->displayedWidth()),
+                                   static_cast<int>(geometry->displayedHeight())});
+    appliedVideoAspectRatio = ratio;
+}
+
+void AppDelegate::showPlaybackError(const QString &message) {
+    environment.mainQueue.async([self = QPointer(this), message] {
+        if (self) {
+            self->environment.alerts.runModal({.style = Alert::Style::warning,
+                                               .messageText = QStringLiteral("Lumvik"),
+                                               .informativeText = message,
+                                               .buttons = {QStringLiteral("OK")}});
+        }
+    });
+}
+
+} // namespace lumvik

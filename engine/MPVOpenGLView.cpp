@@ -1,0 +1,234 @@
+#include "engine/MPVOpenGLView.h"
+
+#include <QGuiApplication>
+#include <QOpenGLContext>
+#include <QPointer>
+#include <QQuickOpenGLUtils>
+#include <QQuickWindow>
+#include <QThread>
+
+#include <dlfcn.h>
+
+#include <array>
+
+namespace lumvik {
+
+namespace {
+
+void assertMainThread(const char *failure) {
+    if (QThread::currentThread() != QCoreApplication::instance()->thread())
+        qFatal("%s", failure);
+}
+
+/// What the render context is created with. The display lets the engine hand decoded surfaces to
+/// OpenGL without a copy where the hardware and its driver can (VA-API on Intel and AMD).
+class CreationParameters {
+  public:
+    CreationParameters() {
+        add(MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_OPENGL));
+        add(MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &m_openGL);
+        if (const auto *x11 =
+                qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+            x11 != nullptr && x11->display() != nullptr)
+            add(MPV_RENDER_PARAM_X11_DISPLAY, x11->display());
+    }
+
+    mpv_render_param *data() { return m_parameters.data(); }
+
+  private:
+    void add(mpv_render_param_type type, void *value) { m_parameters.at(m_count++) = {type, value}; }
+
+    mpv_opengl_init_params m_openGL{&lumvik_get_proc_address, nullptr};
+    std::array<mpv_render_param, 4> m_parameters{}; // the last one stays zero, which ends the list
+    std::size_t m_count = 0;
+};
+
+} // namespace
+
+void *lumvik_get_proc_address(void *, const char *name) {
+    // The windowing system's own look-up first: OpenGL libraries need not be in the global scope, and
+    // extensions' functions need not be symbols at all.
+    if (QOpenGLContext *context = QOpenGLContext::currentContext()) {
+        if (const auto function = context->getProcAddress(name))
+            return reinterpret_cast<void *>(function);
+    }
+    return dlsym(RTLD_DEFAULT, name);
+}
+
+void lumvik_render_update(void *context) {
+    auto *view = static_cast<MPVOpenGLView *>(context);
+    view->m_mainQueue.async([view = QPointer(view)] {
+        if (view)
+            view->consumeRenderUpdates();
+    });
+}
+
+void MPVOpenGLView::RenderContextDeleter::operator()(mpv_render_context *context) const {
+    mpv_render_context_set_update_callback(context, nullptr, nullptr);
+    mpv_render_context_free(context);
+}
+
+MPVOpenGLView::MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent)
+    : QQuickItem(parent), m_mainQueue(mainQueue) {
+    if (window() != nullptr)
+        adoptWindow(window());
+}
+
+MPVOpenGLView::~MPVOpenGLView() { shutdownRenderContext(); }
+
+void MPVOpenGLView::itemChange(ItemChange change, const ItemChangeData &value) {
+    if (change == ItemSceneChange && value.window != nullptr)
+        adoptWindow(value.window);
+    QQuickItem::itemChange(change, value);
+}
+
+void MPVOpenGLView::adoptWindow(QQuickWindow *window) {
+    // Direct connections: these are emitted in the middle of rendering, on the main thread, with the
+    // window's context current.
+    constexpr auto direct = static_cast<Qt::ConnectionType>(Qt::DirectConnection |
+                                                            Qt::UniqueConnection);
+    connect(window, &QQuickWindow::beforeRenderPassRecording, this, &MPVOpenGLView::draw, direct);
+    connect(window, &QQuickWindow::frameSwapped, this, &MPVOpenGLView::reportShownFrame, direct);
+    connect(window, &QQuickWindow::sceneGraphInvalidated, this,
+            &MPVOpenGLView::graphicsWereInvalidated, direct);
+    connect(window, &QQuickWindow::sceneGraphInitialized, this,
+            &MPVOpenGLView::graphicsWereInitialized, direct);
+}
+
+bool MPVOpenGLView::makeContextCurrent() {
+    if (window() == nullptr)
+        return false;
+    auto *context = static_cast<QOpenGLContext *>(window()->rendererInterface()->getResource(
+        window(), QSGRendererInterface::OpenGLContextResource));
+    return context != nullptr && context->makeCurrent(window());
+}
+
+int MPVOpenGLView::configureWithMPV(mpv_handle *player) {
+    assertMainThread("The renderer must be created on the main thread.");
+    shutdownRenderContext();
+    // Without a current context libmpv finds no OpenGL functions and answers with an error itself.
+    const bool isCurrent = makeContextCurrent();
+    CreationParameters parameters;
+    mpv_render_context *context = nullptr;
+    const int result = mpv_render_context_create(&context, player, parameters.data());
+    if (isCurrent)
+        QQuickOpenGLUtils::resetOpenGLState();
+    if (result < 0)
+        return result;
+    m_renderContext.reset(context);
+    mpv_render_context_set_update_callback(context, &lumvik_render_update, this);
+    return result;
+}
+
+void MPVOpenGLView::shutdownRenderContext() {
+    assertMainThread("The renderer must be destroyed on the main thread.");
+    if (m_renderContext) {
+        const bool isCurrent = makeContextCurrent();
+        m_renderContext.reset();
+        if (isCurrent)
+            QQuickOpenGLUtils::resetOpenGLState();
+        if (window() != nullptr)
+            window()->update(); // the last picture must not stay on the screen as if it were live
+    }
+    m_hasPendingVideoFrame = false;
+    m_graphicsWereLost = false;
+}
+
+void MPVOpenGLView::setFrameRenderedHandler(std::function<void()> handler) {
+    m_frameRenderedHandler = std::move(handler);
+}
+
+void MPVOpenGLView::setGraphicsHandlers(std::function<void()> lost, std::function<void()> back) {
+    m_graphicsLost = std::move(lost);
+    m_graphicsBack = std::move(back);
+}
+
+QSize MPVOpenGLView::drawableSize() const {
+    const qreal scale = window() == nullptr ? 1.0 : window()->effectiveDevicePixelRatio();
+    return {static_cast<int>(width() * scale), static_cast<int>(height() * scale)};
+}
+
+void MPVOpenGLView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) {
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (window() != nullptr)
+        window()->update();
+}
+
+void MPVOpenGLView::consumeRenderUpdates() {
+    if (!m_renderContext)
+        return;
+    if ((mpv_render_context_update(m_renderContext.get()) & MPV_RENDER_UPDATE_FRAME) == 0)
+        return;
+    m_hasPendingVideoFrame = true;
+    if (window() != nullptr && window()->isExposed())
+        window()->update();
+    else
+        skipPendingFrame();
+}
+
+void MPVOpenGLView::skipPendingFrame() {
+    render(true);
+    reportShownFrame();
+}
+
+void MPVOpenGLView::render(bool skip) {
+    const QSize size = drawableSize();
+    mpv_opengl_fbo framebuffer{0, size.width(), size.height(), 0};
+    int flip = 1;
+    // By default the call would hold the main thread until the moment the frame is meant for, most of
+    // every frame's time. A live picture is to be shown at once, and the main thread has other work.
+    int block = 0;
+    int skipRendering = skip ? 1 : 0;
+    std::array parameters{
+        mpv_render_param{MPV_RENDER_PARAM_OPENGL_FBO, &framebuffer},
+        mpv_render_param{MPV_RENDER_PARAM_FLIP_Y, &flip},
+        mpv_render_param{MPV_RENDER_PARAM_BLOCK_FOR_TARGET_TIME, &block},
+        mpv_render_param{MPV_RENDER_PARAM_SKIP_RENDERING, &skipRendering},
+        mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
+    };
+    mpv_render_context_render(m_renderContext.get(), parameters.data());
+}
+
+void MPVOpenGLView::draw() {
+    // The pass has cleared the window to black already; without a context it stays so.
+    if (!m_renderContext)
+        return;
+    window()->beginExternalCommands();
+    // The scene graph leaves its own state behind; its depth test alone would swallow the picture.
+    QQuickOpenGLUtils::resetOpenGLState();
+    render(false);
+    window()->endExternalCommands();
+}
+
+void MPVOpenGLView::reportShownFrame() {
+    if (m_renderContext)
+        mpv_render_context_report_swap(m_renderContext.get());
+    if (!m_hasPendingVideoFrame)
+        return;
+    m_hasPendingVideoFrame = false;
+    if (m_frameRenderedHandler) {
+        // A copy: the handler may replace or clear itself while it runs.
+        const auto handler = m_frameRenderedHandler;
+        handler();
+    }
+}
+
+void MPVOpenGLView::graphicsWereInvalidated() {
+    if (!m_renderContext)
+        return;
+    m_renderContext.reset();
+    m_hasPendingVideoFrame = false;
+    m_graphicsWereLost = true;
+    if (m_graphicsLost)
+        m_mainQueue.async(m_graphicsLost);
+}
+
+void MPVOpenGLView::graphicsWereInitialized() {
+    if (!m_graphicsWereLost)
+        return;
+    m_graphicsWereLost = false;
+    if (m_graphicsBack)
+        m_mainQueue.async(m_graphicsBack);
+}
+
+} // namespace lumvik

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "platform/MainQueue.h"
+
+#include <QQuickItem>
+#include <QSize>
+
+#include <mpv/client.h>
+#include <mpv/render_gl.h>
+
+#include <functional>
+#include <memory>
+
+namespace lumvik {
+
+/// The view into which libmpv draws, under everything else in its window.
+///
+/// The picture is rendered straight into the window's framebuffer before the scene is, inside the scene
+/// graph's render pass, so that no copy of it is made. The window's render loop must be the basic one,
+/// which renders on the main thread: every call here, and every OpenGL call, happens there. The
+/// exception is libmpv's update callback, which only posts.
+///
+/// While the window is not exposed nothing is drawn; announced frames are then taken and dropped, as the
+/// engine would otherwise wait for each of them and fall behind for good. They still count as shown:
+/// they prove that the camera delivers.
+class MPVOpenGLView : public QQuickItem {
+    Q_OBJECT
+
+  public:
+    explicit MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent = nullptr);
+    ~MPVOpenGLView() override;
+
+    /// Creates the render context for `player` in the window's OpenGL context. Answers libmpv's result,
+    /// negative on failure. Calling it on another thread than the main one ends the process.
+    [[nodiscard]] int configureWithMPV(mpv_handle *player);
+
+    /// Frees the render context, if there is one; it must go before the player does. Calling it on
+    /// another thread than the main one ends the process.
+    void shutdownRenderContext();
+
+    /// Asks libmpv what there is to do, and schedules a redraw when a frame is ready.
+    void consumeRenderUpdates();
+
+    /// `handler` runs once for every new frame after it was shown.
+    void setFrameRenderedHandler(std::function<void()> handler);
+
+    /// `lost` runs after the window's graphics went away while a player was attached (the render context
+    /// is freed by then); `back` runs when graphics are available again after that.
+    void setGraphicsHandlers(std::function<void()> lost, std::function<void()> back);
+
+    /// Whether a render context exists.
+    [[nodiscard]] bool isAttached() const { return m_renderContext != nullptr; }
+
+    /// Whether a frame was announced that has not been shown yet.
+    [[nodiscard]] bool hasPendingVideoFrame() const { return m_hasPendingVideoFrame; }
+
+    /// The size of the area that is rendered into, in pixels.
+    [[nodiscard]] QSize drawableSize() const;
+
+  protected:
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+    void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
+
+  private:
+    struct RenderContextDeleter {
+        void operator()(mpv_render_context *context) const;
+    };
+
+    void adoptWindow(QQuickWindow *window);
+    void draw();
+    void reportShownFrame();
+    void skipPendingFrame();
+    void graphicsWereInvalidated();
+    void graphicsWereInitialized();
+    [[nodiscard]] bool makeContextCurrent();
+    void render(bool skip);
+
+    friend void lumvik_render_update(void *context);
+
+    MainQueue &m_mainQueue;
+    std::unique_ptr<mpv_render_context, RenderContextDeleter> m_renderContext;
+    bool m_hasPendingVideoFrame = false;
+    bool m_graphicsWereLost = false; // while a player was attached, and not back yet
+    std::function<void()> m_frameRenderedHandler;
+    std::function<void()> m_graphicsLost;
+    std::function<void()> m_graphicsBack;
+};
+
+/// The address of an OpenGL function of the current context, for libmpv. `context` is not used.
+[[nodiscard]] void *lumvik_get_proc_address(void *context, const char *name);
+
+/// libmpv's update callback; `context` is the view. Any thread.
+void lumvik_render_update(void *context);
+
+} // namespace lumvik

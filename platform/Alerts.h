@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace lumvik {
+
+/// A message that the user has to answer.
+struct Alert {
+    enum class Style { warning, informational };
+
+    Style style = Style::warning;
+    QString messageText;     // the short text in bold
+    QString informativeText; // what it means, under it
+    QStringList buttons;     // the first one is the default and carries the house colour
+};
+
+/// Shows alerts. Main thread only.
+class Alerts {
+  public:
+    Alerts() = default;
+    Alerts(const Alerts &) = delete;
+    Alerts &operator=(const Alerts &) = delete;
+    virtual ~Alerts() = default;
+
+    /// Shows `alert` above every window of the program and returns, once it has been answered, the index
+    /// of the button (the last one when it was dismissed). Timers and deferred work go on meanwhile.
+    virtual int runModal(const Alert &alert) = 0;
+};
+
+} // namespace lumvik

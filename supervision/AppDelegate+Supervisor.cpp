@@ -1,0 +1,80 @@
+// What the engine reports, and the choice of the camera.
+
+#include "app/AppDelegate.h"
+
+#include "platform/LumvikLog.h"
+
+#include <type_traits>
+
+namespace lumvik {
+
+namespace {
+
+/// Whether a stream that ended for this reason was meant to: 2 (stop: a load replaces it), 3 (quit: the
+/// player is destroyed) and 5 (redirect: the engine itself goes on).
+bool isExpectedEnd(std::uint32_t reason) {
+    constexpr std::uint32_t expected = 0x2C;
+    return reason <= 5 && ((1U << reason) & expected) != 0;
+}
+
+} // namespace
+
+void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
+                                            std::int64_t generation) {
+    if (generation != playerGeneration || isClosingViewer)
+        return;
+    const LogChannel &log = LumvikLog::playback();
+    std::visit(
+        [&](const auto &report) {
+            using Report = std::decay_t<decltype(report)>;
+            if constexpr (std::is_same_v<Report, PlaybackEngineEvents::StartFile>) {
+                log.debug(QStringLiteral("mpv began opening the selected stream."));
+                playbackState = PlaybackSupervisorState::starting;
+            } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::FileLoaded>) {
+                log.debug(QStringLiteral("mpv loaded stream headers and began decoding."));
+            } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::PlaybackRestart>) {
+                log.debug(
+                    QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
+            } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::EndFile>) {
+                if (!isExpectedEnd(report.reason)) {
+                    log.error(QStringLiteral("mpv ended the stream: reason=%1, error=%2.")
+                                  .arg(static_cast<std::int32_t>(report.reason))
+                                  .arg(report.error));
+                }
+            } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::Shutdown>) {
+                log.error(QStringLiteral("mpv shut down unexpectedly."));
+            } else {
+                static_assert(std::is_same_v<Report, PlaybackEngineEvents::QueueOverflow>);
+                log.error(QStringLiteral("The mpv event queue overflowed."));
+            }
+        },
+        event);
+}
+
+void AppDelegate::recordRenderedFrame(std::int64_t generation) {
+    if (generation != playerGeneration || isClosingViewer)
+        return;
+    const PlaybackSupervisorState previous = playbackState;
+    lastFrameRenderedAt = environment.mainQueue.now();
+    playbackState = PlaybackSupervisorState::playing;
+    if (previous != PlaybackSupervisorState::playing) {
+        LumvikLog::playback().log(QStringLiteral("Live video frames resumed for player generation %1.")
+                                      .arg(generation));
+    }
+}
+
+void AppDelegate::selectCamera(int index) {
+    if (index < 0 || index >= cameras.size())
+        return;
+    if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
+        qFatal("The selection generations are used up.");
+    cameraPicker->selectItem(index);
+    environment.userDefaults.set(QStringLiteral("selectedCameraIndex"), index);
+    updateViewerControlLayout();
+    if (mpv != nullptr)
+        loadCamera(index);
+    else
+        startPlayer();
+}
+
+} // namespace lumvik

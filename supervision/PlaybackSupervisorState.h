@@ -1,0 +1,12 @@
+#pragma once
+
+namespace lumvik {
+
+/// What the video engine is doing.
+enum class PlaybackSupervisorState {
+    stopped,  ///< No player instance is running.
+    starting, ///< A player was created or a load was issued; no frame has been drawn since.
+    playing,  ///< At least one frame has been drawn for the current load.
+};
+
+} // namespace lumvik

@@ -1,0 +1,41 @@
+#include "viewer/EmptyStateLabel.h"
+
+#include "style/Symbols.h"
+
+#include <QFontMetricsF>
+#include <QPainter>
+
+#include <cmath>
+
+namespace lumvik {
+
+namespace {
+
+constexpr int textFlags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap;
+
+QFont labelFont() { return systemFont(15, QFont::Medium); }
+
+} // namespace
+
+EmptyStateLabel::EmptyStateLabel(QQuickItem *parent) : QQuickPaintedItem(parent) {
+    setVisible(false);
+}
+
+QString EmptyStateLabel::text() {
+    return QStringLiteral("No cameras are configured. Use Lumvik → Camera Addresses… to add a camera "
+                          "or import a Lumvik camera list.");
+}
+
+qreal EmptyStateLabel::heightForWidth(qreal width) {
+    return std::ceil(
+        QFontMetricsF(labelFont()).boundingRect(QRectF(0, 0, width, 10000), textFlags, text()).height());
+}
+
+void EmptyStateLabel::paint(QPainter *painter) {
+    painter->setFont(labelFont());
+    // Secondary text on black: quieter than a title, still well readable.
+    painter->setPen(QColor::fromRgbF(1, 1, 1, 0.62F));
+    painter->drawText(boundingRect(), textFlags, text());
+}
+
+} // namespace lumvik

@@ -1,0 +1,61 @@
+#include "viewer/ViewerButtons.h"
+
+#include "style/LumvikPalette.h"
+#include "style/Symbols.h"
+
+#include <QPainter>
+
+namespace lumvik {
+
+namespace {
+
+constexpr qreal cornerRadius = 6;
+constexpr qreal symbolSide = 13;
+
+QColor translucentBlack(float alpha) { return QColor::fromRgbF(0, 0, 0, alpha); }
+
+} // namespace
+
+void ViewerButton::paint(QPainter *painter) {
+    const QRectF bounds = boundingRect();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(fillColour());
+    painter->drawRoundedRect(bounds.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+    QRectF symbol(0, 0, symbolSide, symbolSide);
+    symbol.moveCenter(bounds.center());
+    Symbols::draw(*painter, symbolName(), symbol, Qt::white);
+}
+
+PinToggleButton::PinToggleButton(QQuickItem *parent)
+    : ViewerButton(Role::toggle, QStringLiteral("Stay on Top"), parent) {}
+
+void PinToggleButton::setOn(bool on) {
+    m_isOn = on;
+    accessibleStateChanged();
+    update();
+}
+
+QColor PinToggleButton::fillColour() const {
+    return m_isOn ? LumvikPalette::mirel() : translucentBlack(0.76F);
+}
+
+QString PinToggleButton::symbolName() const {
+    return m_isOn ? QStringLiteral("pin.fill") : QStringLiteral("pin");
+}
+
+FocusViewerButton::FocusViewerButton(QQuickItem *parent)
+    : ViewerButton(Role::button, QStringLiteral("Focus on an Area"), parent) {}
+
+QColor FocusViewerButton::fillColour() const { return translucentBlack(0.76F); }
+
+QString FocusViewerButton::symbolName() const { return QStringLiteral("viewfinder"); }
+
+CloseViewerButton::CloseViewerButton(QQuickItem *parent)
+    : ViewerButton(Role::button, QStringLiteral("Close Camera"), parent) {}
+
+QColor CloseViewerButton::fillColour() const { return translucentBlack(0.76F); }
+
+QString CloseViewerButton::symbolName() const { return QStringLiteral("xmark"); }
+
+} // namespace lumvik

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QQuickPaintedItem>
+#include <QString>
+
+#include <functional>
+
+namespace lumvik {
+
+/// A control over the picture: it draws itself, reacts to a click or to the space and return keys, shows
+/// a tool tip, and reports its name and role to assistive technology. Main thread only.
+class ViewerControl : public QQuickPaintedItem {
+    Q_OBJECT
+
+  public:
+    /// What the control is to assistive technology.
+    enum class Role { button, toggle, popUpButton };
+
+    ViewerControl(Role role, const QString &label, QQuickItem *parent);
+    ~ViewerControl() override;
+
+    /// The text of the tool tip and the accessible name.
+    void setLabel(const QString &label);
+    [[nodiscard]] QString label() const { return m_label; }
+
+    /// `action` runs on each click.
+    void setAction(std::function<void()> action) { m_action = std::move(action); }
+
+    /// Does what a click does, if the control is enabled.
+    Q_INVOKABLE void performClick();
+
+    [[nodiscard]] Role role() const { return m_role; }
+    /// Whether a toggle is on.
+    [[nodiscard]] virtual bool isOn() const { return false; }
+
+  protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void hoverEnterEvent(QHoverEvent *event) override;
+    void hoverLeaveEvent(QHoverEvent *event) override;
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+
+    /// Told that the state which assistive technology sees has changed.
+    void accessibleStateChanged();
+    /// Runs first on each click; a toggle changes its state here.
+    virtual void willPerformAction() {}
+
+    /// Whether the label is the accessible name as well as the tool tip. The picker's name is set apart.
+    void setAccessibleName(const QString &name);
+
+  private:
+    void hideToolTip();
+
+    Role m_role;
+    QString m_label;
+    std::function<void()> m_action;
+    QObject *m_accessible = nullptr; // the item's attached accessible object, its child
+};
+
+} // namespace lumvik

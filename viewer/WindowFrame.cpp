@@ -1,0 +1,84 @@
+#include "viewer/WindowFrame.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace lumvik {
+
+namespace {
+
+constexpr double largestSide = 32767;
+
+std::optional<QRect> plausibleFrame(const std::array<double, 4> &numbers) {
+    for (const double number : numbers) {
+        if (!std::isfinite(number) || std::abs(number) > largestSide)
+            return std::nullopt;
+    }
+    const QRect frame(static_cast<int>(std::lround(numbers[0])),
+                      static_cast<int>(std::lround(numbers[1])),
+                      static_cast<int>(std::lround(numbers[2])),
+                      static_cast<int>(std::lround(numbers[3])));
+    return frame.isEmpty() ? std::nullopt : std::optional(frame);
+}
+
+std::optional<QRect> frameFromCaptures(const QRegularExpressionMatch &match) {
+    if (!match.hasMatch())
+        return std::nullopt;
+    std::array<double, 4> numbers{};
+    for (int n = 0; n < 4; ++n)
+        numbers.at(static_cast<std::size_t>(n)) = match.captured(n + 1).toDouble();
+    return plausibleFrame(numbers);
+}
+
+} // namespace
+
+QString savedFrameString(const QRect &frame, const QRect &screen) {
+    return QStringLiteral("%1 %2 %3 %4 %5 %6 %7 %8")
+        .arg(frame.x())
+        .arg(frame.y())
+        .arg(frame.width())
+        .arg(frame.height())
+        .arg(screen.x())
+        .arg(screen.y())
+        .arg(screen.width())
+        .arg(screen.height());
+}
+
+std::optional<QRect> frameFromString(const QString &text) {
+    static const QString number = QStringLiteral("(-?\\d{1,9}(?:\\.\\d{1,9})?)");
+    static const QRegularExpression saved(
+        QRegularExpression::anchoredPattern(QStringLiteral("\\s*%1\\s+%1\\s+%1\\s+%1"
+                                                           "(?:\\s+-?\\d{1,9}(?:\\.\\d{1,9})?){4}\\s*")
+                                                .arg(number)));
+    static const QRegularExpression plain(QRegularExpression::anchoredPattern(
+        QStringLiteral("\\s*\\{\\{\\s*%1\\s*,\\s*%1\\s*\\}\\s*,\\s*\\{\\s*%1\\s*,\\s*%1\\s*\\}\\}\\s*")
+            .arg(number)));
+    if (auto frame = frameFromCaptures(saved.match(text)))
+        return frame;
+    return frameFromCaptures(plain.match(text));
+}
+
+QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens) {
+    const bool touches = std::any_of(screens.begin(), screens.end(), [&](const QRect &screen) {
+        return screen.intersects(frame);
+    });
+    if (touches || screens.isEmpty())
+        return frame;
+    const QRect &screen = screens.first();
+    QRect moved(frame.topLeft(), frame.size().boundedTo(screen.size()));
+    moved.moveLeft(std::clamp(frame.left(), screen.left(), screen.right() + 1 - moved.width()));
+    moved.moveTop(std::clamp(frame.top(), screen.top(), screen.bottom() + 1 - moved.height()));
+    return moved;
+}
+
+QRect centredFrame(const QSize &size, const QRect &area) {
+    const bool fits = size.width() <= area.width() && size.height() <= area.height();
+    const QSize fitted = fits ? size : size.scaled(area.size(), Qt::KeepAspectRatio);
+    return {area.x() + (area.width() - fitted.width()) / 2,
+            area.y() + (area.height() - fitted.height()) / 2, fitted.width(), fitted.height()};
+}
+
+} // namespace lumvik
