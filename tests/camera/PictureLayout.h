@@ -1,0 +1,63 @@
+#pragma once
+
+#include <array>
+
+namespace lumvik::test {
+
+/// Where things are in the test camera's picture, and in which colours, for tests that read the
+/// picture back from a decoder or from the screen.
+///
+/// From top to bottom: seven vertical colour bars; a black band with the camera's name on the left
+/// and the wall clock on the right; a dark strip through which a light block sweeps; and at the
+/// bottom, where ClockPattern.h lays its cells, the pattern (with --clock) or a static ramp from
+/// black to white (without). The layout is the same in both modes and for every picture size.
+namespace PictureLayout {
+
+/// A part of the picture as shares of its width and height, origin at the top left.
+struct Region {
+    double left = 0;
+    double top = 0;
+    double width = 1;
+    double height = 1;
+};
+
+/// Eight-bit R'G'B' as a player shows it (the stream is BT.709, limited range, and says so).
+struct Colour {
+    int red = 0;
+    int green = 0;
+    int blue = 0;
+};
+
+/// Bars at 75 %, so that no channel of any of them is clipped. Decoded values are within 4 of
+/// these.
+inline constexpr int barCount = 7;
+inline constexpr std::array<Colour, barCount> barColours{{
+    {191, 191, 191}, // white
+    {191, 191, 0},   // yellow
+    {0, 191, 191},   // cyan
+    {0, 191, 0},     // green
+    {191, 0, 191},   // magenta
+    {191, 0, 0},     // red
+    {0, 0, 191},     // blue
+}};
+
+/// All bars together; nothing in here ever changes.
+inline constexpr Region bars{0, 0, 1, 0.5};
+inline constexpr Region name{0, 0.5, 0.5, 0.2};
+inline constexpr Region wallClock{0.5, 0.5, 0.5, 0.2};
+/// Changes in each frame: the block crosses the strip once in `sweepMilliseconds`.
+inline constexpr Region motion{0, 0.7, 1, 0.1};
+inline constexpr double blockShare = 1.0 / 16;
+inline constexpr int sweepMilliseconds = 4000;
+/// The clock pattern with --clock, else a static ramp.
+inline constexpr Region pattern{0, 0.8, 1, 0.2};
+
+/// The region of bar `index` (0 the leftmost, below barCount). Sample it near its middle: its edges
+/// are blurred by chroma subsampling and scaling.
+[[nodiscard]] constexpr Region bar(int index) {
+    return {bars.width * index / barCount, bars.top, bars.width / barCount, bars.height};
+}
+
+} // namespace PictureLayout
+
+} // namespace lumvik::test

@@ -1,0 +1,7 @@
+#pragma once
+
+namespace lumvik::test {
+
+enum class VideoCodec { H264, H265 };
+
+} // namespace lumvik::test
