@@ -31,6 +31,9 @@ Qt::CursorShape resizeCursor(Qt::Edges edges) {
 DraggableContentView::DraggableContentView(QQuickItem *parent) : QQuickItem(parent) {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
+    // An item made in a window is told of it by its base class, before this class exists.
+    if (window() != nullptr)
+        window()->installEventFilter(this);
 }
 
 void DraggableContentView::itemChange(ItemChange change, const ItemChangeData &value) {
