@@ -1,7 +1,6 @@
 // The application's life cycle: launch, losing the focus, termination.
 
 #include "app/AppDelegate.h"
-
 #include "platform/LumvikLog.h"
 
 #include <QPointer>
@@ -24,8 +23,8 @@ void AppDelegate::applicationDidFinishLaunching() {
     createWindow();
     if (cameras.isEmpty())
         return;
-    // Playback waits for the first complete drawing of the window: the render context needs the window's
-    // OpenGL context, and the user sees a window at once.
+    // Playback waits for the first complete drawing of the window: the render context needs the
+    // window's OpenGL context, and the user sees a window at once.
     environment.mainQueue.async([self = QPointer(this)] {
         if (!self || self->isClosingViewer)
             return;

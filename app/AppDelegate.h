@@ -25,12 +25,12 @@
 
 namespace lumvik {
 
-/// The application's controller: the one object that owns the viewer window, the player instance and the
-/// state of both, and that receives the application's life-cycle notifications.
+/// The application's controller: the one object that owns the viewer window, the player instance
+/// and the state of both, and that receives the application's life-cycle notifications.
 ///
-/// Everything here is read and written on the main thread only; reports from other threads are posted to
-/// the main queue before they come here. Callbacks given to views and services hold the controller weakly.
-/// The implementation is split by topic; each group below names its file.
+/// Everything here is read and written on the main thread only; reports from other threads are
+/// posted to the main queue before they come here. Callbacks given to views and services hold the
+/// controller weakly. The implementation is split by topic; each group below names its file.
 class AppDelegate final : public QObject {
     Q_OBJECT
 
@@ -51,11 +51,13 @@ class AppDelegate final : public QObject {
 
     // ---- Window: viewer/AppDelegate+Window.cpp ----
 
-    /// Builds the viewer window with its views and controls, restores its saved state and shows it. Once.
+    /// Builds the viewer window with its views and controls, restores its saved state and shows it.
+    /// Once.
     void createWindow();
     /// Puts the viewer above other windows or among them, as the pin says, and remembers it.
     void toggleStayOnTop();
-    /// Closes the viewer as if its window's close button had been pressed, which quits the application.
+    /// Closes the viewer as if its window's close button had been pressed, which quits the
+    /// application.
     void closeCameraViewer();
     void windowDidMove();
     void windowDidResize();
@@ -77,13 +79,14 @@ class AppDelegate final : public QObject {
 
     // ---- Player instance: engine/AppDelegate+Player.cpp ----
 
-    /// Creates, configures and attaches a player instance and loads the selected camera. Does nothing
-    /// when there is an instance already or no camera. A failure is shown and leaves no instance.
+    /// Creates, configures and attaches a player instance and loads the selected camera. Does
+    /// nothing when there is an instance already or no camera. A failure is shown and leaves no
+    /// instance.
     void startPlayer();
     /// Tears the player instance down; harmless without one. Blocks until the event pump has left.
     void stopPlayerEngine();
-    /// Opens camera `index` in the live instance. Does nothing without one or for an index outside the
-    /// list.
+    /// Opens camera `index` in the live instance. Does nothing without one or for an index outside
+    /// the list.
     void loadCamera(int index);
     /// Sets a property of the live instance, whatever the result; does nothing without one.
     void setMPVProperty(const char *name, const char *value);
@@ -98,7 +101,8 @@ class AppDelegate final : public QObject {
     void handlePlaybackEngineEvent(const PlaybackEngineEvent &event, std::int64_t generation);
     /// A frame of the player instance `generation` was shown.
     void recordRenderedFrame(std::int64_t generation);
-    /// Switches to the camera at `index`, and remembers the choice. Ignores an index outside the list.
+    /// Switches to the camera at `index`, and remembers the choice. Ignores an index outside the
+    /// list.
     void selectCamera(int index);
 
   private:
@@ -142,7 +146,7 @@ class AppDelegate final : public QObject {
     bool cameraMenuIsOpen = false;
     bool mainMenuIsOpen = false;
     bool viewerControlsAreVisible = false;
-    bool mainMenuStripFits = true; // whether the window has room for the strip
+    bool mainMenuStripFits = true;       // whether the window has room for the strip
     QVariantAnimation viewerControlFade; // runs over the controls' opacity
 
     // Cameras and the player instance.

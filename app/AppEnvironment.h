@@ -10,8 +10,8 @@
 
 namespace lumvik {
 
-/// Time and the outside world, as the controller is given them. The program passes the real things, tests
-/// their own. Everything referred to must outlive the controller.
+/// Time and the outside world, as the controller is given them. The program passes the real things,
+/// tests their own. Everything referred to must outlive the controller.
 struct AppEnvironment {
     MainQueue &mainQueue;
     UserDefaults &userDefaults;

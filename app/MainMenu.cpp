@@ -31,9 +31,9 @@ class MenuBuilder {
     std::unique_ptr<QMenu> m_menu;
 };
 
-/// The key of `event` in the form in which key equivalents are given. What Shift does to a character is
-/// already in the character ("?" is one key here, on every keyboard), so Shift counts only with letters
-/// and with keys that have no character.
+/// The key of `event` in the form in which key equivalents are given. What Shift does to a
+/// character is already in the character ("?" is one key here, on every keyboard), so Shift counts
+/// only with letters and with keys that have no character.
 QKeySequence keyEquivalent(const QKeyEvent &event) {
     Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
     const int key = event.key();
@@ -60,9 +60,9 @@ MainMenu::MainMenu(MainMenuActions actions) {
     MenuBuilder window(QStringLiteral("Window"));
     window.item(QStringLiteral("Close"), actions.performClose,
                 {QKeySequence(Qt::CTRL | Qt::Key_W)});
-    m_fullScreen = window.item(
-        QStringLiteral("Enter Full Screen"), actions.toggleFullScreen,
-        {QKeySequence(Qt::Key_F11), QKeySequence(Qt::CTRL | Qt::META | Qt::Key_F)});
+    m_fullScreen =
+        window.item(QStringLiteral("Enter Full Screen"), actions.toggleFullScreen,
+                    {QKeySequence(Qt::Key_F11), QKeySequence(Qt::CTRL | Qt::META | Qt::Key_F)});
     m_menus.push_back(window.take());
 
     MenuBuilder help(QStringLiteral("Help"));

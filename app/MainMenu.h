@@ -24,8 +24,8 @@ struct MainMenuActions {
     std::function<void()> showAbout;
 };
 
-/// The three menus "Lumvik", "Window" and "Help" and their key equivalents. There is no menu bar: the
-/// strip over the picture opens them, and each window of the program hands its unused keys to
+/// The three menus "Lumvik", "Window" and "Help" and their key equivalents. There is no menu bar:
+/// the strip over the picture opens them, and each window of the program hands its unused keys to
 /// `performKeyEquivalent`. Main thread only.
 class MainMenu {
   public:

@@ -22,9 +22,10 @@ QMessageBox::Icon icon(Alert::Style style) {
 /// The house colour on a button, in every widget style.
 void colourButton(QPushButton &button) {
     button.setStyleSheet(
-        QStringLiteral("QPushButton { background-color: %1; color: white; border: none;"
-                       " border-radius: 6px; padding: 5px 18px; min-width: 60px; }"
-                       "QPushButton:focus, QPushButton:hover { border: 2px solid %2; padding: 3px 16px; }")
+        QStringLiteral(
+            "QPushButton { background-color: %1; color: white; border: none;"
+            " border-radius: 6px; padding: 5px 18px; min-width: 60px; }"
+            "QPushButton:focus, QPushButton:hover { border: 2px solid %2; padding: 3px 16px; }")
             .arg(LumvikPalette::mirel().name(), LumvikPalette::mirel().darker(140).name()));
 }
 
@@ -42,8 +43,8 @@ int MessageBoxAlerts::runModal(const Alert &alert) {
     bold.setBold(true);
     QList<QAbstractButton *> buttons;
     for (const QString &title : alert.buttons) {
-        QPushButton *button = box.addButton(
-            title, buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
+        QPushButton *button = box.addButton(title, buttons.isEmpty() ? QMessageBox::AcceptRole
+                                                                     : QMessageBox::RejectRole);
         if (buttons.isEmpty()) {
             box.setDefaultButton(button);
             colourButton(*button);

@@ -9,8 +9,8 @@
 
 namespace lumvik {
 
-/// Alerts as message boxes. They belong to the window that `parentWindow` names, if any, so that a viewer
-/// that stays on top never covers them.
+/// Alerts as message boxes. They belong to the window that `parentWindow` names, if any, so that a
+/// viewer that stays on top never covers them.
 class MessageBoxAlerts final : public Alerts {
   public:
     explicit MessageBoxAlerts(std::function<QWindow *()> parentWindow)

@@ -5,12 +5,13 @@
 
 namespace lumvik {
 
-/// What has to be settled before the application object exists: the windowing system, the render loop and
-/// the kind of OpenGL. Sets environment variables of this process; the user's own choices win.
+/// What has to be settled before the application object exists: the windowing system, the render
+/// loop and the kind of OpenGL. Sets environment variables of this process; the user's own choices
+/// win.
 void prepareToolkit();
 
-/// Why no window can be opened, as a message for the terminal; nothing when one can. The toolkit itself
-/// would end the process with a core dump.
+/// Why no window can be opened, as a message for the terminal; nothing when one can. The toolkit
+/// itself would end the process with a core dump.
 [[nodiscard]] std::optional<std::string> missingDisplay();
 
 /// The least important kind of engine message to log, by libmpv's names: LUMVIK_ENGINE_LOG from the

@@ -1,7 +1,6 @@
 // The player instance: creation, configuration, loading, the video's shape, tear-down.
 
 #include "app/AppDelegate.h"
-
 #include "engine/PlayerOptions.h"
 #include "platform/LumvikLog.h"
 
@@ -62,8 +61,7 @@ void AppDelegate::configurePlayer(mpv_handle *handle) {
         mpv_set_option_string(handle, option.name, option.value);
     // Before the initialisation, so that its messages are heard too.
     mpvObserver = std::make_unique<MPVObserver>(
-        handle, environment.mainQueue, environment.engineLogLevel.c_str(),
-        [self = QPointer(this)] {
+        handle, environment.mainQueue, environment.engineLogLevel.c_str(), [self = QPointer(this)] {
             if (self && self->mpv != nullptr && !self->isClosingViewer)
                 self->updateWindowAspectRatio(self->mpv);
         });
@@ -147,8 +145,8 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
     const auto width = integerProperty(handle, "video-params/w");
     const auto height = integerProperty(handle, "video-params/h");
     const auto rotation = integerProperty(handle, "video-params/rotate");
-    const auto geometry = videoSourceGeometry(width.value_or(0), height.value_or(0),
-                                              rotation.value_or(0));
+    const auto geometry =
+        videoSourceGeometry(width.value_or(0), height.value_or(0), rotation.value_or(0));
     if (!geometry)
         return;
     sourceVideoGeometry = geometry;

@@ -13,11 +13,15 @@ constexpr double eventTimeout = 0.5;
 
 MPVEventLoop::MPVEventLoop(mpv_handle *ofPlayer, std::int64_t withGeneration, MainQueue &onQueue,
                            Handler withHandler)
-    : player(ofPlayer), generation(withGeneration), handler(std::move(withHandler)),
-      mainQueue(onQueue),
-      queue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".mpv-events")) {}
+    : player(ofPlayer)
+    , generation(withGeneration)
+    , handler(std::move(withHandler))
+    , mainQueue(onQueue)
+    , queue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".mpv-events")) {}
 
-MPVEventLoop::~MPVEventLoop() { stop(); }
+MPVEventLoop::~MPVEventLoop() {
+    stop();
+}
 
 void MPVEventLoop::start() {
     {
@@ -40,7 +44,8 @@ void MPVEventLoop::pump() {
         if (event == nullptr)
             continue;
         if (const auto report = playbackEngineEvent(*event)) {
-            // The task gets copies of everything: it may run after this loop and its player are gone.
+            // The task gets copies of everything: it may run after this loop and its player are
+            // gone.
             mainQueue.async([handler = handler, report = *report, generation = generation] {
                 handler(report, generation);
             });

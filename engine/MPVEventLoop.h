@@ -15,15 +15,16 @@ namespace lumvik {
 /// matter to the main thread, each with the generation of the instance that produced it.
 ///
 /// Made and started by the controller for each player instance, stopped before that instance is
-/// destroyed, then dropped. Started and stopped at most once; further calls do nothing. `start`, `stop`
-/// and destruction happen on the main thread.
+/// destroyed, then dropped. Started and stopped at most once; further calls do nothing. `start`,
+/// `stop` and destruction happen on the main thread.
 class MPVEventLoop {
   public:
-    /// Runs on the main thread for each event. Events may still arrive after `stop`: they carry the old
-    /// generation, by which the receiver knows them.
+    /// Runs on the main thread for each event. Events may still arrive after `stop`: they carry the
+    /// old generation, by which the receiver knows them.
     using Handler = std::function<void(const PlaybackEngineEvent &event, std::int64_t generation)>;
 
-    /// `player` stays the caller's and must outlive the running pump. `mainQueue` must outlive it too.
+    /// `player` stays the caller's and must outlive the running pump. `mainQueue` must outlive it
+    /// too.
     MPVEventLoop(mpv_handle *player, std::int64_t generation, MainQueue &mainQueue,
                  Handler handler);
     MPVEventLoop(const MPVEventLoop &) = delete;
@@ -33,8 +34,8 @@ class MPVEventLoop {
 
     void start();
 
-    /// Asks the pump to leave and waits until it has. The pump is woken, so this takes no longer than
-    /// the event that it is handling.
+    /// Asks the pump to leave and waits until it has. The pump is woken, so this takes no longer
+    /// than the event that it is handling.
     void stop();
 
   private:
@@ -46,7 +47,7 @@ class MPVEventLoop {
     Handler handler;
     MainQueue &mainQueue;
     std::counting_semaphore<> stopped{0}; // signalled once, when the pump leaves
-    std::mutex lock;                      // guards the two flags; never held across a call of libmpv
+    std::mutex lock; // guards the two flags; never held across a call of libmpv
     bool shouldStop = false;
     bool didStart = false;
     // Last, so that its thread is joined before anything that the pump uses goes away.

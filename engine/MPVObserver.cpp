@@ -36,10 +36,10 @@ struct MPVObserver::Client {
     }
 
     static void log(const mpv_event_log_message &message) {
-        LumvikLog::playback().log(logLevelOfEngineMessage(message.log_level),
-                                  QStringLiteral("[%1] %2").arg(
-                                      QString::fromUtf8(message.prefix),
-                                      QString::fromUtf8(message.text).trimmed()));
+        LumvikLog::playback().log(
+            logLevelOfEngineMessage(message.log_level),
+            QStringLiteral("[%1] %2").arg(QString::fromUtf8(message.prefix),
+                                          QString::fromUtf8(message.text).trimmed()));
     }
 };
 

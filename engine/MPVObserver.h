@@ -13,9 +13,9 @@ namespace lumvik {
 /// A second client of a player instance, for what the event loop leaves out: changes of the decoded
 /// picture's shape, and the engine's own messages, which go to the log.
 ///
-/// It has an event queue of its own, so that a flood of messages can never overflow the one that the
-/// supervision depends on. Main thread only; it must be dropped before its player is destroyed, which
-/// would wait for it otherwise.
+/// It has an event queue of its own, so that a flood of messages can never overflow the one that
+/// the supervision depends on. Main thread only; it must be dropped before its player is destroyed,
+/// which would wait for it otherwise.
 class MPVObserver {
   public:
     /// Observes `player`. `videoParametersChanged` runs on the main thread whenever the size, the

@@ -27,8 +27,7 @@ class CreationParameters {
     CreationParameters() {
         add(MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_OPENGL));
         add(MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &m_openGL);
-        if (const auto *x11 =
-                qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+        if (const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
             x11 != nullptr && x11->display() != nullptr)
             add(MPV_RENDER_PARAM_X11_DISPLAY, x11->display());
     }
@@ -36,7 +35,9 @@ class CreationParameters {
     mpv_render_param *data() { return m_parameters.data(); }
 
   private:
-    void add(mpv_render_param_type type, void *value) { m_parameters.at(m_count++) = {type, value}; }
+    void add(mpv_render_param_type type, void *value) {
+        m_parameters.at(m_count++) = {type, value};
+    }
 
     mpv_opengl_init_params m_openGL{&lumvik_get_proc_address, nullptr};
     std::array<mpv_render_param, 4> m_parameters{}; // the last one stays zero, which ends the list
@@ -46,8 +47,8 @@ class CreationParameters {
 } // namespace
 
 void *lumvik_get_proc_address(void *, const char *name) {
-    // The windowing system's own look-up first: OpenGL libraries need not be in the global scope, and
-    // extensions' functions need not be symbols at all.
+    // The windowing system's own look-up first: OpenGL libraries need not be in the global scope,
+    // and extensions' functions need not be symbols at all.
     if (QOpenGLContext *context = QOpenGLContext::currentContext()) {
         if (const auto function = context->getProcAddress(name))
             return reinterpret_cast<void *>(function);
@@ -69,12 +70,15 @@ void MPVOpenGLView::RenderContextDeleter::operator()(mpv_render_context *context
 }
 
 MPVOpenGLView::MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent)
-    : QQuickItem(parent), m_mainQueue(mainQueue) {
+    : QQuickItem(parent)
+    , m_mainQueue(mainQueue) {
     if (window() != nullptr)
         adoptWindow(window());
 }
 
-MPVOpenGLView::~MPVOpenGLView() { shutdownRenderContext(); }
+MPVOpenGLView::~MPVOpenGLView() {
+    shutdownRenderContext();
+}
 
 void MPVOpenGLView::itemChange(ItemChange change, const ItemChangeData &value) {
     if (change == ItemSceneChange && value.window != nullptr)
@@ -83,10 +87,10 @@ void MPVOpenGLView::itemChange(ItemChange change, const ItemChangeData &value) {
 }
 
 void MPVOpenGLView::adoptWindow(QQuickWindow *window) {
-    // Direct connections: these are emitted in the middle of rendering, on the main thread, with the
-    // window's context current.
-    constexpr auto direct = static_cast<Qt::ConnectionType>(Qt::DirectConnection |
-                                                            Qt::UniqueConnection);
+    // Direct connections: these are emitted in the middle of rendering, on the main thread, with
+    // the window's context current.
+    constexpr auto direct =
+        static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::UniqueConnection);
     connect(window, &QQuickWindow::beforeRenderPassRecording, this, &MPVOpenGLView::draw, direct);
     connect(window, &QQuickWindow::frameSwapped, this, &MPVOpenGLView::reportShownFrame, direct);
     connect(window, &QQuickWindow::sceneGraphInvalidated, this,
@@ -159,11 +163,22 @@ void MPVOpenGLView::consumeRenderUpdates() {
         return;
     if ((mpv_render_context_update(m_renderContext.get()) & MPV_RENDER_UPDATE_FRAME) == 0)
         return;
-    m_hasPendingVideoFrame = true;
+    m_hasPendingVideoFrame = m_hasPendingVideoFrame || nextFrameIsNew();
     if (window() != nullptr && window()->isExposed())
         window()->update();
     else
         skipPendingFrame();
+}
+
+bool MPVOpenGLView::nextFrameIsNew() const {
+    // The engine also announces black when a stream is replaced, and the last picture once more
+    // when something over it changed. Neither proves that the camera delivers.
+    mpv_render_frame_info info{};
+    if (mpv_render_context_get_info(m_renderContext.get(),
+                                    {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &info}) < 0)
+        return true; // an engine that cannot tell
+    constexpr std::uint64_t old = MPV_RENDER_FRAME_INFO_REDRAW | MPV_RENDER_FRAME_INFO_REPEAT;
+    return (info.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0 && (info.flags & old) == 0;
 }
 
 void MPVOpenGLView::skipPendingFrame() {
@@ -175,8 +190,9 @@ void MPVOpenGLView::render(bool skip) {
     const QSize size = drawableSize();
     mpv_opengl_fbo framebuffer{0, size.width(), size.height(), 0};
     int flip = 1;
-    // By default the call would hold the main thread until the moment the frame is meant for, most of
-    // every frame's time. A live picture is to be shown at once, and the main thread has other work.
+    // By default the call would hold the main thread until the moment the frame is meant for, most
+    // of every frame's time. A live picture is to be shown at once, and the main thread has other
+    // work.
     int block = 0;
     int skipRendering = skip ? 1 : 0;
     std::array parameters{

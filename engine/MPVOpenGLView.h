@@ -15,14 +15,14 @@ namespace lumvik {
 
 /// The view into which libmpv draws, under everything else in its window.
 ///
-/// The picture is rendered straight into the window's framebuffer before the scene is, inside the scene
-/// graph's render pass, so that no copy of it is made. The window's render loop must be the basic one,
-/// which renders on the main thread: every call here, and every OpenGL call, happens there. The
-/// exception is libmpv's update callback, which only posts.
+/// The picture is rendered straight into the window's framebuffer before the scene is, inside the
+/// scene graph's render pass, so that no copy of it is made. The window's render loop must be the
+/// basic one, which renders on the main thread: every call here, and every OpenGL call, happens
+/// there. The exception is libmpv's update callback, which only posts.
 ///
-/// While the window is not exposed nothing is drawn; announced frames are then taken and dropped, as the
-/// engine would otherwise wait for each of them and fall behind for good. They still count as shown:
-/// they prove that the camera delivers.
+/// While the window is not exposed nothing is drawn; announced frames are then taken and dropped,
+/// as the engine would otherwise wait for each of them and fall behind for good. They still count
+/// as shown: they prove that the camera delivers.
 class MPVOpenGLView : public QQuickItem {
     Q_OBJECT
 
@@ -30,8 +30,9 @@ class MPVOpenGLView : public QQuickItem {
     explicit MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent = nullptr);
     ~MPVOpenGLView() override;
 
-    /// Creates the render context for `player` in the window's OpenGL context. Answers libmpv's result,
-    /// negative on failure. Calling it on another thread than the main one ends the process.
+    /// Creates the render context for `player` in the window's OpenGL context. Answers libmpv's
+    /// result, negative on failure. Calling it on another thread than the main one ends the
+    /// process.
     [[nodiscard]] int configureWithMPV(mpv_handle *player);
 
     /// Frees the render context, if there is one; it must go before the player does. Calling it on
@@ -44,8 +45,8 @@ class MPVOpenGLView : public QQuickItem {
     /// `handler` runs once for every new frame after it was shown.
     void setFrameRenderedHandler(std::function<void()> handler);
 
-    /// `lost` runs after the window's graphics went away while a player was attached (the render context
-    /// is freed by then); `back` runs when graphics are available again after that.
+    /// `lost` runs after the window's graphics went away while a player was attached (the render
+    /// context is freed by then); `back` runs when graphics are available again after that.
     void setGraphicsHandlers(std::function<void()> lost, std::function<void()> back);
 
     /// Whether a render context exists.
@@ -69,6 +70,7 @@ class MPVOpenGLView : public QQuickItem {
     void adoptWindow(QQuickWindow *window);
     void draw();
     void reportShownFrame();
+    [[nodiscard]] bool nextFrameIsNew() const;
     void skipPendingFrame();
     void graphicsWereInvalidated();
     void graphicsWereInitialized();

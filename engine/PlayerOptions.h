@@ -10,11 +10,11 @@ struct PlayerSetting {
     const char *value;
 };
 
-/// The options set between the creation and the initialisation of every player instance, in this order.
-/// The player reads no configuration, scripts or profiles of the user's, shows no controls of its own,
-/// takes no keyboard input, plays no audio, fetches RTSP over TCP, keeps no cache and probes streams as
-/// briefly as possible, so that a live picture appears fast. "keep-open" keeps the last frame after a
-/// stream ends, and "panscan" fills the view.
+/// The options set between the creation and the initialisation of every player instance, in this
+/// order. The player reads no configuration, scripts or profiles of the user's, shows no controls
+/// of its own, takes no keyboard input, plays no audio, fetches RTSP over TCP, keeps no cache and
+/// probes streams as briefly as possible, so that a live picture appears fast. "keep-open" keeps
+/// the last frame after a stream ends, and "panscan" fills the view.
 inline constexpr std::array playerOptions{
     PlayerSetting{"config", "no"},
     PlayerSetting{"load-scripts", "no"},
@@ -37,10 +37,11 @@ inline constexpr std::array playerOptions{
     PlayerSetting{"demuxer-lavf-analyzeduration", "0.2"},
 };
 
-/// The properties set right after the initialisation of every player instance, so that the picture is
-/// shown as soon as it arrives and stays so (the figures are in benchmarks/README.md).
+/// The properties set right after the initialisation of every player instance, so that the picture
+/// is shown as soon as it arrives and stays so (the figures are in benchmarks/README.md).
 inline constexpr std::array livePlaybackProperties{
-    // Even without a cache the engine would stop to fill its buffer at the start, and what is once late
+    // Even without a cache the engine would stop to fill its buffer at the start, and what is once
+    // late
     // stays late: without sound nothing pulls the picture back.
     PlayerSetting{"cache-pause", "no"},
     // Each decoding thread holds back a frame: sixteen cores would cost 0.6 s.
@@ -50,7 +51,8 @@ inline constexpr std::array livePlaybackProperties{
     PlayerSetting{"untimed", "yes"},
     // Leaves out the frame that the output otherwise holds back to judge the display's timing.
     PlayerSetting{"video-latency-hacks", "yes"},
-    // "keep-open" would turn the end of a stream into a pause that outlives the reload: the next stream
+    // "keep-open" would turn the end of a stream into a pause that outlives the reload: the next
+    // stream
     // would freeze after its first frames.
     PlayerSetting{"keep-open-pause", "no"},
 };

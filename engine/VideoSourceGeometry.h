@@ -20,14 +20,14 @@ struct VideoSourceGeometry {
     friend bool operator==(const VideoSourceGeometry &, const VideoSourceGeometry &) = default;
 };
 
-/// The geometry for the player's three numbers; nothing unless width and height are at least 1. A rotation
-/// outside 0 to 359 is brought into it.
+/// The geometry for the player's three numbers; nothing unless width and height are at least 1. A
+/// rotation outside 0 to 359 is brought into it.
 [[nodiscard]] std::optional<VideoSourceGeometry>
 videoSourceGeometry(std::int64_t width, std::int64_t height, std::int64_t rotation);
 
-/// The ratio of displayed width to height that the window should take, or nothing when it should stay as
-/// it is: the ratio is outside 0.25 to 4 (a window of that shape is of no use), or differs from the one
-/// `applied` before by less than 0.001.
+/// The ratio of displayed width to height that the window should take, or nothing when it should
+/// stay as it is: the ratio is outside 0.25 to 4 (a window of that shape is of no use), or differs
+/// from the one `applied` before by less than 0.001.
 [[nodiscard]] std::optional<double> aspectRatioToApply(const VideoSourceGeometry &geometry,
                                                        std::optional<double> applied);
 

@@ -16,9 +16,9 @@ const QString withheld = QStringLiteral("[withheld]");
 constexpr qsizetype shortSecretLength = 3;
 
 /// The user name and the password as they stand in an address, before and after the first colon of
-/// what precedes the last "@" of the authority. A password may itself hold "@", ":", "/", "#" and "?"
-/// although it should not, so the authority is not cut at these: the last "@" of the whole address
-/// decides.
+/// what precedes the last "@" of the authority. A password may itself hold "@", ":", "/", "#" and
+/// "?" although it should not, so the authority is not cut at these: the last "@" of the whole
+/// address decides.
 struct Credentials {
     QString user;
     QString password;
@@ -36,7 +36,8 @@ Credentials credentialsOf(const QString &address) {
     return {userInfo.left(colon), userInfo.mid(colon + 1)};
 }
 
-/// Cameras also take credentials in the query or the path ("?user=a&password=b", "/user=a_password=b_").
+/// Cameras also take credentials in the query or the path ("?user=a&password=b",
+/// "/user=a_password=b_").
 QStringList passwordParameters(const QString &address) {
     static const QRegularExpression parameter(
         QStringLiteral("(?:password|passwd|pwd|pass|token|secret|auth|key)=([^&/?#\\s]+)"),
@@ -68,10 +69,10 @@ void AddressRedaction::protect(const QStringList &addresses) {
         }
         if (credentials.password.isEmpty())
             continue;
-        const QByteArray pair = (QUrl::fromPercentEncoding(credentials.user.toUtf8()) +
-                                 QLatin1Char(':') +
-                                 QUrl::fromPercentEncoding(credentials.password.toUtf8()))
-                                    .toUtf8();
+        const QByteArray pair =
+            (QUrl::fromPercentEncoding(credentials.user.toUtf8()) + QLatin1Char(':') +
+             QUrl::fromPercentEncoding(credentials.password.toUtf8()))
+                .toUtf8();
         addSecret(QString::fromLatin1(pair.toBase64()));
         addSecret(QString::fromLatin1(
             (credentials.user + QLatin1Char(':') + credentials.password).toUtf8().toBase64()));
@@ -84,8 +85,10 @@ QString AddressRedaction::redact(const QString &text) const {
     static const QRegularExpression authorization(
         QStringLiteral("(authorization\\s*[:=]\\s*)[^\\r\\n]*"),
         QRegularExpression::CaseInsensitiveOption);
-    // An address ends at white space or at a quoting character. Blanks inside a password are written
-    // "%20" by then or are caught by value. Trailing punctuation of the sentence around goes with it.
+    // An address ends at white space or at a quoting character. Blanks inside a password are
+    // written
+    // "%20" by then or are caught by value. Trailing punctuation of the sentence around goes with
+    // it.
     static const QRegularExpression address(
         QStringLiteral("([A-Za-z][A-Za-z0-9+.-]*):(?://|%2[Ff]%2[Ff])[^\\s'\"<>]+"));
 

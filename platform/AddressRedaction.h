@@ -8,8 +8,10 @@ namespace lumvik {
 /// Removes camera addresses, and the passwords that they carry, from texts.
 ///
 /// Two nets, because the engine rewrites addresses in ways of its own:
-///  - by form: everything that looks like "scheme://…" and every Authorization header goes, known or not;
-///  - by value: the user names and passwords of the addresses named with `protect` are looked for raw,
+///  - by form: everything that looks like "scheme://…" and every Authorization header goes, known
+///  or not;
+///  - by value: the user names and passwords of the addresses named with `protect` are looked for
+///  raw,
 ///    percent-decoded, percent-encoded, and in the Base64 of HTTP basic authentication.
 ///
 /// A plain value; not synchronised. LumvikLog owns the one that the program uses.

@@ -23,8 +23,9 @@ class Alerts {
     Alerts &operator=(const Alerts &) = delete;
     virtual ~Alerts() = default;
 
-    /// Shows `alert` above every window of the program and returns, once it has been answered, the index
-    /// of the button (the last one when it was dismissed). Timers and deferred work go on meanwhile.
+    /// Shows `alert` above every window of the program and returns, once it has been answered, the
+    /// index of the button (the last one when it was dismissed). Timers and deferred work go on
+    /// meanwhile.
     virtual int runModal(const Alert &alert) = 0;
 };
 

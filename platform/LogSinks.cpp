@@ -61,7 +61,8 @@ class StandardErrorSink final : public LogSink {
         QByteArray line = formattedLogLine(record);
         line.append('\n');
         // One write for a whole line keeps lines of several threads and processes apart. A log that
-        // cannot be written (a closed terminal, a full disk) must not stop the picture: it is dropped.
+        // cannot be written (a closed terminal, a full disk) must not stop the picture: it is
+        // dropped.
         const char *rest = line.constData();
         auto left = static_cast<size_t>(line.size());
         while (left > 0) {

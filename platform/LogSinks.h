@@ -15,8 +15,9 @@ namespace lumvik {
 /// Line breaks inside the text become blanks, so that no text can forge a line of its own.
 [[nodiscard]] QByteArray formattedLogLine(const LogRecord &record);
 
-/// The sink for this process: the journal when the program was built with libsystemd and the journal's
-/// socket exists, else standard error. LUMVIK_LOG=stderr in the environment asks for standard error.
+/// The sink for this process: the journal when the program was built with libsystemd and the
+/// journal's socket exists, else standard error. LUMVIK_LOG=stderr in the environment asks for
+/// standard error.
 [[nodiscard]] std::unique_ptr<LogSink> makeDefaultLogSink();
 
 } // namespace lumvik

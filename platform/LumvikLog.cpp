@@ -11,8 +11,8 @@ namespace lumvik {
 
 namespace {
 
-/// Everything the log shares between threads. Never destroyed: threads of libraries may log until the
-/// very end of the process.
+/// Everything the log shares between threads. Never destroyed: threads of libraries may log until
+/// the very end of the process.
 struct SharedLog {
     std::mutex mutex;
     std::unique_ptr<LogSink> sink;
@@ -49,8 +49,8 @@ void LogChannel::log(LogLevel level, const QString &text) const {
     const std::scoped_lock lock(log.mutex);
     if (!log.sink)
         log.sink = makeDefaultLogSink();
-    log.sink->write({level, m_category, log.redaction.redact(text),
-                     QDateTime::currentMSecsSinceEpoch()});
+    log.sink->write(
+        {level, m_category, log.redaction.redact(text), QDateTime::currentMSecsSinceEpoch()});
 }
 
 namespace LumvikLog {
@@ -99,7 +99,9 @@ QString redacted(const QString &text) {
     return log.redaction.redact(text);
 }
 
-void installQtMessageHandler() { qInstallMessageHandler(qtMessage); }
+void installQtMessageHandler() {
+    qInstallMessageHandler(qtMessage);
+}
 
 } // namespace LumvikLog
 

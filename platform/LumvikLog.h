@@ -29,7 +29,8 @@ class LogSink {
     virtual void write(const LogRecord &record) = 0;
 };
 
-/// One of the five channels of the program's log. Stateless apart from its name; usable on any thread.
+/// One of the five channels of the program's log. Stateless apart from its name; usable on any
+/// thread.
 class LogChannel {
   public:
     explicit constexpr LogChannel(const char *category) : m_category(category) {}
@@ -51,8 +52,8 @@ class LogChannel {
 ///
 /// Lines go to the systemd journal when its socket exists and otherwise to standard error (see
 /// LogSinks.h); the sink is chosen at the first line. Whatever the text, camera addresses and the
-/// passwords in them are removed before a sink sees it: this is the only door to the log, so no caller
-/// can forget it. All functions may be called on any thread.
+/// passwords in them are removed before a sink sees it: this is the only door to the log, so no
+/// caller can forget it. All functions may be called on any thread.
 namespace LumvikLog {
 
 inline constexpr const char *subsystem = "com.tandrel.Lumvik";
@@ -63,8 +64,8 @@ inline constexpr const char *subsystem = "com.tandrel.Lumvik";
 [[nodiscard]] const LogChannel &playback();
 [[nodiscard]] const LogChannel &updates();
 
-/// Replaces the sink and returns the previous one (null when none had been chosen yet). Tests use it
-/// to read what is logged.
+/// Replaces the sink and returns the previous one (null when none had been chosen yet). Tests use
+/// it to read what is logged.
 std::unique_ptr<LogSink> setSink(std::unique_ptr<LogSink> sink);
 
 /// Names the camera addresses whose parts must never appear, besides everything that looks like an

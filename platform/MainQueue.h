@@ -7,8 +7,8 @@
 
 namespace lumvik {
 
-/// Seconds on a clock that never jumps: it counts the time that the machine slept and ignores changes
-/// of the wall clock. Only differences mean anything.
+/// Seconds on a clock that never jumps: it counts the time that the machine slept and ignores
+/// changes of the wall clock. Only differences mean anything.
 using TimeStamp = double;
 
 /// A piece of deferred work that can be cancelled until it runs. Used on the main thread only.
@@ -34,9 +34,9 @@ class RepeatingTimer {
 
 /// The main thread's queue of work, and the clock that goes with it.
 ///
-/// The program uses QtMainQueue; tests put one with a clock of their own in its place, so that a wait
-/// of thirty seconds takes no time. `async` may be called on any thread, everything else on the main
-/// thread only. Work that captures the controller holds it weakly.
+/// The program uses QtMainQueue; tests put one with a clock of their own in its place, so that a
+/// wait of thirty seconds takes no time. `async` may be called on any thread, everything else on
+/// the main thread only. Work that captures the controller holds it weakly.
 class MainQueue {
   public:
     using Work = std::function<void()>;
@@ -49,8 +49,8 @@ class MainQueue {
     /// Runs `work` on the main thread in a later turn, in the order of submission.
     virtual void async(Work work) = 0;
 
-    /// Runs `work` once `seconds` (at least 0) have elapsed, unless the returned item is cancelled by
-    /// then. Dropping the item does not cancel it.
+    /// Runs `work` once `seconds` (at least 0) have elapsed, unless the returned item is cancelled
+    /// by then. Dropping the item does not cancel it.
     [[nodiscard]] virtual std::shared_ptr<WorkItem> after(double seconds, Work work) = 0;
 
     /// Runs `work` every `seconds` (above 0) for as long as the returned timer lives.

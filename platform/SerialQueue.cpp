@@ -6,7 +6,8 @@
 namespace lumvik {
 
 SerialQueue::SerialQueue(const QString &label)
-    : m_thread(std::make_unique<QThread>()), m_worker(std::make_unique<QObject>()) {
+    : m_thread(std::make_unique<QThread>())
+    , m_worker(std::make_unique<QObject>()) {
     m_thread->setObjectName(label);
     m_worker->moveToThread(m_thread.get());
     m_thread->start();
@@ -18,7 +19,9 @@ SerialQueue::~SerialQueue() {
     m_thread->wait();
 }
 
-QString SerialQueue::label() const { return m_thread->objectName(); }
+QString SerialQueue::label() const {
+    return m_thread->objectName();
+}
 
 void SerialQueue::async(std::function<void()> work) {
     QMetaObject::invokeMethod(m_worker.get(), std::move(work), Qt::QueuedConnection);

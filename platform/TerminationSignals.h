@@ -9,9 +9,9 @@ class QSocketNotifier;
 
 namespace lumvik {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into one call on the main thread, so that the program can end in
-/// order. A second signal ends the process at once, by the signal's own default action, in case the
-/// orderly way hangs.
+/// Turns SIGTERM, SIGINT and SIGHUP into one call on the main thread, so that the program can end
+/// in order. A second signal ends the process at once, by the signal's own default action, in case
+/// the orderly way hangs.
 ///
 /// One instance at a time, made on the main thread after the application object.
 class TerminationSignals {

@@ -23,7 +23,9 @@ bool UserDefaults::boolean(const QString &key) const {
     return m_settings.value(key).toString() == QLatin1String("true");
 }
 
-QString UserDefaults::string(const QString &key) const { return m_settings.value(key).toString(); }
+QString UserDefaults::string(const QString &key) const {
+    return m_settings.value(key).toString();
+}
 
 void UserDefaults::set(const QString &key, const QVariant &value) {
     m_settings.setValue(key, value);

@@ -9,8 +9,8 @@ namespace lumvik {
 
 /// The user's small preferences, kept in one INI file. Main thread only.
 ///
-/// A value of the wrong kind, and a file that cannot be read, count as absent; a file that cannot be
-/// written costs the preference and one log line, nothing else.
+/// A value of the wrong kind, and a file that cannot be read, count as absent; a file that cannot
+/// be written costs the preference and one log line, nothing else.
 class UserDefaults {
   public:
     /// Works on the file at `path`, which need not exist.

@@ -6,7 +6,9 @@
 #include <QSvgRenderer>
 #include <QtDebug>
 
-static void initialiseResources() { Q_INIT_RESOURCE(lumvik_symbols); }
+static void initialiseResources() {
+    Q_INIT_RESOURCE(lumvik_symbols);
+}
 
 namespace lumvik {
 

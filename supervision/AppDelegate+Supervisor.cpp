@@ -1,7 +1,6 @@
 // What the engine reports, and the choice of the camera.
 
 #include "app/AppDelegate.h"
-
 #include "platform/LumvikLog.h"
 
 #include <type_traits>
@@ -10,8 +9,8 @@ namespace lumvik {
 
 namespace {
 
-/// Whether a stream that ended for this reason was meant to: 2 (stop: a load replaces it), 3 (quit: the
-/// player is destroyed) and 5 (redirect: the engine itself goes on).
+/// Whether a stream that ended for this reason was meant to: 2 (stop: a load replaces it), 3 (quit:
+/// the player is destroyed) and 5 (redirect: the engine itself goes on).
 bool isExpectedEnd(std::uint32_t reason) {
     constexpr std::uint32_t expected = 0x2C;
     return reason <= 5 && ((1U << reason) & expected) != 0;
@@ -33,8 +32,7 @@ void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::FileLoaded>) {
                 log.debug(QStringLiteral("mpv loaded stream headers and began decoding."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::PlaybackRestart>) {
-                log.debug(
-                    QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
+                log.debug(QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::EndFile>) {
                 if (!isExpectedEnd(report.reason)) {
                     log.error(QStringLiteral("mpv ended the stream: reason=%1, error=%2.")
@@ -58,8 +56,8 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     lastFrameRenderedAt = environment.mainQueue.now();
     playbackState = PlaybackSupervisorState::playing;
     if (previous != PlaybackSupervisorState::playing) {
-        LumvikLog::playback().log(QStringLiteral("Live video frames resumed for player generation %1.")
-                                      .arg(generation));
+        LumvikLog::playback().log(
+            QStringLiteral("Live video frames resumed for player generation %1.").arg(generation));
     }
 }
 

@@ -1,7 +1,6 @@
 // The controls over the picture: when they show, where they lie.
 
 #include "app/AppDelegate.h"
-
 #include "viewer/ViewerControlLayout.h"
 
 #include <QGuiApplication>
@@ -81,7 +80,8 @@ void AppDelegate::fadeControls(bool animated) {
 void AppDelegate::setControlsOpacity(qreal opacity) {
     for (QQuickItem *control :
          {static_cast<QQuickItem *>(cameraPicker), static_cast<QQuickItem *>(stayOnTopButton),
-          static_cast<QQuickItem *>(focusViewerButton), static_cast<QQuickItem *>(closeViewerButton)})
+          static_cast<QQuickItem *>(focusViewerButton),
+          static_cast<QQuickItem *>(closeViewerButton)})
         control->setOpacity(opacity);
     // The message of the empty state sends the user to the menu, so the strip stays with it.
     mainMenuStrip->setOpacity(cameras.isEmpty() ? 1 : opacity);
@@ -90,7 +90,8 @@ void AppDelegate::setControlsOpacity(qreal opacity) {
 void AppDelegate::setControlsVisible(bool visible) {
     for (QQuickItem *control :
          {static_cast<QQuickItem *>(cameraPicker), static_cast<QQuickItem *>(stayOnTopButton),
-          static_cast<QQuickItem *>(focusViewerButton), static_cast<QQuickItem *>(closeViewerButton)})
+          static_cast<QQuickItem *>(focusViewerButton),
+          static_cast<QQuickItem *>(closeViewerButton)})
         control->setVisible(visible);
     mainMenuStrip->setVisible((visible || cameras.isEmpty()) && mainMenuStripFits);
 }
@@ -113,10 +114,10 @@ void AppDelegate::updateViewerControlLayout() {
     const QSizeF content = window->size();
     const auto arrangement = viewerControlArrangement(content.width());
     usesCompactViewerControls = arrangement == ViewerControlArrangement::compact;
-    const auto frames = viewerControlFrames(arrangement, {.content = content,
-                                                          .pickerWidth = cameraPicker->naturalWidth(),
-                                                          .menuStripWidth =
-                                                              mainMenuStrip->naturalWidth()});
+    const auto frames =
+        viewerControlFrames(arrangement, {.content = content,
+                                          .pickerWidth = cameraPicker->naturalWidth(),
+                                          .menuStripWidth = mainMenuStrip->naturalWidth()});
     place(*videoHost, QRectF(QPointF(), content));
     place(*interactionView, QRectF(QPointF(), content));
     place(*cameraPicker, frames.picker);

@@ -1,7 +1,6 @@
 // The viewer window: building it, its remembered state, its level, its closing.
 
 #include "app/AppDelegate.h"
-
 #include "platform/LumvikLog.h"
 
 #include <QPointer>
@@ -21,14 +20,27 @@ const QString selectedCameraKey = QStringLiteral("selectedCameraIndex");
 void AppDelegate::createWindow() {
     const auto self = QPointer(this);
     window = std::make_unique<ViewerWindow>(ViewerWindowDelegate{
-        .didMove = [self] { if (self) self->windowDidMove(); },
-        .didResize = [self] { if (self) self->windowDidResize(); },
-        .willClose = [self] { if (self) self->windowWillClose(); },
-        .keyDown =
-            [self](QKeyEvent &event) { return self && self->keyDown(event); },
-        .graphicsFailed = [self](const QString &details) {
-            if (self) self->graphicsFailed(details);
-        },
+        .didMove =
+            [self] {
+                if (self)
+                    self->windowDidMove();
+            },
+        .didResize =
+            [self] {
+                if (self)
+                    self->windowDidResize();
+            },
+        .willClose =
+            [self] {
+                if (self)
+                    self->windowWillClose();
+            },
+        .keyDown = [self](QKeyEvent &event) { return self && self->keyDown(event); },
+        .graphicsFailed =
+            [self](const QString &details) {
+                if (self)
+                    self->graphicsFailed(details);
+            },
     });
     window->setContentAspectRatio({16, 9});
     createViews();
@@ -43,12 +55,20 @@ void AppDelegate::createViews() {
     QQuickItem *content = window->contentItem();
 
     videoHost = new MPVOpenGLView(environment.mainQueue, content);
-    videoHost->setGraphicsHandlers([self] { if (self) self->graphicsWereLost(); },
-                                   [self] { if (self) self->graphicsAreBack(); });
+    videoHost->setGraphicsHandlers(
+        [self] {
+            if (self)
+                self->graphicsWereLost();
+        },
+        [self] {
+            if (self)
+                self->graphicsAreBack();
+        });
     emptyStateLabel = new EmptyStateLabel(content);
     interactionView = new DraggableContentView(content);
     interactionView->setHoverChanged([self](bool isOver) {
-        if (self) self->viewerHoverChanged(isOver);
+        if (self)
+            self->viewerHoverChanged(isOver);
     });
 
     mainMenuStrip = new MainMenuStrip(mainMenu->menus(), content);
@@ -58,16 +78,33 @@ void AppDelegate::createViews() {
             self->updateViewerControls(true);
         }
     });
-    cameraPicker = new CameraPicker(
-        {.menuWillOpen = [self] { if (self) self->menuWillOpen(); },
-         .menuDidClose = [self] { if (self) self->menuDidClose(); },
-         .cameraChosen = [self](int index) { if (self) self->selectCamera(index); }},
-        content);
+    cameraPicker = new CameraPicker({.menuWillOpen =
+                                         [self] {
+                                             if (self)
+                                                 self->menuWillOpen();
+                                         },
+                                     .menuDidClose =
+                                         [self] {
+                                             if (self)
+                                                 self->menuDidClose();
+                                         },
+                                     .cameraChosen =
+                                         [self](int index) {
+                                             if (self)
+                                                 self->selectCamera(index);
+                                         }},
+                                    content);
     stayOnTopButton = new PinToggleButton(content);
-    stayOnTopButton->setAction([self] { if (self) self->toggleStayOnTop(); });
+    stayOnTopButton->setAction([self] {
+        if (self)
+            self->toggleStayOnTop();
+    });
     focusViewerButton = new FocusViewerButton(content);
     closeViewerButton = new CloseViewerButton(content);
-    closeViewerButton->setAction([self] { if (self) self->closeCameraViewer(); });
+    closeViewerButton->setAction([self] {
+        if (self)
+            self->closeCameraViewer();
+    });
 
     setControlsOpacity(0);
     setControlsVisible(false);
@@ -100,7 +137,9 @@ void AppDelegate::saveWindowFrame() {
         environment.userDefaults.set(frameKey, window->savedFrame());
 }
 
-void AppDelegate::windowDidMove() { saveWindowFrame(); }
+void AppDelegate::windowDidMove() {
+    saveWindowFrame();
+}
 
 void AppDelegate::windowDidResize() {
     updateViewerControlLayout();

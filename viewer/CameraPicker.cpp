@@ -19,13 +19,16 @@ constexpr qreal arrowSpace = 12; // what the title leaves at its right for the a
 constexpr qreal arrowWidth = 8;
 constexpr qreal arrowHeight = 10;
 
-QFont titleFont() { return systemFont(10, QFont::Medium); }
+QFont titleFont() {
+    return systemFont(10, QFont::Medium);
+}
 
 } // namespace
 
 CameraPicker::CameraPicker(CameraPickerDelegate delegate, QQuickItem *parent)
-    : ViewerControl(Role::popUpButton, QStringLiteral("Choose a camera"), parent),
-      m_delegate(std::move(delegate)), m_menu(std::make_unique<QMenu>()) {
+    : ViewerControl(Role::popUpButton, QStringLiteral("Choose a camera"), parent)
+    , m_delegate(std::move(delegate))
+    , m_menu(std::make_unique<QMenu>()) {
     setAction([this] { openMenu(); });
     connect(m_menu.get(), &QMenu::aboutToShow, this, [this] {
         if (m_delegate.menuWillOpen)
@@ -90,7 +93,9 @@ void CameraPicker::mousePressEvent(QMouseEvent *event) {
     performClick();
 }
 
-void CameraPicker::mouseReleaseEvent(QMouseEvent *event) { event->accept(); }
+void CameraPicker::mouseReleaseEvent(QMouseEvent *event) {
+    event->accept();
+}
 
 void CameraPicker::paint(QPainter *painter) {
     const QRectF bounds = boundingRect();
@@ -103,8 +108,9 @@ void CameraPicker::paint(QPainter *painter) {
     painter->setFont(titleFont());
     const QRectF title = bounds.adjusted(textMargin, 0, -(textMargin + arrowSpace), 0);
     if (m_selected >= 0) {
-        const QString shown = QFontMetricsF(titleFont())
-                                  .elidedText(m_names.at(m_selected), Qt::ElideRight, title.width());
+        const QString shown =
+            QFontMetricsF(titleFont())
+                .elidedText(m_names.at(m_selected), Qt::ElideRight, title.width());
         painter->drawText(title, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, shown);
     }
     Symbols::draw(*painter, QStringLiteral("chevron.up.chevron.down"),

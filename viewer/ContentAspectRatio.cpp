@@ -16,8 +16,8 @@ QSize sizeWithAspectRatio(const QSize &size, ContentAspectRatio ratio, const QSi
 
     double width = std::sqrt(static_cast<double>(size.width()) * size.height() * quotient);
     if (!maximum.isEmpty())
-        width = std::min({width, static_cast<double>(maximum.width()),
-                          maximum.height() * quotient});
+        width =
+            std::min({width, static_cast<double>(maximum.width()), maximum.height() * quotient});
     width = std::max({width, static_cast<double>(minimum.width()), minimum.height() * quotient});
     return {static_cast<int>(std::lround(width)), static_cast<int>(std::lround(width / quotient))};
 }

@@ -14,9 +14,9 @@ struct ContentAspectRatio {
     friend bool operator==(const ContentAspectRatio &, const ContentAspectRatio &) = default;
 };
 
-/// The size nearest to `size` that has the shape `ratio` to within a pixel: the same area, no smaller
-/// than `minimum` and, where that allows, no larger than `maximum`. `size` itself when the ratio is
-/// empty or already met to within a pixel.
+/// The size nearest to `size` that has the shape `ratio` to within a pixel: the same area, no
+/// smaller than `minimum` and, where that allows, no larger than `maximum`. `size` itself when the
+/// ratio is empty or already met to within a pixel.
 [[nodiscard]] QSize sizeWithAspectRatio(const QSize &size, ContentAspectRatio ratio,
                                         const QSize &minimum, const QSize &maximum);
 

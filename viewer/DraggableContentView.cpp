@@ -37,8 +37,8 @@ DraggableContentView::DraggableContentView(QQuickItem *parent) : QQuickItem(pare
 }
 
 void DraggableContentView::itemChange(ItemChange change, const ItemChangeData &value) {
-    // The pointer is followed at the window: there, leaving this surface for a control that lies over it
-    // is no leaving at all.
+    // The pointer is followed at the window: there, leaving this surface for a control that lies
+    // over it is no leaving at all.
     if (change == ItemSceneChange && value.window != nullptr)
         value.window->installEventFilter(this);
     QQuickItem::itemChange(change, value);

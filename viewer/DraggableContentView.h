@@ -17,9 +17,9 @@ inline constexpr qreal resizeMargin = 6;
 /// The cursor that says what a drag from these edges does.
 [[nodiscard]] Qt::CursorShape resizeCursor(Qt::Edges edges);
 
-/// The transparent surface over the whole picture, under the controls: it reports whether the pointer is
-/// over the viewer, lets the user drag the borderless window by its picture, and resize it at its edges.
-/// It knows nothing of cameras or the player. Main thread only.
+/// The transparent surface over the whole picture, under the controls: it reports whether the
+/// pointer is over the viewer, lets the user drag the borderless window by its picture, and resize
+/// it at its edges. It knows nothing of cameras or the player. Main thread only.
 class DraggableContentView final : public QQuickItem {
     Q_OBJECT
 
@@ -44,7 +44,8 @@ class DraggableContentView final : public QQuickItem {
     [[nodiscard]] bool canResize() const;
 
     std::function<void(bool)> m_hoverChanged;
-    /// Where in the window the pointer holds it while it is dragged without the window manager's help.
+    /// Where in the window the pointer holds it while it is dragged without the window manager's
+    /// help.
     std::optional<QPoint> m_grabPoint;
 };
 

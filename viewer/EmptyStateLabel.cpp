@@ -13,7 +13,9 @@ namespace {
 
 constexpr int textFlags = Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextWordWrap;
 
-QFont labelFont() { return systemFont(15, QFont::Medium); }
+QFont labelFont() {
+    return systemFont(15, QFont::Medium);
+}
 
 } // namespace
 
@@ -22,13 +24,15 @@ EmptyStateLabel::EmptyStateLabel(QQuickItem *parent) : QQuickPaintedItem(parent)
 }
 
 QString EmptyStateLabel::text() {
-    return QStringLiteral("No cameras are configured. Use Lumvik → Camera Addresses… to add a camera "
-                          "or import a Lumvik camera list.");
+    return QStringLiteral(
+        "No cameras are configured. Use Lumvik → Camera Addresses… to add a camera "
+        "or import a Lumvik camera list.");
 }
 
 qreal EmptyStateLabel::heightForWidth(qreal width) {
-    return std::ceil(
-        QFontMetricsF(labelFont()).boundingRect(QRectF(0, 0, width, 10000), textFlags, text()).height());
+    return std::ceil(QFontMetricsF(labelFont())
+                         .boundingRect(QRectF(0, 0, width, 10000), textFlags, text())
+                         .height());
 }
 
 void EmptyStateLabel::paint(QPainter *painter) {

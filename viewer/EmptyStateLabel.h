@@ -4,7 +4,8 @@
 
 namespace lumvik {
 
-/// The message in the middle of the viewer while no camera is configured. It wraps within its width.
+/// The message in the middle of the viewer while no camera is configured. It wraps within its
+/// width.
 class EmptyStateLabel final : public QQuickPaintedItem {
     Q_OBJECT
 

@@ -21,7 +21,9 @@ constexpr qreal titleMargin = 9; // at each side of a title
 constexpr qreal stripMargin = 3; // between the strip's ends and the outer titles' margins
 constexpr qreal menuGap = 4;
 
-QFont titleFont() { return systemFont(11, QFont::Medium); }
+QFont titleFont() {
+    return systemFont(11, QFont::Medium);
+}
 
 qreal titleWidth(const QMenu &menu) {
     return std::ceil(QFontMetricsF(titleFont()).horizontalAdvance(menu.title())) + 2 * titleMargin;
@@ -30,7 +32,8 @@ qreal titleWidth(const QMenu &menu) {
 } // namespace
 
 MainMenuStrip::MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent)
-    : QQuickPaintedItem(parent), m_menus(std::move(menus)) {
+    : QQuickPaintedItem(parent)
+    , m_menus(std::move(menus)) {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
     setCursor(Qt::ArrowCursor);

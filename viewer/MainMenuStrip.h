@@ -8,8 +8,8 @@
 
 namespace lumvik {
 
-/// The main menu's titles in a small strip over the picture. A press on a title opens its menu; the arrow
-/// keys then walk from one menu to the next. Main thread only.
+/// The main menu's titles in a small strip over the picture. A press on a title opens its menu; the
+/// arrow keys then walk from one menu to the next. Main thread only.
 class MainMenuStrip final : public QQuickPaintedItem {
     Q_OBJECT
 
@@ -25,8 +25,8 @@ class MainMenuStrip final : public QQuickPaintedItem {
     /// The width that shows all titles, in points.
     [[nodiscard]] qreal naturalWidth() const;
 
-    /// Opens the menu at `index` under its title, or at the window's top left corner while the strip is
-    /// hidden.
+    /// Opens the menu at `index` under its title, or at the window's top left corner while the
+    /// strip is hidden.
     void openMenu(int index);
 
     void paint(QPainter *painter) override;

@@ -12,7 +12,9 @@ namespace {
 constexpr qreal cornerRadius = 6;
 constexpr qreal symbolSide = 13;
 
-QColor translucentBlack(float alpha) { return QColor::fromRgbF(0, 0, 0, alpha); }
+QColor translucentBlack(float alpha) {
+    return QColor::fromRgbF(0, 0, 0, alpha);
+}
 
 } // namespace
 
@@ -47,15 +49,23 @@ QString PinToggleButton::symbolName() const {
 FocusViewerButton::FocusViewerButton(QQuickItem *parent)
     : ViewerButton(Role::button, QStringLiteral("Focus on an Area"), parent) {}
 
-QColor FocusViewerButton::fillColour() const { return translucentBlack(0.76F); }
+QColor FocusViewerButton::fillColour() const {
+    return translucentBlack(0.76F);
+}
 
-QString FocusViewerButton::symbolName() const { return QStringLiteral("viewfinder"); }
+QString FocusViewerButton::symbolName() const {
+    return QStringLiteral("viewfinder");
+}
 
 CloseViewerButton::CloseViewerButton(QQuickItem *parent)
     : ViewerButton(Role::button, QStringLiteral("Close Camera"), parent) {}
 
-QColor CloseViewerButton::fillColour() const { return translucentBlack(0.76F); }
+QColor CloseViewerButton::fillColour() const {
+    return translucentBlack(0.76F);
+}
 
-QString CloseViewerButton::symbolName() const { return QStringLiteral("xmark"); }
+QString CloseViewerButton::symbolName() const {
+    return QStringLiteral("xmark");
+}
 
 } // namespace lumvik

@@ -6,8 +6,8 @@
 
 namespace lumvik {
 
-/// The common look of the viewer's three buttons: a dark translucent rounded rectangle, readable over
-/// any picture, with a small white symbol.
+/// The common look of the viewer's three buttons: a dark translucent rounded rectangle, readable
+/// over any picture, with a small white symbol.
 class ViewerButton : public ViewerControl {
     Q_OBJECT
 

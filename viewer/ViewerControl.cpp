@@ -11,11 +11,14 @@ namespace lumvik {
 
 namespace {
 
-/// The attached object through which Qt Quick's items describe themselves to assistive technology. Its
-/// class is not public, its properties are; null when this Qt has no such class.
+/// How long the pointer rests on a control before its tool tip shows, in milliseconds, as toolkits
+/// have it.
+constexpr int toolTipDelay = 700;
+
+/// The attached object through which Qt Quick's items describe themselves to assistive technology.
+/// Its class is not public, its properties are; null when this Qt has no such class.
 QObject *attachedAccessible(QObject *item) {
-    const QMetaObject *type =
-        QMetaType::fromName("QQuickAccessibleAttached*").metaObject();
+    const QMetaObject *type = QMetaType::fromName("QQuickAccessibleAttached*").metaObject();
     if (type == nullptr)
         return nullptr;
     const auto attach = qmlAttachedPropertiesFunction(item, type);
@@ -37,7 +40,8 @@ QAccessible::Role accessibleRole(ViewerControl::Role role) {
 } // namespace
 
 ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent)
-    : QQuickPaintedItem(parent), m_role(role) {
+    : QQuickPaintedItem(parent)
+    , m_role(role) {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
     setAntialiasing(true);
@@ -50,18 +54,18 @@ ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent
         connect(m_accessible, SIGNAL(toggleAction()), this, SLOT(performClick()));
     }
     setLabel(label);
+
+    m_toolTipDelay.setSingleShot(true);
+    m_toolTipDelay.setInterval(toolTipDelay);
+    connect(&m_toolTipDelay, &QTimer::timeout, this, &ViewerControl::showToolTip);
 }
 
 ViewerControl::~ViewerControl() = default;
 
 void ViewerControl::setLabel(const QString &label) {
     m_label = label;
-    setAccessibleName(label);
-}
-
-void ViewerControl::setAccessibleName(const QString &name) {
     if (m_accessible != nullptr)
-        m_accessible->setProperty("name", name);
+        m_accessible->setProperty("name", label);
 }
 
 void ViewerControl::accessibleStateChanged() {
@@ -92,10 +96,14 @@ void ViewerControl::mouseReleaseEvent(QMouseEvent *event) {
 void ViewerControl::hoverEnterEvent(QHoverEvent *event) {
     QQuickPaintedItem::hoverEnterEvent(event);
     setCursor(Qt::ArrowCursor);
-    if (window() != nullptr && isEnabled()) {
-        const QPointF below = mapToScene(QPointF(0, height() + 4));
-        QToolTip::showText(window()->mapToGlobal(below).toPoint(), m_label);
-    }
+    m_toolTipDelay.start();
+}
+
+void ViewerControl::showToolTip() {
+    if (window() == nullptr || !isEnabled() || !isVisible())
+        return;
+    const QPointF below = mapToScene(QPointF(0, height()));
+    QToolTip::showText(window()->mapToGlobal(below).toPoint(), m_label);
 }
 
 void ViewerControl::hoverLeaveEvent(QHoverEvent *event) {
@@ -104,6 +112,7 @@ void ViewerControl::hoverLeaveEvent(QHoverEvent *event) {
 }
 
 void ViewerControl::hideToolTip() {
+    m_toolTipDelay.stop();
     if (QToolTip::isVisible())
         QToolTip::hideText();
 }

@@ -2,13 +2,14 @@
 
 #include <QQuickPaintedItem>
 #include <QString>
+#include <QTimer>
 
 #include <functional>
 
 namespace lumvik {
 
-/// A control over the picture: it draws itself, reacts to a click or to the space and return keys, shows
-/// a tool tip, and reports its name and role to assistive technology. Main thread only.
+/// A control over the picture: it draws itself, reacts to a click or to the space and return keys,
+/// shows a tool tip, and reports its name and role to assistive technology. Main thread only.
 class ViewerControl : public QQuickPaintedItem {
     Q_OBJECT
 
@@ -45,15 +46,14 @@ class ViewerControl : public QQuickPaintedItem {
     /// Runs first on each click; a toggle changes its state here.
     virtual void willPerformAction() {}
 
-    /// Whether the label is the accessible name as well as the tool tip. The picker's name is set apart.
-    void setAccessibleName(const QString &name);
-
   private:
+    void showToolTip();
     void hideToolTip();
 
     Role m_role;
     QString m_label;
     std::function<void()> m_action;
+    QTimer m_toolTipDelay;
     QObject *m_accessible = nullptr; // the item's attached accessible object, its child
 };
 

@@ -33,8 +33,8 @@ void layOutCompact(const ViewerControlSizes &, ViewerControlFrames &frames) {
 ViewerControlFrames viewerControlFrames(ViewerControlArrangement arrangement,
                                         const ViewerControlSizes &sizes) {
     ViewerControlFrames frames;
-    frames.close = QRectF(sizes.content.width() - margin - buttonWidth, margin, buttonWidth,
-                          controlHeight);
+    frames.close =
+        QRectF(sizes.content.width() - margin - buttonWidth, margin, buttonWidth, controlHeight);
     frames.focus = frames.close.translated(-(buttonWidth + gap), 0);
     frames.pin = frames.focus.translated(-(buttonWidth + gap), 0);
     switch (arrangement) {

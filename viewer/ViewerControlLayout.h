@@ -16,8 +16,8 @@ inline constexpr qreal compactViewerWidth = 290;
                                              : ViewerControlArrangement::regular;
 }
 
-/// Rectangles in points from the content's top left corner. A null rectangle means that the thing is
-/// not shown.
+/// Rectangles in points from the content's top left corner. A null rectangle means that the thing
+/// is not shown.
 struct ViewerControlFrames {
     QRectF menuStrip;
     QRectF picker;
@@ -33,10 +33,11 @@ struct ViewerControlSizes {
     qreal menuStripWidth = 0; // what the strip needs to show its titles
 };
 
-/// Lays the controls out. Margins to the container are 12, gaps are 6, buttons are 28 wide, everything is
-/// 24 high. The picker keeps its place beside the pin: its width gives way, down to 140, to the window's
-/// edge and to the menu strip. Where not even that leaves room for the strip, and in the compact
-/// arrangement, the strip is not shown (the menu key opens its menus everywhere).
+/// Lays the controls out. Margins to the container are 12, gaps are 6, buttons are 28 wide,
+/// everything is 24 high. The picker keeps its place beside the pin: its width gives way, down to
+/// 140, to the window's edge and to the menu strip. Where not even that leaves room for the strip,
+/// and in the compact arrangement, the strip is not shown (the menu key opens its menus
+/// everywhere).
 [[nodiscard]] ViewerControlFrames viewerControlFrames(ViewerControlArrangement arrangement,
                                                       const ViewerControlSizes &sizes);
 

@@ -13,14 +13,16 @@ namespace {
 constexpr QSize initialSize{1120, 630};
 constexpr QSize minimumViewerSize{480, 270};
 
-/// How long after the last size a window that the window manager left in another shape is corrected, in
-/// milliseconds. Correcting each size of an interactive resize would fight with the pointer.
+/// How long after the last size a window that the window manager left in another shape is
+/// corrected, in milliseconds. Correcting each size of an interactive resize would fight with the
+/// pointer.
 constexpr int shapeCorrectionDelay = 150;
 
 } // namespace
 
 ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
-    : m_delegate(std::move(delegate)), m_sizeHints(*this) {
+    : m_delegate(std::move(delegate))
+    , m_sizeHints(*this) {
     setFlags(Qt::Window | Qt::FramelessWindowHint);
     setTitle(QStringLiteral("Lumvik"));
     setColor(Qt::black);
@@ -69,15 +71,17 @@ void ViewerWindow::correctShape() {
     frame.moveCenter(QRect(position(), size()).center());
     // A window that was wholly on its screen stays so.
     if (area.contains(QRect(position(), size()))) {
-        frame.moveLeft(qBound(area.left(), frame.left(),
-                              qMax(area.left(), area.right() + 1 - frame.width())));
+        frame.moveLeft(
+            qBound(area.left(), frame.left(), qMax(area.left(), area.right() + 1 - frame.width())));
         frame.moveTop(
             qBound(area.top(), frame.top(), qMax(area.top(), area.bottom() + 1 - frame.height())));
     }
     setFrame(frame);
 }
 
-void ViewerWindow::setFrame(const QRect &frame) { setGeometry(frame); }
+void ViewerWindow::setFrame(const QRect &frame) {
+    setGeometry(frame);
+}
 
 bool ViewerWindow::hasOrdinaryFrame() const {
     return (windowStates() & (Qt::WindowFullScreen | Qt::WindowMinimized | Qt::WindowMaximized)) ==
@@ -104,8 +108,7 @@ void ViewerWindow::setLevel(WindowLevel level) {
 }
 
 WindowLevel ViewerWindow::level() const {
-    return flags().testFlag(Qt::WindowStaysOnTopHint) ? WindowLevel::floating
-                                                      : WindowLevel::normal;
+    return flags().testFlag(Qt::WindowStaysOnTopHint) ? WindowLevel::floating : WindowLevel::normal;
 }
 
 // ---- Frame ----
@@ -127,12 +130,18 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
         else
             screens.append(each->availableGeometry());
     }
-    QRect restored(frame->topLeft(), frame->size().expandedTo(minimumSize()));
-    setFrame(frameOnScreens(restored, screens));
+    const QRect restored =
+        frameOnScreens(QRect(frame->topLeft(), frame->size().expandedTo(minimumSize())), screens);
+    // The shape of the last video, most likely: kept until this one's is known.
+    m_ratio = {restored.width(), restored.height()};
+    m_sizeHints.setAspectRatio(m_ratio);
+    setFrame(restored);
     return true;
 }
 
-void ViewerWindow::centre() { setFrame(centredFrame(size(), availableArea())); }
+void ViewerWindow::centre() {
+    setFrame(centredFrame(size(), availableArea()));
+}
 
 void ViewerWindow::toggleFullScreen() {
     if (windowStates().testFlag(Qt::WindowFullScreen))
@@ -143,10 +152,13 @@ void ViewerWindow::toggleFullScreen() {
 
 // ---- Closing and drawing ----
 
-void ViewerWindow::performClose() { close(); }
+void ViewerWindow::performClose() {
+    close();
+}
 
 bool ViewerWindow::event(QEvent *event) {
-    // A close can arrive more than once (button, window manager, termination); the first one counts.
+    // A close can arrive more than once (button, window manager, termination); the first one
+    // counts.
     if (event->type() == QEvent::Close && !m_isClosing) {
         m_isClosing = true;
         if (m_delegate.willClose)

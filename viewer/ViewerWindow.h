@@ -17,8 +17,8 @@ enum class WindowLevel { normal, floating };
 struct ViewerWindowDelegate {
     std::function<void()> didMove;
     std::function<void()> didResize;
-    /// The user or the window manager asked for the window to close, or `performClose` was called. The
-    /// window is hidden after this returns.
+    /// The user or the window manager asked for the window to close, or `performClose` was called.
+    /// The window is hidden after this returns.
     std::function<void()> willClose;
     /// A key was pressed that no item took; answers whether it was used.
     std::function<bool(QKeyEvent &)> keyDown;
@@ -35,8 +35,8 @@ class ViewerWindow final : public QQuickWindow {
     explicit ViewerWindow(ViewerWindowDelegate delegate);
     ~ViewerWindow() override;
 
-    /// Keeps the content in this shape from now on, and takes it on at once around the window's centre.
-    /// An empty ratio frees the shape.
+    /// Keeps the content in this shape from now on, and takes it on at once around the window's
+    /// centre. An empty ratio frees the shape.
     void setContentAspectRatio(ContentAspectRatio ratio);
     [[nodiscard]] ContentAspectRatio contentAspectRatio() const { return m_ratio; }
 
@@ -46,12 +46,14 @@ class ViewerWindow final : public QQuickWindow {
 
     /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h).
     [[nodiscard]] QString savedFrame() const;
-    /// Moves and sizes the window; false, without effect, when the text is no frame.
+    /// Moves and sizes the window, and keeps that shape; false, without effect, when the text is no
+    /// frame.
     bool setFrameFromString(const QString &text);
     /// Centres the window on its screen.
     void centre();
 
-    /// Whether the window's size and place are the user's choice: not in full screen, and not minimised.
+    /// Whether the window's size and place are the user's choice: not in full screen, and not
+    /// minimised.
     [[nodiscard]] bool hasOrdinaryFrame() const;
 
     void toggleFullScreen();
@@ -59,8 +61,8 @@ class ViewerWindow final : public QQuickWindow {
     /// Closes the window as if its close button had been pressed.
     void performClose();
 
-    /// Runs `action` once the window's first frame has been drawn; at once, in a later turn, if it has
-    /// been already.
+    /// Runs `action` once the window's first frame has been drawn; at once, in a later turn, if it
+    /// has been already.
     void whenFirstDrawn(std::function<void()> action);
 
   protected:

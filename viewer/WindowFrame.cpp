@@ -17,10 +17,9 @@ std::optional<QRect> plausibleFrame(const std::array<double, 4> &numbers) {
         if (!std::isfinite(number) || std::abs(number) > largestSide)
             return std::nullopt;
     }
-    const QRect frame(static_cast<int>(std::lround(numbers[0])),
-                      static_cast<int>(std::lround(numbers[1])),
-                      static_cast<int>(std::lround(numbers[2])),
-                      static_cast<int>(std::lround(numbers[3])));
+    const QRect frame(
+        static_cast<int>(std::lround(numbers[0])), static_cast<int>(std::lround(numbers[1])),
+        static_cast<int>(std::lround(numbers[2])), static_cast<int>(std::lround(numbers[3])));
     return frame.isEmpty() ? std::nullopt : std::optional(frame);
 }
 
@@ -49,12 +48,13 @@ QString savedFrameString(const QRect &frame, const QRect &screen) {
 
 std::optional<QRect> frameFromString(const QString &text) {
     static const QString number = QStringLiteral("(-?\\d{1,9}(?:\\.\\d{1,9})?)");
-    static const QRegularExpression saved(
-        QRegularExpression::anchoredPattern(QStringLiteral("\\s*%1\\s+%1\\s+%1\\s+%1"
-                                                           "(?:\\s+-?\\d{1,9}(?:\\.\\d{1,9})?){4}\\s*")
-                                                .arg(number)));
+    static const QRegularExpression saved(QRegularExpression::anchoredPattern(
+        QStringLiteral("\\s*%1\\s+%1\\s+%1\\s+%1"
+                       "(?:\\s+-?\\d{1,9}(?:\\.\\d{1,9})?){4}\\s*")
+            .arg(number)));
     static const QRegularExpression plain(QRegularExpression::anchoredPattern(
-        QStringLiteral("\\s*\\{\\{\\s*%1\\s*,\\s*%1\\s*\\}\\s*,\\s*\\{\\s*%1\\s*,\\s*%1\\s*\\}\\}\\s*")
+        QStringLiteral(
+            "\\s*\\{\\{\\s*%1\\s*,\\s*%1\\s*\\}\\s*,\\s*\\{\\s*%1\\s*,\\s*%1\\s*\\}\\}\\s*")
             .arg(number)));
     if (auto frame = frameFromCaptures(saved.match(text)))
         return frame;
@@ -62,9 +62,8 @@ std::optional<QRect> frameFromString(const QString &text) {
 }
 
 QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens) {
-    const bool touches = std::any_of(screens.begin(), screens.end(), [&](const QRect &screen) {
-        return screen.intersects(frame);
-    });
+    const bool touches = std::any_of(screens.begin(), screens.end(),
+                                     [&](const QRect &screen) { return screen.intersects(frame); });
     if (touches || screens.isEmpty())
         return frame;
     const QRect &screen = screens.first();

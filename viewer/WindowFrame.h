@@ -9,19 +9,21 @@
 namespace lumvik {
 
 /// The text under which a window's frame is remembered: eight numbers, the frame's x, y, width and
-/// height, then those of the screen it was on, in the coordinates of the whole desktop with the origin
-/// at the top left.
+/// height, then those of the screen it was on, in the coordinates of the whole desktop with the
+/// origin at the top left.
 [[nodiscard]] QString savedFrameString(const QRect &frame, const QRect &screen);
 
-/// The frame in a text made by savedFrameString, or in the plain form "{{x, y}, {w, h}}". Nothing when
-/// the text is neither, or when the frame is empty or absurd (a side above 32,767, the limit of X11).
+/// The frame in a text made by savedFrameString, or in the plain form "{{x, y}, {w, h}}". Nothing
+/// when the text is neither, or when the frame is empty or absurd (a side above 32,767, the limit
+/// of X11).
 [[nodiscard]] std::optional<QRect> frameFromString(const QString &text);
 
-/// `frame`, or, where it touches none of `screens`, the frame moved to the nearest place on the first
-/// screen, made smaller where it is larger than that screen. With no screens `frame` itself.
+/// `frame`, or, where it touches none of `screens`, the frame moved to the nearest place on the
+/// first screen, made smaller where it is larger than that screen. With no screens `frame` itself.
 [[nodiscard]] QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens);
 
-/// A frame of `size` in the middle of `area`; a larger size is reduced to the area with its shape kept.
+/// A frame of `size` in the middle of `area`; a larger size is reduced to the area with its shape
+/// kept.
 [[nodiscard]] QRect centredFrame(const QSize &size, const QRect &area);
 
 } // namespace lumvik

@@ -48,9 +48,8 @@ void X11SizeHints::apply() {
     const auto id = static_cast<xcb_window_t>(m_window.winId());
 
     xcb_size_hints_t hints{};
-    if (xcb_icccm_get_wm_normal_hints_reply(connection,
-                                            xcb_icccm_get_wm_normal_hints(connection, id), &hints,
-                                            nullptr) == 0)
+    if (xcb_icccm_get_wm_normal_hints_reply(
+            connection, xcb_icccm_get_wm_normal_hints(connection, id), &hints, nullptr) == 0)
         return;
     const bool hasAspect = (hints.flags & XCB_ICCCM_SIZE_HINT_P_ASPECT) != 0;
     const ContentAspectRatio current =
@@ -77,7 +76,9 @@ void X11SizeHints::apply() {
 
 #else
 
-bool X11SizeHints::nativeEventFilter(const QByteArray &, void *, qintptr *) { return false; }
+bool X11SizeHints::nativeEventFilter(const QByteArray &, void *, qintptr *) {
+    return false;
+}
 void X11SizeHints::apply() {}
 
 #endif

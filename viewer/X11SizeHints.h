@@ -8,9 +8,9 @@
 
 namespace lumvik {
 
-/// Keeps the aspect ratio in a window's WM_NORMAL_HINTS on X11, so that the window manager itself keeps
-/// the shape while the user resizes. Qt has no call for it and writes the hints anew, without the ratio,
-/// whenever a size limit or the geometry changes; this puts the ratio back each time.
+/// Keeps the aspect ratio in a window's WM_NORMAL_HINTS on X11, so that the window manager itself
+/// keeps the shape while the user resizes. Qt has no call for it and writes the hints anew, without
+/// the ratio, whenever a size limit or the geometry changes; this puts the ratio back each time.
 ///
 /// On other windowing systems it does nothing. Lives with its window, on the main thread.
 class X11SizeHints final : public QAbstractNativeEventFilter {
