@@ -144,9 +144,9 @@ int refusalToReplace(const fs::path &path) {
     if (!S_ISREG(status.st_mode))
         return ENODEV;
     // The bit counts for the superuser too, whom the system would let through.
-    if ((status.st_mode & S_IWUSR) == 0 || ::access(path.c_str(), W_OK) != 0)
+    if ((status.st_mode & S_IWUSR) == 0)
         return EACCES;
-    return 0;
+    return ::access(path.c_str(), W_OK) == 0 ? 0 : errno;
 }
 
 fs::path folderOf(const fs::path &path) {

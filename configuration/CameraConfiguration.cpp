@@ -56,7 +56,7 @@ class TextCheck {
     }
 
     bool skipEscape() {
-        // The digits that follow "\\u" are checked by Qt's reader.
+        // The four digits of a "\\u" escape are checked by Qt's reader.
         constexpr std::string_view escapes = "\"\\/bfnrtu";
         return m_at < m_bytes.size() && escapes.find(m_bytes.at(m_at++)) != escapes.npos;
     }

@@ -44,9 +44,9 @@ class CameraConfigurationStore {
     /// copy could be written does not count. An empty list is stored like any other.
     [[nodiscard]] tl::expected<void, StoreError> save(const CameraList &cameras) const;
 
-    /// Writes the list to a file of the user's choice and nothing else anywhere. An empty list is
-    /// refused with noCameras. When only the permissions cannot be set, as on a memory stick
-    /// without any, the error says so and the file stays, complete.
+    /// Writes the list to a file of the user's choice; the store's own files stay untouched. An
+    /// empty list is refused with noCameras. When only the permissions cannot be set, as on a
+    /// memory stick without any, the error says so and the file stays, complete.
     [[nodiscard]] tl::expected<void, StoreError> exportCameras(const CameraList &cameras,
                                                                const QString &location) const;
 

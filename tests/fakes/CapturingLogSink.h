@@ -24,7 +24,7 @@ struct LoggedLine {
 ///
 ///     const CapturedLog log;
 ///     store.load();
-///     EXPECT_EQ(log.texts("configuration"), QStringList{"No camera configuration exists yet."});
+///     EXPECT_EQ(log.texts(u"configuration"_s), QStringList(u"Loaded 2 cameras."_s));
 class CapturedLog {
   public:
     CapturedLog() : m_previous(LumvikLog::setSink(std::make_unique<Sink>(m_lines))) {}
