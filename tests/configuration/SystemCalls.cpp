@@ -1,0 +1,87 @@
+#include "SystemCalls.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace lumvik::test {
+
+SystemCalls &systemCalls() {
+    static SystemCalls calls;
+    return calls;
+}
+
+namespace {
+
+/// True when the call goes through; else errno is set.
+bool allowed(const char *call, int descriptor, const char *path) {
+    const int error = systemCalls().before ? systemCalls().before(call, descriptor, path) : 0;
+    if (error != 0)
+        errno = error;
+    return error == 0;
+}
+
+} // namespace
+} // namespace lumvik::test
+
+using lumvik::test::allowed;
+
+// The linker's --wrap option prescribes these names.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+
+int __real_fchmod(int descriptor, mode_t mode);
+int __wrap_fchmod(int descriptor, mode_t mode);
+int __real_flock(int descriptor, int operation);
+int __wrap_flock(int descriptor, int operation);
+ssize_t __real_write(int descriptor, const void *bytes, std::size_t count);
+ssize_t __wrap_write(int descriptor, const void *bytes, std::size_t count);
+int __real_fsync(int descriptor);
+int __wrap_fsync(int descriptor);
+int __real_rename(const char *from, const char *to);
+int __wrap_rename(const char *from, const char *to);
+int __real_unlink(const char *path);
+int __wrap_unlink(const char *path);
+int __real_chmod(const char *path, mode_t mode);
+int __wrap_chmod(const char *path, mode_t mode);
+int __real_mkdir(const char *path, mode_t mode);
+int __wrap_mkdir(const char *path, mode_t mode);
+
+int __wrap_fchmod(int descriptor, mode_t mode) {
+    return allowed("fchmod", descriptor, "") ? __real_fchmod(descriptor, mode) : -1;
+}
+
+int __wrap_flock(int descriptor, int operation) {
+    return allowed("flock", descriptor, "") ? __real_flock(descriptor, operation) : -1;
+}
+
+ssize_t __wrap_write(int descriptor, const void *bytes, std::size_t count) {
+    if (!allowed("write", descriptor, ""))
+        return -1;
+    return __real_write(descriptor, bytes,
+                        std::min(count, lumvik::test::systemCalls().largestWrite));
+}
+
+int __wrap_fsync(int descriptor) {
+    return allowed("fsync", descriptor, "") ? __real_fsync(descriptor) : -1;
+}
+
+int __wrap_rename(const char *from, const char *to) {
+    return allowed("rename", -1, from) ? __real_rename(from, to) : -1;
+}
+
+int __wrap_unlink(const char *path) {
+    return allowed("unlink", -1, path) ? __real_unlink(path) : -1;
+}
+
+int __wrap_chmod(const char *path, mode_t mode) {
+    return allowed("chmod", -1, path) ? __real_chmod(path, mode) : -1;
+}
+
+int __wrap_mkdir(const char *path, mode_t mode) {
+    return allowed("mkdir", -1, path) ? __real_mkdir(path, mode) : -1;
+}
+
+} // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
