@@ -3,7 +3,7 @@
 add_library(lumvik_warnings INTERFACE)
 target_compile_options(lumvik_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
-  -Wconversion -Wsign-conversion -Wformat=2 -Wimplicit-fallthrough -Wnull-dereference -Wswitch-enum)
+  -Wconversion -Wsign-conversion -Wformat=2 -Wimplicit-fallthrough -Wswitch-enum)
 if(LUMVIK_WARNINGS_AS_ERRORS)
   target_compile_options(lumvik_warnings INTERFACE -Werror)
 endif()
