@@ -12,7 +12,7 @@ namespace lumvik {
 namespace {
 
 /// The failures that a user can do something about get words of our own; the rest has the system's.
-QString reasonText(int systemError) {
+QString reasonText(FileError::Operation operation, int systemError) {
     switch (systemError) {
     case EACCES:
     case EPERM:
@@ -23,7 +23,9 @@ QString reasonText(int systemError) {
     case EDQUOT:
         return QStringLiteral("the disk is full");
     case ENOENT:
-        return QStringLiteral("the folder does not exist");
+        return operation == FileError::Operation::read
+                   ? QStringLiteral("it does not exist")
+                   : QStringLiteral("the folder does not exist");
     case ENOTDIR:
     case EEXIST:
         return QStringLiteral("a file is in the folder's place");
@@ -85,7 +87,7 @@ QString errorDescription(const FileError &error) {
     // A user may name an export after a camera's address, so even a file's name is looked at.
     const QString name = QFileInfo(error.path).fileName();
     return LumvikLog::redacted(
-        attemptText(error.operation).arg(name, reasonText(error.systemError)));
+        attemptText(error.operation).arg(name, reasonText(error.operation, error.systemError)));
 }
 
 QString errorDescription(const StoreError &error) {

@@ -75,6 +75,8 @@ TEST(CameraConfigurationErrors, FileErrorsNameTheFileAndTheReason) {
               u"The file “cameras.json” could not be written: the disk is full."_s);
     EXPECT_EQ(errorDescription(FileError{Operation::read, u"/home/me/cameras.json"_s, EACCES}),
               u"The file “cameras.json” could not be read: you do not have permission."_s);
+    EXPECT_EQ(errorDescription(FileError{Operation::read, u"/home/me/cameras.json"_s, ENOENT}),
+              u"The file “cameras.json” could not be read: it does not exist."_s);
     EXPECT_EQ(errorDescription(FileError{Operation::createFolder, u"/home/me/lumvik"_s, EROFS}),
               u"The folder “lumvik” could not be created: the disk cannot be written to."_s);
     EXPECT_EQ(errorDescription(FileError{Operation::setPermissions, u"/media/stick/a"_s, EPERM}),
