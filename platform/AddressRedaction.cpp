@@ -43,8 +43,13 @@ QStringList passwordParameters(const QString &address) {
         QStringLiteral("(?:password|passwd|pwd|pass|token|secret|auth|key)=([^&/?#\\s]+)"),
         QRegularExpression::CaseInsensitiveOption);
     QStringList found;
-    for (auto matches = parameter.globalMatch(address); matches.hasNext();)
-        found.append(matches.next().captured(1));
+    for (auto matches = parameter.globalMatch(address); matches.hasNext();) {
+        const QString value = matches.next().captured(1);
+        found.append(value);
+        // Where parameters stand in the path they are often joined by "_": "password=b_channel=1".
+        static const QRegularExpression nextParameter(QStringLiteral("_[A-Za-z]+=.*$"));
+        found.append(QString(value).remove(nextParameter));
+    }
     return found;
 }
 
@@ -66,6 +71,8 @@ void AddressRedaction::protect(const QStringList &addresses) {
             addSecret(decoded);
             addSecret(QString::fromLatin1(QUrl::toPercentEncoding(decoded)));
             addSecret(QString::fromLatin1(QUrl::toPercentEncoding(password)));
+            // Hexadecimal digits of either case mean the same.
+            addSecret(QString::fromLatin1(QUrl::toPercentEncoding(decoded)).toLower());
         }
         if (credentials.password.isEmpty())
             continue;
@@ -90,7 +97,7 @@ QString AddressRedaction::redact(const QString &text) const {
     // "%20" by then or are caught by value. Trailing punctuation of the sentence around goes with
     // it.
     static const QRegularExpression address(
-        QStringLiteral("([A-Za-z][A-Za-z0-9+.-]*):(?://|%2[Ff]%2[Ff])[^\\s'\"<>]+"));
+        QStringLiteral("([A-Za-z][A-Za-z0-9+.-]*)(?::|%3[Aa])(?://|%2[Ff]%2[Ff])[^\\s'\"<>]+"));
 
     QString result = text;
     for (const QString &secret : m_secrets) {

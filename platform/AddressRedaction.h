@@ -10,7 +10,7 @@ namespace lumvik {
 /// Two nets, because the engine rewrites addresses in ways of its own:
 ///  - by form: everything that looks like "scheme://…" and every Authorization header goes, known
 ///  or not;
-///  - by value: the user names and passwords of the addresses named with `protect` are looked for
+///  - by value: the passwords of the addresses named with `protect` are looked for
 ///  raw,
 ///    percent-decoded, percent-encoded, and in the Base64 of HTTP basic authentication.
 ///

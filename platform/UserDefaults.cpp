@@ -6,7 +6,26 @@
 
 namespace lumvik {
 
-UserDefaults::UserDefaults(const QString &path) : m_settings(path, QSettings::IniFormat) {}
+namespace {
+
+constexpr int writingDelay = 500; // milliseconds
+
+} // namespace
+
+UserDefaults::UserDefaults(const QString &path) : m_settings(path, QSettings::IniFormat) {
+    m_writing.setSingleShot(true);
+    m_writing.setInterval(writingDelay);
+    QObject::connect(&m_writing, &QTimer::timeout, &m_settings, [this] { synchronize(); });
+}
+
+UserDefaults::~UserDefaults() {
+    synchronize();
+}
+
+QVariant UserDefaults::value(const QString &key) const {
+    const auto pending = m_pending.constFind(key);
+    return pending == m_pending.constEnd() ? m_settings.value(key) : *pending;
+}
 
 QString UserDefaults::standardPath() {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
@@ -15,12 +34,12 @@ QString UserDefaults::standardPath() {
 
 std::optional<int> UserDefaults::integer(const QString &key) const {
     bool isNumber = false;
-    const int value = m_settings.value(key).toString().toInt(&isNumber);
-    return isNumber ? std::optional(value) : std::nullopt;
+    const int number = value(key).toString().toInt(&isNumber);
+    return isNumber ? std::optional(number) : std::nullopt;
 }
 
 bool UserDefaults::boolean(const QString &key) const {
-    return m_settings.value(key).toString() == QLatin1String("true");
+    return value(key).toString() == QLatin1String("true");
 }
 
 QString UserDefaults::string(const QString &key) const {
@@ -28,10 +47,16 @@ QString UserDefaults::string(const QString &key) const {
 }
 
 void UserDefaults::set(const QString &key, const QVariant &value) {
-    m_settings.setValue(key, value);
+    m_pending.insert(key, value);
+    if (!m_writing.isActive())
+        m_writing.start();
 }
 
 void UserDefaults::synchronize() {
+    m_writing.stop();
+    for (auto entry = m_pending.constBegin(); entry != m_pending.constEnd(); ++entry)
+        m_settings.setValue(entry.key(), entry.value());
+    m_pending.clear();
     m_settings.sync();
     if (m_settings.status() != QSettings::NoError && !m_reportedFailure) {
         m_reportedFailure = true;

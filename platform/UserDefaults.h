@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QHash>
 #include <QSettings>
 #include <QString>
+#include <QTimer>
 
 #include <optional>
 
@@ -15,6 +17,9 @@ class UserDefaults {
   public:
     /// Works on the file at `path`, which need not exist.
     explicit UserDefaults(const QString &path);
+    UserDefaults(const UserDefaults &) = delete;
+    UserDefaults &operator=(const UserDefaults &) = delete;
+    ~UserDefaults();
 
     /// $XDG_CONFIG_HOME/lumvik/lumvik.conf, by default ~/.config/lumvik/lumvik.conf.
     [[nodiscard]] static QString standardPath();
@@ -25,13 +30,18 @@ class UserDefaults {
     /// The text under `key`; null when there is none.
     [[nodiscard]] QString string(const QString &key) const;
 
-    /// Stores a value. It reaches the disk on the next turn of the event loop, or at destruction.
+    /// Stores a value. It reaches the disk within half a second, or at destruction: a window that
+    /// is dragged stores its frame at every step, and the disk need not hear of each.
     void set(const QString &key, const QVariant &value);
     /// Writes what is not on the disk yet.
     void synchronize();
 
   private:
+    [[nodiscard]] QVariant value(const QString &key) const;
+
     QSettings m_settings;
+    QHash<QString, QVariant> m_pending; // not in m_settings yet, which would write in the next turn
+    QTimer m_writing;
     bool m_reportedFailure = false;
 };
 

@@ -1,0 +1,93 @@
+#include "platform/UserDefaults.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest/QTest>
+
+#include <gtest/gtest.h>
+
+namespace lumvik {
+namespace {
+
+class UserDefaultsTest : public testing::Test {
+  protected:
+    void write(const QByteArray &content) const {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    }
+    [[nodiscard]] QByteArray read() const {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QTemporaryDir folder;
+    QString path = folder.filePath(QStringLiteral("deep/er/lumvik.conf"));
+    QString key = QStringLiteral("selectedCameraIndex");
+};
+
+TEST_F(UserDefaultsTest, HasNoValuesWithoutAFile) {
+    const UserDefaults defaults(path);
+    EXPECT_EQ(defaults.integer(key), std::nullopt);
+    EXPECT_FALSE(defaults.boolean(key));
+    EXPECT_TRUE(defaults.string(key).isNull());
+}
+
+TEST_F(UserDefaultsTest, KeepsValuesAcrossInstances) {
+    {
+        UserDefaults defaults(path);
+        defaults.set(key, 3);
+        defaults.set(QStringLiteral("staysOnTop"), true);
+        defaults.set(QStringLiteral("mainWindowFrame"), QStringLiteral("1 2 3 4 0 0 5 6"));
+        EXPECT_EQ(defaults.integer(key), 3);
+        EXPECT_TRUE(defaults.boolean(QStringLiteral("staysOnTop")));
+    }
+    const UserDefaults defaults(path);
+    EXPECT_EQ(defaults.integer(key), 3);
+    EXPECT_TRUE(defaults.boolean(QStringLiteral("staysOnTop")));
+    EXPECT_EQ(defaults.string(QStringLiteral("mainWindowFrame")),
+              QStringLiteral("1 2 3 4 0 0 5 6"));
+}
+
+TEST_F(UserDefaultsTest, WritesAfterAWhileByItself) {
+    UserDefaults defaults(path);
+    for (int n = 0; n < 1000; ++n)
+        defaults.set(key, n);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return read().contains("selectedCameraIndex=999"); }, 5000));
+}
+
+TEST_F(UserDefaultsTest, KeysStandInTheGeneralSection) {
+    UserDefaults defaults(path);
+    defaults.set(key, 7);
+    defaults.synchronize();
+    EXPECT_EQ(read(), "[General]\nselectedCameraIndex=7\n");
+}
+
+TEST_F(UserDefaultsTest, ValuesOfTheWrongKindCountAsAbsent) {
+    path = folder.filePath(QStringLiteral("lumvik.conf"));
+    write("[General]\nselectedCameraIndex=many\nstaysOnTop=perhaps\n");
+    const UserDefaults defaults(path);
+    EXPECT_EQ(defaults.integer(key), std::nullopt);
+    EXPECT_FALSE(defaults.boolean(QStringLiteral("staysOnTop")));
+}
+
+TEST_F(UserDefaultsTest, WritesOverAFileOfNonsense) {
+    path = folder.filePath(QStringLiteral("lumvik.conf"));
+    write(QByteArray("\x00\xff[[[=\n====\n[General\nx", 22));
+    {
+        UserDefaults defaults(path);
+        EXPECT_EQ(defaults.integer(key), std::nullopt);
+        defaults.set(key, 1);
+    }
+    EXPECT_EQ(UserDefaults(path).integer(key), 1);
+}
+
+TEST_F(UserDefaultsTest, SurvivesAPlaceThatCannotBeWritten) {
+    UserDefaults defaults(QStringLiteral("/proc/no/such/lumvik.conf"));
+    defaults.set(key, 1);
+    defaults.synchronize();
+    EXPECT_EQ(defaults.integer(key), 1);
+}
+
+} // namespace
+} // namespace lumvik
