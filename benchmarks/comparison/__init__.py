@@ -1,0 +1,1 @@
+"""The parts of benchmarks/compare, which measures Lumvik and other players side by side."""

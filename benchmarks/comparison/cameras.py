@@ -1,0 +1,95 @@
+"""The test camera, and a network between it and a viewer that can stand still."""
+
+import queue
+import socket
+import subprocess
+import threading
+
+from .processes import Child, Failure
+
+
+class TestCamera(Child):
+    """A lumvik-test-camera with the clock in its picture. `url` is where it serves."""
+
+    def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25):
+        super().__init__(
+            [program, "--port", "0", "--path", "/" + name.lower(), "--name", name, "--size", size,
+             "--fps", str(fps), "--gop", str(fps), "--clock", "--exit-with-stdin"],
+            environment, f"{folder}/camera-{name}.log",
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        answer = self.process.stdout.readline().split()
+        if len(answer) != 2 or answer[0] != "ready":
+            self.end()
+            raise Failure("the test camera did not start: " + self.last_words())
+        self.url = answer[1]
+
+
+class StallingNetwork:
+    """Passes TCP connections on to a camera on loopback; while it is stalled nothing is passed on, but all
+    of it is kept and comes late, as when a radio link fails for a moment."""
+
+    def __init__(self, url):
+        rest = url.removeprefix("rtsp://")
+        address, _, path = rest.partition("/")
+        host, _, port = address.rpartition(":")
+        self._camera = (host, int(port))
+        self._flows = threading.Event()
+        self._flows.set()
+        self._sockets = []
+        self._listener = socket.create_server(("127.0.0.1", 0))
+        self.url = "rtsp://127.0.0.1:%d/%s" % (self._listener.getsockname()[1], path)
+        threading.Thread(target=self._accept, daemon=True).start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._flows.set()
+        for one in [self._listener, *self._sockets]:
+            try:
+                one.shutdown(socket.SHUT_RDWR)
+            except OSError:
+                pass  # it was never connected, or no longer is
+            one.close()
+
+    def stall(self):
+        self._flows.clear()
+
+    def resume(self):
+        self._flows.set()
+
+    def _accept(self):
+        while True:
+            try:
+                viewer, _ = self._listener.accept()
+            except OSError:
+                return  # closed
+            camera = socket.create_connection(self._camera)
+            self._sockets += [viewer, camera]
+            for one in (viewer, camera):
+                one.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            self._connect(viewer, camera)
+            self._connect(camera, viewer)
+
+    def _connect(self, source, sink):
+        pending = queue.SimpleQueue()
+        threading.Thread(target=self._receive, args=(source, pending), daemon=True).start()
+        threading.Thread(target=self._send, args=(pending, sink), daemon=True).start()
+
+    @staticmethod
+    def _receive(source, pending):
+        try:
+            while data := source.recv(65536):
+                pending.put(data)
+        except OSError:
+            pass
+        pending.put(b"")
+
+    def _send(self, pending, sink):
+        try:
+            while data := pending.get():
+                self._flows.wait()
+                sink.sendall(data)
+            sink.shutdown(socket.SHUT_WR)
+        except OSError:
+            pass  # the other side is gone

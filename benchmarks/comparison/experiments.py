@@ -1,0 +1,144 @@
+"""What is done with each program, and what is measured on the way.
+
+Each experiment starts a program afresh, and answers with {metric: value}; a metric that could not be had is
+left out. `lengths` says how long things last, in seconds."""
+
+import statistics
+import time
+from dataclasses import dataclass
+
+from .cameras import StallingNetwork, TestCamera
+from .processes import Failure, cpu_seconds, memory_megabytes, wait_until
+
+FIRST_PICTURE_SECONDS = 30
+
+
+@dataclass(frozen=True)
+class Lengths:
+    settle: float = 4  # from the first picture to the steady state
+    steady: float = 10  # how long the steady state is watched
+    stall: float = 3  # how long the network stands still
+    after_stall: tuple = (2, 12)  # after it flows again, when the delay is measured…
+    late_after_stall: tuple = (18, 22)  # …and measured again
+    switches: int = 4
+
+
+QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), switches=2)
+
+
+@dataclass
+class Bench:
+    """What the experiments work with."""
+
+    desktop: object
+    clock: object
+    folder: str
+    camera_program: str
+    lengths: Lengths
+    groups: set  # the groups of rows that are wanted
+
+    def camera(self, **options):
+        return TestCamera(self.camera_program, self.desktop.environment, self.folder, **options)
+
+    def wait_for_picture(self, child, since, is_wanted=lambda ink: True):
+        """Waits for a picture captured after `since`; answers when it was seen."""
+        def seen():
+            if not child.is_running():
+                raise Failure("it ended by itself: " + child.last_words())
+            return self.clock.first_since(since, is_wanted)
+        return wait_until(seen, FIRST_PICTURE_SECONDS, "a picture on the screen")
+
+    def no_window_is_left(self):
+        wait_until(lambda: not self.desktop.windows(), 10, "the end of the last window")
+
+
+def milliseconds():
+    return time.monotonic() * 1000
+
+
+def percentile(values, share):
+    ordered = sorted(values)
+    return ordered[min(int(len(ordered) * share), len(ordered) - 1)]
+
+
+def delays(bench, begin, end, prefix):
+    values = bench.clock.between(begin, end)
+    if not values:
+        return {}
+    return {prefix + "_median": percentile(values, 0.5), prefix + "_p95": percentile(values, 0.95),
+            prefix + "_fps": len(values) * 1000 / (end - begin)}
+
+
+def _watch_steady_state(bench, child, suffix):
+    bench.desktop.require_window_in_place()
+    time.sleep(bench.lengths.settle)
+    begin, used = milliseconds(), cpu_seconds(child.pid)
+    time.sleep(bench.lengths.steady)
+    end, used = milliseconds(), cpu_seconds(child.pid) - used
+    resident, proportional = memory_megabytes(child.pid)
+    return {**delays(bench, begin, end, "delay" + suffix),
+            "cpu" + suffix: used * 1000 / (end - begin),
+            "rss" + suffix: resident, "pss" + suffix: proportional}
+
+
+def steady(bench, program, size="1280x720", suffix=""):
+    """From the start to the first picture, then delay, processor and memory in the steady state."""
+    bench.no_window_is_left()
+    with bench.camera(size=size) as camera:
+        with program.start(bench.desktop, bench.folder, [camera.url]) as child:
+            first = bench.wait_for_picture(child, child.started_at)
+            figures = {"start" + suffix: first - child.started_at}
+            if bench.groups & {"delay", "cpu", "memory"}:
+                figures |= _watch_steady_state(bench, child, suffix)
+            return figures
+
+
+def steady_large(bench, program):
+    return steady(bench, program, "1920x1080", "_large")
+
+
+def standstill(bench, program):
+    """The delay after the network between camera and viewer stood still."""
+    lengths = bench.lengths
+    bench.no_window_is_left()
+    with bench.camera() as camera, StallingNetwork(camera.url) as network:
+        with program.start(bench.desktop, bench.folder, [network.url]) as child:
+            bench.wait_for_picture(child, child.started_at)
+            time.sleep(lengths.settle)
+            network.stall()
+            time.sleep(lengths.stall)
+            network.resume()
+            resumed = milliseconds()
+            time.sleep(lengths.late_after_stall[1])
+            if not child.is_running():
+                raise Failure("it ended by itself: " + child.last_words())
+            spans = {"stall": lengths.after_stall, "stall_late": lengths.late_after_stall}
+            results = {}
+            for name, (begin, end) in spans.items():
+                results |= delays(bench, resumed + begin * 1000, resumed + end * 1000, name)
+            return results
+
+
+# Cameras that can be told apart on the screen by how much of their name's line is bright.
+SHORT_NAME, LONG_NAME = "I", "MMMMMMMM"
+INK_BETWEEN = 100
+
+
+def switching(bench, program):
+    """From choosing another camera to its first picture, as it is recognised by its name."""
+    if not program.can_switch:
+        return {}
+    bench.no_window_is_left()
+    took = []
+    with bench.camera(name=SHORT_NAME) as short, bench.camera(name=LONG_NAME) as long:
+        with program.start(bench.desktop, bench.folder, [short.url, long.url]) as child:
+            bench.wait_for_picture(child, child.started_at, lambda ink: ink < INK_BETWEEN)
+            choices = [(long, lambda ink: ink > INK_BETWEEN), (short, lambda ink: ink < INK_BETWEEN)]
+            for n in range(bench.lengths.switches):
+                time.sleep(bench.lengths.settle / 2)
+                chosen, is_its_name = choices[n % 2]
+                program.prepare_switch(bench.desktop, bench.folder)
+                chosen_at = program.switch(chosen.url)
+                took.append(bench.wait_for_picture(child, chosen_at, is_its_name) - chosen_at)
+                program.after_switch(bench.desktop)
+    return {"switch": statistics.median(took)}

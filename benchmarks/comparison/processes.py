@@ -1,0 +1,128 @@
+"""Starting, watching and ending child processes. Only what was started here is ever ended."""
+
+import os
+import subprocess
+import time
+
+POLL_SECONDS = 0.02
+
+
+class Failure(Exception):
+    """Something that a measurement needs did not happen; the text says what."""
+
+
+def wait_until(condition, seconds, what):
+    """Polls until `condition()` is true and returns what it answered; after `seconds` it is a Failure."""
+    deadline = time.monotonic() + seconds
+    while True:
+        answer = condition()
+        if answer:
+            return answer
+        if time.monotonic() > deadline:
+            raise Failure(f"no sign of {what} within {seconds:g} s")
+        time.sleep(POLL_SECONDS)
+
+
+class Child:
+    """A child process whose output goes to a file. Use it in a `with` statement."""
+
+    def __init__(self, command, environment, log_path, **options):
+        self.log_path = log_path
+        self._log = open(log_path, "ab")
+        options.setdefault("stdin", subprocess.DEVNULL)
+        options.setdefault("stdout", self._log)
+        self.started_at = time.monotonic() * 1000
+        self.process = subprocess.Popen(
+            command, env=environment, stderr=self._log, **options)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.end()
+
+    @property
+    def pid(self):
+        return self.process.pid
+
+    def is_running(self):
+        return self.process.poll() is None
+
+    def end(self):
+        if self.is_running():
+            self.process.terminate()
+            try:
+                self.process.wait(5)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait()
+        for stream in (self.process.stdin, self.process.stdout):
+            if stream:
+                stream.close()
+        self._log.close()
+
+    def last_words(self):
+        with open(self.log_path, errors="replace") as log:
+            return "".join(log.readlines()[-8:])
+
+
+def _stat_fields(pid):
+    """The fields of /proc/PID/stat from the third (state) on; the name before them can hold anything."""
+    with open(f"/proc/{pid}/stat") as stat:
+        return stat.read().rpartition(")")[2].split()
+
+
+def family(pid):
+    """The process and all its descendants."""
+    children = {}
+    for entry in os.listdir("/proc"):
+        if entry.isdigit():
+            try:
+                children.setdefault(int(_stat_fields(entry)[1]), []).append(int(entry))
+            except OSError:
+                pass  # it has just ended
+    members = [pid]
+    for member in members:
+        members.extend(children.get(member, []))
+    return members
+
+
+def cpu_seconds(pid):
+    """Processor time that the process, its threads and its descendants have used so far."""
+    ticks = 0
+    for member in family(pid):
+        try:
+            fields = _stat_fields(member)
+            ticks += int(fields[11]) + int(fields[12])  # utime, stime
+        except OSError:
+            pass
+    return ticks / os.sysconf("SC_CLK_TCK")
+
+
+def _kilobytes(path, key):
+    with open(path) as lines:
+        for line in lines:
+            if line.startswith(key + ":"):
+                return int(line.split()[1])
+    return 0
+
+
+def memory_megabytes(pid):
+    """Resident and proportional memory (pages shared with others counted by share), in MiB."""
+    members = family(pid)
+    resident = sum(_kilobytes(f"/proc/{member}/status", "VmRSS") for member in members)
+    proportional = sum(_kilobytes(f"/proc/{member}/smaps_rollup", "Pss") for member in members)
+    return resident / 1024, proportional / 1024
+
+
+def machine_busy_share(seconds):
+    """How much of all cores is in use, from 0 to 1, over the coming `seconds`."""
+    def totals():
+        with open("/proc/stat") as stat:
+            times = [int(field) for field in stat.readline().split()[1:9]]
+        return sum(times), times[3] + times[4]  # all; idle and waiting for disks
+
+    all_before, idle_before = totals()
+    time.sleep(seconds)
+    all_after, idle_after = totals()
+    return 1 - (idle_after - idle_before) / max(all_after - all_before, 1)

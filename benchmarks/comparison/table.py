@@ -1,0 +1,64 @@
+"""The rows of the table, and the table as Markdown."""
+
+import statistics
+from dataclasses import dataclass
+
+
+@dataclass(frozen=True)
+class Row:
+    group: str  # what --rows chooses
+    metric: str
+    title: str
+    unit: str
+    form: str = "%.0f"
+    is_ranked: bool = True  # less is better; otherwise it is told for information
+
+
+ROWS = [
+    Row("start", "start", "Start of the program to first picture", "ms"),
+    Row("delay", "delay_median", "Delay from capture to screen, median", "ms"),
+    Row("delay", "delay_p95", "Delay from capture to screen, 95th percentile", "ms"),
+    Row("delay", "delay_fps", "New pictures a second on the screen (of 25)", "1/s", "%.1f", False),
+    Row("standstill", "stall_median", "Delay 2–12 s after a 3 s standstill, median", "ms"),
+    Row("standstill", "stall_p95", "Delay 2–12 s after a 3 s standstill, 95th percentile", "ms"),
+    Row("standstill", "stall_late_median", "Delay 18–22 s after a 3 s standstill, median", "ms"),
+    Row("cpu", "cpu", "Processor, 1280 × 720 at 25", "cores", "%.3f"),
+    Row("cpu", "cpu_large", "Processor, 1920 × 1080 at 25", "cores", "%.3f"),
+    Row("cpu", "delay_large_fps", "New pictures a second at 1920 × 1080", "1/s", "%.1f", False),
+    Row("memory", "rss", "Memory, resident (RSS)", "MiB"),
+    Row("memory", "pss", "Memory, proportional (PSS)", "MiB"),
+    Row("switch", "switch", "Choosing another camera to its first picture", "ms"),
+]
+
+GROUPS = list(dict.fromkeys(row.group for row in ROWS))
+
+
+def median(results, label, metric):
+    values = [run[metric] for run in results.get(label, []) if metric in run]
+    return statistics.median(values) if values else None
+
+
+def markdown(results, programs, groups):
+    """The medians of all runs. Beside a figure of Lumvik's, in brackets, its ratio to the best peer's."""
+    rows = [row for row in ROWS if row.group in groups]
+    lines = ["| | " + " | ".join(program.label for program in programs) + " |",
+             "|---|" + "---:|" * len(programs)]
+    for row in rows:
+        values = {program: median(results, program.label, row.metric) for program in programs}
+        of_peers = [value for program, value in values.items()
+                    if program.is_peer and value is not None]
+        best = min(of_peers, default=None) if row.is_ranked else None
+        cells = [_cell(row, program, values[program], best) for program in programs]
+        lines.append(f"| {row.title} ({row.unit}) | " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
+def _cell(row, program, value, best):
+    if value is None:
+        return "–"
+    text = row.form % value
+    if best is None:
+        return text
+    if program.is_peer:
+        return f"**{text}**" if value == best else text
+    return f"{text} (× {value / best:.2f})" if best > 0 else text

@@ -1,0 +1,222 @@
+// lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL]
+//
+// Watches a rectangle of the X screen that shows the test camera's picture with its clock pattern,
+// and prints a line each time the shown capture time changes:
+//
+//     MOMENT DELAY INK
+//
+// MOMENT is when it was seen (CLOCK_MONOTONIC) and DELAY how long after its capture that was, both
+// in milliseconds. INK is how much of a line through the camera's name is bright, in thousandths:
+// it tells a camera with a long name from one with a short name.
+//
+// It prints "ready" once it watches, and runs until it is ended. It looks every INTERVAL
+// milliseconds (2 by default), which is also how late it can be. Only three single rows of pixels
+// are fetched, through shared memory, because it shares the processor with what is being measured.
+
+#include "camera/ClockPattern.h"
+#include "camera/PictureLayout.h"
+
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <xcb/shm.h>
+#include <xcb/xcb.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+namespace ClockPattern = lumvik::test::ClockPattern;
+namespace PictureLayout = lumvik::test::PictureLayout;
+
+constexpr int bytesPerPixel = 4;
+constexpr int screenDepth = 24;
+/// What is fetched: a row of pixels through the middle of each of these.
+enum Row : unsigned { upperCells, lowerCells, cameraName, rowCount };
+
+/// A time further away than this is an accident: some picture whose checksum happens to fit.
+constexpr std::int64_t longestDelay = 60'000;
+
+struct Area {
+    std::int16_t x = 0;
+    std::int16_t y = 0;
+    std::uint16_t width = 0;
+    std::uint16_t height = 0;
+    int interval = 2;
+};
+
+[[noreturn]] void fail(const char *reason) {
+    std::fprintf(stderr, "lumvik-screen-clock: %s\n", reason);
+    std::exit(1);
+}
+
+std::int64_t monotonicMilliseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}
+
+struct Disconnect {
+    void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
+};
+
+struct Free {
+    void operator()(void *memory) const { std::free(memory); }
+};
+
+/// The rows of pixels, fetched from the X server into memory shared with it.
+class ScreenRows {
+  public:
+    explicit ScreenRows(const Area &area) : m_area(area) {
+        int screenNumber = 0;
+        m_connection.reset(xcb_connect(nullptr, &screenNumber));
+        if (xcb_connection_has_error(m_connection.get()) != 0)
+            fail("cannot reach the X server");
+        auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection.get()));
+        for (int n = 0; n < screenNumber; ++n)
+            xcb_screen_next(&screen);
+        if (screen.data->root_depth != screenDepth)
+            fail("the screen must be 24 bits deep");
+        m_root = screen.data->root;
+        share();
+    }
+
+    /// False when the server is gone or refuses.
+    bool fetch() {
+        // All requests go out before an answer is awaited, so that the server handles them
+        // together.
+        const std::array cookies{request(upperCells), request(lowerCells), request(cameraName)};
+        bool isComplete = true;
+        for (const auto cookie : cookies) {
+            const std::unique_ptr<xcb_shm_get_image_reply_t, Free> reply(
+                xcb_shm_get_image_reply(m_connection.get(), cookie, nullptr));
+            isComplete = isComplete && reply != nullptr;
+        }
+        return isComplete;
+    }
+
+    [[nodiscard]] std::optional<std::uint32_t> shownTime() const {
+        const double middle = m_area.height * (1 - ClockPattern::heightShare / 2);
+        return ClockPattern::read(m_area.width, m_area.height, [&](int x, int y) {
+            return luma(y < middle ? upperCells : lowerCells, x);
+        });
+    }
+
+    /// In thousandths.
+    [[nodiscard]] int ink() const {
+        const int width = static_cast<int>(m_area.width * PictureLayout::name.width);
+        int bright = 0;
+        for (int x = 0; x < width; ++x)
+            bright += luma(cameraName, x) > 127 ? 1 : 0;
+        return bright * 1000 / width;
+    }
+
+  private:
+    void share() {
+        const std::size_t size = std::size_t{m_area.width} * bytesPerPixel * rowCount;
+        const int id = shmget(IPC_PRIVATE, size, IPC_CREAT | 0600);
+        void *memory = id < 0 ? nullptr : shmat(id, nullptr, 0);
+        if (memory == nullptr || memory == reinterpret_cast<void *>(-1))
+            fail("there is no shared memory");
+        m_pixels = static_cast<const unsigned char *>(memory);
+        m_segment = xcb_generate_id(m_connection.get());
+        const std::unique_ptr<xcb_generic_error_t, Free> error(xcb_request_check(
+            m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment,
+                                                       static_cast<std::uint32_t>(id), 0)));
+        // Marked for removal now, it goes away with its last user however this program ends.
+        shmctl(id, IPC_RMID, nullptr);
+        if (error)
+            fail("the X server does not share memory");
+    }
+
+    /// The height of a row in the picture, from 0 at the top to 1.
+    static double heightOf(Row row) {
+        constexpr double share = ClockPattern::heightShare;
+        switch (row) {
+        case upperCells:
+            return 1 - share * 3 / 4;
+        case lowerCells:
+            return 1 - share / 4;
+        case cameraName:
+        case rowCount:
+            break;
+        }
+        return PictureLayout::name.top + PictureLayout::name.height / 2;
+    }
+
+    xcb_shm_get_image_cookie_t request(Row row) {
+        const int y = m_area.y + static_cast<int>(m_area.height * heightOf(row));
+        return xcb_shm_get_image(m_connection.get(), m_root, m_area.x, static_cast<std::int16_t>(y),
+                                 m_area.width, 1, ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP, m_segment,
+                                 row * m_area.width * unsigned{bytesPerPixel});
+    }
+
+    [[nodiscard]] int luma(Row row, int x) const {
+        const auto offset = (static_cast<int>(row) * m_area.width + x) * bytesPerPixel;
+        const unsigned char *pixel = m_pixels + offset;
+        return (pixel[0] + pixel[1] + pixel[2]) / 3; // black, white or grey
+    }
+
+    Area m_area;
+    std::unique_ptr<xcb_connection_t, Disconnect> m_connection;
+    xcb_window_t m_root = 0;
+    xcb_shm_seg_t m_segment = 0;
+    const unsigned char *m_pixels = nullptr;
+};
+
+Area parseArea(int argc, char **argv) {
+    if (argc < 5 || argc > 6)
+        fail("usage: lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL]");
+    Area area;
+    area.x = static_cast<std::int16_t>(std::atoi(argv[1]));
+    area.y = static_cast<std::int16_t>(std::atoi(argv[2]));
+    area.width = static_cast<std::uint16_t>(std::atoi(argv[3]));
+    area.height = static_cast<std::uint16_t>(std::atoi(argv[4]));
+    if (argc == 6)
+        area.interval = std::atoi(argv[5]);
+    if (area.width < 40 || area.height < 40 || area.interval < 1)
+        fail("the rectangle is too small, or the interval is none");
+    return area;
+}
+
+void waitForNextLook(timespec &next, int interval) {
+    next.tv_nsec += interval * 1'000'000L;
+    next.tv_sec += next.tv_nsec / 1'000'000'000L;
+    next.tv_nsec %= 1'000'000'000L;
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr) != 0) {
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const Area area = parseArea(argc, argv);
+    ScreenRows rows(area);
+    if (!rows.fetch())
+        fail("the rectangle is not on the screen");
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    std::puts("ready");
+
+    std::optional<std::uint32_t> last;
+    timespec next{};
+    clock_gettime(CLOCK_MONOTONIC, &next);
+    while (rows.fetch()) {
+        const std::int64_t now = monotonicMilliseconds();
+        const auto shown = rows.shownTime();
+        if (shown && shown != last) {
+            // The pattern holds the time modulo 2^32.
+            const auto delay = static_cast<std::int32_t>(static_cast<std::uint32_t>(now) - *shown);
+            if (delay >= 0 && delay < longestDelay) {
+                last = shown;
+                std::printf("%lld %d %d\n", static_cast<long long>(now), delay, rows.ink());
+            }
+        }
+        waitForNextLook(next, area.interval);
+    }
+    fail("the X server is gone");
+}
