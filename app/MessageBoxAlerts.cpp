@@ -39,8 +39,9 @@ int MessageBoxAlerts::runModal(const Alert &alert) {
     box.setTextFormat(Qt::PlainText);
     box.setText(alert.messageText);
     box.setInformativeText(alert.informativeText);
-    QFont bold = box.font();
-    bold.setBold(true);
+    // The name by which the message box itself styles its main text.
+    box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
+                                     "QLabel#qt_msgbox_informativelabel { min-width: 300px; }"));
     QList<QAbstractButton *> buttons;
     for (const QString &title : alert.buttons) {
         QPushButton *button = box.addButton(title, buttons.isEmpty() ? QMessageBox::AcceptRole

@@ -10,6 +10,18 @@
 
 using namespace lumvik;
 
+namespace {
+
+QWindow *viewerWindow() {
+    for (QWindow *window : QGuiApplication::topLevelWindows()) {
+        if (qobject_cast<ViewerWindow *>(window) != nullptr && window->isVisible())
+            return window;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 int main(int argc, char **argv) {
     prepareToolkit();
     if (const auto problem = missingDisplay()) {
@@ -25,7 +37,7 @@ int main(int argc, char **argv) {
 
     QtMainQueue mainQueue;
     UserDefaults userDefaults(UserDefaults::standardPath());
-    MessageBoxAlerts alerts([] { return QGuiApplication::allWindows().value(0); });
+    MessageBoxAlerts alerts(&viewerWindow);
     AppDelegate delegate({.mainQueue = mainQueue,
                           .userDefaults = userDefaults,
                           .store = CameraConfigurationStore::shared(),
