@@ -62,12 +62,22 @@ std::optional<QRect> frameFromString(const QString &text) {
 }
 
 QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens) {
-    const bool touches = std::any_of(screens.begin(), screens.end(),
-                                     [&](const QRect &screen) { return screen.intersects(frame); });
-    if (touches || screens.isEmpty())
+    if (screens.isEmpty())
         return frame;
-    const QRect &screen = screens.first();
-    QRect moved(frame.topLeft(), frame.size().boundedTo(screen.size()));
+    const auto overlap = [&](const QRect &screen) {
+        const QRect common = screen.intersected(frame);
+        return static_cast<qint64>(common.width()) * common.height();
+    };
+    // The first of equals, so that the first screen takes a frame that touches none.
+    const QRect screen =
+        *std::max_element(screens.begin(), screens.end(),
+                          [&](const QRect &a, const QRect &b) { return overlap(a) < overlap(b); });
+    const bool fits = frame.width() <= screen.width() && frame.height() <= screen.height();
+    if (fits && screen.intersects(frame))
+        return frame;
+
+    QRect moved(frame.topLeft(),
+                fits ? frame.size() : frame.size().scaled(screen.size(), Qt::KeepAspectRatio));
     moved.moveLeft(std::clamp(frame.left(), screen.left(), screen.right() + 1 - moved.width()));
     moved.moveTop(std::clamp(frame.top(), screen.top(), screen.bottom() + 1 - moved.height()));
     return moved;

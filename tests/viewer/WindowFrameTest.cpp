@@ -54,7 +54,17 @@ TEST(FrameOnScreens, MovesALostFrameToTheFirstScreen) {
 }
 
 TEST(FrameOnScreens, ShrinksALostFrameThatIsTooLarge) {
-    EXPECT_EQ(frameOnScreens({5000, 0, 3000, 2000}, {{0, 24, 1600, 976}}), QRect(0, 24, 1600, 976));
+    EXPECT_EQ(frameOnScreens({5000, 0, 3200, 1800}, {{0, 24, 1600, 976}}), QRect(0, 24, 1600, 900));
+}
+
+TEST(FrameOnScreens, ShrinksAFrameThatIsLargerThanItsScreenHasBecome) {
+    const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 800, 500}};
+    EXPECT_EQ(frameOnScreens({1840, 185, 1120, 630}, screens), QRect(1600, 50, 800, 450));
+}
+
+TEST(FrameOnScreens, JudgesByTheScreenThatHoldsMostOfTheFrame) {
+    const QList<QRect> screens{{0, 0, 800, 500}, {800, 0, 1920, 1080}};
+    EXPECT_EQ(frameOnScreens({780, 0, 1120, 630}, screens), QRect(780, 0, 1120, 630));
 }
 
 TEST(FrameOnScreens, KeepsTheFrameWithoutAnyScreen) {
