@@ -1,0 +1,113 @@
+#include "engine/MPVObserver.h"
+
+#include "fakes/CapturingLogSink.h"
+#include "fakes/FakeMpv.h"
+#include "fakes/VirtualMainQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace lumvik::test {
+namespace {
+
+class MPVObserverTest : public testing::Test {
+  protected:
+    ~MPVObserverTest() override {
+        observer.reset();
+        mpv_terminate_destroy(player);
+    }
+    void observe(const char *level = "warn") {
+        observer.emplace(player, queue, level, [this] { ++changes; });
+    }
+    [[nodiscard]] QStringList logged() const { return log.texts(QStringLiteral("playback")); }
+
+    FakeMpv mpv;
+    VirtualMainQueue queue;
+    const CapturedLog log;
+    mpv_handle *player = mpv_create();
+    int changes = 0;
+    std::optional<MPVObserver> observer;
+};
+
+TEST_F(MPVObserverTest, IsAClientOfItsOwnThatAsksForWhatItNeeds) {
+    observe("trace");
+    EXPECT_EQ(mpv.texts(), (std::vector<std::string>{
+                               "mpv_create(library)",
+                               "mpv_create_client(core 1, observer)",
+                               "mpv_request_log_messages(client 1 of core 1, trace)",
+                               "mpv_observe_property(client 1 of core 1, video-params, 0)",
+                               "mpv_set_wakeup_callback(client 1 of core 1, a callback)",
+                           }));
+    observer.reset();
+    EXPECT_EQ(mpv.texts().at(5), "mpv_set_wakeup_callback(client 1 of core 1, none)");
+    EXPECT_EQ(mpv.texts().back(), "mpv_destroy(client 1 of core 1)");
+}
+
+TEST_F(MPVObserverTest, ReportsChangesOfThePictureInALaterTurn) {
+    observe();
+    mpv.sendPropertyChange("video-params");
+    EXPECT_EQ(changes, 0);
+    queue.runPending();
+    EXPECT_EQ(changes, 1);
+}
+
+TEST_F(MPVObserverTest, WakesTheMainThreadOnceForManyEvents) {
+    observe();
+    for (int n = 0; n < 5; ++n)
+        mpv.sendPropertyChange("video-params");
+    EXPECT_EQ(queue.submittedCount(), 1U);
+    queue.runPending();
+    EXPECT_EQ(changes, 5);
+    mpv.sendPropertyChange("video-params");
+    queue.runPending();
+    EXPECT_EQ(changes, 6);
+}
+
+TEST_F(MPVObserverTest, LogsTheEnginesMessagesWithTheirOriginAndWithoutLineBreaks) {
+    observe();
+    mpv.sendLogMessage(MPV_LOG_LEVEL_WARN, "ffmpeg/demuxer", "rtsp: CSeq 5 expected.\n");
+    queue.runPending();
+    EXPECT_EQ(log.lines(),
+              (QList<LoggedLine>{{LogLevel::standard, QStringLiteral("playback"),
+                                  QStringLiteral("[ffmpeg/demuxer] rtsp: CSeq 5 expected.")}}));
+    EXPECT_EQ(changes, 0);
+}
+
+TEST_F(MPVObserverTest, LogsTheLastMessagesOfAPlayerThatEnds) {
+    observe();
+    mpv.sendLogMessage(MPV_LOG_LEVEL_FATAL, "cplayer", "the reason\n");
+    observer.reset();
+    EXPECT_EQ(logged(), QStringList(QStringLiteral("[cplayer] the reason")));
+}
+
+TEST_F(MPVObserverTest, LateWakeUpsFindNothing) {
+    observe();
+    mpv.sendPropertyChange("video-params");
+    observer.reset();
+    const int before = changes;
+    queue.runPending();
+    EXPECT_EQ(changes, before);
+}
+
+TEST_F(MPVObserverTest, PlayerGoesUnobservedWhenNoClientCanBeMade) {
+    mpv.setCreateClientFails(true);
+    observe();
+    EXPECT_EQ(log.lines().size(), 1);
+    EXPECT_EQ(log.lines().first().level, LogLevel::error);
+    observer.reset();
+    EXPECT_EQ(mpv.position("mpv_destroy"), -1);
+}
+
+TEST(LogLevelOfEngineMessage, KeepsTheFourLevelsOfTheLog) {
+    EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_FATAL), LogLevel::error);
+    EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_ERROR), LogLevel::error);
+    EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_WARN), LogLevel::standard);
+    EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_INFO), LogLevel::info);
+    EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_V), LogLevel::debug);
+    EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_DEBUG), LogLevel::debug);
+    EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_TRACE), LogLevel::debug);
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "app/AppDelegate.h"
+
+namespace lumvik {
+
+/// The door through which tests read and set the controller's private state.
+///
+///     AppDelegateAccess access(delegate);
+///     access.cameras() = {camera};
+///     EXPECT_EQ(access.playbackState(), PlaybackSupervisorState::starting);
+struct AppDelegateAccess {
+    explicit AppDelegateAccess(AppDelegate &ofDelegate) : delegate(ofDelegate) {}
+
+    [[nodiscard]] auto &mainMenu() const { return delegate.mainMenu; }
+    [[nodiscard]] auto &window() const { return delegate.window; }
+    [[nodiscard]] auto &videoHost() const { return delegate.videoHost; }
+    [[nodiscard]] auto &cameraPicker() const { return delegate.cameraPicker; }
+    [[nodiscard]] auto &emptyStateLabel() const { return delegate.emptyStateLabel; }
+    [[nodiscard]] auto &stayOnTopButton() const { return delegate.stayOnTopButton; }
+    [[nodiscard]] auto &focusViewerButton() const { return delegate.focusViewerButton; }
+    [[nodiscard]] auto &closeViewerButton() const { return delegate.closeViewerButton; }
+    [[nodiscard]] auto &mainMenuStrip() const { return delegate.mainMenuStrip; }
+    [[nodiscard]] auto &interactionView() const { return delegate.interactionView; }
+    [[nodiscard]] auto &usesCompactViewerControls() const {
+        return delegate.usesCompactViewerControls;
+    }
+    [[nodiscard]] auto &pointerIsOverViewer() const { return delegate.pointerIsOverViewer; }
+    [[nodiscard]] auto &cameraMenuIsOpen() const { return delegate.cameraMenuIsOpen; }
+    [[nodiscard]] auto &viewerControlsAreVisible() const {
+        return delegate.viewerControlsAreVisible;
+    }
+    [[nodiscard]] auto &cameras() const { return delegate.cameras; }
+    [[nodiscard]] auto &mpv() const { return delegate.mpv; }
+    [[nodiscard]] auto &mpvEventLoop() const { return delegate.mpvEventLoop; }
+    [[nodiscard]] auto &mpvObserver() const { return delegate.mpvObserver; }
+    [[nodiscard]] auto &playerGeneration() const { return delegate.playerGeneration; }
+    [[nodiscard]] auto &playbackSelectionGeneration() const {
+        return delegate.playbackSelectionGeneration;
+    }
+    [[nodiscard]] auto &playbackState() const { return delegate.playbackState; }
+    [[nodiscard]] auto &lastFrameRenderedAt() const { return delegate.lastFrameRenderedAt; }
+    [[nodiscard]] auto &lastCameraLoad() const { return delegate.lastCameraLoad; }
+    [[nodiscard]] auto &appliedVideoAspectRatio() const { return delegate.appliedVideoAspectRatio; }
+    [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
+    [[nodiscard]] auto &isClosingViewer() const { return delegate.isClosingViewer; }
+    [[nodiscard]] auto &sourceVideoGeometry() const { return delegate.sourceVideoGeometry; }
+
+    AppDelegate &delegate;
+};
+
+} // namespace lumvik

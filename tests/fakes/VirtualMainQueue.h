@@ -1,0 +1,190 @@
+#pragma once
+
+#include "platform/MainQueue.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace lumvik::test {
+
+/// A main queue with a clock of its own, which stands still until a test moves it: a wait of thirty
+/// seconds takes microseconds, and everything runs in an order that never varies.
+///
+/// Nothing runs by itself. `runPending` runs what is due now, `advance` moves the clock and runs
+/// what becomes due on the way, each piece of work at its own moment. Work that other threads post
+/// is waited for with `runUntil`. The thread that makes the queue is its main thread; calling
+/// anything but `async` elsewhere ends the process.
+class VirtualMainQueue final : public MainQueue {
+  public:
+    ~VirtualMainQueue() override = default;
+
+    // ---- MainQueue ----
+
+    void async(Work work) override {
+        const std::scoped_lock guard(m_mutex);
+        m_submitted.push_back(std::move(work));
+        m_arrived.notify_all();
+    }
+
+    [[nodiscard]] std::shared_ptr<WorkItem> after(double seconds, Work work) override {
+        requireMainThread();
+        require(seconds >= 0, "work cannot be due in the past");
+        auto item = std::make_shared<WorkItem>();
+        m_timers.push_back({m_now + seconds, m_nextNumber++, std::nullopt, std::move(work),
+                            [item] { return item->isCancelled(); }});
+        return item;
+    }
+
+    [[nodiscard]] std::unique_ptr<RepeatingTimer> repeating(double seconds, Work work) override {
+        requireMainThread();
+        require(seconds > 0, "a timer needs an interval");
+        auto isValid = std::make_shared<bool>(true);
+        m_timers.push_back({m_now + seconds, m_nextNumber++, seconds, std::move(work),
+                            [isValid] { return !*isValid; }});
+        return std::make_unique<Timer>(isValid);
+    }
+
+    [[nodiscard]] TimeStamp now() const override { return m_now; }
+
+    // ---- For tests ----
+
+    /// Runs what is due now, and what that submits, until nothing is left.
+    void runPending() { advance(0); }
+
+    /// Moves the clock by `seconds` and runs everything that becomes due, in order.
+    void advance(double seconds) {
+        requireMainThread();
+        const TimeStamp end = m_now + seconds;
+        runSubmitted();
+        while (runNextTimer(end))
+            runSubmitted();
+        m_now = end;
+    }
+
+    /// Runs what is due, and what other threads submit meanwhile, until `predicate` answers true;
+    /// false when it has not within `deadline` of real time. The clock stands still.
+    template<typename Predicate>
+    [[nodiscard]] bool runUntil(Predicate predicate,
+                                std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
+        const auto end = std::chrono::steady_clock::now() + deadline;
+        while (true) {
+            runPending();
+            if (predicate())
+                return true;
+            if (std::chrono::steady_clock::now() >= end)
+                return false;
+            // Woken by work; asked again now and then for what changes without any.
+            std::unique_lock guard(m_mutex);
+            m_arrived.wait_for(guard, std::chrono::milliseconds(5),
+                               [this] { return !m_submitted.empty(); });
+        }
+    }
+
+    /// Waits until another thread has submitted work, without running it; false after `deadline`.
+    [[nodiscard]] bool waitForWork(std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
+        std::unique_lock guard(m_mutex);
+        return m_arrived.wait_for(guard, deadline, [this] { return !m_submitted.empty(); });
+    }
+
+    /// How many pieces of work wait to run now, those with a time left out.
+    [[nodiscard]] std::size_t submittedCount() const {
+        const std::scoped_lock guard(m_mutex);
+        return m_submitted.size();
+    }
+
+    /// In how many seconds each piece of delayed work and each timer will run, soonest first.
+    /// Cancelled ones are left out.
+    [[nodiscard]] std::vector<double> delays() const {
+        std::vector<double> delays;
+        for (const Entry &entry : m_timers) {
+            if (!entry.isOver())
+                delays.push_back(entry.due - m_now);
+        }
+        std::sort(delays.begin(), delays.end());
+        return delays;
+    }
+
+  private:
+    struct Entry {
+        TimeStamp due = 0;
+        std::uint64_t number = 0; // decides between equal times
+        std::optional<double> interval;
+        Work work;
+        std::function<bool()> isOver;
+    };
+
+    class Timer final : public RepeatingTimer {
+      public:
+        explicit Timer(std::shared_ptr<bool> isValid) : m_isValid(std::move(isValid)) {}
+        ~Timer() override { *m_isValid = false; }
+        void invalidate() override { *m_isValid = false; }
+
+      private:
+        std::shared_ptr<bool> m_isValid;
+    };
+
+    static void require(bool condition, const char *otherwise) {
+        if (!condition) {
+            std::fprintf(stderr, "VirtualMainQueue: %s\n", otherwise);
+            std::abort();
+        }
+    }
+    void requireMainThread() const {
+        require(std::this_thread::get_id() == m_mainThread, "used on another thread");
+    }
+
+    void runSubmitted() {
+        while (true) {
+            Work work;
+            {
+                const std::scoped_lock guard(m_mutex);
+                if (m_submitted.empty())
+                    return;
+                work = std::move(m_submitted.front());
+                m_submitted.pop_front();
+            }
+            work();
+        }
+    }
+
+    /// Runs the first piece of delayed work that is due by `end`; false when there is none.
+    bool runNextTimer(TimeStamp end) {
+        std::erase_if(m_timers, [](const Entry &entry) { return entry.isOver(); });
+        const auto next = std::min_element(
+            m_timers.begin(), m_timers.end(), [](const Entry &one, const Entry &other) {
+                return one.due != other.due ? one.due < other.due : one.number < other.number;
+            });
+        if (next == m_timers.end() || next->due > end)
+            return false;
+        m_now = std::max(m_now, next->due);
+        // A copy, and gone from the list first: the work may add to the list or cancel itself.
+        const Work work = next->work;
+        if (next->interval) {
+            next->due += *next->interval;
+            next->number = m_nextNumber++;
+        } else {
+            m_timers.erase(next);
+        }
+        work();
+        return true;
+    }
+
+    std::thread::id m_mainThread = std::this_thread::get_id();
+    TimeStamp m_now = 1000; // any start serves; 0 would hide a time that was never set
+    std::uint64_t m_nextNumber = 0;
+    std::vector<Entry> m_timers;
+    mutable std::mutex m_mutex; // guards m_submitted
+    std::condition_variable m_arrived;
+    std::deque<Work> m_submitted;
+};
+
+} // namespace lumvik::test
