@@ -22,12 +22,12 @@
 #include <xcb/xcb.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
 #include <optional>
-#include <string_view>
 
 namespace {
 

@@ -131,10 +131,13 @@ class ScreenClock:
 
     def first_since(self, moment, is_wanted=lambda ink: True):
         """When the first picture was seen that was also captured since `moment`, or None."""
-        for seen, delay, ink in self.changes:
+        first = None
+        for seen, delay, ink in reversed(self.changes):
+            if seen < moment:
+                break
             if seen - delay >= moment and is_wanted(ink):
-                return seen
-        return None
+                first = seen
+        return first
 
     def between(self, begin, end):
         """The delays of the pictures that were seen in a span of time."""
