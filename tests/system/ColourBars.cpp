@@ -16,6 +16,14 @@ QRect middleOf(const QRect &area) {
     return area.adjusted(dx, dy, -dx, -dy);
 }
 
+/// Now, on the clock that the camera puts into its picture.
+quint32 clockNow() {
+    timespec time{};
+    ::clock_gettime(CLOCK_MONOTONIC, &time);
+    return static_cast<quint32>(static_cast<quint64>(time.tv_sec) * 1000 +
+                                static_cast<quint64>(time.tv_nsec) / 1000000);
+}
+
 } // namespace
 
 QRect pixelsOf(const PictureLayout::Region &region, QSize size) {
@@ -45,11 +53,12 @@ std::optional<quint32> captureTime(const QImage &picture) {
                               [&](int x, int y) { return qGray(picture.pixel(x, y)); });
 }
 
-quint32 clockNow() {
-    timespec time{};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<quint32>(static_cast<quint64>(time.tv_sec) * 1000 +
-                                static_cast<quint64>(time.tv_nsec) / 1000000);
+std::optional<int> pictureAge(const QImage &picture) {
+    const auto captured = captureTime(picture);
+    if (!captured)
+        return std::nullopt;
+    // The difference is right even where the 32 bits begin anew.
+    return static_cast<int>(clockNow() - *captured);
 }
 
 } // namespace lumvik::test

@@ -23,7 +23,7 @@ namespace lumvik::test {
 /// modulo 2^32; nothing when no clock can be read.
 [[nodiscard]] std::optional<quint32> captureTime(const QImage &picture);
 
-/// Now on the clock of `captureTime`.
-[[nodiscard]] quint32 clockNow();
+/// How long ago the camera took the picture, in milliseconds; nothing when no clock can be read.
+[[nodiscard]] std::optional<int> pictureAge(const QImage &picture);
 
 } // namespace lumvik::test

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <ostream>
+
 namespace lumvik::test {
 
 /// A TCP port of the loopback interface behind which no camera is, held for the object's lifetime
@@ -27,5 +29,10 @@ class DeafPort {
     int m_socket = -1;
     int m_port = 0;
 };
+
+/// For the names of tests.
+inline void PrintTo(DeafPort::Behaviour behaviour, std::ostream *stream) {
+    *stream << (behaviour == DeafPort::Behaviour::refusing ? "refusing" : "silent");
+}
 
 } // namespace lumvik::test

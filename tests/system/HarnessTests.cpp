@@ -160,11 +160,19 @@ TEST_F(HarnessTest, PointerPressesReachTheWindow) {
     const QRect before = player->geometry();
     Pointer pointer(desktop);
     pointer.moveTo(before.center());
+    EXPECT_FALSE(desktop.x().keyboardIsGrabbed());
     pointer.press();
-    pointer.glideTo(before.center() + QPoint(60, 40));
+    // The player begins a drag with the first motion under a pressed button, whenever it sees one.
+    int way = 0;
+    ASSERT_TRUE(eventually(20s, [&] {
+        pointer.moveTo(before.center() + QPoint(++way % 60, 0));
+        return desktop.x().keyboardIsGrabbed();
+    })) << "the window manager does not take over";
+    pointer.glideTo(before.center() + QPoint(90, 40));
     EXPECT_TRUE(eventually(10s, [&] { return player->geometry().topLeft() != before.topLeft(); }))
         << "the window does not follow the drag";
     pointer.release();
+    EXPECT_TRUE(eventually(10s, [this] { return !desktop.x().keyboardIsGrabbed(); }));
     EXPECT_EQ(player->geometry().size(), before.size());
 }
 

@@ -36,6 +36,13 @@ void Pointer::press(Button button) {
     xdotool(m_desktop, {QStringLiteral("mousedown"), QString::number(static_cast<int>(button))});
 }
 
+testing::AssertionResult Pointer::pressToDrag() {
+    press();
+    if (eventually(20s, [this] { return m_desktop.x().keyboardIsGrabbed(); }))
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "the window manager does not begin to move or resize";
+}
+
 void Pointer::release(Button button) {
     xdotool(m_desktop, {QStringLiteral("mouseup"), QString::number(static_cast<int>(button))});
 }

@@ -26,6 +26,9 @@ class Pointer {
     /// Moves from where it is on a straight line, in about `steps` motions, as a hand would.
     void glideTo(QPoint point, int steps = 8);
     void press(Button button = Button::left);
+    /// Presses the left button where the window moves or resizes itself, and waits until the window
+    /// manager has taken over; what the pointer does before that is lost to it.
+    [[nodiscard]] testing::AssertionResult pressToDrag();
     void release(Button button = Button::left);
     void click(Button button = Button::left);
 

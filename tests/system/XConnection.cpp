@@ -33,7 +33,11 @@ std::unique_ptr<XConnection> XConnection::open(const QString &display) {
 
 XConnection::XConnection(xcb_connection_t *connection, const xcb_screen_t *screen)
     : m_connection(connection)
-    , m_screen(screen) {}
+    , m_screen(screen)
+    , m_hiddenWindow(xcb_generate_id(connection)) {
+    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, m_hiddenWindow, root(), 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+}
 
 XConnection::~XConnection() {
     xcb_disconnect(m_connection);
@@ -158,6 +162,18 @@ xcb_window_t XConnection::focusedWindow() const {
     const auto reply =
         owned(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
     return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+bool XConnection::keyboardIsGrabbed() const {
+    // There is no way to ask but to try. The grab is for a window that is not on the screen, which
+    // the server refuses for that reason unless there is the better one; so nothing changes by
+    // asking.
+    const auto reply = owned(
+        xcb_grab_keyboard_reply(m_connection,
+                                xcb_grab_keyboard(m_connection, 0, m_hiddenWindow, XCB_CURRENT_TIME,
+                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                nullptr));
+    return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
 }
 
 QImage XConnection::grab(QRect area) const {

@@ -64,6 +64,10 @@ class XConnection {
     /// Which window the keyboard goes to.
     [[nodiscard]] xcb_window_t focusedWindow() const;
 
+    /// Whether another program keeps all keys to itself, as a window manager does while it moves or
+    /// resizes a window.
+    [[nodiscard]] bool keyboardIsGrabbed() const;
+
     /// What is on the screen inside `area` (in root pixels, cut to the screen).
     [[nodiscard]] QImage grab(QRect area) const;
 
@@ -78,6 +82,7 @@ class XConnection {
 
     xcb_connection_t *m_connection; // owned
     const xcb_screen_t *m_screen;   // part of the connection
+    xcb_window_t m_hiddenWindow;    // never mapped; goes with the connection
     mutable QHash<QByteArray, xcb_atom_t> m_atoms;
 };
 

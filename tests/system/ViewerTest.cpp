@@ -1,0 +1,144 @@
+#include "ViewerTest.h"
+
+#include "ColourBars.h"
+#include "Eventually.h"
+#include "Pixels.h"
+
+#include <csignal>
+
+namespace lumvik::test {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// In points, from the top and the outer edge of the viewer's content.
+constexpr int margin = 12;
+constexpr int gap = 6;
+constexpr QSize buttonSize(28, 24);
+constexpr int leastPickerWidth = 140;
+
+} // namespace
+
+QRect ViewerControls::scaled(QRect points) const {
+    return {points.topLeft() * m_scale, points.size() * m_scale};
+}
+
+QRect ViewerControls::button(int fromTheRight) const {
+    const int right = m_size.width() / m_scale - margin - fromTheRight * (buttonSize.width() + gap);
+    return scaled({QPoint(right - buttonSize.width(), margin), buttonSize});
+}
+
+QRect ViewerControls::picker() const {
+    const int right = pin().left() / m_scale - gap;
+    return scaled({right - leastPickerWidth, margin, leastPickerWidth, buttonSize.height()});
+}
+
+QRect ViewerControls::menuStrip() const {
+    return scaled({margin, margin, leastPickerWidth, buttonSize.height()});
+}
+
+ViewerTest::ViewerTest(WindowManager windowManager, QSize screenSize)
+    : desktop(windowManager, screenSize) {}
+
+void ViewerTest::SetUp() {
+    ASSERT_TRUE(desktop.start());
+    pointer.moveTo(desktop.area().bottomRight());
+}
+
+void ViewerTest::TearDown() {
+    if (HasFailure() && !desktop.display().isEmpty()) {
+        const auto *info = testing::UnitTest::GetInstance()->current_test_info();
+        const QString name = QStringLiteral("%1.%2").arg(QLatin1String(info->test_suite_name()),
+                                                         QLatin1String(info->name()));
+        const QString path = screen.save(QString(name).replace(u'/', u'-'));
+        if (!path.isEmpty())
+            GTEST_LOG_(INFO) << "The screen as it was: " << path.toStdString();
+    }
+    viewer.reset();
+}
+
+CameraProcess *ViewerTest::startCamera(const CameraSetup &setup) {
+    cameras.push_back(std::make_unique<CameraProcess>(setup));
+    const auto started = cameras.back()->start();
+    EXPECT_TRUE(started);
+    return started ? cameras.back().get() : nullptr;
+}
+
+CameraProcess *ViewerTest::startListedCamera(const CameraSetup &setup) {
+    CameraProcess *camera = startCamera(setup);
+    if (camera != nullptr)
+        home.writeCameras({{setup.name, camera->url()}});
+    return camera;
+}
+
+void ViewerTest::startViewer(const ViewerProcess::Variables &variables) {
+    viewer.reset();
+    viewer = std::make_unique<ViewerProcess>(desktop, home, variables);
+    ASSERT_TRUE(viewer->start());
+}
+
+void ViewerTest::startViewerAndWaitForPicture(const ViewerProcess::Variables &variables) {
+    ASSERT_NO_FATAL_FAILURE(startViewer(variables));
+    ASSERT_TRUE(viewer->waitForLiveVideo());
+    ASSERT_TRUE(screen.waitUntil(
+        viewer->window(), [](const QImage &picture) { return showsColourBars(picture); }, 40s));
+}
+
+void ViewerTest::endViewer() {
+    viewer->process().sendSignal(SIGTERM);
+    ASSERT_TRUE(viewer->exitsInOrder(20s));
+}
+
+QPoint ViewerTest::onScreen(QPoint inWindow) const {
+    return viewer->geometry().topLeft() + inWindow;
+}
+
+QPoint ViewerTest::onScreen(QRect inWindow) const {
+    return onScreen(inWindow.center());
+}
+
+ViewerControls ViewerTest::controls() const {
+    return ViewerControls(viewer->geometry().size(), scale);
+}
+
+void ViewerTest::showControls() {
+    pointer.moveTo(viewer->geometry().center());
+    // A second motion, in case the first one arrived before the window had its first.
+    pointer.moveTo(viewer->geometry().center() + QPoint(2, 2));
+    ASSERT_TRUE(eventually(20s, [this] { return controlsAreVisible(); }))
+        << "the controls do not appear under the pointer";
+}
+
+bool ViewerTest::controlsAreVisible() const {
+    // Nothing in a test camera's top right corner, nor a black window, is as light as the symbol.
+    return shareOfLightPixels(screen.window(viewer->window()), controls().close(), 180) > 0.02;
+}
+
+void ViewerTest::clickControl(QRect inWindow) {
+    ASSERT_NO_FATAL_FAILURE(showControls());
+    pointer.moveTo(onScreen(inWindow));
+    pointer.click();
+}
+
+testing::AssertionResult ViewerTest::hasShape(QSize shape) const {
+    const QSize size = viewer->geometry().size();
+    const double width = static_cast<double>(size.height()) * shape.width() / shape.height();
+    if (std::abs(width - size.width()) > 2) {
+        return testing::AssertionFailure()
+               << "the content of " << size.width() << "x" << size.height()
+               << " has not the shape of " << shape.width() << "x" << shape.height();
+    }
+    const SizeHints hints = viewer->normalHints();
+    for (const auto &aspect : {hints.minimumAspect, hints.maximumAspect}) {
+        if (!aspect)
+            return testing::AssertionFailure() << "the size hints name no aspect ratio";
+        if (qint64{aspect->width()} * shape.height() != qint64{aspect->height()} * shape.width()) {
+            return testing::AssertionFailure() << "the size hints name the aspect ratio "
+                                               << aspect->width() << ":" << aspect->height();
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+} // namespace lumvik::test
