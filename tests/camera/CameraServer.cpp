@@ -118,7 +118,9 @@ void CameraServer::protectWithPassword() {
     const QByteArray user = m_options.user.toUtf8();
     const QByteArray password = m_options.password.toUtf8();
     const GObjectPointer<GstRTSPAuth> auth(gst_rtsp_auth_new());
-    gst_rtsp_auth_set_supported_methods(auth.get(), GST_RTSP_AUTH_DIGEST);
+    gst_rtsp_auth_set_realm(auth.get(), "camera");
+    gst_rtsp_auth_set_supported_methods(
+        auth.get(), static_cast<GstRTSPAuthMethod>(GST_RTSP_AUTH_BASIC | GST_RTSP_AUTH_DIGEST));
     GstRTSPToken *token =
         gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, role, nullptr);
     gchar *basic = gst_rtsp_auth_make_basic(user.constData(), password.constData());
@@ -139,10 +141,10 @@ void CameraServer::useCodec(VideoCodec codec) {
         codec == VideoCodec::H264
             ? "( appsrc name=source is-live=true format=time max-bytes=0 "
               "caps=video/x-h264,stream-format=byte-stream,alignment=au "
-              "! rtph264pay name=pay0 pt=96 config-interval=-1 aggregate-mode=zero-latency )"
+              "! rtph264pay name=pay0 pt=96 config-interval=-1 aggregate-mode=none )"
             : "( appsrc name=source is-live=true format=time max-bytes=0 "
               "caps=video/x-h265,stream-format=byte-stream,alignment=au "
-              "! rtph265pay name=pay0 pt=96 config-interval=-1 aggregate-mode=zero-latency )");
+              "! rtph265pay name=pay0 pt=96 config-interval=-1 aggregate-mode=none )");
 }
 
 void CameraServer::takeConnection(GObjectPointer<GSocket> socket) {

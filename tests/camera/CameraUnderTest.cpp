@@ -1,0 +1,63 @@
+#include "CameraUnderTest.h"
+
+#include <QDeadlineTimer>
+#include <QTest>
+
+namespace lumvik::test {
+
+namespace {
+
+constexpr int startMilliseconds = 20000;
+
+} // namespace
+
+bool waitUntil(const std::function<bool()> &isDone, int milliseconds) {
+    return QTest::qWaitFor(isDone, milliseconds);
+}
+
+void observeFor(int milliseconds) {
+    [[maybe_unused]] const bool isDone = waitUntil([] { return false; }, milliseconds);
+}
+
+QString cameraProgram() {
+    return QStringLiteral(LUMVIK_TEST_CAMERA);
+}
+
+CameraUnderTest::CameraUnderTest(const QStringList &arguments) {
+    const QStringList defaults{QStringLiteral("--port"), QStringLiteral("0"),
+                               QStringLiteral("--size"), QStringLiteral("320x180"),
+                               QStringLiteral("--exit-with-stdin")};
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start(cameraProgram(), defaults + arguments);
+    const QString ready = readLine();
+    if (ready.startsWith(QLatin1String("ready ")))
+        m_url = QUrl(ready.mid(6));
+}
+
+CameraUnderTest::~CameraUnderTest() {
+    m_process.closeWriteChannel();
+    if (!m_process.waitForFinished(5000))
+        m_process.kill();
+    m_process.waitForFinished();
+}
+
+QString CameraUnderTest::command(const QByteArray &line) {
+    m_process.write(line + '\n');
+    return readLine();
+}
+
+int CameraUnderTest::clients() {
+    const QString answer = command("clients");
+    return answer.startsWith(QLatin1String("ok ")) ? answer.mid(3).toInt() : -1;
+}
+
+QString CameraUnderTest::readLine() {
+    const QDeadlineTimer deadline(startMilliseconds);
+    while (!m_process.canReadLine() && !deadline.hasExpired()) {
+        if (!m_process.waitForReadyRead(static_cast<int>(deadline.remainingTime())))
+            break;
+    }
+    return QString::fromUtf8(m_process.readLine()).trimmed();
+}
+
+} // namespace lumvik::test
