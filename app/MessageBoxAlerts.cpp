@@ -1,5 +1,6 @@
 #include "app/MessageBoxAlerts.h"
 
+#include "platform/LumvikLog.h"
 #include "style/LumvikPalette.h"
 
 #include <QMessageBox>
@@ -35,10 +36,11 @@ int MessageBoxAlerts::runModal(const Alert &alert) {
     QMessageBox box;
     box.setIcon(icon(alert.style));
     box.setWindowTitle(QStringLiteral("Lumvik"));
-    // Texts may hold names that the user typed: never taken for markup.
+    // Texts may hold names that the user typed: never taken for markup, nor is a camera that was
+    // named after its own address shown with its password.
     box.setTextFormat(Qt::PlainText);
-    box.setText(alert.messageText);
-    box.setInformativeText(alert.informativeText);
+    box.setText(LumvikLog::redacted(alert.messageText));
+    box.setInformativeText(LumvikLog::redacted(alert.informativeText));
     // The name by which the message box itself styles its main text.
     box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
                                      "QLabel#qt_msgbox_informativelabel { min-width: 300px; }"));

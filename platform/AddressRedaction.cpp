@@ -1,118 +1,294 @@
 #include "platform/AddressRedaction.h"
 
+#include <QByteArrayView>
+#include <QList>
 #include <QRegularExpression>
-#include <QUrl>
 
 #include <algorithm>
+#include <vector>
 
 namespace lumvik {
 
 namespace {
 
-const QString withheld = QStringLiteral("[withheld]");
-
-/// Up to this length a secret is replaced only where it stands alone: replacing every "1" in a log
+/// Up to this length a secret is withheld only where it stands alone: replacing every "1" in a log
 /// because somebody's password is "1" would make the log unreadable and give the password away.
 constexpr qsizetype shortSecretLength = 3;
 
-/// The user name and the password as they stand in an address, before and after the first colon of
-/// what precedes the last "@" of the authority. A password may itself hold "@", ":", "/", "#" and
-/// "?" although it should not, so the authority is not cut at these: the last "@" of the whole
-/// address decides.
-struct Credentials {
-    QString user;
-    QString password;
+/// A text with its escapes undone, and for each byte where it began in the original.
+struct View {
+    QByteArray bytes;
+    QList<qsizetype> from; // one more than bytes: the last is the original's length
 };
 
-Credentials credentialsOf(const QString &address) {
-    const qsizetype scheme = address.indexOf(QStringLiteral("://"));
-    const qsizetype at = address.lastIndexOf(QLatin1Char('@'));
-    if (scheme < 0 || at < scheme + 3)
-        return {};
-    const QString userInfo = address.mid(scheme + 3, at - scheme - 3);
-    const qsizetype colon = userInfo.indexOf(QLatin1Char(':'));
-    if (colon < 0)
-        return {userInfo, {}};
-    return {userInfo.left(colon), userInfo.mid(colon + 1)};
+/// What is to be withheld: [begin, end) of the original, whose first `kept` bytes stay.
+struct Range {
+    qsizetype begin;
+    qsizetype end;
+    qsizetype kept = 0;
+    bool isAddress = false;
+};
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    const char lower = static_cast<char>(c | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-/// Cameras also take credentials in the query or the path ("?user=a&password=b",
-/// "/user=a_password=b_").
-QStringList passwordParameters(const QString &address) {
-    static const QRegularExpression parameter(
-        QStringLiteral("(?:password|passwd|pwd|pass|token|secret|auth|key)=([^&/?#\\s]+)"),
-        QRegularExpression::CaseInsensitiveOption);
-    QStringList found;
-    for (auto matches = parameter.globalMatch(address); matches.hasNext();) {
-        const QString value = matches.next().captured(1);
-        found.append(value);
-        // Where parameters stand in the path they are often joined by "_": "password=b_channel=1".
-        static const QRegularExpression nextParameter(QStringLiteral("_[A-Za-z]+=.*$"));
-        found.append(QString(value).remove(nextParameter));
+int hexNumber(const QByteArray &bytes, qsizetype at, int digits) {
+    int number = 0;
+    for (int i = 0; i < digits; ++i) {
+        const int digit = at + i < bytes.size() ? hexDigit(bytes.at(at + i)) : -1;
+        if (digit < 0)
+            return -1;
+        number = number * 16 + digit;
     }
-    return found;
+    return number;
+}
+
+/// One escape at `at`: how long it is (0 when there is none) and what it stands for.
+std::pair<qsizetype, QByteArray> escapeAt(const QByteArray &bytes, qsizetype at) {
+    if (bytes.at(at) == '%') {
+        const int code = hexNumber(bytes, at + 1, 2);
+        return code < 0 ? std::pair(qsizetype(0), QByteArray())
+                        : std::pair(qsizetype(3), QByteArray(1, static_cast<char>(code)));
+    }
+    if (bytes.at(at) != '\\' || at + 1 >= bytes.size())
+        return {0, {}};
+    const char next = bytes.at(at + 1);
+    if (next == '"' || next == '\'' || next == '\\' || next == '/')
+        return {2, QByteArray(1, next)};
+    if (next == 'u') {
+        const int code = hexNumber(bytes, at + 2, 4);
+        if (code >= 0)
+            return {6, QString(QChar(static_cast<char16_t>(code))).toUtf8()};
+    }
+    return {0, {}};
+}
+
+View unescaped(const View &view) {
+    View result;
+    for (qsizetype at = 0; at < view.bytes.size();) {
+        auto [length, plain] = escapeAt(view.bytes, at);
+        if (length == 0) {
+            length = 1;
+            plain = view.bytes.sliced(at, 1);
+        }
+        result.bytes += plain;
+        result.from.insert(result.from.size(), plain.size(), view.from[at]);
+        at += length;
+    }
+    result.from.push_back(view.from.back());
+    return result;
+}
+
+View viewOf(const QByteArray &bytes) {
+    View view{bytes, {}};
+    for (qsizetype at = 0; at <= bytes.size(); ++at)
+        view.from.push_back(at);
+    return view;
+}
+
+QByteArray decodedOnce(const QByteArray &bytes) {
+    return QByteArray::fromPercentEncoding(bytes);
+}
+
+bool isWordByte(char c) {
+    return static_cast<unsigned char>(c) >= 0x80 || (c >= '0' && c <= '9') ||
+           ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
+}
+
+bool standsAlone(const QByteArray &bytes, qsizetype begin, qsizetype end) {
+    return (begin == 0 || !isWordByte(bytes.at(begin - 1))) &&
+           (end == bytes.size() || !isWordByte(bytes.at(end)));
+}
+
+void findSecrets(const QByteArrayList &secrets, const View &view, std::vector<Range> &found) {
+    for (const QByteArray &secret : secrets) {
+        for (qsizetype at = view.bytes.indexOf(secret); at >= 0;
+             at = view.bytes.indexOf(secret, at + 1)) {
+            const qsizetype end = at + secret.size();
+            if (secret.size() > shortSecretLength || standsAlone(view.bytes, at, end))
+                found.push_back({view.from[at], view.from[end]});
+        }
+    }
+}
+
+void findForms(const View &view, std::vector<Range> &found) {
+    // An address ends at white space or at a quoting character, unless an "@" still follows before
+    // the next white space: then the quoting character belongs to the password.
+    static const QRegularExpression address(QStringLiteral(
+        R"(([A-Za-z][A-Za-z0-9+.-]{0,30}):[/\\]{2}(?:\\.|[^\s'"<>\\])+(?:['"<>][^\s@]*@(?:\\.|[^\s'"<>\\])*)*)"));
+    static const QRegularExpression header(
+        QStringLiteral(
+            R"((authorization\s*[:=]?\s*)[^\r\n]+|(\b(?:cnonce|response)\s*=\s*"?)[0-9A-Za-z+/=]{8,})"),
+        QRegularExpression::CaseInsensitiveOption);
+    // Byte by byte, so that positions are the view's and no text is too broken to be searched.
+    const QString text = QString::fromLatin1(view.bytes);
+    for (auto matches = address.globalMatch(text); matches.hasNext();) {
+        const auto match = matches.next();
+        found.push_back({view.from[match.capturedStart()], view.from[match.capturedEnd()],
+                         view.from[match.capturedEnd(1)] - view.from[match.capturedStart()], true});
+    }
+    for (auto matches = header.globalMatch(text); matches.hasNext();) {
+        const auto match = matches.next();
+        const int kept = match.capturedStart(1) >= 0 ? 1 : 2;
+        found.push_back({view.from[match.capturedStart()], view.from[match.capturedEnd()],
+                         view.from[match.capturedEnd(kept)] - view.from[match.capturedStart()]});
+    }
+}
+
+/// Everything in one address that must not be seen.
+class SecretsOf {
+  public:
+    explicit SecretsOf(const QByteArray &address) : m_address(address), m_start(startOf(address)) {}
+
+    QByteArrayList all() {
+        if (m_address.contains('@') || m_address.contains('=') || m_address.contains('?')) {
+            add(m_address);
+            add(m_address.sliced(m_start));
+        }
+        for (qsizetype at = m_address.indexOf('@', m_start); at >= 0;
+             at = m_address.indexOf('@', at + 1))
+            addUserInfo(m_address.sliced(m_start, at - m_start));
+        addRequestTarget();
+        addParameters();
+        return m_found;
+    }
+
+  private:
+    /// Behind "scheme://", also where it is mistyped; 0 without one.
+    static qsizetype startOf(const QByteArray &address) {
+        static const QRegularExpression scheme(
+            QStringLiteral(R"(^(?:[A-Za-z0-9+.-]*(?::[/\\]+|[/\\]{2,}))+)"));
+        return scheme.match(QString::fromLatin1(address)).capturedLength();
+    }
+
+    void addUserInfo(const QByteArray &userInfo) {
+        const qsizetype colon = userInfo.indexOf(':');
+        const QByteArray password = userInfo.sliced(colon + 1); // all of it without a user's name
+        add(password);
+        addHostsIn(password);
+        if (colon < 0)
+            return;
+        for (const QByteArray &pair : {userInfo, decodedOnce(userInfo)}) {
+            for (const auto options : {QByteArray::Base64Encoding, QByteArray::Base64UrlEncoding})
+                add(pair.toBase64(options | QByteArray::OmitTrailingEquals));
+        }
+    }
+
+    /// "p@ss/word": the engine takes "ss" for the host and says that it cannot be found.
+    void addHostsIn(const QByteArray &password) {
+        for (qsizetype at = password.indexOf('@'); at >= 0; at = password.indexOf('@', at + 1)) {
+            qsizetype end = at + 1;
+            while (end < password.size() && !QByteArrayView("@:/?#").contains(password.at(end)))
+                ++end;
+            add(password.sliced(at + 1, end - at - 1));
+        }
+    }
+
+    void addRequestTarget() {
+        const qsizetype slash = m_address.indexOf('/', m_start);
+        if (slash < 0)
+            return;
+        const QByteArray target = m_address.sliced(slash);
+        if (!target.contains('=') && !target.contains('?'))
+            return;
+        add(target);
+        qsizetype path = target.indexOf('?');
+        path = target.lastIndexOf('/', path < 0 ? -1 : path);
+        add(target.sliced(path + 1));
+    }
+
+    void addParameters() {
+        static const QRegularExpression parameter(
+            QStringLiteral(
+                R"((?:pass\w*?|pas|passwd|pwd?|psw|pw|pin|token|secret|auth|key|cred\w*?|sig|session|ticket|login\w*?)=([^&/?#\s]+))"),
+            QRegularExpression::CaseInsensitiveOption);
+        static const QRegularExpression next(QStringLiteral(R"((?:_[A-Za-z]+=|[;,]).*$)"));
+        const QString text = QString::fromLatin1(m_address);
+        for (auto matches = parameter.globalMatch(text); matches.hasNext();) {
+            const QString value = matches.next().captured(1);
+            add(value.toLatin1());
+            add(QString(value).remove(next).toLatin1());
+        }
+    }
+
+    void add(const QByteArray &secret) {
+        if (!std::any_of(secret.begin(), secret.end(), isWordByte))
+            return; // "@" alone is everywhere.
+        // The engine reports line by line, and drops blanks at either end.
+        m_found.append(secret);
+        QByteArray lines = secret;
+        for (const QByteArray &line : lines.replace('\r', '\n').split('\n'))
+            m_found.append(line.trimmed());
+    }
+
+    QByteArray m_address;
+    qsizetype m_start;
+    QByteArrayList m_found;
+};
+
+/// `original` with every range replaced, ranges that overlap together. Replacing them one after the
+/// other would let one net destroy what the next one looks for.
+QByteArray withheld(const QByteArray &original, std::vector<Range> found) {
+    std::sort(found.begin(), found.end(), [](const Range &a, const Range &b) {
+        return a.begin != b.begin ? a.begin < b.begin : a.kept > b.kept;
+    });
+    QByteArray result;
+    qsizetype copied = 0;
+    for (std::size_t n = 0; n < found.size();) {
+        const Range range = found[n++];
+        qsizetype end = range.end;
+        bool keptIsClean = true;
+        while (n < found.size() && found[n].begin < end) {
+            // A password that is "rtsp" or "author" must not stay in what is kept.
+            const qsizetype keptEnd = range.begin + range.kept;
+            if (found[n].kept == 0 && found[n].begin < keptEnd &&
+                (found[n].begin > range.begin || found[n].end <= keptEnd))
+                keptIsClean = false;
+            end = std::max(end, found[n++].end);
+        }
+        result += original.sliced(copied, range.begin - copied);
+        if (keptIsClean)
+            result += original.sliced(range.begin, range.kept);
+        result += range.isAddress && keptIsClean ? "://[address withheld]" : "[withheld]";
+        copied = end;
+    }
+    return result + original.sliced(copied);
 }
 
 } // namespace
 
-void AddressRedaction::addSecret(const QString &secret) {
-    if (!secret.isEmpty() && !m_secrets.contains(secret))
-        m_secrets.append(secret);
-}
-
 void AddressRedaction::protect(const QStringList &addresses) {
     for (const QString &address : addresses) {
-        const Credentials credentials = credentialsOf(address);
-        QStringList passwords = passwordParameters(address);
-        passwords.append(credentials.password);
-        for (const QString &password : std::as_const(passwords)) {
-            const QString decoded = QUrl::fromPercentEncoding(password.toUtf8());
-            addSecret(password);
-            addSecret(decoded);
-            addSecret(QString::fromLatin1(QUrl::toPercentEncoding(decoded)));
-            addSecret(QString::fromLatin1(QUrl::toPercentEncoding(password)));
-            // Hexadecimal digits of either case mean the same.
-            addSecret(QString::fromLatin1(QUrl::toPercentEncoding(decoded)).toLower());
+        QByteArrayList secrets = SecretsOf(address.toUtf8()).all();
+        for (const QByteArray &secret : QByteArrayList(secrets)) {
+            secrets.append(decodedOnce(secret));
+            secrets.append(decodedOnce(secrets.last()));
         }
-        if (credentials.password.isEmpty())
-            continue;
-        const QByteArray pair =
-            (QUrl::fromPercentEncoding(credentials.user.toUtf8()) + QLatin1Char(':') +
-             QUrl::fromPercentEncoding(credentials.password.toUtf8()))
-                .toUtf8();
-        addSecret(QString::fromLatin1(pair.toBase64()));
-        addSecret(QString::fromLatin1(
-            (credentials.user + QLatin1Char(':') + credentials.password).toUtf8().toBase64()));
+        m_secrets.append(secrets);
     }
-    std::stable_sort(m_secrets.begin(), m_secrets.end(),
-                     [](const QString &a, const QString &b) { return a.size() > b.size(); });
+    m_secrets.removeAll(QByteArray());
+    std::sort(m_secrets.begin(), m_secrets.end());
+    m_secrets.erase(std::unique(m_secrets.begin(), m_secrets.end()), m_secrets.end());
 }
 
 QString AddressRedaction::redact(const QString &text) const {
-    static const QRegularExpression authorization(
-        QStringLiteral("(authorization\\s*[:=]\\s*)[^\\r\\n]*"),
-        QRegularExpression::CaseInsensitiveOption);
-    // An address ends at white space or at a quoting character. Blanks inside a password are
-    // written
-    // "%20" by then or are caught by value. Trailing punctuation of the sentence around goes with
-    // it.
-    static const QRegularExpression address(
-        QStringLiteral("([A-Za-z][A-Za-z0-9+.-]*)(?::|%3[Aa])(?://|%2[Ff]%2[Ff])[^\\s'\"<>]+"));
-
-    QString result = text;
-    for (const QString &secret : m_secrets) {
-        if (secret.size() > shortSecretLength) {
-            result.replace(secret, withheld);
-        } else if (result.contains(secret)) {
-            const QRegularExpression alone(QStringLiteral("(?<![^\\s:='\"/@])") +
-                                           QRegularExpression::escape(secret) +
-                                           QStringLiteral("(?![^\\s:='\"/@,.])"));
-            result.replace(alone, withheld);
-        }
+    const QByteArray original = text.toUtf8();
+    std::vector<Range> found;
+    View view = viewOf(original);
+    // Twice: an address that was escaped already is escaped again in a command's dump.
+    for (int level = 0; level <= 2; ++level) {
+        findForms(view, found);
+        findSecrets(m_secrets, view, found);
+        View next = unescaped(view);
+        if (next.bytes == view.bytes)
+            break;
+        view = std::move(next);
     }
-    result.replace(address, QStringLiteral("\\1://[address withheld]"));
-    result.replace(authorization, QStringLiteral("\\1[withheld]"));
-    return result;
+    return found.empty() ? text : QString::fromUtf8(withheld(original, std::move(found)));
 }
 
 } // namespace lumvik

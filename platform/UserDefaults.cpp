@@ -43,7 +43,7 @@ bool UserDefaults::boolean(const QString &key) const {
 }
 
 QString UserDefaults::string(const QString &key) const {
-    return m_settings.value(key).toString();
+    return value(key).toString();
 }
 
 void UserDefaults::set(const QString &key, const QVariant &value) {

@@ -108,5 +108,79 @@ TEST(AddressRedaction, TakesTextsThatAreNoAddresses) {
               QStringLiteral("nothing to hide here: @ a"));
 }
 
+struct Leak {
+    const char *address; // protected, or null
+    const char *text;
+    const char *secret; // must not be in the result
+};
+
+class AddressRedactionLeak : public testing::TestWithParam<Leak> {};
+
+TEST_P(AddressRedactionLeak, IsStopped) {
+    AddressRedaction redaction;
+    if (GetParam().address != nullptr)
+        redaction.protect({QString::fromUtf8(GetParam().address)});
+    const QString result = redaction.redact(QString::fromUtf8(GetParam().text));
+    EXPECT_FALSE(result.contains(QString::fromUtf8(GetParam().secret))) << qPrintable(result);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Mistyped, AddressRedactionLeak,
+    testing::Values(
+        Leak{"rtsp//admin:hunter22@h/l", "Cannot open file 'rtsp//admin:hunter22@h/l'", "hunter22"},
+        Leak{"rtsp:/admin:hunter22@h/l", "Opening rtsp:/admin:hunter22@h/l", "hunter22"},
+        Leak{"rtsp:\\\\admin:hunter22@h", "Opening rtsp:\\\\admin:hunter22@h", "hunter22"},
+        Leak{"admin:hunter22@h/live", "Failed to open admin:hunter22@h/live.", "hunter22"},
+        Leak{"lavf://rtsp://u:hunter22@h/", "login u:hunter22", "hunter22"},
+        Leak{"rtsp://u:p@ss/word@h/", "Failed to resolve hostname ss: x", " ss:"},
+        Leak{"rtsp://u:hunter22@h/?x=a@b", "login hunter22", "hunter22"},
+        Leak{nullptr, "Opening 'rtsp://u:hun'ter2@h/l'", "ter2"},
+        Leak{nullptr, "rtsp://u:a<b>secret@h/", "secret"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Rewritten, AddressRedactionLeak,
+    testing::Values(Leak{"rtsp://u:hun\"ter22@h/", "url=\"rtsp://u:hun\\\"ter22@h/\"", "ter22"},
+                    Leak{"rtsp://u:pa\"ss\\w@h/", "{\"url\":\"pa\\\"ss\\\\w\"}", "ss\\\\w"},
+                    Leak{"rtsp://u:pässwort@h/", "p\\u00e4sswort p%C3%A4sswort pässwort", "sswort"},
+                    Leak{"rtsp://u:p%4Ass%2fw@h/", "p%4ass%2Fw", "ss%2F"},
+                    Leak{"rtsp://u:p@ss:w@h/", "p%40ss:w p@ss%3Aw", "ss"},
+                    Leak{"rtsp://u:p%2540ss@h/", "p@ss p%40ss p%2540ss", "ss"},
+                    Leak{"rtsp://u:pa ss@h/l", "Opening rtsp://u:pa ss@h/l failed", "ss@"},
+                    Leak{"rtsp://u:hun\nter22@h/", "\"ter22@h/\"", "ter22"},
+                    Leak{"rtsp://uu:hunter22@h/", "dXU6aHVudGVyMjI (no padding)", "dXU6"},
+                    Leak{"rtsp://u:hunter22@[fe80::1%25eth0]/x",
+                         "at rtsp://u:hunter22@[fe80::1%25eth0]/x", "fe80"},
+                    Leak{nullptr, "response=\"5f4dcc3b5aa765d61d8327deb882cf99\"", "5f4d"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    InOtherPlaces, AddressRedactionLeak,
+    testing::Values(Leak{"rtsp://h/l?u=a&p=hunter22", "Playing: l?u=a&p=hunter22", "hunter22"},
+                    Leak{"rtsp://h/l?a:hunter22", "GET /l?a:hunter22", "hunter22"},
+                    Leak{"rtsp://h/l?password=hunter22,x=1", "password=hunter22 ok", "hunter22"},
+                    Leak{"rtsp://h/l;password=hunter22;x=1", "password=hunter22 ok", "hunter22"},
+                    Leak{"rtsp://tokentoken@h/", "the token is tokentoken", "tokentoken"},
+                    Leak{"rtsp://admin:admin@h/", "user admin rejected", "admin"}));
+
+INSTANTIATE_TEST_SUITE_P(ThatWouldDisturbANet, AddressRedactionLeak,
+                         testing::Values(Leak{"rtsp://u:rtsp@h/", "Opening rtsp://u:rtsp@h/", "@h"},
+                                         Leak{"rtsp://u:hori@h/",
+                                              "Authorization: Basic Zm9vOmJhcg==", "Zm9v"}));
+
+TEST(AddressRedaction, WithholdsAShortPasswordBesideAnyDelimiter) {
+    AddressRedaction redaction;
+    redaction.protect({QStringLiteral("rtsp://u:12@h/")});
+    EXPECT_EQ(redaction.redact(QStringLiteral("12; (12) [12] <12> 12& 12_x ?12 12, frame 1234")),
+              QStringLiteral("[withheld]; ([withheld]) [[withheld]] <[withheld]> [withheld]& "
+                             "[withheld]_x ?[withheld] [withheld], frame 1234"));
+}
+
+TEST(AddressRedaction, SearchesTextsThatAreNoValidUnicode) {
+    QString text = QStringLiteral(" rtsp://u:hunter22@h/ Authorization: Basic Zm9vOmJhcg==");
+    text.prepend(QChar(0xD800));
+    const QString result = redact(text);
+    EXPECT_FALSE(result.contains(QLatin1String("hunter22"))) << qPrintable(result);
+    EXPECT_FALSE(result.contains(QLatin1String("Zm9v"))) << qPrintable(result);
+}
+
 } // namespace
 } // namespace lumvik

@@ -41,6 +41,8 @@ TEST_F(UserDefaultsTest, KeepsValuesAcrossInstances) {
         defaults.set(QStringLiteral("mainWindowFrame"), QStringLiteral("1 2 3 4 0 0 5 6"));
         EXPECT_EQ(defaults.integer(key), 3);
         EXPECT_TRUE(defaults.boolean(QStringLiteral("staysOnTop")));
+        EXPECT_EQ(defaults.string(QStringLiteral("mainWindowFrame")),
+                  QStringLiteral("1 2 3 4 0 0 5 6"));
     }
     const UserDefaults defaults(path);
     EXPECT_EQ(defaults.integer(key), 3);
