@@ -1,0 +1,67 @@
+#pragma once
+
+#include "fakes/AppDelegateAccess.h"
+#include "fakes/CapturingLogSink.h"
+#include "fakes/FakeAlerts.h"
+#include "fakes/FakeMpv.h"
+#include "fakes/TemporaryHome.h"
+#include "fakes/VirtualMainQueue.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+
+namespace lumvik::test {
+
+using namespace Qt::StringLiterals;
+
+/// The controller with everything around it replaced: the engine, the clock, the alerts, and the
+/// folders of the user. Its window is a real one on a platform without a display, drawn by
+/// software.
+class ControllerTest : public testing::Test {
+  protected:
+    static void SetUpTestSuite();
+
+    /// Makes the controller and launches it with `cameras` on the disk.
+    void launch(const CameraList &cameras);
+    /// Launches what is on the disk already.
+    void launch();
+    /// Runs deferred work and draws the window until a player was made, or its start has failed.
+    void startPlaying();
+    /// Both.
+    void launchAndPlay(const CameraList &cameras);
+
+    /// Runs the event loop until `predicate` answers true.
+    [[nodiscard]] bool eventually(const std::function<bool()> &predicate);
+
+    /// Gives the window's content a size, as the user would.
+    void resizeWindow(const QSize &size);
+
+    /// Makes the engine report a video of this shape, and lets the news arrive.
+    void reportVideo(std::int64_t width, std::int64_t height, std::int64_t rotation = 0);
+
+    /// Brings what the pump's thread has submitted to the controller.
+    [[nodiscard]] bool runUntil(const std::function<bool()> &predicate) {
+        return queue.runUntil(predicate);
+    }
+
+    [[nodiscard]] AppDelegateAccess access() { return AppDelegateAccess(*delegate); }
+    [[nodiscard]] QStringList playbackLog() const { return log.texts(u"playback"_s); }
+    /// The texts of the log's lines at level error.
+    [[nodiscard]] QStringList errors() const;
+
+    const CapturedLog log;
+    FakeMpv mpv;
+    VirtualMainQueue queue;
+    TemporaryHome home;
+    FakeAlerts alerts;
+    int terminations = 0;
+    std::unique_ptr<AppDelegate> delegate;
+};
+
+/// Three cameras, the first with a password.
+[[nodiscard]] CameraList threeCameras();
+
+} // namespace lumvik::test

@@ -1,0 +1,133 @@
+#include "ControllerTest.h"
+
+namespace lumvik::test {
+namespace {
+
+class LaunchTest : public ControllerTest {};
+
+TEST_F(LaunchTest, LogsLoadsAndShowsTheWindowBeforeAnyPlayer) {
+    launch(threeCameras());
+    EXPECT_EQ(log.lines(u"lifecycle"_s).value(0),
+              (LoggedLine{LogLevel::standard, u"lifecycle"_s, u"Lumvik is launching."_s}));
+    EXPECT_EQ(access().cameras(), threeCameras());
+    ASSERT_NE(access().window(), nullptr);
+    EXPECT_TRUE(access().window()->isVisible());
+    EXPECT_NE(access().mainMenu(), nullptr);
+    EXPECT_TRUE(mpv.calls().empty()) << "playback waits for the window's first drawing";
+    queue.runPending();
+    EXPECT_TRUE(mpv.calls().empty()) << "which has not happened in this turn";
+    startPlaying();
+    EXPECT_NE(access().mpv(), nullptr);
+}
+
+TEST_F(LaunchTest, LoggingStartsWithTheLaunch) {
+    launch(threeCameras());
+    ASSERT_FALSE(log.lines().isEmpty());
+    qsizetype first = 0; // the saving of the list by this test comes before
+    while (log.lines().at(first).text.startsWith(u"Saved"_s))
+        ++first;
+    EXPECT_EQ(log.lines().at(first).text, u"Lumvik is launching."_s);
+    EXPECT_EQ(log.lines().at(first + 1).text, u"Loaded 3 cameras."_s);
+}
+
+TEST_F(LaunchTest, WithoutAListShowsTheEmptyStateAndMakesNoPlayer) {
+    launch();
+    queue.runPending();
+    EXPECT_TRUE(eventually([&] { return access().window()->isExposed(); }));
+    queue.runPending();
+    EXPECT_TRUE(access().emptyStateLabel()->isVisible());
+    EXPECT_EQ(queue.submittedCount(), 0U);
+    EXPECT_TRUE(mpv.calls().empty());
+    EXPECT_TRUE(errors().isEmpty());
+}
+
+TEST_F(LaunchTest, WithCamerasHidesTheEmptyState) {
+    launch(threeCameras());
+    EXPECT_FALSE(access().emptyStateLabel()->isVisible());
+}
+
+TEST_F(LaunchTest, WithAnUnreadableListGoesOnWithoutCameras) {
+    home.damageCameras();
+    launch();
+    EXPECT_TRUE(errors().contains(u"No usable camera configuration could be loaded."_s));
+    EXPECT_EQ(errors().count(u"No usable camera configuration could be loaded."_s), 1);
+    EXPECT_TRUE(access().cameras().isEmpty());
+    EXPECT_TRUE(access().emptyStateLabel()->isVisible());
+    EXPECT_TRUE(alerts.shown().isEmpty());
+}
+
+TEST_F(LaunchTest, ClosingBeforeTheFirstDrawingKeepsPlaybackFromStarting) {
+    launch(threeCameras());
+    access().window()->performClose();
+    queue.runPending();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(mpv.calls().empty());
+    EXPECT_EQ(access().playerGeneration(), 0);
+}
+
+TEST_F(LaunchTest, ControllerThatIsGoneIsNotCalledBack) {
+    launch(threeCameras());
+    delegate.reset();
+    queue.runPending();
+    EXPECT_TRUE(mpv.calls().empty());
+}
+
+// ---- Termination ----
+
+TEST_F(LaunchTest, TerminationLogsAndStopsThePlayer) {
+    launchAndPlay(threeCameras());
+    delegate->applicationWillTerminate();
+    EXPECT_EQ(log.lines(u"lifecycle"_s).last(),
+              (LoggedLine{LogLevel::standard, u"lifecycle"_s, u"Lumvik is terminating."_s}));
+    EXPECT_EQ(access().mpv(), nullptr);
+    EXPECT_EQ(mpv.liveCores(), 0);
+    EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::stopped);
+}
+
+TEST_F(LaunchTest, TerminationBeforeAnythingWasDrawnStartsNoPlayerAfterwards) {
+    launch(threeCameras());
+    delegate->applicationWillTerminate();
+    queue.runPending();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(mpv.calls().empty());
+}
+
+TEST_F(LaunchTest, TerminationTwiceIsHarmless) {
+    launchAndPlay(threeCameras());
+    delegate->applicationWillTerminate();
+    const std::vector<std::string> calls = mpv.texts();
+    delegate->applicationWillTerminate();
+    EXPECT_EQ(mpv.texts(), calls);
+}
+
+TEST_F(LaunchTest, ClosingTheLastWindowEndsTheApplication) {
+    launchAndPlay(threeCameras());
+    EXPECT_TRUE(delegate->applicationShouldTerminateAfterLastWindowClosed());
+    delegate->closeCameraViewer();
+    EXPECT_EQ(terminations, 1);
+}
+
+// ---- Resigning active ----
+
+TEST_F(LaunchTest, ResigningActiveHidesTheControls) {
+    launch(threeCameras());
+    access().pointerIsOverViewer() = true;
+    access().cameraMenuIsOpen() = true;
+    delegate->updateViewerControls(false);
+    ASSERT_TRUE(access().viewerControlsAreVisible());
+    delegate->applicationDidResignActive();
+    EXPECT_FALSE(access().pointerIsOverViewer());
+    EXPECT_FALSE(access().cameraMenuIsOpen());
+    EXPECT_FALSE(access().viewerControlsAreVisible());
+}
+
+TEST_F(LaunchTest, ResigningActiveDoesNothingWhileTheViewerCloses) {
+    launch(threeCameras());
+    access().pointerIsOverViewer() = true;
+    access().isClosingViewer() = true;
+    delegate->applicationDidResignActive();
+    EXPECT_TRUE(access().pointerIsOverViewer());
+}
+
+} // namespace
+} // namespace lumvik::test

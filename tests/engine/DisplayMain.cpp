@@ -1,0 +1,34 @@
+#include "VirtualScreen.h"
+#include "app/Startup.h"
+
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+/// The main function of test programs whose windows need a screen: each starts one of its own. The
+/// toolkit is prepared as the program prepares it.
+int main(int argc, char **argv) {
+    testing::InitGoogleTest(&argc, argv);
+    if (testing::GTEST_FLAG(list_tests))
+        return RUN_ALL_TESTS();
+
+    const lumvik::test::VirtualScreen screen;
+    if (screen.display().empty()) {
+        std::fprintf(stderr, "No virtual screen can be started: is Xvfb installed?\n");
+        return 1;
+    }
+    qputenv("DISPLAY", screen.display().c_str());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("LIBGL_ALWAYS_SOFTWARE", "1");
+    qunsetenv("WAYLAND_DISPLAY");
+    lumvik::prepareToolkit();
+    int result = 1;
+    {
+        const QApplication application(argc, argv);
+        QApplication::setQuitOnLastWindowClosed(false);
+        result = RUN_ALL_TESTS();
+    }
+    return result;
+}

@@ -1,0 +1,340 @@
+#include "engine/MPVOpenGLView.h"
+
+#include "fakes/FakeMpv.h"
+#include "fakes/VirtualMainQueue.h"
+
+#include <QGuiApplication>
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace lumvik::test {
+namespace {
+
+constexpr std::uint64_t newFrame = MPV_RENDER_FRAME_INFO_PRESENT;
+
+/// A view with a renderer of the fake engine, in a window that was drawn.
+class MPVOpenGLViewTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        window.setColor(Qt::black);
+        window.resize(640, 360);
+        view = new MPVOpenGLView(queue, window.contentItem());
+        view->setSize(QSizeF(640, 360));
+        view->setFrameRenderedHandler([this] { ++framesReported; });
+        QObject::connect(&window, &QQuickWindow::frameSwapped, &window, [this] { ++swaps; });
+        QObject::connect(&window, &QQuickWindow::widthChanged, &window,
+                         [this] { view->setSize(window.size()); });
+        window.show();
+        ASSERT_TRUE(eventually([this] { return window.isExposed() && swaps > 0; }));
+        ASSERT_EQ(view->configureWithMPV(player), 0);
+        redraw();
+        mpv.forgetCalls();
+    }
+    ~MPVOpenGLViewTest() override {
+        delete view;
+        mpv_terminate_destroy(player);
+    }
+
+    [[nodiscard]] static bool eventually(const std::function<bool()> &predicate) {
+        return QTest::qWaitFor(predicate, 10000);
+    }
+    /// Draws the window once more, after whatever is to be drawn already.
+    void redraw() {
+        const int before = swaps;
+        window.update();
+        ASSERT_TRUE(eventually([&] { return swaps > before; }));
+    }
+    void hideWindow() {
+        window.hide();
+        ASSERT_TRUE(eventually([&] { return !window.isExposed(); }));
+        mpv.forgetCalls();
+    }
+    /// The colour in the middle of the window on the screen.
+    [[nodiscard]] QColor shownColour() const {
+        const QImage image = window.screen()->grabWindow(window.winId()).toImage();
+        return image.isNull() ? QColor() : image.pixelColor(image.rect().center());
+    }
+
+    FakeMpv mpv;
+    VirtualMainQueue queue;
+    mpv_handle *player = mpv_create();
+    QQuickWindow window;
+    MPVOpenGLView *view = nullptr;
+    int swaps = 0;
+    int framesReported = 0;
+};
+
+// ---- Attaching ----
+
+TEST_F(MPVOpenGLViewTest, CreatesAnOpenGLRendererAndListensToIt) {
+    view->shutdownRenderContext();
+    mpv.forgetCalls();
+    EXPECT_EQ(view->configureWithMPV(player), 0);
+    EXPECT_TRUE(view->isAttached());
+    EXPECT_EQ(mpv.texts(), (std::vector<std::string>{
+                               "mpv_render_context_create(core 1, opengl, no context, X11 display)",
+                               "mpv_render_context_set_update_callback(renderer 2, a callback)",
+                           }));
+}
+
+TEST_F(MPVOpenGLViewTest, AnswersTheEnginesErrorUnchanged) {
+    view->shutdownRenderContext();
+    mpv.setRenderContextCreateResult(-19);
+    EXPECT_EQ(view->configureWithMPV(player), -19);
+    EXPECT_FALSE(view->isAttached());
+}
+
+TEST_F(MPVOpenGLViewTest, FreesTheOldRendererWhenAttachedAgain) {
+    EXPECT_EQ(view->configureWithMPV(player), 0);
+    EXPECT_EQ(mpv.liveRenderers(), 1);
+    EXPECT_LT(mpv.position("mpv_render_context_free(renderer 1)"),
+              mpv.position("mpv_render_context_create"));
+}
+
+TEST_F(MPVOpenGLViewTest, StopsListeningBeforeItFreesTheRenderer) {
+    view->shutdownRenderContext();
+    EXPECT_EQ(mpv.texts(), (std::vector<std::string>{
+                               "mpv_render_context_set_update_callback(renderer 1, none)",
+                               "mpv_render_context_free(renderer 1)",
+                           }));
+    EXPECT_FALSE(view->isAttached());
+    view->shutdownRenderContext();
+    EXPECT_EQ(mpv.texts().size(), 2U) << "harmless when repeated";
+}
+
+TEST_F(MPVOpenGLViewTest, DestructionFreesTheRenderer) {
+    delete view;
+    view = nullptr;
+    EXPECT_EQ(mpv.liveRenderers(), 0);
+}
+
+TEST_F(MPVOpenGLViewTest, FindsOpenGLFunctions) {
+    auto *context = QOpenGLContext::currentContext();
+    EXPECT_NE(lumvik_get_proc_address(nullptr, "glClear"), nullptr);
+    if (context != nullptr)
+        context->doneCurrent();
+    EXPECT_EQ(lumvik_get_proc_address(nullptr, "glNoSuchFunctionAtAll"), nullptr);
+}
+
+using MPVOpenGLViewDeathTest = MPVOpenGLViewTest;
+
+TEST_F(MPVOpenGLViewDeathTest, AttachingOffTheMainThreadEndsTheProcess) {
+    EXPECT_DEATH(std::thread([&] { static_cast<void>(view->configureWithMPV(player)); }).join(),
+                 "The renderer must be created on the main thread\\.");
+}
+
+TEST_F(MPVOpenGLViewDeathTest, DetachingOffTheMainThreadEndsTheProcess) {
+    EXPECT_DEATH(std::thread([&] { view->shutdownRenderContext(); }).join(),
+                 "The renderer must be destroyed on the main thread\\.");
+}
+
+// ---- Drawing ----
+
+TEST_F(MPVOpenGLViewTest, ThreeUpdatesBeforeADrawingGiveOneDrawingAndOneReport) {
+    for (int n = 0; n < 3; ++n)
+        mpv.announceFrame(newFrame);
+    EXPECT_EQ(queue.submittedCount(), 3U) << "the callback only posts";
+    queue.runPending();
+    EXPECT_TRUE(view->hasPendingVideoFrame());
+    EXPECT_TRUE(mpv.renderCalls().empty()) << "drawn in the next drawing cycle";
+    ASSERT_TRUE(eventually([&] { return framesReported > 0; }));
+    EXPECT_EQ(mpv.renderCalls().size(), 1U);
+    EXPECT_FALSE(view->hasPendingVideoFrame());
+    redraw(); // had there been a second drawing to do, this would be the third
+    EXPECT_EQ(mpv.renderCalls().size(), 2U);
+    EXPECT_EQ(framesReported, 1);
+}
+
+TEST_F(MPVOpenGLViewTest, UpdatesFromOtherThreadsReachTheMainOne) {
+    std::thread([&] { mpv.announceFrame(newFrame); }).join();
+    queue.runPending();
+    EXPECT_TRUE(eventually([&] { return framesReported == 1; }));
+    for (const MpvCall &call : mpv.callsTo("mpv_render_context_update"))
+        EXPECT_EQ(call.thread, std::this_thread::get_id());
+}
+
+TEST_F(MPVOpenGLViewTest, PassesItsParameters) {
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    ASSERT_TRUE(eventually([&] { return !mpv.renderCalls().empty(); }));
+    const MpvRenderCall call = mpv.renderCalls().front();
+    EXPECT_EQ(call.framebuffer.fbo, 0);
+    EXPECT_EQ(QSize(call.framebuffer.w, call.framebuffer.h), view->drawableSize());
+    EXPECT_EQ(call.framebuffer.internal_format, 0);
+    EXPECT_EQ(call.flipY, 1);
+    EXPECT_EQ(call.blockForTargetTime, 0);
+    EXPECT_NE(call.skipRendering, 1);
+}
+
+TEST_F(MPVOpenGLViewTest, ReportsTheSwapAfterTheDrawing) {
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    ASSERT_TRUE(eventually([&] { return framesReported == 1; }));
+    EXPECT_GE(mpv.position("mpv_render_context_render"), 0);
+    EXPECT_GT(mpv.position("mpv_render_context_report_swap"),
+              mpv.position("mpv_render_context_render"));
+}
+
+TEST_F(MPVOpenGLViewTest, ResizeAloneReportsNoFrame) {
+    window.resize(800, 450);
+    ASSERT_TRUE(eventually([&] {
+        const auto calls = mpv.renderCalls();
+        return !calls.empty() && calls.back().framebuffer.w == view->drawableSize().width() &&
+               window.width() == 800;
+    }));
+    EXPECT_EQ(framesReported, 0);
+}
+
+TEST_F(MPVOpenGLViewTest, RedrawnRepeatedAndMissingFramesAreDrawnButNotReported) {
+    for (const std::uint64_t info :
+         {std::uint64_t{newFrame | MPV_RENDER_FRAME_INFO_REDRAW},
+          std::uint64_t{newFrame | MPV_RENDER_FRAME_INFO_REPEAT}, std::uint64_t{0}}) {
+        mpv.forgetCalls();
+        mpv.announceFrame(info);
+        queue.runPending();
+        ASSERT_TRUE(eventually([&] { return !mpv.renderCalls().empty(); })) << info;
+        redraw();
+        EXPECT_EQ(framesReported, 0) << info;
+    }
+}
+
+TEST_F(MPVOpenGLViewTest, NewFrameStaysPendingWhenARepeatFollowsBeforeTheDrawing) {
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    mpv.announceFrame(newFrame | MPV_RENDER_FRAME_INFO_REPEAT);
+    queue.runPending();
+    EXPECT_TRUE(eventually([&] { return framesReported == 1; }));
+}
+
+TEST_F(MPVOpenGLViewTest, EveryFrameCountsWhereTheEngineCannotTell) {
+    mpv.setFrameInfoFails(true);
+    mpv.announceFrame(0);
+    queue.runPending();
+    EXPECT_TRUE(eventually([&] { return framesReported == 1; }));
+}
+
+TEST_F(MPVOpenGLViewTest, UpdateWithoutAFrameDrawsNothing) {
+    ASSERT_TRUE(mpv.fireUpdateCallback());
+    queue.runPending();
+    EXPECT_FALSE(view->hasPendingVideoFrame());
+    redraw();
+    EXPECT_EQ(mpv.renderCalls().size(), 1U) << "only the redrawing that this test asked for";
+    EXPECT_EQ(framesReported, 0);
+}
+
+TEST_F(MPVOpenGLViewTest, HandlerMayClearItselfWhileItRuns) {
+    view->setFrameRenderedHandler([this, marker = std::make_shared<int>(5)] {
+        view->setFrameRenderedHandler(nullptr);
+        framesReported += *marker; // a freed capture would show up under the sanitizer
+    });
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    EXPECT_TRUE(eventually([&] { return framesReported == 5; }));
+}
+
+TEST_F(MPVOpenGLViewTest, DetachedViewIsBlackAndIgnoresLateUpdates) {
+    mpv.setPainter([](const MpvRenderCall &) {
+        QOpenGLFunctions *gl = QOpenGLContext::currentContext()->functions();
+        gl->glClearColor(0, 1, 0, 1);
+        gl->glClear(GL_COLOR_BUFFER_BIT);
+    });
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    ASSERT_TRUE(eventually([&] { return shownColour() == QColor(Qt::green); }));
+
+    mpv.announceFrame(newFrame); // on its way when the renderer goes
+    view->shutdownRenderContext();
+    mpv.forgetCalls();
+    queue.runPending();
+    EXPECT_TRUE(mpv.calls().empty());
+    EXPECT_FALSE(view->hasPendingVideoFrame());
+    EXPECT_TRUE(eventually([&] { return shownColour() == QColor(Qt::black); }));
+    EXPECT_EQ(framesReported, 1);
+}
+
+TEST_F(MPVOpenGLViewTest, UpdateOnItsWayOutlivesTheView) {
+    mpv.announceFrame(newFrame);
+    delete view;
+    view = nullptr;
+    queue.runPending();
+    EXPECT_EQ(framesReported, 0);
+}
+
+TEST_F(MPVOpenGLViewTest, HiddenWindowTakesFramesWithoutDrawingThem) {
+    hideWindow();
+    for (int frame = 1; frame <= 3; ++frame) {
+        mpv.announceFrame(newFrame);
+        queue.runPending();
+        ASSERT_EQ(mpv.renderCalls().size(), static_cast<std::size_t>(frame));
+        EXPECT_EQ(mpv.renderCalls().back().skipRendering, 1);
+        EXPECT_EQ(mpv.renderCalls().back().blockForTargetTime, 0);
+        EXPECT_EQ(mpv.callsTo("mpv_render_context_report_swap").size(),
+                  static_cast<std::size_t>(frame));
+        EXPECT_EQ(framesReported, frame);
+    }
+}
+
+TEST_F(MPVOpenGLViewTest, HiddenWindowReportsNoRepeatedFrame) {
+    hideWindow();
+    mpv.announceFrame(newFrame | MPV_RENDER_FRAME_INFO_REPEAT);
+    queue.runPending();
+    EXPECT_EQ(mpv.renderCalls().size(), 1U);
+    EXPECT_EQ(framesReported, 0);
+}
+
+TEST_F(MPVOpenGLViewTest, LostGraphicsFreeTheRendererAndAreReportedInALaterTurn) {
+    int lost = 0;
+    int back = 0;
+    view->setGraphicsHandlers([&] { ++lost; }, [&] { ++back; });
+    // A device that is lost cannot be had to order; these are the signals by which Qt tells.
+    Q_EMIT window.sceneGraphInvalidated();
+    EXPECT_FALSE(view->isAttached());
+    EXPECT_EQ(mpv.liveRenderers(), 0);
+    EXPECT_EQ(lost, 0);
+    queue.runPending();
+    EXPECT_EQ(lost, 1);
+    Q_EMIT window.sceneGraphInitialized();
+    EXPECT_EQ(back, 0);
+    queue.runPending();
+    EXPECT_EQ(back, 1);
+    Q_EMIT window.sceneGraphInitialized();
+    queue.runPending();
+    EXPECT_EQ(back, 1) << "reported once for each loss";
+}
+
+TEST_F(MPVOpenGLViewTest, LostGraphicsOfADetachedViewAreNoNews) {
+    int reports = 0;
+    view->setGraphicsHandlers([&] { ++reports; }, [&] { ++reports; });
+    view->shutdownRenderContext();
+    Q_EMIT window.sceneGraphInvalidated();
+    Q_EMIT window.sceneGraphInitialized();
+    queue.runPending();
+    EXPECT_EQ(reports, 0);
+}
+
+// ---- Pixels ----
+
+TEST_F(MPVOpenGLViewTest, RendersIntoTheWindowsPixels) {
+    EXPECT_EQ(view->drawableSize(), QSize(640, 360) * window.devicePixelRatio());
+}
+
+/// Runs with QT_SCALE_FACTOR=2, in an entry of its own.
+TEST_F(MPVOpenGLViewTest, RendersTwiceTheSizeAtScaleTwo) {
+    if (window.devicePixelRatio() != 2)
+        GTEST_SKIP() << "needs QT_SCALE_FACTOR=2";
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    ASSERT_TRUE(eventually([&] { return !mpv.renderCalls().empty(); }));
+    EXPECT_EQ(mpv.renderCalls().front().framebuffer.w, 1280);
+    EXPECT_EQ(mpv.renderCalls().front().framebuffer.h, 720);
+}
+
+} // namespace
+} // namespace lumvik::test
