@@ -25,14 +25,17 @@ void AppDelegate::applicationDidFinishLaunching() {
         return;
     // Playback waits for the first complete drawing of the window: the render context needs the
     // window's OpenGL context, and the user sees a window at once.
+    playbackAwaitsWindow = true;
     environment.mainQueue.async([self = QPointer(this)] {
         if (!self || self->isClosingViewer)
             return;
         if (!self->window)
             qFatal("Playback cannot start without a window.");
         self->window->whenFirstDrawn([self] {
-            if (self && !self->isClosingViewer)
-                self->startPlayer();
+            if (!self || self->isClosingViewer)
+                return;
+            self->playbackAwaitsWindow = false;
+            self->startPlayer();
         });
     });
 }

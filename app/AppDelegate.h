@@ -158,6 +158,7 @@ class AppDelegate final : public QObject {
     std::int64_t playbackSelectionGeneration = 0;
     PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
     std::optional<TimeStamp> lastFrameRenderedAt;
+    bool playbackAwaitsWindow = false; // the start at launch is due once the window has been drawn
     TimeStamp lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity();
     std::optional<double> appliedVideoAspectRatio;
 

@@ -59,17 +59,18 @@ void AppDelegate::configurePlayer(mpv_handle *handle) {
     // Results are ignored on purpose: a libmpv that lacks an option plays without it.
     for (const PlayerSetting &option : playerOptions)
         mpv_set_option_string(handle, option.name, option.value);
-    // Before the initialisation, so that its messages are heard too.
-    mpvObserver = std::make_unique<MPVObserver>(
-        handle, environment.mainQueue, environment.engineLogLevel.c_str(), [self = QPointer(this)] {
-            if (self && self->mpv != nullptr && !self->isClosingViewer)
-                self->updateWindowAspectRatio(self->mpv);
-        });
 }
 
 bool AppDelegate::initializePlayer(mpv_handle *handle) {
     if (mpv_initialize(handle) < 0)
         return false;
+    mpvObserver = std::make_unique<MPVObserver>(
+        handle, environment.mainQueue, environment.engineLogLevel.c_str(), [self = QPointer(this)] {
+            // The shape of a stream that is being replaced is of no interest any more.
+            if (self && self->mpv != nullptr && !self->isClosingViewer &&
+                self->videoHost->expectsPicture())
+                self->updateWindowAspectRatio(self->mpv);
+        });
     for (const PlayerSetting &property : livePlaybackProperties)
         mpv_set_property_string(handle, property.name, property.value);
     return true;
@@ -121,6 +122,7 @@ void AppDelegate::loadCamera(int index) {
     lastFrameRenderedAt.reset();
     playbackState = PlaybackSupervisorState::starting;
     appliedVideoAspectRatio.reset();
+    videoHost->forgetPicture();
     LumvikLog::playback().log(QStringLiteral("Loading camera index %1 for selection generation %2.")
                                   .arg(index)
                                   .arg(playbackSelectionGeneration));
@@ -162,7 +164,7 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
 
 void AppDelegate::showPlaybackError(const QString &message) {
     environment.mainQueue.async([self = QPointer(this), message] {
-        if (self) {
+        if (self && !self->isClosingViewer) {
             self->environment.alerts.runModal({.style = Alert::Style::warning,
                                                .messageText = QStringLiteral("Lumvik"),
                                                .informativeText = message,

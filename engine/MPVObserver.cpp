@@ -22,17 +22,28 @@ struct MPVObserver::Client {
         }
     }
 
+    /// Takes what is in the queue, but not more than the main thread can spare in one turn: at its
+    /// most talkative the engine speaks faster than its messages can be written down.
     void drain() {
+        constexpr int eventsInOneTurn = 200;
         wakeUpIsPending = false;
-        while (handle != nullptr) {
+        bool parametersChanged = false;
+        int events = 0;
+        while (handle != nullptr && events < eventsInOneTurn) {
             const mpv_event *event = mpv_wait_event(handle, 0);
             if (event == nullptr || event->event_id == MPV_EVENT_NONE)
-                return;
+                break;
+            ++events;
             if (event->event_id == MPV_EVENT_PROPERTY_CHANGE)
-                videoParametersChanged();
+                parametersChanged = true;
             else if (event->event_id == MPV_EVENT_LOG_MESSAGE)
                 log(*static_cast<const mpv_event_log_message *>(event->data));
         }
+        if (events == eventsInOneTurn)
+            wakeUp(this);
+        // Once for several changes, since asking for the new values stops the engine for a moment.
+        if (parametersChanged && videoParametersChanged)
+            videoParametersChanged();
     }
 
     static void log(const mpv_event_log_message &message) {
@@ -65,6 +76,7 @@ MPVObserver::~MPVObserver() {
         return;
     // Once this returns no wake-up is running, so that none can see the client go away.
     mpv_set_wakeup_callback(m_client->handle, nullptr, nullptr);
+    m_client->videoParametersChanged = nullptr; // a player that goes away has no shape to follow
     m_client->drain(); // the last messages are often the ones that explain the end
     mpv_destroy(std::exchange(m_client->handle, nullptr));
 }

@@ -10,6 +10,7 @@
 #include <dlfcn.h>
 
 #include <array>
+#include <utility>
 
 namespace lumvik {
 
@@ -135,7 +136,17 @@ void MPVOpenGLView::shutdownRenderContext() {
             window()->update(); // the last picture must not stay on the screen as if it were live
     }
     m_hasPendingVideoFrame = false;
-    m_graphicsWereLost = false;
+    m_showsPicture = false;
+    m_frameWasTaken = false;
+    m_expectsPicture = true;
+}
+
+void MPVOpenGLView::forgetPicture() {
+    m_expectsPicture = false;
+    m_showsPicture = false;
+    m_hasPendingVideoFrame = false;
+    if (window() != nullptr)
+        window()->update();
 }
 
 void MPVOpenGLView::setFrameRenderedHandler(std::function<void()> handler) {
@@ -163,11 +174,30 @@ void MPVOpenGLView::consumeRenderUpdates() {
         return;
     if ((mpv_render_context_update(m_renderContext.get()) & MPV_RENDER_UPDATE_FRAME) == 0)
         return;
-    m_hasPendingVideoFrame = m_hasPendingVideoFrame || nextFrameIsNew();
-    if (window() != nullptr && window()->isExposed())
-        window()->update();
-    else
+    const bool drawingIsDue = m_hasPendingVideoFrame;
+    noteNextFrame();
+    if (window() == nullptr || !window()->isExposed()) {
         skipPendingFrame();
+    } else if (!drawingIsDue && m_hasPendingVideoFrame &&
+               m_pacing.frameAnnounced(m_mainQueue.now()) == FramePacing::Verdict::skip) {
+        skipPendingFrame();
+        drawLastFrameSoon();
+    } else {
+        window()->update();
+    }
+}
+
+void MPVOpenGLView::drawLastFrameSoon() {
+    if (m_willDrawLastFrame)
+        return;
+    m_willDrawLastFrame = true;
+    (void)m_mainQueue.after(FramePacing::drawingInterval, [view = QPointer(this)] {
+        if (!view)
+            return;
+        view->m_willDrawLastFrame = false;
+        if (view->window() != nullptr)
+            view->window()->update();
+    });
 }
 
 bool MPVOpenGLView::nextFrameIsNew() const {
@@ -178,11 +208,25 @@ bool MPVOpenGLView::nextFrameIsNew() const {
                                     {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &info}) < 0)
         return true; // an engine that cannot tell
     constexpr std::uint64_t old = MPV_RENDER_FRAME_INFO_REDRAW | MPV_RENDER_FRAME_INFO_REPEAT;
-    return (info.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0 && (info.flags & old) == 0;
+    // A redraw that follows a dropped frame is not marked as one, but like every redraw it has no
+    // time.
+    return (info.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0 && (info.flags & old) == 0 &&
+           info.target_time != 0;
+}
+
+void MPVOpenGLView::noteNextFrame() {
+    if (m_expectsPicture && nextFrameIsNew()) {
+        m_hasPendingVideoFrame = true;
+        m_showsPicture = true;
+    }
 }
 
 void MPVOpenGLView::skipPendingFrame() {
+    // Even then the engine may set up or give up textures for a stream of another size.
+    const bool isCurrent = makeContextCurrent();
     render(true);
+    if (isCurrent)
+        QQuickOpenGLUtils::resetOpenGLState();
     reportShownFrame();
 }
 
@@ -203,6 +247,7 @@ void MPVOpenGLView::render(bool skip) {
         mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
     };
     mpv_render_context_render(m_renderContext.get(), parameters.data());
+    m_frameWasTaken = true;
 }
 
 void MPVOpenGLView::draw() {
@@ -212,16 +257,22 @@ void MPVOpenGLView::draw() {
     window()->beginExternalCommands();
     // The scene graph leaves its own state behind; its depth test alone would swallow the picture.
     QQuickOpenGLUtils::resetOpenGLState();
-    render(false);
+    // The scene may be drawn for its own sake between a frame's announcement and our hearing of it.
+    noteNextFrame();
+    render(!m_showsPicture);
     window()->endExternalCommands();
+    m_pacing.frameWasDrawn(m_mainQueue.now());
 }
 
 void MPVOpenGLView::reportShownFrame() {
-    if (m_renderContext)
+    // Never without a frame taken before: from the first report on, the engine waits for one after
+    // each.
+    if (m_renderContext && std::exchange(m_frameWasTaken, false))
         mpv_render_context_report_swap(m_renderContext.get());
     if (!m_hasPendingVideoFrame)
         return;
     m_hasPendingVideoFrame = false;
+    m_pacing.frameWasShown(m_mainQueue.now());
     if (m_frameRenderedHandler) {
         // A copy: the handler may replace or clear itself while it runs.
         const auto handler = m_frameRenderedHandler;
@@ -230,11 +281,15 @@ void MPVOpenGLView::reportShownFrame() {
 }
 
 void MPVOpenGLView::graphicsWereInvalidated() {
+    m_graphicsWereLost = true;
     if (!m_renderContext)
         return;
+    // Freed even if the context cannot be made current any more: it must not outlive the graphics.
+    (void)makeContextCurrent();
     m_renderContext.reset();
     m_hasPendingVideoFrame = false;
-    m_graphicsWereLost = true;
+    m_showsPicture = false;
+    m_frameWasTaken = false;
     if (m_graphicsLost)
         m_mainQueue.async(m_graphicsLost);
 }

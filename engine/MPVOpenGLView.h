@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/FramePacing.h"
 #include "platform/MainQueue.h"
 
 #include <QQuickItem>
@@ -42,6 +43,13 @@ class MPVOpenGLView : public QQuickItem {
     /// Asks libmpv what there is to do, and schedules a redraw when a frame is ready.
     void consumeRenderUpdates();
 
+    /// Shows black from now on, and neither shows nor reports a frame until `expectPicture`: what
+    /// the engine still holds belongs to the stream before, and would look live.
+    void forgetPicture();
+    /// Shows and reports frames again.
+    void expectPicture() { m_expectsPicture = true; }
+    [[nodiscard]] bool expectsPicture() const { return m_expectsPicture; }
+
     /// `handler` runs once for every new frame after it was shown.
     void setFrameRenderedHandler(std::function<void()> handler);
 
@@ -71,7 +79,9 @@ class MPVOpenGLView : public QQuickItem {
     void draw();
     void reportShownFrame();
     [[nodiscard]] bool nextFrameIsNew() const;
+    void noteNextFrame();
     void skipPendingFrame();
+    void drawLastFrameSoon();
     void graphicsWereInvalidated();
     void graphicsWereInitialized();
     [[nodiscard]] bool makeContextCurrent();
@@ -81,8 +91,13 @@ class MPVOpenGLView : public QQuickItem {
 
     MainQueue &m_mainQueue;
     std::unique_ptr<mpv_render_context, RenderContextDeleter> m_renderContext;
+    FramePacing m_pacing;
     bool m_hasPendingVideoFrame = false;
-    bool m_graphicsWereLost = false; // while a player was attached, and not back yet
+    bool m_expectsPicture = true; // false between a load and the start of its stream
+    bool m_showsPicture = false;  // whether the engine's last frame belongs to the expected stream
+    bool m_frameWasTaken = false; // the engine waits for the report of a frame that it handed over
+    bool m_willDrawLastFrame = false; // a drawing is due for the case that no further frame comes
+    bool m_graphicsWereLost = false;  // while a player was attached, and not back yet
     std::function<void()> m_frameRenderedHandler;
     std::function<void()> m_graphicsLost;
     std::function<void()> m_graphicsBack;

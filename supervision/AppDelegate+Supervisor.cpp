@@ -29,12 +29,14 @@ void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
             if constexpr (std::is_same_v<Report, PlaybackEngineEvents::StartFile>) {
                 log.debug(QStringLiteral("mpv began opening the selected stream."));
                 playbackState = PlaybackSupervisorState::starting;
+                videoHost->expectPicture();
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::FileLoaded>) {
                 log.debug(QStringLiteral("mpv loaded stream headers and began decoding."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::PlaybackRestart>) {
                 log.debug(QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::EndFile>) {
                 if (!isExpectedEnd(report.reason)) {
+                    videoHost->forgetPicture(); // a last frame that stays would look live
                     log.error(QStringLiteral("mpv ended the stream: reason=%1, error=%2.")
                                   .arg(static_cast<std::int32_t>(report.reason))
                                   .arg(report.error));
@@ -62,7 +64,7 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
 }
 
 void AppDelegate::selectCamera(int index) {
-    if (index < 0 || index >= cameras.size())
+    if (isClosingViewer || index < 0 || index >= cameras.size())
         return;
     if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
         qFatal("The selection generations are used up.");
@@ -71,7 +73,7 @@ void AppDelegate::selectCamera(int index) {
     updateViewerControlLayout();
     if (mpv != nullptr)
         loadCamera(index);
-    else
+    else if (!playbackAwaitsWindow)
         startPlayer();
 }
 
