@@ -1,11 +1,11 @@
 #include "viewer/ViewerControl.h"
 
 #include <QAccessible>
-#include <QMetaType>
+#include <QAccessibleObject>
+#include <QCoreApplication>
 #include <QMouseEvent>
 #include <QQuickWindow>
 #include <QToolTip>
-#include <QtQml>
 
 namespace lumvik {
 
@@ -14,16 +14,6 @@ namespace {
 /// How long the pointer rests on a control before its tool tip shows, in milliseconds, as toolkits
 /// have it.
 constexpr int toolTipDelay = 700;
-
-/// The attached object through which Qt Quick's items describe themselves to assistive technology.
-/// Its class is not public, its properties are; null when this Qt has no such class.
-QObject *attachedAccessible(QObject *item) {
-    const QMetaObject *type = QMetaType::fromName("QQuickAccessibleAttached*").metaObject();
-    if (type == nullptr)
-        return nullptr;
-    const auto attach = qmlAttachedPropertiesFunction(item, type);
-    return attach == nullptr ? nullptr : qmlAttachedPropertiesObject(item, attach, true);
-}
 
 QAccessible::Role accessibleRole(ViewerControl::Role role) {
     switch (role) {
@@ -37,23 +27,146 @@ QAccessible::Role accessibleRole(ViewerControl::Role role) {
     return QAccessible::Button;
 }
 
+// Qt Quick describes its windows and items to assistive technology only once a QML engine has
+// loaded its module. There is none here, so the viewer's window and controls are described by what
+// follows.
+
+/// A control as assistive technology sees it.
+class AccessibleControl final : public QAccessibleObject, public QAccessibleActionInterface {
+  public:
+    explicit AccessibleControl(ViewerControl *control) : QAccessibleObject(control) {}
+
+    QAccessibleInterface *parent() const override {
+        return isValid() && control()->window() != nullptr
+                   ? QAccessible::queryAccessibleInterface(control()->window())
+                   : nullptr;
+    }
+    QAccessibleInterface *child(int) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+
+    QString text(QAccessible::Text kind) const override {
+        return isValid() && kind == QAccessible::Name ? control()->label() : QString();
+    }
+    QAccessible::Role role() const override {
+        return isValid() ? accessibleRole(control()->role()) : QAccessible::NoRole;
+    }
+    QRect rect() const override {
+        if (!isValid() || control()->window() == nullptr)
+            return {};
+        const QRectF inWindow = control()->mapRectToScene(control()->boundingRect());
+        return {control()->window()->mapToGlobal(inWindow.topLeft()).toPoint(),
+                inWindow.size().toSize()};
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        if (!isValid()) {
+            state.invalid = true;
+            return state;
+        }
+        state.invisible = !control()->isVisible();
+        state.disabled = !control()->isEnabled();
+        state.checkable = control()->role() == ViewerControl::Role::toggle;
+        state.checked = control()->isOn();
+        state.hasPopup = control()->role() == ViewerControl::Role::popUpButton;
+        return state;
+    }
+
+    void *interface_cast(QAccessible::InterfaceType type) override {
+        return type == QAccessible::ActionInterface
+                   ? static_cast<QAccessibleActionInterface *>(this)
+                   : nullptr;
+    }
+    QStringList actionNames() const override {
+        switch (control()->role()) {
+        case ViewerControl::Role::button:
+            return {pressAction()};
+        case ViewerControl::Role::toggle:
+            return {toggleAction(), pressAction()};
+        case ViewerControl::Role::popUpButton:
+            return {showMenuAction(), pressAction()};
+        }
+        return {};
+    }
+    void doAction(const QString &name) override {
+        if (isValid() && actionNames().contains(name))
+            control()->performClick();
+    }
+    QStringList keyBindingsForAction(const QString &) const override { return {}; }
+
+  private:
+    [[nodiscard]] ViewerControl *control() const { return static_cast<ViewerControl *>(object()); }
+};
+
+/// A window with controls as assistive technology sees it: its children are the controls, shown or
+/// not (those that are not say so themselves).
+class AccessibleWindow final : public QAccessibleObject {
+  public:
+    explicit AccessibleWindow(QQuickWindow *window) : QAccessibleObject(window) {}
+
+    QAccessibleInterface *parent() const override {
+        return QAccessible::queryAccessibleInterface(QCoreApplication::instance());
+    }
+    QAccessibleInterface *child(int index) const override {
+        ViewerControl *control = controls().value(index);
+        return control == nullptr ? nullptr : QAccessible::queryAccessibleInterface(control);
+    }
+    int childCount() const override { return static_cast<int>(controls().size()); }
+    int indexOfChild(const QAccessibleInterface *child) const override {
+        return static_cast<int>(controls().indexOf(child->object()));
+    }
+
+    QString text(QAccessible::Text kind) const override {
+        return isValid() && kind == QAccessible::Name ? window()->title() : QString();
+    }
+    QAccessible::Role role() const override { return QAccessible::Window; }
+    QRect rect() const override {
+        return isValid() ? QRect(window()->mapToGlobal(QPoint()), window()->size()) : QRect();
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        state.invalid = !isValid();
+        state.invisible = isValid() && !window()->isVisible();
+        state.active = isValid() && window()->isActive();
+        return state;
+    }
+
+  private:
+    [[nodiscard]] QQuickWindow *window() const { return static_cast<QQuickWindow *>(object()); }
+    [[nodiscard]] QList<ViewerControl *> controls() const {
+        // The controls lie directly in the content, in the order of their creation.
+        return isValid() ? window()->contentItem()->findChildren<ViewerControl *>()
+                         : QList<ViewerControl *>();
+    }
+};
+
+/// Asked for an object's class first and then for each class above it.
+QAccessibleInterface *makeAccessible(const QString &className, QObject *object) {
+    if (className == QLatin1String(ViewerControl::staticMetaObject.className()))
+        return new AccessibleControl(static_cast<ViewerControl *>(object));
+    if (className == QLatin1String(QQuickWindow::staticMetaObject.className()))
+        return new AccessibleWindow(static_cast<QQuickWindow *>(object));
+    return nullptr;
+}
+
+void describeControlsToAssistiveTechnology() {
+    static const bool isInstalled = [] {
+        QAccessible::installFactory(&makeAccessible);
+        return true;
+    }();
+    static_cast<void>(isInstalled);
+}
+
 } // namespace
 
 ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent)
     : QQuickPaintedItem(parent)
-    , m_role(role) {
+    , m_role(role)
+    , m_label(label) {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
     setAntialiasing(true);
-    m_accessible = attachedAccessible(this);
-    if (m_accessible != nullptr) {
-        m_accessible->setProperty("role", static_cast<int>(accessibleRole(role)));
-        m_accessible->setProperty("checkable", role == Role::toggle);
-        m_accessible->setProperty("focusable", true);
-        connect(m_accessible, SIGNAL(pressAction()), this, SLOT(performClick()));
-        connect(m_accessible, SIGNAL(toggleAction()), this, SLOT(performClick()));
-    }
-    setLabel(label);
+    describeControlsToAssistiveTechnology();
 
     m_toolTipDelay.setSingleShot(true);
     m_toolTipDelay.setInterval(toolTipDelay);
@@ -64,13 +177,15 @@ ViewerControl::~ViewerControl() = default;
 
 void ViewerControl::setLabel(const QString &label) {
     m_label = label;
-    if (m_accessible != nullptr)
-        m_accessible->setProperty("name", label);
+    QAccessibleEvent changed(this, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&changed);
 }
 
 void ViewerControl::accessibleStateChanged() {
-    if (m_accessible != nullptr)
-        m_accessible->setProperty("checked", isOn());
+    QAccessible::State what;
+    what.checked = true;
+    QAccessibleStateChangeEvent changed(this, what);
+    QAccessible::updateAccessibility(&changed);
 }
 
 void ViewerControl::performClick() {
