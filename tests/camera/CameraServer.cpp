@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace lumvik::test {
@@ -19,15 +20,11 @@ OutletHolder *outletOf(GstRTSPMedia *media) {
                : static_cast<OutletHolder *>(g_object_get_data(G_OBJECT(media), outletKey));
 }
 
-GSocket *socketOf(GstRTSPClient *client) {
-    GstRTSPConnection *connection = gst_rtsp_client_get_connection(client);
-    return connection == nullptr ? nullptr : gst_rtsp_connection_get_read_socket(connection);
-}
-
-/// Closing such a socket sends a reset instead of an orderly end.
-void resetOnClose(GSocket *socket) {
-    const linger atOnce{1, 0};
-    setsockopt(g_socket_get_fd(socket), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+/// Sends a reset at once: dissolving a TCP connection's association is Linux's way to abort it.
+void abortConnection(GSocket *socket) {
+    sockaddr nobody{};
+    nobody.sa_family = AF_UNSPEC;
+    ::connect(g_socket_get_fd(socket), &nobody, sizeof nobody);
 }
 
 bool hasEncoder(VideoCodec codec) {
@@ -71,20 +68,17 @@ CameraServer::CameraServer(const CameraOptions &options)
                          static_cast<CameraServer *>(self)->watchClient(client);
                      }),
                      this);
-    // Clients over UDP may vanish without a word; their sessions time out.
-    m_sessionTimer = g_timeout_add_seconds(
+    m_cleanUpTimer = g_timeout_add_seconds(
         5,
         [](gpointer self) -> gboolean {
-            const GObjectPointer<GstRTSPSessionPool> sessions(gst_rtsp_server_get_session_pool(
-                static_cast<CameraServer *>(self)->m_server.get()));
-            gst_rtsp_session_pool_cleanup(sessions.get());
+            static_cast<CameraServer *>(self)->cleanUp();
             return G_SOURCE_CONTINUE;
         },
         this);
 }
 
 CameraServer::~CameraServer() {
-    g_source_remove(m_sessionTimer);
+    g_source_remove(m_cleanUpTimer);
     m_listener.reset();
     closeClients(CameraCommand::Drop::Manner::Orderly);
     g_signal_handlers_disconnect_by_data(m_server.get(), this);
@@ -179,7 +173,11 @@ void CameraServer::configureMedia(GstRTSPMedia *media) {
 }
 
 void CameraServer::watchClient(GstRTSPClient *client) {
-    m_clients.emplace_back(GST_RTSP_CLIENT(g_object_ref(client)));
+    GSocket *socket = gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client));
+    Client watched;
+    watched.client.reset(GST_RTSP_CLIENT(g_object_ref(client)));
+    watched.socket.reset(G_SOCKET(g_object_ref(socket)));
+    m_clients.push_back(std::move(watched));
     g_signal_connect(client, "closed", G_CALLBACK(+[](GstRTSPClient *closed, gpointer self) {
                          static_cast<CameraServer *>(self)->forgetClient(closed);
                      }),
@@ -199,23 +197,28 @@ void CameraServer::watchClient(GstRTSPClient *client) {
 }
 
 void CameraServer::forgetClient(GstRTSPClient *client) {
+    const auto known =
+        std::find_if(m_clients.begin(), m_clients.end(),
+                     [client](const Client &one) { return one.client.get() == client; });
+    if (known == m_clients.end())
+        return;
     g_signal_handlers_disconnect_by_data(client, this);
-    std::erase_if(m_clients, [client](const auto &known) { return known.get() == client; });
+    g_socket_shutdown(known->socket.get(), TRUE, TRUE, nullptr);
+    m_goneClients.push_back(std::move(*known));
+    m_clients.erase(known);
 }
 
+void CameraServer::cleanUp() {
+    m_longGoneClients = std::exchange(m_goneClients, {});
+    // Clients over UDP may vanish without a word; their sessions time out.
+    const GObjectPointer<GstRTSPSessionPool> sessions(
+        gst_rtsp_server_get_session_pool(m_server.get()));
+    gst_rtsp_session_pool_cleanup(sessions.get());
+}
+
+/// Ends the connections at once and leaves it to the library to notice.
 void CameraServer::closeClients(CameraCommand::Drop::Manner manner) {
-    // Each close makes the client known as closed, which changes m_clients.
-    const auto clients = std::exchange(m_clients, {});
-    for (const auto &client : clients) {
-        g_signal_handlers_disconnect_by_data(client.get(), this);
-        GSocket *socket = socketOf(client.get());
-        if (socket != nullptr && manner == CameraCommand::Drop::Manner::Reset)
-            resetOnClose(socket);
-        if (socket != nullptr && manner == CameraCommand::Drop::Manner::Orderly)
-            g_socket_shutdown(socket, FALSE, TRUE, nullptr);
-        gst_rtsp_client_close(client.get());
-    }
-    // Sessions over UDP outlive their connection.
+    // Streams first, so that nothing more is sent; those over UDP outlive their connection anyway.
     const GObjectPointer<GstRTSPSessionPool> sessions(
         gst_rtsp_server_get_session_pool(m_server.get()));
     g_list_free_full(
@@ -224,6 +227,14 @@ void CameraServer::closeClients(CameraCommand::Drop::Manner manner) {
             [](GstRTSPSessionPool *, GstRTSPSession *, gpointer) { return GST_RTSP_FILTER_REMOVE; },
             nullptr),
         g_object_unref);
+    for (Client &client : std::exchange(m_clients, {})) {
+        g_signal_handlers_disconnect_by_data(client.client.get(), this);
+        if (manner == CameraCommand::Drop::Manner::Reset)
+            abortConnection(client.socket.get());
+        else
+            g_socket_shutdown(client.socket.get(), TRUE, TRUE, nullptr);
+        m_goneClients.push_back(std::move(client));
+    }
     m_silentConnections.closeAll();
 }
 

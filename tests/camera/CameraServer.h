@@ -37,6 +37,10 @@ class CameraServer {
   private:
     using Answer = tl::expected<QString, QString>;
     enum class Behaviour { Serving, Silent };
+    struct Client {
+        GObjectPointer<GstRTSPClient> client;
+        GObjectPointer<GSocket> socket;
+    };
 
     explicit CameraServer(const CameraOptions &options);
     void mountStream();
@@ -46,6 +50,7 @@ class CameraServer {
     void configureMedia(GstRTSPMedia *media);
     void watchClient(GstRTSPClient *client);
     void forgetClient(GstRTSPClient *client);
+    void cleanUp();
     void closeClients(CameraCommand::Drop::Manner manner);
 
     Answer perform(CameraCommand::Freeze);
@@ -69,9 +74,14 @@ class CameraServer {
     SilentConnections m_silentConnections;
     GObjectPointer<GstRTSPServer> m_server;
     GObjectPointer<GstRTSPMediaFactory> m_factory;
-    std::vector<GObjectPointer<GstRTSPClient>> m_clients;
+    std::vector<Client> m_clients;
+    /// Clients whose connection has ended lately. gst-rtsp-server may still hold a deferred call
+    /// for them, without a reference, when a sending failed at the moment in which they went; they
+    /// are kept from one clean-up to the next but one.
+    std::vector<Client> m_goneClients;
+    std::vector<Client> m_longGoneClients;
     std::unique_ptr<PortListener> m_listener;
-    guint m_sessionTimer = 0;
+    guint m_cleanUpTimer = 0;
 };
 
 } // namespace lumvik::test
