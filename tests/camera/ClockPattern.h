@@ -7,13 +7,14 @@
 
 namespace lumvik::test {
 
-/// The capture time as a pattern of black and white cells that survives video coding and scaling, for
-/// measuring the delay from capture to screen.
+/// The capture time as a pattern of black and white cells that survives video coding and scaling,
+/// for measuring the delay from capture to screen.
 ///
 /// The pattern covers the bottom fifth of the picture: two rows of twenty equal cells, read left to
-/// right, top to bottom. Cell n is white when bit n (most significant first) of a 40-bit word is set:
-/// 32 bits of time in milliseconds (CLOCK_MONOTONIC, modulo 2^32, the same clock for every process of
-/// one machine) and 8 bits of checksum, so that a torn or blended picture is not taken for a time.
+/// right, top to bottom. Cell n is white when bit n (most significant first) of a 40-bit word is
+/// set: 32 bits of time in milliseconds (CLOCK_MONOTONIC, modulo 2^32, the same clock for every
+/// process of one machine) and 8 bits of checksum, so that a torn or blended picture is not taken
+/// for a time.
 namespace ClockPattern {
 
 inline constexpr int columns = 20;
@@ -49,8 +50,8 @@ using Cells = std::array<bool, static_cast<std::size_t>(columns *rows)>;
     return milliseconds;
 }
 
-/// The cell grid in a picture of `width` by `height` pixels. `luma(x, y)` answers the brightness of a
-/// pixel from 0 to 255; each cell is judged by the mean of nine samples around its centre.
+/// The cell grid in a picture of `width` by `height` pixels. `luma(x, y)` answers the brightness of
+/// a pixel from 0 to 255; each cell is judged by the mean of nine samples around its centre.
 template<typename Luma>
 [[nodiscard]] std::optional<std::uint32_t> read(int width, int height, Luma luma) {
     const double cellWidth = static_cast<double>(width) / columns;

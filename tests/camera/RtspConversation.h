@@ -40,7 +40,8 @@ class RtspConversation {
     [[nodiscard]] int pictures();
     /// Pictures so far that a key frame's slice was in.
     [[nodiscard]] int keyFrames();
-    /// The clockwise turn in degrees that the last orientation message asked for; nothing before one.
+    /// The clockwise turn in degrees that the last orientation message asked for; nothing before
+    /// one.
     [[nodiscard]] std::optional<int> rotation();
     /// Whether RTCP said goodbye.
     [[nodiscard]] bool saidGoodbye();
