@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "platform/LumvikLog.h"
+#include "viewer/PopUpMenu.h"
 
 #include <QPointer>
 
@@ -68,6 +69,7 @@ void AppDelegate::loadCameras() {
 void AppDelegate::applicationDidResignActive() {
     if (isClosingViewer)
         return;
+    closePopUpMenus();
     pointerIsOverViewer = false;
     cameraMenuIsOpen = false;
     updateViewerControls(true);

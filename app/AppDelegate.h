@@ -11,6 +11,7 @@
 #include "viewer/CameraPicker.h"
 #include "viewer/DraggableContentView.h"
 #include "viewer/EmptyStateLabel.h"
+#include "viewer/FrameMemory.h"
 #include "viewer/MainMenuStrip.h"
 #include "viewer/ViewerButtons.h"
 #include "viewer/ViewerWindow.h"
@@ -18,6 +19,7 @@
 #include <QObject>
 #include <QVariantAnimation>
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -61,6 +63,8 @@ class AppDelegate final : public QObject {
     void closeCameraViewer();
     void windowDidMove();
     void windowDidResize();
+    /// The window was put into full screen, maximised, minimised or restored.
+    void windowDidChangeState();
     void windowWillClose();
     /// The window's graphics cannot be set up: says so and quits. `details` is for the log.
     void graphicsFailed(const QString &details);
@@ -74,6 +78,8 @@ class AppDelegate final : public QObject {
     /// Stacks the four controls above everything else in the window.
     void keepViewerControlsInFront();
     void viewerHoverChanged(bool isOver);
+    /// The camera picker's own menu opens or has closed; the main menu has nothing to do with
+    /// these.
     void menuWillOpen();
     void menuDidClose();
 
@@ -108,19 +114,30 @@ class AppDelegate final : public QObject {
   private:
     friend struct AppDelegateAccess; // how tests look at the state below
 
-    /// The graphics of the window went away, with the player's render context; or are there again.
-    void graphicsWereLost();
-    void graphicsAreBack();
-
+    // app/AppDelegate+Launch.cpp
     void buildMainMenu();
     void loadCameras();
+
+    // viewer/AppDelegate+Window.cpp
     void createViews();
     void restoreWindowState();
     void saveWindowFrame();
     bool keyDown(QKeyEvent &event);
+    void openMainMenu();
+    /// The graphics of the window went away, with the player's render context; or are there again.
+    void graphicsWereLost();
+    void graphicsAreBack();
+
+    // viewer/AppDelegate+Controls.cpp
     void fadeControls(bool animated);
+    void setControlsEnabled(bool visible);
     void setControlsOpacity(qreal opacity);
     void setControlsVisible(bool visible);
+    /// The picker, the pin, the focus and the close button, in the order of their stacking. That
+    /// one is missing once the window is there stops the program.
+    [[nodiscard]] std::array<QQuickItem *, 4> viewerControls() const;
+
+    // engine/AppDelegate+Player.cpp
     void configurePlayer(mpv_handle *handle);
     [[nodiscard]] bool initializePlayer(mpv_handle *handle);
     void attachPlayer(mpv_handle *handle);
@@ -163,7 +180,9 @@ class AppDelegate final : public QObject {
     std::optional<double> appliedVideoAspectRatio;
 
     // The window's special states.
+    FrameMemory frameMemory; // what the window's frame was before it was maximised
     bool isTemporarilyMaximized = false;
+    bool isSelectingFocusArea = false;
     bool isClosingViewer = false;
     bool graphicsFailureIsShown = false;
     std::optional<VideoSourceGeometry> sourceVideoGeometry;

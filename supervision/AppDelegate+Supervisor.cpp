@@ -1,6 +1,7 @@
 // What the engine reports, and the choice of the camera.
 
 #include "app/AppDelegate.h"
+#include "app/PreferenceKeys.h"
 #include "platform/LumvikLog.h"
 
 #include <type_traits>
@@ -69,7 +70,7 @@ void AppDelegate::selectCamera(int index) {
     if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
         qFatal("The selection generations are used up.");
     cameraPicker->selectItem(index);
-    environment.userDefaults.set(QStringLiteral("selectedCameraIndex"), index);
+    environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, index);
     updateViewerControlLayout();
     if (mpv != nullptr)
         loadCamera(index);

@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 
 #include <algorithm>
+#include <array>
 
 namespace lumvik {
 
@@ -42,19 +43,30 @@ void AppDelegate::menuDidClose() {
     updateViewerControls(true);
 }
 
+std::array<QQuickItem *, 4> AppDelegate::viewerControls() const {
+    const std::array<QQuickItem *, 4> controls{cameraPicker, stayOnTopButton, focusViewerButton,
+                                               closeViewerButton};
+    if (window && std::find(controls.begin(), controls.end(), nullptr) != controls.end())
+        qFatal("The viewer lacks one of its controls.");
+    return controls;
+}
+
 void AppDelegate::updateViewerControls(bool animated) {
-    if (isClosingViewer)
+    if (isClosingViewer || !window)
         return;
     keepViewerControlsInFront();
-    const bool visible = pointerIsOverViewer || cameraMenuIsOpen || mainMenuIsOpen;
-    if (visible == viewerControlsAreVisible)
+    const bool visible = viewerControlsAreWanted({.pointerIsOverViewer = pointerIsOverViewer,
+                                                  .cameraMenuIsOpen = cameraMenuIsOpen,
+                                                  .mainMenuIsOpen = mainMenuIsOpen,
+                                                  .isSelectingFocusArea = isSelectingFocusArea});
+    if (visible == viewerControlsAreVisible) {
+        // Asked for at once, a fade that is still running is finished.
+        if (!animated && viewerControlFade.state() == QAbstractAnimation::Running)
+            fadeControls(false);
         return;
+    }
     viewerControlsAreVisible = visible;
-    const auto enabled = viewerControlEnablement(visible, !cameras.isEmpty());
-    cameraPicker->setEnabled(enabled.picker);
-    stayOnTopButton->setEnabled(enabled.pin);
-    focusViewerButton->setEnabled(enabled.focus);
-    closeViewerButton->setEnabled(enabled.close);
+    setControlsEnabled(visible);
     if (visible)
         setControlsVisible(true);
     fadeControls(animated);
@@ -77,21 +89,23 @@ void AppDelegate::fadeControls(bool animated) {
     viewerControlFade.start();
 }
 
+void AppDelegate::setControlsEnabled(bool visible) {
+    const auto enabled = viewerControlEnablement(visible, !cameras.isEmpty());
+    cameraPicker->setEnabled(enabled.picker);
+    stayOnTopButton->setEnabled(enabled.pin);
+    focusViewerButton->setEnabled(enabled.focus);
+    closeViewerButton->setEnabled(enabled.close);
+}
+
 void AppDelegate::setControlsOpacity(qreal opacity) {
-    for (QQuickItem *control :
-         {static_cast<QQuickItem *>(cameraPicker), static_cast<QQuickItem *>(stayOnTopButton),
-          static_cast<QQuickItem *>(focusViewerButton),
-          static_cast<QQuickItem *>(closeViewerButton)})
+    for (QQuickItem *control : viewerControls())
         control->setOpacity(opacity);
     // The message of the empty state sends the user to the menu, so the strip stays with it.
     mainMenuStrip->setOpacity(cameras.isEmpty() ? 1 : opacity);
 }
 
 void AppDelegate::setControlsVisible(bool visible) {
-    for (QQuickItem *control :
-         {static_cast<QQuickItem *>(cameraPicker), static_cast<QQuickItem *>(stayOnTopButton),
-          static_cast<QQuickItem *>(focusViewerButton),
-          static_cast<QQuickItem *>(closeViewerButton)})
+    for (QQuickItem *control : viewerControls())
         control->setVisible(visible);
     mainMenuStrip->setVisible((visible || cameras.isEmpty()) && mainMenuStripFits);
 }
@@ -99,13 +113,9 @@ void AppDelegate::setControlsVisible(bool visible) {
 void AppDelegate::keepViewerControlsInFront() {
     // Stacked in this order above all siblings; z is what decides, not the order of creation.
     qreal z = 1;
-    for (QQuickItem *control :
-         {static_cast<QQuickItem *>(mainMenuStrip), static_cast<QQuickItem *>(cameraPicker),
-          static_cast<QQuickItem *>(stayOnTopButton), static_cast<QQuickItem *>(focusViewerButton),
-          static_cast<QQuickItem *>(closeViewerButton)}) {
-        if (control != nullptr)
-            control->setZ(z++);
-    }
+    mainMenuStrip->setZ(z++);
+    for (QQuickItem *control : viewerControls())
+        control->setZ(z++);
 }
 
 void AppDelegate::updateViewerControlLayout() {

@@ -1,7 +1,9 @@
 // The viewer window: building it, its remembered state, its level, its closing.
 
 #include "app/AppDelegate.h"
+#include "app/PreferenceKeys.h"
 #include "platform/LumvikLog.h"
+#include "viewer/PopUpMenu.h"
 
 #include <QPointer>
 
@@ -11,9 +13,7 @@ namespace lumvik {
 
 namespace {
 
-const QString frameKey = QStringLiteral("mainWindowFrame");
-const QString staysOnTopKey = QStringLiteral("staysOnTop");
-const QString selectedCameraKey = QStringLiteral("selectedCameraIndex");
+constexpr ContentAspectRatio ratioWithoutVideo{16, 9};
 
 } // namespace
 
@@ -30,6 +30,11 @@ void AppDelegate::createWindow() {
                 if (self)
                     self->windowDidResize();
             },
+        .didChangeState =
+            [self] {
+                if (self)
+                    self->windowDidChangeState();
+            },
         .willClose =
             [self] {
                 if (self)
@@ -42,7 +47,11 @@ void AppDelegate::createWindow() {
                     self->graphicsFailed(details);
             },
     });
-    window->setContentAspectRatio({16, 9});
+    if (!ViewerWindow::isPlacedByProgram()) {
+        LumvikLog::lifecycle().log(QStringLiteral("This session is Wayland's: it lets no program "
+                                                  "place its windows or keep them on top."));
+    }
+    window->setContentAspectRatio(ratioWithoutVideo);
     createViews();
     restoreWindowState();
     updateViewerControlLayout();
@@ -106,6 +115,7 @@ void AppDelegate::createViews() {
             self->closeCameraViewer();
     });
 
+    setControlsEnabled(false);
     setControlsOpacity(0);
     setControlsVisible(false);
     connect(&viewerControlFade, &QVariantAnimation::valueChanged, this,
@@ -121,20 +131,39 @@ void AppDelegate::restoreWindowState() {
     for (const Camera &camera : std::as_const(cameras))
         names.append(camera.name);
     cameraPicker->setItems(names);
-    cameraPicker->selectItem(environment.userDefaults.integer(selectedCameraKey).value_or(0));
+    cameraPicker->selectItem(
+        environment.userDefaults.integer(PreferenceKeys::selectedCameraIndex).value_or(0));
     emptyStateLabel->setVisible(cameras.isEmpty());
 
-    const bool staysOnTop = environment.userDefaults.boolean(staysOnTopKey);
+    const bool staysOnTop = environment.userDefaults.boolean(PreferenceKeys::staysOnTop);
     stayOnTopButton->setOn(staysOnTop);
     window->setLevel(staysOnTop ? WindowLevel::floating : WindowLevel::normal);
 
-    if (!window->setFrameFromString(environment.userDefaults.string(frameKey)))
+    if (!window->setFrameFromString(
+            environment.userDefaults.string(PreferenceKeys::mainWindowFrame)))
         window->centre();
+    // Without a camera no video would ever put an odd restored shape right.
+    if (cameras.isEmpty())
+        window->setContentAspectRatio(ratioWithoutVideo);
 }
 
 void AppDelegate::saveWindowFrame() {
-    if (window && !isTemporarilyMaximized && window->hasOrdinaryFrame())
-        environment.userDefaults.set(frameKey, window->savedFrame());
+    if (!window || isTemporarilyMaximized || !window->hasOrdinaryFrame())
+        return;
+    const QString frame = window->savedFrame();
+    frameMemory.note(frame, environment.mainQueue.now());
+    environment.userDefaults.set(PreferenceKeys::mainWindowFrame, frame);
+}
+
+void AppDelegate::windowDidChangeState() {
+    if (isClosingViewer)
+        return;
+    mainMenu->setIsFullScreen(window->windowStates().testFlag(Qt::WindowFullScreen));
+    // The frame of the new state may have come first, and been taken for the user's.
+    if (window->hasOrdinaryFrame() || isTemporarilyMaximized)
+        return;
+    if (const auto frame = frameMemory.frameBeforeChange(environment.mainQueue.now()))
+        environment.userDefaults.set(PreferenceKeys::mainWindowFrame, *frame);
 }
 
 void AppDelegate::windowDidMove() {
@@ -150,7 +179,7 @@ void AppDelegate::toggleStayOnTop() {
     const bool staysOnTop = stayOnTopButton->isOn();
     window->setLevel(staysOnTop ? WindowLevel::floating : WindowLevel::normal);
     stayOnTopButton->update();
-    environment.userDefaults.set(staysOnTopKey, staysOnTop);
+    environment.userDefaults.set(PreferenceKeys::staysOnTop, staysOnTop);
 }
 
 void AppDelegate::closeCameraViewer() {
@@ -164,6 +193,7 @@ void AppDelegate::windowWillClose() {
     if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
         qFatal("The selection generations are used up.");
     stopPlayerEngine();
+    closePopUpMenus();
     cameraMenuIsOpen = false;
     pointerIsOverViewer = false;
     if (applicationShouldTerminateAfterLastWindowClosed())
@@ -174,10 +204,19 @@ bool AppDelegate::keyDown(QKeyEvent &event) {
     if (isClosingViewer)
         return false;
     if (event.key() == Qt::Key_F10 || event.key() == Qt::Key_Menu) {
-        mainMenuStrip->openMenu(0);
+        openMainMenu();
         return true;
     }
     return mainMenu->performKeyEquivalent(event);
+}
+
+void AppDelegate::openMainMenu() {
+    // The strip is shown first, at once, so that the menu opens under its title.
+    mainMenuIsOpen = true;
+    updateViewerControls(false);
+    mainMenuStrip->openMenu(0);
+    mainMenuIsOpen = mainMenuStrip->menuIsOpen();
+    updateViewerControls(true);
 }
 
 // ---- Graphics that fail ----
@@ -188,7 +227,7 @@ void AppDelegate::graphicsFailed(const QString &details) {
     if (std::exchange(graphicsFailureIsShown, true))
         return;
     environment.mainQueue.async([self = QPointer(this)] {
-        if (!self)
+        if (!self || self->isClosingViewer)
             return;
         self->environment.alerts.runModal(
             {.style = Alert::Style::warning,
@@ -197,7 +236,9 @@ void AppDelegate::graphicsFailed(const QString &details) {
                  "Lumvik needs OpenGL 3.2 to show video, and this system offers none. Install or "
                  "enable a graphics driver, then open Lumvik again."),
              .buttons = {QStringLiteral("Quit")}});
-        self->environment.terminate();
+        // The alert has a loop of its own, in which everything may have ended.
+        if (self && !self->isClosingViewer)
+            self->environment.terminate();
     });
 }
 

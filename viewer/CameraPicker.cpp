@@ -3,7 +3,6 @@
 #include "style/Symbols.h"
 #include "viewer/PopUpMenu.h"
 
-#include <QActionGroup>
 #include <QFontMetricsF>
 #include <QMouseEvent>
 #include <QPainter>
@@ -63,14 +62,13 @@ qreal CameraPicker::naturalWidth() const {
 
 void CameraPicker::populateMenu() {
     m_menu->clear();
-    auto *group = new QActionGroup(m_menu.get()); // ticks exactly one; goes with the actions
     for (int index = 0; index < m_names.size(); ++index) {
         // In a menu "&" would underline the letter behind it.
         QString title = m_names.at(index);
         title.replace(QLatin1Char('&'), QLatin1String("&&"));
         QAction *action = m_menu->addAction(title);
         action->setCheckable(true);
-        action->setActionGroup(group);
+        action->setActionGroup(&m_exclusive);
         action->setChecked(index == m_selected);
         connect(action, &QAction::triggered, this, [this, index] {
             if (m_delegate.cameraChosen)
@@ -91,6 +89,9 @@ void CameraPicker::mousePressEvent(QMouseEvent *event) {
     // Opens on the press, so that one can press, move to an item and let go.
     event->accept();
     performClick();
+    // The release goes to the menu that opened, and would be missed here for ever.
+    QMetaObject::invokeMethod(
+        this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
 }
 
 void CameraPicker::mouseReleaseEvent(QMouseEvent *event) {

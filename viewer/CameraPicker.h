@@ -2,6 +2,7 @@
 
 #include "viewer/ViewerControl.h"
 
+#include <QActionGroup>
 #include <QMenu>
 #include <QStringList>
 
@@ -51,6 +52,7 @@ class CameraPicker final : public ViewerControl {
     CameraPickerDelegate m_delegate;
     QStringList m_names;
     int m_selected = -1;
+    QActionGroup m_exclusive{nullptr}; // ticks exactly one of the menu's items
     std::unique_ptr<QMenu> m_menu;
 };
 

@@ -1,9 +1,23 @@
 #include "viewer/DraggableContentView.h"
 
+#include "viewer/MouseButtons.h"
+
+#include <QCursor>
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QQuickWindow>
+#include <QStyleHints>
+
+#include <utility>
 
 namespace lumvik {
+
+namespace {
+
+/// How often it is looked whether the user has let go of the window, in milliseconds.
+constexpr int afterDragInterval = 150;
+
+} // namespace
 
 Qt::Edges resizeEdges(const QPointF &position, const QSizeF &size, qreal margin) {
     Qt::Edges edges;
@@ -31,14 +45,14 @@ Qt::CursorShape resizeCursor(Qt::Edges edges) {
 DraggableContentView::DraggableContentView(QQuickItem *parent) : QQuickItem(parent) {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
+    m_afterDrag.setInterval(afterDragInterval);
+    connect(&m_afterDrag, &QTimer::timeout, this, &DraggableContentView::checkHoverAfterDrag);
     // An item made in a window is told of it by its base class, before this class exists.
     if (window() != nullptr)
         window()->installEventFilter(this);
 }
 
 void DraggableContentView::itemChange(ItemChange change, const ItemChangeData &value) {
-    // The pointer is followed at the window: there, leaving this surface for a control that lies
-    // over it is no leaving at all.
     if (change == ItemSceneChange && value.window != nullptr)
         value.window->installEventFilter(this);
     QQuickItem::itemChange(change, value);
@@ -64,25 +78,71 @@ void DraggableContentView::reportHover(bool isOver) {
         m_hoverChanged(isOver);
 }
 
-bool DraggableContentView::canResize() const {
+bool DraggableContentView::canMove() const {
     return window() != nullptr && !window()->windowStates().testFlag(Qt::WindowFullScreen);
+}
+
+bool DraggableContentView::canResize() const {
+    return canMove() && !window()->windowStates().testFlag(Qt::WindowMaximized);
 }
 
 void DraggableContentView::mousePressEvent(QMouseEvent *event) {
     event->accept();
     m_grabPoint.reset();
-    if (!canResize())
-        return;
-    const Qt::Edges edges = resizeEdges(event->position(), size());
-    if (edges != Qt::Edges() && window()->startSystemResize(edges))
-        return;
-    if (!window()->startSystemMove())
-        m_grabPoint = event->scenePosition().toPoint();
+    m_pressed = event->scenePosition();
 }
 
 void DraggableContentView::mouseMoveEvent(QMouseEvent *event) {
-    if (m_grabPoint)
+    if (m_grabPoint) {
         window()->setPosition(event->globalPosition().toPoint() - *m_grabPoint);
+        return;
+    }
+    if (!m_pressed || !event->buttons().testFlag(Qt::LeftButton))
+        return;
+    const QPointF way = event->scenePosition() - *m_pressed;
+    if (way.manhattanLength() >= QGuiApplication::styleHints()->startDragDistance())
+        beginDrag(*std::exchange(m_pressed, std::nullopt));
+}
+
+void DraggableContentView::mouseReleaseEvent(QMouseEvent *event) {
+    event->accept();
+    mouseUngrabEvent();
+}
+
+void DraggableContentView::mouseUngrabEvent() {
+    m_pressed.reset();
+    m_grabPoint.reset();
+}
+
+void DraggableContentView::beginDrag(const QPointF &pressed) {
+    if (!canMove())
+        return;
+    const Qt::Edges edges = canResize() ? resizeEdges(mapFromScene(pressed), size()) : Qt::Edges();
+    if (edges != Qt::Edges() && window()->startSystemResize(edges))
+        windowManagerTookOver();
+    else if (window()->startSystemMove())
+        windowManagerTookOver();
+    else
+        m_grabPoint = pressed.toPoint();
+}
+
+void DraggableContentView::windowManagerTookOver() {
+    // The release never comes, and without it every later event would still be for this item.
+    QMetaObject::invokeMethod(
+        this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
+    m_afterDrag.start();
+}
+
+void DraggableContentView::checkHoverAfterDrag() {
+    if (mouseButtonIsDown())
+        return;
+    m_afterDrag.stop();
+    // Under Wayland no one is told where windows and pointer are; there the leaving is reported.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return;
+    if (window() != nullptr &&
+        !QRect(window()->position(), window()->size()).contains(QCursor::pos()))
+        reportHover(false);
 }
 
 void DraggableContentView::hoverMoveEvent(QHoverEvent *event) {

@@ -69,6 +69,7 @@ void MainMenuStrip::openMenu(int index) {
         isVisible() ? mapToScene(below).toPoint() : QPoint(qRound(menuGap), qRound(menuGap));
     QMenu &menu = *m_menus.at(index);
     popUpMenu(menu, *window(), position, menu.actions().value(0));
+    menuVisibilityChanged();
 }
 
 int MainMenuStrip::openMenuIndex() const {
@@ -105,6 +106,9 @@ void MainMenuStrip::mousePressEvent(QMouseEvent *event) {
     for (int index = 0; index < m_menus.size(); ++index) {
         if (titleRect(index).contains(event->position())) {
             openMenu(index);
+            // The release goes to the menu that opened, and would be missed here for ever.
+            QMetaObject::invokeMethod(
+                this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
             return;
         }
     }

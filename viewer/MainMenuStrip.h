@@ -28,6 +28,8 @@ class MainMenuStrip final : public QQuickPaintedItem {
     /// Opens the menu at `index` under its title, or at the window's top left corner while the
     /// strip is hidden.
     void openMenu(int index);
+    /// Whether one of the menus is open.
+    [[nodiscard]] bool menuIsOpen() const { return openMenuIndex() >= 0; }
 
     void paint(QPainter *painter) override;
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -1,5 +1,6 @@
 #include "viewer/PopUpMenu.h"
 
+#include <QApplication>
 #include <QMenu>
 #include <QWindow>
 
@@ -11,6 +12,15 @@ void popUpMenu(QMenu &menu, QWindow &window, const QPoint &position, QAction *ac
     menu.popup(window.mapToGlobal(position));
     if (active != nullptr)
         menu.setActiveAction(active);
+}
+
+void closePopUpMenus() {
+    QWidget *last = nullptr;
+    for (QWidget *popup = QApplication::activePopupWidget(); popup != nullptr && popup != last;
+         popup = QApplication::activePopupWidget()) {
+        last = popup; // one that refuses would be met again
+        popup->close();
+    }
 }
 
 } // namespace lumvik

@@ -14,4 +14,7 @@ namespace lumvik {
 /// themselves.
 void popUpMenu(QMenu &menu, QWindow &window, const QPoint &position, QAction *active = nullptr);
 
+/// Closes every menu that is open, from the innermost out.
+void closePopUpMenus();
+
 } // namespace lumvik

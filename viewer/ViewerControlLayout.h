@@ -41,6 +41,20 @@ struct ViewerControlSizes {
 [[nodiscard]] ViewerControlFrames viewerControlFrames(ViewerControlArrangement arrangement,
                                                       const ViewerControlSizes &sizes);
 
+/// What keeps the controls shown.
+struct ViewerControlReasons {
+    bool pointerIsOverViewer = false;
+    bool cameraMenuIsOpen = false;
+    bool mainMenuIsOpen = false;
+    bool isSelectingFocusArea = false; // the controls stay up while an area is being chosen
+};
+
+/// Whether the controls are to be shown: for any one reason.
+[[nodiscard]] constexpr bool viewerControlsAreWanted(const ViewerControlReasons &reasons) {
+    return reasons.pointerIsOverViewer || reasons.cameraMenuIsOpen || reasons.mainMenuIsOpen ||
+           reasons.isSelectingFocusArea;
+}
+
 /// Which controls react to the pointer.
 struct ViewerControlEnablement {
     bool picker = false;

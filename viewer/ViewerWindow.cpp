@@ -1,5 +1,6 @@
 #include "viewer/ViewerWindow.h"
 
+#include "viewer/MouseButtons.h"
 #include "viewer/WindowFrame.h"
 
 #include <QGuiApplication>
@@ -29,13 +30,18 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     resize(initialSize);
     setMinimumSize(minimumViewerSize);
 
-    m_shapeCorrection.setSingleShot(true);
-    m_shapeCorrection.setInterval(shapeCorrectionDelay);
-    connect(&m_shapeCorrection, &QTimer::timeout, this, &ViewerWindow::correctShape);
+    m_sizeSettled.setSingleShot(true);
+    m_sizeSettled.setInterval(shapeCorrectionDelay);
+    connect(&m_sizeSettled, &QTimer::timeout, this, &ViewerWindow::correctShape);
+    connect(this, &QWindow::windowStateChanged, this, [this] {
+        m_sizeSettled.start();
+        if (m_delegate.didChangeState)
+            m_delegate.didChangeState();
+    });
     connect(this, &QQuickWindow::frameSwapped, this, [this] {
         m_wasDrawn = true;
         if (m_firstDrawn)
-            std::exchange(m_firstDrawn, nullptr)();
+            whenFirstDrawn(std::exchange(m_firstDrawn, nullptr));
     });
     // Connected always: Qt ends the process itself when nobody listens.
     connect(this, &QQuickWindow::sceneGraphError, this,
@@ -57,17 +63,24 @@ QRect ViewerWindow::availableArea() const {
 void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
     m_ratio = ratio;
     m_sizeHints.setAspectRatio(ratio);
+    m_shapeCorrection.reset();
     correctShape();
 }
 
 void ViewerWindow::correctShape() {
     if (!hasOrdinaryFrame())
         return;
-    const QRect area = availableArea();
-    const QSize shaped = sizeWithAspectRatio(size(), m_ratio, minimumSize(), area.size());
-    if (shaped == size())
+    // A window that the user holds goes where the pointer says, and is put right afterwards.
+    if (mouseButtonIsDown()) {
+        m_sizeSettled.start();
         return;
-    QRect frame(QPoint(), shaped);
+    }
+    const QRect area = availableArea();
+    const auto shaped = m_shapeCorrection.sizeToAskFor(
+        size(), sizeWithAspectRatio(size(), m_ratio, minimumSize(), area.size()));
+    if (!shaped)
+        return;
+    QRect frame(QPoint(), *shaped);
     frame.moveCenter(QRect(position(), size()).center());
     // A window that was wholly on its screen stays so.
     if (area.contains(QRect(position(), size()))) {
@@ -76,10 +89,6 @@ void ViewerWindow::correctShape() {
         frame.moveTop(
             qBound(area.top(), frame.top(), qMax(area.top(), area.bottom() + 1 - frame.height())));
     }
-    setFrame(frame);
-}
-
-void ViewerWindow::setFrame(const QRect &frame) {
     setGeometry(frame);
 }
 
@@ -96,7 +105,7 @@ void ViewerWindow::moveEvent(QMoveEvent *event) {
 
 void ViewerWindow::resizeEvent(QResizeEvent *event) {
     QQuickWindow::resizeEvent(event);
-    m_shapeCorrection.start();
+    m_sizeSettled.start();
     if (m_delegate.didResize)
         m_delegate.didResize();
 }
@@ -113,10 +122,15 @@ WindowLevel ViewerWindow::level() const {
 
 // ---- Frame ----
 
+bool ViewerWindow::isPlacedByProgram() {
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
 QString ViewerWindow::savedFrame() const {
     const QScreen *where = screen();
-    return savedFrameString(QRect(position(), size()),
-                            where == nullptr ? QRect() : where->geometry());
+    // Where the compositor alone knows the place, the window believes itself at the origin.
+    const QPoint place = isPlacedByProgram() ? position() : m_restoredPlace.value_or(position());
+    return savedFrameString(QRect(place, size()), where == nullptr ? QRect() : where->geometry());
 }
 
 bool ViewerWindow::setFrameFromString(const QString &text) {
@@ -132,15 +146,16 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
     }
     const QRect restored =
         frameOnScreens(QRect(frame->topLeft(), frame->size().expandedTo(minimumSize())), screens);
+    m_restoredPlace = restored.topLeft();
     // The shape of the last video, most likely: kept until this one's is known.
     m_ratio = {restored.width(), restored.height()};
     m_sizeHints.setAspectRatio(m_ratio);
-    setFrame(restored);
+    setGeometry(restored);
     return true;
 }
 
 void ViewerWindow::centre() {
-    setFrame(centredFrame(size(), availableArea()));
+    setGeometry(centredFrame(size(), availableArea()));
 }
 
 void ViewerWindow::toggleFullScreen() {

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "viewer/ContentAspectRatio.h"
+#include "viewer/ShapeCorrection.h"
 #include "viewer/X11SizeHints.h"
 
 #include <QQuickWindow>
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 namespace lumvik {
 
@@ -17,10 +19,15 @@ enum class WindowLevel { normal, floating };
 struct ViewerWindowDelegate {
     std::function<void()> didMove;
     std::function<void()> didResize;
+    /// The window entered or left full screen, was maximised, minimised or restored. Comes before
+    /// or after the `didMove` and `didResize` of the same change.
+    std::function<void()> didChangeState;
     /// The user or the window manager asked for the window to close, or `performClose` was called.
     /// The window is hidden after this returns.
     std::function<void()> willClose;
-    /// A key was pressed that no item took; answers whether it was used.
+    /// A key was pressed that no item took; answers whether it was used. A key goes to the item
+    /// with the focus and up through its parents first, and only then here: no item above the
+    /// picture takes the keys of the main menu, whichever has the focus.
     std::function<bool(QKeyEvent &)> keyDown;
     /// The window's graphics cannot be set up or were lost for good; the text is Qt's.
     std::function<void(const QString &)> graphicsFailed;
@@ -44,7 +51,8 @@ class ViewerWindow final : public QQuickWindow {
     void setLevel(WindowLevel level);
     [[nodiscard]] WindowLevel level() const;
 
-    /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h).
+    /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h). Where
+    /// windows do not know their place, it holds the restored one.
     [[nodiscard]] QString savedFrame() const;
     /// Moves and sizes the window, and keeps that shape; false, without effect, when the text is no
     /// frame.
@@ -52,8 +60,12 @@ class ViewerWindow final : public QQuickWindow {
     /// Centres the window on its screen.
     void centre();
 
-    /// Whether the window's size and place are the user's choice: not in full screen, and not
-    /// minimised.
+    /// Whether programs place their windows and keep them on top here: everywhere but under
+    /// Wayland.
+    [[nodiscard]] static bool isPlacedByProgram();
+
+    /// Whether the window's size and place are the user's choice: not in full screen, not maximised
+    /// and not minimised.
     [[nodiscard]] bool hasOrdinaryFrame() const;
 
     void toggleFullScreen();
@@ -61,8 +73,8 @@ class ViewerWindow final : public QQuickWindow {
     /// Closes the window as if its close button had been pressed.
     void performClose();
 
-    /// Runs `action` once the window's first frame has been drawn; at once, in a later turn, if it
-    /// has been already.
+    /// Runs `action` once the window's first frame has been drawn, in a later turn: outside the
+    /// drawing itself, and also if the frame has been drawn already.
     void whenFirstDrawn(std::function<void()> action);
 
   protected:
@@ -73,13 +85,14 @@ class ViewerWindow final : public QQuickWindow {
 
   private:
     void correctShape();
-    void setFrame(const QRect &frame);
     [[nodiscard]] QRect availableArea() const;
 
     ViewerWindowDelegate m_delegate;
     X11SizeHints m_sizeHints;
     ContentAspectRatio m_ratio;
-    QTimer m_shapeCorrection; // fires when sizes have stopped arriving
+    ShapeCorrection m_shapeCorrection;
+    QTimer m_sizeSettled; // fires when sizes have stopped arriving
+    std::optional<QPoint> m_restoredPlace;
     std::function<void()> m_firstDrawn;
     bool m_wasDrawn = false;
     bool m_isClosing = false;

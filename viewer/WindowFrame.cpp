@@ -11,6 +11,8 @@ namespace lumvik {
 namespace {
 
 constexpr double largestSide = 32767;
+/// What has to show of a frame, in points, for the user to take hold of the window.
+constexpr QSize leastOverlap{48, 24};
 
 std::optional<QRect> plausibleFrame(const std::array<double, 4> &numbers) {
     for (const double number : numbers) {
@@ -73,7 +75,10 @@ QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens) {
         *std::max_element(screens.begin(), screens.end(),
                           [&](const QRect &a, const QRect &b) { return overlap(a) < overlap(b); });
     const bool fits = frame.width() <= screen.width() && frame.height() <= screen.height();
-    if (fits && screen.intersects(frame))
+    const QSize shown = screen.intersected(frame).size();
+    const QSize needed = leastOverlap.boundedTo(frame.size());
+    const bool canBeHeld = shown.width() >= needed.width() && shown.height() >= needed.height();
+    if (fits && canBeHeld)
         return frame;
 
     QRect moved(frame.topLeft(),

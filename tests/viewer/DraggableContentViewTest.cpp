@@ -1,6 +1,9 @@
 #include "viewer/DraggableContentView.h"
 
+#include <QGuiApplication>
+#include <QMouseEvent>
 #include <QQuickWindow>
+#include <QStyleHints>
 
 #include <gtest/gtest.h>
 
@@ -53,6 +56,54 @@ TEST(DraggableContentView, FollowsThePointerFromTheMomentItIsMade) {
     QCoreApplication::sendEvent(&window, &enter);
     QCoreApplication::sendEvent(&window, &leave);
     EXPECT_EQ(reports, (QList<bool>{true, false}));
+}
+
+/// Without a window manager: the surface then moves the window itself.
+class DraggingTest : public testing::Test {
+  protected:
+    DraggingTest() {
+        window.setGeometry(100, 100, 480, 270);
+        window.show();
+        view.setSize({480, 270});
+    }
+    void send(QEvent::Type type, QPoint at, Qt::MouseButton button, Qt::MouseButtons buttons) {
+        QMouseEvent event(type, at, window.mapToGlobal(at), button, buttons, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window, &event);
+    }
+    void press(QPoint at) { send(QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton); }
+    void moveTo(QPoint at) { send(QEvent::MouseMove, at, Qt::NoButton, Qt::LeftButton); }
+    void release(QPoint at) { send(QEvent::MouseButtonRelease, at, Qt::LeftButton, {}); }
+
+    const int distance = QGuiApplication::styleHints()->startDragDistance();
+    QQuickWindow window;
+    DraggableContentView view{window.contentItem()};
+};
+
+TEST_F(DraggingTest, BeginsOnlyPastTheDragDistance) {
+    ASSERT_GT(distance, 1);
+    press({200, 100});
+    moveTo({200 + distance - 1, 100});
+    EXPECT_EQ(window.position(), QPoint(100, 100));
+    moveTo({200 + distance, 100});
+    moveTo({260, 110});
+    EXPECT_EQ(window.position(), QPoint(160, 110))
+        << "where it was pressed stays under the pointer";
+}
+
+TEST_F(DraggingTest, EndsWithTheRelease) {
+    press({200, 100});
+    release({200, 100});
+    moveTo({300, 100});
+    EXPECT_EQ(window.position(), QPoint(100, 100));
+}
+
+TEST_F(DraggingTest, DoesNotMoveAFullScreenWindow) {
+    window.showFullScreen();
+    const QPoint before = window.position();
+    press({200, 100});
+    moveTo({300, 150});
+    moveTo({310, 150});
+    EXPECT_EQ(window.position(), before);
 }
 
 } // namespace

@@ -78,6 +78,17 @@ TEST(ViewerControlFrames, NeverOverlapAtAnyWidth) {
     }
 }
 
+TEST(ViewerControls, AreWantedForAnyOneReason) {
+    for (unsigned reasons = 0; reasons < 16; ++reasons) {
+        EXPECT_EQ(viewerControlsAreWanted({.pointerIsOverViewer = (reasons & 1U) != 0,
+                                           .cameraMenuIsOpen = (reasons & 2U) != 0,
+                                           .mainMenuIsOpen = (reasons & 4U) != 0,
+                                           .isSelectingFocusArea = (reasons & 8U) != 0}),
+                  reasons != 0)
+            << reasons;
+    }
+}
+
 TEST(ViewerControlEnablement, NeedsVisibilityAndForTwoOfThemACamera) {
     EXPECT_EQ(viewerControlEnablement(false, true), ViewerControlEnablement{});
     EXPECT_EQ(viewerControlEnablement(false, false), ViewerControlEnablement{});

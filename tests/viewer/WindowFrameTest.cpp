@@ -42,7 +42,6 @@ INSTANTIATE_TEST_SUITE_P(FrameFromString, UselessFrame,
 TEST(FrameOnScreens, LeavesAVisibleFrameAlone) {
     const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 1920, 1080}};
     EXPECT_EQ(frameOnScreens({100, 100, 480, 270}, screens), QRect(100, 100, 480, 270));
-    EXPECT_EQ(frameOnScreens({1599, 999, 480, 270}, screens), QRect(1599, 999, 480, 270));
     EXPECT_EQ(frameOnScreens({3000, 900, 480, 270}, screens), QRect(3000, 900, 480, 270));
 }
 
@@ -51,6 +50,16 @@ TEST(FrameOnScreens, MovesALostFrameToTheFirstScreen) {
     EXPECT_EQ(frameOnScreens({1600, 100, 480, 270}, screens), QRect(1120, 100, 480, 270));
     EXPECT_EQ(frameOnScreens({-3000, -2000, 480, 270}, screens), QRect(0, 0, 480, 270));
     EXPECT_EQ(frameOnScreens({5000, 5000, 480, 270}, screens), QRect(1120, 730, 480, 270));
+}
+
+TEST(FrameOnScreens, MovesAFrameOfWhichOnlyASliverShows) {
+    const QList<QRect> screens{{0, 0, 1600, 1000}};
+    EXPECT_EQ(frameOnScreens({1552, 976, 480, 270}, screens), QRect(1552, 976, 480, 270));
+    EXPECT_EQ(frameOnScreens({1553, 976, 480, 270}, screens), QRect(1120, 730, 480, 270));
+    EXPECT_EQ(frameOnScreens({1552, 977, 480, 270}, screens), QRect(1120, 730, 480, 270));
+    EXPECT_EQ(frameOnScreens({-433, 10, 480, 270}, screens), QRect(0, 10, 480, 270));
+    EXPECT_EQ(frameOnScreens({10, 10, 20, 10}, screens), QRect(10, 10, 20, 10))
+        << "a small frame need only show whole";
 }
 
 TEST(FrameOnScreens, ShrinksALostFrameThatIsTooLarge) {
