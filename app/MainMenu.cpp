@@ -83,6 +83,8 @@ QList<QMenu *> MainMenu::menus() const {
 }
 
 bool MainMenu::performKeyEquivalent(const QKeyEvent &event) const {
+    if (event.isAutoRepeat())
+        return false;
     const QKeySequence pressed = keyEquivalent(event);
     for (const auto &menu : m_menus) {
         for (QAction *item : menu->actions()) {

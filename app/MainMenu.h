@@ -33,7 +33,8 @@ class MainMenu {
 
     [[nodiscard]] QList<QMenu *> menus() const;
 
-    /// Runs the item whose key equivalent `event` is. False when there is none or it is disabled.
+    /// Runs the item whose key equivalent `event` is. False when there is none, when it
+    /// is disabled, and for a key that repeats because it is held.
     [[nodiscard]] bool performKeyEquivalent(const QKeyEvent &event) const;
 
     /// Names the full-screen item after what it would do.

@@ -39,6 +39,8 @@ void prepareToolkit() {
     setDefault("QT_XCB_GL_INTEGRATION", "xcb_egl");
     // The basic loop renders on the main thread, where the engine's render context lives.
     qputenv("QSG_RENDER_LOOP", "basic");
+    // Another back end than OpenGL has no context in which the engine could draw.
+    qunsetenv("QT_QUICK_BACKEND");
     // A frame that is announced is drawn in the next turn, not 5 ms later.
     setDefault("QT_QPA_UPDATE_IDLE_TIME", "0");
 
@@ -51,6 +53,8 @@ void prepareToolkit() {
     format.setRedBufferSize(8);
     format.setGreenBufferSize(8);
     format.setBlueBufferSize(8);
+    // No alpha is asked for: on X11 it would bring a translucent visual, and a compositor would
+    // blend the window with what lies behind it.
     QSurfaceFormat::setDefaultFormat(format);
 }
 

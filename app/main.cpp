@@ -38,11 +38,14 @@ int main(int argc, char **argv) {
     QtMainQueue mainQueue;
     UserDefaults userDefaults(UserDefaults::standardPath());
     MessageBoxAlerts alerts(&viewerWindow);
+    // In a later turn, because quitting closes the windows, and may be asked for while one closes.
+    // A window that is open is closed first, by its own order; termination follows.
+    const auto terminate = [&mainQueue] { mainQueue.async([] { QCoreApplication::quit(); }); };
     AppDelegate delegate({.mainQueue = mainQueue,
                           .userDefaults = userDefaults,
                           .store = CameraConfigurationStore::shared(),
                           .alerts = alerts,
-                          .terminate = [] { QCoreApplication::quit(); },
+                          .terminate = terminate,
                           .engineLogLevel = engineLogLevel()});
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &AppDelegate::applicationWillTerminate);
@@ -51,7 +54,7 @@ int main(int argc, char **argv) {
                          if (state != Qt::ApplicationActive)
                              delegate.applicationDidResignActive();
                      });
-    const TerminationSignals signals([] { QCoreApplication::quit(); });
+    const TerminationSignals signals(terminate);
 
     delegate.applicationDidFinishLaunching();
     return QApplication::exec();
