@@ -44,6 +44,7 @@ CameraPicker::~CameraPicker() = default;
 void CameraPicker::setItems(const QStringList &names) {
     m_names = names;
     m_selected = names.isEmpty() ? -1 : 0;
+    accessibleValueChanged();
     update();
 }
 
@@ -51,6 +52,7 @@ void CameraPicker::selectItem(int index) {
     if (index < 0 || index >= m_names.size())
         return;
     m_selected = index;
+    accessibleValueChanged();
     update();
 }
 

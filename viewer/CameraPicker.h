@@ -34,6 +34,9 @@ class CameraPicker final : public ViewerControl {
     /// The selected index, -1 without items.
     [[nodiscard]] int indexOfSelectedItem() const { return m_selected; }
 
+    /// The name of the selected camera; empty without one.
+    [[nodiscard]] QString value() const override { return m_names.value(m_selected); }
+
     /// The width that shows the whole title, in points.
     [[nodiscard]] qreal naturalWidth() const;
 

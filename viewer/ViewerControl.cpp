@@ -46,7 +46,11 @@ class AccessibleControl final : public QAccessibleObject, public QAccessibleActi
     int indexOfChild(const QAccessibleInterface *) const override { return -1; }
 
     QString text(QAccessible::Text kind) const override {
-        return isValid() && kind == QAccessible::Name ? control()->label() : QString();
+        if (!isValid())
+            return {};
+        if (kind == QAccessible::Name)
+            return control()->label();
+        return kind == QAccessible::Value ? control()->value() : QString();
     }
     QAccessible::Role role() const override {
         return isValid() ? accessibleRole(control()->role()) : QAccessible::NoRole;
@@ -185,6 +189,11 @@ void ViewerControl::accessibleStateChanged() {
     QAccessible::State what;
     what.checked = true;
     QAccessibleStateChangeEvent changed(this, what);
+    QAccessible::updateAccessibility(&changed);
+}
+
+void ViewerControl::accessibleValueChanged() {
+    QAccessibleValueChangeEvent changed(this, value());
     QAccessible::updateAccessibility(&changed);
 }
 

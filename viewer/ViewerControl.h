@@ -8,8 +8,9 @@
 
 namespace lumvik {
 
-/// A control over the picture: it draws itself, reacts to a click or to the space and return keys,
-/// shows a tool tip, and reports its name and role to assistive technology. Main thread only.
+/// A control over the picture: it draws itself, reacts to a click, shows a tool tip, and reports
+/// its name, role and state to assistive technology, which can click it too. It takes no keys:
+/// those are the main menu's. Main thread only.
 class ViewerControl : public QQuickPaintedItem {
     Q_OBJECT
 
@@ -33,6 +34,8 @@ class ViewerControl : public QQuickPaintedItem {
     [[nodiscard]] Role role() const { return m_role; }
     /// Whether a toggle is on.
     [[nodiscard]] virtual bool isOn() const { return false; }
+    /// What is chosen in a control that offers a choice; else empty.
+    [[nodiscard]] virtual QString value() const { return {}; }
 
   protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -43,6 +46,8 @@ class ViewerControl : public QQuickPaintedItem {
 
     /// Told that the state which assistive technology sees has changed.
     void accessibleStateChanged();
+    /// Told that `value` has changed.
+    void accessibleValueChanged();
     /// Runs first on each click; a toggle changes its state here.
     virtual void willPerformAction() {}
 
@@ -54,7 +59,6 @@ class ViewerControl : public QQuickPaintedItem {
     QString m_label;
     std::function<void()> m_action;
     QTimer m_toolTipDelay;
-    QObject *m_accessible = nullptr; // the item's attached accessible object, its child
 };
 
 } // namespace lumvik

@@ -2,6 +2,7 @@
 
 #include "viewer/PopUpMenu.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QMenu>
 #include <QMouseEvent>
@@ -62,6 +63,17 @@ TEST_F(CameraPickerTest, TellsWhenItsMenuIsClosedFromOutside) {
     closePopUpMenus();
     EXPECT_EQ(openMenu(), nullptr);
     EXPECT_EQ(reports, (QList<bool>{true, false}));
+}
+
+TEST_F(CameraPickerTest, TellsAssistiveTechnologyWhichCameraIsSelected) {
+    QAccessible::setActive(true);
+    QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(&picker);
+    ASSERT_NE(interface, nullptr);
+    EXPECT_EQ(interface->text(QAccessible::Value), QStringLiteral("Front"));
+    picker.selectItem(1);
+    EXPECT_EQ(interface->text(QAccessible::Value), QStringLiteral("Yard"));
+    picker.setItems({});
+    EXPECT_EQ(interface->text(QAccessible::Value), QString());
 }
 
 } // namespace
