@@ -134,8 +134,7 @@ class PickerTest : public CameraListTest {
         EXPECT_TRUE(eventually(40s, [this] {
             return bool{hasShape({640, 480})};
         })) << hasShape({640, 480}).message();
-        EXPECT_TRUE(screen.waitUntil(
-            viewer->window(), [](const QImage &picture) { return showsColourBars(picture); }, 40s));
+        EXPECT_TRUE(pictureFillsTheWindow());
         EXPECT_TRUE(eventually(
             10s, [this] { return home.preference(QStringLiteral("selectedCameraIndex")) == 1; }));
         EXPECT_TRUE(viewer->hasLogged(

@@ -4,6 +4,8 @@
 #include "Eventually.h"
 #include "TestDesktop.h"
 
+#include <cmath>
+
 namespace lumvik::test {
 
 using namespace std::chrono_literals;
@@ -36,8 +38,11 @@ void Pointer::press(Button button) {
     xdotool(m_desktop, {QStringLiteral("mousedown"), QString::number(static_cast<int>(button))});
 }
 
-testing::AssertionResult Pointer::pressToDrag() {
+testing::AssertionResult Pointer::pressToDrag(QPoint towards) {
+    const QPoint from = m_desktop.x().pointerPosition();
+    const QPoint way = towards - from;
     press();
+    moveTo(from + (QPointF(way) * dragStart / std::hypot(way.x(), way.y())).toPoint());
     if (eventually(20s, [this] { return m_desktop.x().keyboardIsGrabbed(); }))
         return testing::AssertionSuccess();
     return testing::AssertionFailure() << "the window manager does not begin to move or resize";

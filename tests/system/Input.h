@@ -26,9 +26,12 @@ class Pointer {
     /// Moves from where it is on a straight line, in about `steps` motions, as a hand would.
     void glideTo(QPoint point, int steps = 8);
     void press(Button button = Button::left);
-    /// Presses the left button where the window moves or resizes itself, and waits until the window
-    /// manager has taken over; what the pointer does before that is lost to it.
-    [[nodiscard]] testing::AssertionResult pressToDrag();
+    /// Presses the left button where the window moves or resizes itself, moves `dragStart` pixels
+    /// in the direction of `towards`, and waits until the window manager has taken over. The window
+    /// may follow this first motion or lose it.
+    [[nodiscard]] testing::AssertionResult pressToDrag(QPoint towards);
+    /// Just more than what programs take for a click with an unsteady hand.
+    static constexpr int dragStart = 12;
     void release(Button button = Button::left);
     void click(Button button = Button::left);
 

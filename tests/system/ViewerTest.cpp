@@ -81,8 +81,12 @@ void ViewerTest::startViewer(const ViewerProcess::Variables &variables) {
 void ViewerTest::startViewerAndWaitForPicture(const ViewerProcess::Variables &variables) {
     ASSERT_NO_FATAL_FAILURE(startViewer(variables));
     ASSERT_TRUE(viewer->waitForLiveVideo());
-    ASSERT_TRUE(screen.waitUntil(
-        viewer->window(), [](const QImage &picture) { return showsColourBars(picture); }, 40s));
+    ASSERT_TRUE(pictureFillsTheWindow());
+}
+
+testing::AssertionResult ViewerTest::pictureFillsTheWindow() const {
+    return screen.waitUntil(
+        viewer->window(), [](const QImage &picture) { return showsColourBars(picture); }, 40s);
 }
 
 void ViewerTest::endViewer() {

@@ -58,6 +58,8 @@ class ViewerTest : public testing::Test {
     /// Starts the viewer and waits until the picture of a test camera, as sharp as it comes, fills
     /// its window.
     void startViewerAndWaitForPicture(const ViewerProcess::Variables &variables = {});
+    /// Waits until the picture of a test camera fills the viewer's window from edge to edge.
+    [[nodiscard]] testing::AssertionResult pictureFillsTheWindow() const;
     /// Ends the viewer as a session's end would, and fails the test unless it ends in order.
     void endViewer();
 
