@@ -316,7 +316,10 @@ TEST_F(PlayerTest, SetsPropertiesOnlyWhileThereIsAPlayer) {
 
 class VideoShapeTest : public PlayerTest {
   protected:
-    void SetUp() override { launchAndPlay(threeCameras()); }
+    void SetUp() override {
+        launchAndPlay(threeCameras());
+        delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::StartFile{}, 1);
+    }
     [[nodiscard]] ContentAspectRatio shape() { return access().window()->contentAspectRatio(); }
 };
 

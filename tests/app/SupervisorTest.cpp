@@ -22,6 +22,7 @@ TEST_F(SupervisorTest, FirstFrameMakesThePlayerPlayAndIsLoggedOnce) {
 }
 
 TEST_F(SupervisorTest, FramesThatTheViewShowsAreCountedForTheirGeneration) {
+    delegate->handlePlaybackEngineEvent(StartFile{}, 1);
     access().window()->hide(); // frames are taken without being drawn
     ASSERT_TRUE(eventually([&] { return !access().window()->isExposed(); }));
     mpv.announceFrame();

@@ -58,10 +58,10 @@ TEST_F(MPVObserverTest, WakesTheMainThreadOnceForManyEvents) {
         mpv.sendPropertyChange("video-params");
     EXPECT_EQ(queue.submittedCount(), 1U);
     queue.runPending();
-    EXPECT_EQ(changes, 5);
+    EXPECT_EQ(changes, 1) << "one look at the new values is enough";
     mpv.sendPropertyChange("video-params");
     queue.runPending();
-    EXPECT_EQ(changes, 6);
+    EXPECT_EQ(changes, 2);
 }
 
 TEST_F(MPVObserverTest, LogsTheEnginesMessagesWithTheirOriginAndWithoutLineBreaks) {

@@ -309,14 +309,33 @@ TEST_F(MPVOpenGLViewTest, LostGraphicsFreeTheRendererAndAreReportedInALaterTurn)
     EXPECT_EQ(back, 1) << "reported once for each loss";
 }
 
-TEST_F(MPVOpenGLViewTest, LostGraphicsOfADetachedViewAreNoNews) {
-    int reports = 0;
-    view->setGraphicsHandlers([&] { ++reports; }, [&] { ++reports; });
+TEST_F(MPVOpenGLViewTest, DetachedViewReportsOnlyTheReturnOfItsGraphics) {
+    int lost = 0;
+    int back = 0;
+    view->setGraphicsHandlers([&] { ++lost; }, [&] { ++back; });
     view->shutdownRenderContext();
     Q_EMIT window.sceneGraphInvalidated();
     Q_EMIT window.sceneGraphInitialized();
     queue.runPending();
-    EXPECT_EQ(reports, 0);
+    EXPECT_EQ(lost, 0) << "there was no player to lose";
+    EXPECT_EQ(back, 1) << "but one may have been waiting to start";
+}
+
+TEST_F(MPVOpenGLViewTest, ForgottenPictureIsNeitherShownNorReported) {
+    view->forgetPicture();
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    ASSERT_TRUE(eventually([&] { return !mpv.renderCalls().empty(); }));
+    redraw();
+    EXPECT_EQ(framesReported, 0);
+    for (const MpvRenderCall &call : mpv.renderCalls())
+        EXPECT_EQ(call.skipRendering, 1);
+    view->expectPicture();
+    mpv.forgetCalls();
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    EXPECT_TRUE(eventually([&] { return framesReported == 1; }));
+    EXPECT_EQ(mpv.renderCalls().back().skipRendering, 0);
 }
 
 // ---- Pixels ----

@@ -725,8 +725,11 @@ int mpv_render_context_get_info(mpv_render_context *context, mpv_render_param pa
     if (fake.frameInfoFails || parameter.type != MPV_RENDER_PARAM_NEXT_FRAME_INFO)
         return MPV_ERROR_NOT_IMPLEMENTED;
     auto *info = static_cast<mpv_render_frame_info *>(parameter.data);
-    info->flags = fake.frameInfo;
-    info->target_time = 0;
+    // Without a new frame it is the last one that would be drawn again, which has no time.
+    constexpr std::uint64_t redraw = MPV_RENDER_FRAME_INFO_PRESENT | MPV_RENDER_FRAME_INFO_REDRAW;
+    info->flags = fake.frameIsPending ? fake.frameInfo : fake.frameInfo == 0 ? 0 : redraw;
+    const bool hasTime = info->flags != 0 && (info->flags & MPV_RENDER_FRAME_INFO_REDRAW) == 0;
+    info->target_time = hasTime ? 1000000 : 0;
     return 0;
 }
 

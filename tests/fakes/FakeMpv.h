@@ -111,7 +111,8 @@ class FakeMpv {
 
     /// Announces a frame: mpv_render_context_update answers MPV_RENDER_UPDATE_FRAME until the frame
     /// is rendered or skipped, MPV_RENDER_PARAM_NEXT_FRAME_INFO answers `info` (of
-    /// mpv_render_frame_info_flag), and the update callback is called, on this thread.
+    /// mpv_render_frame_info_flag) until then and a redraw of it afterwards, and the update
+    /// callback is called, on this thread.
     void announceFrame(std::uint64_t info = MPV_RENDER_FRAME_INFO_PRESENT);
     /// Calls the update callback though there is nothing new. False when none is set.
     bool fireUpdateCallback();
