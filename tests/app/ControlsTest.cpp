@@ -38,7 +38,7 @@ TEST_F(ControlsTest, AreHiddenAndTransparentAtFirst) {
     EXPECT_TRUE(allAreHidden());
 }
 
-TEST_F(ControlsTest, DISABLED_AreDisabledAtFirst) {
+TEST_F(ControlsTest, AreDisabledAtFirst) {
     launch(threeCameras());
     EXPECT_EQ(enabled(), (QList<bool>{false, false, false, false}));
 }
