@@ -9,6 +9,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace lumvik {
@@ -21,6 +22,10 @@ constexpr mode_t fileMode = 0600;
 /// More than a million cameras. What is larger is not a list of ours, and reading it would only
 /// fill the memory.
 constexpr qint64 largestDocument = 64 * 1024 * 1024;
+
+StoreError tooLarge(const QString &location) {
+    return FileError{FileError::Operation::write, location, EFBIG};
+}
 
 QString absolutePathFromEnvironment(const char *name) {
     const QString path = QFile::decodeName(qgetenv(name));
@@ -139,6 +144,9 @@ tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &
     if (auto made = m_fileManager.createDirectory(appSupportDirectory(), folderMode); !made)
         return tl::unexpected(StoreError(std::move(made.error())));
     const QByteArray document = CameraConfiguration{cameras}.encoded();
+    // Refused before anything is replaced: a list that cannot be loaded again is a lost one.
+    if (document.size() > largestDocument)
+        return tl::unexpected(tooLarge(primaryLocation()));
     if (auto written = writeProtected(document, primaryLocation()); !written)
         return written;
     if (!writeProtected(document, recoveryLocation())) {
@@ -155,7 +163,10 @@ tl::expected<void, StoreError>
 CameraConfigurationStore::exportCameras(const CameraList &cameras, const QString &location) const {
     if (cameras.isEmpty())
         return tl::unexpected(StoreError(CameraConfigurationError::noCameras));
-    return writeProtected(CameraConfiguration{cameras}.encoded(), location);
+    const QByteArray document = CameraConfiguration{cameras}.encoded();
+    if (document.size() > largestDocument)
+        return tl::unexpected(tooLarge(location));
+    return writeProtected(document, location);
 }
 
 tl::expected<void, StoreError>

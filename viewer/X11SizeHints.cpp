@@ -42,7 +42,8 @@ bool X11SizeHints::nativeEventFilter(const QByteArray &eventType, void *message,
 
 void X11SizeHints::apply() {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (x11 == nullptr || m_window.handle() == nullptr)
+    // Some platforms answer with an interface that has no connection behind it.
+    if (x11 == nullptr || x11->connection() == nullptr || m_window.handle() == nullptr)
         return;
     xcb_connection_t *connection = x11->connection();
     const auto id = static_cast<xcb_window_t>(m_window.winId());

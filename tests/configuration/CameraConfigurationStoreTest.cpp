@@ -6,6 +6,7 @@
 #include "tests/fakes/CapturingLogSink.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,6 +50,20 @@ class NoPermissions : public FileManager {
 
   private:
     QString m_path;
+};
+
+/// A healthy file system on which a file is another one at its second reading.
+class ChangingFile : public FileManager {
+  public:
+    explicit ChangingFile(tl::expected<QByteArray, FileError> second)
+        : m_second(std::move(second)) {}
+    tl::expected<QByteArray, FileError> contents(const QString &path, qint64 limit) const override {
+        return m_readings++ == 0 ? FileManager::contents(path, limit) : m_second;
+    }
+
+  private:
+    tl::expected<QByteArray, FileError> m_second;
+    mutable int m_readings = 0;
 };
 
 class Store : public testing::Test {
@@ -291,6 +306,18 @@ TEST_F(Store, ListLargerThanSixtyFourMebibytesIsDamage) {
     expectLoadFails(readError(EFBIG));
     putRecovery(documentOf(twoCameras()));
     expectLoads(twoCameras());
+}
+
+TEST_F(Store, ListTooLargeToBeLoadedAgainIsRefusedAndTheOldOneStays) {
+    expectSaves(twoCameras());
+    const CameraList huge{{u"Long"_s, QString(65 * 1024 * 1024, QLatin1Char('x'))}};
+    const auto saved = store.save(huge);
+    ASSERT_FALSE(saved.has_value());
+    EXPECT_EQ(saved.error(), StoreError(writeError(EFBIG)));
+    expectLoads(twoCameras());
+    const QString file = folder.path(u"export.json"_s);
+    EXPECT_FALSE(store.exportCameras(huge, file).has_value());
+    EXPECT_FALSE(QFile::exists(file));
 }
 
 TEST_F(Store, LinkThatLeadsNowhereIsNoList) {
@@ -544,6 +571,25 @@ TEST_F(Store, CopyThatCannotBeMadePrivateFailsNeitherSaveNorLoad) {
     EXPECT_TRUE(hampered.save(twoCameras()).has_value());
     EXPECT_EQ(log.lines(), QList{line(LogLevel::error, notRefreshed)});
     EXPECT_TRUE(hampered.load().has_value());
+}
+
+TEST_F(Store, RecoveryCopyIsWhatTheSecondReadingFinds) {
+    putPrimary(documentOf(twoCameras()));
+    const QByteArray second = documentOf(manyCameras(3, u"New"_s));
+    const ChangingFile files(second);
+    EXPECT_EQ(CameraConfigurationStore(storage, files).load(), twoCameras());
+    EXPECT_EQ(bytesOf(recovery()), second);
+}
+
+TEST_F(Store, SecondReadingThatFailsOrIsDamagedLeavesTheRecoveryCopyAndTheResultAlone) {
+    putPrimary(documentOf(twoCameras()));
+    const QByteArray old = documentOf(manyCameras(3, u"Old"_s));
+    putRecovery(old);
+    const ChangingFile failing(tl::unexpected(readError(EIO)));
+    EXPECT_EQ(CameraConfigurationStore(storage, failing).load(), twoCameras());
+    const ChangingFile damaged(QByteArray("{"));
+    EXPECT_EQ(CameraConfigurationStore(storage, damaged).load(), twoCameras());
+    EXPECT_EQ(bytesOf(recovery()), old);
 }
 
 // Full and read-only disks.
