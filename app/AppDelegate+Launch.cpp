@@ -49,7 +49,7 @@ void AppDelegate::buildMainMenu() {
         if (window)
             window->toggleFullScreen();
     };
-    mainMenu = std::make_unique<MainMenu>(std::move(actions));
+    mainMenu = std::make_unique<MainMenu>(actions);
 }
 
 void AppDelegate::loadCameras() {

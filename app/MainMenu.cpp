@@ -46,7 +46,7 @@ QKeySequence keyEquivalent(const QKeyEvent &event) {
 
 } // namespace
 
-MainMenu::MainMenu(MainMenuActions actions) {
+MainMenu::MainMenu(const MainMenuActions &actions) {
     MenuBuilder lumvik(QStringLiteral("Lumvik"));
     lumvik.item(QStringLiteral("Camera Addresses…"), actions.showCameraSettings,
                 {QKeySequence(Qt::CTRL | Qt::Key_Comma)});

@@ -29,7 +29,7 @@ struct MainMenuActions {
 /// `performKeyEquivalent`. Main thread only.
 class MainMenu {
   public:
-    explicit MainMenu(MainMenuActions actions);
+    explicit MainMenu(const MainMenuActions &actions);
 
     [[nodiscard]] QList<QMenu *> menus() const;
 
