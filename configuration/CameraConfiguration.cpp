@@ -114,7 +114,7 @@ CameraConfiguration::decoded(const QByteArray &bytes) {
     CameraConfiguration configuration;
     const QJsonArray elements = array.toArray();
     configuration.cameras.reserve(elements.size());
-    for (const QJsonValue &element : elements) {
+    for (const auto &element : elements) {
         auto camera = decodedCamera(element);
         if (!camera)
             return tl::unexpected(camera.error());

@@ -21,7 +21,7 @@ constexpr mode_t fileMode = 0600;
 
 /// More than a million cameras. What is larger is not a list of ours, and reading it would only
 /// fill the memory.
-constexpr qint64 largestDocument = 64 * 1024 * 1024;
+constexpr qint64 largestDocument = qint64{64} * 1024 * 1024;
 
 StoreError tooLarge(const QString &location) {
     return FileError{FileError::Operation::write, location, EFBIG};
@@ -33,7 +33,7 @@ QString absolutePathFromEnvironment(const char *name) {
 }
 
 QString homeDirectory() {
-    const QString home = absolutePathFromEnvironment("HOME");
+    QString home = absolutePathFromEnvironment("HOME");
     if (!home.isEmpty())
         return home;
     const passwd *entry = ::getpwuid(::geteuid());
@@ -44,7 +44,7 @@ QString homeDirectory() {
 /// The folder in which programs keep what they store for the user.
 QString userDataDirectory() {
     // A relative path is to be ignored, as the XDG base directory rules say.
-    const QString chosen = absolutePathFromEnvironment("XDG_DATA_HOME");
+    QString chosen = absolutePathFromEnvironment("XDG_DATA_HOME");
     if (!chosen.isEmpty())
         return chosen;
     const QString home = homeDirectory();
