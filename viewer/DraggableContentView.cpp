@@ -118,9 +118,8 @@ void DraggableContentView::beginDrag(const QPointF &pressed) {
     if (!canMove())
         return;
     const Qt::Edges edges = canResize() ? resizeEdges(mapFromScene(pressed), size()) : Qt::Edges();
-    if (edges != Qt::Edges() && window()->startSystemResize(edges))
-        windowManagerTookOver();
-    else if (window()->startSystemMove())
+    const bool isResizing = edges != Qt::Edges() && window()->startSystemResize(edges);
+    if (isResizing || window()->startSystemMove())
         windowManagerTookOver();
     else
         m_grabPoint = pressed.toPoint();

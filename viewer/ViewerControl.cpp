@@ -136,7 +136,9 @@ class AccessibleWindow final : public QAccessibleObject {
     }
 
   private:
-    [[nodiscard]] QQuickWindow *window() const { return static_cast<QQuickWindow *>(object()); }
+    [[nodiscard]] QQuickWindow *window() const override {
+        return static_cast<QQuickWindow *>(object());
+    }
     [[nodiscard]] QList<ViewerControl *> controls() const {
         // The controls lie directly in the content, in the order of their creation.
         return isValid() ? window()->contentItem()->findChildren<ViewerControl *>()
