@@ -54,7 +54,8 @@ class MPVOpenGLView : public QQuickItem {
     void setFrameRenderedHandler(std::function<void()> handler);
 
     /// `lost` runs after the window's graphics went away while a player was attached (the render
-    /// context is freed by then); `back` runs when graphics are available again after that.
+    /// context is freed by then); `back` runs when there are graphics again after they went away,
+    /// with a player or without.
     void setGraphicsHandlers(std::function<void()> lost, std::function<void()> back);
 
     /// Whether a render context exists.
@@ -97,7 +98,7 @@ class MPVOpenGLView : public QQuickItem {
     bool m_showsPicture = false;  // whether the engine's last frame belongs to the expected stream
     bool m_frameWasTaken = false; // the engine waits for the report of a frame that it handed over
     bool m_willDrawLastFrame = false; // a drawing is due for the case that no further frame comes
-    bool m_graphicsWereLost = false;  // while a player was attached, and not back yet
+    bool m_graphicsWereLost = false;  // and are not back yet
     std::function<void()> m_frameRenderedHandler;
     std::function<void()> m_graphicsLost;
     std::function<void()> m_graphicsBack;
