@@ -39,12 +39,24 @@ struct AppDelegateAccess {
         return delegate.playbackSelectionGeneration;
     }
     [[nodiscard]] auto &playbackState() const { return delegate.playbackState; }
+    [[nodiscard]] auto &playbackWatchdog() const { return delegate.playbackWatchdog; }
+    [[nodiscard]] auto &playbackRetry() const { return delegate.playbackRetry; }
+    [[nodiscard]] auto &playbackRetryCount() const { return delegate.playbackRetryCount; }
+    [[nodiscard]] auto &localNetworkProbe() const { return delegate.localNetworkProbe; }
+    [[nodiscard]] auto &localNetworkProbeFallback() const {
+        return delegate.localNetworkProbeFallback;
+    }
+    [[nodiscard]] auto &networkPathSignature() const { return delegate.networkPathSignature; }
+    [[nodiscard]] auto &networkPathIsSatisfied() const { return delegate.networkPathIsSatisfied; }
+    [[nodiscard]] auto &systemIsSleeping() const { return delegate.systemIsSleeping; }
     [[nodiscard]] auto &lastFrameRenderedAt() const { return delegate.lastFrameRenderedAt; }
     [[nodiscard]] auto &lastCameraLoad() const { return delegate.lastCameraLoad; }
     [[nodiscard]] auto &appliedVideoAspectRatio() const { return delegate.appliedVideoAspectRatio; }
     [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
     [[nodiscard]] auto &isClosingViewer() const { return delegate.isClosingViewer; }
     [[nodiscard]] auto &sourceVideoGeometry() const { return delegate.sourceVideoGeometry; }
+
+    void graphicsAreBack() const { delegate.graphicsAreBack(); }
 
     AppDelegate &delegate;
 };

@@ -81,6 +81,7 @@ struct FakeMpv::State {
     std::function<void(const MpvRenderCall &)> painter;
     int cores = 0;
     bool createFails = false;
+    bool destructionHangs = false;
     bool createClientFails = false;
     int initializeResult = 0;
     int renderContextCreateResult = 0;
@@ -354,6 +355,12 @@ void FakeMpv::setCreateFails(bool fails) {
     m_state->createFails = fails;
 }
 
+void FakeMpv::setDestructionHangs(bool hangs) {
+    const std::scoped_lock guard(m_state->mutex);
+    m_state->destructionHangs = hangs;
+    m_state->changed.notify_all();
+}
+
 void FakeMpv::setCreateClientFails(bool fails) {
     const std::scoped_lock guard(m_state->mutex);
     m_state->createClientFails = fails;
@@ -560,9 +567,10 @@ void mpv_terminate_destroy(mpv_handle *handle) {
     if (handle == nullptr)
         return;
     FakeMpv::State &fake = state();
-    const std::scoped_lock guard(fake.mutex);
+    std::unique_lock guard(fake.mutex);
     mpv_handle &target = checked(fake, handle, __func__);
     record(fake, __func__, target.description());
+    fake.changed.wait(guard, [&fake] { return !fake.destructionHangs; });
     const int others =
         fake.count([&](const mpv_handle &each) { return each.core == target.core; }) - 1;
     if (others > 0)

@@ -83,6 +83,10 @@ class FakeMpv {
     /// The result of each mpv_set_option_string and mpv_set_property_string.
     void setSettingResult(int result);
 
+    /// From now on mpv_terminate_destroy does not return, as while a name is looked up, until this
+    /// is called with false.
+    void setDestructionHangs(bool hangs);
+
     // ---- What the engine says ----
 
     /// Sends an event without data to the newest core's own handle, through mpv_wait_event.

@@ -67,7 +67,7 @@ class VirtualMainQueue final : public MainQueue {
         runSubmitted();
         while (runNextTimer(end))
             runSubmitted();
-        m_now = end;
+        m_now = std::max(m_now, end); // work with a loop of its own may have moved it further
     }
 
     /// Runs what is due, and what other threads submit meanwhile, until `predicate` answers true;

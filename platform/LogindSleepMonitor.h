@@ -1,0 +1,81 @@
+#pragma once
+
+#include "platform/SleepMonitor.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+class QDBusPendingCallWatcher;
+
+namespace lumvik {
+
+class SerialQueue;
+
+/// Learns of sleep from the login manager on the system bus (systemd-logind, or elogind).
+///
+/// While the machine is awake it holds an inhibitor of the kind "delay", which makes the login
+/// manager wait a few seconds for whoever holds one; it is what `willSleep` hands on. A login
+/// manager that starts later, or starts again, is taken up when it does.
+///
+/// Where there is no bus or no login manager, one line in the log says so and no handler runs.
+/// Where only the inhibitor is refused, one line says so too, and the delay handed on is empty.
+///
+/// Everything happens on the main thread except connecting to the bus, which is done on a thread of
+/// its own because a bus can accept a connection and then be silent. Owned by `main`; must go
+/// before the application object.
+class LogindSleepMonitor final : public QObject, public SleepMonitor {
+    Q_OBJECT
+
+  public:
+    /// A bus that has not answered within `answerLimit` counts as absent.
+    explicit LogindSleepMonitor(QString busAddress = systemBusAddress(),
+                                std::chrono::milliseconds answerLimit = std::chrono::seconds(10));
+    ~LogindSleepMonitor() override;
+
+    /// DBUS_SYSTEM_BUS_ADDRESS from the environment, or where the system bus is everywhere.
+    [[nodiscard]] static QString systemBusAddress();
+
+    void start(std::function<void(SleepDelay)> willSleep, std::function<void()> didWake) override;
+    void stop() override;
+
+  private Q_SLOTS: // called by the bus, by name
+    void prepareForSleep(bool isBeginning);
+    void ownerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
+
+  private:
+    class Abandonment;
+
+    void connectToBus(); // on m_connector's thread
+    void busConnected(const QDBusConnection &bus);
+    void wake();
+    void requestInhibitor();
+    void inhibitorAnswered(const QDBusPendingCallWatcher &answer);
+    void reportBlindness(const QString &reason);
+    void reportRefusal(const QString &reason);
+
+    const QString m_busAddress;
+    const std::chrono::milliseconds m_answerLimit;
+    const QString m_connectionName; ///< Unlike any other's in this process.
+    std::unique_ptr<Abandonment> m_abandonment;
+    std::unique_ptr<SerialQueue> m_connector; ///< While the bus is being connected to.
+
+    bool m_isStarted = false;
+    bool m_isWatching = false;
+    std::function<void(SleepDelay)> m_willSleep;
+    std::function<void()> m_didWake;
+
+    std::optional<QDBusConnection> m_bus;
+    SleepDelay m_inhibitor;
+    int m_lastRequest = 0; ///< Answers to earlier requests are not looked at.
+    bool m_isRequestPending = false;
+    bool m_isSleepAnnounced = false;
+    bool m_hasReportedBlindness = false;
+    bool m_hasReportedRefusal = false;
+};
+
+} // namespace lumvik

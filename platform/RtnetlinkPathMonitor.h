@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/NetworkInterfaces.h"
+#include "platform/NetworkPathMonitor.h"
+
+#include <memory>
+
+namespace lumvik {
+
+/// The path monitor over the kernel's rtnetlink socket, which every Linux machine has, whatever
+/// program manages its network.
+///
+/// It lists the links, addresses and routes, reports, and then follows the kernel's announcements
+/// in the queue's thread. They are applied and reported one by one, without waiting for things to
+/// settle: an address that is replaced shows as a path lost and found again, which is what it means
+/// for open connections. What is reported is every change of what is in use (see networkInUse), so
+/// the same four answers may come twice in a row, when an address changes on the same kind of
+/// interface; an address whose lifetime is renewed is no change. If announcements were lost, all is
+/// listed again.
+///
+/// Where the kernel does not answer, one error line is logged and the path counts as satisfied:
+/// better to try a camera in vain than never.
+class RtnetlinkPathMonitor final : public NetworkPathMonitor {
+  public:
+    struct Options {
+        /// Of the socket, in bytes; 0 leaves the system's default.
+        int receiveBufferSize = 0;
+        NetworkInterfaceTable::WirelessTest isWireless = isWirelessInterface;
+    };
+
+    RtnetlinkPathMonitor();
+    explicit RtnetlinkPathMonitor(Options options);
+    ~RtnetlinkPathMonitor() override;
+
+    void setPathUpdateHandler(UpdateHandler handler) override;
+    void start(SerialQueue &queue) override;
+    void cancel() override;
+
+  private:
+    class Watch;
+
+    std::shared_ptr<Watch> m_watch; // shared with the work that the queue still holds
+    SerialQueue *m_queue = nullptr; // set by start
+};
+
+} // namespace lumvik

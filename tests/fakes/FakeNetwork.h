@@ -1,0 +1,96 @@
+#pragma once
+
+#include "platform/NetworkConnection.h"
+#include "platform/NetworkPathMonitor.h"
+
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace lumvik::test {
+
+/// A connection that does what the test says, on the test's own thread.
+class FakeConnection final : public NetworkConnection {
+  public:
+    FakeConnection(QString toHost, std::uint16_t toPort, std::optional<State> answer)
+        : host(std::move(toHost))
+        , port(toPort)
+        , m_answer(answer) {}
+
+    void setStateUpdateHandler(StateUpdateHandler handler) override {
+        m_handler = std::move(handler);
+    }
+    void start(SerialQueue &) override {
+        isStarted = true;
+        if (m_answer)
+            report(*m_answer);
+    }
+    void cancel() override { isCancelled = true; }
+
+    /// Enters a state; without a handler nobody hears of it.
+    void report(State state) {
+        if (const auto handler = m_handler)
+            handler(state);
+    }
+    [[nodiscard]] bool hasHandler() const { return static_cast<bool>(m_handler); }
+
+    const QString host;
+    const std::uint16_t port;
+    bool isStarted = false;
+    bool isCancelled = false;
+
+  private:
+    std::optional<State> m_answer;
+    StateUpdateHandler m_handler;
+};
+
+/// Makes such connections and keeps them all.
+class FakeNetwork {
+  public:
+    /// What a connection reports as soon as it is started; nothing to stay silent.
+    std::optional<NetworkConnection::State> answer = NetworkConnection::State::ready;
+
+    [[nodiscard]] NetworkConnectionFactory factory() {
+        return [this](const QString &host, std::uint16_t port) {
+            connections.push_back(std::make_shared<FakeConnection>(host, port, answer));
+            return connections.back();
+        };
+    }
+
+    std::vector<std::shared_ptr<FakeConnection>> connections; // in the order of their making
+};
+
+/// A path monitor that says what the test says, on the test's own thread. It outlives the
+/// controller's, which only passes calls on.
+class FakeNetworkPath {
+  public:
+    [[nodiscard]] std::unique_ptr<NetworkPathMonitor> makeMonitor() {
+        return std::make_unique<Monitor>(*this);
+    }
+    void report(const NetworkPathSignature &signature) {
+        if (isStarted && !isCancelled)
+            m_handler(signature);
+    }
+
+    bool isStarted = false;
+    bool isCancelled = false;
+
+  private:
+    class Monitor final : public NetworkPathMonitor {
+      public:
+        explicit Monitor(FakeNetworkPath &path) : m_path(path) {}
+        void setPathUpdateHandler(UpdateHandler handler) override {
+            m_path.m_handler = std::move(handler);
+        }
+        void start(SerialQueue &) override { m_path.isStarted = true; }
+        void cancel() override { m_path.isCancelled = true; }
+
+      private:
+        FakeNetworkPath &m_path;
+    };
+
+    NetworkPathMonitor::UpdateHandler m_handler;
+};
+
+} // namespace lumvik::test

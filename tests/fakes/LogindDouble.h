@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusUnixFileDescriptor>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <vector>
+
+namespace lumvik::test {
+
+/// What a program asked the login manager for.
+struct InhibitRequest {
+    QString what;
+    QString who;
+    QString why;
+    QString mode;
+};
+
+/// A login manager on a private bus, for as long as it lives: it grants inhibitors and announces
+/// sleep when the test says so. Works while the event loop of the thread that made it runs.
+class LogindDouble : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
+
+  public:
+    enum class Behaviour {
+        granting,
+        refusing,
+        hesitating, ///< Grants an inhibitor only at `grantPending`.
+    };
+
+    explicit LogindDouble(const QString &busAddress, Behaviour behaviour = Behaviour::granting);
+    ~LogindDouble() override;
+
+    /// Whether it has the login manager's name on the bus.
+    [[nodiscard]] bool isPresent() const { return m_isPresent; }
+    [[nodiscard]] QList<InhibitRequest> requests() const { return m_requests; }
+    /// How many of the granted inhibitors somebody still holds.
+    [[nodiscard]] int openInhibitors() const;
+
+    void grantPending();
+    void setBehaviour(Behaviour behaviour) { m_behaviour = behaviour; }
+    void announceSleep() { announce(true); }
+    void announceWake() { announce(false); }
+
+  public Q_SLOTS:
+    Q_SCRIPTABLE QDBusUnixFileDescriptor Inhibit(const QString &what, const QString &who,
+                                                 const QString &why, const QString &mode);
+
+  private:
+    void announce(bool isBeginning);
+    [[nodiscard]] QDBusUnixFileDescriptor newInhibitor();
+
+    const QString m_connectionName;
+    QDBusConnection m_bus;
+    bool m_isPresent = false;
+    Behaviour m_behaviour;
+    QList<InhibitRequest> m_requests;
+    QList<QDBusMessage> m_pending;
+    std::vector<int> m_inhibitors; ///< Reading ends, which end when the inhibitor is closed.
+};
+
+/// Sends on `bus` what only the login manager may send: to everybody, or to one receiver alone.
+void forgeSleep(QDBusConnection &bus, bool isBeginning, const QString &receiver = {});
+
+} // namespace lumvik::test
