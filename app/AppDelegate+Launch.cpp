@@ -9,17 +9,21 @@
 namespace lumvik {
 
 AppDelegate::AppDelegate(AppEnvironment withEnvironment)
-    : environment(std::move(withEnvironment)) {}
+    : environment(std::move(withEnvironment))
+    , localNetworkProbeQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".local-network"))
+    , networkPathQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".network-path"))
+    , networkPathMonitor(environment.makeNetworkPathMonitor()) {}
 
 AppDelegate::~AppDelegate() {
     // Nothing may come back from the window while its owner goes away.
     isClosingViewer = true;
-    stopPlayerEngine();
+    stopEverything();
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
     LumvikLog::lifecycle().log(QStringLiteral("Lumvik is launching."));
     buildMainMenu();
+    startSystemRecoveryMonitoring();
     loadCameras();
     createWindow();
     if (cameras.isEmpty())
@@ -36,7 +40,7 @@ void AppDelegate::applicationDidFinishLaunching() {
             if (!self || self->isClosingViewer)
                 return;
             self->playbackAwaitsWindow = false;
-            self->startPlayer();
+            self->requestLocalNetworkAccessAndStart();
         });
     });
 }
@@ -77,9 +81,21 @@ void AppDelegate::applicationDidResignActive() {
 
 void AppDelegate::applicationWillTerminate() {
     LumvikLog::lifecycle().log(QStringLiteral("Lumvik is terminating."));
+    environment.limitTimeToExit();
     isClosingViewer = true;
+    environment.userDefaults.synchronize(); // first, should the rest run out of time
+    stopEverything();
+}
+
+void AppDelegate::stopEverything() {
+    // What could start a player goes before the player.
+    environment.sleepMonitor.stop();
+    networkPathMonitor->cancel();
+    playbackWatchdog.reset();
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
+    allowSleep();
     stopPlayerEngine();
-    environment.userDefaults.synchronize();
 }
 
 } // namespace lumvik

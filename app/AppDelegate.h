@@ -6,8 +6,11 @@
 #include "engine/MPVEventLoop.h"
 #include "engine/MPVObserver.h"
 #include "engine/MPVOpenGLView.h"
+#include "engine/PlayerTeardown.h"
 #include "engine/VideoSourceGeometry.h"
+#include "platform/SerialQueue.h"
 #include "supervision/PlaybackSupervisorState.h"
+#include "supervision/RecoverySchedule.h"
 #include "viewer/CameraPicker.h"
 #include "viewer/DraggableContentView.h"
 #include "viewer/EmptyStateLabel.h"
@@ -17,6 +20,7 @@
 #include "viewer/ViewerWindow.h"
 
 #include <QObject>
+#include <QSet>
 #include <QVariantAnimation>
 
 #include <array>
@@ -26,6 +30,13 @@
 #include <optional>
 
 namespace lumvik {
+
+/// A request for an attempt at recovery.
+struct PlaybackRecovery {
+    QString reason; ///< For the log.
+    RecoveryUrgency urgency = RecoveryUrgency::afterBackOff;
+    PlayerRecreation recreation = PlayerRecreation::ifDue;
+};
 
 /// The application's controller: the one object that owns the viewer window, the player instance
 /// and the state of both, and that receives the application's life-cycle notifications.
@@ -98,18 +109,60 @@ class AppDelegate final : public QObject {
     void setMPVProperty(const char *name, const char *value);
     /// Reads the video's shape from `handle`, records it, and gives it to the window.
     void updateWindowAspectRatio(mpv_handle *handle);
-    /// Shows `message` in an alert, in a later turn.
+    /// Shows `message` in an alert, in a later turn, unless one that says the same is open.
     void showPlaybackError(const QString &message);
+
+    /// Waits until every player instance is gone, for at most `deadline`, and answers whether they
+    /// are. While one is not, the process must not return from main.
+    [[nodiscard]] bool finishPlayers(std::chrono::milliseconds deadline) {
+        return playerTeardown.finish(deadline);
+    }
 
     // ---- Supervision: supervision/AppDelegate+Supervisor.cpp ----
 
     /// An engine event of the player instance `generation`; those of earlier instances are ignored.
     void handlePlaybackEngineEvent(const PlaybackEngineEvent &event, std::int64_t generation);
-    /// A frame of the player instance `generation` was shown.
-    void recordRenderedFrame(std::int64_t generation);
     /// Switches to the camera at `index`, and remembers the choice. Ignores an index outside the
     /// list.
     void selectCamera(int index);
+
+    // ---- Recovery: supervision/AppDelegate+Recovery.cpp ----
+
+    /// Schedules an attempt at recovery. Refused, without a trace, while the viewer closes, the
+    /// system sleeps, no network path is usable, there is no camera, or an attempt waits already.
+    void schedulePlaybackRecovery(const PlaybackRecovery &request);
+
+    // ---- Rendered frames: supervision/AppDelegate+Watchdog.cpp ----
+
+    /// A frame of the player instance `generation` was shown. Called for every frame.
+    void recordRenderedFrame(std::int64_t generation);
+    /// Looks whether frames come as they should and asks for recovery where not: the watchdog's
+    /// tick.
+    void evaluatePlaybackHealth();
+
+    // ---- Network path: supervision/AppDelegate+NetworkPath.cpp ----
+
+    /// Begins to follow sleep, wake and the network path. Once.
+    void startSystemRecoveryMonitoring();
+    void handleNetworkPath(const NetworkPathSignature &signature);
+
+    // ---- Preflight: supervision/AppDelegate+Preflight.cpp ----
+
+    /// Probes the chosen camera's host and then starts the player, or reloads the camera in the one
+    /// there is. Does nothing while a probe is under way, or when nothing may be started now.
+    void requestLocalNetworkAccessAndStart();
+    /// Ends the probe over `connection`, if it is the one under way, and goes on with playback.
+    void finishLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection,
+                                 bool reloadPlayer, std::int64_t generation);
+    /// Ends a probe without going on. Harmless without one.
+    void cancelLocalNetworkProbe();
+
+    // ---- Sleep and wake: supervision/AppDelegate+Sleep.cpp ----
+
+    /// Parks playback and stops the stream.
+    void systemWillSleep();
+    /// Makes a fresh connection to the camera.
+    void systemDidWake();
 
   private:
     friend struct AppDelegateAccess; // how tests look at the state below
@@ -117,6 +170,7 @@ class AppDelegate final : public QObject {
     // app/AppDelegate+Launch.cpp
     void buildMainMenu();
     void loadCameras();
+    void stopEverything();
 
     // viewer/AppDelegate+Window.cpp
     void createViews();
@@ -142,6 +196,27 @@ class AppDelegate final : public QObject {
     [[nodiscard]] bool initializePlayer(mpv_handle *handle);
     void attachPlayer(mpv_handle *handle);
     void failPlayerStart(mpv_handle *handle, const QString &message);
+
+    // supervision/AppDelegate+Supervisor.cpp
+    void streamDidEnd(const PlaybackEngineEvents::EndFile &end);
+
+    // supervision/AppDelegate+Recovery.cpp
+    void retryPlayback(std::int64_t selectionGeneration, bool recreatesPlayer);
+    void cancelPlaybackRetry();
+
+    // supervision/AppDelegate+Watchdog.cpp
+    void startPlaybackWatchdog();
+    void hideStalePicture();
+    void endOfStreamMayHaveBeenReached();
+    [[nodiscard]] bool streamHasEnded() const;
+
+    // supervision/AppDelegate+Preflight.cpp
+    void startOrReload();
+    void beginLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection);
+
+    // supervision/AppDelegate+Sleep.cpp
+    void holdSleepUntilStopped(SleepMonitor::SleepDelay delay);
+    void allowSleep();
 
     AppEnvironment environment;
     std::unique_ptr<MainMenu> mainMenu; // before the window, whose strip refers to it
@@ -171,13 +246,30 @@ class AppDelegate final : public QObject {
     mpv_handle *mpv = nullptr; // owned: created by startPlayer, destroyed by stopPlayerEngine
     std::unique_ptr<MPVEventLoop> mpvEventLoop;
     std::unique_ptr<MPVObserver> mpvObserver;
+    PlayerTeardown playerTeardown;
     std::int64_t playerGeneration = 0;
     std::int64_t playbackSelectionGeneration = 0;
     PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
+    std::unique_ptr<RepeatingTimer> playbackWatchdog;
+    std::shared_ptr<WorkItem> playbackRetry; // the one attempt at recovery that waits
+    std::int64_t playbackRetryCount = 0;     // in a row, since a frame was drawn or a camera chosen
     std::optional<TimeStamp> lastFrameRenderedAt;
-    bool playbackAwaitsWindow = false; // the start at launch is due once the window has been drawn
     TimeStamp lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity();
     std::optional<double> appliedVideoAspectRatio;
+    bool playbackAwaitsWindow = false; // the start at launch is due once the window has been drawn
+    QSet<QString> shownPlaybackErrors; // the texts of the alerts that are open
+
+    // The network and the machine's sleep.
+    std::shared_ptr<NetworkConnection> localNetworkProbe;
+    std::shared_ptr<WorkItem> localNetworkProbeFallback;
+    SerialQueue localNetworkProbeQueue;
+    SerialQueue networkPathQueue;
+    std::unique_ptr<NetworkPathMonitor> networkPathMonitor; // after its queue, which outlives it
+    std::optional<NetworkPathSignature> networkPathSignature;
+    bool networkPathIsSatisfied = true; // until told otherwise: a launch waits for no update
+    bool systemIsSleeping = false;
+    SleepMonitor::SleepDelay sleepDelay;       // held until the stream has stopped
+    std::shared_ptr<WorkItem> sleepDelayLimit; // or this has come
 
     // The window's special states.
     FrameMemory frameMemory; // what the window's frame was before it was maximised

@@ -3,9 +3,13 @@
 #include "configuration/CameraConfigurationStore.h"
 #include "platform/Alerts.h"
 #include "platform/MainQueue.h"
+#include "platform/NetworkConnection.h"
+#include "platform/NetworkPathMonitor.h"
+#include "platform/SleepMonitor.h"
 #include "platform/UserDefaults.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace lumvik {
@@ -17,6 +21,14 @@ struct AppEnvironment {
     UserDefaults &userDefaults;
     CameraConfigurationStore &store;
     Alerts &alerts;
+    SleepMonitor &sleepMonitor;
+    std::function<std::unique_ptr<NetworkPathMonitor>()> makeNetworkPathMonitor;
+    NetworkConnectionFactory makeConnection;
+    /// A random number, evenly distributed over [0, 1).
+    std::function<double()> random;
+    /// Called when the application begins to end, perhaps more than once: from now on it may take a
+    /// few seconds only.
+    std::function<void()> limitTimeToExit;
     /// Ends the application in order, in a later turn.
     std::function<void()> terminate;
     /// The least important kind of engine message that is logged, by libmpv's names.

@@ -1,16 +1,27 @@
 #include "app/AppDelegate.h"
 #include "app/MessageBoxAlerts.h"
 #include "app/Startup.h"
+#include "platform/ExitDeadline.h"
+#include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
+#include "platform/RtnetlinkPathMonitor.h"
+#include "platform/TcpConnection.h"
 #include "platform/TerminationSignals.h"
 
 #include <QApplication>
+#include <QRandomGenerator>
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 
 using namespace lumvik;
+using namespace std::chrono_literals;
 
 namespace {
+
+/// How long the end of the program may take, in seconds: a user who quits waits no longer.
+constexpr double longestExit = 2.5;
 
 QWindow *viewerWindow() {
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
@@ -38,15 +49,25 @@ int main(int argc, char **argv) {
     QtMainQueue mainQueue;
     UserDefaults userDefaults(UserDefaults::standardPath());
     MessageBoxAlerts alerts(&viewerWindow);
+    LogindSleepMonitor sleepMonitor;
     // In a later turn, because quitting closes the windows, and may be asked for while one closes.
     // A window that is open is closed first, by its own order; termination follows.
     const auto terminate = [&mainQueue] { mainQueue.async([] { QCoreApplication::quit(); }); };
-    AppDelegate delegate({.mainQueue = mainQueue,
-                          .userDefaults = userDefaults,
-                          .store = CameraConfigurationStore::shared(),
-                          .alerts = alerts,
-                          .terminate = terminate,
-                          .engineLogLevel = engineLogLevel()});
+    AppDelegate delegate(
+        {.mainQueue = mainQueue,
+         .userDefaults = userDefaults,
+         .store = CameraConfigurationStore::shared(),
+         .alerts = alerts,
+         .sleepMonitor = sleepMonitor,
+         .makeNetworkPathMonitor = [] { return std::make_unique<RtnetlinkPathMonitor>(); },
+         .makeConnection =
+             [](const QString &host, std::uint16_t port) {
+                 return std::make_shared<TcpConnection>(host, port);
+             },
+         .random = [] { return QRandomGenerator::global()->generateDouble(); },
+         .limitTimeToExit = [] { endProcessWithin(longestExit); },
+         .terminate = terminate,
+         .engineLogLevel = engineLogLevel()});
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &AppDelegate::applicationWillTerminate);
     QObject::connect(&application, &QGuiApplication::applicationStateChanged, &delegate,
@@ -57,5 +78,10 @@ int main(int argc, char **argv) {
     const TerminationSignals signals(terminate);
 
     delegate.applicationDidFinishLaunching();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    if (!delegate.finishPlayers(1500ms)) {
+        // An engine that still waits for a name server would lose the ground under its feet.
+        std::_Exit(status);
+    }
+    return status;
 }

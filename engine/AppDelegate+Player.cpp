@@ -53,6 +53,7 @@ void AppDelegate::startPlayer() {
     }
     attachPlayer(handle);
     loadCamera(selected);
+    startPlaybackWatchdog();
 }
 
 void AppDelegate::configurePlayer(mpv_handle *handle) {
@@ -64,12 +65,22 @@ void AppDelegate::configurePlayer(mpv_handle *handle) {
 bool AppDelegate::initializePlayer(mpv_handle *handle) {
     if (mpv_initialize(handle) < 0)
         return false;
+    const auto self = QPointer(this);
     mpvObserver = std::make_unique<MPVObserver>(
-        handle, environment.mainQueue, environment.engineLogLevel.c_str(), [self = QPointer(this)] {
-            // The shape of a stream that is being replaced is of no interest any more.
-            if (self && self->mpv != nullptr && !self->isClosingViewer &&
-                self->videoHost->expectsPicture())
-                self->updateWindowAspectRatio(self->mpv);
+        handle, environment.mainQueue, environment.engineLogLevel.c_str(),
+        MPVObserver::Handlers{
+            .videoParametersChanged =
+                [self] {
+                    // The shape of a stream that is being replaced is of no interest any more.
+                    if (self && self->mpv != nullptr && !self->isClosingViewer &&
+                        self->videoHost->expectsPicture())
+                        self->updateWindowAspectRatio(self->mpv);
+                },
+            .endReachedChanged =
+                [self] {
+                    if (self)
+                        self->endOfStreamMayHaveBeenReached();
+                },
         });
     for (const PlayerSetting &property : livePlaybackProperties)
         mpv_set_property_string(handle, property.name, property.value);
@@ -110,7 +121,7 @@ void AppDelegate::stopPlayerEngine() {
     if (videoHost != nullptr)
         videoHost->shutdownRenderContext();
     if (handle != nullptr)
-        mpv_terminate_destroy(handle);
+        playerTeardown.destroy(handle);
     playbackState = PlaybackSupervisorState::stopped;
 }
 
@@ -135,6 +146,7 @@ void AppDelegate::loadCamera(int index) {
         return;
     LumvikLog::playback().error(
         QStringLiteral("mpv rejected the load command with error %1.").arg(result));
+    schedulePlaybackRecovery({.reason = QStringLiteral("mpv rejected the load command")});
     showPlaybackError(QStringLiteral("Could not open %1.").arg(camera.name));
 }
 
@@ -164,12 +176,17 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
 
 void AppDelegate::showPlaybackError(const QString &message) {
     environment.mainQueue.async([self = QPointer(this), message] {
-        if (self && !self->isClosingViewer) {
-            self->environment.alerts.runModal({.style = Alert::Style::warning,
-                                               .messageText = QStringLiteral("Lumvik"),
-                                               .informativeText = message,
-                                               .buttons = {QStringLiteral("OK")}});
-        }
+        // Nobody may be there for days to answer the first alert; one of each kind is enough.
+        if (!self || self->isClosingViewer || self->shownPlaybackErrors.contains(message))
+            return;
+        self->shownPlaybackErrors.insert(message);
+        self->environment.alerts.runModal({.style = Alert::Style::warning,
+                                           .messageText = QStringLiteral("Lumvik"),
+                                           .informativeText = message,
+                                           .buttons = {QStringLiteral("OK")}});
+        // The alert has a loop of its own, in which everything may have ended.
+        if (self)
+            self->shownPlaybackErrors.remove(message);
     });
 }
 

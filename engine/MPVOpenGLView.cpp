@@ -149,6 +149,11 @@ void MPVOpenGLView::forgetPicture() {
         window()->update();
 }
 
+void MPVOpenGLView::hidePicture() {
+    if (std::exchange(m_showsPicture, false) && window() != nullptr)
+        window()->update();
+}
+
 void MPVOpenGLView::setFrameRenderedHandler(std::function<void()> handler) {
     m_frameRenderedHandler = std::move(handler);
 }

@@ -46,6 +46,10 @@ class MPVOpenGLView : public QQuickItem {
     /// Shows black from now on, and neither shows nor reports a frame until `expectPicture`: what
     /// the engine still holds belongs to the stream before, and would look live.
     void forgetPicture();
+    /// Shows black until the next new frame: what stands there now has stood for too long.
+    void hidePicture();
+    /// Whether a picture is shown, and not black.
+    [[nodiscard]] bool showsPicture() const { return m_showsPicture; }
     /// Shows and reports frames again.
     void expectPicture() { m_expectsPicture = true; }
     [[nodiscard]] bool expectsPicture() const { return m_expectsPicture; }

@@ -21,7 +21,9 @@ bool isExpectedEnd(std::uint32_t reason) {
 
 void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
                                             std::int64_t generation) {
-    if (generation != playerGeneration || isClosingViewer)
+    // What a player still had to say when it was destroyed is of no interest, even before there is
+    // another one.
+    if (generation != playerGeneration || mpv == nullptr || isClosingViewer)
         return;
     const LogChannel &log = LumvikLog::playback();
     std::visit(
@@ -36,32 +38,30 @@ void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::PlaybackRestart>) {
                 log.debug(QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::EndFile>) {
-                if (!isExpectedEnd(report.reason)) {
-                    videoHost->forgetPicture(); // a last frame that stays would look live
-                    log.error(QStringLiteral("mpv ended the stream: reason=%1, error=%2.")
-                                  .arg(static_cast<std::int32_t>(report.reason))
-                                  .arg(report.error));
-                }
+                if (isExpectedEnd(report.reason))
+                    allowSleep(); // where sleep waited for the stream to stop
+                else
+                    streamDidEnd(report);
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::Shutdown>) {
                 log.error(QStringLiteral("mpv shut down unexpectedly."));
+                schedulePlaybackRecovery({.reason = QStringLiteral("mpv shutdown"),
+                                          .recreation = PlayerRecreation::forced});
             } else {
                 static_assert(std::is_same_v<Report, PlaybackEngineEvents::QueueOverflow>);
                 log.error(QStringLiteral("The mpv event queue overflowed."));
+                schedulePlaybackRecovery({.reason = QStringLiteral("mpv event queue overflow"),
+                                          .recreation = PlayerRecreation::forced});
             }
         },
         event);
 }
 
-void AppDelegate::recordRenderedFrame(std::int64_t generation) {
-    if (generation != playerGeneration || isClosingViewer)
-        return;
-    const PlaybackSupervisorState previous = playbackState;
-    lastFrameRenderedAt = environment.mainQueue.now();
-    playbackState = PlaybackSupervisorState::playing;
-    if (previous != PlaybackSupervisorState::playing) {
-        LumvikLog::playback().log(
-            QStringLiteral("Live video frames resumed for player generation %1.").arg(generation));
-    }
+void AppDelegate::streamDidEnd(const PlaybackEngineEvents::EndFile &end) {
+    videoHost->forgetPicture(); // a last frame that stays would look live
+    LumvikLog::playback().error(QStringLiteral("mpv ended the stream: reason=%1, error=%2.")
+                                    .arg(static_cast<std::int32_t>(end.reason))
+                                    .arg(end.error));
+    schedulePlaybackRecovery({.reason = QStringLiteral("mpv ended the stream")});
 }
 
 void AppDelegate::selectCamera(int index) {
@@ -69,13 +69,16 @@ void AppDelegate::selectCamera(int index) {
         return;
     if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
         qFatal("The selection generations are used up.");
+    playbackRetryCount = 0;
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
     cameraPicker->selectItem(index);
     environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, index);
     updateViewerControlLayout();
     if (mpv != nullptr)
         loadCamera(index);
-    else if (!playbackAwaitsWindow)
-        startPlayer();
+    else
+        requestLocalNetworkAccessAndStart();
 }
 
 } // namespace lumvik

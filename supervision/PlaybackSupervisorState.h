@@ -4,9 +4,11 @@ namespace lumvik {
 
 /// What the video engine is doing.
 enum class PlaybackSupervisorState {
-    stopped,  ///< No player instance is running.
-    starting, ///< A player was created or a load was issued; no frame has been drawn since.
-    playing,  ///< At least one frame has been drawn for the current load.
+    stopped,    ///< No player instance is running.
+    starting,   ///< A player was created or a load was issued; no frame has been drawn since.
+    playing,    ///< At least one frame has been drawn for the current load.
+    backingOff, ///< A recovery attempt is scheduled and waits for its delay.
+    suspended,  ///< Parked, because the system sleeps or no network path is usable.
 };
 
 } // namespace lumvik

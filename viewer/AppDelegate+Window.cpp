@@ -188,10 +188,16 @@ void AppDelegate::closeCameraViewer() {
 }
 
 void AppDelegate::windowWillClose() {
+    environment.limitTimeToExit();
     isClosingViewer = true;
+    environment.userDefaults.synchronize(); // first, should the rest run out of time
+    playbackWatchdog.reset();
     // Late results of the selection until now find another generation and do nothing.
     if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
         qFatal("The selection generations are used up.");
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
+    allowSleep();
     stopPlayerEngine();
     closePopUpMenus();
     cameraMenuIsOpen = false;
@@ -254,7 +260,9 @@ void AppDelegate::graphicsAreBack() {
     if (isClosingViewer)
         return;
     LumvikLog::playback().log(QStringLiteral("The window's graphics are back."));
-    startPlayer();
+    schedulePlaybackRecovery({.reason = QStringLiteral("window graphics restored"),
+                              .urgency = RecoveryUrgency::immediate,
+                              .recreation = PlayerRecreation::forced});
 }
 
 } // namespace lumvik

@@ -29,18 +29,27 @@ void ControllerTest::launch(const CameraList &cameras) {
 }
 
 void ControllerTest::launch() {
-    delegate = std::make_unique<AppDelegate>(AppEnvironment{.mainQueue = queue,
-                                                            .userDefaults = home.userDefaults(),
-                                                            .store = home.store(),
-                                                            .alerts = alerts,
-                                                            .terminate = [this] { ++terminations; },
-                                                            .engineLogLevel = "warn"});
+    delegate = std::make_unique<AppDelegate>(
+        AppEnvironment{.mainQueue = queue,
+                       .userDefaults = home.userDefaults(),
+                       .store = home.store(),
+                       .alerts = alerts,
+                       .sleepMonitor = sleepMonitor,
+                       .makeNetworkPathMonitor = [this] { return networkPath.makeMonitor(); },
+                       .makeConnection = network.factory(),
+                       .random = [this] { return random; },
+                       .limitTimeToExit = [this] { ++exitLimits; },
+                       .terminate = [this] { ++terminations; },
+                       .engineLogLevel = "warn"});
     delegate->applicationDidFinishLaunching();
 }
 
 void ControllerTest::startPlaying() {
     queue.runPending();
-    EXPECT_TRUE(eventually([this] { return access().playerGeneration() > 0; }));
+    EXPECT_TRUE(eventually([this] {
+        queue.runPending();
+        return access().playerGeneration() > 0;
+    }));
 }
 
 void ControllerTest::launchAndPlay(const CameraList &cameras) {

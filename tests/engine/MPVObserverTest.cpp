@@ -18,7 +18,9 @@ class MPVObserverTest : public testing::Test {
         mpv_terminate_destroy(player);
     }
     void observe(const char *level = "warn") {
-        observer.emplace(player, queue, level, [this] { ++changes; });
+        observer.emplace(player, queue, level,
+                         MPVObserver::Handlers{.videoParametersChanged = [this] { ++changes; },
+                                               .endReachedChanged = [this] { ++endChanges; }});
     }
     [[nodiscard]] QStringList logged() const { return log.texts(QStringLiteral("playback")); }
 
@@ -27,6 +29,7 @@ class MPVObserverTest : public testing::Test {
     const CapturedLog log;
     mpv_handle *player = mpv_create();
     int changes = 0;
+    int endChanges = 0;
     std::optional<MPVObserver> observer;
 };
 
@@ -37,10 +40,11 @@ TEST_F(MPVObserverTest, IsAClientOfItsOwnThatAsksForWhatItNeeds) {
                                "mpv_create_client(core 1, observer)",
                                "mpv_request_log_messages(client 1 of core 1, trace)",
                                "mpv_observe_property(client 1 of core 1, video-params, 0)",
+                               "mpv_observe_property(client 1 of core 1, eof-reached, 3)",
                                "mpv_set_wakeup_callback(client 1 of core 1, a callback)",
                            }));
     observer.reset();
-    EXPECT_EQ(mpv.texts().at(5), "mpv_set_wakeup_callback(client 1 of core 1, none)");
+    EXPECT_EQ(mpv.texts().at(6), "mpv_set_wakeup_callback(client 1 of core 1, none)");
     EXPECT_EQ(mpv.texts().back(), "mpv_destroy(client 1 of core 1)");
 }
 

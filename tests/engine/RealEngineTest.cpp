@@ -212,7 +212,7 @@ TEST_F(RealEngineTest, LogsNoPasswordAtItsMostTalkative) {
     QtMainQueue queue;
     const Core core = makePlayer();
     {
-        const MPVObserver observer(core.get(), queue, "trace", [] {});
+        const MPVObserver observer(core.get(), queue, "trace", {[] {}, [] {}});
         ASSERT_GE(load(core.get(), address), 0);
         ASSERT_TRUE(waitForEvent(core.get(), MPV_EVENT_PLAYBACK_RESTART));
         // The wrong password as well: refusals are what engines like to quote.

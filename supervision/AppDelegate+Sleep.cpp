@@ -1,0 +1,68 @@
+// Sleep and wake: connections die across sleep, so playback is parked before and made anew after.
+
+#include "app/AppDelegate.h"
+#include "platform/LumvikLog.h"
+
+#include <QPointer>
+
+namespace lumvik {
+
+namespace {
+
+/// How long sleep is held off at most for the stream to stop, in seconds. The system grants five.
+constexpr double longestSleepDelay = 2;
+
+} // namespace
+
+void AppDelegate::holdSleepUntilStopped(SleepMonitor::SleepDelay delay) {
+    // Held before the stop, whose end may be reported at once.
+    sleepDelay = std::move(delay);
+    systemWillSleep();
+    if (mpv == nullptr || isClosingViewer) {
+        sleepDelay.reset();
+        return;
+    }
+    // The end of the stream drops the delay; this is for an engine that never reports it.
+    sleepDelayLimit = environment.mainQueue.after(longestSleepDelay, [self = QPointer(this)] {
+        if (self)
+            self->sleepDelay.reset();
+    });
+}
+
+void AppDelegate::systemWillSleep() {
+    if (isClosingViewer)
+        return;
+    LumvikLog::lifecycle().log(
+        QStringLiteral("The Mac is sleeping; playback recovery is suspended."));
+    systemIsSleeping = true;
+    playbackState = PlaybackSupervisorState::suspended;
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
+    if (mpv == nullptr)
+        return;
+    videoHost->forgetPicture(); // whoever wakes the machine would take it for live
+    mpv_command_string(mpv, "stop");
+}
+
+void AppDelegate::systemDidWake() {
+    if (isClosingViewer)
+        return;
+    LumvikLog::lifecycle().log(
+        QStringLiteral("The Mac woke; scheduling a fresh camera connection."));
+    allowSleep();
+    systemIsSleeping = false;
+    lastFrameRenderedAt.reset();
+    schedulePlaybackRecovery({.reason = QStringLiteral("system wake"),
+                              .urgency = RecoveryUrgency::immediate,
+                              .recreation = PlayerRecreation::forced});
+}
+
+void AppDelegate::allowSleep() {
+    if (sleepDelayLimit) {
+        sleepDelayLimit->cancel();
+        sleepDelayLimit.reset();
+    }
+    sleepDelay.reset();
+}
+
+} // namespace lumvik

@@ -1,0 +1,87 @@
+// The watchdog over drawn frames, which are the only trustworthy sign of health.
+
+#include "app/AppDelegate.h"
+#include "platform/LumvikLog.h"
+#include "supervision/PlaybackHealth.h"
+
+#include <QPointer>
+
+namespace lumvik {
+
+void AppDelegate::recordRenderedFrame(std::int64_t generation) {
+    if (generation != playerGeneration || mpv == nullptr || isClosingViewer || systemIsSleeping)
+        return;
+    const PlaybackSupervisorState previous = playbackState;
+    lastFrameRenderedAt = environment.mainQueue.now();
+    playbackState = PlaybackSupervisorState::playing;
+    playbackRetryCount = 0;
+    cancelPlaybackRetry();
+    if (previous != PlaybackSupervisorState::playing) {
+        LumvikLog::playback().log(
+            QStringLiteral("Live video frames resumed for player generation %1.").arg(generation));
+    }
+}
+
+void AppDelegate::startPlaybackWatchdog() {
+    playbackWatchdog.reset();
+    playbackWatchdog =
+        environment.mainQueue.repeating(playbackWatchdogInterval, [self = QPointer(this)] {
+            if (self)
+                self->evaluatePlaybackHealth();
+        });
+}
+
+void AppDelegate::evaluatePlaybackHealth() {
+    if (isClosingViewer || systemIsSleeping || mpv == nullptr)
+        return;
+    hideStalePicture();
+    if (!networkPathIsSatisfied)
+        return;
+    const bool isPlaying = playbackState == PlaybackSupervisorState::playing;
+    switch (playbackVerdict({.state = playbackState,
+                             .now = environment.mainQueue.now(),
+                             .lastCameraLoad = lastCameraLoad,
+                             .lastFrameRenderedAt = lastFrameRenderedAt,
+                             .streamHasEnded = isPlaying && streamHasEnded()})) {
+    case PlaybackVerdict::healthy:
+        break;
+    case PlaybackVerdict::engineStopped:
+        schedulePlaybackRecovery({.reason = QStringLiteral("video engine stopped unexpectedly"),
+                                  .recreation = PlayerRecreation::forced});
+        break;
+    case PlaybackVerdict::noFirstFrame:
+        schedulePlaybackRecovery({.reason = QStringLiteral("no first video frame")});
+        break;
+    case PlaybackVerdict::streamEnded:
+        streamDidEnd({.reason = MPV_END_FILE_REASON_EOF, .error = 0});
+        break;
+    case PlaybackVerdict::heartbeatStalled:
+        schedulePlaybackRecovery({.reason = QStringLiteral("video frame heartbeat stalled")});
+        break;
+    }
+}
+
+void AppDelegate::hideStalePicture() {
+    // Recovery may be out of the question while the network is gone, and then the last picture
+    // would stand there for hours, looking live.
+    if (lastFrameRenderedAt &&
+        environment.mainQueue.now() - *lastFrameRenderedAt >= heartbeatStallThreshold)
+        videoHost->hidePicture();
+}
+
+void AppDelegate::endOfStreamMayHaveBeenReached() {
+    // What is known of a stream that is being replaced is of no interest any more.
+    if (isClosingViewer || systemIsSleeping || mpv == nullptr || !videoHost->expectsPicture())
+        return;
+    const bool isLive = playbackState == PlaybackSupervisorState::starting ||
+                        playbackState == PlaybackSupervisorState::playing;
+    if (isLive && streamHasEnded())
+        streamDidEnd({.reason = MPV_END_FILE_REASON_EOF, .error = 0});
+}
+
+bool AppDelegate::streamHasEnded() const {
+    int ended = 0;
+    return mpv_get_property(mpv, "eof-reached", MPV_FORMAT_FLAG, &ended) >= 0 && ended != 0;
+}
+
+} // namespace lumvik
