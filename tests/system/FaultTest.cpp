@@ -161,7 +161,7 @@ testing::AssertionResult FaultTest::neverTwoAttemptsPending(qsizetype mark) cons
     // network or sleep made needless, by theirs.
     const QString ended =
         QStringLiteral("%1|%2|%3|debug network: The local-network preflight .*|info network: "
-                       "Network path update: .*|default lifecycle: The Mac .*")
+                       "Network path update: satisfied=false.*|default lifecycle: The Mac is .*")
             .arg(probing, resumed, loading);
     bool isPending = false;
     const QStringList lines = logLines(mark);
