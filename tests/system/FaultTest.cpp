@@ -4,6 +4,7 @@
 #include "Eventually.h"
 #include "Pixels.h"
 
+#include <algorithm>
 #include <csignal>
 #include <iostream>
 
