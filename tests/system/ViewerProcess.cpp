@@ -36,8 +36,9 @@ ViewerProcess::~ViewerProcess() {
     }
 }
 
-testing::AssertionResult ViewerProcess::start() {
-    if (const auto started = process().start(QStringLiteral(LUMVIK_VIEWER_PROGRAM), {}); !started)
+testing::AssertionResult ViewerProcess::start(const QStringList &launcher) {
+    const QStringList command = launcher + QStringList{QStringLiteral(LUMVIK_VIEWER_PROGRAM)};
+    if (const auto started = process().start(command.first(), command.mid(1)); !started)
         return started;
     return waitForWindow(QStringLiteral("Lumvik"), 60s);
 }

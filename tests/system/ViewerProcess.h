@@ -28,8 +28,9 @@ class ViewerProcess : public DesktopProgram {
                   const Variables &variables = {});
     ~ViewerProcess();
 
-    /// Starts the program and waits until its window is on the screen.
-    [[nodiscard]] testing::AssertionResult start();
+    /// Starts the program and waits until its window is on the screen. `launcher` is a command
+    /// that becomes the program whose path follows it, such as one that enters a namespace first.
+    [[nodiscard]] testing::AssertionResult start(const QStringList &launcher = {});
 
     /// The log so far. What is on standard error without being a log line is not in it.
     [[nodiscard]] QList<LogLine> log() const;

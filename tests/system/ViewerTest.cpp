@@ -74,8 +74,8 @@ CameraProcess *ViewerTest::startListedCamera(const CameraSetup &setup) {
 
 void ViewerTest::startViewer(const ViewerProcess::Variables &variables) {
     viewer.reset();
-    viewer = std::make_unique<ViewerProcess>(desktop, home, variables);
-    ASSERT_TRUE(viewer->start());
+    viewer = std::make_unique<ViewerProcess>(desktop, home, viewerVariables + variables);
+    ASSERT_TRUE(viewer->start(viewerLauncher));
 }
 
 void ViewerTest::startViewerAndWaitForPicture(const ViewerProcess::Variables &variables) {

@@ -87,6 +87,9 @@ class ViewerTest : public testing::Test {
     Keyboard keyboard{desktop};
     std::vector<std::unique_ptr<CameraProcess>> cameras;
     std::unique_ptr<ViewerProcess> viewer;
+    /// What every viewer is started through and with; see ViewerProcess.
+    QStringList viewerLauncher;
+    ViewerProcess::Variables viewerVariables;
     int scale = 1;
 };
 
