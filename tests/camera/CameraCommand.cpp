@@ -18,7 +18,9 @@ Result parsePlain(const QString &word) {
         {QStringLiteral("end"), End{}},         {QStringLiteral("drop"), Drop{}},
         {QStringLiteral("refuse"), Refuse{}},   {QStringLiteral("accept"), Accept{}},
         {QStringLiteral("silent"), Silent{}},   {QStringLiteral("speak"), Speak{}},
-        {QStringLiteral("clients"), Clients{}}, {QStringLiteral("quit"), Quit{}},
+        {QStringLiteral("hangup"), HangUp{}},   {QStringLiteral("stay"), Stay{}},
+        {QStringLiteral("clients"), Clients{}}, {QStringLiteral("streams"), Streams{}},
+        {QStringLiteral("quit"), Quit{}},
     };
     const auto found = commands.constFind(word);
     if (found == commands.constEnd())

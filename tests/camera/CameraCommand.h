@@ -33,6 +33,10 @@ struct Accept {};
 struct Silent {};
 /// Answers again; the connections taken during the silence are closed.
 struct Speak {};
+/// Connections are closed; new ones may play and are closed then, before the first picture.
+struct HangUp {};
+/// Those that play are served again.
+struct Stay {};
 /// The picture has this size from the next frame on, for running clients too.
 struct Resize {
     QSize size;
@@ -47,16 +51,17 @@ struct UseCodec {
 };
 /// Asks how many connections there are.
 struct Clients {};
+/// Asks how many connections play, how many ever did at once, and how many times one began to.
+struct Streams {};
 struct Quit {};
 
 } // namespace CameraCommand
 
-using AnyCameraCommand =
-    std::variant<CameraCommand::Freeze, CameraCommand::Thaw, CameraCommand::End,
-                 CameraCommand::Drop, CameraCommand::Refuse, CameraCommand::Accept,
-                 CameraCommand::Silent, CameraCommand::Speak, CameraCommand::Resize,
-                 CameraCommand::Rotate, CameraCommand::UseCodec, CameraCommand::Clients,
-                 CameraCommand::Quit>;
+using AnyCameraCommand = std::variant<
+    CameraCommand::Freeze, CameraCommand::Thaw, CameraCommand::End, CameraCommand::Drop,
+    CameraCommand::Refuse, CameraCommand::Accept, CameraCommand::Silent, CameraCommand::Speak,
+    CameraCommand::HangUp, CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
+    CameraCommand::UseCodec, CameraCommand::Clients, CameraCommand::Streams, CameraCommand::Quit>;
 
 /// Reads one line; the error says what is wrong with it.
 [[nodiscard]] tl::expected<AnyCameraCommand, QString> parseCommand(const QString &line);

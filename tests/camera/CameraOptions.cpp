@@ -127,7 +127,8 @@ QString optionsHelp() {
     declareOptions(parser);
     return parser.helpText() +
            QStringLiteral("\nCommands on standard input, one a line: freeze, thaw, end, drop, drop "
-                          "reset,\nrefuse, accept, silent, speak, size WxH, rotate 0|90|180|270, "
+                          "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
+                          "0|90|180|270, "
                           "codec h264|h265,\nclients, quit.\n");
 }
 

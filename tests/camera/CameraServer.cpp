@@ -184,8 +184,8 @@ void CameraServer::watchClient(GstRTSPClient *client) {
                      this);
     g_signal_connect(client, "play-request",
                      G_CALLBACK(+[](GstRTSPClient *, GstRTSPContext *context, gpointer self) {
-                         if (const OutletHolder *outlet = outletOf(context->media))
-                             static_cast<CameraServer *>(self)->m_feed.play(*outlet);
+                         static_cast<CameraServer *>(self)->clientPlays(context->client,
+                                                                        context->media);
                      }),
                      this);
     g_signal_connect(client, "pause-request",
@@ -196,10 +196,36 @@ void CameraServer::watchClient(GstRTSPClient *client) {
                      this);
 }
 
+/// Called once the answer to PLAY has been sent.
+void CameraServer::clientPlays(GstRTSPClient *client, GstRTSPMedia *media) {
+    if (const auto known = find(client); known != m_clients.end())
+        known->plays = true;
+    ++m_playRequests;
+    m_mostPlaying = std::max(m_mostPlaying, playingClients());
+    if (m_behaviour == Behaviour::HangingUp)
+        hangUp(client);
+    else if (const OutletHolder *outlet = outletOf(media))
+        m_feed.play(*outlet);
+}
+
+/// Ends a connection in order, which the library then notices by itself.
+void CameraServer::hangUp(GstRTSPClient *client) {
+    if (const auto known = find(client); known != m_clients.end())
+        g_socket_shutdown(known->socket.get(), TRUE, TRUE, nullptr);
+}
+
+std::vector<CameraServer::Client>::iterator CameraServer::find(GstRTSPClient *client) {
+    return std::find_if(m_clients.begin(), m_clients.end(),
+                        [client](const Client &one) { return one.client.get() == client; });
+}
+
+long CameraServer::playingClients() const {
+    return std::count_if(m_clients.cbegin(), m_clients.cend(),
+                         [](const Client &one) { return one.plays; });
+}
+
 void CameraServer::forgetClient(GstRTSPClient *client) {
-    const auto known =
-        std::find_if(m_clients.begin(), m_clients.end(),
-                     [client](const Client &one) { return one.client.get() == client; });
+    const auto known = find(client);
     if (known == m_clients.end())
         return;
     g_signal_handlers_disconnect_by_data(client, this);
@@ -285,6 +311,18 @@ CameraServer::Answer CameraServer::perform(CameraCommand::Speak) {
     return QString();
 }
 
+CameraServer::Answer CameraServer::perform(CameraCommand::HangUp) {
+    if (m_behaviour != Behaviour::HangingUp)
+        closeClients(CameraCommand::Drop::Manner::Orderly);
+    m_behaviour = Behaviour::HangingUp;
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Stay) {
+    m_behaviour = Behaviour::Serving;
+    return QString();
+}
+
 CameraServer::Answer CameraServer::perform(CameraCommand::Resize resize) {
     m_feed.resize(resize.size);
     return QString();
@@ -304,6 +342,10 @@ CameraServer::Answer CameraServer::perform(CameraCommand::UseCodec command) {
 
 CameraServer::Answer CameraServer::perform(CameraCommand::Clients) {
     return QString::number(m_clients.size() + m_silentConnections.count());
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Streams) {
+    return QStringLiteral("%1 %2 %3").arg(playingClients()).arg(m_mostPlaying).arg(m_playRequests);
 }
 
 CameraServer::Answer CameraServer::perform(CameraCommand::Quit) {

@@ -36,10 +36,11 @@ class CameraServer {
 
   private:
     using Answer = tl::expected<QString, QString>;
-    enum class Behaviour { Serving, Silent };
+    enum class Behaviour { Serving, Silent, HangingUp };
     struct Client {
         GObjectPointer<GstRTSPClient> client;
         GObjectPointer<GSocket> socket;
+        bool plays = false;
     };
 
     explicit CameraServer(const CameraOptions &options);
@@ -49,6 +50,10 @@ class CameraServer {
     void takeConnection(GObjectPointer<GSocket> socket);
     void configureMedia(GstRTSPMedia *media);
     void watchClient(GstRTSPClient *client);
+    void clientPlays(GstRTSPClient *client, GstRTSPMedia *media);
+    void hangUp(GstRTSPClient *client);
+    [[nodiscard]] std::vector<Client>::iterator find(GstRTSPClient *client);
+    [[nodiscard]] long playingClients() const;
     void forgetClient(GstRTSPClient *client);
     void cleanUp();
     void closeClients(CameraCommand::Drop::Manner manner);
@@ -61,10 +66,13 @@ class CameraServer {
     Answer perform(CameraCommand::Accept);
     Answer perform(CameraCommand::Silent);
     Answer perform(CameraCommand::Speak);
+    Answer perform(CameraCommand::HangUp);
+    Answer perform(CameraCommand::Stay);
     Answer perform(CameraCommand::Resize resize);
     Answer perform(CameraCommand::Rotate rotate);
     Answer perform(CameraCommand::UseCodec command);
     Answer perform(CameraCommand::Clients);
+    Answer perform(CameraCommand::Streams);
     Answer perform(CameraCommand::Quit);
 
     const CameraOptions m_options;
@@ -75,6 +83,8 @@ class CameraServer {
     GObjectPointer<GstRTSPServer> m_server;
     GObjectPointer<GstRTSPMediaFactory> m_factory;
     std::vector<Client> m_clients;
+    long m_mostPlaying = 0;
+    long m_playRequests = 0;
     /// Clients whose connection has ended lately. gst-rtsp-server may still hold a deferred call
     /// for them, without a reference, when a sending failed at the moment in which they went; they
     /// are kept from one clean-up to the next but one.

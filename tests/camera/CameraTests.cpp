@@ -261,6 +261,23 @@ TEST(TestCamera, SilentCameraTakesConnectionsAndAnswersNothing) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
+TEST(TestCamera, HangsUpOnThoseWhoPlayUntilToldToStay) {
+    CameraUnderTest camera;
+    const auto watcher = watch(camera);
+    EXPECT_EQ(camera.command("hangup"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher->isClosed(); }));
+    for (int n = 0; n < 3; ++n) {
+        RtspConversation client(camera.url());
+        ASSERT_TRUE(client.connectToServer());
+        EXPECT_EQ(client.play(), 200);
+        EXPECT_TRUE(waitUntil([&] { return client.isClosed(); }));
+        EXPECT_EQ(client.pictures(), 0);
+    }
+    EXPECT_TRUE(waitUntil([&] { return camera.clients() == 0; }));
+    EXPECT_EQ(camera.command("stay"), QStringLiteral("ok"));
+    EXPECT_GE(watch(camera)->pictures(), 3);
+}
+
 TEST(TestCamera, SizeChangesForRunningAndForNewClients) {
     CameraUnderTest camera;
     const StreamPlayer running(camera.url());
@@ -379,6 +396,22 @@ TEST(TestCamera, ClientsAreCountedByConnection) {
     EXPECT_TRUE(waitUntil([&] { return first->pictures() >= pictures + 5; }));
     first->abort();
     EXPECT_TRUE(waitUntil([&] { return camera.clients() == 0; }));
+}
+
+TEST(TestCamera, StreamsAreCountedWhileTheyPlay) {
+    CameraUnderTest camera;
+    EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 0 0 0"));
+    auto first = watch(camera);
+    EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 1 1 1"));
+    RtspConversation onlooker(camera.url()); // connected, but not playing
+    ASSERT_TRUE(onlooker.connectToServer());
+    ASSERT_TRUE(onlooker.request("OPTIONS"));
+    EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 1 1 1"));
+    const auto second = watch(camera);
+    first.reset();
+    EXPECT_TRUE(waitUntil([&] { return camera.command("streams") == QStringLiteral("ok 1 2 2"); }));
+    EXPECT_EQ(camera.command("drop"), QStringLiteral("ok"));
+    EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 0 2 2"));
 }
 
 /// Goes so many steps into a conversation; answers whether the camera played along.

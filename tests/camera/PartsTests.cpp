@@ -54,9 +54,10 @@ TEST(CameraOptions, BadOnesAreRefused) {
 }
 
 TEST(CameraCommand, EveryCommandIsUnderstood) {
-    for (const char *line : {"freeze", "thaw", "end", "drop", "drop reset", "refuse", "accept",
-                             "silent", "speak", "size 640x360", "rotate 0", "rotate 270",
-                             "codec h265", "clients", "quit", "  drop  reset "})
+    for (const char *line :
+         {"freeze", "thaw", "end", "drop", "drop reset", "refuse", "accept", "silent", "speak",
+          "size 640x360", "rotate 0", "rotate 270", "codec h265", "hangup", "stay", "clients",
+          "streams", "quit", "  drop  reset "})
         EXPECT_TRUE(parseCommand(QLatin1String(line))) << line;
     const auto rotate = parseCommand(QStringLiteral("rotate 90"));
     ASSERT_TRUE(rotate);
