@@ -18,9 +18,9 @@ CameraProcess::CameraProcess(CameraSetup setup)
     , m_process(QStringLiteral("the test camera"), QProcessEnvironment::systemEnvironment()) {}
 
 testing::AssertionResult CameraProcess::start() {
-    if (const auto started =
-            m_process.start(QStringLiteral(LUMVIK_TEST_CAMERA_PROGRAM), arguments());
-        !started)
+    const QStringList command =
+        m_setup.launcher + QStringList{QStringLiteral(LUMVIK_TEST_CAMERA_PROGRAM)} + arguments();
+    if (const auto started = m_process.start(command.first(), command.mid(1)); !started)
         return started;
     static const QString readyPrefix = QStringLiteral("ready ");
     const bool settled = eventually(startDeadline, [this] {
@@ -41,8 +41,10 @@ testing::AssertionResult CameraProcess::start() {
 
 QStringList CameraProcess::arguments() const {
     QStringList arguments = {
+        QStringLiteral("--address"),
+        m_setup.address,
         QStringLiteral("--port"),
-        QStringLiteral("0"),
+        QString::number(m_setup.port),
         QStringLiteral("--name"),
         m_setup.name,
         QStringLiteral("--size"),
@@ -50,7 +52,9 @@ QStringList CameraProcess::arguments() const {
         QStringLiteral("--fps"),
         QString::number(m_setup.framesPerSecond),
         QStringLiteral("--gop"),
-        QString::number(m_setup.keyFrameInterval)};
+        QString::number(m_setup.keyFrameInterval),
+        QStringLiteral("--codec"),
+        m_setup.codec};
     if (!m_setup.user.isEmpty()) {
         arguments << QStringLiteral("--user") << m_setup.user << QStringLiteral("--password")
                   << m_setup.password;

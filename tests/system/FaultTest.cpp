@@ -186,6 +186,22 @@ testing::AssertionResult FaultTest::nothingScheduled(qsizetype mark) const {
                                        << logLines(mark).join(u'\n').toStdString();
 }
 
+FaultTest::Streams FaultTest::streamsOf(CameraProcess &camera) {
+    const QStringList words = camera.command("streams").split(u' ');
+    EXPECT_EQ(words.size(), 4) << words.join(u' ').toStdString();
+    return {words.value(1).toInt(), words.value(2).toInt(), words.value(3).toInt()};
+}
+
+void FaultTest::expectOneStream(CameraProcess &camera) {
+    EXPECT_TRUE(eventually(5s,
+                           [&] {
+                               return camera.command("clients") == QStringLiteral("ok 1") &&
+                                      streamsOf(camera).now == 1;
+                           }))
+        << "the camera has " << camera.command("clients").toStdString() << " connections";
+    EXPECT_EQ(streamsOf(camera).most, 1) << "more than one stream was played at once";
+}
+
 testing::AssertionResult FaultTest::windowIsBlack() const {
     const QImage picture = screen.window(viewer->window());
     if (picture.isNull())

@@ -69,6 +69,10 @@ class FaultTest : public ViewerTest {
     /// Whether no recovery was scheduled since `mark`.
     [[nodiscard]] testing::AssertionResult nothingScheduled(qsizetype mark) const;
 
+    /// Waits until the camera has one connection, which plays, and fails the test where two ever
+    /// played at once.
+    static void expectOneStream(CameraProcess &camera);
+
     /// Whether the window is all black, controls apart.
     [[nodiscard]] testing::AssertionResult windowIsBlack() const;
 
@@ -89,6 +93,14 @@ class FaultTest : public ViewerTest {
     static const QString resumed;
     static const QString streamEnded;
     static const QString probing;
+
+    /// What a test camera counts of the connections that play.
+    struct Streams {
+        int now = 0;
+        int most = 0; ///< At once, ever.
+        int all = 0;  ///< Since the camera was started.
+    };
+    static Streams streamsOf(CameraProcess &camera);
 
   private:
     QElapsedTimer m_sinceFault;
