@@ -46,6 +46,18 @@ TEST_F(AccessibilityTest, PinTellsWhetherItIsOn) {
     EXPECT_TRUE(pin->state().checked);
 }
 
+TEST_F(AccessibilityTest, MenuStripIsAMenuBarThatCanBeOpened) {
+    EXPECT_EQ(name(access().mainMenuStrip()), u"Main Menu"_s);
+    EXPECT_EQ(role(access().mainMenuStrip()), QAccessible::MenuBar);
+    QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(access().mainMenuStrip());
+    ASSERT_NE(strip->parent(), nullptr);
+    EXPECT_GE(strip->parent()->indexOfChild(strip), 0);
+    EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
+    strip->actionInterface()->doAction(QAccessibleActionInterface::showMenuAction());
+    EXPECT_TRUE(access().mainMenuStrip()->menuIsOpen());
+    access().mainMenu()->menus().first()->close();
+}
+
 TEST_F(AccessibilityTest, ControlsCanBePressed) {
     QAccessibleInterface *close =
         QAccessible::queryAccessibleInterface(access().closeViewerButton());
