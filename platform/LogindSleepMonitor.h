@@ -43,6 +43,9 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
     void start(std::function<void(SleepDelay)> willSleep, std::function<void()> didWake) override;
     void stop() override;
 
+    /// Whether the login manager has granted an inhibitor that is still this monitor's own.
+    [[nodiscard]] bool holdsInhibitor() const { return m_inhibitor != nullptr; }
+
   private Q_SLOTS: // called by the bus, by name
     void prepareForSleep(bool isBeginning);
     void ownerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
