@@ -14,6 +14,8 @@ TEST(PreflightTarget, PortIsThatOfTheProtocolUnlessTheAddressNamesOne) {
               (PreflightTarget{u"camera.example"_s, 8554}));
     EXPECT_EQ(preflightTarget(u"rtsp://camera.example:65535/"_s),
               (PreflightTarget{u"camera.example"_s, 65535}));
+    EXPECT_EQ(preflightTarget(u"rtsp://camera.example:1/"_s),
+              (PreflightTarget{u"camera.example"_s, 1}));
 }
 
 TEST(PreflightTarget, CredentialsAreNoPartOfTheHost) {
@@ -30,7 +32,8 @@ TEST(PreflightTarget, NumericalHostOfTheNewerKindLosesItsBrackets) {
 TEST(PreflightTarget, AddressWithoutAUsableHostOrPortHasNone) {
     for (const QString &address :
          {u""_s, u"rtsp://"_s, u"rtsp:///front"_s, u"front"_s, u"rtsp://camera.example:65536/"_s,
-          u"rtsp://camera.example:-1/"_s, u"rtsp://camera.example:abc/"_s, u"rtsp://[::1/front"_s})
+          u"rtsp://camera.example:0/"_s, u"rtsp://camera.example:-1/"_s,
+          u"rtsp://camera.example:abc/"_s, u"rtsp://[::1/front"_s})
         EXPECT_EQ(preflightTarget(address), std::nullopt) << address.toStdString();
 }
 
