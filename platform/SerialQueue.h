@@ -11,7 +11,9 @@ class QThread;
 namespace lumvik {
 
 /// A queue of work with a thread of its own: pieces of work run one after another, in the order of
-/// submission. The label names the thread (the kernel keeps its first fifteen characters).
+/// submission. The label is written like a host name backwards; its part behind the last dot names
+/// the thread, of whose name the kernel keeps fifteen characters: the whole label would show only
+/// what the labels of all queues begin with.
 ///
 /// `async` may be called on any thread. Destruction lets the work submitted so far finish and then
 /// joins the thread; it must not happen on the queue's own thread.
