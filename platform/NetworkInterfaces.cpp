@@ -5,12 +5,13 @@
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <net/if_arp.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <optional>
 #include <span>
+#include <string_view>
+#include <system_error>
 
 namespace lumvik {
 
@@ -100,27 +101,6 @@ bool readNextHops(const nlattr &attribute, const DefaultRoute &route,
         rest = rest.subspan(std::min<std::size_t>(MNL_ALIGN(hop.rtnh_len), rest.size()));
     }
     return rest.empty();
-}
-
-struct LinkMessage {
-    ifinfomsg header{};
-    std::string name; // empty when the message does not tell
-};
-
-std::optional<LinkMessage> parsedLink(const nlmsghdr &message) {
-    LinkMessage link;
-    const auto visit = [&](int type, const nlattr &attribute) {
-        if (type != IFLA_IFNAME)
-            return true;
-        if (mnl_attr_validate(&attribute, MNL_TYPE_NUL_STRING) < 0)
-            return false;
-        link.name = mnl_attr_get_str(&attribute);
-        return true;
-    };
-    if (!visitAttributes(message, sizeof link.header, visit))
-        return std::nullopt;
-    std::memcpy(&link.header, mnl_nlmsg_get_payload(&message), sizeof link.header);
-    return link;
 }
 
 struct AddressMessage {
@@ -236,6 +216,26 @@ void eraseSorted(std::vector<Value> &values, const Value &value) {
 
 // MARK: Judging
 
+/// Whether the interface is a device of the machine, or stands on one. `levels` is how far down to
+/// look; the kernel stacks no more than eight interfaces.
+bool standsOnHardware(const std::filesystem::path &folder, const std::string &name,
+                      int levels = 8) {
+    static constexpr std::string_view lowerPrefix = "lower_";
+    std::error_code error;
+    if (std::filesystem::exists(folder / name / "device", error))
+        return true;
+    if (levels == 0)
+        return false;
+    std::filesystem::directory_iterator entry(folder / name, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string file = entry->path().filename();
+        if (file.starts_with(lowerPrefix) &&
+            standsOnHardware(folder, file.substr(lowerPrefix.size()), levels - 1))
+            return true;
+    }
+    return false;
+}
+
 bool canPassTraffic(const NetworkInterface &interface) {
     return interface.isUp && interface.isRunning && !interface.isLoopback;
 }
@@ -264,7 +264,10 @@ NetworkState networkInUse(const NetworkState &state) {
         std::ranges::copy_if(
             state.defaultRoutes, std::back_inserter(inUse.defaultRoutes),
             [&](const DefaultRoute &route) { return route.interfaceIndex == interface.index; });
-        if (!used.addresses.empty() || inUse.defaultRoutes.size() != routesBefore)
+        const bool hasRoute = inUse.defaultRoutes.size() != routesBefore;
+        const bool isVirtualBridge = used.isBridge && !used.bridgesHardware;
+        used.isBridge = used.bridgesHardware = false;
+        if (hasRoute || (!used.addresses.empty() && !isVirtualBridge))
             inUse.interfaces.push_back(std::move(used));
     }
     return inUse;
@@ -284,16 +287,49 @@ NetworkPathSignature networkPathSignature(const NetworkState &state) {
     return signature;
 }
 
-bool isWirelessInterface(const std::string &name) {
-    const std::string folder = "/sys/class/net/" + name;
-    return ::access((folder + "/phy80211").c_str(), F_OK) == 0 ||
-           ::access((folder + "/wireless").c_str(), F_OK) == 0;
+InterfaceFacts interfaceFactsIn(const std::filesystem::path &folder, const std::string &name) {
+    const auto has = [&](const char *entry) {
+        std::error_code error;
+        return std::filesystem::exists(folder / name / entry, error);
+    };
+    InterfaceFacts facts;
+    facts.isWireless = has("phy80211") || has("wireless");
+    facts.isBridge = has("bridge");
+    facts.bridgesHardware = facts.isBridge && standsOnHardware(folder, name);
+    return facts;
+}
+
+InterfaceFacts systemInterfaceFacts(const std::string &name) {
+    return interfaceFactsIn("/sys/class/net", name);
 }
 
 // MARK: The table
 
-NetworkInterfaceTable::NetworkInterfaceTable(WirelessTest isWireless)
-    : m_isWireless(std::move(isWireless)) {}
+struct NetworkInterfaceTable::LinkMessage {
+    ifinfomsg header{};
+    std::string name; // empty when the message does not tell
+
+    static std::optional<LinkMessage> parsed(const nlmsghdr &message);
+};
+
+std::optional<NetworkInterfaceTable::LinkMessage>
+NetworkInterfaceTable::LinkMessage::parsed(const nlmsghdr &message) {
+    LinkMessage link;
+    const auto visit = [&](int type, const nlattr &attribute) {
+        if (type != IFLA_IFNAME)
+            return true;
+        if (mnl_attr_validate(&attribute, MNL_TYPE_NUL_STRING) < 0)
+            return false;
+        link.name = mnl_attr_get_str(&attribute);
+        return true;
+    };
+    if (!visitAttributes(message, sizeof link.header, visit))
+        return std::nullopt;
+    std::memcpy(&link.header, mnl_nlmsg_get_payload(&message), sizeof link.header);
+    return link;
+}
+
+NetworkInterfaceTable::NetworkInterfaceTable(FactSource factsOf) : m_factsOf(std::move(factsOf)) {}
 
 void NetworkInterfaceTable::apply(const nlmsghdr &message) {
     switch (message.nlmsg_type) {
@@ -315,16 +351,22 @@ void NetworkInterfaceTable::apply(const nlmsghdr &message) {
 }
 
 void NetworkInterfaceTable::applyLink(const nlmsghdr &message) {
-    const std::optional<LinkMessage> link = parsedLink(message);
+    const std::optional<LinkMessage> link = LinkMessage::parsed(message);
+    if (!link || link->header.ifi_index <= 0)
+        return;
     // A bridge announces its ports with its own family, their leaving like the end of a link.
-    if (!link || link->header.ifi_family != AF_UNSPEC || link->header.ifi_index <= 0)
-        return;
-    const int index = link->header.ifi_index;
-    m_unlistedInterfaces.erase(index);
-    if (message.nlmsg_type == RTM_DELLINK) {
-        removeInterface(index);
-        return;
+    if (link->header.ifi_family == AF_UNSPEC) {
+        m_unlistedInterfaces.erase(link->header.ifi_index);
+        if (message.nlmsg_type == RTM_DELLINK)
+            removeInterface(link->header.ifi_index);
+        else
+            updateInterface(*link);
     }
+    askAboutBridges();
+}
+
+void NetworkInterfaceTable::updateInterface(const LinkMessage &link) {
+    const int index = link.header.ifi_index;
     NetworkInterface *interface = find(index);
     if (!interface) {
         const auto place =
@@ -332,19 +374,28 @@ void NetworkInterfaceTable::applyLink(const nlmsghdr &message) {
         interface = &*m_state.interfaces.emplace(place);
         interface->index = index;
     }
-    if (!link->name.empty())
-        interface->name = link->name;
+    if (!link.name.empty())
+        interface->name = link.name;
     // The kernel sets IFF_RUNNING from the operational state, for "up" as well as for the "unknown"
     // of tunnels and other devices that know no carrier.
-    interface->isUp = (link->header.ifi_flags & IFF_UP) != 0;
-    interface->isRunning = (link->header.ifi_flags & IFF_RUNNING) != 0;
-    interface->isLoopback = (link->header.ifi_flags & IFF_LOOPBACK) != 0;
-    interface->hardwareType = link->header.ifi_type;
+    interface->isUp = (link.header.ifi_flags & IFF_UP) != 0;
+    interface->isRunning = (link.header.ifi_flags & IFF_RUNNING) != 0;
+    interface->isLoopback = (link.header.ifi_flags & IFF_LOOPBACK) != 0;
+    interface->hardwareType = link.header.ifi_type;
     // Asked again and again because the name may have changed again before it could be looked up.
-    interface->isWireless = interface->isWireless || m_isWireless(interface->name);
+    const InterfaceFacts facts = m_factsOf(interface->name);
+    interface->isWireless = interface->isWireless || facts.isWireless;
+    interface->isBridge = interface->isBridge || facts.isBridge;
     // An interface that goes down loses its routes, those of version 4 without any message.
     if (!interface->isUp)
         removeRoutesOf(index);
+}
+
+void NetworkInterfaceTable::askAboutBridges() {
+    for (NetworkInterface &interface : m_state.interfaces) {
+        if (interface.isBridge)
+            interface.bridgesHardware = m_factsOf(interface.name).bridgesHardware;
+    }
 }
 
 void NetworkInterfaceTable::applyAddress(const nlmsghdr &message) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <set>
 #include <string>
@@ -43,6 +44,8 @@ struct NetworkInterface {
     bool isRunning = false; ///< Has carrier, and can pass packets.
     bool isLoopback = false;
     bool isWireless = false;
+    bool isBridge = false;
+    bool bridgesHardware = false;            ///< Of a bridge: see InterfaceFacts.
     std::uint16_t hardwareType = 0;          ///< One of the ARPHRD_ numbers.
     std::vector<InterfaceAddress> addresses; ///< Sorted.
 
@@ -79,13 +82,31 @@ struct NetworkState {
 /// carrier, and hold an address that reaches others or carry a default route; of those, such
 /// addresses and the default routes. Names are left out. As long as two states are equal in this,
 /// no connection has reason to break.
+///
+/// A bridge over nothing but virtual interfaces, as container and virtual machine managers make
+/// them, needs a default route to count: it has its address whether or not the machine is connected
+/// to anything, and carrier as soon as a guest is started.
 [[nodiscard]] NetworkState networkInUse(const NetworkState &state);
 
 /// The four answers for `state`: satisfied if anything is in use, and the kinds of what is in use.
 [[nodiscard]] NetworkPathSignature networkPathSignature(const NetworkState &state);
 
-/// Whether /sys/class/net describes the interface of this name as a wireless one.
-[[nodiscard]] bool isWirelessInterface(const std::string &name);
+/// What the kernel's messages do not tell of an interface.
+struct InterfaceFacts {
+    bool isWireless = false;
+    bool isBridge = false;
+    /// Of a bridge: whether a device of the machine is among its ports, or below one of them (a
+    /// port may be a VLAN or a bond).
+    bool bridgesHardware = false;
+};
+
+/// The facts that `folder`, laid out like /sys/class/net, holds about the interface of this name;
+/// none where it does not know the name.
+[[nodiscard]] InterfaceFacts interfaceFactsIn(const std::filesystem::path &folder,
+                                              const std::string &name);
+
+/// The facts that /sys/class/net holds.
+[[nodiscard]] InterfaceFacts systemInterfaceFacts(const std::string &name);
 
 /// Follows the kernel's rtnetlink messages about links, addresses and routes, one at a time.
 ///
@@ -95,11 +116,12 @@ struct NetworkState {
 /// one thread.
 class NetworkInterfaceTable {
   public:
-    using WirelessTest = std::function<bool(const std::string &name)>;
+    using FactSource = std::function<InterfaceFacts(const std::string &name)>;
     enum class Listing { links, addresses, routes };
 
-    /// `isWireless` is asked about an interface at each of its link messages until it says yes.
-    explicit NetworkInterfaceTable(WirelessTest isWireless = isWirelessInterface);
+    /// `factsOf` is asked about an interface at each of its link messages, and about all bridges
+    /// at each link message: what joins or leaves a bridge is announced as a link.
+    explicit NetworkInterfaceTable(FactSource factsOf = systemInterfaceFacts);
 
     /// Takes one message, of which `nlmsg_len` bytes must be readable. Malformed messages, and
     /// those about other things, change nothing.
@@ -111,9 +133,13 @@ class NetworkInterfaceTable {
     [[nodiscard]] const NetworkState &state() const { return m_state; }
 
   private:
+    struct LinkMessage;
+
     void applyLink(const nlmsghdr &message);
     void applyAddress(const nlmsghdr &message);
     void applyRoute(const nlmsghdr &message);
+    void updateInterface(const LinkMessage &link);
+    void askAboutBridges();
     void removeInterface(int index);
     void removeAddress(int index, const InterfaceAddress &address);
     void removeRoutesOf(int index);
@@ -121,7 +147,7 @@ class NetworkInterfaceTable {
                                  const InterfaceAddress &address);
     [[nodiscard]] NetworkInterface *find(int index);
 
-    WirelessTest m_isWireless;
+    FactSource m_factsOf;
     NetworkState m_state;
 
     // What the running listing has not mentioned yet.

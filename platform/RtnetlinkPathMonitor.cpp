@@ -70,9 +70,7 @@ int errorOf(const nlmsghdr &message) {
 /// What goes on in the queue's thread: everything except where a function says otherwise.
 class RtnetlinkPathMonitor::Watch {
   public:
-    explicit Watch(Options options)
-        : m_options(std::move(options))
-        , m_table(m_options.isWireless) {}
+    explicit Watch(Options options) : m_options(std::move(options)), m_table(m_options.factsOf) {}
 
     /// Any thread.
     void setHandler(UpdateHandler handler);

@@ -25,7 +25,7 @@ class RtnetlinkPathMonitor final : public NetworkPathMonitor {
     struct Options {
         /// Of the socket, in bytes; 0 leaves the system's default.
         int receiveBufferSize = 0;
-        NetworkInterfaceTable::WirelessTest isWireless = isWirelessInterface;
+        NetworkInterfaceTable::FactSource factsOf = systemInterfaceFacts;
     };
 
     RtnetlinkPathMonitor();

@@ -1,5 +1,7 @@
 #include "platform/NetworkInterfaces.h"
 
+#include <QTemporaryDir>
+
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <libmnl/libmnl.h>
@@ -9,8 +11,10 @@
 #include <net/if_arp.h>
 
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <ostream>
+#include <set>
 
 namespace lumvik {
 
@@ -78,6 +82,12 @@ NetworkInterface tunnel(NetworkInterface interface) {
     return changed(std::move(interface), [](NetworkInterface &i) { i.hardwareType = ARPHRD_NONE; });
 }
 
+NetworkInterface bridge(NetworkInterface interface, bool bridgesHardware) {
+    interface.isBridge = true;
+    interface.bridgesHardware = bridgesHardware;
+    return interface;
+}
+
 NetworkInterface withoutCarrier(NetworkInterface interface) {
     return changed(std::move(interface), [](NetworkInterface &i) { i.isRunning = false; });
 }
@@ -103,10 +113,20 @@ TEST(NetworkPathSignature, IsReadFromWhatIsInUse) {
         {"a wired interface", {interface(2, global)}, {}, ethernet},
         {"a wireless one", {wireless(interface(2, global))}, {}, wiFi},
         {"a tunnel", {tunnel(interface(2, global))}, {}, other},
-        {"a modem that looks like a cable",
+        {"a modem that dials",
          {changed(interface(2, global), [](NetworkInterface &i) { i.hardwareType = ARPHRD_PPP; })},
          {},
          other},
+        {"a bridge over a cable", {bridge(interface(2, global), true)}, {}, ethernet},
+        {"a bridge of guests", {bridge(interface(2, global), false)}, {}, nothing},
+        {"a bridge of guests that is the way out",
+         {bridge(interface(2, global), false)},
+         {route(2, "192.0.2.1")},
+         ethernet},
+        {"the way out beside a bridge of guests",
+         {wireless(interface(2, global)), bridge(interface(3, global), false)},
+         {route(2, "192.0.2.1")},
+         wiFi},
         {"all kinds together",
          {interface(2, global), wireless(interface(3, global)), tunnel(interface(4, global))},
          {},
@@ -157,6 +177,13 @@ TEST(NetworkInUse, LeavesOutWhatNoConnectionDependsOn) {
     embellished.interfaces.push_back(down(interface(3, {address("198.51.100.2")})));
     embellished.defaultRoutes.push_back(route(3, "198.51.100.1"));
     EXPECT_EQ(networkInUse(embellished), networkInUse(plain));
+}
+
+TEST(NetworkInUse, IsTheSameWhateverJoinsABridgeThatIsTheWayOut) {
+    const NetworkInterface plain = interface(2, {address("192.0.2.2")});
+    const std::vector<DefaultRoute> routes = {route(2, "192.0.2.1")};
+    EXPECT_EQ(networkInUse({{bridge(plain, false)}, routes}),
+              networkInUse({{bridge(plain, true)}, routes}));
 }
 
 TEST(NetworkInUse, DiffersWhenAnAddressOrARouteDoes) {
@@ -270,7 +297,12 @@ class NetworkInterfaceTableTest : public testing::Test {
     }
     [[nodiscard]] const NetworkState &state() const { return m_table.state(); }
 
-    NetworkInterfaceTable m_table{[](const std::string &name) { return name.starts_with("wl"); }};
+    std::set<std::string> m_bridgesOverHardware;
+    NetworkInterfaceTable m_table{[this](const std::string &name) {
+        return InterfaceFacts{.isWireless = name.starts_with("wl"),
+                              .isBridge = name.starts_with("br"),
+                              .bridgesHardware = m_bridgesOverHardware.contains(name)};
+    }};
 };
 
 TEST_F(NetworkInterfaceTableTest, FollowsLinkAddressAndRemoval) {
@@ -323,6 +355,18 @@ TEST_F(NetworkInterfaceTableTest, APortThatLeavesABridgeIsNotADeletedLink) {
     apply(link(2, "eth0"));
     apply(Message(RTM_DELLINK).with(ifinfomsg{AF_BRIDGE, 0, ARPHRD_ETHER, 2, upAndRunning, 0}));
     EXPECT_EQ(state().interfaces.size(), 1U);
+}
+
+TEST_F(NetworkInterfaceTableTest, ABridgeIsAskedAboutAgainWhenAPortJoinsOrLeaves) {
+    apply(link(3, "br0"));
+    apply(addressMessage(RTM_NEWADDR, 3, "192.0.2.2"));
+    EXPECT_EQ(signature(), nothing);
+    m_bridgesOverHardware = {"br0"};
+    apply(link(2, "eth0"));
+    EXPECT_EQ(signature(), ethernet);
+    m_bridgesOverHardware = {};
+    apply(Message(RTM_DELLINK).with(ifinfomsg{AF_BRIDGE, 0, ARPHRD_ETHER, 2, upAndRunning, 0}));
+    EXPECT_EQ(signature(), nothing);
 }
 
 TEST_F(NetworkInterfaceTableTest, ARenewedAddressChangesNothing) {
@@ -586,9 +630,67 @@ TEST_F(NetworkInterfaceTableTest, MalformedMessagesChangeNothing) {
     EXPECT_EQ(state(), before);
 }
 
-TEST(WirelessInterface, IsNoneWithoutAnEntryInSysfs) {
-    EXPECT_FALSE(isWirelessInterface("no such interface"));
-    EXPECT_FALSE(isWirelessInterface("lo"));
+// MARK: Facts
+
+/// A folder laid out like /sys/class/net.
+class InterfaceFactsTest : public testing::Test {
+  protected:
+    void add(const std::string &name, const std::vector<std::string> &entries) const {
+        for (const std::string &entry : entries)
+            std::filesystem::create_directories(folder() / name / entry);
+    }
+    [[nodiscard]] InterfaceFacts facts(const std::string &name) const {
+        return interfaceFactsIn(folder(), name);
+    }
+    [[nodiscard]] std::filesystem::path folder() const { return m_folder.path().toStdString(); }
+
+  private:
+    QTemporaryDir m_folder;
+};
+
+TEST_F(InterfaceFactsTest, ThereAreNoneWithoutAnEntry) {
+    add("lo", {"queues"});
+    for (const char *name : {"lo", "no such interface"}) {
+        EXPECT_FALSE(facts(name).isWireless) << name;
+        EXPECT_FALSE(facts(name).isBridge) << name;
+    }
+    EXPECT_FALSE(systemInterfaceFacts("no such interface").isWireless);
+    EXPECT_FALSE(systemInterfaceFacts("lo").isBridge);
+}
+
+TEST_F(InterfaceFactsTest, AWirelessInterfaceIsKnownByEitherEntry) {
+    add("wlan0", {"device", "phy80211"});
+    add("ath0", {"device", "wireless"});
+    add("eth0", {"device"});
+    EXPECT_TRUE(facts("wlan0").isWireless);
+    EXPECT_TRUE(facts("ath0").isWireless);
+    EXPECT_FALSE(facts("eth0").isWireless);
+}
+
+TEST_F(InterfaceFactsTest, ABridgeIsOverHardwareWhenAPortIsOrStandsOnADevice) {
+    add("eth0", {"device"});
+    add("veth1", {"queues"});
+    add("bond0", {"lower_eth0"});
+    add("bond0.7", {"lower_bond0"});
+    const struct {
+        const char *name;
+        std::vector<std::string> entries;
+        bool isOverHardware;
+    } rows[] = {
+        {"empty", {"bridge", "brif"}, false},
+        {"guests", {"bridge", "brif/veth1", "lower_veth1"}, false},
+        {"wired", {"bridge", "brif/veth1", "brif/eth0", "lower_veth1", "lower_eth0"}, true},
+        {"tagged", {"bridge", "brif/bond0.7", "lower_bond0.7"}, true},
+        {"gone", {"bridge", "brif/eth9", "lower_eth9"}, false},
+        {"round", {"bridge", "lower_round"}, false},
+    };
+    for (const auto &row : rows) {
+        add(row.name, row.entries);
+        EXPECT_TRUE(facts(row.name).isBridge) << row.name;
+        EXPECT_EQ(facts(row.name).bridgesHardware, row.isOverHardware) << row.name;
+    }
+    EXPECT_FALSE(facts("eth0").isBridge);
+    EXPECT_FALSE(facts("bond0").isBridge);
 }
 
 } // namespace

@@ -337,11 +337,34 @@ TEST_F(RtnetlinkPathMonitorTest, ADefaultRouteIsEnough) {
 
 TEST_F(RtnetlinkPathMonitorTest, ARenamedInterfaceStaysTheSame) {
     plugIn();
-    startAndWaitFor(wiFi, {.isWireless = [](const std::string &name) { return name == "near"; }});
+    startAndWaitFor(wiFi, {.factsOf = [](const std::string &name) {
+                        return InterfaceFacts{.isWireless = name == "near"};
+                    }});
     run("ip link set near down; ip link set near name renamed; ip link set renamed up");
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, wiFi}));
     run("ip addr del 192.0.2.2/24 dev renamed");
     EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, wiFi, nothing}));
+}
+
+TEST_F(RtnetlinkPathMonitorTest, ABridgeOfContainersIsNoPathBesideAPulledCable) {
+    std::atomic_bool hasHardware = false;
+    plugIn();
+    startAndWaitFor(ethernet, {.factsOf = [&](const std::string &name) {
+                        return InterfaceFacts{.isBridge = name == "bridge",
+                                              .bridgesHardware = hasHardware};
+                    }});
+    run("ip link add bridge type bridge; ip addr add 198.51.100.2/24 dev bridge; "
+        "ip link add port type veth peer name socket; ip link set port master bridge; "
+        "ip link set bridge up; ip link set port up; ip link set socket up");
+    run("ip link set far down");
+    EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
+    // A port that joins, itself without an address, makes the bridge a path.
+    hasHardware = true;
+    run("ip link add wire type veth peer name end; ip link set wire master bridge");
+    EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
+    hasHardware = false;
+    run("ip link set wire nomaster");
+    EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, ethernet, nothing}));
 }
 
 TEST_F(RtnetlinkPathMonitorTest, ADeletedInterfaceIsReported) {
