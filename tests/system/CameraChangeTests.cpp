@@ -101,10 +101,9 @@ TEST_F(CameraChangeTest, WrongPasswordIsTriedLessAndLessOftenUntilItIsRight) {
     home.writeCameras({{camera->setup().name, camera->urlWithPassword(wrong)}});
     startViewer({{QStringLiteral("LUMVIK_ENGINE_LOG"), QStringLiteral("debug")}});
     const QString ended = QStringLiteral("mpv ended the stream");
-    ASSERT_TRUE(logTells({loading, streamEnded, scheduling(QStringLiteral("1"), ended), probing,
-                          loading, streamEnded, scheduling(QStringLiteral("2"), ended), probing,
-                          loading, streamEnded, scheduling(QStringLiteral("3"), ended), probing,
-                          loading, streamEnded, scheduling(QStringLiteral("4"), ended)},
+    ASSERT_TRUE(logTells({loading, streamEnded, backingOff(1, ended), probing, loading, streamEnded,
+                          backingOff(2, ended), probing, loading, streamEnded, backingOff(3, ended),
+                          probing, loading, streamEnded, backingOff(4, ended)},
                          0, 20s));
     EXPECT_EQ(countInLog(loading, 0), 4) << "the camera was asked in between";
     EXPECT_EQ(streamsOf(*camera).all, 0);

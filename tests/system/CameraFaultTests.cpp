@@ -30,8 +30,8 @@ TEST_P(LostStreamTest, PictureIsBackAtOnce) {
     camera->command(GetParam());
     faultIsOver();
     EXPECT_TRUE(isLiveAgainWithin(4s, mark));
-    EXPECT_TRUE(logTells({streamEnded, scheduling(QStringLiteral("1"), endedReason), probing,
-                          probeReady, loading, began, loaded, resumed},
+    EXPECT_TRUE(logTells({streamEnded, backingOff(1, endedReason), probing, probeReady, loading,
+                          began, loaded, resumed},
                          mark));
     EXPECT_EQ(countInLog(anyScheduling, mark), 1);
     expectOneStream(*camera);
@@ -78,13 +78,11 @@ TEST_F(CameraFaultTest, CameraThatDiesIsShownAgainOnceItIsStarted) {
     faultIsOver();
     EXPECT_TRUE(isLiveAgainWithin(5s, mark));
     const QString unreachable = QStringLiteral("local-network preflight failed");
-    EXPECT_TRUE(
-        logTells({streamEnded, scheduling(QStringLiteral("1"), endedReason), probing, probeFailed,
-                  scheduling(QStringLiteral("2"), unreachable), probing, probeFailed,
-                  scheduling(QStringLiteral("3"), unreachable), probing, probeFailed, newEngine,
-                  loading, streamEnded, scheduling(QStringLiteral("4"), endedReason), probing,
-                  probeReady, loading, resumed},
-                 mark));
+    EXPECT_TRUE(logTells(
+        {streamEnded, backingOff(1, endedReason), probing, probeFailed, backingOff(2, unreachable),
+         probing, probeFailed, backingOff(3, unreachable), probing, probeFailed, newEngine, loading,
+         streamEnded, backingOff(4, endedReason), probing, probeReady, loading, resumed},
+        mark));
     EXPECT_TRUE(neverTwoAttemptsPending(mark));
     expectOneStream(*camera);
 }
@@ -115,8 +113,7 @@ TEST_F(CameraFaultTest, LongHangIsNoticedAndHiddenAndThePictureComesWithTheCamer
     QElapsedTimer sinceLastFrame;
     sinceLastFrame.start();
     std::optional<quint32> shown;
-    const QString stalled =
-        scheduling(QStringLiteral("1"), QStringLiteral("video frame heartbeat stalled"));
+    const QString stalled = backingOff(1, QStringLiteral("video frame heartbeat stalled"));
     ASSERT_TRUE(eventually(15s, [&] {
         if (countInLog(stalled, mark) > 0)
             return true;
@@ -149,13 +146,11 @@ TEST_F(CameraFaultTest, CameraThatAnswersNothingIsShownOnceItAnswers) {
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
     camera->command("silent");
-    ASSERT_TRUE(logTells({streamEnded, scheduling(QStringLiteral("1"), endedReason), probing,
+    ASSERT_TRUE(logTells(
+        {streamEnded, backingOff(1, endedReason), probing, probeReady, loading, began}, mark, 4s));
+    ASSERT_TRUE(logTells({began, backingOff(2, QStringLiteral("no first video frame")), probing,
                           probeReady, loading, began},
-                         mark, 4s));
-    ASSERT_TRUE(
-        logTells({began, scheduling(QStringLiteral("2"), QStringLiteral("no first video frame")),
-                  probing, probeReady, loading, began},
-                 mark, 14s));
+                         mark, 14s));
     EXPECT_TRUE(windowIsBlack());
     camera->command("speak");
     faultIsOver();
@@ -170,9 +165,9 @@ TEST_F(CameraFaultTest, CameraThatHangsUpOnEveryStreamIsAskedLessAndLessOften) {
     const qsizetype mark = viewer->logMark();
     camera->command("hangup");
     QStringList story;
-    for (const char *number : {"1", "2", "3", "4"}) {
-        story << streamEnded << scheduling(QLatin1String(number), endedReason);
-        if (*number != '4')
+    for (const int number : {1, 2, 3, 4}) {
+        story << streamEnded << backingOff(number, endedReason);
+        if (number < 4)
             story << probing << probeReady << loading << began;
     }
     EXPECT_TRUE(logTells(story, mark, 15s));

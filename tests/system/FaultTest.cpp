@@ -235,4 +235,18 @@ QString FaultTest::scheduling(const QString &number, const QString &reason) {
         .arg(number, reason);
 }
 
+QString FaultTest::backingOff(int number, const QString &reason) {
+    // Up to 0.35 s, by chance, come on top of each.
+    static const QStringList delays{
+        QStringLiteral("0\\.[5-8]\\d+"),  QStringLiteral("1\\.[0-3]\\d+"),
+        QStringLiteral("2\\.[0-3]\\d+"),  QStringLiteral("4\\.[0-3]\\d+"),
+        QStringLiteral("8\\.[0-3]\\d+"),  QStringLiteral("15\\.[0-3]\\d+"),
+        QStringLiteral("30\\.[0-3]\\d+"),
+    };
+    return QStringLiteral("default playback: Scheduling recovery %1 in %2 seconds; recreate=%3; "
+                          "reason=%4\\.")
+        .arg(QString::number(number), delays.at(std::min<qsizetype>(number, delays.size()) - 1),
+             number % 3 == 0 ? QStringLiteral("true") : QStringLiteral("false"), reason);
+}
+
 } // namespace lumvik::test

@@ -85,6 +85,10 @@ class FaultTest : public ViewerTest {
     /// A pattern for the line that schedules attempt `number` ("1", "\\d+") for `reason`.
     [[nodiscard]] static QString scheduling(const QString &number, const QString &reason);
 
+    /// The same for an attempt that waits as long as its number, 1 or more, asks for, and makes a
+    /// new engine where its number is a multiple of three.
+    [[nodiscard]] static QString backingOff(int number, const QString &reason);
+
     static const QString user;
     static const QString password;
     // Patterns for lines that nearly every story tells.
