@@ -4,12 +4,14 @@
 #include "platform/SerialQueue.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <libmnl/libmnl.h>
 #include <linux/rtnetlink.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <mutex>
 #include <optional>
@@ -32,6 +34,10 @@ constexpr std::size_t receiveSize = 32768;
 
 struct CloseSocket {
     void operator()(mnl_socket *socket) const { mnl_socket_close(socket); }
+};
+/// For objects that may be let go from within their own signal.
+struct DeleteLater {
+    void operator()(QObject *object) const { object->deleteLater(); }
 };
 using Socket = std::unique_ptr<mnl_socket, CloseSocket>;
 
@@ -70,7 +76,10 @@ int errorOf(const nlmsghdr &message) {
 /// What goes on in the queue's thread: everything except where a function says otherwise.
 class RtnetlinkPathMonitor::Watch {
   public:
-    explicit Watch(Options options) : m_options(std::move(options)), m_table(m_options.factsOf) {}
+    explicit Watch(Options options) : m_options(std::move(options)), m_table(m_options.factsOf) {
+        if (!m_options.receive)
+            m_options.receive = mnl_socket_recvfrom;
+    }
 
     /// Any thread.
     void setHandler(UpdateHandler handler);
@@ -78,11 +87,13 @@ class RtnetlinkPathMonitor::Watch {
     void cancel();
 
     void open();
+    /// For good.
     void close();
 
   private:
     [[nodiscard]] bool isCancelled();
     [[nodiscard]] bool connect();
+    void closeSocket();
     void receive();
     void applyReceived(int length);
     void apply(const nlmsghdr &message);
@@ -92,14 +103,17 @@ class RtnetlinkPathMonitor::Watch {
     void reportIfChanged();
     void report(const NetworkPathSignature &signature);
     void fail(int error);
+    void openAnewAfter(std::chrono::milliseconds delay);
 
     std::mutex m_handlerMutex; // guards the next two; held while the handler runs
     UpdateHandler m_handler;
     bool m_isCancelled = false;
 
-    const Options m_options;
+    Options m_options;
     Socket m_socket;
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    std::unique_ptr<QSocketNotifier, DeleteLater> m_notifier;
+    std::unique_ptr<QTimer, DeleteLater> m_openAnew; // runs while closed or waiting for an answer
+    bool m_hasFailed = false;                        // since the last complete lists; told already
     alignas(nlmsghdr) std::array<char, receiveSize> m_buffer{};
 
     NetworkInterfaceTable m_table;
@@ -134,8 +148,7 @@ void RtnetlinkPathMonitor::Watch::open() {
         fail(errno);
         return;
     }
-    m_notifier =
-        std::make_unique<QSocketNotifier>(mnl_socket_get_fd(m_socket.get()), QSocketNotifier::Read);
+    m_notifier.reset(new QSocketNotifier(mnl_socket_get_fd(m_socket.get()), QSocketNotifier::Read));
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
                      [this] { receive(); });
     listEverything();
@@ -143,11 +156,18 @@ void RtnetlinkPathMonitor::Watch::open() {
 }
 
 void RtnetlinkPathMonitor::Watch::close() {
-    if (m_notifier) {
+    closeSocket();
+    m_openAnew.reset();
+}
+
+void RtnetlinkPathMonitor::Watch::closeSocket() {
+    if (m_openAnew)
+        m_openAnew->stop();
+    if (m_notifier)
         m_notifier->setEnabled(false);
-        m_notifier.release()->deleteLater(); // it may be what is calling
-    }
+    m_notifier.reset();
     m_socket.reset();
+    m_running.reset();
 }
 
 /// Subscribes before anything is listed, so that no change falls in between. False leaves errno.
@@ -168,8 +188,7 @@ bool RtnetlinkPathMonitor::Watch::connect() {
 /// buffer the kernel can begin its answer.
 void RtnetlinkPathMonitor::Watch::receive() {
     while (m_socket && !isCancelled()) {
-        const ssize_t length =
-            mnl_socket_recvfrom(m_socket.get(), m_buffer.data(), m_buffer.size());
+        const ssize_t length = m_options.receive(m_socket.get(), m_buffer.data(), m_buffer.size());
         if (length >= 0) {
             applyReceived(static_cast<int>(length));
         } else if (errno == EAGAIN) {
@@ -200,6 +219,8 @@ void RtnetlinkPathMonitor::Watch::apply(const nlmsghdr &message) {
     // Something changed in between the parts of the list; it may lack what was there all along.
     if (isAnswer && (message.nlmsg_flags & NLM_F_DUMP_INTR) != 0)
         m_isRunningInVain = true;
+    if (isAnswer && m_running)
+        openAnewAfter(m_options.answerTimeout);
 
     if (message.nlmsg_type == NLMSG_DONE || message.nlmsg_type == NLMSG_ERROR) {
         const int error = errorOf(message);
@@ -238,12 +259,14 @@ bool RtnetlinkPathMonitor::Watch::requestNextListing() {
             fail(errno);
             return false;
         }
+        openAnewAfter(m_options.answerTimeout);
         return true;
     }
     return false;
 }
 
 void RtnetlinkPathMonitor::Watch::finishListing() {
+    m_openAnew->stop();
     const Listing finished = *std::exchange(m_running, std::nullopt);
     if (std::exchange(m_isRunningInVain, false))
         m_isDue[static_cast<std::size_t>(finished)] = true;
@@ -256,6 +279,7 @@ void RtnetlinkPathMonitor::Watch::reportIfChanged() {
     const bool isComplete = !m_running && m_isDue == decltype(m_isDue){};
     if (!m_socket || (!m_reported && !isComplete))
         return;
+    m_hasFailed = m_hasFailed && !isComplete;
     NetworkState inUse = networkInUse(m_table.state());
     if (m_reported == inUse)
         return;
@@ -270,10 +294,38 @@ void RtnetlinkPathMonitor::Watch::report(const NetworkPathSignature &signature) 
 }
 
 void RtnetlinkPathMonitor::Watch::fail(int error) {
-    LumvikLog::network().error(
-        QStringLiteral("Network changes cannot be followed: %1.").arg(qt_error_string(error)));
-    close();
-    report({.isSatisfied = true});
+    closeSocket();
+    const bool isNews = !std::exchange(m_hasFailed, true);
+    if (m_reported) {
+        // Still the best that is known: another report would break connections that are well.
+        if (isNews) {
+            LumvikLog::network().info(
+                QStringLiteral("Network changes cannot be followed for the moment: %1.")
+                    .arg(qt_error_string(error)));
+        }
+        openAnewAfter(m_options.reopenInterval);
+        return;
+    }
+    openAnewAfter(m_options.startInterval);
+    if (isNews) {
+        LumvikLog::network().error(
+            QStringLiteral("Network changes cannot be followed: %1.").arg(qt_error_string(error)));
+        report({.isSatisfied = true});
+    }
+}
+
+/// Unless something else comes first, closes what is open and begins anew: over a socket that owes
+/// an answer the kernel refuses a second request.
+void RtnetlinkPathMonitor::Watch::openAnewAfter(std::chrono::milliseconds delay) {
+    if (!m_openAnew) {
+        m_openAnew.reset(new QTimer);
+        m_openAnew->setSingleShot(true);
+        QObject::connect(m_openAnew.get(), &QTimer::timeout, m_openAnew.get(), [this] {
+            closeSocket();
+            open();
+        });
+    }
+    m_openAnew->start(delay);
 }
 
 RtnetlinkPathMonitor::RtnetlinkPathMonitor() : RtnetlinkPathMonitor(Options{}) {}

@@ -3,7 +3,14 @@
 #include "platform/NetworkInterfaces.h"
 #include "platform/NetworkPathMonitor.h"
 
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
 #include <memory>
+
+struct mnl_socket;
 
 namespace lumvik {
 
@@ -18,14 +25,23 @@ namespace lumvik {
 /// interface; an address whose lifetime is renewed is no change. If announcements were lost, all is
 /// listed again.
 ///
-/// Where the kernel does not answer, one error line is logged and the path counts as satisfied:
-/// better to try a camera in vain than never.
+/// When reading fails (the kernel may be short of memory for a moment), what was reported last
+/// stays so, and all is listed again over a new socket after `reopenInterval`; a list that the
+/// kernel does not send is asked for again in the same way. Where nothing could be reported in the
+/// first place, one error line is logged and the path counts as satisfied, because it is better to
+/// try a camera in vain than never; that is tried again too, at `startInterval`.
 class RtnetlinkPathMonitor final : public NetworkPathMonitor {
   public:
     struct Options {
         /// Of the socket, in bytes; 0 leaves the system's default.
         int receiveBufferSize = 0;
         NetworkInterfaceTable::FactSource factsOf = systemInterfaceFacts;
+        /// Reads as mnl_socket_recvfrom does, which it is unless something is given.
+        std::function<ssize_t(const mnl_socket *, void *buffer, std::size_t size)> receive = {};
+        std::chrono::milliseconds reopenInterval = std::chrono::seconds(5);
+        std::chrono::milliseconds startInterval = std::chrono::seconds(60);
+        /// How long the next part of a list may take.
+        std::chrono::milliseconds answerTimeout = std::chrono::seconds(5);
     };
 
     RtnetlinkPathMonitor();

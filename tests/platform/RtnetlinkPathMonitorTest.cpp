@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <libmnl/libmnl.h>
 #include <linux/if_tun.h>
 #include <net/if.h>
 #include <sched.h>
@@ -19,6 +20,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <future>
@@ -27,6 +29,7 @@
 #include <ostream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace lumvik {
@@ -45,6 +48,7 @@ constexpr auto deadline = 20s;
 constexpr NetworkPathSignature nothing{};
 constexpr NetworkPathSignature wiFi{.isSatisfied = true, .usesWiFi = true};
 constexpr NetworkPathSignature ethernet{.isSatisfied = true, .usesEthernet = true};
+constexpr NetworkPathSignature satisfied{.isSatisfied = true};
 constexpr NetworkPathSignature other{.isSatisfied = true, .usesOther = true};
 
 using Updates = std::vector<NetworkPathSignature>;
@@ -166,10 +170,24 @@ int shell(const std::string &command) {
     return status;
 }
 
+/// Watches the network of the machine that the test runs on, whatever that is like.
+class RtnetlinkPathMonitorTest : public testing::Test {
+  protected:
+    void makeMonitor(RtnetlinkPathMonitor::Options options = {}) {
+        m_monitor = std::make_unique<RtnetlinkPathMonitor>(std::move(options));
+        m_monitor->setPathUpdateHandler(
+            [this](const NetworkPathSignature &signature) { m_recorder.add(signature); });
+    }
+
+    Recorder m_recorder;
+    SerialQueue m_queue{QStringLiteral("path")};
+    std::unique_ptr<RtnetlinkPathMonitor> m_monitor;
+};
+
 /// Gives each test a network of its own: the thread that the monitor watches from moves into a new
 /// network namespace, which at first has nothing but a loopback interface that is down. A second
 /// thread changes things in there.
-class RtnetlinkPathMonitorTest : public testing::Test {
+class RtnetlinkPathMonitorNamespaceTest : public RtnetlinkPathMonitorTest {
   protected:
     void SetUp() override {
         const int error = runOn(m_queue, [] { return ::unshare(CLONE_NEWNET) == 0 ? 0 : errno; });
@@ -195,11 +213,6 @@ class RtnetlinkPathMonitorTest : public testing::Test {
         run("ip link add near type veth peer name far; ip link set near up; ip link set far up;"
             "ip addr add 192.0.2.2/24 dev near");
     }
-    void makeMonitor(RtnetlinkPathMonitor::Options options = {}) {
-        m_monitor = std::make_unique<RtnetlinkPathMonitor>(std::move(options));
-        m_monitor->setPathUpdateHandler(
-            [this](const NetworkPathSignature &signature) { m_recorder.add(signature); });
-    }
     /// Starts the monitor and forgets the updates until the path is as given: carrier takes a
     /// moment to be noticed.
     void startAndWaitFor(const NetworkPathSignature &signature,
@@ -209,10 +222,19 @@ class RtnetlinkPathMonitorTest : public testing::Test {
         ASSERT_TRUE(m_recorder.waitForLast(signature));
         m_recorder.clear();
     }
-    /// A tunnel, up, with carrier as long as the descriptor is open.
+    [[nodiscard]] bool hasVersion6() {
+        return runOn(m_commands, [] {
+                   return shell("test $(cat /proc/sys/net/ipv6/conf/all/disable_ipv6) = 0 "
+                                "2>/dev/null");
+               }) == 0;
+    }
+    /// A tunnel, up, with carrier as long as the descriptor is open; none where the system has no
+    /// such device, or does not let it be used.
     [[nodiscard]] std::unique_ptr<FileDescriptor> openTunnel() {
         auto tunnel = std::make_unique<FileDescriptor>(
             runOn(m_commands, [] { return ::open("/dev/net/tun", O_RDWR | O_CLOEXEC); }));
+        if (tunnel->get() < 0)
+            return nullptr;
         ifreq request{};
         std::strcpy(request.ifr_name, "tunnel");
         request.ifr_flags = IFF_TUN | IFF_NO_PI;
@@ -222,13 +244,10 @@ class RtnetlinkPathMonitorTest : public testing::Test {
         return tunnel;
     }
 
-    Recorder m_recorder;
     SerialQueue m_commands{QStringLiteral("commands")};
-    SerialQueue m_queue{QStringLiteral("path")};
-    std::unique_ptr<RtnetlinkPathMonitor> m_monitor;
 };
 
-TEST_F(RtnetlinkPathMonitorTest, ReportsOnceThatThereIsNothing) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ReportsOnceThatThereIsNothing) {
     makeMonitor();
     m_monitor->start(m_queue);
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
@@ -237,7 +256,7 @@ TEST_F(RtnetlinkPathMonitorTest, ReportsOnceThatThereIsNothing) {
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, TheFirstReportKnowsAllThatIsThere) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, TheFirstReportKnowsAllThatIsThere) {
     plugIn();
     startAndWaitFor(ethernet);
     RtnetlinkPathMonitor second;
@@ -249,7 +268,7 @@ TEST_F(RtnetlinkPathMonitorTest, TheFirstReportKnowsAllThatIsThere) {
     second.cancel();
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ALostCarrierIsReportedAndItsReturn) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ALostCarrierIsReportedAndItsReturn) {
     plugIn();
     run("ip route add default via 192.0.2.1");
     startAndWaitFor(ethernet);
@@ -259,7 +278,7 @@ TEST_F(RtnetlinkPathMonitorTest, ALostCarrierIsReportedAndItsReturn) {
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ARemovedAddressLeavesNothingToItsDefaultRoute) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ARemovedAddressLeavesNothingToItsDefaultRoute) {
     plugIn();
     run("ip route add default via 192.0.2.1");
     startAndWaitFor(ethernet);
@@ -269,7 +288,8 @@ TEST_F(RtnetlinkPathMonitorTest, ARemovedAddressLeavesNothingToItsDefaultRoute) 
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, AReplacedAddressIsReportedAsALossEvenWhenAllIsReadAtOnce) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest,
+       AReplacedAddressIsReportedAsALossEvenWhenAllIsReadAtOnce) {
     plugIn();
     run("ip route add default via 192.0.2.1");
     startAndWaitFor(ethernet);
@@ -278,7 +298,7 @@ TEST_F(RtnetlinkPathMonitorTest, AReplacedAddressIsReportedAsALossEvenWhenAllIsR
     EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, ethernet, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ASecondInterfaceIsReportedThoughTheKindsAreTheSame) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ASecondInterfaceIsReportedThoughTheKindsAreTheSame) {
     plugIn();
     startAndWaitFor(ethernet);
     run("ip link add bridge type bridge; ip addr add 198.51.100.2/24 dev bridge; "
@@ -289,7 +309,7 @@ TEST_F(RtnetlinkPathMonitorTest, ASecondInterfaceIsReportedThoughTheKindsAreTheS
     EXPECT_TRUE(m_recorder.waitForLast(nothing));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, WhatChangesNothingIsNotReported) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, WhatChangesNothingIsNotReported) {
     plugIn();
     startAndWaitFor(ethernet);
     run("ip addr change 192.0.2.2/24 dev near valid_lft 1000 preferred_lft 1000;"
@@ -302,7 +322,9 @@ TEST_F(RtnetlinkPathMonitorTest, WhatChangesNothingIsNotReported) {
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
 }
 
-TEST_F(RtnetlinkPathMonitorTest, AnAddressOfVersion6CountsOnceItIsConfirmed) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, AnAddressOfVersion6CountsOnceItIsConfirmed) {
+    if (!hasVersion6())
+        GTEST_SKIP() << "this system has no IPv6";
     run("ip link add near type veth peer name far; ip link set near up; ip link set far up");
     startAndWaitFor(nothing);
     run("ip addr add 2001:db8::2/64 dev near");
@@ -311,31 +333,42 @@ TEST_F(RtnetlinkPathMonitorTest, AnAddressOfVersion6CountsOnceItIsConfirmed) {
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{ethernet, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ATunnelIsAnotherKind) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ATunnelIsAnotherKind) {
     startAndWaitFor(nothing);
     auto tunnel = openTunnel();
-    ASSERT_TRUE(tunnel) << std::strerror(errno);
+    if (!tunnel)
+        GTEST_SKIP() << "this system has no tunnels";
     run("ip addr add 192.0.2.2/24 dev tunnel");
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{other});
     tunnel.reset(); // the interface goes with it
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{other, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ADefaultRouteIsEnough) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ADefaultRouteIsEnough) {
     startAndWaitFor(nothing);
     const auto tunnel = openTunnel();
-    ASSERT_TRUE(tunnel) << std::strerror(errno);
+    if (!tunnel)
+        GTEST_SKIP() << "this system has no tunnels";
     run("ip route add default dev tunnel");
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{other});
     run("ip route del default");
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{other, nothing}));
-    run("ip -6 route add default dev tunnel");
-    EXPECT_EQ(m_recorder.waitForCount(3), (Updates{other, nothing, other}));
-    run("ip link set tunnel down");
-    EXPECT_EQ(m_recorder.waitForCount(4), (Updates{other, nothing, other, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ARenamedInterfaceStaysTheSame) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ADefaultRouteOfVersion6IsEnough) {
+    if (!hasVersion6())
+        GTEST_SKIP() << "this system has no IPv6";
+    startAndWaitFor(nothing);
+    const auto tunnel = openTunnel();
+    if (!tunnel)
+        GTEST_SKIP() << "this system has no tunnels";
+    run("ip -6 route add default dev tunnel");
+    EXPECT_EQ(m_recorder.waitForCount(1), Updates{other});
+    run("ip link set tunnel down");
+    EXPECT_EQ(m_recorder.waitForCount(2), (Updates{other, nothing}));
+}
+
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ARenamedInterfaceStaysTheSame) {
     plugIn();
     startAndWaitFor(wiFi, {.factsOf = [](const std::string &name) {
                         return InterfaceFacts{.isWireless = name == "near"};
@@ -346,7 +379,7 @@ TEST_F(RtnetlinkPathMonitorTest, ARenamedInterfaceStaysTheSame) {
     EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, wiFi, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ABridgeOfContainersIsNoPathBesideAPulledCable) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ABridgeOfContainersIsNoPathBesideAPulledCable) {
     std::atomic_bool hasHardware = false;
     plugIn();
     startAndWaitFor(ethernet, {.factsOf = [&](const std::string &name) {
@@ -367,7 +400,7 @@ TEST_F(RtnetlinkPathMonitorTest, ABridgeOfContainersIsNoPathBesideAPulledCable) 
     EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, ethernet, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ADeletedInterfaceIsReported) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ADeletedInterfaceIsReported) {
     plugIn();
     startAndWaitFor(ethernet);
     run("ip link del near");
@@ -383,7 +416,7 @@ std::string burst() {
            "ip link set near down; ip link del near";
 }
 
-TEST_F(RtnetlinkPathMonitorTest, LostAnnouncementsAreMadeUpForByListingAgain) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, LostAnnouncementsAreMadeUpForByListingAgain) {
     plugIn();
     LogCapture log;
     startAndWaitFor(ethernet, {.receiveBufferSize = 4096});
@@ -401,7 +434,7 @@ TEST_F(RtnetlinkPathMonitorTest, LostAnnouncementsAreMadeUpForByListingAgain) {
     EXPECT_TRUE(m_recorder.waitForLast(nothing));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ABurstWhileItReadsEndsWithWhatIsTrue) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ABurstWhileItReadsEndsWithWhatIsTrue) {
     for (const int size : {0, 4096}) {
         plugIn();
         startAndWaitFor(ethernet, {.receiveBufferSize = size});
@@ -415,7 +448,7 @@ TEST_F(RtnetlinkPathMonitorTest, ABurstWhileItReadsEndsWithWhatIsTrue) {
     }
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ManyAddressesTakeSeveralAnswersToList) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ManyAddressesTakeSeveralAnswersToList) {
     plugIn();
     run("for n in $(seq 1500); do echo addr add 10.$((n / 250)).$((n % 250)).1/32 dev near; done "
         "| ip -batch -; ip addr del 192.0.2.2/24 dev near");
@@ -424,7 +457,7 @@ TEST_F(RtnetlinkPathMonitorTest, ManyAddressesTakeSeveralAnswersToList) {
     EXPECT_TRUE(m_recorder.waitForLast(nothing));
 }
 
-TEST_F(RtnetlinkPathMonitorTest, NothingIsReportedAfterCancel) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, NothingIsReportedAfterCancel) {
     plugIn();
     for (int round = 0; round < 20; ++round) {
         startAndWaitFor(ethernet);
@@ -445,19 +478,26 @@ TEST_F(RtnetlinkPathMonitorTest, NothingIsReportedAfterCancel) {
 TEST_F(RtnetlinkPathMonitorTest, CancelWaitsForAHandlerThatRuns) {
     RtnetlinkPathMonitor monitor;
     std::promise<void> entered;
-    std::atomic_bool isCancelling = false;
+    std::promise<void> mayReturn;
+    std::atomic_bool isFirst = true;
     std::atomic_bool isFinished = false;
     monitor.setPathUpdateHandler([&](const NetworkPathSignature &) {
+        if (!isFirst.exchange(false))
+            return;
         entered.set_value();
-        while (!isCancelling)
-            std::this_thread::yield();
+        mayReturn.get_future().wait_for(deadline);
         isFinished = true;
     });
     monitor.start(m_queue);
-    entered.get_future().wait();
-    isCancelling = true;
-    monitor.cancel();
-    EXPECT_TRUE(isFinished);
+    ASSERT_EQ(entered.get_future().wait_for(deadline), std::future_status::ready);
+    auto cancelled = std::async(std::launch::async, [&] {
+        monitor.cancel();
+        return isFinished.load();
+    });
+    // One that does not wait returns well within this.
+    EXPECT_EQ(cancelled.wait_for(200ms), std::future_status::timeout);
+    mayReturn.set_value();
+    EXPECT_TRUE(cancelled.get());
 }
 
 TEST_F(RtnetlinkPathMonitorTest, CancelClosesTheSocketAndIsHarmlessAtAnyTime) {
@@ -473,7 +513,7 @@ TEST_F(RtnetlinkPathMonitorTest, CancelClosesTheSocketAndIsHarmlessAtAnyTime) {
         makeMonitor(); // drops the one before, as it is
         m_monitor->start(m_queue);
         if (round % 2 == 0) {
-            EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
+            EXPECT_FALSE(m_recorder.waitForCount(1).empty());
         }
         m_monitor->cancel();
         m_monitor->cancel();
@@ -494,7 +534,7 @@ TEST_F(RtnetlinkPathMonitorTest, CancelledBeforeItStartsItNeverReports) {
     m_monitor.reset();
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ADestroyedMonitorIsCancelled) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ADestroyedMonitorIsCancelled) {
     plugIn();
     startAndWaitFor(ethernet);
     m_monitor.reset();
@@ -503,25 +543,178 @@ TEST_F(RtnetlinkPathMonitorTest, ADestroyedMonitorIsCancelled) {
     EXPECT_EQ(m_recorder.updates(), Updates{});
 }
 
+/// Lets no descriptor be opened while it lives.
+class NoMoreDescriptors {
+  public:
+    NoMoreDescriptors() {
+        // Every number below the first free one is taken, and no further one is allowed.
+        const int firstFree = ::dup(STDERR_FILENO);
+        ::close(firstFree);
+        m_isSet = firstFree >= 0 && ::getrlimit(RLIMIT_NOFILE, &m_before) == 0;
+        const rlimit none{.rlim_cur = static_cast<rlim_t>(firstFree),
+                          .rlim_max = m_before.rlim_max};
+        m_isSet = m_isSet && ::setrlimit(RLIMIT_NOFILE, &none) == 0;
+    }
+    NoMoreDescriptors(const NoMoreDescriptors &) = delete;
+    NoMoreDescriptors &operator=(const NoMoreDescriptors &) = delete;
+    ~NoMoreDescriptors() {
+        if (m_isSet)
+            ::setrlimit(RLIMIT_NOFILE, &m_before);
+    }
+    [[nodiscard]] bool isSet() const { return m_isSet; }
+
+  private:
+    rlimit m_before{};
+    bool m_isSet = false;
+};
+
 TEST_F(RtnetlinkPathMonitorTest, WithoutASocketThePathCountsAsSatisfiedAndOneErrorIsLogged) {
     LogCapture log;
     makeMonitor();
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    // Every number below the first free one is taken, and no further one is allowed.
-    const int firstFree = ::dup(STDERR_FILENO);
-    ASSERT_GE(firstFree, 0);
-    ::close(firstFree);
-    const rlimit none{.rlim_cur = static_cast<rlim_t>(firstFree), .rlim_max = before.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    m_monitor->start(m_queue);
-    const Updates updates = m_recorder.waitForCount(1);
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
-    EXPECT_EQ(updates, Updates{NetworkPathSignature{.isSatisfied = true}});
+    runOn(m_queue, [] {}); // the thread has opened what it needs itself
+    {
+        const NoMoreDescriptors none;
+        ASSERT_TRUE(none.isSet());
+        m_monitor->start(m_queue);
+        EXPECT_EQ(m_recorder.waitForCount(1), Updates{satisfied});
+    }
     EXPECT_EQ(log.texts(), std::vector<std::string>{
                                "error network: Network changes cannot be followed: Too many open "
                                "files."});
     m_monitor->cancel();
+}
+
+// MARK: Failures in between
+
+/// Stands between the monitor and its socket. Used on the monitor's thread, told from any.
+class Interference {
+  public:
+    std::atomic_int failures = 0; ///< How many of the next reads fail for want of memory.
+    std::atomic_bool losesLists = false;
+    std::atomic_int lostLists = 0;
+
+    ssize_t receive(const mnl_socket *socket, void *buffer, std::size_t size) {
+        if (failures > 0) {
+            --failures;
+            errno = ENOMEM;
+            return -1;
+        }
+        for (;;) {
+            const ssize_t length = mnl_socket_recvfrom(socket, buffer, size);
+            // Announcements of the kernel's own carry no number.
+            if (length <= 0 || !losesLists || static_cast<nlmsghdr *>(buffer)->nlmsg_seq == 0)
+                return length;
+            const std::uint32_t number = static_cast<nlmsghdr *>(buffer)->nlmsg_seq;
+            lostLists += std::exchange(m_lastLost, number) != number ? 1 : 0;
+        }
+    }
+    [[nodiscard]] RtnetlinkPathMonitor::Options options() {
+        return {.receive = [this](const mnl_socket *socket, void *buffer,
+                                  std::size_t size) { return receive(socket, buffer, size); },
+                .reopenInterval = 20ms,
+                .startInterval = 20ms,
+                .answerTimeout = 20ms};
+    }
+
+  private:
+    std::uint32_t m_lastLost = 0; // the number of the list lost last
+};
+
+bool comesTrue(const std::function<bool()> &condition) {
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+TEST_F(RtnetlinkPathMonitorTest, AFailureAtTheStartIsToldOnceAndTriedAgain) {
+    LogCapture log;
+    Interference interference;
+    interference.failures = 3;
+    makeMonitor(interference.options());
+    m_monitor->start(m_queue);
+    const Updates updates = m_recorder.waitForCount(2);
+    ASSERT_GE(updates.size(), 2U);
+    EXPECT_EQ(updates[0], satisfied);
+    EXPECT_NE(updates[1], satisfied) << "no kind of interface is known of a mere guess";
+    EXPECT_EQ(interference.failures, 0);
+    EXPECT_EQ(log.texts(),
+              std::vector<std::string>{"error network: Network changes cannot be followed: Cannot "
+                                       "allocate memory."});
+    m_monitor.reset();
+    runOn(m_queue, [] {});
+}
+
+TEST_F(RtnetlinkPathMonitorTest, ListsThatTheKernelDoesNotSendAreAskedForAgain) {
+    Interference interference;
+    interference.losesLists = true;
+    makeMonitor(interference.options());
+    m_monitor->start(m_queue);
+    EXPECT_TRUE(comesTrue([&] { return interference.lostLists >= 3; }));
+    EXPECT_EQ(m_recorder.updates(), Updates{});
+    interference.losesLists = false;
+    EXPECT_FALSE(m_recorder.waitForCount(1).empty());
+    m_monitor.reset();
+    runOn(m_queue, [] {});
+}
+
+TEST_F(RtnetlinkPathMonitorTest, AMonitorThatIsCancelledAfterAFailureIsNotOpenedAgain) {
+    Interference interference;
+    interference.failures = 1'000'000;
+    makeMonitor(interference.options());
+    m_monitor->start(m_queue);
+    EXPECT_EQ(m_recorder.waitForCount(1), Updates{satisfied});
+    m_monitor->cancel();
+    runOn(m_queue, [] {});
+    const int left = interference.failures;
+    // Several times as long as it would take.
+    EXPECT_EQ(std::async(std::launch::async,
+                         [&] {
+                             const auto end = std::chrono::steady_clock::now() + 200ms;
+                             while (std::chrono::steady_clock::now() < end &&
+                                    interference.failures == left)
+                                 std::this_thread::yield();
+                             return interference.failures.load();
+                         })
+                  .get(),
+              left);
+}
+
+TEST_F(RtnetlinkPathMonitorNamespaceTest,
+       AfterAFailureTheLastReportStandsAndChangesAreFollowedAgain) {
+    LogCapture log;
+    Interference interference;
+    plugIn();
+    startAndWaitFor(ethernet, interference.options());
+    interference.failures = 3;
+    run("ip link set near mtu 1400"); // gives it something to read
+    EXPECT_TRUE(comesTrue([&] { return interference.failures == 0; }));
+    EXPECT_EQ(m_recorder.updates(), Updates{});
+    run("ip addr del 192.0.2.2/24 dev near");
+    EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
+    run("ip addr add 192.0.2.3/24 dev near");
+    EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
+    EXPECT_EQ(log.texts(),
+              std::vector<std::string>{"network: Network changes cannot be followed for the "
+                                       "moment: Cannot allocate memory."});
+    m_monitor.reset();
+    runOn(m_queue, [] {});
+}
+
+TEST_F(RtnetlinkPathMonitorNamespaceTest, WhatChangesDuringAFailureIsReportedAfterIt) {
+    Interference interference;
+    plugIn();
+    startAndWaitFor(ethernet, interference.options());
+    runOn(m_queue, [&] {
+        interference.failures = 1;
+        return shell("ip link del near");
+    });
+    EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
+    m_monitor.reset();
+    runOn(m_queue, [] {});
 }
 
 } // namespace
