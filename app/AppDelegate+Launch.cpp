@@ -80,8 +80,8 @@ void AppDelegate::applicationDidResignActive() {
 }
 
 void AppDelegate::applicationWillTerminate() {
-    LumvikLog::lifecycle().log(QStringLiteral("Lumvik is terminating."));
     environment.limitTimeToExit();
+    LumvikLog::lifecycle().log(QStringLiteral("Lumvik is terminating."));
     isClosingViewer = true;
     environment.userDefaults.synchronize(); // first, should the rest run out of time
     stopEverything();

@@ -216,6 +216,7 @@ class AppDelegate final : public QObject {
 
     // supervision/AppDelegate+Sleep.cpp
     void holdSleepUntilStopped(SleepMonitor::SleepDelay delay);
+    [[nodiscard]] bool playerIsIdle() const;
     void allowSleep();
 
     AppEnvironment environment;
@@ -256,7 +257,7 @@ class AppDelegate final : public QObject {
     std::optional<TimeStamp> lastFrameRenderedAt;
     TimeStamp lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity();
     std::optional<double> appliedVideoAspectRatio;
-    bool playbackAwaitsWindow = false; // the start at launch is due once the window has been drawn
+    bool playbackAwaitsWindow = false; // a start is due once the window can show something
     QSet<QString> shownPlaybackErrors; // the texts of the alerts that are open
 
     // The network and the machine's sleep.
@@ -274,8 +275,8 @@ class AppDelegate final : public QObject {
     // The window's special states.
     FrameMemory frameMemory; // what the window's frame was before it was maximised
     bool isTemporarilyMaximized = false;
-    bool isSelectingFocusArea = false;
     bool isClosingViewer = false;
+    bool isSelectingFocusArea = false;
     bool graphicsFailureIsShown = false;
     std::optional<VideoSourceGeometry> sourceVideoGeometry;
 };

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <clocale>
+#include <cstring>
 #include <utility>
 
 namespace lumvik {
@@ -34,7 +35,9 @@ void AppDelegate::startPlayer() {
         QStringLiteral("Starting video engine generation %1.").arg(playerGeneration));
 
     // libmpv refuses to start in a locale with a decimal comma, and the toolkit sets the user's.
-    std::setlocale(LC_NUMERIC, "C");
+    // Only once: other threads may be writing numbers.
+    if (std::strcmp(std::setlocale(LC_NUMERIC, nullptr), "C") != 0)
+        std::setlocale(LC_NUMERIC, "C");
     mpv_handle *handle = mpv_create();
     if (handle == nullptr) {
         failPlayerStart(nullptr, QStringLiteral("Lumvik could not start its video engine."));
@@ -91,6 +94,9 @@ void AppDelegate::failPlayerStart(mpv_handle *handle, const QString &message) {
     mpvObserver.reset();
     if (handle != nullptr)
         mpv_terminate_destroy(handle);
+    // What failed may be there again in a moment: memory, a thread, the graphics. Nobody else would
+    // try again, since there is no player for the watchdog to look at.
+    schedulePlaybackRecovery({.reason = QStringLiteral("video engine could not start")});
     playbackState = PlaybackSupervisorState::stopped;
     showPlaybackError(message);
 }
@@ -123,6 +129,7 @@ void AppDelegate::stopPlayerEngine() {
     if (handle != nullptr)
         playerTeardown.destroy(handle);
     playbackState = PlaybackSupervisorState::stopped;
+    allowSleep(); // there is no stream any more that it could wait for
 }
 
 void AppDelegate::loadCamera(int index) {

@@ -155,7 +155,8 @@ void MPVOpenGLView::hidePicture() {
 }
 
 void MPVOpenGLView::setFrameRenderedHandler(std::function<void()> handler) {
-    m_frameRenderedHandler = std::move(handler);
+    m_frameRenderedHandler =
+        handler ? std::make_shared<const std::function<void()>>(std::move(handler)) : nullptr;
 }
 
 void MPVOpenGLView::setGraphicsHandlers(std::function<void()> lost, std::function<void()> back) {
@@ -278,11 +279,9 @@ void MPVOpenGLView::reportShownFrame() {
         return;
     m_hasPendingVideoFrame = false;
     m_pacing.frameWasShown(m_mainQueue.now());
-    if (m_frameRenderedHandler) {
-        // A copy: the handler may replace or clear itself while it runs.
-        const auto handler = m_frameRenderedHandler;
-        handler();
-    }
+    // Held while it runs, in which it may replace or clear itself.
+    if (const auto handler = m_frameRenderedHandler)
+        (*handler)();
 }
 
 void MPVOpenGLView::graphicsWereInvalidated() {

@@ -103,7 +103,7 @@ class MPVOpenGLView : public QQuickItem {
     bool m_frameWasTaken = false; // the engine waits for the report of a frame that it handed over
     bool m_willDrawLastFrame = false; // a drawing is due for the case that no further frame comes
     bool m_graphicsWereLost = false;  // and are not back yet
-    std::function<void()> m_frameRenderedHandler;
+    std::shared_ptr<const std::function<void()>> m_frameRenderedHandler;
     std::function<void()> m_graphicsLost;
     std::function<void()> m_graphicsBack;
 };

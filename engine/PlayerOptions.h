@@ -41,8 +41,7 @@ inline constexpr std::array playerOptions{
 /// is shown as soon as it arrives and stays so (the figures are in benchmarks/README.md).
 inline constexpr std::array livePlaybackProperties{
     // Even without a cache the engine would stop to fill its buffer at the start, and what is once
-    // late
-    // stays late: without sound nothing pulls the picture back.
+    // late stays late: without sound nothing pulls the picture back.
     PlayerSetting{"cache-pause", "no"},
     // Each decoding thread holds back a frame: sixteen cores would cost 0.6 s.
     PlayerSetting{"vd-lavc-threads", "1"},
@@ -52,8 +51,7 @@ inline constexpr std::array livePlaybackProperties{
     // Leaves out the frame that the output otherwise holds back to judge the display's timing.
     PlayerSetting{"video-latency-hacks", "yes"},
     // "keep-open" would turn the end of a stream into a pause that outlives the reload: the next
-    // stream
-    // would freeze after its first frames.
+    // stream would freeze after its first frames.
     PlayerSetting{"keep-open-pause", "no"},
 };
 

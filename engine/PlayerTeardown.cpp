@@ -3,7 +3,6 @@
 #include "platform/LumvikLog.h"
 
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace lumvik {
@@ -16,37 +15,50 @@ using namespace std::chrono_literals;
 /// to stand still.
 constexpr auto patience = 250ms;
 
-bool isReady(const std::future<void> &future) {
-    return future.wait_for(0s) == std::future_status::ready;
+bool waitUntil(const std::future<void> &destroyed, std::chrono::steady_clock::time_point end) {
+    return destroyed.wait_until(end) == std::future_status::ready;
 }
 
 } // namespace
 
+PlayerTeardown::~PlayerTeardown() {
+    for (Pending &player : m_pending)
+        player.thread.detach();
+}
+
 void PlayerTeardown::destroy(mpv_handle *player) {
+    (void)finish(0ms); // forgets those that have gone meanwhile
     std::promise<void> promise;
-    std::future<void> destroyed = promise.get_future();
+    Pending pending{.thread = {}, .destroyed = promise.get_future()};
     try {
-        std::thread([player, promise = std::move(promise)]() mutable {
+        pending.thread = std::thread([player, promise = std::move(promise)]() mutable {
             mpv_terminate_destroy(player);
             promise.set_value();
-        }).detach();
+        });
     } catch (const std::system_error &) {
         // No thread is to be had, so that the main thread has to wait after all.
         mpv_terminate_destroy(player);
         return;
     }
-    if (destroyed.wait_for(patience) == std::future_status::ready)
+    if (waitUntil(pending.destroyed, std::chrono::steady_clock::now() + patience)) {
+        pending.thread.join();
         return;
+    }
+    m_pending.push_back(std::move(pending));
     LumvikLog::playback().info(
-        QStringLiteral("The video engine takes long to stop; going on without waiting for it."));
-    std::erase_if(m_pending, isReady);
-    m_pending.push_back(std::move(destroyed));
+        QStringLiteral("The video engine takes long to stop; going on without waiting for it "
+                       "(%1 in all).")
+            .arg(m_pending.size()));
 }
 
 bool PlayerTeardown::finish(std::chrono::milliseconds deadline) {
     const auto end = std::chrono::steady_clock::now() + deadline;
-    std::erase_if(m_pending, [end](const std::future<void> &player) {
-        return player.wait_until(end) == std::future_status::ready;
+    std::erase_if(m_pending, [end](Pending &player) {
+        if (!waitUntil(player.destroyed, end))
+            return false;
+        // Joined, because what the thread leaves behind in libraries is cleared up as it ends.
+        player.thread.join();
+        return true;
     });
     return m_pending.empty();
 }

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <future>
+#include <thread>
 #include <vector>
 
 namespace lumvik {
@@ -16,6 +17,12 @@ namespace lumvik {
 /// that the next one may start beside it. Main thread only.
 class PlayerTeardown {
   public:
+    PlayerTeardown() = default;
+    PlayerTeardown(const PlayerTeardown &) = delete;
+    PlayerTeardown &operator=(const PlayerTeardown &) = delete;
+    /// Leaves instances that still take long to themselves.
+    ~PlayerTeardown();
+
     /// Destroys `player`, whose render context and other clients are gone. Returns once it is
     /// destroyed, or after a quarter of a second, in which case the rest happens on a thread of its
     /// own.
@@ -27,7 +34,11 @@ class PlayerTeardown {
     [[nodiscard]] bool finish(std::chrono::milliseconds deadline);
 
   private:
-    std::vector<std::future<void>> m_pending; // one for each instance that took long
+    struct Pending {
+        std::thread thread;
+        std::future<void> destroyed;
+    };
+    std::vector<Pending> m_pending; // the instances that take long
 };
 
 } // namespace lumvik

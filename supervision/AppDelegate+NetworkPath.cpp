@@ -6,6 +6,9 @@
 
 #include <QPointer>
 
+#include <optional>
+#include <utility>
+
 namespace lumvik {
 
 namespace {

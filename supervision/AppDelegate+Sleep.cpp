@@ -15,18 +15,21 @@ constexpr double longestSleepDelay = 2;
 } // namespace
 
 void AppDelegate::holdSleepUntilStopped(SleepMonitor::SleepDelay delay) {
-    // Held before the stop, whose end may be reported at once.
-    sleepDelay = std::move(delay);
+    allowSleep(); // of a sleep that was announced before
     systemWillSleep();
-    if (mpv == nullptr || isClosingViewer) {
-        sleepDelay.reset();
+    if (isClosingViewer || mpv == nullptr || playerIsIdle())
         return;
-    }
+    sleepDelay = std::move(delay);
     // The end of the stream drops the delay; this is for an engine that never reports it.
     sleepDelayLimit = environment.mainQueue.after(longestSleepDelay, [self = QPointer(this)] {
         if (self)
             self->sleepDelay.reset();
     });
+}
+
+bool AppDelegate::playerIsIdle() const {
+    int idle = 0;
+    return mpv_get_property(mpv, "idle-active", MPV_FORMAT_FLAG, &idle) >= 0 && idle != 0;
 }
 
 void AppDelegate::systemWillSleep() {

@@ -38,11 +38,11 @@ void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::PlaybackRestart>) {
                 log.debug(QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::EndFile>) {
-                if (isExpectedEnd(report.reason))
-                    allowSleep(); // where sleep waited for the stream to stop
-                else
+                allowSleep(); // where sleep waited for the stream to stop
+                if (!isExpectedEnd(report.reason))
                     streamDidEnd(report);
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::Shutdown>) {
+                videoHost->forgetPicture();
                 log.error(QStringLiteral("mpv shut down unexpectedly."));
                 schedulePlaybackRecovery({.reason = QStringLiteral("mpv shutdown"),
                                           .recreation = PlayerRecreation::forced});

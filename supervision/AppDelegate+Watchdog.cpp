@@ -73,9 +73,7 @@ void AppDelegate::endOfStreamMayHaveBeenReached() {
     // What is known of a stream that is being replaced is of no interest any more.
     if (isClosingViewer || systemIsSleeping || mpv == nullptr || !videoHost->expectsPicture())
         return;
-    const bool isLive = playbackState == PlaybackSupervisorState::starting ||
-                        playbackState == PlaybackSupervisorState::playing;
-    if (isLive && streamHasEnded())
+    if (streamHasEnded())
         streamDidEnd({.reason = MPV_END_FILE_REASON_EOF, .error = 0});
 }
 

@@ -11,4 +11,21 @@ enum class PlaybackSupervisorState {
     suspended,  ///< Parked, because the system sleeps or no network path is usable.
 };
 
+/// The state's name, as written above.
+[[nodiscard]] constexpr const char *rawValue(PlaybackSupervisorState state) {
+    switch (state) {
+    case PlaybackSupervisorState::stopped:
+        return "stopped";
+    case PlaybackSupervisorState::starting:
+        return "starting";
+    case PlaybackSupervisorState::playing:
+        return "playing";
+    case PlaybackSupervisorState::backingOff:
+        return "backingOff";
+    case PlaybackSupervisorState::suspended:
+        return "suspended";
+    }
+    return "";
+}
+
 } // namespace lumvik

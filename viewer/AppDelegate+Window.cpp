@@ -253,6 +253,9 @@ void AppDelegate::graphicsWereLost() {
         return;
     LumvikLog::playback().error(
         QStringLiteral("The window's graphics were lost; the video engine is stopped."));
+    playbackAwaitsWindow = true; // nothing can be attached to the window until they are back
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
     stopPlayerEngine();
 }
 
@@ -260,6 +263,7 @@ void AppDelegate::graphicsAreBack() {
     if (isClosingViewer)
         return;
     LumvikLog::playback().log(QStringLiteral("The window's graphics are back."));
+    playbackAwaitsWindow = false;
     schedulePlaybackRecovery({.reason = QStringLiteral("window graphics restored"),
                               .urgency = RecoveryUrgency::immediate,
                               .recreation = PlayerRecreation::forced});

@@ -24,8 +24,13 @@ class NetworkPathTest : public ControllerTest {
     }
 };
 
-TEST_F(NetworkPathTest, IsFollowedFromBeforeTheWindowOn) {
-    EXPECT_FALSE(networkPath.isStarted);
+TEST_F(NetworkPathTest, IsFollowedFromBeforeTheListAndTheWindowOn) {
+    networkPath.whenStarted = [&] {
+        EXPECT_NE(access().mainMenu(), nullptr);
+        EXPECT_TRUE(sleepMonitor.isWatching());
+        EXPECT_TRUE(access().cameras().isEmpty());
+        EXPECT_EQ(access().window(), nullptr);
+    };
     launch(threeCameras());
     EXPECT_TRUE(networkPath.isStarted);
     EXPECT_TRUE(sleepMonitor.isWatching());

@@ -73,7 +73,7 @@ class RandomEventsTest : public ControllerTest, public testing::WithParamInterfa
 
     /// One thing happens. Answers whether it was a frame of the current player.
     bool step() {
-        switch (pick(14)) {
+        switch (pick(15)) {
         case 0:
         case 1:
             queue.advance(0.1 * pick(30));
@@ -124,6 +124,10 @@ class RandomEventsTest : public ControllerTest, public testing::WithParamInterfa
                     ->report(static_cast<Connection>(pick(5)));
                 queue.runPending();
             }
+            return false;
+        case 13:
+            mpv.setCreateFails(pick(4) == 0);
+            mpv.setCommandResult("loadfile", pick(4) == 0 ? -12 : 0);
             return false;
         default:
             mpv.setProperty("eof-reached", pick(4) == 0 ? 1 : 0);
@@ -188,12 +192,17 @@ class RandomEventsTest : public ControllerTest, public testing::WithParamInterfa
         EXPECT_GT(attempts, 20) << "the events were not wild enough";
     }
 
-    /// From wherever the events have led, the picture comes back by itself.
+    /// From wherever the events have led, the picture comes back by itself, once what holds it up
+    /// is over.
     void checkThatItComesBack() {
         network.answer = Connection::ready;
+        mpv.setCreateFails(false);
+        mpv.setCommandResult("loadfile", 0);
         mpv.setProperty("eof-reached", 0);
-        sleepMonitor.wake();
-        networkPath.report({.isSatisfied = true, .usesEthernet = true});
+        if (access().systemIsSleeping())
+            sleepMonitor.wake();
+        if (!access().networkPathIsSatisfied())
+            networkPath.report({.isSatisfied = true, .usesEthernet = true});
         queue.runPending();
         // The longest wait is an attempt's full delay behind a deadline that has just begun.
         const auto loads = [&] { return access().lastCameraLoad(); };

@@ -132,6 +132,61 @@ TEST_F(SleepTest, EngineThatNeverReportsTheEndHoldsSleepOffForTwoSecondsOnly) {
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
+TEST_F(SleepTest, StreamThatFailsMeanwhileHoldsNothingUp) {
+    sleepMonitor.sleep();
+    delegate->handlePlaybackEngineEvent(EndFile{4, -13}, 1);
+    EXPECT_FALSE(sleepMonitor.isHeldOff());
+    EXPECT_EQ(access().playbackRetry(), nullptr);
+}
+
+TEST_F(SleepTest, PlayerWithoutAStreamHoldsNothingUp) {
+    mpv.setProperty("idle-active", 1);
+    sleepMonitor.sleep();
+    EXPECT_FALSE(sleepMonitor.isHeldOff());
+}
+
+TEST_F(SleepTest, PlayerThatGoesAwayHoldsNothingUp) {
+    sleepMonitor.sleep();
+    access().graphicsWereLost();
+    EXPECT_FALSE(sleepMonitor.isHeldOff());
+}
+
+TEST_F(SleepTest, SecondAnnouncementHasALimitOfItsOwn) {
+    sleepMonitor.sleep();
+    queue.advance(1.5);
+    sleepMonitor.sleep();
+    queue.advance(1);
+    EXPECT_TRUE(sleepMonitor.isHeldOff());
+    queue.advance(1);
+    EXPECT_FALSE(sleepMonitor.isHeldOff());
+}
+
+TEST_F(SleepTest, LongSleepIsNotTakenForAStall) {
+    sleepMonitor.sleep();
+    queue.advance(3600);
+    network.answer = std::nullopt;
+    sleepMonitor.wake();
+    queue.advance(1);
+    EXPECT_TRUE(playbackLog().filter(u"stalled"_s).isEmpty());
+    EXPECT_EQ(access().playbackRetryCount(), 1);
+}
+
+TEST_F(SleepTest, SecondWakeChangesNothing) {
+    sleepMonitor.sleep();
+    sleepMonitor.wake();
+    sleepMonitor.wake();
+    EXPECT_EQ(access().playbackRetryCount(), 1);
+    queue.advance(1);
+    EXPECT_EQ(access().playerGeneration(), 2);
+}
+
+TEST_F(SleepTest, SleepThatNobodyAnnouncedIsNoticedByTheFirstTickAfterIt) {
+    delegate->recordRenderedFrame(1);
+    queue.jump(3600);
+    queue.advance(2);
+    EXPECT_EQ(playbackLog().filter(u"reason=video frame heartbeat stalled."_s).size(), 1);
+}
+
 TEST_F(SleepTest, WithoutAPlayerTheMachineSleepsAtOnce) {
     delegate->stopPlayerEngine();
     sleepMonitor.sleep();

@@ -74,9 +74,11 @@ TEST_F(WatchdogTest, FrameOfAnEarlierPlayerIsNoSignOfLife) {
 
 TEST_F(WatchdogTest, NothingIsRequestedWithoutAPathOrWhileAsleep) {
     playFor(1);
+    mpv.setProperty("eof-reached", 1);
     access().networkPathIsSatisfied() = false;
     queue.advance(100);
     EXPECT_EQ(access().playbackRetryCount(), 0);
+    EXPECT_TRUE(errors().isEmpty());
     access().networkPathIsSatisfied() = true;
     access().systemIsSleeping() = true;
     queue.advance(100);

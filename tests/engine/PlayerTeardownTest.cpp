@@ -39,7 +39,7 @@ TEST_F(PlayerTeardownTest, PlayerThatTakesLongIsLeftToItself) {
     EXPECT_EQ(mpv.liveCores(), 1);
     EXPECT_FALSE(teardown.finish(10ms));
     EXPECT_EQ(logged(), QStringList(u"The video engine takes long to stop; going on without "
-                                    "waiting for it."_s));
+                                    "waiting for it (1 in all)."_s));
     mpv.setDestructionHangs(false);
     EXPECT_TRUE(teardown.finish(mostOfAWait));
     EXPECT_EQ(mpv.liveCores(), 0);

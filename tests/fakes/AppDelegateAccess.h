@@ -56,6 +56,7 @@ struct AppDelegateAccess {
     [[nodiscard]] auto &isClosingViewer() const { return delegate.isClosingViewer; }
     [[nodiscard]] auto &sourceVideoGeometry() const { return delegate.sourceVideoGeometry; }
 
+    void graphicsWereLost() const { delegate.graphicsWereLost(); }
     void graphicsAreBack() const { delegate.graphicsAreBack(); }
 
     AppDelegate &delegate;

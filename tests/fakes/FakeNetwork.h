@@ -75,6 +75,7 @@ class FakeNetworkPath {
 
     bool isStarted = false;
     bool isCancelled = false;
+    std::function<void()> whenStarted;
 
   private:
     class Monitor final : public NetworkPathMonitor {
@@ -83,7 +84,11 @@ class FakeNetworkPath {
         void setPathUpdateHandler(UpdateHandler handler) override {
             m_path.m_handler = std::move(handler);
         }
-        void start(SerialQueue &) override { m_path.isStarted = true; }
+        void start(SerialQueue &) override {
+            m_path.isStarted = true;
+            if (m_path.whenStarted)
+                m_path.whenStarted();
+        }
         void cancel() override { m_path.isCancelled = true; }
 
       private:

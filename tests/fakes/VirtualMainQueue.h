@@ -70,6 +70,15 @@ class VirtualMainQueue final : public MainQueue {
         m_now = std::max(m_now, end); // work with a loop of its own may have moved it further
     }
 
+    /// Moves the clock by `seconds` in which nothing runs, as while the machine sleeps; what became
+    /// due runs with the next advance, a timer once.
+    void jump(double seconds) {
+        requireMainThread();
+        m_now += seconds;
+        for (Entry &entry : m_timers)
+            entry.due = std::max(entry.due, m_now);
+    }
+
     /// Runs what is due, and what other threads submit meanwhile, until `predicate` answers true;
     /// false when it has not within `deadline` of real time. The clock stands still.
     template<typename Predicate>
