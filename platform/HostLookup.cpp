@@ -17,13 +17,14 @@ namespace {
 
 std::atomic_int lookupsUnderWay = 0;
 
-std::vector<SocketAddress> addressesOf(const std::string &name, std::uint16_t port, int flags) {
+LookupResult addressesOf(const std::string &name, std::uint16_t port, int flags) {
     addrinfo hints = {};
     hints.ai_flags = flags | AI_NUMERICSERV;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo *list = nullptr;
-    if (::getaddrinfo(name.c_str(), std::to_string(port).c_str(), &hints, &list) != 0)
-        return {};
+    const int number = ::getaddrinfo(name.c_str(), std::to_string(port).c_str(), &hints, &list);
+    if (number != 0)
+        return tl::unexpected(lookupError(number));
     std::vector<SocketAddress> addresses;
     for (const addrinfo *entry = list; entry; entry = entry->ai_next) {
         if (entry->ai_addrlen > sizeof(sockaddr_storage))
@@ -39,12 +40,17 @@ std::vector<SocketAddress> addressesOf(const std::string &name, std::uint16_t po
 
 } // namespace
 
-std::vector<SocketAddress> resolveWithSystem(const std::string &name, std::uint16_t port) {
-    return addressesOf(name, port, AI_ADDRCONFIG);
+LookupResult resolveWithSystem(const std::string &name, std::uint16_t port) {
+    return addressesOf(name, port, 0);
+}
+
+LookupError lookupError(int number) {
+    return number == EAI_AGAIN ? LookupError::notNow : LookupError::noSuchName;
 }
 
 std::vector<SocketAddress> numericalAddresses(const QString &host, std::uint16_t port) {
-    return addressesOf(host.toStdString(), port, AI_NUMERICHOST);
+    return addressesOf(host.toStdString(), port, AI_NUMERICHOST)
+        .value_or(std::vector<SocketAddress>());
 }
 
 bool isScopedAddress(const QString &host) {
@@ -53,7 +59,7 @@ bool isScopedAddress(const QString &host) {
 }
 
 bool lookUpHost(const QString &host, std::uint16_t port, NameResolver resolver,
-                std::function<void(std::vector<SocketAddress>)> found) {
+                std::function<void(LookupResult)> found) {
     if (lookupsUnderWay.fetch_add(1) >= lookupLimit) {
         --lookupsUnderWay;
         return false;
@@ -61,7 +67,8 @@ bool lookUpHost(const QString &host, std::uint16_t port, NameResolver resolver,
     // An empty name is what comes of one that cannot be spelt for a name server.
     auto look = [name = QUrl::toAce(host).toStdString(), port, resolver = std::move(resolver),
                  found = std::move(found)]() mutable {
-        found(name.empty() ? std::vector<SocketAddress>() : resolver(name, port));
+        found(name.empty() ? LookupResult(tl::unexpected(LookupError::noSuchName))
+                           : resolver(name, port));
         // What the callback holds must be gone before the look-up counts as over.
         found = nullptr;
         --lookupsUnderWay;

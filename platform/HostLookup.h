@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <tl/expected.hpp>
 #include <vector>
 
 namespace lumvik {
@@ -22,15 +23,25 @@ struct SocketAddress {
     }
 };
 
-/// Finds the addresses of a name, the preferred one first; none where the name is not found. May
-/// block for as long as it likes, and runs on a thread that nobody waits for: it must touch nothing
-/// that ends with the process.
-using NameResolver =
-    std::function<std::vector<SocketAddress>(const std::string &name, std::uint16_t port)>;
+enum class LookupError {
+    noSuchName,
+    notNow, ///< No name server could be asked, or it does not know at the moment.
+};
+
+/// The addresses of a name, the preferred one first.
+using LookupResult = tl::expected<std::vector<SocketAddress>, LookupError>;
+
+/// Finds the addresses of a name; none counts as no such name. May block for as long as it likes,
+/// and runs on a thread that nobody waits for: it must touch nothing that ends with the process.
+using NameResolver = std::function<LookupResult(const std::string &name, std::uint16_t port)>;
 
 /// The system's own way of resolving names: hosts file, DNS and whatever else it is set up for.
-[[nodiscard]] std::vector<SocketAddress> resolveWithSystem(const std::string &name,
-                                                           std::uint16_t port);
+/// Addresses of a kind that the machine has no address of itself are among them: with no network at
+/// all every name would seem to have none, though it is only out of reach.
+[[nodiscard]] LookupResult resolveWithSystem(const std::string &name, std::uint16_t port);
+
+/// What an error number of getaddrinfo's means, other than 0.
+[[nodiscard]] LookupError lookupError(int number);
 
 /// The address that `host` spells out: IPv4, or IPv6 without brackets and perhaps with a scope
 /// ("fe80::1%eth0"). None where it is a name, or its scope is no interface at the moment. Does not
@@ -53,6 +64,6 @@ inline constexpr int lookupLimit = 32;
 ///
 /// Answers whether the look-up has begun; it has not where `lookupLimit` are under way.
 [[nodiscard]] bool lookUpHost(const QString &host, std::uint16_t port, NameResolver resolver,
-                              std::function<void(std::vector<SocketAddress>)> found);
+                              std::function<void(LookupResult)> found);
 
 } // namespace lumvik

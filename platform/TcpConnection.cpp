@@ -20,9 +20,11 @@ namespace {
 
 constexpr std::chrono::milliseconds retryInterval{250};
 
-/// Whether a connection was not even tried because nothing leads to the address at the moment.
+/// Whether a connection was not even tried because nothing leads to the address at the moment. (A
+/// system without IPv6 does not know its addresses at all.)
 bool meansNoRoute(int error) {
-    return error == ENETUNREACH || error == ENETDOWN || error == EADDRNOTAVAIL || error == ENODEV;
+    return error == ENETUNREACH || error == ENETDOWN || error == EADDRNOTAVAIL || error == ENODEV ||
+           error == EAFNOSUPPORT;
 }
 
 /// A descriptor that closes itself.
@@ -89,6 +91,7 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     // On the queue.
     void tryToConnect();
     void lookUp();
+    void takeLookup(const LookupResult &result);
     void takeAddresses(std::vector<SocketAddress> addresses);
     void connectToNext();
     void watchSocket();
@@ -182,19 +185,19 @@ void TcpConnection::Attempt::tryToConnect() {
 
 void TcpConnection::Attempt::lookUp() {
     const bool begun =
-        lookUpHost(m_host, m_port, m_resolver,
-                   [self = shared_from_this()](std::vector<SocketAddress> addresses) {
-                       self->submit([self, addresses = std::move(addresses)] {
-                           // A name that is not found is final; so is one found without addresses.
-                           self->m_anAddressFailed = addresses.empty();
-                           if (addresses.empty())
-                               self->endOfAddresses();
-                           else
-                               self->takeAddresses(addresses);
-                       });
-                   });
+        lookUpHost(m_host, m_port, m_resolver, [self = shared_from_this()](LookupResult result) {
+            self->submit([self, result = std::move(result)] { self->takeLookup(result); });
+        });
     if (!begun)
         tryAgainLater();
+}
+
+void TcpConnection::Attempt::takeLookup(const LookupResult &result) {
+    if (result && !result->empty())
+        return takeAddresses(*result);
+    // A name that is not found is final; so is one found without addresses.
+    m_anAddressFailed = result || result.error() == LookupError::noSuchName;
+    endOfAddresses();
 }
 
 void TcpConnection::Attempt::takeAddresses(std::vector<SocketAddress> addresses) {

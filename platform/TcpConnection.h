@@ -10,8 +10,8 @@ namespace lumvik {
 /// A NetworkConnection over a socket of the system, which works on the queue's thread.
 ///
 /// A name's addresses are tried one after another until one is connected. The connection fails when
-/// none is, and waits when the machine has a route to none of them; it then tries again a few times
-/// a second until it is cancelled. Proxies are not asked.
+/// none is, and waits when the machine has a route to none of them or no name server can be asked;
+/// it then tries again a few times a second until it is cancelled. Proxies are not asked.
 ///
 /// The socket is the system's and not the toolkit's because the latter reports a missing route, an
 /// unreachable host and a time-out as one and the same error.
