@@ -80,11 +80,16 @@ class LogindSleepMonitor::Abandonment {
     int m_descriptor;
 };
 
-LogindSleepMonitor::LogindSleepMonitor(QString busAddress, std::chrono::milliseconds answerLimit)
+LogindSleepMonitor::LogindSleepMonitor(QString busAddress, std::chrono::milliseconds answerLimit,
+                                       std::chrono::milliseconds sleepLimit)
     : m_busAddress(std::move(busAddress))
     , m_answerLimit(answerLimit)
     , m_connectionName(unusedConnectionName())
-    , m_abandonment(std::make_unique<Abandonment>()) {}
+    , m_abandonment(std::make_unique<Abandonment>()) {
+    m_sleepLimit.setSingleShot(true);
+    m_sleepLimit.setInterval(sleepLimit);
+    connect(&m_sleepLimit, &QTimer::timeout, this, &LogindSleepMonitor::wake);
+}
 
 LogindSleepMonitor::~LogindSleepMonitor() {
     stop();
@@ -105,7 +110,8 @@ void LogindSleepMonitor::start(std::function<void(SleepDelay)> willSleep,
     m_isWatching = true;
     m_willSleep = std::move(willSleep);
     m_didWake = std::move(didWake);
-    m_connector = std::make_unique<SerialQueue>(QStringLiteral("lumvik.sleep"));
+    m_connector = std::make_unique<SerialQueue>(QLatin1String(LumvikLog::subsystem) +
+                                                QStringLiteral(".sleep"));
     m_connector->async([this] { connectToBus(); });
 }
 
@@ -113,6 +119,7 @@ void LogindSleepMonitor::stop() {
     m_isStarted = true;
     m_isWatching = false;
     m_abandonment->declare();
+    m_sleepLimit.stop();
     m_willSleep = nullptr;
     m_didWake = nullptr;
     m_inhibitor.reset();
@@ -168,6 +175,7 @@ void LogindSleepMonitor::prepareForSleep(bool isBeginning) {
         return;
     }
     m_isSleepAnnounced = true;
+    m_sleepLimit.start();
     // A copy, because the handler may stop the monitor.
     const auto willSleep = m_willSleep;
     willSleep(std::exchange(m_inhibitor, {}));
@@ -175,6 +183,7 @@ void LogindSleepMonitor::prepareForSleep(bool isBeginning) {
 
 void LogindSleepMonitor::wake() {
     m_isSleepAnnounced = false;
+    m_sleepLimit.stop();
     if (!m_inhibitor && !m_isRequestPending)
         requestInhibitor();
     const auto didWake = m_didWake;

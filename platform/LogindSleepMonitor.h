@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 #include <chrono>
 #include <memory>
@@ -32,9 +33,12 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
     Q_OBJECT
 
   public:
-    /// A bus that has not answered within `answerLimit` counts as absent.
+    /// A bus that has not answered within `answerLimit` counts as absent. A machine that has run
+    /// for `sleepLimit` after its sleep was announced counts as awake, whatever became of the sleep
+    /// and of those who would tell.
     explicit LogindSleepMonitor(QString busAddress = systemBusAddress(),
-                                std::chrono::milliseconds answerLimit = std::chrono::seconds(10));
+                                std::chrono::milliseconds answerLimit = std::chrono::seconds(10),
+                                std::chrono::milliseconds sleepLimit = std::chrono::seconds(60));
     ~LogindSleepMonitor() override;
 
     /// DBUS_SYSTEM_BUS_ADDRESS from the environment, or where the system bus is everywhere.
@@ -72,6 +76,7 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
     std::function<void(SleepDelay)> m_willSleep;
     std::function<void()> m_didWake;
 
+    QTimer m_sleepLimit; ///< Stands still while the machine sleeps.
     std::optional<QDBusConnection> m_bus;
     SleepDelay m_inhibitor;
     int m_lastRequest = 0; ///< Answers to earlier requests are not looked at.

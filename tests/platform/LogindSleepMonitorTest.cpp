@@ -308,6 +308,28 @@ TEST_F(LogindSleepMonitorTest, WakesWhenTheLoginManagerThatAnnouncedTheSleepStar
     EXPECT_EQ(logind->requests().size(), 1);
 }
 
+TEST_F(LogindSleepMonitorTest, MachineThatRunsOnCountsAsAwakeThoughNobodyIsLeftToSaySo) {
+    LogindSleepMonitor monitor(bus.address(), std::chrono::seconds(10),
+                               std::chrono::milliseconds(200));
+    startHolding(monitor);
+    logind->announceSleep();
+    ASSERT_TRUE(eventually([this] { return sleeps == 1; }));
+    lastDelay.reset();
+    logind.reset();
+    EXPECT_TRUE(eventually([this] { return wakes == 1; }));
+    EXPECT_TRUE(never([this] { return wakes > 1; }));
+}
+
+TEST_F(LogindSleepMonitorTest, WakeThatIsAnnouncedEndsTheLimit) {
+    LogindSleepMonitor monitor(bus.address(), std::chrono::seconds(10),
+                               std::chrono::milliseconds(200));
+    startHolding(monitor);
+    logind->announceSleep();
+    logind->announceWake();
+    EXPECT_TRUE(eventually([this] { return wakes == 1; }));
+    EXPECT_TRUE(never([this] { return wakes > 1; }));
+}
+
 TEST_F(LogindSleepMonitorTest, IgnoresWhatAnybodyElseAnnounces) {
     BusNeighbour neighbour(bus.address());
     const QStringList others = neighbour.names();
