@@ -16,8 +16,10 @@ constexpr double longestSleepDelay = 2;
 
 void AppDelegate::holdSleepUntilStopped(SleepMonitor::SleepDelay delay) {
     allowSleep(); // of a sleep that was announced before
+    // Asked before the stop: from then on the engine calls itself idle, with the stream still open.
+    const bool hasStream = mpv != nullptr && !playerIsIdle();
     systemWillSleep();
-    if (isClosingViewer || mpv == nullptr || playerIsIdle())
+    if (isClosingViewer || !hasStream)
         return;
     sleepDelay = std::move(delay);
     // The end of the stream drops the delay; this is for an engine that never reports it.

@@ -145,6 +145,13 @@ TEST_F(SleepTest, PlayerWithoutAStreamHoldsNothingUp) {
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
+TEST_F(SleepTest, PlayerIsAskedForAStreamBeforeTheStopThatMakesItIdle) {
+    sleepMonitor.sleep();
+    ASSERT_GE(mpv.position("mpv_get_property(core 1, idle-active"), 0);
+    EXPECT_LT(mpv.position("mpv_get_property(core 1, idle-active"),
+              mpv.position("mpv_command_string(core 1, stop"));
+}
+
 TEST_F(SleepTest, PlayerThatGoesAwayHoldsNothingUp) {
     sleepMonitor.sleep();
     access().graphicsWereLost();
