@@ -1,0 +1,157 @@
+#include "NetworkFaultTest.h"
+
+#include "Eventually.h"
+
+#include <iostream>
+
+namespace lumvik::test {
+
+using namespace std::chrono_literals;
+
+const QString NetworkFaultTest::pathLost = QStringLiteral(
+    "info network: Network path update: satisfied=false, wifi=false, ethernet=false\\.");
+const QString NetworkFaultTest::pathFound = QStringLiteral(
+    "info network: Network path update: satisfied=true, wifi=false, ethernet=true\\.");
+const QString NetworkFaultTest::networkReason =
+    QStringLiteral("network path became usable or changed");
+
+const QString NetworkFaultTest::engineStarted =
+    QStringLiteral("default playback: Starting video engine generation \\d+\\.");
+
+const NetworkFaultTest::Cut NetworkFaultTest::interfaceDown = {
+    "InterfaceDown",
+    [](CameraNetwork &net) { return net.viewer().run(QStringLiteral("ip link set viewer0 down")); },
+    [](CameraNetwork &net) { return net.viewer().run(QStringLiteral("ip link set viewer0 up")); }};
+const NetworkFaultTest::Cut NetworkFaultTest::cableOut = {
+    "CableOut",
+    [](CameraNetwork &net) { return net.camera().run(QStringLiteral("ip link set camera0 down")); },
+    [](CameraNetwork &net) { return net.camera().run(QStringLiteral("ip link set camera0 up")); }};
+
+namespace {
+
+constexpr auto recoveryLimit = 5s;
+constexpr auto endLimit = 3s;
+/// When a picture that stands still must be gone: it may be ten seconds old, and the program looks
+/// every two.
+constexpr auto blackLimit = 12s;
+
+} // namespace
+
+void NetworkFaultTest::SetUp() {
+    if (const QString obstacle = NetworkNamespace::obstacle(); !obstacle.isNull())
+        GTEST_SKIP() << obstacle.toStdString();
+    FaultTest::SetUp();
+}
+
+void NetworkFaultTest::startNetwork(CameraNetwork::Cable cable) {
+    ASSERT_TRUE(network.start(cable));
+    viewerLauncher = network.viewer().launcher();
+}
+
+CameraSetup NetworkFaultTest::networkCamera() const {
+    CameraSetup setup = faultCamera();
+    setup.address = CameraNetwork::cameraAddress;
+    setup.launcher = network.camera().launcher();
+    return setup;
+}
+
+void NetworkFaultTest::showCameraOverNetwork() {
+    ASSERT_NO_FATAL_FAILURE(startNetwork());
+    ASSERT_TRUE(showCamera(networkCamera()));
+}
+
+void NetworkFaultTest::startSmallViewer() {
+    home.setPreference(QStringLiteral("mainWindowFrame"),
+                       QStringLiteral("{{200, 200}, {480, 270}}"));
+    startViewer();
+}
+
+void NetworkFaultTest::testCut(const Cut &cut, Milliseconds duration) {
+    ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
+    const qsizetype mark = viewer->logMark();
+    ASSERT_TRUE(cut.begin(network));
+    QElapsedTimer sinceCut;
+    sinceCut.start();
+    ASSERT_TRUE(logTells({pathLost}, mark, 3s));
+    bool wasBlack = false;
+    expectThroughout(duration - Milliseconds(sinceCut.elapsed()), [&] {
+        const auto isBlack = windowIsBlack();
+        if (!wasBlack && isBlack)
+            report("black after", Milliseconds(sinceCut.elapsed()), blackLimit);
+        wasBlack = wasBlack || isBlack;
+        if ((wasBlack || sinceCut.elapsed() > Milliseconds(blackLimit).count()) && !isBlack)
+            return isBlack;
+        return nothingScheduled(mark);
+    });
+    EXPECT_EQ(countInLog(probing, mark), 0);
+    EXPECT_EQ(wasBlack, duration > blackLimit);
+
+    const qsizetype upMark = viewer->logMark();
+    faultIsOver();
+    ASSERT_TRUE(cut.end(network));
+    expectOneAttempt(upMark, Connection::mayLiveOn);
+    EXPECT_TRUE(
+        logTells({pathFound, scheduling(QStringLiteral("1"), networkReason), resumed}, upMark));
+}
+
+void NetworkFaultTest::expectOneAttempt(qsizetype mark, Connection connection) {
+    ASSERT_TRUE(isLiveAgainWithin(recoveryLimit, mark));
+    const QString immediate =
+        QStringLiteral("default playback: Scheduling recovery \\d+ in 0\\.\\d+ seconds; "
+                       "recreate=true; reason=%1\\.")
+            .arg(networkReason);
+    EXPECT_TRUE(logTells({immediate, resumed}, mark));
+    const qsizetype started = countInLog(engineStarted, mark);
+    if (connection == Connection::isDead || started > 0) {
+        EXPECT_TRUE(logTells(
+            {immediate, probing,
+             QStringLiteral("debug network: The local-network preflight reached ready state\\."),
+             engineStarted, loading, resumed},
+            mark));
+    }
+    std::cout << "[          ] " << (started > 0 ? "by a new player" : "by the old connection")
+              << std::endl;
+    // A second attempt would come within a second of the first one's end.
+    expectThroughout(2s, [&]() -> testing::AssertionResult {
+        if (countInLog(anyScheduling, mark) == 1 && countInLog(engineStarted, mark) <= 1)
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << "there was not one attempt:\n"
+                                           << logLines(mark).join(u'\n').toStdString();
+    });
+    EXPECT_TRUE(pictureIsLive(1s));
+}
+
+void NetworkFaultTest::expectThroughout(
+    Milliseconds duration, const std::function<testing::AssertionResult()> &condition) {
+    testing::AssertionResult verdict = testing::AssertionSuccess();
+    const bool held = always(duration, [&] {
+        verdict = condition();
+        return static_cast<bool>(verdict);
+    });
+    EXPECT_TRUE(held) << verdict.message();
+}
+
+void NetworkFaultTest::expectWindowMoves() {
+    const QRect before = viewer->geometry();
+    const QPoint way(90, 60);
+    pointer.moveTo(before.center());
+    ASSERT_TRUE(pointer.pressToDrag(before.center() + way));
+    pointer.glideTo(before.center() + way);
+    EXPECT_TRUE(eventually(2s, [&] {
+        return (viewer->geometry().topLeft() - before.topLeft() - way).manhattanLength() <=
+               2 * Pointer::dragStart;
+    })) << "the window does not follow the pointer";
+    pointer.release();
+}
+
+void NetworkFaultTest::expectCloseButtonEndsViewer() {
+    ASSERT_NO_FATAL_FAILURE(showControls());
+    pointer.moveTo(onScreen(controls().close()));
+    QElapsedTimer timer;
+    timer.start();
+    pointer.click();
+    EXPECT_TRUE(viewer->exitsInOrder(endLimit));
+    report("closed after", Milliseconds(timer.elapsed()), endLimit);
+}
+
+} // namespace lumvik::test

@@ -1,0 +1,48 @@
+// Faults of the system around the viewer that take long.
+
+#include "Eventually.h"
+#include "NameFaultTest.h"
+#include "SleepFaultTest.h"
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST_F(NetworkFaultTest, PictureIsBackAfterTheInterfaceWasDownForHalfAMinute) {
+    testCut(interfaceDown, 30s);
+}
+
+TEST_F(NetworkFaultTest, PictureIsBackAfterTheCableWasOutForHalfAMinute) {
+    testCut(cableOut, 30s);
+}
+
+TEST_F(SleepFaultTest, PictureIsBackAfterALongSleep) {
+    testSleep(20s);
+}
+
+TEST_F(NameFaultTest, ADeafNameServerNeverHoldsTheWindowUpWhilePlayersAreReplaced) {
+    // A single look-up outlasts everything here, so that players are destroyed in the middle of it.
+    ASSERT_NO_FATAL_FAILURE(startNetworkWithDeafNameServer("timeout:30 attempts:5"));
+    home.writeCameras({{QStringLiteral("Named"), named(deafName)}});
+    ASSERT_NO_FATAL_FAILURE(startMeasuredViewer());
+    // Attempts 3 and 6 replace the player. Each attempt before waits for eight to ten seconds for a
+    // picture, and all of them together for a minute for their turn.
+    ASSERT_TRUE(logTells(
+        {startedGeneration.arg(1),
+         QStringLiteral("default playback: Scheduling recovery 3 in .* recreate=true; .*"),
+         QStringLiteral("info playback: The video engine takes long to stop; going on without "
+                        "waiting for it\\."),
+         startedGeneration.arg(2),
+         QStringLiteral("default playback: Scheduling recovery 6 in .* recreate=true; .*"),
+         QStringLiteral("info playback: The video engine takes long to stop; going on without "
+                        "waiting for it\\."),
+         startedGeneration.arg(3)},
+        0, 150s));
+    expectResponsive("longest hold");
+    EXPECT_TRUE(neverTwoAttemptsPending(0));
+    expectWindowMoves();
+}
+
+} // namespace
+} // namespace lumvik::test
