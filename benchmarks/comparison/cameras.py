@@ -11,9 +11,9 @@ from .processes import Child, Failure
 class TestCamera(Child):
     """A lumvik-test-camera with the clock in its picture. `url` is where it serves."""
 
-    def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25):
+    def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25, port=0):
         super().__init__(
-            [program, "--port", "0", "--path", "/" + name.lower(), "--name", name, "--size", size,
+            [program, "--port", str(port), "--path", "/" + name.lower(), "--name", name, "--size", size,
              "--fps", str(fps), "--gop", str(fps), "--clock", "--exit-with-stdin"],
             environment, f"{folder}/camera-{name}.log",
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
@@ -22,6 +22,15 @@ class TestCamera(Child):
             self.end()
             raise Failure("the test camera did not start: " + self.last_words())
         self.url = answer[1]
+
+    def command(self, line):
+        """Sends a command and returns the camera's answer; one that is not understood is a Failure."""
+        self.process.stdin.write(line + "\n")
+        self.process.stdin.flush()
+        answer = self.process.stdout.readline().strip()
+        if not answer.startswith("ok"):
+            raise Failure(f"the camera answers \"{line}\" with \"{answer}\"")
+        return answer.removeprefix("ok").strip()
 
 
 class StallingNetwork:

@@ -108,9 +108,9 @@ class ScreenClock:
     """Collects what lumvik-screen-clock sees: `changes` is a list of (moment, delay, ink), times
     in milliseconds; what ink is, screen_clock.cpp says."""
 
-    def __init__(self, program, desktop, folder):
+    def __init__(self, program, desktop, folder, interval=2):
         self.changes = []
-        self._child = Child([program, *map(str, WINDOW)], desktop.environment,
+        self._child = Child([program, *map(str, WINDOW), str(interval)], desktop.environment,
                             f"{folder}/screen-clock.log", stdout=subprocess.PIPE, text=True)
         if self._child.process.stdout.readline().strip() != "ready":
             raise Failure("the screen cannot be watched: " + self._child.last_words())
