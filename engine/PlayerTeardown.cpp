@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 /// Longer than any instance needs whose stream is open or refused, and short enough for a window
 /// to stand still.
-constexpr auto patience = 250ms;
+constexpr auto patience = 200ms;
 
 bool waitUntil(const std::future<void> &destroyed, std::chrono::steady_clock::time_point end) {
     return destroyed.wait_until(end) == std::future_status::ready;

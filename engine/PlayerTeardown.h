@@ -24,7 +24,7 @@ class PlayerTeardown {
     ~PlayerTeardown();
 
     /// Destroys `player`, whose render context and other clients are gone. Returns once it is
-    /// destroyed, or after a quarter of a second, in which case the rest happens on a thread of its
+    /// destroyed, or after a fifth of a second, in which case the rest happens on a thread of its
     /// own.
     void destroy(mpv_handle *player);
 

@@ -34,7 +34,8 @@ TEST_F(PlayerTeardownTest, PlayerThatTakesLongIsLeftToItself) {
     mpv_handle *player = mpv_create();
     const auto begin = std::chrono::steady_clock::now();
     teardown.destroy(player);
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, 250ms);
+    // Together with what else the main thread does then, no more than a quarter of a second.
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 200ms);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, mostOfAWait);
     EXPECT_EQ(mpv.liveCores(), 1);
     EXPECT_FALSE(teardown.finish(10ms));
