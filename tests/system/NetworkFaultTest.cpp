@@ -31,9 +31,9 @@ namespace {
 
 constexpr auto recoveryLimit = 5s;
 constexpr auto endLimit = 3s;
-/// When a picture that stands still must be gone: it may be ten seconds old, and the program looks
-/// every two.
-constexpr auto blackLimit = 12s;
+/// When a picture that stands still must be gone, from the cut: it may be ten seconds old, the
+/// program looks every two, and what was already under way is still shown.
+constexpr auto blackLimit = 12500ms;
 
 } // namespace
 
