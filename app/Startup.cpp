@@ -10,6 +10,10 @@
 #include <algorithm>
 #include <array>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace lumvik {
 
 namespace {
@@ -31,6 +35,19 @@ bool canReachX11() {
 }
 
 } // namespace
+
+void prepareMemory() {
+#ifdef __GLIBC__
+    // By default every thread gets a heap of its own, and what a player's threads leave behind
+    // there is hardly ever given back: twenty players one after another cost 50 MiB. With one heap,
+    // and large blocks (pictures, packets) returned to the system when freed, they cost 2 MiB, and
+    // no measurable time.
+    constexpr int largeBlock = 128 * 1024;
+    mallopt(M_ARENA_MAX, 1);
+    mallopt(M_MMAP_THRESHOLD, largeBlock);
+    mallopt(M_TRIM_THRESHOLD, largeBlock);
+#endif
+}
 
 void prepareToolkit() {
     // X11 first, through XWayland too: no client may place itself or stay above under Wayland.

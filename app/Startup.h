@@ -5,6 +5,10 @@
 
 namespace lumvik {
 
+/// Keeps memory together over weeks of new players, each with threads of its own. Called first of
+/// all: what was allocated before stays where it is.
+void prepareMemory();
+
 /// What has to be settled before the application object exists: the windowing system, the render
 /// loop and the kind of OpenGL. Sets environment variables of this process; the user's own choices
 /// win.

@@ -34,6 +34,7 @@ QWindow *viewerWindow() {
 } // namespace
 
 int main(int argc, char **argv) {
+    prepareMemory();
     prepareToolkit();
     if (const auto problem = missingDisplay()) {
         std::fprintf(stderr, "%s\n", problem->c_str());
