@@ -95,8 +95,7 @@ TEST_F(ViewerFaultTest, PictureComesBackWhileAnAlertIsOpen) {
     ASSERT_TRUE(logTells(
         {loading,
          QStringLiteral("error playback: mpv rejected the load command with error -\\d+\\."),
-         backingOff(1, QStringLiteral("mpv rejected the load command")), probing,
-         loading, resumed},
+         backingOff(1, QStringLiteral("mpv rejected the load command")), probing, loading, resumed},
         0, 10s));
     const auto alertIsOpen = [this] { return viewer->windowsOnScreen().size() == 2; };
     ASSERT_TRUE(eventually(5s, alertIsOpen)) << "there is no alert";
