@@ -74,6 +74,8 @@ void AppDelegate::applicationDidResignActive() {
     if (isClosingViewer)
         return;
     closePopUpMenus();
+    if (interactionView != nullptr)
+        interactionView->cancelFocusSelection(CancellationNotice::notify);
     pointerIsOverViewer = false;
     cameraMenuIsOpen = false;
     updateViewerControls(true);

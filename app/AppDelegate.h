@@ -7,6 +7,7 @@
 #include "engine/MPVObserver.h"
 #include "engine/MPVOpenGLView.h"
 #include "engine/PlayerTeardown.h"
+#include "engine/VideoFocusCrop.h"
 #include "engine/VideoSourceGeometry.h"
 #include "platform/SerialQueue.h"
 #include "supervision/PlaybackSupervisorState.h"
@@ -37,6 +38,9 @@ struct PlaybackRecovery {
     RecoveryUrgency urgency = RecoveryUrgency::afterBackOff;
     PlayerRecreation recreation = PlayerRecreation::ifDue;
 };
+
+/// Whether a window takes the shape of what it is to show.
+enum class WindowReshaping { keepFrame, reshape };
 
 /// The application's controller: the one object that owns the viewer window, the player instance
 /// and the state of both, and that receives the application's life-cycle notifications.
@@ -89,10 +93,39 @@ class AppDelegate final : public QObject {
     /// Stacks the four controls above everything else in the window.
     void keepViewerControlsInFront();
     void viewerHoverChanged(bool isOver);
+
+    // ---- Camera picker: viewer/AppDelegate+CameraPicker.cpp ----
+
+    /// The user chose the camera at `index` in the picker, whose menu is closed.
+    void cameraMenuItemSelected(int index);
     /// The camera picker's own menu opens or has closed; the main menu has nothing to do with
     /// these.
     void menuWillOpen();
     void menuDidClose();
+
+    // ---- Focus area: viewer/AppDelegate+FocusArea.cpp ----
+
+    /// The focus button: begins the choice of an area, cancels it, or, while an area is shown,
+    /// brings the whole picture back.
+    void toggleFocusArea();
+    /// Shows only `crop`, filling the window, and frees the window's shape.
+    void applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping);
+    /// Ends a choice or a focused view: the whole picture, and the window's frame from before.
+    void restoreOriginalCameraView();
+    /// Brings the focus button's look and texts up to date.
+    void updateFocusButton();
+    /// The user chose `area`, in the interaction view's coordinates.
+    void focusSelectionCompleted(const QRectF &area);
+    void focusSelectionCancelled();
+    /// The right button was pressed over the picture: flips between the area and the whole picture
+    /// while focused, and else toggles the temporary maximum.
+    void secondaryClick();
+
+    // ---- Temporary maximum: viewer/AppDelegate+TemporaryMaximum.cpp ----
+
+    /// Makes the window as large as its screen allows, or brings its frame from before back. The
+    /// enlarged frame is never remembered. Does nothing in full screen or a maximised window.
+    void toggleTemporaryMaximum();
 
     // ---- Player instance: engine/AppDelegate+Player.cpp ----
 
@@ -107,6 +140,8 @@ class AppDelegate final : public QObject {
     void loadCamera(int index);
     /// Sets a property of the live instance, whatever the result; does nothing without one.
     void setMPVProperty(const char *name, const char *value);
+    /// Shows only `crop` of the live instance's picture, or all of it; does nothing without one.
+    void setVideoCrop(const std::optional<VideoFocusCrop> &crop);
     /// Reads the video's shape from `handle`, records it, and gives it to the window.
     void updateWindowAspectRatio(mpv_handle *handle);
     /// Shows `message` in an alert, in a later turn, unless one that says the same is open.
@@ -178,6 +213,7 @@ class AppDelegate final : public QObject {
     void saveWindowFrame();
     bool keyDown(QKeyEvent &event);
     void openMainMenu();
+    [[nodiscard]] QList<QRectF> viewerControlRects() const;
     /// The graphics of the window went away, with the player's render context; or are there again.
     void graphicsWereLost();
     void graphicsAreBack();
@@ -190,6 +226,14 @@ class AppDelegate final : public QObject {
     /// The picker, the pin, the focus and the close button, in the order of their stacking. That
     /// one is missing once the window is there stops the program.
     [[nodiscard]] std::array<QQuickItem *, 4> viewerControls() const;
+
+    // viewer/AppDelegate+FocusArea.cpp
+    void connectInteractionView();
+    void endFocusSelection();
+    void showFullCameraTemporarily();
+
+    // viewer/AppDelegate+TemporaryMaximum.cpp
+    void temporaryMaximumWasRestored(const QRect &frame);
 
     // engine/AppDelegate+Player.cpp
     void configurePlayer(mpv_handle *handle);
@@ -274,11 +318,18 @@ class AppDelegate final : public QObject {
 
     // The window's special states.
     FrameMemory frameMemory; // what the window's frame was before it was maximised
+    std::optional<QRect> restoreFrameBeforeTemporaryMaximum;
     bool isTemporarilyMaximized = false;
+    std::shared_ptr<WorkItem> temporaryMaximumEnd; // due while the window is on its way back
     bool isClosingViewer = false;
-    bool isSelectingFocusArea = false;
     bool graphicsFailureIsShown = false;
+
+    // The focus area.
+    std::optional<VideoFocusCrop> focusCrop; // while the view is focused
+    bool isSelectingFocusArea = false;
+    bool isShowingFullCameraTemporarily = false; // the whole picture in the focused window
     std::optional<VideoSourceGeometry> sourceVideoGeometry;
+    std::optional<QRect> restoreFrameBeforeFocus;
 };
 
 } // namespace lumvik

@@ -135,6 +135,9 @@ void AppDelegate::stopPlayerEngine() {
 void AppDelegate::loadCamera(int index) {
     if (index < 0 || index >= cameras.size() || mpv == nullptr)
         return;
+    // An area belongs to the picture in which it was chosen.
+    if (focusCrop || isSelectingFocusArea)
+        restoreOriginalCameraView();
     sourceVideoGeometry.reset();
     lastCameraLoad = environment.mainQueue.now();
     lastFrameRenderedAt.reset();
@@ -162,6 +165,11 @@ void AppDelegate::setMPVProperty(const char *name, const char *value) {
         mpv_set_property_string(mpv, name, value);
 }
 
+void AppDelegate::setVideoCrop(const std::optional<VideoFocusCrop> &crop) {
+    if (mpv != nullptr)
+        lumvik::setVideoCrop(mpv, crop);
+}
+
 void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
     const auto width = integerProperty(handle, "video-params/w");
     const auto height = integerProperty(handle, "video-params/h");
@@ -171,6 +179,15 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
     if (!geometry)
         return;
     sourceVideoGeometry = geometry;
+    if (focusCrop) {
+        // The area has its own shape. In a picture of another size it means nothing any more, and
+        // may not even exist.
+        const QSizeF sourceSize(static_cast<qreal>(geometry->width),
+                                static_cast<qreal>(geometry->height));
+        if (focusCrop->sourceSize != sourceSize)
+            restoreOriginalCameraView();
+        return;
+    }
     const auto ratio = aspectRatioToApply(*geometry, appliedVideoAspectRatio);
     if (!ratio)
         return;

@@ -33,22 +33,22 @@ void AppDelegate::viewerHoverChanged(bool isOver) {
     updateViewerControls(true);
 }
 
-void AppDelegate::menuWillOpen() {
-    cameraMenuIsOpen = true;
-    updateViewerControls(true);
-}
-
-void AppDelegate::menuDidClose() {
-    cameraMenuIsOpen = false;
-    updateViewerControls(true);
-}
-
 std::array<QQuickItem *, 4> AppDelegate::viewerControls() const {
     const std::array<QQuickItem *, 4> controls{cameraPicker, stayOnTopButton, focusViewerButton,
                                                closeViewerButton};
     if (window && std::find(controls.begin(), controls.end(), nullptr) != controls.end())
         qFatal("The viewer lacks one of its controls.");
     return controls;
+}
+
+QList<QRectF> AppDelegate::viewerControlRects() const {
+    constexpr qreal invisible = 0.01;
+    QList<QRectF> rects;
+    for (const QQuickItem *control : viewerControls()) {
+        if (control->isVisible() && control->opacity() > invisible)
+            rects.append(interactionView->mapRectFromItem(control, control->boundingRect()));
+    }
+    return rects;
 }
 
 void AppDelegate::updateViewerControls(bool animated) {

@@ -74,11 +74,8 @@ void AppDelegate::createViews() {
                 self->graphicsAreBack();
         });
     emptyStateLabel = new EmptyStateLabel(content);
-    interactionView = new DraggableContentView(content);
-    interactionView->setHoverChanged([self](bool isOver) {
-        if (self)
-            self->viewerHoverChanged(isOver);
-    });
+    interactionView = new DraggableContentView(environment.mainQueue, content);
+    connectInteractionView();
 
     mainMenuStrip = new MainMenuStrip(mainMenu->menus(), content);
     mainMenuStrip->setMenuOpenChanged([self](bool isOpen) {
@@ -100,7 +97,7 @@ void AppDelegate::createViews() {
                                      .cameraChosen =
                                          [self](int index) {
                                              if (self)
-                                                 self->selectCamera(index);
+                                                 self->cameraMenuItemSelected(index);
                                          }},
                                     content);
     stayOnTopButton = new PinToggleButton(content);
@@ -109,6 +106,10 @@ void AppDelegate::createViews() {
             self->toggleStayOnTop();
     });
     focusViewerButton = new FocusViewerButton(content);
+    focusViewerButton->setAction([self] {
+        if (self)
+            self->toggleFocusArea();
+    });
     closeViewerButton = new CloseViewerButton(content);
     closeViewerButton->setAction([self] {
         if (self)
@@ -191,6 +192,7 @@ void AppDelegate::windowWillClose() {
     environment.limitTimeToExit();
     isClosingViewer = true;
     environment.userDefaults.synchronize(); // first, should the rest run out of time
+    interactionView->cancelFocusSelection(CancellationNotice::keepSilent);
     playbackWatchdog.reset();
     // Late results of the selection until now find another generation and do nothing.
     if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))

@@ -13,10 +13,12 @@ namespace lumvik {
 namespace {
 
 constexpr qreal cornerRadius = 8;
-constexpr qreal textMargin = 10;
+constexpr qreal textMargin = 8;  // at each side of the title, within its rectangle
 constexpr qreal arrowSpace = 12; // what the title leaves at its right for the arrow
-constexpr qreal arrowWidth = 8;
-constexpr qreal arrowHeight = 10;
+constexpr QSizeF arrowSize{8, 10};
+constexpr qreal arrowMargin = 7; // between the arrow and the right edge
+constexpr qreal menuGap = 4;     // between the picker and its menu
+constexpr float groundAlpha = 0.66F;
 
 QFont titleFont() {
     return systemFont(10, QFont::Medium);
@@ -24,15 +26,24 @@ QFont titleFont() {
 
 } // namespace
 
+QRectF ViewerCameraPickerCell::titleRect(const QRectF &bounds, qreal titleHeight) {
+    return {bounds.left(), bounds.center().y() - titleHeight / 2, bounds.width() - arrowSpace,
+            titleHeight};
+}
+
 CameraPicker::CameraPicker(CameraPickerDelegate delegate, QQuickItem *parent)
     : ViewerControl(Role::popUpButton, QStringLiteral("Choose a camera"), parent)
     , m_delegate(std::move(delegate))
+    , m_menuStyle([this](const QAction *item) { return viewOfItem(item); })
     , m_menu(std::make_unique<QMenu>()) {
+    m_menu->setStyle(&m_menuStyle);
     setAction([this] { openMenu(); });
     connect(m_menu.get(), &QMenu::aboutToShow, this, [this] {
+        markSelectedItem();
         if (m_delegate.menuWillOpen)
             m_delegate.menuWillOpen();
     });
+    connect(m_menu.get(), &QMenu::hovered, this, [this] { markSelectedItem(); });
     connect(m_menu.get(), &QMenu::aboutToHide, this, [this] {
         if (m_delegate.menuDidClose)
             m_delegate.menuDidClose();
@@ -42,8 +53,11 @@ CameraPicker::CameraPicker(CameraPickerDelegate delegate, QQuickItem *parent)
 CameraPicker::~CameraPicker() = default;
 
 void CameraPicker::setItems(const QStringList &names) {
+    if (m_menu->isVisible())
+        m_menu->close();
     m_names = names;
     m_selected = names.isEmpty() ? -1 : 0;
+    styleCameraPickerMenu();
     accessibleValueChanged();
     update();
 }
@@ -52,6 +66,7 @@ void CameraPicker::selectItem(int index) {
     if (index < 0 || index >= m_names.size())
         return;
     m_selected = index;
+    markSelectedItem();
     accessibleValueChanged();
     update();
 }
@@ -62,29 +77,44 @@ qreal CameraPicker::naturalWidth() const {
     return std::ceil(title) + 2 * textMargin + arrowSpace;
 }
 
-void CameraPicker::populateMenu() {
+void CameraPicker::styleCameraPickerMenu() {
     m_menu->clear();
+    m_itemViews.clear();
     for (int index = 0; index < m_names.size(); ++index) {
-        // In a menu "&" would underline the letter behind it.
-        QString title = m_names.at(index);
-        title.replace(QLatin1Char('&'), QLatin1String("&&"));
-        QAction *action = m_menu->addAction(title);
-        action->setCheckable(true);
-        action->setActionGroup(&m_exclusive);
-        action->setChecked(index == m_selected);
-        connect(action, &QAction::triggered, this, [this, index] {
+        const QString &name = m_names.at(index);
+        // In a menu "&" would make the letter behind it a key.
+        QAction *item =
+            m_menu->addAction(QString(name).replace(QLatin1Char('&'), QLatin1String("&&")));
+        item->setCheckable(true); // drawn by the view; this is for assistive technology
+        item->setData(index);
+        m_itemViews.push_back(std::make_unique<MirelCameraMenuItemView>(item, name, [this, index] {
             if (m_delegate.cameraChosen)
                 m_delegate.cameraChosen(index);
-        });
+        }));
+        connect(item, &QAction::triggered, this, [this, index] { itemView(index).activate(); });
     }
+    markSelectedItem();
+}
+
+void CameraPicker::markSelectedItem() {
+    for (const auto &view : m_itemViews) {
+        view->isSelected = view->menuItem && view->menuItem->data().toInt() == m_selected;
+        if (view->menuItem)
+            view->menuItem->setChecked(view->isSelected);
+    }
+    m_menu->update();
+}
+
+const MirelCameraMenuItemView *CameraPicker::viewOfItem(const QAction *item) const {
+    const auto index = static_cast<std::size_t>(item->data().toInt());
+    return index < m_itemViews.size() ? m_itemViews.at(index).get() : nullptr;
 }
 
 void CameraPicker::openMenu() {
     if (window() == nullptr || m_names.isEmpty())
         return;
-    populateMenu();
-    QAction *selected = m_selected < 0 ? nullptr : m_menu->actions().at(m_selected);
-    popUpMenu(*m_menu, *window(), mapToScene(QPointF(0, height() + 4)).toPoint(), selected);
+    popUpMenu(*m_menu, *window(), mapToScene(QPointF(0, height() + menuGap)).toPoint(),
+              m_menu->actions().value(m_selected));
 }
 
 void CameraPicker::mousePressEvent(QMouseEvent *event) {
@@ -104,21 +134,22 @@ void CameraPicker::paint(QPainter *painter) {
     const QRectF bounds = boundingRect();
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(Qt::NoPen);
-    painter->setBrush(QColor::fromRgbF(0, 0, 0, 0.66F));
+    painter->setBrush(QColor::fromRgbF(0, 0, 0, groundAlpha));
     painter->drawRoundedRect(bounds, cornerRadius, cornerRadius);
 
-    painter->setPen(Qt::white);
-    painter->setFont(titleFont());
-    const QRectF title = bounds.adjusted(textMargin, 0, -(textMargin + arrowSpace), 0);
     if (m_selected >= 0) {
-        const QString shown =
-            QFontMetricsF(titleFont())
-                .elidedText(m_names.at(m_selected), Qt::ElideRight, title.width());
-        painter->drawText(title, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, shown);
+        const QFontMetricsF metrics(titleFont());
+        const QRectF title = ViewerCameraPickerCell::titleRect(bounds, metrics.height())
+                                 .adjusted(textMargin, 0, -textMargin, 0);
+        painter->setPen(Qt::white);
+        painter->setFont(titleFont());
+        painter->drawText(
+            title, Qt::AlignCenter | Qt::TextSingleLine,
+            metrics.elidedText(m_names.at(m_selected), Qt::ElideRight, title.width()));
     }
-    Symbols::draw(*painter, QStringLiteral("chevron.up.chevron.down"),
-                  QRectF(bounds.right() - textMargin - arrowWidth,
-                         bounds.center().y() - arrowHeight / 2, arrowWidth, arrowHeight),
+    const QPointF arrow(bounds.right() - arrowMargin - arrowSize.width(),
+                        bounds.center().y() - arrowSize.height() / 2);
+    Symbols::draw(*painter, QStringLiteral("chevron.up.chevron.down"), QRectF(arrow, arrowSize),
                   Qt::white);
 }
 

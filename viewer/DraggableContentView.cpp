@@ -1,13 +1,17 @@
 #include "viewer/DraggableContentView.h"
 
+#include "viewer/FocusSelectionOverlay.h"
 #include "viewer/MouseButtons.h"
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QQuickWindow>
 #include <QStyleHints>
 
+#include <algorithm>
 #include <utility>
 
 namespace lumvik {
@@ -16,6 +20,14 @@ namespace {
 
 /// How often it is looked whether the user has let go of the window, in milliseconds.
 constexpr int afterDragInterval = 150;
+
+/// How long a finished selection stands before it is handed over, in seconds.
+constexpr double finalizingTime = 0.3;
+
+/// The rectangle that spans two points.
+QRectF spanned(const QPointF &one, const QPointF &other) {
+    return QRectF(one, other).normalized();
+}
 
 } // namespace
 
@@ -42,8 +54,11 @@ Qt::CursorShape resizeCursor(Qt::Edges edges) {
     return Qt::ArrowCursor;
 }
 
-DraggableContentView::DraggableContentView(QQuickItem *parent) : QQuickItem(parent) {
-    setAcceptedMouseButtons(Qt::LeftButton);
+DraggableContentView::DraggableContentView(MainQueue &mainQueue, QQuickItem *parent)
+    : QQuickItem(parent)
+    , m_mainQueue(mainQueue)
+    , m_overlay(new FocusSelectionOverlay(this)) {
+    setAcceptedMouseButtons(Qt::LeftButton | Qt::RightButton);
     setAcceptHoverEvents(true);
     m_afterDrag.setInterval(afterDragInterval);
     connect(&m_afterDrag, &QTimer::timeout, this, &DraggableContentView::checkHoverAfterDrag);
@@ -51,6 +66,10 @@ DraggableContentView::DraggableContentView(QQuickItem *parent) : QQuickItem(pare
     if (window() != nullptr)
         window()->installEventFilter(this);
 }
+
+DraggableContentView::~DraggableContentView() = default;
+
+// ---- Hover ----
 
 void DraggableContentView::itemChange(ItemChange change, const ItemChangeData &value) {
     if (change == ItemSceneChange && value.window != nullptr)
@@ -61,8 +80,12 @@ void DraggableContentView::itemChange(ItemChange change, const ItemChangeData &v
 bool DraggableContentView::eventFilter(QObject *, QEvent *event) {
     switch (static_cast<int>(event->type())) {
     case QEvent::Enter:
-    case QEvent::MouseMove:
         reportHover(true);
+        break;
+    case QEvent::MouseMove:
+        // With a button held the window hears of the pointer wherever it goes.
+        reportHover(QRectF(QPointF(), window()->size())
+                        .contains(static_cast<QMouseEvent *>(event)->position()));
         break;
     case QEvent::Leave:
         reportHover(false);
@@ -78,6 +101,81 @@ void DraggableContentView::reportHover(bool isOver) {
         m_hoverChanged(isOver);
 }
 
+bool DraggableContentView::contains(const QPointF &point) const {
+    if (m_viewerControlRects) {
+        const auto rects = m_viewerControlRects();
+        const auto isThere = [&](const QRectF &rect) { return rect.contains(point); };
+        if (std::any_of(rects.begin(), rects.end(), isThere))
+            return false;
+    }
+    return QQuickItem::contains(point);
+}
+
+// ---- The mouse and the keyboard ----
+
+void DraggableContentView::mousePressEvent(QMouseEvent *event) {
+    event->accept();
+    if (event->button() == Qt::RightButton) {
+        rightButtonPressed();
+        return;
+    }
+    if (m_isFinalizingFocusSelection)
+        return;
+    if (m_isSelectingFocusArea) {
+        m_focusSelectionStart = event->position();
+        m_focusSelectionRect = QRectF(event->position(), QSizeF());
+        showFocusSelection();
+        return;
+    }
+    m_grabPoint.reset();
+    m_pressed = event->scenePosition();
+}
+
+void DraggableContentView::rightButtonPressed() {
+    m_pressed.reset();
+    if (m_isSelectingFocusArea)
+        cancelFocusSelection(CancellationNotice::notify);
+    else if (m_secondaryClick)
+        m_secondaryClick();
+}
+
+void DraggableContentView::mouseMoveEvent(QMouseEvent *event) {
+    if (m_isSelectingFocusArea) {
+        if (m_focusSelectionStart)
+            selectTo(event->position());
+        return;
+    }
+    continueWindowDrag(*event);
+}
+
+void DraggableContentView::mouseReleaseEvent(QMouseEvent *event) {
+    event->accept();
+    if (event->button() == Qt::LeftButton && m_isSelectingFocusArea)
+        finishFocusSelection();
+    if (event->buttons() == Qt::NoButton)
+        mouseUngrabEvent();
+}
+
+void DraggableContentView::mouseUngrabEvent() {
+    m_pressed.reset();
+    m_grabPoint.reset();
+    if (m_isSelectingFocusArea && m_focusSelectionStart) {
+        // The rest of the drag went elsewhere. The user may begin another.
+        m_focusSelectionStart.reset();
+        m_focusSelectionRect.reset();
+        showFocusSelection();
+    }
+}
+
+void DraggableContentView::keyPressEvent(QKeyEvent *event) {
+    if (m_isSelectingFocusArea && event->key() == Qt::Key_Escape)
+        cancelFocusSelection(CancellationNotice::notify);
+    else
+        QQuickItem::keyPressEvent(event);
+}
+
+// ---- Moving and resizing the window ----
+
 bool DraggableContentView::canMove() const {
     return window() != nullptr && !window()->windowStates().testFlag(Qt::WindowFullScreen);
 }
@@ -86,32 +184,16 @@ bool DraggableContentView::canResize() const {
     return canMove() && !window()->windowStates().testFlag(Qt::WindowMaximized);
 }
 
-void DraggableContentView::mousePressEvent(QMouseEvent *event) {
-    event->accept();
-    m_grabPoint.reset();
-    m_pressed = event->scenePosition();
-}
-
-void DraggableContentView::mouseMoveEvent(QMouseEvent *event) {
+void DraggableContentView::continueWindowDrag(const QMouseEvent &event) {
     if (m_grabPoint) {
-        window()->setPosition(event->globalPosition().toPoint() - *m_grabPoint);
+        window()->setPosition(event.globalPosition().toPoint() - *m_grabPoint);
         return;
     }
-    if (!m_pressed || !event->buttons().testFlag(Qt::LeftButton))
+    if (!m_pressed || !event.buttons().testFlag(Qt::LeftButton))
         return;
-    const QPointF way = event->scenePosition() - *m_pressed;
+    const QPointF way = event.scenePosition() - *m_pressed;
     if (way.manhattanLength() >= QGuiApplication::styleHints()->startDragDistance())
         beginDrag(*std::exchange(m_pressed, std::nullopt));
-}
-
-void DraggableContentView::mouseReleaseEvent(QMouseEvent *event) {
-    event->accept();
-    mouseUngrabEvent();
-}
-
-void DraggableContentView::mouseUngrabEvent() {
-    m_pressed.reset();
-    m_grabPoint.reset();
 }
 
 void DraggableContentView::beginDrag(const QPointF &pressed) {
@@ -146,10 +228,84 @@ void DraggableContentView::checkHoverAfterDrag() {
 
 void DraggableContentView::hoverMoveEvent(QHoverEvent *event) {
     QQuickItem::hoverMoveEvent(event);
+    if (m_isSelectingFocusArea)
+        return;
     const auto shape =
         canResize() ? resizeCursor(resizeEdges(event->position(), size())) : Qt::ArrowCursor;
     if (cursor().shape() != shape)
         setCursor(shape);
+}
+
+// ---- Selecting an area ----
+
+void DraggableContentView::beginFocusSelection() {
+    dropFocusSelection();
+    m_isSelectingFocusArea = true;
+    forceActiveFocus(Qt::OtherFocusReason);
+    showFocusSelection();
+}
+
+void DraggableContentView::cancelFocusSelection(CancellationNotice notice) {
+    const bool wasActive = m_isSelectingFocusArea || m_isFinalizingFocusSelection;
+    dropFocusSelection();
+    showFocusSelection();
+    if (notice == CancellationNotice::notify && wasActive && m_focusSelectionCancelled)
+        m_focusSelectionCancelled();
+}
+
+void DraggableContentView::selectTo(const QPointF &point) {
+    m_focusSelectionRect =
+        spanned(*m_focusSelectionStart, point).intersected(QRectF(QPointF(), size()));
+    showFocusSelection();
+}
+
+void DraggableContentView::finishFocusSelection() {
+    const QRectF area = m_focusSelectionRect.value_or(QRectF());
+    if (area.width() < smallestFocusSelection || area.height() < smallestFocusSelection) {
+        cancelFocusSelection(CancellationNotice::notify);
+        return;
+    }
+    m_isSelectingFocusArea = false;
+    m_isFinalizingFocusSelection = true;
+    m_focusSelectionStart.reset();
+    showFocusSelection();
+    m_handOver = m_mainQueue.after(finalizingTime, [self = QPointer(this), area] {
+        if (self)
+            self->handOverFocusSelection(area);
+    });
+}
+
+void DraggableContentView::handOverFocusSelection(const QRectF &area) {
+    dropFocusSelection();
+    showFocusSelection();
+    if (m_focusSelectionCompleted)
+        m_focusSelectionCompleted(area);
+}
+
+void DraggableContentView::dropFocusSelection() {
+    m_isSelectingFocusArea = false;
+    m_isFinalizingFocusSelection = false;
+    m_focusSelectionStart.reset();
+    m_focusSelectionRect.reset();
+    if (const auto handOver = std::exchange(m_handOver, nullptr))
+        handOver->cancel();
+}
+
+void DraggableContentView::showFocusSelection() {
+    if (m_isSelectingFocusArea)
+        setCursor(Qt::CrossCursor);
+    else if (cursor().shape() == Qt::CrossCursor)
+        setCursor(Qt::ArrowCursor);
+    m_overlay->setVisible(m_isSelectingFocusArea || m_isFinalizingFocusSelection);
+    m_overlay->setSelection(m_focusSelectionRect, m_focusSelectionStart.has_value());
+}
+
+void DraggableContentView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) {
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    m_overlay->setSize(newGeometry.size());
+    // Under a rectangle drawn over another size lies another part of the picture.
+    if (newGeometry.size() != oldGeometry.size() && m_focusSelectionRect)
+        cancelFocusSelection(CancellationNotice::notify);
 }
 
 } // namespace lumvik

@@ -47,14 +47,38 @@ QString PinToggleButton::symbolName() const {
 }
 
 FocusViewerButton::FocusViewerButton(QQuickItem *parent)
-    : ViewerButton(Role::button, QStringLiteral("Focus on an Area"), parent) {}
+    : ViewerButton(Role::button, QString(), parent) {
+    updateLabel();
+}
+
+void FocusViewerButton::setShowsRestoreIcon(bool shows) {
+    m_showsRestoreIcon = shows;
+    updateLabel();
+    update();
+}
+
+void FocusViewerButton::setSelectingArea(bool selects) {
+    m_isSelectingArea = selects;
+    updateLabel();
+    update();
+}
+
+void FocusViewerButton::updateLabel() {
+    if (m_showsRestoreIcon)
+        setLabel(QStringLiteral("Show Original View"));
+    else if (m_isSelectingArea)
+        setLabel(QStringLiteral("Cancel Area Selection"));
+    else
+        setLabel(QStringLiteral("Focus on an Area"));
+}
 
 QColor FocusViewerButton::fillColour() const {
-    return translucentBlack(0.76F);
+    return translucentBlack(m_isSelectingArea ? 0.9F : 0.76F);
 }
 
 QString FocusViewerButton::symbolName() const {
-    return QStringLiteral("viewfinder");
+    return m_showsRestoreIcon ? QStringLiteral("arrow.counterclockwise")
+                              : QStringLiteral("viewfinder");
 }
 
 CloseViewerButton::CloseViewerButton(QQuickItem *parent)

@@ -43,16 +43,27 @@ class PinToggleButton final : public ViewerButton {
     bool m_isOn = false;
 };
 
-/// "Focus on an Area".
+/// Begins and cancels the choice of an area, and brings the whole picture back.
 class FocusViewerButton final : public ViewerButton {
     Q_OBJECT
 
   public:
     explicit FocusViewerButton(QQuickItem *parent);
 
+    /// While an area is shown, the button brings back the whole picture and says so.
+    void setShowsRestoreIcon(bool shows);
+    [[nodiscard]] bool showsRestoreIcon() const { return m_showsRestoreIcon; }
+    /// While an area is being chosen the button is darker, and cancels.
+    void setSelectingArea(bool selects);
+    [[nodiscard]] bool isSelectingArea() const { return m_isSelectingArea; }
+
   private:
+    void updateLabel();
     [[nodiscard]] QColor fillColour() const override;
     [[nodiscard]] QString symbolName() const override;
+
+    bool m_showsRestoreIcon = false;
+    bool m_isSelectingArea = false;
 };
 
 /// "Close Camera".

@@ -7,17 +7,21 @@
 #include <QKeyEvent>
 #include <QScreen>
 
+#include <utility>
+
 namespace lumvik {
 
 namespace {
 
 constexpr QSize initialSize{1120, 630};
-constexpr QSize minimumViewerSize{480, 270};
 
 /// How long after the last size a window that the window manager left in another shape is
 /// corrected, in milliseconds. Correcting each size of an interactive resize would fight with the
 /// pointer.
 constexpr int shapeCorrectionDelay = 150;
+
+/// How long the window is on its way to a new frame, in milliseconds.
+constexpr int frameAnimationTime = 200;
 
 } // namespace
 
@@ -33,11 +37,11 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     m_sizeSettled.setSingleShot(true);
     m_sizeSettled.setInterval(shapeCorrectionDelay);
     connect(&m_sizeSettled, &QTimer::timeout, this, &ViewerWindow::correctShape);
-    connect(this, &QWindow::windowStateChanged, this, [this] {
-        m_sizeSettled.start();
-        if (m_delegate.didChangeState)
-            m_delegate.didChangeState();
-    });
+    connect(this, &QWindow::windowStateChanged, this, &ViewerWindow::stateChanged);
+    m_frameAnimation.setDuration(frameAnimationTime);
+    m_frameAnimation.setEasingCurve(QEasingCurve::InOutQuad);
+    connect(&m_frameAnimation, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &frame) { setGeometry(frame.toRect()); });
     connect(this, &QQuickWindow::frameSwapped, this, [this] {
         m_wasDrawn = true;
         if (m_firstDrawn)
@@ -55,7 +59,7 @@ ViewerWindow::~ViewerWindow() = default;
 
 // ---- Shape ----
 
-QRect ViewerWindow::availableArea() const {
+QRect ViewerWindow::visibleArea() const {
     const QScreen *where = screen() != nullptr ? screen() : QGuiApplication::primaryScreen();
     return where == nullptr ? QRect(position(), size()) : where->availableGeometry();
 }
@@ -70,12 +74,13 @@ void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
 void ViewerWindow::correctShape() {
     if (!hasOrdinaryFrame())
         return;
-    // A window that the user holds goes where the pointer says, and is put right afterwards.
-    if (mouseButtonIsDown()) {
+    // A window that the user holds goes where the pointer says, and is put right afterwards; so is
+    // one on its way to another frame.
+    if (mouseButtonIsDown() || m_frameAnimation.state() == QAbstractAnimation::Running) {
         m_sizeSettled.start();
         return;
     }
-    const QRect area = availableArea();
+    const QRect area = visibleArea();
     const auto shaped = m_shapeCorrection.sizeToAskFor(
         size(), sizeWithAspectRatio(size(), m_ratio, minimumSize(), area.size()));
     if (!shaped)
@@ -155,7 +160,45 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
 }
 
 void ViewerWindow::centre() {
-    setGeometry(centredFrame(size(), availableArea()));
+    setGeometry(centredFrame(size(), visibleArea()));
+}
+
+QRect ViewerWindow::frame() const {
+    if (m_ordinaryFrame)
+        return *m_ordinaryFrame;
+    return m_frameAnimation.state() == QAbstractAnimation::Running
+               ? m_frameAnimation.endValue().toRect()
+               : geometry();
+}
+
+void ViewerWindow::setFrame(const QRect &frame) {
+    m_frameAnimation.stop();
+    if (!hasOrdinaryFrame()) {
+        m_ordinaryFrame = frame;
+        return;
+    }
+    m_frameAnimation.setStartValue(geometry());
+    m_frameAnimation.setEndValue(frame);
+    m_frameAnimation.start();
+}
+
+void ViewerWindow::finishFrameAnimation() {
+    if (m_frameAnimation.state() == QAbstractAnimation::Running)
+        m_frameAnimation.setCurrentTime(m_frameAnimation.duration());
+}
+
+void ViewerWindow::stateChanged() {
+    m_sizeSettled.start();
+    if (!hasOrdinaryFrame()) {
+        if (m_frameAnimation.state() == QAbstractAnimation::Running)
+            m_ordinaryFrame = m_frameAnimation.endValue().toRect();
+        m_frameAnimation.stop();
+    } else {
+        if (const auto frame = std::exchange(m_ordinaryFrame, std::nullopt))
+            setGeometry(*frame);
+    }
+    if (m_delegate.didChangeState)
+        m_delegate.didChangeState();
 }
 
 void ViewerWindow::toggleFullScreen() {
@@ -176,9 +219,13 @@ bool ViewerWindow::event(QEvent *event) {
     // counts.
     if (event->type() == QEvent::Close && !m_isClosing) {
         m_isClosing = true;
+        m_frameAnimation.stop();
         if (m_delegate.willClose)
             m_delegate.willClose();
     }
+    // The user takes hold of the window, or asks for another frame: from where this one leads.
+    if (event->type() == QEvent::MouseButtonPress)
+        finishFrameAnimation();
     return QQuickWindow::event(event);
 }
 

@@ -6,6 +6,7 @@
 
 #include <QQuickWindow>
 #include <QTimer>
+#include <QVariantAnimation>
 
 #include <functional>
 #include <optional>
@@ -39,6 +40,9 @@ class ViewerWindow final : public QQuickWindow {
     Q_OBJECT
 
   public:
+    /// The smallest content of a window that shows a whole picture, in points.
+    static constexpr QSize minimumViewerSize{480, 270};
+
     explicit ViewerWindow(ViewerWindowDelegate delegate);
     ~ViewerWindow() override;
 
@@ -59,6 +63,14 @@ class ViewerWindow final : public QQuickWindow {
     bool setFrameFromString(const QString &text);
     /// Centres the window on its screen.
     void centre();
+
+    /// The frame that the window has or is on its way to, in points.
+    [[nodiscard]] QRect frame() const;
+    /// Moves and sizes the window in a short animation, which a press of the mouse brings to its
+    /// end. A window in full screen, maximised or minimised takes the frame when it is back.
+    void setFrame(const QRect &frame);
+    /// The part of the window's screen that panels leave free.
+    [[nodiscard]] QRect visibleArea() const;
 
     /// Whether programs place their windows and keep them on top here: everywhere but under
     /// Wayland.
@@ -85,13 +97,16 @@ class ViewerWindow final : public QQuickWindow {
 
   private:
     void correctShape();
-    [[nodiscard]] QRect availableArea() const;
+    void finishFrameAnimation();
+    void stateChanged();
 
     ViewerWindowDelegate m_delegate;
     X11SizeHints m_sizeHints;
     ContentAspectRatio m_ratio;
     ShapeCorrection m_shapeCorrection;
     QTimer m_sizeSettled; // fires when sizes have stopped arriving
+    QVariantAnimation m_frameAnimation;
+    std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
     std::optional<QPoint> m_restoredPlace;
     std::function<void()> m_firstDrawn;
     bool m_wasDrawn = false;

@@ -48,6 +48,14 @@ QString savedFrameString(const QRect &frame, const QRect &screen) {
         .arg(screen.height());
 }
 
+QString plainFrameString(const QRect &frame) {
+    return QStringLiteral("{{%1, %2}, {%3, %4}}")
+        .arg(frame.x())
+        .arg(frame.y())
+        .arg(frame.width())
+        .arg(frame.height());
+}
+
 std::optional<QRect> frameFromString(const QString &text) {
     static const QString number = QStringLiteral("(-?\\d{1,9}(?:\\.\\d{1,9})?)");
     static const QRegularExpression saved(QRegularExpression::anchoredPattern(

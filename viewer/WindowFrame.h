@@ -13,7 +13,10 @@ namespace lumvik {
 /// origin at the top left.
 [[nodiscard]] QString savedFrameString(const QRect &frame, const QRect &screen);
 
-/// The frame in a text made by savedFrameString, or in the plain form "{{x, y}, {w, h}}". Nothing
+/// The plain form of a frame: "{{x, y}, {w, h}}".
+[[nodiscard]] QString plainFrameString(const QRect &frame);
+
+/// The frame in a text made by savedFrameString or plainFrameString. Nothing
 /// when the text is neither, or when the frame is empty or absurd (a side above 32,767, the limit
 /// of X11).
 [[nodiscard]] std::optional<QRect> frameFromString(const QString &text);

@@ -53,6 +53,16 @@ struct AppDelegateAccess {
     [[nodiscard]] auto &lastCameraLoad() const { return delegate.lastCameraLoad; }
     [[nodiscard]] auto &appliedVideoAspectRatio() const { return delegate.appliedVideoAspectRatio; }
     [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
+    [[nodiscard]] auto &restoreFrameBeforeTemporaryMaximum() const {
+        return delegate.restoreFrameBeforeTemporaryMaximum;
+    }
+    [[nodiscard]] auto &focusCrop() const { return delegate.focusCrop; }
+    [[nodiscard]] auto &isSelectingFocusArea() const { return delegate.isSelectingFocusArea; }
+    [[nodiscard]] auto &isShowingFullCameraTemporarily() const {
+        return delegate.isShowingFullCameraTemporarily;
+    }
+    [[nodiscard]] auto &restoreFrameBeforeFocus() const { return delegate.restoreFrameBeforeFocus; }
+    [[nodiscard]] auto viewerControlRects() const { return delegate.viewerControlRects(); }
     [[nodiscard]] auto &isClosingViewer() const { return delegate.isClosingViewer; }
     [[nodiscard]] auto &sourceVideoGeometry() const { return delegate.sourceVideoGeometry; }
 

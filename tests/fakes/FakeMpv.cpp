@@ -78,6 +78,8 @@ struct FakeMpv::State {
     std::vector<MpvRenderCall> renderCalls;
     std::map<std::string, int> commandResults;
     std::map<std::string, std::int64_t> properties;
+    std::map<std::string, std::string> textProperties;
+    std::map<std::string, int> settingResults; // by the name of what is set
     std::function<void(const MpvRenderCall &)> painter;
     int cores = 0;
     bool createFails = false;
@@ -181,7 +183,8 @@ int set(const char *function, mpv_handle *handle, const char *name, const char *
     const std::scoped_lock guard(fake.mutex);
     const mpv_handle &target = checked(fake, handle, function);
     record(fake, function, target.description(), {given(name), given(value)});
-    return fake.settingResult;
+    const auto result = fake.settingResults.find(given(name));
+    return result == fake.settingResults.end() ? fake.settingResult : result->second;
 }
 
 /// Puts an event into the queues of the live clients that `wants` chooses, and wakes them.
@@ -381,6 +384,11 @@ void FakeMpv::setCommandResult(const std::string &name, int result) {
     m_state->commandResults[name] = result;
 }
 
+void FakeMpv::setSettingResult(const std::string &name, int result) {
+    const std::scoped_lock guard(m_state->mutex);
+    m_state->settingResults[name] = result;
+}
+
 void FakeMpv::setSettingResult(int result) {
     const std::scoped_lock guard(m_state->mutex);
     m_state->settingResult = result;
@@ -449,6 +457,11 @@ bool FakeMpv::waitUntilPumpIdles(std::chrono::milliseconds deadline) const {
 void FakeMpv::setProperty(const std::string &name, std::int64_t value) {
     const std::scoped_lock guard(m_state->mutex);
     m_state->properties[name] = value;
+}
+
+void FakeMpv::setTextProperty(const std::string &name, const std::string &value) {
+    const std::scoped_lock guard(m_state->mutex);
+    m_state->textProperties[name] = value;
 }
 
 void FakeMpv::removeProperty(const std::string &name) {
@@ -614,6 +627,13 @@ int mpv_get_property(mpv_handle *handle, const char *name, mpv_format format, vo
     const std::scoped_lock guard(fake.mutex);
     const mpv_handle &target = checked(fake, handle, __func__);
     record(fake, __func__, target.description(), {given(name), std::to_string(format)});
+    if (format == MPV_FORMAT_STRING) {
+        const auto text = fake.textProperties.find(name);
+        if (text == fake.textProperties.end())
+            return MPV_ERROR_PROPERTY_UNAVAILABLE;
+        *static_cast<char **>(data) = strdup(text->second.c_str()); // freed by mpv_free
+        return 0;
+    }
     const auto found = fake.properties.find(name);
     if (found == fake.properties.end())
         return MPV_ERROR_PROPERTY_UNAVAILABLE;
@@ -624,6 +644,10 @@ int mpv_get_property(mpv_handle *handle, const char *name, mpv_format format, vo
     else
         return MPV_ERROR_PROPERTY_FORMAT;
     return 0;
+}
+
+void mpv_free(void *data) {
+    std::free(data); // NOLINT(*-no-malloc)
 }
 
 int mpv_observe_property(mpv_handle *handle, std::uint64_t, const char *name, mpv_format format) {

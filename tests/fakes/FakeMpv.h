@@ -83,6 +83,9 @@ class FakeMpv {
     /// The result of each mpv_set_option_string and mpv_set_property_string.
     void setSettingResult(int result);
 
+    /// The result of setting the property or option `name`, whatever setSettingResult says.
+    void setSettingResult(const std::string &name, int result);
+
     /// From now on mpv_terminate_destroy does not return, as while a name is looked up, until this
     /// is called with false.
     void setDestructionHangs(bool hangs);
@@ -109,6 +112,8 @@ class FakeMpv {
 
     /// What mpv_get_property answers for a number; until set a property is unavailable.
     void setProperty(const std::string &name, std::int64_t value);
+    /// What mpv_get_property answers for a text; until set a property is unavailable.
+    void setTextProperty(const std::string &name, const std::string &value);
     void removeProperty(const std::string &name);
 
     // ---- The picture ----

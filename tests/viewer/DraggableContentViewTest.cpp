@@ -1,5 +1,7 @@
 #include "viewer/DraggableContentView.h"
 
+#include "fakes/VirtualMainQueue.h"
+
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QQuickWindow>
@@ -49,7 +51,8 @@ TEST(ResizeCursor, PointsAlongTheDrag) {
 TEST(DraggableContentView, FollowsThePointerFromTheMomentItIsMade) {
     QQuickWindow window;
     QList<bool> reports;
-    DraggableContentView view(window.contentItem());
+    test::VirtualMainQueue queue;
+    DraggableContentView view(queue, window.contentItem());
     view.setHoverChanged([&](bool isOver) { reports.append(isOver); });
     QEvent leave(QEvent::Leave);
     QEnterEvent enter({5, 5}, {5, 5}, {5, 5});
@@ -76,7 +79,8 @@ class DraggingTest : public testing::Test {
 
     const int distance = QGuiApplication::styleHints()->startDragDistance();
     QQuickWindow window;
-    DraggableContentView view{window.contentItem()};
+    test::VirtualMainQueue queue;
+    DraggableContentView view{queue, window.contentItem()};
 };
 
 TEST_F(DraggingTest, BeginsOnlyPastTheDragDistance) {

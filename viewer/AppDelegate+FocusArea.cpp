@@ -1,0 +1,151 @@
+// The focus area: choosing it, showing it, and the way back to the whole picture.
+
+#include "app/AppDelegate.h"
+#include "viewer/FocusArea.h"
+
+#include <QPointer>
+
+#include <utility>
+
+namespace lumvik {
+
+void AppDelegate::connectInteractionView() {
+    const auto self = QPointer(this);
+    interactionView->setHoverChanged([self](bool isOver) {
+        if (self)
+            self->viewerHoverChanged(isOver);
+    });
+    interactionView->setSecondaryClick([self] {
+        if (self)
+            self->secondaryClick();
+    });
+    interactionView->setFocusSelectionCompleted([self](const QRectF &area) {
+        if (self)
+            self->focusSelectionCompleted(area);
+    });
+    interactionView->setFocusSelectionCancelled([self] {
+        if (self)
+            self->focusSelectionCancelled();
+    });
+    interactionView->setViewerControlRects(
+        [self] { return self ? self->viewerControlRects() : QList<QRectF>(); });
+}
+
+void AppDelegate::toggleFocusArea() {
+    if (isClosingViewer)
+        return;
+    if (focusCrop) {
+        restoreOriginalCameraView();
+    } else if (isSelectingFocusArea) {
+        interactionView->cancelFocusSelection(CancellationNotice::notify);
+    } else {
+        isSelectingFocusArea = true;
+        updateFocusButton();
+        interactionView->beginFocusSelection();
+        updateViewerControls(true);
+    }
+}
+
+void AppDelegate::focusSelectionCancelled() {
+    if (isClosingViewer || !isSelectingFocusArea)
+        return;
+    endFocusSelection();
+}
+
+void AppDelegate::endFocusSelection() {
+    isSelectingFocusArea = false;
+    updateFocusButton();
+    updateViewerControls(true);
+}
+
+void AppDelegate::focusSelectionCompleted(const QRectF &area) {
+    if (isClosingViewer)
+        return;
+    if (mpv == nullptr) {
+        endFocusSelection();
+        return;
+    }
+    // Until a load's stream has begun the engine still describes the one before.
+    if (videoHost->expectsPicture())
+        updateWindowAspectRatio(mpv);
+    const auto crop = sourceVideoGeometry
+                          ? videoFocusCrop(area, interactionView->size(), *sourceVideoGeometry)
+                          : std::nullopt;
+    if (!crop) {
+        endFocusSelection();
+        showPlaybackError(
+            QStringLiteral("Wait for the camera picture, then choose the focus area again."));
+        return;
+    }
+    restoreFrameBeforeFocus =
+        window->hasOrdinaryFrame() ? std::optional(window->frame()) : std::nullopt;
+    focusCrop = crop;
+    isShowingFullCameraTemporarily = false;
+    applyFocusedCameraView(*crop, WindowReshaping::reshape);
+    endFocusSelection();
+}
+
+void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping) {
+    setVideoCrop(crop);
+    setMPVProperty("keepaspect", "no");
+    setMPVProperty("panscan", "0");
+    window->setContentAspectRatio({});
+    window->setMinimumSize(minimumFocusedSize);
+    appliedVideoAspectRatio.reset();
+    // A window that fills the screen by the window manager's doing keeps filling it.
+    if (reshaping == WindowReshaping::keepFrame || !window->hasOrdinaryFrame())
+        return;
+    window->setFrame(focusedFrame(window->frame(), displayedRatio(crop, sourceVideoGeometry),
+                                  window->visibleArea()));
+}
+
+void AppDelegate::restoreOriginalCameraView() {
+    interactionView->cancelFocusSelection(CancellationNotice::keepSilent);
+    isSelectingFocusArea = false;
+    focusCrop.reset();
+    isShowingFullCameraTemporarily = false;
+    setVideoCrop(std::nullopt);
+    setMPVProperty("keepaspect", "yes");
+    setMPVProperty("panscan", "1.0");
+    window->setMinimumSize(ViewerWindow::minimumViewerSize);
+    // The frame first: the shape is then taken on with it and not by a detour.
+    if (const auto frame = std::exchange(restoreFrameBeforeFocus, std::nullopt))
+        window->setFrame(*frame);
+    if (sourceVideoGeometry) {
+        const auto width = sourceVideoGeometry->displayedWidth();
+        const auto height = sourceVideoGeometry->displayedHeight();
+        window->setContentAspectRatio({static_cast<int>(width), static_cast<int>(height)});
+        appliedVideoAspectRatio = static_cast<double>(width) / static_cast<double>(height);
+    }
+    updateFocusButton();
+    updateViewerControls(true);
+}
+
+void AppDelegate::showFullCameraTemporarily() {
+    setVideoCrop(std::nullopt);
+    setMPVProperty("keepaspect", "no");
+    setMPVProperty("panscan", "0");
+    isShowingFullCameraTemporarily = true;
+}
+
+void AppDelegate::secondaryClick() {
+    if (isClosingViewer)
+        return;
+    if (!focusCrop) {
+        // An area that is about to be shown was chosen in a window of this size.
+        if (!isSelectingFocusArea)
+            toggleTemporaryMaximum();
+    } else if (isShowingFullCameraTemporarily) {
+        applyFocusedCameraView(*focusCrop, WindowReshaping::keepFrame);
+        isShowingFullCameraTemporarily = false;
+    } else {
+        showFullCameraTemporarily();
+    }
+}
+
+void AppDelegate::updateFocusButton() {
+    focusViewerButton->setShowsRestoreIcon(focusCrop.has_value());
+    focusViewerButton->setSelectingArea(isSelectingFocusArea);
+}
+
+} // namespace lumvik

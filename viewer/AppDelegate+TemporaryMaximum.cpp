@@ -1,0 +1,52 @@
+// The temporary maximum: the largest window that its screen allows, and the way back.
+
+#include "app/AppDelegate.h"
+#include "app/PreferenceKeys.h"
+#include "viewer/TemporaryMaximum.h"
+#include "viewer/WindowFrame.h"
+
+#include <QPointer>
+
+namespace lumvik {
+
+namespace {
+
+/// How long the window may take on its way back, in seconds: its animation and a margin. Until then
+/// its frames are not the user's.
+constexpr double restoringTime = 0.35;
+
+} // namespace
+
+void AppDelegate::toggleTemporaryMaximum() {
+    if (isClosingViewer || !window || !window->hasOrdinaryFrame())
+        return;
+    if (!isTemporarilyMaximized) {
+        const QRect frame = window->frame();
+        restoreFrameBeforeTemporaryMaximum = frame;
+        isTemporarilyMaximized = true; // before the frame changes, which is not to be remembered
+        window->setFrame(temporaryMaximumFrame(frame, frame.size(), window->visibleArea(),
+                                               appliedVideoAspectRatio));
+        return;
+    }
+    if (!restoreFrameBeforeTemporaryMaximum) {
+        isTemporarilyMaximized = false;
+        return;
+    }
+    const QRect frame = *restoreFrameBeforeTemporaryMaximum;
+    window->setFrame(frame);
+    if (temporaryMaximumEnd)
+        temporaryMaximumEnd->cancel();
+    temporaryMaximumEnd =
+        environment.mainQueue.after(restoringTime, [self = QPointer(this), frame] {
+            if (self)
+                self->temporaryMaximumWasRestored(frame);
+        });
+}
+
+void AppDelegate::temporaryMaximumWasRestored(const QRect &frame) {
+    isTemporarilyMaximized = false;
+    restoreFrameBeforeTemporaryMaximum.reset();
+    environment.userDefaults.set(PreferenceKeys::mainWindowFrame, plainFrameString(frame));
+}
+
+} // namespace lumvik
