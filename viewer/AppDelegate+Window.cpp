@@ -4,6 +4,7 @@
 #include "app/PreferenceKeys.h"
 #include "platform/LumvikLog.h"
 #include "viewer/PopUpMenu.h"
+#include "viewer/WindowFrame.h"
 
 #include <QPointer>
 
@@ -153,7 +154,10 @@ void AppDelegate::saveWindowFrame() {
         return;
     const QString frame = window->savedFrame();
     frameMemory.note(frame, environment.mainQueue.now());
-    environment.userDefaults.set(PreferenceKeys::mainWindowFrame, frame);
+    // A frame that is remembered already is left as it is written.
+    const QString remembered = environment.userDefaults.string(PreferenceKeys::mainWindowFrame);
+    if (frameFromString(remembered) != frameFromString(frame))
+        environment.userDefaults.set(PreferenceKeys::mainWindowFrame, frame);
 }
 
 void AppDelegate::windowDidChangeState() {
