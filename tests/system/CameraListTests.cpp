@@ -1,4 +1,4 @@
-// What the viewer makes of the camera list that it finds, and switching between the cameras in it.
+// What the viewer makes of the camera list that it finds.
 
 #include "ColourBars.h"
 #include "Eventually.h"
@@ -105,88 +105,6 @@ TEST_F(CameraListTest, TwoDamagedListsLeadToTheEmptyState) {
         QStringLiteral("No usable camera configuration could be loaded\\."), 10s));
     EXPECT_TRUE(showsEmptyState());
     EXPECT_FALSE(playerWasStarted());
-}
-
-/// Two cameras, told apart by their shape.
-class PickerTest : public CameraListTest {
-  protected:
-    void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(ViewerTest::SetUp());
-        CameraSetup front;
-        front.name = QStringLiteral("Front");
-        front.size = QSize(640, 360);
-        CameraSetup yard = front;
-        yard.name = QStringLiteral("Yard");
-        yard.size = QSize(640, 480);
-        CameraProcess *first = startCamera(front);
-        CameraProcess *second = startCamera(yard);
-        ASSERT_TRUE(first && second);
-        home.writeCameras({{front.name, first->url()}, {yard.name, second->url()}});
-    }
-
-    void openPicker() {
-        ASSERT_NO_FATAL_FAILURE(clickControl(controls().picker()));
-        ASSERT_TRUE(eventually(20s, [this] { return !viewer->popUps().isEmpty(); }))
-            << "the picker's menu does not open";
-    }
-
-    void expectYard() {
-        EXPECT_TRUE(eventually(40s, [this] {
-            return bool{hasShape({640, 480})};
-        })) << hasShape({640, 480}).message();
-        EXPECT_TRUE(pictureFillsTheWindow());
-        EXPECT_TRUE(eventually(
-            10s, [this] { return home.preference(QStringLiteral("selectedCameraIndex")) == 1; }));
-        EXPECT_TRUE(viewer->hasLogged(
-            QStringLiteral("default"), QStringLiteral("playback"),
-            QStringLiteral("Loading camera index 1 for selection generation 1\\.")));
-    }
-};
-
-TEST_F(PickerTest, CameraChosenByTheMouseIsShownAndRemembered) {
-    startViewerAndWaitForPicture();
-    ASSERT_TRUE(hasShape({640, 360}));
-    ASSERT_NO_FATAL_FAILURE(openPicker());
-    // Two items fill the menu, apart from its frame.
-    const QRect menu = desktop.x().geometry(viewer->popUps().constFirst()).value_or(QRect());
-    pointer.moveTo(QPoint(menu.center().x(), menu.top() + menu.height() * 3 / 4));
-    pointer.click();
-    expectYard();
-    EXPECT_TRUE(eventually(10s, [this] { return viewer->popUps().isEmpty(); }));
-
-    endViewer();
-    startViewerAndWaitForPicture();
-    EXPECT_TRUE(
-        viewer->hasLogged(QStringLiteral("default"), QStringLiteral("playback"),
-                          QStringLiteral("Loading camera index 1 for selection generation 0\\.")));
-    EXPECT_TRUE(eventually(10s, [this] { return bool{hasShape({640, 480})}; }));
-}
-
-TEST_F(PickerTest, CameraChosenByTheKeyboardIsShown) {
-    startViewerAndWaitForPicture();
-    ASSERT_NO_FATAL_FAILURE(openPicker());
-    keyboard.press(QStringLiteral("Down"));
-    keyboard.press(QStringLiteral("Return"));
-    expectYard();
-}
-
-TEST_F(PickerTest, MenuClosedByEscapeChangesNothing) {
-    startViewerAndWaitForPicture();
-    ASSERT_NO_FATAL_FAILURE(openPicker());
-    keyboard.press(QStringLiteral("Escape"));
-    EXPECT_TRUE(eventually(10s, [this] { return viewer->popUps().isEmpty(); }));
-    EXPECT_TRUE(hasShape({640, 360}));
-    EXPECT_FALSE(viewer->hasLogged(QStringLiteral("default"), QStringLiteral("playback"),
-                                   QStringLiteral("Loading camera index 1 .*")));
-}
-
-TEST_F(PickerTest, ControlsStayWhileTheMenuIsOpenAndGoWithIt) {
-    startViewerAndWaitForPicture();
-    ASSERT_NO_FATAL_FAILURE(openPicker());
-    pointer.moveTo(desktop.area().bottomRight());
-    EXPECT_TRUE(always(1s, [this] { return controlsAreVisible(); }));
-    keyboard.press(QStringLiteral("Escape"));
-    EXPECT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
 }
 
 } // namespace

@@ -56,6 +56,7 @@ void ViewerTest::TearDown() {
             GTEST_LOG_(INFO) << "The screen as it was: " << path.toStdString();
     }
     viewer.reset();
+    whiteWindow.reset();
 }
 
 CameraProcess *ViewerTest::startCamera(const CameraSetup &setup) {
@@ -115,14 +116,64 @@ void ViewerTest::showControls() {
 }
 
 bool ViewerTest::controlsAreVisible() const {
-    // Nothing in a test camera's top right corner, nor a black window, is as light as the symbol.
-    return shareOfLightPixels(screen.window(viewer->window()), controls().close(), 180) > 0.02;
+    // A light symbol on a dark ground. Without it, whatever is in the corner is one of the two.
+    const QImage picture = screen.window(viewer->window());
+    const QRect button = controls().close();
+    return shareOfLightPixels(picture, button, 180) > 0.02 &&
+           shareOfLightPixels(picture, button, 110) < 0.5;
 }
 
 void ViewerTest::clickControl(QRect inWindow) {
     ASSERT_NO_FATAL_FAILURE(showControls());
     pointer.moveTo(onScreen(inWindow));
     pointer.click();
+}
+
+void ViewerTest::movePointerAway() {
+    pointer.moveTo(desktop.area().bottomRight());
+}
+
+void ViewerTest::moveWindow(QPoint position) {
+    xdotool(desktop, {QStringLiteral("windowmove"), QString::number(viewer->window()),
+                      QString::number(position.x()), QString::number(position.y())});
+}
+
+void ViewerTest::resizeWindow(QSize size) {
+    xdotool(desktop, {QStringLiteral("windowsize"), QString::number(viewer->window()),
+                      QString::number(size.width()), QString::number(size.height())});
+}
+
+testing::AssertionResult ViewerTest::comesToBe(QRect geometry,
+                                               std::chrono::milliseconds deadline) const {
+    if (eventually(deadline, [&] { return viewer->geometry() == geometry; }))
+        return testing::AssertionSuccess();
+    const QRect is = viewer->geometry();
+    return testing::AssertionFailure()
+           << "the window is " << is.width() << "x" << is.height() << "+" << is.x() << "+" << is.y()
+           << " instead of " << geometry.width() << "x" << geometry.height() << "+" << geometry.x()
+           << "+" << geometry.y();
+}
+
+QString ViewerTest::storedFrame() const {
+    return home.preference(QStringLiteral("mainWindowFrame")).toString();
+}
+
+DesktopProgram *ViewerTest::startWhiteWindow(QRect place) {
+    whiteWindow = std::make_unique<DesktopProgram>(desktop, QStringLiteral("mpv"),
+                                                   home.environment(desktop.environment()));
+    const auto started = whiteWindow->process().start(
+        QStringLiteral("mpv"), {QStringLiteral("--no-config"), QStringLiteral("--vo=x11"),
+                                QStringLiteral("--no-border"), QStringLiteral("--title=Other"),
+                                QStringLiteral("--osc=no"), QStringLiteral("--no-keepaspect"),
+                                QStringLiteral("--geometry=%1x%2+%3+%4")
+                                    .arg(place.width())
+                                    .arg(place.height())
+                                    .arg(place.x())
+                                    .arg(place.y()),
+                                QStringLiteral("av://lavfi:color=c=white:size=320x180:rate=5")});
+    const auto shown = started ? whiteWindow->waitForWindow(QStringLiteral("Other"), 30s) : started;
+    EXPECT_TRUE(shown);
+    return shown ? whiteWindow.get() : nullptr;
 }
 
 testing::AssertionResult ViewerTest::hasShape(QSize shape) const {

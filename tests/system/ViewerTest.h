@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -75,6 +76,21 @@ class ViewerTest : public testing::Test {
     [[nodiscard]] bool controlsAreVisible() const;
     /// Shows the controls and clicks into the middle of one.
     void clickControl(QRect inWindow);
+    /// Moves the pointer to the screen's far corner.
+    void movePointerAway();
+
+    /// Asks the window manager to move or to resize the viewer's window.
+    void moveWindow(QPoint position);
+    void resizeWindow(QSize size);
+    /// Waits until the viewer's window is exactly here.
+    [[nodiscard]] testing::AssertionResult
+    comesToBe(QRect geometry, std::chrono::milliseconds deadline = std::chrono::seconds(20)) const;
+    /// The window's frame that the preferences hold now.
+    [[nodiscard]] QString storedFrame() const;
+
+    /// Puts a white window of another program here, which takes the keyboard's focus; it stays
+    /// until the end of the test. Null, and a test failure, when it does not come up.
+    DesktopProgram *startWhiteWindow(QRect place);
 
     /// Whether the window's content has this shape, to two pixels, and asks the window manager to
     /// keep it.
@@ -87,6 +103,7 @@ class ViewerTest : public testing::Test {
     Keyboard keyboard{desktop};
     std::vector<std::unique_ptr<CameraProcess>> cameras;
     std::unique_ptr<ViewerProcess> viewer;
+    std::unique_ptr<DesktopProgram> whiteWindow;
     /// What every viewer is started through and with; see ViewerProcess.
     QStringList viewerLauncher;
     ViewerProcess::Variables viewerVariables;

@@ -14,27 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class WindowTest : public ViewerTest {
-  protected:
-    void moveWindow(QPoint position) {
-        xdotool(desktop, {QStringLiteral("windowmove"), QString::number(viewer->window()),
-                          QString::number(position.x()), QString::number(position.y())});
-    }
-    void resizeWindow(QSize size) {
-        xdotool(desktop, {QStringLiteral("windowsize"), QString::number(viewer->window()),
-                          QString::number(size.width()), QString::number(size.height())});
-    }
-    [[nodiscard]] testing::AssertionResult comesToBe(QRect geometry) const {
-        if (eventually(20s, [&] { return viewer->geometry() == geometry; }))
-            return testing::AssertionSuccess();
-        const QRect is = viewer->geometry();
-        return testing::AssertionFailure() << "the window is " << is.width() << "x" << is.height()
-                                           << "+" << is.x() << "+" << is.y();
-    }
-    [[nodiscard]] QString storedFrame() const {
-        return home.preference(QStringLiteral("mainWindowFrame")).toString();
-    }
-};
+using WindowTest = ViewerTest;
 
 TEST_F(WindowTest, ControlsAppearUnderThePointerAndGoWithIt) {
     ASSERT_TRUE(startListedCamera());
@@ -242,23 +222,77 @@ TEST_F(WindowTest, PinKeepsTheSameWindowAboveAndIsRemembered) {
         10s, [this] { return !home.preference(QStringLiteral("staysOnTop")).toBool(); }));
 }
 
+TEST_F(WindowTest, PictureStaysWhileThePinIsToggled) {
+    ASSERT_TRUE(startListedCamera());
+    startViewerAndWaitForPicture();
+    const xcb_window_t window = viewer->window();
+    for (const bool above : {true, false, true}) {
+        ASSERT_NO_FATAL_FAILURE(showControls());
+        pointer.moveTo(onScreen(controls().pin()));
+        pointer.click();
+        EXPECT_TRUE(always(1s, [&] { return bool{showsColourBars(screen.window(window))}; }));
+        EXPECT_EQ(viewer->isAbove(), above);
+        EXPECT_EQ(viewer->windowsOnScreen().count(window), 1) << "the window was made anew";
+        EXPECT_TRUE(viewer->hasFocus());
+    }
+    movePointerAway();
+}
+
+TEST_F(WindowTest, DragThatBeginsOnAVisibleControlMovesNothing) {
+    ASSERT_TRUE(startListedCamera());
+    startViewerAndWaitForPicture();
+    const QRect before = viewer->geometry();
+    for (const QRect control : {controls().pin(), controls().focus(), controls().close()}) {
+        ASSERT_NO_FATAL_FAILURE(showControls());
+        pointer.moveTo(onScreen(control));
+        pointer.press();
+        pointer.glideTo(onScreen(control) + QPoint(-200, 150));
+        EXPECT_TRUE(always(300ms, [&] {
+            return viewer->geometry() == before && !desktop.x().keyboardIsGrabbed();
+        }));
+        // Let go elsewhere, the control does nothing either.
+        pointer.release();
+        EXPECT_TRUE(always(500ms, [&] {
+            return viewer->geometry() == before && !viewer->isAbove() &&
+                   showsColourBars(screen.window(viewer->window()));
+        }));
+    }
+    movePointerAway();
+}
+
+TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenWhereAControlWouldBe) {
+    ASSERT_TRUE(startListedCamera());
+    startViewerAndWaitForPicture();
+    const QRect before = viewer->geometry();
+    DesktopProgram *other = startWhiteWindow({0, 0, 100, 100});
+    ASSERT_TRUE(other);
+    ASSERT_TRUE(eventually(10s, [&] { return other->hasFocus(); }));
+    pointer.moveTo(onScreen(controls().close()));
+    EXPECT_TRUE(always(1s, [this] { return !controlsAreVisible(); }))
+        << "an inactive viewer shows its controls";
+    const QPoint way(-150, 120);
+    const QPoint to = onScreen(controls().close()) + way;
+    ASSERT_TRUE(pointer.pressToDrag(to));
+    pointer.glideTo(to);
+    EXPECT_TRUE(eventually(
+        20s,
+        [&] {
+            return (viewer->geometry().topLeft() - before.topLeft() - way).manhattanLength() <=
+                   2 * Pointer::dragStart;
+        }))
+        << "the window is at " << viewer->geometry().x() << ", " << viewer->geometry().y();
+    pointer.release();
+    EXPECT_EQ(viewer->geometry().size(), before.size());
+    EXPECT_TRUE(viewer->process().isRunning());
+    movePointerAway();
+}
+
 TEST_F(WindowTest, PinnedViewerCoversAWindowThatComesLater) {
     home.setPreference(QStringLiteral("staysOnTop"), true);
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect place = viewer->geometry();
-    DesktopProgram other(desktop, QStringLiteral("mpv"), home.environment(desktop.environment()));
-    ASSERT_TRUE(other.process().start(
-        QStringLiteral("mpv"), {QStringLiteral("--no-config"), QStringLiteral("--vo=x11"),
-                                QStringLiteral("--no-border"), QStringLiteral("--title=Other"),
-                                QStringLiteral("--osc=no"), QStringLiteral("--no-keepaspect"),
-                                QStringLiteral("--geometry=%1x%2+%3+%4")
-                                    .arg(place.width())
-                                    .arg(place.height() + 100)
-                                    .arg(place.x())
-                                    .arg(place.y()),
-                                QStringLiteral("av://lavfi:color=c=white:size=320x180:rate=5")}));
-    ASSERT_TRUE(other.waitForWindow(QStringLiteral("Other"), 30s));
+    ASSERT_TRUE(startWhiteWindow(place.adjusted(0, 0, 0, 100)));
     const QPoint below(place.center().x(), place.bottom() + 60);
     ASSERT_TRUE(eventually(20s, [&] { return qGray(screen.pixel(below).rgb()) > 200; }));
     EXPECT_TRUE(showsColourBars(screen.window(viewer->window())));

@@ -7,8 +7,11 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QQuickWindow>
+#include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 namespace lumvik {
 namespace {
@@ -25,9 +28,15 @@ class CameraPickerTest : public testing::Test {
 
     QQuickWindow window;
     QList<bool> reports;
+    QList<int> chosen;
+    std::optional<bool> menuWasOpen; // when a camera was chosen
     CameraPicker picker{{.menuWillOpen = [this] { reports.append(true); },
                          .menuDidClose = [this] { reports.append(false); },
-                         .cameraChosen = [](int) {}},
+                         .cameraChosen =
+                             [this](int index) {
+                                 chosen.append(index);
+                                 menuWasOpen = openMenu() != nullptr;
+                             }},
                         window.contentItem()};
 };
 
@@ -74,6 +83,120 @@ TEST_F(CameraPickerTest, TellsAssistiveTechnologyWhichCameraIsSelected) {
     EXPECT_EQ(interface->text(QAccessible::Value), QStringLiteral("Yard"));
     picker.setItems({});
     EXPECT_EQ(interface->text(QAccessible::Value), QString());
+}
+
+TEST(ViewerCameraPickerCell, LeavesRoomForTheArrowBesideTheTitle) {
+    EXPECT_EQ(ViewerCameraPickerCell::titleRect({10, 4, 140, 24}, 12), QRectF(10, 10, 128, 12));
+    EXPECT_EQ(ViewerCameraPickerCell::titleRect({0, 0, 200, 24}, 13), QRectF(0, 5.5, 188, 13));
+}
+
+// ---- Its items ----
+
+TEST_F(CameraPickerTest, ItemsAreNumberedAsTheCameras) {
+    ASSERT_EQ(picker.menu().actions().size(), 2);
+    for (int index = 0; index < 2; ++index) {
+        EXPECT_EQ(picker.menu().actions().at(index)->data().toInt(), index);
+        EXPECT_EQ(picker.itemView(index).menuItem, picker.menu().actions().at(index));
+    }
+}
+
+TEST_F(CameraPickerTest, FollowsAListThatIsReplaced) {
+    picker.selectItem(1);
+    picker.setItems({QStringLiteral("One"), QStringLiteral("Two"), QStringLiteral("Three")});
+    EXPECT_EQ(picker.indexOfSelectedItem(), 0);
+    QStringList texts;
+    for (const QAction *item : picker.menu().actions())
+        texts.append(item->text());
+    EXPECT_EQ(texts,
+              QStringList({QStringLiteral("One"), QStringLiteral("Two"), QStringLiteral("Three")}));
+    EXPECT_TRUE(picker.itemView(0).isSelected);
+    EXPECT_FALSE(picker.itemView(1).isSelected);
+    picker.itemView(2).activate();
+    EXPECT_EQ(chosen, QList<int>{2});
+}
+
+TEST_F(CameraPickerTest, ClosesItsMenuWhenTheListIsReplaced) {
+    picker.openMenu();
+    ASSERT_NE(openMenu(), nullptr);
+    picker.setItems({QStringLiteral("One")});
+    EXPECT_EQ(openMenu(), nullptr);
+    EXPECT_EQ(reports, (QList<bool>{true, false}));
+}
+
+TEST_F(CameraPickerTest, MovesTheTickInTheOpenMenu) {
+    picker.openMenu();
+    ASSERT_NE(openMenu(), nullptr);
+    picker.selectItem(1);
+    EXPECT_FALSE(picker.itemView(0).isSelected);
+    EXPECT_TRUE(picker.itemView(1).isSelected);
+    EXPECT_TRUE(openMenu()->actions().at(1)->isChecked());
+    EXPECT_FALSE(openMenu()->actions().at(0)->isChecked());
+    closePopUpMenus();
+}
+
+TEST_F(CameraPickerTest, IgnoresAnIndexOutsideTheItems) {
+    picker.selectItem(1);
+    for (const int outside : {-1, 2, 1000})
+        picker.selectItem(outside);
+    EXPECT_EQ(picker.indexOfSelectedItem(), 1);
+    EXPECT_TRUE(picker.itemView(1).isSelected);
+}
+
+TEST_F(CameraPickerTest, ShowsAnAmpersandAsOne) {
+    picker.setItems({QStringLiteral("Front & back")});
+    EXPECT_EQ(picker.value(), QStringLiteral("Front & back"));
+    EXPECT_EQ(picker.menu().actions().first()->text(), QStringLiteral("Front && back"))
+        << "one alone would underline the letter behind it";
+}
+
+TEST_F(CameraPickerTest, OpensNothingWithoutItems) {
+    picker.setItems({});
+    EXPECT_TRUE(picker.menu().actions().isEmpty());
+    EXPECT_EQ(picker.indexOfSelectedItem(), -1);
+    picker.openMenu();
+    picker.performClick();
+    EXPECT_EQ(openMenu(), nullptr);
+    EXPECT_TRUE(reports.isEmpty());
+    picker.selectItem(0);
+    EXPECT_EQ(picker.indexOfSelectedItem(), -1);
+}
+
+// ---- Choosing ----
+
+TEST_F(CameraPickerTest, ClosesItsMenuBeforeTheCameraIsChosen) {
+    picker.openMenu();
+    ASSERT_NE(openMenu(), nullptr);
+    QTest::mouseClick(openMenu(), Qt::LeftButton, {},
+                      openMenu()->actionGeometry(openMenu()->actions().at(1)).center());
+    EXPECT_EQ(chosen, QList<int>{1});
+    EXPECT_EQ(menuWasOpen, false);
+    EXPECT_EQ(reports, (QList<bool>{true, false}));
+    EXPECT_EQ(picker.indexOfSelectedItem(), 0) << "selecting it is the chooser's business";
+}
+
+TEST_F(CameraPickerTest, ARowThatIsActivatedClosesTheMenuItself) {
+    picker.openMenu();
+    ASSERT_NE(openMenu(), nullptr);
+    picker.itemView(1).activate();
+    EXPECT_EQ(chosen, QList<int>{1});
+    EXPECT_EQ(menuWasOpen, false);
+}
+
+TEST_F(CameraPickerTest, CanBeUsedWithTheKeyboardAlone) {
+    picker.openMenu();
+    ASSERT_NE(openMenu(), nullptr);
+    QTest::keyClick(openMenu(), Qt::Key_Down);
+    QTest::keyClick(openMenu(), Qt::Key_Return);
+    EXPECT_EQ(chosen, QList<int>{1});
+    EXPECT_EQ(menuWasOpen, false);
+}
+
+TEST_F(CameraPickerTest, ChoosesNothingWhenEscapeClosesTheMenu) {
+    picker.openMenu();
+    ASSERT_NE(openMenu(), nullptr);
+    QTest::keyClick(openMenu(), Qt::Key_Escape);
+    EXPECT_EQ(openMenu(), nullptr);
+    EXPECT_TRUE(chosen.isEmpty());
 }
 
 } // namespace

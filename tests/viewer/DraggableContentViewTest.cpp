@@ -61,6 +61,37 @@ TEST(DraggableContentView, FollowsThePointerFromTheMomentItIsMade) {
     EXPECT_EQ(reports, (QList<bool>{true, false}));
 }
 
+TEST(DraggableContentView, FollowsThePointerThatAHeldButtonTakesOutOfTheWindow) {
+    QQuickWindow window;
+    window.resize(480, 270);
+    QList<bool> reports;
+    test::VirtualMainQueue queue;
+    DraggableContentView view(queue, window.contentItem());
+    view.setHoverChanged([&](bool isOver) { reports.append(isOver); });
+    for (const QPointF place : {QPointF(479, 269), QPointF(481, 100), QPointF(10, 10)}) {
+        QMouseEvent move(QEvent::MouseMove, place, place, Qt::NoButton, Qt::NoButton,
+                         Qt::NoModifier);
+        QCoreApplication::sendEvent(&window, &move);
+    }
+    EXPECT_EQ(reports, (QList<bool>{true, false, true}));
+}
+
+TEST(DraggableContentView, LeavesWhatLiesUnderTheControlsToThem) {
+    test::VirtualMainQueue queue;
+    DraggableContentView view(queue, nullptr);
+    view.setSize({480, 270});
+    EXPECT_TRUE(view.contains({100, 20}));
+    QList<QRectF> rects{{90, 12, 140, 24}, {400, 12, 28, 24}};
+    view.setViewerControlRects([&] { return rects; });
+    EXPECT_FALSE(view.contains({100, 20}));
+    EXPECT_FALSE(view.contains({410, 30}));
+    EXPECT_TRUE(view.contains({300, 20}));
+    EXPECT_TRUE(view.contains({100, 40}));
+    EXPECT_FALSE(view.contains({500, 20})) << "outside";
+    rects.clear();
+    EXPECT_TRUE(view.contains({100, 20})) << "the controls are gone";
+}
+
 /// Without a window manager: the surface then moves the window itself.
 class DraggingTest : public testing::Test {
   protected:
@@ -99,6 +130,47 @@ TEST_F(DraggingTest, EndsWithTheRelease) {
     release({200, 100});
     moveTo({300, 100});
     EXPECT_EQ(window.position(), QPoint(100, 100));
+}
+
+TEST_F(DraggingTest, DoesNotBeginOnAVisibleControl) {
+    QList<QRectF> rects{{190, 90, 28, 24}};
+    view.setViewerControlRects([&] { return rects; });
+    press({200, 100});
+    moveTo({300, 100});
+    moveTo({310, 100});
+    release({310, 100});
+    EXPECT_EQ(window.position(), QPoint(100, 100));
+    rects.clear(); // as when they have faded out
+    press({200, 100});
+    moveTo({300, 100});
+    moveTo({310, 100});
+    EXPECT_EQ(window.position(), QPoint(210, 100));
+}
+
+TEST_F(DraggingTest, IsNoneWithTheRightButton) {
+    int clicks = 0;
+    view.setSecondaryClick([&] { ++clicks; });
+    send(QEvent::MouseButtonPress, {200, 100}, Qt::RightButton, Qt::RightButton);
+    EXPECT_EQ(clicks, 1) << "with the press";
+    send(QEvent::MouseMove, {300, 100}, Qt::NoButton, Qt::RightButton);
+    send(QEvent::MouseMove, {310, 100}, Qt::NoButton, Qt::RightButton);
+    send(QEvent::MouseButtonRelease, {310, 100}, Qt::RightButton, {});
+    EXPECT_EQ(window.position(), QPoint(100, 100));
+    EXPECT_EQ(clicks, 1);
+}
+
+TEST_F(DraggingTest, IsNoneWhileAnAreaIsChosen) {
+    view.beginFocusSelection();
+    press({200, 100});
+    moveTo({300, 100});
+    moveTo({310, 100});
+    EXPECT_EQ(window.position(), QPoint(100, 100));
+    view.cancelFocusSelection(CancellationNotice::keepSilent);
+    release({310, 100});
+    press({200, 100});
+    moveTo({300, 100});
+    moveTo({310, 100});
+    EXPECT_NE(window.position(), QPoint(100, 100));
 }
 
 TEST_F(DraggingTest, DoesNotMoveAFullScreenWindow) {

@@ -23,6 +23,17 @@ TEST(FrameFromString, ReadsThePlainForm) {
     EXPECT_EQ(frameFromString(QStringLiteral("{{-1.5,0.4},{480.2,270}}")), QRect(-2, 0, 480, 270));
 }
 
+TEST(PlainFrameString, HoldsPlaceAndSizeInBraces) {
+    EXPECT_EQ(plainFrameString({31, 17, 640, 360}), QStringLiteral("{{31, 17}, {640, 360}}"));
+    EXPECT_EQ(plainFrameString({-1200, -5, 480, 270}), QStringLiteral("{{-1200, -5}, {480, 270}}"));
+}
+
+TEST(PlainFrameString, IsReadBackAsTheSameFrame) {
+    for (const QRect frame : {QRect(0, 0, 1, 1), QRect(31, 17, 640, 360),
+                              QRect(-1920, -1, 160, 161), QRect(-32767, 32767, 32767, 32767)})
+        EXPECT_EQ(frameFromString(plainFrameString(frame)), frame);
+}
+
 class UselessFrame : public testing::TestWithParam<const char *> {};
 
 TEST_P(UselessFrame, IsRefused) {
