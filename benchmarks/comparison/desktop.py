@@ -84,6 +84,12 @@ class Desktop:
     def move_pointer_away(self):
         self.move_pointer(*POINTER_AWAY)
 
+    def move_pointer_over_picture(self):
+        # By way of a second place: programs hear of motion, not of where a pointer stands.
+        x, y, width, height = WINDOW
+        self.move_pointer(x + width // 2, y + height // 2)
+        self.move_pointer(x + width // 2 + 10, y + height // 2)
+
     def pointer(self):
         answer = self.output("xdotool", "getmouselocation")
         place = re.match(r"x:(\d+) y:(\d+)", answer)

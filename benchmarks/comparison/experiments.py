@@ -21,9 +21,12 @@ class Lengths:
     after_stall: tuple = (2, 12)  # after it flows again, when the delay is measured…
     late_after_stall: tuple = (18, 22)  # …and measured again
     switches: int = 4
+    turn: float = 4  # how long the controls are hidden or shown at a time…
+    turns: int = 5  # …and how often each
 
 
-QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), switches=2)
+QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), switches=2,
+                turn=3, turns=2)
 
 
 @dataclass
@@ -117,6 +120,35 @@ def standstill(bench, program):
             for name, (begin, end) in spans.items():
                 results |= delays(bench, resumed + begin * 1000, resumed + end * 1000, name)
             return results
+
+
+def controls(bench, program):
+    """The processor's time with the controls hidden and shown, in turns, in one run of the viewer."""
+    if program.is_peer:
+        return {}
+    lengths = bench.lengths
+    bench.no_window_is_left()
+    used = {"controls_hidden": [], "controls_shown": []}
+    with bench.camera() as camera:
+        with program.start(bench.desktop, bench.folder, [camera.url]) as child:
+            bench.wait_for_picture(child, child.started_at)
+            bench.desktop.require_window_in_place()
+            time.sleep(lengths.settle)
+            for turn in range(2 * lengths.turns):
+                metric = "controls_shown" if turn % 2 else "controls_hidden"
+                if turn % 2:
+                    bench.desktop.move_pointer_over_picture()
+                else:
+                    bench.desktop.move_pointer_away()
+                time.sleep(1)  # the fade is no part of it
+                begin, before = milliseconds(), cpu_seconds(child.pid)
+                time.sleep(lengths.turn)
+                used[metric].append((cpu_seconds(child.pid) - before) * 1000
+                                    / (milliseconds() - begin))
+    bench.desktop.move_pointer_away()
+    figures = {metric: statistics.median(values) for metric, values in used.items()}
+    figures["controls_ratio"] = figures["controls_shown"] / figures["controls_hidden"]
+    return figures
 
 
 # Cameras that can be told apart on the screen by how much of their name's line is bright.
