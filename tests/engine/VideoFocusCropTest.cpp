@@ -1,0 +1,139 @@
+#include "engine/VideoFocusCrop.h"
+
+#include "fakes/FakeMpv.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace lumvik::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+const VideoFocusCrop crop{
+    .x = 120, .y = 80, .width = 640, .height = 360, .sourceSize = {1920, 1080}};
+const std::string filter = "vf=@focus:lavfi=[crop=640:360:120:80:exact=1]";
+
+TEST(VideoCropText, IsSizeAndPlaceInDecimal) {
+    EXPECT_EQ(videoCropText(crop), "640x360+120+80");
+    EXPECT_EQ(videoCropText({.x = 0, .y = 0, .width = 1920, .height = 1080, .sourceSize = {}}),
+              "1920x1080+0+0");
+}
+
+class VideoFocusCropTest : public testing::Test {
+  protected:
+    ~VideoFocusCropTest() override { mpv_terminate_destroy(player); }
+
+    /// An engine of the version before "video-crop" was there.
+    void beAnOlderEngine() { mpv.setSettingResult("video-crop", MPV_ERROR_PROPERTY_NOT_FOUND); }
+
+    /// What has been set since the last call, in order, as "name=value".
+    std::vector<std::string> newSettings() {
+        std::vector<std::string> settings;
+        for (const MpvCall &call : mpv.callsTo("mpv_set_property_string"))
+            settings.push_back(call.arguments.at(0) + "=" + call.arguments.at(1));
+        mpv.forgetCalls();
+        return settings;
+    }
+
+    FakeMpv mpv;
+    mpv_handle *player = mpv_create();
+};
+
+TEST_F(VideoFocusCropTest, IsTheEnginesOwnWhereItHasOne) {
+    mpv.setTextProperty("hwdec-current", "vaapi");
+    setVideoCrop(player, crop);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+120+80"));
+}
+
+TEST_F(VideoFocusCropTest, IsTakenBackWithAnEmptyText) {
+    mpv.setTextProperty("hwdec", "auto-copy-safe");
+    setVideoCrop(player, std::nullopt);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop="));
+}
+
+TEST_F(VideoFocusCropTest, AsksTheEngineNothingWhereItHasItsOwn) {
+    setVideoCrop(player, crop);
+    setVideoCrop(player, std::nullopt);
+    EXPECT_THAT(mpv.callsTo("mpv_get_property"), IsEmpty());
+}
+
+TEST_F(VideoFocusCropTest, IsAFilterInAnOlderEngine) {
+    beAnOlderEngine();
+    mpv.setTextProperty("hwdec-current", "no");
+    setVideoCrop(player, crop);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+120+80", filter));
+}
+
+TEST_F(VideoFocusCropTest, FilterIsTakenOutInAnOlderEngine) {
+    beAnOlderEngine();
+    mpv.setTextProperty("hwdec", "auto-safe");
+    setVideoCrop(player, std::nullopt);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=", "vf="));
+}
+
+TEST_F(VideoFocusCropTest, FilterReplacesTheOneBefore) {
+    beAnOlderEngine();
+    setVideoCrop(player, crop);
+    newSettings();
+    VideoFocusCrop other = crop;
+    other.x = 0;
+    setVideoCrop(player, other);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+0+80",
+                                           "vf=@focus:lavfi=[crop=640:360:0:80:exact=1]"));
+}
+
+TEST_F(VideoFocusCropTest, IsNoFilterForAnyOtherFailure) {
+    for (const int error : {MPV_ERROR_PROPERTY_UNAVAILABLE, MPV_ERROR_PROPERTY_FORMAT,
+                            MPV_ERROR_PROPERTY_ERROR, MPV_ERROR_INVALID_PARAMETER}) {
+        mpv.setSettingResult("video-crop", error);
+        setVideoCrop(player, crop);
+        EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+120+80")) << error;
+    }
+}
+
+TEST_F(VideoFocusCropTest, DecoderThatKeepsFramesOnTheCardGivesWayFirst) {
+    beAnOlderEngine();
+    mpv.setTextProperty("hwdec-current", "vaapi");
+    setVideoCrop(player, crop);
+    EXPECT_THAT(newSettings(),
+                ElementsAre("video-crop=640x360+120+80", "hwdec=auto-copy-safe", filter));
+}
+
+class DecoderWithinReach : public VideoFocusCropTest,
+                           public testing::WithParamInterface<const char *> {};
+
+TEST_P(DecoderWithinReach, IsLeftAlone) {
+    beAnOlderEngine();
+    mpv.setTextProperty("hwdec-current", GetParam());
+    setVideoCrop(player, crop);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+120+80", filter));
+}
+
+INSTANTIATE_TEST_SUITE_P(, DecoderWithinReach,
+                         testing::Values("", "no", "vaapi-copy", "nvdec-copy", "v4l2m2m-copy"),
+                         [](const auto &row) { return "Row" + std::to_string(row.index); });
+
+TEST_F(VideoFocusCropTest, DecoderThatIsUnknownIsLeftAlone) {
+    beAnOlderEngine();
+    setVideoCrop(player, crop);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+120+80", filter));
+}
+
+TEST_F(VideoFocusCropTest, DecoderComesBackAfterTheFilterIsGone) {
+    beAnOlderEngine();
+    mpv.setTextProperty("hwdec-current", "vaapi");
+    setVideoCrop(player, crop);
+    mpv.setTextProperty("hwdec", "auto-copy-safe");
+    mpv.setTextProperty("hwdec-current", "vaapi-copy");
+    newSettings();
+    setVideoCrop(player, std::nullopt);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=", "vf=", "hwdec=auto-safe"));
+    mpv.setTextProperty("hwdec", "auto-safe");
+    setVideoCrop(player, std::nullopt);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=", "vf=")) << "only once";
+}
+
+} // namespace
+} // namespace lumvik::test
