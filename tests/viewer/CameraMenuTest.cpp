@@ -1,0 +1,173 @@
+#include "viewer/CameraMenu.h"
+
+#include "Painted.h"
+#include "style/LumvikPalette.h"
+#include "style/Symbols.h"
+#include "viewer/CameraPicker.h"
+#include "viewer/PopUpMenu.h"
+
+#include <QApplication>
+#include <QFontMetricsF>
+#include <QQuickWindow>
+#include <QStyleOptionMenuItem>
+
+namespace lumvik {
+namespace {
+
+using namespace test;
+
+const QColor ground(38, 38, 40);
+constexpr QRect tickPlace(9, 8, 12, 12);
+
+class CameraMenuRow : public testing::Test {
+  protected:
+    [[nodiscard]] QImage paint(bool isHighlighted) const {
+        return painted(MirelCameraMenuItemView::size, ground, [&](QPainter &painter) {
+            row.draw(painter, QRectF(QPointF(), MirelCameraMenuItemView::size), isHighlighted);
+        });
+    }
+
+    QAction item;
+    MirelCameraMenuItemView row{&item, QStringLiteral("Front pqgy"), nullptr};
+};
+
+TEST_F(CameraMenuRow, Is210By28Points) {
+    EXPECT_EQ(MirelCameraMenuItemView::size, QSize(210, 28));
+}
+
+TEST_F(CameraMenuRow, IsHighlightedWithinThreePointsAtTheSidesAndOneAboveAndBelow) {
+    const QImage image = paint(true);
+    const QColor &house = LumvikPalette::mirel();
+    EXPECT_TRUE(pixelIs(image, {3, 14}, house));
+    EXPECT_TRUE(pixelIs(image, {2, 14}, ground));
+    EXPECT_TRUE(pixelIs(image, {206, 14}, house));
+    EXPECT_TRUE(pixelIs(image, {207, 14}, ground));
+    EXPECT_TRUE(pixelIs(image, {105, 1}, house));
+    EXPECT_TRUE(pixelIs(image, {105, 0}, ground));
+    EXPECT_TRUE(pixelIs(image, {105, 26}, house));
+    EXPECT_TRUE(pixelIs(image, {105, 27}, ground));
+    for (const QPoint corner : {QPoint(3, 1), QPoint(206, 1), QPoint(3, 26), QPoint(206, 26)})
+        EXPECT_TRUE(pixelIs(image, corner, ground)) << "round corners";
+}
+
+TEST_F(CameraMenuRow, HasNoGroundOfItsOwnOtherwise) {
+    const QImage image = paint(false);
+    EXPECT_EQ(pixelsLike(image, image.rect(), LumvikPalette::mirel()), 0);
+    EXPECT_TRUE(pixelIs(image, {5, 14}, ground));
+    EXPECT_TRUE(pixelIs(image, {200, 14}, ground));
+}
+
+TEST_F(CameraMenuRow, IsTickedInTheHouseColour) {
+    EXPECT_EQ(pixelsLike(paint(false), tickPlace, ground), 144) << "no tick unless selected";
+    row.isSelected = true;
+    const QImage image = paint(false);
+    EXPECT_GT(pixelsLike(image, tickPlace, LumvikPalette::mirel()), 5);
+    EXPECT_EQ(pixelsLike(image, tickPlace, Qt::white), 0);
+    EXPECT_EQ(pixelsLike(image, {0, 0, 9, 28}, ground), 9 * 28) << "nothing beside it";
+}
+
+TEST_F(CameraMenuRow, IsTickedInWhiteWhenHighlighted) {
+    EXPECT_EQ(pixelsLike(paint(true), tickPlace, Qt::white), 0);
+    row.isSelected = true;
+    EXPECT_GT(pixelsLike(paint(true), tickPlace, Qt::white), 5);
+}
+
+/// The rectangle of what is drawn in the part of the row that belongs to the name.
+QRect inked(const QImage &image, const QColor &behind) {
+    QRect ink;
+    for (int y = 2; y < image.height() - 2; ++y) {
+        for (int x = 24; x < image.width() - 5; ++x) {
+            if (!looksLike(image.pixelColor(x, y), behind, 12))
+                ink |= QRect(x, y, 1, 1);
+        }
+    }
+    return ink;
+}
+
+TEST_F(CameraMenuRow, ShowsTheNameBehindTheTick) {
+    const QRect ink = inked(paint(false), ground);
+    const QFontMetricsF metrics(systemFont(12, QFont::Medium));
+    EXPECT_NEAR(ink.left(), 29, 2);
+    EXPECT_NEAR(ink.width(), metrics.horizontalAdvance(QStringLiteral("Front pqgy")), 4);
+    EXPECT_LE(ink.bottom(), 28 - 6);
+    EXPECT_GE(ink.bottom(), 28 - 6 - metrics.descent()) << "letters reach below the line";
+}
+
+TEST_F(CameraMenuRow, ShowsTheNameInWhiteWhenHighlighted) {
+    EXPECT_GT(pixelsLike(paint(true), {29, 4, 120, 20}, Qt::white), 5);
+    EXPECT_EQ(pixelsLike(paint(false), {29, 4, 120, 20}, Qt::white), 0);
+}
+
+TEST_F(CameraMenuRow, ShortensANameThatIsTooLong) {
+    row = {&item, QString(200, QLatin1Char('M')), nullptr};
+    EXPECT_LE(inked(paint(false), ground).right(), 210 - 10);
+}
+
+TEST_F(CameraMenuRow, RunsItsHandlerWhenChosen) {
+    int runs = 0;
+    row.activationHandler = [&] { ++runs; };
+    row.activate();
+    EXPECT_EQ(runs, 1);
+    row.activationHandler = nullptr;
+    row.activate();
+    EXPECT_EQ(runs, 1);
+}
+
+// ---- The whole menu ----
+
+class CameraMenuTest : public testing::Test {
+  protected:
+    CameraMenuTest() {
+        window.resize(400, 300);
+        window.show();
+        picker.setSize({140, 24});
+        picker.setItems({QStringLiteral("Front"), QStringLiteral("Yard & gate")});
+        picker.selectItem(1);
+        picker.openMenu();
+        menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    }
+    ~CameraMenuTest() override { closePopUpMenus(); }
+
+    [[nodiscard]] QImage row(int index) const {
+        return menu->grab(menu->actionGeometry(menu->actions().at(index)))
+            .toImage()
+            .convertToFormat(QImage::Format_ARGB32);
+    }
+
+    QQuickWindow window;
+    CameraPicker picker{{}, window.contentItem()};
+    QMenu *menu = nullptr;
+};
+
+TEST_F(CameraMenuTest, HasRowsOfTheirSizeOneBelowTheOther) {
+    ASSERT_NE(menu, nullptr);
+    const QRect first = menu->actionGeometry(menu->actions().at(0));
+    const QRect second = menu->actionGeometry(menu->actions().at(1));
+    EXPECT_EQ(first.size(), MirelCameraMenuItemView::size);
+    EXPECT_EQ(second.size(), MirelCameraMenuItemView::size);
+    EXPECT_EQ(second.top(), first.bottom() + 1);
+    EXPECT_EQ(second.left(), first.left());
+}
+
+TEST_F(CameraMenuTest, DrawsItsRowsWithTheirViews) {
+    ASSERT_NE(menu, nullptr);
+    menu->setActiveAction(menu->actions().at(0));
+    EXPECT_TRUE(pixelIs(row(0), {4, 14}, LumvikPalette::mirel())) << "highlighted";
+    EXPECT_EQ(pixelsLike(row(0), tickPlace, Qt::white), 0) << "not selected";
+    EXPECT_TRUE(pixelIs(row(1), {4, 14}, ground));
+    EXPECT_GT(pixelsLike(row(1), tickPlace, LumvikPalette::mirel()), 5) << "ticked";
+    menu->setActiveAction(menu->actions().at(1));
+    EXPECT_TRUE(pixelIs(row(0), {4, 14}, ground));
+    EXPECT_GT(pixelsLike(row(1), tickPlace, Qt::white), 5) << "ticked and highlighted";
+}
+
+TEST_F(CameraMenuTest, MovesItsTickWithTheSelection) {
+    ASSERT_NE(menu, nullptr);
+    menu->setActiveAction(nullptr);
+    picker.selectItem(0);
+    EXPECT_GT(pixelsLike(row(0), tickPlace, LumvikPalette::mirel()), 5);
+    EXPECT_EQ(pixelsLike(row(1), tickPlace, ground), 144);
+}
+
+} // namespace
+} // namespace lumvik

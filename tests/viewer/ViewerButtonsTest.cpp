@@ -1,0 +1,151 @@
+#include "viewer/ViewerButtons.h"
+
+#include "Painted.h"
+#include "style/LumvikPalette.h"
+#include "style/Symbols.h"
+
+namespace lumvik {
+namespace {
+
+using namespace test;
+
+QColor black(float alpha) {
+    return QColor::fromRgbF(0, 0, 0, alpha);
+}
+
+/// What the button's fill looks like where no symbol lies over it.
+QColor fill(ViewerButton &button) {
+    return paintedItem(button, Qt::transparent).pixelColor(3, 12);
+}
+
+constexpr QRectF symbolPlace(28 / 2.0 - 6.5, 24 / 2.0 - 6.5, 13, 13);
+
+/// What lies in the symbol's place when `name` is drawn over `ground`.
+QImage symbol(const QString &name, const QColor &ground) {
+    return painted({28, 24}, ground,
+                   [&](QPainter &painter) {
+                       painter.setRenderHint(QPainter::Antialiasing);
+                       Symbols::draw(painter, name, symbolPlace, Qt::white);
+                   })
+        .copy(symbolPlace.toAlignedRect());
+}
+
+#define EXPECT_SYMBOL(button, name)                                                                \
+    EXPECT_EQ(paintedItem(button, Qt::transparent).copy(symbolPlace.toAlignedRect()),              \
+              symbol(QStringLiteral(name), fill(button)))
+
+class ViewerButtonsTest : public testing::Test {
+  protected:
+    ViewerButtonsTest() {
+        for (ViewerButton *button : QList<ViewerButton *>{&pin, &focus, &close})
+            button->setSize({28, 24});
+    }
+
+    PinToggleButton pin{nullptr};
+    FocusViewerButton focus{nullptr};
+    CloseViewerButton close{nullptr};
+};
+
+TEST_F(ViewerButtonsTest, AreDarkAndTranslucent) {
+    EXPECT_TRUE(looksLike(fill(pin), black(0.76F)));
+    EXPECT_TRUE(looksLike(fill(focus), black(0.76F)));
+    EXPECT_TRUE(looksLike(fill(close), black(0.76F)));
+}
+
+TEST_F(ViewerButtonsTest, FillTheirBoundsButHalfAPointAndTheRoundCorners) {
+    const QImage image = paintedItem(close, Qt::transparent);
+    EXPECT_TRUE(pixelIs(image, {1, 12}, black(0.76F)));
+    EXPECT_TRUE(pixelIs(image, {26, 12}, black(0.76F)));
+    EXPECT_TRUE(pixelIs(image, {14, 1}, black(0.76F)));
+    EXPECT_TRUE(pixelIs(image, {14, 22}, black(0.76F)));
+    EXPECT_TRUE(pixelIs(image, {0, 12}, black(0.38F)));
+    EXPECT_TRUE(pixelIs(image, {14, 23}, black(0.38F)));
+    for (const QPoint corner : {QPoint(0, 0), QPoint(27, 0), QPoint(0, 23), QPoint(27, 23)})
+        EXPECT_TRUE(pixelIs(image, corner, Qt::transparent));
+}
+
+TEST_F(ViewerButtonsTest, HaveSymbolsThatDiffer) {
+    const QStringList names{QStringLiteral("pin"), QStringLiteral("pin.fill"),
+                            QStringLiteral("viewfinder"), QStringLiteral("arrow.counterclockwise"),
+                            QStringLiteral("xmark")};
+    QList<QImage> symbols;
+    for (const QString &name : names) {
+        const QImage image = symbol(name, Qt::black);
+        EXPECT_GT(pixelsLike(image, image.rect(), Qt::white), 0) << qPrintable(name);
+        EXPECT_FALSE(symbols.contains(image)) << qPrintable(name);
+        symbols.append(image);
+    }
+}
+
+TEST_F(ViewerButtonsTest, PinTakesTheHouseColourAndAFullSymbolWhenOn) {
+    EXPECT_SYMBOL(pin, "pin");
+    pin.setOn(true);
+    EXPECT_TRUE(looksLike(fill(pin), LumvikPalette::mirel()));
+    EXPECT_SYMBOL(pin, "pin.fill");
+    pin.setOn(false);
+    EXPECT_TRUE(looksLike(fill(pin), black(0.76F)));
+    EXPECT_SYMBOL(pin, "pin");
+}
+
+TEST_F(ViewerButtonsTest, AClickTogglesThePinBeforeItsActionRuns) {
+    QList<bool> states;
+    pin.setAction([&] { states.append(pin.isOn()); });
+    pin.performClick();
+    pin.performClick();
+    EXPECT_EQ(states, (QList<bool>{true, false}));
+}
+
+TEST_F(ViewerButtonsTest, FocusButtonIsDarkerWhileAnAreaIsChosen) {
+    focus.setSelectingArea(true);
+    EXPECT_TRUE(looksLike(fill(focus), black(0.9F)));
+    EXPECT_SYMBOL(focus, "viewfinder");
+    focus.setShowsRestoreIcon(true);
+    EXPECT_TRUE(looksLike(fill(focus), black(0.9F))) << "the fill depends on the choosing alone";
+    EXPECT_SYMBOL(focus, "arrow.counterclockwise");
+}
+
+TEST_F(ViewerButtonsTest, FocusButtonShowsTheWayBackWhileAnAreaIsShown) {
+    EXPECT_SYMBOL(focus, "viewfinder");
+    focus.setShowsRestoreIcon(true);
+    EXPECT_TRUE(looksLike(fill(focus), black(0.76F)));
+    EXPECT_SYMBOL(focus, "arrow.counterclockwise");
+    focus.setShowsRestoreIcon(false);
+    EXPECT_SYMBOL(focus, "viewfinder");
+}
+
+TEST_F(ViewerButtonsTest, CloseButtonIsACross) {
+    EXPECT_SYMBOL(close, "xmark");
+}
+
+TEST_F(ViewerButtonsTest, SayWhatTheyDo) {
+    EXPECT_EQ(pin.label(), QStringLiteral("Stay on Top"));
+    pin.setOn(true);
+    EXPECT_EQ(pin.label(), QStringLiteral("Stay on Top"));
+    EXPECT_EQ(close.label(), QStringLiteral("Close Camera"));
+}
+
+TEST_F(ViewerButtonsTest, FocusButtonSaysWhatItWouldDoNow) {
+    EXPECT_EQ(focus.label(), QStringLiteral("Focus on an Area"));
+    focus.setSelectingArea(true);
+    EXPECT_EQ(focus.label(), QStringLiteral("Cancel Area Selection"));
+    focus.setSelectingArea(false);
+    EXPECT_EQ(focus.label(), QStringLiteral("Focus on an Area"));
+    focus.setShowsRestoreIcon(true);
+    EXPECT_EQ(focus.label(), QStringLiteral("Show Original View"));
+    focus.setSelectingArea(true);
+    EXPECT_EQ(focus.label(), QStringLiteral("Show Original View"));
+}
+
+TEST_F(ViewerButtonsTest, DisabledOnesDoNothing) {
+    int clicks = 0;
+    close.setAction([&] { ++clicks; });
+    close.setEnabled(false);
+    close.performClick();
+    EXPECT_EQ(clicks, 0);
+    close.setEnabled(true);
+    close.performClick();
+    EXPECT_EQ(clicks, 1);
+}
+
+} // namespace
+} // namespace lumvik
