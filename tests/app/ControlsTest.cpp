@@ -77,6 +77,56 @@ TEST_F(ControlsTest, AreShownWhileThePointerIsOverTheViewerOrTheMenuIsOpen) {
     }
 }
 
+TEST_F(ControlsTest, AreShownWhileAnAreaIsChosen) {
+    launch(threeCameras());
+    access().isSelectingFocusArea() = true;
+    delegate->updateViewerControls(false);
+    EXPECT_TRUE(allAreShown());
+    access().pointerIsOverViewer() = true;
+    delegate->updateViewerControls(false);
+    access().pointerIsOverViewer() = false;
+    delegate->updateViewerControls(false);
+    EXPECT_TRUE(allAreShown()) << "though the pointer has left";
+    access().isSelectingFocusArea() = false;
+    delegate->updateViewerControls(false);
+    EXPECT_TRUE(allAreHidden());
+}
+
+TEST_F(ControlsTest, RectsAreThoseOfTheVisibleOnesInTheirOrder) {
+    launch(threeCameras());
+    EXPECT_TRUE(access().viewerControlRects().isEmpty());
+    show(true);
+    QList<QRectF> all;
+    for (const QQuickItem *control : controls())
+        all.append(QRectF(control->position(), control->size()));
+    EXPECT_EQ(access().viewerControlRects(), all);
+    access().focusViewerButton()->setVisible(false);
+    all.removeAt(2);
+    EXPECT_EQ(access().viewerControlRects(), all);
+    show(false);
+    EXPECT_TRUE(access().viewerControlRects().isEmpty());
+}
+
+TEST_F(ControlsTest, RectsBeginWhereOneCanBeSeen) {
+    launch(threeCameras());
+    show(true);
+    access().cameraPicker()->setOpacity(0.01);
+    access().stayOnTopButton()->setOpacity(0.011);
+    access().focusViewerButton()->setOpacity(0);
+    EXPECT_EQ(access().viewerControlRects().size(), 2);
+    EXPECT_EQ(access().viewerControlRects().first().topLeft(),
+              access().stayOnTopButton()->position());
+}
+
+TEST_F(ControlsTest, ThatFadedOutLeaveTheirPlaceToTheSurface) {
+    launch(threeCameras());
+    show(true);
+    const QPointF inside = access().closeViewerButton()->position() + QPointF(5, 5);
+    EXPECT_FALSE(access().interactionView()->contains(inside));
+    show(false);
+    EXPECT_TRUE(access().interactionView()->contains(inside));
+}
+
 TEST_F(ControlsTest, FollowThePointer) {
     launch(threeCameras());
     ASSERT_TRUE(
