@@ -1,0 +1,124 @@
+#include "editor/CameraFieldDelegate.h"
+
+#include "editor/CameraListModel.h"
+#include "editor/MirelFieldEditor.h"
+#include "style/LumvikPalette.h"
+#include "style/Symbols.h"
+
+#include <QFontDatabase>
+#include <QKeyEvent>
+#include <QPainter>
+
+namespace lumvik {
+
+namespace {
+
+// A cell has half of the spacing between cells (8 across, 6 down) at each of its sides, and the
+// field lies within what is left.
+constexpr QMargins cellSpacing{4, 3, 4, 3};
+constexpr QMargins fieldMargins{8, 4, 8, 6};
+constexpr int textMargin = 7;
+constexpr qreal fieldRadius = 6;
+
+/// What was in the field when its editing began.
+constexpr const char *textBefore = "lumvikTextBefore";
+
+QFont fieldFont(int column) {
+    if (column == CameraListModel::name)
+        return systemFont(13, QFont::Medium);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPixelSize(12);
+    return font;
+}
+
+QString placeholder(int column) {
+    return column == CameraListModel::name ? QStringLiteral("Camera name")
+                                           : QStringLiteral("rtsp://");
+}
+
+void paintHandle(QPainter &painter, const QStyleOptionViewItem &option, const QString &text) {
+    const bool isSelected = option.state.testFlag(QStyle::State_Selected);
+    painter.setFont(systemFont(15, QFont::Medium));
+    painter.setPen(isSelected ? QColor(Qt::white)
+                              : option.palette.color(QPalette::PlaceholderText));
+    painter.drawText(option.rect, Qt::AlignCenter, text);
+}
+
+void paintField(QPainter &painter, const QStyleOptionViewItem &option, const QModelIndex &index) {
+    const bool isEdited = option.state.testFlag(QStyle::State_Editing);
+    const QRect field = CameraFieldDelegate::fieldRect(option.rect);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QColor edge = isEdited ? LumvikPalette::mirel() : option.palette.color(QPalette::Mid);
+    painter.setPen(QPen(edge, isEdited ? 2 : 1));
+    painter.setBrush(option.palette.color(QPalette::Base));
+    painter.drawRoundedRect(QRectF(field).adjusted(0.5, 0.5, -0.5, -0.5), fieldRadius, fieldRadius);
+    if (isEdited)
+        return; // the field editor shows the text
+    const QString text = index.data(Qt::DisplayRole).toString();
+    painter.setFont(fieldFont(index.column()));
+    painter.setPen(
+        option.palette.color(text.isEmpty() ? QPalette::PlaceholderText : QPalette::Text));
+    const QRect line = field.adjusted(textMargin, 0, -textMargin, 0);
+    const QString shown = text.isEmpty() ? placeholder(index.column()) : text;
+    painter.drawText(line, Qt::AlignVCenter | Qt::TextSingleLine,
+                     painter.fontMetrics().elidedText(shown, Qt::ElideRight, line.width()));
+}
+
+} // namespace
+
+QRect CameraFieldDelegate::fieldRect(const QRect &cell) {
+    return cell.marginsRemoved(cellSpacing).marginsRemoved(fieldMargins);
+}
+
+void CameraFieldDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                                const QModelIndex &index) const {
+    painter->save();
+    if (index.column() == CameraListModel::order)
+        paintHandle(*painter, option, index.data(Qt::DisplayRole).toString());
+    else
+        paintField(*painter, option, index);
+    painter->restore();
+}
+
+QWidget *CameraFieldDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &,
+                                           const QModelIndex &index) const {
+    auto *editor = new MirelFieldEditor(parent);
+    editor->setFrame(false);
+    editor->setFont(fieldFont(index.column()));
+    editor->setPlaceholderText(placeholder(index.column()));
+    editor->setAccessibleName(index.model()->headerData(index.column(), Qt::Horizontal).toString());
+    const QPersistentModelIndex cell(index);
+    connect(editor, &QLineEdit::textEdited, this, [cell](const QString &text) {
+        if (cell.isValid())
+            const_cast<QAbstractItemModel *>(cell.model())->setData(cell, text, Qt::EditRole);
+    });
+    return editor;
+}
+
+void CameraFieldDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const {
+    auto *field = static_cast<MirelFieldEditor *>(editor);
+    const QString text = index.data(Qt::EditRole).toString();
+    // The model's news of what is being typed must not move the insertion point.
+    if (field->text() != text)
+        field->setText(text);
+    if (!field->property(textBefore).isValid())
+        field->setProperty(textBefore, text);
+}
+
+void CameraFieldDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
+                                               const QModelIndex &) const {
+    editor->setGeometry(fieldRect(option.rect).adjusted(textMargin - 2, 2, 2 - textMargin, -2));
+}
+
+bool CameraFieldDelegate::eventFilter(QObject *watched, QEvent *event) {
+    auto *field = qobject_cast<MirelFieldEditor *>(watched);
+    if (field != nullptr && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
+        const QString before = field->property(textBefore).toString();
+        field->setText(before);
+        Q_EMIT commitData(field);
+    }
+    return QStyledItemDelegate::eventFilter(watched, event);
+}
+
+} // namespace lumvik

@@ -1,0 +1,121 @@
+#include "editor/CameraListRules.h"
+
+#include <QCollator>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace lumvik {
+
+namespace {
+
+QCollator nameOrder() {
+    QCollator order;
+    order.setCaseSensitivity(Qt::CaseInsensitive);
+    return order;
+}
+
+/// Blanks within an address are a slip of the hand; no camera is found there.
+bool holdsBlanks(const QString &text) {
+    return std::any_of(text.begin(), text.end(), [](QChar each) {
+        return each.isSpace() || each.category() == QChar::Other_Control;
+    });
+}
+
+CameraListProblem missingName(int row) {
+    return {.title = QStringLiteral("Camera name required"),
+            .message = QStringLiteral("Enter a name for camera %1.").arg(row + 1),
+            .row = row,
+            .field = CameraField::name};
+}
+
+CameraListProblem badAddress(int row, const QString &name) {
+    return {.title = QStringLiteral("Check ") + name,
+            .message = QStringLiteral("Enter a full RTSP address beginning with rtsp://."),
+            .row = row,
+            .field = CameraField::address};
+}
+
+} // namespace
+
+bool isCameraAddress(const QString &address) {
+    if (holdsBlanks(address))
+        return false;
+    const QUrl url(address);
+    return url.isValid() && url.scheme() == QLatin1String("rtsp") && !url.host().isEmpty();
+}
+
+tl::expected<CameraList, CameraListProblem> validatedCameras(const CameraList &cameras) {
+    if (cameras.isEmpty()) {
+        return tl::unexpected(
+            CameraListProblem{.title = QStringLiteral("Add a camera"),
+                              .message = QStringLiteral("Lumvik needs at least one camera."),
+                              .row = std::nullopt,
+                              .field = CameraField::name});
+    }
+    CameraList validated;
+    for (int row = 0; row < cameras.size(); ++row) {
+        const Camera trimmed{.name = cameras.at(row).name.trimmed(),
+                             .url = cameras.at(row).url.trimmed()};
+        if (trimmed.name.isEmpty())
+            return tl::unexpected(missingName(row));
+        if (!isCameraAddress(trimmed.url))
+            return tl::unexpected(badAddress(row, trimmed.name));
+        validated.append(trimmed);
+    }
+    return validated;
+}
+
+bool namesAreAlike(const QString &one, const QString &other) {
+    return nameOrder().compare(one, other) == 0;
+}
+
+CameraList sortedByName(CameraList cameras, Qt::SortOrder order) {
+    const QCollator names = nameOrder();
+    std::stable_sort(cameras.begin(), cameras.end(), [&](const Camera &a, const Camera &b) {
+        const int comparison = names.compare(a.name, b.name);
+        return order == Qt::AscendingOrder ? comparison < 0 : comparison > 0;
+    });
+    return cameras;
+}
+
+bool canRemoveCamera(qsizetype cameras, bool hasSelection) {
+    return cameras >= 2 && hasSelection;
+}
+
+int rowAfterRemoving(int removed, int left) {
+    return std::min(left - 1, removed);
+}
+
+std::optional<int> draggedRow(const QString &text, qsizetype cameras) {
+    bool isNumber = false;
+    const int row = text.toInt(&isNumber);
+    // What QString takes for a number beyond digits and a sign is none here.
+    const bool isPlain = std::all_of(text.begin(), text.end(), [](QChar each) {
+        return (each >= u'0' && each <= u'9') || each == u'+' || each == u'-';
+    });
+    if (!isNumber || !isPlain || row < 0 || row >= cameras)
+        return std::nullopt;
+    return row;
+}
+
+int destinationOfDrop(int source, int gap) {
+    return source < gap ? gap - 1 : gap;
+}
+
+int selectionAfterSaving(int selected, const CameraList &before, const CameraList &after) {
+    if (selected >= 0 && selected < before.size()) {
+        const Camera &shown = before.at(selected);
+        const auto same = after.indexOf(shown);
+        if (same >= 0)
+            return static_cast<int>(same);
+        const auto alike = std::find_if(after.begin(), after.end(), [&](const Camera &each) {
+            return namesAreAlike(each.name, shown.name);
+        });
+        if (alike != after.end())
+            return static_cast<int>(alike - after.begin());
+    }
+    return std::min(static_cast<int>(after.size()) - 1, std::max(selected, 0));
+}
+
+} // namespace lumvik

@@ -1,0 +1,254 @@
+#include "editor/CameraSettingsController.h"
+
+#include "configuration/CameraConfiguration.h"
+#include "editor/CameraListModel.h"
+#include "editor/CameraSettingsWindow.h"
+#include "editor/CameraTableView.h"
+#include "platform/LumvikLog.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QScreen>
+#include <QWindow>
+
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+/// Larger files are no camera lists: a list of ten thousand cameras is one or two megabytes.
+constexpr qint64 largestImport = 16LL * 1024 * 1024;
+
+QStringList addressesOf(const CameraList &cameras) {
+    QStringList addresses;
+    for (const Camera &camera : cameras)
+        addresses.append(camera.url);
+    return addresses;
+}
+
+} // namespace
+
+CameraSettingsController::CameraSettingsController(const CameraList &cameras,
+                                                   CameraSettingsEnvironment environment,
+                                                   CameraSettingsHandlers handlers)
+    : m_environment(std::move(environment))
+    , m_handlers(std::move(handlers))
+    , m_model(std::make_unique<CameraListModel>(cameras))
+    , m_window(std::make_unique<CameraSettingsWindow>(*m_model, m_environment.webSite))
+    , m_tableView(&m_window->tableView()) {
+    connectWindow();
+}
+
+CameraSettingsController::~CameraSettingsController() {
+    m_didClose = true; // nothing is told any more
+}
+
+void CameraSettingsController::connectWindow() {
+    using Self = CameraSettingsController;
+    connect(m_window->addButton, &QPushButton::clicked, this, &Self::addCamera);
+    connect(m_window->removeButton, &QPushButton::clicked, this, &Self::removeCamera);
+    connect(m_window->sortAscendingButton, &QPushButton::clicked, this,
+            [this] { sortCameras(Qt::AscendingOrder); });
+    connect(m_window->sortDescendingButton, &QPushButton::clicked, this,
+            [this] { sortCameras(Qt::DescendingOrder); });
+    connect(m_window->importButton, &QPushButton::clicked, this, &Self::importCameras);
+    connect(m_window->exportButton, &QPushButton::clicked, this, &Self::exportCameras);
+    connect(m_window->cancelButton, &QPushButton::clicked, this, &Self::cancel);
+    connect(m_window->saveButton, &QPushButton::clicked, this, &Self::save);
+    connect(m_tableView, &CameraTableView::selectedRowChanged, this, &Self::updateRemoveButton);
+    connect(m_tableView, &CameraTableView::moveRequested, this, &Self::moveSelectedCamera);
+    // In a later turn: the drag that the drop ends is not over yet.
+    connect(m_model.get(), &CameraListModel::rowDropped, this, &Self::selectDroppedRow,
+            Qt::QueuedConnection);
+    m_window->didClose = [this] { windowDidClose(); };
+    m_window->keyDown = [this](QKeyEvent &event) {
+        return m_handlers.keyDown && m_handlers.keyDown(event);
+    };
+}
+
+const CameraList &CameraSettingsController::draftCameras() const {
+    return m_model->cameras();
+}
+
+// ---- The window ----
+
+void CameraSettingsController::show(int selectedRow, bool staysOnTop) {
+    m_window->setWindowFlag(Qt::WindowStaysOnTopHint, staysOnTop);
+    if (const QScreen *screen = QGuiApplication::primaryScreen()) {
+        QRect frame(QPoint(), m_window->size());
+        frame.moveCenter(screen->availableGeometry().center());
+        m_window->move(frame.topLeft());
+    }
+    m_tableView->selectCamera(selectedRow, Scrolling::intoView);
+    updateRemoveButton();
+    m_window->show();
+    bringToFront();
+    m_tableView->setFocus();
+}
+
+void CameraSettingsController::bringToFront() {
+    m_window->raise();
+    m_window->activateWindow();
+}
+
+void CameraSettingsController::setStaysOnTop(bool staysOnTop) {
+    // At the window itself: the widget's own flags would hide it and make it anew.
+    if (QWindow *window = m_window->windowHandle())
+        window->setFlag(Qt::WindowStaysOnTopHint, staysOnTop);
+}
+
+void CameraSettingsController::close() {
+    m_window->close();
+}
+
+void CameraSettingsController::windowDidClose() {
+    if (std::exchange(m_didClose, true))
+        return;
+    if (m_handlers.close)
+        m_handlers.close();
+}
+
+void CameraSettingsController::updateRemoveButton() {
+    m_window->removeButton->setEnabled(
+        canRemoveCamera(draftCameras().size(), m_tableView->selectedRow() >= 0));
+}
+
+void CameraSettingsController::showAlert(const QString &title, const QString &message) {
+    m_environment.alerts.runModal({.style = Alert::Style::warning,
+                                   .messageText = title,
+                                   .informativeText = message,
+                                   .buttons = {QStringLiteral("OK")}});
+}
+
+// ---- Editing the list ----
+
+void CameraSettingsController::addCamera() {
+    m_tableView->endEditing();
+    m_model->append({.name = QStringLiteral("New Camera"), .url = QStringLiteral("rtsp://")});
+    const int row = m_model->rowCount() - 1;
+    m_tableView->selectCamera(row, Scrolling::intoView);
+    m_tableView->editCell(row, CameraListModel::name);
+    updateRemoveButton();
+}
+
+void CameraSettingsController::removeCamera() {
+    m_tableView->endEditing();
+    if (draftCameras().size() < 2) {
+        showAlert(QStringLiteral("Keep one camera"),
+                  QStringLiteral("Lumvik needs at least one camera in the list."));
+        return;
+    }
+    const int row = m_tableView->selectedRow();
+    if (row < 0)
+        return;
+    m_model->remove(row);
+    m_tableView->selectCamera(rowAfterRemoving(row, m_model->rowCount()), Scrolling::keepPlace);
+    updateRemoveButton();
+}
+
+void CameraSettingsController::sortCameras(Qt::SortOrder order) {
+    m_tableView->endEditing();
+    const std::optional<Camera> selected =
+        m_tableView->selectedRow() < 0
+            ? std::nullopt
+            : std::optional(draftCameras().at(m_tableView->selectedRow()));
+    m_model->setCameras(sortedByName(draftCameras(), order));
+    if (selected)
+        m_tableView->selectCamera(static_cast<int>(draftCameras().indexOf(*selected)),
+                                  Scrolling::intoView);
+    updateRemoveButton();
+}
+
+void CameraSettingsController::moveSelectedCamera(int rows) {
+    m_tableView->endEditing();
+    const int source = m_tableView->selectedRow();
+    const int destination = source + rows;
+    if (source < 0 || destination < 0 || destination >= m_model->rowCount())
+        return;
+    m_model->move(source, destination);
+    m_tableView->selectCamera(destination, Scrolling::intoView);
+}
+
+void CameraSettingsController::selectDroppedRow(int row) {
+    m_tableView->selectCamera(row, Scrolling::intoView);
+}
+
+// ---- Files ----
+
+void CameraSettingsController::importCameras() {
+    m_tableView->endEditing();
+    const auto path =
+        m_environment.filePanels.chooseFileToOpen({.title = QStringLiteral("Import Camera List"),
+                                                   .prompt = QStringLiteral("Import"),
+                                                   .suggestedName = {}},
+                                                  m_window.get());
+    if (!path)
+        return;
+    const QString title = QStringLiteral("Could not import cameras");
+    const auto bytes = m_environment.fileManager.contents(*path, largestImport);
+    if (!bytes) {
+        showAlert(title, errorDescription(bytes.error()));
+        return;
+    }
+    auto document = CameraConfiguration::decoded(*bytes);
+    if (!document || document->cameras.isEmpty()) {
+        showAlert(title, errorDescription(CameraConfigurationError::invalidFile));
+        return;
+    }
+    LumvikLog::protectAddresses(addressesOf(document->cameras));
+    m_model->setCameras(std::move(document->cameras));
+    m_tableView->selectCamera(0, Scrolling::intoView);
+    updateRemoveButton();
+}
+
+void CameraSettingsController::exportCameras() {
+    m_tableView->endEditing();
+    const auto cameras = validatedDraft();
+    if (!cameras)
+        return;
+    const auto path = m_environment.filePanels.chooseFileToSave(
+        {.title = QStringLiteral("Export Camera List"),
+         .prompt = QStringLiteral("Export"),
+         .suggestedName = QStringLiteral("lumvik-cameras.json")},
+        m_window.get());
+    if (!path)
+        return;
+    const auto exported = m_environment.store.exportCameras(*cameras, *path);
+    if (!exported)
+        showAlert(QStringLiteral("Could not export cameras"), errorDescription(exported.error()));
+}
+
+std::optional<CameraList> CameraSettingsController::validatedDraft() {
+    auto validated = validatedCameras(draftCameras());
+    if (validated)
+        return *std::move(validated);
+    const CameraListProblem &problem = validated.error();
+    showAlert(problem.title, problem.message);
+    if (problem.row) {
+        m_tableView->editCell(*problem.row, problem.field == CameraField::name
+                                                ? CameraListModel::name
+                                                : CameraListModel::address);
+    }
+    return std::nullopt;
+}
+
+// ---- The end ----
+
+void CameraSettingsController::cancel() {
+    close();
+}
+
+void CameraSettingsController::save() {
+    m_tableView->endEditing();
+    const auto cameras = validatedDraft();
+    if (!cameras)
+        return;
+    const auto saved = m_handlers.save(*cameras);
+    if (saved)
+        close();
+    else
+        showAlert(QStringLiteral("Could not save cameras"), errorDescription(saved.error()));
+}
+
+} // namespace lumvik

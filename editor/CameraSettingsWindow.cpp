@@ -1,0 +1,141 @@
+#include "editor/CameraSettingsWindow.h"
+
+#include "editor/CameraTableView.h"
+#include "style/Symbols.h"
+
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace lumvik {
+
+namespace {
+
+constexpr QSize initialSize{900, 620};
+constexpr QSize minimumWindowSize{760, 480};
+constexpr int windowMargin = 30;
+constexpr int sectionSpacing = 16;
+constexpr QMargins tableInsets{10, 8, 10, 18};
+
+QLabel *makeLabel(const QString &text, const QFont &font, QPalette::ColorRole colour) {
+    auto *label = new QLabel(text);
+    label->setTextFormat(Qt::PlainText);
+    label->setFont(font);
+    label->setForegroundRole(colour);
+    return label;
+}
+
+} // namespace
+
+CameraSettingsWindow::CameraSettingsWindow(CameraListModel &model, const QString &webSite) {
+    setWindowTitle(QStringLiteral("Cameras"));
+    setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                   Qt::WindowCloseButtonHint);
+    setMinimumSize(minimumWindowSize);
+    resize(initialSize);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(windowMargin, windowMargin - 4, windowMargin, windowMargin - 10);
+    layout->setSpacing(sectionSpacing);
+    layout->addWidget(makeHeading());
+    layout->addWidget(makeTable(model), 1);
+    layout->addWidget(makeButtons());
+    layout->addWidget(makeFoot(webSite));
+}
+
+QWidget *CameraSettingsWindow::makeHeading() {
+    auto *heading = new QWidget;
+    auto *layout = new QVBoxLayout(heading);
+    layout->setContentsMargins({});
+    layout->setSpacing(6);
+    layout->addWidget(makeLabel(QStringLiteral("Cameras"), systemFont(22, QFont::DemiBold),
+                                QPalette::WindowText));
+    QLabel *explanation = makeLabel(
+        QStringLiteral("Customize camera names and full RTSP addresses. Drag rows to change their "
+                       "order, or use the sorting shortcuts. Changes are stored only on this Mac."),
+        systemFont(13, QFont::Normal), QPalette::PlaceholderText);
+    explanation->setWordWrap(true);
+    layout->addWidget(explanation);
+    return heading;
+}
+
+QWidget *CameraSettingsWindow::makeTable(CameraListModel &model) {
+    auto *frame = new QFrame;
+    frame->setFrameShape(QFrame::StyledPanel);
+    auto *layout = new QVBoxLayout(frame);
+    layout->setContentsMargins(tableInsets);
+    m_tableView = new CameraTableView(model);
+    layout->addWidget(m_tableView);
+    return frame;
+}
+
+QPushButton *CameraSettingsWindow::makeButton(const QString &title, const QString &toolTip) {
+    auto *button = new QPushButton(title);
+    button->setAutoDefault(false); // Return is Save's alone
+    button->setToolTip(toolTip);
+    return button;
+}
+
+QWidget *CameraSettingsWindow::makeButtons() {
+    addButton = makeButton(QStringLiteral("Add Camera"));
+    removeButton = makeButton(QStringLiteral("Remove"));
+    sortAscendingButton =
+        makeButton(QStringLiteral("A–Z"), QStringLiteral("Sort camera names from A to Z"));
+    sortDescendingButton =
+        makeButton(QStringLiteral("Z–A"), QStringLiteral("Sort camera names from Z to A"));
+    importButton = makeButton(QStringLiteral("Import…"));
+    exportButton = makeButton(QStringLiteral("Export…"));
+    cancelButton = makeButton(QStringLiteral("Cancel"));
+    saveButton = makeButton(QStringLiteral("Save"));
+    saveButton->setDefault(true);
+
+    auto *row = new QWidget;
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins({});
+    for (QPushButton *button : {addButton, removeButton})
+        layout->addWidget(button);
+    layout->addSpacing(sectionSpacing);
+    for (QPushButton *button : {sortAscendingButton, sortDescendingButton})
+        layout->addWidget(button);
+    layout->addSpacing(sectionSpacing);
+    for (QPushButton *button : {importButton, exportButton})
+        layout->addWidget(button);
+    layout->addStretch();
+    for (QPushButton *button : {cancelButton, saveButton})
+        layout->addWidget(button);
+    return row;
+}
+
+QWidget *CameraSettingsWindow::makeFoot(const QString &webSite) {
+    auto *foot = new QLabel(
+        QStringLiteral("A Free App by <a href=\"%1\">Tandrel</a>").arg(webSite.toHtmlEscaped()));
+    foot->setTextFormat(Qt::RichText);
+    foot->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    foot->setAlignment(Qt::AlignCenter);
+    foot->setFont(systemFont(11, QFont::Normal));
+    connect(foot, &QLabel::linkActivated, this,
+            [](const QString &address) { QDesktopServices::openUrl(QUrl(address)); });
+    return foot;
+}
+
+void CameraSettingsWindow::closeEvent(QCloseEvent *event) {
+    event->accept();
+    if (didClose)
+        didClose();
+}
+
+void CameraSettingsWindow::done(int) {
+    close(); // there is one way out
+}
+
+void CameraSettingsWindow::keyPressEvent(QKeyEvent *event) {
+    if (keyDown && keyDown(*event))
+        return;
+    QDialog::keyPressEvent(event);
+}
+
+} // namespace lumvik

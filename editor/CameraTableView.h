@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QTableView>
+
+namespace lumvik {
+
+class CameraListModel;
+
+/// Whether a row that becomes the selected one is brought into view.
+enum class Scrolling { keepPlace, intoView };
+
+/// The table of cameras: rounded rows, rows dragged by any part of them with a line between rows
+/// that shows where they will go, and everything reachable from the keyboard. Main thread only.
+class CameraTableView final : public QTableView {
+    Q_OBJECT
+
+  public:
+    /// `model` stays the caller's and must outlive the view.
+    explicit CameraTableView(CameraListModel &model, QWidget *parent = nullptr);
+
+    /// The selected row; -1 without one.
+    [[nodiscard]] int selectedRow() const;
+    /// Selects a row; none when there is no such row.
+    void selectCamera(int row, Scrolling scrolling);
+    /// Begins to edit a cell, with its whole text selected.
+    void editCell(int row, int column);
+    /// Ends an edit in progress; what was typed stays.
+    void endEditing();
+
+  Q_SIGNALS:
+    void selectedRowChanged();
+    /// The user asks for the selected row to move by `rows` (-1 or 1).
+    void moveRequested(int rows);
+
+  protected:
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void selectionChanged(const QItemSelection &selected,
+                          const QItemSelection &deselected) override;
+
+  private:
+    void setUpColumns();
+
+    CameraListModel &m_cameras;
+};
+
+} // namespace lumvik
