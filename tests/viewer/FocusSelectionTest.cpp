@@ -88,6 +88,22 @@ TEST_F(FocusSelectionTest, TakesTheKeyboardAndTheCrosshair) {
     EXPECT_EQ(view->cursor().shape(), Qt::ArrowCursor);
 }
 
+TEST_F(FocusSelectionTest, CrosshairStaysAtTheEdges) {
+    const QPointF corner(2, 2);
+    const auto hover = [&] {
+        QHoverEvent event(QEvent::HoverMove, corner, corner, corner);
+        QCoreApplication::sendEvent(view.get(), &event);
+    };
+    hover();
+    ASSERT_EQ(view->cursor().shape(), Qt::SizeFDiagCursor);
+    view->beginFocusSelection();
+    hover();
+    EXPECT_EQ(view->cursor().shape(), Qt::CrossCursor);
+    view->cancelFocusSelection(CancellationNotice::keepSilent);
+    hover();
+    EXPECT_EQ(view->cursor().shape(), Qt::SizeFDiagCursor);
+}
+
 TEST_F(FocusSelectionTest, SpansFromThePressToThePointer) {
     view->beginFocusSelection();
     EXPECT_EQ(view->focusSelectionRect(), std::nullopt);
@@ -281,7 +297,10 @@ TEST_F(FocusSelectionTest, ADragThatIsTakenAwayCanBeBegunAgain) {
 
 TEST_F(FocusSelectionTest, PressesAreIgnoredInThePause) {
     finishSelection();
-    drag({10, 200}, {90, 260});
+    press({50, 200});
+    moveTo({90, 230});
+    moveTo({100, 240}); // the second one would take the window along
+    release({100, 240});
     EXPECT_EQ(view->focusSelectionRect(), area);
     EXPECT_EQ(window.position(), QPoint(100, 100));
     queue.advance(0.3);
