@@ -236,8 +236,10 @@ TEST_F(FocusAreaTest, RightClickDoesNotReshapeTheWindowAgain) {
     settle();
     resizeWindow({300, 500});
     const QSize size = access().window()->size();
-    rightClick();
-    rightClick();
+    rightClick({150, 300});
+    ASSERT_TRUE(access().isShowingFullCameraTemporarily());
+    rightClick({150, 300});
+    ASSERT_FALSE(access().isShowingFullCameraTemporarily());
     EXPECT_EQ(access().window()->frame().size(), size);
 }
 
