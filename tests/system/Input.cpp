@@ -60,7 +60,9 @@ void Pointer::click(Button button) {
 Keyboard::Keyboard(const TestDesktop &desktop) : m_desktop(desktop) {}
 
 void Keyboard::press(const QString &key) {
-    xdotool(m_desktop, {QStringLiteral("key"), QStringLiteral("--clearmodifiers"), key});
+    // Without "--clearmodifiers", which lets go of the mouse and presses it again: no test holds a
+    // modifier.
+    xdotool(m_desktop, {QStringLiteral("key"), key});
 }
 
 } // namespace lumvik::test

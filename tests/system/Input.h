@@ -44,7 +44,8 @@ class Keyboard {
   public:
     explicit Keyboard(const TestDesktop &desktop);
 
-    /// Presses and releases a key, named as X names it, with modifiers: "Return", "ctrl+w".
+    /// Presses and releases a key, named as X names it, with modifiers: "Return", "ctrl+w". Buttons
+    /// that are held stay so.
     void press(const QString &key);
 
   private:

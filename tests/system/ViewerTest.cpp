@@ -4,6 +4,8 @@
 #include "Eventually.h"
 #include "Pixels.h"
 
+#include <QElapsedTimer>
+
 #include <csignal>
 
 namespace lumvik::test {
@@ -145,7 +147,17 @@ void ViewerTest::resizeWindow(QSize size) {
 
 testing::AssertionResult ViewerTest::comesToBe(QRect geometry,
                                                std::chrono::milliseconds deadline) const {
-    if (eventually(deadline, [&] { return viewer->geometry() == geometry; }))
+    // It may pass there on its way to another frame.
+    constexpr int rest = 400;
+    QElapsedTimer sinceThere;
+    const bool rests = eventually(deadline, [&] {
+        if (viewer->geometry() != geometry)
+            sinceThere.invalidate();
+        else if (!sinceThere.isValid())
+            sinceThere.start();
+        return sinceThere.isValid() && sinceThere.elapsed() >= rest;
+    });
+    if (rests)
         return testing::AssertionSuccess();
     const QRect is = viewer->geometry();
     return testing::AssertionFailure()

@@ -82,7 +82,7 @@ class ViewerTest : public testing::Test {
     /// Asks the window manager to move or to resize the viewer's window.
     void moveWindow(QPoint position);
     void resizeWindow(QSize size);
-    /// Waits until the viewer's window is exactly here.
+    /// Waits until the viewer's window has come to rest exactly here.
     [[nodiscard]] testing::AssertionResult
     comesToBe(QRect geometry, std::chrono::milliseconds deadline = std::chrono::seconds(20)) const;
     /// The window's frame that the preferences hold now.

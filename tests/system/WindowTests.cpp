@@ -264,9 +264,12 @@ TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenWhereAControlWouldBe) 
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
+    ASSERT_NO_FATAL_FAILURE(showControls());
     DesktopProgram *other = startWhiteWindow({0, 0, 100, 100});
     ASSERT_TRUE(other);
     ASSERT_TRUE(eventually(10s, [&] { return other->hasFocus(); }));
+    // The viewer notices a moment later.
+    ASSERT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
     pointer.moveTo(onScreen(controls().close()));
     EXPECT_TRUE(always(1s, [this] { return !controlsAreVisible(); }))
         << "an inactive viewer shows its controls";
