@@ -47,6 +47,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::buildMainMenu() {
     MainMenuActions actions;
+    actions.showCameraSettings = [this] { showCameraSettings(); };
     actions.terminate = [this] { environment.terminate(); };
     actions.performClose = [this] { closeCameraViewer(); };
     actions.toggleFullScreen = [this] {
@@ -64,8 +65,12 @@ void AppDelegate::loadCameras() {
             QStringLiteral("No usable camera configuration could be loaded."));
         cameras.clear();
     }
+    protectAddressesOf(cameras);
+}
+
+void AppDelegate::protectAddressesOf(const CameraList &list) {
     QStringList addresses;
-    for (const Camera &camera : std::as_const(cameras))
+    for (const Camera &camera : list)
         addresses.append(camera.url);
     LumvikLog::protectAddresses(addresses);
 }

@@ -3,6 +3,7 @@
 #include "app/AppEnvironment.h"
 #include "app/MainMenu.h"
 #include "configuration/Camera.h"
+#include "editor/CameraSettingsController.h"
 #include "engine/MPVEventLoop.h"
 #include "engine/MPVObserver.h"
 #include "engine/MPVOpenGLView.h"
@@ -161,6 +162,13 @@ class AppDelegate final : public QObject {
     /// list.
     void selectCamera(int index);
 
+    // ---- Camera addresses: editor/AppDelegate+CameraSettings.cpp ----
+
+    /// Opens the editor of the camera list, or brings the one that is open to the front.
+    void showCameraSettings();
+    /// Stores a list and shows it: the chooser, the selection, playback. An error changes nothing.
+    [[nodiscard]] tl::expected<void, StoreError> applySavedCameras(const CameraList &saved);
+
     // ---- Recovery: supervision/AppDelegate+Recovery.cpp ----
 
     /// Schedules an attempt at recovery. Refused, without a trace, while the viewer closes, the
@@ -205,6 +213,8 @@ class AppDelegate final : public QObject {
     // app/AppDelegate+Launch.cpp
     void buildMainMenu();
     void loadCameras();
+    /// Keeps the addresses of `list` out of the log from now on.
+    static void protectAddressesOf(const CameraList &list);
     void stopEverything();
 
     // viewer/AppDelegate+Window.cpp
@@ -220,12 +230,21 @@ class AppDelegate final : public QObject {
 
     // viewer/AppDelegate+Controls.cpp
     void fadeControls(bool animated);
+    /// Brings the controls up to date with another list of cameras.
+    void refreshViewerControls();
     void setControlsEnabled(bool visible);
     void setControlsOpacity(qreal opacity);
     void setControlsVisible(bool visible);
     /// The picker, the pin, the focus and the close button, in the order of their stacking. That
     /// one is missing once the window is there stops the program.
     [[nodiscard]] std::array<QQuickItem *, 4> viewerControls() const;
+
+    // viewer/AppDelegate+CameraPicker.cpp
+    void fillCameraPicker();
+
+    // editor/AppDelegate+CameraSettings.cpp
+    void cameraSettingsDidClose();
+    bool cameraSettingsKeyDown(const QKeyEvent &event);
 
     // viewer/AppDelegate+FocusArea.cpp
     void connectInteractionView();
@@ -242,6 +261,8 @@ class AppDelegate final : public QObject {
     void failPlayerStart(mpv_handle *handle, const QString &message);
 
     // supervision/AppDelegate+Supervisor.cpp
+    /// Makes the camera at `index` the one to play: what was under way for another one ends.
+    void beginPlaybackSelection(int index);
     void streamDidEnd(const PlaybackEngineEvents::EndFile &end);
 
     // supervision/AppDelegate+Recovery.cpp
@@ -315,6 +336,9 @@ class AppDelegate final : public QObject {
     bool systemIsSleeping = false;
     SleepMonitor::SleepDelay sleepDelay;       // held until the stream has stopped
     std::shared_ptr<WorkItem> sleepDelayLimit; // or this has come
+
+    // The editor, while it is open.
+    std::unique_ptr<CameraSettingsController> settingsController;
 
     // The window's special states.
     FrameMemory frameMemory; // what the window's frame was before it was maximised

@@ -2,6 +2,7 @@
 
 #include "configuration/CameraConfigurationStore.h"
 #include "platform/Alerts.h"
+#include "platform/FilePanels.h"
 #include "platform/MainQueue.h"
 #include "platform/NetworkConnection.h"
 #include "platform/NetworkPathMonitor.h"
@@ -21,6 +22,7 @@ struct AppEnvironment {
     UserDefaults &userDefaults;
     CameraConfigurationStore &store;
     Alerts &alerts;
+    FilePanels &filePanels;
     SleepMonitor &sleepMonitor;
     std::function<std::unique_ptr<NetworkPathMonitor>()> makeNetworkPathMonitor;
     NetworkConnectionFactory makeConnection;
@@ -31,6 +33,8 @@ struct AppEnvironment {
     std::function<void()> limitTimeToExit;
     /// Ends the application in order, in a later turn.
     std::function<void()> terminate;
+    /// The maker's web site.
+    QString webSite;
     /// The least important kind of engine message that is logged, by libmpv's names.
     std::string engineLogLevel = "warn";
 };

@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/MessageBoxAlerts.h"
+#include "app/QtFilePanels.h"
 #include "app/Startup.h"
 #include "platform/ExitDeadline.h"
 #include "platform/LogindSleepMonitor.h"
@@ -23,7 +24,11 @@ namespace {
 /// How long the end of the program may take, in seconds: a user who quits waits no longer.
 constexpr double longestExit = 2.5;
 
-QWindow *viewerWindow() {
+/// The window above which an alert appears: the one in use, or else the viewer.
+QWindow *alertParent() {
+    if (QWindow *focused = QGuiApplication::focusWindow();
+        focused != nullptr && focused->isVisible())
+        return focused;
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
         if (qobject_cast<ViewerWindow *>(window) != nullptr && window->isVisible())
             return window;
@@ -49,7 +54,8 @@ int main(int argc, char **argv) {
 
     QtMainQueue mainQueue;
     UserDefaults userDefaults(UserDefaults::standardPath());
-    MessageBoxAlerts alerts(&viewerWindow);
+    MessageBoxAlerts alerts(&alertParent);
+    QtFilePanels filePanels;
     LogindSleepMonitor sleepMonitor;
     // In a later turn, because quitting closes the windows, and may be asked for while one closes.
     // A window that is open is closed first, by its own order; termination follows.
@@ -59,6 +65,7 @@ int main(int argc, char **argv) {
          .userDefaults = userDefaults,
          .store = CameraConfigurationStore::shared(),
          .alerts = alerts,
+         .filePanels = filePanels,
          .sleepMonitor = sleepMonitor,
          .makeNetworkPathMonitor = [] { return std::make_unique<RtnetlinkPathMonitor>(); },
          .makeConnection =
@@ -68,6 +75,7 @@ int main(int argc, char **argv) {
          .random = [] { return QRandomGenerator::global()->generateDouble(); },
          .limitTimeToExit = [] { endProcessWithin(longestExit); },
          .terminate = terminate,
+         .webSite = QStringLiteral("https://" LUMVIK_WEB_HOST "/"),
          .engineLogLevel = engineLogLevel()});
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &AppDelegate::applicationWillTerminate);

@@ -27,6 +27,12 @@ constexpr int minimumAddressWidth = 330;
 /// the whole width.
 class CameraTableStyle final : public QProxyStyle {
   public:
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override {
+        if (element != CE_HeaderSection) // the titles stand on the window's own ground
+            QProxyStyle::drawControl(element, option, painter, widget);
+    }
+
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
                        const QWidget *widget) const override {
         switch (static_cast<int>(element)) {
@@ -71,6 +77,7 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
     setAccessibleName(QStringLiteral("Cameras"));
 
     setFrameShape(NoFrame);
+    viewport()->setAutoFillBackground(false);
     setShowGrid(false);
     setCornerButtonEnabled(false);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -91,6 +98,9 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
 
 void CameraTableView::setUpColumns() {
     QHeaderView *header = horizontalHeader();
+    header->setStyle(style());
+    header->setForegroundRole(QPalette::PlaceholderText);
+    header->viewport()->setAutoFillBackground(false);
     header->setHighlightSections(false);
     header->setSectionsClickable(false);
     header->setMinimumSectionSize(handleWidth);

@@ -67,14 +67,20 @@ void AppDelegate::streamDidEnd(const PlaybackEngineEvents::EndFile &end) {
 void AppDelegate::selectCamera(int index) {
     if (isClosingViewer || index < 0 || index >= cameras.size())
         return;
+    cameraPicker->selectItem(index);
+    environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, index);
+    updateViewerControlLayout();
+    beginPlaybackSelection(index);
+}
+
+void AppDelegate::beginPlaybackSelection(int index) {
+    if (isClosingViewer)
+        return;
     if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
         qFatal("The selection generations are used up.");
     playbackRetryCount = 0;
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
-    cameraPicker->selectItem(index);
-    environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, index);
-    updateViewerControlLayout();
     if (mpv != nullptr)
         loadCamera(index);
     else

@@ -89,6 +89,13 @@ void AppDelegate::fadeControls(bool animated) {
     viewerControlFade.start();
 }
 
+void AppDelegate::refreshViewerControls() {
+    setControlsEnabled(viewerControlsAreVisible);
+    setControlsOpacity(closeViewerButton->opacity());
+    setControlsVisible(closeViewerButton->isVisible());
+    updateViewerControlLayout();
+}
+
 void AppDelegate::setControlsEnabled(bool visible) {
     const auto enabled = viewerControlEnablement(visible, !cameras.isEmpty());
     cameraPicker->setEnabled(enabled.picker);

@@ -129,10 +129,7 @@ void AppDelegate::createViews() {
 }
 
 void AppDelegate::restoreWindowState() {
-    QStringList names;
-    for (const Camera &camera : std::as_const(cameras))
-        names.append(camera.name);
-    cameraPicker->setItems(names);
+    fillCameraPicker();
     cameraPicker->selectItem(
         environment.userDefaults.integer(PreferenceKeys::selectedCameraIndex).value_or(0));
     emptyStateLabel->setVisible(cameras.isEmpty());
@@ -183,6 +180,8 @@ void AppDelegate::windowDidResize() {
 void AppDelegate::toggleStayOnTop() {
     const bool staysOnTop = stayOnTopButton->isOn();
     window->setLevel(staysOnTop ? WindowLevel::floating : WindowLevel::normal);
+    if (settingsController)
+        settingsController->setStaysOnTop(staysOnTop);
     stayOnTopButton->update();
     environment.userDefaults.set(PreferenceKeys::staysOnTop, staysOnTop);
 }

@@ -123,7 +123,7 @@ void DraggableContentView::mousePressEvent(QMouseEvent *event) {
         return;
     if (m_isSelectingFocusArea) {
         m_focusSelectionStart = event->position();
-        m_focusSelectionRect = QRectF(event->position(), QSizeF());
+        m_focusSelectionRect = QRectF(event->position(), QSizeF(0, 0));
         showFocusSelection();
         return;
     }

@@ -13,6 +13,13 @@ const bool avoidsX11 = qputenv("QT_QPA_OFFSCREEN_NO_GLX", "1");
 
 } // namespace
 
+ControllerTest::~ControllerTest() {
+    if (!delegate)
+        return;
+    delegate->stopPlayerEngine();
+    EXPECT_TRUE(delegate->finishPlayers(std::chrono::seconds(20)));
+}
+
 void ControllerTest::SetUpTestSuite() {
     ASSERT_TRUE(avoidsX11);
     // Once for the whole program: it cannot be changed after the first window.
@@ -34,12 +41,14 @@ void ControllerTest::launch() {
                        .userDefaults = home.userDefaults(),
                        .store = home.store(),
                        .alerts = alerts,
+                       .filePanels = filePanels,
                        .sleepMonitor = sleepMonitor,
                        .makeNetworkPathMonitor = [this] { return networkPath.makeMonitor(); },
                        .makeConnection = network.factory(),
                        .random = [this] { return random; },
                        .limitTimeToExit = [this] { ++exitLimits; },
                        .terminate = [this] { ++terminations; },
+                       .webSite = u"https://maker.example/"_s,
                        .engineLogLevel = "warn"});
     delegate->applicationDidFinishLaunching();
 }

@@ -3,6 +3,7 @@
 #include "fakes/AppDelegateAccess.h"
 #include "fakes/CapturingLogSink.h"
 #include "fakes/FakeAlerts.h"
+#include "fakes/FakeFilePanels.h"
 #include "fakes/FakeMpv.h"
 #include "fakes/FakeNetwork.h"
 #include "fakes/FakeSleepMonitor.h"
@@ -24,6 +25,9 @@ using namespace Qt::StringLiterals;
 /// platform without a display, drawn by software.
 class ControllerTest : public testing::Test {
   protected:
+    /// Waits for the players, whose end may have been left to a thread.
+    ~ControllerTest() override;
+
     static void SetUpTestSuite();
 
     /// Makes the controller and launches it with `cameras` on the disk.
@@ -59,6 +63,7 @@ class ControllerTest : public testing::Test {
     VirtualMainQueue queue;
     TemporaryHome home;
     FakeAlerts alerts;
+    FakeFilePanels filePanels;
     FakeSleepMonitor sleepMonitor;
     FakeNetworkPath networkPath;
     FakeNetwork network;

@@ -52,6 +52,7 @@ struct AppDelegateAccess {
     [[nodiscard]] auto &lastFrameRenderedAt() const { return delegate.lastFrameRenderedAt; }
     [[nodiscard]] auto &lastCameraLoad() const { return delegate.lastCameraLoad; }
     [[nodiscard]] auto &appliedVideoAspectRatio() const { return delegate.appliedVideoAspectRatio; }
+    [[nodiscard]] auto &settingsController() const { return delegate.settingsController; }
     [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
     [[nodiscard]] auto &restoreFrameBeforeTemporaryMaximum() const {
         return delegate.restoreFrameBeforeTemporaryMaximum;
