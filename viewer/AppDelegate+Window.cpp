@@ -121,7 +121,11 @@ void AppDelegate::createViews() {
     setControlsOpacity(0);
     setControlsVisible(false);
     connect(&viewerControlFade, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &opacity) { setControlsOpacity(opacity.toReal()); });
+            [this](const QVariant &opacity) {
+                // One that has ended tells of a value when it is given new ones, too.
+                if (viewerControlFade.state() == QAbstractAnimation::Running)
+                    setControlsOpacity(opacity.toReal());
+            });
     connect(&viewerControlFade, &QVariantAnimation::finished, this, [this] {
         if (!viewerControlsAreVisible)
             setControlsVisible(false);

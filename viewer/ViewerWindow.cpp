@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QScreen>
 
 #include <utility>
@@ -22,6 +23,10 @@ constexpr int shapeCorrectionDelay = 150;
 
 /// How long the window is on its way to a new frame, in milliseconds.
 constexpr int frameAnimationTime = 200;
+
+/// How long nothing is heard of the window manager when all its answers to an animation have come,
+/// in milliseconds.
+constexpr int frameSettlingTime = 300;
 
 } // namespace
 
@@ -41,7 +46,16 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     m_frameAnimation.setDuration(frameAnimationTime);
     m_frameAnimation.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&m_frameAnimation, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &frame) { setGeometry(frame.toRect()); });
+            [this](const QVariant &frame) {
+                // One that has ended tells of a value when it is given new ones, too.
+                if (isOnItsWay())
+                    setGeometry(frame.toRect());
+            });
+    connect(&m_frameAnimation, &QVariantAnimation::finished, this,
+            &ViewerWindow::frameAnimationEnded);
+    m_frameSettled.setSingleShot(true);
+    m_frameSettled.setInterval(frameSettlingTime);
+    connect(&m_frameSettled, &QTimer::timeout, this, &ViewerWindow::frameSettled);
     connect(this, &QQuickWindow::frameSwapped, this, [this] {
         m_wasDrawn = true;
         if (m_firstDrawn)
@@ -66,8 +80,10 @@ QRect ViewerWindow::visibleArea() const {
 
 void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
     m_ratio = ratio;
-    m_sizeHints.setAspectRatio(ratio);
     m_shapeCorrection.reset();
+    if (isOnItsWay())
+        return; // the end of the way sees to it
+    m_sizeHints.setAspectRatio(ratio);
     correctShape();
 }
 
@@ -76,7 +92,7 @@ void ViewerWindow::correctShape() {
         return;
     // A window that the user holds goes where the pointer says, and is put right afterwards; so is
     // one on its way to another frame.
-    if (mouseButtonIsDown() || m_frameAnimation.state() == QAbstractAnimation::Running) {
+    if (mouseButtonIsDown() || m_requestedFrame) {
         m_sizeSettled.start();
         return;
     }
@@ -104,6 +120,8 @@ bool ViewerWindow::hasOrdinaryFrame() const {
 
 void ViewerWindow::moveEvent(QMoveEvent *event) {
     QQuickWindow::moveEvent(event);
+    if (m_frameSettled.isActive())
+        m_frameSettled.start();
     if (m_delegate.didMove)
         m_delegate.didMove();
 }
@@ -111,6 +129,8 @@ void ViewerWindow::moveEvent(QMoveEvent *event) {
 void ViewerWindow::resizeEvent(QResizeEvent *event) {
     QQuickWindow::resizeEvent(event);
     m_sizeSettled.start();
+    if (m_frameSettled.isActive())
+        m_frameSettled.start();
     if (m_delegate.didResize)
         m_delegate.didResize();
 }
@@ -134,8 +154,10 @@ bool ViewerWindow::isPlacedByProgram() {
 QString ViewerWindow::savedFrame() const {
     const QScreen *where = screen();
     // Where the compositor alone knows the place, the window believes itself at the origin.
-    const QPoint place = isPlacedByProgram() ? position() : m_restoredPlace.value_or(position());
-    return savedFrameString(QRect(place, size()), where == nullptr ? QRect() : where->geometry());
+    const QRect is = frame();
+    const QPoint place = isPlacedByProgram() ? is.topLeft() : m_restoredPlace.value_or(position());
+    return savedFrameString(QRect(place, is.size()),
+                            where == nullptr ? QRect() : where->geometry());
 }
 
 bool ViewerWindow::setFrameFromString(const QString &text) {
@@ -166,36 +188,67 @@ void ViewerWindow::centre() {
 QRect ViewerWindow::frame() const {
     if (m_ordinaryFrame)
         return *m_ordinaryFrame;
-    return m_frameAnimation.state() == QAbstractAnimation::Running
-               ? m_frameAnimation.endValue().toRect()
-               : geometry();
+    return m_requestedFrame.value_or(geometry());
 }
 
 void ViewerWindow::setFrame(const QRect &frame) {
-    m_frameAnimation.stop();
     if (!hasOrdinaryFrame()) {
         m_ordinaryFrame = frame;
         return;
     }
-    m_frameAnimation.setStartValue(geometry());
+    // From where the window is to be seen now, or will be once the last way is over.
+    const QRect start = isOnItsWay() ? geometry() : this->frame();
+    m_frameAnimation.stop();
+    m_requestedFrame = frame;
+    m_requestWasRepeated = false;
+    // It would force every size on the way into the shape.
+    m_sizeHints.setAspectRatio({});
+    m_frameAnimation.setStartValue(start);
     m_frameAnimation.setEndValue(frame);
     m_frameAnimation.start();
 }
 
 void ViewerWindow::finishFrameAnimation() {
-    if (m_frameAnimation.state() == QAbstractAnimation::Running)
+    if (isOnItsWay())
         m_frameAnimation.setCurrentTime(m_frameAnimation.duration());
+}
+
+void ViewerWindow::frameAnimationEnded() {
+    m_sizeHints.setAspectRatio(m_ratio);
+    m_frameSettled.start();
+}
+
+void ViewerWindow::frameSettled() {
+    if (!m_requestedFrame)
+        return;
+    // A late report of a step on the way makes a request look superfluous that is not.
+    if (geometry() != *m_requestedFrame && !mouseButtonIsDown() &&
+        !std::exchange(m_requestWasRepeated, true)) {
+        setGeometry(*m_requestedFrame);
+        m_frameSettled.start();
+        return;
+    }
+    m_requestedFrame.reset();
+    m_sizeSettled.start();
+}
+
+void ViewerWindow::userTakesOver() {
+    finishFrameAnimation();
+    m_frameSettled.stop();
+    m_requestedFrame.reset();
 }
 
 void ViewerWindow::stateChanged() {
     m_sizeSettled.start();
     if (!hasOrdinaryFrame()) {
-        if (m_frameAnimation.state() == QAbstractAnimation::Running)
-            m_ordinaryFrame = m_frameAnimation.endValue().toRect();
-        m_frameAnimation.stop();
-    } else {
-        if (const auto frame = std::exchange(m_ordinaryFrame, std::nullopt))
-            setGeometry(*frame);
+        if (isOnItsWay()) {
+            m_ordinaryFrame = m_requestedFrame;
+            m_frameAnimation.stop();
+            m_sizeHints.setAspectRatio(m_ratio);
+        }
+        m_requestedFrame.reset();
+    } else if (const auto frame = std::exchange(m_ordinaryFrame, std::nullopt)) {
+        setGeometry(*frame);
     }
     if (m_delegate.didChangeState)
         m_delegate.didChangeState();
@@ -220,12 +273,18 @@ bool ViewerWindow::event(QEvent *event) {
     if (event->type() == QEvent::Close && !m_isClosing) {
         m_isClosing = true;
         m_frameAnimation.stop();
+        m_frameSettled.stop();
         if (m_delegate.willClose)
             m_delegate.willClose();
     }
-    // The user takes hold of the window, or asks for another frame: from where this one leads.
-    if (event->type() == QEvent::MouseButtonPress)
-        finishFrameAnimation();
+    if (event->type() == QEvent::MouseButtonPress) {
+        // The left button may take hold of the window; any may ask for another frame, which begins
+        // where this one leads.
+        if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton)
+            userTakesOver();
+        else
+            finishFrameAnimation();
+    }
     return QQuickWindow::event(event);
 }
 

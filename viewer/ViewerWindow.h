@@ -64,10 +64,13 @@ class ViewerWindow final : public QQuickWindow {
     /// Centres the window on its screen.
     void centre();
 
-    /// The frame that the window has or is on its way to, in points.
+    /// The frame that the window has or, after `setFrame`, is on its way to, in points.
     [[nodiscard]] QRect frame() const;
     /// Moves and sizes the window in a short animation, which a press of the mouse brings to its
     /// end. A window in full screen, maximised or minimised takes the frame when it is back.
+    ///
+    /// On the way the window manager is not asked to keep the shape, and what it reports is not
+    /// believed: on a busy desktop its news of the way arrive long after the end.
     void setFrame(const QRect &frame);
     /// The part of the window's screen that panels leave free.
     [[nodiscard]] QRect visibleArea() const;
@@ -98,7 +101,13 @@ class ViewerWindow final : public QQuickWindow {
   private:
     void correctShape();
     void finishFrameAnimation();
+    void frameAnimationEnded();
+    void frameSettled();
+    void userTakesOver();
     void stateChanged();
+    [[nodiscard]] bool isOnItsWay() const {
+        return m_frameAnimation.state() == QAbstractAnimation::Running;
+    }
 
     ViewerWindowDelegate m_delegate;
     X11SizeHints m_sizeHints;
@@ -106,6 +115,10 @@ class ViewerWindow final : public QQuickWindow {
     ShapeCorrection m_shapeCorrection;
     QTimer m_sizeSettled; // fires when sizes have stopped arriving
     QVariantAnimation m_frameAnimation;
+    /// Where the animation leads, until nothing has been heard of the window manager for a moment.
+    std::optional<QRect> m_requestedFrame;
+    bool m_requestWasRepeated = false;
+    QTimer m_frameSettled;                // fires when that moment is over
     std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
     std::optional<QPoint> m_restoredPlace;
     std::function<void()> m_firstDrawn;
