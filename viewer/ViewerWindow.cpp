@@ -48,8 +48,10 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     connect(&m_frameAnimation, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &frame) {
                 // One that has ended tells of a value when it is given new ones, too.
-                if (isOnItsWay())
-                    setGeometry(frame.toRect());
+                if (!isOnItsWay())
+                    return;
+                m_steps.append(frame.toRect());
+                setGeometry(frame.toRect());
             });
     connect(&m_frameAnimation, &QVariantAnimation::finished, this,
             &ViewerWindow::frameAnimationEnded);
@@ -120,8 +122,7 @@ bool ViewerWindow::hasOrdinaryFrame() const {
 
 void ViewerWindow::moveEvent(QMoveEvent *event) {
     QQuickWindow::moveEvent(event);
-    if (m_frameSettled.isActive())
-        m_frameSettled.start();
+    geometryWasReported();
     if (m_delegate.didMove)
         m_delegate.didMove();
 }
@@ -129,8 +130,7 @@ void ViewerWindow::moveEvent(QMoveEvent *event) {
 void ViewerWindow::resizeEvent(QResizeEvent *event) {
     QQuickWindow::resizeEvent(event);
     m_sizeSettled.start();
-    if (m_frameSettled.isActive())
-        m_frameSettled.start();
+    geometryWasReported();
     if (m_delegate.didResize)
         m_delegate.didResize();
 }
@@ -200,6 +200,7 @@ void ViewerWindow::setFrame(const QRect &frame) {
     const QRect start = isOnItsWay() ? geometry() : this->frame();
     m_frameAnimation.stop();
     m_requestedFrame = frame;
+    m_steps = {start};
     m_requestWasRepeated = false;
     // It would force every size on the way into the shape.
     m_sizeHints.setAspectRatio({});
@@ -230,6 +231,15 @@ void ViewerWindow::frameSettled() {
     }
     m_requestedFrame.reset();
     m_sizeSettled.start();
+}
+
+void ViewerWindow::geometryWasReported() {
+    if (!m_frameSettled.isActive())
+        return;
+    if (m_steps.contains(geometry()))
+        m_frameSettled.start();
+    else
+        userTakesOver(); // that was never asked for here
 }
 
 void ViewerWindow::userTakesOver() {

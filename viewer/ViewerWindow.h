@@ -69,8 +69,8 @@ class ViewerWindow final : public QQuickWindow {
     /// Moves and sizes the window in a short animation, which a press of the mouse brings to its
     /// end. A window in full screen, maximised or minimised takes the frame when it is back.
     ///
-    /// On the way the window manager is not asked to keep the shape, and what it reports is not
-    /// believed: on a busy desktop its news of the way arrive long after the end.
+    /// On the way the window manager is not asked to keep the shape, and its news of the way are
+    /// not believed: on a busy desktop they arrive long after the end.
     void setFrame(const QRect &frame);
     /// The part of the window's screen that panels leave free.
     [[nodiscard]] QRect visibleArea() const;
@@ -103,6 +103,7 @@ class ViewerWindow final : public QQuickWindow {
     void finishFrameAnimation();
     void frameAnimationEnded();
     void frameSettled();
+    void geometryWasReported();
     void userTakesOver();
     void stateChanged();
     [[nodiscard]] bool isOnItsWay() const {
@@ -117,6 +118,7 @@ class ViewerWindow final : public QQuickWindow {
     QVariantAnimation m_frameAnimation;
     /// Where the animation leads, until nothing has been heard of the window manager for a moment.
     std::optional<QRect> m_requestedFrame;
+    QList<QRect> m_steps; // what was asked for on the way
     bool m_requestWasRepeated = false;
     QTimer m_frameSettled;                // fires when that moment is over
     std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
