@@ -91,7 +91,7 @@ class AppDelegate final : public QObject {
     void updateViewerControls(bool animated);
     /// Chooses the arrangement for the content's width and puts every control in its place.
     void updateViewerControlLayout();
-    /// Stacks the four controls above everything else in the window.
+    /// Stacks the menu strip and the four controls above everything else in the window.
     void keepViewerControlsInFront();
     void viewerHoverChanged(bool isOver);
 
@@ -223,12 +223,13 @@ class AppDelegate final : public QObject {
     void saveWindowFrame();
     bool keyDown(QKeyEvent &event);
     void openMainMenu();
-    [[nodiscard]] QList<QRectF> viewerControlRects() const;
     /// The graphics of the window went away, with the player's render context; or are there again.
     void graphicsWereLost();
     void graphicsAreBack();
 
     // viewer/AppDelegate+Controls.cpp
+    /// Where the controls that can be seen are, in the interaction view's coordinates.
+    [[nodiscard]] QList<QRectF> viewerControlRects() const;
     void fadeControls(bool animated);
     /// Brings the controls up to date with another list of cameras.
     void refreshViewerControls();

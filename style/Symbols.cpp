@@ -37,7 +37,10 @@ void draw(QPainter &painter, const QString &name, const QRectF &rect, const QCol
     imagePainter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     imagePainter.fillRect(image.rect(), colour);
     imagePainter.end();
+    const bool wasSmooth = painter.testRenderHint(QPainter::SmoothPixmapTransform);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform); // for scales that are no whole number
     painter.drawImage(rect, image);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, wasSmooth);
 }
 
 } // namespace Symbols

@@ -29,13 +29,16 @@ trap 'exit 130' INT TERM HUP
 
 say() { printf '%s\n' "$*"; }
 
-# Polls a command until it succeeds: wait_for SECONDS WHAT COMMAND...
+# Polls a command until it succeeds: wait_for SECONDS WHAT COMMAND... Gives up, and ends everything, when that
+# takes too long or what was started last has ended.
 wait_for() {
-    local deadline=$((SECONDS + $1)) what=$2
+    local deadline=$((SECONDS + $1)) what=$2 problem=
     shift 2
     until "$@"; do
-        if [ "$SECONDS" -ge "$deadline" ] || ! kill -0 "${started[-1]}" 2>/dev/null; then
-            say "There was no sign of $what in time." >&2
+        if [ "$SECONDS" -ge "$deadline" ]; then problem="There was no sign of $what in time."; fi
+        if ! kill -0 "${started[-1]}" 2>/dev/null; then problem="It ended before there was $what."; fi
+        if [ -n "$problem" ]; then
+            say "$problem" >&2
             cat "$folder"/*.log >&2 || true
             exit 1
         fi
@@ -80,7 +83,10 @@ start_screen() {
     wait_for 20 "the screen" test -s "$folder/display"
     DISPLAY=":$(tr -d '\n' <"$folder/display")"
     export DISPLAY
-    unset WAYLAND_DISPLAY QT_QPA_PLATFORM QT_SCREEN_SCALE_FACTORS
+    # Nothing of the user's desktop is to be seen in pictures.
+    unset WAYLAND_DISPLAY XDG_CURRENT_DESKTOP QT_QPA_PLATFORM QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE \
+        QT_FONT_DPI QT_SCREEN_SCALE_FACTORS QT_AUTO_SCREEN_SCALE_FACTOR QT_SCALE_FACTOR_ROUNDING_POLICY
+    export LC_ALL=C.UTF-8
     openbox >/dev/null 2>"$folder/openbox.log" &
     started+=($!)
     wait_for 20 "the window manager" has_window_manager

@@ -22,6 +22,7 @@ constexpr QRectF checkMark{9, 8, 12, 12};
 constexpr qreal titleLeft = 29;
 constexpr qreal titleFromBottom = 6; // to the lower end of the letters' descenders
 constexpr qreal titleRight = 10;
+constexpr int scrollerHeight = 14;
 constexpr int menuMargin = 5; // above the first and below the last row
 
 QColor menuColour() {
@@ -87,8 +88,10 @@ void MirelCameraMenuItemView::draw(QPainter &painter, const QRectF &bounds,
 
 void MirelCameraMenuItemView::activate() const {
     closePopUpMenus();
-    if (activationHandler)
-        activationHandler();
+    // A copy, since what it does may replace the items and this view with them.
+    const auto handler = activationHandler;
+    if (handler)
+        handler();
 }
 
 // ---- The menu around them ----
@@ -106,7 +109,8 @@ void CameraMenuStyle::drawControl(ControlElement element, const QStyleOption *op
                                   QPainter *painter, const QWidget *widget) const {
     const auto *menu = qobject_cast<const QMenu *>(widget);
     if (element == CE_MenuItem && menu != nullptr) {
-        const QAction *item = menu->actionAt(option->rect.center());
+        // Of a long menu's first and last row perhaps only a part is inside.
+        const QAction *item = menu->actionAt(option->rect.intersected(menu->rect()).center());
         if (const auto *view = item == nullptr ? nullptr : m_viewOfItem(item)) {
             view->draw(*painter, QRectF(option->rect), option->state.testFlag(State_Selected));
             return;
@@ -150,6 +154,8 @@ int CameraMenuStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
         return menuMargin - 1;
     case PM_MenuHMargin:
         return 0;
+    case PM_MenuScrollerHeight:
+        return scrollerHeight;
     default:
         return QProxyStyle::pixelMetric(metric, option, widget);
     }

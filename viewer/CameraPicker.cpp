@@ -20,6 +20,15 @@ constexpr qreal arrowMargin = 7; // between the arrow and the right edge
 constexpr qreal menuGap = 4;     // between the picker and its menu
 constexpr float groundAlpha = 0.66F;
 
+/// A name as it can stand in a menu, which takes a tab for the beginning of a key equivalent.
+QString inOneLine(QString name) {
+    for (QChar &each : name) {
+        if (each.category() == QChar::Other_Control)
+            each = QLatin1Char(' ');
+    }
+    return name;
+}
+
 QFont titleFont() {
     return systemFont(10, QFont::Medium);
 }
@@ -55,7 +64,9 @@ CameraPicker::~CameraPicker() = default;
 void CameraPicker::setItems(const QStringList &names) {
     if (m_menu->isVisible())
         m_menu->close();
-    m_names = names;
+    m_names.clear();
+    for (const QString &name : names)
+        m_names.append(inOneLine(name));
     m_selected = names.isEmpty() ? -1 : 0;
     styleCameraPickerMenu();
     accessibleValueChanged();

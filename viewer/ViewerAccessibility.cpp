@@ -1,5 +1,6 @@
 #include "viewer/ViewerAccessibility.h"
 
+#include "viewer/EmptyStateLabel.h"
 #include "viewer/MainMenuStrip.h"
 #include "viewer/ViewerControl.h"
 
@@ -50,7 +51,9 @@ class AccessibleControl final : public QAccessibleObject, public QAccessibleActi
             return {};
         if (kind == QAccessible::Name)
             return control()->label();
-        return kind == QAccessible::Value ? control()->value() : QString();
+        // Screen readers on Linux ask a chooser for its name and description only.
+        const bool asksForValue = kind == QAccessible::Value || kind == QAccessible::Description;
+        return asksForValue ? control()->value() : QString();
     }
     QAccessible::Role role() const override {
         return isValid() ? accessibleRole(control()->role()) : QAccessible::NoRole;
@@ -76,6 +79,8 @@ class AccessibleControl final : public QAccessibleObject, public QAccessibleActi
                    : nullptr;
     }
     QStringList actionNames() const override {
+        if (!isValid())
+            return {};
         switch (control()->role()) {
         case ViewerControl::Role::button:
             return {pressAction()};
@@ -142,8 +147,41 @@ class AccessibleMenuStrip final : public QAccessibleObject, public QAccessibleAc
     [[nodiscard]] MainMenuStrip *strip() const { return static_cast<MainMenuStrip *>(object()); }
 };
 
-/// A window with controls as assistive technology sees it: its children are the strip and the
-/// controls, shown or not (those that are not say so themselves).
+/// The message of the empty state as assistive technology sees it.
+class AccessibleMessage final : public QAccessibleObject {
+  public:
+    explicit AccessibleMessage(EmptyStateLabel *label) : QAccessibleObject(label) {}
+
+    QAccessibleInterface *parent() const override {
+        return isValid() && label()->window() != nullptr
+                   ? QAccessible::queryAccessibleInterface(label()->window())
+                   : nullptr;
+    }
+    QAccessibleInterface *child(int) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Name ? EmptyStateLabel::text() : QString();
+    }
+    QAccessible::Role role() const override { return QAccessible::StaticText; }
+    QRect rect() const override { return isValid() ? areaOnScreen(*label()) : QRect(); }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        state.invalid = !isValid();
+        state.invisible = isValid() && !label()->isVisible();
+        state.readOnly = true;
+        return state;
+    }
+
+  private:
+    [[nodiscard]] EmptyStateLabel *label() const {
+        return static_cast<EmptyStateLabel *>(object());
+    }
+};
+
+/// A window with controls as assistive technology sees it: its children are the message, the strip
+/// and the controls, shown or not (those that are not say so themselves).
 class AccessibleWindow final : public QAccessibleObject {
   public:
     explicit AccessibleWindow(QQuickWindow *window) : QAccessibleObject(window) {}
@@ -186,7 +224,8 @@ class AccessibleWindow final : public QAccessibleObject {
         // They lie directly in the content, in the order of their creation.
         for (QQuickItem *item : window()->contentItem()->childItems()) {
             if (qobject_cast<ViewerControl *>(item) != nullptr ||
-                qobject_cast<MainMenuStrip *>(item) != nullptr)
+                qobject_cast<MainMenuStrip *>(item) != nullptr ||
+                qobject_cast<EmptyStateLabel *>(item) != nullptr)
                 controls.append(item);
         }
         return controls;
@@ -199,6 +238,8 @@ QAccessibleInterface *makeAccessible(const QString &className, QObject *object) 
         return new AccessibleControl(static_cast<ViewerControl *>(object));
     if (className == QLatin1String(MainMenuStrip::staticMetaObject.className()))
         return new AccessibleMenuStrip(static_cast<MainMenuStrip *>(object));
+    if (className == QLatin1String(EmptyStateLabel::staticMetaObject.className()))
+        return new AccessibleMessage(static_cast<EmptyStateLabel *>(object));
     if (className == QLatin1String(QQuickWindow::staticMetaObject.className()))
         return new AccessibleWindow(static_cast<QQuickWindow *>(object));
     return nullptr;

@@ -49,6 +49,8 @@ void ViewerControl::accessibleStateChanged() {
 void ViewerControl::accessibleValueChanged() {
     QAccessibleValueChangeEvent changed(this, value());
     QAccessible::updateAccessibility(&changed);
+    QAccessibleEvent described(this, QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&described);
 }
 
 void ViewerControl::performClick() {
@@ -98,6 +100,13 @@ void ViewerControl::hideToolTip() {
 void ViewerControl::itemChange(ItemChange change, const ItemChangeData &value) {
     if (change == ItemVisibleHasChanged && !value.boolValue)
         hideToolTip();
+    if (change == ItemVisibleHasChanged || change == ItemEnabledHasChanged) {
+        QAccessible::State what;
+        what.invisible = change == ItemVisibleHasChanged;
+        what.disabled = change == ItemEnabledHasChanged;
+        QAccessibleStateChangeEvent changed(this, what);
+        QAccessible::updateAccessibility(&changed);
+    }
     QQuickPaintedItem::itemChange(change, value);
 }
 

@@ -29,7 +29,7 @@ class ViewerControl : public QQuickPaintedItem {
     void setAction(std::function<void()> action) { m_action = std::move(action); }
 
     /// Does what a click does, if the control is enabled.
-    Q_INVOKABLE void performClick();
+    void performClick();
 
     [[nodiscard]] Role role() const { return m_role; }
     /// Whether a toggle is on.
