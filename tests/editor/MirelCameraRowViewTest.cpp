@@ -1,0 +1,155 @@
+#include "editor/MirelCameraRowView.h"
+
+#include <QImage>
+#include <QPainter>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+namespace lumvik {
+namespace {
+
+constexpr QSize rowSize{200, 44};
+constexpr QColor band(10, 120, 200);
+const QColor house(203, 93, 82);
+
+QPalette palette() {
+    QPalette palette(Qt::yellow);
+    palette.setColor(QPalette::AlternateBase, band);
+    return palette;
+}
+
+/// What `draw` draws on a row that lies at `origin`, without what lies around the row.
+template<typename Draw>
+QImage drawn(Draw draw, QPoint origin = {}) {
+    QImage image(QSize(origin.x(), origin.y()) + rowSize + QSize(20, 20),
+                 QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter painter(&image);
+        draw(painter, QRectF(origin, rowSize));
+    }
+    return image.copy(QRect(origin, rowSize));
+}
+
+QImage background(const MirelCameraRowView &row, QPoint origin = {}) {
+    return drawn([&](QPainter &painter,
+                     const QRectF &bounds) { row.drawBackground(painter, bounds, palette()); },
+                 origin);
+}
+
+QImage selection(const MirelCameraRowView &row) {
+    return drawn(
+        [&](QPainter &painter, const QRectF &bounds) { row.drawSelection(painter, bounds); });
+}
+
+bool isEmpty(const QImage &image) {
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y).alpha() != 0)
+                return false;
+        }
+    }
+    return true;
+}
+
+/// How many pixels of a filled corner are left out, counted with their share. `corner` is the
+/// pixel in the corner and `step` the way into the shape.
+qreal missingInCorner(const QImage &image, QPoint corner, QPoint step) {
+    qreal missing = 0;
+    for (int y = 0; y < 14; ++y) {
+        for (int x = 0; x < 14; ++x) {
+            const QPoint pixel(corner.x() + x * step.x(), corner.y() + y * step.y());
+            missing += 1 - image.pixelColor(pixel).alphaF();
+        }
+    }
+    return missing;
+}
+
+/// Expects the row's shape: 2 points free at the sides, 1 above and below, corners of radius 7.
+void expectInsetRoundedShape(const QImage &image, const QColor &colour) {
+    const int right = rowSize.width() - 1;
+    const int bottom = rowSize.height() - 1;
+    const int middleX = rowSize.width() / 2;
+    const int middleY = rowSize.height() / 2;
+    for (const QPoint pixel :
+         {QPoint(middleX, middleY), QPoint(2, middleY), QPoint(right - 2, middleY),
+          QPoint(middleX, 1), QPoint(middleX, bottom - 1)})
+        EXPECT_EQ(image.pixelColor(pixel), colour) << pixel.x() << ' ' << pixel.y();
+    for (int x = 0; x <= right; ++x) {
+        EXPECT_EQ(image.pixelColor(x, 0).alpha(), 0) << x;
+        EXPECT_EQ(image.pixelColor(x, bottom).alpha(), 0) << x;
+    }
+    for (int y = 0; y <= bottom; ++y) {
+        for (const int x : {0, 1, right - 1, right})
+            EXPECT_EQ(image.pixelColor(x, y).alpha(), 0) << x << ' ' << y;
+    }
+    // A quarter of a circle leaves out (1 - pi/4) of its square; 6 or 8 would be 3 pixels off.
+    const qreal expected = (1 - std::numbers::pi / 4) * 7 * 7;
+    EXPECT_NEAR(missingInCorner(image, {2, 1}, {1, 1}), expected, 0.7);
+    EXPECT_NEAR(missingInCorner(image, {right - 2, 1}, {-1, 1}), expected, 0.7);
+    EXPECT_NEAR(missingInCorner(image, {2, bottom - 1}, {1, -1}), expected, 0.7);
+    EXPECT_NEAR(missingInCorner(image, {right - 2, bottom - 1}, {-1, -1}), expected, 0.7);
+}
+
+TEST(MirelCameraRowView, StartsWithoutBandAndUnselected) {
+    const MirelCameraRowView row;
+    EXPECT_FALSE(row.usesAlternateBackground);
+    EXPECT_TRUE(isEmpty(background(row)));
+    EXPECT_TRUE(isEmpty(selection(row)));
+}
+
+TEST(MirelCameraRowView, BandIsAnInsetRoundedShapeInTheAlternateColour) {
+    MirelCameraRowView row;
+    row.usesAlternateBackground = true;
+    expectInsetRoundedShape(background(row), band);
+}
+
+TEST(MirelCameraRowView, BandLiesInTheRowWhereverTheRowIs) {
+    MirelCameraRowView row;
+    row.usesAlternateBackground = true;
+    EXPECT_EQ(background(row, {11, 88}), background(row));
+}
+
+TEST(MirelCameraRowView, BandIsTheSameUnderASelectedRow) {
+    MirelCameraRowView row;
+    row.isSelected = true;
+    EXPECT_TRUE(isEmpty(background(row))) << "no band without the flag";
+    row.usesAlternateBackground = true;
+    expectInsetRoundedShape(background(row), band);
+}
+
+TEST(MirelCameraRowView, SelectionIsTheSameShapeInTheHouseColour) {
+    MirelCameraRowView row;
+    row.isSelected = true;
+    expectInsetRoundedShape(selection(row), house);
+    row.usesAlternateBackground = true;
+    expectInsetRoundedShape(selection(row), house);
+}
+
+TEST(MirelCameraRowView, HighlightStyleNoneDrawsNoSelection) {
+    MirelCameraRowView row;
+    row.isSelected = true;
+    row.selectionHighlightStyle = SelectionHighlightStyle::none;
+    EXPECT_TRUE(isEmpty(selection(row)));
+}
+
+TEST(MirelCameraRowView, LeavesThePainterAsItWas) {
+    MirelCameraRowView row;
+    row.usesAlternateBackground = true;
+    row.isSelected = true;
+    const QPen pen(Qt::green, 3);
+    drawn([&](QPainter &painter, const QRectF &bounds) {
+        painter.setPen(pen);
+        row.drawBackground(painter, bounds, palette());
+        row.drawSelection(painter, bounds);
+        EXPECT_EQ(painter.pen(), pen);
+        EXPECT_EQ(painter.brush(), QBrush());
+        EXPECT_FALSE(painter.testRenderHint(QPainter::Antialiasing));
+    });
+}
+
+} // namespace
+} // namespace lumvik
