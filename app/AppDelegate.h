@@ -125,7 +125,8 @@ class AppDelegate final : public QObject {
     // ---- Temporary maximum: viewer/AppDelegate+TemporaryMaximum.cpp ----
 
     /// Makes the window as large as its screen allows, or brings its frame from before back. The
-    /// enlarged frame is never remembered. Does nothing in full screen or a maximised window.
+    /// enlarged frame is never remembered. Does nothing in full screen, nor in a maximised or
+    /// minimised window.
     void toggleTemporaryMaximum();
 
     // ---- Player instance: engine/AppDelegate+Player.cpp ----
@@ -141,8 +142,6 @@ class AppDelegate final : public QObject {
     void loadCamera(int index);
     /// Sets a property of the live instance, whatever the result; does nothing without one.
     void setMPVProperty(const char *name, const char *value);
-    /// Shows only `crop` of the live instance's picture, or all of it; does nothing without one.
-    void setVideoCrop(const std::optional<VideoFocusCrop> &crop);
     /// Reads the video's shape from `handle`, records it, and gives it to the window.
     void updateWindowAspectRatio(mpv_handle *handle);
     /// Shows `message` in an alert, in a later turn, unless one that says the same is open.
@@ -253,7 +252,7 @@ class AppDelegate final : public QObject {
     void showFullCameraTemporarily();
 
     // viewer/AppDelegate+TemporaryMaximum.cpp
-    void temporaryMaximumWasRestored(const QRect &frame);
+    void temporaryMaximumWasRestored();
 
     // engine/AppDelegate+Player.cpp
     void configurePlayer(mpv_handle *handle);

@@ -165,11 +165,6 @@ void AppDelegate::setMPVProperty(const char *name, const char *value) {
         mpv_set_property_string(mpv, name, value);
 }
 
-void AppDelegate::setVideoCrop(const std::optional<VideoFocusCrop> &crop) {
-    if (mpv != nullptr)
-        lumvik::setVideoCrop(mpv, crop);
-}
-
 void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
     const auto width = integerProperty(handle, "video-params/w");
     const auto height = integerProperty(handle, "video-params/h");

@@ -31,18 +31,10 @@ bool keepsFramesOnCard(std::string_view decoder) {
     return !decoder.empty() && decoder != "no" && !decoder.ends_with(copying);
 }
 
-/// Changing the decoder costs the picture until the next key frame, so it is changed only where
-/// frames are out of the filter's reach.
-void cropByFilter(mpv_handle *player, const std::optional<VideoFocusCrop> &crop) {
-    if (crop) {
-        if (keepsFramesOnCard(textProperty(player, "hwdec-current")))
-            mpv_set_property_string(player, "hwdec", copyingDecoder);
-        mpv_set_property_string(player, "vf", cropFilter(*crop).c_str());
-    } else {
-        mpv_set_property_string(player, "vf", "");
-        if (textProperty(player, "hwdec") == copyingDecoder)
-            mpv_set_property_string(player, "hwdec", anyDecoder);
-    }
+/// Gives the engine's own crop a value; false where it has none.
+bool setOwnCrop(mpv_handle *player, const std::string &value) {
+    return mpv_set_property_string(player, "video-crop", value.c_str()) !=
+           MPV_ERROR_PROPERTY_NOT_FOUND;
 }
 
 } // namespace
@@ -52,10 +44,25 @@ std::string videoCropText(const VideoFocusCrop &crop) {
            std::to_string(crop.x) + '+' + std::to_string(crop.y);
 }
 
-void setVideoCrop(mpv_handle *player, const std::optional<VideoFocusCrop> &crop) {
-    const std::string text = crop ? videoCropText(*crop) : std::string();
-    if (mpv_set_property_string(player, "video-crop", text.c_str()) == MPV_ERROR_PROPERTY_NOT_FOUND)
-        cropByFilter(player, crop);
+void setVideoCrop(mpv_handle *player, const VideoFocusCrop &crop) {
+    if (setOwnCrop(player, videoCropText(crop)))
+        return;
+    if (keepsFramesOnCard(textProperty(player, "hwdec-current")))
+        mpv_set_property_string(player, "hwdec", copyingDecoder);
+    mpv_set_property_string(player, "vf", cropFilter(crop).c_str());
+}
+
+void hideVideoCrop(mpv_handle *player) {
+    if (!setOwnCrop(player, {}))
+        mpv_set_property_string(player, "vf", "");
+}
+
+void removeVideoCrop(mpv_handle *player) {
+    if (setOwnCrop(player, {}))
+        return;
+    mpv_set_property_string(player, "vf", "");
+    if (textProperty(player, "hwdec") == copyingDecoder)
+        mpv_set_property_string(player, "hwdec", anyDecoder);
 }
 
 } // namespace lumvik

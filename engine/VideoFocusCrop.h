@@ -5,7 +5,6 @@
 #include <mpv/client.h>
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace lumvik {
@@ -24,11 +23,18 @@ struct VideoFocusCrop {
 /// The crop as the engine's "video-crop" takes it: "640x360+120+80".
 [[nodiscard]] std::string videoCropText(const VideoFocusCrop &crop);
 
-/// Makes `player` show only `crop` of its picture, or, without one, all of it. Main thread only.
+/// Makes `player` show only `crop` of its picture. Main thread only, like the two below.
 ///
 /// An engine without "video-crop" (0.35) gets a filter that cuts out the same pixels instead. Such
 /// a filter cannot reach into frames that stay on the graphics card, so a decoder that leaves them
-/// there gives way to one that copies them back for as long as there is a crop.
-void setVideoCrop(mpv_handle *player, const std::optional<VideoFocusCrop> &crop);
+/// there gives way to one that copies them back, until `removeVideoCrop`.
+void setVideoCrop(mpv_handle *player, const VideoFocusCrop &crop);
+
+/// Shows the whole picture for a while. The decoder stays as it is, since changing it costs the
+/// picture until the next key frame.
+void hideVideoCrop(mpv_handle *player);
+
+/// Shows the whole picture for good.
+void removeVideoCrop(mpv_handle *player);
 
 } // namespace lumvik

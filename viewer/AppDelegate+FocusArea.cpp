@@ -65,10 +65,12 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
         endFocusSelection();
         return;
     }
-    // Until a load's stream has begun the engine still describes the one before.
-    if (videoHost->expectsPicture())
+    // While no picture is expected, before a load's stream has begun and after one has ended, what
+    // the engine describes is not what the user sees.
+    const bool hasPicture = videoHost->expectsPicture();
+    if (hasPicture)
         updateWindowAspectRatio(mpv);
-    const auto crop = sourceVideoGeometry
+    const auto crop = hasPicture && sourceVideoGeometry
                           ? videoFocusCrop(area, interactionView->size(), *sourceVideoGeometry)
                           : std::nullopt;
     if (!crop) {
@@ -86,11 +88,12 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
 }
 
 void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping) {
-    setVideoCrop(crop);
+    if (mpv != nullptr)
+        setVideoCrop(mpv, crop);
     setMPVProperty("keepaspect", "no");
     setMPVProperty("panscan", "0");
     window->setContentAspectRatio({});
-    window->setMinimumSize(minimumFocusedSize);
+    window->setSmallestSize(minimumFocusedSize);
     appliedVideoAspectRatio.reset();
     // A window that fills the screen by the window manager's doing keeps filling it.
     if (reshaping == WindowReshaping::keepFrame || !window->hasOrdinaryFrame())
@@ -104,13 +107,14 @@ void AppDelegate::restoreOriginalCameraView() {
     isSelectingFocusArea = false;
     focusCrop.reset();
     isShowingFullCameraTemporarily = false;
-    setVideoCrop(std::nullopt);
+    if (mpv != nullptr)
+        removeVideoCrop(mpv);
     setMPVProperty("keepaspect", "yes");
     setMPVProperty("panscan", "1.0");
-    window->setMinimumSize(ViewerWindow::minimumViewerSize);
-    // The frame first: the shape is then taken on with it and not by a detour.
+    // The frame first: size limit and shape are then taken on with it and not by a detour.
     if (const auto frame = std::exchange(restoreFrameBeforeFocus, std::nullopt))
         window->setFrame(*frame);
+    window->setSmallestSize(ViewerWindow::minimumViewerSize);
     if (sourceVideoGeometry) {
         const auto width = sourceVideoGeometry->displayedWidth();
         const auto height = sourceVideoGeometry->displayedHeight();
@@ -122,7 +126,8 @@ void AppDelegate::restoreOriginalCameraView() {
 }
 
 void AppDelegate::showFullCameraTemporarily() {
-    setVideoCrop(std::nullopt);
+    if (mpv != nullptr)
+        hideVideoCrop(mpv);
     setMPVProperty("keepaspect", "no");
     setMPVProperty("panscan", "0");
     isShowingFullCameraTemporarily = true;

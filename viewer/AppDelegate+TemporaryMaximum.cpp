@@ -32,21 +32,22 @@ void AppDelegate::toggleTemporaryMaximum() {
         isTemporarilyMaximized = false;
         return;
     }
-    const QRect frame = *restoreFrameBeforeTemporaryMaximum;
-    window->setFrame(frame);
+    window->setFrame(*restoreFrameBeforeTemporaryMaximum);
     if (temporaryMaximumEnd)
         temporaryMaximumEnd->cancel();
-    temporaryMaximumEnd =
-        environment.mainQueue.after(restoringTime, [self = QPointer(this), frame] {
-            if (self)
-                self->temporaryMaximumWasRestored(frame);
-        });
+    temporaryMaximumEnd = environment.mainQueue.after(restoringTime, [self = QPointer(this)] {
+        if (self)
+            self->temporaryMaximumWasRestored();
+    });
 }
 
-void AppDelegate::temporaryMaximumWasRestored(const QRect &frame) {
+void AppDelegate::temporaryMaximumWasRestored() {
+    if (isClosingViewer)
+        return; // what is remembered is the frame from before
     isTemporarilyMaximized = false;
     restoreFrameBeforeTemporaryMaximum.reset();
-    environment.userDefaults.set(PreferenceKeys::mainWindowFrame, plainFrameString(frame));
+    environment.userDefaults.set(PreferenceKeys::mainWindowFrame,
+                                 plainFrameString(window->rememberedFrame()));
 }
 
 } // namespace lumvik

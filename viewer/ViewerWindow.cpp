@@ -24,6 +24,13 @@ constexpr int shapeCorrectionDelay = 150;
 /// How long the window is on its way to a new frame, in milliseconds.
 constexpr int frameAnimationTime = 200;
 
+/// Whether `value` lies between two others, in any order, give or take what a window manager
+/// rounds.
+bool liesBetween(int value, int one, int other) {
+    constexpr int rounding = 2;
+    return value >= qMin(one, other) - rounding && value <= qMax(one, other) + rounding;
+}
+
 /// How long nothing is heard of the window manager when all its answers to an animation have come,
 /// in milliseconds.
 constexpr int frameSettlingTime = 300;
@@ -37,7 +44,7 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     setTitle(QStringLiteral("Lumvik"));
     setColor(Qt::black);
     resize(initialSize);
-    setMinimumSize(minimumViewerSize);
+    setSmallestSize(minimumViewerSize);
 
     m_sizeSettled.setSingleShot(true);
     m_sizeSettled.setInterval(shapeCorrectionDelay);
@@ -48,10 +55,8 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     connect(&m_frameAnimation, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &frame) {
                 // One that has ended tells of a value when it is given new ones, too.
-                if (!isOnItsWay())
-                    return;
-                m_steps.append(frame.toRect());
-                setGeometry(frame.toRect());
+                if (isOnItsWay())
+                    setGeometry(frame.toRect());
             });
     connect(&m_frameAnimation, &QVariantAnimation::finished, this,
             &ViewerWindow::frameAnimationEnded);
@@ -151,19 +156,20 @@ bool ViewerWindow::isPlacedByProgram() {
     return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
-QString ViewerWindow::savedFrame() const {
-    const QScreen *where = screen();
+QRect ViewerWindow::rememberedFrame() const {
+    QRect remembered = frame();
     // Where the compositor alone knows the place, the window believes itself at the origin.
-    const QRect is = frame();
-    const QPoint place = isPlacedByProgram() ? is.topLeft() : m_restoredPlace.value_or(position());
-    return savedFrameString(QRect(place, is.size()),
-                            where == nullptr ? QRect() : where->geometry());
+    if (!isPlacedByProgram() && m_restoredPlace)
+        remembered.moveTopLeft(*m_restoredPlace);
+    return remembered;
 }
 
-bool ViewerWindow::setFrameFromString(const QString &text) {
-    const auto frame = frameFromString(text);
-    if (!frame)
-        return false;
+QString ViewerWindow::savedFrame() const {
+    const QScreen *where = screen();
+    return savedFrameString(rememberedFrame(), where == nullptr ? QRect() : where->geometry());
+}
+
+QRect ViewerWindow::onScreens(const QRect &frame) {
     QList<QRect> screens;
     for (const QScreen *each : QGuiApplication::screens()) {
         if (each == QGuiApplication::primaryScreen())
@@ -171,8 +177,15 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
         else
             screens.append(each->availableGeometry());
     }
+    return frameOnScreens(frame, screens);
+}
+
+bool ViewerWindow::setFrameFromString(const QString &text) {
+    const auto frame = frameFromString(text);
+    if (!frame)
+        return false;
     const QRect restored =
-        frameOnScreens(QRect(frame->topLeft(), frame->size().expandedTo(minimumSize())), screens);
+        onScreens(QRect(frame->topLeft(), frame->size().expandedTo(minimumSize())));
     m_restoredPlace = restored.topLeft();
     // The shape of the last video, most likely: kept until this one's is known.
     m_ratio = {restored.width(), restored.height()};
@@ -197,16 +210,21 @@ void ViewerWindow::setFrame(const QRect &frame) {
         return;
     }
     // From where the window is to be seen now, or will be once the last way is over.
-    const QRect start = isOnItsWay() ? geometry() : this->frame();
+    m_wayBegan = isOnItsWay() ? geometry() : this->frame();
     m_frameAnimation.stop();
-    m_requestedFrame = frame;
-    m_steps = {start};
+    m_requestedFrame = onScreens(frame);
     m_requestWasRepeated = false;
     // It would force every size on the way into the shape.
     m_sizeHints.setAspectRatio({});
-    m_frameAnimation.setStartValue(start);
-    m_frameAnimation.setEndValue(frame);
+    m_frameAnimation.setStartValue(m_wayBegan);
+    m_frameAnimation.setEndValue(*m_requestedFrame);
     m_frameAnimation.start();
+}
+
+void ViewerWindow::setSmallestSize(const QSize &size) {
+    m_smallestSize = size;
+    if (!isOnItsWay())
+        setMinimumSize(size);
 }
 
 void ViewerWindow::finishFrameAnimation() {
@@ -215,6 +233,7 @@ void ViewerWindow::finishFrameAnimation() {
 }
 
 void ViewerWindow::frameAnimationEnded() {
+    setMinimumSize(m_smallestSize);
     m_sizeHints.setAspectRatio(m_ratio);
     m_frameSettled.start();
 }
@@ -222,30 +241,44 @@ void ViewerWindow::frameAnimationEnded() {
 void ViewerWindow::frameSettled() {
     if (!m_requestedFrame)
         return;
-    // A late report of a step on the way makes a request look superfluous that is not.
-    if (geometry() != *m_requestedFrame && !mouseButtonIsDown() &&
-        !std::exchange(m_requestWasRepeated, true)) {
-        setGeometry(*m_requestedFrame);
+    if (mouseButtonIsDown()) {
         m_frameSettled.start();
         return;
     }
-    m_requestedFrame.reset();
-    m_sizeSettled.start();
+    // A request for the frame in which the toolkit believes the window to be is never sent, and a
+    // late report of the way there may have made it believe so wrongly.
+    const QRect requested = *m_requestedFrame;
+    if (geometry() != requested && !std::exchange(m_requestWasRepeated, true)) {
+        setGeometry(requested);
+        m_frameSettled.start();
+        return;
+    }
+    giveUpRequestedFrame();
+    if (geometry() != requested && m_delegate.didMove)
+        m_delegate.didMove(); // it was refused, and what was told until now is not the frame
 }
 
 void ViewerWindow::geometryWasReported() {
-    if (!m_frameSettled.isActive())
+    if (!m_frameSettled.isActive() || !m_requestedFrame)
         return;
-    if (m_steps.contains(geometry()))
+    // Place and size may be of different moments: the toolkit looks up the place when it hears of a
+    // size.
+    const QRect is = geometry();
+    const QRect &end = *m_requestedFrame;
+    if (liesBetween(is.x(), m_wayBegan.x(), end.x()) &&
+        liesBetween(is.y(), m_wayBegan.y(), end.y()) &&
+        liesBetween(is.width(), m_wayBegan.width(), end.width()) &&
+        liesBetween(is.height(), m_wayBegan.height(), end.height()))
         m_frameSettled.start();
     else
-        userTakesOver(); // that was never asked for here
+        giveUpRequestedFrame();
 }
 
-void ViewerWindow::userTakesOver() {
+void ViewerWindow::giveUpRequestedFrame() {
     finishFrameAnimation();
     m_frameSettled.stop();
     m_requestedFrame.reset();
+    m_sizeSettled.start();
 }
 
 void ViewerWindow::stateChanged() {
@@ -254,11 +287,12 @@ void ViewerWindow::stateChanged() {
         if (isOnItsWay()) {
             m_ordinaryFrame = m_requestedFrame;
             m_frameAnimation.stop();
+            setMinimumSize(m_smallestSize);
             m_sizeHints.setAspectRatio(m_ratio);
         }
         m_requestedFrame.reset();
     } else if (const auto frame = std::exchange(m_ordinaryFrame, std::nullopt)) {
-        setGeometry(*frame);
+        setFrame(*frame);
     }
     if (m_delegate.didChangeState)
         m_delegate.didChangeState();
@@ -291,7 +325,7 @@ bool ViewerWindow::event(QEvent *event) {
         // The left button may take hold of the window; any may ask for another frame, which begins
         // where this one leads.
         if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton)
-            userTakesOver();
+            giveUpRequestedFrame();
         else
             finishFrameAnimation();
     }

@@ -55,8 +55,10 @@ class ViewerWindow final : public QQuickWindow {
     void setLevel(WindowLevel level);
     [[nodiscard]] WindowLevel level() const;
 
-    /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h). Where
-    /// windows do not know their place, it holds the restored one.
+    /// The frame that is worth remembering: `frame`, in the restored place where windows do not
+    /// know their place.
+    [[nodiscard]] QRect rememberedFrame() const;
+    /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h).
     [[nodiscard]] QString savedFrame() const;
     /// Moves and sizes the window, and keeps that shape; false, without effect, when the text is no
     /// frame.
@@ -69,9 +71,12 @@ class ViewerWindow final : public QQuickWindow {
     /// Moves and sizes the window in a short animation, which a press of the mouse brings to its
     /// end. A window in full screen, maximised or minimised takes the frame when it is back.
     ///
-    /// On the way the window manager is not asked to keep the shape, and its news of the way are
-    /// not believed: on a busy desktop they arrive long after the end.
+    /// A frame that lies on no screen is moved onto one. On the way the window manager is not asked
+    /// to keep the shape, and its news of the way are not believed: on a busy desktop they arrive
+    /// long after the end.
     void setFrame(const QRect &frame);
+    /// The smallest size that the content may have, in points, from the end of an animation on.
+    void setSmallestSize(const QSize &size);
     /// The part of the window's screen that panels leave free.
     [[nodiscard]] QRect visibleArea() const;
 
@@ -104,7 +109,9 @@ class ViewerWindow final : public QQuickWindow {
     void frameAnimationEnded();
     void frameSettled();
     void geometryWasReported();
-    void userTakesOver();
+    /// Somebody else, the user or the window manager, has another frame in mind.
+    void giveUpRequestedFrame();
+    [[nodiscard]] static QRect onScreens(const QRect &frame);
     void stateChanged();
     [[nodiscard]] bool isOnItsWay() const {
         return m_frameAnimation.state() == QAbstractAnimation::Running;
@@ -118,9 +125,10 @@ class ViewerWindow final : public QQuickWindow {
     QVariantAnimation m_frameAnimation;
     /// Where the animation leads, until nothing has been heard of the window manager for a moment.
     std::optional<QRect> m_requestedFrame;
-    QList<QRect> m_steps; // what was asked for on the way
+    QRect m_wayBegan; // the frame in which the animation began
     bool m_requestWasRepeated = false;
     QTimer m_frameSettled;                // fires when that moment is over
+    QSize m_smallestSize;                 // the smallest size once the animation has ended
     std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
     std::optional<QPoint> m_restoredPlace;
     std::function<void()> m_firstDrawn;

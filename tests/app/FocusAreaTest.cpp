@@ -158,7 +158,7 @@ TEST_F(FocusAreaTest, ButtonBringsTheWholePictureBack) {
     delegate->toggleFocusArea();
     EXPECT_EQ(newSettings(), originalSettings);
     EXPECT_TRUE(isOriginal());
-    EXPECT_EQ(access().window()->minimumSize(), QSize(480, 270));
+    EXPECT_TRUE(eventually([&] { return access().window()->minimumSize() == QSize(480, 270); }));
     EXPECT_EQ(access().window()->contentAspectRatio(), (ContentAspectRatio{1920, 1080}));
     EXPECT_EQ(access().appliedVideoAspectRatio(), 1920.0 / 1080.0);
     EXPECT_EQ(access().window()->frame(), originalFrame);
@@ -241,6 +241,17 @@ TEST_F(FocusAreaTest, RightClickDoesNotReshapeTheWindowAgain) {
     rightClick({150, 300});
     ASSERT_FALSE(access().isShowingFullCameraTemporarily());
     EXPECT_EQ(access().window()->frame().size(), size);
+}
+
+TEST_F(FocusAreaTest, BlackWindowAfterTheEndOfAStreamIsNoPictureToChooseFrom) {
+    const QRect frame = access().window()->frame();
+    delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::EndFile{0, 0}, 1);
+    choose(area);
+    queue.runPending();
+    EXPECT_EQ(alerts.texts(),
+              QStringList(u"Wait for the camera picture, then choose the focus area again."_s));
+    EXPECT_TRUE(isOriginal());
+    EXPECT_EQ(access().window()->frame(), frame);
 }
 
 TEST_F(FocusAreaTest, ButtonEndsTheWholePictureInTheFocusedWindow) {

@@ -24,7 +24,7 @@ TEST_F(FocusEndsTest, AnotherCameraBringsTheWholePictureBack) {
     EXPECT_TRUE(isOriginal());
     EXPECT_EQ(newSettings(), originalSettings);
     EXPECT_EQ(access().window()->frame(), originalFrame);
-    EXPECT_EQ(access().window()->minimumSize(), QSize(480, 270));
+    EXPECT_TRUE(eventually([&] { return access().window()->minimumSize() == QSize(480, 270); }));
 }
 
 TEST_F(FocusEndsTest, TheSameCameraLoadedAgainBringsTheWholePictureBack) {

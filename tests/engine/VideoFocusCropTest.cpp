@@ -49,13 +49,13 @@ TEST_F(VideoFocusCropTest, IsTheEnginesOwnWhereItHasOne) {
 
 TEST_F(VideoFocusCropTest, IsTakenBackWithAnEmptyText) {
     mpv.setTextProperty("hwdec", "auto-copy-safe");
-    setVideoCrop(player, std::nullopt);
+    removeVideoCrop(player);
     EXPECT_THAT(newSettings(), ElementsAre("video-crop="));
 }
 
 TEST_F(VideoFocusCropTest, AsksTheEngineNothingWhereItHasItsOwn) {
     setVideoCrop(player, crop);
-    setVideoCrop(player, std::nullopt);
+    removeVideoCrop(player);
     EXPECT_THAT(mpv.callsTo("mpv_get_property"), IsEmpty());
 }
 
@@ -69,7 +69,7 @@ TEST_F(VideoFocusCropTest, IsAFilterInAnOlderEngine) {
 TEST_F(VideoFocusCropTest, FilterIsTakenOutInAnOlderEngine) {
     beAnOlderEngine();
     mpv.setTextProperty("hwdec", "auto-safe");
-    setVideoCrop(player, std::nullopt);
+    removeVideoCrop(player);
     EXPECT_THAT(newSettings(), ElementsAre("video-crop=", "vf="));
 }
 
@@ -121,6 +121,16 @@ TEST_F(VideoFocusCropTest, DecoderThatIsUnknownIsLeftAlone) {
     EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+120+80", filter));
 }
 
+TEST_F(VideoFocusCropTest, WholePictureForAWhileLeavesTheDecoderAsItIs) {
+    hideVideoCrop(player);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop="));
+    beAnOlderEngine();
+    mpv.setTextProperty("hwdec", "auto-copy-safe");
+    mpv.setTextProperty("hwdec-current", "vaapi-copy");
+    hideVideoCrop(player);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=", "vf="));
+}
+
 TEST_F(VideoFocusCropTest, DecoderComesBackAfterTheFilterIsGone) {
     beAnOlderEngine();
     mpv.setTextProperty("hwdec-current", "vaapi");
@@ -128,10 +138,10 @@ TEST_F(VideoFocusCropTest, DecoderComesBackAfterTheFilterIsGone) {
     mpv.setTextProperty("hwdec", "auto-copy-safe");
     mpv.setTextProperty("hwdec-current", "vaapi-copy");
     newSettings();
-    setVideoCrop(player, std::nullopt);
+    removeVideoCrop(player);
     EXPECT_THAT(newSettings(), ElementsAre("video-crop=", "vf=", "hwdec=auto-safe"));
     mpv.setTextProperty("hwdec", "auto-safe");
-    setVideoCrop(player, std::nullopt);
+    removeVideoCrop(player);
     EXPECT_THAT(newSettings(), ElementsAre("video-crop=", "vf=")) << "only once";
 }
 
