@@ -80,9 +80,9 @@ void CameraSettingsController::show(int selectedRow, bool staysOnTop) {
         frame.moveCenter(screen->availableGeometry().center());
         m_window->move(frame.topLeft());
     }
-    m_tableView->selectCamera(selectedRow, Scrolling::intoView);
-    updateRemoveButton();
     m_window->show();
+    m_tableView->selectCamera(selectedRow, Scrolling::intoView); // with its size known
+    updateRemoveButton();
     bringToFront();
     m_tableView->setFocus();
 }
@@ -142,8 +142,11 @@ void CameraSettingsController::removeCamera() {
     const int row = m_tableView->selectedRow();
     if (row < 0)
         return;
+    // Its place is kept, and the table would go to another row as this one goes.
+    m_tableView->setAutoScroll(false);
     m_model->remove(row);
     m_tableView->selectCamera(rowAfterRemoving(row, m_model->rowCount()), Scrolling::keepPlace);
+    m_tableView->setAutoScroll(true);
     updateRemoveButton();
 }
 

@@ -54,12 +54,12 @@ QColor MirelFieldEditor::insertionPointColor() const {
 }
 
 void MirelFieldEditor::applyHouseColours() {
-    if (selectedTextAttributes() == mirelSelection())
-        return;
     QPalette colours = palette();
+    // In every group: a window behind others keeps them, too.
     colours.setColor(QPalette::Highlight, mirelSelection().background);
     colours.setColor(QPalette::HighlightedText, mirelSelection().foreground);
-    setPalette(colours);
+    if (colours != palette())
+        setPalette(colours);
 }
 
 void MirelFieldEditor::changeEvent(QEvent *event) {

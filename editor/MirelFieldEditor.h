@@ -16,8 +16,8 @@ struct SelectedTextAttributes {
 };
 
 /// The field in which a camera's name or address is typed: selected text stands white on the house
-/// colour, and the insertion point has the house colour, whatever the desktop's theme or any other
-/// code asks for. Main thread only.
+/// colour, and the insertion point has the house colour, whatever palette the desktop's theme or
+/// any other code gives it. Main thread only.
 class MirelFieldEditor final : public QLineEdit {
     Q_OBJECT
 

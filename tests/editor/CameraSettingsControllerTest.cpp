@@ -834,5 +834,23 @@ TEST_F(CameraSettings, EditorThatIsTakenAwayTellsNothing) {
     EXPECT_TRUE(saved.isEmpty());
 }
 
+TEST_F(CameraSettings, OpensWithTheShownCameraSelectedAndInView) {
+    open(manyCameras(60), 50);
+    EXPECT_EQ(table().selectedRow(), 50);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return isInView(50); }, patience));
+    EXPECT_EQ(field(), nullptr) << "nothing is edited yet";
+}
+
+TEST_F(CameraSettings, RemovingDoesNotScroll) {
+    open(manyCameras(60), 30);
+    QScrollBar &bar = *table().verticalScrollBar();
+    bar.setValue(0);
+    ASSERT_FALSE(isInView(30));
+    press(window().removeButton);
+    EXPECT_EQ(bar.value(), 0);
+    EXPECT_EQ(table().selectedRow(), 30);
+    EXPECT_EQ(draft().at(30).name, u"Camera 31"_s);
+}
+
 } // namespace
 } // namespace lumvik

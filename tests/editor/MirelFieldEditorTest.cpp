@@ -193,5 +193,12 @@ TEST_F(FieldEditor, InsertionPointBlinksAsTheDesktopSays) {
     EXPECT_TRUE(QTest::qWaitFor(isDrawn, patience));
 }
 
+TEST_F(FieldEditor, SelectedTextKeepsTheHouseColoursInAWindowBehindOthers) {
+    QPalette palette = field.palette();
+    palette.setColor(QPalette::Inactive, QPalette::Highlight, Qt::blue);
+    field.setPalette(palette);
+    EXPECT_EQ(field.palette().color(QPalette::Inactive, QPalette::Highlight), house);
+}
+
 } // namespace
 } // namespace lumvik
