@@ -157,13 +157,27 @@ void CameraTableView::selectionChanged(const QItemSelection &selected,
 }
 
 void CameraTableView::keyPressEvent(QKeyEvent *event) {
-    const bool isMove = event->modifiers() == Qt::AltModifier && state() != EditingState;
+    const bool isMove = event->modifiers() == Qt::AltModifier;
     if (isMove && event->key() == Qt::Key_Up)
         Q_EMIT moveRequested(-1);
     else if (isMove && event->key() == Qt::Key_Down)
         Q_EMIT moveRequested(1);
     else
         QTableView::keyPressEvent(event);
+}
+
+QModelIndex CameraTableView::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) {
+    const QModelIndex next = QTableView::moveCursor(action, modifiers);
+    if (!next.isValid() || next.column() != CameraListModel::order)
+        return next;
+    if (action == MoveNext)
+        return next.siblingAtColumn(CameraListModel::name);
+    if (action == MovePrevious) {
+        // From the first field of all to the last one.
+        const int row = (next.row() > 0 ? next.row() : m_cameras.rowCount()) - 1;
+        return m_cameras.index(row, CameraListModel::address);
+    }
+    return next;
 }
 
 void CameraTableView::paintEvent(QPaintEvent *event) {

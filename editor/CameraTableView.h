@@ -35,6 +35,8 @@ class CameraTableView final : public QTableView {
   protected:
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    /// As the table's, but Tab goes from field to field and passes over the handles.
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void selectionChanged(const QItemSelection &selected,
                           const QItemSelection &deselected) override;
 

@@ -432,6 +432,26 @@ TEST_F(CameraSettings, AltUpAndAltDownMoveTheSelectedCamera) {
     EXPECT_EQ(table().selectedRow(), 0);
 }
 
+TEST_F(CameraSettings, AltDownMovesTheCameraThatIsBeingEdited) {
+    open({u"a"_s, u"b"_s}, 0);
+    table().editCell(0, CameraListModel::name);
+    type(u"x"_s);
+    key(Qt::Key_Down, Qt::AltModifier);
+    EXPECT_EQ(names(), (QStringList{u"b"_s, u"x"_s}));
+    EXPECT_EQ(table().selectedRow(), 1);
+}
+
+TEST_F(CameraSettings, TabPassesOverTheHandles) {
+    open({u"a"_s, u"b"_s}, 0);
+    table().editCell(0, CameraListModel::address);
+    key(Qt::Key_Tab);
+    EXPECT_EQ(table().currentIndex(), cell(1, CameraListModel::name));
+    ASSERT_NE(field(), nullptr) << "the edit goes on";
+    key(Qt::Key_Backtab);
+    EXPECT_EQ(table().currentIndex(), cell(0, CameraListModel::address));
+    EXPECT_NE(field(), nullptr);
+}
+
 TEST_F(CameraSettings, AltDownWithoutSelectionMovesNothing) {
     open({u"a"_s, u"b"_s}, -1);
     key(Qt::Key_Down, Qt::AltModifier);
