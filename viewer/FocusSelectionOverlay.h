@@ -9,8 +9,8 @@
 namespace lumvik {
 
 /// What is drawn while an area of the picture is chosen: everything but the area darkened, a dashed
-/// outline around it, and a badge near the lower edge that says what to do. Hidden otherwise, so
-/// that it costs nothing then. Main thread only.
+/// outline around it, and a badge near the lower edge that says what to do. Hidden otherwise, and
+/// then no part of any frame. Main thread only.
 class FocusSelectionOverlay final : public QQuickPaintedItem {
     Q_OBJECT
 
