@@ -1,13 +1,9 @@
 // The editor: its window, saving and closing.
 
 #include "CameraSettingsTest.h"
-#include "ChildCase.h"
 
-#include <QDropEvent>
-#include <QElapsedTimer>
 #include <QHeaderView>
 #include <QLabel>
-#include <QMimeData>
 #include <QWindow>
 
 namespace lumvik {

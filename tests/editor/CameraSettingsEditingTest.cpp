@@ -4,11 +4,7 @@
 #include "ChildCase.h"
 
 #include <QDropEvent>
-#include <QElapsedTimer>
-#include <QHeaderView>
-#include <QLabel>
 #include <QMimeData>
-#include <QWindow>
 
 namespace lumvik {
 namespace {

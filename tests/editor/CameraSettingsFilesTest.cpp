@@ -3,12 +3,7 @@
 #include "CameraSettingsTest.h"
 #include "ChildCase.h"
 
-#include <QDropEvent>
 #include <QElapsedTimer>
-#include <QHeaderView>
-#include <QLabel>
-#include <QMimeData>
-#include <QWindow>
 
 namespace lumvik {
 namespace {
@@ -16,7 +11,6 @@ namespace {
 using namespace test;
 
 constexpr int nameColumn = CameraListModel::name;
-constexpr int addressColumn = CameraListModel::address;
 
 // ---- Importing ----
 
