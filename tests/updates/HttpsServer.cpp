@@ -1,0 +1,132 @@
+#include "HttpsServer.h"
+
+#include "platform/SerialQueue.h"
+
+#include <QSslConfiguration>
+#include <QSslServer>
+#include <QSslSocket>
+#include <QTimer>
+
+#include <future>
+
+namespace lumvik::test {
+
+namespace {
+
+constexpr std::chrono::milliseconds dripInterval{5};
+
+} // namespace
+
+QByteArray Request::header(const QByteArray &name) const {
+    for (const QByteArray &entry : headers) {
+        const qsizetype colon = entry.indexOf(':');
+        if (entry.first(colon).compare(name, Qt::CaseInsensitive) == 0)
+            return entry.sliced(colon + 1).trimmed();
+    }
+    return {};
+}
+
+Answer answerWith(int status, const QByteArray &body, const QList<QByteArray> &headers) {
+    QByteArray bytes = "HTTP/1.1 " + QByteArray::number(status) + " Reason\r\n";
+    for (const QByteArray &header : headers)
+        bytes += header + "\r\n";
+    bytes += "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+    return {.bytes = bytes};
+}
+
+HttpsServer::HttpsServer(const Credentials &credentials, Handler handler,
+                         const QHostAddress &address)
+    : m_handler(std::move(handler))
+    , m_queue(std::make_unique<SerialQueue>(QStringLiteral("https-server"))) {
+    std::promise<std::uint16_t> port;
+    m_queue->async([&] {
+        QSslConfiguration security = QSslConfiguration::defaultConfiguration();
+        security.setLocalCertificate(credentials.certificate);
+        security.setPrivateKey(credentials.key);
+        m_server = new QSslServer;
+        m_server->setSslConfiguration(security);
+        QObject::connect(m_server, &QSslServer::pendingConnectionAvailable, m_server, [this] {
+            while (auto *socket = qobject_cast<QSslSocket *>(m_server->nextPendingConnection()))
+                serve(socket);
+        });
+        port.set_value(m_server->listen(address) ? m_server->serverPort() : 0);
+    });
+    m_port = port.get_future().get();
+}
+
+HttpsServer::~HttpsServer() {
+    m_queue->async([this] { delete m_server; });
+    m_queue.reset();
+}
+
+QList<Request> HttpsServer::requests() const {
+    const std::scoped_lock lock(m_mutex);
+    return m_requests;
+}
+
+int HttpsServer::openConnections() const {
+    const std::scoped_lock lock(m_mutex);
+    return m_openConnections;
+}
+
+void HttpsServer::serve(QSslSocket *socket) {
+    {
+        const std::scoped_lock lock(m_mutex);
+        ++m_openConnections;
+    }
+    QObject::connect(socket, &QSslSocket::disconnected, socket, [this, socket] {
+        const std::scoped_lock lock(m_mutex);
+        --m_openConnections;
+        socket->deleteLater();
+    });
+    auto received = std::make_shared<QByteArray>();
+    QObject::connect(socket, &QSslSocket::readyRead, socket,
+                     [this, socket, received] { read(socket, *received); });
+    read(socket, *received);
+}
+
+void HttpsServer::read(QSslSocket *socket, QByteArray &received) {
+    received += socket->readAll();
+    const qsizetype end = received.indexOf("\r\n\r\n");
+    if (end < 0)
+        return;
+    QList<QByteArray> lines = received.first(end).split('\n');
+    received.remove(0, end + 4);
+    for (QByteArray &line : lines)
+        line = line.trimmed();
+    Request request{.line = lines.takeFirst(), .headers = lines};
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_requests.append(request);
+    }
+    answer(socket, request);
+}
+
+void HttpsServer::answer(QSslSocket *socket, const Request &request) {
+    const Answer answer = m_handler(request);
+    socket->write(answer.bytes);
+    switch (answer.then) {
+    case Answer::Then::close:
+        socket->disconnectFromHost();
+        break;
+    case Answer::Then::breakOff:
+        // Everything goes out first: what is cut short is what the answer itself leaves out.
+        while (socket->bytesToWrite() > 0 || socket->encryptedBytesToWrite() > 0) {
+            if (!socket->waitForBytesWritten())
+                break;
+        }
+        socket->abort();
+        break;
+    case Answer::Then::wait:
+        break;
+    case Answer::Then::drip: {
+        auto *timer = new QTimer(socket);
+        QObject::connect(timer, &QTimer::timeout, socket,
+                         [socket, byte = answer.bytes.last(1)] { socket->write(byte); });
+        timer->start(dripInterval);
+        break;
+    }
+    }
+}
+
+} // namespace lumvik::test

@@ -1,0 +1,312 @@
+#include "UpdateServiceTest.h"
+
+#include <QElapsedTimer>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <gmock/gmock.h>
+#include <poll.h>
+
+#include <condition_variable>
+#include <thread>
+
+namespace lumvik::test {
+namespace {
+
+/// A name server that does not answer until it is let go.
+class HangingResolver {
+  public:
+    [[nodiscard]] NameResolver resolver() const {
+        return [shared = m_shared](const std::string &, std::uint16_t) -> LookupResult {
+            std::unique_lock lock(shared->mutex);
+            ++shared->asked;
+            shared->changed.wait(lock, [&] { return shared->isLetGo; });
+            ++shared->answered;
+            shared->changed.notify_all();
+            return {};
+        };
+    }
+    [[nodiscard]] bool isAsked() const {
+        const std::scoped_lock lock(m_shared->mutex);
+        return m_shared->asked > 0;
+    }
+    /// Answers whether all that had asked got an answer.
+    [[nodiscard]] bool letGo() const {
+        std::unique_lock lock(m_shared->mutex);
+        m_shared->isLetGo = true;
+        m_shared->changed.notify_all();
+        return m_shared->changed.wait_for(lock, patience,
+                                          [&] { return m_shared->answered == m_shared->asked; });
+    }
+
+  private:
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool isLetGo = false;
+        int asked = 0;
+        int answered = 0;
+    };
+    std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
+};
+
+/// How far a check has come when it is broken off.
+enum class Phase { submitted, lookup, handshake, head, body, posted };
+
+constexpr std::pair<Phase, const char *> phases[] = {
+    {Phase::submitted, "Submitted"}, {Phase::lookup, "Lookup"}, {Phase::handshake, "Handshake"},
+    {Phase::head, "Head"},           {Phase::body, "Body"},     {Phase::posted, "Posted"}};
+
+class InPhase : public UpdateServiceTest,
+                public testing::WithParamInterface<std::pair<Phase, const char *>> {
+  protected:
+    ~InPhase() override { EXPECT_TRUE(hanging.letGo()); }
+
+    /// Makes the service and begins a check that stays in the phase of the test.
+    void beginCheck() {
+        const Phase phase = GetParam().first;
+        if (phase == Phase::lookup)
+            resolver = hanging.resolver();
+        if (phase == Phase::handshake) {
+            ASSERT_TRUE(mute.listen(QHostAddress::LocalHost));
+            port = mute.serverPort();
+        } else {
+            serve([phase](const Request &) {
+                if (phase == Phase::head)
+                    return Answer{.then = Answer::Then::wait};
+                if (phase == Phase::body)
+                    return Answer{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n{",
+                                  .then = Answer::Then::wait};
+                return answerWith(200, goodManifest());
+            });
+        }
+        service = std::make_unique<LumvikUpdateService>(mainQueue, settings());
+        check =
+            service->check([this, held = held](const LumvikUpdateCheckOutcome &) { ++delivered; });
+        ASSERT_TRUE(hasComeToPhase());
+    }
+
+    [[nodiscard]] bool hasComeToPhase() {
+        switch (GetParam().first) {
+        case Phase::submitted:
+            return true;
+        case Phase::lookup:
+            return mainQueue.runUntil([this] { return hanging.isAsked(); }, patience);
+        case Phase::handshake:
+            return mute.waitForNewConnection(
+                static_cast<int>(std::chrono::milliseconds(patience).count()));
+        case Phase::head:
+        case Phase::body:
+            return mainQueue.runUntil([this] { return !server->requests().isEmpty(); }, patience);
+        case Phase::posted:
+            return mainQueue.waitForWork(patience);
+        }
+        return false;
+    }
+
+    /// Gives what must not come the time in which it would come.
+    void expectNothing() {
+        EXPECT_FALSE(
+            mainQueue.runUntil([this] { return delivered > 0; }, std::chrono::milliseconds(100)));
+    }
+
+    HangingResolver hanging;
+    QTcpServer mute;
+    std::shared_ptr<int> held = std::make_shared<int>(0); ///< By the completion as well.
+    std::unique_ptr<LumvikUpdateService> service;
+    std::shared_ptr<UpdateCheck> check;
+    int delivered = 0;
+};
+
+TEST_P(InPhase, ACheckThatIsCancelledDeliversNothing) {
+    beginCheck();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    check->cancel();
+    EXPECT_LT(elapsed.elapsed(), 5'000);
+    EXPECT_EQ(held.use_count(), 1) << "the completion is let go on the main thread, at once";
+    check->cancel();
+    expectNothing();
+}
+
+TEST_P(InPhase, ACheckThatIsCancelledClosesItsConnection) {
+    beginCheck();
+    check->cancel();
+    if (server) {
+        EXPECT_TRUE(
+            mainQueue.runUntil([this] { return server->openConnections() == 0; }, patience));
+    }
+    if (QTcpSocket *connection = mute.nextPendingConnection()) {
+        const auto isOver = [&] {
+            return connection->state() == QAbstractSocket::UnconnectedState ||
+                   connection->waitForDisconnected(10);
+        };
+        EXPECT_TRUE(mainQueue.runUntil(isOver, patience));
+    }
+}
+
+TEST_P(InPhase, AnotherCheckFollowsOneThatIsCancelled) {
+    beginCheck();
+    check->cancel();
+    bool isOver = false;
+    check = service->check([&](const LumvikUpdateCheckOutcome &) { isOver = true; });
+    // Where the server would keep the second one waiting too, that it is asked is enough.
+    const int before = server ? static_cast<int>(server->requests().size()) : 0;
+    EXPECT_TRUE(mainQueue.runUntil(
+        [&] {
+            return isOver || (server && server->requests().size() > before) ||
+                   mute.waitForNewConnection(0) || hanging.isAsked();
+        },
+        patience));
+    EXPECT_EQ(delivered, 0);
+}
+
+TEST_P(InPhase, TheServiceEndsAtOnceAndDeliversNothing) {
+    beginCheck();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    service.reset();
+    RecordProperty("milliseconds", static_cast<int>(elapsed.elapsed()));
+    // Far less than the limit of the check, even on a machine that is busy with other things.
+    EXPECT_LT(elapsed.elapsed(), 5'000);
+    EXPECT_EQ(held.use_count(), 1);
+    expectNothing();
+    check->cancel();
+}
+
+TEST_P(InPhase, LettingGoOfACheckDoesNotCancelIt) {
+    beginCheck();
+    check.reset();
+    EXPECT_EQ(held.use_count(), 2);
+    const Phase phase = GetParam().first;
+    if (phase == Phase::submitted || phase == Phase::posted) {
+        EXPECT_TRUE(mainQueue.runUntil([this] { return delivered == 1; }, patience));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Phases, InPhase, testing::ValuesIn(phases),
+                         [](const auto &phase) { return phase.param.second; });
+
+// ---- More than one check ----
+
+TEST_F(UpdateServiceTest, TwoChecksRunOneAfterTheOther) {
+    std::atomic_int underWay = 0;
+    serve([&](const Request &) {
+        ++underWay;
+        return answerWith(200, goodManifest());
+    });
+    LumvikUpdateService service(mainQueue, settings());
+    const CapturedLog log;
+    QStringList order;
+    service.check([&](const LumvikUpdateCheckOutcome &) { order.append(u"first"_s); });
+    service.check([&](const LumvikUpdateCheckOutcome &) { order.append(u"second"_s); });
+    EXPECT_TRUE(mainQueue.runUntil([&] { return order.size() == 2; }, patience));
+    EXPECT_EQ(order, (QStringList{u"first"_s, u"second"_s}));
+    // Each began and was validated before the next began.
+    const QStringList texts = log.texts(u"updates"_s);
+    ASSERT_EQ(texts.size(), 4);
+    EXPECT_EQ(texts.mid(0, 2), texts.mid(2, 2));
+    EXPECT_NE(texts[0], texts[1]);
+}
+
+TEST_F(UpdateServiceTest, ACheckThatWaitsCanBeCancelled) {
+    serve(answerWith(200, goodManifest()));
+    LumvikUpdateService service(mainQueue, settings());
+    QStringList order;
+    service.check([&](const LumvikUpdateCheckOutcome &) { order.append(u"first"_s); });
+    const auto second =
+        service.check([&](const LumvikUpdateCheckOutcome &) { order.append(u"second"_s); });
+    service.check([&](const LumvikUpdateCheckOutcome &) { order.append(u"third"_s); });
+    second->cancel();
+    EXPECT_TRUE(mainQueue.runUntil([&] { return order.size() == 2; }, patience));
+    EXPECT_EQ(order, (QStringList{u"first"_s, u"third"_s}));
+    EXPECT_EQ(server->requests().size(), 2);
+}
+
+TEST_F(UpdateServiceTest, TheCompletionMayBeginAnotherCheckAndCancel) {
+    serve(answerWith(200, goodManifest()));
+    LumvikUpdateService service(mainQueue, settings());
+    int delivered = 0;
+    std::shared_ptr<UpdateCheck> check;
+    check = service.check([&](const LumvikUpdateCheckOutcome &) {
+        ++delivered;
+        check->cancel();
+        check = service.check([&](const LumvikUpdateCheckOutcome &) { ++delivered; });
+    });
+    EXPECT_TRUE(mainQueue.runUntil([&] { return delivered == 2; }, patience));
+}
+
+TEST_F(UpdateServiceTest, TheCompletionMayEndTheService) {
+    serve(answerWith(200, goodManifest()));
+    auto service = std::make_unique<LumvikUpdateService>(mainQueue, settings());
+    service->check([&](const LumvikUpdateCheckOutcome &) { service.reset(); });
+    EXPECT_TRUE(mainQueue.runUntil([&] { return !service; }, patience));
+}
+
+TEST_F(UpdateServiceTest, ChecksCancelledAtAnyMomentNeverDeliver) {
+    serve(answerWith(200, goodManifest()));
+    LumvikUpdateService service(mainQueue, settings());
+    int deliveredTooLate = 0;
+    for (int n = 0; n < 60; ++n) {
+        bool isCancelled = false;
+        const auto check = service.check(
+            [&](const LumvikUpdateCheckOutcome &) { deliveredTooLate += isCancelled ? 1 : 0; });
+        // A little later each time, until it is over before.
+        QElapsedTimer elapsed;
+        elapsed.start();
+        while (elapsed.nsecsElapsed() < n * 500'000)
+            std::this_thread::yield();
+        isCancelled = true;
+        check->cancel();
+        mainQueue.runPending();
+    }
+    EXPECT_EQ(inWords(outcome(service)), "1.6");
+    EXPECT_EQ(deliveredTooLate, 0);
+}
+
+TEST_F(UpdateServiceTest, ServicesEndedAtAnyMomentDeliverNothing) {
+    serve(answerWith(200, goodManifest()));
+    int delivered = 0;
+    qint64 longest = 0;
+    for (int n = 0; n < 60; ++n) {
+        auto service = std::make_unique<LumvikUpdateService>(mainQueue, settings());
+        service->check([&](const LumvikUpdateCheckOutcome &) { ++delivered; });
+        QElapsedTimer elapsed;
+        elapsed.start();
+        while (elapsed.nsecsElapsed() < n * 500'000)
+            std::this_thread::yield();
+        elapsed.start();
+        service.reset();
+        longest = std::max(longest, elapsed.elapsed());
+        mainQueue.runPending();
+    }
+    EXPECT_EQ(delivered, 0);
+    RecordProperty("longest", static_cast<int>(longest));
+    EXPECT_LT(longest, 5'000);
+}
+
+TEST_F(UpdateServiceTest, TheProcessEndsWhileALookupHangs) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            std::atomic_bool asked = false;
+            resolver = [&](const std::string &, std::uint16_t) -> LookupResult {
+                asked = true;
+                ::poll(nullptr, 0, 100'000);
+                return {};
+            };
+            QElapsedTimer elapsed;
+            {
+                LumvikUpdateService service(mainQueue, settings());
+                service.check([](const LumvikUpdateCheckOutcome &) {});
+                if (!mainQueue.runUntil([&] { return asked.load(); }, patience))
+                    std::exit(2);
+                elapsed.start();
+            }
+            std::exit(elapsed.elapsed() < 5'000 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+} // namespace lumvik::test

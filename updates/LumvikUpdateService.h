@@ -1,0 +1,117 @@
+#pragma once
+
+#include "platform/HostLookup.h"
+#include "platform/MainQueue.h"
+#include "platform/SerialQueue.h"
+#include "updates/LumvikUpdateManifest.h"
+
+#include <QList>
+#include <QSslCertificate>
+#include <QString>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <tl/expected.hpp>
+#include <vector>
+
+namespace lumvik {
+
+/// The answer of a check that succeeded.
+struct LumvikUpdateCheckResult {
+    /// What is offered; nothing when the running version is current.
+    std::optional<LumvikUpdateManifest> available;
+
+    [[nodiscard]] bool isCurrent() const { return !available; }
+    friend bool operator==(const LumvikUpdateCheckResult &,
+                           const LumvikUpdateCheckResult &) = default;
+};
+
+/// Why a check failed.
+struct LumvikUpdateCheckError {
+    QString message; ///< A sentence for the user.
+
+    friend bool operator==(const LumvikUpdateCheckError &,
+                           const LumvikUpdateCheckError &) = default;
+};
+
+using LumvikUpdateCheckOutcome = tl::expected<LumvikUpdateCheckResult, LumvikUpdateCheckError>;
+
+/// What a version of the program says about itself, as text.
+struct InstalledVersion {
+    QString version; ///< Counts as "0" when it is null.
+    QString build;   ///< Counts as 0 when it is no decimal integer.
+
+    [[nodiscard]] QString versionText() const;
+    [[nodiscard]] std::int64_t buildNumber() const;
+};
+
+/// Whether a manifest offers an update: when its version is later than the installed one, or the
+/// same with a higher build.
+[[nodiscard]] LumvikUpdateCheckResult updateCheckResult(const LumvikUpdateManifest &manifest,
+                                                        const InstalledVersion &installed);
+
+/// What the update service is told at construction. As it stands it is right for the program.
+struct LumvikUpdateSettings {
+    /// The maker's web host, in lower case: asked for the manifest, and the only one on which its
+    /// download page may be.
+    QString webHost = makersWebHost();
+    std::uint16_t port = 443;
+    InstalledVersion installed = runningVersion();
+    /// Who may vouch for the server; the system's authorities when not given.
+    std::optional<QList<QSslCertificate>> authorities = std::nullopt;
+    /// How long one check may take, everything included.
+    std::chrono::milliseconds timeLimit = std::chrono::seconds(15);
+    NameResolver resolver = resolveWithSystem;
+
+    /// The host that this program was built for.
+    [[nodiscard]] static QString makersWebHost();
+    /// The version and build of this program.
+    [[nodiscard]] static InstalledVersion runningVersion();
+};
+
+/// A check under way. Letting go of it does not cancel it.
+class UpdateCheck {
+  public:
+    UpdateCheck() = default;
+    UpdateCheck(const UpdateCheck &) = delete;
+    UpdateCheck &operator=(const UpdateCheck &) = delete;
+    virtual ~UpdateCheck() = default;
+    /// Breaks the check off: its completion does not run any more. Returns at once. Harmless when
+    /// repeated or when the check is over. Main thread.
+    virtual void cancel() = 0;
+};
+
+/// Asks the maker's web site for the newest version: fetches `/lumvik/version.json`, validates it
+/// strictly and compares it with the version that is running. It only checks; nothing is downloaded
+/// or installed, retried or kept between checks.
+///
+/// Owned by the controller and used on the main thread. The work is done on a serial queue of its
+/// own, one check after another: a check that is asked for while another one runs waits for it.
+/// Destruction cancels all checks and waits for no network and no name server.
+class LumvikUpdateService {
+  public:
+    using Completion = std::function<void(LumvikUpdateCheckOutcome)>;
+
+    /// `mainQueue` must outlive the service.
+    explicit LumvikUpdateService(MainQueue &mainQueue, LumvikUpdateSettings settings = {});
+    LumvikUpdateService(const LumvikUpdateService &) = delete;
+    LumvikUpdateService &operator=(const LumvikUpdateService &) = delete;
+    ~LumvikUpdateService();
+
+    /// Begins a check. `completion` runs once on the main thread, in a later turn, unless the check
+    /// is cancelled or the service destroyed before; it is also destroyed there.
+    std::shared_ptr<UpdateCheck> check(Completion completion);
+
+  private:
+    class Check;
+    class Worker;
+
+    SerialQueue m_queue;
+    std::shared_ptr<Worker> m_worker; ///< Works, and ends, on m_queue.
+    std::vector<std::weak_ptr<Check>> m_checks;
+};
+
+} // namespace lumvik
