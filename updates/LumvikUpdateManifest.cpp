@@ -5,6 +5,7 @@
 #include <QRegularExpression>
 
 #include <optional>
+#include <string_view>
 
 namespace lumvik {
 
@@ -13,6 +14,46 @@ namespace {
 constexpr QLatin1String versionKey("version");
 constexpr QLatin1String buildKey("build");
 constexpr QLatin1String downloadPageKey("downloadPage");
+
+bool isDigit(char byte) {
+    return byte >= '0' && byte <= '9';
+}
+
+/// Where the text ends that begins at `at`, behind its quotation mark; -1 when it has a control
+/// character, an escape that does not exist, or no end.
+qsizetype endOfText(const QByteArray &json, qsizetype at) {
+    constexpr std::string_view escapes = "\"\\/bfnrtu";
+    for (; at < json.size(); ++at) {
+        if (json.at(at) == '"')
+            return at;
+        if (static_cast<unsigned char>(json.at(at)) < 0x20)
+            return -1;
+        if (json.at(at) != '\\')
+            continue;
+        ++at;
+        if (at == json.size() || escapes.find(json.at(at)) == escapes.npos)
+            return -1;
+    }
+    return -1;
+}
+
+/// Finds what the toolkit's reader takes though it is no JSON: control characters and escapes of
+/// all kinds in texts, and numbers with no digit on one side of the point.
+bool isStrict(const QByteArray &json) {
+    for (qsizetype at = 0; at < json.size(); ++at) {
+        if (json.at(at) == '"') {
+            at = endOfText(json, at + 1);
+            if (at < 0)
+                return false;
+        } else if (json.at(at) == '.') {
+            const bool isBetweenDigits = at > 0 && isDigit(json.at(at - 1)) &&
+                                         at + 1 < json.size() && isDigit(json.at(at + 1));
+            if (!isBetweenDigits)
+                return false;
+        }
+    }
+    return true;
+}
 
 QString unreadable(QLatin1String key) {
     return QStringLiteral("The update information has no readable value for “%1”.").arg(key);
@@ -61,7 +102,7 @@ bool isVersion(const QString &text) {
 tl::expected<LumvikUpdateManifest, QString> decodeUpdateManifest(const QByteArray &json) {
     QJsonParseError problem;
     const QJsonDocument document = QJsonDocument::fromJson(json, &problem);
-    if (problem.error != QJsonParseError::NoError)
+    if (problem.error != QJsonParseError::NoError || !isStrict(json))
         return tl::unexpected(QStringLiteral("The update information is not valid JSON."));
     if (!document.isObject())
         return tl::unexpected(QStringLiteral("The update information is not a JSON object."));

@@ -5,6 +5,7 @@
 #include "updates/QueueAccess.h"
 #include "updates/VersionComparison.h"
 
+#include <compare>
 #include <deque>
 #include <utility>
 
@@ -53,7 +54,7 @@ std::int64_t InstalledVersion::buildNumber() const {
 LumvikUpdateCheckResult updateCheckResult(const LumvikUpdateManifest &manifest,
                                           const InstalledVersion &installed) {
     const auto order = compareVersions(manifest.version, installed.versionText());
-    if (order > 0 || (order == 0 && installed.buildNumber() < manifest.build))
+    if (std::is_gt(order) || (std::is_eq(order) && installed.buildNumber() < manifest.build))
         return {.available = manifest};
     return {};
 }

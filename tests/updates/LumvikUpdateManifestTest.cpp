@@ -53,6 +53,23 @@ TEST(ManifestDecoding, WhatIsNoJsonIsRefused) {
         expectSentence(decodeUpdateManifest(input), input.left(80));
 }
 
+TEST(ManifestDecoding, WhatTheToolkitsReaderLetsPassIsRefusedToo) {
+    for (const QByteArray input : {"7.", ".5", "-.5", "7.e1", "[7.]"})
+        expectSentence(decodeUpdateManifest(json(R"("1.4")", input)), input);
+    for (const QByteArray &input :
+         {QByteArray("\"1.4\n\""), QByteArray("\"1\t.4\""), QByteArray("\"1.4\0\"", 6),
+          QByteArray(R"("\q")"), QByteArray(R"("1.4\")"), QByteArray(R"("\u12")")})
+        expectSentence(decodeUpdateManifest(json(input, "7")), input);
+}
+
+TEST(ManifestDecoding, PointsAndEscapesInTextsAreNoFault) {
+    const auto manifest = decodeUpdateManifest(
+        json(R"(".\"\\\/\b\f\n\r\t\u0034.")", "7", R"("https:\/\/updates.example\/lumvik")"));
+    ASSERT_TRUE(manifest);
+    EXPECT_EQ(manifest->version, u".\"\\/\b\f\n\r\t4."_s);
+    EXPECT_EQ(manifest->downloadPage, QString::fromLatin1(page));
+}
+
 TEST(ManifestDecoding, WhatIsNoObjectIsRefused) {
     for (const QByteArray input : {"[]", "null", "7", "\"text\"", "true"})
         expectSentence(decodeUpdateManifest(input), input);

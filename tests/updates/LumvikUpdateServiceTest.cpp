@@ -106,6 +106,13 @@ TEST_F(UpdateServiceTest, NoContentIsNoManifest) {
     EXPECT_EQ(told(), noJson);
 }
 
+TEST_F(UpdateServiceTest, AnInterimResponseIsPassedOver) {
+    Answer answer = answerWith(200, goodManifest());
+    answer.bytes.prepend("HTTP/1.1 100 Continue\r\n\r\n");
+    serve(answer);
+    EXPECT_EQ(told(), "1.6");
+}
+
 TEST_F(UpdateServiceTest, NotModifiedWithoutALengthIsUnavailable) {
     serve(Answer{.bytes = "HTTP/1.1 304 Not Modified\r\n\r\n", .then = Answer::Then::wait});
     EXPECT_EQ(told(), unavailable);

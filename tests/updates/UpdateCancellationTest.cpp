@@ -13,6 +13,10 @@
 namespace lumvik::test {
 namespace {
 
+/// How long breaking off may take: a few milliseconds, but this machine may be busy with something
+/// else. Waiting for the toolkit's threads would take five seconds, for the check thirty.
+constexpr qint64 mostMilliseconds = 2'000;
+
 /// A name server that does not answer until it is let go.
 class HangingResolver {
   public:
@@ -123,7 +127,7 @@ TEST_P(InPhase, ACheckThatIsCancelledDeliversNothing) {
     QElapsedTimer elapsed;
     elapsed.start();
     check->cancel();
-    EXPECT_LT(elapsed.elapsed(), 5'000);
+    EXPECT_LT(elapsed.elapsed(), mostMilliseconds);
     EXPECT_EQ(held.use_count(), 1) << "the completion is let go on the main thread, at once";
     check->cancel();
     expectNothing();
@@ -167,8 +171,7 @@ TEST_P(InPhase, TheServiceEndsAtOnceAndDeliversNothing) {
     elapsed.start();
     service.reset();
     RecordProperty("milliseconds", static_cast<int>(elapsed.elapsed()));
-    // Far less than the limit of the check, even on a machine that is busy with other things.
-    EXPECT_LT(elapsed.elapsed(), 5'000);
+    EXPECT_LT(elapsed.elapsed(), mostMilliseconds);
     EXPECT_EQ(held.use_count(), 1);
     expectNothing();
     check->cancel();
@@ -269,7 +272,10 @@ TEST_F(UpdateServiceTest, ServicesEndedAtAnyMomentDeliverNothing) {
     int delivered = 0;
     qint64 longest = 0;
     for (int n = 0; n < 60; ++n) {
-        auto service = std::make_unique<LumvikUpdateService>(mainQueue, settings());
+        LumvikUpdateSettings ours = settings();
+        if (n % 2 == 0)
+            ours.authorities = std::nullopt; // The system's take a while to read.
+        auto service = std::make_unique<LumvikUpdateService>(mainQueue, ours);
         service->check([&](const LumvikUpdateCheckOutcome &) { ++delivered; });
         QElapsedTimer elapsed;
         elapsed.start();
@@ -282,7 +288,7 @@ TEST_F(UpdateServiceTest, ServicesEndedAtAnyMomentDeliverNothing) {
     }
     EXPECT_EQ(delivered, 0);
     RecordProperty("longest", static_cast<int>(longest));
-    EXPECT_LT(longest, 5'000);
+    EXPECT_LT(longest, mostMilliseconds);
 }
 
 TEST_F(UpdateServiceTest, TheProcessEndsWhileALookupHangs) {
@@ -303,7 +309,7 @@ TEST_F(UpdateServiceTest, TheProcessEndsWhileALookupHangs) {
                     std::exit(2);
                 elapsed.start();
             }
-            std::exit(elapsed.elapsed() < 5'000 ? 0 : 1);
+            std::exit(elapsed.elapsed() < mostMilliseconds ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }
