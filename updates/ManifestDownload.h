@@ -39,6 +39,9 @@ struct DownloadRequest {
 /// here, since each of them has a name to look up, and only to https. Proxies are not asked: the
 /// toolkit asks for them on the calling thread and for as long as it takes.
 ///
+/// Nothing is tried again here, but the toolkit itself sends a request up to three times more when
+/// the server closes the connection without having answered.
+///
 /// Lives on the thread of a serial queue, in a shared pointer, and is also destroyed there, which
 /// breaks the transfer off without waiting for the network.
 class ManifestDownload : public std::enable_shared_from_this<ManifestDownload> {
