@@ -168,6 +168,12 @@ class AppDelegate final : public QObject {
     /// Stores a list and shows it: the chooser, the selection, playback. An error changes nothing.
     [[nodiscard]] tl::expected<void, StoreError> applySavedCameras(const CameraList &saved);
 
+    // ---- Help: app/AppDelegate+Help.cpp ----
+
+    /// Opens `address` in the program that the user has for it. Where there is none, shows it to be
+    /// copied.
+    void openUrl(const QUrl &address);
+
     // ---- Recovery: supervision/AppDelegate+Recovery.cpp ----
 
     /// Schedules an attempt at recovery. Refused, without a trace, while the viewer closes, the
@@ -337,8 +343,10 @@ class AppDelegate final : public QObject {
     SleepMonitor::SleepDelay sleepDelay;       // held until the stream has stopped
     std::shared_ptr<WorkItem> sleepDelayLimit; // or this has come
 
-    // The editor, while it is open.
+    // The editor, while it is open; and one that has closed but may still be at work.
     std::unique_ptr<CameraSettingsController> settingsController;
+    std::unique_ptr<CameraSettingsController> closedSettingsController;
+    int settingsLoopLevel = 0; // the event loops within each other when the editor was opened
 
     // The window's special states.
     FrameMemory frameMemory; // what the window's frame was before it was maximised

@@ -9,6 +9,8 @@
 #include "platform/SleepMonitor.h"
 #include "platform/UserDefaults.h"
 
+#include <QUrl>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -33,6 +35,8 @@ struct AppEnvironment {
     std::function<void()> limitTimeToExit;
     /// Ends the application in order, in a later turn.
     std::function<void()> terminate;
+    /// Hands an address to the user's browser or mail program; answers whether there is one.
+    std::function<bool(const QUrl &)> openUrl;
     /// The maker's web site.
     QString webSite;
     /// The least important kind of engine message that is logged, by libmpv's names.

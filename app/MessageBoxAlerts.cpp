@@ -1,6 +1,5 @@
 #include "app/MessageBoxAlerts.h"
 
-#include "platform/LumvikLog.h"
 #include "style/LumvikPalette.h"
 
 #include <QMessageBox>
@@ -36,11 +35,12 @@ int MessageBoxAlerts::runModal(const Alert &alert) {
     QMessageBox box;
     box.setIcon(icon(alert.style));
     box.setWindowTitle(QStringLiteral("Lumvik"));
-    // Texts may hold names that the user typed: never taken for markup, nor is a camera that was
-    // named after its own address shown with its password.
+    // Texts may hold names that the user typed: never taken for markup.
     box.setTextFormat(Qt::PlainText);
-    box.setText(LumvikLog::redacted(alert.messageText));
-    box.setInformativeText(LumvikLog::redacted(alert.informativeText));
+    // An address to copy may be among them.
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    box.setText(alert.messageText);
+    box.setInformativeText(alert.informativeText);
     // The name by which the message box itself styles its main text.
     box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
                                      "QLabel#qt_msgbox_informativelabel { min-width: 300px; }"));

@@ -1,6 +1,8 @@
 #include "app/QtFilePanels.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
 #include <QPointer>
 #include <QStandardPaths>
 
@@ -17,6 +19,13 @@ std::unique_ptr<QFileDialog> makePanel(const FilePanel &panel, QWidget *parent) 
     dialog->setNameFilter(QStringLiteral("JSON (*.json)"));
     dialog->setLabelText(QFileDialog::Accept, panel.prompt);
     return dialog;
+}
+
+bool mayReplace(const QString &path, const QString &title, QWidget *parent) {
+    const QString question = QStringLiteral("%1 already exists.\nDo you want to replace it?")
+                                 .arg(QFileInfo(path).fileName());
+    return QMessageBox::warning(parent, title, question, QMessageBox::Yes | QMessageBox::No,
+                                QMessageBox::No) == QMessageBox::Yes;
 }
 
 std::optional<QString> answer(std::unique_ptr<QFileDialog> dialog) {
@@ -43,9 +52,16 @@ std::optional<QString> QtFilePanels::chooseFileToSave(const FilePanel &panel, QW
     auto dialog = makePanel(panel, parent);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
-    dialog->setDefaultSuffix(QStringLiteral("json"));
+    // A suffix that the dialog adds by itself comes after its question whether to replace a file;
+    // so it is added here.
     dialog->selectFile(panel.suggestedName);
-    return answer(std::move(dialog));
+    const auto chosen = answer(std::move(dialog));
+    if (!chosen || !QFileInfo(*chosen).suffix().isEmpty())
+        return chosen;
+    const QString completed = *chosen + QStringLiteral(".json");
+    if (!QFileInfo::exists(completed) || mayReplace(completed, panel.title, parent))
+        return completed;
+    return std::nullopt;
 }
 
 } // namespace lumvik

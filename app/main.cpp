@@ -2,6 +2,7 @@
 #include "app/MessageBoxAlerts.h"
 #include "app/QtFilePanels.h"
 #include "app/Startup.h"
+#include "editor/CameraSettingsWindow.h"
 #include "platform/ExitDeadline.h"
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
@@ -10,6 +11,7 @@
 #include "platform/TerminationSignals.h"
 
 #include <QApplication>
+#include <QDesktopServices>
 #include <QRandomGenerator>
 
 #include <chrono>
@@ -24,11 +26,15 @@ namespace {
 /// How long the end of the program may take, in seconds: a user who quits waits no longer.
 constexpr double longestExit = 2.5;
 
-/// The window above which an alert appears: the one in use, or else the viewer.
+/// The window above which an alert appears: the one in use, or else the editor, or else the viewer.
 QWindow *alertParent() {
     if (QWindow *focused = QGuiApplication::focusWindow();
         focused != nullptr && focused->isVisible())
         return focused;
+    for (const QWidget *widget : QApplication::topLevelWidgets()) {
+        if (qobject_cast<const CameraSettingsWindow *>(widget) != nullptr && widget->isVisible())
+            return widget->windowHandle();
+    }
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
         if (qobject_cast<ViewerWindow *>(window) != nullptr && window->isVisible())
             return window;
@@ -75,6 +81,7 @@ int main(int argc, char **argv) {
          .random = [] { return QRandomGenerator::global()->generateDouble(); },
          .limitTimeToExit = [] { endProcessWithin(longestExit); },
          .terminate = terminate,
+         .openUrl = &QDesktopServices::openUrl,
          .webSite = QStringLiteral("https://" LUMVIK_WEB_HOST "/"),
          .engineLogLevel = engineLogLevel()});
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,

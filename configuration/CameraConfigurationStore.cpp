@@ -19,10 +19,6 @@ namespace {
 constexpr mode_t folderMode = 0700;
 constexpr mode_t fileMode = 0600;
 
-/// More than a million cameras. What is larger is not a list of ours, and reading it would only
-/// fill the memory.
-constexpr qint64 largestDocument = qint64{64} * 1024 * 1024;
-
 StoreError tooLarge(const QString &location) {
     return FileError{FileError::Operation::write, location, EFBIG};
 }
@@ -61,7 +57,7 @@ struct StoredDocument {
 /// Reads and decodes one of the two files.
 tl::expected<StoredDocument, StoreError> readDocument(const FileManager &files,
                                                       const QString &location) {
-    auto bytes = files.contents(location, largestDocument);
+    auto bytes = files.contents(location, CameraConfigurationStore::largestDocument);
     if (!bytes)
         return tl::unexpected(StoreError(std::move(bytes.error())));
     auto configuration = CameraConfiguration::decoded(*bytes);

@@ -19,6 +19,10 @@ namespace lumvik {
 /// only, since addresses hold passwords. The program uses `shared()`; main thread only.
 class CameraConfigurationStore {
   public:
+    /// The bytes of the largest document, which holds several hundred thousand cameras. What is
+    /// larger is not a list of ours, and reading it would only fill the memory.
+    static constexpr qint64 largestDocument = qint64{64} * 1024 * 1024;
+
     /// A store in `appSupportDirectoryOverride`, or in the user's own folder when there is none.
     /// `fileManager` must outlive the store.
     explicit CameraConfigurationStore(

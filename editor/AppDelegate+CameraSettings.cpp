@@ -6,6 +6,7 @@
 
 #include <QKeyEvent>
 #include <QPointer>
+#include <QThread>
 
 namespace lumvik {
 
@@ -18,6 +19,7 @@ void AppDelegate::showCameraSettings() {
     }
     if (!window || cameraPicker == nullptr)
         qFatal("The editor needs the viewer and its picker.");
+    settingsLoopLevel = QThread::currentThread()->loopLevel();
     const auto self = QPointer(this);
     settingsController = std::make_unique<CameraSettingsController>(
         cameras,
@@ -25,7 +27,12 @@ void AppDelegate::showCameraSettings() {
                                   .fileManager = FileManager::standard(),
                                   .alerts = environment.alerts,
                                   .filePanels = environment.filePanels,
-                                  .webSite = environment.webSite},
+                                  .webSite = environment.webSite,
+                                  .openUrl =
+                                      [self](const QUrl &address) {
+                                          if (self)
+                                              self->openUrl(address);
+                                      }},
         CameraSettingsHandlers{
             .save = [self](const CameraList &saved) -> tl::expected<void, StoreError> {
                 return self ? self->applySavedCameras(saved) : tl::expected<void, StoreError>();
@@ -39,21 +46,32 @@ void AppDelegate::showCameraSettings() {
                 [self](QKeyEvent &event) { return self && self->cameraSettingsKeyDown(event); },
         });
     settingsController->show(cameraPicker->indexOfSelectedItem(),
-                             window->level() == WindowLevel::floating);
+                             window->level() == WindowLevel::floating, window->screen());
 }
 
 void AppDelegate::cameraSettingsDidClose() {
-    // In a later turn: it is the editor itself that says so, perhaps out of an alert of its own.
-    settingsController.release()->deleteLater();
+    // It is the editor itself that says so, perhaps in the middle of an alert, a file panel or a
+    // drag of its own (when the program is told to end), each of which has a loop of its own and
+    // comes back to it.
+    closedSettingsController = std::move(settingsController);
+    environment.mainQueue.async([self = QPointer(this)] {
+        if (self && QThread::currentThread()->loopLevel() <= self->settingsLoopLevel)
+            self->closedSettingsController.reset();
+    });
 }
 
 bool AppDelegate::cameraSettingsKeyDown(const QKeyEvent &event) {
+    if (!settingsController)
+        return false; // the last keys for a window that has closed
     // These two are the viewer's elsewhere; here they are meant for this window.
     if (event.key() == Qt::Key_W && event.modifiers() == Qt::ControlModifier) {
         settingsController->close();
         return true;
     }
-    return event.key() != Qt::Key_F11 && mainMenu->performKeyEquivalent(event);
+    const bool isFullScreen =
+        event.key() == Qt::Key_F11 ||
+        (event.key() == Qt::Key_F && event.modifiers().testFlag(Qt::MetaModifier));
+    return !isFullScreen && mainMenu->performKeyEquivalent(event);
 }
 
 tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &saved) {

@@ -20,6 +20,9 @@ constexpr QMargins fieldMargins{8, 4, 8, 6};
 constexpr int textMargin = 7;
 constexpr qreal fieldRadius = 6;
 
+/// More than anybody types, and enough to leave imported texts whole (UTF-16 units).
+constexpr int longestText = 1 << 20;
+
 /// What was in the field when its editing began.
 constexpr const char *textBefore = "lumvikTextBefore";
 
@@ -46,10 +49,13 @@ void paintHandle(QPainter &painter, const QStyleOptionViewItem &option, const QS
 
 void paintField(QPainter &painter, const QStyleOptionViewItem &option, const QModelIndex &index) {
     const bool isEdited = option.state.testFlag(QStyle::State_Editing);
+    const bool hasKeys = option.state.testFlag(QStyle::State_HasFocus);
     const QRect field = CameraFieldDelegate::fieldRect(option.rect);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QColor edge = isEdited ? LumvikPalette::mirel() : option.palette.color(QPalette::Mid);
-    painter.setPen(QPen(edge, isEdited ? 2 : 1));
+    // The field that F2 or typing would edit is marked in the colour of the text, which is seen on
+    // the house colour of the selected row.
+    const QColor edge = option.palette.color(hasKeys && !isEdited ? QPalette::Text : QPalette::Mid);
+    painter.setPen(QPen(isEdited ? LumvikPalette::mirel() : edge, isEdited || hasKeys ? 2 : 1));
     painter.setBrush(option.palette.color(QPalette::Base));
     painter.drawRoundedRect(QRectF(field).adjusted(0.5, 0.5, -0.5, -0.5), fieldRadius, fieldRadius);
     if (isEdited)
@@ -70,6 +76,10 @@ QRect CameraFieldDelegate::fieldRect(const QRect &cell) {
     return cell.marginsRemoved(cellSpacing).marginsRemoved(fieldMargins);
 }
 
+int CameraFieldDelegate::textIndent() {
+    return cellSpacing.left() + fieldMargins.left() + textMargin;
+}
+
 void CameraFieldDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
                                 const QModelIndex &index) const {
     painter->save();
@@ -86,7 +96,11 @@ QWidget *CameraFieldDelegate::createEditor(QWidget *parent, const QStyleOptionVi
     editor->setFrame(false);
     editor->setFont(fieldFont(index.column()));
     editor->setPlaceholderText(placeholder(index.column()));
-    editor->setAccessibleName(index.model()->headerData(index.column(), Qt::Horizontal).toString());
+    editor->setMaxLength(longestText);
+    editor->setAccessibleName(
+        QStringLiteral("%1 %2")
+            .arg(index.model()->headerData(index.column(), Qt::Horizontal).toString())
+            .arg(index.row() + 1));
     const QPersistentModelIndex cell(index);
     connect(editor, &QLineEdit::textEdited, this, [cell](const QString &text) {
         if (cell.isValid())
@@ -105,6 +119,13 @@ void CameraFieldDelegate::setEditorData(QWidget *editor, const QModelIndex &inde
         field->setProperty(textBefore, text);
 }
 
+void CameraFieldDelegate::setModelData(QWidget *editor, QAbstractItemModel *model,
+                                       const QModelIndex &index) const {
+    // A field that was only looked at leaves the text as it is.
+    if (static_cast<MirelFieldEditor *>(editor)->isModified())
+        QStyledItemDelegate::setModelData(editor, model, index);
+}
+
 void CameraFieldDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
                                                const QModelIndex &) const {
     editor->setGeometry(fieldRect(option.rect).adjusted(textMargin - 2, 2, 2 - textMargin, -2));
@@ -116,8 +137,14 @@ bool CameraFieldDelegate::eventFilter(QObject *watched, QEvent *event) {
         static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
         const QString before = field->property(textBefore).toString();
         field->setText(before);
+        field->setModified(true);
         Q_EMIT commitData(field);
     }
+    // While another program has the keyboard, the edit waits: an address to be pasted is copied
+    // there.
+    if (field != nullptr && event->type() == QEvent::FocusOut &&
+        static_cast<QFocusEvent *>(event)->reason() == Qt::ActiveWindowFocusReason)
+        return false;
     return QStyledItemDelegate::eventFilter(watched, event);
 }
 

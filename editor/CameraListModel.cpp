@@ -64,7 +64,9 @@ QVariant CameraListModel::data(const QModelIndex &index, int role) const {
     case order:
         if (role == Qt::DisplayRole)
             return QStringLiteral("≡");
-        return role == Qt::ToolTipRole ? QStringLiteral("Drag to reorder") : QVariant();
+        return role == Qt::ToolTipRole || role == Qt::AccessibleTextRole
+                   ? QStringLiteral("Drag to reorder")
+                   : QVariant();
     case name:
         return isText ? camera.name : QVariant();
     case address:

@@ -15,22 +15,26 @@ QCollator nameOrder() {
     return order;
 }
 
-/// Blanks within an address are a slip of the hand; no camera is found there.
+/// Blanks within an address are a slip of the hand, and those without any width come with what is
+/// copied from web pages; no camera is found there.
 bool holdsBlanks(const QString &text) {
     return std::any_of(text.begin(), text.end(), [](QChar each) {
-        return each.isSpace() || each.category() == QChar::Other_Control;
+        return each.isSpace() || each.category() == QChar::Other_Control || each == u'\u200B' ||
+               each == u'\u2060' || each == u'\uFEFF';
     });
 }
 
 CameraListProblem missingName(int row) {
     return {.title = QStringLiteral("Camera name required"),
+            .nameInTitle = {},
             .message = QStringLiteral("Enter a name for camera %1.").arg(row + 1),
             .row = row,
             .field = CameraField::name};
 }
 
 CameraListProblem badAddress(int row, const QString &name) {
-    return {.title = QStringLiteral("Check ") + name,
+    return {.title = QStringLiteral("Check "),
+            .nameInTitle = name,
             .message = QStringLiteral("Enter a full RTSP address beginning with rtsp://."),
             .row = row,
             .field = CameraField::address};
@@ -49,6 +53,7 @@ tl::expected<CameraList, CameraListProblem> validatedCameras(const CameraList &c
     if (cameras.isEmpty()) {
         return tl::unexpected(
             CameraListProblem{.title = QStringLiteral("Add a camera"),
+                              .nameInTitle = {},
                               .message = QStringLiteral("Lumvik needs at least one camera."),
                               .row = std::nullopt,
                               .field = CameraField::name});
@@ -109,8 +114,9 @@ int selectionAfterSaving(int selected, const CameraList &before, const CameraLis
         const auto same = after.indexOf(shown);
         if (same >= 0)
             return static_cast<int>(same);
+        const QCollator names = nameOrder();
         const auto alike = std::find_if(after.begin(), after.end(), [&](const Camera &each) {
-            return namesAreAlike(each.name, shown.name);
+            return names.compare(each.name, shown.name) == 0;
         });
         if (alike != after.end())
             return static_cast<int>(alike - after.begin());

@@ -15,6 +15,9 @@ enum class CameraField { name, address };
 /// Why a list cannot be saved, in the words of the alert that says so.
 struct CameraListProblem {
     QString title;
+    /// The camera's name, which is the end of the title; or empty. It is text that the user typed,
+    /// possibly an address.
+    QString nameInTitle;
     QString message;
     /// Where it can be put right; nothing when there is no camera at all.
     std::optional<int> row;

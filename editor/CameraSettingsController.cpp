@@ -17,8 +17,14 @@ namespace lumvik {
 
 namespace {
 
-/// Larger files are no camera lists: a list of ten thousand cameras is one or two megabytes.
-constexpr qint64 largestImport = 16LL * 1024 * 1024;
+/// A frame of `size` in the middle of what a screen has room for, title bar included.
+QRect centredFrame(const QSize &size, const QRect &available) {
+    constexpr int titleBar = 40; // or a little less
+    QRect frame(QPoint(), size.boundedTo(available.size() - QSize(0, titleBar)));
+    frame.moveCenter(available.center());
+    frame.moveTop(qMax(frame.top(), available.top() + titleBar));
+    return frame;
+}
 
 QStringList addressesOf(const CameraList &cameras) {
     QStringList addresses;
@@ -58,9 +64,12 @@ void CameraSettingsController::connectWindow() {
     connect(m_window->saveButton, &QPushButton::clicked, this, &Self::save);
     connect(m_tableView, &CameraTableView::selectedRowChanged, this, &Self::updateRemoveButton);
     connect(m_tableView, &CameraTableView::moveRequested, this, &Self::moveSelectedCamera);
+    connect(m_tableView, &CameraTableView::removalRequested, m_window->removeButton,
+            &QPushButton::click); // which does nothing while it is disabled
     // In a later turn: the drag that the drop ends is not over yet.
     connect(m_model.get(), &CameraListModel::rowDropped, this, &Self::selectDroppedRow,
             Qt::QueuedConnection);
+    m_window->openUrl = m_environment.openUrl;
     m_window->didClose = [this] { windowDidClose(); };
     m_window->keyDown = [this](QKeyEvent &event) {
         return m_handlers.keyDown && m_handlers.keyDown(event);
@@ -73,13 +82,10 @@ const CameraList &CameraSettingsController::draftCameras() const {
 
 // ---- The window ----
 
-void CameraSettingsController::show(int selectedRow, bool staysOnTop) {
+void CameraSettingsController::show(int selectedRow, bool staysOnTop, const QScreen *screen) {
     m_window->setWindowFlag(Qt::WindowStaysOnTopHint, staysOnTop);
-    if (const QScreen *screen = QGuiApplication::primaryScreen()) {
-        QRect frame(QPoint(), m_window->size());
-        frame.moveCenter(screen->availableGeometry().center());
-        m_window->move(frame.topLeft());
-    }
+    if (screen != nullptr)
+        m_window->setGeometry(centredFrame(m_window->size(), screen->availableGeometry()));
     m_window->show();
     m_tableView->selectCamera(selectedRow, Scrolling::intoView); // with its size known
     updateRemoveButton();
@@ -88,6 +94,7 @@ void CameraSettingsController::show(int selectedRow, bool staysOnTop) {
 }
 
 void CameraSettingsController::bringToFront() {
+    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
     m_window->raise();
     m_window->activateWindow();
 }
@@ -110,8 +117,12 @@ void CameraSettingsController::windowDidClose() {
 }
 
 void CameraSettingsController::updateRemoveButton() {
-    m_window->removeButton->setEnabled(
-        canRemoveCamera(draftCameras().size(), m_tableView->selectedRow() >= 0));
+    const bool canRemove = canRemoveCamera(draftCameras().size(), m_tableView->selectedRow() >= 0);
+    // A disabled button hands the keyboard to its neighbour, and the next press would sort the
+    // list.
+    if (!canRemove && m_window->removeButton->hasFocus())
+        m_tableView->setFocus();
+    m_window->removeButton->setEnabled(canRemove);
 }
 
 void CameraSettingsController::showAlert(const QString &title, const QString &message) {
@@ -142,11 +153,8 @@ void CameraSettingsController::removeCamera() {
     const int row = m_tableView->selectedRow();
     if (row < 0)
         return;
-    // Its place is kept, and the table would go to another row as this one goes.
-    m_tableView->setAutoScroll(false);
     m_model->remove(row);
     m_tableView->selectCamera(rowAfterRemoving(row, m_model->rowCount()), Scrolling::keepPlace);
-    m_tableView->setAutoScroll(true);
     updateRemoveButton();
 }
 
@@ -189,7 +197,8 @@ void CameraSettingsController::importCameras() {
     if (!path)
         return;
     const QString title = QStringLiteral("Could not import cameras");
-    const auto bytes = m_environment.fileManager.contents(*path, largestImport);
+    const auto bytes =
+        m_environment.fileManager.contents(*path, CameraConfigurationStore::largestDocument);
     if (!bytes) {
         showAlert(title, errorDescription(bytes.error()));
         return;
@@ -227,7 +236,8 @@ std::optional<CameraList> CameraSettingsController::validatedDraft() {
     if (validated)
         return *std::move(validated);
     const CameraListProblem &problem = validated.error();
-    showAlert(problem.title, problem.message);
+    LumvikLog::protectAddresses(addressesOf(draftCameras())); // a name may be one of them
+    showAlert(problem.title + LumvikLog::redacted(problem.nameInTitle), problem.message);
     if (problem.row) {
         m_tableView->editCell(*problem.row, problem.field == CameraField::name
                                                 ? CameraListModel::name

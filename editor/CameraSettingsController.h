@@ -7,11 +7,13 @@
 
 #include <QObject>
 #include <QPushButton>
+#include <QUrl>
 
 #include <functional>
 #include <memory>
 
 class QKeyEvent;
+class QScreen;
 
 namespace lumvik {
 
@@ -26,6 +28,7 @@ struct CameraSettingsEnvironment {
     Alerts &alerts;
     FilePanels &filePanels;
     QString webSite; ///< Of the maker, behind the link at the foot.
+    std::function<void(const QUrl &)> openUrl;
 };
 
 /// What the editor reports, each on the main thread.
@@ -52,8 +55,9 @@ class CameraSettingsController final : public QObject {
                              CameraSettingsHandlers handlers);
     ~CameraSettingsController() override;
 
-    /// Shows the window, centred, with a row selected if it is one of the list's.
-    void show(int selectedRow, bool staysOnTop);
+    /// Shows the window in the middle of `screen` (nullptr: where the system puts it), with a row
+    /// selected if it is one of the list's.
+    void show(int selectedRow, bool staysOnTop, const QScreen *screen);
     /// Brings the window to the front.
     void bringToFront();
     void setStaysOnTop(bool staysOnTop);

@@ -4,10 +4,8 @@
 #include "style/Symbols.h"
 
 #include <QCloseEvent>
-#include <QDesktopServices>
 #include <QHBoxLayout>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -19,13 +17,13 @@ constexpr QSize initialSize{900, 620};
 constexpr QSize minimumWindowSize{760, 480};
 constexpr int windowMargin = 30;
 constexpr int sectionSpacing = 16;
+constexpr int buttonPadding = 14;
 constexpr QMargins tableInsets{10, 8, 10, 18};
 
-QLabel *makeLabel(const QString &text, const QFont &font, QPalette::ColorRole colour) {
+QLabel *makeLabel(const QString &text, const QFont &font) {
     auto *label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
     label->setFont(font);
-    label->setForegroundRole(colour);
     return label;
 }
 
@@ -52,13 +50,14 @@ QWidget *CameraSettingsWindow::makeHeading() {
     auto *layout = new QVBoxLayout(heading);
     layout->setContentsMargins({});
     layout->setSpacing(6);
-    layout->addWidget(makeLabel(QStringLiteral("Cameras"), systemFont(22, QFont::DemiBold),
-                                QPalette::WindowText));
+    layout->addWidget(makeLabel(QStringLiteral("Cameras"), systemFont(22, QFont::DemiBold)));
     QLabel *explanation = makeLabel(
         QStringLiteral("Customize camera names and full RTSP addresses. Drag rows to change their "
                        "order, or use the sorting shortcuts. Changes are stored only on this Mac."),
-        systemFont(13, QFont::Normal), QPalette::PlaceholderText);
+        systemFont(13, QFont::Normal));
     explanation->setWordWrap(true);
+    m_explanation = explanation;
+    dimExplanation();
     layout->addWidget(explanation);
     return heading;
 }
@@ -77,6 +76,8 @@ QPushButton *CameraSettingsWindow::makeButton(const QString &title, const QStrin
     auto *button = new QPushButton(title);
     button->setAutoDefault(false); // Return is Save's alone
     button->setToolTip(toolTip);
+    // Some styles leave a title hardly any room at its sides.
+    button->setMinimumWidth(button->fontMetrics().horizontalAdvance(title) + 2 * buttonPadding);
     return button;
 }
 
@@ -117,9 +118,27 @@ QWidget *CameraSettingsWindow::makeFoot(const QString &webSite) {
     foot->setTextInteractionFlags(Qt::TextBrowserInteraction);
     foot->setAlignment(Qt::AlignCenter);
     foot->setFont(systemFont(11, QFont::Normal));
-    connect(foot, &QLabel::linkActivated, this,
-            [](const QString &address) { QDesktopServices::openUrl(QUrl(address)); });
+    connect(foot, &QLabel::linkActivated, this, [this](const QString &address) {
+        if (openUrl)
+            openUrl(QUrl(address));
+    });
     return foot;
+}
+
+void CameraSettingsWindow::dimExplanation() {
+    // The toolkit has a colour for placeholders only, which is too faint for text to be read.
+    constexpr float opacity = 0.68F;
+    QColor secondary = palette().color(QPalette::WindowText);
+    secondary.setAlphaF(opacity);
+    QPalette dimmed = palette();
+    dimmed.setColor(QPalette::WindowText, secondary);
+    m_explanation->setPalette(dimmed);
+}
+
+void CameraSettingsWindow::changeEvent(QEvent *event) {
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_explanation != nullptr)
+        dimExplanation(); // the system's theme has changed
 }
 
 void CameraSettingsWindow::closeEvent(QCloseEvent *event) {

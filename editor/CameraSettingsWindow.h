@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QDialog>
+#include <QLabel>
 #include <QPushButton>
+#include <QUrl>
 
 #include <functional>
 
@@ -30,12 +32,15 @@ class CameraSettingsWindow final : public QDialog {
     QPushButton *cancelButton = nullptr;
     QPushButton *saveButton = nullptr;
 
+    /// Opens the maker's web site.
+    std::function<void(const QUrl &)> openUrl;
     /// Runs when the window was closed in any way.
     std::function<void()> didClose;
     /// Given the keys that nothing in the window used; answers whether it was one of its own.
     std::function<bool(QKeyEvent &)> keyDown;
 
   protected:
+    void changeEvent(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void done(int result) override;
@@ -47,7 +52,10 @@ class CameraSettingsWindow final : public QDialog {
     QWidget *makeFoot(const QString &webSite);
     QPushButton *makeButton(const QString &title, const QString &toolTip = {});
 
+    void dimExplanation();
+
     CameraTableView *m_tableView = nullptr;
+    QLabel *m_explanation = nullptr;
 };
 
 } // namespace lumvik

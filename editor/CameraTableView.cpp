@@ -5,9 +5,13 @@
 #include "editor/MirelCameraRowView.h"
 #include "style/LumvikPalette.h"
 
+#include <QApplication>
+#include <QDrag>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMimeData>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QStyleOption>
@@ -29,8 +33,17 @@ class CameraTableStyle final : public QProxyStyle {
   public:
     void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
                      const QWidget *widget) const override {
-        if (element != CE_HeaderSection) // the titles stand on the window's own ground
+        if (element == CE_HeaderSection)
+            return; // the titles stand on the window's own ground
+        const auto *header = qstyleoption_cast<const QStyleOptionHeader *>(option);
+        if (element != CE_HeaderLabel || header == nullptr) {
             QProxyStyle::drawControl(element, option, painter, widget);
+            return;
+        }
+        QStyleOptionHeader label = *header;
+        const int indent = CameraFieldDelegate::textIndent(); // they stand over the texts
+        label.rect.adjust(indent, 0, -indent, 0);
+        QProxyStyle::drawControl(element, &label, painter, widget);
     }
 
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
@@ -84,6 +97,8 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
     setVerticalScrollMode(ScrollPerPixel);
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
+    setTabKeyNavigation(
+        false); // Tab leads on to the buttons; within an edit it goes from field to field
     setEditTriggers(DoubleClicked | SelectedClicked | EditKeyPressed | AnyKeyPressed);
 
     setDragDropMode(InternalMove);
@@ -99,7 +114,6 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
 void CameraTableView::setUpColumns() {
     QHeaderView *header = horizontalHeader();
     header->setStyle(style());
-    header->setForegroundRole(QPalette::PlaceholderText);
     header->viewport()->setAutoFillBackground(false);
     header->setHighlightSections(false);
     header->setSectionsClickable(false);
@@ -108,13 +122,21 @@ void CameraTableView::setUpColumns() {
     header->resizeSection(CameraListModel::order, handleWidth);
     header->resizeSection(CameraListModel::name, nameWidth);
     header->setStretchLastSection(true);
+    connect(header, &QHeaderView::sectionResized, this, &CameraTableView::keepColumnsWide);
+}
+
+void CameraTableView::keepColumnsWide() {
     // The header knows one minimum for all columns only.
-    connect(header, &QHeaderView::sectionResized, this, [this, header](int column, int, int width) {
-        const int room = viewport()->width() - handleWidth - minimumAddressWidth;
-        const int most = qMax(room, minimumNameWidth);
-        if (column == CameraListModel::name && (width < minimumNameWidth || width > most))
-            header->resizeSection(column, qBound(minimumNameWidth, width, most));
-    });
+    const int room = viewport()->width() - handleWidth - minimumAddressWidth;
+    const int width = columnWidth(CameraListModel::name);
+    const int wanted = qBound(minimumNameWidth, width, qMax(room, minimumNameWidth));
+    if (width != wanted)
+        horizontalHeader()->resizeSection(CameraListModel::name, wanted);
+}
+
+void CameraTableView::resizeEvent(QResizeEvent *event) {
+    QTableView::resizeEvent(event);
+    keepColumnsWide();
 }
 
 int CameraTableView::selectedRow() const {
@@ -144,9 +166,32 @@ void CameraTableView::editCell(int row, int column) {
 }
 
 void CameraTableView::endEditing() {
-    if (state() != EditingState)
-        return;
-    setFocus(); // which commits, and closes the field
+    if (QWidget *field = indexWidget(currentIndex())) {
+        commitData(field);
+        closeEditor(field, QAbstractItemDelegate::NoHint);
+    }
+}
+
+bool CameraTableView::edit(const QModelIndex &index, EditTrigger trigger, QEvent *event) {
+    // A second click begins an edit a moment later. An alert or a panel may have come up since.
+    const QWidget *modal = QApplication::activeModalWidget();
+    if (modal != nullptr && modal != window())
+        return false;
+    // On a handle, keys mean the row's name.
+    const bool isKey = trigger == EditKeyPressed || trigger == AnyKeyPressed;
+    if (isKey && index.isValid() && index.column() == CameraListModel::order) {
+        setCurrentIndex(index.siblingAtColumn(CameraListModel::name));
+        return QTableView::edit(currentIndex(), trigger, event);
+    }
+    return QTableView::edit(index, trigger, event);
+}
+
+void CameraTableView::rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) {
+    // Another row becomes the current one, and the table would scroll to it.
+    const bool scrolled = hasAutoScroll();
+    setAutoScroll(false);
+    QTableView::rowsAboutToBeRemoved(parent, first, last);
+    setAutoScroll(scrolled);
 }
 
 void CameraTableView::selectionChanged(const QItemSelection &selected,
@@ -162,6 +207,11 @@ void CameraTableView::keyPressEvent(QKeyEvent *event) {
         Q_EMIT moveRequested(-1);
     else if (isMove && event->key() == Qt::Key_Down)
         Q_EMIT moveRequested(1);
+    else if (event->key() == Qt::Key_Delete && event->modifiers() == Qt::NoModifier)
+        Q_EMIT removalRequested();
+    else if (event->key() == Qt::Key_Space && currentIndex().isValid())
+        edit(currentIndex(), EditKeyPressed,
+             event); // the text stays: nobody begins one with a blank
     else
         QTableView::keyPressEvent(event);
 }
@@ -170,7 +220,7 @@ QModelIndex CameraTableView::moveCursor(CursorAction action, Qt::KeyboardModifie
     const QModelIndex next = QTableView::moveCursor(action, modifiers);
     if (!next.isValid() || next.column() != CameraListModel::order)
         return next;
-    if (action == MoveNext)
+    if (action == MoveNext || action == MoveLeft || action == MoveHome)
         return next.siblingAtColumn(CameraListModel::name);
     if (action == MovePrevious) {
         // From the first field of all to the last one.
@@ -183,21 +233,67 @@ QModelIndex CameraTableView::moveCursor(CursorAction action, Qt::KeyboardModifie
 void CameraTableView::paintEvent(QPaintEvent *event) {
     {
         QPainter painter(viewport());
-        const int selected = selectedRow();
         const int first = qMax(rowAt(event->rect().top()), 0);
         for (int row = first; row < m_cameras.rowCount(); ++row) {
-            const int top = rowViewportPosition(row);
-            if (top > event->rect().bottom())
+            if (rowViewportPosition(row) > event->rect().bottom())
                 break;
-            const QRectF bounds(0, top, viewport()->width(), rowHeight(row));
-            MirelCameraRowView view;
-            view.usesAlternateBackground = row % 2 == 1;
-            view.isSelected = row == selected;
-            view.drawBackground(painter, bounds, palette());
-            view.drawSelection(painter, bounds);
+            paintRow(painter, row);
         }
     }
     QTableView::paintEvent(event);
+}
+
+void CameraTableView::paintRow(QPainter &painter, int row) const {
+    MirelCameraRowView view;
+    view.usesAlternateBackground = row % 2 == 1;
+    view.isSelected = row == selectedRow();
+    const QRectF bounds = rowRect(row);
+    view.drawBackground(painter, bounds, palette());
+    view.drawSelection(painter, bounds);
+}
+
+QRect CameraTableView::rowRect(int row) const {
+    return {0, rowViewportPosition(row), viewport()->width(), rowHeight(row)};
+}
+
+// ---- Dragging ----
+
+void CameraTableView::mousePressEvent(QMouseEvent *event) {
+    m_pressed = event->pos();
+    QTableView::mousePressEvent(event);
+}
+
+void CameraTableView::startDrag(Qt::DropActions supportedActions) {
+    const int row = selectedRow();
+    if (row < 0)
+        return;
+    auto *drag = new QDrag(this); // which deletes itself
+    drag->setMimeData(m_cameras.mimeData({m_cameras.index(row, CameraListModel::order)}));
+    drag->setPixmap(pictureOfRow(row));
+    drag->setHotSpot(m_pressed - rowRect(row).topLeft());
+    drag->exec(supportedActions, Qt::MoveAction); // the model moves the row as it is dropped
+}
+
+QPixmap CameraTableView::pictureOfRow(int row) const {
+    // What lies under the row can be seen through it, the place of the drop above all.
+    constexpr qreal opacity = 0.8;
+    const QRect bounds = rowRect(row);
+    QPixmap picture(bounds.size() * devicePixelRatio());
+    picture.setDevicePixelRatio(devicePixelRatio());
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setOpacity(opacity);
+    painter.translate(-bounds.topLeft());
+    paintRow(painter, row);
+    for (int column = 0; column < m_cameras.columnCount(); ++column) {
+        const QModelIndex cell = m_cameras.index(row, column);
+        QStyleOptionViewItem option;
+        initViewItemOption(&option);
+        option.rect = visualRect(cell);
+        option.state.setFlag(QStyle::State_Selected);
+        itemDelegateForIndex(cell)->paint(&painter, option, cell);
+    }
+    return picture;
 }
 
 } // namespace lumvik

@@ -1,6 +1,7 @@
 // The player instance: creation, configuration, loading, the video's shape, tear-down.
 
 #include "app/AppDelegate.h"
+#include "engine/EngineAddress.h"
 #include "engine/PlayerOptions.h"
 #include "platform/LumvikLog.h"
 
@@ -149,7 +150,7 @@ void AppDelegate::loadCamera(int index) {
                                   .arg(playbackSelectionGeneration));
 
     const Camera &camera = cameras.at(index);
-    const QByteArray address = camera.url.toUtf8();
+    const QByteArray address = engineAddress(camera.url).toUtf8();
     std::array<const char *, 4> command{"loadfile", address.constData(), "replace", nullptr};
     const int result = mpv_command(mpv, command.data());
     if (result >= 0)
@@ -157,7 +158,8 @@ void AppDelegate::loadCamera(int index) {
     LumvikLog::playback().error(
         QStringLiteral("mpv rejected the load command with error %1.").arg(result));
     schedulePlaybackRecovery({.reason = QStringLiteral("mpv rejected the load command")});
-    showPlaybackError(QStringLiteral("Could not open %1.").arg(camera.name));
+    // Cameras get named after their own addresses.
+    showPlaybackError(QStringLiteral("Could not open %1.").arg(LumvikLog::redacted(camera.name)));
 }
 
 void AppDelegate::setMPVProperty(const char *name, const char *value) {

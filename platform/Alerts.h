@@ -5,7 +5,8 @@
 
 namespace lumvik {
 
-/// A message that the user has to answer.
+/// A message that the user has to answer. It is shown as it stands: whoever puts a camera's name or
+/// an engine's words into it sees to it that they show no address (LumvikLog::redacted).
 struct Alert {
     enum class Style { warning, informational };
 

@@ -48,6 +48,11 @@ void ControllerTest::launch() {
                        .random = [this] { return random; },
                        .limitTimeToExit = [this] { ++exitLimits; },
                        .terminate = [this] { ++terminations; },
+                       .openUrl =
+                           [this](const QUrl &address) {
+                               openedUrls.append(address);
+                               return urlsCanBeOpened;
+                           },
                        .webSite = u"https://maker.example/"_s,
                        .engineLogLevel = "warn"});
     delegate->applicationDidFinishLaunching();

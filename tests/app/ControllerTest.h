@@ -69,7 +69,9 @@ class ControllerTest : public testing::Test {
     FakeNetwork network;
     double random = 0; // what chance answers, 0 to below 1
     int terminations = 0;
-    int exitLimits = 0; // how often the time until the exit was limited
+    int exitLimits = 0;     // how often the time until the exit was limited
+    QList<QUrl> openedUrls; // with the user's other programs
+    bool urlsCanBeOpened = true;
     std::unique_ptr<AppDelegate> delegate;
 };
 

@@ -34,6 +34,8 @@ INSTANTIATE_TEST_SUITE_P(
                     AddressCase{u"rtsp://[2001:db8::7]/x"_s, true},
                     AddressCase{u"rtsp://tür.example/hof"_s, true},
                     AddressCase{u"rtsp://كاميرا.example/1"_s, true},
+                    AddressCase{u"rtsp://front_door/x"_s, true},
+                    AddressCase{u"rtsp://camera.example./x"_s, true},
                     AddressCase{u"http://camera.example/"_s, false},
                     AddressCase{u"rtsps://camera.example/"_s, false},
                     AddressCase{u"camera.example"_s, false},
@@ -55,6 +57,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(Damaged, CameraAddress,
                          testing::Values(AddressCase{u"rtsp://camera.example/a b"_s, false},
+                                         AddressCase{u"rtsp://camera.example/\u200B"_s, false},
+                                         AddressCase{u"\uFEFFrtsp://camera.example/"_s, false},
+                                         AddressCase{u"rtsp:\\\\camera.example\\x"_s, false},
                                          AddressCase{u"rtsp://cam era.example/"_s, false},
                                          AddressCase{u" rtsp://camera.example/"_s, false},
                                          AddressCase{u"rtsp://camera.example/\n"_s, false},
@@ -91,7 +96,8 @@ TEST(ValidatedCameras, BadAddressIsReportedWithTheCamerasName) {
     const CameraList draft{{u" Yard "_s, u"http://yard/"_s}, {u""_s, u""_s}};
     const auto validated = validatedCameras(draft);
     ASSERT_FALSE(validated) << "the first bad row counts";
-    EXPECT_EQ(validated.error().title, u"Check Yard"_s);
+    EXPECT_EQ(validated.error().title, u"Check "_s);
+    EXPECT_EQ(validated.error().nameInTitle, u"Yard"_s);
     EXPECT_EQ(validated.error().message, u"Enter a full RTSP address beginning with rtsp://."_s);
     EXPECT_EQ(validated.error().row, 0);
     EXPECT_EQ(validated.error().field, CameraField::address);
@@ -130,6 +136,16 @@ TEST(SortedByName, NamesThatAreAlikeKeepTheirOrder) {
               (QStringList{u"Door"_s, u"yard"_s, u"YARD"_s}));
     EXPECT_EQ(namesOf(sortedByName(cameras, Qt::DescendingOrder)),
               (QStringList{u"yard"_s, u"YARD"_s, u"Door"_s}));
+}
+
+TEST(SortedByName, PutsAccentsWhereAReaderLooksForThem) {
+    const QLocale before;
+    QLocale::setDefault(QLocale(u"de_DE"_s));
+    EXPECT_EQ(namesOf(sortedByName({{u"Zaun"_s, {}}, {u"Über"_s, {}}, {u"uhr"_s, {}}, {u"Tür"_s, {}}},
+                                   Qt::AscendingOrder)),
+              (QStringList{u"Tür"_s, u"Über"_s, u"uhr"_s, u"Zaun"_s}));
+    EXPECT_TRUE(namesAreAlike(u"TÜR"_s, u"tür"_s));
+    QLocale::setDefault(before);
 }
 
 TEST(CameraRemoval, NeedsTwoCamerasAndASelection) {

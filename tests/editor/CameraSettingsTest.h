@@ -2,6 +2,7 @@
 
 #include "TestFolder.h"
 #include "configuration/CameraConfiguration.h"
+#include "editor/CameraFieldDelegate.h"
 #include "editor/CameraListModel.h"
 #include "editor/CameraSettingsController.h"
 #include "editor/CameraSettingsWindow.h"
@@ -43,14 +44,17 @@ class CameraSettings : public testing::Test {
         }
     }
 
-    void open(const CameraList &cameras, int selected = 0, bool staysOnTop = false) {
+    void open(const CameraList &cameras, int selected = 0, bool staysOnTop = false,
+              const QScreen *screen = nullptr) {
         editor = std::make_unique<CameraSettingsController>(
             cameras,
-            CameraSettingsEnvironment{.store = store,
-                                      .fileManager = FileManager::standard(),
-                                      .alerts = alerts,
-                                      .filePanels = panels,
-                                      .webSite = u"https://maker.example/"_s},
+            CameraSettingsEnvironment{
+                .store = store,
+                .fileManager = FileManager::standard(),
+                .alerts = alerts,
+                .filePanels = panels,
+                .webSite = u"https://maker.example/"_s,
+                .openUrl = [this](const QUrl &address) { opened.append(address); }},
             CameraSettingsHandlers{
                 .save =
                     [this](const CameraList &list) {
@@ -64,7 +68,7 @@ class CameraSettings : public testing::Test {
                         return event.key() == Qt::Key_F5;
                     },
             });
-        editor->show(selected, staysOnTop);
+        editor->show(selected, staysOnTop, screen);
         ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
     }
     void open(const QStringList &names, int selected = 0) { open(camerasNamed(names), selected); }
@@ -153,7 +157,8 @@ class CameraSettings : public testing::Test {
     std::function<tl::expected<void, StoreError>(const CameraList &)> saving;
     QList<CameraList> saved; ///< Every list that was handed over.
     int closings = 0;
-    QList<int> keys; ///< That nothing in the window used; F5 is one of the program's own.
+    QList<QUrl> opened; ///< With the user's browser.
+    QList<int> keys;    ///< That nothing in the window used; F5 is one of the program's own.
     std::unique_ptr<CameraSettingsController> editor;
 };
 

@@ -1,0 +1,208 @@
+// The toolkit's dialogs behind alerts and file panels, as the user has them before them.
+
+#include "app/MessageBoxAlerts.h"
+#include "app/QtFilePanels.h"
+#include "platform/LumvikLog.h"
+#include "style/LumvikPalette.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace lumvik {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+/// Runs `use` on the dialog of this kind as soon as it is on the screen. Whoever shows it waits in the
+/// dialog's own loop meanwhile.
+template <typename Dialog> void whenShown(const std::function<void(Dialog &)> &use) {
+    auto *poll = new QTimer(qApp);
+    QObject::connect(poll, &QTimer::timeout, poll, [poll, use] {
+        auto *dialog = qobject_cast<Dialog *>(QApplication::activeModalWidget());
+        if (dialog == nullptr || !dialog->isVisible())
+            return;
+        poll->deleteLater();
+        poll->stop();
+        use(*dialog);
+    });
+    poll->start(5);
+}
+
+Alert alertSaying(const QString &title, const QString &message) {
+    return {.style = Alert::Style::warning,
+            .messageText = title,
+            .informativeText = message,
+            .buttons = {u"Open Website"_s, u"Later"_s}};
+}
+
+class AlertBox : public testing::Test {
+  protected:
+    int run(const Alert &alert, const std::function<void(QMessageBox &)> &use) {
+        whenShown<QMessageBox>(use);
+        return alerts.runModal(alert);
+    }
+    MessageBoxAlerts alerts{[] { return nullptr; }};
+};
+
+TEST_F(AlertBox, ShowsItsTextsLetterByLetter) {
+    // Whatever passwords there are: these are the texts that a user has to read.
+    LumvikLog::protectAddresses({u"rtsp://u:2@a/"_s, u"rtsp://u:camera@a/"_s});
+    for (const QString &text :
+         {u"Enter a full RTSP address beginning with rtsp://."_s, u"Enter a name for camera 2."_s,
+          u"It can be copied: https://maker.example/help.html"_s, u"<b>no markup</b>"_s}) {
+        run(alertSaying(u"Check "_s + text, text), [&](QMessageBox &box) {
+            EXPECT_EQ(box.text(), u"Check "_s + text);
+            EXPECT_EQ(box.informativeText(), text);
+            EXPECT_EQ(box.textFormat(), Qt::PlainText);
+            box.reject();
+        });
+    }
+}
+
+TEST_F(AlertBox, AnswersTheButtonThatWasPressed) {
+    const Alert alert = alertSaying(u"a"_s, u"b"_s);
+    for (const int wanted : {0, 1}) {
+        EXPECT_EQ(run(alert,
+                      [&](QMessageBox &box) {
+                          for (QAbstractButton *button : box.buttons()) {
+                              if (button->text() == alert.buttons.at(wanted))
+                                  button->click();
+                          }
+                      }),
+                  wanted);
+    }
+}
+
+TEST_F(AlertBox, ReturnIsTheFirstButtonAndEscapeTheLast) {
+    const Alert alert = alertSaying(u"a"_s, u"b"_s);
+    for (const auto &[key, answer] : {std::pair(Qt::Key_Return, 0), std::pair(Qt::Key_Escape, 1)}) {
+        EXPECT_EQ(run(alert, [key = key](QMessageBox &box) { QTest::keyClick(&box, key); }),
+                  answer);
+    }
+}
+
+TEST_F(AlertBox, FirstButtonHasTheHouseColour) {
+    run(alertSaying(u"a"_s, u"b"_s), [](QMessageBox &box) {
+        auto *button = box.defaultButton();
+        ASSERT_NE(button, nullptr);
+        EXPECT_EQ(button->text(), u"Open Website"_s);
+        const QImage picture = button->grab().toImage();
+        EXPECT_EQ(picture.pixelColor(picture.width() / 8, picture.height() / 2),
+                  LumvikPalette::mirel());
+        box.reject();
+    });
+}
+
+TEST_F(AlertBox, BelongsToTheWindowInUse) {
+    QWindow window;
+    window.create();
+    MessageBoxAlerts above([&] { return &window; });
+    whenShown<QMessageBox>([&](QMessageBox &box) {
+        EXPECT_EQ(box.windowHandle()->transientParent(), &window);
+        EXPECT_EQ(box.windowModality(), Qt::ApplicationModal);
+        box.reject();
+    });
+    above.runModal(alertSaying(u"a"_s, u"b"_s));
+}
+
+class FilePanelDialog : public testing::Test {
+  protected:
+    std::optional<QString> open(const std::function<void(QFileDialog &)> &use) {
+        whenShown<QFileDialog>(use);
+        return panels.chooseFileToOpen(
+            {.title = u"Import Camera List"_s, .prompt = u"Import"_s, .suggestedName = {}},
+            nullptr);
+    }
+    std::optional<QString> save(const std::function<void(QFileDialog &)> &use) {
+        whenShown<QFileDialog>(use);
+        return panels.chooseFileToSave({.title = u"Export Camera List"_s,
+                                        .prompt = u"Export"_s,
+                                        .suggestedName = u"lumvik-cameras.json"_s},
+                                       nullptr);
+    }
+    void put(const QString &name) const {
+        QFile file(folder.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    static void answer(QFileDialog &dialog, const QString &path) {
+        dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
+        QTest::keyClick(dialog.findChild<QLineEdit *>(u"fileNameEdit"_s), Qt::Key_Return);
+    }
+
+    QtFilePanels panels;
+    QTemporaryDir folder;
+};
+
+TEST_F(FilePanelDialog, AsksForOneJsonFileToImport) {
+    put(u"list.json"_s);
+    const auto chosen = open([this](QFileDialog &dialog) {
+        EXPECT_EQ(dialog.windowTitle(), u"Import Camera List"_s);
+        EXPECT_EQ(dialog.labelText(QFileDialog::Accept), u"Import"_s);
+        EXPECT_EQ(dialog.acceptMode(), QFileDialog::AcceptOpen);
+        EXPECT_EQ(dialog.fileMode(), QFileDialog::ExistingFile);
+        EXPECT_EQ(dialog.nameFilters(), QStringList(u"JSON (*.json)"_s));
+        answer(dialog, folder.filePath(u"list.json"_s));
+    });
+    EXPECT_EQ(chosen, folder.filePath(u"list.json"_s));
+}
+
+TEST_F(FilePanelDialog, CancelledAnswersNothing) {
+    EXPECT_EQ(open([](QFileDialog &dialog) { dialog.reject(); }), std::nullopt);
+    EXPECT_EQ(save([](QFileDialog &dialog) { dialog.reject(); }), std::nullopt);
+}
+
+TEST_F(FilePanelDialog, SuggestsAFileToExportTo) {
+    const auto chosen = save([this](QFileDialog &dialog) {
+        EXPECT_EQ(dialog.windowTitle(), u"Export Camera List"_s);
+        EXPECT_EQ(dialog.labelText(QFileDialog::Accept), u"Export"_s);
+        EXPECT_EQ(dialog.acceptMode(), QFileDialog::AcceptSave);
+        EXPECT_EQ(dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->text(),
+                  u"lumvik-cameras.json"_s);
+        answer(dialog, folder.filePath(u"other.txt"_s));
+    });
+    EXPECT_EQ(chosen, folder.filePath(u"other.txt"_s));
+}
+
+TEST_F(FilePanelDialog, CompletesANameWithoutSuffix) {
+    EXPECT_EQ(
+        save([this](QFileDialog &dialog) { answer(dialog, folder.filePath(u"mine"_s)); }),
+        folder.filePath(u"mine.json"_s));
+}
+
+TEST_F(FilePanelDialog, CompletedNameOfAnExistingFileIsAskedAbout) {
+    put(u"mine.json"_s);
+    for (const auto &[button, chosen] :
+         {std::pair(QMessageBox::No, std::optional<QString>()),
+          std::pair(QMessageBox::Yes, std::optional(folder.filePath(u"mine.json"_s)))}) {
+        EXPECT_EQ(save([this, button = button](QFileDialog &dialog) {
+                      whenShown<QMessageBox>([button](QMessageBox &box) {
+                          EXPECT_TRUE(box.text().contains(u"mine.json"_s));
+                          box.button(button)->click();
+                      });
+                      answer(dialog, folder.filePath(u"mine"_s));
+                  }),
+                  chosen);
+    }
+}
+
+TEST_F(FilePanelDialog, GoesWithItsWindow) {
+    auto window = std::make_unique<QWidget>();
+    window->show();
+    whenShown<QFileDialog>([&](QFileDialog &) { window.reset(); });
+    EXPECT_EQ(panels.chooseFileToOpen({.title = u"a"_s, .prompt = u"b"_s, .suggestedName = {}},
+                                      window.get()),
+              std::nullopt);
+}
+
+} // namespace
+} // namespace lumvik

@@ -1,0 +1,159 @@
+// The editor by keys alone, and what a field does with texts that are not typed key by key.
+
+#include "CameraSettingsTest.h"
+
+#include <QClipboard>
+
+namespace lumvik {
+namespace {
+
+using namespace test;
+using namespace Qt::StringLiterals;
+
+constexpr int nameColumn = CameraListModel::name;
+constexpr int addressColumn = CameraListModel::address;
+
+TEST_F(CameraSettings, TabLeadsFromTheTableToEveryButtonAndBack) {
+    open({u"a"_s, u"b"_s});
+    ASSERT_EQ(QApplication::focusWidget(), &table());
+    QStringList reached;
+    do {
+        key(Qt::Key_Tab);
+        if (const auto *button = qobject_cast<QPushButton *>(QApplication::focusWidget()))
+            reached.append(button->text());
+    } while (QApplication::focusWidget() != &table());
+    EXPECT_EQ(reached, (QStringList{u"Add Camera"_s, u"Remove"_s, u"A–Z"_s, u"Z–A"_s, u"Import…"_s,
+                                    u"Export…"_s, u"Cancel"_s, u"Save"_s}));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_NE(QApplication::focusWidget(), &table());
+}
+
+TEST_F(CameraSettings, CellThatKeysWouldEditIsMarked) {
+    open({u"a"_s, u"b"_s});
+    const auto edge = [this](int column) {
+        const QRect field = CameraFieldDelegate::fieldRect(table().visualRect(cell(0, column)));
+        return table().viewport()->grab().toImage().pixelColor(field.center().x(), field.top());
+    };
+    const QColor marked = edge(nameColumn);
+    EXPECT_NE(marked, edge(addressColumn));
+    key(Qt::Key_Right);
+    EXPECT_EQ(edge(addressColumn), marked);
+    EXPECT_NE(edge(nameColumn), marked);
+    key(Qt::Key_Tab); // to the buttons
+    EXPECT_NE(edge(addressColumn), marked);
+}
+
+TEST_F(CameraSettings, KeysOnAHandleMeanTheName) {
+    open({u"a"_s, u"b"_s});
+    click(1, CameraListModel::order);
+    key(Qt::Key_F2);
+    expectEdited(1, nameColumn);
+    key(Qt::Key_Escape);
+    click(0, CameraListModel::order);
+    type(u"new"_s);
+    EXPECT_EQ(names(), (QStringList{u"new"_s, u"b"_s}));
+}
+
+TEST_F(CameraSettings, LeftStopsAtTheName) {
+    open({u"a"_s});
+    for (const Qt::Key each : {Qt::Key_Left, Qt::Key_Home}) {
+        key(Qt::Key_Right);
+        key(each);
+        key(each);
+        EXPECT_EQ(table().currentIndex(), cell(0, nameColumn));
+    }
+}
+
+TEST_F(CameraSettings, SpaceBeginsAnEditAndKeepsTheText) {
+    open({u"a"_s});
+    key(Qt::Key_Space);
+    expectEdited(0, nameColumn);
+    EXPECT_EQ(names(), QStringList(u"a"_s));
+}
+
+TEST_F(CameraSettings, DeleteRemovesTheSelectedCamera) {
+    open({u"a"_s, u"b"_s, u"c"_s}, 1);
+    key(Qt::Key_Delete);
+    EXPECT_EQ(names(), (QStringList{u"a"_s, u"c"_s}));
+    EXPECT_EQ(table().selectedRow(), 1);
+    key(Qt::Key_Delete);
+    key(Qt::Key_Delete);
+    EXPECT_EQ(names(), QStringList(u"a"_s)) << "one stays";
+    EXPECT_TRUE(alerts.shown().isEmpty());
+}
+
+TEST_F(CameraSettings, RemovingByKeysLeavesTheKeysInTheTableOnceNothingCanBeRemoved) {
+    open({u"b"_s, u"a"_s, u"c"_s});
+    window().removeButton->setFocus();
+    key(Qt::Key_Space);
+    EXPECT_EQ(QApplication::focusWidget(), window().removeButton);
+    key(Qt::Key_Space);
+    EXPECT_EQ(QApplication::focusWidget(), &table());
+    EXPECT_EQ(names(), QStringList(u"c"_s));
+}
+
+TEST_F(CameraSettings, PastedCutAndUndoneTextsReachTheDraft) {
+    open({u"a"_s});
+    QGuiApplication::clipboard()->setText(u"rtsp://pasted.example/\n"_s);
+    doubleClick(0, addressColumn);
+    key(Qt::Key_A, Qt::ControlModifier);
+    key(Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(draft().first().url.trimmed(), u"rtsp://pasted.example/"_s);
+    key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(draft().first(), cameraNamed(u"a"_s));
+    key(Qt::Key_A, Qt::ControlModifier);
+    key(Qt::Key_X, Qt::ControlModifier);
+    EXPECT_EQ(draft().first().url, QString());
+}
+
+TEST_F(CameraSettings, LongTextThatIsOnlyLookedAtStaysWhole) {
+    const QString longText = u"rtsp://a.example/"_s + QString(100'000, u'x');
+    open(CameraList{{u"a"_s, longText}});
+    doubleClick(0, addressColumn);
+    key(Qt::Key_Return);
+    EXPECT_EQ(draft().first().url, longText);
+    doubleClick(0, addressColumn);
+    key(Qt::Key_End);
+    type(u"y"_s);
+    key(Qt::Key_Return);
+    EXPECT_EQ(draft().first().url, longText + u'y');
+}
+
+TEST_F(CameraSettings, EditWaitsWhileAnotherWindowHasTheKeyboard) {
+    open({u"a"_s});
+    doubleClick(0, nameColumn);
+    type(u"half"_s);
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    window().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window()));
+    ASSERT_NE(field(), nullptr);
+    type(u" way"_s);
+    EXPECT_EQ(names(), QStringList(u"half way"_s));
+}
+
+TEST_F(CameraSettings, ButtonPressedFromAnotherWindowEndsTheEdit) {
+    open({u"a"_s, u"b"_s});
+    doubleClick(0, nameColumn);
+    type(u"half"_s);
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    editor->addCamera(); // as assistive technology can
+    EXPECT_EQ(names(), (QStringList{u"half"_s, u"b"_s, u"New Camera"_s}));
+    EXPECT_EQ(table().currentIndex(), cell(2, nameColumn));
+    EXPECT_NE(table().indexWidget(cell(2, nameColumn)), nullptr) << "its name is edited";
+    EXPECT_EQ(table().indexWidget(cell(0, nameColumn)), nullptr);
+}
+
+TEST_F(CameraSettings, HandleTellsAScreenReaderWhatItIsFor) {
+    open({u"a"_s});
+    EXPECT_EQ(cell(0, CameraListModel::order).data(Qt::AccessibleTextRole).toString(),
+              u"Drag to reorder"_s);
+}
+
+} // namespace
+} // namespace lumvik
