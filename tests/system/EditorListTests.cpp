@@ -40,6 +40,34 @@ class EditorListTest : public EditorTest {
         keyboard.press(QStringLiteral("Return"));
         ASSERT_TRUE(eventually(20s, [this] { return editorHasFocus(); }))
             << "the panel does not close";
+        // The toolkit hears a moment later that the keys are the editor's again.
+        ASSERT_TRUE(eventually(20s, [this] { return aButtonHasTheKeys(); }));
+    }
+    /// Whether one of the buttons at the left is drawn as the one that has the keys: with a blue edge.
+    [[nodiscard]] bool aButtonHasTheKeys() const {
+        const QRect window = desktop.x().geometry(editor).value_or(QRect());
+        const QImage row = screen.area(QRect(window.left(), window.bottom() - 59, 600, 1));
+        for (int x = 0; x < row.width(); ++x) {
+            const QColor pixel = row.pixelColor(x, 0);
+            if (pixel.blue() - pixel.red() > 60)
+                return true;
+        }
+        return false;
+    }
+    /// Whether there is an insertion point, or selected text, in a field of the selected row.
+    [[nodiscard]] bool aFieldHasTheKeys() const {
+        const auto row = houseColouredRow();
+        if (!row)
+            return false;
+        // Along the middle of the row: its name's field, and its address's.
+        for (const auto &[from, to] : {std::pair(50, 210), std::pair(252, 790)}) {
+            const QImage line = screen.area(QRect(row->x() + from, row->y() + 21, to - from, 1));
+            for (int x = 0; x < line.width(); ++x) {
+                if (colourDistance(line.pixelColor(x, 0), houseColour) <= 2)
+                    return true;
+            }
+        }
+        return false;
     }
     /// Out of a row of buttons and back into the table.
     void backToTable(int button) { press(QStringLiteral("shift+Tab"), button); }
@@ -89,6 +117,7 @@ TEST_F(EditorListTest, BadAddressPutsTheInsertionPointIntoItsCell) {
     ASSERT_TRUE(dialogAppears());
     keyboard.press(QStringLiteral("Return"));
     ASSERT_TRUE(eventually(20s, [this] { return editorHasFocus(); }));
+    ASSERT_TRUE(eventually(20s, [this] { return aFieldHasTheKeys(); }));
     type(QStringLiteral("rtsp://127.0.0.1:9/two")); // over the whole text, which is selected
     press(QStringLiteral("Return"), 2);
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
@@ -156,7 +185,7 @@ TEST_F(EditorListTest, EditGoesOnAfterAVisitToAnotherWindow) {
     ASSERT_TRUE(startWhiteWindow(QRect(0, 0, 200, 150)));
     ASSERT_TRUE(eventually(20s, [this] { return !editorHasFocus(); }));
     xdotool(desktop, {QStringLiteral("windowactivate"), QString::number(editor)});
-    ASSERT_TRUE(eventually(20s, [this] { return editorHasFocus(); }));
+    ASSERT_TRUE(eventually(20s, [this] { return editorHasFocus() && aFieldHasTheKeys(); }));
     type(QStringLiteral("Door"));
     press(QStringLiteral("Return"), 2);
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
