@@ -12,7 +12,8 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     : environment(std::move(withEnvironment))
     , localNetworkProbeQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".local-network"))
     , networkPathQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".network-path"))
-    , networkPathMonitor(environment.makeNetworkPathMonitor()) {}
+    , networkPathMonitor(environment.makeNetworkPathMonitor())
+    , updateService(environment.makeUpdateService()) {}
 
 AppDelegate::~AppDelegate() {
     // Nothing may come back from the window while its owner goes away.
@@ -26,8 +27,12 @@ void AppDelegate::applicationDidFinishLaunching() {
     startSystemRecoveryMonitoring();
     loadCameras();
     createWindow();
-    if (cameras.isEmpty())
-        return;
+    if (!cameras.isEmpty())
+        startPlaybackOnceDrawn();
+    checkForUpdatesIfNeeded();
+}
+
+void AppDelegate::startPlaybackOnceDrawn() {
     // Playback waits for the first complete drawing of the window: the render context needs the
     // window's OpenGL context, and the user sees a window at once.
     playbackAwaitsWindow = true;
@@ -48,6 +53,11 @@ void AppDelegate::applicationDidFinishLaunching() {
 void AppDelegate::buildMainMenu() {
     MainMenuActions actions;
     actions.showCameraSettings = [this] { showCameraSettings(); };
+    actions.checkForUpdates = [this] { checkForUpdates(); };
+    actions.openLumvikHelp = [this] { openLumvikHelp(); };
+    actions.showQuickHelp = [this] { showQuickHelp(); };
+    actions.sendFeedback = [this] { sendFeedback(); };
+    actions.showAbout = [this] { showAbout(); };
     actions.terminate = [this] { environment.terminate(); };
     actions.performClose = [this] { closeCameraViewer(); };
     actions.toggleFullScreen = [this] {
@@ -101,6 +111,8 @@ void AppDelegate::stopEverything() {
     playbackWatchdog.reset();
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
+    if (updateCheckTask)
+        updateCheckTask->cancel();
     allowSleep();
     stopPlayerEngine();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/AboutPanel.h"
 #include "app/AppEnvironment.h"
 #include "app/MainMenu.h"
 #include "configuration/Camera.h"
@@ -168,8 +169,20 @@ class AppDelegate final : public QObject {
     /// Stores a list and shows it: the chooser, the selection, playback. An error changes nothing.
     [[nodiscard]] tl::expected<void, StoreError> applySavedCameras(const CameraList &saved);
 
-    // ---- Help: app/AppDelegate+Help.cpp ----
+    // ---- Updates: updates/AppDelegate+Updates.cpp ----
 
+    /// Checks for updates unless the last check that succeeded was less than a day ago. Once, at
+    /// the end of the launch.
+    void checkForUpdatesIfNeeded();
+    /// Checks because the user asks, and answers in any case.
+    void checkForUpdates();
+
+    // ---- About, help and feedback: app/AppDelegate+Help.cpp ----
+
+    void showAbout();
+    void openLumvikHelp();
+    void showQuickHelp();
+    void sendFeedback();
     /// Opens `address` in the program that the user has for it. Where there is none, shows it to be
     /// copied.
     void openUrl(const QUrl &address);
@@ -218,9 +231,18 @@ class AppDelegate final : public QObject {
     // app/AppDelegate+Launch.cpp
     void buildMainMenu();
     void loadCameras();
+    void startPlaybackOnceDrawn();
     /// Keeps the addresses of `list` out of the log from now on.
     static void protectAddressesOf(const CameraList &list);
     void stopEverything();
+
+    // updates/AppDelegate+Updates.cpp
+    /// Who asked for a check: a manual one answers whatever comes of it.
+    enum class UpdateCheckOrigin { automatic, manual };
+    void performUpdateCheck(UpdateCheckOrigin origin);
+    void updateCheckSucceeded(const LumvikUpdateCheckResult &result, UpdateCheckOrigin origin);
+    void presentAvailableUpdate(const LumvikUpdateManifest &manifest);
+    void presentUpdateStatus(const QString &title, const QString &message);
 
     // viewer/AppDelegate+Window.cpp
     void createViews();
@@ -342,6 +364,12 @@ class AppDelegate final : public QObject {
     bool systemIsSleeping = false;
     SleepMonitor::SleepDelay sleepDelay;       // held until the stream has stopped
     std::shared_ptr<WorkItem> sleepDelayLimit; // or this has come
+
+    // Updates.
+    std::unique_ptr<UpdateChecker> updateService;
+    std::shared_ptr<UpdateCheck> updateCheckTask; // the newest check, over or not
+
+    std::unique_ptr<AboutPanel> aboutPanel; // once it was asked for
 
     // The editor, while it is open; and one that has closed but may still be at work.
     std::unique_ptr<CameraSettingsController> settingsController;

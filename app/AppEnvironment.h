@@ -8,7 +8,9 @@
 #include "platform/NetworkPathMonitor.h"
 #include "platform/SleepMonitor.h"
 #include "platform/UserDefaults.h"
+#include "updates/UpdateChecker.h"
 
+#include <QDateTime>
 #include <QUrl>
 
 #include <functional>
@@ -37,8 +39,14 @@ struct AppEnvironment {
     std::function<void()> terminate;
     /// Hands an address to the user's browser or mail program; answers whether there is one.
     std::function<bool(const QUrl &)> openUrl;
-    /// The maker's web site.
-    QString webSite;
+    std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;
+    /// The time of day, in UTC.
+    std::function<QDateTime()> currentDate;
+    /// What this program says about itself; a part that is null is unknown.
+    InstalledVersion installedVersion;
+    /// The maker's web host, and where feedback goes.
+    QString webHost;
+    QString feedbackAddress;
     /// The least important kind of engine message that is logged, by libmpv's names.
     std::string engineLogLevel = "warn";
 };

@@ -9,6 +9,9 @@ namespace lumvik {
 
 namespace {
 
+/// Which of the alert's buttons a button is; styles may change its text.
+constexpr const char *buttonIndex = "lumvikButtonIndex";
+
 QMessageBox::Icon icon(Alert::Style style) {
     switch (style) {
     case Alert::Style::warning:
@@ -29,10 +32,8 @@ void colourButton(QPushButton &button) {
             .arg(LumvikPalette::mirel().name(), LumvikPalette::mirel().darker(140).name()));
 }
 
-} // namespace
-
-int MessageBoxAlerts::runModal(const Alert &alert) {
-    QMessageBox box;
+/// Gives `box` the texts and buttons of `alert`.
+void fill(QMessageBox &box, const Alert &alert) {
     box.setIcon(icon(alert.style));
     box.setWindowTitle(QStringLiteral("Lumvik"));
     // Texts may hold names that the user typed: never taken for markup.
@@ -44,25 +45,76 @@ int MessageBoxAlerts::runModal(const Alert &alert) {
     // The name by which the message box itself styles its main text.
     box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
                                      "QLabel#qt_msgbox_informativelabel { min-width: 300px; }"));
-    QList<QAbstractButton *> buttons;
-    for (const QString &title : alert.buttons) {
-        QPushButton *button = box.addButton(title, buttons.isEmpty() ? QMessageBox::AcceptRole
-                                                                     : QMessageBox::RejectRole);
-        if (buttons.isEmpty()) {
-            box.setDefaultButton(button);
-            colourButton(*button);
+    QPushButton *last = nullptr;
+    for (int index = 0; index < alert.buttons.size(); ++index) {
+        const bool isFirst = index == 0;
+        last = box.addButton(alert.buttons.at(index),
+                             isFirst ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
+        last->setProperty(buttonIndex, index);
+        if (isFirst) {
+            box.setDefaultButton(last);
+            colourButton(*last);
         }
-        buttons.append(button);
     }
-    if (!buttons.isEmpty())
-        box.setEscapeButton(buttons.last());
+    if (last != nullptr)
+        box.setEscapeButton(last);
+}
+
+/// The index, in `alert`, of the button that `box` was answered with.
+int answerOf(const QMessageBox &box, const Alert &alert) {
+    const QAbstractButton *clicked = box.clickedButton();
+    return clicked == nullptr ? static_cast<int>(alert.buttons.size()) - 1
+                              : clicked->property(buttonIndex).toInt();
+}
+
+/// Puts `box` above `parent`, whatever levels the two have.
+void attach(QMessageBox &box, QWindow *parent) {
     box.winId(); // makes the box's own window
-    if (QWindow *parent = m_parentWindow())
+    if (parent != nullptr)
         box.windowHandle()->setTransientParent(parent);
+}
+
+} // namespace
+
+MessageBoxAlerts::MessageBoxAlerts(std::function<QWindow *()> parentWindow)
+    : m_parentWindow(std::move(parentWindow)) {}
+
+MessageBoxAlerts::~MessageBoxAlerts() {
+    for (const QPointer<QMessageBox> &sheet : m_sheets)
+        delete sheet;
+}
+
+int MessageBoxAlerts::runModal(const Alert &alert) {
+    QMessageBox box;
+    fill(box, alert);
+    attach(box, m_parentWindow());
     box.setWindowModality(Qt::ApplicationModal);
     box.exec();
-    const auto answer = buttons.indexOf(box.clickedButton());
-    return static_cast<int>(answer < 0 ? buttons.size() - 1 : answer);
+    return answerOf(box, alert);
+}
+
+void MessageBoxAlerts::present(const Alert &alert, std::function<void(int)> answered) {
+    QWindow *parent = m_parentWindow();
+    if (parent == nullptr) {
+        answered(runModal(alert));
+        return;
+    }
+    auto *box = new QMessageBox; // deletes itself as it closes
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    m_sheets.removeAll(nullptr);
+    m_sheets.append(box);
+    fill(*box, alert);
+    attach(*box, parent);
+    box->setWindowModality(Qt::WindowModal);
+    QObject::connect(box, &QDialog::finished, box, [box, alert, answered = std::move(answered)] {
+        answered(answerOf(*box, alert));
+    });
+    // A sheet goes with its window.
+    QObject::connect(parent, &QWindow::visibleChanged, box, [box](bool isVisible) {
+        if (!isVisible)
+            box->reject();
+    });
+    box->show();
 }
 
 } // namespace lumvik

@@ -9,6 +9,7 @@
 #include "platform/RtnetlinkPathMonitor.h"
 #include "platform/TcpConnection.h"
 #include "platform/TerminationSignals.h"
+#include "updates/LumvikUpdateService.h"
 
 #include <QApplication>
 #include <QDesktopServices>
@@ -29,7 +30,7 @@ constexpr double longestExit = 2.5;
 /// The window above which an alert appears: the one in use, or else the editor, or else the viewer.
 QWindow *alertParent() {
     if (QWindow *focused = QGuiApplication::focusWindow();
-        focused != nullptr && focused->isVisible())
+        focused != nullptr && focused->isVisible() && focused->type() != Qt::Popup)
         return focused;
     for (const QWidget *widget : QApplication::topLevelWidgets()) {
         if (qobject_cast<const CameraSettingsWindow *>(widget) != nullptr && widget->isVisible())
@@ -82,7 +83,12 @@ int main(int argc, char **argv) {
          .limitTimeToExit = [] { endProcessWithin(longestExit); },
          .terminate = terminate,
          .openUrl = &QDesktopServices::openUrl,
-         .webSite = QStringLiteral("https://" LUMVIK_WEB_HOST "/"),
+         .makeUpdateService =
+             [&mainQueue] { return std::make_unique<LumvikUpdateService>(mainQueue); },
+         .currentDate = &QDateTime::currentDateTimeUtc,
+         .installedVersion = LumvikUpdateSettings::runningVersion(),
+         .webHost = LumvikUpdateSettings::makersWebHost(),
+         .feedbackAddress = QStringLiteral(LUMVIK_FEEDBACK_ADDRESS),
          .engineLogLevel = engineLogLevel()});
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
                      &AppDelegate::applicationWillTerminate);

@@ -27,7 +27,7 @@ void AppDelegate::showCameraSettings() {
                                   .fileManager = FileManager::standard(),
                                   .alerts = environment.alerts,
                                   .filePanels = environment.filePanels,
-                                  .webSite = environment.webSite,
+                                  .webSite = QStringLiteral("https://%1/").arg(environment.webHost),
                                   .openUrl =
                                       [self](const QUrl &address) {
                                           if (self)

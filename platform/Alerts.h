@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace lumvik {
 
 /// A message that the user has to answer. It is shown as it stands: whoever puts a camera's name or
@@ -28,6 +30,12 @@ class Alerts {
     /// index of the button (the last one when it was dismissed). Timers and deferred work go on
     /// meanwhile.
     virtual int runModal(const Alert &alert) = 0;
+
+    /// Shows `alert` as a sheet on the window in use: that window waits for the answer, all else
+    /// goes on. `answered` gets it, as above, once and in a later turn; never when the program ends
+    /// before. Without any window to belong to, the alert is run as above and `answered` called
+    /// before this returns.
+    virtual void present(const Alert &alert, std::function<void(int)> answered) = 0;
 };
 
 } // namespace lumvik

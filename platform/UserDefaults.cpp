@@ -46,8 +46,15 @@ QString UserDefaults::string(const QString &key) const {
     return value(key).toString();
 }
 
+std::optional<QDateTime> UserDefaults::date(const QString &key) const {
+    const QDateTime date = QDateTime::fromString(string(key), Qt::ISODateWithMs);
+    return date.isValid() ? std::optional(date.toUTC()) : std::nullopt;
+}
+
 void UserDefaults::set(const QString &key, const QVariant &value) {
-    m_pending.insert(key, value);
+    // The toolkit's own form of a date is one that nobody can read.
+    const bool isDate = value.typeId() == QMetaType::QDateTime;
+    m_pending.insert(key, isDate ? value.toDateTime().toUTC().toString(Qt::ISODateWithMs) : value);
     if (!m_writing.isActive())
         m_writing.start();
 }

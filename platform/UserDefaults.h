@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QHash>
 #include <QSettings>
 #include <QString>
@@ -30,8 +31,12 @@ class UserDefaults {
     /// The text under `key`; null when there is none.
     [[nodiscard]] QString string(const QString &key) const;
 
-    /// Stores a value. It reaches the disk within half a second, or at destruction: a window that
-    /// is dragged stores its frame at every step, and the disk need not hear of each.
+    /// The date under `key`, UTC; nothing when there is none.
+    [[nodiscard]] std::optional<QDateTime> date(const QString &key) const;
+
+    /// Stores a value; dates as ISO 8601 in UTC. It reaches the disk within half a second, or at
+    /// destruction: a window that is dragged stores its frame at every step, and the disk need not
+    /// hear of each.
     void set(const QString &key, const QVariant &value);
     /// Writes what is not on the disk yet.
     void synchronize();

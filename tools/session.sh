@@ -73,6 +73,12 @@ address() { address_of "$folder/$1.log"; }
 use_own_folders() {
     export XDG_DATA_HOME=$folder/data XDG_CONFIG_HOME=$folder/config XDG_CACHE_HOME=$folder/cache
     mkdir -p "$XDG_DATA_HOME/lumvik" "$XDG_CONFIG_HOME/lumvik"
+    write_preferences
+}
+# write_preferences [LINE...]: a fresh set. Updates count as looked for: no server is to be asked.
+write_preferences() {
+    printf '%s\n' '[General]' "lastAutomaticUpdateCheck=$(date -u +%FT%TZ)" "$@" \
+        >"$XDG_CONFIG_HOME/lumvik/lumvik.conf"
 }
 
 # start_screen WIDTH HEIGHT: a screen in memory with a window manager.

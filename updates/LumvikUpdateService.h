@@ -4,6 +4,7 @@
 #include "platform/MainQueue.h"
 #include "platform/SerialQueue.h"
 #include "updates/LumvikUpdateManifest.h"
+#include "updates/UpdateChecker.h"
 
 #include <QList>
 #include <QSslCertificate>
@@ -18,35 +19,6 @@
 #include <vector>
 
 namespace lumvik {
-
-/// The answer of a check that succeeded.
-struct LumvikUpdateCheckResult {
-    /// What is offered; nothing when the running version is current.
-    std::optional<LumvikUpdateManifest> available;
-
-    [[nodiscard]] bool isCurrent() const { return !available; }
-    friend bool operator==(const LumvikUpdateCheckResult &,
-                           const LumvikUpdateCheckResult &) = default;
-};
-
-/// Why a check failed.
-struct LumvikUpdateCheckError {
-    QString message; ///< A sentence for the user.
-
-    friend bool operator==(const LumvikUpdateCheckError &,
-                           const LumvikUpdateCheckError &) = default;
-};
-
-using LumvikUpdateCheckOutcome = tl::expected<LumvikUpdateCheckResult, LumvikUpdateCheckError>;
-
-/// What a version of the program says about itself, as text.
-struct InstalledVersion {
-    QString version; ///< Counts as "0" when it is null.
-    QString build;   ///< Counts as 0 when it is no decimal integer.
-
-    [[nodiscard]] QString versionText() const;
-    [[nodiscard]] std::int64_t buildNumber() const;
-};
 
 /// Whether a manifest offers an update: when its version is later than the installed one, or the
 /// same with a higher build.
@@ -72,18 +44,6 @@ struct LumvikUpdateSettings {
     [[nodiscard]] static InstalledVersion runningVersion();
 };
 
-/// A check under way. Letting go of it does not cancel it.
-class UpdateCheck {
-  public:
-    UpdateCheck() = default;
-    UpdateCheck(const UpdateCheck &) = delete;
-    UpdateCheck &operator=(const UpdateCheck &) = delete;
-    virtual ~UpdateCheck() = default;
-    /// Breaks the check off: its completion does not run any more. Returns at once. Harmless when
-    /// repeated or when the check is over. Main thread.
-    virtual void cancel() = 0;
-};
-
 /// Asks the maker's web site for the newest version: fetches `/lumvik/version.json`, validates it
 /// strictly and compares it with the version that is running. It only checks; nothing is downloaded
 /// or installed, retried or kept between checks.
@@ -91,19 +51,14 @@ class UpdateCheck {
 /// Owned by the controller and used on the main thread. The work is done on a serial queue of its
 /// own, one check after another: a check that is asked for while another one runs waits for it.
 /// Destruction cancels all checks and waits for no network and no name server.
-class LumvikUpdateService {
+class LumvikUpdateService final : public UpdateChecker {
   public:
-    using Completion = std::function<void(LumvikUpdateCheckOutcome)>;
-
     /// `mainQueue` must outlive the service.
     explicit LumvikUpdateService(MainQueue &mainQueue, LumvikUpdateSettings settings = {});
-    LumvikUpdateService(const LumvikUpdateService &) = delete;
-    LumvikUpdateService &operator=(const LumvikUpdateService &) = delete;
-    ~LumvikUpdateService();
+    ~LumvikUpdateService() override;
 
-    /// Begins a check. `completion` runs once on the main thread, in a later turn, unless the check
-    /// is cancelled or the service destroyed before; it is also destroyed there.
-    std::shared_ptr<UpdateCheck> check(Completion completion);
+    /// The completion is destroyed on the main thread, too.
+    std::shared_ptr<UpdateCheck> check(Completion completion) override;
 
   private:
     class Check;

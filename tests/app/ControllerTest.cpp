@@ -53,7 +53,11 @@ void ControllerTest::launch() {
                                openedUrls.append(address);
                                return urlsCanBeOpened;
                            },
-                       .webSite = u"https://maker.example/"_s,
+                       .makeUpdateService = [this] { return updates.makeChecker(); },
+                       .currentDate = [this] { return date; },
+                       .installedVersion = installedVersion,
+                       .webHost = webHost,
+                       .feedbackAddress = feedbackAddress,
                        .engineLogLevel = "warn"});
     delegate->applicationDidFinishLaunching();
 }

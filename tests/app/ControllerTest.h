@@ -7,6 +7,7 @@
 #include "fakes/FakeMpv.h"
 #include "fakes/FakeNetwork.h"
 #include "fakes/FakeSleepMonitor.h"
+#include "fakes/FakeUpdates.h"
 #include "fakes/TemporaryHome.h"
 #include "fakes/VirtualMainQueue.h"
 
@@ -69,7 +70,12 @@ class ControllerTest : public testing::Test {
     FakeNetwork network;
     double random = 0; // what chance answers, 0 to below 1
     int terminations = 0;
-    int exitLimits = 0;     // how often the time until the exit was limited
+    int exitLimits = 0; // how often the time until the exit was limited
+    FakeUpdates updates;
+    QDateTime date{QDate(2026, 5, 1), QTime(12, 0), Qt::UTC};
+    InstalledVersion installedVersion{.version = u"1.5"_s, .build = u"7"_s};
+    QString webHost = u"maker.example"_s;
+    QString feedbackAddress = u"feedback@maker.example"_s;
     QList<QUrl> openedUrls; // with the user's other programs
     bool urlsCanBeOpened = true;
     std::unique_ptr<AppDelegate> delegate;

@@ -23,9 +23,10 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-/// Runs `use` on the dialog of this kind as soon as it is on the screen. Whoever shows it waits in the
-/// dialog's own loop meanwhile.
-template <typename Dialog> void whenShown(const std::function<void(Dialog &)> &use) {
+/// Runs `use` on the dialog of this kind as soon as it is on the screen. Whoever shows it waits in
+/// the dialog's own loop meanwhile.
+template<typename Dialog>
+void whenShown(const std::function<void(Dialog &)> &use) {
     auto *poll = new QTimer(qApp);
     QObject::connect(poll, &QTimer::timeout, poll, [poll, use] {
         auto *dialog = qobject_cast<Dialog *>(QApplication::activeModalWidget());
@@ -115,6 +116,69 @@ TEST_F(AlertBox, BelongsToTheWindowInUse) {
     above.runModal(alertSaying(u"a"_s, u"b"_s));
 }
 
+/// A window of the program, on the screen, that sheets belong to.
+class Sheet : public testing::Test {
+  protected:
+    void SetUp() override {
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    }
+    [[nodiscard]] static QMessageBox *box() {
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            if (auto *box = qobject_cast<QMessageBox *>(widget); box != nullptr && box->isVisible())
+                return box;
+        }
+        return nullptr;
+    }
+    void present() {
+        alerts->present(alertSaying(u"a"_s, u"b"_s),
+                        [this](int button) { answers.append(button); });
+    }
+    QWidget window;
+    QList<int> answers;
+    std::unique_ptr<MessageBoxAlerts> alerts =
+        std::make_unique<MessageBoxAlerts>([this] { return window.windowHandle(); });
+};
+
+TEST_F(Sheet, BlocksItsWindowOnlyAndAnswersLater) {
+    present();
+    ASSERT_NE(box(), nullptr);
+    EXPECT_EQ(box()->windowModality(), Qt::WindowModal);
+    EXPECT_EQ(box()->windowHandle()->transientParent(), window.windowHandle());
+    EXPECT_TRUE(answers.isEmpty()) << "the rest goes on";
+    box()->defaultButton()->click();
+    EXPECT_EQ(answers, QList<int>{0});
+    present();
+    QTest::keyClick(box(), Qt::Key_Escape);
+    EXPECT_EQ(answers, (QList<int>{0, 1}));
+    EXPECT_TRUE(QTest::qWaitFor([] { return box() == nullptr; }));
+}
+
+TEST_F(Sheet, GoesWithItsWindow) {
+    present();
+    window.hide();
+    EXPECT_TRUE(QTest::qWaitFor([] { return box() == nullptr; }));
+    EXPECT_EQ(answers, QList<int>{1});
+}
+
+TEST_F(Sheet, IsTakenAwayUnansweredAtTheEnd) {
+    present();
+    present();
+    alerts.reset();
+    EXPECT_EQ(box(), nullptr);
+    EXPECT_TRUE(answers.isEmpty());
+}
+
+TEST_F(AlertBox, PresentedWithoutAnyWindowIsRunAndAnsweredAtOnce) {
+    int answer = -1;
+    whenShown<QMessageBox>([](QMessageBox &box) {
+        EXPECT_EQ(box.windowModality(), Qt::ApplicationModal);
+        box.defaultButton()->click();
+    });
+    alerts.present(alertSaying(u"a"_s, u"b"_s), [&](int button) { answer = button; });
+    EXPECT_EQ(answer, 0);
+}
+
 class FilePanelDialog : public testing::Test {
   protected:
     std::optional<QString> open(const std::function<void(QFileDialog &)> &use) {
@@ -174,9 +238,8 @@ TEST_F(FilePanelDialog, SuggestsAFileToExportTo) {
 }
 
 TEST_F(FilePanelDialog, CompletesANameWithoutSuffix) {
-    EXPECT_EQ(
-        save([this](QFileDialog &dialog) { answer(dialog, folder.filePath(u"mine"_s)); }),
-        folder.filePath(u"mine.json"_s));
+    EXPECT_EQ(save([this](QFileDialog &dialog) { answer(dialog, folder.filePath(u"mine"_s)); }),
+              folder.filePath(u"mine.json"_s));
 }
 
 TEST_F(FilePanelDialog, CompletedNameOfAnExistingFileIsAskedAbout) {

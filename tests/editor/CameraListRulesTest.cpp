@@ -141,9 +141,10 @@ TEST(SortedByName, NamesThatAreAlikeKeepTheirOrder) {
 TEST(SortedByName, PutsAccentsWhereAReaderLooksForThem) {
     const QLocale before;
     QLocale::setDefault(QLocale(u"de_DE"_s));
-    EXPECT_EQ(namesOf(sortedByName({{u"Zaun"_s, {}}, {u"Über"_s, {}}, {u"uhr"_s, {}}, {u"Tür"_s, {}}},
-                                   Qt::AscendingOrder)),
-              (QStringList{u"Tür"_s, u"Über"_s, u"uhr"_s, u"Zaun"_s}));
+    EXPECT_EQ(
+        namesOf(sortedByName({{u"Zaun"_s, {}}, {u"Über"_s, {}}, {u"uhr"_s, {}}, {u"Tür"_s, {}}},
+                             Qt::AscendingOrder)),
+        (QStringList{u"Tür"_s, u"Über"_s, u"uhr"_s, u"Zaun"_s}));
     EXPECT_TRUE(namesAreAlike(u"TÜR"_s, u"tür"_s));
     QLocale::setDefault(before);
 }

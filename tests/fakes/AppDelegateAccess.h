@@ -53,6 +53,7 @@ struct AppDelegateAccess {
     [[nodiscard]] auto &lastCameraLoad() const { return delegate.lastCameraLoad; }
     [[nodiscard]] auto &appliedVideoAspectRatio() const { return delegate.appliedVideoAspectRatio; }
     [[nodiscard]] auto &settingsController() const { return delegate.settingsController; }
+    [[nodiscard]] auto &aboutPanel() const { return delegate.aboutPanel; }
     [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
     [[nodiscard]] auto &restoreFrameBeforeTemporaryMaximum() const {
         return delegate.restoreFrameBeforeTemporaryMaximum;

@@ -5,6 +5,7 @@
 #include <QList>
 
 #include <functional>
+#include <utility>
 
 namespace lumvik::test {
 
@@ -16,6 +17,20 @@ class FakeAlerts final : public Alerts {
         if (m_whileOpen)
             m_whileOpen();
         return m_answer;
+    }
+
+    /// As a sheet: `answered` is kept until `answerSheet`.
+    void present(const Alert &alert, std::function<void(int)> answered) override {
+        m_shown.append(alert);
+        ++m_sheets;
+        m_answered = std::move(answered);
+    }
+    /// How many of the alerts were sheets.
+    [[nodiscard]] int sheets() const { return m_sheets; }
+    /// The user answers the sheet that was shown last.
+    void answerSheet(int button) {
+        if (const auto answered = std::exchange(m_answered, nullptr))
+            answered(button);
     }
 
     /// All alerts so far, in order.
@@ -41,6 +56,8 @@ class FakeAlerts final : public Alerts {
     QList<Alert> m_shown;
     int m_answer = 0;
     std::function<void()> m_whileOpen;
+    int m_sheets = 0;
+    std::function<void(int)> m_answered;
 };
 
 } // namespace lumvik::test

@@ -73,6 +73,29 @@ TEST_F(UserDefaultsTest, ValuesOfTheWrongKindCountAsAbsent) {
     EXPECT_FALSE(defaults.boolean(QStringLiteral("staysOnTop")));
 }
 
+TEST_F(UserDefaultsTest, DatesAreKeptInUtcAsTextThatCanBeRead) {
+    path = folder.filePath(QStringLiteral("lumvik.conf"));
+    const QDateTime date(QDate(2026, 11, 21), QTime(23, 59, 58, 250), Qt::OffsetFromUTC, 3600);
+    {
+        UserDefaults defaults(path);
+        EXPECT_EQ(defaults.date(key), std::nullopt);
+        defaults.set(key, date);
+        EXPECT_EQ(defaults.date(key), date);
+    }
+    EXPECT_EQ(UserDefaults(path).date(key), date);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.readAll().contains("2026-11-21T22:59:58.250Z"));
+}
+
+TEST_F(UserDefaultsTest, WhatIsNoDateIsNone) {
+    UserDefaults defaults(folder.filePath(QStringLiteral("lumvik.conf")));
+    for (const char *text : {"", "yesterday", "2026-13-01T00:00:00Z", "86400"}) {
+        defaults.set(key, QString::fromLatin1(text));
+        EXPECT_EQ(defaults.date(key), std::nullopt) << text;
+    }
+}
+
 TEST_F(UserDefaultsTest, WritesOverAFileOfNonsense) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
     write(QByteArray("\x00\xff[[[=\n====\n[General\nx", 22));

@@ -43,7 +43,8 @@ class EditorListTest : public EditorTest {
         // The toolkit hears a moment later that the keys are the editor's again.
         ASSERT_TRUE(eventually(20s, [this] { return aButtonHasTheKeys(); }));
     }
-    /// Whether one of the buttons at the left is drawn as the one that has the keys: with a blue edge.
+    /// Whether one of the buttons at the left is drawn as the one that has the keys: with a blue
+    /// edge.
     [[nodiscard]] bool aButtonHasTheKeys() const {
         const QRect window = desktop.x().geometry(editor).value_or(QRect());
         const QImage row = screen.area(QRect(window.left(), window.bottom() - 59, 600, 1));
@@ -88,8 +89,8 @@ TEST_F(EditorListTest, ExportedRemovedAndImportedListIsTheSame) {
     pressButton(exportButton);
     ASSERT_NO_FATAL_FAILURE(chooseFile(QStringLiteral("Export Camera List"), path));
     ASSERT_TRUE(eventually(20s, [&] { return QFile::exists(path); })) << "nothing is exported";
-    EXPECT_EQ(QFile::permissions(path) & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup |
-                                          QFile::WriteOther),
+    EXPECT_EQ(QFile::permissions(path) &
+                  (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
               QFile::Permissions());
 
     backToTable(exportButton);
@@ -173,8 +174,8 @@ TEST_F(EditorListTest, KeysAloneReorderAndSave) {
     press(QStringLiteral("alt+Down"), 2);
     pressButton(saveButton);
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
-    EXPECT_EQ(storedNames(), (QStringList{QStringLiteral("Two"), QStringLiteral("Three"),
-                                          QStringLiteral("One")}));
+    EXPECT_EQ(storedNames(),
+              (QStringList{QStringLiteral("Two"), QStringLiteral("Three"), QStringLiteral("One")}));
 }
 
 TEST_F(EditorListTest, EditGoesOnAfterAVisitToAnotherWindow) {
@@ -211,8 +212,8 @@ TEST_F(EditorListTest, CancelledDragLeavesTheRowsAndTheKeys) {
     type(QStringLiteral("Third"));
     press(QStringLiteral("Return"), 2);
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
-    EXPECT_EQ(storedNames(), (QStringList{QStringLiteral("One"), QStringLiteral("Two"),
-                                          QStringLiteral("Third")}));
+    EXPECT_EQ(storedNames(),
+              (QStringList{QStringLiteral("One"), QStringLiteral("Two"), QStringLiteral("Third")}));
 }
 
 TEST_F(EditorListTest, FirstRowIsDraggedBelowTheLast) {
@@ -232,8 +233,8 @@ TEST_F(EditorListTest, FirstRowIsDraggedBelowTheLast) {
     }));
     keyboard.press(QStringLiteral("Return"));
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
-    EXPECT_EQ(storedNames(), (QStringList{QStringLiteral("Two"), QStringLiteral("Three"),
-                                          QStringLiteral("One")}));
+    EXPECT_EQ(storedNames(),
+              (QStringList{QStringLiteral("Two"), QStringLiteral("Three"), QStringLiteral("One")}));
 }
 
 TEST_F(EditorListTest, SchemeInCapitalsIsStoredAsTypedAndPlays) {
@@ -251,8 +252,8 @@ TEST_F(EditorListTest, SchemeInCapitalsIsStoredAsTypedAndPlays) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
-/// Told to end in the middle of what the editor does, the program ends in order, and the list is what it
-/// was.
+/// Told to end in the middle of what the editor does, the program ends in order, and the list is
+/// what it was.
 class QuitInEditorTest : public EditorListTest {
   protected:
     void SetUp() override {

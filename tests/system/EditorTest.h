@@ -12,8 +12,8 @@
 
 namespace lumvik::test {
 
-/// Whole-program tests of the editor: finds its window and what is selected in it, and reads what it has
-/// stored.
+/// Whole-program tests of the editor: finds its window and what is selected in it, and reads what
+/// it has stored.
 class EditorTest : public ViewerTest {
   protected:
     static inline const QColor houseColour{203, 93, 82};
@@ -75,8 +75,8 @@ class EditorTest : public ViewerTest {
         constexpr int rowHeight = 44;
         return first + QPoint(13, rowHeight / 2 + row * rowHeight);
     }
-    /// Whether a line in the house colour marks the gap before a row as the place of a drop, seen left of
-    /// what hangs at the pointer. `first` is the first row's top left corner.
+    /// Whether a line in the house colour marks the gap before a row as the place of a drop, seen
+    /// left of what hangs at the pointer. `first` is the first row's top left corner.
     [[nodiscard]] bool gapIsMarked(QPoint first, int row) const {
         const QRect line(first + QPoint(8, row * 44 - 2), QSize(10, 2));
         return colourDistance(meanColour(screen.area(line), QRect(QPoint(), line.size())),
@@ -101,8 +101,8 @@ class EditorTest : public ViewerTest {
             addresses.append(camera.toObject().value(QStringLiteral("url")).toString());
         return addresses;
     }
-    /// Waits for a window of the program, with this title if one is given, that has the keyboard and is
-    /// neither the editor nor the viewer.
+    /// Waits for a window of the program, with this title if one is given, that has the keyboard
+    /// and is neither the editor nor the viewer.
     [[nodiscard]] testing::AssertionResult dialogAppears(const QString &title = {}) {
         const bool found = eventually(std::chrono::seconds(20), [&] {
             const xcb_window_t focused = desktop.x().focusedWindow();

@@ -1,5 +1,6 @@
 #include "TestHome.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -35,6 +36,8 @@ TestHome::TestHome() {
     // The runtime folder must belong to its user alone, or libraries refuse it.
     QFile::setPermissions(folder.filePath(runtimeName),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    setPreference(QStringLiteral("lastAutomaticUpdateCheck"),
+                  QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
 }
 
 QProcessEnvironment TestHome::environment(QProcessEnvironment base) const {
