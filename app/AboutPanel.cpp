@@ -40,9 +40,9 @@ AboutPanel::AboutPanel(const AboutInformation &about) {
         layout->addWidget(picture);
     }
     layout->addWidget(makeLine(about.applicationName, systemFont(22, QFont::DemiBold)));
-    layout->addWidget(makeLine(
-        QStringLiteral("Version %1 (%2)").arg(about.applicationVersion, about.version),
-        systemFont(13, QFont::Normal)));
+    layout->addWidget(
+        makeLine(QStringLiteral("Version %1 (%2)").arg(about.applicationVersion, about.version),
+                 systemFont(13, QFont::Normal)));
     layout->addSpacing(8);
     layout->addWidget(makeLine(about.credits, systemFont(13, QFont::Normal)));
     layout->addSpacing(12);

@@ -20,7 +20,8 @@ class AboutPanel final : public QDialog {
   public:
     explicit AboutPanel(const AboutInformation &about);
 
-    /// Shows the panel in front of everything, above `viewer` if there is one, or brings it back there.
+    /// Shows the panel in front of everything, above `viewer` if there is one, or brings it back
+    /// there.
     void showAbove(QWindow *viewer);
 };
 

@@ -16,8 +16,7 @@ constexpr qint64 automaticCheckInterval = 86'400;
 } // namespace
 
 void AppDelegate::checkForUpdatesIfNeeded() {
-    if (const auto last =
-            environment.userDefaults.date(PreferenceKeys::lastAutomaticUpdateCheck)) {
+    if (const auto last = environment.userDefaults.date(PreferenceKeys::lastAutomaticUpdateCheck)) {
         // A date that lies more than a day ahead was stored while the clock was wrong.
         const qint64 passed = last->secsTo(environment.currentDate());
         if (passed < automaticCheckInterval && passed > -automaticCheckInterval)
@@ -35,20 +34,20 @@ void AppDelegate::performUpdateCheck(UpdateCheckOrigin origin) {
         return;
     if (updateCheckTask)
         updateCheckTask->cancel(); // the newer request replaces it, and answers alone
-    updateCheckTask = updateService->check([self = QPointer(this),
-                                            origin](const LumvikUpdateCheckOutcome &outcome) {
-        if (!self || self->isClosingViewer)
-            return;
-        if (outcome) {
-            self->updateCheckSucceeded(*outcome, origin);
-            return;
-        }
-        LumvikLog::updates().error(
-            QStringLiteral("The update check did not complete successfully."));
-        if (origin == UpdateCheckOrigin::manual)
-            self->presentUpdateStatus(QStringLiteral("Couldn’t check for updates"),
-                                      outcome.error().message);
-    });
+    updateCheckTask = updateService->check(
+        [self = QPointer(this), origin](const LumvikUpdateCheckOutcome &outcome) {
+            if (!self || self->isClosingViewer)
+                return;
+            if (outcome) {
+                self->updateCheckSucceeded(*outcome, origin);
+                return;
+            }
+            LumvikLog::updates().error(
+                QStringLiteral("The update check did not complete successfully."));
+            if (origin == UpdateCheckOrigin::manual)
+                self->presentUpdateStatus(QStringLiteral("Couldn’t check for updates"),
+                                          outcome.error().message);
+        });
 }
 
 void AppDelegate::updateCheckSucceeded(const LumvikUpdateCheckResult &result,
@@ -58,9 +57,8 @@ void AppDelegate::updateCheckSucceeded(const LumvikUpdateCheckResult &result,
     if (result.available)
         presentAvailableUpdate(*result.available);
     else if (origin == UpdateCheckOrigin::manual)
-        presentUpdateStatus(
-            QStringLiteral("Lumvik is up to date"),
-            QStringLiteral("You’re using the newest available version of Lumvik."));
+        presentUpdateStatus(QStringLiteral("Lumvik is up to date"),
+                            QStringLiteral("You’re using the newest available version of Lumvik."));
 }
 
 void AppDelegate::presentUpdateStatus(const QString &title, const QString &message) {

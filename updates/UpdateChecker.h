@@ -63,8 +63,8 @@ class UpdateChecker {
     UpdateChecker &operator=(const UpdateChecker &) = delete;
     virtual ~UpdateChecker() = default;
 
-    /// Begins a check. `completion` runs once on the main thread, in a later turn, unless the check is
-    /// cancelled or the checker destroyed before. Main thread.
+    /// Begins a check. `completion` runs once on the main thread, in a later turn, unless the check
+    /// is cancelled or the checker destroyed before. Main thread.
     virtual std::shared_ptr<UpdateCheck> check(Completion completion) = 0;
 };
 

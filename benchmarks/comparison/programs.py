@@ -1,5 +1,6 @@
 """The programs that are compared: how each is started, and how another camera is chosen in it."""
 
+import datetime
 import json
 import os
 import re
@@ -114,6 +115,9 @@ class Lumvik(Program):
                                    for n, url in enumerate(urls, 1)]}, file)
         with open(f"{home}/config/lumvik/lumvik.conf", "w") as file:
             file.write("[General]\nmainWindowFrame=%d %d %d %d 0 0 %d %d\n" % (*WINDOW, *SCREEN))
+            # As on every start of a day but the first: no server is asked for updates.
+            now = datetime.datetime.now(datetime.timezone.utc)
+            file.write("lastAutomaticUpdateCheck=%s\n" % now.strftime("%Y-%m-%dT%H:%M:%SZ"))
 
     def prepare_switch(self, desktop, _folder):
         """Opens the picker's menu and goes to the other camera, so that Return chooses it."""

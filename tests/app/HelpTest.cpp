@@ -114,8 +114,10 @@ TEST_F(HelpTest, QuickHelpIsASheetWithFourParagraphs) {
         "Choose the area-selection button, then drag a square or rectangle around the part of the "
         "camera you want to see. The same button restores the original view.\n\n"
         "While an area is selected, right-click to show the entire camera temporarily and "
-        "right-click again to return to the selection. Otherwise, right-click expands the viewer to "
-        "the largest size that fits the available screen; right-click again to restore its previous "
+        "right-click again to return to the selection. Otherwise, right-click expands the viewer "
+        "to "
+        "the largest size that fits the available screen; right-click again to restore its "
+        "previous "
         "size.\n\n"
         "Drag anywhere on the camera to move the window. Choose Lumvik \u2192 Camera "
         "Addresses\u2026 to add, edit, remove, or reorder cameras."_s);

@@ -63,16 +63,14 @@ TEST_P(LastChecks, DecideWhetherALaunchChecks) {
     EXPECT_EQ(updates.begun(), GetParam().checksAgain ? 1 : 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(, LastChecks,
-                         testing::Values(LastCheck{"JustNow", 0, false},
-                                         LastCheck{"TwentyThreeHours", 23 * 3600, false},
-                                         LastCheck{"OneSecondShortOfADay", 86'399, false},
-                                         LastCheck{"ADay", 86'400, true},
-                                         LastCheck{"AMonth", 30 * 86'400, true},
-                                         // The clock was put back a little; it was wrong by years.
-                                         LastCheck{"InAnHour", -3600, false},
-                                         LastCheck{"InAYear", -365 * 86'400, true}),
-                         [](const auto &row) { return std::string(row.param.what); });
+INSTANTIATE_TEST_SUITE_P(
+    , LastChecks,
+    testing::Values(LastCheck{"JustNow", 0, false}, LastCheck{"TwentyThreeHours", 23 * 3600, false},
+                    LastCheck{"OneSecondShortOfADay", 86'399, false},
+                    LastCheck{"ADay", 86'400, true}, LastCheck{"AMonth", 30 * 86'400, true},
+                    // The clock was put back a little; it was wrong by years.
+                    LastCheck{"InAnHour", -3600, false}, LastCheck{"InAYear", -365 * 86'400, true}),
+    [](const auto &row) { return std::string(row.param.what); });
 
 TEST_F(UpdatesTest, WhatIsNoDateCountsAsNone) {
     home.userDefaults().set(PreferenceKeys::lastAutomaticUpdateCheck, u"yesterday"_s);

@@ -6,8 +6,8 @@
 
 namespace lumvik::test {
 
-/// The checks for updates that a controller under test makes, answered by the test. Main thread only; must
-/// outlive the controller.
+/// The checks for updates that a controller under test makes, answered by the test. Main thread
+/// only; must outlive the controller.
 class FakeUpdates {
   public:
     /// What the controller is given as its update service.
@@ -25,11 +25,10 @@ class FakeUpdates {
     }
     void answerCurrent(int number) const { answer(number, LumvikUpdateCheckResult()); }
     void answerAvailable(int number, const QString &version) const {
-        answer(number, LumvikUpdateCheckResult{
-                           LumvikUpdateManifest{.version = version,
-                                                .build = 9,
-                                                .downloadPage = QStringLiteral(
-                                                    "https://maker.example/lumvik")}});
+        answer(number, LumvikUpdateCheckResult{LumvikUpdateManifest{
+                           .version = version,
+                           .build = 9,
+                           .downloadPage = QStringLiteral("https://maker.example/lumvik")}});
     }
     void answerFailed(int number, const QString &message) const {
         answer(number, tl::unexpected(LumvikUpdateCheckError{message}));

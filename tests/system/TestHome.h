@@ -17,8 +17,8 @@ struct ListedCamera {
 };
 
 /// The home folder of an imaginary user: empty at first, prepared and read by the test, gone with
-/// the object. Updates have been looked for just now, so that no test asks a server. It outlives the viewer's process, so that a second start finds what the first one
-/// left.
+/// the object. Updates count as looked for just now, so that no test asks a server. It outlives the
+/// viewer's process, so that a second start finds what the first one left.
 class TestHome {
   public:
     TestHome();
