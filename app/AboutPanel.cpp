@@ -21,7 +21,7 @@ QLabel *makeLine(const QString &text, const QFont &font) {
     line->setFont(font);
     line->setAlignment(Qt::AlignCenter);
     // For mails that report a fault.
-    line->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    line->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     return line;
 }
 

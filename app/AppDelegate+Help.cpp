@@ -1,7 +1,9 @@
 // The about panel, help and feedback, and how an address reaches the user's other programs.
 
 #include "app/AppDelegate.h"
+#include "updates/MakersPage.h"
 
+#include <QPointer>
 #include <QUrlQuery>
 
 namespace lumvik {
@@ -45,9 +47,8 @@ void AppDelegate::showAbout() {
 }
 
 void AppDelegate::openLumvikHelp() {
-    const QUrl page(QStringLiteral("https://%1/lumvik/help.html").arg(environment.webHost),
-                    QUrl::StrictMode);
-    if (page.isValid() && !page.host().isEmpty())
+    const QUrl page = makersPage(environment.webHost, QStringLiteral("/lumvik/help.html"));
+    if (page.isValid())
         openUrl(page);
 }
 
@@ -71,8 +72,13 @@ void AppDelegate::sendFeedback() {
 }
 
 void AppDelegate::openUrl(const QUrl &address) {
-    if (environment.openUrl(address))
-        return;
+    environment.openUrl(address, [self = QPointer(this), address] {
+        if (self && !self->isClosingViewer)
+            self->presentAddress(address);
+    });
+}
+
+void AppDelegate::presentAddress(const QUrl &address) {
     environment.alerts.present(
         {.style = Alert::Style::informational,
          .messageText = QStringLiteral("Could not open the address"),

@@ -236,6 +236,9 @@ class AppDelegate final : public QObject {
     static void protectAddressesOf(const CameraList &list);
     void stopEverything();
 
+    // app/AppDelegate+Help.cpp
+    void presentAddress(const QUrl &address);
+
     // updates/AppDelegate+Updates.cpp
     /// Who asked for a check: a manual one answers whatever comes of it.
     enum class UpdateCheckOrigin { automatic, manual };
@@ -365,16 +368,16 @@ class AppDelegate final : public QObject {
     SleepMonitor::SleepDelay sleepDelay;       // held until the stream has stopped
     std::shared_ptr<WorkItem> sleepDelayLimit; // or this has come
 
+    // The editor, while it is open; and one that has closed but may still be at work.
+    std::unique_ptr<CameraSettingsController> settingsController;
+    std::unique_ptr<CameraSettingsController> closedSettingsController;
+    int settingsLoopLevel = 0; // the event loops within each other when the editor was opened
+
     // Updates.
     std::unique_ptr<UpdateChecker> updateService;
     std::shared_ptr<UpdateCheck> updateCheckTask; // the newest check, over or not
 
     std::unique_ptr<AboutPanel> aboutPanel; // once it was asked for
-
-    // The editor, while it is open; and one that has closed but may still be at work.
-    std::unique_ptr<CameraSettingsController> settingsController;
-    std::unique_ptr<CameraSettingsController> closedSettingsController;
-    int settingsLoopLevel = 0; // the event loops within each other when the editor was opened
 
     // The window's special states.
     FrameMemory frameMemory; // what the window's frame was before it was maximised

@@ -37,8 +37,9 @@ struct AppEnvironment {
     std::function<void()> limitTimeToExit;
     /// Ends the application in order, in a later turn.
     std::function<void()> terminate;
-    /// Hands an address to the user's browser or mail program; answers whether there is one.
-    std::function<bool(const QUrl &)> openUrl;
+    /// Hands an address to the user's browser or mail program; the callback runs when there is
+    /// none.
+    std::function<void(const QUrl &, const std::function<void()> &failed)> openUrl;
     std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;
     /// The time of day, in UTC.
     std::function<QDateTime()> currentDate;

@@ -2,6 +2,7 @@
 
 #include "style/LumvikPalette.h"
 
+#include <QGuiApplication>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -39,7 +40,7 @@ void fill(QMessageBox &box, const Alert &alert) {
     // Texts may hold names that the user typed: never taken for markup.
     box.setTextFormat(Qt::PlainText);
     // An address to copy may be among them.
-    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     box.setText(alert.messageText);
     box.setInformativeText(alert.informativeText);
     // The name by which the message box itself styles its main text.
@@ -106,14 +107,18 @@ void MessageBoxAlerts::present(const Alert &alert, std::function<void(int)> answ
     fill(*box, alert);
     attach(*box, parent);
     box->setWindowModality(Qt::WindowModal);
-    QObject::connect(box, &QDialog::finished, box, [box, alert, answered = std::move(answered)] {
-        answered(answerOf(*box, alert));
-    });
+    QObject::connect(
+        box, &QDialog::finished, box,
+        [box, alert, answered = std::move(answered)] { answered(answerOf(*box, alert)); },
+        Qt::SingleShotConnection); // its window may be hidden before it is deleted
     // A sheet goes with its window.
     QObject::connect(parent, &QWindow::visibleChanged, box, [box](bool isVisible) {
-        if (!isVisible)
+        if (!isVisible && box->isVisible())
             box->reject();
     });
+    // One that nobody asked for must not take the keys from the program that the user is in.
+    box->setAttribute(Qt::WA_ShowWithoutActivating,
+                      QGuiApplication::applicationState() != Qt::ApplicationActive);
     box->show();
 }
 

@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/DesktopOpener.h"
 #include "app/MessageBoxAlerts.h"
 #include "app/QtFilePanels.h"
 #include "app/Startup.h"
@@ -12,7 +13,7 @@
 #include "updates/LumvikUpdateService.h"
 
 #include <QApplication>
-#include <QDesktopServices>
+#include <QProcessEnvironment>
 #include <QRandomGenerator>
 
 #include <chrono>
@@ -47,6 +48,8 @@ QWindow *alertParent() {
 
 int main(int argc, char **argv) {
     prepareMemory();
+    // What other programs are to be started with.
+    const QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
     prepareToolkit();
     if (const auto problem = missingDisplay()) {
         std::fprintf(stderr, "%s\n", problem->c_str());
@@ -63,6 +66,7 @@ int main(int argc, char **argv) {
     UserDefaults userDefaults(UserDefaults::standardPath());
     MessageBoxAlerts alerts(&alertParent);
     QtFilePanels filePanels;
+    const DesktopOpener opener(usersEnvironment);
     LogindSleepMonitor sleepMonitor;
     // In a later turn, because quitting closes the windows, and may be asked for while one closes.
     // A window that is open is closed first, by its own order; termination follows.
@@ -82,7 +86,10 @@ int main(int argc, char **argv) {
          .random = [] { return QRandomGenerator::global()->generateDouble(); },
          .limitTimeToExit = [] { endProcessWithin(longestExit); },
          .terminate = terminate,
-         .openUrl = &QDesktopServices::openUrl,
+         .openUrl =
+             [&opener](const QUrl &address, const std::function<void()> &failed) {
+                 opener.open(address, failed);
+             },
          .makeUpdateService =
              [&mainQueue] { return std::make_unique<LumvikUpdateService>(mainQueue); },
          .currentDate = &QDateTime::currentDateTimeUtc,

@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/PreferenceKeys.h"
 #include "platform/LumvikLog.h"
+#include "updates/MakersPage.h"
 
 #include <QKeyEvent>
 #include <QPointer>
@@ -23,16 +24,17 @@ void AppDelegate::showCameraSettings() {
     const auto self = QPointer(this);
     settingsController = std::make_unique<CameraSettingsController>(
         cameras,
-        CameraSettingsEnvironment{.store = environment.store,
-                                  .fileManager = FileManager::standard(),
-                                  .alerts = environment.alerts,
-                                  .filePanels = environment.filePanels,
-                                  .webSite = QStringLiteral("https://%1/").arg(environment.webHost),
-                                  .openUrl =
-                                      [self](const QUrl &address) {
-                                          if (self)
-                                              self->openUrl(address);
-                                      }},
+        CameraSettingsEnvironment{
+            .store = environment.store,
+            .fileManager = FileManager::standard(),
+            .alerts = environment.alerts,
+            .filePanels = environment.filePanels,
+            .webSite = makersPage(environment.webHost, QStringLiteral("/")).toString(),
+            .openUrl =
+                [self](const QUrl &address) {
+                    if (self)
+                        self->openUrl(address);
+                }},
         CameraSettingsHandlers{
             .save = [self](const CameraList &saved) -> tl::expected<void, StoreError> {
                 return self ? self->applySavedCameras(saved) : tl::expected<void, StoreError>();

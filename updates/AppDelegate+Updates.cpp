@@ -13,6 +13,13 @@ namespace {
 /// The least time between two checks that nobody asked for, in seconds: a day.
 constexpr qint64 automaticCheckInterval = 86'400;
 
+/// The version as it fits into an alert, whatever a server makes up.
+QString shownVersion(const LumvikUpdateManifest &manifest) {
+    constexpr int longest = 40;
+    return manifest.version.size() <= longest ? manifest.version
+                                              : manifest.version.first(longest) + u'…';
+}
+
 } // namespace
 
 void AppDelegate::checkForUpdatesIfNeeded() {
@@ -36,7 +43,7 @@ void AppDelegate::performUpdateCheck(UpdateCheckOrigin origin) {
         updateCheckTask->cancel(); // the newer request replaces it, and answers alone
     updateCheckTask = updateService->check(
         [self = QPointer(this), origin](const LumvikUpdateCheckOutcome &outcome) {
-            if (!self || self->isClosingViewer)
+            if (!self)
                 return;
             if (outcome) {
                 self->updateCheckSucceeded(*outcome, origin);
@@ -44,7 +51,7 @@ void AppDelegate::performUpdateCheck(UpdateCheckOrigin origin) {
             }
             LumvikLog::updates().error(
                 QStringLiteral("The update check did not complete successfully."));
-            if (origin == UpdateCheckOrigin::manual)
+            if (origin == UpdateCheckOrigin::manual && !self->isClosingViewer)
                 self->presentUpdateStatus(QStringLiteral("Couldn’t check for updates"),
                                           outcome.error().message);
         });
@@ -54,6 +61,8 @@ void AppDelegate::updateCheckSucceeded(const LumvikUpdateCheckResult &result,
                                        UpdateCheckOrigin origin) {
     environment.userDefaults.set(PreferenceKeys::lastAutomaticUpdateCheck,
                                  environment.currentDate());
+    if (isClosingViewer)
+        return;
     if (result.available)
         presentAvailableUpdate(*result.available);
     else if (origin == UpdateCheckOrigin::manual)
@@ -72,7 +81,7 @@ void AppDelegate::presentUpdateStatus(const QString &title, const QString &messa
 void AppDelegate::presentAvailableUpdate(const LumvikUpdateManifest &manifest) {
     environment.alerts.present(
         {.style = Alert::Style::informational,
-         .messageText = QStringLiteral("Lumvik %1 is available").arg(manifest.version),
+         .messageText = QStringLiteral("Lumvik %1 is available").arg(shownVersion(manifest)),
          .informativeText = QStringLiteral(
              "Download the newest version from the Lumvik website when you’re ready."),
          .buttons = {QStringLiteral("Open Website"), QStringLiteral("Later")}},

@@ -1,6 +1,7 @@
 #include "updates/LumvikUpdateService.h"
 
 #include "platform/LumvikLog.h"
+#include "updates/MakersPage.h"
 #include "updates/ManifestDownload.h"
 #include "updates/QueueAccess.h"
 #include "updates/VersionComparison.h"
@@ -19,12 +20,10 @@ tl::unexpected<LumvikUpdateCheckError> failure(const QString &message) {
 
 /// The address of the manifest, or an invalid one when the host cannot be part of any.
 QUrl manifestAddress(const LumvikUpdateSettings &settings) {
-    QUrl address;
-    address.setScheme(QStringLiteral("https"));
-    address.setHost(settings.webHost, QUrl::StrictMode);
-    address.setPort(settings.port);
-    address.setPath(QStringLiteral("/lumvik/version.json"));
-    return address.host().isEmpty() ? QUrl() : address;
+    QUrl address = makersPage(settings.webHost, QStringLiteral("/lumvik/version.json"));
+    if (address.isValid())
+        address.setPort(settings.port);
+    return address;
 }
 
 /// What a manifest's bytes mean for the installed version.

@@ -26,7 +26,7 @@ QString transportProblem(QNetworkReply::NetworkError error, const QString &descr
         return QStringLiteral("The update server did not answer in time.");
     if (error == QNetworkReply::SslHandshakeFailedError)
         return QStringLiteral("No secure connection to the update server could be made. ") +
-               sentence(description);
+               sentence(QString(description).remove(QStringLiteral("SSL handshake failed: ")));
     return sentence(description);
 }
 

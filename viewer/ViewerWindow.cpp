@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QQuickItem>
 #include <QScreen>
 
 #include <utility>
@@ -320,6 +321,11 @@ bool ViewerWindow::event(QEvent *event) {
         m_frameSettled.stop();
         if (m_delegate.willClose)
             m_delegate.willClose();
+    }
+    if (event->type() == QEvent::WindowBlocked) {
+        // The release of a button that is held goes to nobody now.
+        if (QQuickItem *item = mouseGrabberItem())
+            item->ungrabMouse();
     }
     if (event->type() == QEvent::MouseButtonPress) {
         // The left button may take hold of the window; any may ask for another frame, which begins

@@ -49,9 +49,10 @@ void ControllerTest::launch() {
                        .limitTimeToExit = [this] { ++exitLimits; },
                        .terminate = [this] { ++terminations; },
                        .openUrl =
-                           [this](const QUrl &address) {
+                           [this](const QUrl &address, const std::function<void()> &failed) {
                                openedUrls.append(address);
-                               return urlsCanBeOpened;
+                               if (!urlsCanBeOpened)
+                                   failed();
                            },
                        .makeUpdateService = [this] { return updates.makeChecker(); },
                        .currentDate = [this] { return date; },

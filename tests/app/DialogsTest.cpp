@@ -161,6 +161,14 @@ TEST_F(Sheet, GoesWithItsWindow) {
     EXPECT_EQ(answers, QList<int>{1});
 }
 
+TEST_F(Sheet, AnswersOnceThoughItsWindowGoesInTheSameTurn) {
+    present();
+    box()->defaultButton()->click();
+    window.hide();
+    EXPECT_TRUE(QTest::qWaitFor([] { return box() == nullptr; }));
+    EXPECT_EQ(answers, QList<int>{0});
+}
+
 TEST_F(Sheet, IsTakenAwayUnansweredAtTheEnd) {
     present();
     present();

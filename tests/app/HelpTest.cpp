@@ -74,7 +74,8 @@ TEST_F(HelpTest, HelpOpensThePageOnTheMakersSite) {
 }
 
 TEST_F(HelpTest, HelpWithoutAProperAddressDoesNothing) {
-    for (const QString &host : {QString(), u"not a host"_s}) {
+    for (const QString &host :
+         {QString(), u"not a host"_s, u"a@b"_s, u"host/path"_s, u"host#x"_s, u"host?x"_s}) {
         webHost = host;
         launch(threeCameras());
         delegate->openLumvikHelp();

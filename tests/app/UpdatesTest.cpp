@@ -69,7 +69,8 @@ INSTANTIATE_TEST_SUITE_P(
                     LastCheck{"OneSecondShortOfADay", 86'399, false},
                     LastCheck{"ADay", 86'400, true}, LastCheck{"AMonth", 30 * 86'400, true},
                     // The clock was put back a little; it was wrong by years.
-                    LastCheck{"InAnHour", -3600, false}, LastCheck{"InAYear", -365 * 86'400, true}),
+                    LastCheck{"InAnHour", -3600, false}, LastCheck{"InAlmostADay", -86'399, false},
+                    LastCheck{"InADay", -86'400, true}, LastCheck{"InAYear", -365 * 86'400, true}),
     [](const auto &row) { return std::string(row.param.what); });
 
 TEST_F(UpdatesTest, WhatIsNoDateCountsAsNone) {
@@ -163,12 +164,28 @@ TEST_F(UpdatesTest, TerminationCancelsTheCheck) {
     EXPECT_EQ(updates.begun(), 1) << "none is begun any more";
 }
 
-TEST_F(UpdatesTest, OutcomeForAViewerThatClosesIsIgnored) {
+TEST_F(UpdatesTest, OutcomeForAViewerThatClosesIsNotShown) {
     launch(threeCameras());
+    delegate->checkForUpdates();
     access().isClosingViewer() = true;
-    updates.answerAvailable(0, u"1.6.1"_s);
+    updates.answerAvailable(1, u"1.6.1"_s);
     EXPECT_TRUE(alerts.shown().isEmpty());
-    EXPECT_EQ(lastCheck(), std::nullopt);
+    EXPECT_EQ(lastCheck(), date);
+}
+
+TEST_F(UpdatesTest, FailureForAViewerThatClosesIsNotShown) {
+    launch(threeCameras());
+    delegate->checkForUpdates();
+    access().isClosingViewer() = true;
+    updates.answerFailed(1, u"x"_s);
+    EXPECT_TRUE(alerts.shown().isEmpty());
+}
+
+TEST_F(UpdatesTest, AbsurdVersionFitsIntoTheAlert) {
+    launch(threeCameras());
+    updates.answerAvailable(0, u"99."_s + QString(60'000, u'9'));
+    EXPECT_LT(alerts.shown().first().messageText.size(), 80);
+    EXPECT_TRUE(alerts.shown().first().messageText.startsWith(u"Lumvik 99.999"_s));
 }
 
 TEST_F(UpdatesTest, SheetThatOutlivesTheControllerOpensNothing) {

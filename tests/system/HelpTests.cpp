@@ -1,5 +1,5 @@
-// The Help menu and the check for updates in the real program: dialogs on its window, addresses that reach
-// the user's other programs, and a web server with a certificate of its own authority.
+// The Help menu and the check for updates in the real program: dialogs on its window, addresses
+// that reach the user's other programs, and a web server with a certificate of its own authority.
 
 #include "ChildProcess.h"
 #include "Eventually.h"
@@ -23,12 +23,15 @@ class HelpTest : public ViewerTest {
         ASSERT_TRUE(QDir(folder.path()).mkdir(QStringLiteral("bin")));
     }
     /// Gives the user a program that opens addresses, and keeps them.
-    void installBrowser() {
+    void installBrowser(int exitStatus = 0) {
         const QString path = folder.filePath(QStringLiteral("bin/xdg-open"));
         QFile script(path);
         ASSERT_TRUE(script.open(QFile::WriteOnly));
-        script.write("#!/bin/sh\nprintf '%s\\n' \"$*\" >>\"" + folder.path().toUtf8() +
-                     "/opened\"\n");
+        // It also tells whether it was given what the viewer has set for itself.
+        script.write(
+            "#!/bin/sh\nprintf '%s\\n' \"$*${QSG_RENDER_LOOP+ (not the user's environment)}\""
+            " >>\"" +
+            folder.path().toUtf8() + "/opened\"\nexit " + QByteArray::number(exitStatus) + "\n");
         script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
     [[nodiscard]] QByteArray openedAddresses() const {
@@ -44,7 +47,8 @@ class HelpTest : public ViewerTest {
         startViewer(variables());
         ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
     }
-    /// Chooses an item of the main menu by keys: the menu so many to the right, the item so many down.
+    /// Chooses an item of the main menu by keys: the menu so many to the right, the item so many
+    /// down.
     void chooseItem(int menu, int item) {
         keyboard.press(QStringLiteral("F10"));
         ASSERT_TRUE(eventually(20s, [this] {
@@ -73,7 +77,8 @@ class HelpTest : public ViewerTest {
     /// Keeps a picture of the screen, once the dialog is drawn, for people to look at.
     void takePicture(const QString &name) {
         EXPECT_TRUE(eventually(20s, [this] {
-            const QRect corner(desktop.x().geometry(dialog).value_or(QRect()).topLeft(), QSize(4, 4));
+            const QRect corner(desktop.x().geometry(dialog).value_or(QRect()).topLeft(),
+                               QSize(4, 4));
             return screen.area(corner).pixelColor(1, 1).lightness() > 100;
         })) << "the dialog stays black";
         screen.save(name);
@@ -87,7 +92,8 @@ class HelpTest : public ViewerTest {
     }
     void closeDialog(const QString &key) {
         keyboard.press(key);
-        EXPECT_TRUE(eventually(20s, [this] { return !viewer->windowsOnScreen().contains(dialog); }));
+        EXPECT_TRUE(
+            eventually(20s, [this] { return !viewer->windowsOnScreen().contains(dialog); }));
     }
 
     QTemporaryDir folder;
@@ -142,6 +148,15 @@ TEST_F(HelpTest, HelpAndFeedbackReachTheUsersPrograms) {
     })) << openedAddresses().toStdString();
 }
 
+TEST_F(HelpTest, AddressIsShownWhereItsProgramFails) {
+    installBrowser(3);
+    start();
+    keyboard.press(QStringLiteral("F1"));
+    ASSERT_TRUE(dialogAppears());
+    dialogIsASheet();
+    closeDialog(QStringLiteral("Return"));
+}
+
 TEST_F(HelpTest, AddressIsShownWhereNothingOpensIt) {
     start();
     keyboard.press(QStringLiteral("F1"));
@@ -150,8 +165,8 @@ TEST_F(HelpTest, AddressIsShownWhereNothingOpensIt) {
     closeDialog(QStringLiteral("Return"));
 }
 
-/// The program on a machine whose only network is a loopback interface, with the maker's server on it or
-/// without.
+/// The program on a machine whose only network is a loopback interface, with the maker's server on
+/// it or without.
 class UpdateTest : public HelpTest {
   protected:
     void SetUp() override {
@@ -163,14 +178,15 @@ class UpdateTest : public HelpTest {
                                         "127.0.0.1 localhost tandrel.example\n"));
         viewerLauncher = network.launcher();
     }
-    /// Serves a manifest with this version as the maker would, and lets the system trust the server's
-    /// authority.
+    /// Serves a manifest with this version as the maker would, and lets the system trust the
+    /// server's authority.
     void serve(const QByteArray &version) {
         const QDir root(folder.path());
         ASSERT_TRUE(root.mkpath(QStringLiteral("site/lumvik")));
         ASSERT_TRUE(root.mkpath(QStringLiteral("authorities")));
         const Credentials credentials = authority.credentials(QStringLiteral("tandrel.example"));
-        put(QStringLiteral("server.pem"), credentials.certificate.toPem() + credentials.key.toPem());
+        put(QStringLiteral("server.pem"),
+            credentials.certificate.toPem() + credentials.key.toPem());
         put(QStringLiteral("authorities/ours.pem"), authority.certificate().toPem());
         const QByteArray manifest =
             R"({"version": ")" + version +
@@ -181,12 +197,12 @@ class UpdateTest : public HelpTest {
                 QByteArray::number(manifest.size()) + "\r\n\r\n" + manifest);
         const QString authorities = root.filePath(QStringLiteral("authorities"));
         ASSERT_TRUE(network.run(QStringLiteral("openssl rehash %1").arg(authorities)));
-        ASSERT_TRUE(
-            network.run(QStringLiteral("mount --bind %1 /etc/ssl/certs").arg(authorities)));
+        ASSERT_TRUE(network.run(QStringLiteral("mount --bind %1 /etc/ssl/certs").arg(authorities)));
         QStringList command = network.launcher();
         command << QStringLiteral("sh") << QStringLiteral("-c")
                 << QStringLiteral("cd %1/site && exec openssl s_server -accept 443 -cert "
-                                  "%1/server.pem -HTTP")
+                                  "%1/server.pem -cert2 %1/server.pem -servername "
+                                  "tandrel.example -servername_fatal -HTTP")
                        .arg(folder.path());
         ASSERT_TRUE(server.start(command.first(), command.mid(1)));
         ASSERT_TRUE(eventually(20s, [this] {
@@ -219,8 +235,9 @@ TEST_F(UpdateTest, NewVersionIsOfferedAtTheLaunchAndItsPageOpens) {
     ASSERT_TRUE(dialogAppears());
     dialogIsASheet();
     takePicture(QStringLiteral("update"));
-    EXPECT_TRUE(viewer->hasLogged(QStringLiteral("info"), QStringLiteral("updates"),
-                                  QStringLiteral("Checking the official Lumvik update manifest\\.")));
+    EXPECT_TRUE(
+        viewer->hasLogged(QStringLiteral("info"), QStringLiteral("updates"),
+                          QStringLiteral("Checking the official Lumvik update manifest\\.")));
     EXPECT_TRUE(viewer->hasLogged(
         QStringLiteral("info"), QStringLiteral("updates"),
         QStringLiteral("Validated update manifest build 1 against installed build \\d+\\.")));
@@ -260,9 +277,9 @@ TEST_F(UpdateTest, CheckWithoutAServerSaysSoWhenAskedFor) {
     dialogIsASheet();
     takePicture(QStringLiteral("no-server"));
     closeDialog(QStringLiteral("Return"));
-    EXPECT_TRUE(viewer->hasLogged(
-        QStringLiteral("error"), QStringLiteral("updates"),
-        QStringLiteral("The update check did not complete successfully\\.")));
+    EXPECT_TRUE(
+        viewer->hasLogged(QStringLiteral("error"), QStringLiteral("updates"),
+                          QStringLiteral("The update check did not complete successfully\\.")));
 }
 
 } // namespace

@@ -1,0 +1,43 @@
+#include "app/DesktopOpener.h"
+
+#include <QDesktopServices>
+#include <QProcess>
+#include <QStandardPaths>
+
+#include <unistd.h>
+
+namespace lumvik {
+
+void DesktopOpener::open(const QUrl &address, const std::function<void()> &failed) const {
+    const QString program = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+    if (program.isEmpty()) {
+        if (!QDesktopServices::openUrl(address))
+            failed();
+        return;
+    }
+    // Deleted when it has ended, and not before: a browser may be this very process, and a QProcess takes
+    // its process along.
+    auto *process = new QProcess;
+    process->setProcessEnvironment(m_environment);
+    process->setStandardInputFile(QProcess::nullDevice());
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    // A group of its own: signals that end this program in its terminal are not meant for the browser.
+    process->setChildProcessModifier([] { ::setsid(); });
+    QObject::connect(process, &QProcess::errorOccurred, process,
+                     [process, failed](QProcess::ProcessError error) {
+                         if (error != QProcess::FailedToStart)
+                             return;
+                         process->deleteLater();
+                         failed();
+                     });
+    QObject::connect(process, &QProcess::finished, process,
+                     [process, failed](int status, QProcess::ExitStatus) {
+                         process->deleteLater();
+                         if (status != 0)
+                             failed();
+                     });
+    process->start(program, {address.toString(QUrl::FullyEncoded)});
+}
+
+} // namespace lumvik
