@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QQuickGraphicsConfiguration>
 #include <QQuickItem>
 #include <QScreen>
 
@@ -16,6 +17,20 @@ namespace lumvik {
 namespace {
 
 constexpr QSize initialSize{1120, 630};
+
+/// Takes away the depth and stencil buffers, which the toolkit would create, and clear for every
+/// picture. They serve scenes with many opaque items, and clips that are not upright rectangles;
+/// here a few translucent controls lie over the picture. It has to be done before the window is
+/// created.
+void drawWithoutDepthAndStencil(QQuickWindow &window) {
+    QQuickGraphicsConfiguration graphics = window.graphicsConfiguration();
+    graphics.setDepthBufferFor2D(false);
+    window.setGraphicsConfiguration(graphics);
+    QSurfaceFormat format = window.requestedFormat();
+    format.setDepthBufferSize(0);
+    format.setStencilBufferSize(0);
+    window.setFormat(format);
+}
 
 /// How long after the last size a window that the window manager left in another shape is
 /// corrected, in milliseconds. Correcting each size of an interactive resize would fight with the
@@ -44,6 +59,7 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     setFlags(Qt::Window | Qt::FramelessWindowHint);
     setTitle(QStringLiteral("Lumvik"));
     setColor(Qt::black);
+    drawWithoutDepthAndStencil(*this);
     resize(initialSize);
     setSmallestSize(minimumViewerSize);
 

@@ -87,10 +87,11 @@ def _watch_steady_state(bench, child, suffix):
 def steady(bench, program, size="1280x720", suffix=""):
     """From the start to the first picture, then delay, processor and memory in the steady state."""
     bench.no_window_is_left()
+    start = "start" if program.has_run(bench.folder) else "start_first"
     with bench.camera(size=size) as camera:
         with program.start(bench.desktop, bench.folder, [camera.url]) as child:
             first = bench.wait_for_picture(child, child.started_at)
-            figures = {"start" + suffix: first - child.started_at}
+            figures = {start + suffix: first - child.started_at}
             if bench.groups & {"delay", "cpu", "memory"}:
                 figures |= _watch_steady_state(bench, child, suffix)
             return figures

@@ -27,9 +27,20 @@ class Program:
     def is_available(self):
         return shutil.which(self.executable) is not None
 
+    def cache(self, folder):
+        """Where it, or the OpenGL that it uses, keeps what it has compiled, from run to run."""
+        return f"{folder}/{self.label}-cache"
+
+    def has_run(self, folder):
+        return os.path.exists(self.cache(folder))
+
+    def environment(self, desktop, folder):
+        os.makedirs(self.cache(folder), exist_ok=True)
+        return dict(desktop.environment, XDG_CACHE_HOME=self.cache(folder))
+
     def start(self, desktop, folder, urls):
         """Starts it on the first of `urls`; the others are cameras that may be switched to later."""
-        return Child(self.command(folder, urls[0]), desktop.environment,
+        return Child(self.command(folder, urls[0]), self.environment(desktop, folder),
                      f"{folder}/{self.label}.log")
 
 
@@ -87,7 +98,7 @@ class GStreamer(Program):
 
 
 class Lumvik(Program):
-    """The viewer, with a home of its own. `variables` are added to its environment."""
+    """The viewer, with a new home for each run. `variables` are added to its environment."""
 
     is_peer = False
     can_switch = True
@@ -100,8 +111,9 @@ class Lumvik(Program):
     def start(self, desktop, folder, urls):
         home = f"{folder}/{self.label}-home"
         shutil.rmtree(home, ignore_errors=True)
-        environment = dict(desktop.environment, HOME=home, LUMVIK_LOG="stderr", **self._variables)
-        for kind in ("DATA", "CONFIG", "CACHE", "STATE"):
+        environment = dict(self.environment(desktop, folder), HOME=home, LUMVIK_LOG="stderr",
+                           **self._variables)
+        for kind in ("DATA", "CONFIG", "STATE"):
             environment[f"XDG_{kind}_HOME"] = f"{home}/{kind.lower()}"
         self._write_files(home, urls)
         return Child([self.executable], environment, f"{folder}/{self.label}.log")

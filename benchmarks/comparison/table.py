@@ -16,6 +16,7 @@ class Row:
 
 ROWS = [
     Row("start", "start", "Start of the program to first picture", "ms"),
+    Row("start", "start_first", "The same, for the very first time", "ms"),
     Row("delay", "delay_median", "Delay from capture to screen, median", "ms"),
     Row("delay", "delay_p95", "Delay from capture to screen, 95th percentile", "ms"),
     Row("delay", "delay_fps", "New pictures a second on the screen (of 25)", "1/s", "%.1f", False),
