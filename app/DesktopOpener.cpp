@@ -15,14 +15,15 @@ void DesktopOpener::open(const QUrl &address, const std::function<void()> &faile
             failed();
         return;
     }
-    // Deleted when it has ended, and not before: a browser may be this very process, and a QProcess takes
-    // its process along.
+    // Deleted when it has ended, and not before: a browser may be this very process, and a QProcess
+    // takes its process along.
     auto *process = new QProcess;
     process->setProcessEnvironment(m_environment);
     process->setStandardInputFile(QProcess::nullDevice());
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
-    // A group of its own: signals that end this program in its terminal are not meant for the browser.
+    // A group of its own: signals that end this program in its terminal are not meant for the
+    // browser.
     process->setChildProcessModifier([] { ::setsid(); });
     QObject::connect(process, &QProcess::errorOccurred, process,
                      [process, failed](QProcess::ProcessError error) {

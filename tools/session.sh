@@ -46,10 +46,11 @@ wait_for() {
     done
 }
 
-# Installs what is missing and builds the program and the test camera: build_programs FOLDER
+# Installs what is missing and builds the program and the test camera: build_programs FOLDER [PACKAGES], the
+# latter as for tools/install-dependencies
 build_programs() {
     say "Installing what is missing…"
-    tools/install-dependencies demo
+    tools/install-dependencies "${2:-demo}"
     say "Building Lumvik and the test camera ($1)…"
     cmake --preset release -B "$1" -DLUMVIK_BUILD_TESTS=OFF -DLUMVIK_BUILD_BENCHMARKS=OFF >/dev/null
     cmake --build "$1" --target lumvik lumvik-test-camera

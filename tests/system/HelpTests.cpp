@@ -139,12 +139,12 @@ TEST_F(HelpTest, HelpAndFeedbackReachTheUsersPrograms) {
     start();
     keyboard.press(QStringLiteral("F1"));
     EXPECT_TRUE(eventually(20s, [this] {
-        return openedAddresses() == "https://tandrel.example/lumvik/help.html\n";
+        return openedAddresses() == "https://" LUMVIK_WEB_HOST "/lumvik/help.html\n";
     })) << openedAddresses().toStdString();
     ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 2));
     EXPECT_TRUE(eventually(20s, [this] {
-        return openedAddresses().endsWith(
-            "\nmailto:feedback@tandrel.example?subject=Lumvik%20Feedback\n");
+        return openedAddresses().endsWith("\nmailto:" LUMVIK_FEEDBACK_ADDRESS
+                                          "?subject=Lumvik%20Feedback\n");
     })) << openedAddresses().toStdString();
 }
 
@@ -175,7 +175,7 @@ class UpdateTest : public HelpTest {
         ASSERT_NO_FATAL_FAILURE(HelpTest::SetUp());
         ASSERT_TRUE(network.start());
         ASSERT_TRUE(network.replaceFile(QStringLiteral("/etc/hosts"),
-                                        "127.0.0.1 localhost tandrel.example\n"));
+                                        "127.0.0.1 localhost " LUMVIK_WEB_HOST "\n"));
         viewerLauncher = network.launcher();
     }
     /// Serves a manifest with this version as the maker would, and lets the system trust the
@@ -184,13 +184,13 @@ class UpdateTest : public HelpTest {
         const QDir root(folder.path());
         ASSERT_TRUE(root.mkpath(QStringLiteral("site/lumvik")));
         ASSERT_TRUE(root.mkpath(QStringLiteral("authorities")));
-        const Credentials credentials = authority.credentials(QStringLiteral("tandrel.example"));
+        const Credentials credentials = authority.credentials(QStringLiteral(LUMVIK_WEB_HOST));
         put(QStringLiteral("server.pem"),
             credentials.certificate.toPem() + credentials.key.toPem());
         put(QStringLiteral("authorities/ours.pem"), authority.certificate().toPem());
-        const QByteArray manifest =
-            R"({"version": ")" + version +
-            R"(", "build": 1, "downloadPage": "https://tandrel.example/lumvik"})";
+        const QByteArray manifest = R"({"version": ")" + version +
+                                    R"(", "build": 1, "downloadPage": "https://)" LUMVIK_WEB_HOST
+                                    R"(/lumvik"})";
         // The server sends files as they stand, as whole responses.
         put(QStringLiteral("site/lumvik/version.json"),
             "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
@@ -201,8 +201,8 @@ class UpdateTest : public HelpTest {
         QStringList command = network.launcher();
         command << QStringLiteral("sh") << QStringLiteral("-c")
                 << QStringLiteral("cd %1/site && exec openssl s_server -accept 443 -cert "
-                                  "%1/server.pem -cert2 %1/server.pem -servername "
-                                  "tandrel.example -servername_fatal -HTTP")
+                                  "%1/server.pem -cert2 %1/server.pem -servername " LUMVIK_WEB_HOST
+                                  " -servername_fatal -HTTP")
                        .arg(folder.path());
         ASSERT_TRUE(server.start(command.first(), command.mid(1)));
         ASSERT_TRUE(eventually(20s, [this] {
@@ -243,7 +243,7 @@ TEST_F(UpdateTest, NewVersionIsOfferedAtTheLaunchAndItsPageOpens) {
         QStringLiteral("Validated update manifest build 1 against installed build \\d+\\.")));
     closeDialog(QStringLiteral("Return"));
     EXPECT_TRUE(eventually(20s, [this] {
-        return openedAddresses() == "https://tandrel.example/lumvik\n";
+        return openedAddresses() == "https://" LUMVIK_WEB_HOST "/lumvik\n";
     })) << openedAddresses().toStdString();
     EXPECT_TRUE(eventually(20s, [this] { return dateIsStored(); }));
 }
