@@ -14,8 +14,7 @@ namespace lumvik {
 /// its own toolkit. It is never waited for and outlives this one.
 class DesktopOpener {
   public:
-    explicit DesktopOpener(QProcessEnvironment environment)
-        : m_environment(std::move(environment)) {}
+    explicit DesktopOpener(const QProcessEnvironment &environment) : m_environment(environment) {}
 
     /// `failed` runs at most once, now or in a later turn, when nothing opens `address`. xdg-open
     /// may say so only after it has tried for a while.

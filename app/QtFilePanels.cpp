@@ -55,7 +55,7 @@ std::optional<QString> QtFilePanels::chooseFileToSave(const FilePanel &panel, QW
     // A suffix that the dialog adds by itself comes after its question whether to replace a file;
     // so it is added here.
     dialog->selectFile(panel.suggestedName);
-    const auto chosen = answer(std::move(dialog));
+    auto chosen = answer(std::move(dialog));
     if (!chosen || !QFileInfo(*chosen).suffix().isEmpty())
         return chosen;
     const QString completed = *chosen + QStringLiteral(".json");

@@ -1,6 +1,6 @@
-// How fast the editor of the camera list is with long lists: what passes until it is drawn for the first time,
-// for each step of scrolling, for sorting, and for checking and storing the list. On a platform without a
-// display, drawn by the processor; the figures are medians, in milliseconds.
+// How fast the editor of the camera list is with long lists: what passes until it is drawn for the
+// first time, for each step of scrolling, for sorting, and for checking and storing the list. On a
+// platform without a display, drawn by the processor; the figures are medians, in milliseconds.
 //
 //   lumvik-editor-speed [ROWS...]
 
@@ -119,7 +119,8 @@ int main(int argc, char **argv) {
         sizes.push_back(std::max(QString::fromLocal8Bit(argv[n]).toInt(), 1));
     if (sizes.empty())
         sizes = {10, 1000, 10'000};
-    std::printf("| Rows | open | scroll a notch | sort | check and store |\n|---:|---:|---:|---:|---:|\n");
+    std::printf(
+        "| Rows | open | scroll a notch | sort | check and store |\n|---:|---:|---:|---:|---:|\n");
     for (const int rows : sizes) {
         Figures figures;
         for (int run = 0; run < 7; ++run) {
