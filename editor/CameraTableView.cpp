@@ -97,8 +97,8 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
     setVerticalScrollMode(ScrollPerPixel);
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
-    setTabKeyNavigation(
-        false); // Tab leads on to the buttons; within an edit it goes from field to field
+    // Tab leads on to the buttons; within an edit it goes from field to field.
+    setTabKeyNavigation(false);
     setEditTriggers(DoubleClicked | SelectedClicked | EditKeyPressed | AnyKeyPressed);
 
     setDragDropMode(InternalMove);
@@ -210,8 +210,7 @@ void CameraTableView::keyPressEvent(QKeyEvent *event) {
     else if (event->key() == Qt::Key_Delete && event->modifiers() == Qt::NoModifier)
         Q_EMIT removalRequested();
     else if (event->key() == Qt::Key_Space && currentIndex().isValid())
-        edit(currentIndex(), EditKeyPressed,
-             event); // the text stays: nobody begins one with a blank
+        edit(currentIndex(), EditKeyPressed, event); // the text stays
     else
         QTableView::keyPressEvent(event);
 }
