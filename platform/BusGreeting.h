@@ -9,7 +9,7 @@ namespace lumvik {
 
 /// Finds the first of the message buses in `addresses` (as in DBUS_SYSTEM_BUS_ADDRESS: one or more,
 /// separated by semicolons) that answers a greeting, and answers its address or, in plain words,
-/// why there is none.
+/// why there is none. The words call the bus by `busName` ("system bus").
 ///
 /// The bus library waits for a bus that accepts connections and then says nothing, and with it
 /// every other use of message buses in the process waits. So it is only let near one that talks.
@@ -17,7 +17,8 @@ namespace lumvik {
 ///
 /// Blocks for at most `limit` for each address; ends at once when `abandon`, a descriptor, becomes
 /// readable.
-[[nodiscard]] tl::expected<QString, QString> findAnsweringBus(const QString &addresses, int abandon,
+[[nodiscard]] tl::expected<QString, QString> findAnsweringBus(const QString &busName,
+                                                              const QString &addresses, int abandon,
                                                               std::chrono::milliseconds limit);
 
 } // namespace lumvik
