@@ -23,7 +23,8 @@ QString unusedConnectionName() {
 
 } // namespace
 
-/// A descriptor that becomes readable when nobody wants the bus any more.
+/// A descriptor that becomes readable when nobody wants the bus any more. It is shared with what is
+/// on its way to the main thread, which learns from it whether the connector is still there.
 class BusConnector::Abandonment {
   public:
     Abandonment() : m_descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
@@ -32,8 +33,11 @@ class BusConnector::Abandonment {
     ~Abandonment() { ::close(m_descriptor); }
 
     [[nodiscard]] int descriptor() const { return m_descriptor; }
-    /// Main thread only.
+
+    // Main thread only.
     [[nodiscard]] bool isDeclared() const { return m_isDeclared; }
+    [[nodiscard]] bool connectorIsGone() const { return m_connectorIsGone; }
+    void connectorGoes() { m_connectorIsGone = true; }
     void declare() {
         m_isDeclared = true;
         const std::uint64_t one = 1;
@@ -43,6 +47,7 @@ class BusConnector::Abandonment {
   private:
     int m_descriptor;
     bool m_isDeclared = false;
+    bool m_connectorIsGone = false;
 };
 
 BusConnector::BusConnector(QString busName, QString label)
@@ -53,6 +58,7 @@ BusConnector::BusConnector(QString busName, QString label)
 
 BusConnector::~BusConnector() {
     disconnect();
+    m_abandonment->connectorGoes();
     m_thread.reset();
     // One that was made after all, and that nobody took.
     QDBusConnection::disconnectFromBus(m_connectionName);
@@ -69,40 +75,45 @@ void BusConnector::connect(QObject &context, const QString &addresses,
 
 void BusConnector::disconnect() {
     m_abandonment->declare();
-    // While the thread is at work, the destructor ends what it makes.
+    // While the thread is at work, what it makes is ended afterwards.
     if (!m_thread)
         QDBusConnection::disconnectFromBus(m_connectionName);
 }
 
 void BusConnector::run(QObject &context, const QString &addresses,
                        std::chrono::milliseconds limit) {
-    // What reaches the main thread after the connector's end finds that it was given up.
     const auto tell = [this, &context](std::function<void()> outcome) {
         QMetaObject::invokeMethod(
             &context,
             [this, abandonment = m_abandonment, outcome = std::move(outcome)] {
-                if (!abandonment->isDeclared())
+                if (!abandonment->connectorIsGone())
                     finish(outcome);
             },
             Qt::QueuedConnection);
     };
     const auto address = findAnsweringBus(m_busName, addresses, m_abandonment->descriptor(), limit);
     if (!address) {
-        tell([this, reason = address.error()] { m_handlers.failed(reason); });
+        tell([this, reason = address.error().reason] { m_handlers.failed(reason); });
         return;
     }
     QDBusConnection bus = QDBusConnection::connectToBus(*address, m_connectionName);
-    if (bus.isConnected() && m_handlers.prepare(bus))
-        tell([this, bus] { m_handlers.connected(bus); });
-    else
-        tell([this] {
-            m_handlers.failed(QStringLiteral("the %1 declines the connection").arg(m_busName));
-        });
+    const QString problem = bus.isConnected()
+                                ? m_handlers.prepare(bus)
+                                : QStringLiteral("the %1 declines the connection").arg(m_busName);
+    tell([this, bus, problem] {
+        if (problem.isEmpty())
+            m_handlers.connected(bus);
+        else
+            m_handlers.failed(problem);
+    });
 }
 
 void BusConnector::finish(const std::function<void()> &tell) {
     m_thread.reset();
-    tell();
+    if (m_abandonment->isDeclared())
+        QDBusConnection::disconnectFromBus(m_connectionName);
+    else
+        tell();
 }
 
 } // namespace lumvik

@@ -22,8 +22,8 @@ class BusConnector {
   public:
     struct Handlers {
         /// Runs on the connector's thread and may wait for the bus: subscribing, claiming a name.
-        /// False when the bus declines.
-        std::function<bool(QDBusConnection &bus)> prepare;
+        /// Answers what is in the way, in plain words, or nothing.
+        std::function<QString(QDBusConnection &bus)> prepare;
         /// On the main thread.
         std::function<void(const QDBusConnection &bus)> connected;
         /// On the main thread, with the reason in plain words ("there is no session bus").

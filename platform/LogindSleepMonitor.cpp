@@ -82,11 +82,13 @@ void LogindSleepMonitor::start(std::function<void(SleepDelay)> willSleep,
     // Subscribed to by the names of the services: a signal that anybody else sends does not come
     // through. Subscribing asks the bus who has the name and waits for the answer.
     const auto subscribe = [this](QDBusConnection &bus) {
-        return bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
-                           {logindService}, QStringLiteral("sss"), this,
-                           SLOT(ownerChanged(QString, QString, QString))) &&
-               bus.connect(logindService, logindPath, logindInterface,
-                           QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
+        const bool isSubscribed =
+            bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
+                        {logindService}, QStringLiteral("sss"), this,
+                        SLOT(ownerChanged(QString, QString, QString))) &&
+            bus.connect(logindService, logindPath, logindInterface,
+                        QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
+        return isSubscribed ? QString() : QStringLiteral("the system bus declines the connection");
     };
     m_connector.connect(*this, m_busAddress, m_answerLimit,
                         {.prepare = subscribe,
