@@ -313,6 +313,8 @@ class AppDelegate final : public QObject {
     void cancelPlaybackRetry();
 
     // supervision/AppDelegate+Watchdog.cpp
+    /// Says, once per player, whether the graphics card decodes the video.
+    void reportVideoDecoder();
     void startPlaybackWatchdog();
     void hideStalePicture();
     void endOfStreamMayHaveBeenReached();
@@ -357,6 +359,7 @@ class AppDelegate final : public QObject {
     std::unique_ptr<MPVObserver> mpvObserver;
     PlayerTeardown playerTeardown;
     std::int64_t playerGeneration = 0;
+    std::int64_t reportedDecoderGeneration = 0; // the last player whose decoder the log names
     std::int64_t playbackSelectionGeneration = 0;
     PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
     std::unique_ptr<RepeatingTimer> playbackWatchdog;

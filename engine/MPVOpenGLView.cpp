@@ -31,9 +31,19 @@ class CreationParameters {
         if (const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
             x11 != nullptr && x11->display() != nullptr)
             add(MPV_RENDER_PARAM_X11_DISPLAY, x11->display());
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+#if QT_CONFIG(wayland)
+        // Before 6.5 the toolkit does not tell; then surfaces are copied.
+        if (const auto *wayland = qGuiApp->nativeInterface<QNativeInterface::QWaylandApplication>();
+            wayland != nullptr && wayland->display() != nullptr)
+            add(MPV_RENDER_PARAM_WL_DISPLAY, wayland->display());
+#endif
+#endif
     }
 
-    mpv_render_param *data() { return m_parameters.data(); }
+    mpv_render_param *data() {
+        return m_parameters.data();
+    }
 
   private:
     void add(mpv_render_param_type type, void *value) {

@@ -19,7 +19,23 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     if (previous != PlaybackSupervisorState::playing) {
         LumvikLog::playback().log(
             QStringLiteral("Live video frames resumed for player generation %1.").arg(generation));
+        reportVideoDecoder();
     }
+}
+
+void AppDelegate::reportVideoDecoder() {
+    if (reportedDecoderGeneration == playerGeneration)
+        return;
+    reportedDecoderGeneration = playerGeneration;
+    // With the first frame on the screen the engine has settled for one.
+    char *decoder = mpv_get_property_string(mpv, "hwdec-current");
+    const QString name = QString::fromUtf8(decoder);
+    mpv_free(decoder);
+    if (name.isEmpty() || name == QStringLiteral("no"))
+        LumvikLog::playback().info(QStringLiteral("The video is decoded in software."));
+    else
+        LumvikLog::playback().info(
+            QStringLiteral("The video is decoded by hardware (%1).").arg(name));
 }
 
 void AppDelegate::startPlaybackWatchdog() {

@@ -51,6 +51,18 @@ bool liesBetween(int value, int one, int other) {
 /// in milliseconds.
 constexpr int frameSettlingTime = 300;
 
+/// The parts of all screens that panels leave free, the primary screen's first.
+QList<QRect> availableAreas() {
+    QList<QRect> areas;
+    for (const QScreen *each : QGuiApplication::screens()) {
+        if (each == QGuiApplication::primaryScreen())
+            areas.prepend(each->availableGeometry());
+        else
+            areas.append(each->availableGeometry());
+    }
+    return areas;
+}
+
 } // namespace
 
 ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
@@ -85,6 +97,7 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
         if (m_firstDrawn)
             whenFirstDrawn(std::exchange(m_firstDrawn, nullptr));
     });
+    followScreens();
     // Connected always: Qt ends the process itself when nobody listens.
     connect(this, &QQuickWindow::sceneGraphError, this,
             [this](QQuickWindow::SceneGraphError, const QString &message) {
@@ -144,6 +157,7 @@ bool ViewerWindow::hasOrdinaryFrame() const {
 
 void ViewerWindow::moveEvent(QMoveEvent *event) {
     QQuickWindow::moveEvent(event);
+    m_frameRested.start();
     geometryWasReported();
     if (m_delegate.didMove)
         m_delegate.didMove();
@@ -152,6 +166,7 @@ void ViewerWindow::moveEvent(QMoveEvent *event) {
 void ViewerWindow::resizeEvent(QResizeEvent *event) {
     QQuickWindow::resizeEvent(event);
     m_sizeSettled.start();
+    m_frameRested.start();
     geometryWasReported();
     if (m_delegate.didResize)
         m_delegate.didResize();
@@ -174,6 +189,8 @@ bool ViewerWindow::isPlacedByProgram() {
 }
 
 QRect ViewerWindow::rememberedFrame() const {
+    if (const auto home = m_screenChanges.home())
+        return *home;
     QRect remembered = frame();
     // Where the compositor alone knows the place, the window believes itself at the origin.
     if (!isPlacedByProgram() && m_restoredPlace)
@@ -187,14 +204,7 @@ QString ViewerWindow::savedFrame() const {
 }
 
 QRect ViewerWindow::onScreens(const QRect &frame) {
-    QList<QRect> screens;
-    for (const QScreen *each : QGuiApplication::screens()) {
-        if (each == QGuiApplication::primaryScreen())
-            screens.prepend(each->availableGeometry());
-        else
-            screens.append(each->availableGeometry());
-    }
-    return frameOnScreens(frame, screens);
+    return frameOnScreens(frame, availableAreas());
 }
 
 bool ViewerWindow::setFrameFromString(const QString &text) {
@@ -320,6 +330,45 @@ void ViewerWindow::toggleFullScreen() {
         showNormal();
     else
         showFullScreen();
+}
+
+// ---- Screens that come and go ----
+
+void ViewerWindow::followScreens() {
+    // Window managers push windows about while screens change, which is over long before a window
+    // counts as resting.
+    constexpr auto rest = std::chrono::seconds(1);
+    constexpr auto settling = std::chrono::milliseconds(300);
+    if (!isPlacedByProgram())
+        return;
+    m_frameRested.setSingleShot(true);
+    m_frameRested.setInterval(rest);
+    connect(&m_frameRested, &QTimer::timeout, this, [this] {
+        if (m_screensSettled.isActive() || mouseButtonIsDown())
+            m_frameRested.start();
+        else if (hasOrdinaryFrame())
+            m_screenChanges.frameRested(frame());
+    });
+    m_screensSettled.setSingleShot(true);
+    m_screensSettled.setInterval(settling);
+    connect(&m_screensSettled, &QTimer::timeout, this, &ViewerWindow::screensSettled);
+    const auto changed = [this] { m_screensSettled.start(); };
+    const auto follow = [this, changed](QScreen *screen) {
+        connect(screen, &QScreen::geometryChanged, this, changed);
+    };
+    for (QScreen *screen : QGuiApplication::screens())
+        follow(screen);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, [follow, changed](QScreen *screen) {
+        follow(screen);
+        changed();
+    });
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, changed);
+}
+
+void ViewerWindow::screensSettled() {
+    const auto place = m_screenChanges.screensChanged(availableAreas());
+    if (place && *place != frame())
+        setFrame(*place);
 }
 
 // ---- Closing and drawing ----

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "viewer/ContentAspectRatio.h"
+#include "viewer/ScreenChangeMemory.h"
 #include "viewer/ShapeCorrection.h"
 #include "viewer/X11SizeHints.h"
 
@@ -56,7 +57,7 @@ class ViewerWindow final : public QQuickWindow {
     [[nodiscard]] WindowLevel level() const;
 
     /// The frame that is worth remembering: `frame`, in the restored place where windows do not
-    /// know their place.
+    /// know their place; the one from before while its screen is gone.
     [[nodiscard]] QRect rememberedFrame() const;
     /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h).
     [[nodiscard]] QString savedFrame() const;
@@ -113,6 +114,8 @@ class ViewerWindow final : public QQuickWindow {
     void giveUpRequestedFrame();
     [[nodiscard]] static QRect onScreens(const QRect &frame);
     void stateChanged();
+    void followScreens();
+    void screensSettled();
     [[nodiscard]] bool isOnItsWay() const {
         return m_frameAnimation.state() == QAbstractAnimation::Running;
     }
@@ -131,6 +134,9 @@ class ViewerWindow final : public QQuickWindow {
     QSize m_smallestSize;                 // the smallest size once the animation has ended
     std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
     std::optional<QPoint> m_restoredPlace;
+    ScreenChangeMemory m_screenChanges;
+    QTimer m_frameRested;    // fires when the window has not moved for a while
+    QTimer m_screensSettled; // fires when the screens have not changed for a moment
     std::function<void()> m_firstDrawn;
     bool m_wasDrawn = false;
     bool m_isClosing = false;

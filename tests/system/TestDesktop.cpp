@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <csignal>
+
 namespace lumvik::test {
 
 using namespace std::chrono_literals;
@@ -70,6 +72,41 @@ TestDesktop::~TestDesktop() {
     m_bus.reset();
     m_connection.reset();
     m_screen.reset();
+}
+
+testing::AssertionResult TestDesktop::resize(QSize size) {
+    const QString output = QStringLiteral("screen");
+    const QString mode = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
+    // The virtual screen knows its first size only, and asks of others no more than a name and
+    // plausible numbers: the clock, and the visible and other parts of lines and columns.
+    QStringList newMode = {QStringLiteral("--newmode"), mode, QStringLiteral("40")};
+    for (const int extent : {size.width(), size.height()}) {
+        for (const int more : {0, 1, 2, 3})
+            newMode.append(QString::number(extent + more));
+    }
+    const auto run = [this](const QStringList &arguments) -> testing::AssertionResult {
+        ChildProcess change(QStringLiteral("xrandr"), environment());
+        if (const auto started = change.start(QStringLiteral("xrandr"), arguments); !started)
+            return started;
+        if (const auto ended = change.waitForExit(startDeadline); !ended)
+            return ended;
+        if (change.exitStatus() != 0)
+            return testing::AssertionFailure() << lastLines(change).toStdString();
+        return testing::AssertionSuccess();
+    };
+    // A size that was there before has its mode already.
+    if (run(newMode)) {
+        if (const auto added = run({QStringLiteral("--addmode"), output, mode}); !added)
+            return added;
+    }
+    const auto resized = run({QStringLiteral("--output"), output, QStringLiteral("--mode"), mode});
+    if (resized)
+        m_size = size;
+    return resized;
+}
+
+void TestDesktop::killScreen() {
+    m_screen->sendSignal(SIGKILL);
 }
 
 QString TestDesktop::display() const {

@@ -36,6 +36,12 @@ class TestDesktop {
     /// Ends the window manager, leaving the windows, and starts it again.
     [[nodiscard]] testing::AssertionResult restartWindowManager();
 
+    /// Makes the screen another one of this size, no larger than the first, as when a monitor is
+    /// unplugged and another one is left.
+    [[nodiscard]] testing::AssertionResult resize(QSize size);
+    /// Ends the screen under all programs on it.
+    void killScreen();
+
     /// Such as ":3".
     [[nodiscard]] QString display() const;
     [[nodiscard]] QSize size() const;

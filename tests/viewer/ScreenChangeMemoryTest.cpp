@@ -1,0 +1,73 @@
+#include "viewer/ScreenChangeMemory.h"
+
+#include <gtest/gtest.h>
+
+namespace lumvik {
+namespace {
+
+const QRect laptop(0, 0, 1280, 800);
+const QRect monitor(1280, 0, 2560, 1440);
+const QRect onMonitor(2000, 300, 960, 540);
+const QRect onLaptop(100, 100, 640, 360);
+
+class ScreenChangeMemoryTest : public testing::Test {
+  protected:
+    ScreenChangeMemory memory;
+};
+
+TEST_F(ScreenChangeMemoryTest, BeforeTheFirstRestNothingIsKnown) {
+    EXPECT_EQ(memory.screensChanged({laptop}), std::nullopt);
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
+TEST_F(ScreenChangeMemoryTest, AWindowWhoseScreenStaysIsNotMoved) {
+    memory.frameRested(onLaptop);
+    EXPECT_EQ(memory.screensChanged({laptop}), onLaptop);
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
+TEST_F(ScreenChangeMemoryTest, GoesToAScreenThatIsThereAndComesBack) {
+    memory.frameRested(onMonitor);
+    const auto refuge = memory.screensChanged({laptop});
+    ASSERT_TRUE(refuge);
+    EXPECT_TRUE(laptop.contains(*refuge));
+    EXPECT_EQ(refuge->size(), onMonitor.size());
+    EXPECT_EQ(memory.home(), onMonitor);
+    memory.frameRested(*refuge);
+    EXPECT_EQ(memory.home(), onMonitor) << "it rests there for want of its screen";
+    EXPECT_EQ(memory.screensChanged({laptop, monitor}), onMonitor);
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
+TEST_F(ScreenChangeMemoryTest, AWindowThatIsTooLargeGetsItsSizeBack) {
+    const QRect large(1400, 100, 1920, 1080);
+    memory.frameRested(large);
+    const auto refuge = memory.screensChanged({laptop});
+    ASSERT_TRUE(refuge);
+    EXPECT_TRUE(laptop.contains(*refuge));
+    EXPECT_EQ(memory.screensChanged({laptop, monitor}), large);
+}
+
+TEST_F(ScreenChangeMemoryTest, APlaceGivenMeanwhileCounts) {
+    memory.frameRested(onMonitor);
+    ASSERT_TRUE(memory.screensChanged({laptop}));
+    memory.frameRested(onLaptop);
+    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.screensChanged({laptop, monitor}), onLaptop);
+}
+
+TEST_F(ScreenChangeMemoryTest, SeveralChangesOnTheWayLeadHomeAllTheSame) {
+    memory.frameRested(onMonitor);
+    ASSERT_TRUE(memory.screensChanged({laptop}));
+    ASSERT_TRUE(memory.screensChanged({QRect(0, 0, 800, 600)}));
+    ASSERT_TRUE(memory.screensChanged({laptop}));
+    EXPECT_EQ(memory.screensChanged({monitor}), onMonitor);
+}
+
+TEST_F(ScreenChangeMemoryTest, WithoutAnyScreenTheFrameIsKept) {
+    memory.frameRested(onMonitor);
+    EXPECT_EQ(memory.screensChanged({}), onMonitor);
+}
+
+} // namespace
+} // namespace lumvik

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QList>
+#include <QRect>
+
+#include <optional>
+
+namespace lumvik {
+
+/// Where a window belongs when screens come and go: on a screen that is there, and back where it
+/// was once that place is there again, unless it was given another place meanwhile. In points.
+class ScreenChangeMemory {
+  public:
+    /// The window has stood here for a while.
+    void frameRested(const QRect &frame);
+
+    /// Where the window belongs on the screens there are now; nothing as long as none of its places
+    /// is known.
+    [[nodiscard]] std::optional<QRect> screensChanged(const QList<QRect> &screens);
+
+    /// The window's own place while it stands elsewhere for want of the screen; else nothing.
+    [[nodiscard]] std::optional<QRect> home() const { return m_home; }
+
+  private:
+    std::optional<QRect> m_rested; // the last frame that was not for want of a screen
+    std::optional<QRect> m_home;
+    QRect m_refuge; // where it stands instead
+};
+
+} // namespace lumvik
