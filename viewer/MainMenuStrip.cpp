@@ -148,7 +148,7 @@ void MainMenuStrip::menuVisibilityChanged() {
 
 int MainMenuStrip::keyboardIndex() const {
     for (int index = 0; index < m_titles.size(); ++index) {
-        if (m_titles.at(index)->hasActiveFocus())
+        if (m_titles.at(index)->hasFocus()) // an open menu has borrowed it
             return index;
     }
     return -1;
