@@ -91,6 +91,8 @@ void AppDelegate::applicationDidResignActive() {
     closePopUpMenus();
     if (interactionView != nullptr)
         interactionView->cancelFocusSelection(CancellationNotice::notify);
+    if (keyboardPath)
+        keyboardPath->leave();
     pointerIsOverViewer = false;
     cameraMenuIsOpen = false;
     updateViewerControls(true);

@@ -19,6 +19,7 @@
 #include "viewer/DraggableContentView.h"
 #include "viewer/EmptyStateLabel.h"
 #include "viewer/FrameMemory.h"
+#include "viewer/KeyboardPath.h"
 #include "viewer/MainMenuStrip.h"
 #include "viewer/ViewerButtons.h"
 #include "viewer/ViewerWindow.h"
@@ -263,11 +264,19 @@ class AppDelegate final : public QObject {
     void createViews();
     void restoreWindowState();
     void saveWindowFrame();
-    bool keyDown(QKeyEvent &event);
-    void openMainMenu();
     /// The graphics of the window went away, with the player's render context; or are there again.
     void graphicsWereLost();
     void graphicsAreBack();
+
+    // viewer/AppDelegate+Keyboard.cpp
+    void layKeyboardPath();
+    /// A key that no item of the window took; answers whether it was used.
+    bool keyDown(QKeyEvent &event);
+    /// Tab and Shift+Tab lead over the controls, Escape away from them.
+    bool walkControls(const QKeyEvent &event);
+    /// A click takes the keyboard away from the controls.
+    void mouseDown();
+    void openMainMenu();
 
     // viewer/AppDelegate+Controls.cpp
     /// Where the controls that can be seen are, in the interaction view's coordinates.
@@ -284,6 +293,8 @@ class AppDelegate final : public QObject {
 
     // viewer/AppDelegate+CameraPicker.cpp
     void fillCameraPicker();
+    /// Tells assistive technology which camera's picture the window shows, if it shows one.
+    void describePicture();
 
     // editor/AppDelegate+CameraSettings.cpp
     void cameraSettingsDidClose();
@@ -342,6 +353,7 @@ class AppDelegate final : public QObject {
     CloseViewerButton *closeViewerButton = nullptr;
     MainMenuStrip *mainMenuStrip = nullptr;
     DraggableContentView *interactionView = nullptr;
+    std::unique_ptr<KeyboardPath> keyboardPath; // after the window
 
     // The viewer's controls.
     bool usesCompactViewerControls = false;

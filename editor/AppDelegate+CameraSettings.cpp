@@ -84,6 +84,7 @@ tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &
     cameras = saved;
     fillCameraPicker();
     cameraPicker->selectItem(selection);
+    describePicture();
     emptyStateLabel->setVisible(false);
     refreshViewerControls();
     environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, selection);

@@ -70,6 +70,8 @@ QVariant CameraListModel::data(const QModelIndex &index, int role) const {
     case name:
         return isText ? camera.name : QVariant();
     case address:
+        if (role == Qt::AccessibleTextRole)
+            return spokenAddress(camera.url);
         return isText ? camera.url : QVariant();
     default:
         return {};
@@ -94,6 +96,8 @@ QVariant CameraListModel::headerData(int section, Qt::Orientation orientation, i
         return {};
     if (role == Qt::TextAlignmentRole)
         return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
+    if (role == Qt::AccessibleTextRole && section == order)
+        return QStringLiteral("Order"); // the column has no title to be seen
     if (role != Qt::DisplayRole)
         return {};
     switch (section) {

@@ -49,6 +49,22 @@ bool isCameraAddress(const QString &address) {
     return url.isValid() && url.scheme() == QLatin1String("rtsp") && !url.host().isEmpty();
 }
 
+QString spokenAddress(const QString &address) {
+    const QString trimmed = address.trimmed();
+    if (trimmed.isEmpty() || trimmed == QLatin1String("rtsp://")) // what a new camera begins with
+        return QStringLiteral("No address yet");
+    // With a password that is not written as it should be, a part of it may pass for the host: an
+    // "@" that does not end the user's part is one that stands in a password.
+    const QUrl url(trimmed);
+    const bool endsUserOnly =
+        trimmed.count(QLatin1Char('@')) == (url.userInfo(QUrl::FullyEncoded).isEmpty() ? 0 : 1);
+    if (!isCameraAddress(trimmed) || !endsUserOnly)
+        return QStringLiteral("Address that cannot be read out");
+    if (url.port() < 0)
+        return QStringLiteral("Camera at %1").arg(url.host());
+    return QStringLiteral("Camera at %1, port %2").arg(url.host()).arg(url.port());
+}
+
 tl::expected<CameraList, CameraListProblem> validatedCameras(const CameraList &cameras) {
     if (cameras.isEmpty()) {
         return tl::unexpected(

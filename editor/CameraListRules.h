@@ -28,6 +28,12 @@ struct CameraListProblem {
 /// case, and names a host. Nothing is trimmed here.
 [[nodiscard]] bool isCameraAddress(const QString &address);
 
+/// What a screen reader says of an address that it passes over: where the camera is, and neither
+/// user, password nor path. What is spoken is heard by whoever is near and goes into the logs of
+/// speech services, and each of those may be a secret. The whole address is read in its field,
+/// while it is edited.
+[[nodiscard]] QString spokenAddress(const QString &address);
+
 /// The list with white space trimmed from all texts, or the first thing that is wrong with it: no
 /// camera, then row by row an empty name and an address that cannot be played.
 [[nodiscard]] tl::expected<CameraList, CameraListProblem>

@@ -88,6 +88,8 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
     setModel(&model);
     setItemDelegate(new CameraFieldDelegate(this));
     setAccessibleName(QStringLiteral("Cameras"));
+    setAccessibleDescription(
+        QStringLiteral("F2 edits a field, Alt+Up and Alt+Down move the camera, Delete removes it"));
 
     setFrameShape(NoFrame);
     viewport()->setAutoFillBackground(false);

@@ -88,6 +88,7 @@ MPVOpenGLView::MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent)
 }
 
 MPVOpenGLView::~MPVOpenGLView() {
+    m_pictureChanged = nullptr; // whoever listens is going as well
     shutdownRenderContext();
 }
 
@@ -146,22 +147,28 @@ void MPVOpenGLView::shutdownRenderContext() {
             window()->update(); // the last picture must not stay on the screen as if it were live
     }
     m_hasPendingVideoFrame = false;
-    m_showsPicture = false;
     m_frameWasTaken = false;
     m_expectsPicture = true;
+    setShowsPicture(false);
 }
 
 void MPVOpenGLView::forgetPicture() {
     m_expectsPicture = false;
-    m_showsPicture = false;
     m_hasPendingVideoFrame = false;
+    setShowsPicture(false);
     if (window() != nullptr)
         window()->update();
 }
 
 void MPVOpenGLView::hidePicture() {
-    if (std::exchange(m_showsPicture, false) && window() != nullptr)
+    if (m_showsPicture && window() != nullptr)
         window()->update();
+    setShowsPicture(false);
+}
+
+void MPVOpenGLView::setShowsPicture(bool shows) {
+    if (std::exchange(m_showsPicture, shows) != shows && m_pictureChanged)
+        m_pictureChanged();
 }
 
 void MPVOpenGLView::setFrameRenderedHandler(std::function<void()> handler) {
@@ -233,7 +240,7 @@ bool MPVOpenGLView::nextFrameIsNew() const {
 void MPVOpenGLView::noteNextFrame() {
     if (m_expectsPicture && nextFrameIsNew()) {
         m_hasPendingVideoFrame = true;
-        m_showsPicture = true;
+        setShowsPicture(true);
     }
 }
 
@@ -302,7 +309,7 @@ void MPVOpenGLView::graphicsWereInvalidated() {
     (void)makeContextCurrent();
     m_renderContext.reset();
     m_hasPendingVideoFrame = false;
-    m_showsPicture = false;
+    setShowsPicture(false);
     m_frameWasTaken = false;
     if (m_graphicsLost)
         m_mainQueue.async(m_graphicsLost);

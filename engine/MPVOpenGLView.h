@@ -57,6 +57,9 @@ class MPVOpenGLView : public QQuickItem {
     /// `handler` runs once for every new frame after it was shown.
     void setFrameRenderedHandler(std::function<void()> handler);
 
+    /// `changed` runs whenever `showsPicture` answers something else than before.
+    void setPictureHandler(std::function<void()> changed) { m_pictureChanged = std::move(changed); }
+
     /// `lost` runs after the window's graphics went away while a player was attached (the render
     /// context is freed by then); `back` runs when there are graphics again after they went away,
     /// with a player or without.
@@ -85,6 +88,7 @@ class MPVOpenGLView : public QQuickItem {
     void reportShownFrame();
     [[nodiscard]] bool nextFrameIsNew() const;
     void noteNextFrame();
+    void setShowsPicture(bool shows);
     void skipPendingFrame();
     void drawLastFrameSoon();
     void graphicsWereInvalidated();
@@ -104,6 +108,7 @@ class MPVOpenGLView : public QQuickItem {
     bool m_willDrawLastFrame = false; // a drawing is due for the case that no further frame comes
     bool m_graphicsWereLost = false;  // and are not back yet
     std::shared_ptr<const std::function<void()>> m_frameRenderedHandler;
+    std::function<void()> m_pictureChanged;
     std::function<void()> m_graphicsLost;
     std::function<void()> m_graphicsBack;
 };

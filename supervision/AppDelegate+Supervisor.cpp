@@ -68,6 +68,7 @@ void AppDelegate::selectCamera(int index) {
     if (isClosingViewer || index < 0 || index >= cameras.size())
         return;
     cameraPicker->selectItem(index);
+    describePicture();
     environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, index);
     updateViewerControlLayout();
     beginPlaybackSelection(index);

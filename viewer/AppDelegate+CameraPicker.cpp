@@ -13,6 +13,18 @@ void AppDelegate::fillCameraPicker() {
     cameraPicker->setItems(names);
 }
 
+void AppDelegate::describePicture() {
+    // By the camera's name alone: its address may hold a password.
+    const QString camera = cameraPicker->value();
+    PictureText text;
+    if (!cameras.isEmpty()) {
+        text = {.name = QStringLiteral("Picture of %1").arg(camera),
+                .description = videoHost->showsPicture() ? QStringLiteral("Live")
+                                                         : QStringLiteral("No picture yet")};
+    }
+    interactionView->setPictureText(text);
+}
+
 void AppDelegate::cameraMenuItemSelected(int index) {
     selectCamera(index);
 }

@@ -55,10 +55,12 @@ void AppDelegate::updateViewerControls(bool animated) {
     if (isClosingViewer || !window)
         return;
     keepViewerControlsInFront();
-    const bool visible = viewerControlsAreWanted({.pointerIsOverViewer = pointerIsOverViewer,
-                                                  .cameraMenuIsOpen = cameraMenuIsOpen,
-                                                  .mainMenuIsOpen = mainMenuIsOpen,
-                                                  .isSelectingFocusArea = isSelectingFocusArea});
+    const bool visible = viewerControlsAreWanted(
+        {.pointerIsOverViewer = pointerIsOverViewer,
+         .cameraMenuIsOpen = cameraMenuIsOpen,
+         .mainMenuIsOpen = mainMenuIsOpen,
+         .keyboardIsOnControls = keyboardPath && keyboardPath->isOnControls(),
+         .isSelectingFocusArea = isSelectingFocusArea});
     if (visible == viewerControlsAreVisible) {
         // Asked for at once, a fade that is still running is finished.
         if (!animated && viewerControlFade.state() == QAbstractAnimation::Running)

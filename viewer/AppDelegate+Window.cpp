@@ -42,6 +42,11 @@ void AppDelegate::createWindow() {
                     self->windowWillClose();
             },
         .keyDown = [self](QKeyEvent &event) { return self && self->keyDown(event); },
+        .mouseDown =
+            [self] {
+                if (self)
+                    self->mouseDown();
+            },
         .graphicsFailed =
             [self](const QString &details) {
                 if (self)
@@ -65,6 +70,10 @@ void AppDelegate::createViews() {
     QQuickItem *content = window->contentItem();
 
     videoHost = new MPVOpenGLView(environment.mainQueue, content);
+    videoHost->setPictureHandler([self] {
+        if (self && !self->isClosingViewer)
+            self->describePicture();
+    });
     videoHost->setGraphicsHandlers(
         [self] {
             if (self)
@@ -117,6 +126,8 @@ void AppDelegate::createViews() {
             self->closeCameraViewer();
     });
 
+    layKeyboardPath();
+
     setControlsEnabled(false);
     setControlsOpacity(0);
     setControlsVisible(false);
@@ -137,6 +148,7 @@ void AppDelegate::restoreWindowState() {
     cameraPicker->selectItem(
         environment.userDefaults.integer(PreferenceKeys::selectedCameraIndex).value_or(0));
     emptyStateLabel->setVisible(cameras.isEmpty());
+    describePicture();
 
     const bool staysOnTop = environment.userDefaults.boolean(PreferenceKeys::staysOnTop);
     stayOnTopButton->setOn(staysOnTop);
@@ -213,25 +225,6 @@ void AppDelegate::windowWillClose() {
     pointerIsOverViewer = false;
     if (applicationShouldTerminateAfterLastWindowClosed())
         environment.terminate();
-}
-
-bool AppDelegate::keyDown(QKeyEvent &event) {
-    if (isClosingViewer)
-        return false;
-    if (event.key() == Qt::Key_F10 || event.key() == Qt::Key_Menu) {
-        openMainMenu();
-        return true;
-    }
-    return mainMenu->performKeyEquivalent(event);
-}
-
-void AppDelegate::openMainMenu() {
-    // The strip is shown first, at once, so that the menu opens under its title.
-    mainMenuIsOpen = true;
-    updateViewerControls(false);
-    mainMenuStrip->openMenu(0);
-    mainMenuIsOpen = mainMenuStrip->menuIsOpen();
-    updateViewerControls(true);
 }
 
 // ---- Graphics that fail ----

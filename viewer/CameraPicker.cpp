@@ -1,10 +1,10 @@
 #include "viewer/CameraPicker.h"
 
 #include "style/Symbols.h"
+#include "viewer/MenuAccessibility.h"
 #include "viewer/PopUpMenu.h"
 
 #include <QFontMetricsF>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QQuickWindow>
 
@@ -46,6 +46,7 @@ CameraPicker::CameraPicker(CameraPickerDelegate delegate, QQuickItem *parent)
     , m_menuStyle([this](const QAction *item) { return viewOfItem(item); })
     , m_menu(std::make_unique<QMenu>()) {
     m_menu->setStyle(&m_menuStyle);
+    describeMenuOf(*m_menu, *this);
     setAction([this] { openMenu(); });
     connect(m_menu.get(), &QMenu::aboutToShow, this, [this] {
         markSelectedItem();
@@ -128,17 +129,8 @@ void CameraPicker::openMenu() {
               m_menu->actions().value(m_selected));
 }
 
-void CameraPicker::mousePressEvent(QMouseEvent *event) {
-    // Opens on the press, so that one can press, move to an item and let go.
-    event->accept();
-    performClick();
-    // The release goes to the menu that opened, and would be missed here for ever.
-    QMetaObject::invokeMethod(
-        this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
-}
-
-void CameraPicker::mouseReleaseEvent(QMouseEvent *event) {
-    event->accept();
+OutlinedShape CameraPicker::outlinedShape() const {
+    return {boundingRect(), cornerRadius};
 }
 
 void CameraPicker::paint(QPainter *painter) {

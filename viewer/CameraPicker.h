@@ -48,6 +48,8 @@ class CameraPicker final : public ViewerControl {
     /// The name of the selected camera; empty without one.
     [[nodiscard]] QString value() const override { return m_names.value(m_selected); }
 
+    [[nodiscard]] QMenu *popUp() const override { return m_menu.get(); }
+
     /// The width that shows the whole title, in points.
     [[nodiscard]] qreal naturalWidth() const;
 
@@ -64,8 +66,7 @@ class CameraPicker final : public ViewerControl {
     void paint(QPainter *painter) override;
 
   protected:
-    void mousePressEvent(QMouseEvent *event) override;
-    void mouseReleaseEvent(QMouseEvent *event) override;
+    [[nodiscard]] OutlinedShape outlinedShape() const override;
 
   private:
     void styleCameraPickerMenu();

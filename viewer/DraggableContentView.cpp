@@ -3,6 +3,7 @@
 #include "viewer/FocusSelectionOverlay.h"
 #include "viewer/MouseButtons.h"
 
+#include <QAccessible>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -68,6 +69,23 @@ DraggableContentView::DraggableContentView(MainQueue &mainQueue, QQuickItem *par
 }
 
 DraggableContentView::~DraggableContentView() = default;
+
+void DraggableContentView::setPictureText(const PictureText &text) {
+    const PictureText before = std::exchange(m_pictureText, text);
+    if (before.name != text.name) {
+        QAccessibleEvent renamed(this, QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&renamed);
+    }
+    if (before.name.isEmpty() != text.name.isEmpty()) {
+        QAccessibleEvent shown(this, text.name.isEmpty() ? QAccessible::ObjectHide
+                                                         : QAccessible::ObjectShow);
+        QAccessible::updateAccessibility(&shown);
+    }
+    if (before.description != text.description) {
+        QAccessibleEvent described(this, QAccessible::DescriptionChanged);
+        QAccessible::updateAccessibility(&described);
+    }
+}
 
 // ---- Hover ----
 

@@ -27,6 +27,14 @@ inline constexpr qreal smallestFocusSelection = 12;
 /// Whether whoever waits for the end of a selection is told that it was cancelled.
 enum class CancellationNotice { notify, keepSilent };
 
+/// What assistive technology is told of the picture under the surface.
+struct PictureText {
+    QString name; ///< What it shows; empty while there is no picture to speak of.
+    QString description;
+
+    friend bool operator==(const PictureText &, const PictureText &) = default;
+};
+
 class FocusSelectionOverlay;
 
 /// The transparent surface over the whole picture, under the controls: it reports whether the
@@ -72,6 +80,10 @@ class DraggableContentView final : public QQuickItem {
     void setViewerControlRects(std::function<QList<QRectF>()> viewerControlRects) {
         m_viewerControlRects = std::move(viewerControlRects);
     }
+
+    /// Tells assistive technology what the picture is now.
+    void setPictureText(const PictureText &text);
+    [[nodiscard]] const PictureText &pictureText() const { return m_pictureText; }
 
     /// Enters selection mode, with the keyboard, afresh if it is on already.
     void beginFocusSelection();
@@ -135,6 +147,7 @@ class DraggableContentView final : public QQuickItem {
     bool m_isSelectingFocusArea = false;
     std::shared_ptr<WorkItem> m_handOver; // due while finalizing
     FocusSelectionOverlay *m_overlay;     // a child
+    PictureText m_pictureText;
 };
 
 } // namespace lumvik

@@ -2,6 +2,7 @@
 
 #include "style/Symbols.h"
 
+#include <QAccessible>
 #include <QFontMetricsF>
 #include <QPainter>
 
@@ -33,6 +34,14 @@ qreal EmptyStateLabel::heightForWidth(qreal width) {
     return std::ceil(QFontMetricsF(labelFont())
                          .boundingRect(QRectF(0, 0, width, 10000), textFlags, text())
                          .height());
+}
+
+void EmptyStateLabel::itemChange(ItemChange change, const ItemChangeData &value) {
+    QQuickPaintedItem::itemChange(change, value);
+    if (change != ItemVisibleHasChanged)
+        return;
+    QAccessibleEvent shown(this, isVisible() ? QAccessible::ObjectShow : QAccessible::ObjectHide);
+    QAccessible::updateAccessibility(&shown);
 }
 
 void EmptyStateLabel::paint(QPainter *painter) {

@@ -19,6 +19,9 @@ class EmptyStateLabel final : public QQuickPaintedItem {
     [[nodiscard]] static qreal heightForWidth(qreal width);
 
     void paint(QPainter *painter) override;
+
+  protected:
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
 };
 
 } // namespace lumvik

@@ -2,6 +2,7 @@
 
 #include "style/LumvikPalette.h"
 #include "style/Symbols.h"
+#include "viewer/MenuAccessibility.h"
 #include "viewer/PopUpMenu.h"
 
 #include <QFontMetricsF>
@@ -20,16 +21,53 @@ constexpr qreal cornerRadius = 8;
 constexpr qreal titleMargin = 9; // at each side of a title
 constexpr qreal stripMargin = 3; // between the strip's ends and the outer titles' margins
 constexpr qreal menuGap = 4;
+constexpr qreal highlightRadius = 5;
 
 QFont titleFont() {
     return systemFont(11, QFont::Medium);
 }
 
-qreal titleWidth(const QMenu &menu) {
-    return std::ceil(QFontMetricsF(titleFont()).horizontalAdvance(menu.title())) + 2 * titleMargin;
+} // namespace
+
+// ---- The titles ----
+
+MainMenuTitle::MainMenuTitle(QMenu &menu, QQuickItem *strip)
+    : ViewerControl(Role::menuTitle, menu.title(), strip)
+    , m_menu(menu) {
+    describeMenuOf(menu, *this);
 }
 
-} // namespace
+void MainMenuTitle::setMenuIsOpen(bool isOpen) {
+    m_menuIsOpen = isOpen;
+    update();
+}
+
+qreal MainMenuTitle::naturalWidth() const {
+    return std::ceil(QFontMetricsF(titleFont()).horizontalAdvance(m_menu.title())) +
+           2 * titleMargin;
+}
+
+QRectF MainMenuTitle::highlight() const {
+    return boundingRect().adjusted(1, 3, -1, -3);
+}
+
+OutlinedShape MainMenuTitle::outlinedShape() const {
+    return {highlight(), highlightRadius};
+}
+
+void MainMenuTitle::paint(QPainter *painter) {
+    painter->setRenderHint(QPainter::Antialiasing);
+    if (m_menuIsOpen) {
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(LumvikPalette::mirel());
+        painter->drawRoundedRect(highlight(), highlightRadius, highlightRadius);
+    }
+    painter->setFont(titleFont());
+    painter->setPen(Qt::white);
+    painter->drawText(boundingRect(), Qt::AlignCenter, m_menu.title());
+}
+
+// ---- The strip ----
 
 MainMenuStrip::MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent)
     : QQuickPaintedItem(parent)
@@ -37,8 +75,12 @@ MainMenuStrip::MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent)
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
     setCursor(Qt::ArrowCursor);
-    for (QMenu *menu : std::as_const(m_menus)) {
+    for (int index = 0; index < m_menus.size(); ++index) {
+        QMenu *menu = m_menus.at(index);
         menu->installEventFilter(this);
+        auto *title = new MainMenuTitle(*menu, this);
+        title->setAction([this, index] { openMenu(index); });
+        m_titles.append(title);
         // Judged in a later turn: walking from menu to menu closes one before it opens the next.
         connect(menu, &QMenu::aboutToShow, this, &MainMenuStrip::menuVisibilityChanged,
                 Qt::QueuedConnection);
@@ -49,24 +91,38 @@ MainMenuStrip::MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent)
 
 qreal MainMenuStrip::naturalWidth() const {
     qreal width = 2 * stripMargin;
-    for (const QMenu *menu : m_menus)
-        width += titleWidth(*menu);
+    for (const MainMenuTitle *title : m_titles)
+        width += title->naturalWidth();
     return width;
 }
 
-QRectF MainMenuStrip::titleRect(int index) const {
+void MainMenuStrip::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) {
+    QQuickPaintedItem::geometryChange(newGeometry, oldGeometry);
     qreal left = stripMargin;
-    for (int before = 0; before < index; ++before)
-        left += titleWidth(*m_menus.at(before));
-    return {left, 0, titleWidth(*m_menus.at(index)), height()};
+    for (MainMenuTitle *title : std::as_const(m_titles)) {
+        title->setPosition({left, 0});
+        title->setSize({title->naturalWidth(), newGeometry.height()});
+        left += title->width();
+    }
+}
+
+void MainMenuStrip::itemChange(ItemChange change, const ItemChangeData &value) {
+    QQuickPaintedItem::itemChange(change, value);
+    if (change != ItemVisibleHasChanged)
+        return;
+    QAccessibleEvent shown(this, isVisible() ? QAccessible::ObjectShow : QAccessible::ObjectHide);
+    QAccessible::updateAccessibility(&shown);
 }
 
 void MainMenuStrip::openMenu(int index) {
     if (window() == nullptr || index < 0 || index >= m_menus.size())
         return;
-    const QPointF below = titleRect(index).bottomLeft() + QPointF(0, menuGap);
+    MainMenuTitle &title = *m_titles.at(index);
+    if (keyboardIndex() >= 0)
+        title.forceActiveFocus(Qt::OtherFocusReason); // it goes along from menu to menu
+    const QPointF below(0, title.height() + menuGap);
     const QPoint position =
-        isVisible() ? mapToScene(below).toPoint() : QPoint(qRound(menuGap), qRound(menuGap));
+        isVisible() ? title.mapToScene(below).toPoint() : QPoint(qRound(menuGap), qRound(menuGap));
     QMenu &menu = *m_menus.at(index);
     popUpMenu(menu, *window(), position, menu.actions().value(0));
     menuVisibilityChanged();
@@ -84,9 +140,23 @@ void MainMenuStrip::menuVisibilityChanged() {
     const int open = openMenuIndex();
     const bool wasOpen = m_openIndex >= 0;
     m_openIndex = open;
-    update();
+    for (int index = 0; index < m_titles.size(); ++index)
+        m_titles.at(index)->setMenuIsOpen(index == open);
     if ((open >= 0) != wasOpen && m_menuOpenChanged)
         m_menuOpenChanged(open >= 0);
+}
+
+int MainMenuStrip::keyboardIndex() const {
+    for (int index = 0; index < m_titles.size(); ++index) {
+        if (m_titles.at(index)->hasFocus()) // an open menu has borrowed it
+            return index;
+    }
+    return -1;
+}
+
+int MainMenuStrip::indexBeside(int index, int key) const {
+    const auto count = static_cast<int>(m_menus.size());
+    return (index + (key == Qt::Key_Right ? 1 : count - 1)) % count;
 }
 
 bool MainMenuStrip::eventFilter(QObject *watched, QEvent *event) {
@@ -96,22 +166,22 @@ bool MainMenuStrip::eventFilter(QObject *watched, QEvent *event) {
     const int key = static_cast<QKeyEvent *>(event)->key();
     if (index < 0 || (key != Qt::Key_Left && key != Qt::Key_Right))
         return false;
-    const auto count = static_cast<int>(m_menus.size());
     m_menus.at(index)->close();
-    openMenu((index + (key == Qt::Key_Right ? 1 : count - 1)) % count);
+    openMenu(indexBeside(index, key));
     return true;
 }
 
+void MainMenuStrip::keyPressEvent(QKeyEvent *event) {
+    const int index = keyboardIndex();
+    const int key = event->key();
+    if (index >= 0 && (key == Qt::Key_Left || key == Qt::Key_Right))
+        m_titles.at(indexBeside(index, key))->forceActiveFocus(Qt::OtherFocusReason);
+    else
+        QQuickPaintedItem::keyPressEvent(event);
+}
+
 void MainMenuStrip::mousePressEvent(QMouseEvent *event) {
-    for (int index = 0; index < m_menus.size(); ++index) {
-        if (titleRect(index).contains(event->position())) {
-            openMenu(index);
-            // The release goes to the menu that opened, and would be missed here for ever.
-            QMetaObject::invokeMethod(
-                this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
-            return;
-        }
-    }
+    event->accept(); // between the titles, where a press must not take hold of the window
 }
 
 void MainMenuStrip::paint(QPainter *painter) {
@@ -119,17 +189,6 @@ void MainMenuStrip::paint(QPainter *painter) {
     painter->setPen(Qt::NoPen);
     painter->setBrush(QColor::fromRgbF(0, 0, 0, 0.66F));
     painter->drawRoundedRect(boundingRect(), cornerRadius, cornerRadius);
-    painter->setFont(titleFont());
-    for (int index = 0; index < m_menus.size(); ++index) {
-        const QRectF title = titleRect(index);
-        if (index == m_openIndex) {
-            painter->setPen(Qt::NoPen);
-            painter->setBrush(LumvikPalette::mirel());
-            painter->drawRoundedRect(title.adjusted(1, 3, -1, -3), 5, 5);
-        }
-        painter->setPen(Qt::white);
-        painter->drawText(title, Qt::AlignCenter, m_menus.at(index)->title());
-    }
 }
 
 } // namespace lumvik

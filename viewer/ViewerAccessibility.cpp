@@ -1,12 +1,15 @@
 #include "viewer/ViewerAccessibility.h"
 
+#include "viewer/DraggableContentView.h"
 #include "viewer/EmptyStateLabel.h"
 #include "viewer/MainMenuStrip.h"
+#include "viewer/MenuAccessibility.h"
 #include "viewer/ViewerControl.h"
 
 #include <QAccessible>
 #include <QAccessibleObject>
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QMenu>
 #include <QQuickWindow>
 
 namespace lumvik {
@@ -21,30 +24,61 @@ QAccessible::Role accessibleRole(ViewerControl::Role role) {
         return QAccessible::CheckBox;
     case ViewerControl::Role::popUpButton:
         return QAccessible::ComboBox;
+    case ViewerControl::Role::menuTitle:
+        return QAccessible::MenuItem;
     }
     return QAccessible::Button;
 }
 
-QRect areaOnScreen(const QQuickItem &item) {
-    if (item.window() == nullptr)
-        return {};
-    const QRectF inWindow = item.mapRectToScene(item.boundingRect());
-    return {item.window()->mapToGlobal(inWindow.topLeft()).toPoint(), inWindow.size().toSize()};
-}
-
-/// A control as assistive technology sees it.
-class AccessibleControl final : public QAccessibleObject, public QAccessibleActionInterface {
+/// What everything in the window has in common to assistive technology: it is a Qt Quick item,
+/// known under the item that it lies in, if that one is known as well, and else under the window.
+class AccessibleItem : public QAccessibleObject {
   public:
-    explicit AccessibleControl(ViewerControl *control) : QAccessibleObject(control) {}
+    explicit AccessibleItem(QQuickItem *item) : QAccessibleObject(item) {}
 
     QAccessibleInterface *parent() const override {
-        return isValid() && control()->window() != nullptr
-                   ? QAccessible::queryAccessibleInterface(control()->window())
-                   : nullptr;
+        if (!isValid() || item()->window() == nullptr)
+            return nullptr;
+        if (qobject_cast<MainMenuStrip *>(item()->parentItem()) != nullptr)
+            return QAccessible::queryAccessibleInterface(item()->parentItem());
+        return QAccessible::queryAccessibleInterface(item()->window());
     }
     QAccessibleInterface *child(int) const override { return nullptr; }
     int childCount() const override { return 0; }
     int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+
+    QRect rect() const override {
+        if (!isValid() || item()->window() == nullptr)
+            return {};
+        const QRectF inWindow = item()->mapRectToScene(item()->boundingRect());
+        return {item()->window()->mapToGlobal(inWindow.topLeft()).toPoint(),
+                inWindow.size().toSize()};
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        state.invalid = !isValid();
+        state.invisible = isValid() && !item()->isVisible();
+        state.disabled = isValid() && !item()->isEnabled();
+        return state;
+    }
+
+  protected:
+    [[nodiscard]] QQuickItem *item() const { return static_cast<QQuickItem *>(object()); }
+};
+
+/// A control as assistive technology sees it, with the menu that it opens.
+class AccessibleControl final : public AccessibleItem, public QAccessibleActionInterface {
+  public:
+    explicit AccessibleControl(ViewerControl *control) : AccessibleItem(control) {}
+
+    QAccessibleInterface *child(int index) const override {
+        return index == 0 && popUp() != nullptr ? QAccessible::queryAccessibleInterface(popUp())
+                                                : nullptr;
+    }
+    int childCount() const override { return popUp() == nullptr ? 0 : 1; }
+    int indexOfChild(const QAccessibleInterface *child) const override {
+        return popUp() != nullptr && child->object() == popUp() ? 0 : -1;
+    }
 
     QString text(QAccessible::Text kind) const override {
         if (!isValid())
@@ -58,18 +92,18 @@ class AccessibleControl final : public QAccessibleObject, public QAccessibleActi
     QAccessible::Role role() const override {
         return isValid() ? accessibleRole(control()->role()) : QAccessible::NoRole;
     }
-    QRect rect() const override { return isValid() ? areaOnScreen(*control()) : QRect(); }
     QAccessible::State state() const override {
-        QAccessible::State state;
-        if (!isValid()) {
-            state.invalid = true;
+        QAccessible::State state = AccessibleItem::state();
+        if (!isValid())
             return state;
-        }
-        state.invisible = !control()->isVisible();
-        state.disabled = !control()->isEnabled();
         state.checkable = control()->role() == ViewerControl::Role::toggle;
         state.checked = control()->isOn();
-        state.hasPopup = control()->role() == ViewerControl::Role::popUpButton;
+        state.focusable = true; // hidden ones are shown when they are asked to take the keyboard
+        state.focused = control()->hasActiveFocus();
+        state.hasPopup = popUp() != nullptr;
+        state.expandable = state.hasPopup;
+        state.expanded = popUp() != nullptr && popUp()->isVisible();
+        state.collapsed = popUp() != nullptr && !popUp()->isVisible();
         return state;
     }
 
@@ -83,48 +117,53 @@ class AccessibleControl final : public QAccessibleObject, public QAccessibleActi
             return {};
         switch (control()->role()) {
         case ViewerControl::Role::button:
-            return {pressAction()};
+            return {pressAction(), setFocusAction()};
         case ViewerControl::Role::toggle:
-            return {toggleAction(), pressAction()};
+            return {toggleAction(), pressAction(), setFocusAction()};
         case ViewerControl::Role::popUpButton:
-            return {showMenuAction(), pressAction()};
+        case ViewerControl::Role::menuTitle:
+            return {showMenuAction(), pressAction(), setFocusAction()};
         }
         return {};
     }
     void doAction(const QString &name) override {
-        if (isValid() && actionNames().contains(name))
+        if (!actionNames().contains(name))
+            return;
+        if (name == setFocusAction())
+            control()->askForKeyboard();
+        else
             control()->performClick();
     }
     QStringList keyBindingsForAction(const QString &) const override { return {}; }
 
   private:
     [[nodiscard]] ViewerControl *control() const { return static_cast<ViewerControl *>(object()); }
+    [[nodiscard]] QMenu *popUp() const { return isValid() ? control()->popUp() : nullptr; }
 };
 
 /// The strip with the main menu's titles as assistive technology sees it: pressing it opens the
 /// first menu, in which the arrow keys walk on.
-class AccessibleMenuStrip final : public QAccessibleObject, public QAccessibleActionInterface {
+class AccessibleMenuStrip final : public AccessibleItem, public QAccessibleActionInterface {
   public:
-    explicit AccessibleMenuStrip(MainMenuStrip *strip) : QAccessibleObject(strip) {}
+    explicit AccessibleMenuStrip(MainMenuStrip *strip) : AccessibleItem(strip) {}
 
-    QAccessibleInterface *parent() const override {
-        return isValid() && strip()->window() != nullptr
-                   ? QAccessible::queryAccessibleInterface(strip()->window())
-                   : nullptr;
+    QAccessibleInterface *child(int index) const override {
+        MainMenuTitle *title = isValid() ? strip()->titles().value(index) : nullptr;
+        return title == nullptr ? nullptr : QAccessible::queryAccessibleInterface(title);
     }
-    QAccessibleInterface *child(int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+    int childCount() const override {
+        return isValid() ? static_cast<int>(strip()->titles().size()) : 0;
+    }
+    int indexOfChild(const QAccessibleInterface *child) const override {
+        return isValid() ? static_cast<int>(strip()->titles().indexOf(child->object())) : -1;
+    }
 
     QString text(QAccessible::Text kind) const override {
         return kind == QAccessible::Name ? QStringLiteral("Main Menu") : QString();
     }
     QAccessible::Role role() const override { return QAccessible::MenuBar; }
-    QRect rect() const override { return isValid() ? areaOnScreen(*strip()) : QRect(); }
     QAccessible::State state() const override {
-        QAccessible::State state;
-        state.invalid = !isValid();
-        state.invisible = isValid() && !strip()->isVisible();
+        QAccessible::State state = AccessibleItem::state();
         state.hasPopup = true;
         return state;
     }
@@ -148,54 +187,67 @@ class AccessibleMenuStrip final : public QAccessibleObject, public QAccessibleAc
 };
 
 /// The message of the empty state as assistive technology sees it.
-class AccessibleMessage final : public QAccessibleObject {
+class AccessibleMessage final : public AccessibleItem {
   public:
-    explicit AccessibleMessage(EmptyStateLabel *label) : QAccessibleObject(label) {}
-
-    QAccessibleInterface *parent() const override {
-        return isValid() && label()->window() != nullptr
-                   ? QAccessible::queryAccessibleInterface(label()->window())
-                   : nullptr;
-    }
-    QAccessibleInterface *child(int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+    explicit AccessibleMessage(EmptyStateLabel *label) : AccessibleItem(label) {}
 
     QString text(QAccessible::Text kind) const override {
         return kind == QAccessible::Name ? EmptyStateLabel::text() : QString();
     }
     QAccessible::Role role() const override { return QAccessible::StaticText; }
-    QRect rect() const override { return isValid() ? areaOnScreen(*label()) : QRect(); }
     QAccessible::State state() const override {
-        QAccessible::State state;
-        state.invalid = !isValid();
-        state.invisible = isValid() && !label()->isVisible();
+        QAccessible::State state = AccessibleItem::state();
         state.readOnly = true;
+        return state;
+    }
+};
+
+/// The picture as assistive technology sees it, by the surface that covers it. It is not there
+/// while no camera is shown.
+class AccessiblePicture final : public AccessibleItem {
+  public:
+    explicit AccessiblePicture(DraggableContentView *surface) : AccessibleItem(surface) {}
+
+    QString text(QAccessible::Text kind) const override {
+        if (!isValid())
+            return {};
+        if (kind == QAccessible::Name)
+            return surface()->pictureText().name;
+        return kind == QAccessible::Description ? surface()->pictureText().description : QString();
+    }
+    QAccessible::Role role() const override { return QAccessible::Graphic; }
+    QAccessible::State state() const override {
+        QAccessible::State state = AccessibleItem::state();
+        state.readOnly = true;
+        state.invisible = state.invisible || !isValid() || surface()->pictureText().name.isEmpty();
         return state;
     }
 
   private:
-    [[nodiscard]] EmptyStateLabel *label() const {
-        return static_cast<EmptyStateLabel *>(object());
+    [[nodiscard]] DraggableContentView *surface() const {
+        return static_cast<DraggableContentView *>(object());
     }
 };
 
-/// A window with controls as assistive technology sees it: its children are the message, the strip
-/// and the controls, shown or not (those that are not say so themselves).
+/// A window with controls as assistive technology sees it: its children are the picture, the
+/// message, the strip and the controls, shown or not (those that are not say so themselves).
 class AccessibleWindow final : public QAccessibleObject {
   public:
     explicit AccessibleWindow(QQuickWindow *window) : QAccessibleObject(window) {}
 
     QAccessibleInterface *parent() const override {
-        return QAccessible::queryAccessibleInterface(QCoreApplication::instance());
+        return QAccessible::queryAccessibleInterface(qGuiApp);
     }
     QAccessibleInterface *child(int index) const override {
-        QQuickItem *control = controls().value(index);
-        return control == nullptr ? nullptr : QAccessible::queryAccessibleInterface(control);
+        QQuickItem *item = items().value(index);
+        return item == nullptr ? nullptr : QAccessible::queryAccessibleInterface(item);
     }
-    int childCount() const override { return static_cast<int>(controls().size()); }
+    int childCount() const override { return static_cast<int>(items().size()); }
     int indexOfChild(const QAccessibleInterface *child) const override {
-        return static_cast<int>(controls().indexOf(child->object()));
+        return static_cast<int>(items().indexOf(child->object()));
+    }
+    QAccessibleInterface *focusChild() const override {
+        return control() == nullptr ? nullptr : QAccessible::queryAccessibleInterface(control());
     }
 
     QString text(QAccessible::Text kind) const override {
@@ -208,27 +260,37 @@ class AccessibleWindow final : public QAccessibleObject {
     QAccessible::State state() const override {
         QAccessible::State state;
         state.invalid = !isValid();
-        state.invisible = isValid() && !window()->isVisible();
-        state.active = isValid() && window()->isActive();
+        if (!isValid())
+            return state;
+        state.invisible = !window()->isVisible();
+        // The toolkit calls a window active also while one that belongs to it has the keyboard.
+        state.active = QGuiApplication::focusWindow() == window();
+        state.focusable = true;
+        state.focused = state.active && control() == nullptr;
         return state;
     }
 
   private:
+    /// The control that has the keyboard; null for none.
+    [[nodiscard]] ViewerControl *control() const {
+        return isValid() ? qobject_cast<ViewerControl *>(window()->activeFocusItem()) : nullptr;
+    }
     [[nodiscard]] QQuickWindow *window() const override {
         return static_cast<QQuickWindow *>(object());
     }
-    [[nodiscard]] QList<QQuickItem *> controls() const {
-        QList<QQuickItem *> controls;
+    [[nodiscard]] QList<QQuickItem *> items() const {
+        QList<QQuickItem *> items;
         if (!isValid())
-            return controls;
+            return items;
         // They lie directly in the content, in the order of their creation.
         for (QQuickItem *item : window()->contentItem()->childItems()) {
             if (qobject_cast<ViewerControl *>(item) != nullptr ||
                 qobject_cast<MainMenuStrip *>(item) != nullptr ||
-                qobject_cast<EmptyStateLabel *>(item) != nullptr)
-                controls.append(item);
+                qobject_cast<EmptyStateLabel *>(item) != nullptr ||
+                qobject_cast<DraggableContentView *>(item) != nullptr)
+                items.append(item);
         }
-        return controls;
+        return items;
     }
 };
 
@@ -240,9 +302,11 @@ QAccessibleInterface *makeAccessible(const QString &className, QObject *object) 
         return new AccessibleMenuStrip(static_cast<MainMenuStrip *>(object));
     if (className == QLatin1String(EmptyStateLabel::staticMetaObject.className()))
         return new AccessibleMessage(static_cast<EmptyStateLabel *>(object));
+    if (className == QLatin1String(DraggableContentView::staticMetaObject.className()))
+        return new AccessiblePicture(static_cast<DraggableContentView *>(object));
     if (className == QLatin1String(QQuickWindow::staticMetaObject.className()))
         return new AccessibleWindow(static_cast<QQuickWindow *>(object));
-    return nullptr;
+    return makeAccessibleMenu(className, object);
 }
 
 } // namespace

@@ -29,12 +29,18 @@ void ViewerButton::paint(QPainter *painter) {
     Symbols::draw(*painter, symbolName(), symbol, Qt::white);
 }
 
+OutlinedShape ViewerButton::outlinedShape() const {
+    return {boundingRect(), cornerRadius};
+}
+
 PinToggleButton::PinToggleButton(QQuickItem *parent)
     : ViewerButton(Role::toggle, QStringLiteral("Stay on Top"), parent) {}
 
 void PinToggleButton::setOn(bool on) {
     m_isOn = on;
-    accessibleStateChanged();
+    QAccessible::State what;
+    what.checked = true;
+    accessibleStateChanged(what);
     update();
 }
 

@@ -16,6 +16,7 @@ class ViewerButton : public ViewerControl {
 
   protected:
     using ViewerControl::ViewerControl;
+    [[nodiscard]] OutlinedShape outlinedShape() const final;
 
   private:
     [[nodiscard]] virtual QColor fillColour() const = 0;

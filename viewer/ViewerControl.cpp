@@ -2,7 +2,7 @@
 
 #include "viewer/ViewerAccessibility.h"
 
-#include <QAccessible>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QQuickWindow>
 #include <QToolTip>
@@ -20,7 +20,8 @@ constexpr int toolTipDelay = 700;
 ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent)
     : QQuickPaintedItem(parent)
     , m_role(role)
-    , m_label(label) {
+    , m_label(label)
+    , m_outline(new FocusOutline(this)) {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
     setAntialiasing(true);
@@ -39,9 +40,7 @@ void ViewerControl::setLabel(const QString &label) {
     QAccessible::updateAccessibility(&changed);
 }
 
-void ViewerControl::accessibleStateChanged() {
-    QAccessible::State what;
-    what.checked = true;
+void ViewerControl::accessibleStateChanged(QAccessible::State what) {
     QAccessibleStateChangeEvent changed(this, what);
     QAccessible::updateAccessibility(&changed);
 }
@@ -62,14 +61,40 @@ void ViewerControl::performClick() {
         m_action();
 }
 
+bool ViewerControl::opensMenu() const {
+    return m_role == Role::popUpButton || m_role == Role::menuTitle;
+}
+
 void ViewerControl::mousePressEvent(QMouseEvent *event) {
     hideToolTip();
     event->accept(); // so that the release comes here too
+    if (!opensMenu())
+        return;
+    // A menu opens on the press, so that one can press, move to an item and let go.
+    performClick();
+    // The release goes to the menu that opened, and would be missed here for ever.
+    QMetaObject::invokeMethod(
+        this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
 }
 
 void ViewerControl::mouseReleaseEvent(QMouseEvent *event) {
+    event->accept();
     // Releasing outside takes the click back, as everywhere.
-    if (contains(event->position()))
+    if (!opensMenu() && contains(event->position()))
+        performClick();
+}
+
+void ViewerControl::keyPressEvent(QKeyEvent *event) {
+    constexpr auto modifiersOfKeys = Qt::KeypadModifier;
+    const int key = event->key();
+    const bool clicks = key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter ||
+                        (key == Qt::Key_Down && opensMenu());
+    if (!clicks || (event->modifiers() & ~modifiersOfKeys) != Qt::NoModifier) {
+        QQuickPaintedItem::keyPressEvent(event);
+        return;
+    }
+    event->accept();
+    if (!event->isAutoRepeat()) // a key that is held is one click
         performClick();
 }
 
@@ -82,6 +107,8 @@ void ViewerControl::hoverEnterEvent(QHoverEvent *event) {
 void ViewerControl::showToolTip() {
     if (window() == nullptr || !isEnabled() || !isVisible())
         return;
+    if (m_role == Role::menuTitle)
+        return; // its label can be read already
     const QPointF below = mapToScene(QPointF(0, height()));
     QToolTip::showText(window()->mapToGlobal(below).toPoint(), m_label);
 }
@@ -97,17 +124,45 @@ void ViewerControl::hideToolTip() {
         QToolTip::hideText();
 }
 
+void ViewerControl::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) {
+    QQuickPaintedItem::geometryChange(newGeometry, oldGeometry);
+    m_outline->surround(outlinedShape());
+}
+
 void ViewerControl::itemChange(ItemChange change, const ItemChangeData &value) {
-    if (change == ItemVisibleHasChanged && !value.boolValue)
-        hideToolTip();
-    if (change == ItemVisibleHasChanged || change == ItemEnabledHasChanged) {
-        QAccessible::State what;
-        what.invisible = change == ItemVisibleHasChanged;
-        what.disabled = change == ItemEnabledHasChanged;
-        QAccessibleStateChangeEvent changed(this, what);
-        QAccessible::updateAccessibility(&changed);
-    }
     QQuickPaintedItem::itemChange(change, value);
+    if (change == ItemVisibleHasChanged || change == ItemEnabledHasChanged)
+        visibilityOrUseChanged(change);
+    else if (change == ItemActiveFocusHasChanged)
+        keyboardCameOrWent();
+}
+
+void ViewerControl::visibilityOrUseChanged(ItemChange change) {
+    if (!isVisible())
+        hideToolTip();
+    // The toolkit would give the keyboard back to a control that had it when it was hidden.
+    if (!isVisible() || !isEnabled())
+        setFocus(false);
+    QAccessible::State what;
+    what.invisible = change == ItemVisibleHasChanged;
+    what.disabled = change == ItemEnabledHasChanged;
+    accessibleStateChanged(what);
+    if (change == ItemVisibleHasChanged) {
+        QAccessibleEvent shown(this,
+                               isVisible() ? QAccessible::ObjectShow : QAccessible::ObjectHide);
+        QAccessible::updateAccessibility(&shown);
+    }
+}
+
+void ViewerControl::keyboardCameOrWent() {
+    m_outline->setVisible(hasActiveFocus());
+    QAccessible::State what;
+    what.focused = true;
+    accessibleStateChanged(what);
+    if (hasActiveFocus()) {
+        QAccessibleEvent focused(this, QAccessible::Focus);
+        QAccessible::updateAccessibility(&focused);
+    }
 }
 
 } // namespace lumvik

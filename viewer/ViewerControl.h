@@ -1,22 +1,30 @@
 #pragma once
 
+#include "viewer/FocusOutline.h"
+
+#include <QAccessible>
 #include <QQuickPaintedItem>
 #include <QString>
 #include <QTimer>
 
 #include <functional>
 
+class QMenu;
+
 namespace lumvik {
 
 /// A control over the picture: it draws itself, reacts to a click, shows a tool tip, and reports
-/// its name, role and state to assistive technology, which can click it too. It takes no keys:
-/// those are the main menu's. Main thread only.
+/// its name, role and state to assistive technology, which can click it too. Main thread only.
+///
+/// A click never gives it the keyboard; who walks there with the keys (see KeyboardPath) does. It
+/// is outlined then, Space and Return click it, and every other key goes on to the window. A
+/// control that is hidden or disabled loses the keyboard for good.
 class ViewerControl : public QQuickPaintedItem {
     Q_OBJECT
 
   public:
     /// What the control is to assistive technology.
-    enum class Role { button, toggle, popUpButton };
+    enum class Role { button, toggle, popUpButton, menuTitle };
 
     ViewerControl(Role role, const QString &label, QQuickItem *parent);
     ~ViewerControl() override;
@@ -28,6 +36,15 @@ class ViewerControl : public QQuickPaintedItem {
     /// `action` runs on each click.
     void setAction(std::function<void()> action) { m_action = std::move(action); }
 
+    /// `asked` runs when assistive technology wants the keyboard to come to the control, hidden or
+    /// not.
+    void setKeyboardAsked(std::function<void()> asked) { m_keyboardAsked = std::move(asked); }
+    /// Asks for that.
+    void askForKeyboard() const {
+        if (m_keyboardAsked)
+            m_keyboardAsked();
+    }
+
     /// Does what a click does, if the control is enabled.
     void performClick();
 
@@ -36,29 +53,41 @@ class ViewerControl : public QQuickPaintedItem {
     [[nodiscard]] virtual bool isOn() const { return false; }
     /// What is chosen in a control that offers a choice; else empty.
     [[nodiscard]] virtual QString value() const { return {}; }
+    /// The menu that a click opens; null for a control that opens none.
+    [[nodiscard]] virtual QMenu *popUp() const { return nullptr; }
 
   protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void hoverEnterEvent(QHoverEvent *event) override;
     void hoverLeaveEvent(QHoverEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
     void itemChange(ItemChange change, const ItemChangeData &value) override;
 
-    /// Told that the state which assistive technology sees has changed.
-    void accessibleStateChanged();
+    /// What is outlined while the control has the keyboard.
+    [[nodiscard]] virtual OutlinedShape outlinedShape() const = 0;
+
+    /// Tells assistive technology that what is set in `what` has changed.
+    void accessibleStateChanged(QAccessible::State what);
     /// Told that `value` has changed.
     void accessibleValueChanged();
     /// Runs first on each click; a toggle changes its state here.
     virtual void willPerformAction() {}
 
   private:
+    [[nodiscard]] bool opensMenu() const;
+    void visibilityOrUseChanged(ItemChange change);
+    void keyboardCameOrWent();
     void showToolTip();
     void hideToolTip();
 
     Role m_role;
     QString m_label;
     std::function<void()> m_action;
+    std::function<void()> m_keyboardAsked;
     QTimer m_toolTipDelay;
+    FocusOutline *m_outline; // a child
 };
 
 } // namespace lumvik

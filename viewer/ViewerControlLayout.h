@@ -46,13 +46,14 @@ struct ViewerControlReasons {
     bool pointerIsOverViewer = false;
     bool cameraMenuIsOpen = false;
     bool mainMenuIsOpen = false;
+    bool keyboardIsOnControls = false;
     bool isSelectingFocusArea = false; // the controls stay up while an area is being chosen
 };
 
 /// Whether the controls are to be shown: for any one reason.
 [[nodiscard]] constexpr bool viewerControlsAreWanted(const ViewerControlReasons &reasons) {
     return reasons.pointerIsOverViewer || reasons.cameraMenuIsOpen || reasons.mainMenuIsOpen ||
-           reasons.isSelectingFocusArea;
+           reasons.keyboardIsOnControls || reasons.isSelectingFocusArea;
 }
 
 /// Which controls react to the pointer.

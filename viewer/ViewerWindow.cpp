@@ -3,6 +3,7 @@
 #include "viewer/MouseButtons.h"
 #include "viewer/WindowFrame.h"
 
+#include <QAccessible>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -79,6 +80,7 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     m_sizeSettled.setInterval(shapeCorrectionDelay);
     connect(&m_sizeSettled, &QTimer::timeout, this, &ViewerWindow::correctShape);
     connect(this, &QWindow::windowStateChanged, this, &ViewerWindow::stateChanged);
+    connect(this, &QWindow::activeChanged, this, &ViewerWindow::reportActivity);
     m_frameAnimation.setDuration(frameAnimationTime);
     m_frameAnimation.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&m_frameAnimation, &QVariantAnimation::valueChanged, this,
@@ -392,15 +394,27 @@ bool ViewerWindow::event(QEvent *event) {
         if (QQuickItem *item = mouseGrabberItem())
             item->ungrabMouse();
     }
-    if (event->type() == QEvent::MouseButtonPress) {
-        // The left button may take hold of the window; any may ask for another frame, which begins
-        // where this one leads.
-        if (static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton)
-            giveUpRequestedFrame();
-        else
-            finishFrameAnimation();
-    }
+    if (event->type() == QEvent::MouseButtonPress)
+        mouseButtonPressed(static_cast<QMouseEvent *>(event)->button());
     return QQuickWindow::event(event);
+}
+
+void ViewerWindow::mouseButtonPressed(Qt::MouseButton button) {
+    // The left button may take hold of the window; any may ask for another frame, which begins
+    // where this one leads.
+    if (button == Qt::LeftButton)
+        giveUpRequestedFrame();
+    else
+        finishFrameAnimation();
+    if (m_delegate.mouseDown)
+        m_delegate.mouseDown();
+}
+
+void ViewerWindow::reportActivity() {
+    QAccessible::State what;
+    what.active = true;
+    QAccessibleStateChangeEvent changed(this, what);
+    QAccessible::updateAccessibility(&changed);
 }
 
 void ViewerWindow::keyPressEvent(QKeyEvent *event) {

@@ -31,6 +31,8 @@ struct ViewerWindowDelegate {
     /// with the focus and up through its parents first, and only then here: no item above the
     /// picture takes the keys of the main menu, whichever has the focus.
     std::function<bool(QKeyEvent &)> keyDown;
+    /// A button of the mouse was pressed over the window; comes before the item under it hears.
+    std::function<void()> mouseDown;
     /// The window's graphics cannot be set up or were lost for good; the text is Qt's.
     std::function<void(const QString &)> graphicsFailed;
 };
@@ -116,6 +118,9 @@ class ViewerWindow final : public QQuickWindow {
     void stateChanged();
     void followScreens();
     void screensSettled();
+    void mouseButtonPressed(Qt::MouseButton button);
+    /// Tells assistive technology whether this is the window that the user works in.
+    void reportActivity();
     [[nodiscard]] bool isOnItsWay() const {
         return m_frameAnimation.state() == QAbstractAnimation::Running;
     }

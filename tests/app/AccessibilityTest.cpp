@@ -92,5 +92,88 @@ TEST_F(AccessibilityTest, ControlsAreFoundFromTheWindow) {
         EXPECT_TRUE(names.contains(expected)) << qPrintable(names.join(u", "_s));
 }
 
+TEST_F(AccessibilityTest, StripHoldsItsTitlesAndTheyTheirMenus) {
+    QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(access().mainMenuStrip());
+    ASSERT_EQ(strip->childCount(), 3);
+    for (int index = 0; index < 3; ++index) {
+        const QMenu *menu = access().mainMenu()->menus().at(index);
+        QAccessibleInterface *title = strip->child(index);
+        EXPECT_EQ(title->role(), QAccessible::MenuItem);
+        EXPECT_EQ(title->text(QAccessible::Name), menu->title());
+        EXPECT_EQ(title->parent(), strip);
+        EXPECT_EQ(strip->indexOfChild(title), index);
+        ASSERT_EQ(title->childCount(), 1);
+        EXPECT_EQ(title->child(0)->role(), QAccessible::PopupMenu);
+        EXPECT_EQ(title->child(0)->parent(), title);
+        EXPECT_EQ(title->child(0)->childCount(), menu->actions().size());
+    }
+}
+
+TEST_F(AccessibilityTest, PickerHoldsItsRowsOpenOrNot) {
+    QAccessibleInterface *picker = QAccessible::queryAccessibleInterface(access().cameraPicker());
+    ASSERT_EQ(picker->childCount(), 1);
+    QAccessibleInterface *menu = picker->child(0);
+    ASSERT_EQ(menu->childCount(), 3);
+    QStringList names;
+    for (int row = 0; row < 3; ++row) {
+        QAccessibleInterface *item = menu->child(row);
+        names.append(item->text(QAccessible::Name));
+        EXPECT_EQ(item->role(), QAccessible::MenuItem);
+        EXPECT_EQ(item->parent(), menu);
+        EXPECT_EQ(menu->indexOfChild(item), row);
+        EXPECT_TRUE(item->state().checkable);
+        EXPECT_EQ(item->state().checked, row == 0);
+        EXPECT_TRUE(item->state().invisible);
+    }
+    EXPECT_EQ(names, (QStringList{u"Front door"_s, u"Yard"_s, u"Garage"_s}));
+    access().cameraPicker()->openMenu();
+    EXPECT_FALSE(menu->child(1)->state().invisible);
+    EXPECT_TRUE(menu->child(0)->state().focused);
+    EXPECT_EQ(menu->focusChild(), menu->child(0));
+    menu->child(1)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_TRUE(eventually([&] { return access().cameraPicker()->indexOfSelectedItem() == 1; }));
+    EXPECT_TRUE(menu->child(1)->state().invisible) << "the menu is still open";
+    EXPECT_TRUE(menu->child(1)->state().checked);
+}
+
+TEST_F(AccessibilityTest, ControlIsFocusedWhileItHasTheKeyboard) {
+    ASSERT_TRUE(eventually([this] { return access().window()->isActive(); }));
+    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(access().stayOnTopButton());
+    QAccessibleInterface *window = QAccessible::queryAccessibleInterface(access().window().get());
+    EXPECT_TRUE(pin->state().focusable);
+    EXPECT_FALSE(pin->state().focused);
+    EXPECT_TRUE(window->state().focused);
+    pin->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
+    EXPECT_TRUE(pin->state().focused);
+    EXPECT_FALSE(window->state().focused);
+    EXPECT_EQ(window->focusChild(), pin);
+}
+
+TEST_F(AccessibilityTest, HiddenControlComesWhenItIsAskedToTakeTheKeyboard) {
+    ASSERT_TRUE(eventually([this] { return access().window()->isActive(); }));
+    access().pointerIsOverViewer() = false;
+    delegate->updateViewerControls(false);
+    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(access().stayOnTopButton());
+    ASSERT_TRUE(pin->state().invisible);
+    pin->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
+    EXPECT_FALSE(pin->state().invisible);
+    EXPECT_TRUE(pin->state().focused);
+}
+
+TEST_F(AccessibilityTest, PictureIsNamedAfterItsCamera) {
+    EXPECT_EQ(role(access().interactionView()), QAccessible::Graphic);
+    EXPECT_EQ(name(access().interactionView()), u"Picture of Front door"_s);
+    delegate->selectCamera(2);
+    EXPECT_EQ(name(access().interactionView()), u"Picture of Garage"_s);
+}
+
+TEST(Accessibility, AmpersandOfACamerasNameIsRead) {
+    CameraPicker picker({}, nullptr);
+    picker.setItems({u"Front & back"_s, u"&&"_s});
+    QAccessibleInterface *menu = QAccessible::queryAccessibleInterface(&picker)->child(0);
+    EXPECT_EQ(menu->child(0)->text(QAccessible::Name), u"Front & back"_s);
+    EXPECT_EQ(menu->child(1)->text(QAccessible::Name), u"&&"_s);
+}
+
 } // namespace
 } // namespace lumvik::test

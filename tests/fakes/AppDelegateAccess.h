@@ -22,6 +22,7 @@ struct AppDelegateAccess {
     [[nodiscard]] auto &closeViewerButton() const { return delegate.closeViewerButton; }
     [[nodiscard]] auto &mainMenuStrip() const { return delegate.mainMenuStrip; }
     [[nodiscard]] auto &interactionView() const { return delegate.interactionView; }
+    [[nodiscard]] auto &keyboardPath() const { return delegate.keyboardPath; }
     [[nodiscard]] auto &usesCompactViewerControls() const {
         return delegate.usesCompactViewerControls;
     }

@@ -48,6 +48,7 @@ class ViewerWindowTest : public testing::Test {
                          .didChangeState = nullptr,
                          .willClose = nullptr,
                          .keyDown = nullptr,
+                         .mouseDown = nullptr,
                          .graphicsFailed = nullptr}};
 };
 
