@@ -4,6 +4,7 @@
 #include "app/QtFilePanels.h"
 #include "app/Startup.h"
 #include "editor/CameraSettingsWindow.h"
+#include "platform/CoreDumps.h"
 #include "platform/ExitDeadline.h"
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
@@ -47,6 +48,7 @@ QWindow *alertParent() {
 } // namespace
 
 int main(int argc, char **argv) {
+    const UsersCoreDumps usersCoreDumps = forbidCoreDumps();
     prepareMemory();
     // What other programs are to be started with.
     const QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
@@ -66,7 +68,7 @@ int main(int argc, char **argv) {
     UserDefaults userDefaults(UserDefaults::standardPath());
     MessageBoxAlerts alerts(&alertParent);
     QtFilePanels filePanels;
-    const DesktopOpener opener(usersEnvironment);
+    const DesktopOpener opener(usersEnvironment, usersCoreDumps);
     LogindSleepMonitor sleepMonitor;
     // In a later turn, because quitting closes the windows, and may be asked for while one closes.
     // A window that is open is closed first, by its own order; termination follows.
