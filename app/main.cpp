@@ -11,6 +11,7 @@
 #include "platform/RtnetlinkPathMonitor.h"
 #include "platform/TcpConnection.h"
 #include "platform/TerminationSignals.h"
+#include "style/ApplicationIcon.h"
 #include "updates/LumvikUpdateService.h"
 
 #include <QApplication>
@@ -59,6 +60,7 @@ int main(int argc, char **argv) {
     }
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumvik"));
+    QApplication::setWindowIcon(applicationIcon());
     QApplication::setDesktopFileName(QLatin1String(LumvikLog::subsystem));
     // Closing the viewer quits by the controller's own order; an alert that closes must not.
     QApplication::setQuitOnLastWindowClosed(false);
