@@ -2,6 +2,7 @@
 
 #include "app/AboutPanel.h"
 #include "app/AppEnvironment.h"
+#include "app/LaunchRequest.h"
 #include "app/MainMenu.h"
 #include "configuration/Camera.h"
 #include "editor/CameraSettingsController.h"
@@ -67,6 +68,14 @@ class AppDelegate final : public QObject {
     void applicationWillTerminate();
     /// Always true: closing the viewer quits the application.
     [[nodiscard]] bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
+
+    // ---- Another start of the program: app/AppDelegate+Activation.cpp ----
+
+    /// Brings the program's windows to the front and does what `request` asks. False, without
+    /// effect, while the program ends.
+    [[nodiscard]] bool handleLaunchRequest(const LaunchRequest &request);
+    /// Does what the menu item of that name does, unless an alert waits for the user.
+    void perform(LaunchRequest::Action action);
 
     // ---- Window: viewer/AppDelegate+Window.cpp ----
 
@@ -235,6 +244,9 @@ class AppDelegate final : public QObject {
     /// Keeps the addresses of `list` out of the log from now on.
     static void protectAddressesOf(const CameraList &list);
     void stopEverything();
+
+    // app/AppDelegate+Activation.cpp
+    void bringToFront(const QByteArray &activationToken);
 
     // app/AppDelegate+Help.cpp
     void presentAddress(const QUrl &address);

@@ -1,5 +1,9 @@
 #include "app/Startup.h"
 
+#include "app/DesktopApplication.h"
+#include "platform/BusGreeting.h"
+#include "platform/LumvikLog.h"
+
 #include <QQuickWindow>
 #include <QSurfaceFormat>
 
@@ -9,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -73,6 +78,19 @@ void prepareToolkit() {
     // No alpha is asked for: on X11 it would bring a translucent visual, and a compositor would
     // blend the window with what lies behind it.
     QSurfaceFormat::setDefaultFormat(format);
+}
+
+void avoidDeafSessionBus() {
+    constexpr int nobodyAbandons = -1;
+    const QString addresses = DesktopApplication::sessionBusAddresses();
+    const auto bus = findAnsweringBus(QStringLiteral("session bus"), addresses, nobodyAbandons,
+                                      std::chrono::seconds(2));
+    if (bus || !bus.error().isSilent)
+        return;
+    LumvikLog::lifecycle().error(
+        QStringLiteral("The session bus does not answer; going on without it."));
+    // An address that nobody listens at; without one the bus would be looked for elsewhere.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/dev/null");
 }
 
 std::optional<std::string> missingDisplay() {

@@ -14,6 +14,12 @@ void prepareMemory();
 /// win.
 void prepareToolkit();
 
+/// Keeps this process away from a session bus that accepts connections and is silent from then on:
+/// the toolkit uses the bus for themes and accessibility, and would wait for its answer for a
+/// minute before the first window. Waits two seconds for such a bus, for others no time. To be
+/// called before the application object exists.
+void avoidDeafSessionBus();
+
 /// Why no window can be opened, as a message for the terminal; nothing when one can. The toolkit
 /// itself would end the process with a core dump.
 [[nodiscard]] std::optional<std::string> missingDisplay();

@@ -1,7 +1,10 @@
 #include "app/AppDelegate.h"
+#include "app/CommandLine.h"
+#include "app/DesktopApplication.h"
 #include "app/DesktopOpener.h"
 #include "app/MessageBoxAlerts.h"
 #include "app/QtFilePanels.h"
+#include "app/SingleInstance.h"
 #include "app/Startup.h"
 #include "editor/CameraSettingsWindow.h"
 #include "platform/CoreDumps.h"
@@ -46,6 +49,27 @@ QWindow *alertParent() {
     return nullptr;
 }
 
+/// Arguments as the program was given them; the application object takes the toolkit's own out.
+QStringList commandLine(int argc, char **argv) {
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments.append(QString::fromLocal8Bit(argv[index]));
+    return arguments;
+}
+
+/// Says why the program does not start. The status to end with.
+int report(const CommandLineExit &exit) {
+    std::fputs(exit.text.toLocal8Bit().constData(), exit.status == 0 ? stdout : stderr);
+    return exit.status;
+}
+
+/// What the desktop gave this start along, so that a window may come to the front.
+QByteArray activationToken(const QProcessEnvironment &environment) {
+    const QString token = environment.value(QStringLiteral("XDG_ACTIVATION_TOKEN"));
+    return (token.isEmpty() ? environment.value(QStringLiteral("DESKTOP_STARTUP_ID")) : token)
+        .toUtf8();
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -53,22 +77,48 @@ int main(int argc, char **argv) {
     prepareMemory();
     // What other programs are to be started with.
     const QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
+    // Help and version need no display.
+    const QString version = LumvikUpdateSettings::runningVersion().version;
+    if (const auto early = parseCommandLine(commandLine(argc, argv), version);
+        !early && early.error().status == 0)
+        return report(early.error());
     prepareToolkit();
     if (const auto problem = missingDisplay()) {
         std::fprintf(stderr, "%s\n", problem->c_str());
         return 1;
     }
+    avoidDeafSessionBus();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumvik"));
     QApplication::setWindowIcon(applicationIcon());
     QApplication::setDesktopFileName(QLatin1String(LumvikLog::subsystem));
+    const auto action = parseCommandLine(QApplication::arguments(), version);
+    if (!action)
+        return report(action.error());
     // Closing the viewer quits by the controller's own order; an alert that closes must not.
     QApplication::setQuitOnLastWindowClosed(false);
     LumvikLog::installQtMessageHandler();
 
+    MessageBoxAlerts alerts(&alertParent);
+    const LaunchRequest request{*action, activationToken(usersEnvironment)};
+    SingleInstance instance;
+    switch (instance.claim(request)) {
+    case SingleInstance::Outcome::first:
+        break;
+    case SingleInstance::Outcome::handedOver:
+        return 0;
+    case SingleInstance::Outcome::unanswered:
+        std::fputs("Lumvik is already running, but does not respond.\n", stderr);
+        alerts.runModal(
+            {.style = Alert::Style::warning,
+             .messageText = QStringLiteral("Lumvik"),
+             .informativeText = QStringLiteral("Lumvik is already running, but does not respond."),
+             .buttons = {QStringLiteral("OK")}});
+        return 1;
+    }
+
     QtMainQueue mainQueue;
     UserDefaults userDefaults(UserDefaults::standardPath());
-    MessageBoxAlerts alerts(&alertParent);
     QtFilePanels filePanels;
     const DesktopOpener opener(usersEnvironment, usersCoreDumps);
     LogindSleepMonitor sleepMonitor;
@@ -110,7 +160,20 @@ int main(int argc, char **argv) {
                      });
     const TerminationSignals signals(terminate);
 
+    const auto handleLaunchRequest = [&delegate](const LaunchRequest &later) {
+        return delegate.handleLaunchRequest(later);
+    };
+    DesktopApplication desktopApplication;
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &desktopApplication,
+                     [&instance, &desktopApplication] {
+                         instance.close();
+                         desktopApplication.stop();
+                     });
     delegate.applicationDidFinishLaunching();
+    instance.listen(handleLaunchRequest);
+    desktopApplication.start(handleLaunchRequest);
+    if (request.action != LaunchRequest::Action::activate)
+        delegate.perform(request.action);
     const int status = QApplication::exec();
     if (!delegate.finishPlayers(1500ms)) {
         // An engine that still waits for a name server would lose the ground under its feet.

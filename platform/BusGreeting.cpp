@@ -102,8 +102,8 @@ Answer greet(const QString &busAddress, int abandon, std::chrono::milliseconds l
 
 } // namespace
 
-tl::expected<QString, QString> findAnsweringBus(const QString &addresses, int abandon,
-                                                std::chrono::milliseconds limit) {
+tl::expected<QString, BusProblem> findAnsweringBus(const QString &busName, const QString &addresses,
+                                                   int abandon, std::chrono::milliseconds limit) {
     bool isSilent = false;
     for (const QString &address : addresses.split(u';', Qt::SkipEmptyParts)) {
         switch (greet(address, abandon, limit)) {
@@ -116,8 +116,9 @@ tl::expected<QString, QString> findAnsweringBus(const QString &addresses, int ab
             break;
         }
     }
-    return tl::unexpected(isSilent ? QStringLiteral("the system bus does not answer")
-                                   : QStringLiteral("there is no system bus"));
+    const QString reason =
+        isSilent ? QStringLiteral("the %1 does not answer") : QStringLiteral("there is no %1");
+    return tl::unexpected(BusProblem{isSilent, reason.arg(busName)});
 }
 
 } // namespace lumvik

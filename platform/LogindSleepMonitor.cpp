@@ -1,8 +1,6 @@
 #include "platform/LogindSleepMonitor.h"
 
-#include "platform/BusGreeting.h"
 #include "platform/LumvikLog.h"
-#include "platform/SerialQueue.h"
 
 #include <QDBusError>
 #include <QDBusMessage>
@@ -11,11 +9,8 @@
 #include <QDBusUnixFileDescriptor>
 #include <QStringList>
 
-#include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cstdint>
 #include <utility>
 
 namespace lumvik {
@@ -27,11 +22,6 @@ const QString logindPath = QStringLiteral("/org/freedesktop/login1");
 const QString logindInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString busService = QStringLiteral("org.freedesktop.DBus");
 const QString busPath = QStringLiteral("/org/freedesktop/DBus");
-
-QString unusedConnectionName() {
-    static std::atomic_int count = 0;
-    return QStringLiteral("lumvik-sleep-%1").arg(++count);
-}
 
 /// Whether an error says that there is no login manager, not that it declines.
 bool meansAbsence(const QDBusError &error) {
@@ -62,30 +52,12 @@ class Inhibitor {
 
 } // namespace
 
-/// A descriptor that becomes readable when nobody wants the bus any more.
-class LogindSleepMonitor::Abandonment {
-  public:
-    Abandonment() : m_descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-    Abandonment(const Abandonment &) = delete;
-    Abandonment &operator=(const Abandonment &) = delete;
-    ~Abandonment() { ::close(m_descriptor); }
-
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
-    void declare() const {
-        const std::uint64_t one = 1;
-        [[maybe_unused]] const ssize_t written = ::write(m_descriptor, &one, sizeof one);
-    }
-
-  private:
-    int m_descriptor;
-};
-
 LogindSleepMonitor::LogindSleepMonitor(QString busAddress, std::chrono::milliseconds answerLimit,
                                        std::chrono::milliseconds sleepLimit)
     : m_busAddress(std::move(busAddress))
     , m_answerLimit(answerLimit)
-    , m_connectionName(unusedConnectionName())
-    , m_abandonment(std::make_unique<Abandonment>()) {
+    , m_connector(QStringLiteral("system bus"),
+                  QLatin1String(LumvikLog::subsystem) + QStringLiteral(".sleep")) {
     m_sleepLimit.setSingleShot(true);
     m_sleepLimit.setInterval(sleepLimit);
     connect(&m_sleepLimit, &QTimer::timeout, this, &LogindSleepMonitor::wake);
@@ -93,9 +65,6 @@ LogindSleepMonitor::LogindSleepMonitor(QString busAddress, std::chrono::millisec
 
 LogindSleepMonitor::~LogindSleepMonitor() {
     stop();
-    m_connector.reset();
-    // One that was made after all, and that nobody took.
-    QDBusConnection::disconnectFromBus(m_connectionName);
 }
 
 QString LogindSleepMonitor::systemBusAddress() {
@@ -110,61 +79,37 @@ void LogindSleepMonitor::start(std::function<void(SleepDelay)> willSleep,
     m_isWatching = true;
     m_willSleep = std::move(willSleep);
     m_didWake = std::move(didWake);
-    m_connector = std::make_unique<SerialQueue>(QLatin1String(LumvikLog::subsystem) +
-                                                QStringLiteral(".sleep"));
-    m_connector->async([this] { connectToBus(); });
+    // Subscribed to by the names of the services: a signal that anybody else sends does not come
+    // through. Subscribing asks the bus who has the name and waits for the answer.
+    const auto subscribe = [this](QDBusConnection &bus) {
+        const bool isSubscribed =
+            bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
+                        {logindService}, QStringLiteral("sss"), this,
+                        SLOT(ownerChanged(QString, QString, QString))) &&
+            bus.connect(logindService, logindPath, logindInterface,
+                        QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
+        return isSubscribed ? QString() : QStringLiteral("the system bus declines the connection");
+    };
+    m_connector.connect(*this, m_busAddress, m_answerLimit,
+                        {.prepare = subscribe,
+                         .connected =
+                             [this](const QDBusConnection &bus) {
+                                 m_bus = bus;
+                                 requestInhibitor();
+                             },
+                         .failed = [this](const QString &reason) { reportBlindness(reason); }});
 }
 
 void LogindSleepMonitor::stop() {
     m_isStarted = true;
     m_isWatching = false;
-    m_abandonment->declare();
     m_sleepLimit.stop();
     m_willSleep = nullptr;
     m_didWake = nullptr;
     m_inhibitor.reset();
     ++m_lastRequest;
-    if (std::exchange(m_bus, std::nullopt))
-        QDBusConnection::disconnectFromBus(m_connectionName);
-}
-
-void LogindSleepMonitor::connectToBus() {
-    const auto address = findAnsweringBus(m_busAddress, m_abandonment->descriptor(), m_answerLimit);
-    if (!address) {
-        QMetaObject::invokeMethod(
-            this, [this, reason = address.error()] { reportBlindness(reason); },
-            Qt::QueuedConnection);
-        return;
-    }
-    QDBusConnection bus = QDBusConnection::connectToBus(*address, m_connectionName);
-    // Subscribed to by the names of the services: a signal that anybody else sends does not come
-    // through. Subscribing asks the bus who has the name and waits for the answer.
-    const bool isSubscribed =
-        bus.isConnected() &&
-        bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
-                    {logindService}, QStringLiteral("sss"), this,
-                    SLOT(ownerChanged(QString, QString, QString))) &&
-        bus.connect(logindService, logindPath, logindInterface, QStringLiteral("PrepareForSleep"),
-                    this, SLOT(prepareForSleep(bool)));
-    QMetaObject::invokeMethod(
-        this,
-        [this, bus, isSubscribed] {
-            if (isSubscribed)
-                busConnected(bus);
-            else
-                reportBlindness(QStringLiteral("the system bus declines the connection"));
-        },
-        Qt::QueuedConnection);
-}
-
-void LogindSleepMonitor::busConnected(const QDBusConnection &bus) {
-    m_connector.reset();
-    if (!m_isWatching) {
-        QDBusConnection::disconnectFromBus(m_connectionName);
-        return;
-    }
-    m_bus = bus;
-    requestInhibitor();
+    m_bus.reset();
+    m_connector.disconnect();
 }
 
 void LogindSleepMonitor::prepareForSleep(bool isBeginning) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/BusConnector.h"
 #include "platform/SleepMonitor.h"
 
 #include <QDBusConnection>
@@ -14,8 +15,6 @@
 class QDBusPendingCallWatcher;
 
 namespace lumvik {
-
-class SerialQueue;
 
 /// Learns of sleep from the login manager on the system bus (systemd-logind, or elogind).
 ///
@@ -55,10 +54,6 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
     void ownerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
 
   private:
-    class Abandonment;
-
-    void connectToBus(); // on m_connector's thread
-    void busConnected(const QDBusConnection &bus);
     void wake();
     void requestInhibitor();
     void inhibitorAnswered(const QDBusPendingCallWatcher &answer);
@@ -67,9 +62,7 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
 
     const QString m_busAddress;
     const std::chrono::milliseconds m_answerLimit;
-    const QString m_connectionName; ///< Unlike any other's in this process.
-    std::unique_ptr<Abandonment> m_abandonment;
-    std::unique_ptr<SerialQueue> m_connector; ///< While the bus is being connected to.
+    BusConnector m_connector;
 
     bool m_isStarted = false;
     bool m_isWatching = false;

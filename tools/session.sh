@@ -73,6 +73,8 @@ address() { address_of "$folder/$1.log"; }
 # Gives the viewer folders of its own, so that the user's are left alone.
 use_own_folders() {
     export XDG_DATA_HOME=$folder/data XDG_CONFIG_HOME=$folder/config XDG_CACHE_HOME=$folder/cache
+    # The name on the session bus is that of the user's own Lumvik.
+    export LUMVIK_SESSION_BUS=no
     mkdir -p "$XDG_DATA_HOME/lumvik" "$XDG_CONFIG_HOME/lumvik"
     write_preferences
 }

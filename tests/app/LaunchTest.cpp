@@ -129,5 +129,22 @@ TEST_F(LaunchTest, ResigningActiveDoesNothingWhileTheViewerCloses) {
     EXPECT_TRUE(access().pointerIsOverViewer());
 }
 
+TEST_F(LaunchTest, AnotherStartAsksForTheListOfCameras) {
+    launch(threeCameras());
+    EXPECT_TRUE(
+        delegate->handleLaunchRequest({LaunchRequest::Action::showCameraAddresses, "token"}));
+    EXPECT_EQ(access().settingsController(), nullptr) << "who asks is answered first";
+    queue.runPending();
+    EXPECT_NE(access().settingsController(), nullptr);
+}
+
+TEST_F(LaunchTest, AnotherStartIsNotServedWhileTheProgramEnds) {
+    launch(threeCameras());
+    delegate->applicationWillTerminate();
+    EXPECT_FALSE(delegate->handleLaunchRequest({LaunchRequest::Action::showCameraAddresses, {}}));
+    queue.runPending();
+    EXPECT_EQ(access().settingsController(), nullptr);
+}
+
 } // namespace
 } // namespace lumvik::test

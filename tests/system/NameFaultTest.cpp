@@ -12,7 +12,12 @@ const QString NameFaultTest::deafName = QStringLiteral("camera.example");
 
 namespace {
 
-constexpr auto longestHold = 250ms;
+// What a user notices. How much of it drawing and a busy machine take differs from run to run, so that
+// it is reported only.
+constexpr auto noticeableHold = 250ms;
+// Half of the shortest look-up in these tests, which lasts two seconds for each of its attempts: a
+// thread that waited for a name server would be held for longer than this on any machine.
+constexpr auto longestHold = 1s;
 const QString deafServer = QStringLiteral("192.0.2.53");
 
 } // namespace
@@ -48,7 +53,7 @@ void NameFaultTest::expectResponsive(const char *what) {
     const auto longest = responsiveness->longest();
     EXPECT_GT(responsiveness->answers(), 10);
     EXPECT_LE(longest, longestHold) << what;
-    report(what, longest, longestHold);
+    report(what, longest, noticeableHold);
     responsiveness.reset();
 }
 

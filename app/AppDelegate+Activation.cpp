@@ -1,0 +1,48 @@
+// What another start of the program asks of this one, which runs already.
+
+#include "app/AppDelegate.h"
+#include "viewer/WindowActivation.h"
+
+#include <QApplication>
+#include <QPointer>
+
+namespace lumvik {
+
+bool AppDelegate::handleLaunchRequest(const LaunchRequest &request) {
+    if (isClosingViewer || !window)
+        return false;
+    bringToFront(request.activationToken);
+    // In a later turn: whoever asks waits for the answer, not for the user.
+    environment.mainQueue.async([self = QPointer(this), action = request.action] {
+        if (self)
+            self->perform(action);
+    });
+    return true;
+}
+
+void AppDelegate::perform(LaunchRequest::Action action) {
+    // An alert that waits for the user comes first, as for the main menu.
+    if (isClosingViewer || QApplication::activeModalWidget() != nullptr)
+        return;
+    switch (action) {
+    case LaunchRequest::Action::activate:
+        break;
+    case LaunchRequest::Action::showCameraAddresses:
+        showCameraSettings();
+        break;
+    case LaunchRequest::Action::checkForUpdates:
+        checkForUpdates();
+        break;
+    }
+}
+
+void AppDelegate::bringToFront(const QByteArray &activationToken) {
+    activateWindow(*window, activationToken);
+    // What stands before the viewer stays there, and has the keyboard.
+    if (settingsController)
+        settingsController->bringToFront();
+    if (QWidget *dialog = QApplication::activeModalWidget())
+        activateWindow(*dialog->windowHandle(), {});
+}
+
+} // namespace lumvik

@@ -1,0 +1,56 @@
+#include "app/CommandLine.h"
+
+#include <QCommandLineParser>
+
+#include <array>
+
+namespace lumvik {
+
+namespace {
+
+const QString usage = QStringLiteral(
+    "Usage: lumvik [option]\n"
+    "Shows a network camera live in a small window. When Lumvik runs already, its window comes to "
+    "the front.\n"
+    "\n"
+    "  --camera-addresses    open the list of cameras, too\n"
+    "  --check-for-updates   look for a newer version, too\n"
+    "  --help, -h            say this\n"
+    "  --version, -v         say which version this is\n");
+
+} // namespace
+
+tl::expected<LaunchRequest::Action, CommandLineExit>
+parseCommandLine(const QStringList &arguments, const QString &programVersion) {
+    // The toolkit's own texts for help would come in the user's language, the only ones to do so.
+    QCommandLineParser parser;
+    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
+    const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")});
+    parser.addOptions({help, version});
+    constexpr std::array actions{LaunchRequest::Action::showCameraAddresses,
+                                 LaunchRequest::Action::checkForUpdates};
+    for (const auto action : actions)
+        parser.addOption(QCommandLineOption(nameOfAction(action)));
+
+    if (!parser.parse(arguments) || !parser.positionalArguments().isEmpty()) {
+        // What was given is not repeated: it may hold a password, and the terminal may be a log.
+        const QString problem = parser.positionalArguments().isEmpty()
+                                    ? QStringLiteral("there is no such option.")
+                                    : QStringLiteral("cameras are not named on the command line.");
+        return tl::unexpected(
+            CommandLineExit{QStringLiteral("lumvik: %1\n%2").arg(problem, usage), 2});
+    }
+    if (parser.isSet(help))
+        return tl::unexpected(CommandLineExit{usage, 0});
+    if (parser.isSet(version)) {
+        return tl::unexpected(
+            CommandLineExit{QStringLiteral("Lumvik %1\n").arg(programVersion), 0});
+    }
+    for (const auto action : actions) {
+        if (parser.isSet(nameOfAction(action)))
+            return action;
+    }
+    return LaunchRequest::Action::activate;
+}
+
+} // namespace lumvik

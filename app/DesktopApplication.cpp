@@ -1,0 +1,105 @@
+#include "app/DesktopApplication.h"
+
+#include "platform/LumvikLog.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QStandardPaths>
+
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+/// The bus name's dots as slashes.
+const QString objectPath = QStringLiteral("/com/tandrel/Lumvik");
+
+/// Registers `application` under its name. The bus is waited for. Answers what is in the way.
+QString claimName(QDBusConnection &bus, QObject &application) {
+    // First the object: a name without one behind it would answer calls with errors.
+    const bool isRegistered =
+        bus.registerObject(objectPath, &application, QDBusConnection::ExportScriptableSlots);
+    const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
+        bus.interface()->registerService(QLatin1String(LumvikLog::subsystem),
+                                         QDBusConnectionInterface::DontQueueService,
+                                         QDBusConnectionInterface::DontAllowReplacement);
+    if (!isRegistered || !reply.isValid())
+        return QStringLiteral("the session bus does not give it");
+    return reply.value() == QDBusConnectionInterface::ServiceRegistered
+               ? QString()
+               : QStringLiteral("another program has it");
+}
+
+} // namespace
+
+DesktopApplication::DesktopApplication(QString busAddresses, std::chrono::milliseconds answerLimit)
+    : m_busAddresses(std::move(busAddresses))
+    , m_answerLimit(answerLimit)
+    , m_connector(QStringLiteral("session bus"),
+                  QLatin1String(LumvikLog::subsystem) + QStringLiteral(".session")) {}
+
+QString DesktopApplication::sessionBusAddresses() {
+    if (qEnvironmentVariable("LUMVIK_SESSION_BUS") == QStringLiteral("no"))
+        return {};
+    const QString addresses = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!addresses.isEmpty() || runtimeFolder.isEmpty())
+        return addresses;
+    return QStringLiteral("unix:path=") + runtimeFolder + QStringLiteral("/bus");
+}
+
+void DesktopApplication::start(LaunchRequestHandler handler) {
+    if (std::exchange(m_isStarted, true))
+        return;
+    m_handler = std::move(handler);
+    m_connector.connect(
+        *this, m_busAddresses, m_answerLimit,
+        {.prepare = [this](QDBusConnection &bus) { return claimName(bus, *this); },
+         .connected =
+             [](const QDBusConnection &) {
+                 LumvikLog::lifecycle().debug(
+                     QStringLiteral("Lumvik has its name on the session bus."));
+             },
+         .failed =
+             [](const QString &reason) {
+                 LumvikLog::lifecycle().info(
+                     QStringLiteral("Lumvik has no name on the session bus: %1.").arg(reason));
+             }});
+}
+
+void DesktopApplication::stop() {
+    m_isStarted = true;
+    m_handler = nullptr;
+    m_connector.disconnect();
+}
+
+void DesktopApplication::Activate(const QVariantMap &platformData) {
+    perform(LaunchRequest::Action::activate, platformData);
+}
+
+void DesktopApplication::Open(const QStringList &, const QVariantMap &platformData) {
+    perform(LaunchRequest::Action::activate, platformData);
+}
+
+void DesktopApplication::ActivateAction(const QString &name, const QVariantList &,
+                                        const QVariantMap &platformData) {
+    const auto action = actionNamed(name);
+    if (action)
+        perform(*action, platformData);
+    else
+        sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("There is no such action."));
+}
+
+void DesktopApplication::perform(LaunchRequest::Action action, const QVariantMap &platformData) {
+    LaunchRequest request{action, {}};
+    for (const QString &key :
+         {QStringLiteral("activation-token"), QStringLiteral("desktop-startup-id")}) {
+        if (request.activationToken.isEmpty())
+            request.activationToken = platformData.value(key).toString().toUtf8();
+    }
+    if (!m_handler || !m_handler(request))
+        sendErrorReply(QDBusError::Failed, QStringLiteral("Lumvik is ending."));
+}
+
+} // namespace lumvik

@@ -1,0 +1,178 @@
+#include "app/SingleInstance.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QLocalSocket>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace lumvik {
+namespace {
+
+using namespace std::chrono_literals;
+using Outcome = SingleInstance::Outcome;
+
+class SingleInstanceTest : public testing::Test {
+  protected:
+    ~SingleInstanceTest() override {
+        for (const auto &thread : threads)
+            thread->wait();
+    }
+    /// A later start, in a thread as the first one's event loop has to run meanwhile.
+    [[nodiscard]] std::future<Outcome> start(const LaunchRequest &request,
+                                             std::chrono::milliseconds limit = 20s) {
+        std::packaged_task<Outcome()> claim(
+            [this, request, limit] { return SingleInstance(path).claim(request, limit); });
+        std::future<Outcome> outcome = claim.get_future();
+        threads.emplace_back(QThread::create(std::move(claim)))->start();
+        return outcome;
+    }
+    template<typename Condition>
+    static bool eventually(Condition condition) {
+        const QDeadlineTimer deadline(20s);
+        while (!condition() && !deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents,
+                                            10);
+        return condition();
+    }
+    static Outcome outcome(std::future<Outcome> &later) {
+        EXPECT_TRUE(eventually([&] { return later.wait_for(0s) == std::future_status::ready; }));
+        return later.get();
+    }
+
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("program"));
+    std::vector<LaunchRequest> requests;
+    std::vector<std::unique_ptr<QThread>> threads;
+    const LaunchRequestHandler keep = [this](const LaunchRequest &request) {
+        requests.push_back(request);
+        return true;
+    };
+    const LaunchRequest addresses{LaunchRequest::Action::showCameraAddresses, "token_TIME5"};
+};
+
+TEST_F(SingleInstanceTest, TheFirstGoesOn) {
+    SingleInstance first(path);
+    EXPECT_EQ(first.claim({}), Outcome::first);
+}
+
+TEST_F(SingleInstanceTest, TheSecondHandsItsRequestOver) {
+    SingleInstance first(path);
+    ASSERT_EQ(first.claim({}), Outcome::first);
+    first.listen(keep);
+    std::future<Outcome> second = start(addresses);
+    EXPECT_EQ(outcome(second), Outcome::handedOver);
+    EXPECT_EQ(requests, std::vector{addresses});
+}
+
+TEST_F(SingleInstanceTest, WhoAsksBeforeTheFirstListensIsAnsweredThen) {
+    SingleInstance first(path);
+    ASSERT_EQ(first.claim({}), Outcome::first);
+    std::future<Outcome> second = start({});
+    // It has asked; what the first one does about it is its business.
+    QCoreApplication::processEvents();
+    EXPECT_NE(second.wait_for(50ms), std::future_status::ready);
+    first.listen(keep);
+    EXPECT_EQ(outcome(second), Outcome::handedOver);
+    EXPECT_EQ(requests.size(), 1U);
+}
+
+TEST_F(SingleInstanceTest, ManyAtOnceAreAllAnswered) {
+    SingleInstance first(path);
+    ASSERT_EQ(first.claim({}), Outcome::first);
+    first.listen(keep);
+    std::vector<std::future<Outcome>> later;
+    for (int n = 0; n < 20; ++n)
+        later.push_back(start(addresses));
+    for (std::future<Outcome> &one : later)
+        EXPECT_EQ(outcome(one), Outcome::handedOver);
+    EXPECT_EQ(requests.size(), 20U);
+}
+
+TEST_F(SingleInstanceTest, OneThatIsEndingIsFollowed) {
+    std::optional<SingleInstance> first(path);
+    ASSERT_EQ(first->claim({}), Outcome::first);
+    bool hasDeclined = false;
+    first->listen([&](const LaunchRequest &) {
+        hasDeclined = true;
+        return false;
+    });
+    std::future<Outcome> second = start({});
+    ASSERT_TRUE(eventually([&] { return hasDeclined; }));
+    first->close();
+    first.reset();
+    EXPECT_EQ(outcome(second), Outcome::first);
+}
+
+TEST_F(SingleInstanceTest, OneThatEndsWithoutAnAnswerIsFollowed) {
+    std::optional<SingleInstance> first(path);
+    ASSERT_EQ(first->claim({}), Outcome::first);
+    std::future<Outcome> second = start({});
+    EXPECT_NE(second.wait_for(50ms), std::future_status::ready);
+    first.reset();
+    EXPECT_EQ(outcome(second), Outcome::first);
+}
+
+TEST_F(SingleInstanceTest, OneThatHangsIsNotWaitedForInVain) {
+    SingleInstance first(path);
+    ASSERT_EQ(first.claim({}), Outcome::first);
+    // Its event loop does not run.
+    EXPECT_EQ(start({}, 300ms).get(), Outcome::unanswered);
+}
+
+TEST_F(SingleInstanceTest, ASocketThatWasLeftBehindIsReplaced) {
+    QFile left(path + QStringLiteral(".socket"));
+    ASSERT_TRUE(left.open(QFile::WriteOnly));
+    left.close();
+    SingleInstance first(path);
+    ASSERT_EQ(first.claim({}), Outcome::first);
+    first.listen(keep);
+    std::future<Outcome> second = start({});
+    EXPECT_EQ(outcome(second), Outcome::handedOver);
+}
+
+TEST_F(SingleInstanceTest, ProgramsOfOtherListsDoNotMeet) {
+    SingleInstance first(path);
+    ASSERT_EQ(first.claim({}), Outcome::first);
+    SingleInstance other(path + QStringLiteral("2"));
+    EXPECT_EQ(other.claim({}), Outcome::first);
+}
+
+TEST_F(SingleInstanceTest, WithoutAFolderForItsFilesTheProgramStarts) {
+    SingleInstance first(folder.filePath(QStringLiteral("missing/program")));
+    EXPECT_EQ(first.claim({}), Outcome::first);
+}
+
+class StrangeVisitorTest : public SingleInstanceTest,
+                           public testing::WithParamInterface<QByteArray> {};
+
+TEST_P(StrangeVisitorTest, IsSentAway) {
+    SingleInstance first(path);
+    ASSERT_EQ(first.claim({}), Outcome::first);
+    first.listen(keep);
+    QLocalSocket visitor;
+    visitor.connectToServer(path + QStringLiteral(".socket"));
+    ASSERT_TRUE(visitor.waitForConnected(5'000));
+    visitor.write(GetParam());
+    ASSERT_TRUE(eventually([&] { return visitor.state() == QLocalSocket::UnconnectedState; }));
+    EXPECT_TRUE(visitor.readAll().isEmpty());
+    EXPECT_TRUE(requests.empty());
+    std::future<Outcome> second = start({});
+    EXPECT_EQ(outcome(second), Outcome::handedOver) << "others are served as before";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, StrangeVisitorTest,
+                         testing::Values(QByteArray("GET / HTTP/1.1\r\n"),
+                                         QByteArray("{\"action\":\"nothing\"}\n"),
+                                         QByteArray(100'000, 'x')));
+
+} // namespace
+} // namespace lumvik

@@ -1,0 +1,93 @@
+#include "platform/InstanceLock.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <optional>
+
+namespace lumvik {
+namespace {
+
+using Result = InstanceLock::Result;
+
+class InstanceLockTest : public testing::Test {
+  protected:
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("program.lock"));
+};
+
+TEST_F(InstanceLockTest, TheFirstHasIt) {
+    InstanceLock first(path);
+    EXPECT_EQ(first.tryLock(), Result::acquired);
+    EXPECT_EQ(first.tryLock(), Result::acquired) << "asked again";
+}
+
+TEST_F(InstanceLockTest, TheSecondHasToWaitForTheEndOfTheFirst) {
+    std::optional<InstanceLock> first(path);
+    ASSERT_EQ(first->tryLock(), Result::acquired);
+    InstanceLock second(path);
+    EXPECT_EQ(second.tryLock(), Result::heldByAnother);
+    first.reset();
+    EXPECT_EQ(second.tryLock(), Result::acquired);
+}
+
+TEST_F(InstanceLockTest, AProcessThatIsKilledHoldsItNoLonger) {
+    int held[2];
+    ASSERT_EQ(::pipe(held), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        InstanceLock first(path);
+        const char result = first.tryLock() == Result::acquired ? 'y' : 'n';
+        if (::write(held[1], &result, 1) == 1)
+            ::pause();
+        ::_exit(1);
+    }
+    char result = 'n';
+    ASSERT_EQ(::read(held[0], &result, 1), 1);
+    EXPECT_EQ(result, 'y');
+    InstanceLock second(path);
+    EXPECT_EQ(second.tryLock(), Result::heldByAnother);
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    EXPECT_EQ(second.tryLock(), Result::acquired);
+    ::close(held[0]);
+    ::close(held[1]);
+}
+
+TEST_F(InstanceLockTest, AFileThatWasLeftBehindDoesNotCount) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QFile::WriteOnly));
+    file.write("1\n");
+    file.close();
+    InstanceLock lock(path);
+    EXPECT_EQ(lock.tryLock(), Result::acquired);
+}
+
+TEST_F(InstanceLockTest, TheFileIsItsOwnersAlone) {
+    InstanceLock lock(path);
+    ASSERT_EQ(lock.tryLock(), Result::acquired);
+    EXPECT_EQ(QFileInfo(path).permissions() &
+                  (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
+              QFile::Permissions());
+}
+
+TEST_F(InstanceLockTest, WithoutAFolderItIsUnavailable) {
+    InstanceLock lock(folder.filePath(QStringLiteral("missing/program.lock")));
+    EXPECT_EQ(lock.tryLock(), Result::unavailable);
+}
+
+TEST_F(InstanceLockTest, ALinkIsNotFollowed) {
+    ASSERT_TRUE(QFile::link(folder.filePath(QStringLiteral("elsewhere")), path));
+    InstanceLock lock(path);
+    EXPECT_EQ(lock.tryLock(), Result::unavailable);
+    EXPECT_FALSE(QFile::exists(folder.filePath(QStringLiteral("elsewhere"))));
+}
+
+} // namespace
+} // namespace lumvik

@@ -1,0 +1,30 @@
+#include "viewer/WindowActivation.h"
+
+#include <gtest/gtest.h>
+
+namespace lumvik {
+namespace {
+
+struct IdCase {
+    QByteArray id;
+    std::optional<std::uint32_t> time;
+};
+
+class StartupIdTest : public testing::TestWithParam<IdCase> {};
+
+TEST_P(StartupIdTest, TellsTheTimeOfTheUsersAction) {
+    EXPECT_EQ(timeOfStartupId(GetParam().id), GetParam().time) << GetParam().id.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, StartupIdTest,
+    testing::Values(IdCase{"panel-1234-host-lumvik-0_TIME987654", 987654},
+                    IdCase{"_TIME4294967295", 4294967295U}, IdCase{"a_TIME1_TIME22", 22},
+                    IdCase{"", std::nullopt}, IdCase{"panel-1234", std::nullopt},
+                    IdCase{"a_TIME", std::nullopt}, IdCase{"a_TIME0", std::nullopt},
+                    IdCase{"a_TIME4294967296", std::nullopt}, IdCase{"a_TIME-1", std::nullopt},
+                    IdCase{"a_TIME12x", std::nullopt},
+                    IdCase{"0b9e2c5e-7a5f-4d5e-9d43-1f2a3b4c5d6e", std::nullopt}));
+
+} // namespace
+} // namespace lumvik
