@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QLabel>
+#include <QPushButton>
 #include <QVBoxLayout>
 #include <QWindow>
 
@@ -48,6 +49,8 @@ AboutPanel::AboutPanel(const AboutInformation &about) {
     layout->addSpacing(12);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close);
     buttons->setCenterButtons(true);
+    // The toolkit's own cross is a picture of few pixels, and the word says it all.
+    buttons->button(QDialogButtonBox::Close)->setIcon(QIcon());
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(buttons);
 }

@@ -24,7 +24,10 @@ void DesktopOpener::open(const QUrl &address, const std::function<void()> &faile
     process->setStandardErrorFile(QProcess::nullDevice());
     // A group of its own: signals that end this program in its terminal are not meant for the
     // browser.
-    process->setChildProcessModifier([] { ::setsid(); });
+    process->setChildProcessModifier([coreDumps = m_coreDumps] {
+        ::setsid();
+        coreDumps.restoreInChild();
+    });
     QObject::connect(process, &QProcess::errorOccurred, process,
                      [process, failed](QProcess::ProcessError error) {
                          if (error != QProcess::FailedToStart)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/CoreDumps.h"
+
 #include <QProcessEnvironment>
 #include <QUrl>
 
@@ -10,11 +12,14 @@ namespace lumvik {
 /// Hands addresses to the user's browser or mail program through xdg-open; where there is none,
 /// through whatever the toolkit finds. Main thread only.
 ///
-/// The program is started with `environment`, so that it does not inherit what this one has set for
-/// its own toolkit. It is never waited for and outlives this one.
+/// The program is started with `environment` and `coreDumps`, so that it does not inherit what this
+/// one has set for its own toolkit and against dumps of its own memory. It is never waited for and
+/// outlives this one.
 class DesktopOpener {
   public:
-    explicit DesktopOpener(const QProcessEnvironment &environment) : m_environment(environment) {}
+    DesktopOpener(const QProcessEnvironment &environment, const UsersCoreDumps &coreDumps)
+        : m_environment(environment)
+        , m_coreDumps(coreDumps) {}
 
     /// `failed` runs at most once, now or in a later turn, when nothing opens `address`. xdg-open
     /// may say so only after it has tried for a while.
@@ -22,6 +27,7 @@ class DesktopOpener {
 
   private:
     QProcessEnvironment m_environment;
+    UsersCoreDumps m_coreDumps;
 };
 
 } // namespace lumvik

@@ -5,8 +5,8 @@
 
 namespace lumvik {
 
-/// Keeps memory together over weeks of new players, each with threads of its own. Called first of
-/// all: what was allocated before stays where it is.
+/// Keeps memory together over weeks of new players, each with threads of its own. Called before
+/// anything that allocates much: what was allocated before stays where it is.
 void prepareMemory();
 
 /// What has to be settled before the application object exists: the windowing system, the render

@@ -7,12 +7,14 @@
 #include "app/SingleInstance.h"
 #include "app/Startup.h"
 #include "editor/CameraSettingsWindow.h"
+#include "platform/CoreDumps.h"
 #include "platform/ExitDeadline.h"
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
 #include "platform/RtnetlinkPathMonitor.h"
 #include "platform/TcpConnection.h"
 #include "platform/TerminationSignals.h"
+#include "style/ApplicationIcon.h"
 #include "updates/LumvikUpdateService.h"
 
 #include <QApplication>
@@ -71,6 +73,7 @@ QByteArray activationToken(const QProcessEnvironment &environment) {
 } // namespace
 
 int main(int argc, char **argv) {
+    const UsersCoreDumps usersCoreDumps = forbidCoreDumps();
     prepareMemory();
     // What other programs are to be started with.
     const QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
@@ -87,6 +90,7 @@ int main(int argc, char **argv) {
     avoidDeafSessionBus();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumvik"));
+    QApplication::setWindowIcon(applicationIcon());
     QApplication::setDesktopFileName(QLatin1String(LumvikLog::subsystem));
     const auto action = parseCommandLine(QApplication::arguments(), version);
     if (!action)
@@ -116,7 +120,7 @@ int main(int argc, char **argv) {
     QtMainQueue mainQueue;
     UserDefaults userDefaults(UserDefaults::standardPath());
     QtFilePanels filePanels;
-    const DesktopOpener opener(usersEnvironment);
+    const DesktopOpener opener(usersEnvironment, usersCoreDumps);
     LogindSleepMonitor sleepMonitor;
     // In a later turn, because quitting closes the windows, and may be asked for while one closes.
     // A window that is open is closed first, by its own order; termination follows.

@@ -64,7 +64,7 @@ start_camera() {
     QT_QPA_PLATFORM=offscreen "$programs/lumvik-test-camera" --port 0 --name "$name" "$@" \
         >"$log" 2>&1 </dev/null &
     started+=($!)
-    wait_for 20 "the camera \"$name\"" grep -q '^ready ' "$log"
+    wait_for 20 "the camera \"$name\"" grep -qs '^ready ' "$log"
     say "The camera \"$name\" serves $(address_of "$log")"
 }
 address_of() { sed -n 's/^ready //p' "$1"; }

@@ -1,103 +1,11 @@
 // The render view with the real engine, a real camera and a real window.
 
-#include "CameraProcess.h"
-#include "Eventually.h"
-#include "engine/MPVOpenGLView.h"
-#include "engine/PlayerOptions.h"
-
-#include <QElapsedTimer>
-#include <QQuickWindow>
-#include <QScreen>
-
-#include <gtest/gtest.h>
+#include "RealViewTest.h"
 
 #include <algorithm>
-#include <array>
-#include <clocale>
-#include <memory>
-#include <set>
 
 namespace lumvik::test {
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto deadline = 30s;
-constexpr int framesPerSecond = 25;
-
-CameraSetup cameraSetup() {
-    CameraSetup setup;
-    setup.framesPerSecond = framesPerSecond;
-    return setup;
-}
-
-class RealViewTest : public testing::Test {
-  protected:
-    void SetUp() override {
-        std::setlocale(LC_NUMERIC, "C");
-        window.setColor(Qt::black);
-        window.resize(640, 360);
-        // Around the view's own drawing, which is connected between these two.
-        connectBeforeDrawing();
-        view = new MPVOpenGLView(queue, window.contentItem());
-        view->setSize(QSizeF(640, 360));
-        QObject::connect(
-            &window, &QQuickWindow::beforeRenderPassRecording, &window,
-            [this] { drawingTimes.append(static_cast<double>(drawing.nsecsElapsed()) / 1e6); },
-            Qt::DirectConnection);
-        view->setFrameRenderedHandler([this] { ++frames; });
-        bool isDrawn = false;
-        QObject::connect(&window, &QQuickWindow::frameSwapped, &window, [&] { isDrawn = true; });
-        window.show();
-        ASSERT_TRUE(eventually(deadline, [&] { return isDrawn; }));
-        window.disconnect(&window, SIGNAL(frameSwapped()));
-        ASSERT_TRUE(camera.start());
-    }
-    ~RealViewTest() override {
-        delete view;
-        mpv_terminate_destroy(player);
-    }
-    void connectBeforeDrawing() {
-        QObject::connect(
-            &window, &QQuickWindow::beforeRenderPassRecording, &window, [this] { drawing.start(); },
-            Qt::DirectConnection);
-    }
-
-    /// Makes the player and plays the camera until `count` frames were shown. `untimed` as in the
-    /// program unless a test needs frames to wait for their time.
-    void play(int count, const char *untimed = "yes") {
-        player = mpv_create();
-        ASSERT_NE(player, nullptr);
-        for (const PlayerSetting &option : playerOptions)
-            mpv_set_option_string(player, option.name, option.value);
-        ASSERT_GE(mpv_initialize(player), 0);
-        for (const PlayerSetting &property : livePlaybackProperties)
-            mpv_set_property_string(player, property.name, property.value);
-        mpv_set_property_string(player, "untimed", untimed);
-        ASSERT_GE(view->configureWithMPV(player), 0);
-        const QByteArray url = camera.url().toUtf8();
-        std::array<const char *, 4> command{"loadfile", url.constData(), "replace", nullptr};
-        ASSERT_GE(mpv_command(player, command.data()), 0);
-        ASSERT_TRUE(eventually(deadline, [&] { return frames >= count; }));
-    }
-    /// How many colours lie along a line across the middle of the window on the screen.
-    [[nodiscard]] std::size_t shownColours() const {
-        const QImage image = window.screen()->grabWindow(window.winId()).toImage();
-        std::set<QRgb> colours;
-        for (int x = 0; x < image.width(); x += 4)
-            colours.insert(image.pixel(x, image.height() / 3) & 0x00E0E0E0U);
-        return colours.size();
-    }
-
-    QtMainQueue queue;
-    CameraProcess camera{cameraSetup()};
-    QQuickWindow window;
-    mpv_handle *player = nullptr;
-    MPVOpenGLView *view = nullptr;
-    QElapsedTimer drawing;
-    QList<double> drawingTimes; // in milliseconds
-    int frames = 0;
-};
 
 TEST_F(RealViewTest, DrawsTheCamerasPicture) {
     ASSERT_NO_FATAL_FAILURE(play(5));

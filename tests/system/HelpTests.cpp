@@ -28,10 +28,12 @@ class HelpTest : public ViewerTest {
         QFile script(path);
         ASSERT_TRUE(script.open(QFile::WriteOnly));
         // It also tells whether it was given what the viewer has set for itself.
-        script.write(
-            "#!/bin/sh\nprintf '%s\\n' \"$*${QSG_RENDER_LOOP+ (not the user's environment)}\""
-            " >>\"" +
-            folder.path().toUtf8() + "/opened\"\nexit " + QByteArray::number(exitStatus) + "\n");
+        script.write("#!/bin/sh\nread filter </proc/self/coredump_filter\n"
+                     "[ \"$filter\" != 00000000 ] || dumps=' (not the core dumps of the user)'\n"
+                     "printf '%s\\n' \"$*${QSG_RENDER_LOOP+ (not the user's environment)}$dumps\""
+                     " >>\"" +
+                     folder.path().toUtf8() + "/opened\"\nexit " + QByteArray::number(exitStatus) +
+                     "\n");
         script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
     [[nodiscard]] QByteArray openedAddresses() const {

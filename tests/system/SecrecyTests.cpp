@@ -92,5 +92,18 @@ TEST_F(SecrecyTest, PasswordThatIsWrongIsToldToNobody) {
     expectFree(viewer->allOutput().toUtf8(), wrongPassword, "the log");
 }
 
+TEST_F(SecrecyTest, MemoryIsLeftToNoCoreDump) {
+    startViewer();
+    const QString folder = QStringLiteral("/proc/%1/").arg(viewer->process().processId());
+    QFile limits(folder + QStringLiteral("limits"));
+    ASSERT_TRUE(limits.open(QFile::ReadOnly));
+    static const QRegularExpression noFile(QStringLiteral("^Max core file size +0 "),
+                                           QRegularExpression::MultilineOption);
+    EXPECT_TRUE(noFile.match(QString::fromUtf8(limits.readAll())).hasMatch());
+    QFile filter(folder + QStringLiteral("coredump_filter"));
+    ASSERT_TRUE(filter.open(QFile::ReadOnly));
+    EXPECT_EQ(filter.readAll(), "00000000\n");
+}
+
 } // namespace
 } // namespace lumvik::test

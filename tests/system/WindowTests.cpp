@@ -301,5 +301,19 @@ TEST_F(WindowTest, PinnedViewerCoversAWindowThatComesLater) {
     EXPECT_TRUE(showsColourBars(screen.window(viewer->window())));
 }
 
+TEST_F(WindowTest, DesktopIsToldWhichProgramItIs) {
+    startViewer();
+    // The icon comes as width, height and pixels, for one size after the other.
+    const QList<quint32> icon = desktop.x().numbers(viewer->window(), "_NET_WM_ICON");
+    QList<quint32> sizes;
+    for (qsizetype at = 0; at + 1 < icon.size(); at += 2 + icon.at(at) * icon.at(at + 1)) {
+        ASSERT_EQ(icon.at(at), icon.at(at + 1));
+        sizes.append(icon.at(at));
+    }
+    EXPECT_TRUE(sizes.contains(16) && sizes.contains(48) && sizes.contains(128));
+    // By this class the window belongs to the desktop entry.
+    EXPECT_TRUE(desktop.x().text(viewer->window(), "WM_CLASS").contains(QStringLiteral("Lumvik")));
+}
+
 } // namespace
 } // namespace lumvik::test
