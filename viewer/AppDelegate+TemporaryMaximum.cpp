@@ -18,7 +18,14 @@ constexpr double restoringTime = 0.35;
 } // namespace
 
 void AppDelegate::toggleTemporaryMaximum() {
-    if (isClosingViewer || !window || !window->hasOrdinaryFrame())
+    if (isClosingViewer || !window)
+        return;
+    if (!ViewerWindow::isPlacedByProgram()) {
+        // Grown from where it stands, which nobody tells, the window would reach out of the screen.
+        window->toggleMaximized();
+        return;
+    }
+    if (!window->hasOrdinaryFrame())
         return;
     if (!isTemporarilyMaximized) {
         const QRect frame = window->frame();

@@ -111,6 +111,9 @@ void AppDelegate::createViews() {
                                          }},
                                     content);
     stayOnTopButton = new PinToggleButton(content);
+    if (!ViewerWindow::isPlacedByProgram())
+        stayOnTopButton->setUnavailable(
+            QStringLiteral("Stay on Top is not possible in a Wayland session"));
     stayOnTopButton->setAction([self] {
         if (self)
             self->toggleStayOnTop();

@@ -96,6 +96,7 @@ class AccessibleControl final : public AccessibleItem, public QAccessibleActionI
         QAccessible::State state = AccessibleItem::state();
         if (!isValid())
             return state;
+        state.disabled = !control()->isEnabled() || control()->isUnavailable();
         state.checkable = control()->role() == ViewerControl::Role::toggle;
         state.checked = control()->isOn();
         state.focusable = true; // hidden ones are shown when they are asked to take the keyboard

@@ -26,6 +26,8 @@ void ViewerButton::paint(QPainter *painter) {
     painter->drawRoundedRect(bounds.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
     QRectF symbol(0, 0, symbolSide, symbolSide);
     symbol.moveCenter(bounds.center());
+    constexpr qreal dimmed = 0.4;
+    painter->setOpacity(isUnavailable() ? dimmed : 1);
     Symbols::draw(*painter, symbolName(), symbol, Qt::white);
 }
 

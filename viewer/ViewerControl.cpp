@@ -34,6 +34,15 @@ ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent
 
 ViewerControl::~ViewerControl() = default;
 
+void ViewerControl::setUnavailable(const QString &reason) {
+    m_isUnavailable = true;
+    setLabel(reason);
+    QAccessible::State what;
+    what.disabled = true;
+    accessibleStateChanged(what);
+    update();
+}
+
 void ViewerControl::setLabel(const QString &label) {
     m_label = label;
     QAccessibleEvent changed(this, QAccessible::NameChanged);
@@ -53,7 +62,7 @@ void ViewerControl::accessibleValueChanged() {
 }
 
 void ViewerControl::performClick() {
-    if (!isEnabled())
+    if (!isEnabled() || m_isUnavailable)
         return;
     hideToolTip();
     willPerformAction();

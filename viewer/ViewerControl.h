@@ -45,7 +45,13 @@ class ViewerControl : public QQuickPaintedItem {
             m_keyboardAsked();
     }
 
-    /// Does what a click does, if the control is enabled.
+    /// The system has no means for what the control does: `reason` says so in place of the label,
+    /// for good. The control is dimmed and does nothing; it stays under the pointer and the keys,
+    /// so that the reason can be read.
+    void setUnavailable(const QString &reason);
+    [[nodiscard]] bool isUnavailable() const { return m_isUnavailable; }
+
+    /// Does what a click does, if the control is enabled and available.
     void performClick();
 
     [[nodiscard]] Role role() const { return m_role; }
@@ -84,6 +90,7 @@ class ViewerControl : public QQuickPaintedItem {
 
     Role m_role;
     QString m_label;
+    bool m_isUnavailable = false;
     std::function<void()> m_action;
     std::function<void()> m_keyboardAsked;
     QTimer m_toolTipDelay;

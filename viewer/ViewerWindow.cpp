@@ -334,6 +334,15 @@ void ViewerWindow::toggleFullScreen() {
         showFullScreen();
 }
 
+void ViewerWindow::toggleMaximized() {
+    if ((windowStates() & (Qt::WindowFullScreen | Qt::WindowMinimized)) != 0)
+        return;
+    if (windowStates().testFlag(Qt::WindowMaximized))
+        showNormal();
+    else
+        showMaximized();
+}
+
 // ---- Screens that come and go ----
 
 void ViewerWindow::followScreens() {

@@ -92,6 +92,9 @@ class ViewerWindow final : public QQuickWindow {
     [[nodiscard]] bool hasOrdinaryFrame() const;
 
     void toggleFullScreen();
+    /// Maximises the window by the desktop's own means, or brings it back. Does nothing in full
+    /// screen and to a minimised window.
+    void toggleMaximized();
 
     /// Closes the window as if its close button had been pressed.
     void performClose();
