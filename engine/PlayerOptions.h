@@ -53,6 +53,12 @@ inline constexpr std::array livePlaybackProperties{
     // "keep-open" would turn the end of a stream into a pause that outlives the reload: the next
     // stream would freeze after its first frames.
     PlayerSetting{"keep-open-pause", "no"},
+    // The plain ways to scale, which are 0.35's defaults. Those of newer engines look weights up in
+    // tables: that costs more without a graphics card, and the software OpenGL of Debian 13 (Mesa
+    // 25.0) often reads rubbish out of such tables, so that the picture stays black.
+    PlayerSetting{"scale", "bilinear"},
+    PlayerSetting{"dscale", "bilinear"},
+    PlayerSetting{"dither-depth", "no"},
 };
 
 } // namespace lumvik

@@ -8,7 +8,7 @@
 
 #include <QTransform>
 
-#include <cmath>
+#include <array>
 #include <ostream>
 #include <string>
 
@@ -31,14 +31,18 @@ CameraSetup setupFor(const Stream &stream) {
     return setup;
 }
 
-/// Rows of the black band below the bars that the letters in it keep clear of.
-constexpr int blackRows = 10;
+/// How far the area reaches beyond the two bars to either side, and into the black below them. The
+/// colour is the same on both sides of each edge of the area: an engine's own crop mixes its
+/// outermost pixels with their neighbours outside. The letters in the black keep clear of its first
+/// ten rows.
+constexpr int beside = 16;
+constexpr int below = 7;
 
-/// The second and the third bar from half their height down, and a little of the black below them.
+/// The second and the third bar from half their height down, with a little of what is around them.
 VideoFocusCrop twoBars(QSize size) {
     const int bar = size.width() / PictureLayout::barCount;
     const int height = size.height() / 4;
-    return {bar, height, qint64{2} * bar, height + blackRows, size};
+    return {bar - beside, height, qint64{2} * (bar + beside), height + below, size};
 }
 
 testing::AssertionResult isColour(const QImage &picture, int x, int y, QColor wanted) {
@@ -53,30 +57,36 @@ testing::AssertionResult isColour(const QImage &picture, int x, int y, QColor wa
 
 /// Whether `picture`, which is not turned, is that area of the camera's picture and nothing else.
 testing::AssertionResult isTwoBars(const QImage &picture, const VideoFocusCrop &area) {
-    const QColor yellow(191, 191, 0);
-    const QColor cyan(0, 191, 191);
-    const QColor black(0, 0, 0);
-    // Borders are blurred by about two pixels of the source.
-    const int blurX = picture.width() * 3 / static_cast<int>(area.width) + 1;
-    const int blurY = picture.height() * 3 / static_cast<int>(area.height) + 1;
-    const int right = picture.width() - 1;
-    const int bottom = picture.height() - 1;
-    const int borderX = picture.width() / 2;
-    const int borderY =
-        picture.height() - picture.height() * blackRows / static_cast<int>(area.height);
-    for (const int y : {0, 1, picture.height() / 3, borderY - blurY}) {
-        for (const int x : {0, 1, borderX / 2, borderX - blurX}) {
-            if (const auto result = isColour(picture, x, y, yellow); !result)
-                return result;
-        }
-        for (const int x : {borderX + blurX, borderX * 3 / 2, right - 1, right}) {
-            if (const auto result = isColour(picture, x, y, cyan); !result)
-                return result;
+    const auto colour = [](int bar) {
+        const auto &channels = PictureLayout::barColours.at(static_cast<std::size_t>(bar));
+        return QColor(channels.red, channels.green, channels.blue);
+    };
+    const auto column = [&](double x) {
+        return static_cast<int>(x * picture.width() / static_cast<double>(area.width));
+    };
+    const auto row = [&](double y) {
+        return static_cast<int>(y * picture.height() / static_cast<double>(area.height));
+    };
+    constexpr double blur = 3; // pixels of the source, at every border between two colours
+    const double barWidth = static_cast<double>(area.width) / 2 - beside;
+    const double blackBegins = static_cast<double>(area.height) - below;
+    // Each colour from its first pure column to its last one.
+    const std::array<std::array<double, 2>, 4> bars{
+        {{0, beside - blur},
+         {beside + blur, beside + barWidth - blur},
+         {beside + barWidth + blur, beside + 2 * barWidth - blur},
+         {beside + 2 * barWidth + blur, static_cast<double>(area.width) - 0.01}}};
+    for (const int y : {0, 1, picture.height() / 3, row(blackBegins - blur)}) {
+        for (int bar = 0; bar < 4; ++bar) {
+            for (const double x : bars.at(static_cast<std::size_t>(bar))) {
+                if (const auto result = isColour(picture, column(x), y, colour(bar)); !result)
+                    return result;
+            }
         }
     }
-    for (const int y : {borderY + blurY, bottom - 1, bottom}) {
-        for (const int x : {0, borderX, right}) {
-            if (const auto result = isColour(picture, x, y, black); !result)
+    for (const int y : {row(blackBegins + blur), picture.height() - 1}) {
+        for (const int x : {0, picture.width() / 2, picture.width() - 1}) {
+            if (const auto result = isColour(picture, x, y, Qt::black); !result)
                 return result;
         }
     }

@@ -42,10 +42,12 @@ class RealViewTest : public testing::Test {
             Qt::DirectConnection);
         view->setFrameRenderedHandler([this] { ++frames; });
         bool isDrawn = false;
-        QObject::connect(&window, &QQuickWindow::frameSwapped, &window, [&] { isDrawn = true; });
+        const auto connection = QObject::connect(&window, &QQuickWindow::frameSwapped, &window,
+                                                 [&] { isDrawn = true; });
         window.show();
-        ASSERT_TRUE(eventually(deadline, [&] { return isDrawn; }));
-        window.disconnect(&window, SIGNAL(frameSwapped()));
+        const bool wasDrawn = eventually(deadline, [&] { return isDrawn; });
+        QObject::disconnect(connection); // it refers to a variable of this function
+        ASSERT_TRUE(wasDrawn);
         ASSERT_TRUE(camera.start());
     }
     ~RealViewTest() override {
