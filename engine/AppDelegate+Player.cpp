@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "engine/EngineAddress.h"
 #include "engine/PlayerOptions.h"
+#include "engine/PlayerProperties.h"
 #include "platform/LumvikLog.h"
 
 #include <QPointer>
@@ -13,17 +14,6 @@
 #include <utility>
 
 namespace lumvik {
-
-namespace {
-
-std::optional<std::int64_t> integerProperty(mpv_handle *handle, const char *name) {
-    std::int64_t value = 0;
-    if (mpv_get_property(handle, name, MPV_FORMAT_INT64, &value) < 0)
-        return std::nullopt;
-    return value;
-}
-
-} // namespace
 
 void AppDelegate::startPlayer() {
     if (mpv != nullptr || cameras.isEmpty())

@@ -1,6 +1,7 @@
 #include "engine/VideoFocusCrop.h"
 
-#include <memory>
+#include "engine/PlayerProperties.h"
+
 #include <string_view>
 
 namespace lumvik {
@@ -9,16 +10,6 @@ namespace {
 
 constexpr const char *anyDecoder = "auto-safe"; // as the player was started with
 constexpr const char *copyingDecoder = "auto-copy-safe";
-
-std::string textProperty(mpv_handle *player, const char *name) {
-    struct Free {
-        void operator()(char *text) const { mpv_free(text); }
-    };
-    char *text = nullptr;
-    if (mpv_get_property(player, name, MPV_FORMAT_STRING, &text) < 0 || text == nullptr)
-        return {};
-    return std::unique_ptr<char, Free>(text).get();
-}
 
 std::string cropFilter(const VideoFocusCrop &crop) {
     return "@focus:lavfi=[crop=" + std::to_string(crop.width) + ':' + std::to_string(crop.height) +

@@ -1,6 +1,7 @@
 // The watchdog over drawn frames, which are the only trustworthy sign of health.
 
 #include "app/AppDelegate.h"
+#include "engine/PlayerProperties.h"
 #include "platform/LumvikLog.h"
 #include "supervision/PlaybackHealth.h"
 
@@ -28,9 +29,7 @@ void AppDelegate::reportVideoDecoder() {
         return;
     reportedDecoderGeneration = playerGeneration;
     // With the first frame on the screen the engine has settled for one.
-    char *decoder = mpv_get_property_string(mpv, "hwdec-current");
-    const QString name = QString::fromUtf8(decoder);
-    mpv_free(decoder);
+    const QString name = QString::fromStdString(textProperty(mpv, "hwdec-current"));
     if (name.isEmpty() || name == QStringLiteral("no"))
         LumvikLog::playback().info(QStringLiteral("The video is decoded in software."));
     else

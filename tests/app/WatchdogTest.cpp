@@ -170,5 +170,27 @@ TEST_F(WatchdogTest, SteadyFramesLogNothingAndAskTheEngineNothing) {
     EXPECT_TRUE(mpv.calls().empty());
 }
 
+TEST_F(WatchdogTest, TheDecoderIsNamedOncePerPlayer) {
+    const auto named = [this] {
+        return log.texts(u"playback"_s).filter(u"The video is decoded"_s);
+    };
+    mpv.setTextProperty("hwdec-current", "no");
+    EXPECT_TRUE(named().isEmpty()) << "before there is a picture";
+    playFor(1);
+    EXPECT_EQ(named(), QStringList(u"The video is decoded in software."_s));
+    // Another stream in the same player.
+    mpv.setTextProperty("hwdec-current", "vaapi");
+    delegate->selectCamera(1);
+    playFor(1);
+    EXPECT_EQ(named().size(), 1);
+    // Another player.
+    delegate->stopPlayerEngine();
+    delegate->startPlayer();
+    mpv.setTextProperty("hwdec-current", "vaapi");
+    playFor(1);
+    EXPECT_EQ(named().value(1), u"The video is decoded by hardware (vaapi)."_s);
+    EXPECT_EQ(named().size(), 2);
+}
+
 } // namespace
 } // namespace lumvik::test
