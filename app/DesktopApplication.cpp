@@ -42,7 +42,7 @@ DesktopApplication::DesktopApplication(QString busAddresses, std::chrono::millis
 QString DesktopApplication::sessionBusAddresses() {
     if (qEnvironmentVariable("LUMVIK_SESSION_BUS") == QStringLiteral("no"))
         return {};
-    const QString addresses = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    QString addresses = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (!addresses.isEmpty() || runtimeFolder.isEmpty())
         return addresses;

@@ -2,6 +2,7 @@
 
 #include "viewer/ViewerAccessibility.h"
 
+#include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QQuickWindow>
@@ -14,6 +15,21 @@ namespace {
 /// How long the pointer rests on a control before its tool tip shows, in milliseconds, as toolkits
 /// have it.
 constexpr int toolTipDelay = 700;
+
+/// Wayland shows a tool tip only as part of the window that it belongs to, and the toolkit knows
+/// this of widgets alone.
+void attachToolTip(QWindow &window) {
+    if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return;
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (!widget->inherits("QTipLabel") || !widget->isVisible() ||
+            widget->windowHandle()->transientParent() == &window)
+            continue;
+        widget->hide();
+        widget->windowHandle()->setTransientParent(&window);
+        widget->show();
+    }
+}
 
 } // namespace
 
@@ -120,6 +136,7 @@ void ViewerControl::showToolTip() {
         return; // its label can be read already
     const QPointF below = mapToScene(QPointF(0, height()));
     QToolTip::showText(window()->mapToGlobal(below).toPoint(), m_label);
+    attachToolTip(*window());
 }
 
 void ViewerControl::hoverLeaveEvent(QHoverEvent *event) {

@@ -43,7 +43,8 @@ TEST_F(PlayerTest, SetsTheLivePropertiesAfterTheInitialisation) {
     launchAndPlay(threeCameras());
     EXPECT_THAT(settings(mpv, "mpv_set_property_string"),
                 ElementsAre("cache-pause=no", "vd-lavc-threads=1", "untimed=yes",
-                            "video-latency-hacks=yes", "keep-open-pause=no"));
+                            "video-latency-hacks=yes", "keep-open-pause=no", "scale=bilinear",
+                            "dscale=bilinear", "dither-depth=no"));
 }
 
 TEST_F(PlayerTest, CreatesConfiguresInitialisesAttachesAndLoadsInThisOrder) {

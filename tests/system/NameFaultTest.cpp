@@ -12,8 +12,8 @@ const QString NameFaultTest::deafName = QStringLiteral("camera.example");
 
 namespace {
 
-// What a user notices. How much of it drawing and a busy machine take differs from run to run, so that
-// it is reported only.
+// What a user notices. How much of it drawing and a busy machine take differs from run to run, so
+// that it is reported only.
 constexpr auto noticeableHold = 250ms;
 // Half of the shortest look-up in these tests, which lasts two seconds for each of its attempts: a
 // thread that waited for a name server would be held for longer than this on any machine.

@@ -23,11 +23,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-enum class XWayland { without, with };
-
 class WaylandTest : public testing::Test {
   protected:
-    void startSession(XWayland xwayland) {
+    void startSession() {
         ASSERT_TRUE(desktop.start());
         QProcessEnvironment environment = home.environment(desktop.environment());
         const QString runtimeFolder = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
@@ -35,9 +33,7 @@ class WaylandTest : public testing::Test {
         QFile file(configuration);
         ASSERT_TRUE(file.open(QFile::WriteOnly));
         // The way to ask for drawing without OpenGL differs from version to version.
-        file.write(QByteArray("[core]\nidle-time=0\nuse-pixman=true\nrenderer=pixman\nxwayland=") +
-                   (xwayland == XWayland::with ? "true" : "false") +
-                   "\n[shell]\npanel-position=none\nlocking=false\nanimation=none\n"
+        file.write(QByteArray("[core]\nidle-time=0\nuse-pixman=true\nrenderer=pixman\n[shell]\npanel-position=none\nlocking=false\nanimation=none\n"
                    "background-color=0xff204060\n");
         file.close();
         compositor = std::make_unique<ChildProcess>(QStringLiteral("weston"), environment);
@@ -51,19 +47,25 @@ class WaylandTest : public testing::Test {
             return QFile::exists(runtimeFolder + QStringLiteral("/wayland-test"));
         })) << compositor->standardError().join(u'\n').toStdString();
         ASSERT_TRUE(eventually(30s, [this] {
-            return colourDistance(screen.pixel(QPoint(5, 5)), background) < 3;
+            // Not in a corner, where the pointer may be.
+            return colourDistance(screen.pixel(QPoint(desktop.size().width() / 3, 5)), background) <
+                   3;
         })) << "the session's background does not appear";
+        // Into the far corner, by a motion that the session sees: its own pointer begins elsewhere.
+        pointer.moveTo(desktop.area().center());
+        pointer.moveTo(desktop.area().bottomRight());
+        ASSERT_TRUE(eventually(20s, [this] {
+            return colourDistance(screen.pixel(QPoint(4, 8)), background) < 3;
+        })) << "the pointer stays in the near corner";
     }
     void startCamera() {
         camera = std::make_unique<CameraProcess>(CameraSetup{});
         ASSERT_TRUE(camera->start());
         home.writeCameras({{QStringLiteral("Front"), camera->url()}});
     }
-    void startViewer(const QString &display = {}) {
+    void startViewer() {
         QProcessEnvironment environment = home.environment(desktop.environment());
         environment.remove(QStringLiteral("DISPLAY"));
-        if (!display.isEmpty())
-            environment.insert(QStringLiteral("DISPLAY"), display);
         environment.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("wayland-test"));
         viewer = std::make_unique<ChildProcess>(QStringLiteral("the viewer"), environment);
         ASSERT_TRUE(viewer->start(QStringLiteral(LUMVIK_VIEWER_PROGRAM), {}));
@@ -73,10 +75,12 @@ class WaylandTest : public testing::Test {
     [[nodiscard]] QRect windowArea() const {
         const QImage picture = screen.all();
         QRect area;
-        constexpr int step = 4;
-        for (int y = 0; y < picture.height() - 40; y += step) {
-            for (int x = 0; x < picture.width() - 40; x += step) {
-                if (colourDistance(picture.pixelColor(x, y), background) > 20)
+        constexpr int step = 2;
+        const QPoint corner(picture.width() - 8, picture.height() - 8);
+        for (int y = 0; y < picture.height(); y += step) {
+            for (int x = 0; x < picture.width(); x += step) {
+                const bool isPointer = x >= corner.x() && y >= corner.y();
+                if (!isPointer && colourDistance(picture.pixelColor(x, y), background) > 20)
                     area |= QRect(x, y, step, step);
             }
         }
@@ -137,10 +141,9 @@ class WaylandOnlyTest : public WaylandTest {
     void SetUp() override {
         home.setPreference(QStringLiteral("mainWindowFrame"),
                            QStringLiteral("{{0, 0}, {800, 450}}"));
-        ASSERT_NO_FATAL_FAILURE(startSession(XWayland::without));
+        ASSERT_NO_FATAL_FAILURE(startSession());
         ASSERT_NO_FATAL_FAILURE(startCamera());
         ASSERT_NO_FATAL_FAILURE(startViewer());
-        pointer.moveTo(desktop.area().bottomRight());
         start = shownPicture();
         ASSERT_FALSE(HasFailure());
     }
@@ -158,7 +161,7 @@ TEST_F(WaylandOnlyTest, ShowsTheCameraAndIsMovedByTheCompositor) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandOnlyTest, ThePinIsDimmedAndSaysWhy) {
+TEST_F(WaylandOnlyTest, ThePinIsDimmedAndDoesNothing) {
     const ViewerControls controls(start.size());
     const auto lightest = [this](QRect inWindow) {
         const QImage picture = screen.area(inWindow.translated(start.topLeft()));
@@ -176,32 +179,10 @@ TEST_F(WaylandOnlyTest, ThePinIsDimmedAndSaysWhy) {
     EXPECT_LT(lightest(controls.pin()), 190);
     pointer.moveTo(start.topLeft() + controls.pin().center());
     pointer.moveTo(start.topLeft() + controls.pin().center() + QPoint(2, 2));
-    // A tool tip is wider than the button, and light or dark unlike what is under it.
-    const QRect under = controls.pin().translated(start.topLeft() + QPoint(-20, 34));
-    const QImage before = screen.area(under);
-    EXPECT_TRUE(eventually(20s, [&] {
-        return shareOfDifferentPixels(before, screen.area(under)) > 0.5;
-    })) << "no tool tip";
-    screen.save(QStringLiteral("WaylandOnlyTest.pin"));
     // A click does nothing, and harms nothing.
     pointer.click();
     ASSERT_NO_FATAL_FAILURE(endViewer());
     EXPECT_FALSE(home.preference(QStringLiteral("stayOnTop")).toBool());
-}
-
-TEST_F(WaylandOnlyTest, ARightClickFillsTheScreenAndBringsTheWindowBack) {
-    pointer.moveTo(start.center());
-    pointer.click(Pointer::Button::right);
-    EXPECT_TRUE(eventually(20s, [this] {
-        // The far corner, where `windowArea` does not look, is the picture's too.
-        return windowArea().width() > desktop.size().width() - 60 &&
-               colourDistance(screen.pixel(desktop.area().bottomRight() - QPoint(60, 4)),
-                              background) > 20;
-    })) << "it does not fill the screen";
-    pointer.click(Pointer::Button::right);
-    pointer.moveTo(desktop.area().bottomRight());
-    EXPECT_TRUE(eventually(20s, [this] { return windowArea().size() == start.size(); }));
-    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
 TEST_F(WaylandOnlyTest, ClosesByItsButton) {
@@ -214,37 +195,13 @@ TEST_F(WaylandOnlyTest, ClosesByItsButton) {
 }
 
 TEST_F(WaylandTest, EndsWithItsCompositor) {
-    ASSERT_NO_FATAL_FAILURE(startSession(XWayland::without));
+    ASSERT_NO_FATAL_FAILURE(startSession());
     ASSERT_NO_FATAL_FAILURE(startCamera());
     ASSERT_NO_FATAL_FAILURE(startViewer());
-    pointer.moveTo(desktop.area().bottomRight());
     (void)shownPicture();
     compositor->end();
     ASSERT_TRUE(viewer->waitForExit(20s));
     EXPECT_TRUE(viewer->exitStatus().has_value()) << "it was ended by a signal";
-}
-
-TEST_F(WaylandTest, ThroughXWaylandItIsAsUnderX11) {
-    ASSERT_NO_FATAL_FAILURE(startSession(XWayland::with));
-    ASSERT_NO_FATAL_FAILURE(startCamera());
-    const QRegularExpression listens(QStringLiteral("xserver listening on display (:\\d+)"));
-    QString display;
-    ASSERT_TRUE(eventually(30s, [&] {
-        const auto match = listens.match(compositor->standardError().join(u'\n') +
-                                         compositor->standardOutput().join(u'\n'));
-        display = match.captured(1);
-        return match.hasMatch();
-    })) << compositor->standardError().join(u'\n').toStdString();
-    ASSERT_NO_FATAL_FAILURE(startViewer(display));
-    pointer.moveTo(desktop.area().bottomRight());
-    const QRect start = shownPicture();
-    EXPECT_FALSE(hasLogged(QStringLiteral("This session is Wayland's")));
-    ASSERT_NO_FATAL_FAILURE(drag(QPoint(-100, 60)));
-    EXPECT_TRUE(eventually(20s, [&] {
-        const QPoint moved = windowArea().topLeft() - start.topLeft();
-        return std::abs(moved.x() + 100) <= 24 && std::abs(moved.y() - 60) <= 24;
-    })) << "it does not follow the pointer";
-    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
 } // namespace
