@@ -33,7 +33,8 @@ class WaylandTest : public testing::Test {
         QFile file(configuration);
         ASSERT_TRUE(file.open(QFile::WriteOnly));
         // The way to ask for drawing without OpenGL differs from version to version.
-        file.write(QByteArray("[core]\nidle-time=0\nuse-pixman=true\nrenderer=pixman\n[shell]\npanel-position=none\nlocking=false\nanimation=none\n"
+        file.write("[core]\nidle-time=0\nuse-pixman=true\nrenderer=pixman\n[shell]\npanel-position="
+                   "none\nlocking=false\nanimation=none\n"
                    "background-color=0xff204060\n");
         file.close();
         compositor = std::make_unique<ChildProcess>(QStringLiteral("weston"), environment);
