@@ -2,8 +2,10 @@
 
 #include "app/DesktopApplication.h"
 #include "platform/BusGreeting.h"
+#include "platform/HangUpWatch.h"
 #include "platform/LumvikLog.h"
 
+#include <QGuiApplication>
 #include <QQuickWindow>
 #include <QSurfaceFormat>
 
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <utility>
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -106,6 +109,16 @@ std::optional<std::string> missingDisplay() {
         return "Lumvik cannot reach the display " + qEnvironmentVariable("DISPLAY").toStdString() +
                ".";
     return std::nullopt;
+}
+
+std::unique_ptr<HangUpWatch> watchDisplay([[maybe_unused]] std::function<void()> lost) {
+#ifdef LUMVIK_HAVE_XCB
+    if (const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()) {
+        return std::make_unique<HangUpWatch>(xcb_get_file_descriptor(x11->connection()),
+                                             std::move(lost));
+    }
+#endif
+    return nullptr;
 }
 
 std::string engineLogLevel() {

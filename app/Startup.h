@@ -1,9 +1,13 @@
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
 namespace lumvik {
+
+class HangUpWatch;
 
 /// Keeps memory together over weeks of new players, each with threads of its own. Called before
 /// anything that allocates much: what was allocated before stays where it is.
@@ -23,6 +27,12 @@ void avoidDeafSessionBus();
 /// Why no window can be opened, as a message for the terminal; nothing when one can. The toolkit
 /// itself would end the process with a core dump.
 [[nodiscard]] std::optional<std::string> missingDisplay();
+
+/// Watches the toolkit's connection to the X server, if it has one; calls `lost`, on another
+/// thread, when the server has gone. The toolkit ends the process then, but only once the main
+/// thread is back in its event loop, and Mesa's software rendering does not come back: to a server
+/// that does not exist it sends the same picture for ever.
+[[nodiscard]] std::unique_ptr<HangUpWatch> watchDisplay(std::function<void()> lost);
 
 /// The least important kind of engine message to log, by libmpv's names: LUMVIK_ENGINE_LOG from the
 /// environment when it is one of them, else "warn".

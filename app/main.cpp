@@ -9,6 +9,7 @@
 #include "editor/CameraSettingsWindow.h"
 #include "platform/CoreDumps.h"
 #include "platform/ExitDeadline.h"
+#include "platform/HangUpWatch.h"
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
 #include "platform/RtnetlinkPathMonitor.h"
@@ -159,9 +160,13 @@ int main(int argc, char **argv) {
                              delegate.applicationDidResignActive();
                      });
     const TerminationSignals signals(terminate);
+    const auto displayWatch = watchDisplay([] {
+        LumvikLog::lifecycle().error(QStringLiteral("The display has gone; Lumvik ends."));
+        endProcessWithin(longestExit);
+    });
 
     const auto handleLaunchRequest = [&delegate](const LaunchRequest &later) {
-        return delegate.handleLaunchRequest(later);
+        return !TerminationSignals::haveArrived() && delegate.handleLaunchRequest(later);
     };
     DesktopApplication desktopApplication;
     QObject::connect(&application, &QCoreApplication::aboutToQuit, &desktopApplication,

@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 
 namespace lumvik {
@@ -15,10 +16,13 @@ namespace {
 constexpr int handledSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
 int signalSockets[2] = {-1, -1}; // written by the handler, read by the notifier
+std::atomic<bool> signalHasArrived = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler takes no locks");
 
-/// Only what is allowed in a signal handler: one write. SA_RESETHAND has already put the default
-/// action back, which is what makes a second signal final.
+/// Only what is allowed in a signal handler: a flag and one write. SA_RESETHAND has already put the
+/// default action back, which is what makes a second signal final.
 void handleSignal(int) {
+    signalHasArrived = true;
     const char byte = 1;
     [[maybe_unused]] const ssize_t written = ::write(signalSockets[0], &byte, sizeof byte);
 }
@@ -26,6 +30,7 @@ void handleSignal(int) {
 } // namespace
 
 TerminationSignals::TerminationSignals(std::function<void()> terminate) {
+    signalHasArrived = false;
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, signalSockets) != 0)
         return;
     m_notifier = std::make_unique<QSocketNotifier>(signalSockets[1], QSocketNotifier::Read);
@@ -54,6 +59,10 @@ TerminationSignals::~TerminationSignals() {
     m_notifier.reset();
     ::close(signalSockets[0]);
     ::close(signalSockets[1]);
+}
+
+bool TerminationSignals::haveArrived() noexcept {
+    return signalHasArrived;
 }
 
 } // namespace lumvik

@@ -21,6 +21,10 @@ class TerminationSignals {
     TerminationSignals &operator=(const TerminationSignals &) = delete;
     ~TerminationSignals();
 
+    /// Whether the program has been asked to end. True from the signal on, which may be well before
+    /// the call. Any thread.
+    [[nodiscard]] static bool haveArrived() noexcept;
+
   private:
     std::unique_ptr<QSocketNotifier> m_notifier;
 };

@@ -14,8 +14,10 @@ class TerminationSignalsTest : public testing::TestWithParam<int> {};
 TEST_P(TerminationSignalsTest, EndsInOrderByOneCall) {
     int calls = 0;
     const TerminationSignals signals([&] { ++calls; });
+    EXPECT_FALSE(TerminationSignals::haveArrived());
     std::raise(GetParam());
     EXPECT_EQ(calls, 0) << "the handler itself must not call back";
+    EXPECT_TRUE(TerminationSignals::haveArrived());
     EXPECT_TRUE(QTest::qWaitFor([&] { return calls == 1; }, 5000));
 }
 

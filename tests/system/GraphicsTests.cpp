@@ -55,6 +55,24 @@ TEST_F(GraphicsTest, TheLogNamesTheDecoderOncePerPlayer) {
     EXPECT_EQ(countOfLines(decoder), 1);
 }
 
+TEST_F(GraphicsTest, TheProgramEndsWithItsScreenAndForgetsNothing) {
+    ASSERT_TRUE(startListedCamera());
+    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+    const QRect frame(200, 150, 800, 450);
+    ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
+    ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
+    ASSERT_TRUE(comesToBe(frame));
+    const QByteArray list = home.readDataFile(QStringLiteral("cameras.json"));
+    const QString stored = storedFrame();
+    ASSERT_FALSE(stored.isEmpty());
+    // As at the end of a session whose display server does not wait for anybody.
+    desktop.killScreen();
+    EXPECT_TRUE(viewer->process().waitForExit(10s));
+    EXPECT_TRUE(viewer->process().exitStatus().has_value()) << "it was ended by a signal";
+    EXPECT_EQ(storedFrame(), stored);
+    EXPECT_EQ(home.readDataFile(QStringLiteral("cameras.json")), list);
+}
+
 TEST_F(GraphicsTest, ASmallerScreenKeepsTheWindowInSight) {
     ASSERT_TRUE(startListedCamera());
     ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
