@@ -4,7 +4,6 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
-#include <QStandardPaths>
 
 #include <utility>
 

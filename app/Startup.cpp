@@ -113,7 +113,8 @@ std::optional<std::string> missingDisplay() {
 
 std::unique_ptr<HangUpWatch> watchDisplay([[maybe_unused]] std::function<void()> lost) {
 #ifdef LUMVIK_HAVE_XCB
-    if (const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()) {
+    if (const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+        x11 != nullptr && x11->connection() != nullptr) {
         return std::make_unique<HangUpWatch>(xcb_get_file_descriptor(x11->connection()),
                                              std::move(lost));
     }

@@ -1,5 +1,6 @@
 #include "viewer/MenuAccessibility.h"
 
+#include "viewer/AccessibleActions.h"
 #include "viewer/PopUpMenu.h"
 #include "viewer/ViewerControl.h"
 
@@ -78,9 +79,9 @@ class AccessibleMenu final : public QAccessibleWidget {
     [[nodiscard]] QMenu *menu() const { return static_cast<QMenu *>(object()); }
 };
 
-class AccessibleMenuItem final : public QAccessibleObject, public QAccessibleActionInterface {
+class AccessibleMenuItem final : public AccessibleWithActions<QAccessibleObject> {
   public:
-    explicit AccessibleMenuItem(QAction *item) : QAccessibleObject(item) {
+    explicit AccessibleMenuItem(QAction *item) : AccessibleWithActions(item) {
         QObject::connect(item, &QAction::toggled, item, [item] {
             QAccessible::State what;
             what.checked = true;
@@ -129,11 +130,6 @@ class AccessibleMenuItem final : public QAccessibleObject, public QAccessibleAct
         return state;
     }
 
-    void *interface_cast(QAccessible::InterfaceType type) override {
-        return type == QAccessible::ActionInterface
-                   ? static_cast<QAccessibleActionInterface *>(this)
-                   : nullptr;
-    }
     QStringList actionNames() const override {
         return isValid() && !item()->isSeparator() ? QStringList{pressAction()} : QStringList();
     }

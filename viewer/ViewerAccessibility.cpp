@@ -1,5 +1,6 @@
 #include "viewer/ViewerAccessibility.h"
 
+#include "viewer/AccessibleActions.h"
 #include "viewer/DraggableContentView.h"
 #include "viewer/EmptyStateLabel.h"
 #include "viewer/MainMenuStrip.h"
@@ -67,9 +68,9 @@ class AccessibleItem : public QAccessibleObject {
 };
 
 /// A control as assistive technology sees it, with the menu that it opens.
-class AccessibleControl final : public AccessibleItem, public QAccessibleActionInterface {
+class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
   public:
-    explicit AccessibleControl(ViewerControl *control) : AccessibleItem(control) {}
+    explicit AccessibleControl(ViewerControl *control) : AccessibleWithActions(control) {}
 
     QAccessibleInterface *child(int index) const override {
         return index == 0 && popUp() != nullptr ? QAccessible::queryAccessibleInterface(popUp())
@@ -108,11 +109,6 @@ class AccessibleControl final : public AccessibleItem, public QAccessibleActionI
         return state;
     }
 
-    void *interface_cast(QAccessible::InterfaceType type) override {
-        return type == QAccessible::ActionInterface
-                   ? static_cast<QAccessibleActionInterface *>(this)
-                   : nullptr;
-    }
     QStringList actionNames() const override {
         if (!isValid())
             return {};
@@ -130,12 +126,14 @@ class AccessibleControl final : public AccessibleItem, public QAccessibleActionI
     void doAction(const QString &name) override {
         if (!actionNames().contains(name))
             return;
-        if (name == setFocusAction())
+        if (name == setFocusAction()) {
             control()->askForKeyboard();
-        else
-            control()->performClick();
+            return;
+        }
+        // In a later turn: what it does may show an alert, and the caller waits for the answer.
+        QMetaObject::invokeMethod(
+            control(), [control = control()] { control->performClick(); }, Qt::QueuedConnection);
     }
-    QStringList keyBindingsForAction(const QString &) const override { return {}; }
 
   private:
     [[nodiscard]] ViewerControl *control() const { return static_cast<ViewerControl *>(object()); }
@@ -144,9 +142,9 @@ class AccessibleControl final : public AccessibleItem, public QAccessibleActionI
 
 /// The strip with the main menu's titles as assistive technology sees it: pressing it opens the
 /// first menu, in which the arrow keys walk on.
-class AccessibleMenuStrip final : public AccessibleItem, public QAccessibleActionInterface {
+class AccessibleMenuStrip final : public AccessibleWithActions<AccessibleItem> {
   public:
-    explicit AccessibleMenuStrip(MainMenuStrip *strip) : AccessibleItem(strip) {}
+    explicit AccessibleMenuStrip(MainMenuStrip *strip) : AccessibleWithActions(strip) {}
 
     QAccessibleInterface *child(int index) const override {
         MainMenuTitle *title = isValid() ? strip()->titles().value(index) : nullptr;
@@ -169,11 +167,6 @@ class AccessibleMenuStrip final : public AccessibleItem, public QAccessibleActio
         return state;
     }
 
-    void *interface_cast(QAccessible::InterfaceType type) override {
-        return type == QAccessible::ActionInterface
-                   ? static_cast<QAccessibleActionInterface *>(this)
-                   : nullptr;
-    }
     QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
     void doAction(const QString &name) override {
         if (isValid() && actionNames().contains(name))
