@@ -56,7 +56,10 @@ void AppDelegate::systemDidWake() {
         QStringLiteral("The Mac woke; scheduling a fresh camera connection."));
     allowSleep();
     systemIsSleeping = false;
+    // Whether its sleep was announced or not, what stands there is of before it, and without a
+    // network it would stand there until that is back.
     lastFrameRenderedAt.reset();
+    videoHost->hidePicture();
     schedulePlaybackRecovery({.reason = QStringLiteral("system wake"),
                               .urgency = RecoveryUrgency::immediate,
                               .recreation = PlayerRecreation::forced});

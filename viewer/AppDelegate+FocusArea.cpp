@@ -98,8 +98,10 @@ void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowResha
     // A window that fills the screen by the window manager's doing keeps filling it.
     if (reshaping == WindowReshaping::keepFrame || !window->hasOrdinaryFrame())
         return;
-    window->setFrame(focusedFrame(window->frame(), displayedRatio(crop, sourceVideoGeometry),
-                                  window->visibleArea()));
+    const QRect frame = window->frame();
+    // Where nobody tells the window's place, it may grow out of the screen, and shrinks instead.
+    const QRect room = ViewerWindow::isPlacedByProgram() ? window->visibleArea() : frame;
+    window->setFrame(focusedFrame(frame, displayedRatio(crop, sourceVideoGeometry), room));
 }
 
 void AppDelegate::restoreOriginalCameraView() {

@@ -180,8 +180,10 @@ void AppDelegate::windowDidChangeState() {
     if (isClosingViewer)
         return;
     mainMenu->setIsFullScreen(window->windowStates().testFlag(Qt::WindowFullScreen));
-    // The frame of the new state may have come first, and been taken for the user's.
-    if (window->hasOrdinaryFrame() || isTemporarilyMaximized)
+    // The frame of the new state may have come first, and been taken for the user's. A window that
+    // is minimised keeps its own.
+    if ((window->windowStates() & (Qt::WindowFullScreen | Qt::WindowMaximized)) == 0 ||
+        isTemporarilyMaximized)
         return;
     if (const auto frame = frameMemory.frameBeforeChange(environment.mainQueue.now()))
         environment.userDefaults.set(PreferenceKeys::mainWindowFrame, *frame);

@@ -73,6 +73,7 @@ bool KeyboardPath::setOut(const std::function<ViewerControl *()> &choose, Qt::Fo
 }
 
 bool KeyboardPath::leave() {
+    m_awaited = nullptr; // what was asked for long ago would come as a surprise
     ViewerControl *control = current();
     if (control == nullptr)
         return false;

@@ -7,6 +7,7 @@
 #include <QAccessibleObject>
 #include <QAccessibleWidget>
 #include <QAction>
+#include <QApplication>
 #include <QMenu>
 #include <QPointer>
 #include <QVariant>
@@ -142,7 +143,9 @@ class AccessibleMenuItem final : public AccessibleWithActions<QAccessibleObject>
             item(),
             [item = item()] {
                 closePopUpMenus();
-                item->trigger(); // which does nothing to a disabled one
+                // An alert that waits for the user comes first, as for the pointer.
+                if (QApplication::activeModalWidget() == nullptr)
+                    item->trigger(); // which does nothing to a disabled one
             },
             Qt::QueuedConnection);
     }

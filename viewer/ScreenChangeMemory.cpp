@@ -2,11 +2,22 @@
 
 #include "viewer/WindowFrame.h"
 
+#include <utility>
+
 namespace lumvik {
 
 void ScreenChangeMemory::frameRested(const QRect &frame) {
-    if (m_home && frame == m_refuge)
-        return;
+    if (m_home) {
+        // A window manager may let it come to rest a little smaller, in its video's shape.
+        if (!std::exchange(m_refugeWasReached, true) && m_refuge.contains(frame))
+            m_refuge = frame;
+        if (frame == m_refuge)
+            return;
+    }
+    frameGiven(frame);
+}
+
+void ScreenChangeMemory::frameGiven(const QRect &frame) {
     m_home.reset();
     m_rested = frame;
 }
@@ -21,6 +32,7 @@ std::optional<QRect> ScreenChangeMemory::screensChanged(const QList<QRect> &scre
     } else {
         m_home = own;
         m_refuge = place;
+        m_refugeWasReached = false;
     }
     return place;
 }

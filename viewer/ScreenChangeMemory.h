@@ -14,6 +14,9 @@ class ScreenChangeMemory {
     /// The window has stood here for a while.
     void frameRested(const QRect &frame);
 
+    /// The window was given this frame on purpose, which is its own place from now on.
+    void frameGiven(const QRect &frame);
+
     /// Where the window belongs on the screens there are now; nothing as long as none of its places
     /// is known.
     [[nodiscard]] std::optional<QRect> screensChanged(const QList<QRect> &screens);
@@ -25,6 +28,7 @@ class ScreenChangeMemory {
     std::optional<QRect> m_rested; // the last frame that was not for want of a screen
     std::optional<QRect> m_home;
     QRect m_refuge; // where it stands instead
+    bool m_refugeWasReached = false;
 };
 
 } // namespace lumvik

@@ -132,6 +132,8 @@ void ViewerControl::hoverEnterEvent(QHoverEvent *event) {
 void ViewerControl::showToolTip() {
     if (window() == nullptr || !isEnabled() || !isVisible())
         return;
+    if (QApplication::activePopupWidget() != nullptr)
+        return; // it would lie over the menu
     if (m_role == Role::menuTitle)
         return; // its label can be read already
     const QPointF below = mapToScene(QPointF(0, height()));

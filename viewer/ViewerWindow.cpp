@@ -1,15 +1,18 @@
 #include "viewer/ViewerWindow.h"
 
 #include "viewer/MouseButtons.h"
+#include "viewer/PopUpMenu.h"
 #include "viewer/WindowFrame.h"
 
 #include <QAccessible>
+#include <QApplication>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QQuickGraphicsConfiguration>
 #include <QQuickItem>
 #include <QScreen>
+#include <QWidget>
 
 #include <utility>
 
@@ -51,18 +54,6 @@ bool liesBetween(int value, int one, int other) {
 /// How long nothing is heard of the window manager when all its answers to an animation have come,
 /// in milliseconds.
 constexpr int frameSettlingTime = 300;
-
-/// The parts of all screens that panels leave free, the primary screen's first.
-QList<QRect> availableAreas() {
-    QList<QRect> areas;
-    for (const QScreen *each : QGuiApplication::screens()) {
-        if (each == QGuiApplication::primaryScreen())
-            areas.prepend(each->availableGeometry());
-        else
-            areas.append(each->availableGeometry());
-    }
-    return areas;
-}
 
 } // namespace
 
@@ -159,7 +150,8 @@ bool ViewerWindow::hasOrdinaryFrame() const {
 
 void ViewerWindow::moveEvent(QMoveEvent *event) {
     QQuickWindow::moveEvent(event);
-    m_frameRested.start();
+    if (m_screens)
+        m_screens->frameHasChanged();
     geometryWasReported();
     if (m_delegate.didMove)
         m_delegate.didMove();
@@ -168,7 +160,8 @@ void ViewerWindow::moveEvent(QMoveEvent *event) {
 void ViewerWindow::resizeEvent(QResizeEvent *event) {
     QQuickWindow::resizeEvent(event);
     m_sizeSettled.start();
-    m_frameRested.start();
+    if (m_screens)
+        m_screens->frameHasChanged();
     geometryWasReported();
     if (m_delegate.didResize)
         m_delegate.didResize();
@@ -191,8 +184,8 @@ bool ViewerWindow::isPlacedByProgram() {
 }
 
 QRect ViewerWindow::rememberedFrame() const {
-    if (const auto home = m_screenChanges.home())
-        return *home;
+    if (m_screens && m_screens->home())
+        return *m_screens->home();
     QRect remembered = frame();
     // Where the compositor alone knows the place, the window believes itself at the origin.
     if (!isPlacedByProgram() && m_restoredPlace)
@@ -234,6 +227,12 @@ QRect ViewerWindow::frame() const {
 }
 
 void ViewerWindow::setFrame(const QRect &frame) {
+    if (m_screens)
+        m_screens->frameWasGiven(onScreens(frame));
+    goToFrame(frame);
+}
+
+void ViewerWindow::goToFrame(const QRect &frame) {
     if (!hasOrdinaryFrame()) {
         m_ordinaryFrame = frame;
         return;
@@ -321,7 +320,7 @@ void ViewerWindow::stateChanged() {
         }
         m_requestedFrame.reset();
     } else if (const auto frame = std::exchange(m_ordinaryFrame, std::nullopt)) {
-        setFrame(*frame);
+        goToFrame(*frame);
     }
     if (m_delegate.didChangeState)
         m_delegate.didChangeState();
@@ -346,40 +345,17 @@ void ViewerWindow::toggleMaximized() {
 // ---- Screens that come and go ----
 
 void ViewerWindow::followScreens() {
-    // Window managers push windows about while screens change, which is over long before a window
-    // counts as resting.
-    constexpr auto rest = std::chrono::seconds(1);
-    constexpr auto settling = std::chrono::milliseconds(300);
     if (!isPlacedByProgram())
         return;
-    m_frameRested.setSingleShot(true);
-    m_frameRested.setInterval(rest);
-    connect(&m_frameRested, &QTimer::timeout, this, [this] {
-        if (m_screensSettled.isActive() || mouseButtonIsDown())
-            m_frameRested.start();
-        else if (hasOrdinaryFrame())
-            m_screenChanges.frameRested(frame());
+    m_screens = std::make_unique<ScreenFollower>(ScreenFollower::Window{
+        .frame = [this] { return hasOrdinaryFrame() ? std::optional(frame()) : std::nullopt; },
+        .move = [this](const QRect &frame) { goToFrame(frame); },
+        .homeWasGivenUp =
+            [this] {
+                if (m_delegate.didMove)
+                    m_delegate.didMove(); // what is to be remembered has become another frame
+            },
     });
-    m_screensSettled.setSingleShot(true);
-    m_screensSettled.setInterval(settling);
-    connect(&m_screensSettled, &QTimer::timeout, this, &ViewerWindow::screensSettled);
-    const auto changed = [this] { m_screensSettled.start(); };
-    const auto follow = [this, changed](QScreen *screen) {
-        connect(screen, &QScreen::geometryChanged, this, changed);
-    };
-    for (QScreen *screen : QGuiApplication::screens())
-        follow(screen);
-    connect(qGuiApp, &QGuiApplication::screenAdded, this, [follow, changed](QScreen *screen) {
-        follow(screen);
-        changed();
-    });
-    connect(qGuiApp, &QGuiApplication::screenRemoved, this, changed);
-}
-
-void ViewerWindow::screensSettled() {
-    const auto place = m_screenChanges.screensChanged(availableAreas());
-    if (place && *place != frame())
-        setFrame(*place);
 }
 
 // ---- Closing and drawing ----
@@ -403,9 +379,28 @@ bool ViewerWindow::event(QEvent *event) {
         if (QQuickItem *item = mouseGrabberItem())
             item->ungrabMouse();
     }
+    if (giveToOpenMenu(*event))
+        return true;
     if (event->type() == QEvent::MouseButtonPress)
         mouseButtonPressed(static_cast<QMouseEvent *>(event)->button());
     return QQuickWindow::event(event);
+}
+
+bool ViewerWindow::giveToOpenMenu(QEvent &event) {
+    // Where menus hold pointer and keyboard, as under X11, nothing of this comes here. Under
+    // Wayland the keyboard stays with the window, and so do presses that miss the menu.
+    QWidget *menu = QApplication::activePopupWidget();
+    if (menu == nullptr)
+        return false;
+    if (event.type() == QEvent::KeyPress || event.type() == QEvent::KeyRelease) {
+        QCoreApplication::sendEvent(menu, &event);
+        return true;
+    }
+    if (event.type() == QEvent::MouseButtonPress) {
+        closePopUpMenus();
+        return true;
+    }
+    return false;
 }
 
 void ViewerWindow::mouseButtonPressed(Qt::MouseButton button) {

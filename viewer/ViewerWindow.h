@@ -1,7 +1,7 @@
 #pragma once
 
 #include "viewer/ContentAspectRatio.h"
-#include "viewer/ScreenChangeMemory.h"
+#include "viewer/ScreenFollower.h"
 #include "viewer/ShapeCorrection.h"
 #include "viewer/X11SizeHints.h"
 
@@ -10,6 +10,7 @@
 #include <QVariantAnimation>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace lumvik {
@@ -118,9 +119,12 @@ class ViewerWindow final : public QQuickWindow {
     /// Somebody else, the user or the window manager, has another frame in mind.
     void giveUpRequestedFrame();
     [[nodiscard]] static QRect onScreens(const QRect &frame);
+    /// `setFrame` without a word about whose choice the frame is.
+    void goToFrame(const QRect &frame);
     void stateChanged();
     void followScreens();
-    void screensSettled();
+    /// Lets a menu that is open have what is meant for it. Whether that was done.
+    bool giveToOpenMenu(QEvent &event);
     void mouseButtonPressed(Qt::MouseButton button);
     /// Tells assistive technology whether this is the window that the user works in.
     void reportActivity();
@@ -142,9 +146,7 @@ class ViewerWindow final : public QQuickWindow {
     QSize m_smallestSize;                 // the smallest size once the animation has ended
     std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
     std::optional<QPoint> m_restoredPlace;
-    ScreenChangeMemory m_screenChanges;
-    QTimer m_frameRested;    // fires when the window has not moved for a while
-    QTimer m_screensSettled; // fires when the screens have not changed for a moment
+    std::unique_ptr<ScreenFollower> m_screens; // null where the program places no windows
     std::function<void()> m_firstDrawn;
     bool m_wasDrawn = false;
     bool m_isClosing = false;

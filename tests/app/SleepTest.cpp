@@ -74,6 +74,16 @@ TEST_F(SleepTest, WakeWithoutAPathWaitsForThePath) {
     EXPECT_EQ(access().playerGeneration(), 2);
 }
 
+TEST_F(SleepTest, PictureFromBeforeAWakeIsNotTakenForLive) {
+    mpv.announceFrame();
+    networkPath.report({});
+    queue.runPending();
+    ASSERT_TRUE(access().videoHost()->showsPicture());
+    // Nobody announced the sleep, and there is no network to bring another picture.
+    sleepMonitor.wake();
+    EXPECT_FALSE(access().videoHost()->showsPicture());
+}
+
 TEST_F(SleepTest, WakeWithoutASleepBeforeIsTheSame) {
     sleepMonitor.wake();
     EXPECT_EQ(access().playbackState(), State::backingOff);

@@ -69,6 +69,19 @@ TEST_F(WindowTest, RemembersItsFrameAfterMovesAndResizes) {
         << qPrintable(storedFrame());
 }
 
+TEST_F(WindowTest, MoveJustBeforeMinimisingIsRemembered) {
+    launch(threeCameras());
+    access().window()->setContentAspectRatio({});
+    access().window()->setGeometry(20, 30, 500, 300);
+    ASSERT_TRUE(eventually([&] { return storedFrame().startsWith(u"20 30 500 300 "_s); }));
+    queue.advance(10);
+    access().window()->setPosition(50, 60);
+    ASSERT_TRUE(eventually([&] { return storedFrame().startsWith(u"50 60 500 300 "_s); }));
+    access().window()->setWindowState(Qt::WindowMinimized);
+    queue.runPending();
+    EXPECT_TRUE(storedFrame().startsWith(u"50 60 500 300 "_s)) << qPrintable(storedFrame());
+}
+
 TEST_F(WindowTest, TemporaryMaximumIsNotRemembered) {
     storePreference(frameKey, u"31 17 640 360 0 0 800 800"_s);
     launch(threeCameras());

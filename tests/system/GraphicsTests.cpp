@@ -97,5 +97,29 @@ TEST_F(GraphicsTest, ASmallerScreenKeepsTheWindowInSight) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
+TEST_F(GraphicsTest, APlaceChosenOnTheScreenThatIsLeftIsRemembered) {
+    ASSERT_TRUE(startListedCamera());
+    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+    const QRect frame(900, 500, 640, 360);
+    ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
+    ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
+    ASSERT_TRUE(comesToBe(frame));
+    QElapsedTimer rest;
+    rest.start();
+    ASSERT_TRUE(eventually(10s, [&] { return rest.elapsed() > 1500; }));
+    ASSERT_TRUE(desktop.resize(QSize(800, 600)));
+    const QRect refuge(800 - 640, 600 - 360, 640, 360);
+    ASSERT_TRUE(comesToBe(refuge)) << "it does not come into sight";
+    const QRect chosen(20, 30, 640, 360);
+    ASSERT_NO_FATAL_FAILURE(moveWindow(chosen.topLeft()));
+    EXPECT_TRUE(eventually(10s, [&] {
+        return storedFrame().startsWith(QStringLiteral("20 30 640 360 "));
+    })) << storedFrame().toStdString();
+    // It is the window's own now, whatever screens come.
+    ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
+    EXPECT_TRUE(comesToBe(chosen));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
 } // namespace
 } // namespace lumvik::test

@@ -13,8 +13,12 @@
 #include "ViewerTest.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <csignal>
 #include <optional>
 
@@ -62,7 +66,8 @@ class WaylandTest : public testing::Test {
     void startCamera() {
         camera = std::make_unique<CameraProcess>(CameraSetup{});
         ASSERT_TRUE(camera->start());
-        home.writeCameras({{QStringLiteral("Front"), camera->url()}});
+        home.writeCameras(
+            {{QStringLiteral("Front"), camera->url()}, {QStringLiteral("Back"), camera->url()}});
     }
     void startViewer() {
         QProcessEnvironment environment = home.environment(desktop.environment());
@@ -108,6 +113,36 @@ class WaylandTest : public testing::Test {
         pointer.glideTo(middle + distance, 16);
         pointer.release();
         pointer.moveTo(desktop.area().bottomRight());
+    }
+    /// Shows the controls of the window at `start`, and waits until its close button's cross, which
+    /// is white, has faded in.
+    void showControls(QRect start) {
+        pointer.moveTo(start.center());
+        pointer.moveTo(start.center() + QPoint(3, 3));
+        const QRect close = ViewerControls(start.size()).close().translated(start.topLeft());
+        ASSERT_TRUE(eventually(20s, [&] { return lightest(close) > 230; }))
+            << "the controls do not appear";
+    }
+    /// The brightest grey level inside `area` of the screen, 0 to 255.
+    [[nodiscard]] int lightest(QRect area) const {
+        const QImage picture = screen.area(area);
+        int level = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x)
+                level = std::max(level, qGray(picture.pixel(x, y)));
+        }
+        return level;
+    }
+    /// The processor time that the viewer has used until now.
+    [[nodiscard]] std::chrono::milliseconds processorTime() const {
+        QFile file(QStringLiteral("/proc/%1/stat").arg(viewer->processId()));
+        if (!file.open(QFile::ReadOnly))
+            return {};
+        // After the name, which may hold spaces: user time is field 14 of all, system time 15.
+        const QByteArray stat = file.readAll();
+        const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+        const qint64 ticks = fields.value(11).toLongLong() + fields.value(12).toLongLong();
+        return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
     }
     [[nodiscard]] bool hasLogged(const QString &text) const {
         return !viewer->standardError().filter(text).isEmpty();
@@ -163,27 +198,75 @@ TEST_F(WaylandOnlyTest, ShowsTheCameraAndIsMovedByTheCompositor) {
 }
 
 TEST_F(WaylandOnlyTest, ThePinIsDimmedAndDoesNothing) {
-    const ViewerControls controls(start.size());
-    const auto lightest = [this](QRect inWindow) {
-        const QImage picture = screen.area(inWindow.translated(start.topLeft()));
-        int level = 0;
-        for (int y = 0; y < picture.height(); ++y) {
-            for (int x = 0; x < picture.width(); ++x)
-                level = std::max(level, qGray(picture.pixel(x, y)));
+    ASSERT_NO_FATAL_FAILURE(showControls(start));
+    const QRect pin = ViewerControls(start.size()).pin().translated(start.topLeft());
+    EXPECT_LT(lightest(pin), 190);
+    pointer.moveTo(pin.center());
+    pointer.moveTo(pin.center() + QPoint(2, 2));
+    // Its tool tip, below it, says why.
+    const QColor paper(255, 255, 220);
+    const auto tipIsShown = [&] {
+        const QImage below = screen.area(QRect(pin.left() - 60, pin.bottom() + 1, 100, 40));
+        int pixels = 0;
+        for (int y = 0; y < below.height(); ++y) {
+            for (int x = 0; x < below.width(); ++x)
+                pixels += colourDistance(below.pixelColor(x, y), paper) < 8 ? 1 : 0;
         }
-        return level;
+        return pixels > 300;
     };
-    // The controls fade in under the pointer; the close button's cross is white, the pin is not.
-    pointer.moveTo(start.center());
-    pointer.moveTo(start.center() + QPoint(3, 3));
-    ASSERT_TRUE(eventually(20s, [&] { return lightest(controls.close()) > 230; }));
-    EXPECT_LT(lightest(controls.pin()), 190);
-    pointer.moveTo(start.topLeft() + controls.pin().center());
-    pointer.moveTo(start.topLeft() + controls.pin().center() + QPoint(2, 2));
+    EXPECT_TRUE(eventually(20s, tipIsShown)) << "there is no tool tip";
     // A click does nothing, and harms nothing.
     pointer.click();
+    EXPECT_TRUE(eventually(20s, [&] { return !tipIsShown(); })) << "the tool tip stays";
     ASSERT_NO_FATAL_FAILURE(endViewer());
-    EXPECT_FALSE(home.preference(QStringLiteral("stayOnTop")).toBool());
+    EXPECT_FALSE(home.preference(QStringLiteral("staysOnTop")).toBool());
+}
+
+TEST_F(WaylandOnlyTest, AMenuObeysTheKeyboardAndIsClosedByAClickOnThePicture) {
+    ASSERT_NO_FATAL_FAILURE(showControls(start));
+    const QRect picker = ViewerControls(start.size()).picker().translated(start.topLeft());
+    // Two rows of the menu lie here when it is open, and colour bars when it is not.
+    const QRect place(picker.left(), picker.bottom() + 12, picker.width(), 30);
+    const QImage bars = screen.area(place);
+    const auto menuIsOpen = [&] { return shareOfDifferentPixels(screen.area(place), bars) > 0.5; };
+    const auto open = [&] {
+        pointer.moveTo(picker.center());
+        pointer.click();
+        ASSERT_TRUE(eventually(20s, menuIsOpen)) << "the menu does not open";
+    };
+    ASSERT_NO_FATAL_FAILURE(open());
+    keyboard.press(QStringLiteral("Escape"));
+    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); })) << "Escape does not close it";
+    ASSERT_NO_FATAL_FAILURE(open());
+    pointer.moveTo(start.center());
+    pointer.click(Pointer::Button::right);
+    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); })) << "a click does not close it";
+    ASSERT_NO_FATAL_FAILURE(open());
+    keyboard.press(QStringLiteral("Down"));
+    keyboard.press(QStringLiteral("Return"));
+    EXPECT_TRUE(eventually(20s, [&] {
+        return home.preference(QStringLiteral("selectedCameraIndex")).toInt() == 1;
+    })) << "the arrow keys choose nothing";
+    EXPECT_EQ(windowArea().size(), start.size()) << "the click that closed the menu did more";
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(WaylandOnlyTest, AnAreaKeepsTheWindowOnTheScreen) {
+    ASSERT_NO_FATAL_FAILURE(showControls(start));
+    const QRect focus = ViewerControls(start.size()).focus().translated(start.topLeft());
+    pointer.moveTo(focus.center());
+    pointer.click();
+    // A flat area, whose shape the window takes on.
+    const QPoint from = start.topLeft() + QPoint(100, 80);
+    pointer.moveTo(from);
+    pointer.press();
+    pointer.glideTo(from + QPoint(500, 60), 16);
+    pointer.release();
+    pointer.moveTo(desktop.area().bottomRight());
+    EXPECT_TRUE(eventually(20s, [this] { return windowArea().height() < start.height() / 2; }))
+        << "the window does not take on the area's shape";
+    EXPECT_LE(windowArea().width(), start.width() + 2);
+    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
 TEST_F(WaylandOnlyTest, ClosesByItsButton) {
@@ -193,6 +276,22 @@ TEST_F(WaylandOnlyTest, ClosesByItsButton) {
     pointer.click();
     ASSERT_TRUE(viewer->waitForExit(20s));
     EXPECT_EQ(viewer->exitStatus(), 0);
+}
+
+TEST_F(WaylandTest, WithoutACameraItIsAtRest) {
+    ASSERT_NO_FATAL_FAILURE(startSession());
+    ASSERT_NO_FATAL_FAILURE(startViewer());
+    ASSERT_TRUE(eventually(60s, [this] { return windowArea().width() > 200; }));
+    // Until the start's own work is over, and then for as long again.
+    const auto usedWithin = [this](std::chrono::milliseconds time) {
+        const auto before = processorTime();
+        QElapsedTimer clock;
+        clock.start();
+        (void)eventually(time + 5s, [&] { return clock.elapsed() >= time.count(); });
+        return processorTime() - before;
+    };
+    ASSERT_TRUE(eventually(60s, [&] { return usedWithin(1s) < 100ms; })) << "it works without end";
+    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
 TEST_F(WaylandTest, EndsWithItsCompositor) {

@@ -56,6 +56,29 @@ TEST_F(ScreenChangeMemoryTest, APlaceGivenMeanwhileCounts) {
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), onLaptop);
 }
 
+TEST_F(ScreenChangeMemoryTest, AFrameGivenOnPurposeCountsAtOnce) {
+    memory.frameRested(onMonitor);
+    const auto refuge = memory.screensChanged({laptop});
+    ASSERT_TRUE(refuge);
+    memory.frameGiven(*refuge);
+    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.screensChanged({laptop, monitor}), refuge);
+}
+
+TEST_F(ScreenChangeMemoryTest, AWindowManagerMayLetItRestALittleSmaller) {
+    memory.frameRested(onMonitor);
+    const auto refuge = memory.screensChanged({laptop});
+    ASSERT_TRUE(refuge);
+    const QRect smaller = refuge->adjusted(0, 4, 0, -4);
+    memory.frameRested(smaller);
+    EXPECT_EQ(memory.home(), onMonitor);
+    memory.frameRested(smaller);
+    EXPECT_EQ(memory.home(), onMonitor);
+    // Once it has come to rest there, another frame is somebody's choice.
+    memory.frameRested(*refuge);
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
 TEST_F(ScreenChangeMemoryTest, SeveralChangesOnTheWayLeadHomeAllTheSame) {
     memory.frameRested(onMonitor);
     ASSERT_TRUE(memory.screensChanged({laptop}));
