@@ -218,21 +218,24 @@ testing::AssertionResult FocusTest::isArea(const QImage &picture, QRect area) co
     const QImage known = knownPicture(cameras.front()->setup().size).transformed(turned(m_degrees));
     const double scaleX = static_cast<double>(area.width()) / picture.width();
     const double scaleY = static_cast<double>(area.height()) / picture.height();
+    // The outermost pixels that can be judged where it is not known what lies beyond the edge.
+    const int atX = edgesAreMixed ? static_cast<int>(std::ceil((reach + 1) / scaleX)) : 0;
+    const int atY = edgesAreMixed ? static_cast<int>(std::ceil((reach + 1) / scaleY)) : 0;
     std::array<int, 4> compared{}; // at the left, right, upper and lower edge
     for (const int y : samples(picture.height())) {
         for (const int x : samples(picture.width())) {
             const QPoint source(area.x() + static_cast<int>((x + 0.5) * scaleX),
                                 area.y() + static_cast<int>((y + 0.5) * scaleY));
             const auto expected = evenColour(known, source, area);
-            // What is mixed in from beyond an edge is known, or else the pixel cannot be judged.
+            // What may be mixed in must be known.
             const auto spread = edgesAreMixed && expected ? spreadAround(known, source, *expected)
                                                           : std::optional(0);
             if (!expected || !spread)
                 continue;
-            compared[0] += static_cast<int>(x == 0);
-            compared[1] += static_cast<int>(x == picture.width() - 1);
-            compared[2] += static_cast<int>(y == 0);
-            compared[3] += static_cast<int>(y == picture.height() - 1);
+            compared[0] += static_cast<int>(x <= atX);
+            compared[1] += static_cast<int>(x >= picture.width() - 1 - atX);
+            compared[2] += static_cast<int>(y <= atY);
+            compared[3] += static_cast<int>(y >= picture.height() - 1 - atY);
             const QColor is = picture.pixelColor(x, y);
             if (colourDistance(is, *expected) > tolerance + largestShare * *spread) {
                 return testing::AssertionFailure()
