@@ -133,12 +133,21 @@ void CameraFieldDelegate::updateEditorGeometry(QWidget *editor, const QStyleOpti
 
 bool CameraFieldDelegate::eventFilter(QObject *watched, QEvent *event) {
     auto *field = qobject_cast<MirelFieldEditor *>(watched);
-    if (field != nullptr && event->type() == QEvent::KeyPress &&
-        static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
+    const int key = field != nullptr && event->type() == QEvent::KeyPress
+                        ? static_cast<QKeyEvent *>(event)->key()
+                        : 0;
+    if (key == Qt::Key_Escape) {
         const QString before = field->property(textBefore).toString();
         field->setText(before);
         field->setModified(true);
         Q_EMIT commitData(field);
+    }
+    // The toolkit would end the edit in a later turn: a second Return, which is to save, could come
+    // before that, and be lost in a field that is already left.
+    if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+        Q_EMIT commitData(field);
+        Q_EMIT closeEditor(field, SubmitModelCache);
+        return true;
     }
     // While another program has the keyboard, the edit waits: an address to be pasted is copied
     // there.

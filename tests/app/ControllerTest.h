@@ -11,6 +11,8 @@
 #include "fakes/TemporaryHome.h"
 #include "fakes/VirtualMainQueue.h"
 
+#include <QTimeZone>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -72,7 +74,7 @@ class ControllerTest : public testing::Test {
     int terminations = 0;
     int exitLimits = 0; // how often the time until the exit was limited
     FakeUpdates updates;
-    QDateTime date{QDate(2026, 5, 1), QTime(12, 0), Qt::UTC};
+    QDateTime date{QDate(2026, 5, 1), QTime(12, 0), QTimeZone::utc()};
     InstalledVersion installedVersion{.version = u"1.5"_s, .build = u"7"_s};
     QString webHost = u"maker.example"_s;
     QString feedbackAddress = u"feedback@maker.example"_s;

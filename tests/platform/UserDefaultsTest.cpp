@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTimeZone>
 #include <QtTest/QTest>
 
 #include <gtest/gtest.h>
@@ -75,7 +76,7 @@ TEST_F(UserDefaultsTest, ValuesOfTheWrongKindCountAsAbsent) {
 
 TEST_F(UserDefaultsTest, DatesAreKeptInUtcAsTextThatCanBeRead) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
-    const QDateTime date(QDate(2026, 11, 21), QTime(23, 59, 58, 250), Qt::OffsetFromUTC, 3600);
+    const QDateTime date(QDate(2026, 11, 21), QTime(23, 59, 58, 250), QTimeZone(3600));
     {
         UserDefaults defaults(path);
         EXPECT_EQ(defaults.date(key), std::nullopt);

@@ -198,6 +198,22 @@ TEST_F(PickerTest, CameraChosenByTheKeyboardIsShown) {
     movePointerAway();
 }
 
+TEST_F(PickerTest, RowUnderAPointerThatHasNeverMovedOverTheProgramCanBeClicked) {
+    ASSERT_NO_FATAL_FAILURE(addTwoCameras());
+    startViewerAndWaitForPicture();
+    constexpr int placeOnTheKeyboardsPath = 4; // behind the main menu's three titles
+    for (int place = 0; place < placeOnTheKeyboardsPath; ++place)
+        keyboard.press(QStringLiteral("Tab"));
+    ASSERT_TRUE(eventually(10s, [this] { return controlsAreVisible(); }));
+    keyboard.press(QStringLiteral("Return"));
+    ASSERT_TRUE(eventually(20s, [this] { return !menuIsClosed(); }));
+    menu = desktop.x().geometry(viewer->popUps().value(0)).value_or(QRect());
+    pointer.moveTo(row(1).center()); // in one motion
+    pointer.click();
+    expectYard();
+    movePointerAway();
+}
+
 TEST_F(PickerTest, KeysWalkTheMenuAndTheTickStaysOnTheCameraShown) {
     ASSERT_NO_FATAL_FAILURE(listFourNames());
     home.setPreference(QStringLiteral("selectedCameraIndex"), 1);

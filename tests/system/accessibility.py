@@ -37,6 +37,12 @@ EVENTS = (
 )
 
 
+def role_of(node):
+    # A push button is called a button from AT-SPI 2.53 on.
+    name = node.getRoleName()
+    return "push button" if name == "button" else name
+
+
 class Program:
     def __init__(self, pid, remembers):
         self.pid = pid
@@ -60,7 +66,7 @@ class Program:
 
     def find(self, role, name):
         for node in self.walk(self.root()):
-            if node.getRoleName() == role and node.name == name:
+            if role_of(node) == role and node.name == name:
                 return node
         raise LookupError(f"there is no {role} {name!r}")
 
@@ -70,8 +76,7 @@ class Program:
                 return
             if event.type.endswith(":focused") and event.detail1:
                 self.focused = event.source
-            self.events.append(
-                [event.type, event.detail1, event.source.getRoleName(), event.source.name])
+            self.events.append([event.type, event.detail1, role_of(event.source), event.source.name])
         except Exception as problem:  # an object that has gone since
             self.events.append([str(event.type), event.detail1, "", str(problem)])
 
@@ -96,7 +101,7 @@ def described(node):
     # of what is shown.
     states = [pyatspi.stateToString(state) for state in node.getState().getStates()
               if state != pyatspi.STATE_VISIBLE]
-    return {"name": node.name, "description": node.description, "role": node.getRoleName(),
+    return {"name": node.name, "description": node.description, "role": role_of(node),
             "states": sorted(states), "actions": actions_of(node), "text": text_of(node)}
 
 

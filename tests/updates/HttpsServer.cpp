@@ -7,13 +7,22 @@
 #include <QSslSocket>
 #include <QTimer>
 
+#include <algorithm>
 #include <future>
+#include <utility>
 
 namespace lumvik::test {
 
 namespace {
 
 constexpr std::chrono::milliseconds dripInterval{5};
+
+/// A header with its name in small letters: toolkits differ in how they write names, which mean the
+/// same in any case.
+QByteArray withSmallName(const QByteArray &header) {
+    const qsizetype nameEnd = std::max<qsizetype>(header.indexOf(':'), 0);
+    return header.first(nameEnd).toLower() + header.sliced(nameEnd);
+}
 
 } // namespace
 
@@ -92,9 +101,9 @@ void HttpsServer::read(QSslSocket *socket, QByteArray &received) {
         return;
     QList<QByteArray> lines = received.first(end).split('\n');
     received.remove(0, end + 4);
-    for (QByteArray &line : lines)
-        line = line.trimmed();
-    Request request{.line = lines.takeFirst(), .headers = lines};
+    Request request{.line = lines.takeFirst().trimmed(), .headers = {}};
+    for (const QByteArray &line : std::as_const(lines))
+        request.headers.append(withSmallName(line.trimmed()));
     {
         const std::scoped_lock lock(m_mutex);
         m_requests.append(request);

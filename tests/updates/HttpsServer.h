@@ -24,7 +24,7 @@ namespace lumvik::test {
 /// A request as the server received it.
 struct Request {
     QByteArray line;           ///< For example "GET / HTTP/1.1".
-    QList<QByteArray> headers; ///< As they came, without line ends.
+    QList<QByteArray> headers; ///< Without line ends; the names in small letters.
 
     [[nodiscard]] QByteArray path() const { return line.split(' ').value(1); }
     /// The value of a header, null when there is none.

@@ -223,10 +223,10 @@ TEST_F(UpdateServiceTest, TheRequestTellsNothingOfTheMachine) {
     const Request request = server->requests().front();
     EXPECT_EQ(request.line, "GET /lumvik/version.json HTTP/1.1");
     EXPECT_THAT(request.headers,
-                UnorderedElementsAre("Host: updates.example:" + QByteArray::number(server->port()),
-                                     "Accept-Encoding: identity", "Accept-Language: en",
-                                     "Cache-Control: no-cache", "Pragma: no-cache",
-                                     "Connection: Keep-Alive", "User-Agent: Mozilla/5.0"));
+                UnorderedElementsAre("host: updates.example:" + QByteArray::number(server->port()),
+                                     "accept-encoding: identity", "accept-language: en",
+                                     "cache-control: no-cache", "pragma: no-cache",
+                                     "connection: Keep-Alive", "user-agent: Mozilla/5.0"));
 }
 
 TEST_F(UpdateServiceTest, NothingIsKeptBetweenChecks) {

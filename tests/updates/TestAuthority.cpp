@@ -1,5 +1,6 @@
 #include "TestAuthority.h"
 
+#include <QDateTime>
 #include <QFile>
 
 #include <gtest/gtest.h>
@@ -15,6 +16,20 @@ const QString newKey = QStringLiteral("-newkey ec -pkeyopt ec_paramgen_curve:pri
 } // namespace
 
 TestAuthority::TestAuthority() {
+    write(QStringLiteral("ca.conf"), "[ca]\n"
+                                     "default_ca = authority\n"
+                                     "[authority]\n"
+                                     "certificate = ca.crt\n"
+                                     "private_key = ca.key\n"
+                                     "database = issued\n"
+                                     "new_certs_dir = .\n"
+                                     "rand_serial = yes\n"
+                                     "unique_subject = no\n"
+                                     "default_md = sha256\n"
+                                     "policy = names\n"
+                                     "[names]\n"
+                                     "commonName = supplied\n");
+    write(QStringLiteral("issued"), "");
     run(QStringLiteral("req -x509 %1 -keyout ca.key -out ca.crt -days 1 -subj /CN=Authority")
             .arg(newKey));
 }
@@ -24,11 +39,13 @@ QSslCertificate TestAuthority::certificate() const {
 }
 
 Credentials TestAuthority::credentials(const QString &host) const {
-    return issued(host, 1);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    return issued(host, now, now.addDays(1));
 }
 
 Credentials TestAuthority::expiredCredentials(const QString &host) const {
-    return issued(host, -1);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    return issued(host, now.addDays(-2), now.addDays(-1));
 }
 
 Credentials TestAuthority::selfSignedCredentials(const QString &host) const {
@@ -38,15 +55,16 @@ Credentials TestAuthority::selfSignedCredentials(const QString &host) const {
     return readCredentials(QStringLiteral("leaf"));
 }
 
-Credentials TestAuthority::issued(const QString &host, int days) const {
-    QFile extensions(m_folder.filePath(QStringLiteral("leaf.ext")));
-    EXPECT_TRUE(extensions.open(QIODevice::WriteOnly));
-    extensions.write("subjectAltName=DNS:" + host.toUtf8() + "\n");
-    extensions.close();
+Credentials TestAuthority::issued(const QString &host, const QDateTime &from,
+                                  const QDateTime &until) const {
+    write(QStringLiteral("leaf.ext"), "subjectAltName=DNS:" + host.toUtf8() + "\n");
     run(QStringLiteral("req %1 -keyout leaf.key -out leaf.csr -subj /CN=%2").arg(newKey, host));
-    run(QStringLiteral("x509 -req -in leaf.csr -CA ca.crt -CAkey ca.key -CAcreateserial "
-                       "-out leaf.crt -days %1 -extfile leaf.ext")
-            .arg(days));
+    // Of openssl's commands that issue certificates this one takes a period in the past in all
+    // versions.
+    const QString format = QStringLiteral("yyyyMMddHHmmss'Z'");
+    run(QStringLiteral("ca -batch -notext -config ca.conf -in leaf.csr -out leaf.crt "
+                       "-startdate %1 -enddate %2 -extfile leaf.ext")
+            .arg(from.toString(format), until.toString(format)));
     return readCredentials(QStringLiteral("leaf"));
 }
 
@@ -59,6 +77,12 @@ QByteArray TestAuthority::read(const QString &name) const {
     QFile file(m_folder.filePath(name));
     EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(name);
     return file.readAll();
+}
+
+void TestAuthority::write(const QString &name, const QByteArray &content) const {
+    QFile file(m_folder.filePath(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(name);
+    file.write(content);
 }
 
 void TestAuthority::run(const QString &command) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QSslCertificate>
 #include <QSslKey>
 #include <QString>
@@ -21,16 +22,18 @@ class TestAuthority {
 
     [[nodiscard]] QSslCertificate certificate() const;
 
-    /// Credentials of a server named `host`, valid for a day, or until yesterday.
+    /// Credentials of a server named `host`, valid from now on for a day, or until yesterday.
     [[nodiscard]] Credentials credentials(const QString &host) const;
     [[nodiscard]] Credentials expiredCredentials(const QString &host) const;
     /// Credentials that the server vouches for itself.
     [[nodiscard]] Credentials selfSignedCredentials(const QString &host) const;
 
   private:
-    [[nodiscard]] Credentials issued(const QString &host, int days) const;
+    [[nodiscard]] Credentials issued(const QString &host, const QDateTime &from,
+                                     const QDateTime &until) const;
     [[nodiscard]] Credentials readCredentials(const QString &name) const;
     [[nodiscard]] QByteArray read(const QString &name) const;
+    void write(const QString &name, const QByteArray &content) const;
     void run(const QString &command) const;
 
     QTemporaryDir m_folder;
