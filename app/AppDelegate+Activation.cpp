@@ -1,7 +1,7 @@
 // What another start of the program asks of this one, which runs already.
 
 #include "app/AppDelegate.h"
-#include "viewer/WindowActivation.h"
+#include "platform/WindowActivation.h"
 
 #include <QApplication>
 #include <QPointer>
@@ -12,12 +12,17 @@ bool AppDelegate::handleLaunchRequest(const LaunchRequest &request) {
     if (isClosingViewer || !window)
         return false;
     bringToFront(request.activationToken);
-    // In a later turn: whoever asks waits for the answer, not for the user.
-    environment.mainQueue.async([self = QPointer(this), action = request.action] {
+    performSoon(request.action);
+    return true;
+}
+
+void AppDelegate::performSoon(LaunchRequest::Action action) {
+    // Whoever asks waits for the answer, not for the user. And what is opened by the program's own
+    // start is to be in the event loop, like all else.
+    environment.mainQueue.async([self = QPointer(this), action] {
         if (self)
             self->perform(action);
     });
-    return true;
 }
 
 void AppDelegate::perform(LaunchRequest::Action action) {

@@ -75,8 +75,9 @@ class AppDelegate final : public QObject {
     /// Brings the program's windows to the front and does what `request` asks. False, without
     /// effect, while the program ends.
     [[nodiscard]] bool handleLaunchRequest(const LaunchRequest &request);
-    /// Does what the menu item of that name does, unless an alert waits for the user.
-    void perform(LaunchRequest::Action action);
+    /// Does what the menu item of that name does, in a later turn, unless an alert waits for the
+    /// user then.
+    void performSoon(LaunchRequest::Action action);
 
     // ---- Window: viewer/AppDelegate+Window.cpp ----
 
@@ -248,6 +249,7 @@ class AppDelegate final : public QObject {
 
     // app/AppDelegate+Activation.cpp
     void bringToFront(const QByteArray &activationToken);
+    void perform(LaunchRequest::Action action);
 
     // app/AppDelegate+Help.cpp
     void presentAddress(const QUrl &address);

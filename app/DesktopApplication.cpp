@@ -14,20 +14,24 @@ namespace {
 /// The bus name's dots as slashes.
 const QString objectPath = QStringLiteral("/com/tandrel/Lumvik");
 
-/// Registers `application` under its name. The bus is waited for. Answers what is in the way.
+/// Registers `application` under its name, or puts it in the queue for the name where another
+/// program has it. The bus is waited for. Answers what is in the way.
 QString claimName(QDBusConnection &bus, QObject &application) {
     // First the object: a name without one behind it would answer calls with errors.
     const bool isRegistered =
         bus.registerObject(objectPath, &application, QDBusConnection::ExportScriptableSlots);
     const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
         bus.interface()->registerService(QLatin1String(LumvikLog::subsystem),
-                                         QDBusConnectionInterface::DontQueueService,
+                                         QDBusConnectionInterface::QueueService,
                                          QDBusConnectionInterface::DontAllowReplacement);
     if (!isRegistered || !reply.isValid())
         return QStringLiteral("the session bus does not give it");
-    return reply.value() == QDBusConnectionInterface::ServiceRegistered
-               ? QString()
-               : QStringLiteral("another program has it");
+    if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
+        LumvikLog::lifecycle().debug(QStringLiteral("Lumvik has its name on the session bus."));
+    else
+        LumvikLog::lifecycle().info(
+            QStringLiteral("Lumvik has no name on the session bus while another program has it."));
+    return {};
 }
 
 } // namespace
@@ -39,13 +43,16 @@ DesktopApplication::DesktopApplication(QString busAddresses, std::chrono::millis
                   QLatin1String(LumvikLog::subsystem) + QStringLiteral(".session")) {}
 
 QString DesktopApplication::sessionBusAddresses() {
-    if (qEnvironmentVariable("LUMVIK_SESSION_BUS") == QStringLiteral("no"))
-        return {};
     QString addresses = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (!addresses.isEmpty() || runtimeFolder.isEmpty())
         return addresses;
     return QStringLiteral("unix:path=") + runtimeFolder + QStringLiteral("/bus");
+}
+
+QString DesktopApplication::addressesForName() {
+    const bool wantsNoName = qEnvironmentVariable("LUMVIK_SESSION_BUS") == QStringLiteral("no");
+    return wantsNoName ? QString() : sessionBusAddresses();
 }
 
 void DesktopApplication::start(LaunchRequestHandler handler) {
@@ -55,11 +62,7 @@ void DesktopApplication::start(LaunchRequestHandler handler) {
     m_connector.connect(
         *this, m_busAddresses, m_answerLimit,
         {.prepare = [this](QDBusConnection &bus) { return claimName(bus, *this); },
-         .connected =
-             [](const QDBusConnection &) {
-                 LumvikLog::lifecycle().debug(
-                     QStringLiteral("Lumvik has its name on the session bus."));
-             },
+         .connected = [](const QDBusConnection &) {},
          .failed =
              [](const QString &reason) {
                  LumvikLog::lifecycle().info(
@@ -91,13 +94,10 @@ void DesktopApplication::ActivateAction(const QString &name, const QVariantList 
 }
 
 void DesktopApplication::perform(LaunchRequest::Action action, const QVariantMap &platformData) {
-    LaunchRequest request{action, {}};
-    for (const QString &key :
-         {QStringLiteral("activation-token"), QStringLiteral("desktop-startup-id")}) {
-        if (request.activationToken.isEmpty())
-            request.activationToken = platformData.value(key).toString().toUtf8();
-    }
-    if (!m_handler || !m_handler(request))
+    QString token = platformData.value(QStringLiteral("activation-token")).toString();
+    if (token.isEmpty())
+        token = platformData.value(QStringLiteral("desktop-startup-id")).toString();
+    if (!m_handler || !m_handler(LaunchRequest::with(action, token.toUtf8())))
         sendErrorReply(QDBusError::Failed, QStringLiteral("Lumvik is ending."));
 }
 

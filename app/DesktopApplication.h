@@ -16,21 +16,24 @@ namespace lumvik {
 /// desktop start it (org.freedesktop.Application, as the Desktop Entry Specification has it), and
 /// reach the one that runs.
 ///
-/// Where there is no session bus, or the name belongs to somebody else, one line in the log says
-/// so, and only later starts by command reach this process. Main thread only; must go before the
-/// application object.
+/// Where there is no session bus, or as long as the name belongs to somebody else (a Lumvik with
+/// another list of cameras), one line in the log says so, and only later starts by command reach
+/// this process. It waits for the name, and gets it when the other one ends. Main thread only; must
+/// go before the application object.
 class DesktopApplication final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
   public:
     /// A bus that has not answered within `answerLimit` counts as absent.
-    explicit DesktopApplication(QString busAddresses = sessionBusAddresses(),
+    explicit DesktopApplication(QString busAddresses = addressesForName(),
                                 std::chrono::milliseconds answerLimit = std::chrono::seconds(10));
 
     /// DBUS_SESSION_BUS_ADDRESS from the environment, or the bus in the user's runtime folder.
-    /// Empty when LUMVIK_SESSION_BUS is "no", for a Lumvik that is not the user's own.
     [[nodiscard]] static QString sessionBusAddresses();
+    /// The same, but empty when LUMVIK_SESSION_BUS is "no": for a Lumvik that is not the user's own
+    /// and takes no name. The toolkit uses the bus all the same.
+    [[nodiscard]] static QString addressesForName();
 
     /// Takes the name and hands requests to `handler` from then on. Once.
     void start(LaunchRequestHandler handler);

@@ -3,6 +3,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
+
 namespace lumvik {
 
 namespace {
@@ -11,6 +13,15 @@ const QString actionKey = QStringLiteral("action");
 const QString tokenKey = QStringLiteral("activation-token");
 
 } // namespace
+
+LaunchRequest LaunchRequest::with(Action action, const QByteArray &token) {
+    constexpr qsizetype longestToken = 1024; // bytes
+    const bool isSound =
+        token.size() <= longestToken && std::none_of(token.begin(), token.end(), [](char byte) {
+            return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f';
+        });
+    return {action, isSound ? token : QByteArray()};
+}
 
 QString nameOfAction(LaunchRequest::Action action) {
     switch (action) {
@@ -44,15 +55,11 @@ std::optional<LaunchRequest> decodeLaunchRequest(const QByteArray &line) {
     const QJsonValue action = document[actionKey];
     if (!action.isString())
         return std::nullopt;
-    LaunchRequest request;
-    if (!action.toString().isEmpty()) {
-        const auto known = actionNamed(action.toString());
-        if (!known)
-            return std::nullopt;
-        request.action = *known;
-    }
-    request.activationToken = document[tokenKey].toString().toUtf8();
-    return request;
+    const auto known = action.toString().isEmpty() ? LaunchRequest::Action::activate
+                                                   : actionNamed(action.toString());
+    if (!known)
+        return std::nullopt;
+    return LaunchRequest::with(*known, document[tokenKey].toString().toUtf8());
 }
 
 } // namespace lumvik

@@ -22,6 +22,10 @@ struct LaunchRequest {
     /// token (Wayland) or a startup id (X11). Empty when it gave nothing.
     QByteArray activationToken;
 
+    /// A request with the token that came with it, whoever sent that. One which no desktop would
+    /// make, longer than a KiB or with control characters in it, counts as none.
+    [[nodiscard]] static LaunchRequest with(Action action, const QByteArray &token);
+
     friend bool operator==(const LaunchRequest &, const LaunchRequest &) = default;
 };
 

@@ -112,11 +112,13 @@ void SingleInstance::greetVisitors() {
 }
 
 void SingleInstance::answerVisitor(QLocalSocket &visitor) {
-    if (!visitor.canReadLine()) {
-        if (visitor.bytesAvailable() > longestRequest)
-            visitor.abort();
+    // Nothing comes behind a request's line.
+    if (visitor.bytesAvailable() > longestRequest) {
+        visitor.abort();
         return;
     }
+    if (!visitor.canReadLine())
+        return;
     const auto request = decodeLaunchRequest(visitor.readLine());
     // Without an answer the other one asks again, and starts itself once this one has ended.
     if (request && m_handler && m_handler(*request)) {

@@ -66,6 +66,12 @@ void prepareToolkit() {
     qputenv("QSG_RENDER_LOOP", "basic");
     // Another back end than OpenGL has no context in which the engine could draw.
     qunsetenv("QT_QUICK_BACKEND");
+    // What the desktop gave along for this start alone, the toolkit takes for its first window, and
+    // out of the environment: each of its plugins the variable of its own windowing system.
+    if (!qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+    if (!qEnvironmentVariableIsSet("DISPLAY"))
+        qunsetenv("DESKTOP_STARTUP_ID");
     // A frame that is announced is drawn in the next turn, not 5 ms later.
     setDefault("QT_QPA_UPDATE_IDLE_TIME", "0");
 

@@ -6,6 +6,7 @@
 #include "app/QtFilePanels.h"
 #include "app/SingleInstance.h"
 #include "app/Startup.h"
+#include "app/Termination.h"
 #include "editor/CameraSettingsWindow.h"
 #include "platform/CoreDumps.h"
 #include "platform/ExitDeadline.h"
@@ -25,6 +26,8 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <optional>
 
 using namespace lumvik;
 using namespace std::chrono_literals;
@@ -64,11 +67,125 @@ int report(const CommandLineExit &exit) {
     return exit.status;
 }
 
-/// What the desktop gave this start along, so that a window may come to the front.
-QByteArray activationToken(const QProcessEnvironment &environment) {
-    const QString token = environment.value(QStringLiteral("XDG_ACTIVATION_TOKEN"));
-    return (token.isEmpty() ? environment.value(QStringLiteral("DESKTOP_STARTUP_ID")) : token)
-        .toUtf8();
+/// What the desktop gave this start along, so that a window may come to the front. It is for this
+/// start alone, and is taken out of what other programs are to be started with.
+QByteArray takeActivationToken(QProcessEnvironment &environment) {
+    const QString forWayland = QStringLiteral("XDG_ACTIVATION_TOKEN");
+    const QString forX11 = QStringLiteral("DESKTOP_STARTUP_ID");
+    QString token = environment.value(forWayland);
+    if (token.isEmpty())
+        token = environment.value(forX11);
+    environment.remove(forWayland);
+    environment.remove(forX11);
+    return token.toUtf8();
+}
+
+/// Leaves `request` to the Lumvik that runs already, if one does. The status to end with; nothing
+/// where this process is the first.
+std::optional<int> leaveToTheFirst(SingleInstance &instance, const LaunchRequest &request,
+                                   Alerts &alerts) {
+    switch (instance.claim(request)) {
+    case SingleInstance::Outcome::first:
+        return std::nullopt;
+    case SingleInstance::Outcome::handedOver:
+        return 0;
+    case SingleInstance::Outcome::unanswered:
+        break;
+    }
+    const QString problem = QStringLiteral("Lumvik is already running, but does not respond.");
+    std::fprintf(stderr, "%s\n", qPrintable(problem));
+    alerts.runModal({.style = Alert::Style::warning,
+                     .messageText = QStringLiteral("Lumvik"),
+                     .informativeText = problem,
+                     .buttons = {QStringLiteral("OK")}});
+    return 1;
+}
+
+/// What the controller uses of the system.
+struct System {
+    Alerts &alerts;
+    const DesktopOpener opener;
+    QtMainQueue mainQueue{};
+    UserDefaults userDefaults{UserDefaults::standardPath()};
+    QtFilePanels filePanels{};
+    LogindSleepMonitor sleepMonitor{};
+    Termination termination{mainQueue, &QCoreApplication::quit};
+};
+
+AppEnvironment environmentOf(System &system) {
+    return {.mainQueue = system.mainQueue,
+            .userDefaults = system.userDefaults,
+            .store = CameraConfigurationStore::shared(),
+            .alerts = system.alerts,
+            .filePanels = system.filePanels,
+            .sleepMonitor = system.sleepMonitor,
+            .makeNetworkPathMonitor = [] { return std::make_unique<RtnetlinkPathMonitor>(); },
+            .makeConnection =
+                [](const QString &host, std::uint16_t port) {
+                    return std::make_shared<TcpConnection>(host, port);
+                },
+            .random = [] { return QRandomGenerator::global()->generateDouble(); },
+            .limitTimeToExit = [] { endProcessWithin(longestExit); },
+            .terminate = [&system] { system.termination.request(); },
+            .openUrl =
+                [&system](const QUrl &address, const std::function<void()> &failed) {
+                    system.opener.open(address, failed);
+                },
+            .makeUpdateService =
+                [&system] { return std::make_unique<LumvikUpdateService>(system.mainQueue); },
+            .currentDate = &QDateTime::currentDateTimeUtc,
+            .installedVersion = LumvikUpdateSettings::runningVersion(),
+            .webHost = LumvikUpdateSettings::makersWebHost(),
+            .feedbackAddress = QStringLiteral(LUMVIK_FEEDBACK_ADDRESS),
+            .engineLogLevel = engineLogLevel()};
+}
+
+/// Tells the controller what the application object hears.
+void connectApplication(AppDelegate &delegate) {
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &delegate,
+                     &AppDelegate::applicationWillTerminate);
+    QObject::connect(qApp, &QGuiApplication::applicationStateChanged, &delegate,
+                     [&delegate](Qt::ApplicationState state) {
+                         if (state != Qt::ApplicationActive)
+                             delegate.applicationDidResignActive();
+                     });
+}
+
+/// Has the controller do what later starts ask, by command or through the desktop, until the
+/// program ends.
+void serveLaterStarts(AppDelegate &delegate, const Termination &termination,
+                      SingleInstance &instance, DesktopApplication &desktopApplication) {
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &desktopApplication,
+                     [&instance, &desktopApplication] {
+                         instance.close();
+                         desktopApplication.stop();
+                     });
+    const auto handle = [&delegate, &termination](const LaunchRequest &later) {
+        return !termination.isUnderWay() && delegate.handleLaunchRequest(later);
+    };
+    instance.listen(handle);
+    desktopApplication.start(handle);
+}
+
+/// The program from its first window to its end. The exit status.
+int run(LaunchRequest::Action action, System &system, SingleInstance &instance) {
+    AppDelegate delegate(environmentOf(system));
+    connectApplication(delegate);
+    const TerminationSignals signals([&system] { system.termination.request(); });
+    const auto displayWatch = watchDisplay([] {
+        endProcessWithin(longestExit); // first: writing the log may take its time
+        LumvikLog::lifecycle().error(QStringLiteral("The display has gone; Lumvik ends."));
+    });
+    DesktopApplication desktopApplication;
+    delegate.applicationDidFinishLaunching();
+    serveLaterStarts(delegate, system.termination, instance, desktopApplication);
+    delegate.performSoon(action);
+    const int status = QApplication::exec();
+    if (!delegate.finishPlayers(1500ms)) {
+        // An engine that still waits for a name server would lose the ground under its feet.
+        std::_Exit(status);
+    }
+    return status;
 }
 
 } // namespace
@@ -77,7 +194,8 @@ int main(int argc, char **argv) {
     const UsersCoreDumps usersCoreDumps = forbidCoreDumps();
     prepareMemory();
     // What other programs are to be started with.
-    const QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
+    const QByteArray activationToken = takeActivationToken(usersEnvironment);
     // Help and version need no display.
     const QString version = LumvikUpdateSettings::runningVersion().version;
     if (const auto early = parseCommandLine(commandLine(argc, argv), version);
@@ -89,7 +207,7 @@ int main(int argc, char **argv) {
         return 1;
     }
     avoidDeafSessionBus();
-    QApplication application(argc, argv);
+    const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumvik"));
     QApplication::setWindowIcon(applicationIcon());
     QApplication::setDesktopFileName(QLatin1String(LumvikLog::subsystem));
@@ -101,88 +219,10 @@ int main(int argc, char **argv) {
     LumvikLog::installQtMessageHandler();
 
     MessageBoxAlerts alerts(&alertParent);
-    const LaunchRequest request{*action, activationToken(usersEnvironment)};
     SingleInstance instance;
-    switch (instance.claim(request)) {
-    case SingleInstance::Outcome::first:
-        break;
-    case SingleInstance::Outcome::handedOver:
-        return 0;
-    case SingleInstance::Outcome::unanswered:
-        std::fputs("Lumvik is already running, but does not respond.\n", stderr);
-        alerts.runModal(
-            {.style = Alert::Style::warning,
-             .messageText = QStringLiteral("Lumvik"),
-             .informativeText = QStringLiteral("Lumvik is already running, but does not respond."),
-             .buttons = {QStringLiteral("OK")}});
-        return 1;
-    }
-
-    QtMainQueue mainQueue;
-    UserDefaults userDefaults(UserDefaults::standardPath());
-    QtFilePanels filePanels;
-    const DesktopOpener opener(usersEnvironment, usersCoreDumps);
-    LogindSleepMonitor sleepMonitor;
-    // In a later turn, because quitting closes the windows, and may be asked for while one closes.
-    // A window that is open is closed first, by its own order; termination follows.
-    const auto terminate = [&mainQueue] { mainQueue.async([] { QCoreApplication::quit(); }); };
-    AppDelegate delegate(
-        {.mainQueue = mainQueue,
-         .userDefaults = userDefaults,
-         .store = CameraConfigurationStore::shared(),
-         .alerts = alerts,
-         .filePanels = filePanels,
-         .sleepMonitor = sleepMonitor,
-         .makeNetworkPathMonitor = [] { return std::make_unique<RtnetlinkPathMonitor>(); },
-         .makeConnection =
-             [](const QString &host, std::uint16_t port) {
-                 return std::make_shared<TcpConnection>(host, port);
-             },
-         .random = [] { return QRandomGenerator::global()->generateDouble(); },
-         .limitTimeToExit = [] { endProcessWithin(longestExit); },
-         .terminate = terminate,
-         .openUrl =
-             [&opener](const QUrl &address, const std::function<void()> &failed) {
-                 opener.open(address, failed);
-             },
-         .makeUpdateService =
-             [&mainQueue] { return std::make_unique<LumvikUpdateService>(mainQueue); },
-         .currentDate = &QDateTime::currentDateTimeUtc,
-         .installedVersion = LumvikUpdateSettings::runningVersion(),
-         .webHost = LumvikUpdateSettings::makersWebHost(),
-         .feedbackAddress = QStringLiteral(LUMVIK_FEEDBACK_ADDRESS),
-         .engineLogLevel = engineLogLevel()});
-    QObject::connect(&application, &QCoreApplication::aboutToQuit, &delegate,
-                     &AppDelegate::applicationWillTerminate);
-    QObject::connect(&application, &QGuiApplication::applicationStateChanged, &delegate,
-                     [&delegate](Qt::ApplicationState state) {
-                         if (state != Qt::ApplicationActive)
-                             delegate.applicationDidResignActive();
-                     });
-    const TerminationSignals signals(terminate);
-    const auto displayWatch = watchDisplay([] {
-        LumvikLog::lifecycle().error(QStringLiteral("The display has gone; Lumvik ends."));
-        endProcessWithin(longestExit);
-    });
-
-    const auto handleLaunchRequest = [&delegate](const LaunchRequest &later) {
-        return !TerminationSignals::haveArrived() && delegate.handleLaunchRequest(later);
-    };
-    DesktopApplication desktopApplication;
-    QObject::connect(&application, &QCoreApplication::aboutToQuit, &desktopApplication,
-                     [&instance, &desktopApplication] {
-                         instance.close();
-                         desktopApplication.stop();
-                     });
-    delegate.applicationDidFinishLaunching();
-    instance.listen(handleLaunchRequest);
-    desktopApplication.start(handleLaunchRequest);
-    if (request.action != LaunchRequest::Action::activate)
-        delegate.perform(request.action);
-    const int status = QApplication::exec();
-    if (!delegate.finishPlayers(1500ms)) {
-        // An engine that still waits for a name server would lose the ground under its feet.
-        std::_Exit(status);
-    }
-    return status;
+    if (const auto status =
+            leaveToTheFirst(instance, LaunchRequest::with(*action, activationToken), alerts))
+        return *status;
+    System system{.alerts = alerts, .opener = DesktopOpener(usersEnvironment, usersCoreDumps)};
+    return run(*action, system, instance);
 }

@@ -5,6 +5,7 @@
 #include "editor/CameraSettingsWindow.h"
 #include "editor/CameraTableView.h"
 #include "platform/LumvikLog.h"
+#include "platform/WindowActivation.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -94,9 +95,10 @@ void CameraSettingsController::show(int selectedRow, bool staysOnTop, const QScr
 }
 
 void CameraSettingsController::bringToFront() {
-    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
-    m_window->raise();
-    m_window->activateWindow();
+    // The request may come from outside the program: the toolkit's own one would be older than that
+    // with which the viewer has just come to the front, and would be turned down for it.
+    if (QWindow *window = m_window->windowHandle())
+        activateWindow(*window, {});
 }
 
 void CameraSettingsController::setStaysOnTop(bool staysOnTop) {

@@ -100,11 +100,13 @@ void BusConnector::run(QObject &context, const QString &addresses,
     const QString problem = bus.isConnected()
                                 ? m_handlers.prepare(bus)
                                 : QStringLiteral("the %1 declines the connection").arg(m_busName);
-    tell([this, bus, problem] {
-        if (problem.isEmpty())
-            m_handlers.connected(bus);
-        else
-            m_handlers.failed(problem);
+    if (problem.isEmpty()) {
+        tell([this, bus] { m_handlers.connected(bus); });
+        return;
+    }
+    tell([this, problem] {
+        QDBusConnection::disconnectFromBus(m_connectionName);
+        m_handlers.failed(problem);
     });
 }
 

@@ -22,7 +22,8 @@ class BusConnector {
   public:
     struct Handlers {
         /// Runs on the connector's thread and may wait for the bus: subscribing, claiming a name.
-        /// Answers what is in the way, in plain words, or nothing.
+        /// Answers what is in the way, in plain words, or nothing. Where something is, the
+        /// connection ends, with all that was made on it.
         std::function<QString(QDBusConnection &bus)> prepare;
         /// On the main thread.
         std::function<void(const QDBusConnection &bus)> connected;

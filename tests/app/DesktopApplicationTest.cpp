@@ -86,6 +86,13 @@ TEST_F(DesktopApplicationTest, AStartupIdIsAsGood) {
     EXPECT_EQ(requests, (std::vector{LaunchRequest{Action::activate, "id_TIME5"}}));
 }
 
+TEST_F(DesktopApplicationTest, ATokenThatNoDesktopMakesIsDropped) {
+    startApplication();
+    call(QStringLiteral("Activate"),
+         {QVariantMap{{QStringLiteral("activation-token"), QString(100'000, u'x')}}});
+    EXPECT_EQ(requests, std::vector{LaunchRequest{}});
+}
+
 TEST_F(DesktopApplicationTest, ActionsReachTheProgram) {
     startApplication();
     for (const char *action : {"camera-addresses", "check-for-updates"}) {
@@ -125,7 +132,7 @@ TEST_F(DesktopApplicationTest, StoppingGivesTheNameBack) {
     EXPECT_TRUE(eventually([this] { return !nameIsOwned(); }));
 }
 
-TEST_F(DesktopApplicationTest, ANameThatSomebodyHasStaysTheirs) {
+TEST_F(DesktopApplicationTest, ANameThatSomebodyHasStaysTheirsUntilTheyEnd) {
     startApplication();
     const test::CapturedLog log;
     DesktopApplication second(bus.address(), 10s);
@@ -136,11 +143,19 @@ TEST_F(DesktopApplicationTest, ANameThatSomebodyHasStaysTheirs) {
     });
     ASSERT_TRUE(eventually([&] {
         return log.texts(QStringLiteral("lifecycle"))
-            .contains(
-                QStringLiteral("Lumvik has no name on the session bus: another program has it."));
+            .contains(QStringLiteral(
+                "Lumvik has no name on the session bus while another program has it."));
     }));
     call(QStringLiteral("Activate"), {QVariantMap()});
     EXPECT_EQ(asked, 0);
+    EXPECT_EQ(requests.size(), 1U);
+
+    const QString owner = caller->interface()->serviceOwner(name);
+    application.stop();
+    ASSERT_TRUE(eventually(
+        [&] { return nameIsOwned() && caller->interface()->serviceOwner(name).value() != owner; }));
+    call(QStringLiteral("Activate"), {QVariantMap()});
+    EXPECT_EQ(asked, 1);
     EXPECT_EQ(requests.size(), 1U);
 }
 
@@ -175,8 +190,15 @@ TEST_F(SessionBusAddressTest, IsTheEnvironmentsOrThatOfTheRuntimeFolder) {
               QStringLiteral("unix:path=/run/user/1000/bus"));
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/tmp/bus");
     EXPECT_EQ(DesktopApplication::sessionBusAddresses(), QStringLiteral("unix:path=/tmp/bus"));
+    EXPECT_EQ(DesktopApplication::addressesForName(), QStringLiteral("unix:path=/tmp/bus"));
+}
+
+TEST_F(SessionBusAddressTest, IsNoneForOneThatTakesNoName) {
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/tmp/bus");
     qputenv("LUMVIK_SESSION_BUS", "no");
-    EXPECT_EQ(DesktopApplication::sessionBusAddresses(), QString());
+    EXPECT_EQ(DesktopApplication::addressesForName(), QString());
+    // The toolkit goes there nevertheless, which one that is deaf must be kept from.
+    EXPECT_EQ(DesktopApplication::sessionBusAddresses(), QStringLiteral("unix:path=/tmp/bus"));
 }
 
 } // namespace

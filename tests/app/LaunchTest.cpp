@@ -1,5 +1,9 @@
 #include "ControllerTest.h"
 
+#include <QEventLoop>
+#include <QPointer>
+#include <QTimer>
+
 namespace lumvik::test {
 namespace {
 
@@ -136,6 +140,27 @@ TEST_F(LaunchTest, AnotherStartAsksForTheListOfCameras) {
     EXPECT_EQ(access().settingsController(), nullptr) << "who asks is answered first";
     queue.runPending();
     EXPECT_NE(access().settingsController(), nullptr);
+}
+
+TEST_F(LaunchTest, WhatTheProgramsOwnStartOpensIsFreedWhenItCloses) {
+    launch(threeCameras());
+    delegate->performSoon(LaunchRequest::Action::showCameraAddresses);
+    EXPECT_EQ(access().settingsController(), nullptr) << "there is no event loop yet";
+    QPointer<CameraSettingsController> editor;
+    bool wasOpen = false;
+    QEventLoop program;
+    QTimer::singleShot(0, &program, [&] {
+        queue.runPending();
+        editor = access().settingsController().get();
+        wasOpen = !editor.isNull();
+        if (wasOpen)
+            editor->close();
+        queue.runPending();
+        program.quit();
+    });
+    program.exec();
+    EXPECT_TRUE(wasOpen);
+    EXPECT_FALSE(editor) << "with it, its addresses and passwords stay in memory";
 }
 
 TEST_F(LaunchTest, AnotherStartIsNotServedWhileTheProgramEnds) {

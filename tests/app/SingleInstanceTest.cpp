@@ -172,7 +172,8 @@ TEST_P(StrangeVisitorTest, IsSentAway) {
 INSTANTIATE_TEST_SUITE_P(All, StrangeVisitorTest,
                          testing::Values(QByteArray("GET / HTTP/1.1\r\n"),
                                          QByteArray("{\"action\":\"nothing\"}\n"),
-                                         QByteArray(100'000, 'x')));
+                                         QByteArray(100'000, 'x'),
+                                         "{\"action\":\"\"" + QByteArray(5'000, ' ') + "}\n"));
 
 } // namespace
 } // namespace lumvik

@@ -30,7 +30,9 @@ class HelpTest : public ViewerTest {
         // It also tells whether it was given what the viewer has set for itself.
         script.write("#!/bin/sh\nread filter </proc/self/coredump_filter\n"
                      "[ \"$filter\" != 00000000 ] || dumps=' (not the core dumps of the user)'\n"
-                     "printf '%s\\n' \"$*${QSG_RENDER_LOOP+ (not the user's environment)}$dumps\""
+                     "start=$XDG_ACTIVATION_TOKEN$DESKTOP_STARTUP_ID\n"
+                     "printf '%s\\n' \"$*${QSG_RENDER_LOOP+ (not the user's environment)}$dumps"
+                     "${start:+ (what the viewer's own start was given)}\""
                      " >>\"" +
                      folder.path().toUtf8() + "/opened\"\nexit " + QByteArray::number(exitStatus) +
                      "\n");
@@ -43,7 +45,9 @@ class HelpTest : public ViewerTest {
     /// A search path with the user's browser, if there is one, and no other.
     [[nodiscard]] ViewerProcess::Variables variables() const {
         return {{QStringLiteral("PATH"), folder.filePath(QStringLiteral("bin"))},
-                {QStringLiteral("BROWSER"), QString()}};
+                {QStringLiteral("BROWSER"), QString()},
+                {QStringLiteral("XDG_ACTIVATION_TOKEN"), QStringLiteral("panel-1_TIME1")},
+                {QStringLiteral("DESKTOP_STARTUP_ID"), QStringLiteral("panel-1_TIME1")}};
     }
     void start() {
         startViewer(variables());

@@ -11,7 +11,13 @@
 #include <QDBusPendingCall>
 #include <QLocalServer>
 
+#include <xcb/xcb.h>
+
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <optional>
 
 namespace lumvik::test {
@@ -20,6 +26,45 @@ namespace {
 using namespace std::chrono_literals;
 
 const QString busName = QStringLiteral("com.tandrel.Lumvik");
+
+/// Listens to what programs ask of the window manager.
+class ActivationRequests {
+  public:
+    explicit ActivationRequests(const QString &display)
+        : m_connection(xcb_connect(display.toLatin1().constData(), nullptr), &xcb_disconnect) {
+        const QByteArray name = "_NET_ACTIVE_WINDOW";
+        const auto request = xcb_intern_atom(m_connection.get(), 0,
+                                             static_cast<std::uint16_t>(name.size()), name.data());
+        const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+            xcb_intern_atom_reply(m_connection.get(), request, nullptr), &std::free);
+        m_type = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+        const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        const xcb_setup_t *setup = xcb_get_setup(m_connection.get());
+        xcb_change_window_attributes(m_connection.get(), xcb_setup_roots_iterator(setup).data->root,
+                                     XCB_CW_EVENT_MASK, &mask);
+        xcb_flush(m_connection.get());
+    }
+    /// The latest time, in the server's milliseconds, with which `window` has asked to become the
+    /// active one; 0 when it has not.
+    [[nodiscard]] std::uint32_t latest(xcb_window_t window) {
+        using Event = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
+        while (const Event event{xcb_poll_for_event(m_connection.get()), &std::free}) {
+            if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
+                continue;
+            xcb_client_message_event_t message{};
+            std::memcpy(&message, event.get(), sizeof message);
+            if (message.type == m_type)
+                m_latest[message.window] =
+                    std::max(m_latest[message.window], message.data.data32[1]);
+        }
+        return m_latest.value(window);
+    }
+
+  private:
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> m_connection;
+    xcb_atom_t m_type = XCB_ATOM_NONE;
+    QHash<xcb_window_t, std::uint32_t> m_latest;
+};
 
 /// Without a session bus. The list is empty: no camera is needed to come to the front.
 class SecondStartTest : public EditorTest {
@@ -99,10 +144,15 @@ TEST_F(SecondStartTest, OpensTheListOfCamerasInTheFirst) {
     ASSERT_NO_FATAL_FAILURE(waitForEditor());
     // Once more, with the editor open: it is the one that has the keyboard afterwards.
     ASSERT_NO_FATAL_FAILURE(cover());
+    ActivationRequests requests(desktop.display());
     ASSERT_TRUE(startAgain());
     ASSERT_NO_FATAL_FAILURE(expectSecondEnds());
     EXPECT_TRUE(eventually(20s, [this] { return editorHasFocus(); }));
     EXPECT_TRUE(isInFront());
+    // Window managers that are strict about it turn down what is older than the window that they
+    // have just activated.
+    EXPECT_GT(requests.latest(viewer->window()), 0U);
+    EXPECT_GE(requests.latest(editor), requests.latest(viewer->window()));
 }
 
 TEST_F(SecondStartTest, TheFirstStartOpensTheListItself) {
@@ -124,6 +174,14 @@ TEST_F(SecondStartTest, AfterAKillTheProgramStartsAnew) {
 TEST_F(SecondStartTest, OneThatIsEndingIsFollowedByTheNext) {
     ASSERT_NO_FATAL_FAILURE(start());
     viewer->process().sendSignal(SIGTERM);
+    std::unique_ptr<ViewerProcess> first = std::move(viewer);
+    ASSERT_NO_FATAL_FAILURE(start());
+    EXPECT_TRUE(first->exitsInOrder(20s));
+}
+
+TEST_F(SecondStartTest, OneThatTheUserQuitsIsFollowedByTheNext) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    keyboard.press(QStringLiteral("ctrl+q"));
     std::unique_ptr<ViewerProcess> first = std::move(viewer);
     ASSERT_NO_FATAL_FAILURE(start());
     EXPECT_TRUE(first->exitsInOrder(20s));
@@ -248,6 +306,18 @@ TEST_F(SecondStartTest, ADeafSessionBusHoldsNobodyUp) {
     ASSERT_TRUE(startAgain({QStringLiteral("--camera-addresses")}));
     ASSERT_NO_FATAL_FAILURE(expectSecondEnds());
     ASSERT_NO_FATAL_FAILURE(waitForEditor());
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(SecondStartTest, ADeafSessionBusHoldsNobodyUpWhoTakesNoName) {
+    const QTemporaryDir folder;
+    QLocalServer deaf;
+    ASSERT_TRUE(deaf.listen(folder.filePath(QStringLiteral("bus"))));
+    viewerVariables.append({QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                            QStringLiteral("unix:path=") + deaf.fullServerName()});
+    viewerVariables.append({QStringLiteral("LUMVIK_SESSION_BUS"), QStringLiteral("no")});
+    // The toolkit would wait for the bus for longer than a start may take.
+    ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 

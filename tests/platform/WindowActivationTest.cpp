@@ -1,4 +1,6 @@
-#include "viewer/WindowActivation.h"
+#include "platform/WindowActivation.h"
+
+#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -25,6 +27,16 @@ INSTANTIATE_TEST_SUITE_P(
                     IdCase{"a_TIME4294967296", std::nullopt}, IdCase{"a_TIME-1", std::nullopt},
                     IdCase{"a_TIME12x", std::nullopt},
                     IdCase{"0b9e2c5e-7a5f-4d5e-9d43-1f2a3b4c5d6e", std::nullopt}));
+
+TEST(WindowActivationTest, TheEnvironmentIsLeftAloneWhereNobodyReadsIt) {
+    // As the one start of the program left it, on a display that is not Wayland's.
+    qputenv("XDG_ACTIVATION_TOKEN", "of-the-start");
+    QWindow window;
+    window.show();
+    activateWindow(window, "of-a-later-start");
+    EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), "of-the-start");
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+}
 
 } // namespace
 } // namespace lumvik

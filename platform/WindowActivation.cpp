@@ -1,4 +1,4 @@
-#include "viewer/WindowActivation.h"
+#include "platform/WindowActivation.h"
 
 #include <QDeadlineTimer>
 #include <QGuiApplication>
@@ -100,6 +100,7 @@ void finishStartupNotification(xcb_connection_t *connection, QWindow &window,
         quoted.replace(special, QByteArrayLiteral("\\") + special);
     const QByteArray text = QByteArrayLiteral("remove: ID=") + quoted + '\0';
 
+    const xcb_atom_t continuation = atom(connection, "_NET_STARTUP_INFO");
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
@@ -113,7 +114,7 @@ void finishStartupNotification(xcb_connection_t *connection, QWindow &window,
         std::memcpy(message.data.data8, text.constData() + start, static_cast<size_t>(length));
         xcb_send_event(connection, 0, root, XCB_EVENT_MASK_PROPERTY_CHANGE,
                        reinterpret_cast<const char *>(&message));
-        message.type = atom(connection, "_NET_STARTUP_INFO");
+        message.type = continuation;
     }
     xcb_flush(connection);
 }
@@ -126,11 +127,15 @@ void activateWindow(QWindow &window, const QByteArray &token) {
     if ((window.windowStates() & Qt::WindowMinimized) != 0)
         window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
     window.raise();
-    // Where the toolkit's Wayland side looks for it.
-    if (!token.isEmpty())
+    // Where the toolkit's Wayland side looks for it, and nobody else: other threads read the
+    // environment, which is no place to write to without need.
+    const bool isPassedOn =
+        !token.isEmpty() && QGuiApplication::platformName().startsWith(QStringLiteral("wayland"));
+    if (isPassedOn)
         qputenv("XDG_ACTIVATION_TOKEN", token);
     window.requestActivate();
-    qunsetenv("XDG_ACTIVATION_TOKEN");
+    if (isPassedOn)
+        qunsetenv("XDG_ACTIVATION_TOKEN");
 #ifdef LUMVIK_HAVE_XCB
     xcb_connection_t *connection = displayConnection();
     if (connection == nullptr || window.handle() == nullptr)

@@ -1,0 +1,74 @@
+#include "platform/BusConnector.h"
+
+#include "fakes/PrivateBus.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QDeadlineTimer>
+
+#include <gtest/gtest.h>
+
+namespace lumvik {
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString observerName = QStringLiteral("observer");
+
+template<typename Condition>
+bool eventually(Condition condition) {
+    const QDeadlineTimer deadline(20s);
+    while (!condition() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return condition();
+}
+
+class BusConnectorTest : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(bus.isRunning()); }
+    ~BusConnectorTest() override { QDBusConnection::disconnectFromBus(observerName); }
+
+    /// Connects, with preparations that end in `problem`.
+    void connect(const QString &problem) {
+        connector.connect(context, bus.address(), 10s,
+                          {.prepare =
+                               [this, problem](QDBusConnection &made) {
+                                   address = made.baseService();
+                                   return problem;
+                               },
+                           .connected = [this](const QDBusConnection &) { isConnected = true; },
+                           .failed = [this](const QString &why) { reason = why; }});
+    }
+    [[nodiscard]] bool isOnTheBus() const {
+        return QDBusConnection::connectToBus(bus.address(), observerName)
+            .interface()
+            ->isServiceRegistered(address);
+    }
+
+    const test::PrivateBus bus;
+    QObject context;
+    QString address; // on the bus
+    QString reason;
+    bool isConnected = false;
+    BusConnector connector{QStringLiteral("session bus"), QStringLiteral("test.bus")};
+};
+
+TEST_F(BusConnectorTest, TheConnectionStaysWhenItIsPrepared) {
+    connect({});
+    ASSERT_TRUE(eventually([this] { return isConnected; }));
+    EXPECT_TRUE(isOnTheBus());
+    connector.disconnect();
+    EXPECT_TRUE(eventually([this] { return !isOnTheBus(); }));
+}
+
+TEST_F(BusConnectorTest, TheConnectionEndsWhenItCannotBePrepared) {
+    connect(QStringLiteral("it is full"));
+    ASSERT_TRUE(eventually([this] { return !reason.isEmpty(); }));
+    EXPECT_EQ(reason, QStringLiteral("it is full"));
+    EXPECT_FALSE(isConnected);
+    EXPECT_FALSE(address.isEmpty());
+    EXPECT_TRUE(eventually([this] { return !isOnTheBus(); })) << "it stays for nothing";
+}
+
+} // namespace
+} // namespace lumvik
