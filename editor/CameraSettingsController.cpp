@@ -95,6 +95,8 @@ void CameraSettingsController::show(int selectedRow, bool staysOnTop, const QScr
 }
 
 void CameraSettingsController::bringToFront() {
+    // At the widget, which hears of its window's state only in a later turn.
+    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
     // The request may come from outside the program: the toolkit's own one would be older than that
     // with which the viewer has just come to the front, and would be turned down for it.
     if (QWindow *window = m_window->windowHandle())
