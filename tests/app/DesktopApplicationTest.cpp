@@ -3,16 +3,16 @@
 #include "fakes/CapturingLogSink.h"
 #include "fakes/PrivateBus.h"
 
-#include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QDeadlineTimer>
 #include <QLocalServer>
 #include <QTemporaryDir>
+#include <QtTest/QTest>
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -25,12 +25,8 @@ using Action = LaunchRequest::Action;
 const QString name = QStringLiteral("com.tandrel.Lumvik");
 const QString callerConnection = QStringLiteral("caller");
 
-template<typename Condition>
-bool eventually(Condition condition) {
-    const QDeadlineTimer deadline(20s);
-    while (!condition() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return condition();
+bool eventually(const std::function<bool()> &condition) {
+    return QTest::qWaitFor(condition, 20'000);
 }
 
 class DesktopApplicationTest : public testing::Test {

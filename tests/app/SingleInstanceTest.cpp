@@ -1,14 +1,15 @@
 #include "app/SingleInstance.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QFile>
 #include <QLocalSocket>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QtTest/QTest>
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <future>
 #include <memory>
 #include <optional>
@@ -35,13 +36,8 @@ class SingleInstanceTest : public testing::Test {
         threads.emplace_back(QThread::create(std::move(claim)))->start();
         return outcome;
     }
-    template<typename Condition>
-    static bool eventually(Condition condition) {
-        const QDeadlineTimer deadline(20s);
-        while (!condition() && !deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents,
-                                            10);
-        return condition();
+    static bool eventually(const std::function<bool()> &condition) {
+        return QTest::qWaitFor(condition, 20'000);
     }
     static Outcome outcome(std::future<Outcome> &later) {
         EXPECT_TRUE(eventually([&] { return later.wait_for(0s) == std::future_status::ready; }));

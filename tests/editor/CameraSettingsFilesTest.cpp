@@ -105,37 +105,44 @@ INSTANTIATE_TEST_SUITE_P(
                     BadImport{"NullForAddress", R"({"cameras": [{"name": "a", "url": null}]})"}),
     [](const auto &row) { return std::string(row.param.what); });
 
-TEST_F(CameraSettings, ImportOfAFileThatIsGoneSaysSo) {
-    open({u"a"_s, u"b"_s});
-    panels.chosen = folder.path(u"gone.json"_s);
-    press(window().importButton);
-    expectAlert(u"Could not import cameras"_s,
-                u"The file “gone.json” could not be read: it does not exist."_s);
-    expectNothingChanged(camerasNamed({u"a"_s, u"b"_s}));
+class UnreadableImports : public CameraSettings {
+  protected:
+    void SetUp() override {
+        CameraSettings::SetUp();
+        open({u"a"_s, u"b"_s});
+        panels.chosen = folder.path(u"list.json"_s);
+    }
+    /// Imports what is there, and expects to be told `reason` and to keep the list.
+    void expectRefusal(const QString &reason) {
+        alerts.clear();
+        press(window().importButton);
+        expectAlert(u"Could not import cameras"_s,
+                    u"The file “list.json” could not be read: "_s + reason);
+        expectNothingChanged(camerasNamed({u"a"_s, u"b"_s}));
+    }
+};
+
+TEST_F(UnreadableImports, AFileThatIsGone) {
+    expectRefusal(u"it does not exist."_s);
 }
 
-TEST_F(CameraSettings, ImportOfAFolderSaysSo) {
-    open({u"a"_s, u"b"_s});
-    panels.chosen = folder.path(u"folder.json"_s);
+TEST_F(UnreadableImports, AFolder) {
     ASSERT_TRUE(QDir().mkpath(*panels.chosen));
-    press(window().importButton);
-    expectAlert(u"Could not import cameras"_s,
-                u"The file “folder.json” could not be read: a folder is in its place."_s);
-    expectNothingChanged(camerasNamed({u"a"_s, u"b"_s}));
+    expectRefusal(u"a folder is in its place."_s);
 }
 
-TEST_F(CameraSettings, ImportOfAGibibyteIsRefusedByItsSize) {
-    open({u"a"_s, u"b"_s});
-    panels.chosen = folder.path(u"big.json"_s);
+TEST_F(UnreadableImports, ASocket) {
+    QLocalServer socket;
+    ASSERT_TRUE(socket.listen(*panels.chosen));
+    expectRefusal(u"what is in its place is not a file."_s);
+}
+
+TEST_F(UnreadableImports, WhatIsTooLargeByItsSize) {
     QFile big(*panels.chosen);
     ASSERT_TRUE(big.open(QIODevice::WriteOnly));
     for (const qint64 size : {CameraConfigurationStore::largestDocument + 1, qint64{1} << 30}) {
         ASSERT_TRUE(big.resize(size)); // takes no room on the disk
-        alerts.clear();
-        press(window().importButton);
-        expectAlert(u"Could not import cameras"_s,
-                    u"The file “big.json” could not be read: the file is too large."_s);
-        expectNothingChanged(camerasNamed({u"a"_s, u"b"_s}));
+        expectRefusal(u"the file is too large."_s);
     }
 }
 
@@ -148,17 +155,6 @@ TEST_F(CameraSettings, ImportOfTheLargestDocumentIsRead) {
     press(window().importButton);
     EXPECT_EQ(names(), QStringList(u"x"_s));
     EXPECT_TRUE(alerts.shown().isEmpty());
-}
-
-TEST_F(CameraSettings, ImportOfASocketSaysSo) {
-    open({u"a"_s, u"b"_s});
-    QLocalServer socket;
-    panels.chosen = folder.path(u"socket.json"_s);
-    ASSERT_TRUE(socket.listen(*panels.chosen));
-    press(window().importButton);
-    expectAlert(u"Could not import cameras"_s,
-                u"The file “socket.json” could not be read: what is in its place is not a file."_s);
-    expectNothingChanged(camerasNamed({u"a"_s, u"b"_s}));
 }
 
 TEST_F(CameraSettings, ImportEndsAnEditInProgress) {

@@ -2,11 +2,12 @@
 
 #include "fakes/PrivateBus.h"
 
-#include <QCoreApplication>
 #include <QDBusConnectionInterface>
-#include <QDeadlineTimer>
+#include <QtTest/QTest>
 
 #include <gtest/gtest.h>
+
+#include <functional>
 
 namespace lumvik {
 namespace {
@@ -15,12 +16,8 @@ using namespace std::chrono_literals;
 
 const QString observerName = QStringLiteral("observer");
 
-template<typename Condition>
-bool eventually(Condition condition) {
-    const QDeadlineTimer deadline(20s);
-    while (!condition() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return condition();
+bool eventually(const std::function<bool()> &condition) {
+    return QTest::qWaitFor(condition, 20'000);
 }
 
 class BusConnectorTest : public testing::Test {

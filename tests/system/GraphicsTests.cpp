@@ -16,6 +16,20 @@ using namespace std::chrono_literals;
 
 class GraphicsTest : public ViewerTest {
   protected:
+    /// Starts a camera and the viewer, and gives its window a frame.
+    void startAndPutTo(QRect frame) {
+        ASSERT_TRUE(startListedCamera());
+        ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+        ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
+        ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
+        ASSERT_TRUE(comesToBe(frame));
+    }
+    /// A place counts once the window has stood there for a second.
+    static void letRest() {
+        QElapsedTimer rest;
+        rest.start();
+        ASSERT_TRUE(eventually(10s, [&] { return rest.elapsed() > 1500; }));
+    }
     /// The files that the viewer has mapped, libraries among them.
     [[nodiscard]] QByteArray mappedFiles() const {
         QFile maps(QStringLiteral("/proc/%1/maps").arg(viewer->process().processId()));
@@ -56,12 +70,8 @@ TEST_F(GraphicsTest, TheLogNamesTheDecoderOncePerPlayer) {
 }
 
 TEST_F(GraphicsTest, TheProgramEndsWithItsScreenAndForgetsNothing) {
-    ASSERT_TRUE(startListedCamera());
-    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
     const QRect frame(200, 150, 800, 450);
-    ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
-    ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
-    ASSERT_TRUE(comesToBe(frame));
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
     const QByteArray list = home.readDataFile(QStringLiteral("cameras.json"));
     const QString stored = storedFrame();
     ASSERT_FALSE(stored.isEmpty());
@@ -74,16 +84,9 @@ TEST_F(GraphicsTest, TheProgramEndsWithItsScreenAndForgetsNothing) {
 }
 
 TEST_F(GraphicsTest, ASmallerScreenKeepsTheWindowInSight) {
-    ASSERT_TRUE(startListedCamera());
-    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
     const QRect frame(900, 500, 640, 360);
-    ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
-    ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
-    ASSERT_TRUE(comesToBe(frame));
-    // A place counts once the window has stood there for a second.
-    QElapsedTimer rest;
-    rest.start();
-    ASSERT_TRUE(eventually(10s, [&] { return rest.elapsed() > 1500; }));
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(letRest());
     // The large monitor is unplugged, and a small one is left.
     ASSERT_TRUE(desktop.resize(QSize(800, 600)));
     EXPECT_TRUE(eventually(20s, [this] {
@@ -98,15 +101,9 @@ TEST_F(GraphicsTest, ASmallerScreenKeepsTheWindowInSight) {
 }
 
 TEST_F(GraphicsTest, APlaceChosenOnTheScreenThatIsLeftIsRemembered) {
-    ASSERT_TRUE(startListedCamera());
-    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
     const QRect frame(900, 500, 640, 360);
-    ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
-    ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
-    ASSERT_TRUE(comesToBe(frame));
-    QElapsedTimer rest;
-    rest.start();
-    ASSERT_TRUE(eventually(10s, [&] { return rest.elapsed() > 1500; }));
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(letRest());
     ASSERT_TRUE(desktop.resize(QSize(800, 600)));
     const QRect refuge(800 - 640, 600 - 360, 640, 360);
     ASSERT_TRUE(comesToBe(refuge)) << "it does not come into sight";
