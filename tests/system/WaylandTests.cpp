@@ -15,6 +15,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
 
 #include <unistd.h>
 
@@ -27,6 +29,18 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// How weston's configuration asks for drawing without OpenGL: another way from version 12 on, and
+/// both together are refused.
+QByteArray withoutOpenGl() {
+    QProcess weston;
+    weston.start(QStringLiteral("weston"), {QStringLiteral("--version")});
+    EXPECT_TRUE(weston.waitForFinished(20'000));
+    const QRegularExpression version(QStringLiteral("weston (\\d+)\\."));
+    const auto match = version.match(QString::fromUtf8(weston.readAllStandardOutput()));
+    EXPECT_TRUE(match.hasMatch()) << "weston does not tell its version";
+    return match.captured(1).toInt() >= 12 ? "renderer=pixman" : "use-pixman=true";
+}
+
 class WaylandTest : public testing::Test {
   protected:
     void startSession() {
@@ -36,9 +50,8 @@ class WaylandTest : public testing::Test {
         const QString configuration = runtimeFolder + QStringLiteral("/weston.ini");
         QFile file(configuration);
         ASSERT_TRUE(file.open(QFile::WriteOnly));
-        // The way to ask for drawing without OpenGL differs from version to version.
-        file.write("[core]\nidle-time=0\nuse-pixman=true\nrenderer=pixman\n[shell]\npanel-position="
-                   "none\nlocking=false\nanimation=none\n"
+        file.write("[core]\nidle-time=0\n" + withoutOpenGl() +
+                   "\n[shell]\npanel-position=none\nlocking=false\nanimation=none\n"
                    "background-color=0xff204060\n");
         file.close();
         compositor = std::make_unique<ChildProcess>(QStringLiteral("weston"), environment);
