@@ -296,12 +296,22 @@ TEST_F(SessionBusTest, TheNameGoesWithTheProgram) {
     EXPECT_TRUE(eventually(20s, [this] { return !nameIsOwned(); }));
 }
 
-TEST_F(SecondStartTest, ADeafSessionBusHoldsNobodyUp) {
+/// The session bus accepts connections, and is silent from then on.
+class DeafBusTest : public SecondStartTest {
+  protected:
+    void offerDeafBus() {
+        ASSERT_TRUE(deaf.listen(folder.filePath(QStringLiteral("bus"))));
+        viewerVariables.append({QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                                QStringLiteral("unix:path=") + deaf.fullServerName()});
+    }
+
+  private:
     const QTemporaryDir folder;
     QLocalServer deaf;
-    ASSERT_TRUE(deaf.listen(folder.filePath(QStringLiteral("bus"))));
-    viewerVariables.append({QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                            QStringLiteral("unix:path=") + deaf.fullServerName()});
+};
+
+TEST_F(DeafBusTest, ADeafSessionBusHoldsNobodyUp) {
+    ASSERT_NO_FATAL_FAILURE(offerDeafBus());
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(startAgain({QStringLiteral("--camera-addresses")}));
     ASSERT_NO_FATAL_FAILURE(expectSecondEnds());
@@ -309,12 +319,8 @@ TEST_F(SecondStartTest, ADeafSessionBusHoldsNobodyUp) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(SecondStartTest, ADeafSessionBusHoldsNobodyUpWhoTakesNoName) {
-    const QTemporaryDir folder;
-    QLocalServer deaf;
-    ASSERT_TRUE(deaf.listen(folder.filePath(QStringLiteral("bus"))));
-    viewerVariables.append({QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                            QStringLiteral("unix:path=") + deaf.fullServerName()});
+TEST_F(DeafBusTest, ADeafSessionBusHoldsNobodyUpWhoTakesNoName) {
+    ASSERT_NO_FATAL_FAILURE(offerDeafBus());
     viewerVariables.append({QStringLiteral("LUMVIK_SESSION_BUS"), QStringLiteral("no")});
     // The toolkit would wait for the bus for longer than a start may take.
     ASSERT_NO_FATAL_FAILURE(start());
