@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/NetworkInterfaces.h"
+#include "platform/NetworkInterfaceTable.h"
 #include "platform/NetworkPathMonitor.h"
 
 #include <sys/types.h>

@@ -4,15 +4,12 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
-#include <functional>
-#include <set>
 #include <string>
 #include <tuple>
-#include <utility>
 #include <vector>
 
-struct nlmsghdr;
+// What is known of the machine's network, as plain values, and what follows from it for the viewer.
+// Where the knowledge comes from is NetworkInterfaceTable's business.
 
 namespace lumvik {
 
@@ -90,70 +87,5 @@ struct NetworkState {
 
 /// The four answers for `state`: satisfied if anything is in use, and the kinds of what is in use.
 [[nodiscard]] NetworkPathSignature networkPathSignature(const NetworkState &state);
-
-/// What the kernel's messages do not tell of an interface.
-struct InterfaceFacts {
-    bool isWireless = false;
-    bool isBridge = false;
-    /// Of a bridge: whether a device of the machine is among its ports, or below one of them (a
-    /// port may be a VLAN or a bond).
-    bool bridgesHardware = false;
-};
-
-/// The facts that `folder`, laid out like /sys/class/net, holds about the interface of this name;
-/// none where it does not know the name.
-[[nodiscard]] InterfaceFacts interfaceFactsIn(const std::filesystem::path &folder,
-                                              const std::string &name);
-
-/// The facts that /sys/class/net holds.
-[[nodiscard]] InterfaceFacts systemInterfaceFacts(const std::string &name);
-
-/// Follows the kernel's rtnetlink messages about links, addresses and routes, one at a time.
-///
-/// The same messages announce changes and answer requests for a list. What the table knows and a
-/// complete list does not mention is gone: `beginListing` before the list is asked for and
-/// `endListing` after its last message remove it. Announcements may arrive in between. Belongs to
-/// one thread.
-class NetworkInterfaceTable {
-  public:
-    using FactSource = std::function<InterfaceFacts(const std::string &name)>;
-    enum class Listing { links, addresses, routes };
-
-    /// `factsOf` is asked about an interface at each of its link messages, and about all bridges
-    /// at each link message: what joins or leaves a bridge is announced as a link.
-    explicit NetworkInterfaceTable(FactSource factsOf = systemInterfaceFacts);
-
-    /// Takes one message, of which `nlmsg_len` bytes must be readable. Malformed messages, and
-    /// those about other things, change nothing.
-    void apply(const nlmsghdr &message);
-
-    void beginListing(Listing listing);
-    void endListing();
-
-    [[nodiscard]] const NetworkState &state() const { return m_state; }
-
-  private:
-    struct LinkMessage;
-
-    void applyLink(const nlmsghdr &message);
-    void applyAddress(const nlmsghdr &message);
-    void applyRoute(const nlmsghdr &message);
-    void updateInterface(const LinkMessage &link);
-    void askAboutBridges();
-    void removeInterface(int index);
-    void removeAddress(int index, const InterfaceAddress &address);
-    void removeRoutesOf(int index);
-    void removeRoutesFlushedWith(const NetworkInterface &interface,
-                                 const InterfaceAddress &address);
-    [[nodiscard]] NetworkInterface *find(int index);
-
-    FactSource m_factsOf;
-    NetworkState m_state;
-
-    // What the running listing has not mentioned yet.
-    std::set<int> m_unlistedInterfaces;
-    std::set<std::pair<int, InterfaceAddress>> m_unlistedAddresses;
-    std::set<DefaultRoute> m_unlistedRoutes;
-};
 
 } // namespace lumvik
