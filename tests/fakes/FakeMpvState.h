@@ -1,0 +1,150 @@
+#pragma once
+
+#include "FakeMpv.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+// What stands behind FakeMpv, shared by the class that tests speak to (FakeMpv.cpp) and the
+// library's functions, which the code under test calls (FakeMpvClient.cpp, FakeMpvRenderer.cpp).
+
+namespace lumvik::test {
+
+/// An event in the queue of a handle, with the memory that its data points to.
+struct QueuedEvent {
+    mpv_event_id id = MPV_EVENT_NONE;
+    std::optional<mpv_event_end_file> endFile;
+    std::optional<mpv_log_level> logLevel;
+    std::string name; // of a property, or a message's prefix
+    std::string text; // a message's
+};
+
+/// What a client wants to be called when there are events for it.
+struct WakeupCallback {
+    void (*function)(void *) = nullptr;
+    void *context = nullptr;
+};
+
+} // namespace lumvik::test
+
+/// A handle of the library. Kept after its destruction until the fake goes, so that a later use is
+/// recognised and not just undefined.
+struct mpv_handle {
+    int core = 0;
+    int client = 0; // 0: the core's own handle
+    bool isAlive = true;
+    bool isWaitedFor = false;
+    bool isToWake = false;
+    bool wantsMessages = false;
+    std::set<std::string> observed;
+    std::deque<lumvik::test::QueuedEvent> events;
+    lumvik::test::WakeupCallback wakeup;
+    // What the last mpv_wait_event answered; valid until the next one.
+    lumvik::test::QueuedEvent delivered;
+    mpv_event_log_message deliveredMessage{};
+    mpv_event_property deliveredProperty{};
+    mpv_event answer{};
+
+    [[nodiscard]] std::string description() const {
+        const std::string name = "core " + std::to_string(core);
+        return client == 0 ? name : "client " + std::to_string(client) + " of " + name;
+    }
+};
+
+/// A renderer of the library, kept likewise.
+struct mpv_render_context {
+    int number = 0;
+    int core = 0;
+    bool isAlive = true;
+    mpv_render_update_fn update = nullptr;
+    void *updateContext = nullptr;
+
+    [[nodiscard]] std::string description() const { return "renderer " + std::to_string(number); }
+};
+
+namespace lumvik::test {
+
+/// The fake library's memory. Its members are used with `mutex` held; callbacks are called without.
+struct FakeMpv::State {
+    mutable std::mutex mutex;
+    mutable std::condition_variable changed;
+    std::vector<std::unique_ptr<mpv_handle>> handles;
+    std::vector<std::unique_ptr<mpv_render_context>> renderers;
+    std::vector<MpvCall> calls;
+    std::vector<MpvRenderCall> renderCalls;
+    std::map<std::string, int> commandResults;
+    std::map<std::string, std::int64_t> properties;
+    std::map<std::string, std::string> textProperties;
+    std::map<std::string, int> settingResults; // by the name of what is set
+    std::function<void(const MpvRenderCall &)> painter;
+    int cores = 0;
+    bool createFails = false;
+    bool destructionHangs = false;
+    bool createClientFails = false;
+    int initializeResult = 0;
+    int renderContextCreateResult = 0;
+    int settingResult = 0;
+    bool waitsTimeOut = true;
+    bool frameInfoFails = false;
+    bool frameIsPending = false;
+    std::uint64_t frameInfo = 0;
+
+    mpv_handle *coreHandle(int number) {
+        for (const auto &handle : handles) {
+            if (handle->core == number && handle->client == 0)
+                return handle.get();
+        }
+        return nullptr;
+    }
+    mpv_handle *newestCore() { return coreHandle(cores); }
+
+    mpv_render_context *liveRenderer() {
+        for (const auto &renderer : renderers) {
+            if (renderer->isAlive)
+                return renderer.get();
+        }
+        return nullptr;
+    }
+
+    template<typename Predicate>
+    int count(Predicate predicate) const {
+        return static_cast<int>(
+            std::count_if(handles.begin(), handles.end(), [&](const auto &handle) {
+                return handle->isAlive && predicate(*handle);
+            }));
+    }
+
+    // ---- For the library's functions ----
+
+    /// That of the FakeMpv that lives. A misuse where there is none, and in a callback.
+    static State &current();
+    /// Makes `state` the current one, none where it is null, and answers which one was before.
+    static State *setCurrent(State *state);
+
+    /// What the argument points to, if it may be used; else it is a misuse by `function`.
+    mpv_handle &checked(mpv_handle *handle, const char *function) const;
+    mpv_render_context &checked(mpv_render_context *renderer, const char *function) const;
+    void record(const char *function, const std::string &object,
+                std::vector<std::string> arguments = {});
+};
+
+/// Says what the real library would not survive, and ends the process.
+[[noreturn]] void misuse(const std::string &what);
+
+/// Calls back as libmpv does: on any thread, and with nothing allowed but to post.
+void callBack(void (*function)(void *), void *context);
+
+/// An argument as it is recorded.
+std::string given(const char *text);
+
+} // namespace lumvik::test
