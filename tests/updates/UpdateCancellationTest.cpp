@@ -1,4 +1,5 @@
 #include "UpdateServiceTest.h"
+#include "fakes/HangingResolver.h"
 
 #include <QElapsedTimer>
 #include <QTcpServer>
@@ -7,7 +8,6 @@
 #include <gmock/gmock.h>
 #include <poll.h>
 
-#include <condition_variable>
 #include <thread>
 
 namespace lumvik::test {
@@ -16,43 +16,6 @@ namespace {
 /// How long breaking off may take: a few milliseconds, but this machine may be busy with something
 /// else. Waiting for the toolkit's threads would take five seconds, for the check thirty.
 constexpr qint64 mostMilliseconds = 2'000;
-
-/// A name server that does not answer until it is let go.
-class HangingResolver {
-  public:
-    [[nodiscard]] NameResolver resolver() const {
-        return [shared = m_shared](const std::string &, std::uint16_t) -> LookupResult {
-            std::unique_lock lock(shared->mutex);
-            ++shared->asked;
-            shared->changed.wait(lock, [&] { return shared->isLetGo; });
-            ++shared->answered;
-            shared->changed.notify_all();
-            return {};
-        };
-    }
-    [[nodiscard]] bool isAsked() const {
-        const std::scoped_lock lock(m_shared->mutex);
-        return m_shared->asked > 0;
-    }
-    /// Answers whether all that had asked got an answer.
-    [[nodiscard]] bool letGo() const {
-        std::unique_lock lock(m_shared->mutex);
-        m_shared->isLetGo = true;
-        m_shared->changed.notify_all();
-        return m_shared->changed.wait_for(lock, patience,
-                                          [&] { return m_shared->answered == m_shared->asked; });
-    }
-
-  private:
-    struct Shared {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool isLetGo = false;
-        int asked = 0;
-        int answered = 0;
-    };
-    std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
-};
 
 /// How far a check has come when it is broken off.
 enum class Phase { submitted, lookup, handshake, head, body, posted };
@@ -95,7 +58,7 @@ class InPhase : public UpdateServiceTest,
         case Phase::submitted:
             return true;
         case Phase::lookup:
-            return mainQueue.runUntil([this] { return hanging.isAsked(); }, patience);
+            return mainQueue.runUntil([this] { return hanging.asked() > 0; }, patience);
         case Phase::handshake:
             return mute.waitForNewConnection(
                 static_cast<int>(std::chrono::milliseconds(patience).count()));
@@ -159,7 +122,7 @@ TEST_P(InPhase, AnotherCheckFollowsOneThatIsCancelled) {
     EXPECT_TRUE(mainQueue.runUntil(
         [&] {
             return isOver || (server && server->requests().size() > before) ||
-                   mute.waitForNewConnection(0) || hanging.isAsked();
+                   mute.waitForNewConnection(0) || hanging.asked() > 0;
         },
         patience));
     EXPECT_EQ(delivered, 0);

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "platform/HostLookup.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace lumvik::test {
+
+/// A name server that does not answer until it is let go: a resolver to put in the place of the
+/// system's. What it hands out may outlive it. Usable from any thread.
+///
+///     const HangingResolver hanging;
+///     TcpConnection connection(host, 554, hanging.resolver());
+///     connection.start(queue);
+///     ASSERT_TRUE(hanging.waitUntilAsked());
+///     // ...
+///     EXPECT_TRUE(hanging.letGo());
+class HangingResolver {
+  public:
+    /// What it waits for comes within milliseconds, except on a busy machine.
+    static constexpr std::chrono::seconds patience{30};
+
+    /// Answers every name with `answer`, once it is let go.
+    [[nodiscard]] NameResolver resolver(std::vector<SocketAddress> answer = {}) const {
+        return [shared = m_shared, answer = std::move(answer)](const std::string &,
+                                                               std::uint16_t) -> LookupResult {
+            std::unique_lock lock(shared->mutex);
+            ++shared->asked;
+            shared->changed.notify_all();
+            shared->changed.wait(lock, [&] { return shared->isLetGo; });
+            ++shared->answered;
+            shared->changed.notify_all();
+            return answer;
+        };
+    }
+
+    /// How many look-ups have come so far.
+    [[nodiscard]] int asked() const {
+        const std::scoped_lock lock(m_shared->mutex);
+        return m_shared->asked;
+    }
+    /// Waits for the first look-up; false when none comes. Runs no event loop.
+    [[nodiscard]] bool waitUntilAsked() const {
+        std::unique_lock lock(m_shared->mutex);
+        return m_shared->changed.wait_for(lock, patience, [&] { return m_shared->asked > 0; });
+    }
+    /// Answers all that ask, from now on, and waits until those who have asked are answered; false
+    /// when that does not happen. Runs no event loop.
+    [[nodiscard]] bool letGo() const {
+        std::unique_lock lock(m_shared->mutex);
+        m_shared->isLetGo = true;
+        m_shared->changed.notify_all();
+        return m_shared->changed.wait_for(lock, patience,
+                                          [&] { return m_shared->answered == m_shared->asked; });
+    }
+
+  private:
+    struct Shared {
+        std::mutex mutex;
+        std::condition_variable changed;
+        bool isLetGo = false;
+        int asked = 0;
+        int answered = 0;
+    };
+    std::shared_ptr<Shared> m_shared = std::make_shared<Shared>();
+};
+
+} // namespace lumvik::test
