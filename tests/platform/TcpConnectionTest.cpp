@@ -1,6 +1,6 @@
 #include "TcpConnectionTest.h"
 
-#include <QDir>
+#include "OpenDescriptors.h"
 
 #include <gmock/gmock.h>
 
@@ -10,10 +10,6 @@ namespace lumvik::test {
 namespace {
 
 using testing::ElementsAre;
-
-int openDescriptors() {
-    return static_cast<int>(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files).size());
-}
 
 TEST_F(TcpConnectionTest, IsReadyWhenTheHostListensAndSendsNothing) {
     LocalPort port(LocalPort::Behaviour::listening);
