@@ -1,7 +1,11 @@
 #include "CameraUnderTest.h"
 
+#include "RtspConversation.h"
+
 #include <QDeadlineTimer>
 #include <QTest>
+
+#include <gtest/gtest.h>
 
 namespace lumvik::test {
 
@@ -58,6 +62,18 @@ QString CameraUnderTest::readLine() {
             break;
     }
     return QString::fromUtf8(m_process.readLine()).trimmed();
+}
+
+std::unique_ptr<RtspConversation> watch(const CameraUnderTest &camera) {
+    auto watcher = std::make_unique<RtspConversation>(camera.url());
+    EXPECT_TRUE(watcher->connectToServer());
+    EXPECT_EQ(watcher->play(), 200);
+    EXPECT_TRUE(waitUntil([&] { return watcher->pictures() >= 3; }));
+    return watcher;
+}
+
+QStringList words(const char *line) {
+    return QString::fromLatin1(line).split(QLatin1Char(' '));
 }
 
 } // namespace lumvik::test

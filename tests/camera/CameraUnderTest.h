@@ -6,8 +6,11 @@
 #include <QUrl>
 
 #include <functional>
+#include <memory>
 
 namespace lumvik::test {
+
+class RtspConversation;
 
 /// Runs the event loop until `isDone` or the deadline; answers whether it was done.
 [[nodiscard]] bool waitUntil(const std::function<bool()> &isDone, int milliseconds = 10000);
@@ -41,6 +44,12 @@ class CameraUnderTest {
     QProcess m_process;
     QUrl m_url;
 };
+
+/// A conversation whose stream plays and has shown pictures.
+[[nodiscard]] std::unique_ptr<RtspConversation> watch(const CameraUnderTest &camera);
+
+/// Arguments as they are written in a command line, parted by single spaces.
+[[nodiscard]] QStringList words(const char *line);
 
 /// The path of the program under test.
 [[nodiscard]] QString cameraProgram();

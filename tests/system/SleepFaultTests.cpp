@@ -2,14 +2,9 @@
 
 #include "Eventually.h"
 #include "SleepFaultTest.h"
+#include "fakes/DeafBus.h"
 
 #include <QDir>
-
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <cstring>
 
 namespace lumvik::test {
 namespace {
@@ -81,34 +76,9 @@ TEST_F(BlindTest, WithoutABusTheViewerRunsAsEver) {
     expectViewerRunsAsEver(QStringLiteral("there is no system bus"));
 }
 
-/// A bus that accepts connections and says nothing.
-class DeafBus {
-  public:
-    DeafBus() : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        const QByteArray path = QFile::encodeName(m_folder.filePath(QStringLiteral("bus")));
-        std::memcpy(address.sun_path, path.constData(), static_cast<std::size_t>(path.size()));
-        const bool listens =
-            ::bind(m_socket, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0 &&
-            ::listen(m_socket, 8) == 0;
-        EXPECT_TRUE(listens) << "no socket at " << path.toStdString();
-    }
-    DeafBus(const DeafBus &) = delete;
-    DeafBus &operator=(const DeafBus &) = delete;
-    ~DeafBus() { ::close(m_socket); }
-
-    [[nodiscard]] QString address() const {
-        return QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus"));
-    }
-
-  private:
-    QTemporaryDir m_folder;
-    int m_socket;
-};
-
 TEST_F(BlindTest, WithADeafBusTheViewerRunsAsEver) {
     const DeafBus deaf;
+    ASSERT_TRUE(deaf.isThere());
     viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), deaf.address()}};
     expectViewerRunsAsEver(QStringLiteral("the system bus does not answer"));
     ASSERT_FALSE(HasFatalFailure());
@@ -117,6 +87,7 @@ TEST_F(BlindTest, WithADeafBusTheViewerRunsAsEver) {
 
 TEST_F(BlindTest, WithADeafBusTheViewerEndsWhileItStillWaitsForAnAnswer) {
     const DeafBus deaf;
+    ASSERT_TRUE(deaf.isThere());
     viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), deaf.address()}};
     startViewer();
     ASSERT_FALSE(HasFatalFailure());

@@ -1,0 +1,123 @@
+#include "LogindSleepMonitorTest.h"
+#include "fakes/DeafBus.h"
+
+#include <QElapsedTimer>
+
+// Buses and login managers that are absent, mute, or start again.
+
+namespace lumvik::test {
+namespace {
+
+TEST_F(LogindSleepMonitorTest, SaysOnceThatThereIsNoBus) {
+    LogindSleepMonitor monitor(QStringLiteral("unix:path=/nonexistent/bus;unix:abstract=nowhere"));
+    start(monitor);
+    ASSERT_TRUE(eventually([this] { return !log.lines().isEmpty(); }));
+    EXPECT_TRUE(never([this] { return log.lines().size() != 1; }));
+    EXPECT_EQ(log.lines().constFirst(),
+              (LoggedLine{LogLevel::info, QStringLiteral("lifecycle"),
+                          QStringLiteral("Sleep cannot be noticed on this system: "
+                                         "there is no system bus.")}));
+}
+
+TEST_F(LogindSleepMonitorTest, TakesTheFirstBusThatAnswers) {
+    LogindSleepMonitor monitor(QStringLiteral("unix:path=/nonexistent/bus;") + bus.address());
+    startHolding(monitor);
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(LogindSleepMonitorTest, TakesTheSystemBusFromTheEnvironment) {
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+    LogindSleepMonitor monitor;
+    qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    startHolding(monitor);
+}
+
+TEST_F(LogindSleepMonitorTest, ABusThatSaysNothingHoldsNobodyUp) {
+    for (const DeafBus::Queue queue : {DeafBus::Queue::open, DeafBus::Queue::full}) {
+        const DeafBus deaf(queue);
+        ASSERT_TRUE(deaf.isThere());
+        QElapsedTimer elapsed;
+        elapsed.start();
+        {
+            LogindSleepMonitor monitor(deaf.address());
+            start(monitor);
+            EXPECT_LT(elapsed.elapsed(), 2000) << "starting";
+            // Others' use of a bus is not held up either.
+            LogindDouble other(bus.address());
+            EXPECT_TRUE(never([this] { return !log.lines().isEmpty(); }));
+            elapsed.start();
+        }
+        EXPECT_LT(elapsed.elapsed(), 2000) << "ending";
+    }
+}
+
+TEST_F(LogindSleepMonitorTest, SaysThatTheBusDoesNotAnswer) {
+    const DeafBus deaf;
+    ASSERT_TRUE(deaf.isThere());
+    LogindSleepMonitor monitor(deaf.address(), std::chrono::milliseconds(100));
+    start(monitor);
+    ASSERT_TRUE(eventually([this] { return !log.lines().isEmpty(); }));
+    EXPECT_EQ(log.lines().constFirst().text,
+              QStringLiteral("Sleep cannot be noticed on this system: "
+                             "the system bus does not answer."));
+}
+
+TEST_F(LogindSleepMonitorTest, SaysOnceThatThereIsNoLoginManagerAndTakesOneUpThatAppears) {
+    logind.reset();
+    LogindSleepMonitor monitor(bus.address());
+    start(monitor);
+    ASSERT_TRUE(eventually([this] { return !log.lines().isEmpty(); }));
+    EXPECT_EQ(log.lines().constFirst(),
+              (LoggedLine{LogLevel::info, QStringLiteral("lifecycle"),
+                          QStringLiteral("Sleep cannot be noticed on this system: "
+                                         "there is no login manager.")}));
+    logind = std::make_unique<LogindDouble>(bus.address());
+    ASSERT_TRUE(eventually([&] { return isHeld(monitor); }));
+    logind->announceSleep();
+    ASSERT_TRUE(eventually([this] { return sleeps == 1; }));
+    EXPECT_TRUE(lastDelay);
+    EXPECT_EQ(log.lines().size(), 1);
+}
+
+TEST_F(LogindSleepMonitorTest, TakesAnInhibitorFromALoginManagerThatStartsAgain) {
+    LogindSleepMonitor monitor(bus.address());
+    startHolding(monitor);
+    logind.reset();
+    logind = std::make_unique<LogindDouble>(bus.address());
+    ASSERT_TRUE(eventually([&] { return isHeld(monitor); }));
+    logind->announceSleep();
+    ASSERT_TRUE(eventually([this] { return sleeps == 1; }));
+    lastDelay.reset();
+    EXPECT_TRUE(eventually([this] { return logind->openInhibitors() == 0; }));
+    logind->announceWake();
+    EXPECT_TRUE(eventually([this] { return wakes == 1; }));
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(LogindSleepMonitorTest, ALoginManagerThatStartsAgainBeforeItGrantsIsAskedAgain) {
+    logind->setBehaviour(Behaviour::hesitating);
+    LogindSleepMonitor monitor(bus.address());
+    start(monitor);
+    ASSERT_TRUE(eventually([this] { return logind->requests().size() == 1; }));
+    logind.reset();
+    logind = std::make_unique<LogindDouble>(bus.address());
+    EXPECT_TRUE(eventually([this] { return logind->openInhibitors() == 1; }));
+    EXPECT_TRUE(never([this] { return !log.lines().isEmpty(); }));
+}
+
+TEST_F(LogindSleepMonitorTest, WakesWhenTheLoginManagerThatAnnouncedTheSleepStartsAgain) {
+    LogindSleepMonitor monitor(bus.address());
+    startHolding(monitor);
+    logind->announceSleep();
+    ASSERT_TRUE(eventually([this] { return sleeps == 1; }));
+    lastDelay.reset();
+    logind.reset();
+    EXPECT_TRUE(never([this] { return wakes != 0; }));
+    logind = std::make_unique<LogindDouble>(bus.address());
+    EXPECT_TRUE(eventually([this] { return wakes == 1; }));
+    EXPECT_TRUE(eventually([this] { return logind->openInhibitors() == 1; }));
+    EXPECT_EQ(logind->requests().size(), 1);
+}
+
+} // namespace
+} // namespace lumvik::test
