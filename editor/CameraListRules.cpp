@@ -130,9 +130,8 @@ int selectionAfterSaving(int selected, const CameraList &before, const CameraLis
         const auto same = after.indexOf(shown);
         if (same >= 0)
             return static_cast<int>(same);
-        const QCollator names = nameOrder();
         const auto alike = std::find_if(after.begin(), after.end(), [&](const Camera &each) {
-            return names.compare(each.name, shown.name) == 0;
+            return namesAreAlike(each.name, shown.name);
         });
         if (alike != after.end())
             return static_cast<int>(alike - after.begin());

@@ -61,8 +61,8 @@ validatedCameras(const CameraList &cameras);
 [[nodiscard]] int destinationOfDrop(int source, int gap);
 
 /// Which camera is shown after a list was saved: the one that was shown before, `selected` in
-/// `before`, or else the first with its name, or else the one in its place. `after` has at least
-/// one camera; `selected` may be anything.
+/// `before`, or else the first whose name is like its own, or else the one in its place. `after`
+/// has at least one camera; `selected` may be anything.
 [[nodiscard]] int selectionAfterSaving(int selected, const CameraList &before,
                                        const CameraList &after);
 
