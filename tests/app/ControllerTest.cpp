@@ -3,6 +3,8 @@
 #include <QQuickWindow>
 #include <QTest>
 
+#include <utility>
+
 namespace lumvik::test {
 
 namespace {
@@ -92,6 +94,21 @@ void ControllerTest::reportVideo(std::int64_t width, std::int64_t height, std::i
     mpv.setProperty("video-params/rotate", rotation);
     mpv.sendPropertyChange("video-params");
     queue.runPending();
+}
+
+void ControllerTest::whilePlaybackIsBarred(const std::function<void(const char *why)> &check) {
+    access().isClosingViewer() = true;
+    check("closing");
+    access().isClosingViewer() = false;
+    access().systemIsSleeping() = true;
+    check("sleeping");
+    access().systemIsSleeping() = false;
+    access().networkPathIsSatisfied() = false;
+    check("no path");
+    access().networkPathIsSatisfied() = true;
+    const CameraList cameras = std::exchange(access().cameras(), {});
+    check("no camera");
+    access().cameras() = cameras;
 }
 
 QStringList ControllerTest::errors() const {

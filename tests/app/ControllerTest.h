@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -50,6 +51,11 @@ class ControllerTest : public testing::Test {
 
     /// Makes the engine report a video of this shape, and lets the news arrive.
     void reportVideo(std::int64_t width, std::int64_t height, std::int64_t rotation = 0);
+
+    /// Calls `check` in each of the conditions in which nothing may be played, with that one's
+    /// name: while the viewer closes, while the machine sleeps, without a network path, without a
+    /// camera. Afterwards all is as it was.
+    void whilePlaybackIsBarred(const std::function<void(const char *why)> &check);
 
     /// Brings what the pump's thread has submitted to the controller.
     [[nodiscard]] bool runUntil(const std::function<bool()> &predicate) {

@@ -167,23 +167,10 @@ TEST_F(PreflightTest, AnswerAndFallbackTogetherStartOnePlayer) {
 TEST_F(PreflightTest, RequestsAreRefusedWhenNothingMayStart) {
     launchAndPlay(threeCameras());
     queue.runPending();
-    const auto refuses = [&](const char *why) {
+    whilePlaybackIsBarred([&](const char *why) {
         delegate->requestLocalNetworkAccessAndStart();
         EXPECT_EQ(network.connections.size(), 1U) << why;
-    };
-    access().isClosingViewer() = true;
-    refuses("closing");
-    access().isClosingViewer() = false;
-    access().systemIsSleeping() = true;
-    refuses("sleeping");
-    access().systemIsSleeping() = false;
-    access().networkPathIsSatisfied() = false;
-    refuses("no path");
-    access().networkPathIsSatisfied() = true;
-    const CameraList cameras = access().cameras();
-    access().cameras().clear();
-    refuses("no camera");
-    access().cameras() = cameras;
+    });
     delegate->requestLocalNetworkAccessAndStart();
     EXPECT_EQ(network.connections.size(), 2U);
 }

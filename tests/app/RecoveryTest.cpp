@@ -120,7 +120,7 @@ TEST_F(RecoveryTest, FirstRequestWinsWhateverTheSecondAsksFor) {
 }
 
 TEST_F(RecoveryTest, RequestsAreRefusedWithoutATrace) {
-    const auto refuses = [&](const char *why) {
+    whilePlaybackIsBarred([&](const char *why) {
         const QStringList before = playbackLog();
         const State state = access().playbackState();
         fail();
@@ -128,20 +128,7 @@ TEST_F(RecoveryTest, RequestsAreRefusedWithoutATrace) {
         EXPECT_EQ(access().playbackState(), state) << why;
         EXPECT_EQ(access().playbackRetryCount(), 0) << why;
         EXPECT_EQ(access().playbackRetry(), nullptr) << why;
-    };
-    access().isClosingViewer() = true;
-    refuses("closing");
-    access().isClosingViewer() = false;
-    access().systemIsSleeping() = true;
-    refuses("sleeping");
-    access().systemIsSleeping() = false;
-    access().networkPathIsSatisfied() = false;
-    refuses("no path");
-    access().networkPathIsSatisfied() = true;
-    const CameraList cameras = access().cameras();
-    access().cameras().clear();
-    refuses("no camera");
-    access().cameras() = cameras;
+    });
     fail();
     EXPECT_EQ(access().playbackRetryCount(), 1);
 }

@@ -2,6 +2,7 @@
 
 #include "Eventually.h"
 #include "NameFaultTest.h"
+#include "fakes/Named.h"
 
 namespace lumvik::test {
 namespace {
@@ -94,21 +95,19 @@ TEST_F(NameFaultTest, SwitchingAwayFromANameThatIsLookedUpHoldsNobodyUp) {
 /// at the end of every test.
 enum class Moment { probeLooksUp, engineLooksUp };
 
-class QuitInLookupTest : public NameFaultTest, public testing::WithParamInterface<Moment> {};
+constexpr Named<Moment> moments[] = {{Moment::probeLooksUp, "OfThePreflight"},
+                                     {Moment::engineLooksUp, "OfTheEngine"}};
+
+class QuitInLookupTest : public NameFaultTest, public testing::WithParamInterface<Named<Moment>> {};
 
 TEST_P(QuitInLookupTest, ViewerEndsInTime) {
     ASSERT_NO_FATAL_FAILURE(startNetworkWithDeafNameServer("timeout:30 attempts:2"));
     home.writeCameras({{QStringLiteral("Named"), named(deafName)}});
     ASSERT_NO_FATAL_FAILURE(startSmallViewer());
-    ASSERT_TRUE(logTells({GetParam() == Moment::probeLooksUp ? probing : loading}, 0, 10s));
+    ASSERT_TRUE(logTells({GetParam().value == Moment::probeLooksUp ? probing : loading}, 0, 10s));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, QuitInLookupTest,
-                         testing::Values(Moment::probeLooksUp, Moment::engineLooksUp),
-                         [](const testing::TestParamInfo<Moment> &moment) {
-                             return moment.param == Moment::probeLooksUp ? "OfThePreflight"
-                                                                         : "OfTheEngine";
-                         });
+INSTANTIATE_TEST_SUITE_P(All, QuitInLookupTest, testing::ValuesIn(moments), nameOfParameter);
 
 } // namespace
 } // namespace lumvik::test

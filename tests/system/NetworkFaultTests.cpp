@@ -2,6 +2,7 @@
 
 #include "Eventually.h"
 #include "NetworkFaultTest.h"
+#include "fakes/Named.h"
 
 #include <fcntl.h>
 #include <linux/if_tun.h>
@@ -145,17 +146,23 @@ enum class Moment {
     playerStarts,      ///< A moment later, while the new connection is made.
 };
 
+constexpr Named<Moment> moments[] = {{Moment::interfaceGoesDown, "WhenTheInterfaceGoesDown"},
+                                     {Moment::interfaceIsDown, "WhileTheInterfaceIsDown"},
+                                     {Moment::attemptIsDue, "WhileAnAttemptIsDue"},
+                                     {Moment::playerStarts, "WhileThePlayerStarts"}};
+
 class QuitWithoutNetworkTest : public NetworkFaultTest,
-                               public testing::WithParamInterface<Moment> {};
+                               public testing::WithParamInterface<Named<Moment>> {};
 
 TEST_P(QuitWithoutNetworkTest, ViewerEndsInTime) {
+    const Moment moment = GetParam().value;
     ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
     const qsizetype mark = viewer->logMark();
     ASSERT_TRUE(interfaceDown.begin(network));
-    if (GetParam() == Moment::interfaceGoesDown)
+    if (moment == Moment::interfaceGoesDown)
         return;
     ASSERT_TRUE(logTells({pathLost}, mark, 3s));
-    if (GetParam() == Moment::interfaceIsDown) {
+    if (moment == Moment::interfaceIsDown) {
         expectThroughout(3s, [&] { return nothingScheduled(mark); });
         return;
     }
@@ -164,25 +171,10 @@ TEST_P(QuitWithoutNetworkTest, ViewerEndsInTime) {
         QStringLiteral("ip address del %1/24 dev viewer0").arg(CameraNetwork::viewerAddress)));
     ASSERT_TRUE(network.viewer().run(QStringLiteral("ip address add 192.0.2.3/24 dev viewer0")));
     ASSERT_TRUE(interfaceDown.end(network));
-    ASSERT_TRUE(logTells({GetParam() == Moment::attemptIsDue ? anyScheduling : probing}, mark, 5s));
+    ASSERT_TRUE(logTells({moment == Moment::attemptIsDue ? anyScheduling : probing}, mark, 5s));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, QuitWithoutNetworkTest,
-                         testing::Values(Moment::interfaceGoesDown, Moment::interfaceIsDown,
-                                         Moment::attemptIsDue, Moment::playerStarts),
-                         [](const testing::TestParamInfo<Moment> &moment) {
-                             switch (moment.param) {
-                             case Moment::interfaceGoesDown:
-                                 return "WhenTheInterfaceGoesDown";
-                             case Moment::interfaceIsDown:
-                                 return "WhileTheInterfaceIsDown";
-                             case Moment::attemptIsDue:
-                                 return "WhileAnAttemptIsDue";
-                             case Moment::playerStarts:
-                                 break;
-                             }
-                             return "WhileThePlayerStarts";
-                         });
+INSTANTIATE_TEST_SUITE_P(All, QuitWithoutNetworkTest, testing::ValuesIn(moments), nameOfParameter);
 
 } // namespace
 } // namespace lumvik::test

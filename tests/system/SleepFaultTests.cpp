@@ -3,6 +3,7 @@
 #include "Eventually.h"
 #include "SleepFaultTest.h"
 #include "fakes/DeafBus.h"
+#include "fakes/Named.h"
 
 #include <QDir>
 
@@ -99,40 +100,31 @@ TEST_F(BlindTest, WithADeafBusTheViewerEndsWhileItStillWaitsForAnAnswer) {
 /// at the end of every test.
 enum class Moment { sleepIsAnnounced, asleep, attemptIsDue, playerStarts };
 
-class QuitInSleepTest : public SleepFaultTest, public testing::WithParamInterface<Moment> {};
+constexpr Named<Moment> moments[] = {{Moment::sleepIsAnnounced, "WhenSleepIsAnnounced"},
+                                     {Moment::asleep, "WhileAsleep"},
+                                     {Moment::attemptIsDue, "WhileAnAttemptIsDue"},
+                                     {Moment::playerStarts, "WhileThePlayerStarts"}};
+
+class QuitInSleepTest : public SleepFaultTest, public testing::WithParamInterface<Named<Moment>> {};
 
 TEST_P(QuitInSleepTest, ViewerEndsInTime) {
+    const Moment moment = GetParam().value;
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     const qsizetype mark = viewer->logMark();
-    if (GetParam() == Moment::sleepIsAnnounced) {
+    if (moment == Moment::sleepIsAnnounced) {
         logind->announceSleep();
         return;
     }
     ASSERT_NO_FATAL_FAILURE(fallAsleep());
-    if (GetParam() == Moment::asleep) {
+    if (moment == Moment::asleep) {
         EXPECT_TRUE(always(2s, [&] { return bool{nothingScheduled(mark)}; }));
         return;
     }
     logind->announceWake();
-    ASSERT_TRUE(logTells({GetParam() == Moment::attemptIsDue ? anyScheduling : probing}, mark, 5s));
+    ASSERT_TRUE(logTells({moment == Moment::attemptIsDue ? anyScheduling : probing}, mark, 5s));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, QuitInSleepTest,
-                         testing::Values(Moment::sleepIsAnnounced, Moment::asleep,
-                                         Moment::attemptIsDue, Moment::playerStarts),
-                         [](const testing::TestParamInfo<Moment> &moment) {
-                             switch (moment.param) {
-                             case Moment::sleepIsAnnounced:
-                                 return "WhenSleepIsAnnounced";
-                             case Moment::asleep:
-                                 return "WhileAsleep";
-                             case Moment::attemptIsDue:
-                                 return "WhileAnAttemptIsDue";
-                             case Moment::playerStarts:
-                                 break;
-                             }
-                             return "WhileThePlayerStarts";
-                         });
+INSTANTIATE_TEST_SUITE_P(All, QuitInSleepTest, testing::ValuesIn(moments), nameOfParameter);
 
 } // namespace
 } // namespace lumvik::test

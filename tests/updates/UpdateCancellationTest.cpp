@@ -1,5 +1,6 @@
 #include "UpdateServiceTest.h"
 #include "fakes/HangingResolver.h"
+#include "fakes/Named.h"
 
 #include <QElapsedTimer>
 #include <QTcpServer>
@@ -20,18 +21,17 @@ constexpr qint64 mostMilliseconds = 2'000;
 /// How far a check has come when it is broken off.
 enum class Phase { submitted, lookup, handshake, head, body, posted };
 
-constexpr std::pair<Phase, const char *> phases[] = {
-    {Phase::submitted, "Submitted"}, {Phase::lookup, "Lookup"}, {Phase::handshake, "Handshake"},
-    {Phase::head, "Head"},           {Phase::body, "Body"},     {Phase::posted, "Posted"}};
+constexpr Named<Phase> phases[] = {{Phase::submitted, "Submitted"}, {Phase::lookup, "Lookup"},
+                                   {Phase::handshake, "Handshake"}, {Phase::head, "Head"},
+                                   {Phase::body, "Body"},           {Phase::posted, "Posted"}};
 
-class InPhase : public UpdateServiceTest,
-                public testing::WithParamInterface<std::pair<Phase, const char *>> {
+class InPhase : public UpdateServiceTest, public testing::WithParamInterface<Named<Phase>> {
   protected:
     ~InPhase() override { EXPECT_TRUE(hanging.letGo()); }
 
     /// Makes the service and begins a check that stays in the phase of the test.
     void beginCheck() {
-        const Phase phase = GetParam().first;
+        const Phase phase = GetParam().value;
         if (phase == Phase::lookup)
             resolver = hanging.resolver();
         if (phase == Phase::handshake) {
@@ -54,7 +54,7 @@ class InPhase : public UpdateServiceTest,
     }
 
     [[nodiscard]] bool hasComeToPhase() {
-        switch (GetParam().first) {
+        switch (GetParam().value) {
         case Phase::submitted:
             return true;
         case Phase::lookup:
@@ -145,14 +145,13 @@ TEST_P(InPhase, LettingGoOfACheckDoesNotCancelIt) {
     beginCheck();
     check.reset();
     EXPECT_EQ(held.use_count(), 2);
-    const Phase phase = GetParam().first;
+    const Phase phase = GetParam().value;
     if (phase == Phase::submitted || phase == Phase::posted) {
         EXPECT_TRUE(mainQueue.runUntil([this] { return delivered == 1; }, patience));
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Phases, InPhase, testing::ValuesIn(phases),
-                         [](const auto &phase) { return phase.param.second; });
+INSTANTIATE_TEST_SUITE_P(Phases, InPhase, testing::ValuesIn(phases), nameOfParameter);
 
 // ---- More than one check ----
 
