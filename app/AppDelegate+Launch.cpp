@@ -13,6 +13,7 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , localNetworkProbeQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".local-network"))
     , networkPathQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".network-path"))
     , networkPathMonitor(environment.makeNetworkPathMonitor())
+    , sleepHold(environment.mainQueue)
     , updateService(environment.makeUpdateService()) {}
 
 AppDelegate::~AppDelegate() {
@@ -115,7 +116,7 @@ void AppDelegate::stopEverything() {
     cancelLocalNetworkProbe();
     if (updateCheckTask)
         updateCheckTask->cancel();
-    allowSleep();
+    sleepHold.release();
     stopPlayerEngine();
 }
 

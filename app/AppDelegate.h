@@ -15,6 +15,7 @@
 #include "platform/SerialQueue.h"
 #include "supervision/PlaybackSupervisorState.h"
 #include "supervision/RecoverySchedule.h"
+#include "supervision/SleepHold.h"
 #include "viewer/CameraPicker.h"
 #include "viewer/DraggableContentView.h"
 #include "viewer/EmptyStateLabel.h"
@@ -35,13 +36,6 @@
 #include <optional>
 
 namespace lumvik {
-
-/// A request for an attempt at recovery.
-struct PlaybackRecovery {
-    QString reason; ///< For the log.
-    RecoveryUrgency urgency = RecoveryUrgency::afterBackOff;
-    PlayerRecreation recreation = PlayerRecreation::ifDue;
-};
 
 /// Whether a window takes the shape of what it is to show.
 enum class WindowReshaping { keepFrame, reshape };
@@ -331,7 +325,6 @@ class AppDelegate final : public QObject {
     void startPlaybackWatchdog();
     void hideStalePicture();
     void endOfStreamMayHaveBeenReached();
-    [[nodiscard]] bool streamHasEnded() const;
 
     // supervision/AppDelegate+Preflight.cpp
     void startOrReload();
@@ -339,8 +332,6 @@ class AppDelegate final : public QObject {
 
     // supervision/AppDelegate+Sleep.cpp
     void holdSleepUntilStopped(SleepMonitor::SleepDelay delay);
-    [[nodiscard]] bool playerIsIdle() const;
-    void allowSleep();
 
     AppEnvironment environment;
     std::unique_ptr<MainMenu> mainMenu; // before the window, whose strip refers to it
@@ -394,8 +385,7 @@ class AppDelegate final : public QObject {
     std::optional<NetworkPathSignature> networkPathSignature;
     bool networkPathIsSatisfied = true; // until told otherwise: a launch waits for no update
     bool systemIsSleeping = false;
-    SleepMonitor::SleepDelay sleepDelay;       // held until the stream has stopped
-    std::shared_ptr<WorkItem> sleepDelayLimit; // or this has come
+    SleepHold sleepHold; // until the stream has stopped
 
     // The editor, while it is open; and one that has closed but may still be at work.
     std::unique_ptr<CameraSettingsController> settingsController;

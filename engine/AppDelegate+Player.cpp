@@ -120,7 +120,7 @@ void AppDelegate::stopPlayerEngine() {
     if (handle != nullptr)
         playerTeardown.destroy(handle);
     playbackState = PlaybackSupervisorState::stopped;
-    allowSleep(); // there is no stream any more that it could wait for
+    sleepHold.release(); // there is no stream any more that it could wait for
 }
 
 void AppDelegate::loadCamera(int index) {

@@ -30,4 +30,10 @@ namespace lumvik {
     return value;
 }
 
+/// Whether the property is set; no where it has no value now.
+[[nodiscard]] inline bool flagProperty(mpv_handle *player, const char *name) {
+    int value = 0;
+    return mpv_get_property(player, name, MPV_FORMAT_FLAG, &value) >= 0 && value != 0;
+}
+
 } // namespace lumvik

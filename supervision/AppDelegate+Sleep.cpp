@@ -1,9 +1,10 @@
 // Sleep and wake: connections die across sleep, so playback is parked before and made anew after.
 
 #include "app/AppDelegate.h"
+#include "engine/PlayerProperties.h"
 #include "platform/LumvikLog.h"
 
-#include <QPointer>
+#include <utility>
 
 namespace lumvik {
 
@@ -15,23 +16,14 @@ constexpr double longestSleepDelay = 2;
 } // namespace
 
 void AppDelegate::holdSleepUntilStopped(SleepMonitor::SleepDelay delay) {
-    allowSleep(); // of a sleep that was announced before
+    sleepHold.release(); // from a sleep that was announced before
     // Asked before the stop: from then on the engine calls itself idle, with the stream still open.
-    const bool hasStream = mpv != nullptr && !playerIsIdle();
+    const bool hasStream = mpv != nullptr && !flagProperty(mpv, "idle-active");
     systemWillSleep();
     if (isClosingViewer || !hasStream)
         return;
-    sleepDelay = std::move(delay);
-    // The end of the stream drops the delay; this is for an engine that never reports it.
-    sleepDelayLimit = environment.mainQueue.after(longestSleepDelay, [self = QPointer(this)] {
-        if (self)
-            self->sleepDelay.reset();
-    });
-}
-
-bool AppDelegate::playerIsIdle() const {
-    int idle = 0;
-    return mpv_get_property(mpv, "idle-active", MPV_FORMAT_FLAG, &idle) >= 0 && idle != 0;
+    // The end of the stream lets go of it; the limit is for an engine that never reports it.
+    sleepHold.keep(std::move(delay), longestSleepDelay);
 }
 
 void AppDelegate::systemWillSleep() {
@@ -54,7 +46,7 @@ void AppDelegate::systemDidWake() {
         return;
     LumvikLog::lifecycle().log(
         QStringLiteral("The Mac woke; scheduling a fresh camera connection."));
-    allowSleep();
+    sleepHold.release();
     systemIsSleeping = false;
     // Whether its sleep was announced or not, what stands there is of before it, and without a
     // network it would stand there until that is back.
@@ -63,14 +55,6 @@ void AppDelegate::systemDidWake() {
     schedulePlaybackRecovery({.reason = QStringLiteral("system wake"),
                               .urgency = RecoveryUrgency::immediate,
                               .recreation = PlayerRecreation::forced});
-}
-
-void AppDelegate::allowSleep() {
-    if (sleepDelayLimit) {
-        sleepDelayLimit->cancel();
-        sleepDelayLimit.reset();
-    }
-    sleepDelay.reset();
 }
 
 } // namespace lumvik

@@ -38,7 +38,7 @@ void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::PlaybackRestart>) {
                 log.debug(QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::EndFile>) {
-                allowSleep(); // where sleep waited for the stream to stop
+                sleepHold.release(); // where sleep waited for the stream to stop
                 if (!isExpectedEnd(report.reason))
                     streamDidEnd(report);
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::Shutdown>) {

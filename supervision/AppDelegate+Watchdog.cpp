@@ -9,6 +9,14 @@
 
 namespace lumvik {
 
+namespace {
+
+bool streamHasEnded(mpv_handle *player) {
+    return flagProperty(player, "eof-reached");
+}
+
+} // namespace
+
 void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     if (generation != playerGeneration || mpv == nullptr || isClosingViewer || systemIsSleeping)
         return;
@@ -57,7 +65,7 @@ void AppDelegate::evaluatePlaybackHealth() {
                              .now = environment.mainQueue.now(),
                              .lastCameraLoad = lastCameraLoad,
                              .lastFrameRenderedAt = lastFrameRenderedAt,
-                             .streamHasEnded = isPlaying && streamHasEnded()})) {
+                             .streamHasEnded = isPlaying && streamHasEnded(mpv)})) {
     case PlaybackVerdict::healthy:
         break;
     case PlaybackVerdict::engineStopped:
@@ -88,13 +96,8 @@ void AppDelegate::endOfStreamMayHaveBeenReached() {
     // What is known of a stream that is being replaced is of no interest any more.
     if (isClosingViewer || systemIsSleeping || mpv == nullptr || !videoHost->expectsPicture())
         return;
-    if (streamHasEnded())
+    if (streamHasEnded(mpv))
         streamDidEnd({.reason = MPV_END_FILE_REASON_EOF, .error = 0});
-}
-
-bool AppDelegate::streamHasEnded() const {
-    int ended = 0;
-    return mpv_get_property(mpv, "eof-reached", MPV_FORMAT_FLAG, &ended) >= 0 && ended != 0;
 }
 
 } // namespace lumvik

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <cstdint>
 
 namespace lumvik {
@@ -12,6 +14,13 @@ enum class RecoveryUrgency { afterBackOff, immediate };
 enum class PlayerRecreation {
     ifDue,  ///< Reloads the camera; every third attempt in a row makes a new instance instead.
     forced, ///< Makes a new instance.
+};
+
+/// A request for an attempt at recovery.
+struct PlaybackRecovery {
+    QString reason; ///< For the log.
+    RecoveryUrgency urgency = RecoveryUrgency::afterBackOff;
+    PlayerRecreation recreation = PlayerRecreation::ifDue;
 };
 
 /// One attempt at recovery: when, and what it does.

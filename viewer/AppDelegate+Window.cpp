@@ -223,7 +223,7 @@ void AppDelegate::windowWillClose() {
         qFatal("The selection generations are used up.");
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
-    allowSleep();
+    sleepHold.release();
     stopPlayerEngine();
     closePopUpMenus();
     cameraMenuIsOpen = false;
