@@ -10,40 +10,59 @@ namespace lumvik {
 
 namespace {
 
-/// Lets the first click on a menu count that was opened by a key before the pointer had ever been
-/// seen.
+/// Knows where the pointer was when a menu opened, and keeps the menu from two errors about it.
 ///
-/// A menu ignores a click where the pointer already was when it opened: that is the second half of
-/// a double-click on what opened it. It asks the toolkit for that place, which is beyond all
-/// numbers until a pointer has moved over the program; the distance to it overflows, and from
-/// Qt 6.8 on a mouse that arrives in one motion, or a finger, finds its click ignored wherever it
-/// is. More than six motions count as a move in any case. So before a click that is elsewhere than
-/// the pointer was, the menu is told often enough that the pointer is where it is.
+/// A click would not count: a menu ignores one where the pointer already was when it opened, since
+/// that is the second half of a double-click on what opened it. It asks the toolkit for that place,
+/// which is beyond all numbers until a pointer has moved over the program; the distance to it
+/// overflows, and from Qt 6.8 on a mouse that arrives in one motion, or a finger, finds its click
+/// ignored wherever it is. More than six motions count as a move in any case. So before a click
+/// that is elsewhere than the pointer was, the menu is told often enough that the pointer is where
+/// it is.
+///
+/// The active row would be lost: under Wayland, from Qt 6.8 on, a menu that was opened by a press
+/// hears that the pointer left it although it never was there, and the arrow keys would begin at
+/// the first row instead of at the active one.
 class PointerAtOpening : public QObject {
   public:
     void watch(QMenu &menu) {
         m_place = QCursor::pos();
+        m_wasInside = false;
         menu.installEventFilter(this);
     }
 
-    bool eventFilter(QObject *menu, QEvent *event) override {
-        if (event->type() != QEvent::MouseButtonPress)
+    bool eventFilter(QObject *object, QEvent *event) override {
+        auto &menu = static_cast<QMenu &>(*object);
+        switch (event->type()) {
+        case QEvent::MouseMove:
+            if (menu.rect().contains(static_cast<QMouseEvent *>(event)->position().toPoint()))
+                m_wasInside = true;
             return false;
-        const auto &press = static_cast<const QMouseEvent &>(*event);
+        case QEvent::Leave:
+            return !m_wasInside;
+        case QEvent::MouseButtonPress:
+            tellThatItMoved(menu, static_cast<QMouseEvent &>(*event));
+            return false;
+        default:
+            return false;
+        }
+    }
+
+  private:
+    void tellThatItMoved(QMenu &menu, const QMouseEvent &press) {
         const QPoint moved = press.globalPosition().toPoint() - m_place;
         if (moved.manhattanLength() <= QApplication::startDragDistance())
-            return false;
+            return;
         constexpr int motionsThatCount = 7;
         for (int motion = 0; motion < motionsThatCount; ++motion) {
             QMouseEvent move(QEvent::MouseMove, press.position(), press.globalPosition(),
                              Qt::NoButton, Qt::NoButton, press.modifiers());
-            QCoreApplication::sendEvent(menu, &move);
+            QCoreApplication::sendEvent(&menu, &move);
         }
-        return false;
     }
 
-  private:
     QPoint m_place; // on the screen
+    bool m_wasInside = false;
 };
 
 } // namespace

@@ -1,12 +1,11 @@
 #include "viewer/ScreenChangeMemory.h"
 
-#include "viewer/WindowFrame.h"
-
+#include <algorithm>
 #include <utility>
 
 namespace lumvik {
 
-void ScreenChangeMemory::frameRested(const QRect &frame) {
+void ScreenChangeMemory::frameRested(const QRect &frame, const QList<QRect> &screens) {
     if (m_home) {
         // A window manager may let it come to rest a little smaller, in its video's shape.
         if (!std::exchange(m_refugeWasReached, true) && m_refuge.contains(frame))
@@ -14,19 +13,22 @@ void ScreenChangeMemory::frameRested(const QRect &frame) {
         if (frame == m_refuge)
             return;
     }
-    frameGiven(frame);
+    frameGiven(frame, screens);
 }
 
-void ScreenChangeMemory::frameGiven(const QRect &frame) {
+void ScreenChangeMemory::frameGiven(const QRect &frame, const QList<QRect> &screens) {
     m_home.reset();
     m_rested = frame;
+    const bool isWhole = std::any_of(screens.begin(), screens.end(),
+                                     [&](const QRect &screen) { return screen.contains(frame); });
+    m_shownPart = isWhole ? ShownPart::all : ShownPart::enoughToHold;
 }
 
 std::optional<QRect> ScreenChangeMemory::screensChanged(const QList<QRect> &screens) {
     const std::optional<QRect> own = m_home ? m_home : m_rested;
     if (!own)
         return std::nullopt;
-    const QRect place = frameOnScreens(*own, screens);
+    const QRect place = frameOnScreens(*own, screens, m_shownPart);
     if (place == *own) {
         m_home.reset();
     } else {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "viewer/WindowFrame.h"
+
 #include <QList>
 #include <QRect>
 
@@ -7,15 +9,17 @@
 
 namespace lumvik {
 
-/// Where a window belongs when screens come and go: on a screen that is there, and back where it
-/// was once that place is there again, unless it was given another place meanwhile. In points.
+/// Where a window belongs when screens come and go, or get another size in points with another
+/// scale: on a screen that is there, and back where it was once that place is there again, unless
+/// it was given another place meanwhile. What was to be seen whole is to be seen whole elsewhere.
+/// In points; `screens` are the areas of the screens there are.
 class ScreenChangeMemory {
   public:
     /// The window has stood here for a while.
-    void frameRested(const QRect &frame);
+    void frameRested(const QRect &frame, const QList<QRect> &screens);
 
     /// The window was given this frame on purpose, which is its own place from now on.
-    void frameGiven(const QRect &frame);
+    void frameGiven(const QRect &frame, const QList<QRect> &screens);
 
     /// Where the window belongs on the screens there are now; nothing as long as none of its places
     /// is known.
@@ -26,6 +30,7 @@ class ScreenChangeMemory {
 
   private:
     std::optional<QRect> m_rested; // the last frame that was not for want of a screen
+    ShownPart m_shownPart = ShownPart::enoughToHold; // of that frame
     std::optional<QRect> m_home;
     QRect m_refuge; // where it stands instead
     bool m_refugeWasReached = false;

@@ -59,7 +59,7 @@ void ScreenFollower::frameRested() {
     if (!frame)
         return;
     const bool hadHome = home().has_value();
-    m_memory.frameRested(*frame);
+    m_memory.frameRested(*frame, availableAreas());
     if (hadHome && !home())
         m_window.homeWasGivenUp();
 }

@@ -33,7 +33,7 @@ class ScreenFollower final : public QObject {
     /// To be told of every move and size of the window.
     void frameHasChanged() { m_rested.start(); }
     /// The program gives the window this frame, which is its own place from now on.
-    void frameWasGiven(const QRect &frame) { m_memory.frameGiven(frame); }
+    void frameWasGiven(const QRect &frame) { m_memory.frameGiven(frame, availableAreas()); }
 
     /// The window's own place while it stands elsewhere for want of the screen; else nothing.
     [[nodiscard]] std::optional<QRect> home() const { return m_memory.home(); }

@@ -71,7 +71,7 @@ std::optional<QRect> frameFromString(const QString &text) {
     return frameFromCaptures(plain.match(text));
 }
 
-QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens) {
+QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens, ShownPart part) {
     if (screens.isEmpty())
         return frame;
     const auto overlap = [&](const QRect &screen) {
@@ -84,9 +84,10 @@ QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens) {
                           [&](const QRect &a, const QRect &b) { return overlap(a) < overlap(b); });
     const bool fits = frame.width() <= screen.width() && frame.height() <= screen.height();
     const QSize shown = screen.intersected(frame).size();
-    const QSize needed = leastOverlap.boundedTo(frame.size());
-    const bool canBeHeld = shown.width() >= needed.width() && shown.height() >= needed.height();
-    if (fits && canBeHeld)
+    const QSize needed =
+        part == ShownPart::all ? frame.size() : leastOverlap.boundedTo(frame.size());
+    const bool showsEnough = shown.width() >= needed.width() && shown.height() >= needed.height();
+    if (fits && showsEnough)
         return frame;
 
     QRect moved(frame.topLeft(),

@@ -21,11 +21,18 @@ namespace lumvik {
 /// of X11).
 [[nodiscard]] std::optional<QRect> frameFromString(const QString &text);
 
-/// Where a remembered frame goes on the screens there are now: itself where at least 48 × 24 points
-/// of it, enough to take hold of, lie on one of them and it is no larger than that one; else, made
-/// smaller with its shape kept if need be, the nearest place wholly on the screen it overlaps most,
-/// or on the first one. With no screens `frame` itself.
-[[nodiscard]] QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens);
+/// How much of a frame has to lie on one screen.
+enum class ShownPart {
+    enoughToHold, ///< 48 × 24 points, for the user to take hold of the window
+    all,
+};
+
+/// Where a frame goes on the screens there are now: itself where the part of it that has to be
+/// shown lies on one of them and it is no larger than that one; else, made smaller with its shape
+/// kept if need be, the nearest place wholly on the screen it overlaps most, or on the first one.
+/// With no screens `frame` itself.
+[[nodiscard]] QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens,
+                                   ShownPart part = ShownPart::enoughToHold);
 
 /// A frame of `size` in the middle of `area`; a larger size is reduced to the area with its shape
 /// kept.

@@ -58,6 +58,26 @@ TEST_F(PickerTest, OtherMenusAreNotThePickers) {
     EXPECT_TRUE(access().cameraMenuIsOpen());
 }
 
+TEST_F(PickerTest, ThePointersLeavingCountsOnceItWasInTheMenu) {
+    access().cameraPicker()->openMenu();
+    QMenu *menu = openMenu();
+    ASSERT_NE(menu, nullptr);
+    const QAction *selected = menu->actions().at(0);
+    ASSERT_EQ(menu->activeAction(), selected);
+    const auto leave = [menu] {
+        QEvent leaving(QEvent::Leave);
+        QCoreApplication::sendEvent(menu, &leaving);
+    };
+    leave();
+    EXPECT_EQ(menu->activeAction(), selected) << "it never was there";
+    const QPointF inside = menu->actionGeometry(menu->actions().at(1)).center();
+    QMouseEvent move(QEvent::MouseMove, inside, menu->mapToGlobal(inside), Qt::NoButton,
+                     Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(menu, &move);
+    leave();
+    EXPECT_EQ(menu->activeAction(), nullptr);
+}
+
 TEST_F(PickerTest, ChosenCameraIsLoadedAndRemembered) {
     clickItem(2);
     EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 2);

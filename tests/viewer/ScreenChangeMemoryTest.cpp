@@ -21,19 +21,19 @@ TEST_F(ScreenChangeMemoryTest, BeforeTheFirstRestNothingIsKnown) {
 }
 
 TEST_F(ScreenChangeMemoryTest, AWindowWhoseScreenStaysIsNotMoved) {
-    memory.frameRested(onLaptop);
+    memory.frameRested(onLaptop, {laptop, monitor});
     EXPECT_EQ(memory.screensChanged({laptop}), onLaptop);
     EXPECT_EQ(memory.home(), std::nullopt);
 }
 
 TEST_F(ScreenChangeMemoryTest, GoesToAScreenThatIsThereAndComesBack) {
-    memory.frameRested(onMonitor);
+    memory.frameRested(onMonitor, {laptop, monitor});
     const auto refuge = memory.screensChanged({laptop});
     ASSERT_TRUE(refuge);
     EXPECT_TRUE(laptop.contains(*refuge));
     EXPECT_EQ(refuge->size(), onMonitor.size());
     EXPECT_EQ(memory.home(), onMonitor);
-    memory.frameRested(*refuge);
+    memory.frameRested(*refuge, {laptop});
     EXPECT_EQ(memory.home(), onMonitor) << "it rests there for want of its screen";
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), onMonitor);
     EXPECT_EQ(memory.home(), std::nullopt);
@@ -41,7 +41,7 @@ TEST_F(ScreenChangeMemoryTest, GoesToAScreenThatIsThereAndComesBack) {
 
 TEST_F(ScreenChangeMemoryTest, AWindowThatIsTooLargeGetsItsSizeBack) {
     const QRect large(1400, 100, 1920, 1080);
-    memory.frameRested(large);
+    memory.frameRested(large, {laptop, monitor});
     const auto refuge = memory.screensChanged({laptop});
     ASSERT_TRUE(refuge);
     EXPECT_TRUE(laptop.contains(*refuge));
@@ -49,46 +49,70 @@ TEST_F(ScreenChangeMemoryTest, AWindowThatIsTooLargeGetsItsSizeBack) {
 }
 
 TEST_F(ScreenChangeMemoryTest, APlaceGivenMeanwhileCounts) {
-    memory.frameRested(onMonitor);
+    memory.frameRested(onMonitor, {laptop, monitor});
     ASSERT_TRUE(memory.screensChanged({laptop}));
-    memory.frameRested(onLaptop);
+    memory.frameRested(onLaptop, {laptop});
     EXPECT_EQ(memory.home(), std::nullopt);
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), onLaptop);
 }
 
 TEST_F(ScreenChangeMemoryTest, AFrameGivenOnPurposeCountsAtOnce) {
-    memory.frameRested(onMonitor);
+    memory.frameRested(onMonitor, {laptop, monitor});
     const auto refuge = memory.screensChanged({laptop});
     ASSERT_TRUE(refuge);
-    memory.frameGiven(*refuge);
+    memory.frameGiven(*refuge, {laptop});
     EXPECT_EQ(memory.home(), std::nullopt);
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), refuge);
 }
 
 TEST_F(ScreenChangeMemoryTest, AWindowManagerMayLetItRestALittleSmaller) {
-    memory.frameRested(onMonitor);
+    memory.frameRested(onMonitor, {laptop, monitor});
     const auto refuge = memory.screensChanged({laptop});
     ASSERT_TRUE(refuge);
     const QRect smaller = refuge->adjusted(0, 4, 0, -4);
-    memory.frameRested(smaller);
+    memory.frameRested(smaller, {laptop});
     EXPECT_EQ(memory.home(), onMonitor);
-    memory.frameRested(smaller);
+    memory.frameRested(smaller, {laptop});
     EXPECT_EQ(memory.home(), onMonitor);
     // Once it has come to rest there, another frame is somebody's choice.
-    memory.frameRested(*refuge);
+    memory.frameRested(*refuge, {laptop});
     EXPECT_EQ(memory.home(), std::nullopt);
 }
 
 TEST_F(ScreenChangeMemoryTest, SeveralChangesOnTheWayLeadHomeAllTheSame) {
-    memory.frameRested(onMonitor);
+    memory.frameRested(onMonitor, {laptop, monitor});
     ASSERT_TRUE(memory.screensChanged({laptop}));
     ASSERT_TRUE(memory.screensChanged({QRect(0, 0, 800, 600)}));
     ASSERT_TRUE(memory.screensChanged({laptop}));
     EXPECT_EQ(memory.screensChanged({monitor}), onMonitor);
 }
 
+TEST_F(ScreenChangeMemoryTest, WhatWasToBeSeenWholeIsToBeSeenWholeOnASmallerScreen) {
+    // As when the scale is doubled, which leaves a screen half as many points.
+    const QRect place(700, 300, 560, 315);
+    memory.frameRested(place, {laptop});
+    const QRect doubled(0, 0, 640, 400);
+    EXPECT_EQ(memory.screensChanged({doubled}), QRect(80, 85, 560, 315));
+    EXPECT_EQ(memory.home(), place);
+    EXPECT_EQ(memory.screensChanged({laptop}), place);
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
+TEST_F(ScreenChangeMemoryTest, WhatHungOverAnEdgeMayDoSoOnASmallerScreen) {
+    const QRect place(1000, 300, 560, 315);
+    memory.frameRested(place, {laptop});
+    EXPECT_EQ(memory.screensChanged({QRect(0, 0, 1100, 800)}), place);
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
+TEST_F(ScreenChangeMemoryTest, WhatSpansTwoScreensMayBeCutWhenOneGoes) {
+    const QRect place(1200, 300, 560, 315);
+    memory.frameRested(place, {laptop, monitor});
+    EXPECT_EQ(memory.screensChanged({laptop}), place);
+}
+
 TEST_F(ScreenChangeMemoryTest, WithoutAnyScreenTheFrameIsKept) {
-    memory.frameRested(onMonitor);
+    memory.frameRested(onMonitor, {laptop, monitor});
     EXPECT_EQ(memory.screensChanged({}), onMonitor);
 }
 

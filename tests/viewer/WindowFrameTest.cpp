@@ -87,8 +87,21 @@ TEST(FrameOnScreens, JudgesByTheScreenThatHoldsMostOfTheFrame) {
     EXPECT_EQ(frameOnScreens({780, 0, 1120, 630}, screens), QRect(780, 0, 1120, 630));
 }
 
+TEST(FrameOnScreens, ShowsAllOfAFrameWhereThatIsAskedFor) {
+    const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 1920, 1080}};
+    const auto whole = [&](const QRect &frame) {
+        return frameOnScreens(frame, screens, ShownPart::all);
+    };
+    EXPECT_EQ(whole({1120, 730, 480, 270}), QRect(1120, 730, 480, 270));
+    EXPECT_EQ(whole({1121, 730, 480, 270}), QRect(1120, 730, 480, 270));
+    EXPECT_EQ(whole({100, -1, 480, 270}), QRect(100, 0, 480, 270));
+    EXPECT_EQ(whole({1400, 100, 480, 270}), QRect(1600, 100, 480, 270));
+    EXPECT_EQ(whole({10, 10, 20, 10}), QRect(10, 10, 20, 10));
+}
+
 TEST(FrameOnScreens, KeepsTheFrameWithoutAnyScreen) {
     EXPECT_EQ(frameOnScreens({5000, 0, 480, 270}, {}), QRect(5000, 0, 480, 270));
+    EXPECT_EQ(frameOnScreens({5000, 0, 480, 270}, {}, ShownPart::all), QRect(5000, 0, 480, 270));
 }
 
 TEST(CentredFrame, LiesInTheMiddle) {
