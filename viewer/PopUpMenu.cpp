@@ -33,19 +33,15 @@ class PointerAtOpening : public QObject {
 
     bool eventFilter(QObject *object, QEvent *event) override {
         auto &menu = static_cast<QMenu &>(*object);
-        switch (event->type()) {
-        case QEvent::MouseMove:
-            if (menu.rect().contains(static_cast<QMouseEvent *>(event)->position().toPoint()))
-                m_wasInside = true;
-            return false;
-        case QEvent::Leave:
+        if (event->type() == QEvent::Leave)
             return !m_wasInside;
-        case QEvent::MouseButtonPress:
+        if (event->type() == QEvent::MouseMove) {
+            const QPoint place = static_cast<QMouseEvent *>(event)->position().toPoint();
+            m_wasInside = m_wasInside || menu.rect().contains(place);
+        } else if (event->type() == QEvent::MouseButtonPress) {
             tellThatItMoved(menu, static_cast<QMouseEvent &>(*event));
-            return false;
-        default:
-            return false;
         }
+        return false;
     }
 
   private:
