@@ -7,7 +7,6 @@
 #include <QAccessibleObject>
 #include <QAccessibleWidget>
 #include <QAction>
-#include <QApplication>
 #include <QMenu>
 #include <QPointer>
 #include <QVariant>
@@ -143,8 +142,7 @@ class AccessibleMenuItem final : public AccessibleWithActions<QAccessibleObject>
             item(),
             [item = item()] {
                 closePopUpMenus();
-                // An alert that waits for the user comes first, as for the pointer.
-                if (QApplication::activeModalWidget() == nullptr)
+                if (!alertWaits())
                     item->trigger(); // which does nothing to a disabled one
             },
             Qt::QueuedConnection);

@@ -132,7 +132,12 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
         }
         // In a later turn: what it does may show an alert, and the caller waits for the answer.
         QMetaObject::invokeMethod(
-            control(), [control = control()] { control->performClick(); }, Qt::QueuedConnection);
+            control(),
+            [control = control()] {
+                if (!alertWaits())
+                    control->performClick();
+            },
+            Qt::QueuedConnection);
     }
 
   private:
@@ -169,7 +174,7 @@ class AccessibleMenuStrip final : public AccessibleWithActions<AccessibleItem> {
 
     QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
     void doAction(const QString &name) override {
-        if (isValid() && actionNames().contains(name))
+        if (isValid() && actionNames().contains(name) && !alertWaits())
             strip()->openMenu(0);
     }
     QStringList keyBindingsForAction(const QString &) const override {

@@ -1,6 +1,7 @@
 #include "ControllerTest.h"
 
 #include <QAccessible>
+#include <QDialog>
 #include <QtTest/QTest>
 
 namespace lumvik::test {
@@ -76,6 +77,29 @@ TEST_F(AccessibilityTest, PinCanBePressed) {
     pin->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
     EXPECT_TRUE(QTest::qWaitFor([this] { return access().stayOnTopButton()->isOn(); }));
     EXPECT_EQ(access().window()->level(), WindowLevel::floating);
+}
+
+TEST_F(AccessibilityTest, AnAlertComesBeforeWhatIsPressed) {
+    const auto press = [](QObject *object) {
+        QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(object);
+        interface->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTest::qWait(0); // what is pressed acts in a later turn
+    };
+    QAction *quit = access().mainMenu()->menus().first()->actions().last();
+    QDialog alert;
+    alert.setModal(true);
+    alert.show();
+    press(access().stayOnTopButton());
+    press(access().mainMenuStrip());
+    press(quit);
+    EXPECT_FALSE(access().stayOnTopButton()->isOn());
+    EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
+    EXPECT_EQ(terminations, 0);
+    alert.close();
+    press(access().stayOnTopButton());
+    EXPECT_TRUE(access().stayOnTopButton()->isOn());
+    press(quit);
+    EXPECT_EQ(terminations, 1);
 }
 
 TEST_F(AccessibilityTest, ControlsAreFoundFromTheWindow) {

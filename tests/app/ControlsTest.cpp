@@ -137,6 +137,18 @@ TEST_F(ControlsTest, FollowThePointer) {
     EXPECT_FALSE(access().viewerControlsAreVisible());
 }
 
+TEST_F(ControlsTest, FadeForAFifthOfASecondFastAtTheEndOutOfSight) {
+    launch(threeCameras());
+    show(true, true);
+    EXPECT_EQ(access().viewerControlFade().duration(), 200);
+    // It eases out on the way in, and in on the way out: the controls are faint only shortly.
+    EXPECT_GT(access().viewerControlFade().easingCurve().valueForProgress(0.5), 0.5);
+    ASSERT_TRUE(eventually([&] { return allAreShown(); }));
+    show(false, true);
+    EXPECT_EQ(access().viewerControlFade().duration(), 200);
+    EXPECT_LT(access().viewerControlFade().easingCurve().valueForProgress(0.5), 0.5);
+}
+
 TEST_F(ControlsTest, FadeInAndOutAndAreHiddenOnlyAfterwards) {
     launch(threeCameras());
     show(true, true);

@@ -194,6 +194,19 @@ TEST_F(KeyboardTest, IsLeftWhenAnotherProgramIsUsed) {
     EXPECT_FALSE(controlsAreWanted());
 }
 
+TEST_F(KeyboardTest, MainMenuOpensWhereThereIsNoRoomForItsStrip) {
+    launchActive(threeCameras());
+    access().window()->setMinimumSize({100, 100});
+    access().window()->setContentAspectRatio({});
+    resizeWindow({280, 400});
+    ASSERT_FALSE(access().mainMenuStrip()->isVisible());
+    press(Qt::Key_F10);
+    EXPECT_EQ(openMenu(), access().mainMenu()->menus().first());
+    QTest::keyClick(openMenu(), Qt::Key_Escape);
+    EXPECT_EQ(openMenu(), nullptr);
+    EXPECT_FALSE(access().mainMenuStrip()->isVisible());
+}
+
 TEST_F(KeyboardTest, KeysOfTheMainMenuWorkOnEveryControl) {
     launchActive(threeCameras());
     walkTo(u"Stay on Top"_s);

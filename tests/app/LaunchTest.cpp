@@ -1,6 +1,8 @@
 #include "ControllerTest.h"
 
+#include <QDialog>
 #include <QEventLoop>
+#include <QGuiApplication>
 #include <QPointer>
 #include <QTimer>
 
@@ -125,6 +127,14 @@ TEST_F(LaunchTest, ResigningActiveHidesTheControls) {
     EXPECT_FALSE(access().viewerControlsAreVisible());
 }
 
+TEST_F(LaunchTest, ResigningActiveClosesTheMainMenu) {
+    launch(threeCameras());
+    access().mainMenuStrip()->openMenu(1);
+    ASSERT_TRUE(access().mainMenuStrip()->menuIsOpen());
+    delegate->applicationDidResignActive();
+    EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
+}
+
 TEST_F(LaunchTest, ResigningActiveDoesNothingWhileTheViewerCloses) {
     launch(threeCameras());
     access().pointerIsOverViewer() = true;
@@ -161,6 +171,20 @@ TEST_F(LaunchTest, WhatTheProgramsOwnStartOpensIsFreedWhenItCloses) {
     program.exec();
     EXPECT_TRUE(wasOpen);
     EXPECT_FALSE(editor) << "with it, its addresses and passwords stay in memory";
+}
+
+TEST_F(LaunchTest, AnotherStartBringsTheOpenAlertToTheFront) {
+    launch(threeCameras());
+    QDialog alert;
+    alert.setModal(true);
+    alert.show();
+    access().window()->requestActivate();
+    ASSERT_TRUE(
+        eventually([this] { return QGuiApplication::focusWindow() == access().window().get(); }));
+    EXPECT_TRUE(delegate->handleLaunchRequest({LaunchRequest::Action::showCameraAddresses, {}}));
+    EXPECT_TRUE(eventually([&] { return QGuiApplication::focusWindow() == alert.windowHandle(); }));
+    queue.runPending();
+    EXPECT_EQ(access().settingsController(), nullptr) << "the alert comes first";
 }
 
 TEST_F(LaunchTest, AnotherStartIsNotServedWhileTheProgramEnds) {

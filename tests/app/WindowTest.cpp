@@ -154,6 +154,23 @@ TEST_F(WindowTest, ClosingStopsThePlayerAndEndsTheSelection) {
     EXPECT_EQ(terminations, 1);
 }
 
+TEST_F(WindowTest, ClosingLeavesNothingThatCouldStartAPlayer) {
+    launchAndPlay(threeCameras());
+    delegate->toggleFocusArea();
+    ASSERT_TRUE(access().interactionView()->isSelectingFocusArea());
+    mpv.sendEndFile(MPV_END_FILE_REASON_ERROR, MPV_ERROR_LOADING_FAILED);
+    ASSERT_TRUE(runUntil([this] { return access().playbackRetry() != nullptr; }));
+    ASSERT_NE(access().playbackWatchdog(), nullptr);
+    delegate->closeCameraViewer();
+    EXPECT_FALSE(access().interactionView()->isSelectingFocusArea());
+    EXPECT_EQ(access().playbackWatchdog(), nullptr);
+    EXPECT_EQ(access().playbackRetry(), nullptr);
+    EXPECT_EQ(access().localNetworkProbe(), nullptr);
+    mpv.forgetCalls();
+    queue.advance(120);
+    EXPECT_EQ(mpv.position("mpv_create"), -1);
+}
+
 TEST_F(WindowTest, ClosingTwiceCountsOnce) {
     launchAndPlay(threeCameras());
     delegate->closeCameraViewer();

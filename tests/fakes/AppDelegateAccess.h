@@ -31,6 +31,7 @@ struct AppDelegateAccess {
     [[nodiscard]] auto &viewerControlsAreVisible() const {
         return delegate.viewerControlsAreVisible;
     }
+    [[nodiscard]] auto &viewerControlFade() const { return delegate.viewerControlFade; }
     [[nodiscard]] auto &cameras() const { return delegate.cameras; }
     [[nodiscard]] auto &mpv() const { return delegate.mpv; }
     [[nodiscard]] auto &mpvEventLoop() const { return delegate.mpvEventLoop; }

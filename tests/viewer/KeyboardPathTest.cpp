@@ -93,6 +93,23 @@ TEST_F(KeyboardPathTest, ReachesTheControlThatIsAskedFor) {
     EXPECT_EQ(path.current(), &below) << "one that cannot be used";
 }
 
+TEST_F(KeyboardPathTest, ForgetsWhatWasAskedForWhenTheKeyboardGoesElsewhere) {
+    QWindow first;
+    QWindow second;
+    const auto activate = [](QWindow &other) {
+        other.show();
+        other.requestActivate();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    };
+    ASSERT_NO_FATAL_FAILURE(activate(first));
+    window.hide();
+    path.reach(right); // which the window cannot get the keyboard for
+    ASSERT_NE(QGuiApplication::focusWindow(), &window);
+    ASSERT_NO_FATAL_FAILURE(activate(second));
+    ASSERT_NO_FATAL_FAILURE(activate(window));
+    EXPECT_EQ(path.current(), nullptr);
+}
+
 TEST_F(KeyboardPathTest, ControlThatIsHiddenOrDisabledLosesTheKeyboardForGood) {
     walked(Direction::forwards, 1);
     left.setEnabled(false);
