@@ -1,0 +1,90 @@
+// The program in a session of Wayland's that offers X11 programs a server, which is what most
+// desktops do.
+
+#include "Eventually.h"
+#include "Pixels.h"
+#include "WaylandTest.h"
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class XWaylandTest : public WaylandTest {
+  protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(startSession(XWayland::offered));
+        ASSERT_NO_FATAL_FAILURE(startCamera());
+        ASSERT_NO_FATAL_FAILURE(startViewer());
+        start = shownPicture();
+        ASSERT_FALSE(HasFailure());
+    }
+    [[nodiscard]] ViewerControls controls() const { return ViewerControls(start.size()); }
+    /// Shows the controls and clicks into the middle of one.
+    void clickControl(QRect inWindow) {
+        ASSERT_NO_FATAL_FAILURE(showControls(start));
+        pointer.moveTo(inWindow.translated(start.topLeft()).center());
+        pointer.click();
+    }
+
+    QRect start; // where the window is at first
+};
+
+TEST_F(XWaylandTest, IsPreferred) {
+    EXPECT_TRUE(hasMapped("libqxcb.so"));
+    EXPECT_FALSE(hasMapped("libqwayland-generic.so"));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(XWaylandTest, ThePictureMovesTheWindow) {
+    drag({90, 60});
+    EXPECT_TRUE(eventually(20s, [&] {
+        const QPoint moved = windowArea().topLeft() - start.topLeft();
+        return moved.x() > 60 && moved.y() > 30;
+    })) << "it does not follow the pointer";
+    EXPECT_EQ(windowArea().size(), start.size());
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(XWaylandTest, ThePinIsOffered) {
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
+    EXPECT_TRUE(
+        eventually(20s, [this] { return home.preference(QStringLiteral("staysOnTop")).toBool(); }));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(XWaylandTest, ACameraIsChosenByThePointerAndByTheKeyboard) {
+    const QRect picker = controls().picker().translated(start.topLeft());
+    const auto selected = [this] {
+        return home.preference(QStringLiteral("selectedCameraIndex")).toInt();
+    };
+    // Two rows of the menu lie here when it is open, and colour bars when it is not.
+    const QRect place(picker.left(), picker.bottom() + 12, picker.width(), 30);
+    const QImage bars = screen.area(place);
+    const auto open = [&] {
+        ASSERT_NO_FATAL_FAILURE(clickControl(controls().picker()));
+        ASSERT_TRUE(eventually(20s, [&] {
+            return shareOfDifferentPixels(screen.area(place), bars) > 0.5;
+        })) << "the menu does not open";
+    };
+    ASSERT_NO_FATAL_FAILURE(open());
+    keyboard.press(QStringLiteral("Down"));
+    keyboard.press(QStringLiteral("Return"));
+    EXPECT_TRUE(eventually(20s, [&] { return selected() == 1; }))
+        << "the arrow keys choose nothing";
+    ASSERT_NO_FATAL_FAILURE(open());
+    // To the upper one of the rows; the session's pointer may repeat the last step.
+    pointer.glideTo(QPoint(place.center().x(), place.top() + 8), 16);
+    pointer.click();
+    EXPECT_TRUE(eventually(20s, [&] { return selected() == 0; })) << "the pointer chooses nothing";
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(XWaylandTest, ClosesByItsButton) {
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().close()));
+    ASSERT_TRUE(viewer->waitForExit(20s));
+    EXPECT_EQ(viewer->exitStatus(), 0);
+}
+
+} // namespace
+} // namespace lumvik::test
