@@ -35,14 +35,14 @@ QByteArray withoutOpenGl() {
 
 } // namespace
 
-void WaylandTest::startSession(XWayland xWayland) {
+void WaylandTest::startSession(XWayland xWayland, int idleTime) {
     ASSERT_TRUE(desktop.start());
     QProcessEnvironment environment = home.environment(desktop.environment());
     const QString runtimeFolder = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
     const QString configuration = runtimeFolder + QStringLiteral("/weston.ini");
     QFile file(configuration);
     ASSERT_TRUE(file.open(QFile::WriteOnly));
-    file.write("[core]\nidle-time=0\n" + withoutOpenGl() +
+    file.write("[core]\nidle-time=" + QByteArray::number(idleTime) + '\n' + withoutOpenGl() +
                (xWayland == XWayland::offered ? "\nxwayland=true" : "") +
                "\n[shell]\npanel-position=none\nlocking=false\nanimation=none\n"
                "background-color=0xff204060\n");

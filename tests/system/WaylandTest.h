@@ -23,7 +23,9 @@ class WaylandTest : public testing::Test {
 
     void TearDown() override;
 
-    void startSession(XWayland xWayland = XWayland::none);
+    /// `idleTime`, in seconds, is how long nobody has to touch anything for the session to turn
+    /// its screen off; 0 for never.
+    void startSession(XWayland xWayland = XWayland::none, int idleTime = 0);
     /// Starts a camera that is in the list under two names.
     void startCamera();
     /// Starts the viewer, which finds the session, and XWayland where it is offered.

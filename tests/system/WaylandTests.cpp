@@ -1,5 +1,6 @@
 // The program in a session of Wayland's without X11.
 
+#include "ColourBars.h"
 #include "Eventually.h"
 #include "Pixels.h"
 #include "WaylandTest.h"
@@ -132,6 +133,24 @@ TEST_F(WaylandTest, WithoutACameraItIsAtRest) {
         return processorTime() - before;
     };
     ASSERT_TRUE(eventually(60s, [&] { return usedWithin(1s) < 100ms; })) << "it works without end";
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(WaylandTest, APlayerOutlastsAScreenThatIsOff) {
+    ASSERT_NO_FATAL_FAILURE(startSession(XWayland::none, 5));
+    ASSERT_NO_FATAL_FAILURE(startCamera());
+    ASSERT_NO_FATAL_FAILURE(startViewer());
+    const QRect area = shownPicture();
+    const auto isDark = [&] { return lightest(screen.all().rect()) < 20; };
+    ASSERT_TRUE(eventually(60s, isDark)) << "the screen stays on";
+    // Nothing is drawn now, for longer than a picture may be old.
+    EXPECT_TRUE(always(15s, [this] { return !hasLogged(QStringLiteral("heartbeat stalled")); }));
+    pointer.moveTo(area.center());
+    EXPECT_TRUE(eventually(20s, [&] {
+        return static_cast<bool>(showsColourBars(screen.area(area), 40));
+    })) << "the picture does not come back";
+    EXPECT_TRUE(screen.changesWithin(area, 10s)) << "the picture stands still";
+    EXPECT_EQ(viewer->standardError().filter(QStringLiteral("Starting video engine")).size(), 1);
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
