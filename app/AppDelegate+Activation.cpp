@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "platform/WindowActivation.h"
+#include "viewer/ViewerBlocking.h"
 
 #include <QApplication>
 #include <QPointer>
@@ -27,7 +28,7 @@ void AppDelegate::performSoon(LaunchRequest::Action action) {
 
 void AppDelegate::perform(LaunchRequest::Action action) {
     // An alert that waits for the user comes first, as for the main menu.
-    if (isClosingViewer || QApplication::activeModalWidget() != nullptr)
+    if (isClosingViewer || viewerIsBlocked())
         return;
     switch (action) {
     case LaunchRequest::Action::activate:

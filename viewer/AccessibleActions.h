@@ -1,18 +1,8 @@
 #pragma once
 
 #include <QAccessible>
-#include <QGuiApplication>
-#include <QWindow>
 
 namespace lumvik {
-
-/// Whether an alert waits for the user, who cannot use the viewer before. What assistive technology
-/// does obeys this as the pointer does. A question that the editor asks keeps nobody from the
-/// viewer.
-[[nodiscard]] inline bool alertWaits() {
-    const QWindow *modal = QGuiApplication::modalWindow();
-    return modal != nullptr && modal->modality() == Qt::ApplicationModal;
-}
 
 /// An accessible object, `Object`, on which assistive technology can act. What the actions are and
 /// do is said by the class derived from it; no action has a key of its own unless that says so.

@@ -2,6 +2,7 @@
 
 #include "viewer/AccessibleActions.h"
 #include "viewer/PopUpMenu.h"
+#include "viewer/ViewerBlocking.h"
 #include "viewer/ViewerControl.h"
 
 #include <QAccessibleObject>
@@ -142,7 +143,7 @@ class AccessibleMenuItem final : public AccessibleWithActions<QAccessibleObject>
             item(),
             [item = item()] {
                 closePopUpMenus();
-                if (!alertWaits())
+                if (!viewerIsBlocked())
                     item->trigger(); // which does nothing to a disabled one
             },
             Qt::QueuedConnection);

@@ -32,20 +32,19 @@ class PointerAtOpening : public QObject {
     }
 
     bool eventFilter(QObject *object, QEvent *event) override {
-        auto &menu = static_cast<QMenu &>(*object);
         if (event->type() == QEvent::Leave)
             return !m_wasInside;
         if (event->type() == QEvent::MouseMove) {
             const QPoint place = static_cast<QMouseEvent *>(event)->position().toPoint();
-            m_wasInside = m_wasInside || menu.rect().contains(place);
+            m_wasInside = m_wasInside || static_cast<QMenu *>(object)->rect().contains(place);
         } else if (event->type() == QEvent::MouseButtonPress) {
-            tellThatItMoved(menu, static_cast<QMouseEvent &>(*event));
+            tellThatItMoved(*object, static_cast<QMouseEvent &>(*event));
         }
         return false;
     }
 
   private:
-    void tellThatItMoved(QMenu &menu, const QMouseEvent &press) {
+    void tellThatItMoved(QObject &menu, const QMouseEvent &press) {
         const QPoint moved = press.globalPosition().toPoint() - m_place;
         if (moved.manhattanLength() <= QApplication::startDragDistance())
             return;

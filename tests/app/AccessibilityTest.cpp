@@ -86,16 +86,35 @@ TEST_F(AccessibilityTest, AnAlertComesBeforeWhatIsPressed) {
         QTest::qWait(0); // what is pressed acts in a later turn
     };
     QAction *quit = access().mainMenu()->menus().first()->actions().last();
+    const auto expectNothingIsPressed = [&](const char *why) {
+        SCOPED_TRACE(why);
+        press(access().stayOnTopButton());
+        press(access().mainMenuStrip());
+        press(quit);
+        EXPECT_FALSE(access().stayOnTopButton()->isOn());
+        EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
+        EXPECT_EQ(terminations, 0);
+    };
+    const auto hangOn = [](QDialog &sheet, QWindow &window) {
+        sheet.setWindowModality(Qt::WindowModal);
+        sheet.winId(); // makes its window
+        sheet.windowHandle()->setTransientParent(&window);
+        sheet.show();
+    };
     QDialog alert;
     alert.setModal(true);
     alert.show();
-    press(access().stayOnTopButton());
-    press(access().mainMenuStrip());
-    press(quit);
-    EXPECT_FALSE(access().stayOnTopButton()->isOn());
-    EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
-    EXPECT_EQ(terminations, 0);
+    expectNothingIsPressed("an alert for all of the program");
+    QWindow other;
+    QDialog sheetOfAnother;
+    hangOn(sheetOfAnother, other);
+    expectNothingIsPressed("under a later one that does not matter");
     alert.close();
+    QDialog sheet;
+    hangOn(sheet, *access().window());
+    expectNothingIsPressed("one that hangs on the viewer");
+    sheet.close();
+    ASSERT_TRUE(sheetOfAnother.isVisible());
     press(access().stayOnTopButton());
     EXPECT_TRUE(access().stayOnTopButton()->isOn());
     press(quit);

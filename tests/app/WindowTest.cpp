@@ -165,7 +165,6 @@ TEST_F(WindowTest, ClosingLeavesNothingThatCouldStartAPlayer) {
     EXPECT_FALSE(access().interactionView()->isSelectingFocusArea());
     EXPECT_EQ(access().playbackWatchdog(), nullptr);
     EXPECT_EQ(access().playbackRetry(), nullptr);
-    EXPECT_EQ(access().localNetworkProbe(), nullptr);
     mpv.forgetCalls();
     queue.advance(120);
     EXPECT_EQ(mpv.position("mpv_create"), -1);

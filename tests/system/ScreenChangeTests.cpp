@@ -27,6 +27,14 @@ class ScreenChangeTest : public ViewerTest {
         ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
         ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
         ASSERT_TRUE(comesToBe(frame));
+        // The viewer knows it, too.
+        const QString stored = QStringLiteral("%1 %2 %3 %4 ")
+                                   .arg(frame.x())
+                                   .arg(frame.y())
+                                   .arg(frame.width())
+                                   .arg(frame.height());
+        ASSERT_TRUE(eventually(10s, [&] { return storedFrame().startsWith(stored); }))
+            << storedFrame().toStdString();
     }
     /// A place counts once the window has stood there for a second.
     static void letRest() {
@@ -160,8 +168,10 @@ TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackToItsFrame) {
     movePointerAway();
     ASSERT_NO_FATAL_FAILURE(letRest());
     ASSERT_NO_FATAL_FAILURE(setScale(2));
-    // As many pixels as before are all there are.
-    EXPECT_TRUE(comesToBe(QRect(0, 80, 2560, 1440)));
+    // As many pixels as before are all there are, or half of the points.
+    ASSERT_TRUE(
+        eventually(10s, [this] { return viewer->normalHints().minimumSize == QSize(960, 540); }));
+    EXPECT_TRUE(comesToBe(QRect(0, 160, 2560, 1440)));
     EXPECT_TRUE(pictureFillsTheWindow());
     pointer.moveTo(QPoint(1280, 800));
     pointer.click(Pointer::Button::right);

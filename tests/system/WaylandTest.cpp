@@ -189,9 +189,11 @@ void WaylandTest::endViewer() {
 }
 
 void WaylandTest::TearDown() {
-    if (HasFailure())
-        screen.save(QStringLiteral("WaylandTest.") +
-                    QLatin1String(testing::UnitTest::GetInstance()->current_test_info()->name()));
+    if (HasFailure()) {
+        const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
+        screen.save(QStringLiteral("%1.%2").arg(QLatin1String(test->test_suite_name()),
+                                                QLatin1String(test->name())));
+    }
     viewer.reset();
     compositor.reset();
 }

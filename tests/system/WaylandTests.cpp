@@ -140,7 +140,15 @@ TEST_F(WaylandTest, APlayerOutlastsAScreenThatIsOff) {
     ASSERT_NO_FATAL_FAILURE(startSession(XWayland::none, 5));
     ASSERT_NO_FATAL_FAILURE(startCamera());
     ASSERT_NO_FATAL_FAILURE(startViewer());
-    const QRect area = shownPicture();
+    // Somebody is there until the picture is.
+    const QPoint corner = desktop.area().bottomRight();
+    ASSERT_TRUE(eventually(60s, [&] {
+        pointer.moveTo(corner - QPoint(1, 0));
+        pointer.moveTo(corner);
+        return windowArea().width() > 200 &&
+               static_cast<bool>(showsColourBars(screen.area(windowArea()), 40));
+    }));
+    const QRect area = windowArea();
     const auto isDark = [&] { return lightest(screen.all().rect()) < 20; };
     ASSERT_TRUE(eventually(60s, isDark)) << "the screen stays on";
     // Nothing is drawn now, for longer than a picture may be old.
