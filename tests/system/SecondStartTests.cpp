@@ -3,6 +3,7 @@
 #include "ChildProcess.h"
 #include "EditorTest.h"
 #include "NetworkNamespace.h"
+#include "Pixels.h"
 #include "fakes/PrivateBus.h"
 
 #include <QDBusConnection>
@@ -72,6 +73,12 @@ class SecondStartTest : public EditorTest {
     void start() {
         ASSERT_NO_FATAL_FAILURE(startViewer());
         ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
+        // Only when it hears that its window is on the screen, and before it draws, it asks to be
+        // the active one; that would bring a window back that has been minimised meanwhile.
+        const auto showsText = [](const QImage &picture) {
+            return testing::AssertionResult(shareOfLightPixels(picture, picture.rect(), 60) > 0);
+        };
+        ASSERT_TRUE(screen.waitUntil(viewer->window(), showsText, 20s)) << "it does not draw";
     }
     /// Covers the viewer with a window of another program, which has the keyboard then.
     void cover() {
