@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <iostream>
 
 namespace lumvik::test {
 
@@ -193,6 +194,9 @@ void WaylandTest::TearDown() {
         const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
         screen.save(QStringLiteral("%1.%2").arg(QLatin1String(test->test_suite_name()),
                                                 QLatin1String(test->name())));
+        if (viewer)
+            std::cerr << "The viewer " << viewer->stateDescription().toStdString() << '\n'
+                      << viewer->standardError().join(u'\n').toStdString() << '\n';
     }
     viewer.reset();
     compositor.reset();

@@ -37,6 +37,8 @@ TEST_F(XWaylandTest, IsPreferred) {
 }
 
 TEST_F(XWaylandTest, ThePictureMovesTheWindow) {
+    // A server of version 24 loses a press that comes while the pointer enters.
+    ASSERT_NO_FATAL_FAILURE(showControls(start));
     const QPoint middle = start.center();
     pointer.moveTo(middle);
     pointer.press();
