@@ -1,6 +1,5 @@
 #include "viewer/ScreenChangeMemory.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace lumvik {
@@ -19,9 +18,7 @@ void ScreenChangeMemory::frameRested(const QRect &frame, const QList<QRect> &scr
 void ScreenChangeMemory::frameGiven(const QRect &frame, const QList<QRect> &screens) {
     m_home.reset();
     m_rested = frame;
-    const bool isWhole = std::any_of(screens.begin(), screens.end(),
-                                     [&](const QRect &screen) { return screen.contains(frame); });
-    m_shownPart = isWhole ? ShownPart::all : ShownPart::enoughToHold;
+    m_shownPart = shownPart(frame, screens);
 }
 
 std::optional<QRect> ScreenChangeMemory::screensChanged(const QList<QRect> &screens) {

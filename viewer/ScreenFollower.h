@@ -38,6 +38,9 @@ class ScreenFollower final : public QObject {
     /// The window's own place while it stands elsewhere for want of the screen; else nothing.
     [[nodiscard]] std::optional<QRect> home() const { return m_memory.home(); }
 
+    /// The available areas that there were and are no longer, in points.
+    [[nodiscard]] const QList<QRect> &formerAreas() const { return m_formerAreas; }
+
   private:
     void follow(QScreen *screen);
     void frameRested();
@@ -45,6 +48,8 @@ class ScreenFollower final : public QObject {
 
     Window m_window;
     ScreenChangeMemory m_memory;
+    QList<QRect> m_areas = availableAreas();
+    QList<QRect> m_formerAreas;
     QTimer m_rested;  // fires when the window has not moved for a while
     QTimer m_settled; // fires when the screens have not changed for a moment
 };

@@ -14,6 +14,7 @@
 #include <QScreen>
 #include <QWidget>
 
+#include <algorithm>
 #include <utility>
 
 namespace lumvik {
@@ -198,16 +199,21 @@ QString ViewerWindow::savedFrame() const {
     return savedFrameString(rememberedFrame(), where == nullptr ? QRect() : where->geometry());
 }
 
-QRect ViewerWindow::onScreens(const QRect &frame) {
-    return frameOnScreens(frame, availableAreas());
+QRect ViewerWindow::onScreens(const QRect &frame, const std::optional<QRect> &formerScreen) const {
+    QList<QRect> former = m_screens ? m_screens->formerAreas() : QList<QRect>();
+    const auto isThere = [&](const QScreen *each) { return each->geometry() == formerScreen; };
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    if (formerScreen && std::none_of(screens.begin(), screens.end(), isThere))
+        former.append(*formerScreen);
+    return frameOnScreens(frame, availableAreas(), shownPart(frame, former));
 }
 
 bool ViewerWindow::setFrameFromString(const QString &text) {
     const auto frame = frameFromString(text);
     if (!frame)
         return false;
-    const QRect restored =
-        onScreens(QRect(frame->topLeft(), frame->size().expandedTo(minimumSize())));
+    const QRect restored = onScreens(
+        QRect(frame->topLeft(), frame->size().expandedTo(minimumSize())), screenFromString(text));
     m_restoredPlace = restored.topLeft();
     // The shape of the last video, most likely: kept until this one's is known.
     m_ratio = {restored.width(), restored.height()};

@@ -75,9 +75,9 @@ class ViewerWindow final : public QQuickWindow {
     /// Moves and sizes the window in a short animation, which a press of the mouse brings to its
     /// end. A window in full screen, maximised or minimised takes the frame when it is back.
     ///
-    /// A frame that lies on no screen is moved onto one. On the way the window manager is not asked
-    /// to keep the shape, and its news of the way are not believed: on a busy desktop they arrive
-    /// long after the end.
+    /// A frame that lies on no screen, or is no longer wholly on one, is moved onto one. On the way
+    /// the window manager is not asked to keep the shape, and its news of the way are not believed:
+    /// on a busy desktop they arrive long after the end.
     void setFrame(const QRect &frame);
     /// The smallest size that the content may have, in points, from the end of an animation on.
     void setSmallestSize(const QSize &size);
@@ -118,7 +118,9 @@ class ViewerWindow final : public QQuickWindow {
     void geometryWasReported();
     /// Somebody else, the user or the window manager, has another frame in mind.
     void giveUpRequestedFrame();
-    [[nodiscard]] static QRect onScreens(const QRect &frame);
+    /// Where a frame goes that this window or, on the screen `formerScreen`, an earlier one had.
+    [[nodiscard]] QRect onScreens(const QRect &frame,
+                                  const std::optional<QRect> &formerScreen = {}) const;
     /// `setFrame` without a word about whose choice the frame is.
     void goToFrame(const QRect &frame);
     void stateChanged();

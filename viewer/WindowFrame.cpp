@@ -25,13 +25,27 @@ std::optional<QRect> plausibleFrame(const std::array<double, 4> &numbers) {
     return frame.isEmpty() ? std::nullopt : std::optional(frame);
 }
 
-std::optional<QRect> frameFromCaptures(const QRegularExpressionMatch &match) {
+/// The frame in four captures, the first of which has this number.
+std::optional<QRect> frameFromCaptures(const QRegularExpressionMatch &match, int first = 1) {
     if (!match.hasMatch())
         return std::nullopt;
     std::array<double, 4> numbers{};
     for (int n = 0; n < 4; ++n)
-        numbers.at(static_cast<std::size_t>(n)) = match.captured(n + 1).toDouble();
+        numbers.at(static_cast<std::size_t>(n)) = match.captured(first + n).toDouble();
     return plausibleFrame(numbers);
+}
+
+/// A pattern in which each # stands for a number, which it captures.
+QRegularExpression numbersPattern(QString pattern) {
+    pattern.replace(u'#', QStringLiteral("(-?\\d{1,9}(?:\\.\\d{1,9})?)"));
+    return QRegularExpression(QRegularExpression::anchoredPattern(pattern));
+}
+
+/// Matches what savedFrameString makes, with eight captures.
+QRegularExpressionMatch matchSavedFrame(const QString &text) {
+    static const QRegularExpression saved =
+        numbersPattern(QStringLiteral("\\s*#\\s+#\\s+#\\s+#\\s+#\\s+#\\s+#\\s+#\\s*"));
+    return saved.match(text);
 }
 
 } // namespace
@@ -57,18 +71,21 @@ QString plainFrameString(const QRect &frame) {
 }
 
 std::optional<QRect> frameFromString(const QString &text) {
-    static const QString number = QStringLiteral("(-?\\d{1,9}(?:\\.\\d{1,9})?)");
-    static const QRegularExpression saved(QRegularExpression::anchoredPattern(
-        QStringLiteral("\\s*%1\\s+%1\\s+%1\\s+%1"
-                       "(?:\\s+-?\\d{1,9}(?:\\.\\d{1,9})?){4}\\s*")
-            .arg(number)));
-    static const QRegularExpression plain(QRegularExpression::anchoredPattern(
-        QStringLiteral(
-            "\\s*\\{\\{\\s*%1\\s*,\\s*%1\\s*\\}\\s*,\\s*\\{\\s*%1\\s*,\\s*%1\\s*\\}\\}\\s*")
-            .arg(number)));
-    if (auto frame = frameFromCaptures(saved.match(text)))
+    static const QRegularExpression plain = numbersPattern(QStringLiteral(
+        "\\s*\\{\\{\\s*#\\s*,\\s*#\\s*\\}\\s*,\\s*\\{\\s*#\\s*,\\s*#\\s*\\}\\}\\s*"));
+    if (auto frame = frameFromCaptures(matchSavedFrame(text)))
         return frame;
     return frameFromCaptures(plain.match(text));
+}
+
+std::optional<QRect> screenFromString(const QString &text) {
+    return frameFromCaptures(matchSavedFrame(text), 5);
+}
+
+ShownPart shownPart(const QRect &frame, const QList<QRect> &formerScreens) {
+    const bool wasWhole = std::any_of(formerScreens.begin(), formerScreens.end(),
+                                      [&](const QRect &screen) { return screen.contains(frame); });
+    return wasWhole ? ShownPart::all : ShownPart::enoughToHold;
 }
 
 QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens, ShownPart part) {

@@ -21,11 +21,19 @@ namespace lumvik {
 /// of X11).
 [[nodiscard]] std::optional<QRect> frameFromString(const QString &text);
 
+/// The screen that savedFrameString wrote behind a frame; nothing in any other text.
+[[nodiscard]] std::optional<QRect> screenFromString(const QString &text);
+
 /// How much of a frame has to lie on one screen.
 enum class ShownPart {
     enoughToHold, ///< 48 × 24 points, for the user to take hold of the window
     all,
 };
+
+/// How much of a frame from earlier has to be shown now: all of it if it lay wholly on a screen
+/// that has gone or got another size since. Where the screen is as it was, so is what the user
+/// chose.
+[[nodiscard]] ShownPart shownPart(const QRect &frame, const QList<QRect> &formerScreens);
 
 /// Where a frame goes on the screens there are now: itself where the part of it that has to be
 /// shown lies on one of them and it is no larger than that one; else, made smaller with its shape

@@ -50,6 +50,18 @@ TEST_F(WindowTest, TakesItsSavedFrame) {
     EXPECT_EQ(frame(), QRect(31, 17, 640, 360));
 }
 
+TEST_F(WindowTest, IsWholeAgainWhenTheScreenOfItsSavedFrameHasGone) {
+    storePreference(frameKey, u"500 300 640 360 0 0 1600 1000"_s);
+    launch(threeCameras());
+    EXPECT_EQ(frame(), QRect(160, 300, 640, 360)) << "on 800 by 800 points";
+}
+
+TEST_F(WindowTest, IsPartlyOutOfTheScreenWhereTheUserPutItSo) {
+    storePreference(frameKey, u"500 300 640 360 0 0 800 800"_s);
+    launch(threeCameras());
+    EXPECT_EQ(frame(), QRect(500, 300, 640, 360));
+}
+
 TEST_F(WindowTest, IsCentredWhenTheSavedFrameIsNone) {
     storePreference(frameKey, u"somewhere"_s);
     launch(threeCameras());

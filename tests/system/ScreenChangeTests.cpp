@@ -180,5 +180,23 @@ TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackToItsFrame) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
+TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackIntoSight) {
+    const QRect frame(600, 300, 1120, 630);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    pointer.moveTo(frame.center());
+    pointer.click(Pointer::Button::right);
+    ASSERT_TRUE(comesToBe(QRect(0, 80, 2560, 1440)));
+    movePointerAway();
+    ASSERT_NO_FATAL_FAILURE(letRest());
+    ASSERT_NO_FATAL_FAILURE(setScale(2));
+    ASSERT_TRUE(comesToBe(QRect(0, 160, 2560, 1440)));
+    // A part of its old place lies beyond the screen now.
+    pointer.moveTo(QPoint(1280, 800));
+    pointer.click(Pointer::Button::right);
+    EXPECT_TRUE(comesToBe(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
+    EXPECT_TRUE(pictureFillsTheWindow());
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
 } // namespace
 } // namespace lumvik::test

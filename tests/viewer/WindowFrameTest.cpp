@@ -50,6 +50,23 @@ INSTANTIATE_TEST_SUITE_P(FrameFromString, UselessFrame,
                                          "{{1, 2}, {3}}", "{{1, 2}, {0, 0}}", "{{a, b}, {c, d}}",
                                          "{{1, 2}, {3, 4}} 5", "١ ٢ ٤٨٠ ٢٧٠ 0 0 1600 1000"));
 
+TEST(ScreenFromString, IsWhatWasSavedWithTheFrame) {
+    const QRect screen(-1920, -100, 1920, 1080);
+    EXPECT_EQ(screenFromString(savedFrameString({-1200, 35, 970, 727}, screen)), screen);
+    EXPECT_EQ(screenFromString(savedFrameString({-1200, 35, 970, 727}, {})), std::nullopt);
+    EXPECT_EQ(screenFromString(QStringLiteral("{{100, 50}, {1120, 630}}")), std::nullopt);
+    EXPECT_EQ(screenFromString(QStringLiteral("1 2 480 270 0 0 1600")), std::nullopt);
+}
+
+TEST(ShownPart, IsAllOfAFrameThatWasWholeOnAScreenThatHasGone) {
+    const QList<QRect> former{{0, 0, 1600, 1000}, {1600, 0, 800, 600}};
+    EXPECT_EQ(shownPart({480, 370, 1120, 630}, former), ShownPart::all);
+    EXPECT_EQ(shownPart({1600, 0, 800, 600}, former), ShownPart::all);
+    EXPECT_EQ(shownPart({481, 370, 1120, 630}, former), ShownPart::enoughToHold) << "on both";
+    EXPECT_EQ(shownPart({100, -1, 480, 270}, former), ShownPart::enoughToHold);
+    EXPECT_EQ(shownPart({100, 100, 480, 270}, {}), ShownPart::enoughToHold);
+}
+
 TEST(FrameOnScreens, LeavesAVisibleFrameAlone) {
     const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 1920, 1080}};
     EXPECT_EQ(frameOnScreens({100, 100, 480, 270}, screens), QRect(100, 100, 480, 270));
