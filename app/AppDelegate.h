@@ -401,6 +401,7 @@ class AppDelegate final : public QObject {
     // The window's special states.
     FrameMemory frameMemory; // what the window's frame was before it was maximised
     std::optional<QRect> restoreFrameBeforeTemporaryMaximum;
+    QRect screenAreaBeforeTemporaryMaximum;
     bool isTemporarilyMaximized = false;
     std::shared_ptr<WorkItem> temporaryMaximumEnd; // due while the window is on its way back
     bool isClosingViewer = false;
@@ -412,6 +413,7 @@ class AppDelegate final : public QObject {
     bool isShowingFullCameraTemporarily = false; // the whole picture in the focused window
     std::optional<VideoSourceGeometry> sourceVideoGeometry;
     std::optional<QRect> restoreFrameBeforeFocus;
+    QRect screenAreaBeforeFocus;
 };
 
 } // namespace lumvik

@@ -10,6 +10,7 @@
 #include "editor/CameraSettingsWindow.h"
 #include "platform/CoreDumps.h"
 #include "platform/ExitDeadline.h"
+#include "platform/ExitGuard.h"
 #include "platform/HangUpWatch.h"
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
@@ -169,6 +170,7 @@ void serveLaterStarts(AppDelegate &delegate, const Termination &termination,
 
 /// The program from its first window to its end. The exit status.
 int run(LaunchRequest::Action action, System &system, SingleInstance &instance) {
+    const ExitGuard exitGuard;
     AppDelegate delegate(environmentOf(system));
     connectApplication(delegate);
     const TerminationSignals signals([&system] { system.termination.request(); });

@@ -81,6 +81,7 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
     }
     restoreFrameBeforeFocus =
         window->hasOrdinaryFrame() ? std::optional(window->frame()) : std::nullopt;
+    screenAreaBeforeFocus = window->screenArea();
     focusCrop = crop;
     isShowingFullCameraTemporarily = false;
     applyFocusedCameraView(*crop, WindowReshaping::reshape);
@@ -115,7 +116,7 @@ void AppDelegate::restoreOriginalCameraView() {
     setMPVProperty("panscan", "1.0");
     // The frame first: size limit and shape are then taken on with it and not by a detour.
     if (const auto frame = std::exchange(restoreFrameBeforeFocus, std::nullopt))
-        window->setFrame(*frame);
+        window->restoreFrame(*frame, screenAreaBeforeFocus);
     window->setSmallestSize(ViewerWindow::minimumViewerSize);
     if (sourceVideoGeometry) {
         const auto width = sourceVideoGeometry->displayedWidth();

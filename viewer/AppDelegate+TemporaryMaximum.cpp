@@ -30,6 +30,7 @@ void AppDelegate::toggleTemporaryMaximum() {
     if (!isTemporarilyMaximized) {
         const QRect frame = window->frame();
         restoreFrameBeforeTemporaryMaximum = frame;
+        screenAreaBeforeTemporaryMaximum = window->screenArea();
         isTemporarilyMaximized = true; // before the frame changes, which is not to be remembered
         window->setFrame(temporaryMaximumFrame(frame, frame.size(), window->visibleArea(),
                                                appliedVideoAspectRatio));
@@ -39,7 +40,7 @@ void AppDelegate::toggleTemporaryMaximum() {
         isTemporarilyMaximized = false;
         return;
     }
-    window->setFrame(*restoreFrameBeforeTemporaryMaximum);
+    window->restoreFrame(*restoreFrameBeforeTemporaryMaximum, screenAreaBeforeTemporaryMaximum);
     if (temporaryMaximumEnd)
         temporaryMaximumEnd->cancel();
     temporaryMaximumEnd = environment.mainQueue.after(restoringTime, [self = QPointer(this)] {

@@ -18,7 +18,14 @@ void ScreenChangeMemory::frameRested(const QRect &frame, const QList<QRect> &scr
 void ScreenChangeMemory::frameGiven(const QRect &frame, const QList<QRect> &screens) {
     m_home.reset();
     m_rested = frame;
-    m_shownPart = shownPart(frame, screens);
+    m_screen = screenOf(frame, screens);
+    m_shownPart = m_screen.contains(frame) ? ShownPart::all : ShownPart::enoughToHold;
+}
+
+QRect ScreenChangeMemory::frameRestored(const QRect &frame, const std::optional<QRect> &area,
+                                        const QList<QRect> &screens) {
+    frameGiven(frame, area ? QList<QRect>{*area} : QList<QRect>());
+    return screensChanged(screens).value_or(frame);
 }
 
 std::optional<QRect> ScreenChangeMemory::screensChanged(const QList<QRect> &screens) {

@@ -65,9 +65,7 @@ void ScreenFollower::frameRested() {
 }
 
 void ScreenFollower::screensSettled() {
-    m_formerAreas += std::exchange(m_areas, availableAreas());
-    m_formerAreas.removeIf([this](const QRect &area) { return m_areas.contains(area); });
-    const auto place = m_memory.screensChanged(m_areas);
+    const auto place = m_memory.screensChanged(availableAreas());
     if (place && place != m_window.frame())
         m_window.move(*place);
 }

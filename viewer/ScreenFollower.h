@@ -35,11 +35,16 @@ class ScreenFollower final : public QObject {
     /// The program gives the window this frame, which is its own place from now on.
     void frameWasGiven(const QRect &frame) { m_memory.frameGiven(frame, availableAreas()); }
 
+    /// The program gives the window a frame from earlier, when its screen was `area`, if that is
+    /// known. Answers where the window is to go: it may belong where there is no screen now.
+    [[nodiscard]] QRect frameIsRestored(const QRect &frame, const std::optional<QRect> &area) {
+        return m_memory.frameRestored(frame, area, availableAreas());
+    }
+
     /// The window's own place while it stands elsewhere for want of the screen; else nothing.
     [[nodiscard]] std::optional<QRect> home() const { return m_memory.home(); }
-
-    /// The available areas that there were and are no longer, in points.
-    [[nodiscard]] const QList<QRect> &formerAreas() const { return m_formerAreas; }
+    /// The screen of that place as it was; empty if it is not known.
+    [[nodiscard]] QRect homeScreen() const { return m_memory.homeScreen(); }
 
   private:
     void follow(QScreen *screen);
@@ -48,8 +53,6 @@ class ScreenFollower final : public QObject {
 
     Window m_window;
     ScreenChangeMemory m_memory;
-    QList<QRect> m_areas = availableAreas();
-    QList<QRect> m_formerAreas;
     QTimer m_rested;  // fires when the window has not moved for a while
     QTimer m_settled; // fires when the screens have not changed for a moment
 };

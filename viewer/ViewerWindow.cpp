@@ -14,7 +14,6 @@
 #include <QScreen>
 #include <QWidget>
 
-#include <algorithm>
 #include <utility>
 
 namespace lumvik {
@@ -195,26 +194,34 @@ QRect ViewerWindow::rememberedFrame() const {
 }
 
 QString ViewerWindow::savedFrame() const {
-    const QScreen *where = screen();
-    return savedFrameString(rememberedFrame(), where == nullptr ? QRect() : where->geometry());
+    QRect area = screenArea();
+    if (m_screens && m_screens->home())
+        area = m_screens->homeScreen();
+    else if (!isPlacedByProgram() && m_restoredPlace)
+        area = m_restoredArea.value_or(QRect());
+    return savedFrameString(rememberedFrame(), area);
 }
 
-QRect ViewerWindow::onScreens(const QRect &frame, const std::optional<QRect> &formerScreen) const {
-    QList<QRect> former = m_screens ? m_screens->formerAreas() : QList<QRect>();
-    const auto isThere = [&](const QScreen *each) { return each->geometry() == formerScreen; };
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    if (formerScreen && std::none_of(screens.begin(), screens.end(), isThere))
-        former.append(*formerScreen);
-    return frameOnScreens(frame, availableAreas(), shownPart(frame, former));
+QRect ViewerWindow::onScreens(const QRect &frame) {
+    return frameOnScreens(frame, availableAreas());
+}
+
+QRect ViewerWindow::screenArea() const {
+    return screenOf(frame(), availableAreas());
 }
 
 bool ViewerWindow::setFrameFromString(const QString &text) {
     const auto frame = frameFromString(text);
     if (!frame)
         return false;
-    const QRect restored = onScreens(
-        QRect(frame->topLeft(), frame->size().expandedTo(minimumSize())), screenFromString(text));
+    const auto area = screenFromString(text);
+    QRect restored(frame->topLeft(), frame->size().expandedTo(minimumSize()));
+    // What was whole stays so when it has to be made larger.
+    if (area && area->contains(*frame))
+        restored = frameOnScreens(restored, {*area}, ShownPart::all);
     m_restoredPlace = restored.topLeft();
+    m_restoredArea = area;
+    restored = m_screens ? m_screens->frameIsRestored(restored, area) : onScreens(restored);
     // The shape of the last video, most likely: kept until this one's is known.
     m_ratio = {restored.width(), restored.height()};
     m_sizeHints.setAspectRatio(m_ratio);
@@ -236,6 +243,10 @@ void ViewerWindow::setFrame(const QRect &frame) {
     if (m_screens)
         m_screens->frameWasGiven(onScreens(frame));
     goToFrame(frame);
+}
+
+void ViewerWindow::restoreFrame(const QRect &frame, const QRect &area) {
+    goToFrame(m_screens ? m_screens->frameIsRestored(frame, area) : frame);
 }
 
 void ViewerWindow::goToFrame(const QRect &frame) {

@@ -75,10 +75,15 @@ class ViewerWindow final : public QQuickWindow {
     /// Moves and sizes the window in a short animation, which a press of the mouse brings to its
     /// end. A window in full screen, maximised or minimised takes the frame when it is back.
     ///
-    /// A frame that lies on no screen, or is no longer wholly on one, is moved onto one. On the way
-    /// the window manager is not asked to keep the shape, and its news of the way are not believed:
-    /// on a busy desktop they arrive long after the end.
+    /// A frame that lies on no screen is moved onto one. On the way the window manager is not asked
+    /// to keep the shape, and its news of the way are not believed: on a busy desktop they arrive
+    /// long after the end.
     void setFrame(const QRect &frame);
+    /// `setFrame` with a frame from earlier, when its screen was `area` (see `screenArea`): what
+    /// was whole there is shown whole, and goes where it was once the screen is so again.
+    void restoreFrame(const QRect &frame, const QRect &area);
+    /// The available area, in points, of the screen that the window has or is on its way to.
+    [[nodiscard]] QRect screenArea() const;
     /// The smallest size that the content may have, in points, from the end of an animation on.
     void setSmallestSize(const QSize &size);
     /// The part of the window's screen that panels leave free.
@@ -118,9 +123,7 @@ class ViewerWindow final : public QQuickWindow {
     void geometryWasReported();
     /// Somebody else, the user or the window manager, has another frame in mind.
     void giveUpRequestedFrame();
-    /// Where a frame goes that this window or, on the screen `formerScreen`, an earlier one had.
-    [[nodiscard]] QRect onScreens(const QRect &frame,
-                                  const std::optional<QRect> &formerScreen = {}) const;
+    [[nodiscard]] static QRect onScreens(const QRect &frame);
     /// `setFrame` without a word about whose choice the frame is.
     void goToFrame(const QRect &frame);
     void stateChanged();
@@ -148,6 +151,7 @@ class ViewerWindow final : public QQuickWindow {
     QSize m_smallestSize;                 // the smallest size once the animation has ended
     std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
     std::optional<QPoint> m_restoredPlace;
+    std::optional<QRect> m_restoredArea;       // of that place's screen
     std::unique_ptr<ScreenFollower> m_screens; // null where the program places no windows
     std::function<void()> m_firstDrawn;
     bool m_wasDrawn = false;

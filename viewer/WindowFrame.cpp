@@ -82,23 +82,22 @@ std::optional<QRect> screenFromString(const QString &text) {
     return frameFromCaptures(matchSavedFrame(text), 5);
 }
 
-ShownPart shownPart(const QRect &frame, const QList<QRect> &formerScreens) {
-    const bool wasWhole = std::any_of(formerScreens.begin(), formerScreens.end(),
-                                      [&](const QRect &screen) { return screen.contains(frame); });
-    return wasWhole ? ShownPart::all : ShownPart::enoughToHold;
-}
-
-QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens, ShownPart part) {
-    if (screens.isEmpty())
-        return frame;
+QRect screenOf(const QRect &frame, const QList<QRect> &screens) {
     const auto overlap = [&](const QRect &screen) {
         const QRect common = screen.intersected(frame);
         return static_cast<qint64>(common.width()) * common.height();
     };
     // The first of equals, so that the first screen takes a frame that touches none.
-    const QRect screen =
-        *std::max_element(screens.begin(), screens.end(),
-                          [&](const QRect &a, const QRect &b) { return overlap(a) < overlap(b); });
+    const auto most =
+        std::max_element(screens.begin(), screens.end(),
+                         [&](const QRect &a, const QRect &b) { return overlap(a) < overlap(b); });
+    return most == screens.end() ? QRect() : *most;
+}
+
+QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens, ShownPart part) {
+    if (screens.isEmpty())
+        return frame;
+    const QRect screen = screenOf(frame, screens);
     const bool fits = frame.width() <= screen.width() && frame.height() <= screen.height();
     const QSize shown = screen.intersected(frame).size();
     const QSize needed =

@@ -9,8 +9,8 @@
 namespace lumvik {
 
 /// The text under which a window's frame is remembered: eight numbers, the frame's x, y, width and
-/// height, then those of the screen it was on, in the coordinates of the whole desktop with the
-/// origin at the top left.
+/// height, then those of the screen it was on, without its panels, in the coordinates of the whole
+/// desktop with the origin at the top left.
 [[nodiscard]] QString savedFrameString(const QRect &frame, const QRect &screen);
 
 /// The plain form of a frame: "{{x, y}, {w, h}}".
@@ -21,7 +21,8 @@ namespace lumvik {
 /// of X11).
 [[nodiscard]] std::optional<QRect> frameFromString(const QString &text);
 
-/// The screen that savedFrameString wrote behind a frame; nothing in any other text.
+/// The screen that savedFrameString wrote behind a frame; nothing in any other text, and when it is
+/// empty or absurd.
 [[nodiscard]] std::optional<QRect> screenFromString(const QString &text);
 
 /// How much of a frame has to lie on one screen.
@@ -30,10 +31,8 @@ enum class ShownPart {
     all,
 };
 
-/// How much of a frame from earlier has to be shown now: all of it if it lay wholly on a screen
-/// that has gone or got another size since. Where the screen is as it was, so is what the user
-/// chose.
-[[nodiscard]] ShownPart shownPart(const QRect &frame, const QList<QRect> &formerScreens);
+/// The screen that holds most of a frame, the first of equals; an empty one where there is none.
+[[nodiscard]] QRect screenOf(const QRect &frame, const QList<QRect> &screens);
 
 /// Where a frame goes on the screens there are now: itself where the part of it that has to be
 /// shown lies on one of them and it is no larger than that one; else, made smaller with its shape

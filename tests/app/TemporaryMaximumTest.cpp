@@ -54,6 +54,16 @@ TEST_F(TemporaryMaximumTest, SecondRightClickBringsTheFrameBack) {
     EXPECT_EQ(access().window()->geometry(), originalFrame);
 }
 
+TEST_F(TemporaryMaximumTest, FrameThatTheUserPutPartlyOutComesBackSo) {
+    const QRect partlyOut(500, 300, 640, 360);
+    access().window()->setGeometry(partlyOut);
+    ASSERT_TRUE(eventually([&] { return frame() == partlyOut; }));
+    rightClick();
+    settle();
+    rightClick();
+    EXPECT_EQ(frame(), partlyOut);
+}
+
 TEST_F(TemporaryMaximumTest, FrameIsRememberedOnlyAfterTheWayBack) {
     rightClick();
     settle();

@@ -50,16 +50,25 @@ TEST_F(WindowTest, TakesItsSavedFrame) {
     EXPECT_EQ(frame(), QRect(31, 17, 640, 360));
 }
 
-TEST_F(WindowTest, IsWholeAgainWhenTheScreenOfItsSavedFrameHasGone) {
-    storePreference(frameKey, u"500 300 640 360 0 0 1600 1000"_s);
+TEST_F(WindowTest, IsWholeAndItsPlaceRememberedWhenTheScreenOfItsSavedFrameHasGone) {
+    const QString saved = u"500 300 640 360 0 0 1600 1000"_s;
+    storePreference(frameKey, saved);
     launch(threeCameras());
     EXPECT_EQ(frame(), QRect(160, 300, 640, 360)) << "on 800 by 800 points";
+    QCoreApplication::processEvents();
+    EXPECT_EQ(home.userDefaults().string(frameKey), saved);
 }
 
 TEST_F(WindowTest, IsPartlyOutOfTheScreenWhereTheUserPutItSo) {
     storePreference(frameKey, u"500 300 640 360 0 0 800 800"_s);
     launch(threeCameras());
     EXPECT_EQ(frame(), QRect(500, 300, 640, 360));
+}
+
+TEST_F(WindowTest, IsWholeInItsSmallestSizeIfItWas) {
+    storePreference(frameKey, u"640 640 160 160 0 0 800 800"_s);
+    launch(threeCameras());
+    EXPECT_EQ(frame(), QRect(320, 530, 480, 270));
 }
 
 TEST_F(WindowTest, IsCentredWhenTheSavedFrameIsNone) {

@@ -1,8 +1,9 @@
-// What becomes of the window when its screen changes, gets another scale, or goes away.
+// What becomes of the window when its screen changes, gets another scale, is locked, or goes away.
 
 #include "ChildProcess.h"
 #include "DesktopProgram.h"
 #include "Eventually.h"
+#include "Pixels.h"
 #include "ViewerTest.h"
 
 #include <QElapsedTimer>
@@ -75,6 +76,24 @@ TEST_F(ScreenChangeTest, ASmallerScreenKeepsTheWindowInSight) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
+TEST_F(ScreenChangeTest, APlaceOutlastsAStartWithoutItsScreen) {
+    const QRect frame(400, 200, 640, 360);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    const QString stored = storedFrame();
+    ASSERT_TRUE(desktop.resize(QSize(800, 600)));
+    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+    EXPECT_TRUE(comesToBe(QRect(800 - 640, 200, 640, 360))) << "it is cut";
+    ASSERT_NO_FATAL_FAILURE(letRest());
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    EXPECT_EQ(storedFrame(), stored);
+    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+    ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
+    EXPECT_TRUE(comesToBe(frame));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    EXPECT_EQ(storedFrame(), stored);
+}
+
 TEST_F(ScreenChangeTest, APlaceChosenOnTheScreenThatIsLeftIsRemembered) {
     const QRect frame(900, 500, 640, 360);
     ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
@@ -90,6 +109,33 @@ TEST_F(ScreenChangeTest, APlaceChosenOnTheScreenThatIsLeftIsRemembered) {
     // It is the window's own now, whatever screens come.
     ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
     EXPECT_TRUE(comesToBe(chosen));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(ScreenChangeTest, ALockedScreenChangesNothing) {
+    const QRect frame(200, 150, 800, 450);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    const QString stored = storedFrame();
+    const qsizetype mark = viewer->logMark();
+    ASSERT_NO_FATAL_FAILURE(showControls());
+    ChildProcess lock(QStringLiteral("the lock"), desktop.environment());
+    ASSERT_TRUE(lock.start(QStringLiteral("i3lock"),
+                           {QStringLiteral("--nofork"), QStringLiteral("--color=204060")}));
+    ASSERT_TRUE(eventually(20s, [&] {
+        return desktop.x().keyboardIsGrabbed() &&
+               colourDistance(screen.pixel(frame.center()), QColor(0x20, 0x40, 0x60)) < 3;
+    })) << "the screen is not locked";
+    // For longer than a picture may be old.
+    EXPECT_TRUE(always(15s, [&] { return viewer->logMark() == mark; }))
+        << viewer->allOutput().toStdString();
+    lock.end();
+    EXPECT_TRUE(pictureFillsTheWindow());
+    EXPECT_TRUE(screen.changesWithin(frame, 10s)) << "the picture stands still";
+    EXPECT_EQ(viewer->geometry(), frame);
+    EXPECT_EQ(storedFrame(), stored);
+    // The pointer and the keys are the viewer's again.
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
+    EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 

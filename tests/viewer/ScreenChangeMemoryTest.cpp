@@ -116,5 +116,28 @@ TEST_F(ScreenChangeMemoryTest, WithoutAnyScreenTheFrameIsKept) {
     EXPECT_EQ(memory.screensChanged({}), onMonitor);
 }
 
+TEST_F(ScreenChangeMemoryTest, AFrameFromEarlierGoesWhereItWasOnceItsScreenIsThere) {
+    const auto place = memory.frameRestored(onMonitor, monitor, {laptop});
+    EXPECT_TRUE(laptop.contains(place));
+    EXPECT_EQ(memory.home(), onMonitor);
+    EXPECT_EQ(memory.homeScreen(), monitor);
+    memory.frameRested(place, {laptop});
+    EXPECT_EQ(memory.home(), onMonitor);
+    EXPECT_EQ(memory.screensChanged({laptop, monitor}), onMonitor);
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
+TEST_F(ScreenChangeMemoryTest, AFrameFromEarlierIsAsWholeAsItWas) {
+    const QRect onEdge(900, 100, 640, 360);
+    const QRect wider(0, 0, 1920, 1080);
+    EXPECT_EQ(memory.frameRestored(onEdge, laptop, {laptop}), onEdge) << "the user put it there";
+    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.frameRestored(onEdge, wider, {laptop}), QRect(640, 100, 640, 360));
+    EXPECT_EQ(memory.home(), onEdge);
+    EXPECT_EQ(memory.frameRestored(onEdge, std::nullopt, {laptop}), onEdge)
+        << "nobody knows what it was";
+    EXPECT_EQ(memory.home(), std::nullopt);
+}
+
 } // namespace
 } // namespace lumvik

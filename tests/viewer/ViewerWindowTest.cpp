@@ -157,5 +157,15 @@ TEST_F(ViewerWindowTest, FrameOnNoScreenIsMovedOntoOne) {
     EXPECT_EQ(window.frame().size(), QSize(640, 360));
 }
 
+TEST_F(ViewerWindowTest, FrameFromALargerScreenIsShownWholeAndRememberedAsItWas) {
+    const QRect earlier(500, 300, 640, 360);
+    window.restoreFrame(earlier, {0, 0, 1600, 1000});
+    EXPECT_EQ(window.frame(), QRect(160, 300, 640, 360)) << "on 800 by 800 points";
+    EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 1600 1000"));
+    window.restoreFrame(earlier, window.screenArea());
+    EXPECT_EQ(window.frame(), earlier) << "the user put it there";
+    EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 800 800"));
+}
+
 } // namespace
 } // namespace lumvik

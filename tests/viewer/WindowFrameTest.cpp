@@ -58,13 +58,13 @@ TEST(ScreenFromString, IsWhatWasSavedWithTheFrame) {
     EXPECT_EQ(screenFromString(QStringLiteral("1 2 480 270 0 0 1600")), std::nullopt);
 }
 
-TEST(ShownPart, IsAllOfAFrameThatWasWholeOnAScreenThatHasGone) {
-    const QList<QRect> former{{0, 0, 1600, 1000}, {1600, 0, 800, 600}};
-    EXPECT_EQ(shownPart({480, 370, 1120, 630}, former), ShownPart::all);
-    EXPECT_EQ(shownPart({1600, 0, 800, 600}, former), ShownPart::all);
-    EXPECT_EQ(shownPart({481, 370, 1120, 630}, former), ShownPart::enoughToHold) << "on both";
-    EXPECT_EQ(shownPart({100, -1, 480, 270}, former), ShownPart::enoughToHold);
-    EXPECT_EQ(shownPart({100, 100, 480, 270}, {}), ShownPart::enoughToHold);
+TEST(ScreenOf, IsTheOneThatHoldsMostOfTheFrame) {
+    const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 800, 600}};
+    EXPECT_EQ(screenOf({100, 100, 480, 270}, screens), screens[0]);
+    EXPECT_EQ(screenOf({1361, 100, 480, 270}, screens), screens[1]);
+    EXPECT_EQ(screenOf({1360, 100, 480, 270}, screens), screens[0]) << "the first of equals";
+    EXPECT_EQ(screenOf({5000, 100, 480, 270}, screens), screens[0]);
+    EXPECT_EQ(screenOf({100, 100, 480, 270}, {}), QRect());
 }
 
 TEST(FrameOnScreens, LeavesAVisibleFrameAlone) {

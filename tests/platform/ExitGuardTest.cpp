@@ -1,0 +1,36 @@
+#include "platform/ExitGuard.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace lumvik {
+namespace {
+
+void registerHandler() {
+    (void)std::atexit([] { std::fputs("A handler has run.\n", stderr); });
+}
+
+TEST(ExitGuardDeathTest, LetsNothingRunThatWasRegisteredBefore) {
+    EXPECT_EXIT(
+        {
+            registerHandler();
+            const ExitGuard guard;
+            std::exit(0);
+        },
+        testing::ExitedWithCode(EXIT_FAILURE), "^$");
+}
+
+TEST(ExitGuardDeathTest, LeavesTheOrderlyExitAsItIs) {
+    EXPECT_EXIT(
+        {
+            registerHandler();
+            { const ExitGuard guard; }
+            std::exit(3);
+        },
+        testing::ExitedWithCode(3), "A handler has run.");
+}
+
+} // namespace
+} // namespace lumvik
