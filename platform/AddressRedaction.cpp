@@ -30,9 +30,9 @@ struct Range {
 };
 
 /// A pattern that is never destroyed: libraries may log until the very end of the process.
-const QRegularExpression &lasting(const QString &pattern,
+const QRegularExpression *lasting(const QString &pattern,
                                   QRegularExpression::PatternOptions options = {}) {
-    return *new QRegularExpression(pattern, options);
+    return new QRegularExpression(pattern, options);
 }
 
 int hexDigit(char c) {
@@ -124,9 +124,9 @@ void findSecrets(const QByteArrayList &secrets, const View &view, std::vector<Ra
 void findForms(const View &view, std::vector<Range> &found) {
     // An address ends at white space or at a quoting character, unless an "@" still follows before
     // the next white space: then the quoting character belongs to the password.
-    static const QRegularExpression &address = lasting(QStringLiteral(
+    static const QRegularExpression &address = *lasting(QStringLiteral(
         R"(([A-Za-z][A-Za-z0-9+.-]{0,30}):[/\\]{2}(?:\\.|[^\s'"<>\\])+(?:['"<>][^\s@]*@(?:\\.|[^\s'"<>\\])*)*)"));
-    static const QRegularExpression &header = lasting(
+    static const QRegularExpression &header = *lasting(
         QStringLiteral(
             R"((authorization\s*[:=]?\s*)[^\r\n]+|(\b(?:cnonce|response)\s*=\s*"?)[0-9A-Za-z+/=]{8,})"),
         QRegularExpression::CaseInsensitiveOption);
@@ -167,7 +167,7 @@ class SecretsOf {
     /// Behind "scheme://", also where it is mistyped; 0 without one.
     static qsizetype startOf(const QByteArray &address) {
         static const QRegularExpression &scheme =
-            lasting(QStringLiteral(R"(^(?:[A-Za-z0-9+.-]*(?::[/\\]+|[/\\]{2,}))+)"));
+            *lasting(QStringLiteral(R"(^(?:[A-Za-z0-9+.-]*(?::[/\\]+|[/\\]{2,}))+)"));
         return scheme.match(QString::fromLatin1(address)).capturedLength();
     }
 
@@ -208,12 +208,12 @@ class SecretsOf {
     }
 
     void addParameters() {
-        static const QRegularExpression &parameter = lasting(
+        static const QRegularExpression &parameter = *lasting(
             QStringLiteral(
                 R"((?:pass\w*?|pas|passwd|pwd?|psw|pw|pin|token|secret|auth|key|cred\w*?|sig|session|ticket|login\w*?)=([^&/?#\s]+))"),
             QRegularExpression::CaseInsensitiveOption);
         static const QRegularExpression &next =
-            lasting(QStringLiteral(R"((?:_[A-Za-z]+=|[;,]).*$)"));
+            *lasting(QStringLiteral(R"((?:_[A-Za-z]+=|[;,]).*$)"));
         const QString text = QString::fromLatin1(m_address);
         for (auto matches = parameter.globalMatch(text); matches.hasNext();) {
             const QString value = matches.next().captured(1);
