@@ -320,8 +320,8 @@ class AppDelegate final : public QObject {
     void cancelPlaybackRetry();
 
     // supervision/AppDelegate+Watchdog.cpp
-    /// Says, once per player, whether the graphics card decodes the video.
-    void reportVideoDecoder();
+    /// Says, once per player, that it shows a picture, and whether the graphics card decodes it.
+    void playerHasLoaded();
     void startPlaybackWatchdog();
     void hideStalePicture();
     void endOfStreamMayHaveBeenReached();
@@ -364,7 +364,7 @@ class AppDelegate final : public QObject {
     std::unique_ptr<MPVObserver> mpvObserver;
     PlayerTeardown playerTeardown;
     std::int64_t playerGeneration = 0;
-    std::int64_t reportedDecoderGeneration = 0; // the last player whose decoder the log names
+    std::int64_t loadedPlayerGeneration = 0; // the last player that has shown a picture
     std::int64_t playbackSelectionGeneration = 0;
     PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
     std::unique_ptr<RepeatingTimer> playbackWatchdog;

@@ -35,6 +35,9 @@ struct AppEnvironment {
     /// Called when the application begins to end, perhaps more than once: from now on it may take a
     /// few seconds only.
     std::function<void()> limitTimeToExit;
+    /// Called when a player's first picture is on the screen: what libraries it takes have been
+    /// loaded.
+    std::function<void()> playerHasLoaded;
     /// Ends the application in order, in a later turn.
     std::function<void()> terminate;
     /// Hands an address to the user's browser or mail program; the callback runs when there is

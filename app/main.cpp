@@ -113,7 +113,7 @@ struct System {
     Termination termination{mainQueue, &QCoreApplication::quit};
 };
 
-AppEnvironment environmentOf(System &system) {
+AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
     return {.mainQueue = system.mainQueue,
             .userDefaults = system.userDefaults,
             .store = CameraConfigurationStore::shared(),
@@ -127,6 +127,7 @@ AppEnvironment environmentOf(System &system) {
                 },
             .random = [] { return QRandomGenerator::global()->generateDouble(); },
             .limitTimeToExit = [] { endProcessWithin(longestExit); },
+            .playerHasLoaded = [&exitGuard] { exitGuard.renew(); },
             .terminate = [&system] { system.termination.request(); },
             .openUrl =
                 [&system](const QUrl &address, const std::function<void()> &failed) {
@@ -170,8 +171,8 @@ void serveLaterStarts(AppDelegate &delegate, const Termination &termination,
 
 /// The program from its first window to its end. The exit status.
 int run(LaunchRequest::Action action, System &system, SingleInstance &instance) {
-    const ExitGuard exitGuard;
-    AppDelegate delegate(environmentOf(system));
+    ExitGuard exitGuard;
+    AppDelegate delegate(environmentOf(system, exitGuard));
     connectApplication(delegate);
     const TerminationSignals signals([&system] { system.termination.request(); });
     const auto displayWatch = watchDisplay([] {

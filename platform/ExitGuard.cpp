@@ -7,6 +7,9 @@ namespace lumvik {
 
 namespace {
 
+/// By the time so many players have shown a picture, all libraries have been loaded.
+constexpr int mostRegistrations = 4;
+
 std::atomic_bool isGuarded;
 
 void leaveIfGuarded() {
@@ -17,13 +20,20 @@ void leaveIfGuarded() {
 } // namespace
 
 ExitGuard::ExitGuard() {
-    // What was registered last runs first. Without room for it, exit is what it was.
-    (void)std::atexit(leaveIfGuarded);
+    renew();
     isGuarded = true;
 }
 
 ExitGuard::~ExitGuard() {
     isGuarded = false;
+}
+
+void ExitGuard::renew() {
+    if (m_registrations == mostRegistrations)
+        return;
+    ++m_registrations;
+    // What was registered last runs first. Without room for it, exit is what it was.
+    (void)std::atexit(leaveIfGuarded);
 }
 
 } // namespace lumvik

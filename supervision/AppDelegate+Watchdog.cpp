@@ -7,6 +7,8 @@
 
 #include <QPointer>
 
+#include <utility>
+
 namespace lumvik {
 
 namespace {
@@ -28,14 +30,14 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     if (previous != PlaybackSupervisorState::playing) {
         LumvikLog::playback().log(
             QStringLiteral("Live video frames resumed for player generation %1.").arg(generation));
-        reportVideoDecoder();
+        playerHasLoaded();
     }
 }
 
-void AppDelegate::reportVideoDecoder() {
-    if (reportedDecoderGeneration == playerGeneration)
+void AppDelegate::playerHasLoaded() {
+    if (std::exchange(loadedPlayerGeneration, playerGeneration) == playerGeneration)
         return;
-    reportedDecoderGeneration = playerGeneration;
+    environment.playerHasLoaded();
     // With the first frame on the screen the engine has settled for one.
     const QString name = QString::fromStdString(textProperty(mpv, "hwdec-current"));
     if (name.isEmpty() || name == QStringLiteral("no"))

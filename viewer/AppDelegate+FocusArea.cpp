@@ -79,9 +79,10 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
             QStringLiteral("Wait for the camera picture, then choose the focus area again."));
         return;
     }
+    const WindowPlace place = window->place();
     restoreFrameBeforeFocus =
-        window->hasOrdinaryFrame() ? std::optional(window->frame()) : std::nullopt;
-    screenAreaBeforeFocus = window->screenArea();
+        window->hasOrdinaryFrame() ? std::optional(place.frame) : std::nullopt;
+    screenAreaBeforeFocus = place.screenArea;
     focusCrop = crop;
     isShowingFullCameraTemporarily = false;
     applyFocusedCameraView(*crop, WindowReshaping::reshape);
@@ -116,7 +117,7 @@ void AppDelegate::restoreOriginalCameraView() {
     setMPVProperty("panscan", "1.0");
     // The frame first: size limit and shape are then taken on with it and not by a detour.
     if (const auto frame = std::exchange(restoreFrameBeforeFocus, std::nullopt))
-        window->restoreFrame(*frame, screenAreaBeforeFocus);
+        window->restorePlace({*frame, screenAreaBeforeFocus});
     window->setSmallestSize(ViewerWindow::minimumViewerSize);
     if (sourceVideoGeometry) {
         const auto width = sourceVideoGeometry->displayedWidth();

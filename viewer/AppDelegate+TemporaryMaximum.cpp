@@ -7,6 +7,8 @@
 
 #include <QPointer>
 
+#include <utility>
+
 namespace lumvik {
 
 namespace {
@@ -29,8 +31,9 @@ void AppDelegate::toggleTemporaryMaximum() {
         return;
     if (!isTemporarilyMaximized) {
         const QRect frame = window->frame();
-        restoreFrameBeforeTemporaryMaximum = frame;
-        screenAreaBeforeTemporaryMaximum = window->screenArea();
+        const WindowPlace place = window->place();
+        restoreFrameBeforeTemporaryMaximum = place.frame;
+        screenAreaBeforeTemporaryMaximum = place.screenArea;
         isTemporarilyMaximized = true; // before the frame changes, which is not to be remembered
         window->setFrame(temporaryMaximumFrame(frame, frame.size(), window->visibleArea(),
                                                appliedVideoAspectRatio));
@@ -40,7 +43,7 @@ void AppDelegate::toggleTemporaryMaximum() {
         isTemporarilyMaximized = false;
         return;
     }
-    window->restoreFrame(*restoreFrameBeforeTemporaryMaximum, screenAreaBeforeTemporaryMaximum);
+    window->restorePlace({*restoreFrameBeforeTemporaryMaximum, screenAreaBeforeTemporaryMaximum});
     if (temporaryMaximumEnd)
         temporaryMaximumEnd->cancel();
     temporaryMaximumEnd = environment.mainQueue.after(restoringTime, [self = QPointer(this)] {
@@ -53,9 +56,10 @@ void AppDelegate::temporaryMaximumWasRestored() {
     if (isClosingViewer)
         return; // what is remembered is the frame from before
     isTemporarilyMaximized = false;
-    restoreFrameBeforeTemporaryMaximum.reset();
-    environment.userDefaults.set(PreferenceKeys::mainWindowFrame,
-                                 plainFrameString(window->rememberedFrame()));
+    const auto before = std::exchange(restoreFrameBeforeTemporaryMaximum, std::nullopt);
+    // It may have gone on into full screen meanwhile.
+    const QRect frame = before && !window->hasOrdinaryFrame() ? *before : window->rememberedFrame();
+    environment.userDefaults.set(PreferenceKeys::mainWindowFrame, plainFrameString(frame));
 }
 
 } // namespace lumvik

@@ -28,6 +28,13 @@ QRect ScreenChangeMemory::frameRestored(const QRect &frame, const std::optional<
     return screensChanged(screens).value_or(frame);
 }
 
+void ScreenChangeMemory::frameReshaped(const QRect &before, const QRect &after) {
+    if (!isRefuge(before))
+        return;
+    m_refuge = after;
+    m_refugeWasReached = false;
+}
+
 std::optional<QRect> ScreenChangeMemory::screensChanged(const QList<QRect> &screens) {
     const std::optional<QRect> own = m_home ? m_home : m_rested;
     if (!own)

@@ -26,6 +26,9 @@ class ScreenChangeMemory {
     [[nodiscard]] QRect frameRestored(const QRect &frame, const std::optional<QRect> &area,
                                       const QList<QRect> &screens);
 
+    /// The program gave the window another shape where it stands.
+    void frameReshaped(const QRect &before, const QRect &after);
+
     /// Where the window belongs on the screens there are now; nothing as long as none of its places
     /// is known.
     [[nodiscard]] std::optional<QRect> screensChanged(const QList<QRect> &screens);
@@ -34,6 +37,8 @@ class ScreenChangeMemory {
     [[nodiscard]] std::optional<QRect> home() const { return m_home; }
     /// The screen of that place as it was; empty if it is not known.
     [[nodiscard]] QRect homeScreen() const { return m_screen; }
+    /// Whether this is where the window stands instead.
+    [[nodiscard]] bool isRefuge(const QRect &frame) const { return m_home && frame == m_refuge; }
 
   private:
     std::optional<QRect> m_rested; // the last frame that was not for want of a screen

@@ -58,16 +58,20 @@ void ScreenFollower::frameRested() {
     const auto frame = m_window.frame();
     if (!frame)
         return;
-    const bool hadHome = home().has_value();
+    const auto before = home();
     m_memory.frameRested(*frame, availableAreas());
-    if (hadHome && !home())
-        m_window.homeWasGivenUp();
+    if (home() != before)
+        m_window.homeChanged();
 }
 
 void ScreenFollower::screensSettled() {
+    const auto before = home();
     const auto place = m_memory.screensChanged(availableAreas());
     if (place && place != m_window.frame())
         m_window.move(*place);
+    // A window manager may have been faster, and its frame have been taken for the user's.
+    if (home() != before)
+        m_window.homeChanged();
 }
 
 } // namespace lumvik

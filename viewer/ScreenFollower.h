@@ -25,8 +25,8 @@ class ScreenFollower final : public QObject {
         /// choice, as in full screen.
         std::function<std::optional<QRect>()> frame;
         std::function<void(const QRect &)> move;
-        /// The window stays where it is for good: `home` has just become nothing.
-        std::function<void()> homeWasGivenUp;
+        /// `home` has become another.
+        std::function<void()> homeChanged;
     };
     explicit ScreenFollower(Window window);
 
@@ -41,14 +41,22 @@ class ScreenFollower final : public QObject {
         return m_memory.frameRestored(frame, area, availableAreas());
     }
 
+    /// The program gives the window another shape where it stands.
+    void frameIsReshaped(const QRect &before, const QRect &after) {
+        m_memory.frameReshaped(before, after);
+    }
+    /// Takes the frame that the window has now for one in which it has rested.
+    void frameRested();
+
     /// The window's own place while it stands elsewhere for want of the screen; else nothing.
     [[nodiscard]] std::optional<QRect> home() const { return m_memory.home(); }
     /// The screen of that place as it was; empty if it is not known.
     [[nodiscard]] QRect homeScreen() const { return m_memory.homeScreen(); }
+    /// Whether this is where the window stands instead.
+    [[nodiscard]] bool isRefuge(const QRect &frame) const { return m_memory.isRefuge(frame); }
 
   private:
     void follow(QScreen *screen);
-    void frameRested();
     void screensSettled();
 
     Window m_window;

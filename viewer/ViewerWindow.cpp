@@ -131,15 +131,18 @@ void ViewerWindow::correctShape() {
         size(), sizeWithAspectRatio(size(), m_ratio, minimumSize(), area.size()));
     if (!shaped)
         return;
+    const QRect before(position(), size());
     QRect frame(QPoint(), *shaped);
-    frame.moveCenter(QRect(position(), size()).center());
+    frame.moveCenter(before.center());
     // A window that was wholly on its screen stays so.
-    if (area.contains(QRect(position(), size()))) {
+    if (area.contains(before)) {
         frame.moveLeft(
             qBound(area.left(), frame.left(), qMax(area.left(), area.right() + 1 - frame.width())));
         frame.moveTop(
             qBound(area.top(), frame.top(), qMax(area.top(), area.bottom() + 1 - frame.height())));
     }
+    if (m_screens)
+        m_screens->frameIsReshaped(before, frame);
     setGeometry(frame);
 }
 
@@ -188,17 +191,21 @@ QRect ViewerWindow::rememberedFrame() const {
         return *m_screens->home();
     QRect remembered = frame();
     // Where the compositor alone knows the place, the window believes itself at the origin.
-    if (!isPlacedByProgram() && m_restoredPlace)
-        remembered.moveTopLeft(*m_restoredPlace);
+    if (m_restored) {
+        remembered.moveTopLeft(m_restored->frame.topLeft());
+        // Made smaller for a small screen, and left so.
+        if (remembered.size() == m_restored->shownSize)
+            remembered.setSize(m_restored->frame.size());
+    }
     return remembered;
 }
 
 QString ViewerWindow::savedFrame() const {
-    QRect area = screenArea();
+    QRect area = screenOf(frame(), availableAreas());
     if (m_screens && m_screens->home())
         area = m_screens->homeScreen();
-    else if (!isPlacedByProgram() && m_restoredPlace)
-        area = m_restoredArea.value_or(QRect());
+    else if (m_restored)
+        area = m_restored->screenArea.value_or(QRect());
     return savedFrameString(rememberedFrame(), area);
 }
 
@@ -206,8 +213,11 @@ QRect ViewerWindow::onScreens(const QRect &frame) {
     return frameOnScreens(frame, availableAreas());
 }
 
-QRect ViewerWindow::screenArea() const {
-    return screenOf(frame(), availableAreas());
+WindowPlace ViewerWindow::place() const {
+    const QRect frame = this->frame();
+    if (m_screens && m_screens->isRefuge(frame))
+        return {*m_screens->home(), m_screens->homeScreen()};
+    return {frame, screenOf(frame, availableAreas())};
 }
 
 bool ViewerWindow::setFrameFromString(const QString &text) {
@@ -219,9 +229,10 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
     // What was whole stays so when it has to be made larger.
     if (area && area->contains(*frame))
         restored = frameOnScreens(restored, {*area}, ShownPart::all);
-    m_restoredPlace = restored.topLeft();
-    m_restoredArea = area;
-    restored = m_screens ? m_screens->frameIsRestored(restored, area) : onScreens(restored);
+    const QRect earlier = restored;
+    restored = m_screens ? m_screens->frameIsRestored(earlier, area) : onScreens(earlier);
+    if (!isPlacedByProgram())
+        m_restored = {earlier, area, restored.size()};
     // The shape of the last video, most likely: kept until this one's is known.
     m_ratio = {restored.width(), restored.height()};
     m_sizeHints.setAspectRatio(m_ratio);
@@ -245,8 +256,8 @@ void ViewerWindow::setFrame(const QRect &frame) {
     goToFrame(frame);
 }
 
-void ViewerWindow::restoreFrame(const QRect &frame, const QRect &area) {
-    goToFrame(m_screens ? m_screens->frameIsRestored(frame, area) : frame);
+void ViewerWindow::restorePlace(const WindowPlace &place) {
+    goToFrame(m_screens ? m_screens->frameIsRestored(place.frame, place.screenArea) : place.frame);
 }
 
 void ViewerWindow::goToFrame(const QRect &frame) {
@@ -367,7 +378,7 @@ void ViewerWindow::followScreens() {
     m_screens = std::make_unique<ScreenFollower>(ScreenFollower::Window{
         .frame = [this] { return hasOrdinaryFrame() ? std::optional(frame()) : std::nullopt; },
         .move = [this](const QRect &frame) { goToFrame(frame); },
-        .homeWasGivenUp =
+        .homeChanged =
             [this] {
                 if (m_delegate.didMove)
                     m_delegate.didMove(); // what is to be remembered has become another frame
@@ -388,6 +399,8 @@ bool ViewerWindow::event(QEvent *event) {
         m_isClosing = true;
         m_frameAnimation.stop();
         m_frameSettled.stop();
+        if (m_screens)
+            m_screens->frameRested(); // there is no time left in which it could
         if (m_delegate.willClose)
             m_delegate.willClose();
     }

@@ -40,6 +40,14 @@ struct ViewerWindowDelegate {
 
 /// The borderless, black window of the viewer: its shape, level, remembered frame and closing.
 /// It holds no controls and knows nothing of cameras; those are items in it. Main thread only.
+/// A frame, and the available area of its screen at the time, in points.
+struct WindowPlace {
+    QRect frame;
+    QRect screenArea;
+
+    friend bool operator==(const WindowPlace &, const WindowPlace &) = default;
+};
+
 class ViewerWindow final : public QQuickWindow {
     Q_OBJECT
 
@@ -79,11 +87,12 @@ class ViewerWindow final : public QQuickWindow {
     /// to keep the shape, and its news of the way are not believed: on a busy desktop they arrive
     /// long after the end.
     void setFrame(const QRect &frame);
-    /// `setFrame` with a frame from earlier, when its screen was `area` (see `screenArea`): what
-    /// was whole there is shown whole, and goes where it was once the screen is so again.
-    void restoreFrame(const QRect &frame, const QRect &area);
-    /// The available area, in points, of the screen that the window has or is on its way to.
-    [[nodiscard]] QRect screenArea() const;
+    /// Where the window belongs: the frame that it has or is on its way to or, while it stands
+    /// there only for want of its screen, its own.
+    [[nodiscard]] WindowPlace place() const;
+    /// `setFrame` with a place from earlier: what was whole there is shown whole, and goes where it
+    /// was once the screen is so again.
+    void restorePlace(const WindowPlace &place);
     /// The smallest size that the content may have, in points, from the end of an animation on.
     void setSmallestSize(const QSize &size);
     /// The part of the window's screen that panels leave free.
@@ -116,6 +125,12 @@ class ViewerWindow final : public QQuickWindow {
     void resizeEvent(QResizeEvent *event) override;
 
   private:
+    struct RestoredFrame {
+        QRect frame;
+        std::optional<QRect> screenArea; // if it is known
+        QSize shownSize;                 // on the screens there are now
+    };
+
     void correctShape();
     void finishFrameAnimation();
     void frameAnimationEnded();
@@ -150,8 +165,8 @@ class ViewerWindow final : public QQuickWindow {
     QTimer m_frameSettled;                // fires when that moment is over
     QSize m_smallestSize;                 // the smallest size once the animation has ended
     std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
-    std::optional<QPoint> m_restoredPlace;
-    std::optional<QRect> m_restoredArea;       // of that place's screen
+    /// The frame from the last time, where windows do not know their place.
+    std::optional<RestoredFrame> m_restored;
     std::unique_ptr<ScreenFollower> m_screens; // null where the program places no windows
     std::function<void()> m_firstDrawn;
     bool m_wasDrawn = false;

@@ -49,6 +49,7 @@ void ControllerTest::launch() {
                        .makeConnection = network.factory(),
                        .random = [this] { return random; },
                        .limitTimeToExit = [this] { ++exitLimits; },
+                       .playerHasLoaded = [this] { ++loadedPlayers; },
                        .terminate = [this] { ++terminations; },
                        .openUrl =
                            [this](const QUrl &address, const std::function<void()> &failed) {

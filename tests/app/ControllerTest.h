@@ -78,7 +78,8 @@ class ControllerTest : public testing::Test {
     FakeNetwork network;
     double random = 0; // what chance answers, 0 to below 1
     int terminations = 0;
-    int exitLimits = 0; // how often the time until the exit was limited
+    int loadedPlayers = 0; // how often a player's first picture was told
+    int exitLimits = 0;    // how often the time until the exit was limited
     FakeUpdates updates;
     QDateTime date{QDate(2026, 5, 1), QTime(12, 0), QTimeZone::utc()};
     InstalledVersion installedVersion{.version = u"1.5"_s, .build = u"7"_s};

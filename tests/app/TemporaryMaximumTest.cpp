@@ -64,6 +64,23 @@ TEST_F(TemporaryMaximumTest, FrameThatTheUserPutPartlyOutComesBackSo) {
     EXPECT_EQ(frame(), partlyOut);
 }
 
+TEST_F(TemporaryMaximumTest, PlaceOnAScreenThatHasGoneIsStillTheWindowsAfterwards) {
+    const WindowPlace place{{500, 300, 640, 360}, {0, 0, 1600, 1000}};
+    access().window()->restorePlace(place);
+    settle();
+    const QRect refuge(160, 300, 640, 360);
+    ASSERT_EQ(frame(), refuge);
+    rightClick();
+    settle();
+    EXPECT_EQ(frame(), maximum);
+    rightClick();
+    settle();
+    EXPECT_EQ(frame(), refuge);
+    EXPECT_EQ(access().window()->place(), place);
+    queue.advance(0.35);
+    EXPECT_EQ(storedFrame(), u"{{500, 300}, {640, 360}}"_s);
+}
+
 TEST_F(TemporaryMaximumTest, FrameIsRememberedOnlyAfterTheWayBack) {
     rightClick();
     settle();

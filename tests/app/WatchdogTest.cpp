@@ -178,6 +178,7 @@ TEST_F(WatchdogTest, TheDecoderIsNamedOncePerPlayer) {
     EXPECT_TRUE(named().isEmpty()) << "before there is a picture";
     playFor(1);
     EXPECT_EQ(named(), QStringList(u"The video is decoded in software."_s));
+    EXPECT_EQ(loadedPlayers, 1);
     // Another stream in the same player.
     mpv.setTextProperty("hwdec-current", "vaapi");
     delegate->selectCamera(1);

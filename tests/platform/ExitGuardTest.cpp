@@ -22,6 +22,24 @@ TEST(ExitGuardDeathTest, LetsNothingRunThatWasRegisteredBefore) {
         testing::ExitedWithCode(EXIT_FAILURE), "^$");
 }
 
+TEST(ExitGuardDeathTest, CoversWhatWasRegisteredMeanwhileOnceItIsRenewed) {
+    EXPECT_EXIT(
+        {
+            ExitGuard guard;
+            registerHandler();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(EXIT_FAILURE), "A handler has run.");
+    EXPECT_EXIT(
+        {
+            ExitGuard guard;
+            registerHandler();
+            guard.renew();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(EXIT_FAILURE), "^$");
+}
+
 TEST(ExitGuardDeathTest, LeavesTheOrderlyExitAsItIs) {
     EXPECT_EXIT(
         {

@@ -63,12 +63,15 @@ TEST_F(ScreenChangeTest, ASmallerScreenKeepsTheWindowInSight) {
     const QRect frame(900, 500, 640, 360);
     ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
     ASSERT_NO_FATAL_FAILURE(letRest());
+    const QString stored = storedFrame();
     // The large monitor is unplugged, and a small one is left.
     ASSERT_TRUE(desktop.resize(QSize(800, 600)));
     EXPECT_TRUE(eventually(20s, [this] {
         return QRect(QPoint(), QSize(800, 600)).contains(viewer->geometry());
     })) << "the window is out of sight";
     EXPECT_TRUE(pictureFillsTheWindow());
+    EXPECT_TRUE(eventually(10s, [&] { return storedFrame() == stored; }))
+        << "its place is forgotten: " << storedFrame().toStdString();
     // And plugged in again.
     ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
     EXPECT_TRUE(comesToBe(frame));

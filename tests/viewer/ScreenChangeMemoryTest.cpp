@@ -139,5 +139,18 @@ TEST_F(ScreenChangeMemoryTest, AFrameFromEarlierIsAsWholeAsItWas) {
     EXPECT_EQ(memory.home(), std::nullopt);
 }
 
+TEST_F(ScreenChangeMemoryTest, AnotherShapeFromTheProgramIsNoOtherPlace) {
+    const QRect refuge = memory.frameRestored(onMonitor, monitor, {laptop});
+    memory.frameRested(refuge, {laptop});
+    const QRect wider = refuge.adjusted(-40, 0, 0, -20);
+    memory.frameReshaped(onLaptop, wider);
+    EXPECT_TRUE(memory.isRefuge(refuge)) << "it stood elsewhere";
+    memory.frameReshaped(refuge, wider);
+    memory.frameRested(wider, {laptop});
+    EXPECT_EQ(memory.home(), onMonitor);
+    memory.frameRested(onLaptop, {laptop});
+    EXPECT_EQ(memory.home(), std::nullopt) << "the user's wish";
+}
+
 } // namespace
 } // namespace lumvik

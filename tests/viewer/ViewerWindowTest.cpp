@@ -158,12 +158,13 @@ TEST_F(ViewerWindowTest, FrameOnNoScreenIsMovedOntoOne) {
 }
 
 TEST_F(ViewerWindowTest, FrameFromALargerScreenIsShownWholeAndRememberedAsItWas) {
-    const QRect earlier(500, 300, 640, 360);
-    window.restoreFrame(earlier, {0, 0, 1600, 1000});
+    const WindowPlace earlier{{500, 300, 640, 360}, {0, 0, 1600, 1000}};
+    window.restorePlace(earlier);
     EXPECT_EQ(window.frame(), QRect(160, 300, 640, 360)) << "on 800 by 800 points";
+    EXPECT_EQ(window.place(), earlier);
     EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 1600 1000"));
-    window.restoreFrame(earlier, window.screenArea());
-    EXPECT_EQ(window.frame(), earlier) << "the user put it there";
+    window.restorePlace({earlier.frame, {0, 0, 800, 800}});
+    EXPECT_EQ(window.frame(), earlier.frame) << "the user put it there";
     EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 800 800"));
 }
 
