@@ -7,7 +7,7 @@ namespace lumvik {
 
 namespace {
 
-/// By the time so many players have shown a picture, all libraries have been loaded.
+/// The guard's own, and one for each of the first players: by then all libraries have been loaded.
 constexpr int mostRegistrations = 4;
 
 std::atomic_bool isGuarded;

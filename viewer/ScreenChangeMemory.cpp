@@ -1,18 +1,19 @@
 #include "viewer/ScreenChangeMemory.h"
 
-#include <utility>
-
 namespace lumvik {
 
 void ScreenChangeMemory::frameRested(const QRect &frame, const QList<QRect> &screens) {
-    if (m_home) {
-        // A window manager may let it come to rest a little smaller, in its video's shape.
-        if (!std::exchange(m_refugeWasReached, true) && m_refuge.contains(frame))
-            m_refuge = frame;
-        if (frame == m_refuge)
-            return;
+    if (isRefuge(frame)) {
+        m_refuge = frame;
+        m_refugeWasReached = true;
+        return;
     }
     frameGiven(frame, screens);
+}
+
+bool ScreenChangeMemory::isRefuge(const QRect &frame) const {
+    // A window manager may let it come to rest a little smaller, in its video's shape.
+    return m_home && (m_refugeWasReached ? frame == m_refuge : m_refuge.contains(frame));
 }
 
 void ScreenChangeMemory::frameGiven(const QRect &frame, const QList<QRect> &screens) {

@@ -38,7 +38,7 @@ class ScreenChangeMemory {
     /// The screen of that place as it was; empty if it is not known.
     [[nodiscard]] QRect homeScreen() const { return m_screen; }
     /// Whether this is where the window stands instead.
-    [[nodiscard]] bool isRefuge(const QRect &frame) const { return m_home && frame == m_refuge; }
+    [[nodiscard]] bool isRefuge(const QRect &frame) const;
 
   private:
     std::optional<QRect> m_rested; // the last frame that was not for want of a screen

@@ -38,8 +38,6 @@ struct ViewerWindowDelegate {
     std::function<void(const QString &)> graphicsFailed;
 };
 
-/// The borderless, black window of the viewer: its shape, level, remembered frame and closing.
-/// It holds no controls and knows nothing of cameras; those are items in it. Main thread only.
 /// A frame, and the available area of its screen at the time, in points.
 struct WindowPlace {
     QRect frame;
@@ -48,6 +46,8 @@ struct WindowPlace {
     friend bool operator==(const WindowPlace &, const WindowPlace &) = default;
 };
 
+/// The borderless, black window of the viewer: its shape, level, remembered frame and closing.
+/// It holds no controls and knows nothing of cameras; those are items in it. Main thread only.
 class ViewerWindow final : public QQuickWindow {
     Q_OBJECT
 
@@ -67,8 +67,9 @@ class ViewerWindow final : public QQuickWindow {
     void setLevel(WindowLevel level);
     [[nodiscard]] WindowLevel level() const;
 
-    /// The frame that is worth remembering: `frame`, in the restored place where windows do not
-    /// know their place; the one from before while its screen is gone.
+    /// The frame that is worth remembering: the one from before while its screen is gone, else
+    /// `frame`. Where windows do not know their place it is in the restored one, and in the
+    /// restored size as long as it was only made smaller for the screen.
     [[nodiscard]] QRect rememberedFrame() const;
     /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h).
     [[nodiscard]] QString savedFrame() const;

@@ -70,6 +70,7 @@ TEST_F(ScreenChangeTest, ASmallerScreenKeepsTheWindowInSight) {
         return QRect(QPoint(), QSize(800, 600)).contains(viewer->geometry());
     })) << "the window is out of sight";
     EXPECT_TRUE(pictureFillsTheWindow());
+    ASSERT_NO_FATAL_FAILURE(letRest()); // another frame would have been written by then
     EXPECT_TRUE(eventually(10s, [&] { return storedFrame() == stored; }))
         << "its place is forgotten: " << storedFrame().toStdString();
     // And plugged in again.

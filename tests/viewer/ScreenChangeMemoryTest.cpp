@@ -139,6 +139,16 @@ TEST_F(ScreenChangeMemoryTest, AFrameFromEarlierIsAsWholeAsItWas) {
     EXPECT_EQ(memory.home(), std::nullopt);
 }
 
+TEST_F(ScreenChangeMemoryTest, TheRefugeMayBeALittleSmallerUntilItWasReached) {
+    const QRect refuge = memory.frameRestored(onMonitor, monitor, {laptop});
+    const QRect smaller = refuge.adjusted(0, 0, 0, -3);
+    EXPECT_TRUE(memory.isRefuge(smaller));
+    memory.frameRested(smaller, {laptop});
+    EXPECT_TRUE(memory.isRefuge(smaller));
+    EXPECT_FALSE(memory.isRefuge(smaller.adjusted(0, 0, 0, -3))) << "the user's wish";
+    EXPECT_FALSE(memory.isRefuge(refuge));
+}
+
 TEST_F(ScreenChangeMemoryTest, AnotherShapeFromTheProgramIsNoOtherPlace) {
     const QRect refuge = memory.frameRestored(onMonitor, monitor, {laptop});
     memory.frameRested(refuge, {laptop});
