@@ -172,6 +172,28 @@ class ScaleChangeTest : public ScreenChangeTest {
         scale = newScale;
     }
 
+    /// Starts with this frame, and enlarges the window before the scale becomes 2.
+    void startEnlargedAndDoubleTheScale(QRect frame) {
+        ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+        pointer.moveTo(frame.center());
+        pointer.click(Pointer::Button::right);
+        ASSERT_TRUE(comesToBe(QRect(0, 80, 2560, 1440)));
+        movePointerAway();
+        ASSERT_NO_FATAL_FAILURE(letRest());
+        ASSERT_NO_FATAL_FAILURE(setScale(2));
+        // As many pixels as before are all there are, or half of the points.
+        ASSERT_TRUE(eventually(
+            10s, [this] { return viewer->normalHints().minimumSize == QSize(960, 540); }));
+        ASSERT_TRUE(comesToBe(QRect(0, 160, 2560, 1440)));
+    }
+    /// Brings the enlarged window back.
+    void bringBackTo(QRect frame) {
+        pointer.moveTo(QPoint(1280, 800));
+        pointer.click(Pointer::Button::right);
+        EXPECT_TRUE(comesToBe(frame));
+        EXPECT_TRUE(pictureFillsTheWindow());
+    }
+
   private:
     [[nodiscard]] QString settingsFile() const {
         return m_folder.filePath(QStringLiteral("settings"));
@@ -210,41 +232,17 @@ TEST_F(ScaleChangeTest, TheWindowStaysInSightAndComesBackWhereItWas) {
 }
 
 TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackToItsFrame) {
-    const QRect frame(400, 200, 640, 360);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
-    pointer.moveTo(frame.center());
-    pointer.click(Pointer::Button::right);
-    ASSERT_TRUE(comesToBe(QRect(0, 80, 2560, 1440)));
-    movePointerAway();
-    ASSERT_NO_FATAL_FAILURE(letRest());
-    ASSERT_NO_FATAL_FAILURE(setScale(2));
-    // As many pixels as before are all there are, or half of the points.
-    ASSERT_TRUE(
-        eventually(10s, [this] { return viewer->normalHints().minimumSize == QSize(960, 540); }));
-    EXPECT_TRUE(comesToBe(QRect(0, 160, 2560, 1440)));
+    ASSERT_NO_FATAL_FAILURE(startEnlargedAndDoubleTheScale(QRect(400, 200, 640, 360)));
+    EXPECT_EQ(viewer->normalHints().minimumSize, QSize(960, 540));
     EXPECT_TRUE(pictureFillsTheWindow());
-    pointer.moveTo(QPoint(1280, 800));
-    pointer.click(Pointer::Button::right);
-    EXPECT_TRUE(comesToBe(QRect(800, 400, 1280, 720)));
-    EXPECT_TRUE(pictureFillsTheWindow());
+    ASSERT_NO_FATAL_FAILURE(bringBackTo(QRect(800, 400, 1280, 720)));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
 TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackIntoSight) {
-    const QRect frame(600, 300, 1120, 630);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
-    pointer.moveTo(frame.center());
-    pointer.click(Pointer::Button::right);
-    ASSERT_TRUE(comesToBe(QRect(0, 80, 2560, 1440)));
-    movePointerAway();
-    ASSERT_NO_FATAL_FAILURE(letRest());
-    ASSERT_NO_FATAL_FAILURE(setScale(2));
-    ASSERT_TRUE(comesToBe(QRect(0, 160, 2560, 1440)));
-    // A part of its old place lies beyond the screen now.
-    pointer.moveTo(QPoint(1280, 800));
-    pointer.click(Pointer::Button::right);
-    EXPECT_TRUE(comesToBe(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
-    EXPECT_TRUE(pictureFillsTheWindow());
+    // A part of this place lies beyond the screen that has half of the points.
+    ASSERT_NO_FATAL_FAILURE(startEnlargedAndDoubleTheScale(QRect(600, 300, 1120, 630)));
+    ASSERT_NO_FATAL_FAILURE(bringBackTo(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
