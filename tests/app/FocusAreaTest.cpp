@@ -90,6 +90,22 @@ TEST_F(FocusAreaTest, AreaIsShownAlone) {
     EXPECT_FALSE(access().viewerControlsAreVisible()) << "the choice no longer keeps them";
 }
 
+TEST_F(FocusAreaTest, PlaceOnAScreenThatHasGoneIsStillTheWindowsAfterwards) {
+    const WindowPlace place{{500, 300, 640, 360}, {0, 0, 1600, 1000}};
+    access().window()->restorePlace(place);
+    settle();
+    const QRect refuge(160, 300, 640, 360); // on a screen of 800 by 800
+    ASSERT_EQ(access().window()->frame(), refuge);
+    choose(area);
+    settle();
+    ASSERT_NE(access().window()->frame(), refuge);
+    EXPECT_EQ(access().restoreFrameBeforeFocus(), place.frame);
+    delegate->toggleFocusArea();
+    settle();
+    EXPECT_EQ(access().window()->frame(), refuge);
+    EXPECT_EQ(access().window()->place(), place);
+}
+
 TEST_F(FocusAreaTest, WindowIsFreeAndTakesTheAreasShape) {
     choose(area);
     EXPECT_TRUE(access().window()->contentAspectRatio().isEmpty());
