@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/LaunchRequest.h"
+#include "app/controller/LaunchRequest.h"
 
 #include <QStringList>
 

@@ -1,8 +1,8 @@
 #include "app/Startup.h"
 
 #include "app/DesktopApplication.h"
-#include "platform/BusGreeting.h"
-#include "platform/HangUpWatch.h"
+#include "platform/BusProbe.h"
+#include "platform/DisplayConnectionMonitor.h"
 #include "platform/LumvikLog.h"
 
 #include <QGuiApplication>
@@ -89,11 +89,11 @@ void prepareToolkit() {
     QSurfaceFormat::setDefaultFormat(format);
 }
 
-void avoidDeafSessionBus() {
+void avoidUnresponsiveSessionBus() {
     constexpr int nobodyAbandons = -1;
     const QString addresses = DesktopApplication::sessionBusAddresses();
-    const auto bus = findAnsweringBus(QStringLiteral("session bus"), addresses, nobodyAbandons,
-                                      std::chrono::seconds(2));
+    const auto bus = findResponsiveBus(QStringLiteral("session bus"), addresses, nobodyAbandons,
+                                       std::chrono::seconds(2));
     if (bus || !bus.error().isSilent)
         return;
     LumvikLog::lifecycle().error(
@@ -117,12 +117,13 @@ std::optional<std::string> missingDisplay() {
     return std::nullopt;
 }
 
-std::unique_ptr<HangUpWatch> watchDisplay([[maybe_unused]] std::function<void()> lost) {
+std::unique_ptr<DisplayConnectionMonitor>
+watchDisplay([[maybe_unused]] std::function<void()> lost) {
 #ifdef LUMVIK_HAVE_XCB
     if (const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
         x11 != nullptr && x11->connection() != nullptr) {
-        return std::make_unique<HangUpWatch>(xcb_get_file_descriptor(x11->connection()),
-                                             std::move(lost));
+        return std::make_unique<DisplayConnectionMonitor>(
+            xcb_get_file_descriptor(x11->connection()), std::move(lost));
     }
 #endif
     return nullptr;

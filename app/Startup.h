@@ -7,7 +7,7 @@
 
 namespace lumvik {
 
-class HangUpWatch;
+class DisplayConnectionMonitor;
 
 /// Keeps memory together over weeks of new players, each with threads of its own. Called before
 /// anything that allocates much: what was allocated before stays where it is.
@@ -22,7 +22,7 @@ void prepareToolkit();
 /// the toolkit uses the bus for themes and accessibility, and would wait for its answer for a
 /// minute before the first window. Waits two seconds for such a bus, for others no time. To be
 /// called before the application object exists.
-void avoidDeafSessionBus();
+void avoidUnresponsiveSessionBus();
 
 /// Why no window can be opened, as a message for the terminal; nothing when one can. The toolkit
 /// itself would end the process with a core dump.
@@ -32,7 +32,7 @@ void avoidDeafSessionBus();
 /// thread, when the server has gone. The toolkit ends the process then, but only once the main
 /// thread is back in its event loop, and Mesa's software rendering does not come back: to a server
 /// that does not exist it sends the same picture for ever.
-[[nodiscard]] std::unique_ptr<HangUpWatch> watchDisplay(std::function<void()> lost);
+[[nodiscard]] std::unique_ptr<DisplayConnectionMonitor> watchDisplay(std::function<void()> lost);
 
 /// The least important kind of engine message to log, by libmpv's names: LUMVIK_ENGINE_LOG from the
 /// environment when it is one of them, else "warn".

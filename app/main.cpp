@@ -1,4 +1,3 @@
-#include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "app/DesktopApplication.h"
 #include "app/DesktopOpener.h"
@@ -7,16 +6,17 @@
 #include "app/SingleInstance.h"
 #include "app/Startup.h"
 #include "app/Termination.h"
+#include "app/controller/AppDelegate.h"
 #include "editor/CameraSettingsWindow.h"
 #include "platform/CoreDumps.h"
+#include "platform/DisplayConnectionMonitor.h"
 #include "platform/ExitDeadline.h"
 #include "platform/ExitGuard.h"
-#include "platform/HangUpWatch.h"
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
-#include "platform/RtnetlinkPathMonitor.h"
-#include "platform/TcpConnection.h"
 #include "platform/TerminationSignals.h"
+#include "platform/network/RtnetlinkPathMonitor.h"
+#include "platform/network/TcpConnection.h"
 #include "style/ApplicationIcon.h"
 #include "updates/LumvikUpdateService.h"
 
@@ -209,7 +209,7 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "%s\n", problem->c_str());
         return 1;
     }
-    avoidDeafSessionBus();
+    avoidUnresponsiveSessionBus();
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumvik"));
     QApplication::setWindowIcon(applicationIcon());

@@ -13,8 +13,8 @@
 // milliseconds (2 by default), which is also how late it can be. Only three single rows of pixels
 // are fetched, through shared memory, because it shares the processor with what is being measured.
 
-#include "camera/ClockPattern.h"
-#include "camera/PictureLayout.h"
+#include "testcamera/ClockPattern.h"
+#include "testcamera/PictureLayout.h"
 
 #include <sys/ipc.h>
 #include <sys/shm.h>

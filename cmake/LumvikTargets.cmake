@@ -26,3 +26,11 @@ function(lumvik_library name)
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
   set_target_properties(${name} PROPERTIES AUTOMOC ON)
 endfunction()
+
+# lumvik_use_xcb(NAME) gives a target XCB where it was found; the code asks for LUMVIK_HAVE_XCB.
+function(lumvik_use_xcb name)
+  if(TARGET PkgConfig::XCB)
+    target_compile_definitions(${name} PRIVATE LUMVIK_HAVE_XCB)
+    target_link_libraries(${name} PRIVATE PkgConfig::XCB)
+  endif()
+endfunction()

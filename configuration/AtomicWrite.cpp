@@ -1,6 +1,6 @@
 #include "configuration/AtomicWrite.h"
 
-#include "configuration/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 #include <QRandomGenerator>
 

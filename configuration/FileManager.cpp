@@ -1,7 +1,7 @@
 #include "configuration/FileManager.h"
 
 #include "configuration/AtomicWrite.h"
-#include "configuration/FileDescriptor.h"
+#include "platform/FileDescriptor.h"
 
 #include <QFile>
 

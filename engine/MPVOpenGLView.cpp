@@ -202,7 +202,7 @@ void MPVOpenGLView::consumeRenderUpdates() {
     if (window() == nullptr || !window()->isExposed()) {
         skipPendingFrame();
     } else if (!drawingIsDue && m_hasPendingVideoFrame &&
-               m_pacing.frameAnnounced(m_mainQueue.now()) == FramePacing::Verdict::skip) {
+               m_pacing.frameAnnounced(m_mainQueue.now()) == VideoFramePacing::Verdict::skip) {
         skipPendingFrame();
         drawLastFrameSoon();
     } else {
@@ -214,7 +214,7 @@ void MPVOpenGLView::drawLastFrameSoon() {
     if (m_willDrawLastFrame)
         return;
     m_willDrawLastFrame = true;
-    (void)m_mainQueue.after(FramePacing::drawingInterval, [view = QPointer(this)] {
+    (void)m_mainQueue.after(VideoFramePacing::drawingInterval, [view = QPointer(this)] {
         if (!view)
             return;
         view->m_willDrawLastFrame = false;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/FramePacing.h"
+#include "engine/VideoFramePacing.h"
 #include "platform/MainQueue.h"
 
 #include <QQuickItem>
@@ -100,7 +100,7 @@ class MPVOpenGLView : public QQuickItem {
 
     MainQueue &m_mainQueue;
     std::unique_ptr<mpv_render_context, RenderContextDeleter> m_renderContext;
-    FramePacing m_pacing;
+    VideoFramePacing m_pacing;
     bool m_hasPendingVideoFrame = false;
     bool m_expectsPicture = true; // false between a load and the start of its stream
     bool m_showsPicture = false;  // whether the engine's last frame belongs to the expected stream

@@ -1,6 +1,6 @@
 #include "platform/BusConnector.h"
 
-#include "platform/BusGreeting.h"
+#include "platform/BusProbe.h"
 #include "platform/SerialQueue.h"
 
 #include <QObject>
@@ -91,7 +91,8 @@ void BusConnector::run(QObject &context, const QString &addresses,
             },
             Qt::QueuedConnection);
     };
-    const auto address = findAnsweringBus(m_busName, addresses, m_abandonment->descriptor(), limit);
+    const auto address =
+        findResponsiveBus(m_busName, addresses, m_abandonment->descriptor(), limit);
     if (!address) {
         tell([this, reason = address.error().reason] { m_handlers.failed(reason); });
         return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/NetworkPathMonitor.h"
+#include "platform/network/NetworkPathMonitor.h"
 
 #include <optional>
 

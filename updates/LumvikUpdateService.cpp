@@ -1,10 +1,10 @@
 #include "updates/LumvikUpdateService.h"
 
 #include "platform/LumvikLog.h"
-#include "updates/MakersPage.h"
+#include "platform/SerialQueueHandle.h"
 #include "updates/ManifestDownload.h"
-#include "updates/QueueAccess.h"
 #include "updates/VersionComparison.h"
+#include "updates/WebsiteUrl.h"
 
 #include <compare>
 #include <deque>
@@ -20,7 +20,7 @@ tl::unexpected<LumvikUpdateCheckError> failure(const QString &message) {
 
 /// The address of the manifest, or an invalid one when the host cannot be part of any.
 QUrl manifestAddress(const LumvikUpdateSettings &settings) {
-    QUrl address = makersPage(settings.webHost, QStringLiteral("/lumvik/version.json"));
+    QUrl address = websiteUrl(settings.webHost, QStringLiteral("/lumvik/version.json"));
     if (address.isValid())
         address.setPort(settings.port);
     return address;
@@ -70,7 +70,8 @@ InstalledVersion LumvikUpdateSettings::runningVersion() {
 class LumvikUpdateService::Check final : public UpdateCheck,
                                          public std::enable_shared_from_this<Check> {
   public:
-    Check(Completion completion, std::weak_ptr<Worker> worker, std::shared_ptr<QueueAccess> queue)
+    Check(Completion completion, std::weak_ptr<Worker> worker,
+          std::shared_ptr<SerialQueueHandle> queue)
         : m_completion(std::move(completion))
         , m_worker(std::move(worker))
         , m_queue(std::move(queue)) {}
@@ -84,18 +85,18 @@ class LumvikUpdateService::Check final : public UpdateCheck,
   private:
     Completion m_completion; ///< Empty once it ran or was cancelled.
     const std::weak_ptr<Worker> m_worker;
-    const std::shared_ptr<QueueAccess> m_queue;
+    const std::shared_ptr<SerialQueueHandle> m_queue;
 };
 
 /// The service's part on the queue's thread: the check that runs and those that wait for it.
 class LumvikUpdateService::Worker : public std::enable_shared_from_this<Worker> {
   public:
     Worker(MainQueue &mainQueue, LumvikUpdateSettings settings, SerialQueue &queue)
-        : access(std::make_shared<QueueAccess>(queue))
+        : access(std::make_shared<SerialQueueHandle>(queue))
         , m_mainQueue(mainQueue)
         , m_settings(std::move(settings)) {}
 
-    const std::shared_ptr<QueueAccess> access; ///< All threads.
+    const std::shared_ptr<SerialQueueHandle> access; ///< All threads.
 
     void add(std::shared_ptr<Check> check) {
         m_waiting.push_back(std::move(check));

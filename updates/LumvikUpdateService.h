@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/HostLookup.h"
 #include "platform/MainQueue.h"
 #include "platform/SerialQueue.h"
+#include "platform/network/HostLookup.h"
 #include "updates/LumvikUpdateManifest.h"
 #include "updates/UpdateChecker.h"
 

@@ -1,6 +1,6 @@
 #include "updates/ManifestDownload.h"
 
-#include "updates/TransportProblem.h"
+#include "updates/TransferErrorText.h"
 
 #include <QHostAddress>
 #include <QNetworkAccessManager>
@@ -47,7 +47,8 @@ bool isRedirection(int status) {
 
 } // namespace
 
-ManifestDownload::ManifestDownload(DownloadRequest request, std::shared_ptr<QueueAccess> queue)
+ManifestDownload::ManifestDownload(DownloadRequest request,
+                                   std::shared_ptr<SerialQueueHandle> queue)
     : m_request(std::move(request))
     , m_queue(std::move(queue))
     , m_timeLimit(new QTimer)
@@ -58,7 +59,7 @@ ManifestDownload::ManifestDownload(DownloadRequest request, std::shared_ptr<Queu
     m_timeLimit->setTimerType(Qt::PreciseTimer); // by default it may be five percent off
     m_addressLimit->setSingleShot(true);
     QObject::connect(m_timeLimit.get(), &QTimer::timeout, m_timeLimit.get(), [this] {
-        finish(tl::unexpected(transportProblem(QNetworkReply::TimeoutError, {})));
+        finish(tl::unexpected(transferErrorText(QNetworkReply::TimeoutError, {})));
     });
     QObject::connect(m_addressLimit.get(), &QTimer::timeout, m_addressLimit.get(),
                      [this] { connectToNext(); });
@@ -205,7 +206,7 @@ void ManifestDownload::takeError() {
         error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::ProtocolFailure;
     if (m_isConnected && !m_hasHead && isNoHttp)
         return finish(tl::unexpected(unavailable));
-    finish(tl::unexpected(transportProblem(error, m_reply->errorString())));
+    finish(tl::unexpected(transferErrorText(error, m_reply->errorString())));
 }
 
 void ManifestDownload::followRedirection() {

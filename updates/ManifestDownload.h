@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/HostLookup.h"
-#include "updates/QueueAccess.h"
+#include "platform/SerialQueueHandle.h"
+#include "platform/network/HostLookup.h"
 
 #include <QList>
 #include <QNetworkReply>
@@ -54,7 +54,7 @@ class ManifestDownload : public std::enable_shared_from_this<ManifestDownload> {
     using Finished = std::function<void(Outcome)>;
 
     /// `queue` is the way to the queue whose thread this is made on.
-    ManifestDownload(DownloadRequest request, std::shared_ptr<QueueAccess> queue);
+    ManifestDownload(DownloadRequest request, std::shared_ptr<SerialQueueHandle> queue);
     ManifestDownload(const ManifestDownload &) = delete;
     ManifestDownload &operator=(const ManifestDownload &) = delete;
     ~ManifestDownload();
@@ -84,7 +84,7 @@ class ManifestDownload : public std::enable_shared_from_this<ManifestDownload> {
     void finish(Outcome outcome);
 
     const DownloadRequest m_request;
-    const std::shared_ptr<QueueAccess> m_queue;
+    const std::shared_ptr<SerialQueueHandle> m_queue;
     Finished m_finished; ///< Empty once it ran.
 
     QUrl m_address; ///< Of the request under way; redirections change it.

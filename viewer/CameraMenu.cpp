@@ -2,7 +2,7 @@
 
 #include "style/LumvikPalette.h"
 #include "style/Symbols.h"
-#include "viewer/PopUpMenu.h"
+#include "window/PopUpMenu.h"
 
 #include <QFontMetricsF>
 #include <QPainter>

@@ -2,7 +2,7 @@
 
 #include "style/Symbols.h"
 #include "viewer/MenuAccessibility.h"
-#include "viewer/PopUpMenu.h"
+#include "window/PopUpMenu.h"
 
 #include <QFontMetricsF>
 #include <QPainter>

@@ -1,7 +1,7 @@
 #include "viewer/DraggableContentView.h"
 
-#include "viewer/FocusSelectionOverlay.h"
-#include "viewer/MouseButtons.h"
+#include "viewer/AreaSelectionOverlay.h"
+#include "window/MouseButtonState.h"
 
 #include <QAccessible>
 #include <QCursor>
@@ -58,7 +58,7 @@ Qt::CursorShape resizeCursor(Qt::Edges edges) {
 DraggableContentView::DraggableContentView(MainQueue &mainQueue, QQuickItem *parent)
     : QQuickItem(parent)
     , m_mainQueue(mainQueue)
-    , m_overlay(new FocusSelectionOverlay(this)) {
+    , m_overlay(new AreaSelectionOverlay(this)) {
     setAcceptedMouseButtons(Qt::LeftButton | Qt::RightButton);
     setAcceptHoverEvents(true);
     m_afterDrag.setInterval(afterDragInterval);

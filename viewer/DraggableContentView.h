@@ -35,7 +35,7 @@ struct PictureText {
     friend bool operator==(const PictureText &, const PictureText &) = default;
 };
 
-class FocusSelectionOverlay;
+class AreaSelectionOverlay;
 
 /// The transparent surface over the whole picture, under the controls: it reports whether the
 /// pointer is over the viewer and when the right button is pressed, lets the user drag the
@@ -146,7 +146,7 @@ class DraggableContentView final : public QQuickItem {
     bool m_isFinalizingFocusSelection = false;
     bool m_isSelectingFocusArea = false;
     std::shared_ptr<WorkItem> m_handOver; // due while finalizing
-    FocusSelectionOverlay *m_overlay;     // a child
+    AreaSelectionOverlay *m_overlay;      // a child
     PictureText m_pictureText;
 };
 

@@ -3,7 +3,7 @@
 #include "style/LumvikPalette.h"
 #include "style/Symbols.h"
 #include "viewer/MenuAccessibility.h"
-#include "viewer/PopUpMenu.h"
+#include "window/PopUpMenu.h"
 
 #include <QFontMetricsF>
 #include <QKeyEvent>

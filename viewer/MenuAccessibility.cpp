@@ -1,9 +1,9 @@
 #include "viewer/MenuAccessibility.h"
 
 #include "viewer/AccessibleActions.h"
-#include "viewer/PopUpMenu.h"
-#include "viewer/ViewerBlocking.h"
+#include "viewer/ModalWindowCheck.h"
 #include "viewer/ViewerControl.h"
+#include "window/PopUpMenu.h"
 
 #include <QAccessibleObject>
 #include <QAccessibleWidget>
@@ -143,7 +143,7 @@ class AccessibleMenuItem final : public AccessibleWithActions<QAccessibleObject>
             item(),
             [item = item()] {
                 closePopUpMenus();
-                if (!viewerIsBlocked())
+                if (!modalWindowBlocksViewer())
                     item->trigger(); // which does nothing to a disabled one
             },
             Qt::QueuedConnection);

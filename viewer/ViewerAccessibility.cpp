@@ -5,7 +5,7 @@
 #include "viewer/EmptyStateLabel.h"
 #include "viewer/MainMenuStrip.h"
 #include "viewer/MenuAccessibility.h"
-#include "viewer/ViewerBlocking.h"
+#include "viewer/ModalWindowCheck.h"
 #include "viewer/ViewerControl.h"
 
 #include <QAccessible>
@@ -135,7 +135,7 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
         QMetaObject::invokeMethod(
             control(),
             [control = control()] {
-                if (!viewerIsBlocked())
+                if (!modalWindowBlocksViewer())
                     control->performClick();
             },
             Qt::QueuedConnection);
@@ -175,7 +175,7 @@ class AccessibleMenuStrip final : public AccessibleWithActions<AccessibleItem> {
 
     QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
     void doAction(const QString &name) override {
-        if (isValid() && actionNames().contains(name) && !viewerIsBlocked())
+        if (isValid() && actionNames().contains(name) && !modalWindowBlocksViewer())
             strip()->openMenu(0);
     }
     QStringList keyBindingsForAction(const QString &) const override {

@@ -37,7 +37,7 @@ ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent
     : QQuickPaintedItem(parent)
     , m_role(role)
     , m_label(label)
-    , m_outline(new FocusOutline(this)) {
+    , m_outline(new KeyboardFocusRing(this)) {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
     setAntialiasing(true);

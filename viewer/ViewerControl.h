@@ -1,6 +1,6 @@
 #pragma once
 
-#include "viewer/FocusOutline.h"
+#include "viewer/KeyboardFocusRing.h"
 
 #include <QAccessible>
 #include <QQuickPaintedItem>
@@ -16,9 +16,9 @@ namespace lumvik {
 /// A control over the picture: it draws itself, reacts to a click, shows a tool tip, and reports
 /// its name, role and state to assistive technology, which can click it too. Main thread only.
 ///
-/// A click never gives it the keyboard; who walks there with the keys (see KeyboardPath) does. It
-/// is outlined then, Space and Return click it, and every other key goes on to the window. A
-/// control that is hidden or disabled loses the keyboard for good.
+/// A click never gives it the keyboard; who walks there with the keys (see KeyboardNavigation)
+/// does. It is outlined then, Space and Return click it, and every other key goes on to the window.
+/// A control that is hidden or disabled loses the keyboard for good.
 class ViewerControl : public QQuickPaintedItem {
     Q_OBJECT
 
@@ -94,7 +94,7 @@ class ViewerControl : public QQuickPaintedItem {
     std::function<void()> m_action;
     std::function<void()> m_keyboardAsked;
     QTimer m_toolTipDelay;
-    FocusOutline *m_outline; // a child
+    KeyboardFocusRing *m_outline; // a child
 };
 
 } // namespace lumvik

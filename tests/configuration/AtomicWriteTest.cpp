@@ -5,8 +5,8 @@
 #include "TestFolder.h"
 #include "configuration/CameraConfiguration.h"
 #include "configuration/CameraConfigurationStore.h"
-#include "configuration/FileDescriptor.h"
-#include "tests/fakes/CapturingLogSink.h"
+#include "fakes/CapturingLogSink.h"
+#include "platform/FileDescriptor.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Where the camera list lies.
 
-#include "StoreTest.h"
+#include "StoreFixture.h"
 
 #include <pwd.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 // Exporting the camera list, and what holds for the store as a whole.
 
-#include "StoreTest.h"
+#include "StoreFixture.h"
 
 #include <QElapsedTimer>
 

@@ -1,6 +1,6 @@
 // Loading the camera list, whatever stands on the disk.
 
-#include "StoreTest.h"
+#include "StoreFixture.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -1,6 +1,6 @@
 // Saving the camera list, on disks of every kind.
 
-#include "StoreTest.h"
+#include "StoreFixture.h"
 
 #include <unistd.h>
 

@@ -1,6 +1,6 @@
 // The editor: its window, saving and closing.
 
-#include "CameraSettingsTest.h"
+#include "CameraSettingsFixture.h"
 
 #include <QHeaderView>
 #include <QLabel>

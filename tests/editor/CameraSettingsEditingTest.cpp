@@ -1,7 +1,7 @@
 // The editor: typing, adding, removing, sorting and moving.
 
-#include "CameraSettingsTest.h"
-#include "ChildCase.h"
+#include "CameraSettingsFixture.h"
+#include "configuration/ChildCase.h"
 
 #include <QDropEvent>
 #include <QMimeData>

@@ -1,7 +1,7 @@
 // The editor: importing and exporting.
 
-#include "CameraSettingsTest.h"
-#include "ChildCase.h"
+#include "CameraSettingsFixture.h"
+#include "configuration/ChildCase.h"
 
 #include <QElapsedTimer>
 #include <QLocalServer>

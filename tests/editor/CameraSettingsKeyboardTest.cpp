@@ -1,6 +1,6 @@
 // The editor by keys alone, and what a field does with texts that are not typed key by key.
 
-#include "CameraSettingsTest.h"
+#include "CameraSettingsFixture.h"
 
 #include <QAccessible>
 #include <QClipboard>

@@ -1,10 +1,10 @@
 // An area of a real camera's picture, cut out by the real engine: by its own crop where it has one,
 // else by a filter. Either must show the same pixels.
 
-#include "ColourBars.h"
-#include "Pixels.h"
-#include "RealViewTest.h"
+#include "RealViewFixture.h"
 #include "engine/VideoFocusCrop.h"
+#include "system/harness/ColourBars.h"
+#include "system/harness/Pixels.h"
 
 #include <QTransform>
 
@@ -93,12 +93,12 @@ testing::AssertionResult isTwoBars(const QImage &picture, const VideoFocusCrop &
     return testing::AssertionSuccess();
 }
 
-class RealCropTest : public RealViewTest, public testing::WithParamInterface<Stream> {
+class RealCropTest : public RealViewFixture, public testing::WithParamInterface<Stream> {
   protected:
-    RealCropTest() : RealViewTest(setupFor(GetParam())) {}
+    RealCropTest() : RealViewFixture(setupFor(GetParam())) {}
 
     void SetUp() override {
-        ASSERT_NO_FATAL_FAILURE(RealViewTest::SetUp());
+        ASSERT_NO_FATAL_FAILURE(RealViewFixture::SetUp());
         if (GetParam().degrees != 0)
             camera.command("rotate " + QByteArray::number(GetParam().degrees));
         ASSERT_NO_FATAL_FAILURE(play(5));

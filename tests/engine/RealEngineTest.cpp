@@ -1,10 +1,10 @@
 // What the program relies on in the real libmpv, checked against the one that is installed.
 
-#include "CameraProcess.h"
-#include "Eventually.h"
 #include "engine/MPVObserver.h"
 #include "engine/PlayerOptions.h"
 #include "fakes/CapturingLogSink.h"
+#include "system/harness/CameraProcess.h"
+#include "system/harness/Eventually.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

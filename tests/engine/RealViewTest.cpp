@@ -1,11 +1,13 @@
 // The render view with the real engine, a real camera and a real window.
 
-#include "RealViewTest.h"
+#include "RealViewFixture.h"
 
 #include <algorithm>
 
 namespace lumvik::test {
 namespace {
+
+using RealViewTest = RealViewFixture;
 
 TEST_F(RealViewTest, DrawsTheCamerasPicture) {
     ASSERT_NO_FATAL_FAILURE(play(5));

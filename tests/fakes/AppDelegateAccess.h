@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/AppDelegate.h"
+#include "app/controller/AppDelegate.h"
 
 namespace lumvik {
 
@@ -22,7 +22,7 @@ struct AppDelegateAccess {
     [[nodiscard]] auto &closeViewerButton() const { return delegate.closeViewerButton; }
     [[nodiscard]] auto &mainMenuStrip() const { return delegate.mainMenuStrip; }
     [[nodiscard]] auto &interactionView() const { return delegate.interactionView; }
-    [[nodiscard]] auto &keyboardPath() const { return delegate.keyboardPath; }
+    [[nodiscard]] auto &keyboardNavigation() const { return delegate.keyboardNavigation; }
     [[nodiscard]] auto &usesCompactViewerControls() const {
         return delegate.usesCompactViewerControls;
     }

@@ -1,4 +1,4 @@
-#include "fakes/FakeMpv.h"
+#include "FakeMpv.h"
 
 #include <gtest/gtest.h>
 

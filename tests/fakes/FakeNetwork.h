@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/NetworkConnection.h"
-#include "platform/NetworkPathMonitor.h"
+#include "platform/network/NetworkConnection.h"
+#include "platform/network/NetworkPathMonitor.h"
 
 #include <memory>
 #include <optional>

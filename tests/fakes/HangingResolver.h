@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/HostLookup.h"
+#include "platform/network/HostLookup.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,4 +1,4 @@
-#include "fakes/VirtualMainQueue.h"
+#include "VirtualMainQueue.h"
 
 #include <gtest/gtest.h>
 

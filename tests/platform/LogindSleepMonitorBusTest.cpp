@@ -1,5 +1,5 @@
-#include "LogindSleepMonitorTest.h"
-#include "fakes/DeafBus.h"
+#include "LogindSleepMonitorFixture.h"
+#include "fakes/UnresponsiveBus.h"
 
 #include <QElapsedTimer>
 
@@ -7,6 +7,8 @@
 
 namespace lumvik::test {
 namespace {
+
+using LogindSleepMonitorTest = LogindSleepMonitorFixture;
 
 TEST_F(LogindSleepMonitorTest, SaysOnceThatThereIsNoBus) {
     LogindSleepMonitor monitor(QStringLiteral("unix:path=/nonexistent/bus;unix:abstract=nowhere"));
@@ -33,8 +35,9 @@ TEST_F(LogindSleepMonitorTest, TakesTheSystemBusFromTheEnvironment) {
 }
 
 TEST_F(LogindSleepMonitorTest, ABusThatSaysNothingHoldsNobodyUp) {
-    for (const DeafBus::Queue queue : {DeafBus::Queue::open, DeafBus::Queue::full}) {
-        const DeafBus deaf(queue);
+    for (const UnresponsiveBus::Queue queue :
+         {UnresponsiveBus::Queue::open, UnresponsiveBus::Queue::full}) {
+        const UnresponsiveBus deaf(queue);
         ASSERT_TRUE(deaf.isThere());
         QElapsedTimer elapsed;
         elapsed.start();
@@ -52,7 +55,7 @@ TEST_F(LogindSleepMonitorTest, ABusThatSaysNothingHoldsNobodyUp) {
 }
 
 TEST_F(LogindSleepMonitorTest, SaysThatTheBusDoesNotAnswer) {
-    const DeafBus deaf;
+    const UnresponsiveBus deaf;
     ASSERT_TRUE(deaf.isThere());
     LogindSleepMonitor monitor(deaf.address(), std::chrono::milliseconds(100));
     start(monitor);

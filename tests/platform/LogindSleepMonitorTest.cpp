@@ -1,4 +1,4 @@
-#include "LogindSleepMonitorTest.h"
+#include "LogindSleepMonitorFixture.h"
 
 #include <chrono>
 
@@ -6,6 +6,8 @@
 
 namespace lumvik::test {
 namespace {
+
+using LogindSleepMonitorTest = LogindSleepMonitorFixture;
 
 TEST_F(LogindSleepMonitorTest, HoldsADelayInhibitorFromTheStart) {
     LogindSleepMonitor monitor(bus.address());

@@ -1,101 +1,133 @@
-#include "SleepFaultTest.h"
+// A machine that sleeps and wakes, and buses that do not tell of it.
 
-#include "Eventually.h"
+#include "fakes/Named.h"
+#include "fakes/UnresponsiveBus.h"
+#include "system/harness/Eventually.h"
+#include "system/harness/SleepFaultFixture.h"
 
-#include <QFile>
+#include <QDir>
 
 namespace lumvik::test {
+namespace {
+
+using SleepFaultTest = SleepFaultFixture;
 
 using namespace std::chrono_literals;
 
-const QString SleepFaultTest::sleeping =
-    QStringLiteral("default lifecycle: The Mac is sleeping; playback recovery is suspended\\.");
-const QString SleepFaultTest::waking =
-    QStringLiteral("default lifecycle: The Mac woke; scheduling a fresh camera connection\\.");
-
-namespace {
-
-constexpr auto recoveryLimit = 5s;
-/// A login manager that goes by its defaults waits no longer before the machine sleeps anyway.
-constexpr auto inhibitLimit = 5s;
-
-/// How many connections of this machine lead to a port of the loopback interface and are open.
-int establishedConnections(int port) {
-    QFile file(QStringLiteral("/proc/net/tcp"));
-    EXPECT_TRUE(file.open(QFile::ReadOnly));
-    const QByteArray remote = ":" + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
-    int count = 0;
-    for (const QByteArray &line : file.readAll().split('\n')) {
-        const QList<QByteArray> words = line.simplified().split(' ');
-        count += static_cast<int>(words.value(2).endsWith(remote) && words.value(3) == "01");
-    }
-    return count;
+TEST_F(SleepFaultTest, PictureIsBackAfterAShortSleep) {
+    testSleep(3s);
 }
 
-} // namespace
-
-void SleepFaultTest::SetUp() {
-    if (!bus.isRunning())
-        GTEST_SKIP() << "there is no dbus-daemon";
-    FaultTest::SetUp();
-    logind = std::make_unique<LogindDouble>(bus.address());
-    ASSERT_TRUE(logind->isPresent());
-    viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), bus.address()}};
-}
-
-void SleepFaultTest::showCameraAndAwaitInhibitor() {
-    camera = showCamera();
-    ASSERT_TRUE(camera);
-    ASSERT_TRUE(eventually(10s, [this] { return logind->openInhibitors() == 1; }));
-}
-
-void SleepFaultTest::fallAsleep() {
-    const qsizetype mark = viewer->logMark();
-    QElapsedTimer timer;
-    timer.start();
-    logind->announceSleep();
-    ASSERT_TRUE(eventually(inhibitLimit, [this] { return logind->openInhibitors() == 0; }));
-    // Asked before anything else is waited for: the machine would sleep now.
-    EXPECT_EQ(establishedConnections(camera->port()), 0);
-    report("asleep after", Milliseconds(timer.elapsed()), inhibitLimit);
-    EXPECT_TRUE(logTells({sleeping}, mark, 1s));
-    // The camera takes its time to notice.
-    EXPECT_TRUE(
-        eventually(1s, [this] { return camera->command("clients") == QStringLiteral("ok 0"); }));
-}
-
-void SleepFaultTest::testSleep(Milliseconds duration) {
+TEST_F(SleepFaultTest, ASecondSleepIsLikeTheFirst) {
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
-    const qsizetype mark = viewer->logMark();
-    ASSERT_NO_FATAL_FAILURE(fallAsleep());
-    // The program runs on here, as it also does for a while when a machine is put to sleep.
-    testing::AssertionResult verdict = testing::AssertionSuccess();
-    EXPECT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
-    EXPECT_TRUE(always(duration, [&] {
-        verdict = nothingScheduled(mark);
-        if (verdict)
-            verdict = windowIsBlack();
-        return static_cast<bool>(verdict);
-    })) << verdict.message();
-    EXPECT_EQ(countInLog(probing, mark), 0);
-    EXPECT_EQ(countInLog(loading, mark), 0);
-    EXPECT_EQ(camera->command("clients"), QStringLiteral("ok 0"));
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_NO_FATAL_FAILURE(fallAsleep());
+        const qsizetype mark = viewer->logMark();
+        faultIsOver();
+        logind->announceWake();
+        ASSERT_TRUE(isLiveAgainWithin(5s, mark));
+        EXPECT_EQ(countInLog(anyScheduling, mark), 1);
+        ASSERT_TRUE(eventually(2s, [this] { return logind->openInhibitors() == 1; }));
+    }
+}
 
-    const qsizetype wakeMark = viewer->logMark();
+TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotHeldUpAndNothingRunsInIt) {
+    ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
+    const qsizetype faultMark = viewer->logMark();
+    camera->command("refuse");
+    // The third attempt waits for two seconds, so that sleep comes in between.
+    ASSERT_TRUE(
+        logTells({QStringLiteral("default playback: Scheduling recovery 3 .*")}, faultMark, 20s));
+    ASSERT_NO_FATAL_FAILURE(fallAsleep());
+    camera->command("accept");
+    const qsizetype mark = viewer->logMark();
+    EXPECT_TRUE(always(
+        3s, [&] { return countInLog(anyScheduling, mark) + countInLog(probing, mark) == 0; }));
     faultIsOver();
     logind->announceWake();
-    ASSERT_TRUE(isLiveAgainWithin(recoveryLimit, wakeMark));
-    EXPECT_TRUE(logTells(
-        {waking,
-         QStringLiteral("default playback: Scheduling recovery 1 in 0\\.\\d+ seconds; "
-                        "recreate=true; reason=system wake\\."),
-         probing, QStringLiteral("default playback: Starting video engine generation 2\\."),
-         loading, resumed},
-        wakeMark));
-    EXPECT_TRUE(always(2s, [&] { return countInLog(anyScheduling, wakeMark) == 1; }));
-    EXPECT_TRUE(pictureIsLive(1s));
-    EXPECT_TRUE(eventually(2s, [this] { return logind->openInhibitors() == 1; }))
-        << "the next sleep is not held off";
+    EXPECT_TRUE(isLiveAgainWithin(5s, mark));
+    // The attempts go on being counted; the wake's is immediate all the same.
+    EXPECT_TRUE(logTells({waking,
+                          QStringLiteral("default playback: Scheduling recovery 4 in 0\\.\\d+ "
+                                         "seconds; recreate=true; reason=system wake\\."),
+                          resumed},
+                         mark));
+    EXPECT_EQ(countInLog(anyScheduling, mark), 1);
 }
 
+/// Buses that tell nothing of sleep.
+class BlindTest : public FaultFixture {
+  protected:
+    /// The viewer shows the camera, says why it will not notice sleep, and recovers as ever.
+    void expectViewerRunsAsEver(const QString &reason) {
+        CameraProcess *camera = showCamera();
+        ASSERT_TRUE(camera);
+        EXPECT_TRUE(logTells(
+            {QStringLiteral("info lifecycle: Sleep cannot be noticed on this system: %1\\.")
+                 .arg(reason)},
+            0, 15s));
+        const qsizetype mark = viewer->logMark();
+        camera->command("drop");
+        faultIsOver();
+        EXPECT_TRUE(isLiveAgainWithin(4s, mark));
+    }
+};
+
+TEST_F(BlindTest, WithoutABusTheViewerRunsAsEver) {
+    viewerVariables = {
+        {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus")}};
+    expectViewerRunsAsEver(QStringLiteral("there is no system bus"));
+}
+
+TEST_F(BlindTest, WithADeafBusTheViewerRunsAsEver) {
+    const UnresponsiveBus deaf;
+    ASSERT_TRUE(deaf.isThere());
+    viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), deaf.address()}};
+    expectViewerRunsAsEver(QStringLiteral("the system bus does not answer"));
+    ASSERT_FALSE(HasFatalFailure());
+    expectOrderlyEnd();
+}
+
+TEST_F(BlindTest, WithADeafBusTheViewerEndsWhileItStillWaitsForAnAnswer) {
+    const UnresponsiveBus deaf;
+    ASSERT_TRUE(deaf.isThere());
+    viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), deaf.address()}};
+    startViewer();
+    ASSERT_FALSE(HasFatalFailure());
+    ASSERT_TRUE(logTells({QStringLiteral("default lifecycle: Lumvik is launching\\.")}, 0, 5s));
+    expectOrderlyEnd();
+}
+
+/// The moments at which the viewer is told to end. That it does so in order and in time is checked
+/// at the end of every test.
+enum class Moment { sleepIsAnnounced, asleep, attemptIsDue, playerStarts };
+
+constexpr Named<Moment> moments[] = {{Moment::sleepIsAnnounced, "WhenSleepIsAnnounced"},
+                                     {Moment::asleep, "WhileAsleep"},
+                                     {Moment::attemptIsDue, "WhileAnAttemptIsDue"},
+                                     {Moment::playerStarts, "WhileThePlayerStarts"}};
+
+class QuitInSleepTest : public SleepFaultFixture,
+                        public testing::WithParamInterface<Named<Moment>> {};
+
+TEST_P(QuitInSleepTest, ViewerEndsInTime) {
+    const Moment moment = GetParam().value;
+    ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
+    const qsizetype mark = viewer->logMark();
+    if (moment == Moment::sleepIsAnnounced) {
+        logind->announceSleep();
+        return;
+    }
+    ASSERT_NO_FATAL_FAILURE(fallAsleep());
+    if (moment == Moment::asleep) {
+        EXPECT_TRUE(always(2s, [&] { return bool{nothingScheduled(mark)}; }));
+        return;
+    }
+    logind->announceWake();
+    ASSERT_TRUE(logTells({moment == Moment::attemptIsDue ? anyScheduling : probing}, mark, 5s));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, QuitInSleepTest, testing::ValuesIn(moments), nameOfParameter);
+
+} // namespace
 } // namespace lumvik::test

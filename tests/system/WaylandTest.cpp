@@ -1,210 +1,178 @@
-#include "WaylandTest.h"
+// The program in a session of Wayland's without X11.
 
-#include "ColourBars.h"
-#include "Eventually.h"
-#include "Pixels.h"
+#include "system/harness/ColourBars.h"
+#include "system/harness/Eventually.h"
+#include "system/harness/Pixels.h"
+#include "system/harness/WaylandFixture.h"
 
-#include <QFile>
-#include <QProcess>
-#include <QRegularExpression>
+#include <QElapsedTimer>
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <csignal>
-#include <iostream>
 
 namespace lumvik::test {
+namespace {
+
+using WaylandTest = WaylandFixture;
 
 using namespace std::chrono_literals;
 
-namespace {
-
-const QColor background{0x20, 0x40, 0x60};
-
-/// How weston's configuration asks for drawing without OpenGL: another way from version 12 on, and
-/// both together are refused.
-QByteArray withoutOpenGl() {
-    QProcess weston;
-    weston.start(QStringLiteral("weston"), {QStringLiteral("--version")});
-    EXPECT_TRUE(weston.waitForFinished(20'000));
-    const QRegularExpression version(QStringLiteral("weston (\\d+)\\."));
-    const auto match = version.match(QString::fromUtf8(weston.readAllStandardOutput()));
-    EXPECT_TRUE(match.hasMatch()) << "weston does not tell its version";
-    return match.captured(1).toInt() >= 12 ? "renderer=pixman" : "use-pixman=true";
-}
-
-} // namespace
-
-void WaylandTest::startSession(XWayland xWayland, int idleTime) {
-    ASSERT_TRUE(desktop.start());
-    QProcessEnvironment environment = home.environment(desktop.environment());
-    const QString runtimeFolder = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
-    const QString configuration = runtimeFolder + QStringLiteral("/weston.ini");
-    QFile file(configuration);
-    ASSERT_TRUE(file.open(QFile::WriteOnly));
-    file.write("[core]\nidle-time=" + QByteArray::number(idleTime) + '\n' + withoutOpenGl() +
-               (xWayland == XWayland::offered ? "\nxwayland=true" : "") +
-               "\n[shell]\npanel-position=none\nlocking=false\nanimation=none\n"
-               "background-color=0xff204060\n");
-    file.close();
-    compositor = std::make_unique<ChildProcess>(QStringLiteral("weston"), environment);
-    ASSERT_TRUE(compositor->start(QStringLiteral("weston"),
-                                  {QStringLiteral("--backend=x11-backend.so"),
-                                   QStringLiteral("--width=%1").arg(desktop.size().width()),
-                                   QStringLiteral("--height=%1").arg(desktop.size().height()),
-                                   QStringLiteral("--config=") + configuration,
-                                   QStringLiteral("--socket=wayland-test")}));
-    ASSERT_TRUE(eventually(30s, [&] {
-        return QFile::exists(runtimeFolder + QStringLiteral("/wayland-test"));
-    })) << compositor->standardError().join(u'\n').toStdString();
-    ASSERT_TRUE(eventually(30s, [this] {
-        // Not in a corner, where the pointer may be.
-        return colourDistance(screen.pixel(QPoint(desktop.size().width() / 3, 5)), background) < 3;
-    })) << "the session's background does not appear";
-    ASSERT_NO_FATAL_FAILURE(takeHoldOfPointer());
-    if (xWayland == XWayland::none)
-        return;
-    // It names its display in its log, and starts the server with the first client.
-    static const QRegularExpression listening(
-        QStringLiteral("xserver listening on display (:\\d+)"));
-    ASSERT_TRUE(eventually(30s, [this] {
-        const QString log =
-            (compositor->standardOutput() + compositor->standardError()).join(u'\n');
-        m_xDisplay = listening.match(log).captured(1);
-        return !m_xDisplay.isEmpty();
-    })) << compositor->standardError().join(u'\n').toStdString();
-}
-
-void WaylandTest::takeHoldOfPointer() {
-    const QPoint there = desktop.area().bottomRight() - QPoint(40, 40);
-    const auto isThere = [&] {
-        const QImage picture = screen.area(QRect(there, QSize(6, 10)));
-        for (int y = 0; y < picture.height(); ++y) {
-            for (int x = 0; x < picture.width(); ++x) {
-                if (colourDistance(picture.pixelColor(x, y), background) > 20)
-                    return true;
-            }
-        }
-        return false;
-    };
-    ASSERT_TRUE(eventually(30s, [&] {
-        pointer.moveTo(QPoint(0, 0));
-        pointer.moveTo(there);
-        return eventually(1s, isThere);
-    })) << "the session's pointer does not follow";
-    pointer.moveTo(desktop.area().bottomRight());
-}
-
-void WaylandTest::startCamera() {
-    camera = std::make_unique<CameraProcess>(CameraSetup{});
-    ASSERT_TRUE(camera->start());
-    home.writeCameras(
-        {{QStringLiteral("Front"), camera->url()}, {QStringLiteral("Back"), camera->url()}});
-}
-
-void WaylandTest::startViewer() {
-    QProcessEnvironment environment = home.environment(desktop.environment());
-    environment.remove(QStringLiteral("DISPLAY"));
-    if (!m_xDisplay.isEmpty())
-        environment.insert(QStringLiteral("DISPLAY"), m_xDisplay);
-    environment.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("wayland-test"));
-    viewer = std::make_unique<ChildProcess>(QStringLiteral("the viewer"), environment);
-    ASSERT_TRUE(viewer->start(QStringLiteral(LUMVIK_VIEWER_PROGRAM), {}));
-}
-
-QRect WaylandTest::windowArea() const {
-    const QImage picture = screen.all();
-    QRect area;
-    constexpr int step = 2;
-    const QPoint corner(picture.width() - 8, picture.height() - 8);
-    for (int y = 0; y < picture.height(); y += step) {
-        for (int x = 0; x < picture.width(); x += step) {
-            const bool isPointer = x >= corner.x() && y >= corner.y();
-            if (!isPointer && colourDistance(picture.pixelColor(x, y), background) > 20)
-                area |= QRect(x, y, step, step);
-        }
+class WaylandOnlyTest : public WaylandFixture {
+  protected:
+    void SetUp() override {
+        home.setPreference(QStringLiteral("mainWindowFrame"),
+                           QStringLiteral("{{0, 0}, {800, 450}}"));
+        ASSERT_NO_FATAL_FAILURE(startSession());
+        ASSERT_NO_FATAL_FAILURE(startCamera());
+        ASSERT_NO_FATAL_FAILURE(startViewer());
+        start = shownPicture();
+        ASSERT_FALSE(HasFailure());
     }
-    return area;
+    QRect start;
+};
+
+TEST_F(WaylandOnlyTest, ShowsTheCameraAndIsMovedByTheCompositor) {
+    EXPECT_TRUE(hasLogged(QStringLiteral("This session is Wayland's")));
+    ASSERT_NO_FATAL_FAILURE(drag(QPoint(-120, 80)));
+    EXPECT_TRUE(eventually(20s, [this] {
+        const QPoint moved = windowArea().topLeft() - start.topLeft();
+        return std::abs(moved.x() + 120) <= 24 && std::abs(moved.y() - 80) <= 24;
+    })) << "it does not follow the pointer";
+    EXPECT_EQ(windowArea().size(), start.size());
+    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-QRect WaylandTest::shownPicture() const {
-    QRect area;
-    const bool shown = eventually(60s, [&] {
-        area = windowArea();
-        return area.width() > 200 && area.height() > 100 &&
-               static_cast<bool>(showsColourBars(screen.area(area), 40));
-    });
-    EXPECT_TRUE(shown) << "no picture; the viewer " << viewer->stateDescription().toStdString()
-                       << "\n"
-                       << viewer->standardError().join(u'\n').toStdString();
-    return area;
+TEST_F(WaylandOnlyTest, ThePinIsDimmedAndDoesNothing) {
+    ASSERT_NO_FATAL_FAILURE(showControls(start));
+    const QRect pin = ViewerControls(start.size()).pin().translated(start.topLeft());
+    EXPECT_LT(lightest(pin), 190);
+    pointer.moveTo(pin.center());
+    pointer.moveTo(pin.center() + QPoint(2, 2));
+    // Its tool tip, below it, says why.
+    const QColor paper(255, 255, 220);
+    const auto tipIsShown = [&] {
+        const QImage below = screen.area(QRect(pin.left() - 60, pin.bottom() + 1, 100, 40));
+        int pixels = 0;
+        for (int y = 0; y < below.height(); ++y) {
+            for (int x = 0; x < below.width(); ++x)
+                pixels += colourDistance(below.pixelColor(x, y), paper) < 8 ? 1 : 0;
+        }
+        return pixels > 300;
+    };
+    EXPECT_TRUE(eventually(20s, tipIsShown)) << "there is no tool tip";
+    // A click does nothing, and harms nothing.
+    pointer.click();
+    EXPECT_TRUE(eventually(20s, [&] { return !tipIsShown(); })) << "the tool tip stays";
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    EXPECT_FALSE(home.preference(QStringLiteral("staysOnTop")).toBool());
 }
 
-void WaylandTest::drag(QPoint distance) {
-    const QPoint middle = windowArea().center();
-    pointer.moveTo(middle);
+TEST_F(WaylandOnlyTest, AMenuObeysTheKeyboardAndIsClosedByAClickOnThePicture) {
+    ASSERT_NO_FATAL_FAILURE(showControls(start));
+    const QRect picker = ViewerControls(start.size()).picker().translated(start.topLeft());
+    // Two rows of the menu lie here when it is open, and colour bars when it is not.
+    const QRect place(picker.left(), picker.bottom() + 12, picker.width(), 30);
+    const QImage bars = screen.area(place);
+    const auto menuIsOpen = [&] { return shareOfDifferentPixels(screen.area(place), bars) > 0.5; };
+    const auto open = [&] {
+        pointer.moveTo(picker.center());
+        pointer.click();
+        ASSERT_TRUE(eventually(20s, menuIsOpen)) << "the menu does not open";
+    };
+    ASSERT_NO_FATAL_FAILURE(open());
+    keyboard.press(QStringLiteral("Escape"));
+    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); })) << "Escape does not close it";
+    ASSERT_NO_FATAL_FAILURE(open());
+    pointer.moveTo(start.center());
+    pointer.click(Pointer::Button::right);
+    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); })) << "a click does not close it";
+    ASSERT_NO_FATAL_FAILURE(open());
+    keyboard.press(QStringLiteral("Down"));
+    keyboard.press(QStringLiteral("Return"));
+    EXPECT_TRUE(eventually(20s, [&] {
+        return home.preference(QStringLiteral("selectedCameraIndex")).toInt() == 1;
+    })) << "the arrow keys choose nothing";
+    EXPECT_EQ(windowArea().size(), start.size()) << "the click that closed the menu did more";
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(WaylandOnlyTest, AnAreaKeepsTheWindowOnTheScreen) {
+    ASSERT_NO_FATAL_FAILURE(showControls(start));
+    const QRect focus = ViewerControls(start.size()).focus().translated(start.topLeft());
+    pointer.moveTo(focus.center());
+    pointer.click();
+    // A flat area, whose shape the window takes on.
+    const QPoint from = start.topLeft() + QPoint(100, 80);
+    pointer.moveTo(from);
     pointer.press();
-    pointer.glideTo(middle + distance, 16);
+    pointer.glideTo(from + QPoint(500, 60), 16);
     pointer.release();
     pointer.moveTo(desktop.area().bottomRight());
+    EXPECT_TRUE(eventually(20s, [this] { return windowArea().height() < start.height() / 2; }))
+        << "the window does not take on the area's shape";
+    EXPECT_LE(windowArea().width(), start.width() + 2);
+    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-void WaylandTest::showControls(QRect start) {
+TEST_F(WaylandOnlyTest, ClosesByItsButton) {
+    const ViewerControls controls(start.size());
     pointer.moveTo(start.center());
-    pointer.moveTo(start.center() + QPoint(3, 3));
-    const QRect close = ViewerControls(start.size()).close().translated(start.topLeft());
-    ASSERT_TRUE(eventually(20s, [&] { return lightest(close) > 230; }))
-        << "the controls do not appear";
-}
-
-int WaylandTest::lightest(QRect area) const {
-    const QImage picture = screen.area(area);
-    int level = 0;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x)
-            level = std::max(level, qGray(picture.pixel(x, y)));
-    }
-    return level;
-}
-
-std::chrono::milliseconds WaylandTest::processorTime() const {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(viewer->processId()));
-    if (!file.open(QFile::ReadOnly))
-        return {};
-    // After the name, which may hold spaces: user time is field 14 of all, system time 15.
-    const QByteArray stat = file.readAll();
-    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-    const qint64 ticks = fields.value(11).toLongLong() + fields.value(12).toLongLong();
-    return std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
-}
-
-bool WaylandTest::hasLogged(const QString &text) const {
-    return !viewer->standardError().filter(text).isEmpty();
-}
-
-void WaylandTest::endViewer() {
-    viewer->sendSignal(SIGTERM);
+    pointer.moveTo(start.topLeft() + controls.close().center());
+    pointer.click();
     ASSERT_TRUE(viewer->waitForExit(20s));
     EXPECT_EQ(viewer->exitStatus(), 0);
 }
 
-void WaylandTest::TearDown() {
-    if (HasFailure()) {
-        const testing::TestInfo *test = testing::UnitTest::GetInstance()->current_test_info();
-        screen.save(QStringLiteral("%1.%2").arg(QLatin1String(test->test_suite_name()),
-                                                QLatin1String(test->name())));
-        if (viewer)
-            std::cerr << "The viewer " << viewer->stateDescription().toStdString() << '\n'
-                      << viewer->standardError().join(u'\n').toStdString() << '\n';
-    }
-    viewer.reset();
-    compositor.reset();
+TEST_F(WaylandTest, WithoutACameraItIsAtRest) {
+    ASSERT_NO_FATAL_FAILURE(startSession());
+    ASSERT_NO_FATAL_FAILURE(startViewer());
+    ASSERT_TRUE(eventually(60s, [this] { return windowArea().width() > 200; }));
+    // Until the start's own work is over, and then for as long again.
+    const auto usedWithin = [this](std::chrono::milliseconds time) {
+        const auto before = processorTime();
+        QElapsedTimer clock;
+        clock.start();
+        (void)eventually(time + 5s, [&] { return clock.elapsed() >= time.count(); });
+        return processorTime() - before;
+    };
+    ASSERT_TRUE(eventually(60s, [&] { return usedWithin(1s) < 100ms; })) << "it works without end";
+    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-bool WaylandTest::hasMapped(const QByteArray &fileName) const {
-    QFile maps(QStringLiteral("/proc/%1/maps").arg(viewer->processId()));
-    return maps.open(QFile::ReadOnly) && maps.readAll().contains('/' + fileName);
+TEST_F(WaylandTest, APlayerOutlastsAScreenThatIsOff) {
+    ASSERT_NO_FATAL_FAILURE(startSession(XWayland::none, 5));
+    ASSERT_NO_FATAL_FAILURE(startCamera());
+    ASSERT_NO_FATAL_FAILURE(startViewer());
+    // Somebody is there until the picture is.
+    const QPoint corner = desktop.area().bottomRight();
+    ASSERT_TRUE(eventually(60s, [&] {
+        pointer.moveTo(corner - QPoint(1, 0));
+        pointer.moveTo(corner);
+        return windowArea().width() > 200 &&
+               static_cast<bool>(showsColourBars(screen.area(windowArea()), 40));
+    }));
+    const QRect area = windowArea();
+    const auto isDark = [&] { return lightest(screen.all().rect()) < 20; };
+    ASSERT_TRUE(eventually(60s, isDark)) << "the screen stays on";
+    // Nothing is drawn now, for longer than a picture may be old.
+    EXPECT_TRUE(always(15s, [this] { return !hasLogged(QStringLiteral("heartbeat stalled")); }));
+    pointer.moveTo(area.center());
+    EXPECT_TRUE(eventually(20s, [&] {
+        return static_cast<bool>(showsColourBars(screen.area(area), 40));
+    })) << "the picture does not come back";
+    EXPECT_TRUE(screen.changesWithin(area, 10s)) << "the picture stands still";
+    EXPECT_EQ(viewer->standardError().filter(QStringLiteral("Starting video engine")).size(), 1);
+    ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
+TEST_F(WaylandTest, EndsWithItsCompositor) {
+    ASSERT_NO_FATAL_FAILURE(startSession());
+    ASSERT_NO_FATAL_FAILURE(startCamera());
+    ASSERT_NO_FATAL_FAILURE(startViewer());
+    (void)shownPicture();
+    compositor->end();
+    ASSERT_TRUE(viewer->waitForExit(20s));
+    EXPECT_TRUE(viewer->exitStatus().has_value()) << "it was ended by a signal";
+}
+
+} // namespace
 } // namespace lumvik::test

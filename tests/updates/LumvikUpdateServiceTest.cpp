@@ -1,6 +1,6 @@
 #include "updates/LumvikUpdateService.h"
 
-#include "UpdateServiceTest.h"
+#include "UpdateServiceFixture.h"
 
 #include <QNetworkProxy>
 #include <QTcpServer>
@@ -9,6 +9,8 @@
 
 namespace lumvik::test {
 namespace {
+
+using UpdateServiceTest = UpdateServiceFixture;
 
 using testing::UnorderedElementsAre;
 
@@ -58,7 +60,7 @@ TEST_F(UpdateServiceTest, AHostThatIsNoneHasNoAddress) {
     }
 }
 
-class RefusedManifest : public UpdateServiceTest,
+class RefusedManifest : public UpdateServiceFixture,
                         public testing::WithParamInterface<std::pair<QByteArray, std::string>> {};
 
 TEST_P(RefusedManifest, GivesItsMessage) {
@@ -82,8 +84,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- Statuses ----
 
-class GoodStatus : public UpdateServiceTest, public testing::WithParamInterface<int> {};
-class BadStatus : public UpdateServiceTest, public testing::WithParamInterface<int> {};
+class GoodStatus : public UpdateServiceFixture, public testing::WithParamInterface<int> {};
+class BadStatus : public UpdateServiceFixture, public testing::WithParamInterface<int> {};
 
 TEST_P(GoodStatus, IsTaken) {
     serve(answerWith(GetParam(), goodManifest()));

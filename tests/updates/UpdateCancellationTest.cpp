@@ -1,4 +1,4 @@
-#include "UpdateServiceTest.h"
+#include "UpdateServiceFixture.h"
 #include "fakes/HangingResolver.h"
 #include "fakes/Named.h"
 
@@ -14,6 +14,8 @@
 namespace lumvik::test {
 namespace {
 
+using UpdateServiceTest = UpdateServiceFixture;
+
 /// How long breaking off may take: a few milliseconds, but this machine may be busy with something
 /// else. Waiting for the toolkit's threads would take five seconds, for the check thirty.
 constexpr qint64 mostMilliseconds = 2'000;
@@ -25,7 +27,7 @@ constexpr Named<Phase> phases[] = {{Phase::submitted, "Submitted"}, {Phase::look
                                    {Phase::handshake, "Handshake"}, {Phase::head, "Head"},
                                    {Phase::body, "Body"},           {Phase::posted, "Posted"}};
 
-class InPhase : public UpdateServiceTest, public testing::WithParamInterface<Named<Phase>> {
+class InPhase : public UpdateServiceFixture, public testing::WithParamInterface<Named<Phase>> {
   protected:
     ~InPhase() override { EXPECT_TRUE(hanging.letGo()); }
 

@@ -1,4 +1,4 @@
-#include "UpdateServiceTest.h"
+#include "UpdateServiceFixture.h"
 
 #include <QElapsedTimer>
 #include <QTcpServer>
@@ -9,6 +9,8 @@
 
 namespace lumvik::test {
 namespace {
+
+using UpdateServiceTest = UpdateServiceFixture;
 
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -76,7 +78,7 @@ TEST_F(UpdateServiceTest, ACertificateThatVouchesForItselfIsRefused) {
 
 // ---- Redirections ----
 
-class Redirection : public UpdateServiceTest, public testing::WithParamInterface<int> {};
+class Redirection : public UpdateServiceFixture, public testing::WithParamInterface<int> {};
 
 TEST_P(Redirection, IsFollowedOnTheSameServer) {
     serve([](const Request &request) {
@@ -261,7 +263,7 @@ TEST_F(UpdateServiceTest, ANumericalHostIsNotLookedUp) {
 
 // ---- The time limit ----
 
-class TimeLimitTest : public UpdateServiceTest {
+class TimeLimitTest : public UpdateServiceFixture {
   protected:
     TimeLimitTest() { timeLimit = std::chrono::seconds(1); }
 

@@ -4,7 +4,7 @@
 #include "style/LumvikPalette.h"
 #include "style/Symbols.h"
 #include "viewer/CameraPicker.h"
-#include "viewer/PopUpMenu.h"
+#include "window/PopUpMenu.h"
 
 #include <QApplication>
 #include <QFontMetricsF>

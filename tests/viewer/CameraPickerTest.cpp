@@ -1,6 +1,6 @@
 #include "viewer/CameraPicker.h"
 
-#include "viewer/PopUpMenu.h"
+#include "window/PopUpMenu.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,0 +1,160 @@
+// The focus area: choosing it, showing it, and the way back to the whole picture.
+
+#include "app/controller/AppDelegate.h"
+#include "viewer/AreaGeometry.h"
+
+#include <QPointer>
+
+#include <utility>
+
+namespace lumvik {
+
+void AppDelegate::connectInteractionView() {
+    const auto self = QPointer(this);
+    interactionView->setHoverChanged([self](bool isOver) {
+        if (self)
+            self->viewerHoverChanged(isOver);
+    });
+    interactionView->setSecondaryClick([self] {
+        if (self)
+            self->secondaryClick();
+    });
+    interactionView->setFocusSelectionCompleted([self](const QRectF &area) {
+        if (self)
+            self->focusSelectionCompleted(area);
+    });
+    interactionView->setFocusSelectionCancelled([self] {
+        if (self)
+            self->focusSelectionCancelled();
+    });
+    interactionView->setViewerControlRects(
+        [self] { return self ? self->viewerControlRects() : QList<QRectF>(); });
+}
+
+void AppDelegate::toggleFocusArea() {
+    if (isClosingViewer)
+        return;
+    if (focusCrop) {
+        restoreOriginalCameraView();
+    } else if (isSelectingFocusArea) {
+        interactionView->cancelFocusSelection(CancellationNotice::notify);
+    } else {
+        isSelectingFocusArea = true;
+        updateFocusButton();
+        interactionView->beginFocusSelection();
+        updateViewerControls(true);
+    }
+}
+
+void AppDelegate::focusSelectionCancelled() {
+    if (isClosingViewer || !isSelectingFocusArea)
+        return;
+    endFocusSelection();
+}
+
+void AppDelegate::endFocusSelection() {
+    isSelectingFocusArea = false;
+    updateFocusButton();
+    updateViewerControls(true);
+}
+
+void AppDelegate::focusSelectionCompleted(const QRectF &area) {
+    if (isClosingViewer)
+        return;
+    if (mpv == nullptr) {
+        endFocusSelection();
+        return;
+    }
+    // While no picture is expected, before a load's stream has begun and after one has ended, what
+    // the engine describes is not what the user sees.
+    const bool hasPicture = videoHost->expectsPicture();
+    if (hasPicture)
+        updateWindowAspectRatio(mpv);
+    const auto crop = hasPicture && sourceVideoGeometry
+                          ? videoFocusCrop(area, interactionView->size(), *sourceVideoGeometry)
+                          : std::nullopt;
+    if (!crop) {
+        endFocusSelection();
+        showPlaybackError(
+            QStringLiteral("Wait for the camera picture, then choose the focus area again."));
+        return;
+    }
+    const WindowPlace place = window->place();
+    restoreFrameBeforeFocus =
+        window->hasOrdinaryFrame() ? std::optional(place.frame) : std::nullopt;
+    screenAreaBeforeFocus = place.screenArea;
+    focusCrop = crop;
+    isShowingFullCameraTemporarily = false;
+    applyFocusedCameraView(*crop, WindowReshaping::reshape);
+    endFocusSelection();
+}
+
+void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping) {
+    if (mpv != nullptr)
+        setVideoCrop(mpv, crop);
+    setMPVProperty("keepaspect", "no");
+    setMPVProperty("panscan", "0");
+    window->setContentAspectRatio({});
+    window->setSmallestSize(minimumAreaContentSize);
+    appliedVideoAspectRatio.reset();
+    // A window that fills the screen by the window manager's doing keeps filling it.
+    if (reshaping == WindowReshaping::keepFrame || !window->hasOrdinaryFrame())
+        return;
+    const QRect frame = window->frame();
+    // Where nobody tells the window's place, it may grow out of the screen, and shrinks instead.
+    const QRect room = ViewerWindow::isPlacedByProgram() ? window->visibleArea() : frame;
+    window->setFrame(windowFrameForArea(frame, displayedRatio(crop, sourceVideoGeometry), room));
+}
+
+void AppDelegate::restoreOriginalCameraView() {
+    interactionView->cancelFocusSelection(CancellationNotice::keepSilent);
+    isSelectingFocusArea = false;
+    focusCrop.reset();
+    isShowingFullCameraTemporarily = false;
+    if (mpv != nullptr)
+        removeVideoCrop(mpv);
+    setMPVProperty("keepaspect", "yes");
+    setMPVProperty("panscan", "1.0");
+    // The frame first: size limit and shape are then taken on with it and not by a detour.
+    if (const auto frame = std::exchange(restoreFrameBeforeFocus, std::nullopt))
+        window->restorePlace({*frame, screenAreaBeforeFocus});
+    window->setSmallestSize(ViewerWindow::minimumViewerSize);
+    if (sourceVideoGeometry) {
+        const auto width = sourceVideoGeometry->displayedWidth();
+        const auto height = sourceVideoGeometry->displayedHeight();
+        window->setContentAspectRatio({static_cast<int>(width), static_cast<int>(height)});
+        appliedVideoAspectRatio = static_cast<double>(width) / static_cast<double>(height);
+    }
+    updateFocusButton();
+    updateViewerControls(true);
+}
+
+void AppDelegate::showFullCameraTemporarily() {
+    if (mpv != nullptr)
+        hideVideoCrop(mpv);
+    setMPVProperty("keepaspect", "no");
+    setMPVProperty("panscan", "0");
+    isShowingFullCameraTemporarily = true;
+}
+
+void AppDelegate::secondaryClick() {
+    if (isClosingViewer)
+        return;
+    if (!focusCrop) {
+        // An area that is about to be shown was chosen in a window of this size.
+        if (!isSelectingFocusArea)
+            toggleTemporaryMaximum();
+    } else if (isShowingFullCameraTemporarily) {
+        applyFocusedCameraView(*focusCrop, WindowReshaping::keepFrame);
+        isShowingFullCameraTemporarily = false;
+    } else {
+        showFullCameraTemporarily();
+    }
+}
+
+void AppDelegate::updateFocusButton() {
+    focusViewerButton->setShowsRestoreIcon(focusCrop.has_value());
+    focusViewerButton->setSelectingArea(isSelectingFocusArea);
+}
+
+} // namespace lumvik

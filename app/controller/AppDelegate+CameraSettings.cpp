@@ -1,0 +1,95 @@
+// The camera address editor: opening it, and applying the list that it saves.
+
+#include "app/controller/AppDelegate.h"
+#include "platform/LumvikLog.h"
+#include "platform/PreferenceKeys.h"
+#include "updates/WebsiteUrl.h"
+
+#include <QKeyEvent>
+#include <QPointer>
+#include <QThread>
+
+namespace lumvik {
+
+void AppDelegate::showCameraSettings() {
+    if (isClosingViewer)
+        return;
+    if (settingsController) {
+        settingsController->bringToFront();
+        return;
+    }
+    if (!window || cameraPicker == nullptr)
+        qFatal("The editor needs the viewer and its picker.");
+    settingsLoopLevel = QThread::currentThread()->loopLevel();
+    const auto self = QPointer(this);
+    settingsController = std::make_unique<CameraSettingsController>(
+        cameras,
+        CameraSettingsEnvironment{
+            .store = environment.store,
+            .fileManager = FileManager::standard(),
+            .alerts = environment.alerts,
+            .filePanels = environment.filePanels,
+            .webSite = websiteUrl(environment.webHost, QStringLiteral("/")).toString(),
+            .openUrl =
+                [self](const QUrl &address) {
+                    if (self)
+                        self->openUrl(address);
+                }},
+        CameraSettingsHandlers{
+            .save = [self](const CameraList &saved) -> tl::expected<void, StoreError> {
+                return self ? self->applySavedCameras(saved) : tl::expected<void, StoreError>();
+            },
+            .close =
+                [self] {
+                    if (self)
+                        self->cameraSettingsDidClose();
+                },
+            .keyDown =
+                [self](QKeyEvent &event) { return self && self->cameraSettingsKeyDown(event); },
+        });
+    settingsController->show(cameraPicker->indexOfSelectedItem(),
+                             window->level() == WindowLevel::floating, window->screen());
+}
+
+void AppDelegate::cameraSettingsDidClose() {
+    // It is the editor itself that says so, perhaps in the middle of an alert, a file panel or a
+    // drag of its own (when the program is told to end), each of which has a loop of its own and
+    // comes back to it.
+    closedSettingsController = std::move(settingsController);
+    environment.mainQueue.async([self = QPointer(this)] {
+        if (self && QThread::currentThread()->loopLevel() <= self->settingsLoopLevel)
+            self->closedSettingsController.reset();
+    });
+}
+
+bool AppDelegate::cameraSettingsKeyDown(const QKeyEvent &event) {
+    if (!settingsController)
+        return false; // the last keys for a window that has closed
+    // These two are the viewer's elsewhere; here they are meant for this window.
+    if (event.key() == Qt::Key_W && event.modifiers() == Qt::ControlModifier) {
+        settingsController->close();
+        return true;
+    }
+    const bool isFullScreen =
+        event.key() == Qt::Key_F11 ||
+        (event.key() == Qt::Key_F && event.modifiers().testFlag(Qt::MetaModifier));
+    return !isFullScreen && mainMenu->performKeyEquivalent(event);
+}
+
+tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &saved) {
+    const int selection = selectionAfterSaving(cameraPicker->indexOfSelectedItem(), cameras, saved);
+    protectAddressesOf(saved); // before anything can go wrong with them
+    if (auto stored = environment.store.save(saved); !stored)
+        return stored;
+    cameras = saved;
+    fillCameraPicker();
+    cameraPicker->selectItem(selection);
+    describePicture();
+    emptyStateLabel->setVisible(false);
+    refreshViewerControls();
+    environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, selection);
+    beginPlaybackSelection(selection);
+    return {};
+}
+
+} // namespace lumvik

@@ -1,0 +1,66 @@
+// The keyboard in the viewer: the way over the controls, the main menu and its key equivalents.
+
+#include "app/controller/AppDelegate.h"
+
+#include <QKeyEvent>
+#include <QPointer>
+
+namespace lumvik {
+
+void AppDelegate::setUpKeyboardNavigation() {
+    QList<ViewerControl *> controls{cameraPicker, stayOnTopButton, focusViewerButton,
+                                    closeViewerButton};
+    for (MainMenuTitle *title : mainMenuStrip->titles())
+        controls.append(title);
+    keyboardNavigation = std::make_unique<KeyboardNavigation>(*window, controls);
+    keyboardNavigation->setChanged([self = QPointer(this)] {
+        if (self)
+            self->updateViewerControls(true);
+    });
+}
+
+bool AppDelegate::keyDown(QKeyEvent &event) {
+    if (isClosingViewer)
+        return false;
+    if (event.key() == Qt::Key_F10 || event.key() == Qt::Key_Menu) {
+        openMainMenu();
+        return true;
+    }
+    return walkControls(event) || mainMenu->performKeyEquivalent(event);
+}
+
+bool AppDelegate::walkControls(const QKeyEvent &event) {
+    const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    if (event.key() == Qt::Key_Tab && modifiers == Qt::NoModifier)
+        return keyboardNavigation->walk(KeyboardNavigation::Direction::forwards);
+    if (event.key() == Qt::Key_Backtab &&
+        (modifiers == Qt::ShiftModifier || modifiers == Qt::NoModifier))
+        return keyboardNavigation->walk(KeyboardNavigation::Direction::backwards);
+    if (event.key() != Qt::Key_Escape || modifiers != Qt::NoModifier)
+        return false;
+    // The keyboard may have left the surface while an area is being chosen there.
+    if (interactionView->isSelectingFocusArea()) {
+        interactionView->cancelFocusSelection(CancellationNotice::notify);
+        return true;
+    }
+    return keyboardNavigation->leave();
+}
+
+void AppDelegate::mouseDown() {
+    if (isClosingViewer || !keyboardNavigation->isOnControls())
+        return;
+    // It is over the viewer, even if it has not moved since it last counted as away from it.
+    pointerIsOverViewer = true;
+    keyboardNavigation->leave();
+}
+
+void AppDelegate::openMainMenu() {
+    // The strip is shown first, at once, so that the menu opens under its title.
+    mainMenuIsOpen = true;
+    updateViewerControls(false);
+    mainMenuStrip->openMenu(0);
+    mainMenuIsOpen = mainMenuStrip->menuIsOpen();
+    updateViewerControls(true);
+}
+
+} // namespace lumvik

@@ -1,0 +1,123 @@
+// The application's life cycle: launch, losing the focus, termination.
+
+#include "app/controller/AppDelegate.h"
+#include "platform/LumvikLog.h"
+#include "window/PopUpMenu.h"
+
+#include <QPointer>
+
+namespace lumvik {
+
+AppDelegate::AppDelegate(AppEnvironment withEnvironment)
+    : environment(std::move(withEnvironment))
+    , localNetworkProbeQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".local-network"))
+    , networkPathQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".network-path"))
+    , networkPathMonitor(environment.makeNetworkPathMonitor())
+    , sleepDelayHolder(environment.mainQueue)
+    , updateService(environment.makeUpdateService()) {}
+
+AppDelegate::~AppDelegate() {
+    // Nothing may come back from the window while its owner goes away.
+    isClosingViewer = true;
+    stopEverything();
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    LumvikLog::lifecycle().log(QStringLiteral("Lumvik is launching."));
+    buildMainMenu();
+    startSystemRecoveryMonitoring();
+    loadCameras();
+    createWindow();
+    if (!cameras.isEmpty())
+        startPlaybackOnceDrawn();
+    checkForUpdatesIfNeeded();
+}
+
+void AppDelegate::startPlaybackOnceDrawn() {
+    // Playback waits for the first complete drawing of the window: the render context needs the
+    // window's OpenGL context, and the user sees a window at once.
+    playbackAwaitsWindow = true;
+    environment.mainQueue.async([self = QPointer(this)] {
+        if (!self || self->isClosingViewer)
+            return;
+        if (!self->window)
+            qFatal("Playback cannot start without a window.");
+        self->window->whenFirstDrawn([self] {
+            if (!self || self->isClosingViewer)
+                return;
+            self->playbackAwaitsWindow = false;
+            self->requestLocalNetworkAccessAndStart();
+        });
+    });
+}
+
+void AppDelegate::buildMainMenu() {
+    MainMenuActions actions;
+    actions.showCameraSettings = [this] { showCameraSettings(); };
+    actions.checkForUpdates = [this] { checkForUpdates(); };
+    actions.openLumvikHelp = [this] { openLumvikHelp(); };
+    actions.showQuickHelp = [this] { showQuickHelp(); };
+    actions.sendFeedback = [this] { sendFeedback(); };
+    actions.showAbout = [this] { showAbout(); };
+    actions.terminate = [this] { environment.terminate(); };
+    actions.performClose = [this] { closeCameraViewer(); };
+    actions.toggleFullScreen = [this] {
+        if (window)
+            window->toggleFullScreen();
+    };
+    mainMenu = std::make_unique<MainMenu>(actions);
+}
+
+void AppDelegate::loadCameras() {
+    if (auto loaded = environment.store.load()) {
+        cameras = *std::move(loaded);
+    } else {
+        LumvikLog::configuration().error(
+            QStringLiteral("No usable camera configuration could be loaded."));
+        cameras.clear();
+    }
+    protectAddressesOf(cameras);
+}
+
+void AppDelegate::protectAddressesOf(const CameraList &list) {
+    QStringList addresses;
+    for (const Camera &camera : list)
+        addresses.append(camera.url);
+    LumvikLog::protectAddresses(addresses);
+}
+
+void AppDelegate::applicationDidResignActive() {
+    if (isClosingViewer)
+        return;
+    closePopUpMenus();
+    if (interactionView != nullptr)
+        interactionView->cancelFocusSelection(CancellationNotice::notify);
+    if (keyboardNavigation)
+        keyboardNavigation->leave();
+    pointerIsOverViewer = false;
+    cameraMenuIsOpen = false;
+    updateViewerControls(true);
+}
+
+void AppDelegate::applicationWillTerminate() {
+    environment.limitTimeToExit();
+    LumvikLog::lifecycle().log(QStringLiteral("Lumvik is terminating."));
+    isClosingViewer = true;
+    environment.userDefaults.synchronize(); // first, should the rest run out of time
+    stopEverything();
+}
+
+void AppDelegate::stopEverything() {
+    // What could start a player goes before the player.
+    environment.sleepMonitor.stop();
+    networkPathMonitor->cancel();
+    playbackWatchdog.reset();
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
+    if (updateCheckTask)
+        updateCheckTask->cancel();
+    sleepDelayHolder.release();
+    stopPlayerEngine();
+}
+
+} // namespace lumvik

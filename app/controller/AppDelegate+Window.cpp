@@ -1,0 +1,279 @@
+// The viewer window: building it, its remembered state, its level, its closing.
+
+#include "app/controller/AppDelegate.h"
+#include "platform/LumvikLog.h"
+#include "platform/PreferenceKeys.h"
+#include "window/PopUpMenu.h"
+#include "window/WindowFrame.h"
+
+#include <QPointer>
+
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+constexpr ContentAspectRatio ratioWithoutVideo{16, 9};
+
+} // namespace
+
+void AppDelegate::createWindow() {
+    const auto self = QPointer(this);
+    window = std::make_unique<ViewerWindow>(ViewerWindowDelegate{
+        .didMove =
+            [self] {
+                if (self)
+                    self->windowDidMove();
+            },
+        .didResize =
+            [self] {
+                if (self)
+                    self->windowDidResize();
+            },
+        .didChangeState =
+            [self] {
+                if (self)
+                    self->windowDidChangeState();
+            },
+        .willClose =
+            [self] {
+                if (self)
+                    self->windowWillClose();
+            },
+        .keyDown = [self](QKeyEvent &event) { return self && self->keyDown(event); },
+        .mouseDown =
+            [self] {
+                if (self)
+                    self->mouseDown();
+            },
+        .graphicsFailed =
+            [self](const QString &details) {
+                if (self)
+                    self->graphicsFailed(details);
+            },
+    });
+    if (!ViewerWindow::isPlacedByProgram()) {
+        LumvikLog::lifecycle().log(QStringLiteral("This session is Wayland's: it lets no program "
+                                                  "place its windows or keep them on top."));
+    }
+    window->setContentAspectRatio(ratioWithoutVideo);
+    createViews();
+    restoreWindowState();
+    updateViewerControlLayout();
+    window->show();
+    window->requestActivate();
+}
+
+void AppDelegate::createViews() {
+    const auto self = QPointer(this);
+    QQuickItem *content = window->contentItem();
+
+    videoHost = new MPVOpenGLView(environment.mainQueue, content);
+    videoHost->setPictureHandler([self] {
+        if (self && !self->isClosingViewer)
+            self->describePicture();
+    });
+    videoHost->setGraphicsHandlers(
+        [self] {
+            if (self)
+                self->graphicsWereLost();
+        },
+        [self] {
+            if (self)
+                self->graphicsAreBack();
+        });
+    emptyStateLabel = new EmptyStateLabel(content);
+    interactionView = new DraggableContentView(environment.mainQueue, content);
+    connectInteractionView();
+
+    mainMenuStrip = new MainMenuStrip(mainMenu->menus(), content);
+    mainMenuStrip->setMenuOpenChanged([self](bool isOpen) {
+        if (self) {
+            self->mainMenuIsOpen = isOpen;
+            self->updateViewerControls(true);
+        }
+    });
+    cameraPicker = new CameraPicker({.menuWillOpen =
+                                         [self] {
+                                             if (self)
+                                                 self->menuWillOpen();
+                                         },
+                                     .menuDidClose =
+                                         [self] {
+                                             if (self)
+                                                 self->menuDidClose();
+                                         },
+                                     .cameraChosen =
+                                         [self](int index) {
+                                             if (self)
+                                                 self->cameraMenuItemSelected(index);
+                                         }},
+                                    content);
+    stayOnTopButton = new PinToggleButton(content);
+    if (!ViewerWindow::isPlacedByProgram())
+        stayOnTopButton->setUnavailable(
+            QStringLiteral("Stay on Top is not possible in a Wayland session"));
+    stayOnTopButton->setAction([self] {
+        if (self)
+            self->toggleStayOnTop();
+    });
+    focusViewerButton = new FocusViewerButton(content);
+    focusViewerButton->setAction([self] {
+        if (self)
+            self->toggleFocusArea();
+    });
+    closeViewerButton = new CloseViewerButton(content);
+    closeViewerButton->setAction([self] {
+        if (self)
+            self->closeCameraViewer();
+    });
+
+    setUpKeyboardNavigation();
+
+    setControlsEnabled(false);
+    setControlsOpacity(0);
+    setControlsVisible(false);
+    connect(&viewerControlFade, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &opacity) {
+                // One that has ended tells of a value when it is given new ones, too.
+                if (viewerControlFade.state() == QAbstractAnimation::Running)
+                    setControlsOpacity(opacity.toReal());
+            });
+    connect(&viewerControlFade, &QVariantAnimation::finished, this, [this] {
+        if (!viewerControlsAreVisible)
+            setControlsVisible(false);
+    });
+}
+
+void AppDelegate::restoreWindowState() {
+    fillCameraPicker();
+    cameraPicker->selectItem(
+        environment.userDefaults.integer(PreferenceKeys::selectedCameraIndex).value_or(0));
+    emptyStateLabel->setVisible(cameras.isEmpty());
+    describePicture();
+
+    const bool staysOnTop = environment.userDefaults.boolean(PreferenceKeys::staysOnTop);
+    stayOnTopButton->setOn(staysOnTop);
+    window->setLevel(staysOnTop ? WindowLevel::floating : WindowLevel::normal);
+
+    if (!window->setFrameFromString(
+            environment.userDefaults.string(PreferenceKeys::mainWindowFrame)))
+        window->centre();
+    // Without a camera no video would ever put an odd restored shape right.
+    if (cameras.isEmpty())
+        window->setContentAspectRatio(ratioWithoutVideo);
+}
+
+void AppDelegate::saveWindowFrame() {
+    if (!window || isTemporarilyMaximized || !window->hasOrdinaryFrame())
+        return;
+    const QString frame = window->savedFrame();
+    windowFrameMemory.note(frame, environment.mainQueue.now());
+    // A frame that is remembered already is left as it is written.
+    const QString remembered = environment.userDefaults.string(PreferenceKeys::mainWindowFrame);
+    if (frameFromString(remembered) != frameFromString(frame))
+        environment.userDefaults.set(PreferenceKeys::mainWindowFrame, frame);
+}
+
+void AppDelegate::windowDidChangeState() {
+    if (isClosingViewer)
+        return;
+    mainMenu->setIsFullScreen(window->windowStates().testFlag(Qt::WindowFullScreen));
+    // The frame of the new state may have come first, and been taken for the user's. A window that
+    // is minimised keeps its own.
+    if ((window->windowStates() & (Qt::WindowFullScreen | Qt::WindowMaximized)) == 0 ||
+        isTemporarilyMaximized)
+        return;
+    if (const auto frame = windowFrameMemory.frameBeforeChange(environment.mainQueue.now()))
+        environment.userDefaults.set(PreferenceKeys::mainWindowFrame, *frame);
+}
+
+void AppDelegate::windowDidMove() {
+    saveWindowFrame();
+}
+
+void AppDelegate::windowDidResize() {
+    updateViewerControlLayout();
+    saveWindowFrame();
+}
+
+void AppDelegate::toggleStayOnTop() {
+    const bool staysOnTop = stayOnTopButton->isOn();
+    window->setLevel(staysOnTop ? WindowLevel::floating : WindowLevel::normal);
+    if (settingsController)
+        settingsController->setStaysOnTop(staysOnTop);
+    stayOnTopButton->update();
+    environment.userDefaults.set(PreferenceKeys::staysOnTop, staysOnTop);
+}
+
+void AppDelegate::closeCameraViewer() {
+    if (window)
+        window->performClose();
+}
+
+void AppDelegate::windowWillClose() {
+    environment.limitTimeToExit();
+    isClosingViewer = true;
+    environment.userDefaults.synchronize(); // first, should the rest run out of time
+    interactionView->cancelFocusSelection(CancellationNotice::keepSilent);
+    playbackWatchdog.reset();
+    // Late results of the selection until now find another generation and do nothing.
+    if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
+        qFatal("The selection generations are used up.");
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
+    sleepDelayHolder.release();
+    stopPlayerEngine();
+    closePopUpMenus();
+    cameraMenuIsOpen = false;
+    pointerIsOverViewer = false;
+    if (applicationShouldTerminateAfterLastWindowClosed())
+        environment.terminate();
+}
+
+// ---- Graphics that fail ----
+
+void AppDelegate::graphicsFailed(const QString &details) {
+    LumvikLog::lifecycle().error(
+        QStringLiteral("The window's graphics could not be set up: %1").arg(details));
+    if (std::exchange(graphicsFailureIsShown, true))
+        return;
+    environment.mainQueue.async([self = QPointer(this)] {
+        if (!self || self->isClosingViewer)
+            return;
+        self->environment.alerts.runModal(
+            {.style = Alert::Style::warning,
+             .messageText = QStringLiteral("Lumvik"),
+             .informativeText = QStringLiteral(
+                 "Lumvik needs OpenGL 3.2 to show video, and this system offers none. Install or "
+                 "enable a graphics driver, then open Lumvik again."),
+             .buttons = {QStringLiteral("Quit")}});
+        // The alert has a loop of its own, in which everything may have ended.
+        if (self && !self->isClosingViewer)
+            self->environment.terminate();
+    });
+}
+
+void AppDelegate::graphicsWereLost() {
+    if (isClosingViewer)
+        return;
+    LumvikLog::playback().error(
+        QStringLiteral("The window's graphics were lost; the video engine is stopped."));
+    playbackAwaitsWindow = true; // nothing can be attached to the window until they are back
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
+    stopPlayerEngine();
+}
+
+void AppDelegate::graphicsAreBack() {
+    if (isClosingViewer)
+        return;
+    LumvikLog::playback().log(QStringLiteral("The window's graphics are back."));
+    playbackAwaitsWindow = false;
+    schedulePlaybackRecovery({.reason = QStringLiteral("window graphics restored"),
+                              .urgency = RecoveryUrgency::immediate,
+                              .recreation = PlayerRecreation::forced});
+}
+
+} // namespace lumvik

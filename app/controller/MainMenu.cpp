@@ -1,0 +1,105 @@
+#include "app/controller/MainMenu.h"
+
+#include <QKeyEvent>
+#include <QKeySequence>
+
+namespace lumvik {
+
+namespace {
+
+/// Makes one menu, item by item.
+class MenuBuilder {
+  public:
+    explicit MenuBuilder(const QString &title) : m_menu(std::make_unique<QMenu>(title)) {}
+
+    QAction *item(const QString &title, const std::function<void()> &action,
+                  const QList<QKeySequence> &keys = {}) {
+        QAction *item = m_menu->addAction(title);
+        // Matched by performKeyEquivalent: Qt's own matching knows only windows made of widgets.
+        item->setShortcuts(keys);
+        item->setEnabled(static_cast<bool>(action));
+        if (action)
+            QObject::connect(item, &QAction::triggered, item, action);
+        return item;
+    }
+
+    void separator() { m_menu->addSeparator(); }
+
+    std::unique_ptr<QMenu> take() { return std::move(m_menu); }
+
+  private:
+    std::unique_ptr<QMenu> m_menu;
+};
+
+/// The key of `event` in the form in which key equivalents are given. What Shift does to a
+/// character is already in the character ("?" is one key here, on every keyboard), so Shift counts
+/// only with letters and with keys that have no character.
+QKeySequence keyEquivalent(const QKeyEvent &event) {
+    Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    const int key = event.key();
+    const bool isLetter = key >= Qt::Key_A && key <= Qt::Key_Z;
+    const bool isSymbol = key > Qt::Key_Space && key <= Qt::Key_AsciiTilde && !isLetter;
+    if (isSymbol)
+        modifiers &= ~Qt::ShiftModifier;
+    return QKeySequence(QKeyCombination(modifiers, static_cast<Qt::Key>(key)));
+}
+
+} // namespace
+
+MainMenu::MainMenu(const MainMenuActions &actions) {
+    MenuBuilder lumvik(QStringLiteral("Lumvik"));
+    lumvik.item(QStringLiteral("Camera Addresses…"), actions.showCameraSettings,
+                {QKeySequence(Qt::CTRL | Qt::Key_Comma)});
+    lumvik.separator();
+    lumvik.item(QStringLiteral("Check for Updates…"), actions.checkForUpdates);
+    lumvik.separator();
+    lumvik.item(QStringLiteral("Quit Lumvik"), actions.terminate,
+                {QKeySequence(Qt::CTRL | Qt::Key_Q)});
+    m_menus.push_back(lumvik.take());
+
+    MenuBuilder window(QStringLiteral("Window"));
+    window.item(QStringLiteral("Close"), actions.performClose,
+                {QKeySequence(Qt::CTRL | Qt::Key_W)});
+    m_fullScreen =
+        window.item(QStringLiteral("Enter Full Screen"), actions.toggleFullScreen,
+                    {QKeySequence(Qt::Key_F11), QKeySequence(Qt::CTRL | Qt::META | Qt::Key_F)});
+    m_menus.push_back(window.take());
+
+    MenuBuilder help(QStringLiteral("Help"));
+    help.item(QStringLiteral("Lumvik Help"), actions.openLumvikHelp,
+              {QKeySequence(Qt::Key_F1), QKeySequence(Qt::CTRL | Qt::Key_Question)});
+    help.item(QStringLiteral("Quick Help in Lumvik"), actions.showQuickHelp);
+    help.separator();
+    help.item(QStringLiteral("Send Feedback…"), actions.sendFeedback);
+    help.item(QStringLiteral("About Lumvik"), actions.showAbout);
+    m_menus.push_back(help.take());
+}
+
+QList<QMenu *> MainMenu::menus() const {
+    QList<QMenu *> all;
+    for (const auto &menu : m_menus)
+        all.append(menu.get());
+    return all;
+}
+
+bool MainMenu::performKeyEquivalent(const QKeyEvent &event) const {
+    if (event.isAutoRepeat())
+        return false;
+    const QKeySequence pressed = keyEquivalent(event);
+    for (const auto &menu : m_menus) {
+        for (QAction *item : menu->actions()) {
+            if (item->isEnabled() && item->shortcuts().contains(pressed)) {
+                item->trigger();
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+void MainMenu::setIsFullScreen(bool isFullScreen) {
+    m_fullScreen->setText(isFullScreen ? QStringLiteral("Exit Full Screen")
+                                       : QStringLiteral("Enter Full Screen"));
+}
+
+} // namespace lumvik

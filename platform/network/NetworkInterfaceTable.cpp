@@ -1,0 +1,216 @@
+#include "platform/network/NetworkInterfaceTable.h"
+
+#include "platform/network/RtnetlinkMessages.h"
+
+#include <linux/rtnetlink.h>
+#include <net/if.h>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace lumvik {
+
+namespace {
+
+/// The vectors of a NetworkState are sorted.
+template<typename Value>
+void insertSorted(std::vector<Value> &values, const Value &value) {
+    const auto place = std::lower_bound(values.begin(), values.end(), value);
+    if (place == values.end() || *place != value)
+        values.insert(place, value);
+}
+
+template<typename Value>
+void eraseSorted(std::vector<Value> &values, const Value &value) {
+    const auto [first, last] = std::equal_range(values.begin(), values.end(), value);
+    values.erase(first, last);
+}
+
+} // namespace
+
+NetworkInterfaceTable::NetworkInterfaceTable(FactSource factsOf) : m_factsOf(std::move(factsOf)) {}
+
+void NetworkInterfaceTable::apply(const nlmsghdr &message) {
+    switch (message.nlmsg_type) {
+    case RTM_NEWLINK:
+    case RTM_DELLINK:
+        applyLink(message);
+        break;
+    case RTM_NEWADDR:
+    case RTM_DELADDR:
+        applyAddress(message);
+        break;
+    case RTM_NEWROUTE:
+    case RTM_DELROUTE:
+        applyRoute(message);
+        break;
+    default:
+        break;
+    }
+}
+
+void NetworkInterfaceTable::applyLink(const nlmsghdr &message) {
+    const std::optional<LinkMessage> link = parsedLink(message);
+    if (!link || link->interfaceIndex <= 0)
+        return;
+    // A bridge announces its ports with its own family, their leaving like the end of a link.
+    if (link->family == AF_UNSPEC) {
+        m_unlistedInterfaces.erase(link->interfaceIndex);
+        if (message.nlmsg_type == RTM_DELLINK)
+            removeInterface(link->interfaceIndex);
+        else
+            updateInterface(*link);
+    }
+    askAboutBridges();
+}
+
+void NetworkInterfaceTable::updateInterface(const LinkMessage &link) {
+    const int index = link.interfaceIndex;
+    NetworkInterface *interface = find(index);
+    if (!interface) {
+        const auto place =
+            std::ranges::lower_bound(m_state.interfaces, index, {}, &NetworkInterface::index);
+        interface = &*m_state.interfaces.emplace(place);
+        interface->index = index;
+    }
+    if (!link.name.empty())
+        interface->name = link.name;
+    // The kernel sets IFF_RUNNING from the operational state, for "up" as well as for the "unknown"
+    // of tunnels and other devices that know no carrier.
+    interface->isUp = (link.flags & IFF_UP) != 0;
+    interface->isRunning = (link.flags & IFF_RUNNING) != 0;
+    interface->isLoopback = (link.flags & IFF_LOOPBACK) != 0;
+    interface->hardwareType = link.hardwareType;
+    // Asked again and again because the name may have changed again before it could be looked up.
+    const SysfsInterfaceAttributes facts = m_factsOf(interface->name);
+    interface->isWireless = interface->isWireless || facts.isWireless;
+    interface->isBridge = interface->isBridge || facts.isBridge;
+    // An interface that goes down loses its routes, those of version 4 without any message.
+    if (!interface->isUp)
+        removeRoutesOf(index);
+}
+
+void NetworkInterfaceTable::askAboutBridges() {
+    for (NetworkInterface &interface : m_state.interfaces) {
+        if (interface.isBridge)
+            interface.bridgesHardware = m_factsOf(interface.name).bridgesHardware;
+    }
+}
+
+void NetworkInterfaceTable::applyAddress(const nlmsghdr &message) {
+    const std::optional<AddressMessage> parsed = parsedAddress(message);
+    if (!parsed)
+        return;
+    m_unlistedAddresses.erase({parsed->interfaceIndex, parsed->address});
+    if (message.nlmsg_type == RTM_DELADDR || !parsed->isUsable()) {
+        removeAddress(parsed->interfaceIndex, parsed->address);
+        return;
+    }
+    // An unknown interface is one that is gone already, or whose link message was lost: then it is
+    // listed again, and its addresses after it.
+    if (NetworkInterface *interface = find(parsed->interfaceIndex))
+        insertSorted(interface->addresses, parsed->address);
+}
+
+void NetworkInterfaceTable::applyRoute(const nlmsghdr &message) {
+    const std::vector<DefaultRoute> routes = parsedDefaultRoutes(message);
+    if (routes.empty())
+        return;
+    const bool isNew = message.nlmsg_type == RTM_NEWROUTE;
+    // The one message about a replaced route is this; the old one gets none of its own.
+    if (isNew && (message.nlmsg_flags & NLM_F_REPLACE) != 0) {
+        std::erase_if(m_state.defaultRoutes, [&](const DefaultRoute &old) {
+            return old.family == routes.front().family && old.priority == routes.front().priority &&
+                   old.typeOfService == routes.front().typeOfService;
+        });
+    }
+    for (const DefaultRoute &route : routes) {
+        m_unlistedRoutes.erase(route);
+        if (isNew)
+            insertSorted(m_state.defaultRoutes, route);
+        else
+            eraseSorted(m_state.defaultRoutes, route);
+    }
+}
+
+void NetworkInterfaceTable::beginListing(Listing listing) {
+    m_unlistedInterfaces.clear();
+    m_unlistedAddresses.clear();
+    m_unlistedRoutes.clear();
+    switch (listing) {
+    case Listing::links:
+        for (const NetworkInterface &interface : m_state.interfaces)
+            m_unlistedInterfaces.insert(interface.index);
+        break;
+    case Listing::addresses:
+        for (const NetworkInterface &interface : m_state.interfaces)
+            for (const InterfaceAddress &address : interface.addresses)
+                m_unlistedAddresses.insert({interface.index, address});
+        break;
+    case Listing::routes:
+        m_unlistedRoutes.insert(m_state.defaultRoutes.begin(), m_state.defaultRoutes.end());
+        break;
+    }
+}
+
+void NetworkInterfaceTable::endListing() {
+    for (const int index : std::exchange(m_unlistedInterfaces, {}))
+        removeInterface(index);
+    for (const auto &[index, address] : std::exchange(m_unlistedAddresses, {}))
+        removeAddress(index, address);
+    for (const DefaultRoute &route : std::exchange(m_unlistedRoutes, {}))
+        eraseSorted(m_state.defaultRoutes, route);
+}
+
+void NetworkInterfaceTable::removeInterface(int index) {
+    std::erase_if(m_state.interfaces,
+                  [=](const NetworkInterface &interface) { return interface.index == index; });
+    removeRoutesOf(index);
+}
+
+void NetworkInterfaceTable::removeAddress(int index, const InterfaceAddress &address) {
+    NetworkInterface *interface = find(index);
+    if (!interface)
+        return;
+    eraseSorted(interface->addresses, address);
+    removeRoutesFlushedWith(*interface, address);
+}
+
+void NetworkInterfaceTable::removeRoutesOf(int index) {
+    std::erase_if(m_state.defaultRoutes,
+                  [=](const DefaultRoute &route) { return route.interfaceIndex == index; });
+}
+
+/// With an address of version 4 the kernel drops, without any message, the routes that send from
+/// it, and with the interface's last one all its routes of version 4. A route kept by mistake would
+/// make a machine that has just lost its address look connected.
+void NetworkInterfaceTable::removeRoutesFlushedWith(const NetworkInterface &interface,
+                                                    const InterfaceAddress &address) {
+    if (address.family != AF_INET)
+        return;
+    const auto holdsVersion4 = [](const NetworkInterface &candidate) {
+        return std::ranges::any_of(candidate.addresses, [](const InterfaceAddress &held) {
+            return held.family == AF_INET;
+        });
+    };
+    const auto holdsSameBytes = [&](const NetworkInterface &candidate) {
+        return std::ranges::any_of(candidate.addresses, [&](const InterfaceAddress &held) {
+            return held.family == AF_INET && held.bytes == address.bytes;
+        });
+    };
+    const bool wasLast = !holdsVersion4(interface);
+    const bool isGone = std::ranges::none_of(m_state.interfaces, holdsSameBytes);
+    std::erase_if(m_state.defaultRoutes, [&](const DefaultRoute &route) {
+        return route.family == AF_INET && ((wasLast && route.interfaceIndex == interface.index) ||
+                                           (isGone && route.source == address.bytes));
+    });
+}
+
+NetworkInterface *NetworkInterfaceTable::find(int index) {
+    const auto found =
+        std::ranges::lower_bound(m_state.interfaces, index, {}, &NetworkInterface::index);
+    return found != m_state.interfaces.end() && found->index == index ? &*found : nullptr;
+}
+
+} // namespace lumvik

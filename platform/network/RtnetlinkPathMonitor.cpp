@@ -1,0 +1,358 @@
+#include "platform/network/RtnetlinkPathMonitor.h"
+
+#include "platform/LumvikLog.h"
+#include "platform/SerialQueue.h"
+
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <libmnl/libmnl.h>
+#include <linux/rtnetlink.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+using Listing = NetworkInterfaceTable::Listing;
+
+/// In this order: an address is only taken for a known link.
+constexpr std::array allListings = {Listing::links, Listing::addresses, Listing::routes};
+
+constexpr unsigned announcements =
+    RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
+
+/// The kernel puts no more than this into one answer, however large the reader's buffer is.
+constexpr std::size_t receiveSize = 32768;
+
+struct CloseSocket {
+    void operator()(mnl_socket *socket) const { mnl_socket_close(socket); }
+};
+/// For objects that may be let go from within their own signal.
+struct DeleteLater {
+    void operator()(QObject *object) const { object->deleteLater(); }
+};
+using Socket = std::unique_ptr<mnl_socket, CloseSocket>;
+
+/// Writes the request for a list into `message`, which has room for it. The family stays
+/// "unspecified", which asks for all of them.
+void putRequest(nlmsghdr &message, Listing listing) {
+    switch (listing) {
+    case Listing::links:
+        message.nlmsg_type = RTM_GETLINK;
+        mnl_nlmsg_put_extra_header(&message, sizeof(ifinfomsg));
+        break;
+    case Listing::addresses:
+        message.nlmsg_type = RTM_GETADDR;
+        mnl_nlmsg_put_extra_header(&message, sizeof(ifaddrmsg));
+        break;
+    case Listing::routes:
+        message.nlmsg_type = RTM_GETROUTE;
+        mnl_nlmsg_put_extra_header(&message, sizeof(rtmsg));
+        break;
+    }
+    message.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+}
+
+/// The error that ends a list (as a positive number), or 0. The end and an error both carry it
+/// first.
+int errorOf(const nlmsghdr &message) {
+    int error = 0;
+    if (mnl_nlmsg_get_payload_len(&message) < sizeof error)
+        return 0;
+    std::memcpy(&error, mnl_nlmsg_get_payload(&message), sizeof error);
+    return -error;
+}
+
+} // namespace
+
+/// What goes on in the queue's thread: everything except where a function says otherwise.
+class RtnetlinkPathMonitor::Watch {
+  public:
+    explicit Watch(Options options) : m_options(std::move(options)), m_table(m_options.factsOf) {
+        if (!m_options.receive)
+            m_options.receive = mnl_socket_recvfrom;
+    }
+
+    /// Any thread.
+    void setHandler(UpdateHandler handler);
+    /// Any thread but the queue's. Waits for a handler that runs.
+    void cancel();
+
+    void open();
+    /// For good.
+    void close();
+
+  private:
+    [[nodiscard]] bool isCancelled();
+    [[nodiscard]] bool connect();
+    void closeSocket();
+    void receive();
+    void applyReceived(int length);
+    void apply(const nlmsghdr &message);
+    void listEverything();
+    [[nodiscard]] bool requestNextListing();
+    void finishListing();
+    void reportIfChanged();
+    void report(const NetworkPathSignature &signature);
+    void fail(int error);
+    void openAnewAfter(std::chrono::milliseconds delay);
+
+    std::mutex m_handlerMutex; // guards the next two; held while the handler runs
+    UpdateHandler m_handler;
+    bool m_isCancelled = false;
+
+    Options m_options;
+    Socket m_socket;
+    std::unique_ptr<QSocketNotifier, DeleteLater> m_notifier;
+    std::unique_ptr<QTimer, DeleteLater> m_openAnew; // runs while closed or waiting for an answer
+    bool m_hasFailed = false;                        // since the last complete lists; told already
+    alignas(nlmsghdr) std::array<char, receiveSize> m_buffer{};
+
+    NetworkInterfaceTable m_table;
+    std::array<bool, allListings.size()> m_isDue{}; // which lists are still to be asked for
+    std::optional<Listing> m_running;               // which one the kernel is sending
+    bool m_isRunningInVain = false;                 // it will not be complete
+    unsigned m_sequence = 0;                        // of the last request
+    std::optional<NetworkState> m_reported;         // what was in use at the last report
+};
+
+void RtnetlinkPathMonitor::Watch::setHandler(UpdateHandler handler) {
+    const std::lock_guard lock(m_handlerMutex);
+    m_handler = std::move(handler);
+}
+
+void RtnetlinkPathMonitor::Watch::cancel() {
+    UpdateHandler dropped; // destroyed after the lock is given back
+    const std::lock_guard lock(m_handlerMutex);
+    m_isCancelled = true;
+    dropped.swap(m_handler);
+}
+
+bool RtnetlinkPathMonitor::Watch::isCancelled() {
+    const std::lock_guard lock(m_handlerMutex);
+    return m_isCancelled;
+}
+
+void RtnetlinkPathMonitor::Watch::open() {
+    if (isCancelled())
+        return;
+    if (!connect()) {
+        fail(errno);
+        return;
+    }
+    m_notifier.reset(new QSocketNotifier(mnl_socket_get_fd(m_socket.get()), QSocketNotifier::Read));
+    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
+                     [this] { receive(); });
+    listEverything();
+    receive();
+}
+
+void RtnetlinkPathMonitor::Watch::close() {
+    closeSocket();
+    m_openAnew.reset();
+}
+
+void RtnetlinkPathMonitor::Watch::closeSocket() {
+    if (m_openAnew)
+        m_openAnew->stop();
+    if (m_notifier)
+        m_notifier->setEnabled(false);
+    m_notifier.reset();
+    m_socket.reset();
+    m_running.reset();
+}
+
+/// Subscribes before anything is listed, so that no change falls in between. False leaves errno.
+bool RtnetlinkPathMonitor::Watch::connect() {
+    m_socket.reset(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!m_socket)
+        return false;
+    if (m_options.receiveBufferSize > 0) {
+        const int size = m_options.receiveBufferSize;
+        if (::setsockopt(mnl_socket_get_fd(m_socket.get()), SOL_SOCKET, SO_RCVBUF, &size,
+                         sizeof size) != 0)
+            return false;
+    }
+    return mnl_socket_bind(m_socket.get(), announcements, MNL_SOCKET_AUTOPID) == 0;
+}
+
+/// Reads until nothing is left, and asks for the next list only then: with room in the receive
+/// buffer the kernel can begin its answer.
+void RtnetlinkPathMonitor::Watch::receive() {
+    while (m_socket && !isCancelled()) {
+        const ssize_t length = m_options.receive(m_socket.get(), m_buffer.data(), m_buffer.size());
+        if (length >= 0) {
+            applyReceived(static_cast<int>(length));
+        } else if (errno == EAGAIN) {
+            if (!requestNextListing())
+                return;
+        } else if (errno == ENOBUFS || errno == ENOSPC) {
+            // Announcements were dropped, or one was cut off.
+            LumvikLog::network().debug(QStringLiteral(
+                "Announcements of network changes were lost; listing the interfaces again."));
+            listEverything();
+        } else if (errno != EINTR) {
+            fail(errno);
+        }
+    }
+}
+
+void RtnetlinkPathMonitor::Watch::applyReceived(int length) {
+    const auto *message = reinterpret_cast<const nlmsghdr *>(m_buffer.data());
+    for (; m_socket && mnl_nlmsg_ok(message, length); message = mnl_nlmsg_next(message, &length)) {
+        apply(*message);
+        reportIfChanged();
+    }
+}
+
+void RtnetlinkPathMonitor::Watch::apply(const nlmsghdr &message) {
+    const bool isAnswer = message.nlmsg_seq == m_sequence &&
+                          message.nlmsg_pid == mnl_socket_get_portid(m_socket.get());
+    // Something changed in between the parts of the list; it may lack what was there all along.
+    if (isAnswer && (message.nlmsg_flags & NLM_F_DUMP_INTR) != 0)
+        m_isRunningInVain = true;
+    if (isAnswer && m_running)
+        openAnewAfter(m_options.answerTimeout);
+
+    if (message.nlmsg_type == NLMSG_DONE || message.nlmsg_type == NLMSG_ERROR) {
+        const int error = errorOf(message);
+        // Without room for the beginning of its answer the kernel says so, and sends it later.
+        if (!isAnswer || !m_running || (message.nlmsg_type == NLMSG_ERROR && error == ENOBUFS))
+            return;
+        if (error != 0)
+            fail(error);
+        else
+            finishListing();
+        return;
+    }
+    m_table.apply(message);
+}
+
+void RtnetlinkPathMonitor::Watch::listEverything() {
+    m_isDue.fill(true);
+    m_isRunningInVain = m_running.has_value();
+}
+
+/// False when none is due, or one is running: the kernel sends one at a time.
+bool RtnetlinkPathMonitor::Watch::requestNextListing() {
+    if (m_running)
+        return false;
+    for (std::size_t n = 0; n < allListings.size(); ++n) {
+        if (!std::exchange(m_isDue[n], false))
+            continue;
+        m_running = allListings[n];
+        m_isRunningInVain = false;
+        m_table.beginListing(allListings[n]);
+        alignas(nlmsghdr) std::array<char, 256> request{};
+        nlmsghdr *message = mnl_nlmsg_put_header(request.data());
+        putRequest(*message, allListings[n]);
+        message->nlmsg_seq = ++m_sequence;
+        if (mnl_socket_sendto(m_socket.get(), message, message->nlmsg_len) < 0) {
+            fail(errno);
+            return false;
+        }
+        openAnewAfter(m_options.answerTimeout);
+        return true;
+    }
+    return false;
+}
+
+void RtnetlinkPathMonitor::Watch::finishListing() {
+    m_openAnew->stop();
+    const Listing finished = *std::exchange(m_running, std::nullopt);
+    if (std::exchange(m_isRunningInVain, false))
+        m_isDue[static_cast<std::size_t>(finished)] = true;
+    else
+        m_table.endListing();
+}
+
+void RtnetlinkPathMonitor::Watch::reportIfChanged() {
+    // Before the first lists are complete the table shows only a part of what is there.
+    const bool isComplete = !m_running && m_isDue == decltype(m_isDue){};
+    if (!m_socket || (!m_reported && !isComplete))
+        return;
+    m_hasFailed = m_hasFailed && !isComplete;
+    NetworkState inUse = networkInUse(m_table.state());
+    if (m_reported == inUse)
+        return;
+    m_reported = std::move(inUse);
+    report(networkPathSignature(*m_reported));
+}
+
+void RtnetlinkPathMonitor::Watch::report(const NetworkPathSignature &signature) {
+    const std::lock_guard lock(m_handlerMutex);
+    if (m_handler)
+        m_handler(signature);
+}
+
+void RtnetlinkPathMonitor::Watch::fail(int error) {
+    closeSocket();
+    const bool isNews = !std::exchange(m_hasFailed, true);
+    if (m_reported) {
+        // Still the best that is known: another report would break connections that are well.
+        if (isNews) {
+            LumvikLog::network().info(
+                QStringLiteral("Network changes cannot be followed for the moment: %1.")
+                    .arg(qt_error_string(error)));
+        }
+        openAnewAfter(m_options.reopenInterval);
+        return;
+    }
+    openAnewAfter(m_options.startInterval);
+    if (isNews) {
+        LumvikLog::network().error(
+            QStringLiteral("Network changes cannot be followed: %1.").arg(qt_error_string(error)));
+        report({.isSatisfied = true});
+    }
+}
+
+/// Unless something else comes first, closes what is open and begins anew: over a socket that owes
+/// an answer the kernel refuses a second request.
+void RtnetlinkPathMonitor::Watch::openAnewAfter(std::chrono::milliseconds delay) {
+    if (!m_openAnew) {
+        m_openAnew.reset(new QTimer);
+        m_openAnew->setSingleShot(true);
+        QObject::connect(m_openAnew.get(), &QTimer::timeout, m_openAnew.get(), [this] {
+            closeSocket();
+            open();
+        });
+    }
+    m_openAnew->start(delay);
+}
+
+RtnetlinkPathMonitor::RtnetlinkPathMonitor() : RtnetlinkPathMonitor(Options{}) {}
+
+RtnetlinkPathMonitor::RtnetlinkPathMonitor(Options options)
+    : m_watch(std::make_shared<Watch>(std::move(options))) {}
+
+RtnetlinkPathMonitor::~RtnetlinkPathMonitor() {
+    cancel();
+}
+
+void RtnetlinkPathMonitor::setPathUpdateHandler(UpdateHandler handler) {
+    m_watch->setHandler(std::move(handler));
+}
+
+void RtnetlinkPathMonitor::start(SerialQueue &queue) {
+    if (m_queue)
+        return;
+    m_queue = &queue;
+    queue.async([watch = m_watch] { watch->open(); });
+}
+
+void RtnetlinkPathMonitor::cancel() {
+    m_watch->cancel();
+    // The socket is closed where it is read from.
+    if (m_queue)
+        m_queue->async([watch = m_watch] { watch->close(); });
+}
+
+} // namespace lumvik

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "testcamera/CameraOptions.h"
+#include "testcamera/Encoder.h"
+#include "testcamera/GStreamerHandles.h"
+#include "testcamera/Picture.h"
+
+#include <QByteArray>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace lumvik::test {
+
+/// The sensor and the encoders: paints a picture at each tick of the frame rate, codes it once per
+/// codec in use, and hands it to every stream that plays.
+///
+/// Each RTSP stream has an outlet, which is fed by an appsrc of its own. An outlet first gets only
+/// the parameter sets, so that a session can be described without a picture having to be waited for
+/// or growing old in a queue; when its client plays, a key frame is made for it, and from there on
+/// it gets every picture. While nobody is connected nothing is painted or coded.
+///
+/// Owned by CameraServer. The public operations may be called on any thread; painting has a thread
+/// of its own.
+class CameraFeed {
+  public:
+    class Outlet;
+
+    explicit CameraFeed(const CameraOptions &options);
+    CameraFeed(const CameraFeed &) = delete;
+    CameraFeed &operator=(const CameraFeed &) = delete;
+    ~CameraFeed();
+
+    /// Makes an outlet that feeds `source`, an appsrc not yet started. It stays registered until
+    /// `removeOutlet`.
+    [[nodiscard]] std::shared_ptr<Outlet> addOutlet(GstElement *source, VideoCodec codec);
+    void removeOutlet(const std::shared_ptr<Outlet> &outlet);
+    void play(const std::shared_ptr<Outlet> &outlet);
+    void pause(const std::shared_ptr<Outlet> &outlet);
+
+    /// No picture leaves from the moment this returns until `thaw`; streams can still be described.
+    void freeze();
+    void thaw();
+    /// Ends every stream that exists now.
+    void end();
+    void resize(QSize size);
+    /// Clockwise, 0, 90, 180 or 270.
+    void rotate(int degrees);
+
+  private:
+    static constexpr std::size_t codecCount = 2;
+    using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, as GStreamer's system clock.
+    /// Why the painter woke: a picture is due, or a stream waits to be described.
+    enum class Occasion { Tick, Description };
+    struct Need {
+        bool encoder = false;
+        bool keyFrame = false;
+        bool parameterSets = false;
+    };
+    struct Work {
+        QSize size;
+        std::uint64_t generation = 0;
+        bool paints = false;
+        std::array<Need, codecCount> needs;
+    };
+
+    void outletStarted(const std::shared_ptr<Outlet> &outlet);
+    void sendParameterSets(Outlet &outlet);
+    void run();
+    [[nodiscard]] Work takeWork(Occasion occasion);
+    void perform(const Work &work, Clock::time_point capturedAt);
+    void prepareEncoder(VideoCodec codec, const Need &need, const Work &work);
+    void deliver(VideoCodec codec, std::uint64_t generation, const Encoder::CodedPicture &picture);
+    [[nodiscard]] GstBufferPointer withOrientation(VideoCodec codec, GstBuffer *buffer) const;
+
+    const QString m_name;
+    const Picture::Bottom m_bottom;
+    const int m_framesPerSecond;
+    const int m_keyFrameInterval;
+
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    // Guarded by m_mutex.
+    std::vector<std::shared_ptr<Outlet>> m_outlets;
+    std::array<QByteArray, codecCount> m_parameterSets;
+    QSize m_wantedSize;
+    int m_rotation = 0;
+    bool m_sendsOrientation = false;
+    bool m_isFrozen = false;
+    bool m_parametersWanted = false;
+    bool m_stop = false;
+    /// Counts the sizes, so that a picture still coded in the old size is told apart.
+    std::uint64_t m_generation = 0;
+
+    // Of the painter thread alone.
+    std::unique_ptr<Picture> m_picture;
+    std::array<std::unique_ptr<Encoder>, codecCount> m_encoders;
+    std::array<bool, codecCount> m_encoderFailed{};
+
+    std::thread m_painter;
+};
+
+} // namespace lumvik::test

@@ -1,0 +1,157 @@
+#include "testcamera/CameraOptions.h"
+
+#include <QCommandLineParser>
+#include <QHostAddress>
+
+namespace lumvik::test {
+
+namespace {
+
+using Result = tl::expected<CameraOptions, QString>;
+
+void declareOptions(QCommandLineParser &parser) {
+    const auto option = [&parser](const char *name, const char *text, const char *value = "") {
+        parser.addOption({QLatin1String(name), QLatin1String(text), QLatin1String(value)});
+    };
+    option("address", "Address to listen on (127.0.0.1).", "A");
+    option("port", "Port to listen on; 0 takes any free one (8554).", "N");
+    option("path", "Path of the stream (/front).", "P");
+    option("name", "Name shown in the picture (Front).", "TEXT");
+    option("size", "Size of the picture (1280x720).", "WxH");
+    option("fps", "Frames a second (25).", "N");
+    option("gop", "Frames from one key frame to the next (25).", "N");
+    option("codec", "h264 or h265 (h264).", "C");
+    option("user", "User name that clients must give.", "U");
+    option("password", "Password that clients must give.", "P");
+    option("clock", "Put the capture time into the picture for programs to read.");
+    option("exit-with-stdin", "End when standard input ends.");
+    option("help", "Show this text.");
+}
+
+tl::expected<int, QString> parseNumber(const QString &option, const QString &text, int least,
+                                       int most) {
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    if (!isNumber || number < least || number > most)
+        return tl::unexpected(QStringLiteral("--%1 must be a number from %2 to %3, not \"%4\"")
+                                  .arg(option)
+                                  .arg(least)
+                                  .arg(most)
+                                  .arg(text));
+    return number;
+}
+
+/// The options that are taken as they are, and checks on them.
+tl::expected<void, QString> readTexts(const QCommandLineParser &parser, CameraOptions &options) {
+    const auto read = [&parser](const char *name, QString &target) {
+        if (parser.isSet(QLatin1String(name)))
+            target = parser.value(QLatin1String(name));
+    };
+    read("address", options.address);
+    read("path", options.path);
+    read("name", options.name);
+    read("user", options.user);
+    read("password", options.password);
+    options.clockPattern = parser.isSet(QStringLiteral("clock"));
+    options.exitWithStandardInput = parser.isSet(QStringLiteral("exit-with-stdin"));
+    options.showHelp = parser.isSet(QStringLiteral("help"));
+    if (QHostAddress(options.address).isNull())
+        return tl::unexpected(
+            QStringLiteral("--address must be a numeric address, not \"%1\"").arg(options.address));
+    if (!options.path.startsWith(QLatin1Char('/')) || options.path.size() < 2)
+        return tl::unexpected(
+            QStringLiteral("--path must begin with a slash, not \"%1\"").arg(options.path));
+    if (options.user.isEmpty() != options.password.isEmpty())
+        return tl::unexpected(QStringLiteral("--user and --password go together"));
+    return {};
+}
+
+tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, CameraOptions &options) {
+    struct Number {
+        const char *name;
+        int least;
+        int most;
+        int value;
+    };
+    Number port{"port", 0, 65535, options.port};
+    Number framesPerSecond{"fps", 1, 120, options.framesPerSecond};
+    Number keyFrameInterval{"gop", 1, 10000, options.keyFrameInterval};
+    for (Number *number : {&port, &framesPerSecond, &keyFrameInterval}) {
+        const QString name = QLatin1String(number->name);
+        if (!parser.isSet(name))
+            continue;
+        const auto value = parseNumber(name, parser.value(name), number->least, number->most);
+        if (!value)
+            return tl::unexpected(value.error());
+        number->value = *value;
+    }
+    options.port = static_cast<std::uint16_t>(port.value);
+    options.framesPerSecond = framesPerSecond.value;
+    options.keyFrameInterval = keyFrameInterval.value;
+    return {};
+}
+
+} // namespace
+
+Result parseOptions(const QStringList &arguments) {
+    QCommandLineParser parser;
+    declareOptions(parser);
+    if (!parser.parse(arguments))
+        return tl::unexpected(parser.errorText());
+    if (!parser.positionalArguments().isEmpty())
+        return tl::unexpected(
+            QStringLiteral("Unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
+
+    CameraOptions options;
+    if (const auto texts = readTexts(parser, options); !texts)
+        return tl::unexpected(texts.error());
+    if (const auto numbers = readNumbers(parser, options); !numbers)
+        return tl::unexpected(numbers.error());
+    if (parser.isSet(QStringLiteral("size"))) {
+        const auto size = parseSize(parser.value(QStringLiteral("size")));
+        if (!size)
+            return tl::unexpected(size.error());
+        options.size = *size;
+    }
+    if (parser.isSet(QStringLiteral("codec"))) {
+        const auto codec = parseCodec(parser.value(QStringLiteral("codec")));
+        if (!codec)
+            return tl::unexpected(codec.error());
+        options.codec = *codec;
+    }
+    return options;
+}
+
+QString optionsHelp() {
+    QCommandLineParser parser;
+    declareOptions(parser);
+    return parser.helpText() +
+           QStringLiteral("\nCommands on standard input, one a line: freeze, thaw, end, drop, drop "
+                          "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
+                          "0|90|180|270, "
+                          "codec h264|h265,\nclients, quit.\n");
+}
+
+tl::expected<QSize, QString> parseSize(const QString &text) {
+    const QStringList parts = text.split(QLatin1Char('x'));
+    bool isNumber[2] = {false, false};
+    if (parts.size() == 2) {
+        const QSize size(parts[0].toInt(&isNumber[0]), parts[1].toInt(&isNumber[1]));
+        const bool isEven = size.width() % 2 == 0 && size.height() % 2 == 0;
+        if (isNumber[0] && isNumber[1] && isEven && size.width() >= 64 && size.height() >= 64 &&
+            size.width() <= 4096 && size.height() <= 2304)
+            return size;
+    }
+    return tl::unexpected(
+        QStringLiteral("a size is even, from 64x64 to 4096x2304, not \"%1\"").arg(text));
+}
+
+tl::expected<VideoCodec, QString> parseCodec(const QString &text) {
+    if (text == QLatin1String("h264"))
+        return VideoCodec::H264;
+    if (text == QLatin1String("h265"))
+        return VideoCodec::H265;
+    return tl::unexpected(QStringLiteral("a codec is h264 or h265, not \"%1\"").arg(text));
+}
+
+} // namespace lumvik::test

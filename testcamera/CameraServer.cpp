@@ -1,0 +1,355 @@
+#include "testcamera/CameraServer.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace lumvik::test {
+
+namespace {
+
+constexpr const char *outletKey = "lumvik-outlet";
+constexpr const char *role = "viewer";
+
+using OutletHolder = std::shared_ptr<CameraFeed::Outlet>;
+
+OutletHolder *outletOf(GstRTSPMedia *media) {
+    return media == nullptr
+               ? nullptr
+               : static_cast<OutletHolder *>(g_object_get_data(G_OBJECT(media), outletKey));
+}
+
+/// Sends a reset at once: dissolving a TCP connection's association is Linux's way to abort it.
+void abortConnection(GSocket *socket) {
+    sockaddr nobody{};
+    nobody.sa_family = AF_UNSPEC;
+    ::connect(g_socket_get_fd(socket), &nobody, sizeof nobody);
+}
+
+bool hasEncoder(VideoCodec codec) {
+    const GstObjectPointer<GstElementFactory> found(
+        gst_element_factory_find(codec == VideoCodec::H264 ? "x264enc" : "x265enc"));
+    return found != nullptr;
+}
+
+} // namespace
+
+tl::expected<std::unique_ptr<CameraServer>, QString>
+CameraServer::start(const CameraOptions &options) {
+    if (!hasEncoder(options.codec))
+        return tl::unexpected(QStringLiteral("the codec's encoder is not installed"));
+    std::unique_ptr<CameraServer> server(new CameraServer(options));
+    auto listener = PortListener::open(options.address, options.port,
+                                       [camera = server.get()](GObjectPointer<GSocket> socket) {
+                                           camera->takeConnection(std::move(socket));
+                                       });
+    if (!listener)
+        return tl::unexpected(listener.error());
+    server->m_listener = std::move(*listener);
+    return server;
+}
+
+CameraServer::CameraServer(const CameraOptions &options)
+    : m_options(options)
+    , m_codec(options.codec)
+    , m_feed(options)
+    , m_server(gst_rtsp_server_new())
+    , m_factory(gst_rtsp_media_factory_new()) {
+    // No threads for clients: everything about them happens on the main thread.
+    const GObjectPointer<GstRTSPThreadPool> threads(
+        gst_rtsp_server_get_thread_pool(m_server.get()));
+    gst_rtsp_thread_pool_set_max_threads(threads.get(), 0);
+    mountStream();
+    if (!options.user.isEmpty())
+        protectWithPassword();
+    g_signal_connect(m_server.get(), "client-connected",
+                     G_CALLBACK(+[](GstRTSPServer *, GstRTSPClient *client, gpointer self) {
+                         static_cast<CameraServer *>(self)->watchClient(client);
+                     }),
+                     this);
+    m_cleanUpTimer = g_timeout_add_seconds(
+        5,
+        [](gpointer self) -> gboolean {
+            static_cast<CameraServer *>(self)->cleanUp();
+            return G_SOURCE_CONTINUE;
+        },
+        this);
+}
+
+CameraServer::~CameraServer() {
+    g_source_remove(m_cleanUpTimer);
+    m_listener.reset();
+    closeClients(CameraCommand::Drop::Manner::Orderly);
+    g_signal_handlers_disconnect_by_data(m_server.get(), this);
+    g_signal_handlers_disconnect_by_data(m_factory.get(), this);
+}
+
+QString CameraServer::url() const {
+    const bool isVersion6 = m_options.address.contains(QLatin1Char(':'));
+    return QStringLiteral("rtsp://%1:%2%3")
+        .arg(isVersion6 ? QStringLiteral("[%1]").arg(m_options.address) : m_options.address)
+        .arg(m_listener->port())
+        .arg(m_options.path);
+}
+
+void CameraServer::mountStream() {
+    useCodec(m_codec);
+    gst_rtsp_media_factory_set_shared(m_factory.get(), FALSE);
+    gst_rtsp_media_factory_set_latency(m_factory.get(), 0);
+    g_signal_connect(m_factory.get(), "media-configure",
+                     G_CALLBACK(+[](GstRTSPMediaFactory *, GstRTSPMedia *media, gpointer self) {
+                         static_cast<CameraServer *>(self)->configureMedia(media);
+                     }),
+                     this);
+    const GObjectPointer<GstRTSPMountPoints> mounts(
+        gst_rtsp_server_get_mount_points(m_server.get()));
+    gst_rtsp_mount_points_add_factory(mounts.get(), m_options.path.toUtf8().constData(),
+                                      GST_RTSP_MEDIA_FACTORY(g_object_ref(m_factory.get())));
+}
+
+void CameraServer::protectWithPassword() {
+    const QByteArray user = m_options.user.toUtf8();
+    const QByteArray password = m_options.password.toUtf8();
+    const GObjectPointer<GstRTSPAuth> auth(gst_rtsp_auth_new());
+    gst_rtsp_auth_set_realm(auth.get(), "camera");
+    gst_rtsp_auth_set_supported_methods(
+        auth.get(), static_cast<GstRTSPAuthMethod>(GST_RTSP_AUTH_BASIC | GST_RTSP_AUTH_DIGEST));
+    GstRTSPToken *token =
+        gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, role, nullptr);
+    gchar *basic = gst_rtsp_auth_make_basic(user.constData(), password.constData());
+    gst_rtsp_auth_add_basic(auth.get(), basic, token);
+    gst_rtsp_auth_add_digest(auth.get(), user.constData(), password.constData(), token);
+    g_free(basic);
+    gst_rtsp_token_unref(token);
+    gst_rtsp_media_factory_add_role(m_factory.get(), role, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
+                                    G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
+                                    G_TYPE_BOOLEAN, TRUE, nullptr);
+    gst_rtsp_server_set_auth(m_server.get(), auth.get());
+}
+
+void CameraServer::useCodec(VideoCodec codec) {
+    m_codec = codec;
+    gst_rtsp_media_factory_set_launch(
+        m_factory.get(),
+        codec == VideoCodec::H264
+            ? "( appsrc name=source is-live=true format=time max-bytes=0 "
+              "caps=video/x-h264,stream-format=byte-stream,alignment=au "
+              "! rtph264pay name=pay0 pt=96 config-interval=-1 aggregate-mode=none )"
+            : "( appsrc name=source is-live=true format=time max-bytes=0 "
+              "caps=video/x-h265,stream-format=byte-stream,alignment=au "
+              "! rtph265pay name=pay0 pt=96 config-interval=-1 aggregate-mode=none )");
+}
+
+void CameraServer::takeConnection(GObjectPointer<GSocket> socket) {
+    if (m_behaviour == Behaviour::Silent) {
+        m_silentConnections.add(std::move(socket));
+        return;
+    }
+    const GObjectPointer<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
+    if (!remote)
+        return; // The client is gone already.
+    auto *address = G_INET_SOCKET_ADDRESS(remote.get());
+    gchar *host = g_inet_address_to_string(g_inet_socket_address_get_address(address));
+    gst_rtsp_server_transfer_connection(m_server.get(), socket.release(), host,
+                                        g_inet_socket_address_get_port(address), nullptr);
+    g_free(host);
+}
+
+/// The outlet lives as long as the stream that it feeds.
+void CameraServer::configureMedia(GstRTSPMedia *media) {
+    const GstObjectPointer<GstElement> element(gst_rtsp_media_get_element(media));
+    const GstObjectPointer<GstElement> source(
+        gst_bin_get_by_name(GST_BIN(element.get()), "source"));
+    struct Registration {
+        OutletHolder outlet; // First, so that outletOf finds it.
+        CameraFeed *feed;
+    };
+    auto *registration = new Registration{m_feed.addOutlet(source.get(), m_codec), &m_feed};
+    g_object_set_data_full(G_OBJECT(media), outletKey, registration, [](gpointer data) {
+        const std::unique_ptr<Registration> ended(static_cast<Registration *>(data));
+        ended->feed->removeOutlet(ended->outlet);
+    });
+}
+
+void CameraServer::watchClient(GstRTSPClient *client) {
+    GSocket *socket = gst_rtsp_connection_get_read_socket(gst_rtsp_client_get_connection(client));
+    Client watched;
+    watched.client.reset(GST_RTSP_CLIENT(g_object_ref(client)));
+    watched.socket.reset(G_SOCKET(g_object_ref(socket)));
+    m_clients.push_back(std::move(watched));
+    g_signal_connect(client, "closed", G_CALLBACK(+[](GstRTSPClient *closed, gpointer self) {
+                         static_cast<CameraServer *>(self)->forgetClient(closed);
+                     }),
+                     this);
+    g_signal_connect(client, "play-request",
+                     G_CALLBACK(+[](GstRTSPClient *, GstRTSPContext *context, gpointer self) {
+                         static_cast<CameraServer *>(self)->clientPlays(context->client,
+                                                                        context->media);
+                     }),
+                     this);
+    g_signal_connect(client, "pause-request",
+                     G_CALLBACK(+[](GstRTSPClient *, GstRTSPContext *context, gpointer self) {
+                         if (const OutletHolder *outlet = outletOf(context->media))
+                             static_cast<CameraServer *>(self)->m_feed.pause(*outlet);
+                     }),
+                     this);
+}
+
+/// Called once the answer to PLAY has been sent.
+void CameraServer::clientPlays(GstRTSPClient *client, GstRTSPMedia *media) {
+    if (const auto known = find(client); known != m_clients.end())
+        known->plays = true;
+    ++m_playRequests;
+    m_mostPlaying = std::max(m_mostPlaying, playingClients());
+    if (m_behaviour == Behaviour::HangingUp)
+        hangUp(client);
+    else if (const OutletHolder *outlet = outletOf(media))
+        m_feed.play(*outlet);
+}
+
+/// Ends a connection in order, which the library then notices by itself.
+void CameraServer::hangUp(GstRTSPClient *client) {
+    if (const auto known = find(client); known != m_clients.end())
+        g_socket_shutdown(known->socket.get(), TRUE, TRUE, nullptr);
+}
+
+std::vector<CameraServer::Client>::iterator CameraServer::find(GstRTSPClient *client) {
+    return std::find_if(m_clients.begin(), m_clients.end(),
+                        [client](const Client &one) { return one.client.get() == client; });
+}
+
+long CameraServer::playingClients() const {
+    return std::count_if(m_clients.cbegin(), m_clients.cend(),
+                         [](const Client &one) { return one.plays; });
+}
+
+void CameraServer::forgetClient(GstRTSPClient *client) {
+    const auto known = find(client);
+    if (known == m_clients.end())
+        return;
+    g_signal_handlers_disconnect_by_data(client, this);
+    g_socket_shutdown(known->socket.get(), TRUE, TRUE, nullptr);
+    m_goneClients.push_back(std::move(*known));
+    m_clients.erase(known);
+}
+
+void CameraServer::cleanUp() {
+    m_longGoneClients = std::exchange(m_goneClients, {});
+    // Clients over UDP may vanish without a word; their sessions time out.
+    const GObjectPointer<GstRTSPSessionPool> sessions(
+        gst_rtsp_server_get_session_pool(m_server.get()));
+    gst_rtsp_session_pool_cleanup(sessions.get());
+}
+
+/// Ends the connections at once and leaves it to the library to notice.
+void CameraServer::closeClients(CameraCommand::Drop::Manner manner) {
+    // Streams first, so that nothing more is sent; those over UDP outlive their connection anyway.
+    const GObjectPointer<GstRTSPSessionPool> sessions(
+        gst_rtsp_server_get_session_pool(m_server.get()));
+    g_list_free_full(
+        gst_rtsp_session_pool_filter(
+            sessions.get(),
+            [](GstRTSPSessionPool *, GstRTSPSession *, gpointer) { return GST_RTSP_FILTER_REMOVE; },
+            nullptr),
+        g_object_unref);
+    for (Client &client : std::exchange(m_clients, {})) {
+        g_signal_handlers_disconnect_by_data(client.client.get(), this);
+        if (manner == CameraCommand::Drop::Manner::Reset)
+            abortConnection(client.socket.get());
+        else
+            g_socket_shutdown(client.socket.get(), TRUE, TRUE, nullptr);
+        m_goneClients.push_back(std::move(client));
+    }
+    m_silentConnections.closeAll();
+}
+
+tl::expected<QString, QString> CameraServer::perform(const AnyCameraCommand &command) {
+    return std::visit([this](const auto &concrete) { return perform(concrete); }, command);
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Freeze) {
+    m_feed.freeze();
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Thaw) {
+    m_feed.thaw();
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::End) {
+    m_feed.end();
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Drop drop) {
+    closeClients(drop.manner);
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Refuse) {
+    const auto refused = m_listener->refuse();
+    closeClients(CameraCommand::Drop::Manner::Orderly);
+    return refused.map([] { return QString(); });
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Accept) {
+    return m_listener->listen().map([] { return QString(); });
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Silent) {
+    if (m_behaviour != Behaviour::Silent)
+        closeClients(CameraCommand::Drop::Manner::Orderly);
+    m_behaviour = Behaviour::Silent;
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Speak) {
+    m_behaviour = Behaviour::Serving;
+    m_silentConnections.closeAll();
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::HangUp) {
+    if (m_behaviour != Behaviour::HangingUp)
+        closeClients(CameraCommand::Drop::Manner::Orderly);
+    m_behaviour = Behaviour::HangingUp;
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Stay) {
+    m_behaviour = Behaviour::Serving;
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Resize resize) {
+    m_feed.resize(resize.size);
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Rotate rotate) {
+    m_feed.rotate(rotate.degrees);
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::UseCodec command) {
+    if (!hasEncoder(command.codec))
+        return tl::unexpected(QStringLiteral("the codec's encoder is not installed"));
+    useCodec(command.codec);
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Clients) {
+    return QString::number(m_clients.size() + m_silentConnections.count());
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Streams) {
+    return QStringLiteral("%1 %2 %3").arg(playingClients()).arg(m_mostPlaying).arg(m_playRequests);
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Quit) {
+    return QString();
+}
+
+} // namespace lumvik::test

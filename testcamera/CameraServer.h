@@ -1,0 +1,97 @@
+#pragma once
+
+#include "testcamera/CameraCommand.h"
+#include "testcamera/CameraFeed.h"
+#include "testcamera/CameraOptions.h"
+#include "testcamera/PortListener.h"
+#include "testcamera/SilentConnections.h"
+
+#include <gst/rtsp-server/rtsp-server.h>
+
+#include <vector>
+
+namespace lumvik::test {
+
+/// The RTSP side of the test camera: takes connections, hands them to gst-rtsp-server, and does
+/// what commands ask.
+///
+/// It accepts connections itself, so that it can refuse them, leave them unanswered or reset them.
+/// Each client has a stream of its own, fed by an outlet of the CameraFeed. Owned by main; used on
+/// the main thread, where all clients are served too, with GLib's default context.
+class CameraServer {
+  public:
+    /// Serves from now on. The error says why it cannot, for example that the port is taken.
+    [[nodiscard]] static tl::expected<std::unique_ptr<CameraServer>, QString>
+    start(const CameraOptions &options);
+
+    CameraServer(const CameraServer &) = delete;
+    CameraServer &operator=(const CameraServer &) = delete;
+    ~CameraServer();
+
+    /// The stream's address, with the real port and without credentials.
+    [[nodiscard]] QString url() const;
+
+    /// Does what a command asks; the value is what to answer behind "ok". Quit is main's affair.
+    [[nodiscard]] tl::expected<QString, QString> perform(const AnyCameraCommand &command);
+
+  private:
+    using Answer = tl::expected<QString, QString>;
+    enum class Behaviour { Serving, Silent, HangingUp };
+    struct Client {
+        GObjectPointer<GstRTSPClient> client;
+        GObjectPointer<GSocket> socket;
+        bool plays = false;
+    };
+
+    explicit CameraServer(const CameraOptions &options);
+    void mountStream();
+    void protectWithPassword();
+    void useCodec(VideoCodec codec);
+    void takeConnection(GObjectPointer<GSocket> socket);
+    void configureMedia(GstRTSPMedia *media);
+    void watchClient(GstRTSPClient *client);
+    void clientPlays(GstRTSPClient *client, GstRTSPMedia *media);
+    void hangUp(GstRTSPClient *client);
+    [[nodiscard]] std::vector<Client>::iterator find(GstRTSPClient *client);
+    [[nodiscard]] long playingClients() const;
+    void forgetClient(GstRTSPClient *client);
+    void cleanUp();
+    void closeClients(CameraCommand::Drop::Manner manner);
+
+    Answer perform(CameraCommand::Freeze);
+    Answer perform(CameraCommand::Thaw);
+    Answer perform(CameraCommand::End);
+    Answer perform(CameraCommand::Drop drop);
+    Answer perform(CameraCommand::Refuse);
+    Answer perform(CameraCommand::Accept);
+    Answer perform(CameraCommand::Silent);
+    Answer perform(CameraCommand::Speak);
+    Answer perform(CameraCommand::HangUp);
+    Answer perform(CameraCommand::Stay);
+    Answer perform(CameraCommand::Resize resize);
+    Answer perform(CameraCommand::Rotate rotate);
+    Answer perform(CameraCommand::UseCodec command);
+    Answer perform(CameraCommand::Clients);
+    Answer perform(CameraCommand::Streams);
+    Answer perform(CameraCommand::Quit);
+
+    const CameraOptions m_options;
+    VideoCodec m_codec;
+    Behaviour m_behaviour = Behaviour::Serving;
+    CameraFeed m_feed;
+    SilentConnections m_silentConnections;
+    GObjectPointer<GstRTSPServer> m_server;
+    GObjectPointer<GstRTSPMediaFactory> m_factory;
+    std::vector<Client> m_clients;
+    long m_mostPlaying = 0;
+    long m_playRequests = 0;
+    /// Clients whose connection has ended lately. gst-rtsp-server may still hold a deferred call
+    /// for them, without a reference, when a sending failed at the moment in which they went; they
+    /// are kept from one clean-up to the next but one.
+    std::vector<Client> m_goneClients;
+    std::vector<Client> m_longGoneClients;
+    std::unique_ptr<PortListener> m_listener;
+    guint m_cleanUpTimer = 0;
+};
+
+} // namespace lumvik::test

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "testcamera/GStreamerHandles.h"
+
+#include <QString>
+
+#include <gio/gio.h>
+
+#include <cstdint>
+#include <functional>
+#include <tl/expected.hpp>
+
+namespace lumvik::test {
+
+/// The camera's TCP port, which can refuse connections for a while and never loses its number.
+///
+/// While it refuses, the port stays bound without listening: the system answers connects with a
+/// reset, and no other program can be given the port. Used on the main thread, with GLib's default
+/// context.
+class PortListener {
+  public:
+    using Handler = std::function<void(GObjectPointer<GSocket>)>;
+
+    /// Listens on a numeric `address`; `port` 0 takes a free one. The error says what failed.
+    [[nodiscard]] static tl::expected<std::unique_ptr<PortListener>, QString>
+    open(const QString &address, std::uint16_t port, Handler handler);
+
+    PortListener(const PortListener &) = delete;
+    PortListener &operator=(const PortListener &) = delete;
+    ~PortListener();
+
+    [[nodiscard]] std::uint16_t port() const { return m_port; }
+    /// Both are harmless when repeated.
+    [[nodiscard]] tl::expected<void, QString> refuse();
+    [[nodiscard]] tl::expected<void, QString> listen();
+
+  private:
+    PortListener() = default;
+    [[nodiscard]] tl::expected<void, QString> bind();
+    void close();
+    void acceptConnection();
+
+    Handler m_handler;
+    GObjectPointer<GInetAddress> m_address;
+    std::uint16_t m_port = 0;
+    GObjectPointer<GSocket> m_socket;
+    /// Watches the socket while it listens.
+    GSource *m_source = nullptr;
+};
+
+} // namespace lumvik::test

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "testcamera/GStreamerHandles.h"
+
+#include <gio/gio.h>
+
+#include <map>
+
+namespace lumvik::test {
+
+/// Connections that were accepted and are never answered: what arrives is read and thrown away.
+/// Used on the main thread, with GLib's default context.
+class SilentConnections {
+  public:
+    SilentConnections() = default;
+    SilentConnections(const SilentConnections &) = delete;
+    SilentConnections &operator=(const SilentConnections &) = delete;
+    ~SilentConnections() { closeAll(); }
+
+    void add(GObjectPointer<GSocket> socket);
+    /// How many the clients have not closed yet.
+    [[nodiscard]] std::size_t count() const { return m_connections.size(); }
+    void closeAll();
+
+  private:
+    struct SourceDestroy {
+        void operator()(GSource *source) const {
+            g_source_destroy(source);
+            g_source_unref(source);
+        }
+    };
+    struct Connection {
+        GObjectPointer<GSocket> socket;
+        std::unique_ptr<GSource, SourceDestroy> source;
+    };
+
+    [[nodiscard]] bool discardInput(GSocket *socket);
+
+    std::map<GSocket *, Connection> m_connections;
+};
+
+} // namespace lumvik::test

@@ -1,0 +1,137 @@
+#include "app/controller/MainMenu.h"
+
+#include "ControllerFixture.h"
+
+#include <QKeyEvent>
+
+namespace lumvik::test {
+namespace {
+
+/// A menu's items from top to bottom, a separator as "---".
+QStringList titles(const QMenu &menu) {
+    QStringList titles;
+    for (const QAction *item : menu.actions())
+        titles.append(item->isSeparator() ? u"---"_s : item->text());
+    return titles;
+}
+
+bool press(const MainMenu &menu, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    return menu.performKeyEquivalent(QKeyEvent(QEvent::KeyPress, key, modifiers));
+}
+
+/// A main menu whose items note their names.
+class MainMenuTest : public testing::Test {
+  protected:
+    std::function<void()> note(const QString &name) {
+        return [this, name] { ran.append(name); };
+    }
+    QStringList ran;
+    MainMenu menu{{.showCameraSettings = note(u"settings"_s),
+                   .checkForUpdates = note(u"updates"_s),
+                   .terminate = note(u"quit"_s),
+                   .performClose = note(u"close"_s),
+                   .toggleFullScreen = note(u"full screen"_s),
+                   .openLumvikHelp = note(u"help"_s),
+                   .showQuickHelp = note(u"quick help"_s),
+                   .sendFeedback = note(u"feedback"_s),
+                   .showAbout = note(u"about"_s)}};
+};
+
+TEST_F(MainMenuTest, HasItsMenusAndItemsInOrder) {
+    const QList<QMenu *> menus = menu.menus();
+    ASSERT_EQ(menus.size(), 3);
+    EXPECT_EQ(menus.at(0)->title(), u"Lumvik"_s);
+    EXPECT_EQ(menus.at(1)->title(), u"Window"_s);
+    EXPECT_EQ(menus.at(2)->title(), u"Help"_s);
+    EXPECT_EQ(titles(*menus.at(0)),
+              (QStringList{u"Camera Addresses\u2026"_s, u"---"_s, u"Check for Updates\u2026"_s,
+                           u"---"_s, u"Quit Lumvik"_s}));
+    EXPECT_EQ(titles(*menus.at(1)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
+    EXPECT_EQ(titles(*menus.at(2)),
+              (QStringList{u"Lumvik Help"_s, u"Quick Help in Lumvik"_s, u"---"_s,
+                           u"Send Feedback\u2026"_s, u"About Lumvik"_s}));
+}
+
+TEST_F(MainMenuTest, RunsTheActionOfEachItem) {
+    for (QMenu *each : menu.menus()) {
+        for (QAction *item : each->actions())
+            item->trigger();
+    }
+    EXPECT_EQ(ran,
+              (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"close"_s, u"full screen"_s,
+                           u"help"_s, u"quick help"_s, u"feedback"_s, u"about"_s}));
+}
+
+TEST_F(MainMenuTest, ObeysItsKeys) {
+    EXPECT_TRUE(press(menu, Qt::Key_Comma, Qt::ControlModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_Q, Qt::ControlModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_W, Qt::ControlModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_F, Qt::ControlModifier | Qt::MetaModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_F11, Qt::NoModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_Question, Qt::ControlModifier | Qt::ShiftModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_F1, Qt::NoModifier));
+    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"quit"_s, u"close"_s, u"full screen"_s,
+                                u"full screen"_s, u"help"_s, u"help"_s}));
+}
+
+TEST_F(MainMenuTest, IgnoresOtherKeys) {
+    EXPECT_FALSE(press(menu, Qt::Key_Q, Qt::NoModifier));
+    EXPECT_FALSE(press(menu, Qt::Key_Q, Qt::ControlModifier | Qt::ShiftModifier));
+    EXPECT_FALSE(press(menu, Qt::Key_Q, Qt::ControlModifier | Qt::AltModifier));
+    EXPECT_FALSE(press(menu, Qt::Key_F, Qt::ControlModifier));
+    EXPECT_FALSE(press(menu, Qt::Key_X, Qt::ControlModifier));
+    EXPECT_TRUE(ran.isEmpty());
+}
+
+TEST_F(MainMenuTest, NamesTheFullScreenItemAfterWhatItWouldDo) {
+    menu.setIsFullScreen(true);
+    EXPECT_EQ(titles(*menu.menus().at(1)).last(), u"Exit Full Screen"_s);
+    menu.setIsFullScreen(false);
+    EXPECT_EQ(titles(*menu.menus().at(1)).last(), u"Enter Full Screen"_s);
+}
+
+TEST(MainMenu, DisablesItemsWithoutAnActionAndTheirKeys) {
+    bool closed = false;
+    MainMenuActions actions;
+    actions.performClose = [&] { closed = true; };
+    const MainMenu menu(std::move(actions));
+    for (const QMenu *each : menu.menus()) {
+        for (const QAction *item : each->actions()) {
+            if (item->isSeparator())
+                continue;
+            EXPECT_EQ(item->isEnabled(), item->text() == u"Close"_s) << qPrintable(item->text());
+        }
+    }
+    EXPECT_FALSE(press(menu, Qt::Key_Q, Qt::ControlModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_W, Qt::ControlModifier));
+    EXPECT_TRUE(closed);
+}
+
+class ControllersMenuTest : public ControllerFixture {};
+
+TEST_F(ControllersMenuTest, QuitsAndCloses) {
+    launchAndPlay(threeCameras());
+    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_Q, Qt::ControlModifier));
+    EXPECT_EQ(terminations, 1);
+    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_W, Qt::ControlModifier));
+    EXPECT_TRUE(access().isClosingViewer());
+}
+
+TEST_F(ControllersMenuTest, TakesTheKeysThatTheWindowDoesNotUse) {
+    launch(threeCameras());
+    ASSERT_TRUE(eventually([&] { return access().window()->isActive(); }));
+    QKeyEvent quit(QEvent::KeyPress, Qt::Key_Q, Qt::ControlModifier);
+    QCoreApplication::sendEvent(access().window().get(), &quit);
+    EXPECT_EQ(terminations, 1);
+}
+
+TEST_F(ControllersMenuTest, SwitchesFullScreen) {
+    launch(threeCameras());
+    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_F11, Qt::NoModifier));
+    EXPECT_TRUE(access().window()->windowStates().testFlag(Qt::WindowFullScreen));
+    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_F11, Qt::NoModifier));
+    EXPECT_FALSE(access().window()->windowStates().testFlag(Qt::WindowFullScreen));
+}
+
+} // namespace
+} // namespace lumvik::test

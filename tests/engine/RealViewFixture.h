@@ -1,0 +1,108 @@
+#pragma once
+
+#include "engine/MPVOpenGLView.h"
+#include "engine/PlayerOptions.h"
+#include "system/harness/CameraProcess.h"
+#include "system/harness/Eventually.h"
+
+#include <QElapsedTimer>
+#include <QImage>
+#include <QQuickWindow>
+#include <QScreen>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <clocale>
+#include <set>
+#include <utility>
+
+namespace lumvik::test {
+
+/// A window with the render view, the real engine and a real camera behind it.
+class RealViewFixture : public testing::Test {
+  protected:
+    static constexpr auto deadline = std::chrono::seconds(30);
+    static constexpr int framesPerSecond = 25;
+
+    explicit RealViewFixture(CameraSetup setup = {}) : camera(withFrameRate(std::move(setup))) {}
+
+    void SetUp() override {
+        std::setlocale(LC_NUMERIC, "C");
+        window.setColor(Qt::black);
+        window.resize(640, 360);
+        // Around the view's own drawing, which is connected between these two.
+        connectBeforeDrawing();
+        view = new MPVOpenGLView(queue, window.contentItem());
+        view->setSize(QSizeF(640, 360));
+        QObject::connect(
+            &window, &QQuickWindow::beforeRenderPassRecording, &window,
+            [this] { drawingTimes.append(static_cast<double>(drawing.nsecsElapsed()) / 1e6); },
+            Qt::DirectConnection);
+        view->setFrameRenderedHandler([this] { ++frames; });
+        bool isDrawn = false;
+        const auto connection = QObject::connect(&window, &QQuickWindow::frameSwapped, &window,
+                                                 [&] { isDrawn = true; });
+        window.show();
+        const bool wasDrawn = eventually(deadline, [&] { return isDrawn; });
+        QObject::disconnect(connection); // it refers to a variable of this function
+        ASSERT_TRUE(wasDrawn);
+        ASSERT_TRUE(camera.start());
+    }
+    ~RealViewFixture() override {
+        delete view;
+        mpv_terminate_destroy(player);
+    }
+    void connectBeforeDrawing() {
+        QObject::connect(
+            &window, &QQuickWindow::beforeRenderPassRecording, &window, [this] { drawing.start(); },
+            Qt::DirectConnection);
+    }
+
+    /// Makes the player and plays the camera until `count` frames were shown. `untimed` as in the
+    /// program unless a test needs frames to wait for their time.
+    void play(int count, const char *untimed = "yes") {
+        player = mpv_create();
+        ASSERT_NE(player, nullptr);
+        for (const PlayerSetting &option : playerOptions)
+            mpv_set_option_string(player, option.name, option.value);
+        ASSERT_GE(mpv_initialize(player), 0);
+        for (const PlayerSetting &property : livePlaybackProperties)
+            mpv_set_property_string(player, property.name, property.value);
+        mpv_set_property_string(player, "untimed", untimed);
+        ASSERT_GE(view->configureWithMPV(player), 0);
+        const QByteArray url = camera.url().toUtf8();
+        std::array<const char *, 4> command{"loadfile", url.constData(), "replace", nullptr};
+        ASSERT_GE(mpv_command(player, command.data()), 0);
+        ASSERT_TRUE(eventually(deadline, [&] { return frames >= count; }));
+    }
+    [[nodiscard]] QImage shownPicture() const {
+        return window.screen()->grabWindow(window.winId()).toImage();
+    }
+    /// How many colours lie along a line across the middle of the window on the screen.
+    [[nodiscard]] std::size_t shownColours() const {
+        const QImage image = shownPicture();
+        std::set<QRgb> colours;
+        for (int x = 0; x < image.width(); x += 4)
+            colours.insert(image.pixel(x, image.height() / 3) & 0x00E0E0E0U);
+        return colours.size();
+    }
+
+    QtMainQueue queue;
+    CameraProcess camera;
+    QQuickWindow window;
+    mpv_handle *player = nullptr;
+    MPVOpenGLView *view = nullptr;
+    QElapsedTimer drawing;
+    QList<double> drawingTimes; // in milliseconds
+    int frames = 0;
+
+  private:
+    static CameraSetup withFrameRate(CameraSetup setup) {
+        setup.framesPerSecond = framesPerSecond;
+        return setup;
+    }
+};
+
+} // namespace lumvik::test

@@ -1,0 +1,119 @@
+#include "engine/VideoFramePacing.h"
+
+#include <gtest/gtest.h>
+
+namespace lumvik {
+namespace {
+
+using Verdict = VideoFramePacing::Verdict;
+
+/// Plays a stream of frames against a VideoFramePacing, with a clock of its own.
+class VideoFramePacingTest : public testing::Test {
+  protected:
+    static constexpr double drawing = 0.015; // what drawing a frame takes
+    static constexpr double decoding = 0.004;
+
+    /// A frame is announced after `pause`, and drawn or dropped as decided.
+    Verdict frameAfter(double pause) {
+        now += pause;
+        const Verdict verdict = pacing.frameAnnounced(now);
+        if (verdict == Verdict::draw) {
+            now += drawing;
+            pacing.frameWasDrawn(now);
+        }
+        pacing.frameWasShown(now);
+        return verdict;
+    }
+
+    /// A second of a stream at 25 frames a second that keeps up.
+    void playSteadily() {
+        for (int n = 0; n < 25; ++n)
+            frameAfter(0.04 - drawing);
+    }
+
+    VideoFramePacing pacing;
+    double now = 1000;
+};
+
+TEST_F(VideoFramePacingTest, DrawsEveryFrameOfASteadyStream) {
+    playSteadily();
+    for (int n = 0; n < 1000; ++n)
+        ASSERT_EQ(frameAfter(0.04 - drawing), Verdict::draw);
+}
+
+TEST_F(VideoFramePacingTest, DrawsEveryFrameOfAFastStreamThatJustKeepsUp) {
+    playSteadily();
+    for (int n = 0; n < 1000; ++n)
+        ASSERT_EQ(frameAfter(1.0 / 60 - drawing), Verdict::draw);
+}
+
+TEST_F(VideoFramePacingTest, DrawsTheFirstFrameAfterAStandstill) {
+    playSteadily();
+    EXPECT_EQ(frameAfter(3), Verdict::draw);
+}
+
+TEST_F(VideoFramePacingTest, CatchesUpWithThreeSecondsInLessThanOne) {
+    playSteadily();
+    const double end = now; // when the stream stood still
+    frameAfter(3);
+    int frames = 1;
+    while (frames < (now - end) * 25)
+        frameAfter(decoding), ++frames;
+    EXPECT_LT(now - (end + 3), 1.0);
+}
+
+TEST_F(VideoFramePacingTest, LetsThePictureRunWhileCatchingUp) {
+    playSteadily();
+    frameAfter(3);
+    int drawn = 0;
+    const double start = now;
+    while (now < start + 0.5) {
+        if (frameAfter(decoding) == Verdict::draw)
+            ++drawn;
+    }
+    EXPECT_GE(drawn, 5);
+    EXPECT_LE(drawn, 12);
+}
+
+TEST_F(VideoFramePacingTest, DrawsEveryFrameAgainOnceItHasCaughtUp) {
+    playSteadily();
+    frameAfter(3);
+    for (int n = 0; n < 75; ++n)
+        frameAfter(decoding);
+    for (int n = 0; n < 100; ++n)
+        ASSERT_EQ(frameAfter(0.04 - drawing), Verdict::draw);
+    // Even two frames that come together are both drawn now.
+    EXPECT_EQ(frameAfter(0.001), Verdict::draw);
+}
+
+TEST_F(VideoFramePacingTest, NeverCatchesUpForLongerThanItStoodStill) {
+    playSteadily();
+    frameAfter(2);
+    const double start = now;
+    double lastSkip = start;
+    while (now < start + 10) {
+        if (frameAfter(0.001) == Verdict::skip)
+            lastSkip = now;
+    }
+    EXPECT_LE(lastSkip - start, 2.0);
+}
+
+TEST_F(VideoFramePacingTest, NeverCatchesUpForLongerThanFiveSeconds) {
+    playSteadily();
+    frameAfter(3600);
+    const double start = now;
+    double lastSkip = start;
+    while (now < start + 20) {
+        if (frameAfter(0.001) == Verdict::skip)
+            lastSkip = now;
+    }
+    EXPECT_LE(lastSkip - start, VideoFramePacing::longestCatchUp);
+}
+
+TEST_F(VideoFramePacingTest, CatchesUpWithWhatPiledUpBeforeTheFirstFrame) {
+    EXPECT_EQ(frameAfter(0), Verdict::draw);
+    EXPECT_EQ(frameAfter(0.001), Verdict::skip);
+}
+
+} // namespace
+} // namespace lumvik

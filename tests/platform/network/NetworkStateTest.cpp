@@ -1,0 +1,170 @@
+#include "platform/network/NetworkState.h"
+
+#include "NetworkAddresses.h"
+#include "PathSignatures.h"
+
+#include <gtest/gtest.h>
+#include <net/if_arp.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace lumvik::test {
+namespace {
+
+NetworkInterface interface(int index, std::vector<InterfaceAddress> addresses) {
+    NetworkInterface result;
+    result.index = index;
+    result.name = "net" + std::to_string(index);
+    result.isUp = true;
+    result.isRunning = true;
+    result.hardwareType = ARPHRD_ETHER;
+    result.addresses = std::move(addresses);
+    return result;
+}
+
+DefaultRoute route(int interfaceIndex, const char *gateway) {
+    return {
+        .interfaceIndex = interfaceIndex, .family = familyOf(gateway), .gateway = bytesOf(gateway)};
+}
+
+struct Row {
+    const char *what;
+    std::vector<NetworkInterface> interfaces;
+    std::vector<DefaultRoute> routes;
+    NetworkPathSignature expected;
+};
+
+NetworkInterface changed(NetworkInterface interface, void (*change)(NetworkInterface &)) {
+    change(interface);
+    return interface;
+}
+
+NetworkInterface wireless(NetworkInterface interface) {
+    return changed(std::move(interface), [](NetworkInterface &i) { i.isWireless = true; });
+}
+
+NetworkInterface tunnel(NetworkInterface interface) {
+    return changed(std::move(interface), [](NetworkInterface &i) { i.hardwareType = ARPHRD_NONE; });
+}
+
+NetworkInterface bridge(NetworkInterface interface, bool bridgesHardware) {
+    interface.isBridge = true;
+    interface.bridgesHardware = bridgesHardware;
+    return interface;
+}
+
+NetworkInterface withoutCarrier(NetworkInterface interface) {
+    return changed(std::move(interface), [](NetworkInterface &i) { i.isRunning = false; });
+}
+
+NetworkInterface down(NetworkInterface interface) {
+    return changed(std::move(interface), [](NetworkInterface &i) { i.isUp = false; });
+}
+
+NetworkInterface loopback(NetworkInterface interface) {
+    return changed(std::move(interface), [](NetworkInterface &i) {
+        i.isLoopback = true;
+        i.hardwareType = ARPHRD_LOOPBACK;
+    });
+}
+
+TEST(NetworkPathSignature, IsReadFromWhatIsInUse) {
+    const std::vector<InterfaceAddress> none;
+    const std::vector<InterfaceAddress> global = {address("192.0.2.2")};
+    const std::vector<Row> rows = {
+        {"no interface at all", {}, {}, nothing},
+        {"loopback never counts", {loopback(interface(1, global))}, {}, nothing},
+        {"nor with a default route", {loopback(interface(1, none))}, {route(1, "::")}, nothing},
+        {"a wired interface", {interface(2, global)}, {}, ethernet},
+        {"a wireless one", {wireless(interface(2, global))}, {}, wiFi},
+        {"a tunnel", {tunnel(interface(2, global))}, {}, other},
+        {"a modem that dials",
+         {changed(interface(2, global), [](NetworkInterface &i) { i.hardwareType = ARPHRD_PPP; })},
+         {},
+         other},
+        {"a bridge over a cable", {bridge(interface(2, global), true)}, {}, ethernet},
+        {"a bridge of guests", {bridge(interface(2, global), false)}, {}, nothing},
+        {"a bridge of guests that is the way out",
+         {bridge(interface(2, global), false)},
+         {route(2, "192.0.2.1")},
+         ethernet},
+        {"the way out beside a bridge of guests",
+         {wireless(interface(2, global)), bridge(interface(3, global), false)},
+         {route(2, "192.0.2.1")},
+         wiFi},
+        {"all kinds together",
+         {interface(2, global), wireless(interface(3, global)), tunnel(interface(4, global))},
+         {},
+         {.isSatisfied = true, .usesWiFi = true, .usesEthernet = true, .usesOther = true}},
+        {"no carrier", {withoutCarrier(interface(2, global))}, {}, nothing},
+        {"switched off", {down(interface(2, global))}, {}, nothing},
+        {"no address", {interface(2, none)}, {}, nothing},
+        {"an address of version 6", {interface(2, {address("2001:db8::2")})}, {}, ethernet},
+        {"a unique local one", {interface(2, {address("fd00::2")})}, {}, ethernet},
+        {"link-local, 4", {interface(2, {address("169.254.7.7")})}, {}, nothing},
+        {"just beside link-local, 4", {interface(2, {address("169.253.7.7")})}, {}, ethernet},
+        {"link-local, 6", {interface(2, {address("fe80::2")})}, {}, nothing},
+        {"link-local to its last bit, 6", {interface(2, {address("febf::2")})}, {}, nothing},
+        {"just beside link-local, 6", {interface(2, {address("fec0::2")})}, {}, ethernet},
+        {"loopback address, 4", {interface(2, {address("127.0.0.2")})}, {}, nothing},
+        {"loopback address, 6", {interface(2, {address("::1")})}, {}, nothing},
+        {"any address", {interface(2, {address("0.0.0.0"), address("::")})}, {}, nothing},
+        {"link-local beside a global one",
+         {interface(2, {address("fe80::2"), address("2001:db8::2")})},
+         {},
+         ethernet},
+        {"only a default route", {tunnel(interface(2, none))}, {route(2, "0.0.0.0")}, other},
+        {"a default route, 6", {wireless(interface(2, none))}, {route(2, "fe80::1")}, wiFi},
+        {"a route through what has no carrier",
+         {withoutCarrier(interface(2, none))},
+         {route(2, "192.0.2.1")},
+         nothing},
+        {"a route through what is off",
+         {down(interface(2, none))},
+         {route(2, "192.0.2.1")},
+         nothing},
+        {"a route through what is not known", {}, {route(2, "192.0.2.1")}, nothing},
+        {"kinds of what is idle do not count",
+         {interface(2, global), withoutCarrier(wireless(interface(3, global))),
+          tunnel(interface(4, none))},
+         {},
+         ethernet},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(networkPathSignature({row.interfaces, row.routes}), row.expected) << row.what;
+}
+
+TEST(NetworkInUse, LeavesOutWhatNoConnectionDependsOn) {
+    const NetworkState plain = {{interface(2, {address("192.0.2.2")})}, {}};
+    NetworkState embellished = plain;
+    embellished.interfaces[0].name = "renamed";
+    embellished.interfaces[0].addresses.push_back(address("fe80::2"));
+    embellished.interfaces.push_back(down(interface(3, {address("198.51.100.2")})));
+    embellished.defaultRoutes.push_back(route(3, "198.51.100.1"));
+    EXPECT_EQ(networkInUse(embellished), networkInUse(plain));
+}
+
+TEST(NetworkInUse, IsTheSameWhateverJoinsABridgeThatIsTheWayOut) {
+    const NetworkInterface plain = interface(2, {address("192.0.2.2")});
+    const std::vector<DefaultRoute> routes = {route(2, "192.0.2.1")};
+    EXPECT_EQ(networkInUse({{bridge(plain, false)}, routes}),
+              networkInUse({{bridge(plain, true)}, routes}));
+}
+
+TEST(NetworkInUse, DiffersWhenAnAddressOrARouteDoes) {
+    const NetworkState plain = {{interface(2, {address("192.0.2.2")})}, {route(2, "192.0.2.1")}};
+    const NetworkState otherAddress = {{interface(2, {address("192.0.2.3")})},
+                                       {route(2, "192.0.2.1")}};
+    const NetworkState otherRoute = {{interface(2, {address("192.0.2.2")})},
+                                     {route(2, "192.0.2.9")}};
+    const NetworkState otherInterface = {{interface(3, {address("192.0.2.2")})},
+                                         {route(3, "192.0.2.1")}};
+    EXPECT_NE(networkInUse(plain), networkInUse(otherAddress));
+    EXPECT_NE(networkInUse(plain), networkInUse(otherRoute));
+    EXPECT_NE(networkInUse(plain), networkInUse(otherInterface));
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "LocalPort.h"
+#include "platform/QueueWork.h"
+#include "platform/network/TcpConnection.h"
+
+#include <QtTest/QTest>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <ostream>
+#include <utility>
+#include <vector>
+
+namespace lumvik {
+
+/// For failure messages.
+inline void PrintTo(NetworkConnection::State state, std::ostream *stream) {
+    static constexpr const char *names[] = {"preparing", "waiting", "failed", "ready", "cancelled"};
+    *stream << names[static_cast<int>(state)];
+}
+
+namespace test {
+
+/// What a connection reports, readable from any thread.
+class Reports {
+  public:
+    using State = NetworkConnection::State;
+    using States = std::vector<State>;
+    /// How long a slow machine may take for what takes milliseconds; in milliseconds itself.
+    static constexpr int deadline = 20'000;
+
+    [[nodiscard]] NetworkConnection::StateUpdateHandler handler() {
+        return [this](State state) {
+            const std::scoped_lock lock(m_mutex);
+            m_states.push_back(state);
+        };
+    }
+    [[nodiscard]] States states() const {
+        const std::scoped_lock lock(m_mutex);
+        return m_states;
+    }
+    [[nodiscard]] bool endWith(State state) const {
+        const States all = states();
+        return !all.empty() && all.back() == state;
+    }
+    [[nodiscard]] bool comeTo(State state) const {
+        return QTest::qWaitFor([&] { return endWith(state); }, deadline);
+    }
+
+  private:
+    mutable std::mutex m_mutex;
+    States m_states;
+};
+
+/// Connections from a queue of the test's own, which end before it.
+class TcpConnectionFixture : public testing::Test {
+  protected:
+    using State = Reports::State;
+    using States = Reports::States;
+    static constexpr int deadline = Reports::deadline;
+
+    [[nodiscard]] std::shared_ptr<TcpConnection>
+    started(const QString &host, std::uint16_t port, NameResolver resolver = resolveWithSystem) {
+        auto connection = std::make_shared<TcpConnection>(host, port, std::move(resolver));
+        connection->setStateUpdateHandler(reports.handler());
+        connection->start(queue);
+        return connection;
+    }
+
+    const QString loopback = QStringLiteral("127.0.0.1");
+    Reports reports;
+    SerialQueue queue{QStringLiteral("test.connection")};
+};
+
+} // namespace test
+} // namespace lumvik

@@ -1,0 +1,207 @@
+#include "app/controller/ControllerFixture.h"
+
+namespace lumvik::test {
+namespace {
+
+using State = PlaybackSupervisorState;
+using Connection = NetworkConnection::State;
+
+class PreflightTest : public ControllerFixture {
+  protected:
+    /// Launches with connections that say nothing, until the first was made.
+    void launchSilently(const CameraList &cameras = threeCameras()) {
+        network.answer = std::nullopt;
+        launch(cameras);
+        EXPECT_TRUE(eventually([&] {
+            queue.runPending();
+            return !network.connections.empty() || access().playerGeneration() > 0;
+        }));
+    }
+    [[nodiscard]] FakeConnection &probe() { return *network.connections.back(); }
+    [[nodiscard]] QList<LoggedLine> networkLog() const { return log.lines(u"network"_s); }
+    [[nodiscard]] static LoggedLine line(LogLevel level, const QString &text) {
+        return {level, u"network"_s, text};
+    }
+};
+
+TEST_F(PreflightTest, ProbesTheCamerasHostBeforeThePlayerStarts) {
+    launchSilently();
+    EXPECT_EQ(probe().host, u"camera.example"_s);
+    EXPECT_EQ(probe().port, 554);
+    EXPECT_TRUE(probe().isStarted);
+    EXPECT_TRUE(mpv.calls().empty());
+    EXPECT_EQ(
+        networkLog(),
+        QList<LoggedLine>{line(
+            LogLevel::debug, u"Beginning private local-network preflight for camera index 0."_s)});
+}
+
+TEST_F(PreflightTest, ProbesThePortThatTheAddressNames) {
+    launchSilently({{u"Front"_s, u"rtsp://camera.example:8554/front"_s}});
+    EXPECT_EQ(probe().port, 8554);
+}
+
+TEST_F(PreflightTest, AddressWithoutAHostStartsThePlayerAtOnce) {
+    launchSilently({{u"Front"_s, u"rtsp:///front"_s}});
+    EXPECT_TRUE(network.connections.empty());
+    EXPECT_EQ(access().playerGeneration(), 1);
+    EXPECT_TRUE(networkLog().isEmpty());
+}
+
+TEST_F(PreflightTest, ReadyProbeIsClosedAndThePlayerStarts) {
+    launchSilently();
+    probe().report(Connection::preparing);
+    probe().report(Connection::ready);
+    EXPECT_EQ(access().playerGeneration(), 0) << "in a later turn";
+    queue.runPending();
+    EXPECT_EQ(access().playerGeneration(), 1);
+    EXPECT_EQ(access().localNetworkProbe(), nullptr);
+    EXPECT_EQ(access().localNetworkProbeFallback(), nullptr);
+    EXPECT_TRUE(probe().isCancelled);
+    EXPECT_FALSE(probe().hasHandler());
+    EXPECT_EQ(networkLog().last(),
+              line(LogLevel::debug, u"The local-network preflight reached ready state."_s));
+}
+
+TEST_F(PreflightTest, ProbeThatWaitsGoesOnByItsFallback) {
+    launchSilently();
+    probe().report(Connection::waiting);
+    EXPECT_EQ(networkLog().last(),
+              line(LogLevel::debug, u"The local-network preflight is waiting for macOS."_s));
+    queue.advance(1.249);
+    EXPECT_EQ(access().playerGeneration(), 0);
+    queue.advance(0.001);
+    EXPECT_EQ(access().playerGeneration(), 1);
+    EXPECT_EQ(networkLog().last(),
+              line(LogLevel::debug, u"The local-network preflight fallback elapsed; continuing "
+                                    "with playback recovery."_s));
+    EXPECT_TRUE(probe().isCancelled);
+}
+
+TEST_F(PreflightTest, SilentProbeReloadsWhereThereIsAPlayer) {
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    network.answer = std::nullopt;
+    mpv.forgetCalls();
+    delegate->requestLocalNetworkAccessAndStart();
+    queue.advance(1.25);
+    EXPECT_EQ(mpv.callsTo("mpv_command").size(), 1U);
+    EXPECT_EQ(access().playerGeneration(), 1);
+}
+
+TEST_F(PreflightTest, FailedProbeStillStartsTheFirstPlayer) {
+    launchSilently();
+    probe().report(Connection::failed);
+    EXPECT_EQ(networkLog().last(), line(LogLevel::error, u"The local-network preflight failed."_s));
+    queue.runPending();
+    EXPECT_EQ(access().playerGeneration(), 1);
+    EXPECT_EQ(access().playbackRetryCount(), 0);
+}
+
+TEST_F(PreflightTest, FailedProbeBesideAPlayerBacksOff) {
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    network.answer = Connection::failed;
+    mpv.forgetCalls();
+    delegate->requestLocalNetworkAccessAndStart();
+    queue.runPending();
+    EXPECT_EQ(playbackLog().last(), u"Scheduling recovery 1 in 0.500000 seconds; recreate=false; "
+                                    "reason=local-network preflight failed."_s);
+    EXPECT_TRUE(mpv.callsTo("mpv_command").empty());
+}
+
+TEST_F(PreflightTest, ReadyProbeBesideAPlayerReloads) {
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    mpv.forgetCalls();
+    delegate->requestLocalNetworkAccessAndStart();
+    queue.runPending();
+    EXPECT_EQ(mpv.callsTo("mpv_command").size(), 1U);
+    EXPECT_EQ(access().playerGeneration(), 1);
+}
+
+TEST_F(PreflightTest, ChoosingAnotherCameraEndsTheProbeAndProbesItsHost) {
+    launchSilently({{u"One"_s, u"rtsp://one.example/"_s}, {u"Two"_s, u"rtsp://two.example/"_s}});
+    FakeConnection &first = probe();
+    first.report(Connection::ready); // on its way to the main thread
+    delegate->selectCamera(1);
+    EXPECT_TRUE(first.isCancelled);
+    ASSERT_EQ(network.connections.size(), 2U);
+    EXPECT_EQ(probe().host, u"two.example"_s);
+    queue.runPending();
+    EXPECT_EQ(access().playerGeneration(), 0) << "the late answer finds another probe";
+    EXPECT_EQ(access().localNetworkProbe().get(), &probe());
+    probe().report(Connection::ready);
+    queue.runPending();
+    EXPECT_EQ(access().playerGeneration(), 1);
+    EXPECT_TRUE(mpv.position("mpv_command(core 1, loadfile, rtsp://two.example/") >= 0);
+}
+
+TEST_F(PreflightTest, ProbeForAnEarlierSelectionStartsNothing) {
+    launchSilently();
+    ++access().playbackSelectionGeneration();
+    probe().report(Connection::ready);
+    queue.runPending();
+    EXPECT_EQ(access().playerGeneration(), 0);
+    EXPECT_EQ(access().localNetworkProbe(), nullptr);
+}
+
+TEST_F(PreflightTest, SecondRequestWhileProbingDoesNothing) {
+    launchSilently();
+    delegate->requestLocalNetworkAccessAndStart();
+    EXPECT_EQ(network.connections.size(), 1U);
+    EXPECT_FALSE(probe().isCancelled);
+    EXPECT_EQ(networkLog().size(), 1);
+}
+
+TEST_F(PreflightTest, AnswerAndFallbackTogetherStartOnePlayer) {
+    launchSilently();
+    queue.advance(1.2);
+    probe().report(Connection::ready);
+    queue.advance(1);
+    EXPECT_EQ(access().playerGeneration(), 1);
+    delegate->finishLocalNetworkProbe(network.connections.back(), true, 0);
+    EXPECT_EQ(mpv.callsTo("mpv_command").size(), 1U);
+}
+
+TEST_F(PreflightTest, RequestsAreRefusedWhenNothingMayStart) {
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    whilePlaybackIsBarred([&](const char *why) {
+        delegate->requestLocalNetworkAccessAndStart();
+        EXPECT_EQ(network.connections.size(), 1U) << why;
+    });
+    delegate->requestLocalNetworkAccessAndStart();
+    EXPECT_EQ(network.connections.size(), 2U);
+}
+
+TEST_F(PreflightTest, NothingStartsBeforeTheWindowWasDrawn) {
+    launch(threeCameras());
+    delegate->requestLocalNetworkAccessAndStart();
+    delegate->selectCamera(1);
+    EXPECT_TRUE(network.connections.empty());
+    startPlaying();
+    EXPECT_EQ(network.connections.size(), 1U);
+    EXPECT_EQ(networkLog().last().text, u"The local-network preflight reached ready state."_s);
+}
+
+TEST_F(PreflightTest, ClosingAndTerminationEndTheProbe) {
+    launchSilently();
+    access().window()->performClose();
+    EXPECT_TRUE(probe().isCancelled);
+    EXPECT_EQ(access().localNetworkProbeFallback(), nullptr);
+    queue.advance(10);
+    EXPECT_EQ(access().playerGeneration(), 0);
+}
+
+TEST_F(PreflightTest, AnswerToAControllerThatIsGoneDoesNothing) {
+    launchSilently();
+    const auto connection = network.connections.back();
+    connection->report(Connection::ready);
+    delegate.reset();
+    queue.advance(10);
+    EXPECT_TRUE(mpv.calls().empty());
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,127 @@
+// A camera that comes back as another one: of another shape, another codec, with another password.
+
+#include "system/harness/ColourBars.h"
+#include "system/harness/Eventually.h"
+#include "system/harness/FaultFixture.h"
+
+#include <QTransform>
+
+#include <csignal>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class CameraChangeTest : public FaultFixture {
+  protected:
+    /// Kills the camera and starts another in its place.
+    CameraProcess *replace(CameraProcess &camera, CameraSetup setup) {
+        setup.port = camera.port();
+        camera.process().sendSignal(SIGKILL);
+        EXPECT_TRUE(camera.process().waitForExit(5s));
+        return startCamera(setup);
+    }
+    [[nodiscard]] testing::AssertionResult takesTheShape(QSize shape) const {
+        testing::AssertionResult verdict = testing::AssertionSuccess();
+        const bool taken = eventually(5s, [&] {
+            verdict = hasShape(shape);
+            return static_cast<bool>(verdict);
+        });
+        return taken ? testing::AssertionSuccess() : verdict;
+    }
+};
+
+TEST_F(CameraChangeTest, NewResolutionIsShownWithTheNextKeyFrame) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    const qsizetype mark = viewer->logMark();
+    camera->command("size 640x480");
+    faultIsOver();
+    EXPECT_TRUE(takesTheShape({640, 480}));
+    // The camera sends a key frame at once in the new size; the picture must be right from there.
+    EXPECT_TRUE(pictureIsLive(2s));
+    report("live in the new shape after", sinceFault(), 2s);
+    EXPECT_TRUE(nothingScheduled(mark));
+    expectOneStream(*camera);
+}
+
+TEST_F(CameraChangeTest, NewShapeIsShownAfterAReload) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    const qsizetype mark = viewer->logMark();
+    camera->command("size 480x640");
+    camera->command("drop");
+    faultIsOver();
+    EXPECT_TRUE(isLiveAgainWithin(4s, mark));
+    EXPECT_TRUE(takesTheShape({480, 640}));
+    EXPECT_TRUE(pictureIsLive(2s));
+    expectOneStream(*camera);
+}
+
+TEST_F(CameraChangeTest, CameraTurnedOnItsSideIsShownUprightAfterAReload) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    const qsizetype mark = viewer->logMark();
+    camera->command("rotate 90");
+    camera->command("drop");
+    faultIsOver();
+    ASSERT_TRUE(logTells({resumed}, mark, 4s));
+    const auto showsBarsOnTheirSide = [](const QImage &picture) {
+        return showsColourBars(picture.transformed(QTransform().rotate(-90)));
+    };
+    EXPECT_TRUE(screen.waitUntil(viewer->window(), showsBarsOnTheirSide, 4s));
+    EXPECT_TRUE(takesTheShape({360, 640}));
+    EXPECT_TRUE(screen.waitUntil(viewer->window(), showsBarsOnTheirSide, 2s));
+    report("turned after", sinceFault(), 4s);
+    EXPECT_TRUE(screen.changesWithin(viewer->geometry(), 2s));
+    expectOneStream(*camera);
+}
+
+TEST_F(CameraChangeTest, NewCodecIsShown) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    const qsizetype mark = viewer->logMark();
+    CameraSetup setup = camera->setup();
+    setup.codec = QStringLiteral("h265");
+    setup.size = QSize(640, 480);
+    camera = replace(*camera, setup);
+    ASSERT_TRUE(camera);
+    faultIsOver();
+    EXPECT_TRUE(isLiveAgainWithin(5s, mark));
+    EXPECT_TRUE(takesTheShape({640, 480}));
+    EXPECT_TRUE(pictureIsLive(2s));
+    expectOneStream(*camera);
+}
+
+TEST_F(CameraChangeTest, WrongPasswordIsTriedLessAndLessOftenUntilItIsRight) {
+    const QString wrong = QStringLiteral("wr@ng:p/ss%#");
+    CameraProcess *camera = startCamera(faultCamera());
+    ASSERT_TRUE(camera);
+    home.writeCameras({{camera->setup().name, camera->urlWithPassword(wrong)}});
+    startViewer({{QStringLiteral("LUMVIK_ENGINE_LOG"), QStringLiteral("debug")}});
+    const QString ended = QStringLiteral("mpv ended the stream");
+    ASSERT_TRUE(logTells({loading, streamEnded, backingOff(1, ended), probing, loading, streamEnded,
+                          backingOff(2, ended), probing, loading, streamEnded, backingOff(3, ended),
+                          probing, loading, streamEnded, backingOff(4, ended)},
+                         0, 20s));
+    EXPECT_EQ(countInLog(loading, 0), 4) << "the camera was asked in between";
+    EXPECT_EQ(streamsOf(*camera).all, 0);
+
+    CameraSetup setup = camera->setup();
+    setup.password = wrong;
+    camera = replace(*camera, setup);
+    ASSERT_TRUE(camera);
+    faultIsOver();
+    // The fourth attempt waits for 4 to 4.35 seconds.
+    EXPECT_TRUE(isLiveAgainWithin(10s, 0));
+    EXPECT_TRUE(neverTwoAttemptsPending(0));
+    expectOneStream(*camera);
+    expectOrderlyEnd();
+    EXPECT_TRUE(viewer->allOutput().contains(QStringLiteral("rtsp://[address withheld]")))
+        << "the engine was not made talkative";
+    expectNeverWritten(wrong);
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,100 @@
+// The editor of the camera list in its real window.
+
+#include "system/harness/ColourBars.h"
+#include "system/harness/EditorFixture.h"
+
+namespace lumvik::test {
+namespace {
+
+using EditorTest = EditorFixture;
+
+using namespace std::chrono_literals;
+
+TEST_F(EditorTest, FirstCameraIsAddedFromTheEmptyStateAndPlays) {
+    CameraSetup setup;
+    CameraProcess *camera = startCamera(setup);
+    ASSERT_TRUE(camera);
+    startViewer();
+    ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
+    // The strip's first menu, and its first item.
+    pointer.moveTo(onScreen(controls().menuStrip().topLeft() + QPoint(20, 12)));
+    pointer.click();
+    ASSERT_TRUE(eventually(
+        20s, [this] { return !viewer->popUps().isEmpty() && desktop.x().keyboardIsGrabbed(); }));
+    keyboard.press(QStringLiteral("Return"));
+    ASSERT_NO_FATAL_FAILURE(waitForEditor());
+
+    // "Add Camera" has the first place in the row of buttons.
+    keyboard.press(QStringLiteral("Tab"));
+    keyboard.press(QStringLiteral("space"));
+    type(QStringLiteral("Yard"));
+    keyboard.press(QStringLiteral("Tab"));
+    type(camera->url());
+    keyboard.press(QStringLiteral("Return")); // ends the edit
+    keyboard.press(QStringLiteral("Return")); // saves
+    ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); })) << "it is not saved";
+    EXPECT_EQ(storedNames(), QStringList(QStringLiteral("Yard")));
+    ASSERT_TRUE(viewer->waitForLiveVideo());
+    EXPECT_TRUE(pictureFillsTheWindow());
+}
+
+TEST_F(EditorTest, RowIsDraggedIntoAnotherPlace) {
+    CameraProcess *camera = startCamera();
+    ASSERT_TRUE(camera);
+    QList<ListedCamera> listed;
+    for (const char *name : {"One", "Two", "Three"})
+        listed.append({QString::fromLatin1(name), camera->url()});
+    home.writeCameras(listed);
+    startViewerAndWaitForPicture();
+    ASSERT_NO_FATAL_FAILURE(openEditor());
+    const QPoint first = selectedRow();
+    // The lower half of the first row means the gap under it.
+    const QPoint gap = handle(first, 0) + QPoint(0, 6);
+    pointer.moveTo(handle(first, 2));
+    pointer.press();
+    pointer.glideTo(gap + QPoint(30, 0), 20);
+    // A line in the house colour marks it, left of the row that hangs at the pointer.
+    EXPECT_TRUE(eventually(10s, [&] { return gapIsMarked(first, 1); })) << "nothing marks the gap";
+    pointer.release();
+    keyboard.press(QStringLiteral("Return"));
+    ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
+    EXPECT_EQ(storedNames(),
+              (QStringList{QStringLiteral("One"), QStringLiteral("Three"), QStringLiteral("Two")}));
+}
+
+TEST_F(EditorTest, EscapeLeavesTheEditAndThenTheWindow) {
+    ASSERT_TRUE(startListedCamera());
+    startViewerAndWaitForPicture();
+    ASSERT_NO_FATAL_FAILURE(openEditor());
+    type(QStringLiteral("nonsense"));
+    keyboard.press(QStringLiteral("Escape"));
+    EXPECT_TRUE(always(500ms, [this] { return !editorIsClosed(); }));
+    keyboard.press(QStringLiteral("Escape"));
+    EXPECT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
+    EXPECT_FALSE(storedNames().contains(QStringLiteral("nonsense")));
+    EXPECT_TRUE(pictureFillsTheWindow()) << "the viewer goes on";
+}
+
+TEST_F(EditorTest, FirstClickOnAControlOfTheViewerBehindActsAtOnce) {
+    ASSERT_TRUE(startListedCamera());
+    home.setPreference(QStringLiteral("mainWindowFrame"), QStringLiteral("{{0, 0}, {640, 360}}"));
+    startViewerAndWaitForPicture();
+    ASSERT_NO_FATAL_FAILURE(openEditor());
+    xdotool(desktop, {QStringLiteral("windowmove"), QString::number(editor), QStringLiteral("690"),
+                      QStringLiteral("100")});
+    // The program is the active one, so the controls of its other window come up.
+    pointer.moveTo(onScreen(QPoint(200, 200)));
+    pointer.glideTo(onScreen(QPoint(260, 220)));
+    ASSERT_TRUE(eventually(20s, [this] { return controlsAreVisible(); }));
+    ASSERT_EQ(desktop.x().focusedWindow(), editor);
+    pointer.moveTo(onScreen(controls().pin()));
+    pointer.click();
+    EXPECT_TRUE(eventually(20s, [this] {
+        return desktop.x()
+            .atomNames(viewer->window(), "_NET_WM_STATE")
+            .contains(QStringLiteral("_NET_WM_STATE_ABOVE"));
+    })) << "the first click did nothing";
+}
+
+} // namespace
+} // namespace lumvik::test

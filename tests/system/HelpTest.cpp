@@ -1,0 +1,292 @@
+// The Help menu and the check for updates in the real program: dialogs on its window, addresses
+// that reach the user's other programs, and a web server with a certificate of its own authority.
+
+#include "system/harness/ChildProcess.h"
+#include "system/harness/Eventually.h"
+#include "system/harness/NetworkNamespace.h"
+#include "system/harness/ViewerFixture.h"
+#include "updates/TestAuthority.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTcpServer>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class HelpTest : public ViewerFixture {
+  protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(ViewerFixture::SetUp());
+        ASSERT_TRUE(QDir(folder.path()).mkdir(QStringLiteral("bin")));
+    }
+    /// Gives the user a program that opens addresses, and keeps them.
+    void installBrowser(int exitStatus = 0) {
+        const QString path = folder.filePath(QStringLiteral("bin/xdg-open"));
+        QFile script(path);
+        ASSERT_TRUE(script.open(QFile::WriteOnly));
+        // It also tells whether it was given what the viewer has set for itself.
+        script.write("#!/bin/sh\nread filter </proc/self/coredump_filter\n"
+                     "[ \"$filter\" != 00000000 ] || dumps=' (not the core dumps of the user)'\n"
+                     "start=$XDG_ACTIVATION_TOKEN$DESKTOP_STARTUP_ID\n"
+                     "printf '%s\\n' \"$*${QSG_RENDER_LOOP+ (not the user's environment)}$dumps"
+                     "${start:+ (what the viewer's own start was given)}\""
+                     " >>\"" +
+                     folder.path().toUtf8() + "/opened\"\nexit " + QByteArray::number(exitStatus) +
+                     "\n");
+        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    [[nodiscard]] QByteArray openedAddresses() const {
+        QFile file(folder.filePath(QStringLiteral("opened")));
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    /// A search path with the user's browser, if there is one, and no other.
+    [[nodiscard]] ViewerProcess::Variables variables() const {
+        return {{QStringLiteral("PATH"), folder.filePath(QStringLiteral("bin"))},
+                {QStringLiteral("BROWSER"), QString()},
+                {QStringLiteral("XDG_ACTIVATION_TOKEN"), QStringLiteral("panel-1_TIME1")},
+                {QStringLiteral("DESKTOP_STARTUP_ID"), QStringLiteral("panel-1_TIME1")}};
+    }
+    void start() {
+        startViewer(variables());
+        ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
+    }
+    /// Chooses an item of the main menu by keys: the menu so many to the right, the item so many
+    /// down.
+    void chooseItem(int menu, int item) {
+        keyboard.press(QStringLiteral("F10"));
+        ASSERT_TRUE(eventually(20s, [this] {
+            return !viewer->popUps().isEmpty() && desktop.x().keyboardIsGrabbed();
+        })) << "the menu does not open";
+        for (int n = 0; n < menu; ++n) {
+            const QList<xcb_window_t> before = viewer->popUps();
+            keyboard.press(QStringLiteral("Right"));
+            ASSERT_TRUE(eventually(20s, [&] {
+                return viewer->popUps() != before && !viewer->popUps().isEmpty() &&
+                       desktop.x().keyboardIsGrabbed();
+            }));
+        }
+        for (int n = 0; n < item; ++n)
+            keyboard.press(QStringLiteral("Down"));
+        keyboard.press(QStringLiteral("Return"));
+    }
+    /// Waits for a window of the program other than the viewer that has the keyboard.
+    [[nodiscard]] testing::AssertionResult dialogAppears(std::chrono::milliseconds deadline = 20s) {
+        const bool found = eventually(deadline, [&] {
+            dialog = desktop.x().focusedWindow();
+            return dialog != viewer->window() && viewer->windowsOnScreen().contains(dialog);
+        });
+        return found ? testing::AssertionSuccess() : testing::AssertionFailure() << "no dialog";
+    }
+    /// Keeps a picture of the screen, once the dialog is drawn, for people to look at.
+    void takePicture(const QString &name) {
+        EXPECT_TRUE(eventually(20s, [this] {
+            const QRect corner(desktop.x().geometry(dialog).value_or(QRect()).topLeft(),
+                               QSize(4, 4));
+            return screen.area(corner).pixelColor(1, 1).lightness() > 100;
+        })) << "the dialog stays black";
+        screen.save(name);
+    }
+    void dialogIsASheet() {
+        EXPECT_EQ(desktop.x().numbers(dialog, "WM_TRANSIENT_FOR"),
+                  QList<quint32>{viewer->window()});
+        EXPECT_TRUE(desktop.x()
+                        .atomNames(dialog, "_NET_WM_STATE")
+                        .contains(QStringLiteral("_NET_WM_STATE_MODAL")));
+    }
+    void closeDialog(const QString &key) {
+        keyboard.press(key);
+        EXPECT_TRUE(
+            eventually(20s, [this] { return !viewer->windowsOnScreen().contains(dialog); }));
+    }
+
+    QTemporaryDir folder;
+    xcb_window_t dialog = XCB_NONE;
+};
+
+constexpr int lumvikMenu = 0;
+constexpr int helpMenu = 2;
+
+TEST_F(HelpTest, AboutPanelOpensAboveThePictureThatGoesOn) {
+    ASSERT_TRUE(startListedCamera());
+    home.setPreference(QStringLiteral("staysOnTop"), true);
+    startViewerAndWaitForPicture();
+    ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
+    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 3));
+    ASSERT_TRUE(dialogAppears());
+    EXPECT_EQ(desktop.x().title(dialog), QStringLiteral("About Lumvik"));
+    takePicture(QStringLiteral("about"));
+    const QImage before = screen.area(viewer->geometry());
+    EXPECT_TRUE(eventually(10s, [&] { return screen.area(viewer->geometry()) != before; }))
+        << "the picture does not go on";
+    closeDialog(QStringLiteral("Escape"));
+}
+
+TEST_F(HelpTest, QuickHelpIsASheetOnTheViewer) {
+    start();
+    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 1));
+    ASSERT_TRUE(dialogAppears());
+    dialogIsASheet();
+    takePicture(QStringLiteral("quick-help"));
+    closeDialog(QStringLiteral("Return"));
+}
+
+TEST_F(HelpTest, SheetDoesNotHoldUpTheEnd) {
+    start();
+    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 1));
+    ASSERT_TRUE(dialogAppears());
+    endViewer();
+}
+
+TEST_F(HelpTest, HelpAndFeedbackReachTheUsersPrograms) {
+    installBrowser();
+    start();
+    keyboard.press(QStringLiteral("F1"));
+    EXPECT_TRUE(eventually(20s, [this] {
+        return openedAddresses() == "https://" LUMVIK_WEB_HOST "/lumvik/help.html\n";
+    })) << openedAddresses().toStdString();
+    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 2));
+    EXPECT_TRUE(eventually(20s, [this] {
+        return openedAddresses().endsWith("\nmailto:" LUMVIK_FEEDBACK_ADDRESS
+                                          "?subject=Lumvik%20Feedback\n");
+    })) << openedAddresses().toStdString();
+}
+
+TEST_F(HelpTest, AddressIsShownWhereItsProgramFails) {
+    installBrowser(3);
+    start();
+    keyboard.press(QStringLiteral("F1"));
+    ASSERT_TRUE(dialogAppears());
+    dialogIsASheet();
+    closeDialog(QStringLiteral("Return"));
+}
+
+TEST_F(HelpTest, AddressIsShownWhereNothingOpensIt) {
+    start();
+    keyboard.press(QStringLiteral("F1"));
+    ASSERT_TRUE(dialogAppears());
+    dialogIsASheet();
+    closeDialog(QStringLiteral("Return"));
+}
+
+/// The program on a machine whose only network is a loopback interface, with the maker's server on
+/// it or without.
+class UpdateTest : public HelpTest {
+  protected:
+    void SetUp() override {
+        if (const QString obstacle = NetworkNamespace::obstacle(); !obstacle.isNull())
+            GTEST_SKIP() << obstacle.toStdString();
+        ASSERT_NO_FATAL_FAILURE(HelpTest::SetUp());
+        ASSERT_TRUE(network.start());
+        ASSERT_TRUE(network.replaceFile(QStringLiteral("/etc/hosts"),
+                                        "127.0.0.1 localhost " LUMVIK_WEB_HOST "\n"));
+        viewerLauncher = network.launcher();
+    }
+    /// Serves a manifest with this version as the maker would, and lets the system trust the
+    /// server's authority.
+    void serve(const QByteArray &version) {
+        const QDir root(folder.path());
+        ASSERT_TRUE(root.mkpath(QStringLiteral("site/lumvik")));
+        ASSERT_TRUE(root.mkpath(QStringLiteral("authorities")));
+        const Credentials credentials = authority.credentials(QStringLiteral(LUMVIK_WEB_HOST));
+        put(QStringLiteral("server.pem"),
+            credentials.certificate.toPem() + credentials.key.toPem());
+        put(QStringLiteral("authorities/ours.pem"), authority.certificate().toPem());
+        const QByteArray manifest = R"({"version": ")" + version +
+                                    R"(", "build": 1, "downloadPage": "https://)" LUMVIK_WEB_HOST
+                                    R"(/lumvik"})";
+        // The server sends files as they stand, as whole responses.
+        put(QStringLiteral("site/lumvik/version.json"),
+            "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
+                QByteArray::number(manifest.size()) + "\r\n\r\n" + manifest);
+        const QString authorities = root.filePath(QStringLiteral("authorities"));
+        ASSERT_TRUE(network.run(QStringLiteral("openssl rehash %1").arg(authorities)));
+        ASSERT_TRUE(network.run(QStringLiteral("mount --bind %1 /etc/ssl/certs").arg(authorities)));
+        QStringList command = network.launcher();
+        command << QStringLiteral("sh") << QStringLiteral("-c")
+                << QStringLiteral("cd %1/site && exec openssl s_server -accept 443 -cert "
+                                  "%1/server.pem -cert2 %1/server.pem -servername " LUMVIK_WEB_HOST
+                                  " -servername_fatal -HTTP")
+                       .arg(folder.path());
+        ASSERT_TRUE(server.start(command.first(), command.mid(1)));
+        ASSERT_TRUE(eventually(20s, [this] {
+            return server.standardOutput().contains(QStringLiteral("ACCEPT"));
+        })) << server.standardError().join(u'\n').toStdString();
+    }
+    void put(const QString &name, const QByteArray &bytes) const {
+        QFile file(folder.filePath(name));
+        ASSERT_TRUE(file.open(QFile::WriteOnly));
+        file.write(bytes);
+    }
+    void startOnADayWithoutCheck() {
+        home.setPreference(QStringLiteral("lastAutomaticUpdateCheck"), QString());
+        start();
+    }
+    [[nodiscard]] bool dateIsStored() const {
+        return !home.preference(QStringLiteral("lastAutomaticUpdateCheck")).toString().isEmpty();
+    }
+
+    NetworkNamespace network;
+    TestAuthority authority;
+    ChildProcess server{QStringLiteral("the maker's server"),
+                        QProcessEnvironment::systemEnvironment()};
+};
+
+TEST_F(UpdateTest, NewVersionIsOfferedAtTheLaunchAndItsPageOpens) {
+    installBrowser();
+    ASSERT_NO_FATAL_FAILURE(serve("99.1"));
+    ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());
+    ASSERT_TRUE(dialogAppears());
+    dialogIsASheet();
+    takePicture(QStringLiteral("update"));
+    EXPECT_TRUE(
+        viewer->hasLogged(QStringLiteral("info"), QStringLiteral("updates"),
+                          QStringLiteral("Checking the official Lumvik update manifest\\.")));
+    EXPECT_TRUE(viewer->hasLogged(
+        QStringLiteral("info"), QStringLiteral("updates"),
+        QStringLiteral("Validated update manifest build 1 against installed build \\d+\\.")));
+    closeDialog(QStringLiteral("Return"));
+    EXPECT_TRUE(eventually(20s, [this] {
+        return openedAddresses() == "https://" LUMVIK_WEB_HOST "/lumvik\n";
+    })) << openedAddresses().toStdString();
+    EXPECT_TRUE(eventually(20s, [this] { return dateIsStored(); }));
+}
+
+TEST_F(UpdateTest, CurrentVersionIsSaidOnlyWhenAskedFor) {
+    ASSERT_NO_FATAL_FAILURE(serve("0.0.1"));
+    ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());
+    EXPECT_TRUE(eventually(20s, [this] { return dateIsStored(); }));
+    EXPECT_TRUE(viewer->hasFocus()) << "nothing is said";
+    ASSERT_NO_FATAL_FAILURE(chooseItem(lumvikMenu, 1));
+    ASSERT_TRUE(dialogAppears());
+    dialogIsASheet();
+    closeDialog(QStringLiteral("Return"));
+}
+
+TEST_F(UpdateTest, ServerThatNobodyVouchesForIsRefused) {
+    ASSERT_NO_FATAL_FAILURE(serve("99.1"));
+    ASSERT_TRUE(network.run(QStringLiteral("umount /etc/ssl/certs")));
+    ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());
+    EXPECT_TRUE(viewer->waitForLog(
+        QStringLiteral("error"), QStringLiteral("updates"),
+        QStringLiteral("The update check did not complete successfully\\."), 20s));
+    EXPECT_TRUE(viewer->hasFocus()) << "nothing is said";
+    EXPECT_FALSE(dateIsStored());
+}
+
+TEST_F(UpdateTest, CheckWithoutAServerSaysSoWhenAskedFor) {
+    start();
+    ASSERT_NO_FATAL_FAILURE(chooseItem(lumvikMenu, 1));
+    ASSERT_TRUE(dialogAppears());
+    dialogIsASheet();
+    takePicture(QStringLiteral("no-server"));
+    closeDialog(QStringLiteral("Return"));
+    EXPECT_TRUE(
+        viewer->hasLogged(QStringLiteral("error"), QStringLiteral("updates"),
+                          QStringLiteral("The update check did not complete successfully\\.")));
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,119 @@
+// The viewer is asked to end in the middle of a fault: it must be gone at once all the same.
+
+#include "system/harness/Eventually.h"
+#include "system/harness/FaultFixture.h"
+
+#include <csignal>
+#include <ostream>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString retryScheduled = QStringLiteral("default playback: Scheduling recovery .*");
+
+/// A fault, and what the log says when the viewer is in the middle of it.
+struct Fault {
+    const char *name;
+    /// A command to the camera, or "kill"; "" breaks nothing.
+    const char *command;
+    /// Patterns, to be told in this order after the fault.
+    QStringList middle;
+};
+
+void PrintTo(const Fault &fault, std::ostream *stream) {
+    *stream << fault.name;
+}
+
+class QuitInFaultTest : public FaultFixture, public testing::WithParamInterface<Fault> {};
+
+TEST_P(QuitInFaultTest, ViewerIsGoneAtOnce) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    const qsizetype mark = viewer->logMark();
+    const QByteArray command(GetParam().command);
+    if (command == "kill")
+        camera->process().sendSignal(SIGKILL);
+    else
+        camera->command(command);
+    ASSERT_TRUE(logTells(GetParam().middle, mark, 30s));
+    expectOrderlyEnd();
+    EXPECT_TRUE(logTells({QStringLiteral("default lifecycle: Lumvik is terminating\\.")}, mark));
+}
+
+const QString began = QStringLiteral("debug playback: mpv began opening the selected stream\\.");
+const QString probing = QStringLiteral("debug network: Beginning private local-network .*");
+const QString engine2 = QStringLiteral("default playback: Starting video engine generation 2\\.");
+
+INSTANTIATE_TEST_SUITE_P(
+    All, QuitInFaultTest,
+    testing::Values(Fault{"EndOfStream", "end", {retryScheduled}},
+                    Fault{"EndOfStreamJustNow", "end", {}},
+                    Fault{"ConnectionClosed", "drop", {retryScheduled}},
+                    Fault{"ConnectionReset", "drop reset", {retryScheduled, probing}},
+                    Fault{"CameraDied", "kill", {retryScheduled, retryScheduled}},
+                    Fault{"CameraDiedAndTheEngineIsNew", "kill", {engine2}},
+                    Fault{"Frozen", "freeze", {}},
+                    Fault{"FrozenAndNoticed", "freeze", {retryScheduled, began}},
+                    Fault{"Silent", "silent", {retryScheduled, began}},
+                    Fault{"SilentAndNoticed", "silent", {began, retryScheduled}},
+                    Fault{"Refusing", "refuse", {retryScheduled, retryScheduled}},
+                    Fault{"HangingUp", "hangup", {retryScheduled, began, retryScheduled}},
+                    Fault{"NewShape", "size 640x480", {}}, Fault{"Turned", "rotate 90", {}}),
+    [](const testing::TestParamInfo<Fault> &fault) { return fault.param.name; });
+
+/// The faults that are not the camera's doing.
+class QuitInViewerFaultTest : public FaultFixture {};
+
+TEST_F(QuitInViewerFaultTest, ViewerIsGoneAtOnceAfterAStandstill) {
+    ASSERT_TRUE(showCamera());
+    viewer->process().sendSignal(SIGSTOP);
+    EXPECT_TRUE(always(2s, [this] { return viewer->process().isRunning(); }));
+    viewer->process().sendSignal(SIGTERM);
+    viewer->process().sendSignal(SIGCONT);
+    EXPECT_TRUE(viewer->exitsInOrder(3s));
+    expectNeverWritten(password);
+}
+
+TEST_F(QuitInViewerFaultTest, ViewerIsGoneAtOnceWhileItIsMinimised) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    xdotool(desktop, {QStringLiteral("windowminimize"), QString::number(viewer->window())});
+    ASSERT_TRUE(eventually(10s, [this] { return !desktop.x().isViewable(viewer->window()); }));
+    camera->command("freeze");
+    expectOrderlyEnd();
+}
+
+TEST_F(QuitInViewerFaultTest, ViewerIsGoneAtOnceWhileThePasswordIsWrong) {
+    CameraProcess *camera = startCamera(faultCamera());
+    ASSERT_TRUE(camera);
+    const QString wrong = QStringLiteral("wr@ng:p/ss%#");
+    home.writeCameras({{camera->setup().name, camera->urlWithPassword(wrong)}});
+    startViewer();
+    ASSERT_TRUE(logTells({retryScheduled, retryScheduled}, 0, 20s));
+    expectOrderlyEnd();
+    expectNeverWritten(wrong);
+}
+
+TEST_F(QuitInViewerFaultTest, ViewerIsGoneAtOnceWhileAMenuIsOpen) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().menuStrip()));
+    ASSERT_TRUE(eventually(10s, [this] { return !viewer->popUps().isEmpty(); }));
+    const qsizetype mark = viewer->logMark();
+    camera->command("drop");
+    ASSERT_TRUE(logTells({retryScheduled}, mark, 10s));
+    expectOrderlyEnd();
+}
+
+TEST_F(QuitInViewerFaultTest, ViewerIsGoneAtOnceWhileAnAlertIsOpen) {
+    ASSERT_TRUE(startListedCamera(faultCamera()));
+    startViewer({{QStringLiteral("LD_PRELOAD"), QStringLiteral(LUMVIK_REJECTED_LOAD)}});
+    ASSERT_TRUE(eventually(10s, [this] { return viewer->windowsOnScreen().size() == 2; }))
+        << "there is no alert";
+    expectOrderlyEnd();
+}
+
+} // namespace
+} // namespace lumvik::test

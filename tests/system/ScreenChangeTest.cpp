@@ -1,0 +1,250 @@
+// What becomes of the window when its screen changes, gets another scale, is locked, or goes away.
+
+#include "system/harness/ChildProcess.h"
+#include "system/harness/DesktopProgram.h"
+#include "system/harness/Eventually.h"
+#include "system/harness/Pixels.h"
+#include "system/harness/ViewerFixture.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <csignal>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class ScreenChangeTest : public ViewerFixture {
+  protected:
+    using ViewerFixture::ViewerFixture;
+
+    /// Starts a camera and the viewer, and gives its window a frame.
+    void startAndPutTo(QRect frame) {
+        ASSERT_TRUE(startListedCamera());
+        ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+        ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
+        ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
+        ASSERT_TRUE(comesToBe(frame));
+        // The viewer knows it, too.
+        const QString stored = QStringLiteral("%1 %2 %3 %4 ")
+                                   .arg(frame.x())
+                                   .arg(frame.y())
+                                   .arg(frame.width())
+                                   .arg(frame.height());
+        ASSERT_TRUE(eventually(10s, [&] { return storedFrame().startsWith(stored); }))
+            << storedFrame().toStdString();
+    }
+    /// A place counts once the window has stood there for a second.
+    static void letRest() {
+        QElapsedTimer rest;
+        rest.start();
+        ASSERT_TRUE(eventually(10s, [&] { return rest.elapsed() > 1500; }));
+    }
+};
+
+TEST_F(ScreenChangeTest, TheProgramEndsWithItsScreenAndForgetsNothing) {
+    const QRect frame(200, 150, 800, 450);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    const QByteArray list = home.readDataFile(QStringLiteral("cameras.json"));
+    const QString stored = storedFrame();
+    ASSERT_FALSE(stored.isEmpty());
+    // As at the end of a session whose display server does not wait for anybody.
+    desktop.killScreen();
+    EXPECT_TRUE(viewer->process().waitForExit(10s));
+    EXPECT_TRUE(viewer->process().exitStatus().has_value()) << "it was ended by a signal";
+    EXPECT_EQ(storedFrame(), stored);
+    EXPECT_EQ(home.readDataFile(QStringLiteral("cameras.json")), list);
+}
+
+TEST_F(ScreenChangeTest, ASmallerScreenKeepsTheWindowInSight) {
+    const QRect frame(900, 500, 640, 360);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(letRest());
+    const QString stored = storedFrame();
+    // The large monitor is unplugged, and a small one is left.
+    ASSERT_TRUE(desktop.resize(QSize(800, 600)));
+    EXPECT_TRUE(eventually(20s, [this] {
+        return QRect(QPoint(), QSize(800, 600)).contains(viewer->geometry());
+    })) << "the window is out of sight";
+    EXPECT_TRUE(pictureFillsTheWindow());
+    ASSERT_NO_FATAL_FAILURE(letRest()); // another frame would have been written by then
+    EXPECT_TRUE(eventually(10s, [&] { return storedFrame() == stored; }))
+        << "its place is forgotten: " << storedFrame().toStdString();
+    // And plugged in again.
+    ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
+    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(pictureFillsTheWindow());
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(ScreenChangeTest, APlaceOutlastsAStartWithoutItsScreen) {
+    const QRect frame(400, 200, 640, 360);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    const QString stored = storedFrame();
+    ASSERT_TRUE(desktop.resize(QSize(800, 600)));
+    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+    EXPECT_TRUE(comesToBe(QRect(800 - 640, 200, 640, 360))) << "it is cut";
+    ASSERT_NO_FATAL_FAILURE(letRest());
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    EXPECT_EQ(storedFrame(), stored);
+    ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
+    ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
+    EXPECT_TRUE(comesToBe(frame));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    EXPECT_EQ(storedFrame(), stored);
+}
+
+TEST_F(ScreenChangeTest, APlaceChosenOnTheScreenThatIsLeftIsRemembered) {
+    const QRect frame(900, 500, 640, 360);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(letRest());
+    ASSERT_TRUE(desktop.resize(QSize(800, 600)));
+    const QRect refuge(800 - 640, 600 - 360, 640, 360);
+    ASSERT_TRUE(comesToBe(refuge)) << "it does not come into sight";
+    const QRect chosen(20, 30, 640, 360);
+    ASSERT_NO_FATAL_FAILURE(moveWindow(chosen.topLeft()));
+    EXPECT_TRUE(eventually(10s, [&] {
+        return storedFrame().startsWith(QStringLiteral("20 30 640 360 "));
+    })) << storedFrame().toStdString();
+    // It is the window's own now, whatever screens come.
+    ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
+    EXPECT_TRUE(comesToBe(chosen));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(ScreenChangeTest, ALockedScreenChangesNothing) {
+    const QRect frame(200, 150, 800, 450);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    const QString stored = storedFrame();
+    const qsizetype mark = viewer->logMark();
+    ASSERT_NO_FATAL_FAILURE(showControls());
+    ChildProcess lock(QStringLiteral("the lock"), desktop.environment());
+    ASSERT_TRUE(lock.start(QStringLiteral("i3lock"),
+                           {QStringLiteral("--nofork"), QStringLiteral("--color=204060")}));
+    ASSERT_TRUE(eventually(20s, [&] {
+        return desktop.x().keyboardIsGrabbed() &&
+               colourDistance(screen.pixel(frame.center()), QColor(0x20, 0x40, 0x60)) < 3;
+    })) << "the screen is not locked";
+    // For longer than a picture may be old.
+    EXPECT_TRUE(always(15s, [&] { return viewer->logMark() == mark; }))
+        << viewer->allOutput().toStdString();
+    lock.end();
+    EXPECT_TRUE(pictureFillsTheWindow());
+    EXPECT_TRUE(screen.changesWithin(frame, 10s)) << "the picture stands still";
+    EXPECT_EQ(viewer->geometry(), frame);
+    EXPECT_EQ(storedFrame(), stored);
+    // The pointer and the keys are the viewer's again.
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
+    EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+/// On a desktop whose settings, which its programs follow while they run, hold the scale.
+class ScaleChangeTest : public ScreenChangeTest {
+  protected:
+    ScaleChangeTest() : ScreenChangeTest(WindowManager::openbox, QSize(2560, 1600)) {}
+
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(ScreenChangeTest::SetUp());
+        ASSERT_TRUE(m_folder.isValid());
+        ASSERT_NO_FATAL_FAILURE(writeScale(1));
+        m_settings = std::make_unique<ChildProcess>(QStringLiteral("the desktop's settings"),
+                                                    desktop.environment());
+        ASSERT_TRUE(m_settings->start(QStringLiteral("xsettingsd"),
+                                      {QStringLiteral("-c"), settingsFile()}));
+        ASSERT_TRUE(eventually(10s, [this] {
+            return m_settings->standardError().join(u' ').contains(
+                QStringLiteral("Took ownership"));
+        })) << m_settings->standardError().join(u'\n').toStdString();
+    }
+    void TearDown() override {
+        ScreenChangeTest::TearDown();
+        m_settings.reset();
+    }
+
+    void setScale(int newScale) {
+        ASSERT_NO_FATAL_FAILURE(writeScale(newScale));
+        m_settings->sendSignal(SIGHUP);
+        scale = newScale;
+    }
+
+    /// Starts with this frame, and enlarges the window before the scale becomes 2.
+    void startEnlargedAndDoubleTheScale(QRect frame) {
+        ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+        pointer.moveTo(frame.center());
+        pointer.click(Pointer::Button::right);
+        ASSERT_TRUE(comesToBe(QRect(0, 80, 2560, 1440)));
+        movePointerAway();
+        ASSERT_NO_FATAL_FAILURE(letRest());
+        ASSERT_NO_FATAL_FAILURE(setScale(2));
+        // As many pixels as before are all there are, or half of the points.
+        ASSERT_TRUE(eventually(
+            10s, [this] { return viewer->normalHints().minimumSize == QSize(960, 540); }));
+        ASSERT_TRUE(comesToBe(QRect(0, 160, 2560, 1440)));
+    }
+    /// Brings the enlarged window back.
+    void bringBackTo(QRect frame) {
+        pointer.moveTo(QPoint(1280, 800));
+        pointer.click(Pointer::Button::right);
+        EXPECT_TRUE(comesToBe(frame));
+        EXPECT_TRUE(pictureFillsTheWindow());
+    }
+
+  private:
+    [[nodiscard]] QString settingsFile() const {
+        return m_folder.filePath(QStringLiteral("settings"));
+    }
+    void writeScale(int newScale) {
+        QFile file(settingsFile());
+        ASSERT_TRUE(file.open(QFile::WriteOnly));
+        // In 1024ths of a dot per inch.
+        ASSERT_GT(file.write("Xft/DPI " + QByteArray::number(newScale * 96 * 1024) + '\n'), 0);
+    }
+
+    QTemporaryDir m_folder;
+    std::unique_ptr<ChildProcess> m_settings;
+};
+
+TEST_F(ScaleChangeTest, TheWindowStaysInSightAndComesBackWhereItWas) {
+    const QRect frame(1400, 900, 1120, 630);
+    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(letRest());
+    const QString stored = storedFrame();
+    ASSERT_NO_FATAL_FAILURE(setScale(2));
+    EXPECT_TRUE(comesToBe(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
+    EXPECT_TRUE(pictureFillsTheWindow());
+    EXPECT_EQ(viewer->normalHints().minimumSize, QSize(960, 540));
+    // The controls are in their places, and do what they do.
+    ASSERT_NO_FATAL_FAILURE(showControls());
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
+    EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
+    movePointerAway();
+    ASSERT_NO_FATAL_FAILURE(setScale(1));
+    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(pictureFillsTheWindow());
+    EXPECT_EQ(viewer->normalHints().minimumSize, QSize(480, 270));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+    EXPECT_EQ(storedFrame(), stored);
+}
+
+TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackToItsFrame) {
+    ASSERT_NO_FATAL_FAILURE(startEnlargedAndDoubleTheScale(QRect(400, 200, 640, 360)));
+    EXPECT_EQ(viewer->normalHints().minimumSize, QSize(960, 540));
+    EXPECT_TRUE(pictureFillsTheWindow());
+    ASSERT_NO_FATAL_FAILURE(bringBackTo(QRect(800, 400, 1280, 720)));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackIntoSight) {
+    // A part of this place lies beyond the screen that has half of the points.
+    ASSERT_NO_FATAL_FAILURE(startEnlargedAndDoubleTheScale(QRect(600, 300, 1120, 630)));
+    ASSERT_NO_FATAL_FAILURE(bringBackTo(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
+    ASSERT_NO_FATAL_FAILURE(endViewer());
+}
+
+} // namespace
+} // namespace lumvik::test

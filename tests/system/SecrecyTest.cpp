@@ -1,0 +1,109 @@
+// No password of a camera leaves the program by any door but the connection to the camera.
+
+#include "system/harness/Eventually.h"
+#include "system/harness/ViewerFixture.h"
+
+#include <QFile>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A password with every character that has a meaning in an address.
+const QString password = QStringLiteral("p@ss:w/rd%#");
+const QString wrongPassword = QStringLiteral("wr@ng:p/ss%#");
+
+class SecrecyTest : public ViewerFixture {
+  protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(ViewerFixture::SetUp());
+        CameraSetup setup;
+        setup.user = QStringLiteral("viewer");
+        setup.password = password;
+        camera = startCamera(setup);
+        ASSERT_TRUE(camera);
+    }
+
+    /// The forms in which a secret may turn up: as it is, as it stands in an address, and as it is
+    /// sent in HTTP's basic authentication.
+    [[nodiscard]] static QList<QByteArray> formsOf(const QString &secret) {
+        const QByteArray raw = secret.toUtf8();
+        const QByteArray encoded = QUrl::toPercentEncoding(secret);
+        return {raw, encoded, encoded.toLower(), raw.toBase64(), ("viewer:" + raw).toBase64()};
+    }
+
+    void expectFree(const QByteArray &text, const QString &secret, const char *where) const {
+        for (const QByteArray &form : formsOf(secret))
+            EXPECT_FALSE(text.contains(form)) << form.toStdString() << " stands in " << where;
+    }
+
+    [[nodiscard]] QByteArray commandLine() const {
+        QFile file(QStringLiteral("/proc/%1/cmdline").arg(viewer->process().processId()));
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    [[nodiscard]] QByteArray allTitles() const {
+        QByteArray titles;
+        for (const xcb_window_t window : desktop.x().viewableWindows()) {
+            for (const char *property : {"_NET_WM_NAME", "WM_NAME", "_NET_WM_ICON_NAME",
+                                         "WM_ICON_NAME", "WM_CLASS", "WM_COMMAND"})
+                titles += desktop.x().text(window, property).toUtf8() + '\n';
+        }
+        return titles;
+    }
+
+    /// Everything that the running viewer shows to others.
+    void expectNothingToldOf(const QString &secret) const {
+        ASSERT_FALSE(commandLine().isEmpty());
+        expectFree(commandLine(), secret, "the command line");
+        ASSERT_TRUE(allTitles().contains("Lumvik"));
+        expectFree(allTitles(), secret, "a window's title");
+    }
+
+    /// The log of a silent engine would prove nothing: this one has to speak of the address.
+    void expectTalkativeLog() const {
+        EXPECT_GT(viewer->log().size(), 200) << "the engine was not made talkative";
+        EXPECT_TRUE(viewer->allOutput().contains(QStringLiteral("rtsp://[address withheld]")));
+    }
+
+    const ViewerProcess::Variables talkative{
+        {QStringLiteral("LUMVIK_ENGINE_LOG"), QStringLiteral("trace")}};
+    CameraProcess *camera = nullptr;
+};
+
+TEST_F(SecrecyTest, PasswordThatIsRightIsToldToNobody) {
+    home.writeCameras({{QStringLiteral("Secret"), camera->url()}});
+    startViewerAndWaitForPicture(talkative);
+    expectNothingToldOf(password);
+    endViewer();
+    expectTalkativeLog();
+    expectFree(viewer->allOutput().toUtf8(), password, "the log");
+}
+
+TEST_F(SecrecyTest, PasswordThatIsWrongIsToldToNobody) {
+    home.writeCameras({{QStringLiteral("Secret"), camera->urlWithPassword(wrongPassword)}});
+    startViewer(talkative);
+    ASSERT_TRUE(viewer->waitForLog(QStringLiteral("error"), QStringLiteral("playback"),
+                                   QStringLiteral("mpv ended the stream: reason=4, .*"), 60s));
+    expectNothingToldOf(wrongPassword);
+    endViewer();
+    expectTalkativeLog();
+    expectFree(viewer->allOutput().toUtf8(), wrongPassword, "the log");
+}
+
+TEST_F(SecrecyTest, MemoryIsLeftToNoCoreDump) {
+    startViewer();
+    const QString folder = QStringLiteral("/proc/%1/").arg(viewer->process().processId());
+    QFile limits(folder + QStringLiteral("limits"));
+    ASSERT_TRUE(limits.open(QFile::ReadOnly));
+    static const QRegularExpression noFile(QStringLiteral("^Max core file size +0 "),
+                                           QRegularExpression::MultilineOption);
+    EXPECT_TRUE(noFile.match(QString::fromUtf8(limits.readAll())).hasMatch());
+    QFile filter(folder + QStringLiteral("coredump_filter"));
+    ASSERT_TRUE(filter.open(QFile::ReadOnly));
+    EXPECT_EQ(filter.readAll(), "00000000\n");
+}
+
+} // namespace
+} // namespace lumvik::test

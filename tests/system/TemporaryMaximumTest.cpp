@@ -1,0 +1,171 @@
+// The window enlarged for a while by a right-click, and full screen beside it.
+
+#include "system/harness/Eventually.h"
+#include "system/harness/ViewerFixture.h"
+
+#include <cmath>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class TemporaryMaximumTest : public ViewerFixture {
+  protected:
+    /// Shows a camera in a window of a place and size of its own.
+    void showCamera(QRect frame, QSize picture = QSize(640, 360)) {
+        CameraSetup setup;
+        setup.size = picture;
+        setup.framesPerSecond = 10;
+        setup.keyFrameInterval = 10;
+        ASSERT_TRUE(startListedCamera(setup));
+        home.setPreference(QStringLiteral("mainWindowFrame"), plainForm(frame));
+        startViewerAndWaitForPicture();
+        ASSERT_TRUE(comesToBe(frame));
+        ASSERT_TRUE(eventually(10s, [&] { return bool{hasShape(picture)}; }));
+        pointer.moveTo(frame.center());
+    }
+
+    void rightClick() { pointer.click(Pointer::Button::right); }
+
+    /// Whether the stored frame is this one, in either of the two forms.
+    [[nodiscard]] bool stored(QRect frame) const {
+        const QString text = storedFrame();
+        return text == plainForm(frame) || text.startsWith(QStringLiteral("%1 %2 %3 %4 ")
+                                                               .arg(frame.x())
+                                                               .arg(frame.y())
+                                                               .arg(frame.width())
+                                                               .arg(frame.height()));
+    }
+    [[nodiscard]] static QString plainForm(QRect frame) {
+        return QStringLiteral("{{%1, %2}, {%3, %4}}")
+            .arg(frame.x())
+            .arg(frame.y())
+            .arg(frame.width())
+            .arg(frame.height());
+    }
+
+    /// Waits until the window is here, while the stored frame remains the other.
+    [[nodiscard]] testing::AssertionResult comesToBeUnremembered(QRect geometry,
+                                                                 QRect remembered) const {
+        QString wrong;
+        const bool came = eventually(20s, [&] {
+            if (wrong.isEmpty() && !stored(remembered))
+                wrong = storedFrame();
+            return viewer->geometry() == geometry;
+        });
+        if (!wrong.isEmpty())
+            return testing::AssertionFailure() << "on the way it stored " << wrong.toStdString();
+        return came ? comesToBe(geometry) : comesToBe(geometry, 0ms);
+    }
+};
+
+constexpr QRect frame{150, 120, 800, 450};
+/// The largest 16:9 on a screen of 1600 x 1000 without panels.
+constexpr QRect maximum{0, 50, 1600, 900};
+
+TEST_F(TemporaryMaximumTest, RightClickEnlargesAndASecondOneBringsTheOldFrameBack) {
+    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == maximum && stored(frame); }))
+        << storedFrame().toStdString();
+    EXPECT_TRUE(pictureFillsTheWindow());
+    EXPECT_TRUE(hasShape({640, 360}));
+
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame; }));
+    EXPECT_TRUE(pictureFillsTheWindow());
+
+    // From now on frames are the user's again.
+    moveWindow({30, 40});
+    const QRect moved(QPoint(30, 40), frame.size());
+    EXPECT_TRUE(comesToBe(moved));
+    EXPECT_TRUE(eventually(10s, [&] { return stored(moved); })) << storedFrame().toStdString();
+    movePointerAway();
+}
+
+TEST_F(TemporaryMaximumTest, NarrowPictureIsAsHighAsTheScreen) {
+    // 5:4, which comes out even: window managers round the height of other shapes down.
+    const QRect narrow(150, 120, 600, 480);
+    ASSERT_NO_FATAL_FAILURE(showCamera(narrow, {600, 480}));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered({175, 0, 1250, 1000}, narrow));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(narrow, narrow));
+    movePointerAway();
+}
+
+TEST_F(TemporaryMaximumTest, QuickRightClicksLeaveNothingHalfDone) {
+    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    // The third comes while the second one's way back is not over, and leads there as well.
+    xdotool(desktop, {QStringLiteral("click"), QStringLiteral("--repeat"), QStringLiteral("3"),
+                      QStringLiteral("--delay"), QStringLiteral("60"), QStringLiteral("3")});
+    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(always(2s, [this] { return viewer->geometry() == frame; }));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == maximum; }));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(pictureFillsTheWindow());
+    movePointerAway();
+}
+
+TEST_F(TemporaryMaximumTest, FullScreenKeepsTheFrameAndKnowsNoRightClick) {
+    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    keyboard.press(QStringLiteral("F11"));
+    ASSERT_TRUE(comesToBe(desktop.area()));
+    rightClick();
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == desktop.area(); }));
+    keyboard.press(QStringLiteral("F11"));
+    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame; }));
+    EXPECT_TRUE(stored(frame)) << storedFrame().toStdString();
+    EXPECT_TRUE(pictureFillsTheWindow());
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    movePointerAway();
+}
+
+TEST_F(TemporaryMaximumTest, FullScreenFromTheEnlargedWindowLeadsBackToIt) {
+    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    rightClick();
+    ASSERT_TRUE(comesToBeUnremembered(maximum, frame));
+    keyboard.press(QStringLiteral("F11"));
+    EXPECT_TRUE(comesToBeUnremembered(desktop.area(), frame));
+    keyboard.press(QStringLiteral("F11"));
+    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame && stored(frame); }))
+        << storedFrame().toStdString();
+    movePointerAway();
+}
+
+TEST_F(TemporaryMaximumTest, EnlargedWindowThatIsClosedIsRememberedAsItWasBefore) {
+    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    rightClick();
+    ASSERT_TRUE(comesToBeUnremembered(maximum, frame));
+    endViewer();
+    EXPECT_TRUE(stored(frame)) << storedFrame().toStdString();
+    movePointerAway();
+    startViewerAndWaitForPicture();
+    EXPECT_TRUE(comesToBe(frame));
+}
+
+TEST_F(TemporaryMaximumTest, FirstRightClickOnAnInactiveWindowEnlargesIt) {
+    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    DesktopProgram *other = startWhiteWindow({1300, 800, 200, 100});
+    ASSERT_TRUE(other);
+    ASSERT_TRUE(eventually(10s, [&] { return other->hasFocus(); }));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    rightClick();
+    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    movePointerAway();
+}
+
+} // namespace
+} // namespace lumvik::test

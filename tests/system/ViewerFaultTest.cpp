@@ -1,0 +1,116 @@
+// What befalls the viewer itself: it stands still, or is busy with the user while its camera goes
+// and comes.
+
+#include "system/harness/ColourBars.h"
+#include "system/harness/Eventually.h"
+#include "system/harness/FaultFixture.h"
+
+#include <algorithm>
+#include <csignal>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class ViewerFaultTest : public FaultFixture {
+  protected:
+    /// The median age of the pictures on the screen, looked at for a second.
+    [[nodiscard]] int medianAge() const {
+        std::vector<int> ages;
+        EXPECT_TRUE(always(1s, [&] {
+            if (const auto age = pictureAge(screen.window(viewer->window())))
+                ages.push_back(*age);
+            return viewer->process().isRunning();
+        }));
+        if (ages.empty())
+            return INT_MAX;
+        const auto middle = ages.begin() + static_cast<std::ptrdiff_t>(ages.size() / 2);
+        std::nth_element(ages.begin(), middle, ages.end());
+        return *middle;
+    }
+
+    /// Waits until frames are reported from `mark` on and the picture moves wherever nothing covers
+    /// it.
+    void expectMovementWithin(Milliseconds limit, qsizetype mark) {
+        ASSERT_TRUE(logTells({resumed}, mark, limit - sinceFault()));
+        const QRect window = viewer->geometry();
+        const QRect motion = pixelsOf(PictureLayout::motion, window.size());
+        EXPECT_TRUE(screen.changesWithin(motion.translated(window.topLeft()), 5s));
+        report("live again after", sinceFault(), limit);
+    }
+};
+
+TEST_F(ViewerFaultTest, PictureIsAsLiveAsBeforeAfterAStandstillOfFiveSeconds) {
+    CameraProcess *camera = showCamera(faultCameraWithClock());
+    ASSERT_TRUE(camera);
+    const int before = medianAge();
+    const qsizetype mark = viewer->logMark();
+    viewer->process().sendSignal(SIGSTOP);
+    EXPECT_TRUE(always(5s, [this] { return viewer->process().isRunning(); }));
+    EXPECT_GT(pictureAge(screen.window(viewer->window())).value_or(0), 4500)
+        << "the viewer did not stand still";
+    viewer->process().sendSignal(SIGCONT);
+    faultIsOver();
+    const int frame = 1000 / camera->setup().framesPerSecond;
+    EXPECT_TRUE(eventually(2s, [&] {
+        const auto age = pictureAge(screen.window(viewer->window()));
+        return age && *age <= before + frame;
+    }));
+    report("live again after", sinceFault(), 2s);
+    const int after = medianAge();
+    report("delay before", Milliseconds(before), 500ms);
+    report("delay after", Milliseconds(after), 500ms);
+    EXPECT_LE(after, before + frame) << "the picture stays late";
+    EXPECT_TRUE(nothingScheduled(mark));
+    EXPECT_TRUE(pictureIsLive(2s));
+    expectOneStream(*camera);
+}
+
+TEST_F(ViewerFaultTest, PictureComesBackWhileAMenuIsOpen) {
+    CameraProcess *camera = showCamera();
+    ASSERT_TRUE(camera);
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().menuStrip()));
+    ASSERT_TRUE(eventually(10s, [this] { return !viewer->popUps().isEmpty(); }))
+        << "the menu does not open";
+    const qsizetype mark = viewer->logMark();
+    camera->command("drop");
+    faultIsOver();
+    ASSERT_NO_FATAL_FAILURE(expectMovementWithin(4s, mark));
+    EXPECT_FALSE(viewer->popUps().isEmpty()) << "the menu was closed";
+    keyboard.press(QStringLiteral("Escape"));
+    EXPECT_TRUE(eventually(10s, [this] { return viewer->popUps().isEmpty(); }));
+    pointer.moveTo(desktop.area().bottomRight());
+    EXPECT_TRUE(pictureIsLive(5s));
+    expectOneStream(*camera);
+}
+
+TEST_F(ViewerFaultTest, PictureComesBackWhileAnAlertIsOpen) {
+    CameraProcess *camera = startListedCamera(faultCamera());
+    ASSERT_TRUE(camera);
+    // The engine rejects the first load, as it does when it runs out of memory: an alert says so,
+    // and stays while the next attempt succeeds.
+    startViewer({{QStringLiteral("LD_PRELOAD"), QStringLiteral(LUMVIK_REJECTED_LOAD)}});
+    faultIsOver();
+    ASSERT_TRUE(logTells(
+        {loading,
+         QStringLiteral("error playback: mpv rejected the load command with error -\\d+\\."),
+         backingOff(1, QStringLiteral("mpv rejected the load command")), probing, loading, resumed},
+        0, 10s));
+    const auto alertIsOpen = [this] { return viewer->windowsOnScreen().size() == 2; };
+    ASSERT_TRUE(eventually(5s, alertIsOpen)) << "there is no alert";
+    ASSERT_NO_FATAL_FAILURE(expectMovementWithin(10s, 0));
+
+    const qsizetype mark = viewer->logMark();
+    camera->command("drop");
+    faultIsOver();
+    ASSERT_NO_FATAL_FAILURE(expectMovementWithin(4s, mark));
+    EXPECT_TRUE(alertIsOpen()) << "the alert was closed";
+    keyboard.press(QStringLiteral("Return"));
+    EXPECT_TRUE(eventually(10s, [this] { return viewer->windowsOnScreen().size() == 1; }));
+    EXPECT_TRUE(pictureIsLive(5s));
+    expectOneStream(*camera);
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,71 @@
+// The way of the window from one frame to another.
+
+#include "system/harness/AreaFixture.h"
+#include "system/harness/Eventually.h"
+
+#include <QElapsedTimer>
+
+namespace lumvik::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// How a window went from one frame to another: its frames, each once, in order.
+class WindowFrameAnimationTest : public AreaFixture {
+  protected:
+    [[nodiscard]] QList<QRect> pathTo(QRect end) const {
+        QList<QRect> path{viewer->geometry()};
+        QElapsedTimer time;
+        QElapsedTimer sinceLast;
+        time.start();
+        sinceLast.start();
+        while (time.elapsed() < 20000 && !(path.last() == end && sinceLast.elapsed() > 1500)) {
+            if (const QRect now = viewer->geometry(); now != path.last()) {
+                path.append(now);
+                sinceLast.start();
+            }
+        }
+        return path;
+    }
+    /// Whether the width never goes back on its way.
+    [[nodiscard]] static testing::AssertionResult neverTurnsBack(const QList<QRect> &path) {
+        const bool grows = path.last().width() > path.first().width();
+        for (qsizetype n = 1; n < path.size(); ++n) {
+            // A window manager that keeps a shape may take a pixel.
+            const int way = path.at(n).width() - path.at(n - 1).width();
+            if (grows ? way < -1 : way > 1) {
+                return testing::AssertionFailure() << "from " << path.at(n - 1).width() << " to "
+                                                   << path.at(n).width() << " points wide";
+            }
+        }
+        return testing::AssertionSuccess();
+    }
+};
+
+TEST_F(WindowFrameAnimationTest, EnlargedWindowGoesBackWithoutALeap) {
+    ASSERT_TRUE(showCamera());
+    const QRect before = viewer->geometry();
+    const QRect maximum(0, 50, 1600, 900);
+    pointer.moveTo(before.center());
+    for (int round = 0; round < 3; ++round) {
+        pointer.click(Pointer::Button::right);
+        EXPECT_TRUE(neverTurnsBack(pathTo(maximum)));
+        pointer.click(Pointer::Button::right);
+        EXPECT_TRUE(neverTurnsBack(pathTo(before)));
+    }
+}
+
+TEST_F(WindowFrameAnimationTest, OriginalViewComesBackWithoutALeapOrAnotherHeight) {
+    ASSERT_TRUE(showCamera());
+    const QRect before = viewer->geometry();
+    ASSERT_NO_FATAL_FAILURE(focusOn({160, 0, 320, 314}));
+    ASSERT_TRUE(comesToBe({479, 185, 642, 630}));
+    ASSERT_NO_FATAL_FAILURE(showOriginalView());
+    const auto path = pathTo(before);
+    EXPECT_TRUE(neverTurnsBack(path));
+    for (const QRect &frame : path)
+        EXPECT_EQ(frame.height(), 630) << "at a width of " << frame.width();
+}
+
+} // namespace
+} // namespace lumvik::test

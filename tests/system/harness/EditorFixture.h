@@ -1,0 +1,124 @@
+#pragma once
+
+#include "Eventually.h"
+#include "Pixels.h"
+#include "ViewerFixture.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <optional>
+
+namespace lumvik::test {
+
+/// Whole-program tests of the editor: finds its window and what is selected in it, and reads what
+/// it has stored.
+class EditorFixture : public ViewerFixture {
+  protected:
+    static inline const QColor houseColour{203, 93, 82};
+
+    void openEditor() {
+        keyboard.press(QStringLiteral("ctrl+comma"));
+        waitForEditor();
+    }
+    void waitForEditor() {
+        ASSERT_TRUE(eventually(std::chrono::seconds(20), [this] {
+            findEditor();
+            return editor != XCB_NONE && desktop.x().focusedWindow() == editor;
+        })) << "the editor does not open";
+    }
+    void findEditor() {
+        editor = XCB_NONE;
+        for (const xcb_window_t each : viewer->windowsOnScreen()) {
+            if (desktop.x().title(each) == QLatin1String("Cameras"))
+                editor = each;
+        }
+    }
+    [[nodiscard]] bool editorIsClosed() {
+        findEditor();
+        return editor == XCB_NONE;
+    }
+    void type(const QString &text) {
+        xdotool(desktop,
+                {QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("20"), text});
+    }
+    /// The top left corner of the selected row on the screen, once it is drawn.
+    [[nodiscard]] QPoint selectedRow() const {
+        std::optional<QPoint> found;
+        EXPECT_TRUE(eventually(std::chrono::seconds(20), [&] {
+            found = houseColouredRow();
+            return found.has_value();
+        })) << "no row is selected";
+        return found.value_or(QPoint());
+    }
+    /// The top left corner of what is filled with the house colour.
+    [[nodiscard]] std::optional<QPoint> houseColouredRow() const {
+        const QRect window = desktop.x().geometry(editor).value_or(QRect());
+        const QImage picture = screen.area(window);
+        const auto isHouseColour = [&](int x, int y) {
+            return colourDistance(picture.pixelColor(x, y), houseColour) <= 2;
+        };
+        // Rounded corners begin a little later than the row; a line in its middle tells its left.
+        for (int y = 0; y + 20 < picture.height(); ++y) {
+            if (!isHouseColour(picture.width() / 2, y))
+                continue;
+            int x = 0;
+            while (x < picture.width() && !isHouseColour(x, y + 20))
+                ++x;
+            return window.topLeft() + QPoint(x, y);
+        }
+        return std::nullopt;
+    }
+    /// The middle of a row's handle, where `first` is the first row's top left corner.
+    [[nodiscard]] static QPoint handle(QPoint first, int row) {
+        constexpr int rowHeight = 44;
+        return first + QPoint(13, rowHeight / 2 + row * rowHeight);
+    }
+    /// Whether a line in the house colour marks the gap before a row as the place of a drop, seen
+    /// left of what hangs at the pointer. `first` is the first row's top left corner.
+    [[nodiscard]] bool gapIsMarked(QPoint first, int row) const {
+        const QRect line(first + QPoint(8, row * 44 - 2), QSize(10, 2));
+        return colourDistance(meanColour(screen.area(line), QRect(QPoint(), line.size())),
+                              houseColour) < 40;
+    }
+    /// The cameras on the disk.
+    [[nodiscard]] QJsonArray stored() const {
+        return QJsonDocument::fromJson(home.readDataFile(QStringLiteral("cameras.json")))
+            .object()
+            .value(QStringLiteral("cameras"))
+            .toArray();
+    }
+    [[nodiscard]] QStringList storedNames() const {
+        QStringList names;
+        for (const auto &camera : stored())
+            names.append(camera.toObject().value(QStringLiteral("name")).toString());
+        return names;
+    }
+    [[nodiscard]] QStringList storedAddresses() const {
+        QStringList addresses;
+        for (const auto &camera : stored())
+            addresses.append(camera.toObject().value(QStringLiteral("url")).toString());
+        return addresses;
+    }
+    /// Waits for a window of the program, with this title if one is given, that has the keyboard
+    /// and is neither the editor nor the viewer.
+    [[nodiscard]] testing::AssertionResult dialogAppears(const QString &title = {}) {
+        const bool found = eventually(std::chrono::seconds(20), [&] {
+            const xcb_window_t focused = desktop.x().focusedWindow();
+            return viewer->windowsOnScreen().contains(focused) && focused != editor &&
+                   focused != viewer->window() &&
+                   (title.isEmpty() || desktop.x().title(focused) == title);
+        });
+        return found ? testing::AssertionSuccess() : testing::AssertionFailure() << "no dialog";
+    }
+    [[nodiscard]] bool editorHasFocus() const { return desktop.x().focusedWindow() == editor; }
+    void press(const QString &key, int times) {
+        for (int n = 0; n < times; ++n)
+            keyboard.press(key);
+    }
+
+    xcb_window_t editor = XCB_NONE;
+};
+
+} // namespace lumvik::test

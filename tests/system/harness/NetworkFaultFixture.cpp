@@ -1,0 +1,157 @@
+#include "NetworkFaultFixture.h"
+
+#include "Eventually.h"
+
+#include <iostream>
+
+namespace lumvik::test {
+
+using namespace std::chrono_literals;
+
+const QString NetworkFaultFixture::pathLost = QStringLiteral(
+    "info network: Network path update: satisfied=false, wifi=false, ethernet=false\\.");
+const QString NetworkFaultFixture::pathFound = QStringLiteral(
+    "info network: Network path update: satisfied=true, wifi=false, ethernet=true\\.");
+const QString NetworkFaultFixture::networkReason =
+    QStringLiteral("network path became usable or changed");
+
+const QString NetworkFaultFixture::engineStarted =
+    QStringLiteral("default playback: Starting video engine generation \\d+\\.");
+
+const NetworkFaultFixture::Cut NetworkFaultFixture::interfaceDown = {
+    "InterfaceDown",
+    [](CameraNetwork &net) { return net.viewer().run(QStringLiteral("ip link set viewer0 down")); },
+    [](CameraNetwork &net) { return net.viewer().run(QStringLiteral("ip link set viewer0 up")); }};
+const NetworkFaultFixture::Cut NetworkFaultFixture::cableOut = {
+    "CableOut",
+    [](CameraNetwork &net) { return net.camera().run(QStringLiteral("ip link set camera0 down")); },
+    [](CameraNetwork &net) { return net.camera().run(QStringLiteral("ip link set camera0 up")); }};
+
+namespace {
+
+constexpr auto recoveryLimit = 5s;
+constexpr auto endLimit = 3s;
+/// When a picture that stands still must be gone, from the cut: it may be ten seconds old, the
+/// program looks every two, and what was already under way is still shown.
+constexpr auto blackLimit = 12500ms;
+
+} // namespace
+
+void NetworkFaultFixture::SetUp() {
+    if (const QString obstacle = NetworkNamespace::obstacle(); !obstacle.isNull())
+        GTEST_SKIP() << obstacle.toStdString();
+    FaultFixture::SetUp();
+}
+
+void NetworkFaultFixture::startNetwork(CameraNetwork::Cable cable) {
+    ASSERT_TRUE(network.start(cable));
+    viewerLauncher = network.viewer().launcher();
+}
+
+CameraSetup NetworkFaultFixture::networkCamera() const {
+    CameraSetup setup = faultCamera();
+    setup.address = CameraNetwork::cameraAddress;
+    setup.launcher = network.camera().launcher();
+    return setup;
+}
+
+void NetworkFaultFixture::showCameraOverNetwork() {
+    ASSERT_NO_FATAL_FAILURE(startNetwork());
+    ASSERT_TRUE(showCamera(networkCamera()));
+}
+
+void NetworkFaultFixture::startSmallViewer() {
+    home.setPreference(QStringLiteral("mainWindowFrame"),
+                       QStringLiteral("{{200, 200}, {480, 270}}"));
+    startViewer();
+}
+
+void NetworkFaultFixture::testCut(const Cut &cut, Milliseconds duration) {
+    ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
+    const qsizetype mark = viewer->logMark();
+    ASSERT_TRUE(cut.begin(network));
+    QElapsedTimer sinceCut;
+    sinceCut.start();
+    ASSERT_TRUE(logTells({pathLost}, mark, 3s));
+    bool wasBlack = false;
+    expectThroughout(duration - Milliseconds(sinceCut.elapsed()), [&] {
+        const auto isBlack = windowIsBlack();
+        if (!wasBlack && isBlack)
+            report("black after", Milliseconds(sinceCut.elapsed()), blackLimit);
+        wasBlack = wasBlack || isBlack;
+        if ((wasBlack || sinceCut.elapsed() > Milliseconds(blackLimit).count()) && !isBlack)
+            return isBlack;
+        return nothingScheduled(mark);
+    });
+    EXPECT_EQ(countInLog(probing, mark), 0);
+    EXPECT_EQ(wasBlack, duration > blackLimit);
+
+    const qsizetype upMark = viewer->logMark();
+    faultIsOver();
+    ASSERT_TRUE(cut.end(network));
+    expectOneAttempt(upMark, Connection::mayLiveOn);
+    EXPECT_TRUE(
+        logTells({pathFound, scheduling(QStringLiteral("1"), networkReason), resumed}, upMark));
+}
+
+void NetworkFaultFixture::expectOneAttempt(qsizetype mark, Connection connection) {
+    ASSERT_TRUE(isLiveAgainWithin(recoveryLimit, mark));
+    const QString immediate =
+        QStringLiteral("default playback: Scheduling recovery \\d+ in 0\\.\\d+ seconds; "
+                       "recreate=true; reason=%1\\.")
+            .arg(networkReason);
+    EXPECT_TRUE(logTells({immediate, resumed}, mark));
+    const qsizetype started = countInLog(engineStarted, mark);
+    if (connection == Connection::isDead || started > 0) {
+        EXPECT_TRUE(logTells(
+            {immediate, probing,
+             QStringLiteral("debug network: The local-network preflight reached ready state\\."),
+             engineStarted, loading, resumed},
+            mark));
+    }
+    std::cout << "[          ] " << (started > 0 ? "by a new player" : "by the old connection")
+              << std::endl;
+    // A second attempt would come within a second of the first one's end.
+    expectThroughout(2s, [&]() -> testing::AssertionResult {
+        if (countInLog(anyScheduling, mark) == 1 && countInLog(engineStarted, mark) <= 1)
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << "there was not one attempt:\n"
+                                           << logLines(mark).join(u'\n').toStdString();
+    });
+    EXPECT_TRUE(pictureIsLive(1s));
+}
+
+void NetworkFaultFixture::expectThroughout(
+    Milliseconds duration, const std::function<testing::AssertionResult()> &condition) {
+    testing::AssertionResult verdict = testing::AssertionSuccess();
+    const bool held = always(duration, [&] {
+        verdict = condition();
+        return static_cast<bool>(verdict);
+    });
+    EXPECT_TRUE(held) << verdict.message();
+}
+
+void NetworkFaultFixture::expectWindowMoves() {
+    const QRect before = viewer->geometry();
+    const QPoint way(90, 60);
+    pointer.moveTo(before.center());
+    ASSERT_TRUE(pointer.pressToDrag(before.center() + way));
+    pointer.glideTo(before.center() + way);
+    EXPECT_TRUE(eventually(2s, [&] {
+        return (viewer->geometry().topLeft() - before.topLeft() - way).manhattanLength() <=
+               2 * Pointer::dragStart;
+    })) << "the window does not follow the pointer";
+    pointer.release();
+}
+
+void NetworkFaultFixture::expectCloseButtonEndsViewer() {
+    ASSERT_NO_FATAL_FAILURE(showControls());
+    pointer.moveTo(onScreen(controls().close()));
+    QElapsedTimer timer;
+    timer.start();
+    pointer.click();
+    EXPECT_TRUE(viewer->exitsInOrder(endLimit));
+    report("closed after", Milliseconds(timer.elapsed()), endLimit);
+}
+
+} // namespace lumvik::test

@@ -1,0 +1,171 @@
+#include "RtspConversation.h"
+#include "RunningTestCamera.h"
+#include "StreamPlayer.h"
+
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+// The faults that the camera plays.
+
+namespace lumvik::test {
+namespace {
+
+TEST(TestCamera, FreezeStopsThePicturesAndThawGoesOnWithThePresentTime) {
+    RunningTestCamera camera(words("--clock"));
+    const StreamPlayer player(camera.url());
+    const auto watcher = watch(camera);
+    ASSERT_TRUE(waitUntil([&] { return player.shownTime().has_value(); }));
+    EXPECT_EQ(camera.command("freeze"), QStringLiteral("ok"));
+    observeFor(300); // What was on its way arrives.
+    const int pictures = watcher->pictures();
+    const std::uint32_t frozenTime = player.shownTime().value_or(0);
+    observeFor(1000);
+    EXPECT_EQ(watcher->pictures(), pictures);
+    EXPECT_FALSE(watcher->isClosed());
+
+    EXPECT_EQ(camera.command("thaw"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher->pictures() >= pictures + 3; }));
+    ASSERT_TRUE(waitUntil([&] { return player.shownTime().value_or(frozenTime) != frozenTime; }));
+    EXPECT_GE(player.shownTime().value_or(0) - frozenTime, 1000U);
+}
+
+TEST(TestCamera, FrozenCameraLetsClientsInAndSendsThemNothing) {
+    RunningTestCamera camera;
+    EXPECT_EQ(camera.command("freeze"), QStringLiteral("ok"));
+    RtspConversation watcher(camera.url());
+    ASSERT_TRUE(watcher.connectToServer());
+    ASSERT_EQ(watcher.play(), 200);
+    observeFor(500);
+    EXPECT_EQ(watcher.pictures(), 0);
+    EXPECT_EQ(camera.command("thaw"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher.pictures() >= 2; }));
+    EXPECT_GE(watcher.keyFrames(), 1);
+}
+
+TEST(TestCamera, EndSaysGoodbyeAndLaterClientsAreServed) {
+    RunningTestCamera camera;
+    const auto watcher = watch(camera);
+    const StreamPlayer player(camera.url());
+    ASSERT_TRUE(waitUntil([&] { return player.pictures() >= 1; }));
+    EXPECT_FALSE(watcher->saidGoodbye());
+    EXPECT_EQ(camera.command("end"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher->saidGoodbye(); }));
+    EXPECT_TRUE(waitUntil([&] { return player.hasEnded(); }));
+    EXPECT_FALSE(watcher->isClosed());
+    EXPECT_GE(watch(camera)->pictures(), 3);
+}
+
+TEST(TestCamera, DropClosesEveryConnectionAndLaterClientsAreServed) {
+    RunningTestCamera camera;
+    const auto first = watch(camera);
+    const auto second = watch(camera);
+    EXPECT_EQ(camera.clients(), 2);
+    EXPECT_EQ(camera.command("drop"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return first->isClosed() && second->isClosed(); }));
+    EXPECT_EQ(camera.clients(), 0);
+    EXPECT_GE(watch(camera)->pictures(), 3);
+}
+
+/// A connection without any library's interpretation of how it ends.
+class BareConnection {
+  public:
+    enum class Ending { None, Orderly, Reset };
+
+    explicit BareConnection(const QUrl &url) : m_descriptor(socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<quint16>(url.port()));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        m_isConnected = ::connect(m_descriptor, reinterpret_cast<const sockaddr *>(&address),
+                                  sizeof address) == 0;
+    }
+    BareConnection(const BareConnection &) = delete;
+    BareConnection &operator=(const BareConnection &) = delete;
+    ~BareConnection() { ::close(m_descriptor); }
+
+    [[nodiscard]] bool isConnected() const { return m_isConnected; }
+    /// Waits for the other side to end the connection.
+    [[nodiscard]] Ending waitForEnding() const {
+        char byte = 0;
+        ssize_t count = -1;
+        const bool hasEnded = waitUntil([&] {
+            count = recv(m_descriptor, &byte, 1, MSG_DONTWAIT);
+            return count >= 0 || errno != EAGAIN;
+        });
+        if (!hasEnded || count > 0)
+            return Ending::None;
+        return count < 0 && errno == ECONNRESET ? Ending::Reset : Ending::Orderly;
+    }
+
+  private:
+    int m_descriptor;
+    bool m_isConnected = false;
+};
+
+TEST(TestCamera, DropIsOrderlyUnlessAResetIsAskedFor) {
+    RunningTestCamera camera;
+    for (const auto &[command, ending] : {std::pair("drop", BareConnection::Ending::Orderly),
+                                          std::pair("drop reset", BareConnection::Ending::Reset)}) {
+        const BareConnection connection(camera.url());
+        ASSERT_TRUE(connection.isConnected());
+        ASSERT_TRUE(waitUntil([&] { return camera.clients() == 1; }));
+        EXPECT_EQ(camera.command(command), QStringLiteral("ok"));
+        EXPECT_EQ(connection.waitForEnding(), ending) << command;
+    }
+    EXPECT_GE(watch(camera)->pictures(), 3);
+}
+
+TEST(TestCamera, RefusesConnectionsUntilToldToAcceptThemOnTheSamePort) {
+    RunningTestCamera camera;
+    const auto watcher = watch(camera);
+    EXPECT_EQ(camera.command("refuse"), QStringLiteral("ok"));
+    EXPECT_EQ(camera.command("refuse"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher->isClosed(); }));
+    RtspConversation refused(camera.url());
+    EXPECT_FALSE(refused.connectToServer());
+    EXPECT_EQ(refused.error(), QAbstractSocket::ConnectionRefusedError);
+    EXPECT_EQ(camera.command("accept"), QStringLiteral("ok"));
+    EXPECT_EQ(camera.command("accept"), QStringLiteral("ok"));
+    EXPECT_GE(watch(camera)->pictures(), 3);
+}
+
+TEST(TestCamera, SilentCameraTakesConnectionsAndAnswersNothing) {
+    RunningTestCamera camera;
+    const auto watcher = watch(camera);
+    EXPECT_EQ(camera.command("silent"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher->isClosed(); }));
+    RtspConversation ignored(camera.url());
+    ASSERT_TRUE(ignored.connectToServer());
+    EXPECT_FALSE(ignored.request("OPTIONS", {}, {}, 700));
+    EXPECT_FALSE(ignored.isClosed());
+    EXPECT_EQ(camera.clients(), 1);
+    EXPECT_EQ(camera.command("speak"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return ignored.isClosed(); }));
+    EXPECT_EQ(camera.clients(), 0);
+    EXPECT_GE(watch(camera)->pictures(), 3);
+}
+
+TEST(TestCamera, HangsUpOnThoseWhoPlayUntilToldToStay) {
+    RunningTestCamera camera;
+    const auto watcher = watch(camera);
+    EXPECT_EQ(camera.command("hangup"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher->isClosed(); }));
+    for (int n = 0; n < 3; ++n) {
+        RtspConversation client(camera.url());
+        ASSERT_TRUE(client.connectToServer());
+        EXPECT_EQ(client.play(), 200);
+        EXPECT_TRUE(waitUntil([&] { return client.isClosed(); }));
+        EXPECT_EQ(client.pictures(), 0);
+    }
+    EXPECT_TRUE(waitUntil([&] { return camera.clients() == 0; }));
+    EXPECT_EQ(camera.command("stay"), QStringLiteral("ok"));
+    EXPECT_GE(watch(camera)->pictures(), 3);
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,53 @@
+#include "testcamera/CameraOptions.h"
+
+#include <gtest/gtest.h>
+
+namespace lumvik::test {
+namespace {
+
+tl::expected<CameraOptions, QString> parse(const QString &line) {
+    QStringList arguments{QStringLiteral("lumvik-test-camera")};
+    arguments += line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return parseOptions(arguments);
+}
+
+TEST(CameraOptions, WithoutArgumentsAreTheDefaults) {
+    const auto options = parse({});
+    ASSERT_TRUE(options);
+    EXPECT_EQ(options->path, QStringLiteral("/front"));
+    EXPECT_EQ(options->size, QSize(1280, 720));
+    EXPECT_EQ(options->framesPerSecond, 25);
+    EXPECT_EQ(options->keyFrameInterval, 25);
+    EXPECT_EQ(options->codec, VideoCodec::H264);
+    EXPECT_FALSE(options->clockPattern);
+}
+
+TEST(CameraOptions, TakeEveryOption) {
+    const auto options = parse(QStringLiteral(
+        "--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps 15 --gop 50 "
+        "--codec h265 --user anna --password secret --clock --exit-with-stdin"));
+    ASSERT_TRUE(options) << qPrintable(options.error());
+    EXPECT_EQ(options->address, QStringLiteral("::1"));
+    EXPECT_EQ(options->port, 0);
+    EXPECT_EQ(options->path, QStringLiteral("/yard"));
+    EXPECT_EQ(options->name, QStringLiteral("Yard"));
+    EXPECT_EQ(options->size, QSize(640, 360));
+    EXPECT_EQ(options->framesPerSecond, 15);
+    EXPECT_EQ(options->keyFrameInterval, 50);
+    EXPECT_EQ(options->codec, VideoCodec::H265);
+    EXPECT_EQ(options->user, QStringLiteral("anna"));
+    EXPECT_EQ(options->password, QStringLiteral("secret"));
+    EXPECT_TRUE(options->clockPattern);
+    EXPECT_TRUE(options->exitWithStandardInput);
+}
+
+TEST(CameraOptions, BadOnesAreRefused) {
+    for (const char *line :
+         {"--port 65536", "--port x", "--fps 0", "--gop 0", "--size 1280", "--size 641x360",
+          "--size 32x32", "--codec vp8", "--path front", "--user anna", "--password x",
+          "--address localhost", "--nonsense", "stray"})
+        EXPECT_FALSE(parse(QLatin1String(line))) << line;
+}
+
+} // namespace
+} // namespace lumvik::test

@@ -1,0 +1,72 @@
+#include "window/TemporaryMaximum.h"
+
+#include <gtest/gtest.h>
+
+namespace lumvik {
+namespace {
+
+constexpr QRect screen{0, 0, 1440, 875};
+constexpr QRect frame{100, 100, 640, 360};
+constexpr double wide = 16.0 / 9;
+
+TEST(TemporaryMaximum, FillsTheWidthWithAWidePicture) {
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), screen, wide), QRect(0, 32, 1440, 810));
+}
+
+TEST(TemporaryMaximum, FillsTheHeightWithATallPicture) {
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {0, 0, 1440, 900}, 0.5),
+              QRect(495, 0, 450, 900));
+}
+
+TEST(TemporaryMaximum, FillsAScreenOfThePicturesShape) {
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {0, 0, 1600, 900}, wide),
+              QRect(0, 0, 1600, 900));
+}
+
+TEST(TemporaryMaximum, LiesInTheMiddleOfAScreenThatBeginsElsewhere) {
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {1600, 25, 1440, 875}, wide),
+              QRect(1600, 57, 1440, 810));
+}
+
+TEST(TemporaryMaximum, LeavesRoomForWhatSurroundsTheContent) {
+    const QRect maximum = temporaryMaximumFrame(frame, {620, 330}, screen, 2);
+    EXPECT_EQ(maximum.size(), QSize(1440, 740)) << "1420 by 710, and 20 by 30 around it";
+    EXPECT_EQ(maximum.topLeft(), QPoint(0, 67));
+}
+
+TEST(TemporaryMaximum, KeepsTheContentsShapeWithoutARatio) {
+    EXPECT_EQ(temporaryMaximumFrame(frame, {640, 320}, screen, std::nullopt).width(), 1440);
+    EXPECT_EQ(temporaryMaximumFrame({0, 0, 400, 400}, {400, 400}, screen, std::nullopt),
+              QRect(282, 0, 875, 875));
+}
+
+TEST(TemporaryMaximum, TakesAContentWithoutHeightForOnePointHigh) {
+    const QRect maximum = temporaryMaximumFrame({0, 0, 100, 50}, {100, 0}, screen, std::nullopt);
+    EXPECT_EQ(maximum.size(), QSize(1440, 64)) << "1 : 100, and 50 around it";
+}
+
+TEST(TemporaryMaximum, IsNeverNarrowerThanAQuarterWithoutARatio) {
+    const QRect maximum =
+        temporaryMaximumFrame({0, 0, 10, 100}, {10, 100}, {0, 0, 1440, 800}, std::nullopt);
+    EXPECT_EQ(maximum.size(), QSize(200, 800));
+    EXPECT_EQ(
+        temporaryMaximumFrame({0, 0, 0, 100}, {0, 100}, {0, 0, 1440, 800}, std::nullopt).size(),
+        QSize(200, 800));
+}
+
+TEST(TemporaryMaximum, TakesAGivenRatioHoweverNarrow) {
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {0, 0, 1440, 800}, 0.1).size(),
+              QSize(80, 800));
+}
+
+TEST(TemporaryMaximum, CountsAContentLargerThanItsFrameAsUnsurrounded) {
+    EXPECT_EQ(temporaryMaximumFrame(frame, {9000, 9000}, screen, wide), QRect(0, 32, 1440, 810));
+}
+
+TEST(TemporaryMaximum, LeavesThePictureAPointWhereThereIsNoRoom) {
+    const QRect maximum = temporaryMaximumFrame({0, 0, 100, 100}, {50, 50}, {0, 0, 5, 5}, 1);
+    EXPECT_EQ(maximum.size(), QSize(51, 51));
+}
+
+} // namespace
+} // namespace lumvik
