@@ -22,7 +22,8 @@ const QString usage = QStringLiteral(
 
 tl::expected<LaunchRequest::Action, CommandLineExit>
 parseCommandLine(const QStringList &arguments, const QString &programVersion) {
-    // The toolkit's own texts for help would come in the user's language, the only ones to do so.
+    // Qt's own help options are not used, because their texts would be in the user's language,
+    // unlike all other texts of the program.
     QCommandLineParser parser;
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")});
@@ -33,12 +34,13 @@ parseCommandLine(const QStringList &arguments, const QString &programVersion) {
         parser.addOption(QCommandLineOption(nameOfAction(action)));
 
     if (!parser.parse(arguments) || !parser.positionalArguments().isEmpty()) {
-        // What was given is not repeated: it may hold a password, and the terminal may be a log.
+        // The message does not quote the arguments, because they may contain a password and the
+        // terminal's output may go to a log.
         const QString problem = parser.positionalArguments().isEmpty()
                                     ? QStringLiteral("there is no such option.")
                                     : QStringLiteral("cameras are not named on the command line.");
-        return tl::unexpected(
-            CommandLineExit{QStringLiteral("lumvik: %1\n%2").arg(problem, usage), 2});
+        return tl::unexpected(CommandLineExit{QStringLiteral("lumvik: %1\n%2").arg(problem, usage),
+                                              CommandLineExit::wrongUsage});
     }
     if (parser.isSet(help))
         return tl::unexpected(CommandLineExit{usage, 0});

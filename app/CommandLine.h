@@ -8,15 +8,20 @@
 
 namespace lumvik {
 
-/// Why the program is not to start: what to say on the terminal, and how to end.
+/// The output and the exit status of a program that exits because of its command line.
 struct CommandLineExit {
-    QString text;
-    int status = 0; ///< 2 when the command line is wrong; `text` is for standard error then.
+    /// The exit status for a wrong command line.
+    static constexpr int wrongUsage = 2;
+
+    QString text;   ///< For standard output if `status` is 0, otherwise for standard error.
+    int status = 0; ///< 0 for help and version, otherwise `wrongUsage`.
 };
 
-/// What `arguments`, the program's name among them, ask for; `programVersion` is what it says about
-/// itself. Cameras are not named here: other users of the machine can read a command line, and
-/// addresses hold passwords.
+/// Returns the action that is requested by `arguments`, which include the program's name, or the
+/// reason to exit. `programVersion` is the text for --version.
+///
+/// Cameras cannot be given on the command line, because other users of the machine can read it and
+/// addresses contain passwords.
 [[nodiscard]] tl::expected<LaunchRequest::Action, CommandLineExit>
 parseCommandLine(const QStringList &arguments, const QString &programVersion);
 

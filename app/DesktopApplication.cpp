@@ -11,13 +11,13 @@ namespace lumvik {
 
 namespace {
 
-/// The bus name's dots as slashes.
+/// The bus name with slashes instead of dots.
 const QString objectPath = QStringLiteral("/com/tandrel/Lumvik");
 
-/// Registers `application` under its name, or puts it in the queue for the name where another
-/// program has it. The bus is waited for. Answers what is in the way.
+/// Requests the program's name for `application`. If another program owns the name, the bus queues
+/// the request. Blocks until the bus has replied. Returns the reason for a failure, or nothing.
 QString claimName(QDBusConnection &bus, QObject &application) {
-    // First the object: a name without one behind it would answer calls with errors.
+    // The object is registered first. Otherwise, calls to the new name could fail.
     const bool isRegistered =
         bus.registerObject(objectPath, &application, QDBusConnection::ExportScriptableSlots);
     const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
@@ -25,7 +25,7 @@ QString claimName(QDBusConnection &bus, QObject &application) {
                                          QDBusConnectionInterface::QueueService,
                                          QDBusConnectionInterface::DontAllowReplacement);
     if (!isRegistered || !reply.isValid())
-        return QStringLiteral("the session bus does not give it");
+        return QStringLiteral("the session bus refused it");
     if (reply.value() == QDBusConnectionInterface::ServiceRegistered)
         LumvikLog::lifecycle().debug(QStringLiteral("Lumvik has its name on the session bus."));
     else
@@ -36,9 +36,9 @@ QString claimName(QDBusConnection &bus, QObject &application) {
 
 } // namespace
 
-DesktopApplication::DesktopApplication(QString busAddresses, std::chrono::milliseconds answerLimit)
+DesktopApplication::DesktopApplication(QString busAddresses, std::chrono::milliseconds replyLimit)
     : m_busAddresses(std::move(busAddresses))
-    , m_answerLimit(answerLimit)
+    , m_replyLimit(replyLimit)
     , m_connector(QStringLiteral("session bus"),
                   QLatin1String(LumvikLog::subsystem) + QStringLiteral(".session")) {}
 
@@ -60,7 +60,7 @@ void DesktopApplication::start(LaunchRequestHandler handler) {
         return;
     m_handler = std::move(handler);
     m_connector.connect(
-        *this, m_busAddresses, m_answerLimit,
+        *this, m_busAddresses, m_replyLimit,
         {.prepare = [this](QDBusConnection &bus) { return claimName(bus, *this); },
          .connected = [](const QDBusConnection &) {},
          .failed =

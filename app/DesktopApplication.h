@@ -12,38 +12,42 @@
 
 namespace lumvik {
 
-/// The program on the session bus, under its own name: how menus, docks and other programs of the
-/// desktop start it (org.freedesktop.Application, as the Desktop Entry Specification has it), and
-/// reach the one that runs.
+/// The program's object on the session bus, under the program's own name. Menus, docks and other
+/// programs of the desktop use it to start the program and to reach the running instance. It
+/// implements the interface org.freedesktop.Application of the Desktop Entry Specification.
 ///
-/// Where there is no session bus, or as long as the name belongs to somebody else (a Lumvik with
-/// another list of cameras), one line in the log says so, and only later starts by command reach
-/// this process. It waits for the name, and gets it when the other one ends. Main thread only; must
-/// go before the application object.
+/// Without a session bus, or while another process owns the name (a Lumvik with a different camera
+/// list), one line is logged, and only later instances on the command line reach this process. The
+/// bus transfers the name when its owner exits. Main thread only; must be destroyed before the
+/// application object.
 class DesktopApplication final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
   public:
-    /// A bus that has not answered within `answerLimit` counts as absent.
+    /// A bus that does not reply within `replyLimit` counts as absent.
     explicit DesktopApplication(QString busAddresses = addressesForName(),
-                                std::chrono::milliseconds answerLimit = std::chrono::seconds(10));
+                                std::chrono::milliseconds replyLimit = std::chrono::seconds(10));
 
-    /// DBUS_SESSION_BUS_ADDRESS from the environment, or the bus in the user's runtime folder.
+    /// Returns DBUS_SESSION_BUS_ADDRESS from the environment, or else the address of the bus in the
+    /// user's runtime folder.
     [[nodiscard]] static QString sessionBusAddresses();
-    /// The same, but empty when LUMVIK_SESSION_BUS is "no": for a Lumvik that is not the user's own
-    /// and takes no name. The toolkit uses the bus all the same.
+    /// Returns the addresses of the bus on which to request the name: `sessionBusAddresses`, or
+    /// none if LUMVIK_SESSION_BUS is "no". That setting is for instances in tests and
+    /// demonstrations, which must not take the name from the user's own instance. Qt still uses the
+    /// bus.
     [[nodiscard]] static QString addressesForName();
 
-    /// Takes the name and hands requests to `handler` from then on. Once.
+    /// Requests the name and from then on passes requests to `handler`. Only the first call has an
+    /// effect.
     void start(LaunchRequestHandler handler);
-    /// Gives the name back.
+    /// Releases the name. `start` has no effect afterwards.
     void stop();
 
-  public Q_SLOTS: // called by the bus, by name
-    // NOLINTBEGIN(readability-identifier-naming): the interface has them so.
+  public Q_SLOTS: // called by other programs through the bus
+    // NOLINTBEGIN(readability-identifier-naming): the interface prescribes these names.
     Q_SCRIPTABLE void Activate(const QVariantMap &platformData);
-    /// There are no files that Lumvik opens: it comes to the front, no more.
+    /// Does the same as `Activate`, because Lumvik opens no files.
     Q_SCRIPTABLE void Open(const QStringList &uris, const QVariantMap &platformData);
     Q_SCRIPTABLE void ActivateAction(const QString &name, const QVariantList &parameter,
                                      const QVariantMap &platformData);
@@ -53,7 +57,7 @@ class DesktopApplication final : public QObject, protected QDBusContext {
     void perform(LaunchRequest::Action action, const QVariantMap &platformData);
 
     const QString m_busAddresses;
-    const std::chrono::milliseconds m_answerLimit;
+    const std::chrono::milliseconds m_replyLimit;
     BusConnector m_connector;
     LaunchRequestHandler m_handler;
     bool m_isStarted = false;

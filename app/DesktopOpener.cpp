@@ -15,15 +15,15 @@ void DesktopOpener::open(const QUrl &address, const std::function<void()> &faile
             failed();
         return;
     }
-    // Deleted when it has ended, and not before: a browser may be this very process, and a QProcess
-    // takes its process along.
+    // The QProcess deletes itself only when its process has ended, because the destructor kills the
+    // process, which may be the browser itself.
     auto *process = new QProcess;
     process->setProcessEnvironment(m_environment);
     process->setStandardInputFile(QProcess::nullDevice());
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
-    // A group of its own: signals that end this program in its terminal are not meant for the
-    // browser.
+    // The process gets its own session, so that a signal from the terminal that ends Lumvik does
+    // not end the browser.
     process->setChildProcessModifier([coreDumps = m_coreDumps] {
         ::setsid();
         coreDumps.restoreInChild();

@@ -9,25 +9,25 @@
 
 namespace lumvik {
 
-/// Hands addresses to the user's browser or mail program through xdg-open; where there is none,
-/// through whatever the toolkit finds. Main thread only.
+/// Opens addresses in the user's browser or mail program through xdg-open, or through Qt if
+/// xdg-open is not installed. Main thread only.
 ///
-/// The program is started with `environment` and `coreDumps`, so that it does not inherit what this
-/// one has set for its own toolkit and against dumps of its own memory. It is never waited for and
-/// outlives this one.
+/// The program is started with `environment` and `coreDumps`, so that it does not inherit Lumvik's
+/// own environment variables and core dump settings. Lumvik does not wait for it, and it continues
+/// to run when Lumvik exits.
 class DesktopOpener {
   public:
-    DesktopOpener(const QProcessEnvironment &environment, const UsersCoreDumps &coreDumps)
+    DesktopOpener(const QProcessEnvironment &environment, const CoreDumpSettings &coreDumps)
         : m_environment(environment)
         , m_coreDumps(coreDumps) {}
 
-    /// `failed` runs at most once, now or in a later turn, when nothing opens `address`. xdg-open
-    /// may say so only after it has tried for a while.
+    /// Opens `address`. `failed` runs at most once, immediately or later, if no program could open
+    /// it. xdg-open may take a while to report a failure.
     void open(const QUrl &address, const std::function<void()> &failed) const;
 
   private:
     QProcessEnvironment m_environment;
-    UsersCoreDumps m_coreDumps;
+    CoreDumpSettings m_coreDumps;
 };
 
 } // namespace lumvik

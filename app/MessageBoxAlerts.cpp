@@ -10,7 +10,8 @@ namespace lumvik {
 
 namespace {
 
-/// Which of the alert's buttons a button is; styles may change its text.
+/// The name of a button's property with its index in the alert. The text does not identify a
+/// button, because styles may change it.
 constexpr const char *buttonIndex = "lumvikButtonIndex";
 
 QMessageBox::Icon icon(Alert::Style style) {
@@ -23,7 +24,7 @@ QMessageBox::Icon icon(Alert::Style style) {
     return QMessageBox::NoIcon;
 }
 
-/// The house colour on a button, in every widget style.
+/// Gives a button the accent colour, in every widget style.
 void colourButton(QPushButton &button) {
     button.setStyleSheet(
         QStringLiteral(
@@ -37,13 +38,13 @@ void colourButton(QPushButton &button) {
 void fill(QMessageBox &box, const Alert &alert) {
     box.setIcon(icon(alert.style));
     box.setWindowTitle(QStringLiteral("Lumvik"));
-    // Texts may hold names that the user typed: never taken for markup.
+    // Texts may contain names that the user typed, which must not be interpreted as markup.
     box.setTextFormat(Qt::PlainText);
-    // An address to copy may be among them.
+    // Some texts contain an address for the user to copy.
     box.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     box.setText(alert.messageText);
     box.setInformativeText(alert.informativeText);
-    // The name by which the message box itself styles its main text.
+    // QMessageBox uses these object names for its labels.
     box.setStyleSheet(QStringLiteral("QLabel#qt_msgbox_label { font-weight: bold; }"
                                      "QLabel#qt_msgbox_informativelabel { min-width: 300px; }"));
     QPushButton *last = nullptr;
@@ -61,16 +62,16 @@ void fill(QMessageBox &box, const Alert &alert) {
         box.setEscapeButton(last);
 }
 
-/// The index, in `alert`, of the button that `box` was answered with.
+/// Returns the index in `alert` of the button that the user clicked in `box`.
 int answerOf(const QMessageBox &box, const Alert &alert) {
     const QAbstractButton *clicked = box.clickedButton();
     return clicked == nullptr ? static_cast<int>(alert.buttons.size()) - 1
                               : clicked->property(buttonIndex).toInt();
 }
 
-/// Puts `box` above `parent`, whatever levels the two have.
+/// Keeps `box` above `parent`, even if `parent` stays above other windows.
 void attach(QMessageBox &box, QWindow *parent) {
-    box.winId(); // makes the box's own window
+    box.winId(); // creates the box's QWindow
     if (parent != nullptr)
         box.windowHandle()->setTransientParent(parent);
 }
@@ -100,7 +101,7 @@ void MessageBoxAlerts::present(const Alert &alert, std::function<void(int)> answ
         answered(runModal(alert));
         return;
     }
-    auto *box = new QMessageBox; // deletes itself as it closes
+    auto *box = new QMessageBox; // deletes itself when it closes
     box->setAttribute(Qt::WA_DeleteOnClose);
     m_sheets.removeAll(nullptr);
     m_sheets.append(box);
@@ -110,13 +111,14 @@ void MessageBoxAlerts::present(const Alert &alert, std::function<void(int)> answ
     QObject::connect(
         box, &QDialog::finished, box,
         [box, alert, answered = std::move(answered)] { answered(answerOf(*box, alert)); },
-        Qt::SingleShotConnection); // its window may be hidden before it is deleted
-    // A sheet goes with its window.
+        Qt::SingleShotConnection); // may be emitted again if the parent is hidden
+    // A sheet is closed together with its window.
     QObject::connect(parent, &QWindow::visibleChanged, box, [box](bool isVisible) {
         if (!isVisible && box->isVisible())
             box->reject();
     });
-    // One that nobody asked for must not take the keys from the program that the user is in.
+    // An alert that appears while the user works in another program must not take the keyboard
+    // focus.
     box->setAttribute(Qt::WA_ShowWithoutActivating,
                       QGuiApplication::applicationState() != Qt::ApplicationActive);
     box->show();

@@ -11,15 +11,15 @@
 
 namespace lumvik {
 
-/// Alerts as message boxes. They belong to the window that `parentWindow` names, if any, so that a
-/// viewer that stays on top never covers them.
+/// Shows alerts as message boxes. They stay above the window that `parentWindow` returns, which may
+/// be null, so that a viewer that stays on top never covers them.
 class MessageBoxAlerts final : public Alerts {
   public:
     explicit MessageBoxAlerts(std::function<QWindow *()> parentWindow);
 
     MessageBoxAlerts(const MessageBoxAlerts &) = delete;
     MessageBoxAlerts &operator=(const MessageBoxAlerts &) = delete;
-    /// Takes the sheets that are still open away, unanswered.
+    /// Closes all open sheets without calling their handlers.
     ~MessageBoxAlerts() override;
 
     int runModal(const Alert &alert) override;

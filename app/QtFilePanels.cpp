@@ -12,7 +12,7 @@ namespace lumvik {
 
 namespace {
 
-/// A panel for files of the kind JSON; the caller says what for.
+/// Returns a panel for JSON files. The caller sets its mode.
 std::unique_ptr<QFileDialog> makePanel(const FilePanel &panel, QWidget *parent) {
     auto dialog = std::make_unique<QFileDialog>(
         parent, panel.title, QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
@@ -29,7 +29,7 @@ bool mayReplace(const QString &path, const QString &title, QWidget *parent) {
 }
 
 std::optional<QString> answer(std::unique_ptr<QFileDialog> dialog) {
-    // It goes with its parent, should that one be closed meanwhile.
+    // The parent may be closed while the panel is open, and then deletes the panel.
     const QPointer<QFileDialog> panel(dialog.release());
     const bool isChosen = panel->exec() == QDialog::Accepted;
     if (panel.isNull())
@@ -52,8 +52,8 @@ std::optional<QString> QtFilePanels::chooseFileToSave(const FilePanel &panel, QW
     auto dialog = makePanel(panel, parent);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
-    // A suffix that the dialog adds by itself comes after its question whether to replace a file;
-    // so it is added here.
+    // QFileDialog can append a default suffix, but does so only after it has asked whether to
+    // replace an existing file. The suffix is therefore appended here.
     dialog->selectFile(panel.suggestedName);
     auto chosen = answer(std::move(dialog));
     if (!chosen || !QFileInfo(*chosen).suffix().isEmpty())

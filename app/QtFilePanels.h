@@ -4,7 +4,7 @@
 
 namespace lumvik {
 
-/// File panels as the toolkit, or the desktop through it, has them.
+/// File panels based on QFileDialog, which uses the desktop's own dialogs where available.
 class QtFilePanels final : public FilePanels {
   public:
     std::optional<QString> chooseFileToOpen(const FilePanel &panel, QWidget *parent) override;

@@ -18,10 +18,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Requests and answers are lines.
-constexpr qint64 longestRequest = 4096; // bytes
-constexpr auto visitorPatience = 5s;
-constexpr unsigned long pollInterval = 20; // ms
+/// The longest request that is accepted, in bytes. Requests and replies are single lines.
+constexpr qint64 longestRequest = 4096;
+/// How long a client's connection may stay open.
+constexpr auto clientTimeout = 5s;
+/// The time between two attempts to become the first instance or to reach it, in milliseconds.
+constexpr unsigned long pollInterval = 20;
+/// The reply to a request that was carried out.
 const QByteArray done = QByteArrayLiteral("done\n");
 
 int remainingTime(const QDeadlineTimer &deadline) {
@@ -35,7 +38,7 @@ SingleInstance::SingleInstance(const QString &basePath)
     , m_lock(basePath + QStringLiteral(".lock")) {
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
     QObject::connect(&m_server, &QLocalServer::newConnection, &m_server,
-                     [this] { greetVisitors(); });
+                     [this] { acceptClients(); });
 }
 
 QString SingleInstance::standardPath() {
@@ -56,14 +59,14 @@ SingleInstance::Outcome SingleInstance::claim(const LaunchRequest &request,
             return Outcome::first;
         case InstanceLock::Result::unavailable:
             LumvikLog::lifecycle().error(QStringLiteral(
-                "No lock file can be made; whether Lumvik runs already is not known."));
+                "The lock file cannot be created; another instance may already be running."));
             return Outcome::first;
         case InstanceLock::Result::heldByAnother:
             break;
         }
         if (handOver(request, deadline))
             return Outcome::handedOver;
-        // It is just starting or just ending.
+        // The other instance is just starting or exiting.
         QThread::msleep(pollInterval);
     } while (!deadline.hasExpired());
     return Outcome::unanswered;
@@ -81,17 +84,17 @@ bool SingleInstance::handOver(const LaunchRequest &request, const QDeadlineTimer
 }
 
 void SingleInstance::openSocket() {
-    // What lies there belongs to nobody: its owner would hold the lock.
+    // An existing socket file is left over from a crash, because a live owner would hold the lock.
     QLocalServer::removeServer(m_socketPath);
     if (!m_server.listen(m_socketPath)) {
-        LumvikLog::lifecycle().error(QStringLiteral("A second start cannot reach this one: %1.")
+        LumvikLog::lifecycle().error(QStringLiteral("Later instances cannot reach this one: %1.")
                                          .arg(m_server.errorString()));
     }
 }
 
 void SingleInstance::listen(LaunchRequestHandler handler) {
     m_handler = std::move(handler);
-    greetVisitors();
+    acceptClients();
 }
 
 void SingleInstance::close() {
@@ -99,33 +102,34 @@ void SingleInstance::close() {
     m_handler = nullptr;
 }
 
-void SingleInstance::greetVisitors() {
+void SingleInstance::acceptClients() {
     if (!m_handler)
         return;
-    while (QLocalSocket *visitor = m_server.nextPendingConnection()) {
-        QObject::connect(visitor, &QLocalSocket::disconnected, visitor, &QObject::deleteLater);
-        QObject::connect(visitor, &QLocalSocket::readyRead, &m_server,
-                         [this, visitor] { answerVisitor(*visitor); });
-        QTimer::singleShot(visitorPatience, visitor, &QLocalSocket::abort);
-        answerVisitor(*visitor);
+    while (QLocalSocket *client = m_server.nextPendingConnection()) {
+        QObject::connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
+        QObject::connect(client, &QLocalSocket::readyRead, &m_server,
+                         [this, client] { replyTo(*client); });
+        QTimer::singleShot(clientTimeout, client, &QLocalSocket::abort);
+        replyTo(*client);
     }
 }
 
-void SingleInstance::answerVisitor(QLocalSocket &visitor) {
-    // Nothing comes behind a request's line.
-    if (visitor.bytesAvailable() > longestRequest) {
-        visitor.abort();
+void SingleInstance::replyTo(QLocalSocket &client) {
+    // A client sends nothing but one line.
+    if (client.bytesAvailable() > longestRequest) {
+        client.abort();
         return;
     }
-    if (!visitor.canReadLine())
+    if (!client.canReadLine())
         return;
-    const auto request = decodeLaunchRequest(visitor.readLine());
-    // Without an answer the other one asks again, and starts itself once this one has ended.
+    const auto request = decodeLaunchRequest(client.readLine());
+    // A client without a reply tries again, and becomes the first instance once this one has
+    // exited.
     if (request && m_handler && m_handler(*request)) {
-        visitor.write(done);
-        visitor.flush();
+        client.write(done);
+        client.flush();
     }
-    visitor.disconnectFromServer();
+    client.disconnectFromServer();
 }
 
 } // namespace lumvik

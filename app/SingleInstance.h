@@ -13,42 +13,44 @@ class QLocalSocket;
 
 namespace lumvik {
 
-/// Sees to it that one Lumvik runs for a user's camera list: a second start hands its request to
-/// the first and ends. It needs no session bus.
+/// Ensures that at most one instance runs per camera list of a user. A second instance passes its
+/// request to the first and exits. This works without a session bus.
 ///
-/// A lock file says who is first, a local socket beside it takes the requests. Main thread only.
+/// The first instance holds a lock file, and accepts requests at a local socket beside it. Main
+/// thread only.
 class SingleInstance {
   public:
-    /// Lock and socket are `basePath` with ".lock" and ".socket" behind it.
+    /// The lock file is `basePath` with the suffix ".lock", the socket the one with ".socket".
     explicit SingleInstance(const QString &basePath = standardPath());
 
-    /// In the user's runtime folder, named after the folder of the camera list: whoever has another
-    /// list (a demonstration, a test) has another Lumvik.
+    /// Returns a path in the user's runtime folder. It contains a hash of the camera list's folder,
+    /// so that a test or a demonstration with its own list has its own instance.
     [[nodiscard]] static QString standardPath();
 
     enum class Outcome {
-        first,      ///< This process is to go on. Also where no lock file can be made.
-        handedOver, ///< Another has done what `request` asks.
-        unanswered, ///< Another runs, but has not answered.
+        first,      ///< This is the first instance, or no lock file can be created.
+        handedOver, ///< Another instance has carried out the request.
+        unanswered, ///< Another instance is running but has not replied.
     };
-    /// Finds out whether this process is the first, and hands `request` over where it is not. One
-    /// that is just ending is waited for and followed. Blocks for at most `limit`.
+    /// Determines whether this is the first instance, and otherwise passes `request` to the first
+    /// one. If the first instance is exiting, waits and takes its place. Blocks for at most
+    /// `limit`.
     [[nodiscard]] Outcome claim(const LaunchRequest &request,
                                 std::chrono::milliseconds limit = std::chrono::seconds(10));
 
-    /// Has `handler` do what later starts ask, from now on; those that asked since `claim` too. For
-    /// the first only.
+    /// From now on, passes the requests of later instances to `handler`, including those that have
+    /// arrived since `claim`. Only for the first instance.
     void listen(LaunchRequestHandler handler);
 
-    /// Takes no requests any more. Who starts from now on waits for this process to end and takes
-    /// its place.
+    /// Stops accepting requests. An instance that starts from now on waits for this process to exit
+    /// and takes its place.
     void close();
 
   private:
     [[nodiscard]] bool handOver(const LaunchRequest &request, const QDeadlineTimer &deadline) const;
     void openSocket();
-    void greetVisitors();
-    void answerVisitor(QLocalSocket &visitor);
+    void acceptClients();
+    void replyTo(QLocalSocket &client);
 
     const QString m_socketPath;
     InstanceLock m_lock;

@@ -46,11 +46,11 @@ bool canReachX11() {
 
 void prepareMemory() {
 #ifdef __GLIBC__
-    // By default every thread gets a heap of its own, and what a player's threads leave behind
-    // there is hardly ever given back: twenty players one after another cost 50 MiB. With one heap,
-    // and large blocks (pictures, packets) returned to the system when freed, they cost 2 MiB, and
+    // By default, every thread has its own heap, and memory that a player's threads leave there is
+    // hardly ever returned to the system: twenty players in a row cost 50 MiB. With a single heap,
+    // and with large blocks (pictures, packets) returned when they are freed, they cost 2 MiB and
     // no measurable time.
-    constexpr int largeBlock = 128 * 1024;
+    constexpr int largeBlock = 128 * 1024; // bytes
     mallopt(M_ARENA_MAX, 1);
     mallopt(M_MMAP_THRESHOLD, largeBlock);
     mallopt(M_TRIM_THRESHOLD, largeBlock);
@@ -58,21 +58,23 @@ void prepareMemory() {
 }
 
 void prepareToolkit() {
-    // X11 first, through XWayland too: no client may place itself or stay above under Wayland.
+    // X11 is preferred, even through XWayland, because Wayland clients can neither place their
+    // windows nor keep them on top.
     setDefault("QT_QPA_PLATFORM", "xcb;wayland");
-    // EGL, because decoded surfaces can be shared with it and not with GLX.
+    // EGL can share decoded surfaces with OpenGL; GLX cannot.
     setDefault("QT_XCB_GL_INTEGRATION", "xcb_egl");
-    // The basic loop renders on the main thread, where the engine's render context lives.
+    // The basic render loop runs on the main thread, which the engine's render context requires.
     qputenv("QSG_RENDER_LOOP", "basic");
-    // Another back end than OpenGL has no context in which the engine could draw.
+    // The engine can draw only with the OpenGL back end.
     qunsetenv("QT_QUICK_BACKEND");
-    // What the desktop gave along for this start alone, the toolkit takes for its first window, and
-    // out of the environment: each of its plugins the variable of its own windowing system.
+    // Each of Qt's platform plugins uses and removes only its own system's activation token. The
+    // token of a windowing system that is not available is removed here, so that no child inherits
+    // it.
     if (!qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
         qunsetenv("XDG_ACTIVATION_TOKEN");
     if (!qEnvironmentVariableIsSet("DISPLAY"))
         qunsetenv("DESKTOP_STARTUP_ID");
-    // A frame that is announced is drawn in the next turn, not 5 ms later.
+    // A requested frame is drawn in the next turn of the event loop, not 5 ms later.
     setDefault("QT_QPA_UPDATE_IDLE_TIME", "0");
 
     QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
@@ -84,30 +86,30 @@ void prepareToolkit() {
     format.setRedBufferSize(8);
     format.setGreenBufferSize(8);
     format.setBlueBufferSize(8);
-    // No alpha is asked for: on X11 it would bring a translucent visual, and a compositor would
-    // blend the window with what lies behind it.
+    // No alpha channel is requested, because on X11 it would select a translucent visual, and a
+    // compositor would blend the window with those behind it.
     QSurfaceFormat::setDefaultFormat(format);
 }
 
 void avoidUnresponsiveSessionBus() {
-    constexpr int nobodyAbandons = -1;
+    constexpr int notInterruptible = -1;
+    constexpr auto replyLimit = std::chrono::seconds(2);
     const QString addresses = DesktopApplication::sessionBusAddresses();
-    const auto bus = findResponsiveBus(QStringLiteral("session bus"), addresses, nobodyAbandons,
-                                       std::chrono::seconds(2));
-    if (bus || !bus.error().isSilent)
+    const auto bus =
+        findResponsiveBus(QStringLiteral("session bus"), addresses, notInterruptible, replyLimit);
+    if (bus || !bus.error().isUnresponsive)
         return;
     LumvikLog::lifecycle().error(
-        QStringLiteral("The session bus does not answer; going on without it."));
-    // An address that nobody listens at; without one the bus would be looked for elsewhere.
+        QStringLiteral("The session bus does not reply; Lumvik continues without it."));
+    // No bus listens at this address. Without an address, the library would search elsewhere.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/dev/null");
 }
 
 std::optional<std::string> missingDisplay() {
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
     if (platform != "xcb;wayland")
-        return std::nullopt; // the user's own choice, or one that needs no display
-    const bool hasWayland = qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
-    if (hasWayland)
+        return std::nullopt; // the user's own choice, possibly a platform without a display
+    if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
         return std::nullopt;
     if (!qEnvironmentVariableIsSet("DISPLAY"))
         return "Lumvik needs a graphical session: neither DISPLAY nor WAYLAND_DISPLAY is set.";
@@ -131,8 +133,8 @@ watchDisplay([[maybe_unused]] std::function<void()> lost) {
 
 std::string engineLogLevel() {
     constexpr std::array known{"no", "fatal", "error", "warn", "info", "v", "debug", "trace"};
-    const std::string asked = qEnvironmentVariable("LUMVIK_ENGINE_LOG").toStdString();
-    return std::find(known.begin(), known.end(), asked) != known.end() ? asked : "warn";
+    const std::string level = qEnvironmentVariable("LUMVIK_ENGINE_LOG").toStdString();
+    return std::find(known.begin(), known.end(), level) != known.end() ? level : "warn";
 }
 
 } // namespace lumvik

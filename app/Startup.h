@@ -9,33 +9,33 @@ namespace lumvik {
 
 class DisplayConnectionMonitor;
 
-/// Keeps memory together over weeks of new players, each with threads of its own. Called before
-/// anything that allocates much: what was allocated before stays where it is.
+/// Configures the allocator so that memory use does not grow over weeks of player restarts. Must be
+/// called before large allocations, because it does not affect existing ones.
 void prepareMemory();
 
-/// What has to be settled before the application object exists: the windowing system, the render
-/// loop and the kind of OpenGL. Sets environment variables of this process; the user's own choices
-/// win.
+/// Selects the windowing system, the render loop and the OpenGL version. Must be called before the
+/// application object is created. Sets environment variables of this process. The user's own values
+/// take precedence, except for the render loop and the back end.
 void prepareToolkit();
 
-/// Keeps this process away from a session bus that accepts connections and is silent from then on:
-/// the toolkit uses the bus for themes and accessibility, and would wait for its answer for a
-/// minute before the first window. Waits two seconds for such a bus, for others no time. To be
-/// called before the application object exists.
+/// Prevents this process from using an unresponsive session bus. Qt uses the bus for themes and
+/// accessibility, and would wait a minute for its reply before it shows the first window. Blocks
+/// for two seconds if the bus is unresponsive, otherwise only until it replies. Must be called
+/// before the application object is created.
 void avoidUnresponsiveSessionBus();
 
-/// Why no window can be opened, as a message for the terminal; nothing when one can. The toolkit
-/// itself would end the process with a core dump.
+/// Returns the reason why no window can be opened, as a message for the terminal, or nothing if one
+/// can. Without this check, Qt would abort the process.
 [[nodiscard]] std::optional<std::string> missingDisplay();
 
-/// Watches the toolkit's connection to the X server, if it has one; calls `lost`, on another
-/// thread, when the server has gone. The toolkit ends the process then, but only once the main
-/// thread is back in its event loop, and Mesa's software rendering does not come back: to a server
-/// that does not exist it sends the same picture for ever.
+/// Monitors Qt's connection to the X server, if there is one, and calls `lost` on another thread
+/// when the server has disappeared. Qt also exits then, but only when the main thread returns to
+/// its event loop. It may never return, because Mesa's software rendering keeps sending the same
+/// picture to a server that no longer exists.
 [[nodiscard]] std::unique_ptr<DisplayConnectionMonitor> watchDisplay(std::function<void()> lost);
 
-/// The least important kind of engine message to log, by libmpv's names: LUMVIK_ENGINE_LOG from the
-/// environment when it is one of them, else "warn".
+/// Returns the log level of the engine: LUMVIK_ENGINE_LOG from the environment if it is the name of
+/// one of libmpv's levels, otherwise "warn".
 [[nodiscard]] std::string engineLogLevel();
 
 } // namespace lumvik

@@ -6,19 +6,20 @@ namespace lumvik {
 
 class MainQueue;
 
-/// The program's end at the user's wish: from a menu, or because the viewer has closed, or at a
-/// signal. Main thread only.
+/// Quits the program: from a menu, because the viewer has closed, or after a signal. Main thread
+/// only.
 class Termination {
   public:
-    /// `end` is what ends the event loop. No window of the program's refuses to be closed by it.
+    /// `end` closes the program's windows and ends the event loop. None of the windows may veto
+    /// this.
     Termination(MainQueue &mainQueue, std::function<void()> end);
 
-    /// Ends the program in a later turn, because that closes the windows, and may be asked for
-    /// while one closes. A window that is open is closed first, by its own order.
+    /// Quits the program in a later turn of the event loop. The deferral is necessary because
+    /// quitting closes the windows, and a request may be made while one of them is being closed.
     void request();
 
-    /// Whether the program will end, so that it is not the one to do what later starts ask. True
-    /// from the request, or the signal, on.
+    /// Whether a request was made or a termination signal has arrived. The program must then no
+    /// longer accept the requests of later instances.
     [[nodiscard]] bool isUnderWay() const;
 
   private:

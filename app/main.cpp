@@ -35,10 +35,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long the end of the program may take, in seconds: a user who quits waits no longer.
+/// How long the program may take to exit, in seconds. After that time the process ends itself, so
+/// that a user who quits never waits longer.
 constexpr double longestExit = 2.5;
 
-/// The window above which an alert appears: the one in use, or else the editor, or else the viewer.
+/// How long the exit waits for the players to be destroyed. Shorter than `longestExit`, so that the
+/// process can still end with its own exit status.
+constexpr auto longestPlayerTeardown = 1500ms;
+
+/// Returns the window above which an alert appears: the active window, otherwise the editor,
+/// otherwise the viewer.
 QWindow *alertParent() {
     if (QWindow *focused = QGuiApplication::focusWindow();
         focused != nullptr && focused->isVisible() && focused->type() != Qt::Popup)
@@ -54,7 +60,7 @@ QWindow *alertParent() {
     return nullptr;
 }
 
-/// Arguments as the program was given them; the application object takes the toolkit's own out.
+/// Returns the command line, including Qt's own options, which the application object removes.
 QStringList commandLine(int argc, char **argv) {
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
@@ -62,14 +68,14 @@ QStringList commandLine(int argc, char **argv) {
     return arguments;
 }
 
-/// Says why the program does not start. The status to end with.
+/// Prints the output of `exit` and returns its exit status.
 int report(const CommandLineExit &exit) {
     std::fputs(exit.text.toLocal8Bit().constData(), exit.status == 0 ? stdout : stderr);
     return exit.status;
 }
 
-/// What the desktop gave this start along, so that a window may come to the front. It is for this
-/// start alone, and is taken out of what other programs are to be started with.
+/// Returns the token with which the desktop allows a window of this instance to come to the front,
+/// and removes it from `environment`, because it is not meant for programs that Lumvik starts.
 QByteArray takeActivationToken(QProcessEnvironment &environment) {
     const QString forWayland = QStringLiteral("XDG_ACTIVATION_TOKEN");
     const QString forX11 = QStringLiteral("DESKTOP_STARTUP_ID");
@@ -81,10 +87,10 @@ QByteArray takeActivationToken(QProcessEnvironment &environment) {
     return token.toUtf8();
 }
 
-/// Leaves `request` to the Lumvik that runs already, if one does. The status to end with; nothing
-/// where this process is the first.
-std::optional<int> leaveToTheFirst(SingleInstance &instance, const LaunchRequest &request,
-                                   Alerts &alerts) {
+/// Passes `request` to the running instance, if there is one, and returns the exit status of this
+/// process. Returns nothing if this is the first instance.
+std::optional<int> handOverToFirstInstance(SingleInstance &instance, const LaunchRequest &request,
+                                           Alerts &alerts) {
     switch (instance.claim(request)) {
     case SingleInstance::Outcome::first:
         return std::nullopt;
@@ -102,7 +108,7 @@ std::optional<int> leaveToTheFirst(SingleInstance &instance, const LaunchRequest
     return 1;
 }
 
-/// What the controller uses of the system.
+/// The services that the controller uses.
 struct System {
     Alerts &alerts;
     const DesktopOpener opener;
@@ -137,12 +143,12 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
                 [&system] { return std::make_unique<LumvikUpdateService>(system.mainQueue); },
             .currentDate = &QDateTime::currentDateTimeUtc,
             .installedVersion = LumvikUpdateSettings::runningVersion(),
-            .webHost = LumvikUpdateSettings::makersWebHost(),
+            .webHost = LumvikUpdateSettings::defaultWebHost(),
             .feedbackAddress = QStringLiteral(LUMVIK_FEEDBACK_ADDRESS),
             .engineLogLevel = engineLogLevel()};
 }
 
-/// Tells the controller what the application object hears.
+/// Forwards the application object's signals to the controller.
 void connectApplication(AppDelegate &delegate) {
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, &delegate,
                      &AppDelegate::applicationWillTerminate);
@@ -153,10 +159,10 @@ void connectApplication(AppDelegate &delegate) {
                      });
 }
 
-/// Has the controller do what later starts ask, by command or through the desktop, until the
-/// program ends.
-void serveLaterStarts(AppDelegate &delegate, const Termination &termination,
-                      SingleInstance &instance, DesktopApplication &desktopApplication) {
+/// Passes the requests of later instances and of the desktop to the controller until the program
+/// quits.
+void serveLaunchRequests(AppDelegate &delegate, const Termination &termination,
+                         SingleInstance &instance, DesktopApplication &desktopApplication) {
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, &desktopApplication,
                      [&instance, &desktopApplication] {
                          instance.close();
@@ -169,23 +175,25 @@ void serveLaterStarts(AppDelegate &delegate, const Termination &termination,
     desktopApplication.start(handle);
 }
 
-/// The program from its first window to its end. The exit status.
+/// Runs the program until it quits. Returns the exit status.
 int run(LaunchRequest::Action action, System &system, SingleInstance &instance) {
     ExitGuard exitGuard;
     AppDelegate delegate(environmentOf(system, exitGuard));
     connectApplication(delegate);
     const TerminationSignals signals([&system] { system.termination.request(); });
     const auto displayWatch = watchDisplay([] {
-        endProcessWithin(longestExit); // first: writing the log may take its time
-        LumvikLog::lifecycle().error(QStringLiteral("The display has gone; Lumvik ends."));
+        endProcessWithin(longestExit); // first, because writing to the log may block
+        LumvikLog::lifecycle().error(
+            QStringLiteral("The display has disappeared; Lumvik is exiting."));
     });
     DesktopApplication desktopApplication;
     delegate.applicationDidFinishLaunching();
-    serveLaterStarts(delegate, system.termination, instance, desktopApplication);
+    serveLaunchRequests(delegate, system.termination, instance, desktopApplication);
     delegate.performSoon(action);
     const int status = QApplication::exec();
-    if (!delegate.finishPlayers(1500ms)) {
-        // An engine that still waits for a name server would lose the ground under its feet.
+    if (!delegate.finishPlayers(longestPlayerTeardown)) {
+        // An engine may still be waiting for a name server. It would crash if its libraries were
+        // unloaded.
         std::_Exit(status);
     }
     return status;
@@ -194,12 +202,12 @@ int run(LaunchRequest::Action action, System &system, SingleInstance &instance) 
 } // namespace
 
 int main(int argc, char **argv) {
-    const UsersCoreDumps usersCoreDumps = forbidCoreDumps();
+    const CoreDumpSettings usersCoreDumps = forbidCoreDumps();
     prepareMemory();
-    // What other programs are to be started with.
+    // The environment for programs that Lumvik starts.
     QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
     const QByteArray activationToken = takeActivationToken(usersEnvironment);
-    // Help and version need no display.
+    // --help and --version work without a display.
     const QString version = LumvikUpdateSettings::runningVersion().version;
     if (const auto early = parseCommandLine(commandLine(argc, argv), version);
         !early && early.error().status == 0)
@@ -217,14 +225,14 @@ int main(int argc, char **argv) {
     const auto action = parseCommandLine(QApplication::arguments(), version);
     if (!action)
         return report(action.error());
-    // Closing the viewer quits by the controller's own order; an alert that closes must not.
+    // The controller quits when the viewer closes. Qt must not quit when an alert closes.
     QApplication::setQuitOnLastWindowClosed(false);
     LumvikLog::installQtMessageHandler();
 
     MessageBoxAlerts alerts(&alertParent);
     SingleInstance instance;
-    if (const auto status =
-            leaveToTheFirst(instance, LaunchRequest::with(*action, activationToken), alerts))
+    if (const auto status = handOverToFirstInstance(
+            instance, LaunchRequest::with(*action, activationToken), alerts))
         return *status;
     System system{.alerts = alerts, .opener = DesktopOpener(usersEnvironment, usersCoreDumps)};
     return run(*action, system, instance);

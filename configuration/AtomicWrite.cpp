@@ -21,12 +21,19 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view temporaryPrefix = ".lumvik-";
 constexpr std::string_view temporarySuffix = ".saving";
+/// The hexadecimal digits of a 64-bit random number.
 constexpr std::size_t temporaryDigits = 16;
+/// How often the creation of a temporary file is tried. An attempt fails if the random name is in
+/// use, which practically never happens, or if a concurrent removeInterruptedWrites removes the new
+/// file before it is locked, which is rare.
+constexpr int creationAttempts = 100;
+/// How many symbolic links are followed, which is the limit of the Linux kernel.
+constexpr int longestLinkChain = 40;
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
 std::string temporaryName() {
     char digits[temporaryDigits + 1];
-    std::snprintf(digits, sizeof digits, "%016llx",
+    std::snprintf(digits, sizeof digits, "%0*llx", static_cast<int>(temporaryDigits),
                   static_cast<unsigned long long>(QRandomGenerator::global()->generate64()));
     return std::string(temporaryPrefix).append(digits).append(temporarySuffix);
 }
@@ -39,7 +46,7 @@ bool isTemporaryName(std::string_view name) {
     return digits.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
-/// A new, empty, locked file in a folder, removed again unless it is renamed.
+/// A new, empty and locked file in a folder. The destructor removes it unless it was renamed.
 class TemporaryFile {
   public:
     TemporaryFile() = default;
@@ -57,13 +64,12 @@ class TemporaryFile {
   private:
     [[nodiscard]] bool lock();
 
-    fs::path m_path; // empty when there is no file to remove
+    fs::path m_path; // Empty when there is no file to remove.
     FileDescriptor m_file;
 };
 
 int TemporaryFile::create(const fs::path &folder) {
-    // A name is taken by chance never, by a sweep that came between two lines below hardly ever.
-    for (int attempt = 0; attempt < 100; ++attempt) {
+    for (int attempt = 0; attempt < creationAttempts; ++attempt) {
         const fs::path path = folder / temporaryName();
         m_file = FileDescriptor(
             ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
@@ -72,8 +78,8 @@ int TemporaryFile::create(const fs::path &folder) {
         if (!m_file.isOpen())
             return errno;
         m_path = path;
-        // The process's mask may have taken bits away. Where a file system has no permissions this
-        // fails, which the caller finds out when it sets them by name.
+        // The umask may have cleared bits that the owner needs. The call fails on a file system
+        // without permissions. The caller notices that when it sets the final file's permissions.
         static_cast<void>(::fchmod(m_file.get(), ownerOnly));
         if (lock())
             return 0;
@@ -81,8 +87,9 @@ int TemporaryFile::create(const fs::path &folder) {
     return EAGAIN;
 }
 
-/// Takes the lock that keeps other processes' sweeps away. False when a sweep was faster and has
-/// removed the file. A file system without locks has no sweeps either.
+/// Takes the lock that keeps removeInterruptedWrites of other processes from removing the file.
+/// Returns false when another process removed the file before it was locked. On a file system
+/// without locks the file is safe without one, because nothing that cannot be locked is removed.
 bool TemporaryFile::lock() {
     while (::flock(m_file.get(), LOCK_EX) != 0 && errno == EINTR) {
     }
@@ -105,8 +112,8 @@ int TemporaryFile::write(const QByteArray &bytes) {
         next += written;
         left -= written;
     }
-    // Some file systems notice only now that there is no room, and a rename may reach the disk
-    // before the bytes do.
+    // Some file systems report a full disk only here. The bytes must also reach the disk before
+    // the rename does.
     while (::fsync(m_file.get()) != 0) {
         if (errno != EINTR)
             return errno;
@@ -121,10 +128,10 @@ int TemporaryFile::renameTo(const fs::path &path) {
     return 0;
 }
 
-/// Where the links at `path` lead, the last of which may lead to nothing. ELOOP for a circle.
+/// Replaces `path` by the target of its symbolic links. The final target need not exist. Returns
+/// ELOOP when the links form a cycle, and 0 otherwise.
 int followLinks(fs::path &path) {
-    constexpr int mostLinks = 40; // as many as the kernel follows
-    for (int count = 0; count <= mostLinks; ++count) {
+    for (int count = 0; count <= longestLinkChain; ++count) {
         std::error_code noLink;
         const fs::path target = fs::read_symlink(path, noLink);
         if (noLink)
@@ -134,7 +141,8 @@ int followLinks(fs::path &path) {
     return ELOOP;
 }
 
-/// 0 when the file at `path` may be replaced or is not there.
+/// Returns 0 when the file at `path` does not exist or may be replaced, and otherwise the errno
+/// value to refuse the write with.
 int refusalToReplace(const fs::path &path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0)
@@ -143,7 +151,7 @@ int refusalToReplace(const fs::path &path) {
         return EISDIR;
     if (!S_ISREG(status.st_mode))
         return ENODEV;
-    // The bit counts for the superuser too, whom the system would let through.
+    // The superuser respects this bit as well, although the system would allow the write.
     if ((status.st_mode & S_IWUSR) == 0)
         return EACCES;
     return ::access(path.c_str(), W_OK) == 0 ? 0 : errno;

@@ -6,34 +6,33 @@
 
 namespace lumvik {
 
-/// Puts `bytes` in the place of the file at `path`, or makes it; returns 0 or an errno value. On
-/// failure the file is as it was and nothing is left beside it.
+/// Writes `bytes` to the file at `path`, which is created or replaced as a whole. Returns 0 or an
+/// errno value. On failure the file keeps its old contents and no temporary file is left behind.
 ///
-///  - Whoever reads the file, at any moment and after a crash or a power cut, finds all of the old
-///    bytes or all of the new ones: they go to a temporary file in the same folder, are brought to
-///    the disk, and only then is the temporary file renamed. A full disk is noticed before the
-///    rename.
-///  - No other user can read the new bytes at any moment: the temporary file is readable and
-///  writable
-///    by its owner only, before the first byte is written.
-///  - A link at `path` is followed and stays; the file that it leads to is replaced.
-///  - A file whose owner may not write it (EACCES) is left alone, although the rename would work:
-///  it
-///    was made read-only for a reason. So is what is no regular file (EISDIR for a folder, ENODEV).
+///  - A reader of the file sees either all of the old bytes or all of the new ones, even after a
+///    crash or a power failure. The new bytes are written to a temporary file in the same folder
+///    and flushed to the disk before the temporary file is renamed. A full disk is therefore
+///    detected before the old file is touched.
+///  - Other users can never read the new bytes: only the owner can read and write the temporary
+///    file, and its permissions are set before the first byte is written.
+///  - A symbolic link at `path` is followed and kept. The file that it points to is replaced.
+///  - A file that its owner may not write is left alone and EACCES is returned. The rename would
+///    succeed, but somebody made the file read-only for a reason. Anything other than a regular
+///    file is left alone as well: EISDIR for a folder, ENODEV for the rest.
 ///
-/// A process that is killed in between leaves its temporary file behind. Each write removes such
-/// remains from the folder (see removeInterruptedWrites).
+/// A process that is killed during a write leaves its temporary file behind. Each write removes
+/// such files from the folder (see removeInterruptedWrites).
 [[nodiscard]] int writeFileAtomically(const QByteArray &bytes, std::filesystem::path path);
 
-/// Removes what interrupted writes of this user have left in `folder`: regular files named
-/// ".lumvik-", sixteen hexadecimal digits, ".saving". A file that a running process is still
-/// writing is kept, however long it takes: the writer holds a lock on it, which the system drops
-/// when the process ends in whatever way.
+/// Removes the temporary files that interrupted writes of this user have left in `folder`. These
+/// are regular files whose names consist of ".lumvik-", sixteen hexadecimal digits and ".saving".
+/// A file that a running process is still writing is kept for as long as the write takes: the
+/// writer holds a lock on it, and the system releases the lock however that process ends.
 void removeInterruptedWrites(const std::filesystem::path &folder);
 
-/// Brings the names in `folder` to the disk, so that a file made or renamed there survives a power
-/// cut. Not every file system offers that, and none can be asked to undo the change when it fails,
-/// so there is nothing to report.
+/// Flushes the directory entries of `folder` to the disk, so that a file created or renamed there
+/// survives a power failure. Errors are ignored: some file systems do not support this call, and a
+/// rename that cannot be flushed cannot be undone either.
 void synchronizeFolder(const std::filesystem::path &folder);
 
 } // namespace lumvik

@@ -7,16 +7,14 @@ namespace lumvik {
 
 /// One camera: the name that the user sees and the full address of its stream.
 ///
-/// A plain value, copied freely. A camera has no identity beyond its position in the list; two are
-/// equal when both texts are, letter for letter.
+/// Cameras have value semantics. A camera has no identity beyond its position in the list. Two
+/// cameras are equal when both their names and their addresses are identical, character by
+/// character.
 struct Camera {
     QString name; ///< Shown in the camera picker and in the editor.
-    QString url;  ///< Kept as text, never parsed here; usually begins with "rtsp://".
+    QString url;  ///< Stored as text and not parsed here. Usually begins with "rtsp://".
 
-    friend bool operator==(const Camera &a, const Camera &b) {
-        return a.name == b.name && a.url == b.url;
-    }
-    friend bool operator!=(const Camera &a, const Camera &b) { return !(a == b); }
+    friend bool operator==(const Camera &, const Camera &) = default;
 };
 
 /// The user's cameras in the order in which they are shown.

@@ -4,7 +4,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstring>
 #include <string_view>
 
 namespace lumvik {
@@ -15,39 +14,45 @@ constexpr QLatin1String camerasKey("cameras");
 constexpr QLatin1String nameKey("name");
 constexpr QLatin1String urlKey("url");
 
-constexpr const char *byteOrderMark = "\xEF\xBB\xBF";
+/// U+FEFF in UTF-8.
+constexpr QByteArrayView byteOrderMark = "\xEF\xBB\xBF";
 
-/// Goes over the texts of a JSON document before Qt's reader sees them, which is kinder than JSON
-/// is and in one case loses a character:
-///  - it takes control characters inside texts. JSON has none there, and a block of zero bytes is
-///    what a file system may leave of a file after a power cut, so they are damage;
-///  - it takes escapes that do not exist ("\q");
-///  - it drops a U+FEFF at the beginning of a text. That becomes an escape, which is kept.
+/// The first code point that may appear unescaped in a JSON string.
+constexpr unsigned char firstPrintable = 0x20;
+
+/// Checks the strings of a JSON document before QJsonDocument parses it. QJsonDocument is more
+/// lenient than JSON in two respects and loses a character in a third:
+///  - It accepts control characters in strings. JSON forbids them, and they are a sign of damage:
+///    after a power failure, a file system may leave a block of zero bytes in a file.
+///  - It accepts escape sequences that do not exist, such as "\q".
+///  - It drops a U+FEFF at the beginning of a string. The check replaces the character by an
+///    escape sequence, which QJsonDocument keeps.
 class TextCheck {
   public:
     explicit TextCheck(const QByteArray &bytes) : m_bytes(bytes) {}
 
-    /// The document to hand to Qt, or notJson.
+    /// Returns the document that QJsonDocument is to parse, or notJson.
     [[nodiscard]] tl::expected<QByteArray, DecodingError> checked() {
         while (m_at < m_bytes.size()) {
             if (m_bytes.at(m_at++) == '"' && !skipText())
                 return tl::unexpected(DecodingError::notJson);
         }
         if (m_result.isEmpty())
-            return m_bytes; // Nothing had to be changed.
+            return m_bytes; // No byte-order mark had to be replaced.
         return m_result + m_bytes.sliced(m_copied);
     }
 
   private:
-    /// From behind the opening quotation mark to behind the closing one.
+    /// Advances from the first character of a string to the position after its closing quotation
+    /// mark. Returns false when the string is not valid.
     bool skipText() {
-        if (std::strncmp(m_bytes.constData() + m_at, byteOrderMark, 3) == 0)
+        if (QByteArrayView(m_bytes).sliced(m_at).startsWith(byteOrderMark))
             escapeByteOrderMark();
         while (m_at < m_bytes.size()) {
             const char byte = m_bytes.at(m_at++);
             if (byte == '"')
                 return true;
-            if (static_cast<unsigned char>(byte) < 0x20)
+            if (static_cast<unsigned char>(byte) < firstPrintable)
                 return false;
             if (byte == '\\' && !skipEscape())
                 return false;
@@ -56,7 +61,7 @@ class TextCheck {
     }
 
     bool skipEscape() {
-        // The four digits of a "\\u" escape are checked by Qt's reader.
+        // QJsonDocument itself checks the four digits after "\\u".
         constexpr std::string_view escapes = "\"\\/bfnrtu";
         return m_at < m_bytes.size() && escapes.find(m_bytes.at(m_at++)) != escapes.npos;
     }
@@ -64,18 +69,18 @@ class TextCheck {
     void escapeByteOrderMark() {
         m_result += m_bytes.sliced(m_copied, m_at - m_copied);
         m_result += "\\ufeff";
-        m_at += 3;
+        m_at += byteOrderMark.size();
         m_copied = m_at;
     }
 
     const QByteArray &m_bytes;
     QByteArray m_result;
     qsizetype m_at = 0;
-    qsizetype m_copied = 0; // how much of m_bytes m_result stands for
+    qsizetype m_copied = 0; // How many bytes of m_bytes are already in m_result.
 };
 
 tl::expected<Camera, DecodingError> decodedCamera(const QJsonValue &value) {
-    const QJsonObject object = value.toObject(); // Empty when the value is something else.
+    const QJsonObject object = value.toObject(); // Empty when the value is not an object.
     const QJsonValue name = object.value(nameKey);
     const QJsonValue url = object.value(urlKey);
     if (!name.isString() || !url.isString())

@@ -9,10 +9,10 @@
 
 namespace lumvik {
 
-/// The camera-list document: what is stored, exported and imported. A plain value.
+/// The camera-list document, which is stored, exported and imported. It has value semantics.
 ///
-/// As bytes it is one JSON object with the single member "cameras", an array of objects with the
-/// texts "name" and "url":
+/// Its encoded form is a JSON object with the single member "cameras": an array of objects, each
+/// with the strings "name" and "url":
 ///
 ///     {
 ///         "cameras": [
@@ -27,17 +27,18 @@ struct CameraConfiguration {
 
     friend bool operator==(const CameraConfiguration &, const CameraConfiguration &) = default;
 
-    /// The document in UTF-8 without a byte-order mark: indented by four blanks, keys sorted,
-    /// slashes plain, nothing before or after the object, not even a line break. The same list
-    /// always gives the same bytes, and every text comes back unchanged through `decoded`.
+    /// Returns the document as JSON in UTF-8. The output is indented by four spaces, its keys are
+    /// sorted and its slashes are not escaped. There is no byte-order mark and no final line break.
+    /// Equal lists always produce the same bytes, and `decoded` restores every string unchanged.
     [[nodiscard]] QByteArray encoded() const;
 
-    /// Reads a document. Members that are not ours are ignored; texts are taken as they stand,
-    /// neither trimmed nor checked, and equal cameras are all kept. An empty array is a document
-    /// like any other: whether an empty list will do is for the caller to say.
+    /// Parses a document. Unknown members are ignored. Strings are neither trimmed nor validated,
+    /// and duplicate cameras are kept. An empty array is a valid document: the caller decides
+    /// whether it accepts an empty list.
     ///
-    /// Where JSON leaves a choice: of two members with the same key the last counts; a byte-order
-    /// mark before the object is skipped, since some editors write one; nesting deeper than 1024 is
+    /// Where JSON leaves room for interpretation: the last of several members with the same key
+    /// counts; a byte-order mark before the object is skipped, because some text editors write
+    /// one; a document that is nested deeper than 1024 levels, the limit of QJsonDocument, is
     /// refused.
     [[nodiscard]] static tl::expected<CameraConfiguration, DecodingError>
     decoded(const QByteArray &bytes);

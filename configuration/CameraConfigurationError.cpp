@@ -11,7 +11,8 @@ namespace lumvik {
 
 namespace {
 
-/// The failures that a user can do something about get words of our own; the rest has the system's.
+/// Errors that the user can do something about have a message of their own. All others have the
+/// system's message.
 QString reasonText(FileError::Operation operation, int systemError) {
     switch (systemError) {
     case EACCES:
@@ -84,7 +85,7 @@ QString errorDescription(DecodingError error) {
 }
 
 QString errorDescription(const FileError &error) {
-    // A user may name an export after a camera's address, so even a file's name is looked at.
+    // The user may have named the file after a camera's address, so the name is redacted as well.
     const QString name = QFileInfo(error.path).fileName();
     return LumvikLog::redacted(
         attemptText(error.operation).arg(name, reasonText(error.operation, error.systemError)));

@@ -6,22 +6,22 @@
 
 namespace lumvik {
 
-/// What the user can get wrong about a camera list, with a fixed text each.
+/// The mistakes that a user can make with a camera list. Each has a fixed message.
 enum class CameraConfigurationError {
-    noCameras,   ///< A list that must hold a camera is empty.
-    invalidFile, ///< A file chosen for import is no camera list, or an empty one.
+    noCameras,   ///< A list that must contain a camera is empty.
+    invalidFile, ///< A file chosen for import contains no camera list or an empty one.
 };
 
-/// Why bytes are not a camera-list document. It says where to look and never what stands there:
-/// documents hold passwords.
+/// Why bytes are not a camera-list document. An error names the kind of fault and never quotes the
+/// document, because documents contain passwords.
 enum class DecodingError {
     notJson,       ///< Not one complete JSON document in UTF-8.
-    notAnObject,   ///< JSON, but something else than an object at the top.
-    noCameraArray, ///< The member "cameras" is missing or no array.
-    badCamera,     ///< An element is no object with the texts "name" and "url".
+    notAnObject,   ///< JSON whose top level is not an object.
+    noCameraArray, ///< The member "cameras" is missing or not an array.
+    badCamera,     ///< An element is not an object with the strings "name" and "url".
 };
 
-/// A file or folder that the system would not let us read or change.
+/// A failed operation on a file or folder.
 struct FileError {
     enum class Operation { createFolder, read, write, setPermissions };
 
@@ -32,11 +32,11 @@ struct FileError {
     friend bool operator==(const FileError &, const FileError &) = default;
 };
 
-/// Everything that can go wrong between the camera list and the disk.
+/// Any error that loading, saving, importing or exporting a camera list can return.
 using StoreError = std::variant<CameraConfigurationError, DecodingError, FileError>;
 
-/// The sentence that the user reads about an error. It names a file at most by its last component
-/// and never holds a camera's address.
+/// Returns the message that the user sees for an error. It contains at most the last component of
+/// a file's path and never a camera's address.
 [[nodiscard]] QString errorDescription(CameraConfigurationError error);
 [[nodiscard]] QString errorDescription(DecodingError error);
 [[nodiscard]] QString errorDescription(const FileError &error);

@@ -16,6 +16,7 @@ namespace lumvik {
 
 namespace {
 
+// Only the owner has access, because addresses contain passwords.
 constexpr mode_t folderMode = 0700;
 constexpr mode_t fileMode = 0600;
 
@@ -37,9 +38,9 @@ QString homeDirectory() {
     return QDir::isAbsolutePath(recorded) ? recorded : QString();
 }
 
-/// The folder in which programs keep what they store for the user.
+/// Returns the folder in which programs keep the data of the current user.
 QString userDataDirectory() {
-    // A relative path is to be ignored, as the XDG base directory rules say.
+    // The XDG base directory rules require relative paths to be ignored.
     QString chosen = absolutePathFromEnvironment("XDG_DATA_HOME");
     if (!chosen.isEmpty())
         return chosen;
@@ -54,7 +55,7 @@ struct StoredDocument {
     CameraList cameras;
 };
 
-/// Reads and decodes one of the two files.
+/// Reads and decodes the list or its recovery copy.
 tl::expected<StoredDocument, StoreError> readDocument(const FileManager &files,
                                                       const QString &location) {
     auto bytes = files.contents(location, CameraConfigurationStore::largestDocument);
@@ -95,7 +96,7 @@ QString CameraConfigurationStore::recoveryLocation() const {
 tl::expected<CameraList, StoreError> CameraConfigurationStore::load() const {
     const LogChannel &log = LumvikLog::configuration();
     if (!m_fileManager.fileExists(primaryLocation())) {
-        // The recovery copy is not asked: without a list this is a first run, not damage.
+        // The recovery copy is not used: a missing list means a first run, not damage.
         log.info(QStringLiteral("No camera configuration exists yet."));
         return CameraList();
     }
@@ -109,15 +110,16 @@ tl::expected<CameraList, StoreError> CameraConfigurationStore::load() const {
     return std::move(primary->cameras);
 }
 
-/// Reads the list once more, so that what becomes the last known good copy is what is on the disk
-/// now, byte for byte. A copy that cannot be made does not keep the user from the cameras.
+/// Reads the list again and copies it byte for byte, so that the recovery copy equals the file that
+/// is on the disk now. A failure is ignored: the cameras are usable without a recovery copy.
 void CameraConfigurationStore::refreshRecoveryCopy() const {
     const auto primary = readDocument(m_fileManager, primaryLocation());
     if (primary && !primary->cameras.isEmpty())
         static_cast<void>(writeProtected(primary->bytes, recoveryLocation()));
 }
 
-/// The recovery copy's list, in place of one that is unusable because of `problem`.
+/// Returns the list from the recovery copy. `problem` is the reason why the list itself is
+/// unusable, and it is returned when the recovery copy is unusable as well.
 tl::expected<CameraList, StoreError>
 CameraConfigurationStore::recovered(const StoreError &problem) const {
     const LogChannel &log = LumvikLog::configuration();
@@ -140,7 +142,8 @@ tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &
     if (auto made = m_fileManager.createDirectory(appSupportDirectory(), folderMode); !made)
         return tl::unexpected(StoreError(std::move(made.error())));
     const QByteArray document = CameraConfiguration{cameras}.encoded();
-    // Refused before anything is replaced: a list that cannot be loaded again is a lost one.
+    // A list that is too large to be loaded again would be lost, so it must not replace the old
+    // one.
     if (document.size() > largestDocument)
         return tl::unexpected(tooLarge(primaryLocation()));
     if (auto written = writeProtected(document, primaryLocation()); !written)

@@ -11,46 +11,47 @@
 
 namespace lumvik {
 
-/// Keeps the user's camera list on disk: the list in use, a last-known-good copy beside it that
-/// takes over when the first is damaged, and the files that the user exports.
+/// Keeps the user's camera list on disk. The store writes the current list, a last-known-good
+/// recovery copy that replaces a damaged list, and the files that the user exports.
 ///
-/// The store holds no list in memory: every call reads or writes the disk and blocks until that is
-/// done. Writes are atomic (see AtomicWrite.h) and every file is readable and writable by its owner
-/// only, since addresses hold passwords. The program uses `shared()`; main thread only.
+/// The store caches nothing in memory: every call reads or writes the disk and returns when the
+/// operation is complete. Writes are atomic (see AtomicWrite.h). Only the owner can read and write
+/// the files, because addresses contain passwords. The program uses `shared()`. Main thread only.
 class CameraConfigurationStore {
   public:
-    /// The bytes of the largest document, which holds several hundred thousand cameras. What is
-    /// larger is not a list of ours, and reading it would only fill the memory.
+    /// The size limit of a document in bytes (64 MiB), enough for several hundred thousand cameras.
+    /// A larger file is not a camera list, and reading it would only waste memory.
     static constexpr qint64 largestDocument = qint64{64} * 1024 * 1024;
 
-    /// A store in `appSupportDirectoryOverride`, or in the user's own folder when there is none.
+    /// Creates a store in `appSupportDirectoryOverride`, or in the user's data folder without one.
     /// `fileManager` must outlive the store.
     explicit CameraConfigurationStore(
         std::optional<QString> appSupportDirectoryOverride = std::nullopt,
         const FileManager &fileManager = FileManager::standard());
 
-    /// The program's one store, made on first use.
+    /// Returns the store that the whole program shares. It is created on first use.
     [[nodiscard]] static CameraConfigurationStore &shared();
 
-    /// The folder with both files; not made here. By default "lumvik" in $XDG_DATA_HOME, which
-    /// itself is ~/.local/share by default. The process ends if the user has no home at all.
+    /// Returns the folder of the list and its recovery copy without creating it. The default is
+    /// "lumvik" in $XDG_DATA_HOME, which in turn defaults to ~/.local/share. The process is aborted
+    /// if the user has no home folder.
     [[nodiscard]] QString appSupportDirectory() const;
 
-    /// The stored list; empty when none has ever been saved. When the list is damaged or empty, the
-    /// recovery copy's; the damaged file stays where it is until the next save. A good list is
-    /// copied over the recovery copy.
+    /// Returns the stored list, which is empty when none has ever been saved. A good list is copied
+    /// to the recovery copy. When the list is damaged or empty, the recovery copy is returned
+    /// instead, and the damaged file stays in place until the next save.
     ///
-    /// Fails when neither file holds a camera: with noCameras when the last one looked at was a
-    /// document without any, else with what is wrong with the list itself.
+    /// Fails when neither file contains a camera. The error is noCameras when the last file that
+    /// was read is a valid document without cameras, and otherwise the error of the list itself.
     [[nodiscard]] tl::expected<CameraList, StoreError> load() const;
 
-    /// Stores the list and its recovery copy, making the folder (mode 0700) if need be. Whether the
-    /// copy could be written does not count. An empty list is stored like any other.
+    /// Stores the list and its recovery copy, and creates the folder (mode 0700) if necessary. The
+    /// save succeeds even if the recovery copy cannot be written. An empty list is stored as well.
     [[nodiscard]] tl::expected<void, StoreError> save(const CameraList &cameras) const;
 
-    /// Writes the list to a file of the user's choice; the store's own files stay untouched. An
-    /// empty list is refused with noCameras. When only the permissions cannot be set, as on a
-    /// memory stick without any, the error says so and the file stays, complete.
+    /// Writes the list to the file at `location`. The store's own files are not touched. An empty
+    /// list is refused with noCameras. When only the permissions cannot be set, for example on a
+    /// memory stick without permissions, the complete file stays and the error is returned.
     [[nodiscard]] tl::expected<void, StoreError> exportCameras(const CameraList &cameras,
                                                                const QString &location) const;
 

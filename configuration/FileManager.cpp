@@ -21,22 +21,27 @@ auto failure(Operation operation, const QString &path, int systemError) {
     return tl::unexpected(FileError{operation, path, systemError});
 }
 
-/// 0 for a regular file, else the error that reading it is refused with.
+/// The minimum number of bytes by which the buffer grows when a file is longer than its reported
+/// size.
+constexpr qsizetype smallestGrowth = 4096;
+
+/// Returns 0 for a regular file, and otherwise the errno value to refuse reading with.
 int refusalToRead(const struct stat &status) {
     if (S_ISREG(status.st_mode))
         return 0;
     return S_ISDIR(status.st_mode) ? EISDIR : ENODEV;
 }
 
-/// Reads to the end of the file, or to one byte beyond `limit`. An errno value on failure.
+/// Reads to the end of the file, but at most one byte more than `limit`. The extra byte tells the
+/// caller that the file is too large. Returns an errno value on failure.
 tl::expected<QByteArray, int> readUpTo(int descriptor, qint64 limit, qint64 expectedSize) {
-    // The size is only a hint: the file may be growing, and some file systems always say 0.
+    // The size is only a hint: the file may be growing, and some file systems always report 0.
     QByteArray bytes;
     bytes.resize(std::min(expectedSize, limit) + 1);
     qint64 used = 0;
     while (used <= limit) {
         if (used == bytes.size())
-            bytes.resize(std::min(bytes.size() * 2 + 4096, limit + 1));
+            bytes.resize(std::min(bytes.size() * 2 + smallestGrowth, limit + 1));
         const ssize_t got =
             ::read(descriptor, bytes.data() + used, static_cast<std::size_t>(bytes.size() - used));
         if (got < 0 && errno == EINTR)
@@ -51,16 +56,17 @@ tl::expected<QByteArray, int> readUpTo(int descriptor, qint64 limit, qint64 expe
     return bytes;
 }
 
-/// Makes one folder whose parent exists, unless it is there.
+/// Creates the folder `path`, whose parent exists, unless the folder already exists. Returns 0 or
+/// an errno value.
 int makeDirectory(const std::filesystem::path &path, mode_t mode) {
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0)
         return S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
     if (::mkdir(path.c_str(), mode) != 0) {
-        const int error = errno; // EEXIST when another instance was faster.
+        const int error = errno; // EEXIST when another instance was faster, which is no failure.
         return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? 0 : error;
     }
-    // The process's mask may have taken bits away that the owner needs.
+    // The umask may have cleared bits that the owner needs.
     if (::chmod(path.c_str(), mode) != 0)
         return errno;
     synchronizeFolder(path.parent_path());
@@ -83,8 +89,8 @@ bool FileManager::fileExists(const QString &path) const {
 
 tl::expected<QByteArray, FileError> FileManager::contents(const QString &path, qint64 limit) const {
     const QByteArray nativePath = QFile::encodeName(path);
-    // Looked at before it is opened, because opening alone makes some devices act; and once more
-    // after, because somebody may have swapped it in between.
+    // The file type is checked before the file is opened, because merely opening some devices has
+    // side effects. It is checked again afterwards, because the file may have been replaced.
     struct stat status {};
     if (::stat(nativePath.constData(), &status) != 0)
         return failure(Operation::read, path, errno);

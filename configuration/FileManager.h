@@ -11,10 +11,11 @@
 
 namespace lumvik {
 
-/// The file system as the camera store sees it: a handful of operations with exact errors.
+/// The file operations that the camera store needs, with exact errors.
 ///
-/// Stateless; the process-wide one is `standard()`. Tests derive from it to make a step fail that
-/// does not fail on a healthy system. Every call blocks until the disk has answered.
+/// A file manager has no state. The program uses `standard()`. Tests derive from this class to
+/// simulate failures that do not occur on a healthy system. Every call blocks until the operation
+/// is complete.
 class FileManager {
   public:
     FileManager() = default;
@@ -24,24 +25,24 @@ class FileManager {
 
     [[nodiscard]] static const FileManager &standard();
 
-    /// Whether something stands at `path`, links followed: a link that leads nowhere is no file.
-    /// Where the system does not let us look, the answer is yes, so that a list that cannot be
-    /// reached is reported and not taken for one that was never made.
+    /// Returns whether anything exists at `path`. Links are followed, so a broken link does not
+    /// count. Also returns true when the system denies the check: a list that cannot be accessed
+    /// must be reported as an error and not be mistaken for one that was never saved.
     [[nodiscard]] virtual bool fileExists(const QString &path) const;
 
-    /// All bytes of the regular file at `path`, `limit` at most (EFBIG beyond). What is no regular
-    /// file is never opened for reading, so that a pipe cannot make the program hang: EISDIR for a
-    /// folder, ENODEV for the rest.
+    /// Returns all bytes of the regular file at `path`, or EFBIG if there are more than `limit`.
+    /// Anything other than a regular file is refused without being opened, so that a pipe cannot
+    /// block the program: EISDIR for a folder, ENODEV for the rest.
     [[nodiscard]] virtual tl::expected<QByteArray, FileError> contents(const QString &path,
                                                                        qint64 limit) const;
 
-    /// Makes the folder `path` and the folders above it that are missing, all with exactly `mode`.
-    /// An existing folder is no error and stays as it is.
+    /// Creates the folder `path` and its missing parents, all with exactly the permissions `mode`.
+    /// A folder that already exists is not an error, and its permissions are not changed.
     [[nodiscard]] virtual tl::expected<void, FileError> createDirectory(const QString &path,
                                                                         mode_t mode) const;
 
-    /// Puts `bytes` in the place of the file at `path`, which other processes see either as it was
-    /// or as it becomes; see AtomicWrite.h.
+    /// Replaces the contents of the file at `path` by `bytes`. Other processes see either all of
+    /// the old contents or all of the new ones (see AtomicWrite.h).
     [[nodiscard]] virtual tl::expected<void, FileError> writeAtomically(const QByteArray &bytes,
                                                                         const QString &path) const;
 

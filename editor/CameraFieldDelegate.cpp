@@ -13,24 +13,46 @@ namespace lumvik {
 
 namespace {
 
-// A cell has half of the spacing between cells (8 across, 6 down) at each of its sides, and the
-// field lies within what is left.
-constexpr QMargins cellSpacing{4, 3, 4, 3};
+// Lengths are in points.
+
+constexpr QMargins cellSpacing{
+    CameraFieldDelegate::columnSpacing / 2, CameraFieldDelegate::rowSpacing / 2,
+    CameraFieldDelegate::columnSpacing / 2, CameraFieldDelegate::rowSpacing / 2};
+/// Between the field and the edges of its cell, in addition to the cell spacing.
 constexpr QMargins fieldMargins{8, 4, 8, 6};
 constexpr int textMargin = 7;
 constexpr qreal fieldRadius = 6;
+constexpr int outlineWidth = 1;
+/// The outline of the field that is being edited or that has the focus.
+constexpr int strongOutlineWidth = 2;
+/// The margin that QLineEdit itself leaves at the left and right of its text.
+constexpr int lineEditMargin = 2;
 
-/// More than anybody types, and enough to leave imported texts whole (UTF-16 units).
-constexpr int longestText = 1 << 20;
+constexpr int handleFontSize = 15;
+constexpr int nameFontSize = 13;
+/// The fixed-width font of addresses looks larger than the proportional font of names.
+constexpr int addressFontSize = 12;
 
-/// What was in the field when its editing began.
+// Both length limits only have to exceed every imported text: QLineEdit's default limit of 32,767
+// would truncate a longer text as soon as it is edited.
+
+/// The length limit of a camera's name in UTF-16 code units.
+constexpr int longestName = 1024 * 1024;
+/// The length limit of a camera's address in UTF-16 code units.
+constexpr int longestAddress = 1024 * 1024;
+
+/// The property of a field editor that holds the text from before the edit.
 constexpr const char *textBefore = "lumvikTextBefore";
+
+int longestText(int column) {
+    return column == CameraListModel::name ? longestName : longestAddress;
+}
 
 QFont fieldFont(int column) {
     if (column == CameraListModel::name)
-        return systemFont(13, QFont::Medium);
+        return systemFont(nameFontSize, QFont::Medium);
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setPixelSize(12);
+    font.setPixelSize(addressFontSize);
     return font;
 }
 
@@ -41,7 +63,7 @@ QString placeholder(int column) {
 
 void paintHandle(QPainter &painter, const QStyleOptionViewItem &option, const QString &text) {
     const bool isSelected = option.state.testFlag(QStyle::State_Selected);
-    painter.setFont(systemFont(15, QFont::Medium));
+    painter.setFont(systemFont(handleFontSize, QFont::Medium));
     painter.setPen(isSelected ? QColor(Qt::white)
                               : option.palette.color(QPalette::PlaceholderText));
     painter.drawText(option.rect, Qt::AlignCenter, text);
@@ -49,17 +71,19 @@ void paintHandle(QPainter &painter, const QStyleOptionViewItem &option, const QS
 
 void paintField(QPainter &painter, const QStyleOptionViewItem &option, const QModelIndex &index) {
     const bool isEdited = option.state.testFlag(QStyle::State_Editing);
-    const bool hasKeys = option.state.testFlag(QStyle::State_HasFocus);
+    const bool hasFocus = option.state.testFlag(QStyle::State_HasFocus);
     const QRect field = CameraFieldDelegate::fieldRect(option.rect);
     painter.setRenderHint(QPainter::Antialiasing);
-    // The field that F2 or typing would edit is marked in the colour of the text, which is seen on
-    // the house colour of the selected row.
-    const QColor edge = option.palette.color(hasKeys && !isEdited ? QPalette::Text : QPalette::Mid);
-    painter.setPen(QPen(isEdited ? LumvikPalette::mirel() : edge, isEdited || hasKeys ? 2 : 1));
+    // The outline of the field that F2 or typing would edit has the colour of the text, which is
+    // visible against the accent colour of the selected row.
+    const QColor edge =
+        option.palette.color(hasFocus && !isEdited ? QPalette::Text : QPalette::Mid);
+    painter.setPen(QPen(isEdited ? LumvikPalette::mirel() : edge,
+                        isEdited || hasFocus ? strongOutlineWidth : outlineWidth));
     painter.setBrush(option.palette.color(QPalette::Base));
     painter.drawRoundedRect(QRectF(field).adjusted(0.5, 0.5, -0.5, -0.5), fieldRadius, fieldRadius);
     if (isEdited)
-        return; // the field editor shows the text
+        return; // The field editor shows the text.
     const QString text = index.data(Qt::DisplayRole).toString();
     painter.setFont(fieldFont(index.column()));
     painter.setPen(
@@ -96,7 +120,7 @@ QWidget *CameraFieldDelegate::createEditor(QWidget *parent, const QStyleOptionVi
     editor->setFrame(false);
     editor->setFont(fieldFont(index.column()));
     editor->setPlaceholderText(placeholder(index.column()));
-    editor->setMaxLength(longestText);
+    editor->setMaxLength(longestText(index.column()));
     editor->setAccessibleName(
         QStringLiteral("%1 %2")
             .arg(index.model()->headerData(index.column(), Qt::Horizontal).toString())
@@ -112,7 +136,8 @@ QWidget *CameraFieldDelegate::createEditor(QWidget *parent, const QStyleOptionVi
 void CameraFieldDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const {
     auto *field = static_cast<MirelFieldEditor *>(editor);
     const QString text = index.data(Qt::EditRole).toString();
-    // The model's news of what is being typed must not move the insertion point.
+    // The model reports each typed character back. Setting the same text again would move the
+    // insertion point.
     if (field->text() != text)
         field->setText(text);
     if (!field->property(textBefore).isValid())
@@ -121,14 +146,17 @@ void CameraFieldDelegate::setEditorData(QWidget *editor, const QModelIndex &inde
 
 void CameraFieldDelegate::setModelData(QWidget *editor, QAbstractItemModel *model,
                                        const QModelIndex &index) const {
-    // A field that was only looked at leaves the text as it is.
+    // A field that was opened and not changed must not alter the text in the model.
     if (static_cast<MirelFieldEditor *>(editor)->isModified())
         QStyledItemDelegate::setModelData(editor, model, index);
 }
 
 void CameraFieldDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
                                                const QModelIndex &) const {
-    editor->setGeometry(fieldRect(option.rect).adjusted(textMargin - 2, 2, 2 - textMargin, -2));
+    // The editor's text is drawn at the place of the cell's text and leaves the outline visible.
+    constexpr int indent = textMargin - lineEditMargin;
+    editor->setGeometry(
+        fieldRect(option.rect).adjusted(indent, strongOutlineWidth, -indent, -strongOutlineWidth));
 }
 
 bool CameraFieldDelegate::eventFilter(QObject *watched, QEvent *event) {
@@ -142,15 +170,15 @@ bool CameraFieldDelegate::eventFilter(QObject *watched, QEvent *event) {
         field->setModified(true);
         Q_EMIT commitData(field);
     }
-    // The toolkit would end the edit in a later turn: a second Return, which is to save, could come
-    // before that, and be lost in a field that is already left.
+    // Qt would close the editor in a later iteration of the event loop. A second Return, which
+    // presses the Save button, could arrive before that and be lost in the closing editor.
     if (key == Qt::Key_Return || key == Qt::Key_Enter) {
         Q_EMIT commitData(field);
         Q_EMIT closeEditor(field, SubmitModelCache);
         return true;
     }
-    // While another program has the keyboard, the edit waits: an address to be pasted is copied
-    // there.
+    // The edit stays open while another window has the focus, so that the user can copy an address
+    // there and paste it here.
     if (field != nullptr && event->type() == QEvent::FocusOut &&
         static_cast<QFocusEvent *>(event)->reason() == Qt::ActiveWindowFocusReason)
         return false;

@@ -4,17 +4,23 @@
 
 namespace lumvik {
 
-/// Draws the cells of the camera table, the handle and the two fields, and lets the fields be
-/// edited. What is typed goes into the model with each key; Escape brings back what was there.
+/// Draws the cells of the camera table (the drag handle and the two text fields) and creates the
+/// editors of the fields. Each keystroke updates the model. Escape restores the text that the field
+/// had before the edit.
 class CameraFieldDelegate final : public QStyledItemDelegate {
     Q_OBJECT
 
   public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    /// Where the field lies in the cell `cell` (points).
+    /// The space between two cells in points. Each of the cells contains half of it.
+    static constexpr int columnSpacing = 8;
+    static constexpr int rowSpacing = 6;
+
+    /// Returns the rectangle of the text field in the cell rectangle `cell` (points).
     [[nodiscard]] static QRect fieldRect(const QRect &cell);
-    /// How far within its cell, at either side, the text of a field lies (points).
+    /// Returns the distance between the text of a field and the left and right edges of its cell
+    /// (points).
     [[nodiscard]] static int textIndent();
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option,

@@ -39,7 +39,7 @@ void CameraListModel::remove(int row) {
 void CameraListModel::move(int source, int destination) {
     if (source == destination)
         return;
-    // Told as the gap before which the row comes to lie.
+    // beginMoveRows expects the row above which the moved row is inserted, counted before the move.
     beginMoveRows({}, source, source, {}, destination > source ? destination + 1 : destination);
     m_cameras.move(source, destination);
     endMoveRows();
@@ -52,7 +52,7 @@ int CameraListModel::rowCount(const QModelIndex &parent) const {
 }
 
 int CameraListModel::columnCount(const QModelIndex &parent) const {
-    return parent.isValid() ? 0 : columnCount_;
+    return parent.isValid() ? 0 : numberOfColumns;
 }
 
 QVariant CameraListModel::data(const QModelIndex &index, int role) const {
@@ -97,7 +97,7 @@ QVariant CameraListModel::headerData(int section, Qt::Orientation orientation, i
     if (role == Qt::TextAlignmentRole)
         return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
     if (role == Qt::AccessibleTextRole && section == order)
-        return QStringLiteral("Order"); // the column has no title to be seen
+        return QStringLiteral("Order"); // The column has no visible title.
     if (role != Qt::DisplayRole)
         return {};
     switch (section) {
@@ -112,7 +112,7 @@ QVariant CameraListModel::headerData(int section, Qt::Orientation orientation, i
 
 Qt::ItemFlags CameraListModel::flags(const QModelIndex &index) const {
     if (!index.isValid())
-        return Qt::ItemIsDropEnabled; // between the rows and below them
+        return Qt::ItemIsDropEnabled; // A drop is possible between rows and below them.
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled;
     if (index.column() != order)
         flags |= Qt::ItemIsEditable;
@@ -130,7 +130,7 @@ QMimeData *CameraListModel::mimeData(const QModelIndexList &indexes) const {
         return nullptr;
     auto data = std::make_unique<QMimeData>();
     data->setData(cameraRowType(), QByteArray::number(indexes.first().row()));
-    return data.release(); // the drag's
+    return data.release(); // The drag takes ownership.
 }
 
 bool CameraListModel::canDropMimeData(const QMimeData *data, Qt::DropAction action, int, int,

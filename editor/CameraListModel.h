@@ -6,28 +6,30 @@
 
 namespace lumvik {
 
-/// The editor's draft of the camera list, as the table shows and changes it: a row for each camera,
-/// a column each for the handle that a row is dragged by, the name and the address. Rows are
-/// dragged as a private kind of data that holds the row's number, so that nothing else can be
-/// dropped here, nor a row anywhere else. Main thread only.
+/// The table model of the editor's draft. Each camera is a row. The columns are the drag handle,
+/// the name and the address.
+///
+/// A dragged row is transferred as its row number in a private MIME type. Nothing else can
+/// therefore be dropped on the table, and a row cannot be dropped on another program. Main thread
+/// only.
 class CameraListModel final : public QAbstractTableModel {
     Q_OBJECT
 
   public:
-    enum Column { order, name, address, columnCount_ };
+    enum Column { order, name, address, numberOfColumns };
 
-    /// The private kind of data that a dragged row is.
+    /// Returns the private MIME type of a dragged row.
     [[nodiscard]] static QString cameraRowType();
 
     explicit CameraListModel(CameraList cameras);
 
-    /// The draft, with texts as they were typed.
+    /// Returns the draft. Its strings are exactly as the user typed them.
     [[nodiscard]] const CameraList &cameras() const { return m_cameras; }
     /// Replaces the whole draft.
     void setCameras(CameraList cameras);
     void append(const Camera &camera);
     void remove(int row);
-    /// Takes the camera at `source` out and puts it back at `destination`.
+    /// Removes the camera at `source` and inserts it again at row `destination`.
     void move(int source, int destination);
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
@@ -43,12 +45,13 @@ class CameraListModel final : public QAbstractTableModel {
     [[nodiscard]] Qt::DropActions supportedDropActions() const override { return Qt::MoveAction; }
     [[nodiscard]] bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row,
                                        int column, const QModelIndex &parent) const override;
-    /// Moves the dragged row into the gap before `row`, or before `parent`, and reports it.
+    /// Moves the dragged row into the gap above `row` and emits rowDropped. If `row` is -1, the gap
+    /// is above the row of `parent`, or below all rows if `parent` is invalid.
     bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                       const QModelIndex &parent) override;
 
   Q_SIGNALS:
-    /// A row was dropped and is at `destination` now.
+    /// A dragged row was dropped and is now row `destination`.
     void rowDropped(int destination);
 
   private:

@@ -15,9 +15,10 @@ QCollator nameOrder() {
     return order;
 }
 
-/// Blanks within an address are a slip of the hand, and those without any width come with what is
-/// copied from web pages; no camera is found there.
-bool holdsBlanks(const QString &text) {
+/// Returns whether `text` contains white space, control characters or zero-width spaces. White
+/// space in an address is a typing error, and zero-width spaces come with text that is copied from
+/// web pages. No camera can be reached at such an address.
+bool containsWhiteSpace(const QString &text) {
     return std::any_of(text.begin(), text.end(), [](QChar each) {
         return each.isSpace() || each.category() == QChar::Other_Control || each == u'\u200B' ||
                each == u'\u2060' || each == u'\uFEFF';
@@ -43,7 +44,7 @@ CameraListProblem badAddress(int row, const QString &name) {
 } // namespace
 
 bool isCameraAddress(const QString &address) {
-    if (holdsBlanks(address))
+    if (containsWhiteSpace(address))
         return false;
     const QUrl url(address);
     return url.isValid() && url.scheme() == QLatin1String("rtsp") && !url.host().isEmpty();
@@ -51,14 +52,14 @@ bool isCameraAddress(const QString &address) {
 
 QString spokenAddress(const QString &address) {
     const QString trimmed = address.trimmed();
-    if (trimmed.isEmpty() || trimmed == QLatin1String("rtsp://")) // what a new camera begins with
+    if (trimmed.isEmpty() || trimmed == QLatin1String("rtsp://")) // The address of a new camera.
         return QStringLiteral("No address yet");
-    // With a password that is not written as it should be, a part of it may pass for the host: an
-    // "@" that does not end the user's part is one that stands in a password.
+    // If the password is not percent-encoded, QUrl may take a part of it for the host. Any "@"
+    // other than the one that ends the user information is a sign of such a password.
     const QUrl url(trimmed);
-    const bool endsUserOnly =
+    const bool hasOnlyUserDelimiter =
         trimmed.count(QLatin1Char('@')) == (url.userInfo(QUrl::FullyEncoded).isEmpty() ? 0 : 1);
-    if (!isCameraAddress(trimmed) || !endsUserOnly)
+    if (!isCameraAddress(trimmed) || !hasOnlyUserDelimiter)
         return QStringLiteral("Address that cannot be read out");
     if (url.port() < 0)
         return QStringLiteral("Camera at %1").arg(url.host());
@@ -66,7 +67,7 @@ QString spokenAddress(const QString &address) {
 }
 
 tl::expected<CameraList, CameraListProblem> validatedCameras(const CameraList &cameras) {
-    if (cameras.isEmpty()) {
+    if (cameras.size() < fewestCameras) {
         return tl::unexpected(
             CameraListProblem{.title = QStringLiteral("Add a camera"),
                               .nameInTitle = {},
@@ -101,7 +102,7 @@ CameraList sortedByName(CameraList cameras, Qt::SortOrder order) {
 }
 
 bool canRemoveCamera(qsizetype cameras, bool hasSelection) {
-    return cameras >= 2 && hasSelection;
+    return cameras > fewestCameras && hasSelection;
 }
 
 int rowAfterRemoving(int removed, int left) {
@@ -111,7 +112,7 @@ int rowAfterRemoving(int removed, int left) {
 std::optional<int> draggedRow(const QString &text, qsizetype cameras) {
     bool isNumber = false;
     const int row = text.toInt(&isNumber);
-    // What QString takes for a number beyond digits and a sign is none here.
+    // QString::toInt() also accepts surrounding white space, which mimeData() never writes.
     const bool isPlain = std::all_of(text.begin(), text.end(), [](QChar each) {
         return (each >= u'0' && each <= u'9') || each == u'+' || each == u'-';
     });

@@ -9,60 +9,67 @@
 
 namespace lumvik {
 
-/// Which of a camera's texts.
+/// The editable fields of a camera.
 enum class CameraField { name, address };
 
-/// Why a list cannot be saved, in the words of the alert that says so.
+/// The reason why a list cannot be saved, with the texts of the alert that reports it.
 struct CameraListProblem {
     QString title;
-    /// The camera's name, which is the end of the title; or empty. It is text that the user typed,
-    /// possibly an address.
+    /// The camera's name, which is appended to the title, or an empty string. The name must be
+    /// redacted first, because the user may have typed an address in its field.
     QString nameInTitle;
     QString message;
-    /// Where it can be put right; nothing when there is no camera at all.
+    /// The row of the camera at fault; nothing when the list has no cameras.
     std::optional<int> row;
     CameraField field = CameraField::name;
 };
 
-/// Whether `address` is one that can be played: it reads as a URL, begins with "rtsp://" in any
-/// case, and names a host. Nothing is trimmed here.
+/// The smallest number of cameras in a list that the user may save. Without a camera the viewer has
+/// nothing to show. There is no upper limit apart from the size of the stored document.
+constexpr qsizetype fewestCameras = 1;
+
+/// Returns whether `address` can be played: it is a valid URL with the scheme "rtsp" (in upper or
+/// lower case) and a host. The address is not trimmed.
 [[nodiscard]] bool isCameraAddress(const QString &address);
 
-/// What a screen reader says of an address that it passes over: where the camera is, and neither
-/// user, password nor path. What is spoken is heard by whoever is near and goes into the logs of
-/// speech services, and each of those may be a secret. The whole address is read in its field,
-/// while it is edited.
+/// Returns the description of an address for screen readers. It contains the host and the port, but
+/// neither the user, the password nor the path, all of which may be secret: people nearby can hear
+/// the speech, and speech services may log it. A screen reader reads the whole address only while
+/// the field is being edited.
 [[nodiscard]] QString spokenAddress(const QString &address);
 
-/// The list with white space trimmed from all texts, or the first thing that is wrong with it: no
-/// camera, then row by row an empty name and an address that cannot be played.
+/// Returns the list with white space trimmed from all strings, or the first problem that is found.
+/// An empty list is checked first, then the name and the address of each row in turn.
 [[nodiscard]] tl::expected<CameraList, CameraListProblem>
 validatedCameras(const CameraList &cameras);
 
-/// Whether two names are the same to a reader of the user's language, in capitals or not.
+/// Returns whether two names are equal in the collation order of the user's language, ignoring
+/// case.
 [[nodiscard]] bool namesAreAlike(const QString &one, const QString &other);
 
-/// The list sorted by name, as a reader of the user's language expects it, capitals or not. Names
-/// that are alike keep their order.
+/// Returns the list sorted by name in the collation order of the user's language, ignoring case.
+/// The sort is stable.
 [[nodiscard]] CameraList sortedByName(CameraList cameras, Qt::SortOrder order);
 
-/// Whether a camera may be removed: one has to stay, and one has to be selected.
+/// Returns whether a camera can be removed: one must be selected, and `fewestCameras` must remain.
 [[nodiscard]] bool canRemoveCamera(qsizetype cameras, bool hasSelection);
 
-/// The row to select once the camera at `removed` has gone and `left` (at least 1) are left.
+/// Returns the row to select after row `removed` was removed and `left` cameras (at least 1)
+/// remain.
 [[nodiscard]] int rowAfterRemoving(int removed, int left);
 
-/// The row that a drag carries as text: a whole number, with a sign or without; nothing when it is
-/// none or no row of `cameras`.
+/// Parses the row number that a drag transfers as text: an integer with an optional sign. Returns
+/// nothing when the text is malformed or when a list of `cameras` cameras has no such row.
 [[nodiscard]] std::optional<int> draggedRow(const QString &text, qsizetype cameras);
 
-/// Where the camera at `source` comes to be when it is dropped into the gap before row `gap` (from
-/// 0 to the number of cameras).
+/// Returns the new row of the camera at `source` after it is dropped into the gap above row `gap`
+/// (from 0 to the number of cameras).
 [[nodiscard]] int destinationOfDrop(int source, int gap);
 
-/// Which camera is shown after a list was saved: the one that was shown before, `selected` in
-/// `before`, or else the first whose name is like its own, or else the one in its place. `after`
-/// has at least one camera; `selected` may be anything.
+/// Returns the row in `after` of the camera to show after the list was saved. `selected` is the row
+/// in `before` of the camera that was shown until then, and need not be valid. The first match
+/// wins: the same camera, the first camera with an equal name (see namesAreAlike), the camera at
+/// the same row, the last camera. `after` must contain at least one camera.
 [[nodiscard]] int selectionAfterSaving(int selected, const CameraList &before,
                                        const CameraList &after);
 

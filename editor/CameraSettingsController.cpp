@@ -18,13 +18,15 @@ namespace lumvik {
 
 namespace {
 
-/// A frame of `size` in the middle of what a screen has room for, title bar included.
-QRect centredFrame(const QSize &size, const QRect &available) {
-    constexpr int titleBar = 40; // or a little less
-    QRect frame(QPoint(), size.boundedTo(available.size() - QSize(0, titleBar)));
-    frame.moveCenter(available.center());
-    frame.moveTop(qMax(frame.top(), available.top() + titleBar));
-    return frame;
+/// Returns a window rectangle of `size`, centred in the available area of a screen. The size is
+/// reduced if the window and its title bar would not fit.
+QRect centredGeometry(const QSize &size, const QRect &available) {
+    // An upper bound in points. The actual height is known only after the window was shown.
+    constexpr int titleBarHeight = 40;
+    QRect geometry(QPoint(), size.boundedTo(available.size() - QSize(0, titleBarHeight)));
+    geometry.moveCenter(available.center());
+    geometry.moveTop(qMax(geometry.top(), available.top() + titleBarHeight));
+    return geometry;
 }
 
 QStringList addressesOf(const CameraList &cameras) {
@@ -48,7 +50,7 @@ CameraSettingsController::CameraSettingsController(const CameraList &cameras,
 }
 
 CameraSettingsController::~CameraSettingsController() {
-    m_didClose = true; // nothing is told any more
+    m_didClose = true; // The close handler must not run any more.
 }
 
 void CameraSettingsController::connectWindow() {
@@ -66,8 +68,8 @@ void CameraSettingsController::connectWindow() {
     connect(m_tableView, &CameraTableView::selectedRowChanged, this, &Self::updateRemoveButton);
     connect(m_tableView, &CameraTableView::moveRequested, this, &Self::moveSelectedCamera);
     connect(m_tableView, &CameraTableView::removalRequested, m_window->removeButton,
-            &QPushButton::click); // which does nothing while it is disabled
-    // In a later turn: the drag that the drop ends is not over yet.
+            &QPushButton::click); // A disabled button ignores the click.
+    // Queued, because the drag is still in progress when the drop is reported.
     connect(m_model.get(), &CameraListModel::rowDropped, this, &Self::selectDroppedRow,
             Qt::QueuedConnection);
     m_window->openUrl = m_environment.openUrl;
@@ -86,25 +88,28 @@ const CameraList &CameraSettingsController::draftCameras() const {
 void CameraSettingsController::show(int selectedRow, bool staysOnTop, const QScreen *screen) {
     m_window->setWindowFlag(Qt::WindowStaysOnTopHint, staysOnTop);
     if (screen != nullptr)
-        m_window->setGeometry(centredFrame(m_window->size(), screen->availableGeometry()));
+        m_window->setGeometry(centredGeometry(m_window->size(), screen->availableGeometry()));
     m_window->show();
-    m_tableView->selectCamera(selectedRow, Scrolling::intoView); // with its size known
+    m_tableView->selectCamera(selectedRow,
+                              Scrolling::intoView); // Scrolling needs the final size of the table.
     updateRemoveButton();
     bringToFront();
     m_tableView->setFocus();
 }
 
 void CameraSettingsController::bringToFront() {
-    // At the widget, which hears of its window's state only in a later turn.
+    // Set on the widget: it learns of a changed window state only in a later event, and would
+    // otherwise still report the window as minimised.
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
-    // The request may come from outside the program: the toolkit's own one would be older than that
-    // with which the viewer has just come to the front, and would be turned down for it.
+    // The request may come from outside the program, after the viewer was activated. QWidget's own
+    // activation would use an older time stamp than the viewer's, and the window manager would
+    // reject it.
     if (QWindow *window = m_window->windowHandle())
         activateWindow(*window, {});
 }
 
 void CameraSettingsController::setStaysOnTop(bool staysOnTop) {
-    // At the window itself: the widget's own flags would hide it and make it anew.
+    // Set on the QWindow: QWidget::setWindowFlag() would hide and recreate the window.
     if (QWindow *window = m_window->windowHandle())
         window->setFlag(Qt::WindowStaysOnTopHint, staysOnTop);
 }
@@ -122,8 +127,8 @@ void CameraSettingsController::windowDidClose() {
 
 void CameraSettingsController::updateRemoveButton() {
     const bool canRemove = canRemoveCamera(draftCameras().size(), m_tableView->selectedRow() >= 0);
-    // A disabled button hands the keyboard to its neighbour, and the next press would sort the
-    // list.
+    // A button that becomes disabled passes the focus to its neighbour, so the next press of the
+    // space bar would sort the list.
     if (!canRemove && m_window->removeButton->hasFocus())
         m_tableView->setFocus();
     m_window->removeButton->setEnabled(canRemove);
@@ -149,7 +154,7 @@ void CameraSettingsController::addCamera() {
 
 void CameraSettingsController::removeCamera() {
     m_tableView->endEditing();
-    if (draftCameras().size() < 2) {
+    if (draftCameras().size() <= fewestCameras) {
         showAlert(QStringLiteral("Keep one camera"),
                   QStringLiteral("Lumvik needs at least one camera in the list."));
         return;
@@ -240,7 +245,7 @@ std::optional<CameraList> CameraSettingsController::validatedDraft() {
     if (validated)
         return *std::move(validated);
     const CameraListProblem &problem = validated.error();
-    LumvikLog::protectAddresses(addressesOf(draftCameras())); // a name may be one of them
+    LumvikLog::protectAddresses(addressesOf(draftCameras())); // A name may contain an address.
     showAlert(problem.title + LumvikLog::redacted(problem.nameInTitle), problem.message);
     if (problem.row) {
         m_tableView->editCell(*problem.row, problem.field == CameraField::name
@@ -250,7 +255,7 @@ std::optional<CameraList> CameraSettingsController::validatedDraft() {
     return std::nullopt;
 }
 
-// ---- The end ----
+// ---- Saving and cancelling ----
 
 void CameraSettingsController::cancel() {
     close();

@@ -21,32 +21,34 @@ class CameraListModel;
 class CameraSettingsWindow;
 class CameraTableView;
 
-/// What the editor needs of the world around it. Everything referred to outlives the editor.
+/// The services that the editor uses. All referenced objects must outlive the editor.
 struct CameraSettingsEnvironment {
     const CameraConfigurationStore &store;
     const FileManager &fileManager;
     Alerts &alerts;
     FilePanels &filePanels;
-    QString webSite; ///< Of the maker, behind the link at the foot.
+    QString webSite; ///< The address of the link in the footer.
     std::function<void(const QUrl &)> openUrl;
 };
 
-/// What the editor reports, each on the main thread.
+/// The handlers that the editor calls, all on the main thread.
 struct CameraSettingsHandlers {
-    /// Applies a validated list; an error keeps the editor open.
+    /// Saves and applies a validated list. The editor stays open when an error is returned.
     std::function<tl::expected<void, StoreError>(const CameraList &)> save;
-    /// The window has closed. Once; the editor may be destroyed in a later turn.
+    /// Called once when the window has closed. The editor must not be destroyed within the call,
+    /// but may be in a later iteration of the event loop.
     std::function<void()> close;
-    /// A key that nothing in the window used; answers whether it was.
+    /// Called for a key that no widget in the window handled. Returns whether the key was handled.
     std::function<bool(QKeyEvent &)> keyDown;
 };
 
-/// The window in which the user edits the camera list: names and addresses in a table, rows added,
-/// removed, sorted and moved, the list imported and exported, and all of it saved or given up.
+/// The controller of the window in which the user edits the camera list. The user can edit names
+/// and addresses in a table, add, remove, sort and move rows, import and export the list, and save
+/// or discard the changes.
 ///
-/// It works on a draft; nothing reaches the viewer or the disk until `save` succeeds. There is at
-/// most one at a time, owned by AppDelegate from "Camera Addresses…" until its window closes. Main
-/// thread only.
+/// The editor works on a draft: neither the viewer nor the stored list changes until `save`
+/// succeeds. AppDelegate owns at most one editor at a time, from the menu item "Camera Addresses…"
+/// until the window closes. Main thread only.
 class CameraSettingsController final : public QObject {
     Q_OBJECT
 
@@ -55,20 +57,20 @@ class CameraSettingsController final : public QObject {
                              CameraSettingsHandlers handlers);
     ~CameraSettingsController() override;
 
-    /// Shows the window in the middle of `screen` (nullptr: where the system puts it), with a row
-    /// selected if it is one of the list's.
+    /// Shows the window in the middle of `screen`, or where the window system places it if `screen`
+    /// is nullptr. Selects `selectedRow` if the list has such a row.
     void show(int selectedRow, bool staysOnTop, const QScreen *screen);
     /// Brings the window to the front.
     void bringToFront();
     void setStaysOnTop(bool staysOnTop);
-    /// Closes the window and gives up the edit.
+    /// Closes the window and discards the draft.
     void close();
 
     [[nodiscard]] CameraSettingsWindow &window() { return *m_window; }
     [[nodiscard]] const CameraList &draftCameras() const;
 
-    // The buttons' actions. Each first ends an edit in progress, so that what is being typed
-    // counts.
+    // The actions of the buttons. All except `cancel` first commit an edit in progress, so that the
+    // text typed so far is included.
     void addCamera();
     void removeCamera();
     void sortCameras(Qt::SortOrder order);
@@ -85,7 +87,8 @@ class CameraSettingsController final : public QObject {
     void updateRemoveButton();
     void windowDidClose();
     void showAlert(const QString &title, const QString &message);
-    /// The cleaned list; or nothing, after an alert, with the cell at fault in edit.
+    /// Returns the validated list. If the draft is invalid, shows an alert, starts editing the cell
+    /// at fault and returns nothing.
     [[nodiscard]] std::optional<CameraList> validatedDraft();
     void selectDroppedRow(int row);
 
@@ -93,7 +96,7 @@ class CameraSettingsController final : public QObject {
     CameraSettingsHandlers m_handlers;
     std::unique_ptr<CameraListModel> m_model;
     std::unique_ptr<CameraSettingsWindow> m_window;
-    CameraTableView *m_tableView = nullptr; // the window's
+    CameraTableView *m_tableView = nullptr; // Owned by the window.
     bool m_didClose = false;
 };
 

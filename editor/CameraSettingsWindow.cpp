@@ -13,12 +13,22 @@ namespace lumvik {
 
 namespace {
 
+// Lengths and font sizes are in points.
+
+/// Large enough to show about eight cameras with addresses of usual length.
 constexpr QSize initialSize{900, 620};
+/// The smallest size in which all buttons fit into one row and several cameras are visible.
 constexpr QSize minimumWindowSize{760, 480};
-constexpr int windowMargin = 30;
+constexpr QMargins windowMargins{30, 26, 30, 20};
+/// Between the parts of the window, and between the groups of buttons.
 constexpr int sectionSpacing = 16;
+constexpr int headingSpacing = 6;
+/// Between a button's title and its left and right edges.
 constexpr int buttonPadding = 14;
 constexpr QMargins tableInsets{10, 8, 10, 18};
+constexpr int headingFontSize = 22;
+constexpr int explanationFontSize = 13;
+constexpr int footerFontSize = 11;
 
 QLabel *makeLabel(const QString &text, const QFont &font) {
     auto *label = new QLabel(text);
@@ -37,24 +47,25 @@ CameraSettingsWindow::CameraSettingsWindow(CameraListModel &model, const QString
     resize(initialSize);
 
     auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(windowMargin, windowMargin - 4, windowMargin, windowMargin - 10);
+    layout->setContentsMargins(windowMargins);
     layout->setSpacing(sectionSpacing);
     layout->addWidget(makeHeading());
     layout->addWidget(makeTable(model), 1);
     layout->addWidget(makeButtons());
-    layout->addWidget(makeFoot(webSite));
+    layout->addWidget(makeFooter(webSite));
 }
 
 QWidget *CameraSettingsWindow::makeHeading() {
     auto *heading = new QWidget;
     auto *layout = new QVBoxLayout(heading);
     layout->setContentsMargins({});
-    layout->setSpacing(6);
-    layout->addWidget(makeLabel(QStringLiteral("Cameras"), systemFont(22, QFont::DemiBold)));
+    layout->setSpacing(headingSpacing);
+    layout->addWidget(
+        makeLabel(QStringLiteral("Cameras"), systemFont(headingFontSize, QFont::DemiBold)));
     QLabel *explanation = makeLabel(
         QStringLiteral("Customize camera names and full RTSP addresses. Drag rows to change their "
                        "order, or use the sorting shortcuts. Changes are stored only on this Mac."),
-        systemFont(13, QFont::Normal));
+        systemFont(explanationFontSize, QFont::Normal));
     explanation->setWordWrap(true);
     m_explanation = explanation;
     dimExplanation();
@@ -74,9 +85,9 @@ QWidget *CameraSettingsWindow::makeTable(CameraListModel &model) {
 
 QPushButton *CameraSettingsWindow::makeButton(const QString &title, const QString &toolTip) {
     auto *button = new QPushButton(title);
-    button->setAutoDefault(false); // Return is Save's alone
+    button->setAutoDefault(false); // Return always presses the Save button.
     button->setToolTip(toolTip);
-    // Some styles leave a title hardly any room at its sides.
+    // Some styles leave hardly any space beside the title.
     button->setMinimumWidth(button->fontMetrics().horizontalAdvance(title) + 2 * buttonPadding);
     return button;
 }
@@ -111,22 +122,23 @@ QWidget *CameraSettingsWindow::makeButtons() {
     return row;
 }
 
-QWidget *CameraSettingsWindow::makeFoot(const QString &webSite) {
-    auto *foot = new QLabel(
+QWidget *CameraSettingsWindow::makeFooter(const QString &webSite) {
+    auto *footer = new QLabel(
         QStringLiteral("A Free App by <a href=\"%1\">Tandrel</a>").arg(webSite.toHtmlEscaped()));
-    foot->setTextFormat(Qt::RichText);
-    foot->setTextInteractionFlags(Qt::TextBrowserInteraction);
-    foot->setAlignment(Qt::AlignCenter);
-    foot->setFont(systemFont(11, QFont::Normal));
-    connect(foot, &QLabel::linkActivated, this, [this](const QString &address) {
+    footer->setTextFormat(Qt::RichText);
+    footer->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    footer->setAlignment(Qt::AlignCenter);
+    footer->setFont(systemFont(footerFontSize, QFont::Normal));
+    connect(footer, &QLabel::linkActivated, this, [this](const QString &address) {
         if (openUrl)
             openUrl(QUrl(address));
     });
-    return foot;
+    return footer;
 }
 
 void CameraSettingsWindow::dimExplanation() {
-    // The toolkit has a colour for placeholders only, which is too faint for text to be read.
+    // QPalette has no colour for secondary text. Its placeholder colour is too faint for a
+    // paragraph.
     constexpr float opacity = 0.68F;
     QColor secondary = palette().color(QPalette::WindowText);
     secondary.setAlphaF(opacity);
@@ -138,7 +150,7 @@ void CameraSettingsWindow::dimExplanation() {
 void CameraSettingsWindow::changeEvent(QEvent *event) {
     QDialog::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && m_explanation != nullptr)
-        dimExplanation(); // the system's theme has changed
+        dimExplanation(); // The desktop theme has changed.
 }
 
 void CameraSettingsWindow::closeEvent(QCloseEvent *event) {
@@ -148,7 +160,7 @@ void CameraSettingsWindow::closeEvent(QCloseEvent *event) {
 }
 
 void CameraSettingsWindow::done(int) {
-    close(); // there is one way out
+    close(); // Accepting and rejecting the dialog both just close it.
 }
 
 void CameraSettingsWindow::keyPressEvent(QKeyEvent *event) {

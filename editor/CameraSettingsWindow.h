@@ -12,13 +12,13 @@ namespace lumvik {
 class CameraListModel;
 class CameraTableView;
 
-/// The editor's window: heading, explanation, table, buttons and foot, without any of their
-/// behaviour. Main thread only.
+/// The editor's window, which lays out the heading, the explanation, the table, the buttons and the
+/// footer. CameraSettingsController implements their behaviour. Main thread only.
 class CameraSettingsWindow final : public QDialog {
     Q_OBJECT
 
   public:
-    /// `model` stays the caller's and must outlive the window.
+    /// The window does not own `model`, which must outlive it.
     CameraSettingsWindow(CameraListModel &model, const QString &webSite);
 
     [[nodiscard]] CameraTableView &tableView() { return *m_tableView; }
@@ -32,11 +32,11 @@ class CameraSettingsWindow final : public QDialog {
     QPushButton *cancelButton = nullptr;
     QPushButton *saveButton = nullptr;
 
-    /// Opens the maker's web site.
+    /// Called with the address of the footer's link when the user clicks it.
     std::function<void(const QUrl &)> openUrl;
-    /// Runs when the window was closed in any way.
+    /// Called whenever the window is closed, in whatever way.
     std::function<void()> didClose;
-    /// Given the keys that nothing in the window used; answers whether it was one of its own.
+    /// Called for a key that no widget in the window handled. Returns whether the key was handled.
     std::function<bool(QKeyEvent &)> keyDown;
 
   protected:
@@ -49,7 +49,7 @@ class CameraSettingsWindow final : public QDialog {
     QWidget *makeHeading();
     QWidget *makeTable(CameraListModel &model);
     QWidget *makeButtons();
-    QWidget *makeFoot(const QString &webSite);
+    QWidget *makeFooter(const QString &webSite);
     QPushButton *makeButton(const QString &title, const QString &toolTip = {});
 
     void dimExplanation();

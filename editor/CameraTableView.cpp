@@ -20,28 +20,38 @@ namespace lumvik {
 
 namespace {
 
-constexpr int cellHeight = 38;
-constexpr int rowSpacing = 6;
-constexpr int handleWidth = 28;
-constexpr int nameWidth = 205;
-constexpr int minimumNameWidth = 150;
-constexpr int minimumAddressWidth = 330;
+// Lengths are in points.
 
-/// Leaves the ground of rows and cells to the table, and draws the place of a drop as a line over
-/// the whole width.
+/// The height of a row apart from CameraFieldDelegate::rowSpacing.
+constexpr int rowHeightWithoutSpacing = 38;
+/// Wide enough for the handle's symbol and easy to hit with the pointer.
+constexpr int handleWidth = 28;
+/// The initial width of the name column. The address column gets the rest of the window.
+constexpr int nameWidth = 205;
+/// Enough for a name of two short words.
+constexpr int minimumNameWidth = 150;
+/// Enough for an address with a numeric host, a port and a short path.
+constexpr int minimumAddressWidth = 330;
+constexpr qreal dropLineThickness = 3;
+/// Between the line that marks the drop position and the edges of the table.
+constexpr qreal dropLineInset = 4;
+
+/// Does not draw the backgrounds of rows and cells, because CameraTableView::paintRow() does. Draws
+/// the drop position as a line across the whole table.
 class CameraTableStyle final : public QProxyStyle {
   public:
     void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
                      const QWidget *widget) const override {
         if (element == CE_HeaderSection)
-            return; // the titles stand on the window's own ground
+            return; // The titles have no background of their own.
         const auto *header = qstyleoption_cast<const QStyleOptionHeader *>(option);
         if (element != CE_HeaderLabel || header == nullptr) {
             QProxyStyle::drawControl(element, option, painter, widget);
             return;
         }
         QStyleOptionHeader label = *header;
-        const int indent = CameraFieldDelegate::textIndent(); // they stand over the texts
+        // Align the titles with the texts in the fields.
+        const int indent = CameraFieldDelegate::textIndent();
         label.rect.adjust(indent, 0, -indent, 0);
         QProxyStyle::drawControl(element, &label, painter, widget);
     }
@@ -66,13 +76,13 @@ class CameraTableStyle final : public QProxyStyle {
     static void drawDropLine(const QStyleOption &option, QPainter &painter, const QWidget *widget) {
         if (option.rect.isNull() || widget == nullptr)
             return;
-        constexpr qreal thickness = 3;
-        const QRectF line(4, option.rect.top() - thickness / 2, widget->width() - 8.0, thickness);
+        const QRectF line(dropLineInset, option.rect.top() - dropLineThickness / 2,
+                          widget->width() - 2 * dropLineInset, dropLineThickness);
         painter.save();
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
         painter.setBrush(LumvikPalette::mirel());
-        painter.drawRoundedRect(line, thickness / 2, thickness / 2);
+        painter.drawRoundedRect(line, dropLineThickness / 2, dropLineThickness / 2);
         painter.restore();
     }
 };
@@ -99,17 +109,19 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
     setVerticalScrollMode(ScrollPerPixel);
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
-    // Tab leads on to the buttons; within an edit it goes from field to field.
+    // Tab moves the focus to the buttons. During an edit it moves to the next field, which
+    // moveCursor() implements.
     setTabKeyNavigation(false);
     setEditTriggers(DoubleClicked | SelectedClicked | EditKeyPressed | AnyKeyPressed);
 
     setDragDropMode(InternalMove);
-    setDragDropOverwriteMode(false); // or a row that was dragged away would be emptied
+    setDragDropOverwriteMode(false); // Otherwise Qt clears the original row after a drag.
     setDefaultDropAction(Qt::MoveAction);
 
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setDefaultSectionSize(cellHeight + rowSpacing);
+    verticalHeader()->setDefaultSectionSize(rowHeightWithoutSpacing +
+                                            CameraFieldDelegate::rowSpacing);
     setUpColumns();
 }
 
@@ -124,11 +136,12 @@ void CameraTableView::setUpColumns() {
     header->resizeSection(CameraListModel::order, handleWidth);
     header->resizeSection(CameraListModel::name, nameWidth);
     header->setStretchLastSection(true);
-    connect(header, &QHeaderView::sectionResized, this, &CameraTableView::keepColumnsWide);
+    connect(header, &QHeaderView::sectionResized, this,
+            &CameraTableView::enforceMinimumColumnWidths);
 }
 
-void CameraTableView::keepColumnsWide() {
-    // The header knows one minimum for all columns only.
+void CameraTableView::enforceMinimumColumnWidths() {
+    // QHeaderView supports only one minimum width for all columns.
     const int room = viewport()->width() - handleWidth - minimumAddressWidth;
     const int width = columnWidth(CameraListModel::name);
     const int wanted = qBound(minimumNameWidth, width, qMax(room, minimumNameWidth));
@@ -138,7 +151,7 @@ void CameraTableView::keepColumnsWide() {
 
 void CameraTableView::resizeEvent(QResizeEvent *event) {
     QTableView::resizeEvent(event);
-    keepColumnsWide();
+    enforceMinimumColumnWidths();
 }
 
 int CameraTableView::selectedRow() const {
@@ -151,7 +164,7 @@ void CameraTableView::selectCamera(int row, Scrolling scrolling) {
     if (!cell.isValid())
         return;
     const bool scrolled = hasAutoScroll();
-    setAutoScroll(false); // or a cell that becomes the current one is brought into view by itself
+    setAutoScroll(false); // Otherwise the table always scrolls to the new current cell.
     setCurrentIndex(cell);
     setAutoScroll(scrolled);
     if (scrolling == Scrolling::intoView)
@@ -175,11 +188,12 @@ void CameraTableView::endEditing() {
 }
 
 bool CameraTableView::edit(const QModelIndex &index, EditTrigger trigger, QEvent *event) {
-    // A second click begins an edit a moment later. An alert or a panel may have come up since.
+    // A second click on a selected cell starts an edit after a delay. An alert or a file panel may
+    // have opened in the meantime.
     const QWidget *modal = QApplication::activeModalWidget();
     if (modal != nullptr && modal != window())
         return false;
-    // On a handle, keys mean the row's name.
+    // A drag handle cannot be edited, so keys edit the name in the same row.
     const bool isKey = trigger == EditKeyPressed || trigger == AnyKeyPressed;
     if (isKey && index.isValid() && index.column() == CameraListModel::order) {
         setCurrentIndex(index.siblingAtColumn(CameraListModel::name));
@@ -189,7 +203,7 @@ bool CameraTableView::edit(const QModelIndex &index, EditTrigger trigger, QEvent
 }
 
 void CameraTableView::rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) {
-    // Another row becomes the current one, and the table would scroll to it.
+    // Another row becomes the current one, and the table must not scroll to it.
     const bool scrolled = hasAutoScroll();
     setAutoScroll(false);
     QTableView::rowsAboutToBeRemoved(parent, first, last);
@@ -199,7 +213,7 @@ void CameraTableView::rowsAboutToBeRemoved(const QModelIndex &parent, int first,
 void CameraTableView::selectionChanged(const QItemSelection &selected,
                                        const QItemSelection &deselected) {
     QTableView::selectionChanged(selected, deselected);
-    viewport()->update(); // rows are drawn whole
+    viewport()->update(); // The highlight covers the whole row, not only the cells.
     Q_EMIT selectedRowChanged();
 }
 
@@ -212,7 +226,7 @@ void CameraTableView::keyPressEvent(QKeyEvent *event) {
     else if (event->key() == Qt::Key_Delete && event->modifiers() == Qt::NoModifier)
         Q_EMIT removalRequested();
     else if (event->key() == Qt::Key_Space && currentIndex().isValid())
-        edit(currentIndex(), EditKeyPressed, event); // the text stays
+        edit(currentIndex(), EditKeyPressed, event); // Unlike typing, this keeps the text.
     else
         QTableView::keyPressEvent(event);
 }
@@ -224,7 +238,8 @@ QModelIndex CameraTableView::moveCursor(CursorAction action, Qt::KeyboardModifie
     if (action == MoveNext || action == MoveLeft || action == MoveHome)
         return next.siblingAtColumn(CameraListModel::name);
     if (action == MovePrevious) {
-        // From the first field of all to the last one.
+        // Backwards from a name to the address in the row above, or from the first field of the
+        // table to the last one.
         const int row = (next.row() > 0 ? next.row() : m_cameras.rowCount()) - 1;
         return m_cameras.index(row, CameraListModel::address);
     }
@@ -260,7 +275,7 @@ QRect CameraTableView::rowRect(int row) const {
 // ---- Dragging ----
 
 void CameraTableView::mousePressEvent(QMouseEvent *event) {
-    m_pressed = event->pos();
+    m_pressPosition = event->pos();
     QTableView::mousePressEvent(event);
 }
 
@@ -268,21 +283,21 @@ void CameraTableView::startDrag(Qt::DropActions supportedActions) {
     const int row = selectedRow();
     if (row < 0)
         return;
-    auto *drag = new QDrag(this); // which deletes itself
+    auto *drag = new QDrag(this); // QDrag deletes itself.
     drag->setMimeData(m_cameras.mimeData({m_cameras.index(row, CameraListModel::order)}));
-    drag->setPixmap(pictureOfRow(row));
-    drag->setHotSpot(m_pressed - rowRect(row).topLeft());
-    drag->exec(supportedActions, Qt::MoveAction); // the model moves the row as it is dropped
+    drag->setPixmap(dragImageOfRow(row));
+    drag->setHotSpot(m_pressPosition - rowRect(row).topLeft());
+    drag->exec(supportedActions, Qt::MoveAction); // The model moves the row during the drop.
 }
 
-QPixmap CameraTableView::pictureOfRow(int row) const {
-    // What lies under the row can be seen through it, the place of the drop above all.
+QPixmap CameraTableView::dragImageOfRow(int row) const {
+    // The image is translucent, so that the drop position beneath it stays visible.
     constexpr qreal opacity = 0.8;
     const QRect bounds = rowRect(row);
-    QPixmap picture(bounds.size() * devicePixelRatio());
-    picture.setDevicePixelRatio(devicePixelRatio());
-    picture.fill(Qt::transparent);
-    QPainter painter(&picture);
+    QPixmap image(bounds.size() * devicePixelRatio());
+    image.setDevicePixelRatio(devicePixelRatio());
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
     painter.setOpacity(opacity);
     painter.translate(-bounds.topLeft());
     paintRow(painter, row);
@@ -294,7 +309,7 @@ QPixmap CameraTableView::pictureOfRow(int row) const {
         option.state.setFlag(QStyle::State_Selected);
         itemDelegateForIndex(cell)->paint(&painter, option, cell);
     }
-    return picture;
+    return image;
 }
 
 } // namespace lumvik

@@ -6,44 +6,46 @@ namespace lumvik {
 
 class CameraListModel;
 
-/// Whether a row that becomes the selected one is brought into view.
+/// Whether the table scrolls to a row that is selected by the program.
 enum class Scrolling { keepPlace, intoView };
 
-/// The table of cameras: rounded rows, rows dragged by any part of them with a line between rows
-/// that shows where they will go, and everything reachable from the keyboard. Main thread only.
+/// The table of cameras. Rows have rounded backgrounds and can be dragged by any of their cells; a
+/// line between two rows marks the drop position. Every function can also be used from the
+/// keyboard. Main thread only.
 class CameraTableView final : public QTableView {
     Q_OBJECT
 
   public:
-    /// `model` stays the caller's and must outlive the view.
+    /// The view does not own `model`, which must outlive it.
     explicit CameraTableView(CameraListModel &model, QWidget *parent = nullptr);
 
-    /// The selected row; -1 without one.
+    /// Returns the selected row, or -1 if no row is selected.
     [[nodiscard]] int selectedRow() const;
-    /// Selects a row; none when there is no such row.
+    /// Selects a row. Does nothing if there is no such row.
     void selectCamera(int row, Scrolling scrolling);
-    /// Begins to edit a cell, with its whole text selected.
+    /// Starts editing a cell and selects its whole text.
     void editCell(int row, int column);
-    /// Ends an edit in progress; what was typed stays.
+    /// Ends an edit in progress and keeps the typed text.
     void endEditing();
 
   Q_SIGNALS:
     void selectedRowChanged();
-    /// The user asks for the selected row to move by `rows` (-1 or 1).
+    /// The user wants to move the selected row by `rows` (-1 or 1).
     void moveRequested(int rows);
-    /// The user asks for the selected row to go.
+    /// The user wants to remove the selected row.
     void removalRequested();
 
   protected:
     void paintEvent(QPaintEvent *event) override;
-    /// As the table's, but not behind an alert, and of a row's name where the handle has the keys.
+    /// Does nothing while an alert or a file panel is open. If the current cell is a drag handle,
+    /// edits the name in the same row. Otherwise behaves as in QTableView.
     using QTableView::edit;
     bool edit(const QModelIndex &index, EditTrigger trigger, QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void startDrag(Qt::DropActions supportedActions) override;
     void keyPressEvent(QKeyEvent *event) override;
-    /// As the table's, but Tab goes from field to field and passes over the handles.
+    /// Moves as in QTableView, but skips the drag handles, so that Tab goes from field to field.
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) override;
     void selectionChanged(const QItemSelection &selected,
@@ -51,16 +53,16 @@ class CameraTableView final : public QTableView {
 
   private:
     void setUpColumns();
-    void keepColumnsWide();
-    /// The ground of a row, which the cells are drawn upon.
+    void enforceMinimumColumnWidths();
+    /// Draws the background of a row, beneath its cells.
     void paintRow(QPainter &painter, int row) const;
-    /// In the viewport.
+    /// Returns the rectangle of a row in viewport coordinates.
     [[nodiscard]] QRect rowRect(int row) const;
-    /// A row as it hangs at the pointer.
-    [[nodiscard]] QPixmap pictureOfRow(int row) const;
+    /// Returns the image of a row that follows the pointer during a drag.
+    [[nodiscard]] QPixmap dragImageOfRow(int row) const;
 
     CameraListModel &m_cameras;
-    QPoint m_pressed; // where the button went down, in the viewport
+    QPoint m_pressPosition; // The position of the last mouse press, in viewport coordinates.
 };
 
 } // namespace lumvik

@@ -8,6 +8,7 @@ namespace lumvik {
 
 namespace {
 
+// In points.
 constexpr qreal insetX = 2;
 constexpr qreal insetY = 1;
 constexpr qreal cornerRadius = 7;
@@ -31,7 +32,7 @@ void MirelCameraRowView::drawBackground(QPainter &painter, const QRectF &bounds,
 }
 
 void MirelCameraRowView::drawSelection(QPainter &painter, const QRectF &bounds) const {
-    if (isSelected && selectionHighlightStyle != SelectionHighlightStyle::none)
+    if (isSelected)
         fill(painter, bounds, LumvikPalette::mirel());
 }
 

@@ -7,20 +7,16 @@ class QPainter;
 
 namespace lumvik {
 
-/// How the selected row of a table is drawn.
-enum class SelectionHighlightStyle { none, regular };
-
-/// Draws what lies under the cells of one row of the camera table: a soft band under every second
-/// row and the house colour under the selected one, as inset rounded shapes.
+/// Draws the background of one row of the camera table as an inset rounded rectangle: a subtle band
+/// for every second row and the accent colour for the selected one.
 class MirelCameraRowView {
   public:
     bool usesAlternateBackground = false;
     bool isSelected = false;
-    SelectionHighlightStyle selectionHighlightStyle = SelectionHighlightStyle::regular;
 
-    /// Draws the band in `bounds`, the whole row (points); nothing unless usesAlternateBackground.
+    /// Draws the band of the row that occupies `bounds` (points) if usesAlternateBackground is set.
     void drawBackground(QPainter &painter, const QRectF &bounds, const QPalette &palette) const;
-    /// Draws the selection; nothing for a row that is not selected or has highlight style none.
+    /// Draws the highlight of the row that occupies `bounds` (points) if isSelected is set.
     void drawSelection(QPainter &painter, const QRectF &bounds) const;
 };
 

@@ -12,9 +12,10 @@ namespace lumvik {
 
 namespace {
 
+/// In points.
 constexpr int insertionPointWidth = 2;
 
-/// Leaves the insertion point to the field, since the toolkit draws it in the colour of the text.
+/// Hides Qt's insertion point, which has the colour of the text. MirelFieldEditor draws its own.
 class NoInsertionPointStyle final : public QProxyStyle {
   public:
     int pixelMetric(PixelMetric metric, const QStyleOption *option,
@@ -35,7 +36,7 @@ MirelFieldEditor::MirelFieldEditor(QWidget *parent) : QLineEdit(parent) {
     auto *style = new NoInsertionPointStyle;
     style->setParent(this);
     setStyle(style);
-    applyHouseColours();
+    applyAccentColours();
     connect(&m_blinking, &QTimer::timeout, this, [this] {
         m_insertionPointIsOn = !m_insertionPointIsOn;
         update();
@@ -53,9 +54,9 @@ QColor MirelFieldEditor::insertionPointColor() const {
     return LumvikPalette::mirel();
 }
 
-void MirelFieldEditor::applyHouseColours() {
+void MirelFieldEditor::applyAccentColours() {
     QPalette colours = palette();
-    // In every group: a window behind others keeps them, too.
+    // Set for all colour groups, so that an inactive window keeps the colours as well.
     colours.setColor(QPalette::Highlight, mirelSelection().background);
     colours.setColor(QPalette::HighlightedText, mirelSelection().foreground);
     if (colours != palette())
@@ -65,7 +66,7 @@ void MirelFieldEditor::applyHouseColours() {
 void MirelFieldEditor::changeEvent(QEvent *event) {
     QLineEdit::changeEvent(event);
     if (event->type() == QEvent::PaletteChange)
-        applyHouseColours();
+        applyAccentColours();
 }
 
 void MirelFieldEditor::showInsertionPoint() {
@@ -92,7 +93,7 @@ void MirelFieldEditor::paintEvent(QPaintEvent *event) {
     QLineEdit::paintEvent(event);
     if (!m_insertionPointIsOn || isReadOnly())
         return;
-    // The toolkit's rectangle has room around the line itself.
+    // cursorRect() is wider than the line that is drawn.
     QRect line = cursorRect();
     line.setLeft(line.center().x());
     line.setWidth(insertionPointWidth);

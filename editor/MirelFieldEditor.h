@@ -6,7 +6,7 @@
 
 namespace lumvik {
 
-/// How selected text looks.
+/// The colours of selected text.
 struct SelectedTextAttributes {
     QColor background;
     QColor foreground;
@@ -15,21 +15,21 @@ struct SelectedTextAttributes {
                            const SelectedTextAttributes &) = default;
 };
 
-/// The field in which a camera's name or address is typed: selected text stands white on the house
-/// colour, and the insertion point has the house colour, whatever palette the desktop's theme or
-/// any other code gives it. Main thread only.
+/// The text field in which a camera's name or address is edited. Selected text is white on the
+/// accent colour, and the insertion point has the accent colour. These colours stay in effect
+/// whatever palette the desktop theme or other code sets. Main thread only.
 class MirelFieldEditor final : public QLineEdit {
     Q_OBJECT
 
   public:
     explicit MirelFieldEditor(QWidget *parent = nullptr);
 
-    /// White on the house colour.
+    /// Returns white on the accent colour.
     [[nodiscard]] static const SelectedTextAttributes &mirelSelection();
 
-    /// Always mirelSelection.
+    /// Returns the colours in effect, which always equal mirelSelection.
     [[nodiscard]] SelectedTextAttributes selectedTextAttributes() const;
-    /// Always the house colour.
+    /// Returns the accent colour.
     [[nodiscard]] QColor insertionPointColor() const;
 
   protected:
@@ -39,7 +39,7 @@ class MirelFieldEditor final : public QLineEdit {
     void focusOutEvent(QFocusEvent *event) override;
 
   private:
-    void applyHouseColours();
+    void applyAccentColours();
     void showInsertionPoint();
 
     QTimer m_blinking;

@@ -4,9 +4,9 @@
 
 namespace lumvik {
 
-/// A camera's address as the engine takes it: the same with its scheme in small letters, because
-/// the engine knows "rtsp" only in these and would take "RTSP" for the name of a file. All else
-/// stays as it was typed.
+/// Returns a camera's address in the form that the engine needs: the scheme is converted to lower
+/// case and everything else is left unchanged. The engine recognises "rtsp" only in lower case and
+/// would treat "RTSP://..." as a file name.
 [[nodiscard]] QString engineAddress(const QString &address);
 
 } // namespace lumvik

@@ -6,17 +6,18 @@ namespace lumvik {
 
 namespace {
 
-/// How long one wait for an event lasts at most, in seconds. Only a bound: `stop` wakes the wait.
+/// The longest wait for one event, in seconds. It is only an upper bound, because `stop` wakes the
+/// pump.
 constexpr double eventTimeout = 0.5;
 
 } // namespace
 
-MPVEventLoop::MPVEventLoop(mpv_handle *ofPlayer, std::int64_t withGeneration, MainQueue &onQueue,
-                           Handler withHandler)
-    : player(ofPlayer)
-    , generation(withGeneration)
-    , handler(std::move(withHandler))
-    , mainQueue(onQueue)
+MPVEventLoop::MPVEventLoop(mpv_handle *playerHandle, std::int64_t playerGeneration,
+                           MainQueue &mainThreadQueue, Handler eventHandler)
+    : player(playerHandle)
+    , generation(playerGeneration)
+    , handler(std::move(eventHandler))
+    , mainQueue(mainThreadQueue)
     , queue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".mpv-events")) {}
 
 MPVEventLoop::~MPVEventLoop() {
@@ -44,8 +45,8 @@ void MPVEventLoop::pump() {
         if (event == nullptr)
             continue;
         if (const auto report = playbackEngineEvent(*event)) {
-            // The task gets copies of everything: it may run after this loop and its player are
-            // gone.
+            // The task captures copies, because it may run after this loop and its player have been
+            // destroyed.
             mainQueue.async([handler = handler, report = *report, generation = generation] {
                 handler(report, generation);
             });

@@ -11,20 +11,20 @@
 
 namespace lumvik {
 
-/// Pumps the event queue of one player instance on a thread of its own and delivers the events that
-/// matter to the main thread, each with the generation of the instance that produced it.
+/// Pumps the event queue of one player on a dedicated thread. Delivers the relevant events to the
+/// main thread, each with the generation of the player that produced it.
 ///
-/// Made and started by the controller for each player instance, stopped before that instance is
-/// destroyed, then dropped. Started and stopped at most once; further calls do nothing. `start`,
-/// `stop` and destruction happen on the main thread.
+/// The controller creates and starts one loop for each player, and stops and deletes it before it
+/// destroys the player. A loop starts and stops at most once; further calls do nothing. `start`,
+/// `stop` and the destructor must be called on the main thread.
 class MPVEventLoop {
   public:
-    /// Runs on the main thread for each event. Events may still arrive after `stop`: they carry the
-    /// old generation, by which the receiver knows them.
+    /// Runs on the main thread for each event. Events may still arrive after `stop`; the receiver
+    /// recognises them by their outdated generation.
     using Handler = std::function<void(const PlaybackEngineEvent &event, std::int64_t generation)>;
 
-    /// `player` stays the caller's and must outlive the running pump. `mainQueue` must outlive it
-    /// too.
+    /// The caller keeps ownership of the player. The player and the main queue must both outlive
+    /// the running pump.
     MPVEventLoop(mpv_handle *player, std::int64_t generation, MainQueue &mainQueue,
                  Handler handler);
     MPVEventLoop(const MPVEventLoop &) = delete;
@@ -34,8 +34,8 @@ class MPVEventLoop {
 
     void start();
 
-    /// Asks the pump to leave and waits until it has. The pump is woken, so this takes no longer
-    /// than the event that it is handling.
+    /// Asks the pump to finish and waits until it has. Wakes the pump, so the wait lasts no longer
+    /// than the handling of one event.
     void stop();
 
   private:
@@ -46,11 +46,12 @@ class MPVEventLoop {
     std::int64_t generation;
     Handler handler;
     MainQueue &mainQueue;
-    std::counting_semaphore<> stopped{0}; // signalled once, when the pump leaves
-    std::mutex lock; // guards the two flags; never held across a call of libmpv
+    std::counting_semaphore<> stopped{0}; // released once, when the pump finishes
+    std::mutex lock; // guards the two flags below; never held while calling libmpv
     bool shouldStop = false;
     bool didStart = false;
-    // Last, so that its thread is joined before anything that the pump uses goes away.
+    // Declared last, so that its thread is joined before any member that the pump uses is
+    // destroyed.
     SerialQueue queue;
 };
 

@@ -10,17 +10,21 @@ namespace {
 constexpr const char *videoParameters = "video-params";
 constexpr const char *endReached = "eof-reached";
 
+/// The most events handled in one turn of the main thread. At its most verbose log level the engine
+/// produces messages faster than they can be logged; handling them all would block the main thread.
+constexpr int maximumEventsPerTurn = 200;
+
 } // namespace
 
 struct MPVObserver::Client {
-    mpv_handle *handle = nullptr; // owned; null once the observer is gone
+    mpv_handle *handle = nullptr; // owned; null once the observer is destroyed
     MainQueue *mainQueue = nullptr;
     Handlers handlers;
-    bool isLeaving = false; // what is still in the queue is only written down
+    bool isShuttingDown = false; // remaining events are logged but no longer reported
     std::weak_ptr<Client> self;
     std::atomic_bool wakeUpIsPending = false;
 
-    /// Called by libmpv on any of its threads, which hold locks of its own: it only posts.
+    /// libmpv calls this on any of its threads while it holds internal locks, so it only posts.
     static void wakeUp(void *context) {
         auto *client = static_cast<Client *>(context);
         if (!client->wakeUpIsPending.exchange(true)) {
@@ -31,15 +35,14 @@ struct MPVObserver::Client {
         }
     }
 
-    /// Takes what is in the queue, but not more than the main thread can spare in one turn: at its
-    /// most talkative the engine speaks faster than its messages can be written down.
+    /// Handles the queued events, at most `maximumEventsPerTurn` of them. Posts another turn if
+    /// more may be left.
     void drain() {
-        constexpr int eventsInOneTurn = 200;
         wakeUpIsPending = false;
         bool parametersChanged = false;
         bool endChanged = false;
         int events = 0;
-        while (handle != nullptr && events < eventsInOneTurn) {
+        while (handle != nullptr && events < maximumEventsPerTurn) {
             const mpv_event *event = mpv_wait_event(handle, 0);
             if (event == nullptr || event->event_id == MPV_EVENT_NONE)
                 break;
@@ -52,12 +55,13 @@ struct MPVObserver::Client {
                 log(*static_cast<const mpv_event_log_message *>(event->data));
             }
         }
-        if (events == eventsInOneTurn)
+        if (events == maximumEventsPerTurn)
             wakeUp(this);
-        // Once for several changes, since asking for the new values stops the engine for a moment.
-        if (parametersChanged && !isLeaving)
+        // Several changes are reported once, because querying the new values briefly blocks the
+        // engine.
+        if (parametersChanged && !isShuttingDown)
             handlers.videoParametersChanged();
-        if (endChanged && !isLeaving)
+        if (endChanged && !isShuttingDown)
             handlers.endReachedChanged();
     }
 
@@ -78,7 +82,8 @@ MPVObserver::MPVObserver(mpv_handle *player, MainQueue &mainQueue, const char *l
     m_client->handle = mpv_create_client(player, "observer");
     if (m_client->handle == nullptr) {
         LumvikLog::playback().error(
-            QStringLiteral("The engine's messages and the picture's shape cannot be followed."));
+            QStringLiteral("Cannot observe the video engine; its messages and changes of the "
+                           "picture's shape will be missed."));
         return;
     }
     mpv_request_log_messages(m_client->handle, logLevel);
@@ -90,10 +95,10 @@ MPVObserver::MPVObserver(mpv_handle *player, MainQueue &mainQueue, const char *l
 MPVObserver::~MPVObserver() {
     if (m_client->handle == nullptr)
         return;
-    // Once this returns no wake-up is running, so that none can see the client go away.
+    // When this call returns, no wake-up callback is running, so none can access a deleted client.
     mpv_set_wakeup_callback(m_client->handle, nullptr, nullptr);
-    m_client->isLeaving = true; // a player that goes away has no shape to follow
-    m_client->drain();          // the last messages are often the ones that explain the end
+    m_client->isShuttingDown = true;
+    m_client->drain(); // the last messages often explain why playback ended
     mpv_destroy(std::exchange(m_client->handle, nullptr));
 }
 

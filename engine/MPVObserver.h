@@ -10,26 +10,28 @@
 
 namespace lumvik {
 
-/// A second client of a player instance, for what the event loop leaves out: changes of the decoded
-/// picture's shape, the end of a stream (which the engine turns into a standing last frame without
-/// any event), and the engine's own messages, which go to the log.
+/// A second libmpv client of a player. It covers what the event loop does not: changes of the
+/// decoded picture's shape, the end of a stream (at which the engine keeps showing the last frame
+/// and sends no event), and the engine's own messages, which go to the log.
 ///
-/// It has an event queue of its own, so that a flood of messages can never overflow the one that
-/// the supervision depends on. Main thread only; it must be dropped before its player is destroyed,
-/// which would wait for it otherwise.
+/// The observer has its own event queue, so that a flood of messages cannot overflow the queue that
+/// playback supervision depends on. Use it on the main thread only. Delete it before its player is
+/// destroyed; otherwise the destruction waits for it.
 class MPVObserver {
   public:
-    /// What runs on the main thread when something may have changed; none may be empty. They say
-    /// no new values: those of then and now can differ.
+    /// The handlers run on the main thread when a property may have changed. None of them may be
+    /// empty. They receive no value, because it could be outdated by then; query the player
+    /// instead.
     struct Handlers {
-        /// The size, the rotation or the presence of the decoded picture.
+        /// The size or rotation of the decoded picture changed, or a picture appeared or
+        /// disappeared.
         std::function<void()> videoParametersChanged;
-        /// Whether the stream's last frame was reached.
+        /// The player reached the stream's last frame, or left it.
         std::function<void()> endReachedChanged;
     };
 
-    /// Observes `player`. `logLevel` is the least important kind of engine message that is logged,
-    /// by libmpv's names ("no" to "trace").
+    /// Observes `player`. `logLevel` is the least severe level of engine messages to log, by
+    /// libmpv's name ("no" to "trace").
     MPVObserver(mpv_handle *player, MainQueue &mainQueue, const char *logLevel, Handlers handlers);
     MPVObserver(const MPVObserver &) = delete;
     MPVObserver &operator=(const MPVObserver &) = delete;
@@ -37,10 +39,10 @@ class MPVObserver {
 
   private:
     struct Client;
-    std::shared_ptr<Client> m_client; // shared with wake-ups on their way to the main thread
+    std::shared_ptr<Client> m_client; // pending wake-ups on the main thread refer to it weakly
 };
 
-/// The log level for an engine message.
+/// Returns the log level at which to log an engine message of `level`.
 [[nodiscard]] LogLevel logLevelOfEngineMessage(mpv_log_level level);
 
 } // namespace lumvik

@@ -21,8 +21,9 @@ void assertMainThread(const char *failure) {
         qFatal("%s", failure);
 }
 
-/// What the render context is created with. The display lets the engine hand decoded surfaces to
-/// OpenGL without a copy where the hardware and its driver can (VA-API on Intel and AMD).
+/// The parameters for creating the render context. Passing the display connection lets the engine
+/// hand decoded surfaces to OpenGL without copying them, where the hardware and its driver support
+/// that (VA-API on Intel and AMD).
 class CreationParameters {
   public:
     CreationParameters() {
@@ -33,7 +34,7 @@ class CreationParameters {
             add(MPV_RENDER_PARAM_X11_DISPLAY, x11->display());
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
 #if QT_CONFIG(wayland)
-        // Before 6.5 the toolkit does not tell; then surfaces are copied.
+        // Qt provides the Wayland display from version 6.5 on. Older versions copy the surfaces.
         if (const auto *wayland = qGuiApp->nativeInterface<QNativeInterface::QWaylandApplication>();
             wayland != nullptr && wayland->display() != nullptr)
             add(MPV_RENDER_PARAM_WL_DISPLAY, wayland->display());
@@ -51,15 +52,15 @@ class CreationParameters {
     }
 
     mpv_opengl_init_params m_openGL{&lumvik_get_proc_address, nullptr};
-    std::array<mpv_render_param, 4> m_parameters{}; // the last one stays zero, which ends the list
+    std::array<mpv_render_param, 4> m_parameters{}; // the last element stays zero and ends the list
     std::size_t m_count = 0;
 };
 
 } // namespace
 
 void *lumvik_get_proc_address(void *, const char *name) {
-    // The windowing system's own look-up first: OpenGL libraries need not be in the global scope,
-    // and extensions' functions need not be symbols at all.
+    // The windowing system's look-up comes first: OpenGL libraries may be absent from the global
+    // scope, and functions of extensions need not be exported symbols.
     if (QOpenGLContext *context = QOpenGLContext::currentContext()) {
         if (const auto function = context->getProcAddress(name))
             return reinterpret_cast<void *>(function);
@@ -88,7 +89,7 @@ MPVOpenGLView::MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent)
 }
 
 MPVOpenGLView::~MPVOpenGLView() {
-    m_pictureChanged = nullptr; // whoever listens is going as well
+    m_pictureChanged = nullptr; // its receiver may already be destroyed
     shutdownRenderContext();
 }
 
@@ -99,8 +100,8 @@ void MPVOpenGLView::itemChange(ItemChange change, const ItemChangeData &value) {
 }
 
 void MPVOpenGLView::adoptWindow(QQuickWindow *window) {
-    // Direct connections: these are emitted in the middle of rendering, on the main thread, with
-    // the window's context current.
+    // The connections are direct, because these signals are emitted during rendering, on the main
+    // thread, with the window's context current.
     constexpr auto direct =
         static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::UniqueConnection);
     connect(window, &QQuickWindow::beforeRenderPassRecording, this, &MPVOpenGLView::draw, direct);
@@ -122,7 +123,7 @@ bool MPVOpenGLView::makeContextCurrent() {
 int MPVOpenGLView::configureWithMPV(mpv_handle *player) {
     assertMainThread("The renderer must be created on the main thread.");
     shutdownRenderContext();
-    // Without a current context libmpv finds no OpenGL functions and answers with an error itself.
+    // Without a current context libmpv finds no OpenGL functions and returns an error itself.
     const bool isCurrent = makeContextCurrent();
     CreationParameters parameters;
     mpv_render_context *context = nullptr;
@@ -144,7 +145,7 @@ void MPVOpenGLView::shutdownRenderContext() {
         if (isCurrent)
             QQuickOpenGLUtils::resetOpenGLState();
         if (window() != nullptr)
-            window()->update(); // the last picture must not stay on the screen as if it were live
+            window()->update(); // otherwise the last picture would stay and look live
     }
     m_hasPendingVideoFrame = false;
     m_frameWasTaken = false;
@@ -176,9 +177,10 @@ void MPVOpenGLView::setFrameRenderedHandler(std::function<void()> handler) {
         handler ? std::make_shared<const std::function<void()>>(std::move(handler)) : nullptr;
 }
 
-void MPVOpenGLView::setGraphicsHandlers(std::function<void()> lost, std::function<void()> back) {
+void MPVOpenGLView::setGraphicsHandlers(std::function<void()> lost,
+                                        std::function<void()> restored) {
     m_graphicsLost = std::move(lost);
-    m_graphicsBack = std::move(back);
+    m_graphicsRestored = std::move(restored);
 }
 
 QSize MPVOpenGLView::drawableSize() const {
@@ -224,16 +226,15 @@ void MPVOpenGLView::drawLastFrameSoon() {
 }
 
 bool MPVOpenGLView::nextFrameIsNew() const {
-    // The engine also announces black when a stream is replaced, and the last picture once more
-    // when something over it changed. Neither proves that the camera delivers.
+    // The engine also announces black when a stream is replaced, and repeats the last picture when
+    // an overlay changed. Neither proves that the camera is delivering.
     mpv_render_frame_info info{};
     if (mpv_render_context_get_info(m_renderContext.get(),
                                     {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &info}) < 0)
-        return true; // an engine that cannot tell
-    constexpr std::uint64_t old = MPV_RENDER_FRAME_INFO_REDRAW | MPV_RENDER_FRAME_INFO_REPEAT;
-    // A redraw that follows a dropped frame is not marked as one, but like every redraw it has no
-    // time.
-    return (info.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0 && (info.flags & old) == 0 &&
+        return true; // without this information, every frame counts as new
+    constexpr std::uint64_t notNew = MPV_RENDER_FRAME_INFO_REDRAW | MPV_RENDER_FRAME_INFO_REPEAT;
+    // A redraw after a dropped frame lacks the redraw flag, but no redraw has a target time.
+    return (info.flags & MPV_RENDER_FRAME_INFO_PRESENT) != 0 && (info.flags & notNew) == 0 &&
            info.target_time != 0;
 }
 
@@ -245,7 +246,7 @@ void MPVOpenGLView::noteNextFrame() {
 }
 
 void MPVOpenGLView::skipPendingFrame() {
-    // Even then the engine may set up or give up textures for a stream of another size.
+    // The engine may create or release textures even for a skipped frame, if its size has changed.
     const bool isCurrent = makeContextCurrent();
     render(true);
     if (isCurrent)
@@ -257,9 +258,8 @@ void MPVOpenGLView::render(bool skip) {
     const QSize size = drawableSize();
     mpv_opengl_fbo framebuffer{0, size.width(), size.height(), 0};
     int flip = 1;
-    // By default the call would hold the main thread until the moment the frame is meant for, most
-    // of every frame's time. A live picture is to be shown at once, and the main thread has other
-    // work.
+    // By default the call would block the main thread until the frame's target time. A live picture
+    // should be shown at once, and the main thread has other work to do.
     int block = 0;
     int skipRendering = skip ? 1 : 0;
     std::array parameters{
@@ -274,13 +274,14 @@ void MPVOpenGLView::render(bool skip) {
 }
 
 void MPVOpenGLView::draw() {
-    // The pass has cleared the window to black already; without a context it stays so.
+    // The render pass has already cleared the window to black. Without a context it stays black.
     if (!m_renderContext)
         return;
     window()->beginExternalCommands();
-    // The scene graph leaves its own state behind; its depth test alone would swallow the picture.
+    // The scene graph leaves its OpenGL state behind; its depth test alone would hide the picture.
     QQuickOpenGLUtils::resetOpenGLState();
-    // The scene may be drawn for its own sake between a frame's announcement and our hearing of it.
+    // The scene may be redrawn for another reason after the engine announced a frame, but before
+    // the posted announcement was handled.
     noteNextFrame();
     render(!m_showsPicture);
     window()->endExternalCommands();
@@ -288,15 +289,15 @@ void MPVOpenGLView::draw() {
 }
 
 void MPVOpenGLView::reportShownFrame() {
-    // Never without a frame taken before: from the first report on, the engine waits for one after
-    // each.
+    // Report a swap only if a frame was fetched: from the first report on, the engine waits for a
+    // report after each frame.
     if (m_renderContext && std::exchange(m_frameWasTaken, false))
         mpv_render_context_report_swap(m_renderContext.get());
     if (!m_hasPendingVideoFrame)
         return;
     m_hasPendingVideoFrame = false;
     m_pacing.frameWasShown(m_mainQueue.now());
-    // Held while it runs, in which it may replace or clear itself.
+    // The copy keeps the handler alive while it runs, because it may replace or clear itself.
     if (const auto handler = m_frameRenderedHandler)
         (*handler)();
 }
@@ -305,7 +306,8 @@ void MPVOpenGLView::graphicsWereInvalidated() {
     m_graphicsWereLost = true;
     if (!m_renderContext)
         return;
-    // Freed even if the context cannot be made current any more: it must not outlive the graphics.
+    // The render context is freed even if the OpenGL context can no longer be made current, because
+    // it must not outlive the graphics.
     (void)makeContextCurrent();
     m_renderContext.reset();
     m_hasPendingVideoFrame = false;
@@ -319,8 +321,8 @@ void MPVOpenGLView::graphicsWereInitialized() {
     if (!m_graphicsWereLost)
         return;
     m_graphicsWereLost = false;
-    if (m_graphicsBack)
-        m_mainQueue.async(m_graphicsBack);
+    if (m_graphicsRestored)
+        m_mainQueue.async(m_graphicsRestored);
 }
 
 } // namespace lumvik

@@ -14,16 +14,16 @@
 
 namespace lumvik {
 
-/// The view into which libmpv draws, under everything else in its window.
+/// The view into which libmpv draws, below everything else in its window.
 ///
-/// The picture is rendered straight into the window's framebuffer before the scene is, inside the
-/// scene graph's render pass, so that no copy of it is made. The window's render loop must be the
-/// basic one, which renders on the main thread: every call here, and every OpenGL call, happens
-/// there. The exception is libmpv's update callback, which only posts.
+/// The picture is rendered directly into the window's framebuffer, inside the scene graph's render
+/// pass and before the scene itself, so that it is never copied. The window must use the basic
+/// render loop, which renders on the main thread: every call of this class and every OpenGL call
+/// happens there. The exception is libmpv's update callback, which only posts to the main thread.
 ///
-/// While the window is not exposed nothing is drawn; announced frames are then taken and dropped,
-/// as the engine would otherwise wait for each of them and fall behind for good. They still count
-/// as shown: they prove that the camera delivers.
+/// While the window is not exposed, nothing is drawn. Announced frames are then fetched and
+/// dropped, because the engine would otherwise wait for each of them and fall behind permanently.
+/// Dropped frames still count as shown: they prove that the camera is delivering.
 class MPVOpenGLView : public QQuickItem {
     Q_OBJECT
 
@@ -31,47 +31,42 @@ class MPVOpenGLView : public QQuickItem {
     explicit MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent = nullptr);
     ~MPVOpenGLView() override;
 
-    /// Creates the render context for `player` in the window's OpenGL context. Answers libmpv's
-    /// result, negative on failure. Calling it on another thread than the main one ends the
-    /// process.
+    /// Creates the render context for `player` in the window's OpenGL context. Returns libmpv's
+    /// result, which is negative on failure. Calling this on any thread but the main thread
+    /// terminates the process.
     [[nodiscard]] int configureWithMPV(mpv_handle *player);
 
-    /// Frees the render context, if there is one; it must go before the player does. Calling it on
-    /// another thread than the main one ends the process.
+    /// Frees the render context, if there is one. This must happen before the player is destroyed.
+    /// Calling this on any thread but the main thread terminates the process.
     void shutdownRenderContext();
 
-    /// Asks libmpv what there is to do, and schedules a redraw when a frame is ready.
+    /// Queries libmpv for pending updates and schedules a redraw when a frame is ready.
     void consumeRenderUpdates();
 
-    /// Shows black from now on, and neither shows nor reports a frame until `expectPicture`: what
-    /// the engine still holds belongs to the stream before, and would look live.
+    /// Shows black, and neither shows nor reports a frame until `expectPicture` is called. The
+    /// frames that the engine still holds belong to the previous stream and would look live.
     void forgetPicture();
-    /// Shows black until the next new frame: what stands there now has stood for too long.
+    /// Shows black until the next new frame, because the frame on the screen is too old to pass for
+    /// live.
     void hidePicture();
-    /// Whether a picture is shown, and not black.
+    /// Whether a picture is shown rather than black.
     [[nodiscard]] bool showsPicture() const { return m_showsPicture; }
     /// Shows and reports frames again.
     void expectPicture() { m_expectsPicture = true; }
     [[nodiscard]] bool expectsPicture() const { return m_expectsPicture; }
 
-    /// `handler` runs once for every new frame after it was shown.
+    /// Sets the handler that runs once for every new frame, after the frame was shown.
     void setFrameRenderedHandler(std::function<void()> handler);
 
-    /// `changed` runs whenever `showsPicture` answers something else than before.
+    /// Sets the handler that runs whenever the value of `showsPicture` changes.
     void setPictureHandler(std::function<void()> changed) { m_pictureChanged = std::move(changed); }
 
-    /// `lost` runs after the window's graphics went away while a player was attached (the render
-    /// context is freed by then); `back` runs when there are graphics again after they went away,
-    /// with a player or without.
-    void setGraphicsHandlers(std::function<void()> lost, std::function<void()> back);
+    /// Sets the handlers for the loss and the return of the window's graphics. `lost` runs after
+    /// they were lost while a player was attached; the render context has been freed by then.
+    /// `restored` runs when they are available again after a loss, with or without a player.
+    void setGraphicsHandlers(std::function<void()> lost, std::function<void()> restored);
 
-    /// Whether a render context exists.
-    [[nodiscard]] bool isAttached() const { return m_renderContext != nullptr; }
-
-    /// Whether a frame was announced that has not been shown yet.
-    [[nodiscard]] bool hasPendingVideoFrame() const { return m_hasPendingVideoFrame; }
-
-    /// The size of the area that is rendered into, in pixels.
+    /// The size of the area that libmpv renders into, in pixels.
     [[nodiscard]] QSize drawableSize() const;
 
   protected:
@@ -102,21 +97,22 @@ class MPVOpenGLView : public QQuickItem {
     std::unique_ptr<mpv_render_context, RenderContextDeleter> m_renderContext;
     VideoFramePacing m_pacing;
     bool m_hasPendingVideoFrame = false;
-    bool m_expectsPicture = true; // false between a load and the start of its stream
+    bool m_expectsPicture = true; // false from a load command until its stream starts
     bool m_showsPicture = false;  // whether the engine's last frame belongs to the expected stream
-    bool m_frameWasTaken = false; // the engine waits for the report of a frame that it handed over
-    bool m_willDrawLastFrame = false; // a drawing is due for the case that no further frame comes
-    bool m_graphicsWereLost = false;  // and are not back yet
+    bool m_frameWasTaken = false; // a frame was fetched and must still be reported to the engine
+    bool m_willDrawLastFrame = false; // a redraw is scheduled in case no further frame arrives
+    bool m_graphicsWereLost = false;  // the graphics were lost and have not been restored yet
     std::shared_ptr<const std::function<void()>> m_frameRenderedHandler;
     std::function<void()> m_pictureChanged;
     std::function<void()> m_graphicsLost;
-    std::function<void()> m_graphicsBack;
+    std::function<void()> m_graphicsRestored;
 };
 
-/// The address of an OpenGL function of the current context, for libmpv. `context` is not used.
+/// Returns the address of an OpenGL function in the current context, for libmpv. `context` is
+/// unused.
 [[nodiscard]] void *lumvik_get_proc_address(void *context, const char *name);
 
-/// libmpv's update callback; `context` is the view. Any thread.
+/// libmpv's update callback, where `context` is the view. May be called on any thread.
 void lumvik_render_update(void *context);
 
 } // namespace lumvik

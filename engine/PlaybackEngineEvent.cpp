@@ -8,9 +8,9 @@ namespace lumvik {
 
 namespace {
 
-/// The number in a field whose type is an enumeration of the library's. Copied as bytes: a library
-/// newer than its header sends numbers that the enumeration does not have, and to read one as such
-/// is undefined.
+/// Returns the numerical value of a field whose type is an enumeration of libmpv. The value is
+/// copied as bytes: a library that is newer than the header may send values that the enumeration
+/// lacks, and reading such a value as the enumeration is undefined.
 template<typename Enumeration>
 std::int32_t numberIn(const Enumeration &field) {
     static_assert(sizeof(Enumeration) == sizeof(std::int32_t));

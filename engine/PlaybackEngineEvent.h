@@ -8,13 +8,13 @@
 
 namespace lumvik {
 
-/// What the engine reports of a player instance. Only the reports that somebody acts on exist here.
+/// The events of a player that the program acts on. There are no types for other libmpv events.
 namespace PlaybackEngineEvents {
 
-/// A stream ended, for a reason and with an error code as libmpv counts them.
+/// A stream ended. The reason and the error code are libmpv's numbers.
 struct EndFile {
-    /// The reason of an end that came without any data: all bits set, a value outside every reason
-    /// that libmpv knows.
+    /// The reason for an end event that carries no data. All bits are set, so that it differs from
+    /// every reason that libmpv defines.
     static constexpr std::uint32_t unknownReason = 0xFFFFFFFFU;
 
     std::uint32_t reason = unknownReason;
@@ -46,8 +46,8 @@ using PlaybackEngineEvent =
                  PlaybackEngineEvents::FileLoaded, PlaybackEngineEvents::PlaybackRestart,
                  PlaybackEngineEvents::Shutdown, PlaybackEngineEvents::QueueOverflow>;
 
-/// The report that `event` stands for, or nothing for the events that nobody acts on. A negative
-/// end-file reason, which libmpv never sends, ends the process.
+/// Converts a libmpv event. Returns nothing for events that the program does not act on. A negative
+/// end-file reason, which libmpv never sends, terminates the process.
 [[nodiscard]] std::optional<PlaybackEngineEvent> playbackEngineEvent(const mpv_event &event);
 
 } // namespace lumvik

@@ -1,20 +1,23 @@
 #pragma once
 
 #include <array>
+#include <string_view>
 
 namespace lumvik {
 
-/// A name and a value, both as libmpv takes them.
+/// The name and the value of a libmpv option or property.
 struct PlayerSetting {
     const char *name;
     const char *value;
 };
 
-/// The options set between the creation and the initialisation of every player instance, in this
-/// order. The player reads no configuration, scripts or profiles of the user's, shows no controls
-/// of its own, takes no keyboard input, plays no audio, fetches RTSP over TCP, keeps no cache and
-/// probes streams as briefly as possible, so that a live picture appears fast. "keep-open" keeps
-/// the last frame after a stream ends, and "panscan" fills the view.
+/// The options set between the creation and the initialisation of every player, in this order.
+///
+/// The player ignores the user's mpv configuration, scripts and profiles. It shows no controls of
+/// its own, takes no keyboard input and plays no audio. It receives RTSP over TCP, without a cache,
+/// and probes streams as briefly as possible (for 0.2 seconds at most), so that a live picture
+/// appears quickly. "keep-open" keeps the last frame after a stream ends, and "panscan" makes the
+/// picture fill the view.
 inline constexpr std::array playerOptions{
     PlayerSetting{"config", "no"},
     PlayerSetting{"load-scripts", "no"},
@@ -37,25 +40,34 @@ inline constexpr std::array playerOptions{
     PlayerSetting{"demuxer-lavf-analyzeduration", "0.2"},
 };
 
-/// The properties set right after the initialisation of every player instance, so that the picture
-/// is shown as soon as it arrives and stays so (the figures are in benchmarks/README.md).
+/// Returns the value that `playerOptions` sets for the option `name`.
+consteval const char *playerOption(std::string_view name) {
+    for (const PlayerSetting &option : playerOptions) {
+        if (option.name == name)
+            return option.value;
+    }
+    throw "No such player option."; // turns a misspelt name into a compile-time error
+}
+
+/// The properties set right after the initialisation of every player. They keep the latency of the
+/// picture low (see benchmarks/README.md for measurements).
 inline constexpr std::array livePlaybackProperties{
-    // Even without a cache the engine would stop to fill its buffer at the start, and what is once
-    // late stays late: without sound nothing pulls the picture back.
+    // Even without a cache, the engine would pause at the start to fill its buffer. The delay would
+    // never be made up, because there is no audio for the picture to follow.
     PlayerSetting{"cache-pause", "no"},
-    // Each decoding thread holds back a frame: sixteen cores would cost 0.6 s.
+    // Each decoding thread holds back one frame. With sixteen cores this would add 0.6 seconds.
     PlayerSetting{"vd-lavc-threads", "1"},
-    // Frames are shown when they arrive, not when their time stamps say; after a standstill of the
-    // network this is what lets the picture catch up.
+    // Frames are shown as they arrive, regardless of their time stamps. This lets the picture catch
+    // up after the network has stalled.
     PlayerSetting{"untimed", "yes"},
-    // Leaves out the frame that the output otherwise holds back to judge the display's timing.
+    // By default the video output holds back one frame to measure the timing of the screen.
     PlayerSetting{"video-latency-hacks", "yes"},
-    // "keep-open" would turn the end of a stream into a pause that outlives the reload: the next
-    // stream would freeze after its first frames.
+    // By default "keep-open" pauses the player at the end of a stream. The pause would survive a
+    // reload, and the next stream would freeze after its first frames.
     PlayerSetting{"keep-open-pause", "no"},
-    // The plain ways to scale, which are 0.35's defaults. Those of newer engines look weights up in
-    // tables: that costs more without a graphics card, and the software OpenGL of Debian 13 (Mesa
-    // 25.0) often reads rubbish out of such tables, so that the picture stays black.
+    // The simple scalers, which are the defaults of mpv 0.35. The defaults of newer versions look
+    // up weights in tables. This is slower without a graphics card, and the software OpenGL of
+    // Debian 13 (Mesa 25.0) often reads garbage from such tables, so that the picture stays black.
     PlayerSetting{"scale", "bilinear"},
     PlayerSetting{"dscale", "bilinear"},
     PlayerSetting{"dither-depth", "no"},

@@ -9,8 +9,8 @@
 
 namespace lumvik {
 
-/// The player's property `name` as text; empty when it has none now. Asking waits until the engine
-/// can answer, which is a moment.
+/// Returns the player's property `name` as text, or an empty text when it has no value. Blocks
+/// briefly, until the engine can reply. This also applies to the other functions in this file.
 [[nodiscard]] inline std::string textProperty(mpv_handle *player, const char *name) {
     struct Free {
         void operator()(char *text) const { mpv_free(text); }
@@ -21,7 +21,7 @@ namespace lumvik {
     return std::unique_ptr<char, Free>(text).get();
 }
 
-/// The same as a number; nothing when it is none now.
+/// Returns the player's property `name` as an integer, or nothing when it has no such value.
 [[nodiscard]] inline std::optional<std::int64_t> integerProperty(mpv_handle *player,
                                                                  const char *name) {
     std::int64_t value = 0;
@@ -30,7 +30,7 @@ namespace lumvik {
     return value;
 }
 
-/// Whether the property is set; no where it has no value now.
+/// Whether the player's flag property `name` is set. Returns false when it has no value.
 [[nodiscard]] inline bool flagProperty(mpv_handle *player, const char *name) {
     int value = 0;
     return mpv_get_property(player, name, MPV_FORMAT_FLAG, &value) >= 0 && value != 0;

@@ -11,10 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Longer than any instance needs whose stream is open or refused, and short enough for a window
-/// to stand still.
-constexpr auto patience = 200ms;
-
 bool waitUntil(const std::future<void> &destroyed, std::chrono::steady_clock::time_point end) {
     return destroyed.wait_until(end) == std::future_status::ready;
 }
@@ -27,7 +23,7 @@ PlayerTeardown::~PlayerTeardown() {
 }
 
 void PlayerTeardown::destroy(mpv_handle *player) {
-    (void)finish(0ms); // forgets those that have gone meanwhile
+    (void)finish(0ms); // removes the players that have been destroyed in the meantime
     std::promise<void> promise;
     Pending pending{.thread = {}, .destroyed = promise.get_future()};
     try {
@@ -36,27 +32,27 @@ void PlayerTeardown::destroy(mpv_handle *player) {
             promise.set_value();
         });
     } catch (const std::system_error &) {
-        // No thread is to be had, so that the main thread has to wait after all.
+        // No thread can be created, so the main thread has to wait.
         mpv_terminate_destroy(player);
         return;
     }
-    if (waitUntil(pending.destroyed, std::chrono::steady_clock::now() + patience)) {
+    if (waitUntil(pending.destroyed, std::chrono::steady_clock::now() + longestWait)) {
         pending.thread.join();
         return;
     }
     m_pending.push_back(std::move(pending));
     LumvikLog::playback().info(
-        QStringLiteral("The video engine takes long to stop; going on without waiting for it "
-                       "(%1 in all).")
+        QStringLiteral("The video engine is slow to stop; continuing without waiting for it "
+                       "(%1 still stopping).")
             .arg(m_pending.size()));
 }
 
-bool PlayerTeardown::finish(std::chrono::milliseconds deadline) {
-    const auto end = std::chrono::steady_clock::now() + deadline;
+bool PlayerTeardown::finish(std::chrono::milliseconds timeLimit) {
+    const auto end = std::chrono::steady_clock::now() + timeLimit;
     std::erase_if(m_pending, [end](Pending &player) {
         if (!waitUntil(player.destroyed, end))
             return false;
-        // Joined, because what the thread leaves behind in libraries is cleared up as it ends.
+        // Libraries release their thread-local data when the thread ends, so wait for that as well.
         player.thread.join();
         return true;
     });

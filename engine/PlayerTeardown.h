@@ -9,36 +9,40 @@
 
 namespace lumvik {
 
-/// Destroys player instances, without letting the main thread wait for one that takes long.
+/// Destroys players without blocking the main thread for long.
 ///
-/// Destroying an instance waits for the stream that it is opening. That is a matter of
-/// milliseconds, except while it asks a name server that does not answer: nothing can break that
-/// off, and it can take half a minute. Such an instance has no connection to the camera yet, so
-/// that the next one may start beside it. Main thread only.
+/// Destroying a player waits for the stream that it is opening. This takes milliseconds, except
+/// during a look-up by a name server that does not reply: such a look-up cannot be cancelled and
+/// may take half a minute. The player has no connection to the camera at that point, so the next
+/// player can start alongside it. Use this class on the main thread only.
 class PlayerTeardown {
   public:
+    /// How long `destroy` blocks the main thread at most. Longer than a player needs whose stream
+    /// is open or was refused, and short enough for the window not to appear frozen.
+    static constexpr std::chrono::milliseconds longestWait{200};
+
     PlayerTeardown() = default;
     PlayerTeardown(const PlayerTeardown &) = delete;
     PlayerTeardown &operator=(const PlayerTeardown &) = delete;
-    /// Leaves instances that still take long to themselves.
+    /// Does not wait for players whose destruction is still in progress.
     ~PlayerTeardown();
 
-    /// Destroys `player`, whose render context and other clients are gone. Returns once it is
-    /// destroyed, or after a fifth of a second, in which case the rest happens on a thread of its
-    /// own.
+    /// Destroys `player`, whose render context and other clients must already be destroyed. Returns
+    /// when the player is destroyed, or after `longestWait`; in that case the destruction continues
+    /// on a separate thread.
     void destroy(mpv_handle *player);
 
-    /// Waits until every instance given to `destroy` is gone, for at most `deadline` in all, and
-    /// answers whether they are. While one is not, the process must not end by returning from main,
-    /// which would take the engine's ground away under it.
-    [[nodiscard]] bool finish(std::chrono::milliseconds deadline);
+    /// Waits until every player passed to `destroy` is destroyed, for at most `timeLimit` in total.
+    /// Returns whether all are destroyed. As long as one is not, the process must not exit by
+    /// returning from main, which would destroy static objects that the engine still uses.
+    [[nodiscard]] bool finish(std::chrono::milliseconds timeLimit);
 
   private:
     struct Pending {
         std::thread thread;
         std::future<void> destroyed;
     };
-    std::vector<Pending> m_pending; // the instances that take long
+    std::vector<Pending> m_pending; // the players whose destruction exceeded `longestWait`
 };
 
 } // namespace lumvik

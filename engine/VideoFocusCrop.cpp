@@ -1,5 +1,6 @@
 #include "engine/VideoFocusCrop.h"
 
+#include "engine/PlayerOptions.h"
 #include "engine/PlayerProperties.h"
 
 #include <string_view>
@@ -8,7 +9,7 @@ namespace lumvik {
 
 namespace {
 
-constexpr const char *anyDecoder = "auto-safe"; // as the player was started with
+constexpr const char *defaultDecoder = playerOption("hwdec");
 constexpr const char *copyingDecoder = "auto-copy-safe";
 
 std::string cropFilter(const VideoFocusCrop &crop) {
@@ -22,8 +23,8 @@ bool keepsFramesOnCard(std::string_view decoder) {
     return !decoder.empty() && decoder != "no" && !decoder.ends_with(copying);
 }
 
-/// Gives the engine's own crop a value; false where it has none.
-bool setOwnCrop(mpv_handle *player, const std::string &value) {
+/// Sets the engine's "video-crop" property. Returns false if this version of the engine lacks it.
+bool setCropProperty(mpv_handle *player, const std::string &value) {
     return mpv_set_property_string(player, "video-crop", value.c_str()) !=
            MPV_ERROR_PROPERTY_NOT_FOUND;
 }
@@ -36,7 +37,7 @@ std::string videoCropText(const VideoFocusCrop &crop) {
 }
 
 void setVideoCrop(mpv_handle *player, const VideoFocusCrop &crop) {
-    if (setOwnCrop(player, videoCropText(crop)))
+    if (setCropProperty(player, videoCropText(crop)))
         return;
     if (keepsFramesOnCard(textProperty(player, "hwdec-current")))
         mpv_set_property_string(player, "hwdec", copyingDecoder);
@@ -44,16 +45,16 @@ void setVideoCrop(mpv_handle *player, const VideoFocusCrop &crop) {
 }
 
 void hideVideoCrop(mpv_handle *player) {
-    if (!setOwnCrop(player, {}))
+    if (!setCropProperty(player, {}))
         mpv_set_property_string(player, "vf", "");
 }
 
 void removeVideoCrop(mpv_handle *player) {
-    if (setOwnCrop(player, {}))
+    if (setCropProperty(player, {}))
         return;
     mpv_set_property_string(player, "vf", "");
     if (textProperty(player, "hwdec") == copyingDecoder)
-        mpv_set_property_string(player, "hwdec", anyDecoder);
+        mpv_set_property_string(player, "hwdec", defaultDecoder);
 }
 
 } // namespace lumvik

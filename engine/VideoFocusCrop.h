@@ -9,32 +9,33 @@
 
 namespace lumvik {
 
-/// An area of the decoded picture, in source pixels from its top left corner before any rotation.
+/// An area of the decoded picture, in source pixels from the picture's top left corner before any
+/// rotation.
 struct VideoFocusCrop {
     std::int64_t x = 0;
     std::int64_t y = 0;
     std::int64_t width = 0;  ///< At least 2.
     std::int64_t height = 0; ///< At least 2.
-    QSizeF sourceSize;       ///< The source's width and height when the area was chosen.
+    QSizeF sourceSize;       ///< The size of the source when the area was chosen.
 
     friend bool operator==(const VideoFocusCrop &, const VideoFocusCrop &) = default;
 };
 
-/// The crop as the engine's "video-crop" takes it: "640x360+120+80".
+/// Returns the value of libmpv's "video-crop" property for `crop`, for example "640x360+120+80".
 [[nodiscard]] std::string videoCropText(const VideoFocusCrop &crop);
 
-/// Makes `player` show only `crop` of its picture. Main thread only, like the two below.
+/// Makes `player` show only the area `crop` of its picture. Main thread only.
 ///
-/// An engine without "video-crop" (0.35) gets a filter that cuts out the same pixels instead. Such
-/// a filter cannot reach into frames that stay on the graphics card, so a decoder that leaves them
-/// there gives way to one that copies them back, until `removeVideoCrop`.
+/// mpv 0.35 has no "video-crop" property. There, a filter cuts out the same pixels. The filter has
+/// no access to frames that stay on the graphics card. A decoder that leaves them there is
+/// therefore replaced by one that copies them back, until `removeVideoCrop` is called.
 void setVideoCrop(mpv_handle *player, const VideoFocusCrop &crop);
 
-/// Shows the whole picture for a while. The decoder stays as it is, since changing it costs the
-/// picture until the next key frame.
+/// Makes `player` show the whole picture temporarily. Keeps the decoder, because changing it would
+/// interrupt the picture until the next key frame. Main thread only.
 void hideVideoCrop(mpv_handle *player);
 
-/// Shows the whole picture for good.
+/// Makes `player` show the whole picture again and restores the decoder. Main thread only.
 void removeVideoCrop(mpv_handle *player);
 
 } // namespace lumvik

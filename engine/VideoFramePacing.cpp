@@ -5,21 +5,21 @@
 namespace lumvik {
 
 VideoFramePacing::Verdict VideoFramePacing::frameAnnounced(TimeStamp now) {
-    // Frames pile up while the first one of all is prepared, too.
-    const double sinceShown = m_lastShown ? now - *m_lastShown : standstill;
-    if (sinceShown >= standstill) {
-        m_catchUpEnd = now + std::clamp(sinceShown, 1.0, longestCatchUp);
-        m_pauses = 0;
+    // A backlog also builds up while the very first frame is being prepared.
+    const double sinceShown = m_lastShown ? now - *m_lastShown : shortestStall;
+    if (sinceShown >= shortestStall) {
+        m_catchUpEnd = now + std::clamp(sinceShown, shortestCatchUp, longestCatchUp);
+        m_consecutivePauses = 0;
         return Verdict::draw;
     }
     if (now >= m_catchUpEnd)
         return Verdict::draw;
-    if (sinceShown >= pause) {
-        if (++m_pauses >= pausesUntilCaughtUp)
+    if (sinceShown >= shortestPause) {
+        if (++m_consecutivePauses >= pausesUntilCaughtUp)
             m_catchUpEnd = now;
         return Verdict::draw;
     }
-    m_pauses = 0;
+    m_consecutivePauses = 0;
     return now - m_lastDrawn >= drawingInterval ? Verdict::draw : Verdict::skip;
 }
 

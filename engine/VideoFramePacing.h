@@ -7,44 +7,48 @@
 
 namespace lumvik {
 
-/// Decides which of the frames that the engine announces are worth drawing.
+/// Decides which of the frames that the engine announces should be drawn.
 ///
-/// In the ordinary course all are. After a standstill (of the network, of this program, of the
-/// machine) the engine holds a backlog of frames and announces each as soon as the one before was
-/// shown. Drawing takes far longer than decoding, so that a viewer that draws them all stays late
-/// for many times the standstill. While it catches up, frames that come without a pause are taken
-/// and dropped, except for one now and then, which lets the user see the picture run. It catches up
-/// for at most as long as the standstill lasted, in which a camera of any rate can be caught up
-/// with, and ends earlier once frames come with pauses again.
+/// Normally every frame is drawn. After a stall of the network, the program or the machine, the
+/// engine holds a backlog of frames and announces each as soon as the previous one was shown.
+/// Drawing takes far longer than decoding. If every frame were drawn, the picture would stay late
+/// for many times the duration of the stall.
 ///
-/// A plain value with times in seconds on any one clock.
+/// While catching up, frames that follow each other without a pause are dropped. One frame every
+/// `drawingInterval` is still drawn, so that the user sees the picture move. Catching up lasts at
+/// most as long as the stall did, which is enough for cameras of any frame rate. It ends earlier
+/// once frames arrive with pauses again.
+///
+/// This is a plain value type. All times are in seconds, on any one clock.
 class VideoFramePacing {
   public:
     enum class Verdict { draw, skip };
 
-    /// From this pause on frames are expected to have piled up.
-    static constexpr double standstill = 0.3;
-    /// A frame that comes sooner than this after the last one was shown had been waiting.
-    static constexpr double pause = 0.008;
-    /// How often a frame is drawn while catching up.
+    /// After this many seconds without a frame, a backlog is assumed.
+    static constexpr double shortestStall = 0.3;
+    /// A frame announced less than this many seconds after the previous one was shown comes from
+    /// the backlog. Live frames arrive further apart.
+    static constexpr double shortestPause = 0.008;
+    /// The interval in seconds at which frames are drawn while catching up.
     static constexpr double drawingInterval = 0.05;
-    /// The longest time of catching up, however long the standstill was.
+    /// The shortest and the longest time of catching up in seconds, however long the stall was.
+    static constexpr double shortestCatchUp = 1.0;
     static constexpr double longestCatchUp = 5.0;
-    /// This many frames with pauses before them end the catching up.
+    /// The number of consecutive frames with pauses before them that ends the catching up.
     static constexpr int pausesUntilCaughtUp = 3;
 
-    /// What to do with a new frame that is announced at `now`.
+    /// Returns what to do with a new frame that is announced at `now`.
     [[nodiscard]] Verdict frameAnnounced(TimeStamp now);
-    /// The frame was shown, or taken and dropped, at `now`.
+    /// Call when a frame was shown or dropped.
     void frameWasShown(TimeStamp now) { m_lastShown = now; }
-    /// A drawing was finished at `now`.
+    /// Call when drawing a frame has finished.
     void frameWasDrawn(TimeStamp now) { m_lastDrawn = now; }
 
   private:
     std::optional<TimeStamp> m_lastShown;
     TimeStamp m_lastDrawn = -std::numeric_limits<TimeStamp>::infinity();
     TimeStamp m_catchUpEnd = -std::numeric_limits<TimeStamp>::infinity();
-    int m_pauses = 0;
+    int m_consecutivePauses = 0;
 };
 
 } // namespace lumvik

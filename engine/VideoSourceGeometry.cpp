@@ -14,14 +14,11 @@ std::optional<VideoSourceGeometry> videoSourceGeometry(std::int64_t width, std::
 
 std::optional<double> aspectRatioToApply(const VideoSourceGeometry &geometry,
                                          std::optional<double> applied) {
-    constexpr double narrowest = 0.25;
-    constexpr double widest = 4.0;
-    constexpr double noticeable = 0.001;
     const double ratio = static_cast<double>(geometry.displayedWidth()) /
                          static_cast<double>(geometry.displayedHeight());
-    if (!std::isfinite(ratio) || ratio < narrowest || ratio > widest)
+    if (!std::isfinite(ratio) || ratio < narrowestAspectRatio || ratio > widestAspectRatio)
         return std::nullopt;
-    if (applied && std::abs(*applied - ratio) < noticeable)
+    if (applied && std::abs(*applied - ratio) < noticeableAspectRatioChange)
         return std::nullopt;
     return ratio;
 }

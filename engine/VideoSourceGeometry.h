@@ -5,8 +5,8 @@
 
 namespace lumvik {
 
-/// The decoded video as the player reports it: width and height in pixels before rotation, and the
-/// rotation in degrees that the player applies, from 0 to 359.
+/// The geometry of the decoded video as the player reports it: width and height in pixels before
+/// rotation, and the rotation that the player applies, in degrees from 0 to 359.
 struct VideoSourceGeometry {
     std::int64_t width = 0;
     std::int64_t height = 0;
@@ -20,14 +20,23 @@ struct VideoSourceGeometry {
     friend bool operator==(const VideoSourceGeometry &, const VideoSourceGeometry &) = default;
 };
 
-/// The geometry for the player's three numbers; nothing unless width and height are at least 1. A
-/// rotation outside 0 to 359 is brought into it.
+/// Returns the geometry for the three numbers that the player reports, or nothing if the width or
+/// the height is less than 1. The rotation is normalised to the range from 0 to 359.
 [[nodiscard]] std::optional<VideoSourceGeometry>
 videoSourceGeometry(std::int64_t width, std::int64_t height, std::int64_t rotation);
 
-/// The ratio of displayed width to height that the window should take, or nothing when it should
-/// stay as it is: the ratio is outside 0.25 to 4 (a window of that shape is of no use), or differs
-/// from the one `applied` before by less than 0.001.
+/// The narrowest and the widest ratio of width to height that a window adopts from its video. A
+/// window outside this range would be a useless strip.
+inline constexpr double narrowestAspectRatio = 0.25;
+inline constexpr double widestAspectRatio = 4.0;
+
+/// The smallest change of the ratio that is worth reshaping the window for. At 1000 points of width
+/// or height it amounts to about one point.
+inline constexpr double noticeableAspectRatioChange = 0.001;
+
+/// Returns the ratio of displayed width to height that the window should adopt, or nothing if the
+/// window should keep its shape. The window keeps it if the ratio lies outside the range of usable
+/// ratios, or hardly differs from the ratio `applied` before.
 [[nodiscard]] std::optional<double> aspectRatioToApply(const VideoSourceGeometry &geometry,
                                                        std::optional<double> applied);
 

@@ -11,17 +11,17 @@ namespace lumvik {
 
 namespace {
 
-/// Up to this length a secret is withheld only where it stands alone: replacing every "1" in a log
-/// because somebody's password is "1" would make the log unreadable and give the password away.
+/// A secret of at most this length is withheld only where it is a word of its own. Replacing every
+/// "1" in a log because a password is "1" would make the log unreadable and reveal the password.
 constexpr qsizetype shortSecretLength = 3;
 
-/// A text with its escapes undone, and for each byte where it began in the original.
+/// A text with its escapes undone, and the position in the original text of each of its bytes.
 struct View {
     QByteArray bytes;
-    QList<qsizetype> from; // one more than bytes: the last is the original's length
+    QList<qsizetype> from; // one element more than bytes; the last is the original's length
 };
 
-/// What is to be withheld: [begin, end) of the original, whose first `kept` bytes stay.
+/// A part of the original text to withhold: [begin, end). Its first `kept` bytes stay.
 struct Range {
     qsizetype begin;
     qsizetype end;
@@ -29,7 +29,7 @@ struct Range {
     bool isAddress = false;
 };
 
-/// A pattern that is never destroyed: libraries may log until the very end of the process.
+/// Creates a pattern that is never destroyed, because libraries may log until the process ends.
 const QRegularExpression *lasting(const QString &pattern,
                                   QRegularExpression::PatternOptions options = {}) {
     return new QRegularExpression(pattern, options);
@@ -53,7 +53,8 @@ int hexNumber(const QByteArray &bytes, qsizetype at, int digits) {
     return number;
 }
 
-/// One escape at `at`: how long it is (0 when there is none) and what it stands for.
+/// Returns the length of the escape at `at`, or 0 if there is none, and the text that it stands
+/// for.
 std::pair<qsizetype, QByteArray> escapeAt(const QByteArray &bytes, qsizetype at) {
     if (bytes.at(at) == '%') {
         const int code = hexNumber(bytes, at + 1, 2);
@@ -122,15 +123,16 @@ void findSecrets(const QByteArrayList &secrets, const View &view, std::vector<Ra
 }
 
 void findForms(const View &view, std::vector<Range> &found) {
-    // An address ends at white space or at a quoting character, unless an "@" still follows before
-    // the next white space: then the quoting character belongs to the password.
+    // An address ends at white space or at a quoting character, unless an "@" follows before the
+    // next white space: then the quoting character belongs to the password.
     static const QRegularExpression &address = *lasting(QStringLiteral(
         R"(([A-Za-z][A-Za-z0-9+.-]{0,30}):[/\\]{2}(?:\\.|[^\s'"<>\\])+(?:['"<>][^\s@]*@(?:\\.|[^\s'"<>\\])*)*)"));
     static const QRegularExpression &header = *lasting(
         QStringLiteral(
             R"((authorization\s*[:=]?\s*)[^\r\n]+|(\b(?:cnonce|response)\s*=\s*"?)[0-9A-Za-z+/=]{8,})"),
         QRegularExpression::CaseInsensitiveOption);
-    // Byte by byte, so that positions are the view's and no text is too broken to be searched.
+    // Latin-1 maps each byte to one character. Positions therefore match those of the view, and
+    // even malformed UTF-8 can be searched.
     const QString text = QString::fromLatin1(view.bytes);
     for (auto matches = address.globalMatch(text); matches.hasNext();) {
         const auto match = matches.next();
@@ -145,10 +147,12 @@ void findForms(const View &view, std::vector<Range> &found) {
     }
 }
 
-/// Everything in one address that must not be seen.
-class SecretsOf {
+/// Collects everything in one address that must not be visible.
+class SecretCollector {
   public:
-    explicit SecretsOf(const QByteArray &address) : m_address(address), m_start(startOf(address)) {}
+    explicit SecretCollector(const QByteArray &address)
+        : m_address(address)
+        , m_start(startOf(address)) {}
 
     QByteArrayList all() {
         if (m_address.contains('@') || m_address.contains('=') || m_address.contains('?')) {
@@ -164,7 +168,8 @@ class SecretsOf {
     }
 
   private:
-    /// Behind "scheme://", also where it is mistyped; 0 without one.
+    /// Returns the position after "scheme://", including mistyped forms of it, or 0 if there is no
+    /// scheme.
     static qsizetype startOf(const QByteArray &address) {
         static const QRegularExpression &scheme =
             *lasting(QStringLiteral(R"(^(?:[A-Za-z0-9+.-]*(?::[/\\]+|[/\\]{2,}))+)"));
@@ -173,7 +178,8 @@ class SecretsOf {
 
     void addUserInfo(const QByteArray &userInfo) {
         const qsizetype colon = userInfo.indexOf(':');
-        const QByteArray password = userInfo.sliced(colon + 1); // all of it without a user's name
+        const QByteArray password =
+            userInfo.sliced(colon + 1); // everything if there is no user name
         add(password);
         addHostsIn(password);
         if (colon < 0)
@@ -184,7 +190,7 @@ class SecretsOf {
         }
     }
 
-    /// "p@ss/word": the engine takes "ss" for the host and says that it cannot be found.
+    /// In "p@ss/word" the engine takes "ss" for the host and reports that it cannot be found.
     void addHostsIn(const QByteArray &password) {
         for (qsizetype at = password.indexOf('@'); at >= 0; at = password.indexOf('@', at + 1)) {
             qsizetype end = at + 1;
@@ -224,8 +230,8 @@ class SecretsOf {
 
     void add(const QByteArray &secret) {
         if (!std::any_of(secret.begin(), secret.end(), isWordByte))
-            return; // "@" alone is everywhere.
-        // The engine reports line by line, and drops blanks at either end.
+            return; // A bare "@" would match everywhere.
+        // The engine reports line by line and strips white space at both ends.
         m_found.append(secret);
         QByteArray lines = secret;
         for (const QByteArray &line : lines.replace('\r', '\n').split('\n'))
@@ -237,8 +243,8 @@ class SecretsOf {
     QByteArrayList m_found;
 };
 
-/// `original` with every range replaced, ranges that overlap together. Replacing them one after the
-/// other would let one net destroy what the next one looks for.
+/// Returns `original` with every range replaced and overlapping ranges merged. Replacing one range
+/// after another would let the first search destroy what the second looks for.
 QByteArray withheld(const QByteArray &original, std::vector<Range> found) {
     std::sort(found.begin(), found.end(), [](const Range &a, const Range &b) {
         return a.begin != b.begin ? a.begin < b.begin : a.kept > b.kept;
@@ -250,7 +256,7 @@ QByteArray withheld(const QByteArray &original, std::vector<Range> found) {
         qsizetype end = range.end;
         bool keptIsClean = true;
         while (n < found.size() && found[n].begin < end) {
-            // A password that is "rtsp" or "author" must not stay in what is kept.
+            // A password such as "rtsp" or "author" must not remain visible in the kept prefix.
             const qsizetype keptEnd = range.begin + range.kept;
             if (found[n].kept == 0 && found[n].begin < keptEnd &&
                 (found[n].begin > range.begin || found[n].end <= keptEnd))
@@ -270,7 +276,7 @@ QByteArray withheld(const QByteArray &original, std::vector<Range> found) {
 
 void AddressRedaction::protect(const QStringList &addresses) {
     for (const QString &address : addresses) {
-        QByteArrayList secrets = SecretsOf(address.toUtf8()).all();
+        QByteArrayList secrets = SecretCollector(address.toUtf8()).all();
         for (const QByteArray &secret : QByteArrayList(secrets)) {
             secrets.append(decodedOnce(secret));
             secrets.append(decodedOnce(secrets.last()));
@@ -286,7 +292,8 @@ QString AddressRedaction::redact(const QString &text) const {
     const QByteArray original = text.toUtf8();
     std::vector<Range> found;
     View view = viewOf(original);
-    // Twice: an address that was escaped already is escaped again in a command's dump.
+    // Two levels of escapes are undone, because an escaped address is escaped again when a command
+    // is dumped.
     for (int level = 0; level <= 2; ++level) {
         findForms(view, found);
         findSecrets(m_secrets, view, found);

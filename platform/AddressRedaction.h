@@ -6,34 +6,34 @@
 
 namespace lumvik {
 
-/// Removes camera addresses, and the passwords that they carry, from texts.
+/// Removes camera addresses, and the passwords that they contain, from texts.
 ///
-/// Two nets, because the engine rewrites addresses in ways of its own:
-///  - by form: everything that looks like "scheme://…", every Authorization header and every digest
-///  response
-///    goes, known or not;
-///  - by value: of the addresses named with `protect`, the whole address, its passwords wherever
-///  they stand
-///    (before the host, in the query, in the path), and the pieces of them that the engine takes
-///    for a host are looked for, also in the Base64 of HTTP basic authentication.
-/// Both search the text as it stands and with percent- and backslash-escapes undone once and twice,
-/// so that it does not matter who encoded what.
+/// Two searches run side by side, because the engine rewrites addresses in its own ways:
+/// - By form: everything that looks like "scheme://…", every Authorization header and every digest
+///   response is removed, whether or not the address is known.
+/// - By value: for each address passed to `protect`, the search covers the whole address, its
+///   passwords wherever they are (before the host, in the query, in the path), and those parts of a
+///   password that the engine mistakes for a host. It also covers the Base64 form used by HTTP
+///   basic authentication.
 ///
-/// A plain value; not synchronised. LumvikLog owns the one that the program uses. `redact` takes
-/// time in proportion to the text and to the number of addresses, about 0.1 ms for a line and 200
-/// addresses.
+/// Both searches examine the text as given and with percent- and backslash-escapes undone once and
+/// twice, so it does not matter which program encoded what.
+///
+/// A plain value without synchronisation. LumvikLog owns the instance that the program uses.
+/// `redact` takes time in proportion to the length of the text and the number of addresses: about
+/// 0.1 ms for one line and 200 addresses.
 class AddressRedaction {
   public:
-    /// Adds the secrets of each address, also of those that are mistyped; addresses named earlier
-    /// stay protected. Texts without credentials add nothing.
+    /// Adds the secrets of each address, including mistyped addresses. Earlier addresses stay
+    /// protected. Texts without credentials add nothing.
     void protect(const QStringList &addresses);
 
-    /// `text` with each address replaced by "scheme://[address withheld]" and each secret by
-    /// "[withheld]".
+    /// Returns `text` with each address replaced by "scheme://[address withheld]" and each secret
+    /// by "[withheld]".
     [[nodiscard]] QString redact(const QString &text) const;
 
   private:
-    QByteArrayList m_secrets; // UTF-8, sorted, each once
+    QByteArrayList m_secrets; // UTF-8, sorted, without duplicates
 };
 
 } // namespace lumvik

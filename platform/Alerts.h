@@ -7,15 +7,15 @@
 
 namespace lumvik {
 
-/// A message that the user has to answer. It is shown as it stands: whoever puts a camera's name or
-/// an engine's words into it sees to it that they show no address (LumvikLog::redacted).
+/// A message that the user must answer. It is shown unchanged: code that inserts a camera's name or
+/// a message from the engine must first remove addresses from it (LumvikLog::redacted).
 struct Alert {
     enum class Style { warning, informational };
 
     Style style = Style::warning;
-    QString messageText;     // the short text in bold
-    QString informativeText; // what it means, under it
-    QStringList buttons;     // the first one is the default and carries the house colour
+    QString messageText;     // a short text, in bold
+    QString informativeText; // the explanation below it
+    QStringList buttons;     // the first is the default and has the accent colour
 };
 
 /// Shows alerts. Main thread only.
@@ -26,15 +26,16 @@ class Alerts {
     Alerts &operator=(const Alerts &) = delete;
     virtual ~Alerts() = default;
 
-    /// Shows `alert` above every window of the program and returns, once it has been answered, the
-    /// index of the button (the last one when it was dismissed). Timers and deferred work go on
-    /// meanwhile.
+    /// Shows `alert` above all of the program's windows, waits for the answer and returns the index
+    /// of the chosen button. Dismissing the alert counts as choosing the last button. Timers and
+    /// deferred work continue meanwhile.
     virtual int runModal(const Alert &alert) = 0;
 
-    /// Shows `alert` as a sheet on the window in use: that window waits for the answer, all else
-    /// goes on. `answered` gets it, as above, once and in a later turn; never when the program ends
-    /// before. Without any window to belong to, the alert is run as above and `answered` called
-    /// before this returns.
+    /// Shows `alert` as a sheet on the window in use. That window is blocked until the user
+    /// answers; everything else continues. `answered` receives the button's index as in `runModal`,
+    /// once and in a later turn of the event loop. It is not called if the program ends first.
+    /// Without a window to attach to, the alert runs as in `runModal`, and `answered` is called
+    /// before this function returns.
     virtual void present(const Alert &alert, std::function<void(int)> answered) = 0;
 };
 

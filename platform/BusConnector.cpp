@@ -1,6 +1,7 @@
 #include "platform/BusConnector.h"
 
 #include "platform/BusProbe.h"
+#include "platform/FileDescriptor.h"
 #include "platform/SerialQueue.h"
 
 #include <QObject>
@@ -23,31 +24,29 @@ QString unusedConnectionName() {
 
 } // namespace
 
-/// A descriptor that becomes readable when nobody wants the bus any more. It is shared with what is
-/// on its way to the main thread, which learns from it whether the connector is still there.
+/// Contains a descriptor that becomes readable when the connection is no longer wanted. Calls
+/// queued for the main thread share this object and can therefore tell whether the connector
+/// still exists.
 class BusConnector::Abandonment {
   public:
     Abandonment() : m_descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-    Abandonment(const Abandonment &) = delete;
-    Abandonment &operator=(const Abandonment &) = delete;
-    ~Abandonment() { ::close(m_descriptor); }
 
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
+    [[nodiscard]] int descriptor() const { return m_descriptor.get(); }
 
     // Main thread only.
     [[nodiscard]] bool isDeclared() const { return m_isDeclared; }
-    [[nodiscard]] bool connectorIsGone() const { return m_connectorIsGone; }
-    void connectorGoes() { m_connectorIsGone = true; }
+    [[nodiscard]] bool isConnectorDestroyed() const { return m_isConnectorDestroyed; }
+    void setConnectorDestroyed() { m_isConnectorDestroyed = true; }
     void declare() {
         m_isDeclared = true;
         const std::uint64_t one = 1;
-        [[maybe_unused]] const ssize_t written = ::write(m_descriptor, &one, sizeof one);
+        [[maybe_unused]] const ssize_t written = ::write(m_descriptor.get(), &one, sizeof one);
     }
 
   private:
-    int m_descriptor;
+    const FileDescriptor m_descriptor;
     bool m_isDeclared = false;
-    bool m_connectorIsGone = false;
+    bool m_isConnectorDestroyed = false;
 };
 
 BusConnector::BusConnector(QString busName, QString label)
@@ -58,9 +57,9 @@ BusConnector::BusConnector(QString busName, QString label)
 
 BusConnector::~BusConnector() {
     disconnect();
-    m_abandonment->connectorGoes();
+    m_abandonment->setConnectorDestroyed();
     m_thread.reset();
-    // One that was made after all, and that nobody took.
+    // Closes a connection that was made but never handed over.
     QDBusConnection::disconnectFromBus(m_connectionName);
 }
 
@@ -75,18 +74,18 @@ void BusConnector::connect(QObject &context, const QString &addresses,
 
 void BusConnector::disconnect() {
     m_abandonment->declare();
-    // While the thread is at work, what it makes is ended afterwards.
+    // While the thread is running, `finish` closes the connection instead.
     if (!m_thread)
         QDBusConnection::disconnectFromBus(m_connectionName);
 }
 
 void BusConnector::run(QObject &context, const QString &addresses,
                        std::chrono::milliseconds limit) {
-    const auto tell = [this, &context](std::function<void()> outcome) {
+    const auto notify = [this, &context](std::function<void()> outcome) {
         QMetaObject::invokeMethod(
             &context,
             [this, abandonment = m_abandonment, outcome = std::move(outcome)] {
-                if (!abandonment->connectorIsGone())
+                if (!abandonment->isConnectorDestroyed())
                     finish(outcome);
             },
             Qt::QueuedConnection);
@@ -94,29 +93,29 @@ void BusConnector::run(QObject &context, const QString &addresses,
     const auto address =
         findResponsiveBus(m_busName, addresses, m_abandonment->descriptor(), limit);
     if (!address) {
-        tell([this, reason = address.error().reason] { m_handlers.failed(reason); });
+        notify([this, reason = address.error().reason] { m_handlers.failed(reason); });
         return;
     }
     QDBusConnection bus = QDBusConnection::connectToBus(*address, m_connectionName);
     const QString problem = bus.isConnected()
                                 ? m_handlers.prepare(bus)
-                                : QStringLiteral("the %1 declines the connection").arg(m_busName);
+                                : QStringLiteral("the %1 rejected the connection").arg(m_busName);
     if (problem.isEmpty()) {
-        tell([this, bus] { m_handlers.connected(bus); });
+        notify([this, bus] { m_handlers.connected(bus); });
         return;
     }
-    tell([this, problem] {
+    notify([this, problem] {
         QDBusConnection::disconnectFromBus(m_connectionName);
         m_handlers.failed(problem);
     });
 }
 
-void BusConnector::finish(const std::function<void()> &tell) {
+void BusConnector::finish(const std::function<void()> &notify) {
     m_thread.reset();
     if (m_abandonment->isDeclared())
         QDBusConnection::disconnectFromBus(m_connectionName);
     else
-        tell();
+        notify();
 }
 
 } // namespace lumvik

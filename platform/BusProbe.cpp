@@ -1,5 +1,7 @@
 #include "platform/BusProbe.h"
 
+#include "platform/FileDescriptor.h"
+
 #include <QByteArray>
 #include <QDeadlineTimer>
 #include <QStringList>
@@ -18,14 +20,15 @@ namespace lumvik {
 
 namespace {
 
-enum class Answer { answers, absent, silent };
+enum class BusState { responsive, absent, unresponsive };
 
 struct LocalAddress {
     sockaddr_un address = {};
     socklen_t size = 0;
 };
 
-/// The socket of an address such as "unix:path=/run/bus,guid=0123"; nothing for other transports.
+/// Returns the socket of an address such as "unix:path=/run/bus,guid=0123", or nothing for other
+/// transports.
 std::optional<LocalAddress> localAddress(const QString &busAddress) {
     const QString transport = QStringLiteral("unix:");
     if (!busAddress.startsWith(transport))
@@ -51,7 +54,7 @@ std::optional<LocalAddress> localAddress(const QString &busAddress) {
     return std::nullopt;
 }
 
-/// Answers whether `descriptor` has something to read, or has ended, before the time is up.
+/// Returns whether `descriptor` becomes readable or is closed by the peer before the deadline.
 bool waitToRead(int descriptor, int abandon, const QDeadlineTimer &deadline) {
     pollfd descriptors[] = {{abandon, POLLIN, 0}, {descriptor, POLLIN, 0}};
     int changed = -1;
@@ -61,43 +64,41 @@ bool waitToRead(int descriptor, int abandon, const QDeadlineTimer &deadline) {
     return changed > 0 && descriptors[0].revents == 0;
 }
 
-/// Whether nothing came on `abandon` for a moment.
+/// Waits for a moment. Returns false if `abandon` became readable meanwhile.
 bool pauseBriefly(int abandon) {
     pollfd descriptor = {abandon, POLLIN, 0};
     return ::poll(&descriptor, 1, 20) == 0;
 }
 
-Answer greet(int socket, const LocalAddress &local, int abandon, const QDeadlineTimer &deadline) {
+BusState probe(int socket, const LocalAddress &local, int abandon, const QDeadlineTimer &deadline) {
     const auto *generic = reinterpret_cast<const sockaddr *>(&local.address);
     while (::connect(socket, generic, local.size) != 0) {
-        // The queue of those who want to talk to the bus is full.
+        // The bus's queue of pending connections is full.
         if (errno != EAGAIN && errno != EINTR)
-            return Answer::absent;
+            return BusState::absent;
         if (deadline.hasExpired() || !pauseBriefly(abandon))
-            return Answer::silent;
+            return BusState::unresponsive;
     }
-    // The first step of the bus's own handshake, which anybody may take; the answer is not looked
-    // at, as the library will go through it all again.
-    const QByteArray greeting("\0AUTH\r\n", 7);
-    if (::send(socket, greeting.constData(), static_cast<std::size_t>(greeting.size()),
-               MSG_NOSIGNAL) != greeting.size())
-        return Answer::absent;
+    // This is the first step of the D-Bus handshake, which needs no credentials. The reply is not
+    // examined because the library repeats the handshake from the start.
+    const QByteArray request("\0AUTH\r\n", 7);
+    if (::send(socket, request.constData(), static_cast<std::size_t>(request.size()),
+               MSG_NOSIGNAL) != request.size())
+        return BusState::absent;
     if (!waitToRead(socket, abandon, deadline))
-        return Answer::silent;
+        return BusState::unresponsive;
     char byte = 0;
-    return ::recv(socket, &byte, 1, 0) == 1 ? Answer::answers : Answer::absent;
+    return ::recv(socket, &byte, 1, 0) == 1 ? BusState::responsive : BusState::absent;
 }
 
-Answer greet(const QString &busAddress, int abandon, std::chrono::milliseconds limit) {
+BusState probe(const QString &busAddress, int abandon, std::chrono::milliseconds limit) {
     const std::optional<LocalAddress> local = localAddress(busAddress);
     if (!local)
-        return Answer::answers;
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (socket < 0)
-        return Answer::absent;
-    const Answer answer = greet(socket, *local, abandon, QDeadlineTimer(limit));
-    ::close(socket);
-    return answer;
+        return BusState::responsive;
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket.isOpen())
+        return BusState::absent;
+    return probe(socket.get(), *local, abandon, QDeadlineTimer(limit));
 }
 
 } // namespace
@@ -105,21 +106,21 @@ Answer greet(const QString &busAddress, int abandon, std::chrono::milliseconds l
 tl::expected<QString, BusProblem> findResponsiveBus(const QString &busName,
                                                     const QString &addresses, int abandon,
                                                     std::chrono::milliseconds limit) {
-    bool isSilent = false;
+    bool isUnresponsive = false;
     for (const QString &address : addresses.split(u';', Qt::SkipEmptyParts)) {
-        switch (greet(address, abandon, limit)) {
-        case Answer::answers:
+        switch (probe(address, abandon, limit)) {
+        case BusState::responsive:
             return address;
-        case Answer::silent:
-            isSilent = true;
+        case BusState::unresponsive:
+            isUnresponsive = true;
             break;
-        case Answer::absent:
+        case BusState::absent:
             break;
         }
     }
-    const QString reason =
-        isSilent ? QStringLiteral("the %1 does not answer") : QStringLiteral("there is no %1");
-    return tl::unexpected(BusProblem{isSilent, reason.arg(busName)});
+    const QString reason = isUnresponsive ? QStringLiteral("the %1 does not answer")
+                                          : QStringLiteral("there is no %1");
+    return tl::unexpected(BusProblem{isUnresponsive, reason.arg(busName)});
 }
 
 } // namespace lumvik

@@ -9,20 +9,21 @@ namespace lumvik {
 
 /// Why a message bus cannot be used.
 struct BusProblem {
-    bool isSilent = false; ///< It accepts connections and then says nothing.
-    QString reason;        ///< In plain words: "there is no system bus".
+    bool isUnresponsive = false; ///< It accepts connections but never replies.
+    QString reason;              ///< In plain words, such as "there is no system bus".
 };
 
-/// Finds the first of the message buses in `addresses` (as in DBUS_SYSTEM_BUS_ADDRESS: one or more,
-/// separated by semicolons) that answers a greeting, and answers its address or why there is none.
-/// Reasons call the bus by `busName` ("system bus").
+/// Finds the first responsive message bus in `addresses` (as in DBUS_SYSTEM_BUS_ADDRESS: one or
+/// more, separated by semicolons). Returns its address, or the reason why there is none. `busName`
+/// is the name of the bus in the reason, for example "system bus".
 ///
-/// The bus library waits for a bus that accepts connections and then says nothing, and with it
-/// every other use of message buses in the process waits. So it is only let near one that talks.
-/// Buses on other transports than local sockets are not greeted but taken to answer.
+/// The D-Bus library blocks on a bus that accepts connections but never replies, and every other
+/// use of message buses in the process then blocks too. The library must therefore be given only
+/// the address of a responsive bus. Buses on transports other than local sockets are not probed and
+/// count as responsive.
 ///
-/// Blocks for at most `limit` for each address; ends at once when `abandon`, a descriptor, becomes
-/// readable; -1 when nobody can want that.
+/// The function blocks for at most `limit` per address. It returns at once when the descriptor
+/// `abandon` becomes readable; pass -1 if the probe need not be interruptible.
 [[nodiscard]] tl::expected<QString, BusProblem> findResponsiveBus(const QString &busName,
                                                                   const QString &addresses,
                                                                   int abandon,

@@ -1,27 +1,29 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <functional>
 #include <thread>
 
 namespace lumvik {
 
-/// Notices that the other end of a connection has gone, on a thread of its own: for one whose owner
-/// may be held up by that very event, as a graphics driver is that goes on sending pictures to a
-/// display server that no longer exists.
+/// Detects, on a separate thread, that the display server has closed its end of the connection. The
+/// main thread may be unable to notice this, because a graphics driver can block it by sending
+/// frames to a display server that no longer exists.
 ///
-/// Nothing is read from the connection.
+/// The monitor reads nothing from the connection.
 class DisplayConnectionMonitor {
   public:
-    /// Watches the socket `descriptor`, which stays open, and its owner's, for as long as the watch
-    /// lives. `hungUp` is called once at most, on the watch's thread.
-    DisplayConnectionMonitor(int descriptor, std::function<void()> hungUp);
+    /// Monitors the socket `descriptor`. The socket belongs to the caller, who must keep it open
+    /// while the monitor exists. `closed` is called at most once, on the monitor's thread.
+    DisplayConnectionMonitor(int descriptor, std::function<void()> closed);
     DisplayConnectionMonitor(const DisplayConnectionMonitor &) = delete;
     DisplayConnectionMonitor &operator=(const DisplayConnectionMonitor &) = delete;
-    /// Waits for `hungUp` to return, should it be running.
+    /// Waits for `closed` to return if it is running.
     ~DisplayConnectionMonitor();
 
   private:
-    int m_wakeUp = -1; // an eventfd: the watch is over
+    FileDescriptor m_stop; ///< An eventfd that tells the thread to end.
     std::thread m_thread;
 };
 

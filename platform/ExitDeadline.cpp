@@ -12,9 +12,10 @@ namespace lumvik {
 
 namespace {
 
-extern "C" void leaveNow(int) {
-    // In a signal handler only the simplest calls are safe, and the log is not among them.
-    constexpr std::string_view message = "Lumvik leaves without waiting any longer.\n";
+extern "C" void exitNow(int) {
+    // Only async-signal-safe functions may be called in a signal handler, and logging is not among
+    // them.
+    constexpr std::string_view message = "Lumvik exits without waiting any longer.\n";
     [[maybe_unused]] const auto written = write(STDERR_FILENO, message.data(), message.size());
     _exit(EXIT_SUCCESS);
 }
@@ -26,7 +27,7 @@ void endProcessWithin(double seconds) {
     if (isArmed.test_and_set())
         return;
     struct sigaction action {};
-    action.sa_handler = leaveNow;
+    action.sa_handler = exitNow;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(SIGALRM, &action, nullptr);

@@ -2,10 +2,10 @@
 
 namespace lumvik {
 
-/// Ends the process with status 0 once `seconds` (above 0) have passed, should it still run then,
-/// and says so on standard error. For the end of the program, where a library can be held up by
-/// something that nothing breaks off, such as a name server that does not answer. Only the first
-/// call counts. Whatever must not be lost is to be written down before the time is over.
+/// Ends the process with status 0 if it is still running after `seconds` (above 0), and prints a
+/// message to standard error. Used during shutdown, when a library may be blocked in a call that
+/// cannot be interrupted, such as a look-up at an unresponsive name server. Only the first call has
+/// an effect. Everything that must not be lost has to be saved before the time is up.
 void endProcessWithin(double seconds);
 
 } // namespace lumvik

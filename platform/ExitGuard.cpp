@@ -7,12 +7,13 @@ namespace lumvik {
 
 namespace {
 
-/// The guard's own, and one for each of the first players: by then all libraries have been loaded.
+/// One registration for the guard itself and one for each of the first players. By then all
+/// libraries have been loaded.
 constexpr int mostRegistrations = 4;
 
 std::atomic_bool isGuarded;
 
-void leaveIfGuarded() {
+void exitIfGuarded() {
     if (isGuarded)
         std::_Exit(EXIT_FAILURE);
 }
@@ -32,8 +33,9 @@ void ExitGuard::renew() {
     if (m_registrations == mostRegistrations)
         return;
     ++m_registrations;
-    // What was registered last runs first. Without room for it, exit is what it was.
-    (void)std::atexit(leaveIfGuarded);
+    // Exit handlers run in reverse order of registration. If registration fails, std::exit behaves
+    // as usual.
+    (void)std::atexit(exitIfGuarded);
 }
 
 } // namespace lumvik

@@ -2,11 +2,11 @@
 
 namespace lumvik {
 
-/// While one exists, std::exit leaves the process at once, with status 1, instead of running what
-/// was registered to run at exit before. Toolkits call it when the display has gone, from the
-/// middle of their event loop; other threads still use then what would be destroyed. What libraries
-/// register after the guard was made and last renewed runs all the same. One at a time; main thread
-/// only.
+/// While an instance exists, std::exit ends the process at once, with status 1, and skips the exit
+/// handlers that were registered earlier. Toolkits call std::exit from within the event loop when
+/// the display connection is lost; the handlers would then destroy objects that other threads still
+/// use. Handlers that libraries register after the guard was created or last renewed still run.
+/// Only one instance may exist at a time, on the main thread.
 class ExitGuard {
   public:
     ExitGuard();
@@ -14,8 +14,8 @@ class ExitGuard {
     ExitGuard(const ExitGuard &) = delete;
     ExitGuard &operator=(const ExitGuard &) = delete;
 
-    /// Has this guard also against what was registered since. The first few calls count: each takes
-    /// memory for good.
+    /// Also covers handlers that were registered later. Only the first few calls have an effect,
+    /// because each permanently takes memory.
     void renew();
 
   private:

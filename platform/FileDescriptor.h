@@ -6,7 +6,8 @@
 
 namespace lumvik {
 
-/// Owns an open file; closes it at the end of its life.
+/// Owns an open file descriptor and closes it on destruction. A negative number stands for "no
+/// descriptor", so the result of a system call can be passed to the constructor unchecked.
 class FileDescriptor {
   public:
     FileDescriptor() = default;
@@ -17,13 +18,16 @@ class FileDescriptor {
         std::swap(m_descriptor, other.m_descriptor);
         return *this;
     }
-    ~FileDescriptor() {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
+    ~FileDescriptor() { reset(); }
 
     [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
     [[nodiscard]] int get() const { return m_descriptor; }
+
+    /// Closes the descriptor now. Does nothing when there is none.
+    void reset() {
+        if (m_descriptor >= 0)
+            ::close(std::exchange(m_descriptor, -1));
+    }
 
   private:
     int m_descriptor = -1;

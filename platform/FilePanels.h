@@ -8,14 +8,14 @@ class QWidget;
 
 namespace lumvik {
 
-/// What a panel for choosing a file asks.
+/// The texts of a panel for choosing a file.
 struct FilePanel {
     QString title;
-    QString prompt;        ///< What the button says that chooses.
-    QString suggestedName; ///< For a file to be written; else empty.
+    QString prompt;        ///< The label of the button that accepts the choice.
+    QString suggestedName; ///< For a file to be written, otherwise empty.
 };
 
-/// Asks the user for files of the kind JSON. Main thread only.
+/// Asks the user to choose JSON files. Main thread only.
 class FilePanels {
   public:
     FilePanels() = default;
@@ -23,10 +23,12 @@ class FilePanels {
     FilePanels &operator=(const FilePanels &) = delete;
     virtual ~FilePanels() = default;
 
-    /// Asks for one file that exists, no folder, above `parent`; nothing when the user cancels.
+    /// Asks for one existing file, not a folder, in a panel above `parent`. Returns nothing if the
+    /// user cancels.
     virtual std::optional<QString> chooseFileToOpen(const FilePanel &panel, QWidget *parent) = 0;
 
-    /// Asks where to write a file; an existing one only with the user's consent.
+    /// Asks where to write a file. An existing file is chosen only with the user's consent. Returns
+    /// nothing if the user cancels.
     virtual std::optional<QString> chooseFileToSave(const FilePanel &panel, QWidget *parent) = 0;
 };
 

@@ -1,33 +1,34 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <QString>
 
 namespace lumvik {
 
-/// A lock that one process at a time holds, by way of a file.
+/// A lock, based on a file, that one process at a time can hold.
 ///
-/// The kernel keeps it, and lets go of it with the process however that ends; unlike with a process
-/// id written into the file, no later process can be taken for the holder. The file itself stays.
-/// Destruction releases the lock.
+/// The kernel keeps the lock and releases it when the process ends, however that happens. Unlike a
+/// process id written into the file, it cannot be attributed to a later process by mistake. The
+/// file itself is never removed. Destruction releases the lock.
 class InstanceLock {
   public:
-    /// `path` is the file's; its folder must exist.
+    /// `path` is the path of the file. Its folder must exist.
     explicit InstanceLock(QString path);
     InstanceLock(const InstanceLock &) = delete;
     InstanceLock &operator=(const InstanceLock &) = delete;
-    ~InstanceLock();
 
     enum class Result {
         acquired,
         heldByAnother,
-        unavailable, ///< No file can be made or locked there.
+        unavailable, ///< The file cannot be created or locked.
     };
-    /// Takes the lock if nobody has it. Does not wait.
+    /// Acquires the lock if it is free. Does not wait.
     [[nodiscard]] Result tryLock();
 
   private:
     const QString m_path;
-    int m_descriptor = -1;
+    FileDescriptor m_file; ///< Open while the lock is held.
 };
 
 } // namespace lumvik

@@ -9,7 +9,7 @@
 #include <cerrno>
 
 #ifdef LUMVIK_HAVE_JOURNAL
-// The source's file and line would name this sink, not the caller, for every line.
+// Otherwise every journal entry would contain this file and line instead of the caller's.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 #endif
@@ -60,8 +60,8 @@ class StandardErrorSink final : public LogSink {
     void write(const LogRecord &record) override {
         QByteArray line = formattedLogLine(record);
         line.append('\n');
-        // One write for a whole line keeps lines of several threads and processes apart. A log that
-        // cannot be written (a closed terminal, a full disk) must not stop the picture: it is
+        // Writing a whole line with one call keeps lines of different threads and processes apart.
+        // A failure (a closed terminal, a full disk) must not stop the video, so the line is
         // dropped.
         const char *rest = line.constData();
         auto left = static_cast<size_t>(line.size());

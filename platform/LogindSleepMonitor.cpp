@@ -1,5 +1,6 @@
 #include "platform/LogindSleepMonitor.h"
 
+#include "platform/FileDescriptor.h"
 #include "platform/LumvikLog.h"
 
 #include <QDBusError>
@@ -8,8 +9,6 @@
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QStringList>
-
-#include <unistd.h>
 
 #include <utility>
 
@@ -23,32 +22,21 @@ const QString logindInterface = QStringLiteral("org.freedesktop.login1.Manager")
 const QString busService = QStringLiteral("org.freedesktop.DBus");
 const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 
-/// Whether an error says that there is no login manager, not that it declines.
+/// Returns whether the error means that there is no login manager, rather than that the login
+/// manager refused the request.
 bool meansAbsence(const QDBusError &error) {
     return error.type() == QDBusError::ServiceUnknown ||
            error.name() == QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner") ||
            error.name().startsWith(QStringLiteral("org.freedesktop.DBus.Error.Spawn."));
 }
 
-/// An error's own words as the end of a sentence of ours.
+/// Returns the error's message in a form that can end a sentence of the log.
 QString reasonOf(const QDBusError &error) {
     QString reason = error.message().isEmpty() ? error.name() : error.message();
     while (reason.endsWith(u'.'))
         reason.chop(1);
     return reason;
 }
-
-/// The delay: the machine may sleep once the descriptor is closed.
-class Inhibitor {
-  public:
-    explicit Inhibitor(int descriptor) : m_descriptor(descriptor) {}
-    Inhibitor(const Inhibitor &) = delete;
-    Inhibitor &operator=(const Inhibitor &) = delete;
-    ~Inhibitor() { ::close(m_descriptor); }
-
-  private:
-    int m_descriptor;
-};
 
 } // namespace
 
@@ -79,8 +67,8 @@ void LogindSleepMonitor::start(std::function<void(SleepDelay)> willSleep,
     m_isWatching = true;
     m_willSleep = std::move(willSleep);
     m_didWake = std::move(didWake);
-    // Subscribed to by the names of the services: a signal that anybody else sends does not come
-    // through. Subscribing asks the bus who has the name and waits for the answer.
+    // Subscribing by service name filters out signals from other senders. The bus is asked for the
+    // owner of each name, and the call waits for its reply.
     const auto subscribe = [this](QDBusConnection &bus) {
         const bool isSubscribed =
             bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
@@ -88,7 +76,7 @@ void LogindSleepMonitor::start(std::function<void(SleepDelay)> willSleep,
                         SLOT(ownerChanged(QString, QString, QString))) &&
             bus.connect(logindService, logindPath, logindInterface,
                         QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
-        return isSubscribed ? QString() : QStringLiteral("the system bus declines the connection");
+        return isSubscribed ? QString() : QStringLiteral("the system bus rejected the connection");
     };
     m_connector.connect(*this, m_busAddress, m_answerLimit,
                         {.prepare = subscribe,
@@ -97,7 +85,7 @@ void LogindSleepMonitor::start(std::function<void(SleepDelay)> willSleep,
                                  m_bus = bus;
                                  requestInhibitor();
                              },
-                         .failed = [this](const QString &reason) { reportBlindness(reason); }});
+                         .failed = [this](const QString &reason) { reportUndetectable(reason); }});
 }
 
 void LogindSleepMonitor::stop() {
@@ -139,17 +127,18 @@ void LogindSleepMonitor::ownerChanged(const QString &name, const QString &oldOwn
                                       const QString &newOwner) {
     if (!m_isWatching || name != logindService)
         return;
-    // What was asked for while there was none, the new one answers.
+    // A request sent while there was no login manager is answered by the new one.
     if (oldOwner.isEmpty() && m_isRequestPending)
         return;
-    // What the one before was asked for, it does not answer any more.
+    // The previous login manager can no longer answer its request.
     ++m_lastRequest;
     m_isRequestPending = false;
     if (newOwner.isEmpty())
         return;
-    // The inhibitor of the one before is kept until this one has granted its own.
+    // The previous login manager's inhibitor is kept until the new one has granted its own.
     requestInhibitor();
-    // Whoever announced the sleep is gone, and with it the word that the machine woke.
+    // The login manager that announced the sleep has stopped and can no longer announce the
+    // wake-up.
     if (m_isSleepAnnounced)
         wake();
 }
@@ -167,7 +156,7 @@ void LogindSleepMonitor::requestInhibitor() {
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, watcher, request = ++m_lastRequest] {
                 watcher->deleteLater();
-                // The answer to an earlier request closes its own descriptor.
+                // A reply to an earlier request closes its own descriptor.
                 if (request == m_lastRequest)
                     inhibitorAnswered(*watcher);
             });
@@ -178,31 +167,29 @@ void LogindSleepMonitor::inhibitorAnswered(const QDBusPendingCallWatcher &answer
     const QDBusPendingReply<QDBusUnixFileDescriptor> reply = answer;
     if (reply.isError()) {
         if (meansAbsence(reply.error()))
-            reportBlindness(QStringLiteral("there is no login manager"));
-        else if (!m_isSleepAnnounced) // nothing can be held off any more then, which is no fault
+            reportUndetectable(QStringLiteral("there is no login manager"));
+        else if (!m_isSleepAnnounced) // a refusal after the announcement is normal
             reportRefusal(reasonOf(reply.error()));
         return;
     }
-    // Taken out, because the message keeps a descriptor of its own otherwise.
-    const int descriptor = reply.value().takeFileDescriptor();
-    if (descriptor < 0)
-        return;
-    SleepDelay inhibitor = std::make_shared<Inhibitor>(descriptor);
-    // One that comes after the announcement would only hold the machine up.
-    if (!m_isSleepAnnounced)
-        m_inhibitor = std::move(inhibitor);
+    // The descriptor must be taken out; otherwise the message keeps a copy of it open.
+    FileDescriptor inhibitor(reply.value().takeFileDescriptor());
+    // The machine may sleep once the descriptor is closed. An inhibitor that arrives after the
+    // announcement would only delay the sleep.
+    if (inhibitor.isOpen() && !m_isSleepAnnounced)
+        m_inhibitor = std::make_shared<FileDescriptor>(std::move(inhibitor));
 }
 
-void LogindSleepMonitor::reportBlindness(const QString &reason) {
-    if (m_isWatching && !std::exchange(m_hasReportedBlindness, true))
+void LogindSleepMonitor::reportUndetectable(const QString &reason) {
+    if (m_isWatching && !std::exchange(m_hasReportedUndetectable, true))
         LumvikLog::lifecycle().info(
-            QStringLiteral("Sleep cannot be noticed on this system: %1.").arg(reason));
+            QStringLiteral("Sleep cannot be detected on this system: %1.").arg(reason));
 }
 
 void LogindSleepMonitor::reportRefusal(const QString &reason) {
     if (m_isWatching && !std::exchange(m_hasReportedRefusal, true))
         LumvikLog::lifecycle().info(
-            QStringLiteral("Sleep cannot be held off on this system: %1.").arg(reason));
+            QStringLiteral("Sleep cannot be delayed on this system: %1.").arg(reason));
 }
 
 } // namespace lumvik

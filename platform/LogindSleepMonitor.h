@@ -16,37 +16,40 @@ class QDBusPendingCallWatcher;
 
 namespace lumvik {
 
-/// Learns of sleep from the login manager on the system bus (systemd-logind, or elogind).
+/// Receives sleep announcements from the login manager on the system bus (systemd-logind or
+/// elogind).
 ///
-/// While the machine is awake it holds an inhibitor of the kind "delay", which makes the login
-/// manager wait a few seconds for whoever holds one; it is what `willSleep` hands on. A login
-/// manager that starts later, or starts again, is taken up when it does.
+/// While the machine is awake, the monitor holds a "delay" inhibitor, which makes the login manager
+/// wait a few seconds before the machine sleeps. `willSleep` receives this inhibitor as its delay.
+/// A login manager that starts or restarts later is picked up automatically.
 ///
-/// Where there is no bus or no login manager, one line in the log says so and no handler runs.
-/// Where only the inhibitor is refused, one line says so too, and the delay handed on is empty.
+/// If there is no bus or no login manager, the monitor logs one line and no handler runs. If only
+/// the inhibitor is refused, it also logs one line, and `willSleep` receives an empty delay.
 ///
-/// Everything happens on the main thread except connecting to the bus, which is done on a thread of
-/// its own because a bus can accept a connection and then be silent. Owned by `main`; must go
-/// before the application object.
+/// Everything happens on the main thread except connecting to the bus, which has a thread of its
+/// own because a bus may accept a connection and never reply. `main` owns the monitor and must
+/// destroy it before the application object.
 class LogindSleepMonitor final : public QObject, public SleepMonitor {
     Q_OBJECT
 
   public:
-    /// A bus that has not answered within `answerLimit` counts as absent. A machine that has run
-    /// for `sleepLimit` after its sleep was announced counts as awake, whatever became of the sleep
-    /// and of those who would tell.
+    /// A bus that has not replied within `answerLimit` counts as absent. If the machine is still
+    /// running `sleepLimit` after its sleep was announced, it counts as awake. This covers a sleep
+    /// that was cancelled and a login manager that stopped before it announced the wake-up.
     explicit LogindSleepMonitor(QString busAddress = systemBusAddress(),
                                 std::chrono::milliseconds answerLimit = std::chrono::seconds(10),
                                 std::chrono::milliseconds sleepLimit = std::chrono::seconds(60));
     ~LogindSleepMonitor() override;
 
-    /// DBUS_SYSTEM_BUS_ADDRESS from the environment, or where the system bus is everywhere.
+    /// Returns DBUS_SYSTEM_BUS_ADDRESS from the environment, or the standard address of the system
+    /// bus.
     [[nodiscard]] static QString systemBusAddress();
 
     void start(std::function<void(SleepDelay)> willSleep, std::function<void()> didWake) override;
     void stop() override;
 
-    /// Whether the login manager has granted an inhibitor that is still this monitor's own.
+    /// Returns whether the login manager has granted an inhibitor and `willSleep` has not yet
+    /// received it.
     [[nodiscard]] bool holdsInhibitor() const { return m_inhibitor != nullptr; }
 
   private Q_SLOTS: // called by the bus, by name
@@ -57,7 +60,7 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
     void wake();
     void requestInhibitor();
     void inhibitorAnswered(const QDBusPendingCallWatcher &answer);
-    void reportBlindness(const QString &reason);
+    void reportUndetectable(const QString &reason);
     void reportRefusal(const QString &reason);
 
     const QString m_busAddress;
@@ -69,13 +72,13 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
     std::function<void(SleepDelay)> m_willSleep;
     std::function<void()> m_didWake;
 
-    QTimer m_sleepLimit; ///< Stands still while the machine sleeps.
+    QTimer m_sleepLimit; ///< Paused while the machine sleeps.
     std::optional<QDBusConnection> m_bus;
     SleepDelay m_inhibitor;
-    int m_lastRequest = 0; ///< Answers to earlier requests are not looked at.
+    int m_lastRequest = 0; ///< Replies to earlier requests are ignored.
     bool m_isRequestPending = false;
     bool m_isSleepAnnounced = false;
-    bool m_hasReportedBlindness = false;
+    bool m_hasReportedUndetectable = false;
     bool m_hasReportedRefusal = false;
 };
 

@@ -11,8 +11,8 @@ namespace lumvik {
 
 namespace {
 
-/// Everything the log shares between threads. Never destroyed: threads of libraries may log until
-/// the very end of the process.
+/// The state of the log, shared by all threads. It is never destroyed because library threads may
+/// log until the process ends.
 struct SharedLog {
     std::mutex mutex;
     std::unique_ptr<LogSink> sink;

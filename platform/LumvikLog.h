@@ -7,11 +7,11 @@
 
 namespace lumvik {
 
-/// How important a log line is. Every level is written; `standard` is the level named "default" in
-/// the output, the one for events that somebody reading back over a night wants to see.
+/// The importance of a log line. Every level is written. `standard`, named "default" in the output,
+/// is for events that matter to somebody who reviews the log of a whole night.
 enum class LogLevel { debug, info, standard, error };
 
-/// One line on its way to a sink. The text is already free of camera addresses.
+/// One log line as passed to a sink. Camera addresses have already been removed from the text.
 struct LogRecord {
     LogLevel level = LogLevel::standard;
     const char *category = "";
@@ -19,7 +19,7 @@ struct LogRecord {
     qint64 millisecondsSinceEpoch = 0;
 };
 
-/// Where log lines go. `write` may be called on any thread, but never by two at once.
+/// A destination for log lines. `write` may be called on any thread, but never concurrently.
 class LogSink {
   public:
     LogSink() = default;
@@ -29,7 +29,7 @@ class LogSink {
     virtual void write(const LogRecord &record) = 0;
 };
 
-/// One of the five channels of the program's log. Stateless apart from its name; usable on any
+/// One of the five channels of the program's log. Stateless apart from its name, usable on any
 /// thread.
 class LogChannel {
   public:
@@ -42,18 +42,16 @@ class LogChannel {
     void error(const QString &text) const { log(LogLevel::error, text); }
     void log(LogLevel level, const QString &text) const;
 
-    [[nodiscard]] constexpr const char *category() const { return m_category; }
-
   private:
     const char *m_category;
 };
 
 /// The program's log: one subsystem, five categories.
 ///
-/// Lines go to the systemd journal when its socket exists and otherwise to standard error (see
-/// LogSinks.h); the sink is chosen at the first line. Whatever the text, camera addresses and the
-/// passwords in them are removed before a sink sees it: this is the only door to the log, so no
-/// caller can forget it. All functions may be called on any thread.
+/// Lines go to the systemd journal if its socket exists, otherwise to standard error (see
+/// LogSinks.h). The sink is chosen when the first line is logged. Camera addresses and the
+/// passwords in them are removed from every text before a sink receives it. All logging passes
+/// through here, so no caller can forget this. All functions may be called on any thread.
 namespace LumvikLog {
 
 inline constexpr const char *subsystem = "com.tandrel.Lumvik";
@@ -64,19 +62,20 @@ inline constexpr const char *subsystem = "com.tandrel.Lumvik";
 [[nodiscard]] const LogChannel &playback();
 [[nodiscard]] const LogChannel &updates();
 
-/// Replaces the sink and returns the previous one (null when none had been chosen yet). Tests use
-/// it to read what is logged.
+/// Replaces the sink and returns the previous one, or null if none had been chosen yet. Tests use
+/// this to read what is logged.
 std::unique_ptr<LogSink> setSink(std::unique_ptr<LogSink> sink);
 
-/// Names the camera addresses whose parts must never appear, besides everything that looks like an
-/// address. Called whenever the camera list changes; addresses named earlier stay covered.
+/// Sets camera addresses whose parts must never appear in the log, in addition to everything that
+/// looks like an address. Call it whenever the camera list changes. Earlier addresses stay
+/// protected.
 void protectAddresses(const QStringList &addresses);
 
-/// `text` without camera addresses and their passwords, for texts that leave by another door than
+/// Returns `text` without camera addresses and their passwords, for texts shown elsewhere than in
 /// the log.
 [[nodiscard]] QString redacted(const QString &text);
 
-/// Sends Qt's own messages through the log, in the category "lifecycle".
+/// Redirects Qt's own messages to the log, in the category "lifecycle".
 void installQtMessageHandler();
 
 } // namespace LumvikLog

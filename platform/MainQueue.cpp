@@ -11,7 +11,8 @@ namespace lumvik {
 namespace {
 
 std::chrono::milliseconds milliseconds(double seconds) {
-    // Rounded up: a deadline that is compared with now() must have passed when the work runs.
+    // Rounded up, because a deadline that is compared with now() must have passed when the work
+    // runs.
     return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
 }
 
@@ -22,7 +23,6 @@ class QtRepeatingTimer final : public RepeatingTimer {
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, std::move(work));
         m_timer.start(milliseconds(seconds));
     }
-    void invalidate() override { m_timer.stop(); }
 
   private:
     QTimer m_timer;

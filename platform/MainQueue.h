@@ -7,11 +7,11 @@
 
 namespace lumvik {
 
-/// Seconds on a clock that never jumps: it counts the time that the machine slept and ignores
-/// changes of the wall clock. Only differences mean anything.
+/// A time in seconds on a monotonic clock, which includes the time that the machine slept and
+/// ignores changes of the wall clock. Only differences between two values are meaningful.
 using TimeStamp = double;
 
-/// A piece of deferred work that can be cancelled until it runs. Used on the main thread only.
+/// Deferred work that can be cancelled until it runs. Main thread only.
 class WorkItem {
   public:
     void cancel() { m_cancelled = true; }
@@ -21,22 +21,20 @@ class WorkItem {
     bool m_cancelled = false;
 };
 
-/// A timer that fires until it is dropped or invalidated. Used on the main thread only.
+/// A timer that fires until it is destroyed. Main thread only.
 class RepeatingTimer {
   public:
     RepeatingTimer() = default;
     RepeatingTimer(const RepeatingTimer &) = delete;
     RepeatingTimer &operator=(const RepeatingTimer &) = delete;
     virtual ~RepeatingTimer() = default;
-    /// Ends the timer; it never fires again. Harmless when repeated.
-    virtual void invalidate() = 0;
 };
 
-/// The main thread's queue of work, and the clock that goes with it.
+/// The main thread's work queue and clock.
 ///
-/// The program uses QtMainQueue; tests put one with a clock of their own in its place, so that a
-/// wait of thirty seconds takes no time. `async` may be called on any thread, everything else on
-/// the main thread only. Work that captures the controller holds it weakly.
+/// The program uses QtMainQueue. Tests use an implementation with a virtual clock, so that a wait
+/// of thirty seconds takes no time. `async` may be called on any thread, everything else on the
+/// main thread only. Work that captures the controller must hold it weakly.
 class MainQueue {
   public:
     using Work = std::function<void()>;
@@ -46,22 +44,22 @@ class MainQueue {
     MainQueue &operator=(const MainQueue &) = delete;
     virtual ~MainQueue() = default;
 
-    /// Runs `work` on the main thread in a later turn, in the order of submission.
+    /// Runs `work` on the main thread in a later turn of the event loop, in order of submission.
     virtual void async(Work work) = 0;
 
-    /// Runs `work` once `seconds` (at least 0) have elapsed, unless the returned item is cancelled
-    /// by then. Dropping the item does not cancel it.
+    /// Runs `work` once `seconds` (at least 0) have elapsed, unless the returned item has been
+    /// cancelled by then. Destroying the item does not cancel the work.
     [[nodiscard]] virtual std::shared_ptr<WorkItem> after(double seconds, Work work) = 0;
 
-    /// Runs `work` every `seconds` (above 0) for as long as the returned timer lives.
+    /// Runs `work` every `seconds` (above 0) while the returned timer exists.
     [[nodiscard]] virtual std::unique_ptr<RepeatingTimer> repeating(double seconds, Work work) = 0;
 
-    /// The current time.
+    /// Returns the current time.
     [[nodiscard]] virtual TimeStamp now() const = 0;
 };
 
-/// The main queue over Qt's event loop. Made on the main thread, after the application object; work
-/// still waiting when it is destroyed is dropped.
+/// A main queue based on Qt's event loop. Create it on the main thread, after the application
+/// object. Its destruction drops the work that is still waiting.
 class QtMainQueue final : public MainQueue {
   public:
     void async(Work work) override;
@@ -70,7 +68,7 @@ class QtMainQueue final : public MainQueue {
     [[nodiscard]] TimeStamp now() const override;
 
   private:
-    QObject m_context; // lives on the main thread; ties waiting work to this queue's lifetime
+    QObject m_context; // belongs to the main thread; waiting work ends with it
 };
 
 } // namespace lumvik

@@ -1,14 +1,28 @@
 #pragma once
 
+#include <QSize>
 #include <QString>
 
 namespace lumvik::PreferenceKeys {
 
-/// Under what names the user's preferences are kept (see UserDefaults).
-inline const QString mainWindowFrame = QStringLiteral("mainWindowFrame"); // see WindowFrame.h
-inline const QString staysOnTop = QStringLiteral("staysOnTop");           // a bool
-inline const QString selectedCameraIndex = QStringLiteral("selectedCameraIndex"); // from 0
-inline const QString lastAutomaticUpdateCheck =
-    QStringLiteral("lastAutomaticUpdateCheck"); // a date; manual checks count as well
+// The keys under which the user's preferences are stored (see UserDefaults), and the defaults that
+// apply while no value is stored.
+
+/// The frame of the viewer window, in the format of WindowFrame.h.
+inline const QString mainWindowFrame = QStringLiteral("mainWindowFrame");
+/// The default size of the viewer window, in points. By default, the window is centred.
+inline constexpr QSize defaultViewerSize{1120, 630};
+
+/// The state of the pin: whether the viewer stays above other windows. A bool.
+inline const QString staysOnTop = QStringLiteral("staysOnTop");
+inline constexpr bool staysOnTopByDefault = false;
+
+/// The zero-based index of the selected camera.
+inline const QString selectedCameraIndex = QStringLiteral("selectedCameraIndex");
+inline constexpr int defaultCameraIndex = 0;
+
+/// The date of the last successful update check. Manual checks set it, too. By default, a check is
+/// due.
+inline const QString lastAutomaticUpdateCheck = QStringLiteral("lastAutomaticUpdateCheck");
 
 } // namespace lumvik::PreferenceKeys

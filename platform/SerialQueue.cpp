@@ -9,10 +9,10 @@ namespace lumvik {
 
 namespace {
 
-/// How much of a thread's name the kernel takes; it refuses a longer one.
+/// The longest thread name that the kernel accepts, without the terminator.
 constexpr int threadNameSize = 15;
 
-/// The label's part behind its last dot, as far as the kernel takes it.
+/// Returns the part of the label after its last dot, cut to the length that the kernel accepts.
 QByteArray threadName(const QString &label) {
     return label.mid(label.lastIndexOf(QLatin1Char('.')) + 1).toUtf8().left(threadNameSize);
 }
@@ -25,19 +25,15 @@ SerialQueue::SerialQueue(const QString &label)
     m_thread->setObjectName(label);
     m_worker->moveToThread(m_thread.get());
     m_thread->start();
-    // The toolkit has given the thread its object's whole name. The first piece of work corrects
-    // that, on the thread itself.
+    // Qt has named the thread after the whole object name. The first piece of work replaces that
+    // name, on the thread itself.
     async([name = threadName(label)] { ::pthread_setname_np(::pthread_self(), name.constData()); });
 }
 
 SerialQueue::~SerialQueue() {
-    // Queued behind all submitted work, so that none of it is lost.
+    // Queued after all submitted work, so none of it is lost.
     async([this] { m_thread->quit(); });
     m_thread->wait();
-}
-
-QString SerialQueue::label() const {
-    return m_thread->objectName();
 }
 
 void SerialQueue::async(std::function<void()> work) {

@@ -10,13 +10,14 @@ class QThread;
 
 namespace lumvik {
 
-/// A queue of work with a thread of its own: pieces of work run one after another, in the order of
-/// submission. The label is written like a host name backwards; its part behind the last dot names
-/// the thread, of whose name the kernel keeps fifteen characters: the whole label would show only
-/// what the labels of all queues begin with.
+/// A work queue with a thread of its own. Work runs in order of submission, one piece after
+/// another.
 ///
-/// `async` may be called on any thread. Destruction lets the work submitted so far finish and then
-/// joins the thread; it must not happen on the queue's own thread.
+/// The label is written in reverse domain name notation. The part after its last dot names the
+/// thread: the kernel keeps only fifteen characters, and the full labels of all queues begin alike.
+///
+/// `async` may be called on any thread. Destruction waits for the work submitted so far and joins
+/// the thread, so it must not happen on the queue's own thread.
 class SerialQueue {
   public:
     explicit SerialQueue(const QString &label);
@@ -24,12 +25,11 @@ class SerialQueue {
     SerialQueue &operator=(const SerialQueue &) = delete;
     ~SerialQueue();
 
-    [[nodiscard]] QString label() const;
     void async(std::function<void()> work);
 
   private:
     std::unique_ptr<QThread> m_thread;
-    std::unique_ptr<QObject> m_worker; // lives on m_thread; work is delivered to it as events
+    std::unique_ptr<QObject> m_worker; // belongs to m_thread and receives work as events
 };
 
 } // namespace lumvik

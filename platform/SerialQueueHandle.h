@@ -8,22 +8,26 @@
 
 namespace lumvik {
 
-/// The way to a serial queue for those that may outlive it, such as a look-up that hangs. Shared by
-/// them and the queue's owner, who closes it before the queue goes. All threads.
+/// Gives access to a serial queue to work that may outlive the queue, such as a name look-up that
+/// hangs. The queue's owner closes the handle before it destroys the queue. All functions may be
+/// called on any thread.
 class SerialQueueHandle {
   public:
     explicit SerialQueueHandle(SerialQueue &queue) : m_queue(&queue) {}
 
-    /// Submits `work` to the queue, or drops it when the access is closed.
+    /// Submits `work` to the queue, or drops it when the handle is closed.
     void async(std::function<void()> work) {
         const std::scoped_lock lock(m_mutex);
         if (m_queue)
             m_queue->async(std::move(work));
     }
 
-    /// Once this has returned nothing more is submitted.
-    void close() {
+    /// Closes the handle. `lastWork`, if given, is the last work that reaches the queue through
+    /// this handle: nothing submitted by other threads can follow it.
+    void close(std::function<void()> lastWork = {}) {
         const std::scoped_lock lock(m_mutex);
+        if (m_queue && lastWork)
+            m_queue->async(std::move(lastWork));
         m_queue = nullptr;
     }
 

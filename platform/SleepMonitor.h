@@ -5,11 +5,11 @@
 
 namespace lumvik {
 
-/// Tells when the machine is about to sleep and when it has woken. Main thread only.
+/// Reports when the machine is about to sleep and when it has woken. Main thread only.
 class SleepMonitor {
   public:
-    /// Holds the machine's sleep off for as long as it lives, within the few seconds that the
-    /// system grants.
+    /// Delays the machine's sleep while it exists, for at most the few seconds that the system
+    /// grants.
     using SleepDelay = std::shared_ptr<void>;
 
     SleepMonitor() = default;
@@ -17,12 +17,13 @@ class SleepMonitor {
     SleepMonitor &operator=(const SleepMonitor &) = delete;
     virtual ~SleepMonitor() = default;
 
-    /// Begins to watch, once. `willSleep` runs before the machine sleeps, which waits for the given
-    /// delay to be dropped (the delay is empty where the system grants none); `didWake` runs after
-    /// it has woken.
+    /// Starts monitoring. Only the first call has an effect. `willSleep` runs before the machine
+    /// sleeps; the machine waits until the given delay is dropped. The delay is empty where the
+    /// system grants none. `didWake` runs after the machine has woken.
     virtual void start(std::function<void(SleepDelay)> willSleep,
                        std::function<void()> didWake) = 0;
-    /// Stops watching: neither handler runs any more. Harmless when repeated, and before `start`.
+    /// Stops monitoring. Neither handler runs afterwards. May be called repeatedly, and before
+    /// `start`.
     virtual void stop() = 0;
 };
 

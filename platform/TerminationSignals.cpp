@@ -15,29 +15,33 @@ namespace {
 
 constexpr int handledSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
-int signalSockets[2] = {-1, -1}; // written by the handler, read by the notifier
+int handlerSocket = -1; // the instance's m_handlerEnd, for the signal handler
 std::atomic<bool> signalHasArrived = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler takes no locks");
 
-/// Only what is allowed in a signal handler: a flag and one write. SA_RESETHAND has already put the
-/// default action back, which is what makes a second signal final.
+/// Does only what is allowed in a signal handler: sets a flag and writes once. SA_RESETHAND has
+/// already restored the default action, so a second signal ends the process.
 void handleSignal(int) {
     signalHasArrived = true;
     const char byte = 1;
-    [[maybe_unused]] const ssize_t written = ::write(signalSockets[0], &byte, sizeof byte);
+    [[maybe_unused]] const ssize_t written = ::write(handlerSocket, &byte, sizeof byte);
 }
 
 } // namespace
 
 TerminationSignals::TerminationSignals(std::function<void()> terminate) {
     signalHasArrived = false;
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, signalSockets) != 0)
+    int sockets[2] = {-1, -1};
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, sockets) != 0)
         return;
-    m_notifier = std::make_unique<QSocketNotifier>(signalSockets[1], QSocketNotifier::Read);
+    m_handlerEnd = FileDescriptor(sockets[0]);
+    m_notifierEnd = FileDescriptor(sockets[1]);
+    handlerSocket = m_handlerEnd.get();
+    m_notifier = std::make_unique<QSocketNotifier>(m_notifierEnd.get(), QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
-                     [terminate = std::move(terminate)] {
+                     [this, terminate = std::move(terminate)] {
                          char bytes[16];
-                         while (::read(signalSockets[1], bytes, sizeof bytes) > 0) {
+                         while (::read(m_notifierEnd.get(), bytes, sizeof bytes) > 0) {
                          }
                          for (const int number : handledSignals)
                              std::signal(number, SIG_DFL);
@@ -56,9 +60,6 @@ TerminationSignals::~TerminationSignals() {
         return;
     for (const int number : handledSignals)
         std::signal(number, SIG_DFL);
-    m_notifier.reset();
-    ::close(signalSockets[0]);
-    ::close(signalSockets[1]);
 }
 
 bool TerminationSignals::haveArrived() noexcept {

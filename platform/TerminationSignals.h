@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <QObject>
 
 #include <functional>
@@ -9,11 +11,12 @@ class QSocketNotifier;
 
 namespace lumvik {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into one call on the main thread, so that the program can end
-/// in order. A second signal ends the process at once, by the signal's own default action, in case
-/// the orderly way hangs.
+/// Turns SIGTERM, SIGINT and SIGHUP into one call on the main thread, so that the program can shut
+/// down in order. A second signal ends the process at once, through the signal's default action, in
+/// case the orderly shutdown hangs.
 ///
-/// One instance at a time, made on the main thread after the application object.
+/// Only one instance may exist at a time. Create it on the main thread, after the application
+/// object.
 class TerminationSignals {
   public:
     explicit TerminationSignals(std::function<void()> terminate);
@@ -21,11 +24,13 @@ class TerminationSignals {
     TerminationSignals &operator=(const TerminationSignals &) = delete;
     ~TerminationSignals();
 
-    /// Whether the program has been asked to end. True from the signal on, which may be well before
-    /// the call. Any thread.
+    /// Returns whether one of the signals has arrived. The call on the main thread may follow much
+    /// later. Any thread.
     [[nodiscard]] static bool haveArrived() noexcept;
 
   private:
+    FileDescriptor m_handlerEnd;  ///< The signal handler writes to it.
+    FileDescriptor m_notifierEnd; ///< The notifier watches it.
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 

@@ -38,8 +38,11 @@ std::optional<int> UserDefaults::integer(const QString &key) const {
     return isNumber ? std::optional(number) : std::nullopt;
 }
 
-bool UserDefaults::boolean(const QString &key) const {
-    return value(key).toString() == QLatin1String("true");
+bool UserDefaults::boolean(const QString &key, bool fallback) const {
+    const QString text = value(key).toString();
+    if (text == QLatin1String("true"))
+        return true;
+    return text != QLatin1String("false") && fallback;
 }
 
 QString UserDefaults::string(const QString &key) const {
@@ -52,7 +55,7 @@ std::optional<QDateTime> UserDefaults::date(const QString &key) const {
 }
 
 void UserDefaults::set(const QString &key, const QVariant &value) {
-    // The toolkit's own form of a date is one that nobody can read.
+    // Qt's own format for dates in INI files is not human-readable.
     const bool isDate = value.typeId() == QMetaType::QDateTime;
     m_pending.insert(key, isDate ? value.toDateTime().toUTC().toString(Qt::ISODateWithMs) : value);
     if (!m_writing.isActive())

@@ -40,10 +40,10 @@ xcb_atom_t atom(xcb_connection_t *connection, const char *name) {
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-/// The X server's time, which window managers compare with that of the user's last action. On a
-/// connection of its own, since the toolkit takes the events of its own away.
+/// Returns the X server's time, which window managers compare with the time of the user's last
+/// action. Uses its own connection, because Qt consumes all events of its connection.
 std::optional<std::uint32_t> serverTime() {
-    constexpr int patience = 500; // ms
+    constexpr int timeout = 500; // ms
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
         xcb_connect(nullptr, nullptr), &xcb_disconnect);
     if (xcb_connection_has_error(connection.get()) != 0)
@@ -53,11 +53,12 @@ std::optional<std::uint32_t> serverTime() {
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(connection.get(), 0, window, root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                       XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
-    // Appending nothing changes nothing, and is notified all the same.
+    // Appending an empty value changes nothing but still causes a notification with the current
+    // time.
     xcb_change_property(connection.get(), XCB_PROP_MODE_APPEND, window, XCB_ATOM_WM_NAME,
                         XCB_ATOM_STRING, 8, 0, nullptr);
     xcb_flush(connection.get());
-    const QDeadlineTimer deadline(patience);
+    const QDeadlineTimer deadline(timeout);
     do {
         while (const XcbReply<xcb_generic_event_t> event{xcb_poll_for_event(connection.get())}) {
             if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY) {
@@ -72,8 +73,8 @@ std::optional<std::uint32_t> serverTime() {
     return std::nullopt;
 }
 
-/// Asks the window manager as EWMH has it. The toolkit's own request bears the time of the last
-/// event that it has seen, which is older than what the user did elsewhere, so that the window
+/// Sends the activation request that EWMH defines. Qt's own request contains the time of the last
+/// event that Qt has received. This is older than the user's action elsewhere, so the window
 /// manager would only mark the window as urgent.
 void requestActivation(xcb_connection_t *connection, QWindow &window, std::uint32_t time) {
     constexpr std::uint32_t fromApplication = 1;
@@ -91,8 +92,8 @@ void requestActivation(xcb_connection_t *connection, QWindow &window, std::uint3
     xcb_flush(connection);
 }
 
-/// Says to whoever shows a busy pointer for the start `id` that it is over: a message to all, cut
-/// into pieces that fit into events.
+/// Announces that the start `id` is complete, so that the busy pointer for it ends. The message is
+/// broadcast in pieces that fit into events.
 void finishStartupNotification(xcb_connection_t *connection, QWindow &window,
                                const QByteArray &id) {
     QByteArray quoted = id;
@@ -127,8 +128,8 @@ void activateWindow(QWindow &window, const QByteArray &token) {
     if ((window.windowStates() & Qt::WindowMinimized) != 0)
         window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
     window.raise();
-    // Where the toolkit's Wayland side looks for it, and nobody else: other threads read the
-    // environment, which is no place to write to without need.
+    // Qt's Wayland plugin reads the token from this variable. It is set only on Wayland, because
+    // other threads read the environment and writing to it is not thread-safe.
     const bool isPassedOn =
         !token.isEmpty() && QGuiApplication::platformName().startsWith(QStringLiteral("wayland"));
     if (isPassedOn)
@@ -157,7 +158,7 @@ std::optional<std::uint32_t> timeOfStartupId(const QByteArray &id) {
         return std::nullopt;
     bool isNumber = false;
     const std::uint32_t time = id.mid(start + mark.size()).toUInt(&isNumber);
-    // Zero stands for "unknown".
+    // Zero means "unknown".
     return isNumber && time != 0 ? std::optional(time) : std::nullopt;
 }
 

@@ -9,14 +9,14 @@ class QWindow;
 
 namespace lumvik {
 
-/// Brings `window` to the front and gives it the keyboard, as far as the desktop lets it: because
-/// the user has just asked for it, elsewhere. `token` is what the desktop gave that request along,
-/// an activation token (Wayland) or a startup id (X11), or empty. A desktop that shows a busy
-/// pointer until the program has answered hears that it has. Main thread only.
+/// Brings `window` to the front and gives it keyboard focus, as far as the desktop allows. Call it
+/// in response to a user's request made outside the window. `token` is what the desktop passed
+/// along with that request: an activation token (Wayland), a startup id (X11), or nothing. If the
+/// desktop shows a busy pointer until the program responds, this also ends it. Main thread only.
 void activateWindow(QWindow &window, const QByteArray &token);
 
-/// The time of the user's action in a startup id, in the X server's milliseconds; nothing when the
-/// id tells of none.
+/// Returns the time of the user's action that a startup id contains, in the X server's
+/// milliseconds, or nothing if the id contains none.
 [[nodiscard]] std::optional<std::uint32_t> timeOfStartupId(const QByteArray &id);
 
 } // namespace lumvik

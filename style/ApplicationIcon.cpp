@@ -15,10 +15,10 @@ namespace lumvik {
 
 namespace {
 
-/// The largest size in which the details of the full drawing would be specks.
-constexpr int largestSmall = 24;
+/// The largest size at which the details of the full drawing would be too small to see.
+constexpr int largestSimpleSize = 24;
 
-/// Draws from the vector graphics itself: the toolkit's engine for them is a plugin that may not be
+/// Renders the SVG files directly, because Qt's SVG icon engine is a plugin that may not be
 /// installed.
 class ApplicationIconEngine final : public QIconEngine {
   public:
@@ -30,7 +30,8 @@ class ApplicationIconEngine final : public QIconEngine {
     QPixmap pixmap(const QSize &size, QIcon::Mode, QIcon::State) override {
         return QPixmap::fromImage(applicationIconImage(std::min(size.width(), size.height())));
     }
-    /// What window managers are offered. Larger ones would cost every window memory in the server.
+    /// The sizes offered to window managers. Larger ones would cost memory in the display server
+    /// for every window.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
         return {{16, 16}, {24, 24}, {32, 32}, {48, 48}, {64, 64}, {128, 128}};
     }
@@ -49,7 +50,7 @@ QImage applicationIconImage(int pixels) {
         return true;
     }();
     Q_UNUSED(initialised)
-    QSvgRenderer renderer(pixels <= largestSmall
+    QSvgRenderer renderer(pixels <= largestSimpleSize
                               ? QStringLiteral(":/icons/com.tandrel.Lumvik-small.svg")
                               : QStringLiteral(":/icons/com.tandrel.Lumvik.svg"));
     QImage image(QSize(pixels, pixels).expandedTo({1, 1}), QImage::Format_ARGB32_Premultiplied);
@@ -60,7 +61,7 @@ QImage applicationIconImage(int pixels) {
 }
 
 QIcon applicationIcon() {
-    return QIcon(new ApplicationIconEngine); // which the icon owns
+    return QIcon(new ApplicationIconEngine); // The icon takes ownership.
 }
 
 } // namespace lumvik

@@ -4,8 +4,8 @@
 
 namespace lumvik::LumvikPalette {
 
-/// The house accent colour, sRGB 203, 93, 82, opaque: selections, first buttons of alerts, the pin
-/// that is on.
+/// The accent colour, sRGB 203, 93, 82, opaque. Used for selections, default buttons of alerts and
+/// the active pin.
 [[nodiscard]] const QColor &mirel();
 
 } // namespace lumvik::LumvikPalette

@@ -27,7 +27,7 @@ void draw(QPainter &painter, const QString &name, const QRectF &rect, const QCol
     }
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
 
-    // The drawings are white; they are coloured through their coverage, at the painter's own scale.
+    // The drawings are white. They serve as a mask for the colour, at the painter's own scale.
     const qreal scale = painter.combinedTransform().m11();
     const QSize pixels = (rect.size() * scale).toSize().expandedTo(QSize(1, 1));
     QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
@@ -38,7 +38,7 @@ void draw(QPainter &painter, const QString &name, const QRectF &rect, const QCol
     imagePainter.fillRect(image.rect(), colour);
     imagePainter.end();
     const bool wasSmooth = painter.testRenderHint(QPainter::SmoothPixmapTransform);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform); // for scales that are no whole number
+    painter.setRenderHint(QPainter::SmoothPixmapTransform); // for fractional scales
     painter.drawImage(rect, image);
     painter.setRenderHint(QPainter::SmoothPixmapTransform, wasSmooth);
 }

@@ -9,17 +9,18 @@ class QPainter;
 
 namespace lumvik::Symbols {
 
-/// Draws the symbol `name` ("pin", "xmark", …; the drawings are in resources/symbols) in one
-/// colour, fitted into `rect` with its shape kept. Sharp at every scale of `painter`. An unknown
-/// name is a programming error; nothing is drawn then and one line is logged.
+/// Draws the symbol `name` ("pin", "xmark", …) in one colour, scaled to fit into `rect` with its
+/// proportions kept. The result is sharp at every scale of `painter`. The drawings are in
+/// resources/symbols. An unknown name is a programming error: nothing is drawn and one line is
+/// logged.
 void draw(QPainter &painter, const QString &name, const QRectF &rect, const QColor &colour);
 
 } // namespace lumvik::Symbols
 
 namespace lumvik {
 
-/// The application's font at `points` (here the unit of the whole layout: one point is one
-/// device-independent pixel).
+/// Returns the application's font in the size `points`. In the whole layout one point is one
+/// device-independent pixel.
 [[nodiscard]] QFont systemFont(int points, QFont::Weight weight);
 
 } // namespace lumvik

@@ -6,15 +6,15 @@
 
 namespace lumvik {
 
-/// What playback has to do about an update of the network path.
+/// The reaction of playback to an update of the network path.
 enum class NetworkPathAction {
     none,
-    suspend, ///< No path is usable: to try is pointless.
-    recover, ///< A path is usable again, or is another one: connections made before are dead.
+    suspend, ///< No path is usable, so every attempt would fail.
+    recover, ///< The path is usable again or has changed, so existing connections are dead.
 };
 
-/// `before` is the last signature seen; without one this is the first update after the launch, when
-/// playback is under way already.
+/// Returns the reaction to an update from `before` to `now`. The first update after the launch has
+/// no `before` and needs no recovery, because playback has already been started by then.
 [[nodiscard]] NetworkPathAction networkPathAction(const std::optional<NetworkPathSignature> &before,
                                                   const NetworkPathSignature &now);
 

@@ -7,33 +7,36 @@
 
 namespace lumvik {
 
-/// Seconds from one look at the playback's health to the next.
+/// The watchdog's period, in seconds. A stall is therefore noticed up to two seconds after its
+/// limit has passed.
 inline constexpr double playbackWatchdogInterval = 2.0;
-/// The longest wait from a camera load to the first drawn frame, in seconds.
+/// The longest time from a camera load to the first drawn frame, in seconds. Connecting and waiting
+/// for the first key frame of a slow camera fit into it.
 inline constexpr double firstFrameDeadline = 8.0;
-/// The longest gap between two drawn frames while playing, in seconds.
+/// The longest gap between two drawn frames while playing, in seconds. The limit is longer than the
+/// pauses of a busy network, because every recovery interrupts the picture.
 inline constexpr double heartbeatStallThreshold = 10.0;
 
-/// What the watchdog looks at, at one moment, while a player instance exists.
+/// The state that the watchdog evaluates on each tick while a player instance exists.
 struct PlaybackVitals {
     PlaybackSupervisorState state = PlaybackSupervisorState::stopped;
     TimeStamp now = 0;
     TimeStamp lastCameraLoad = 0;
     std::optional<TimeStamp> lastFrameRenderedAt = std::nullopt;
-    bool streamHasEnded = false; ///< The engine has shown the stream's last frame.
+    bool streamHasEnded = false; ///< The engine has drawn the stream's last frame.
 };
 
-/// What is wrong with the playback, if anything.
+/// The watchdog's finding.
 enum class PlaybackVerdict {
-    healthy,          ///< Or nobody's concern: parked, or waiting for a recovery attempt.
-    engineStopped,    ///< A player instance exists though the state says that none runs.
-    noFirstFrame,     ///< The camera was loaded and no frame came in time.
-    streamEnded,      ///< The camera ended the stream, and its last frame stands.
-    heartbeatStalled, ///< Frames have stopped coming.
+    healthy,          ///< Nothing to do. Includes suspended playback and a scheduled recovery.
+    engineStopped,    ///< A player instance exists although the state is `stopped`.
+    noFirstFrame,     ///< No frame was drawn within the deadline after the camera load.
+    streamEnded,      ///< The camera ended the stream; its last frame is still on the screen.
+    heartbeatStalled, ///< No frame was drawn for longer than the threshold.
 };
 
-/// Only frames that were drawn count as life: connections hang and decoders wait for key frames
-/// without the engine ever saying so. A time that is not a number is never overdue.
+/// Judges playback by its drawn frames alone, because a connection can hang and a decoder can wait
+/// for a key frame without any report from the engine. A time that is NaN is never overdue.
 [[nodiscard]] PlaybackVerdict playbackVerdict(const PlaybackVitals &vitals);
 
 } // namespace lumvik

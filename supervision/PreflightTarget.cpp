@@ -6,8 +6,7 @@ namespace lumvik {
 
 namespace {
 
-constexpr int rtspPort = 554;
-constexpr int smallestPort = 1; // nobody can listen at port 0
+constexpr int smallestPort = 1; // port 0 is reserved
 constexpr int largestPort = 65535;
 
 } // namespace
@@ -16,7 +15,7 @@ std::optional<PreflightTarget> preflightTarget(const QString &address) {
     const QUrl url(address);
     if (!url.isValid() || url.host().isEmpty())
         return std::nullopt;
-    const int port = url.port(rtspPort);
+    const int port = url.port(defaultCameraPort);
     if (port < smallestPort || port > largestPort)
         return std::nullopt;
     return PreflightTarget{.host = url.host(), .port = static_cast<std::uint16_t>(port)};

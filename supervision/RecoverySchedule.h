@@ -2,36 +2,65 @@
 
 #include <QString>
 
+#include <array>
 #include <cstdint>
 
 namespace lumvik {
 
-/// How soon an attempt at recovery is made: after the delay for its number, or at once whatever its
-/// number, for failures whose cause is known to be over.
-enum class RecoveryUrgency { afterBackOff, immediate };
-
-/// What an attempt at recovery does to the player instance.
-enum class PlayerRecreation {
-    ifDue,  ///< Reloads the camera; every third attempt in a row makes a new instance instead.
-    forced, ///< Makes a new instance.
+/// When recovery attempts are made and what they do. Times are in seconds.
+struct RecoveryPolicy {
+    /// The delay of the first, second, … attempt in a row. All later attempts use the last delay.
+    std::array<double, 7> backOffDelays;
+    /// The delay of an immediate attempt.
+    double immediateDelay;
+    /// A random part of this time is added to every delay.
+    double longestJitter;
+    /// Every attempt whose number is a multiple of this one re-creates the player.
+    std::int64_t attemptsPerRecreation;
 };
 
-/// A request for an attempt at recovery.
+/// The policy of the program.
+///
+/// A short interruption is repaired within a second, while a camera that is switched off for days
+/// costs one attempt every 30 s. Half a second is enough for an interface that has just come up to
+/// accept connections. The jitter keeps several viewers that have lost the same camera from
+/// returning to it at the same moment. A reload does not help if the engine itself is in a bad
+/// state, so every third attempt in a row replaces it.
+inline constexpr RecoveryPolicy recoveryPolicy{
+    .backOffDelays = {0.5, 1.0, 2.0, 4.0, 8.0, 15.0, 30.0},
+    .immediateDelay = 0.5,
+    .longestJitter = 0.35,
+    .attemptsPerRecreation = 3,
+};
+
+/// How soon a recovery attempt is made.
+enum class RecoveryUrgency {
+    afterBackOff, ///< After the delay for its number.
+    immediate,    ///< After `immediateDelay`, because the cause of the failure is over.
+};
+
+/// Whether a recovery attempt re-creates the player instance.
+enum class PlayerRecreation {
+    ifDue,  ///< Reloads the camera, unless the policy requires a new instance for this attempt.
+    forced, ///< Always creates a new instance.
+};
+
+/// A request for a recovery attempt.
 struct PlaybackRecovery {
     QString reason; ///< For the log.
     RecoveryUrgency urgency = RecoveryUrgency::afterBackOff;
     PlayerRecreation recreation = PlayerRecreation::ifDue;
 };
 
-/// One attempt at recovery: when, and what it does.
+/// A planned recovery attempt.
 struct RecoveryAttempt {
-    double delay = 0;             ///< Seconds from now, 0.5 to 30.35.
-    bool recreatesPlayer = false; ///< A new player instance, not just a reload.
+    double delay = 0;             ///< In seconds from now.
+    bool recreatesPlayer = false; ///< Whether the player is re-created rather than reloaded.
 };
 
-/// The attempt with this number (1 for the first since frames were drawn or a camera was chosen).
-/// The delay grows from 0.5 s to 30 s over seven attempts; `random`, in [0, 1), adds up to 0.35 s,
-/// so that viewers that lost the same camera together do not all come back together.
+/// Plans the attempt with the given number, according to `recoveryPolicy`. Attempt 1 is the first
+/// one since a frame was drawn or a camera was chosen. `random` is in [0, 1) and selects the
+/// jitter.
 [[nodiscard]] RecoveryAttempt recoveryAttempt(std::int64_t number, RecoveryUrgency urgency,
                                               PlayerRecreation recreation, double random);
 

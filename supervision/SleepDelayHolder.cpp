@@ -13,7 +13,7 @@ SleepDelayHolder::~SleepDelayHolder() {
 void SleepDelayHolder::keep(SleepMonitor::SleepDelay delay, double longest) {
     release();
     m_delay = std::move(delay);
-    m_limit = m_queue.after(longest, [this] { release(); }); // cancelled before this is gone
+    m_limit = m_queue.after(longest, [this] { release(); }); // cancelled by the destructor
 }
 
 void SleepDelayHolder::release() {

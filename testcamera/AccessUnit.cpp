@@ -8,7 +8,7 @@ namespace {
 
 constexpr int orientationPayloadType = 47;
 
-/// One unit's place in the stream: from its start code, and from its header after that.
+/// The position of a unit in the stream: that of its start code, and that of its header.
 struct Unit {
     std::size_t begin = 0;
     std::size_t header = 0;
@@ -54,7 +54,8 @@ class BitWriter {
             ++m_used;
         }
     }
-    /// Ends with a one and zeros up to the byte, unless the byte is full already.
+    /// Appends a one bit and then zero bits up to the end of the byte, unless the byte is already
+    /// complete.
     [[nodiscard]] QByteArray aligned() {
         if (m_used % 8 != 0)
             put(1, 1);
@@ -85,7 +86,7 @@ QByteArray orientationUnit(VideoCodec codec, int degrees) {
     BitWriter payload;
     payload.put(0, 1); // Not cancelled.
     payload.put(0, 2); // Mirrored neither way.
-    // The message counts anticlockwise, a full turn being 2^16.
+    // The message counts anticlockwise, and 2^16 is a full turn.
     payload.put(static_cast<unsigned>((360 - degrees) % 360) * 65536U / 360U, 16);
     if (codec == VideoCodec::H264) {
         payload.put(0b010, 3); // Repetition period 1: holds until the next message.

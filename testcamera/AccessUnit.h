@@ -9,18 +9,18 @@
 
 namespace lumvik::test {
 
-/// Work on one coded picture as a byte stream (units behind start codes), for both codecs.
+/// Operations on one coded picture in byte-stream format (units with start codes), for both codecs.
 namespace AccessUnit {
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// Only the parameter sets, each behind a start code: enough for a session description, and no
-/// picture. Empty when there are none.
+/// Returns only the parameter sets, each with a start code. They suffice for a session description
+/// and contain no picture. Empty when there are none.
 [[nodiscard]] QByteArray parameterSets(VideoCodec codec, Bytes unit);
 
-/// The same unit with a display orientation message before the first slice, which tells players to
-/// turn the picture clockwise by `degrees` (0, 90, 180 or 270). The unit unchanged when it has no
-/// slice.
+/// Returns the unit with a display orientation message before the first slice. The message asks
+/// players to turn the picture clockwise by `degrees` (0, 90, 180 or 270). A unit without a slice
+/// is returned unchanged.
 [[nodiscard]] QByteArray withOrientation(VideoCodec codec, Bytes unit, int degrees);
 
 } // namespace AccessUnit

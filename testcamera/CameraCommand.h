@@ -10,14 +10,14 @@
 
 namespace lumvik::test {
 
-/// What a line on standard input can ask the test camera to do.
+/// The commands that the test camera accepts on standard input.
 namespace CameraCommand {
 
-/// Connections stay, frames stop.
+/// Connections stay open but frames stop.
 struct Freeze {};
-/// Frames go on, with the present time.
+/// Frames continue with the present time.
 struct Thaw {};
-/// Every stream ends in order; later clients are served.
+/// Every stream ends in an orderly way. Later clients are served.
 struct End {};
 /// Every connection is closed; later clients are served.
 struct Drop {
@@ -29,13 +29,13 @@ struct Drop {
 struct Refuse {};
 /// Listens again, on the same port.
 struct Accept {};
-/// Connections are closed; new ones are taken and never answered.
+/// Connections are closed. New ones are accepted but never get a reply.
 struct Silent {};
-/// Answers again; the connections taken during the silence are closed.
+/// New connections are served again. Those accepted during the silence are closed.
 struct Speak {};
-/// Connections are closed; new ones may play and are closed then, before the first picture.
+/// Connections are closed. New ones are closed when they start to play, before the first picture.
 struct HangUp {};
-/// Those that play are served again.
+/// Clients that play are served again.
 struct Stay {};
 /// The picture has this size from the next frame on, for running clients too.
 struct Resize {
@@ -45,13 +45,14 @@ struct Resize {
 struct Rotate {
     int degrees = 0;
 };
-/// The codec for the clients that come next.
+/// The codec for later clients.
 struct UseCodec {
     VideoCodec codec = VideoCodec::H264;
 };
 /// Asks how many connections there are.
 struct Clients {};
-/// Asks how many connections play, how many ever did at once, and how many times one began to.
+/// Asks for the number of playing connections, their highest number at once, and the number of play
+/// requests.
 struct Streams {};
 struct Quit {};
 
@@ -63,7 +64,7 @@ using AnyCameraCommand = std::variant<
     CameraCommand::HangUp, CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
     CameraCommand::UseCodec, CameraCommand::Clients, CameraCommand::Streams, CameraCommand::Quit>;
 
-/// Reads one line; the error says what is wrong with it.
+/// Parses one line. The error describes what is wrong with it.
 [[nodiscard]] tl::expected<AnyCameraCommand, QString> parseCommand(const QString &line);
 
 } // namespace lumvik::test

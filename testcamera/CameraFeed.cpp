@@ -32,7 +32,7 @@ GstBufferPointer bufferWith(const QByteArray &bytes) {
         gst_buffer_new_memdup(bytes.constData(), static_cast<gsize>(bytes.size())));
 }
 
-/// A buffer's bytes for reading.
+/// Read access to the bytes of a buffer.
 class MappedBuffer {
   public:
     explicit MappedBuffer(GstBuffer *buffer)
@@ -56,7 +56,7 @@ class MappedBuffer {
 
 } // namespace
 
-/// One stream's end of the feed. Everything in it is guarded by the feed's mutex.
+/// The end of the feed that serves one stream. All members are guarded by the feed's mutex.
 class CameraFeed::Outlet {
   public:
     enum class Stage { Created, NeedsParameterSets, Paused, NeedsKeyFrame, Flowing, Ended };
@@ -65,7 +65,7 @@ class CameraFeed::Outlet {
         : codec(usedCodec)
         , m_source(GST_ELEMENT(gst_object_ref(appSource))) {}
 
-    /// Sends a copy that shares the picture's memory, stamped with this stream's own time.
+    /// Sends a copy that shares the picture's memory and has a time stamp of this stream.
     void push(GstBuffer *buffer, GstClockTime capturedAt) {
         const GstClockTime base = gst_element_get_base_time(m_source.get());
         GstBuffer *stamped = gst_buffer_copy(buffer);
@@ -80,7 +80,7 @@ class CameraFeed::Outlet {
 
     const VideoCodec codec;
     Stage stage = Stage::Created;
-    /// The client played before the parameter sets were there.
+    /// The client started to play before the parameter sets were available.
     bool playsAtOnce = false;
 
   private:
@@ -112,7 +112,7 @@ std::shared_ptr<CameraFeed::Outlet> CameraFeed::addOutlet(GstElement *source, Vi
         const std::lock_guard lock(m_mutex);
         m_outlets.push_back(outlet);
     }
-    // The outlet owns the source, so the source may only know it weakly.
+    // The outlet owns the source, so the source holds only a weak reference to it.
     struct Link {
         CameraFeed *feed;
         std::weak_ptr<Outlet> outlet;
@@ -158,7 +158,7 @@ void CameraFeed::thaw() {
     if (!m_isFrozen)
         return;
     m_isFrozen = false;
-    // A picture may have been dropped on its way, so that only a key frame makes sense now.
+    // Pictures may have been dropped, so decoding can continue only with a key frame.
     for (const auto &outlet : m_outlets) {
         if (outlet->stage == Stage::Flowing)
             outlet->stage = Stage::NeedsKeyFrame;
@@ -190,11 +190,11 @@ void CameraFeed::resize(QSize size) {
 void CameraFeed::rotate(int degrees) {
     const std::lock_guard lock(m_mutex);
     m_rotation = degrees;
-    // Once a player was told to turn the picture it must also be told to turn it back.
+    // A player that has been asked to turn the picture must also be asked to turn it back.
     m_sendsOrientation = m_sendsOrientation || degrees != 0;
 }
 
-/// On the stream's own thread, when the stream begins to run.
+/// Called on the stream's own thread when the stream starts.
 void CameraFeed::outletStarted(const std::shared_ptr<Outlet> &outlet) {
     const std::lock_guard lock(m_mutex);
     if (outlet->stage != Stage::Created)
@@ -207,7 +207,7 @@ void CameraFeed::outletStarted(const std::shared_ptr<Outlet> &outlet) {
     }
 }
 
-/// Does nothing while they are not known yet.
+/// Does nothing while the parameter sets are unknown.
 void CameraFeed::sendParameterSets(Outlet &outlet) {
     const QByteArray &parameterSets = m_parameterSets[indexOf(outlet.codec)];
     if (outlet.stage != Stage::NeedsParameterSets || parameterSets.isEmpty())
@@ -222,7 +222,8 @@ void CameraFeed::run() {
     std::int64_t tick = 0;
     std::unique_lock lock(m_mutex);
     while (!m_stop) {
-        // Multiples of the exact period: neither late wake-ups nor rounding add up.
+        // Ticks are multiples of the exact period, so late wake-ups and rounding errors do not
+        // accumulate.
         const Clock::time_point next = begin + tick * second / m_framesPerSecond;
         m_wake.wait_until(lock, next, [this] { return m_stop || m_parametersWanted; });
         if (m_stop)
@@ -232,7 +233,8 @@ void CameraFeed::run() {
         lock.unlock();
         perform(work, isTick ? next : Clock::now());
         lock.lock();
-        // A machine that stood still leaves ticks out rather than catching up in a burst.
+        // After a pause of the machine, missed ticks are skipped instead of being made up in a
+        // burst.
         if (isTick)
             tick = std::max(tick + 1, (Clock::now() - begin) * m_framesPerSecond / second);
     }
@@ -269,8 +271,8 @@ CameraFeed::Work CameraFeed::takeWork(Occasion occasion) {
     return work;
 }
 
-/// Paints and codes what there is need for. Without the mutex: it waits for encoders, which wait
-/// for the mutex when they deliver.
+/// Paints and encodes as needed. Called without the mutex, because it waits for encoders, which
+/// lock the mutex to deliver pictures.
 void CameraFeed::perform(const Work &work, Clock::time_point capturedAt) {
     const bool isNew = !m_picture || m_picture->size() != work.size;
     if (isNew) {
@@ -312,12 +314,12 @@ void CameraFeed::prepareEncoder(VideoCodec codec, const Need &need, const Work &
         std::fprintf(stderr, "no encoder: %s\n", qPrintable(created.error()));
 }
 
-/// On an encoder's thread.
+/// Called on an encoder's thread.
 void CameraFeed::deliver(VideoCodec codec, std::uint64_t generation,
                          const Encoder::CodedPicture &picture) {
     const std::lock_guard lock(m_mutex);
     if (generation != m_generation)
-        return; // Coded in a size that is no longer wanted.
+        return; // The picture was encoded in an old size.
     if (picture.isKeyFrame)
         m_parameterSets[indexOf(codec)] =
             AccessUnit::parameterSets(codec, MappedBuffer(picture.buffer).bytes());
@@ -333,7 +335,7 @@ void CameraFeed::deliver(VideoCodec codec, std::uint64_t generation,
     }
 }
 
-/// The orientation goes with every picture, since some decoders forget it after each.
+/// Every picture carries the orientation, because some decoders keep it for one picture only.
 GstBufferPointer CameraFeed::withOrientation(VideoCodec codec, GstBuffer *buffer) const {
     if (!m_sendsOrientation)
         return GstBufferPointer(gst_buffer_ref(buffer));

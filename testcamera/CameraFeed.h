@@ -16,16 +16,15 @@
 
 namespace lumvik::test {
 
-/// The sensor and the encoders: paints a picture at each tick of the frame rate, codes it once per
-/// codec in use, and hands it to every stream that plays.
+/// The sensor and the encoders of the camera. Paints a picture at each tick of the frame rate,
+/// encodes it once per codec in use, and passes it to every playing stream.
 ///
-/// Each RTSP stream has an outlet, which is fed by an appsrc of its own. An outlet first gets only
-/// the parameter sets, so that a session can be described without a picture having to be waited for
-/// or growing old in a queue; when its client plays, a key frame is made for it, and from there on
-/// it gets every picture. While nobody is connected nothing is painted or coded.
+/// Each RTSP stream has an outlet, which feeds an appsrc of its own. An outlet first gets only the
+/// parameter sets, so that a session can be described without waiting for a picture and without a
+/// picture that ages in a queue. When its client starts to play, the outlet gets a key frame and
+/// then every picture. Nothing is painted or encoded while no client is connected.
 ///
-/// Owned by CameraServer. The public operations may be called on any thread; painting has a thread
-/// of its own.
+/// Owned by CameraServer. The public functions are thread-safe. Painting has a thread of its own.
 class CameraFeed {
   public:
     class Outlet;
@@ -35,17 +34,18 @@ class CameraFeed {
     CameraFeed &operator=(const CameraFeed &) = delete;
     ~CameraFeed();
 
-    /// Makes an outlet that feeds `source`, an appsrc not yet started. It stays registered until
-    /// `removeOutlet`.
+    /// Creates an outlet that feeds `source`, an appsrc that has not been started yet. It stays
+    /// registered until `removeOutlet`.
     [[nodiscard]] std::shared_ptr<Outlet> addOutlet(GstElement *source, VideoCodec codec);
     void removeOutlet(const std::shared_ptr<Outlet> &outlet);
     void play(const std::shared_ptr<Outlet> &outlet);
     void pause(const std::shared_ptr<Outlet> &outlet);
 
-    /// No picture leaves from the moment this returns until `thaw`; streams can still be described.
+    /// No picture is sent after this function has returned until `thaw` is called. Streams can
+    /// still be described.
     void freeze();
     void thaw();
-    /// Ends every stream that exists now.
+    /// Ends every existing stream.
     void end();
     void resize(QSize size);
     /// Clockwise, 0, 90, 180 or 270.
@@ -54,7 +54,8 @@ class CameraFeed {
   private:
     static constexpr std::size_t codecCount = 2;
     using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, as GStreamer's system clock.
-    /// Why the painter woke: a picture is due, or a stream waits to be described.
+    /// Why the painter thread woke up: a picture is due, or a stream is waiting for its
+    /// description.
     enum class Occasion { Tick, Description };
     struct Need {
         bool encoder = false;
@@ -93,10 +94,10 @@ class CameraFeed {
     bool m_isFrozen = false;
     bool m_parametersWanted = false;
     bool m_stop = false;
-    /// Counts the sizes, so that a picture still coded in the old size is told apart.
+    /// Counts the size changes, so that a picture encoded in an old size can be recognised.
     std::uint64_t m_generation = 0;
 
-    // Of the painter thread alone.
+    // Used only by the painter thread.
     std::unique_ptr<Picture> m_picture;
     std::array<std::unique_ptr<Encoder>, codecCount> m_encoders;
     std::array<bool, codecCount> m_encoderFailed{};

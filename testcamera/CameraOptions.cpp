@@ -41,7 +41,7 @@ tl::expected<int, QString> parseNumber(const QString &option, const QString &tex
     return number;
 }
 
-/// The options that are taken as they are, and checks on them.
+/// Reads the options that need no conversion, and checks them.
 tl::expected<void, QString> readTexts(const QCommandLineParser &parser, CameraOptions &options) {
     const auto read = [&parser](const char *name, QString &target) {
         if (parser.isSet(QLatin1String(name)))

@@ -11,7 +11,7 @@
 
 namespace lumvik::test {
 
-/// What the test camera was asked to be on its command line.
+/// The options of the test camera's command line.
 struct CameraOptions {
     QString address = QStringLiteral("127.0.0.1");
     /// 0 takes any free port.
@@ -23,16 +23,18 @@ struct CameraOptions {
     /// Frames from one key frame to the next.
     int keyFrameInterval = 25;
     VideoCodec codec = VideoCodec::H264;
-    /// Empty: everybody may watch.
+    /// Empty when no password is required.
     QString user;
     QString password;
     bool clockPattern = false;
-    /// End when standard input ends; otherwise the camera serves on without commands.
+    /// Whether to exit when standard input ends. Otherwise the camera keeps serving without
+    /// commands.
     bool exitWithStandardInput = false;
     bool showHelp = false;
 };
 
-/// Reads the command line, program name first; the error is a sentence for the user.
+/// Parses the command line, which starts with the program name. The error is a message for the
+/// user.
 [[nodiscard]] tl::expected<CameraOptions, QString> parseOptions(const QStringList &arguments);
 
 /// The text for --help.

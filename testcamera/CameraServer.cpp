@@ -20,7 +20,7 @@ OutletHolder *outletOf(GstRTSPMedia *media) {
                : static_cast<OutletHolder *>(g_object_get_data(G_OBJECT(media), outletKey));
 }
 
-/// Sends a reset at once: dissolving a TCP connection's association is Linux's way to abort it.
+/// Sends a reset at once. On Linux, connecting a TCP socket to AF_UNSPEC aborts its connection.
 void abortConnection(GSocket *socket) {
     sockaddr nobody{};
     nobody.sa_family = AF_UNSPEC;
@@ -56,7 +56,7 @@ CameraServer::CameraServer(const CameraOptions &options)
     , m_feed(options)
     , m_server(gst_rtsp_server_new())
     , m_factory(gst_rtsp_media_factory_new()) {
-    // No threads for clients: everything about them happens on the main thread.
+    // Clients have no threads of their own and are served on the main thread.
     const GObjectPointer<GstRTSPThreadPool> threads(
         gst_rtsp_server_get_thread_pool(m_server.get()));
     gst_rtsp_thread_pool_set_max_threads(threads.get(), 0);
@@ -148,7 +148,7 @@ void CameraServer::takeConnection(GObjectPointer<GSocket> socket) {
     }
     const GObjectPointer<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
     if (!remote)
-        return; // The client is gone already.
+        return; // The client has disconnected already.
     auto *address = G_INET_SOCKET_ADDRESS(remote.get());
     gchar *host = g_inet_address_to_string(g_inet_socket_address_get_address(address));
     gst_rtsp_server_transfer_connection(m_server.get(), socket.release(), host,
@@ -156,13 +156,13 @@ void CameraServer::takeConnection(GObjectPointer<GSocket> socket) {
     g_free(host);
 }
 
-/// The outlet lives as long as the stream that it feeds.
+/// Creates the outlet, which exists as long as the stream that it feeds.
 void CameraServer::configureMedia(GstRTSPMedia *media) {
     const GstObjectPointer<GstElement> element(gst_rtsp_media_get_element(media));
     const GstObjectPointer<GstElement> source(
         gst_bin_get_by_name(GST_BIN(element.get()), "source"));
     struct Registration {
-        OutletHolder outlet; // First, so that outletOf finds it.
+        OutletHolder outlet; // Set first, so that outletOf finds it.
         CameraFeed *feed;
     };
     auto *registration = new Registration{m_feed.addOutlet(source.get(), m_codec), &m_feed};
@@ -208,7 +208,7 @@ void CameraServer::clientPlays(GstRTSPClient *client, GstRTSPMedia *media) {
         m_feed.play(*outlet);
 }
 
-/// Ends a connection in order, which the library then notices by itself.
+/// Closes a connection in an orderly way. The library then notices the end by itself.
 void CameraServer::hangUp(GstRTSPClient *client) {
     if (const auto known = find(client); known != m_clients.end())
         g_socket_shutdown(known->socket.get(), TRUE, TRUE, nullptr);
@@ -236,15 +236,16 @@ void CameraServer::forgetClient(GstRTSPClient *client) {
 
 void CameraServer::cleanUp() {
     m_longGoneClients = std::exchange(m_goneClients, {});
-    // Clients over UDP may vanish without a word; their sessions time out.
+    // Clients over UDP may disappear without notice. Their sessions time out.
     const GObjectPointer<GstRTSPSessionPool> sessions(
         gst_rtsp_server_get_session_pool(m_server.get()));
     gst_rtsp_session_pool_cleanup(sessions.get());
 }
 
-/// Ends the connections at once and leaves it to the library to notice.
+/// Ends the connections at once. The library then notices their end by itself.
 void CameraServer::closeClients(CameraCommand::Drop::Manner manner) {
-    // Streams first, so that nothing more is sent; those over UDP outlive their connection anyway.
+    // Streams end first, so that nothing more is sent. Streams over UDP would outlive their
+    // connection.
     const GObjectPointer<GstRTSPSessionPool> sessions(
         gst_rtsp_server_get_session_pool(m_server.get()));
     g_list_free_full(

@@ -12,15 +12,15 @@
 
 namespace lumvik::test {
 
-/// The RTSP side of the test camera: takes connections, hands them to gst-rtsp-server, and does
-/// what commands ask.
+/// The RTSP side of the test camera. Accepts connections, passes them to gst-rtsp-server, and
+/// executes commands.
 ///
-/// It accepts connections itself, so that it can refuse them, leave them unanswered or reset them.
-/// Each client has a stream of its own, fed by an outlet of the CameraFeed. Owned by main; used on
-/// the main thread, where all clients are served too, with GLib's default context.
+/// The server accepts connections itself, so that it can refuse them, leave them without a reply,
+/// or reset them. Each client has a stream of its own, fed by an outlet of the CameraFeed. Owned by
+/// main. Used on the main thread with GLib's default context, which also serves all clients.
 class CameraServer {
   public:
-    /// Serves from now on. The error says why it cannot, for example that the port is taken.
+    /// Starts to serve. The error says why this failed, for example because the port is in use.
     [[nodiscard]] static tl::expected<std::unique_ptr<CameraServer>, QString>
     start(const CameraOptions &options);
 
@@ -31,7 +31,7 @@ class CameraServer {
     /// The stream's address, with the real port and without credentials.
     [[nodiscard]] QString url() const;
 
-    /// Does what a command asks; the value is what to answer behind "ok". Quit is main's affair.
+    /// Executes a command. The value is the text to print after "ok". The caller handles Quit.
     [[nodiscard]] tl::expected<QString, QString> perform(const AnyCameraCommand &command);
 
   private:
@@ -85,9 +85,9 @@ class CameraServer {
     std::vector<Client> m_clients;
     long m_mostPlaying = 0;
     long m_playRequests = 0;
-    /// Clients whose connection has ended lately. gst-rtsp-server may still hold a deferred call
-    /// for them, without a reference, when a sending failed at the moment in which they went; they
-    /// are kept from one clean-up to the next but one.
+    /// Clients whose connection has ended recently. When sending failed at that moment,
+    /// gst-rtsp-server may still have a deferred call for them without holding a reference. They
+    /// are therefore kept until the second clean-up.
     std::vector<Client> m_goneClients;
     std::vector<Client> m_longGoneClients;
     std::unique_ptr<PortListener> m_listener;

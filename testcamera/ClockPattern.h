@@ -7,14 +7,13 @@
 
 namespace lumvik::test {
 
-/// The capture time as a pattern of black and white cells that survives video coding and scaling,
-/// for measuring the delay from capture to screen.
+/// The capture time as a pattern of black and white cells that survives video coding and scaling.
+/// It is used to measure the latency from capture to screen.
 ///
 /// The pattern covers the bottom fifth of the picture: two rows of twenty equal cells, read left to
 /// right, top to bottom. Cell n is white when bit n (most significant first) of a 40-bit word is
-/// set: 32 bits of time in milliseconds (CLOCK_MONOTONIC, modulo 2^32, the same clock for every
-/// process of one machine) and 8 bits of checksum, so that a torn or blended picture is not taken
-/// for a time.
+/// set: 32 bits of time in milliseconds (CLOCK_MONOTONIC modulo 2^32, which all processes of a
+/// machine share) and 8 bits of checksum, which exclude torn and blended pictures.
 namespace ClockPattern {
 
 inline constexpr int columns = 20;
@@ -30,7 +29,7 @@ using Cells = std::array<bool, static_cast<std::size_t>(columns *rows)>;
     return static_cast<std::uint8_t>(folded & 0xFFU);
 }
 
-/// The cells for a time; true is white.
+/// The cells that represent a time. True is white.
 [[nodiscard]] constexpr Cells encode(std::uint32_t milliseconds) {
     const std::uint64_t word = (std::uint64_t{milliseconds} << 8U) | checksum(milliseconds);
     Cells cells{};
@@ -39,7 +38,7 @@ using Cells = std::array<bool, static_cast<std::size_t>(columns *rows)>;
     return cells;
 }
 
-/// The time that the cells show, or nothing when the checksum does not fit.
+/// The time that the cells represent. Empty when the checksum does not match.
 [[nodiscard]] constexpr std::optional<std::uint32_t> decode(const Cells &cells) {
     std::uint64_t word = 0;
     for (const bool cell : cells)
@@ -50,8 +49,9 @@ using Cells = std::array<bool, static_cast<std::size_t>(columns *rows)>;
     return milliseconds;
 }
 
-/// The cell grid in a picture of `width` by `height` pixels. `luma(x, y)` answers the brightness of
-/// a pixel from 0 to 255; each cell is judged by the mean of nine samples around its centre.
+/// Reads the cell grid in a picture of `width` by `height` pixels. `luma(x, y)` returns the
+/// brightness of a pixel from 0 to 255. Each cell is judged by the mean of nine samples around its
+/// centre.
 template<typename Luma>
 [[nodiscard]] std::optional<std::uint32_t> read(int width, int height, Luma luma) {
     const double cellWidth = static_cast<double>(width) / columns;

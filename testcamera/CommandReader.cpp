@@ -27,7 +27,7 @@ CommandReader::~CommandReader() {
         g_source_remove(m_source);
 }
 
-/// Answers whether more can come.
+/// Returns whether more input can arrive.
 bool CommandReader::readAvailable() {
     std::array<char, 1024> chunk{};
     const ssize_t count = read(STDIN_FILENO, chunk.data(), chunk.size());

@@ -9,15 +9,15 @@
 
 namespace lumvik::test {
 
-/// Reads lines from standard input as they come. Used on the main thread, with GLib's default
+/// Reads lines from standard input as they arrive. Used on the main thread with GLib's default
 /// context.
 class CommandReader {
   public:
     using LineHandler = std::function<void(const QString &)>;
     using EndHandler = std::function<void()>;
 
-    /// `onEnd` is called once, when standard input has ended; a last line without a line feed
-    /// counts.
+    /// `onEnd` is called once when standard input has ended. A last line without a line feed is
+    /// read too.
     CommandReader(LineHandler onLine, EndHandler onEnd);
     CommandReader(const CommandReader &) = delete;
     CommandReader &operator=(const CommandReader &) = delete;

@@ -10,9 +10,9 @@ namespace lumvik::test {
 
 namespace {
 
-/// Constant quality keeps the bars exact; the ceiling only bounds key frames of large pictures.
-/// One thread codes 1280x720 in a few milliseconds, and more threads would cut pictures into
-/// slices.
+/// Constant quality keeps the bars exact. The maximum bit rate only limits key frames of large
+/// pictures. One thread encodes 1280x720 in a few milliseconds, and more threads would split
+/// pictures into slices.
 QString encoderElement(const Encoder::Settings &settings) {
     const int pixels = settings.size.width() * settings.size.height();
     const int threads = std::clamp(pixels / (1280 * 720), 1, 4);
@@ -99,7 +99,8 @@ void Encoder::forceKeyFrame() {
         m_sink.get(), gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0));
 }
 
-/// Recycling the pictures' memory spares the page faults of allocating it for each frame.
+/// A pool recycles the memory of the pictures and avoids the page faults of a new allocation for
+/// each frame.
 bool Encoder::preparePool(std::size_t bytes) {
     m_pool.reset(gst_buffer_pool_new());
     GstStructure *configuration = gst_buffer_pool_get_config(m_pool.get());
@@ -113,7 +114,8 @@ void Encoder::deliverSample() {
     if (sample == nullptr)
         return;
     GstBuffer *buffer = gst_sample_get_buffer(sample);
-    // Encoders shift their time stamps together with the segment; its running time is what went in.
+    // Encoders shift their time stamps together with the segment, so the running time is the
+    // original time.
     const GstClockTime capturedAt = gst_segment_to_running_time(
         gst_sample_get_segment(sample), GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
     m_handler({buffer, !GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT), capturedAt});

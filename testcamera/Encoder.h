@@ -13,10 +13,10 @@
 
 namespace lumvik::test {
 
-/// Codes pictures as one goes in, one comes out, with nothing held back.
+/// Encodes pictures without delay: each picture that goes in comes out before the next one.
 ///
-/// Owned by CameraFeed's painter thread, which makes every call; the coded pictures arrive at the
-/// handler on the encoder's own thread until the destructor has returned.
+/// Owned by CameraFeed's painter thread, which makes every call. The handler receives the encoded
+/// pictures on the encoder's own thread until the destructor has returned.
 class Encoder {
   public:
     struct Settings {
@@ -26,7 +26,7 @@ class Encoder {
         int keyFrameInterval = 25;
     };
     struct CodedPicture {
-        /// A byte stream, with the parameter sets in front of each key frame. Lent for the call.
+        /// A byte stream with the parameter sets before each key frame. Valid only during the call.
         GstBuffer *buffer = nullptr;
         bool isKeyFrame = false;
         /// When the picture was painted, on CLOCK_MONOTONIC.
@@ -34,15 +34,15 @@ class Encoder {
     };
     using Handler = std::function<void(const CodedPicture &)>;
 
-    /// The error is GStreamer's, for example that the codec's element is not installed.
+    /// The error is GStreamer's message, for example when the codec's element is not installed.
     [[nodiscard]] static tl::expected<std::unique_ptr<Encoder>, QString>
     create(const Settings &settings, Handler handler);
     Encoder(const Encoder &) = delete;
     Encoder &operator=(const Encoder &) = delete;
     ~Encoder();
 
-    /// Takes a copy of an I420 picture laid out as Picture::data(). When the encoder is behind by
-    /// more than two pictures, the oldest waiting one is dropped.
+    /// Copies an I420 picture with the layout of Picture::data(). When more than two pictures are
+    /// waiting, the oldest one is dropped.
     void encode(const std::vector<std::uint8_t> &picture, GstClockTime capturedAt);
 
     /// Makes the next picture a key frame.

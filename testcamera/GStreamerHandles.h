@@ -6,7 +6,7 @@
 
 namespace lumvik::test {
 
-/// Owners of references counted by GLib and GStreamer.
+/// Smart pointers for objects of GLib and GStreamer.
 struct GObjectUnref {
     template<typename T>
     void operator()(T *object) const {

@@ -29,7 +29,7 @@ int roundUp(int value, int multiple) {
     return (value + multiple - 1) / multiple * multiple;
 }
 
-/// White text on black, as luma in limited range.
+/// Renders white text on black, as luma in limited range.
 QImage textImage(QSize size, const QFont &font, const QString &text, int flags) {
     QImage image(size, QImage::Format_Grayscale8);
     image.fill(Qt::black);
@@ -51,7 +51,7 @@ QImage textImage(QSize size, const QFont &font, const QString &text, int flags) 
 QFont clockFont(QSize cell) {
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setBold(true);
-    // A fixed-width character is at most 0.62 of the font's size wide.
+    // The width of a fixed-width character is at most 0.62 of the font's size.
     font.setPixelSize(std::max(6, std::min(cell.height() * 7 / 10, cell.width() * 8 / 5)));
     return font;
 }
@@ -86,9 +86,10 @@ Picture::YCbCr Picture::convert(PictureLayout::Colour colour) {
             round(128 + 224 * (red - luma) / 1.5748)};
 }
 
-/// Edges fall on even pixels, so that no chroma sample belongs to two regions.
+/// Edges are at even pixels, so that no chroma sample belongs to two regions.
 Picture::Rectangle Picture::pixels(PictureLayout::Region region) const {
-    // The small addition keeps a product such as 0.7 * 720 from falling to the pixel below.
+    // The small addition keeps a product such as 0.7 * 720 from being rounded down to the next
+    // lower pixel.
     const auto edge = [](double share, int length) { return evenFloor(share * length + 0.001); };
     const int left = edge(region.left, m_size.width());
     const int top = edge(region.top, m_size.height());

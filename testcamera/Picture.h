@@ -13,12 +13,12 @@
 
 namespace lumvik::test {
 
-/// The camera's picture, painted straight in the encoder's format (I420, BT.709, limited range), so
-/// that every pixel is known and nothing needs to be converted.
+/// The camera's picture, painted directly in the encoder's format (I420, BT.709, limited range), so
+/// that every pixel is known and no conversion is necessary.
 ///
-/// The bars, the name and the background are painted once; `paint` redoes only what changes, which
-/// keeps a frame at a fraction of a millisecond. Rows are padded as GstVideoInfo pads them. Not
-/// thread-safe; needs a QGuiApplication for the fonts.
+/// The bars, the name and the background are painted once. `paint` updates only the changing parts,
+/// which takes a fraction of a millisecond per frame. Rows have the padding of GstVideoInfo. Not
+/// thread-safe. Needs a QGuiApplication for the fonts.
 class Picture {
   public:
     enum class Bottom { Ramp, ClockPattern };
@@ -26,8 +26,8 @@ class Picture {
     /// `size` must be even in both directions.
     Picture(QSize size, const QString &name, Bottom bottom);
 
-    /// Brings the picture up to date: `milliseconds` of CLOCK_MONOTONIC modulo 2^32 for the pattern
-    /// and the moving block, `wallTime` for the clock.
+    /// Updates the picture. `milliseconds` is CLOCK_MONOTONIC modulo 2^32 for the pattern and the
+    /// moving block. `wallTime` is the time that the wall clock shows.
     void paint(std::uint32_t milliseconds, QTime wallTime);
 
     [[nodiscard]] QSize size() const { return m_size; }
@@ -66,7 +66,7 @@ class Picture {
     Bottom m_bottom;
     std::array<Plane, 3> m_planes;
     std::vector<std::uint8_t> m_data;
-    /// One image for each character that the clock can show, so that no text is laid out per frame.
+    /// An image of each character of the wall clock, so that no frame needs a text layout.
     std::array<QImage, 12> m_digits;
     QString m_shownTime;
 };

@@ -4,8 +4,8 @@
 
 namespace lumvik::test {
 
-/// Where things are in the test camera's picture, and in which colours, for tests that read the
-/// picture back from a decoder or from the screen.
+/// The layout and the colours of the test camera's picture, for tests that read the picture back
+/// from a decoder or from the screen.
 ///
 /// From top to bottom: seven vertical colour bars; a black band with the camera's name on the left
 /// and the wall clock on the right; a dark strip through which a light block sweeps; and at the
@@ -13,7 +13,7 @@ namespace lumvik::test {
 /// black to white (without). The layout is the same in both modes and for every picture size.
 namespace PictureLayout {
 
-/// A part of the picture as shares of its width and height, origin at the top left.
+/// A part of the picture, as fractions of its width and height. The origin is at the top left.
 struct Region {
     double left = 0;
     double top = 0;
@@ -28,8 +28,8 @@ struct Colour {
     int blue = 0;
 };
 
-/// Bars at 75 %, so that no channel of any of them is clipped. Decoded values are within 4 of
-/// these.
+/// The bars have an amplitude of 75 %, so that no channel is clipped. Decoded values are within 4
+/// of these.
 inline constexpr int barCount = 7;
 inline constexpr std::array<Colour, barCount> barColours{{
     {191, 191, 191}, // white
@@ -41,7 +41,7 @@ inline constexpr std::array<Colour, barCount> barColours{{
     {0, 0, 191},     // blue
 }};
 
-/// All bars together; nothing in here ever changes.
+/// All bars together. This region never changes.
 inline constexpr Region bars{0, 0, 1, 0.5};
 inline constexpr Region name{0, 0.5, 0.5, 0.2};
 inline constexpr Region wallClock{0.5, 0.5, 0.5, 0.2};

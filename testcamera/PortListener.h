@@ -12,16 +12,16 @@
 
 namespace lumvik::test {
 
-/// The camera's TCP port, which can refuse connections for a while and never loses its number.
+/// The camera's TCP port. It can refuse connections temporarily and always keeps its number.
 ///
-/// While it refuses, the port stays bound without listening: the system answers connects with a
-/// reset, and no other program can be given the port. Used on the main thread, with GLib's default
-/// context.
+/// While connections are refused, the port stays bound without listening. The system then replies
+/// to connection requests with a reset, and no other program can take the port. Used on the main
+/// thread with GLib's default context.
 class PortListener {
   public:
     using Handler = std::function<void(GObjectPointer<GSocket>)>;
 
-    /// Listens on a numeric `address`; `port` 0 takes a free one. The error says what failed.
+    /// Listens on a numeric `address`. `port` 0 takes a free port. The error says what failed.
     [[nodiscard]] static tl::expected<std::unique_ptr<PortListener>, QString>
     open(const QString &address, std::uint16_t port, Handler handler);
 
@@ -30,7 +30,7 @@ class PortListener {
     ~PortListener();
 
     [[nodiscard]] std::uint16_t port() const { return m_port; }
-    /// Both are harmless when repeated.
+    /// Repeated calls of `refuse` and `listen` have no effect.
     [[nodiscard]] tl::expected<void, QString> refuse();
     [[nodiscard]] tl::expected<void, QString> listen();
 

@@ -25,7 +25,7 @@ void SilentConnections::closeAll() {
     m_connections.clear();
 }
 
-/// Answers whether the connection still exists.
+/// Returns whether the connection still exists.
 bool SilentConnections::discardInput(GSocket *socket) {
     std::array<char, 4096> ignored{};
     GError *raw = nullptr;

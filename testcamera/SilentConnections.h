@@ -8,8 +8,8 @@
 
 namespace lumvik::test {
 
-/// Connections that were accepted and are never answered: what arrives is read and thrown away.
-/// Used on the main thread, with GLib's default context.
+/// Accepted connections that never get a reply. Incoming data is read and discarded. Used on the
+/// main thread with GLib's default context.
 class SilentConnections {
   public:
     SilentConnections() = default;
@@ -18,7 +18,7 @@ class SilentConnections {
     ~SilentConnections() { closeAll(); }
 
     void add(GObjectPointer<GSocket> socket);
-    /// How many the clients have not closed yet.
+    /// The number of connections that the clients have not closed yet.
     [[nodiscard]] std::size_t count() const { return m_connections.size(); }
     void closeAll();
 

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-/// Every test program has an application object, so that timers, queued calls and fonts work in it.
+/// Gives every test program an application object, so that timers, queued calls and fonts work.
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
-    // A machine that only builds has no display, and ctest lists the cases without any environment.
+    // A build machine has no display, and ctest lists the tests without setting the environment.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);

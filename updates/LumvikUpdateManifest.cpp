@@ -19,14 +19,17 @@ bool isDigit(char byte) {
     return byte >= '0' && byte <= '9';
 }
 
-/// Where the text ends that begins at `at`, behind its quotation mark; -1 when it has a control
-/// character, an escape that does not exist, or no end.
-qsizetype endOfText(const QByteArray &json, qsizetype at) {
+/// Returns the position of the closing quotation mark of the JSON string whose content begins at
+/// `at`. Returns -1 if the string contains a control character or an invalid escape sequence, or is
+/// not closed.
+qsizetype endOfString(const QByteArray &json, qsizetype at) {
     constexpr std::string_view escapes = "\"\\/bfnrtu";
+    constexpr unsigned char firstPrintable =
+        0x20; // the characters before it are control characters
     for (; at < json.size(); ++at) {
         if (json.at(at) == '"')
             return at;
-        if (static_cast<unsigned char>(json.at(at)) < 0x20)
+        if (static_cast<unsigned char>(json.at(at)) < firstPrintable)
             return -1;
         if (json.at(at) != '\\')
             continue;
@@ -37,12 +40,12 @@ qsizetype endOfText(const QByteArray &json, qsizetype at) {
     return -1;
 }
 
-/// Finds what the toolkit's reader takes though it is no JSON: control characters and escapes of
-/// all kinds in texts, and numbers with no digit on one side of the point.
+/// Returns false for invalid JSON that QJsonDocument accepts: strings with control characters or
+/// invalid escape sequences, and numbers that lack a digit on either side of the decimal point.
 bool isStrict(const QByteArray &json) {
     for (qsizetype at = 0; at < json.size(); ++at) {
         if (json.at(at) == '"') {
-            at = endOfText(json, at + 1);
+            at = endOfString(json, at + 1);
             if (at < 0)
                 return false;
         } else if (json.at(at) == '.') {
@@ -60,16 +63,17 @@ QString unreadable(QLatin1String key) {
 }
 
 std::optional<std::int64_t> wholeNumber(const QJsonValue &value) {
-    // A value that is no whole number within 64 bits makes toInteger answer its default.
+    // For a value that is not a whole number within 64 bits, toInteger returns the given default.
     const qint64 number = value.toInteger(0);
     if (!value.isDouble() || number != value.toInteger(1))
         return std::nullopt;
     return number;
 }
 
-/// Whether the scheme, host and path of `page` are spelt exactly so. The parts of a URL are found
-/// as RFC 3986, appendix B, finds them.
-bool isSpelt(const QString &page, const QString &scheme, const QString &host, const QString &path) {
+/// Whether the address `page` is written with exactly this scheme, host and path. It is split into
+/// its parts by the regular expression of RFC 3986, appendix B.
+bool hasExactParts(const QString &page, const QString &scheme, const QString &host,
+                   const QString &path) {
     static const QRegularExpression parts(QRegularExpression::anchoredPattern(
         QStringLiteral("(?:(?<scheme>[^:/?#]+):)?"
                        "(?://(?:[^/?#@]*@)?(?<host>[^/?#@:]*)(?::[0-9]*)?)?"
@@ -79,18 +83,20 @@ bool isSpelt(const QString &page, const QString &scheme, const QString &host, co
            match.captured(u"host") == host && match.captured(u"path") == path;
 }
 
-/// Both what is spelt and what QUrl, which opens the page, makes of it must be the maker's page.
+/// Whether the manifest refers to the Lumvik download page. This must hold both for the address as
+/// written and for the QUrl made from it, because the QUrl is what is opened.
 bool isDownloadPage(const LumvikUpdateManifest &manifest, const QString &webHost) {
     const QString scheme = QStringLiteral("https");
     const QString path = QStringLiteral("/lumvik");
     const QUrl url = manifest.downloadUrl();
-    QUrl maker;
-    maker.setHost(webHost);
-    return isSpelt(manifest.downloadPage, scheme, webHost, path) && url.isValid() &&
-           url.scheme() == scheme && url.host() == maker.host() && url.path() == path;
+    QUrl website;
+    website.setHost(webHost);
+    return hasExactParts(manifest.downloadPage, scheme, webHost, path) && url.isValid() &&
+           url.scheme() == scheme && url.host() == website.host() && url.path() == path;
 }
 
-/// Neither digits of other scripts nor a line break at the end, which "$" would let pass.
+/// Whether `text` is two to four numbers separated by dots. The pattern is anchored, because "$"
+/// would permit a line break at the end; "[0-9]" excludes digits of other scripts.
 bool isVersion(const QString &text) {
     static const QRegularExpression pattern(
         QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+(?:\\.[0-9]+){1,3}")));
@@ -115,7 +121,7 @@ tl::expected<LumvikUpdateManifest, QString> decodeUpdateManifest(const QByteArra
         return tl::unexpected(unreadable(versionKey));
     if (!build)
         return tl::unexpected(unreadable(buildKey));
-    // An address that is empty is no URL either, and so is what was no text.
+    // An empty address is not a valid URL. A value that is not a string is empty here.
     if (!QUrl(page, QUrl::StrictMode).isValid())
         return tl::unexpected(unreadable(downloadPageKey));
     return LumvikUpdateManifest{version.toString(), *build, page};
@@ -125,7 +131,7 @@ tl::expected<void, ManifestFault> validateUpdateManifest(const LumvikUpdateManif
                                                          const QString &webHost) {
     if (!isDownloadPage(manifest, webHost))
         return tl::unexpected(ManifestFault::downloadPage);
-    if (manifest.build < 1)
+    if (manifest.build < LumvikUpdateManifest::firstBuild)
         return tl::unexpected(ManifestFault::build);
     if (!isVersion(manifest.version))
         return tl::unexpected(ManifestFault::version);

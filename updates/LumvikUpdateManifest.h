@@ -9,32 +9,38 @@
 
 namespace lumvik {
 
-/// What the maker's web site says about the newest version. A plain value.
+/// The description of the newest version that the Lumvik website publishes. A plain value type.
 struct LumvikUpdateManifest {
-    QString version;        ///< For users, for example "1.4" or "1.4.2".
-    std::int64_t build = 0; ///< At least 1.
-    /// The page that the user is sent to, as the manifest spells it: QUrl would fold the case of
-    /// scheme and host, on which the check is exact.
+    QString version;        ///< The version shown to users, for example "1.4" or "1.4.2".
+    std::int64_t build = 0; ///< The build number, at least `firstBuild` in a valid manifest.
+    /// The address of the download page, exactly as the manifest spells it. It is not a QUrl, which
+    /// would convert the scheme and the host to lower case before they are validated.
     QString downloadPage;
 
-    /// The page to open.
+    /// The smallest valid build number.
+    static constexpr std::int64_t firstBuild = 1;
+
+    /// Returns the address of the download page as a URL that can be opened.
     [[nodiscard]] QUrl downloadUrl() const { return QUrl(downloadPage, QUrl::StrictMode); }
 
     friend bool operator==(const LumvikUpdateManifest &, const LumvikUpdateManifest &) = default;
 };
 
-/// Reads a manifest: a JSON object with the texts "version" and "downloadPage", the latter a URL
-/// (an absolute one or not), and the whole number "build" within 64 bits; 7.0 is one, 7.5 is not.
-/// Other keys are ignored. The error is a sentence for the user.
+/// Decodes a manifest from JSON. The JSON must be an object with the strings "version" and
+/// "downloadPage" and the number "build". "downloadPage" must be an absolute or relative URL.
+/// "build" must be a whole number that fits into 64 bits; 7.0 counts as whole, 7.5 does not. Other
+/// keys are ignored. The error is a sentence for the user.
 [[nodiscard]] tl::expected<LumvikUpdateManifest, QString>
 decodeUpdateManifest(const QByteArray &json);
 
 enum class ManifestFault { downloadPage, build, version };
 
-/// Checks the values of a manifest and answers what is wrong with the first that fails, in this
-/// order: the download page is https, on `webHost` and exactly "/lumvik", compared letter by
-/// letter; the build is at least 1; the version is two to four decimal numbers with dots between
-/// and nothing around them, in ASCII digits.
+/// Validates the values of a manifest and returns the first fault, in this order:
+/// 1. The download page must use https, be on `webHost` and have the path "/lumvik". All three are
+///    compared exactly, including case.
+/// 2. The build must be at least `LumvikUpdateManifest::firstBuild`.
+/// 3. The version must consist of two to four decimal numbers in ASCII digits, separated by dots,
+///    and nothing else.
 [[nodiscard]] tl::expected<void, ManifestFault>
 validateUpdateManifest(const LumvikUpdateManifest &manifest, const QString &webHost);
 

@@ -18,7 +18,7 @@ tl::unexpected<LumvikUpdateCheckError> failure(const QString &message) {
     return tl::unexpected(LumvikUpdateCheckError{message});
 }
 
-/// The address of the manifest, or an invalid one when the host cannot be part of any.
+/// Returns the URL of the manifest, or an invalid URL if the configured host is invalid.
 QUrl manifestAddress(const LumvikUpdateSettings &settings) {
     QUrl address = websiteUrl(settings.webHost, QStringLiteral("/lumvik/version.json"));
     if (address.isValid())
@@ -26,8 +26,9 @@ QUrl manifestAddress(const LumvikUpdateSettings &settings) {
     return address;
 }
 
-/// What a manifest's bytes mean for the installed version.
-LumvikUpdateCheckOutcome judged(const QByteArray &json, const LumvikUpdateSettings &settings) {
+/// Decodes and validates a manifest and compares it with the installed version.
+LumvikUpdateCheckOutcome outcomeOfManifest(const QByteArray &json,
+                                           const LumvikUpdateSettings &settings) {
     const auto manifest = decodeUpdateManifest(json);
     if (!manifest)
         return failure(manifest.error());
@@ -58,7 +59,7 @@ LumvikUpdateCheckResult updateCheckResult(const LumvikUpdateManifest &manifest,
     return {};
 }
 
-QString LumvikUpdateSettings::makersWebHost() {
+QString LumvikUpdateSettings::defaultWebHost() {
     return QStringLiteral(LUMVIK_WEB_HOST);
 }
 
@@ -66,15 +67,16 @@ InstalledVersion LumvikUpdateSettings::runningVersion() {
     return {.version = QStringLiteral(LUMVIK_VERSION), .build = QStringLiteral(LUMVIK_BUILD)};
 }
 
-/// One check. The completion belongs to the main thread; the worker only passes the object on.
+/// One check. The completion handler is only touched on the main thread; the worker just passes the
+/// check along.
 class LumvikUpdateService::Check final : public UpdateCheck,
                                          public std::enable_shared_from_this<Check> {
   public:
     Check(Completion completion, std::weak_ptr<Worker> worker,
-          std::shared_ptr<SerialQueueHandle> queue)
+          std::shared_ptr<SerialQueueHandle> queueHandle)
         : m_completion(std::move(completion))
         , m_worker(std::move(worker))
-        , m_queue(std::move(queue)) {}
+        , m_queueHandle(std::move(queueHandle)) {}
 
     void cancel() override;
     void deliver(LumvikUpdateCheckOutcome outcome) {
@@ -83,20 +85,21 @@ class LumvikUpdateService::Check final : public UpdateCheck,
     }
 
   private:
-    Completion m_completion; ///< Empty once it ran or was cancelled.
+    Completion m_completion; ///< Empty after it has run or the check was cancelled.
     const std::weak_ptr<Worker> m_worker;
-    const std::shared_ptr<SerialQueueHandle> m_queue;
+    const std::shared_ptr<SerialQueueHandle> m_queueHandle;
 };
 
-/// The service's part on the queue's thread: the check that runs and those that wait for it.
+/// The part of the service that lives on the queue's thread. It runs one check at a time and keeps
+/// the others waiting.
 class LumvikUpdateService::Worker : public std::enable_shared_from_this<Worker> {
   public:
     Worker(MainQueue &mainQueue, LumvikUpdateSettings settings, SerialQueue &queue)
-        : access(std::make_shared<SerialQueueHandle>(queue))
+        : queueHandle(std::make_shared<SerialQueueHandle>(queue))
         , m_mainQueue(mainQueue)
         , m_settings(std::move(settings)) {}
 
-    const std::shared_ptr<SerialQueueHandle> access; ///< All threads.
+    const std::shared_ptr<SerialQueueHandle> queueHandle; ///< Usable on any thread.
 
     void add(std::shared_ptr<Check> check) {
         m_waiting.push_back(std::move(check));
@@ -104,7 +107,8 @@ class LumvikUpdateService::Worker : public std::enable_shared_from_this<Worker> 
             beginNext();
     }
 
-    /// Forgets a check that is over or cancelled, if it has not been already.
+    /// Removes a check that has finished or was cancelled, unless it has already been removed.
+    /// Begins the next one if the check was running.
     void remove(const std::shared_ptr<Check> &check) {
         std::erase(m_waiting, check);
         if (m_running == check)
@@ -143,17 +147,18 @@ void LumvikUpdateService::Worker::begin() {
                                                            .timeLimit = m_settings.timeLimit,
                                                            .authorities = m_settings.authorities,
                                                            .resolver = m_settings.resolver},
-                                           access);
+                                           queueHandle);
     m_download->start([this](const ManifestDownload::Outcome &outcome) {
-        finish(outcome ? judged(*outcome, m_settings) : failure(outcome.error()));
+        finish(outcome ? outcomeOfManifest(*outcome, m_settings) : failure(outcome.error()));
     });
 }
 
 void LumvikUpdateService::Worker::finish(LumvikUpdateCheckOutcome outcome) {
     m_mainQueue.async(
         [check = m_running, outcome = std::move(outcome)] { check->deliver(outcome); });
-    // In a later turn: this one may be inside the download that is to go.
-    access->async([worker = weak_from_this(), check = m_running] {
+    // Removed in a later turn, because the download that is deleted with the check may be the
+    // caller.
+    queueHandle->async([worker = weak_from_this(), check = m_running] {
         if (const auto self = worker.lock())
             self->remove(check);
     });
@@ -163,7 +168,7 @@ void LumvikUpdateService::Check::cancel() {
     if (!m_completion)
         return;
     m_completion = nullptr;
-    m_queue->async([worker = m_worker, check = shared_from_this()] {
+    m_queueHandle->async([worker = m_worker, check = shared_from_this()] {
         if (const auto self = worker.lock())
             self->remove(check);
     });
@@ -178,13 +183,13 @@ LumvikUpdateService::~LumvikUpdateService() {
         if (const auto running = check.lock())
             running->cancel();
     }
-    m_worker->access->close();
-    // The last piece of work, for whose end the queue waits.
+    m_worker->queueHandle->close();
+    // This is the last task. The queue's destructor waits for it.
     m_queue.async([worker = std::move(m_worker)]() mutable { worker.reset(); });
 }
 
 std::shared_ptr<UpdateCheck> LumvikUpdateService::check(Completion completion) {
-    auto check = std::make_shared<Check>(std::move(completion), m_worker, m_worker->access);
+    auto check = std::make_shared<Check>(std::move(completion), m_worker, m_worker->queueHandle);
     std::erase_if(m_checks, [](const std::weak_ptr<Check> &other) { return other.expired(); });
     m_checks.push_back(check);
     m_queue.async([worker = m_worker, check] { worker->add(check); });

@@ -5,6 +5,7 @@
 #include "platform/network/HostLookup.h"
 #include "updates/LumvikUpdateManifest.h"
 #include "updates/UpdateChecker.h"
+#include "updates/WebsiteUrl.h"
 
 #include <QList>
 #include <QSslCertificate>
@@ -20,44 +21,48 @@
 
 namespace lumvik {
 
-/// Whether a manifest offers an update: when its version is later than the installed one, or the
-/// same with a higher build.
+/// Compares a manifest with the installed version. An update is available if the manifest's version
+/// is later than the installed one, or if it is the same version with a higher build number.
 [[nodiscard]] LumvikUpdateCheckResult updateCheckResult(const LumvikUpdateManifest &manifest,
                                                         const InstalledVersion &installed);
 
-/// What the update service is told at construction. As it stands it is right for the program.
+/// The settings of the update service. The defaults are those of the program; tests change them.
 struct LumvikUpdateSettings {
-    /// The maker's web host, in lower case: asked for the manifest, and the only one on which its
-    /// download page may be.
-    QString webHost = makersWebHost();
-    std::uint16_t port = 443;
+    /// The default time limit of a check. Long enough for a slow connection that needs several
+    /// addresses or redirections, and short enough for a user who waits for the result.
+    static constexpr std::chrono::seconds defaultTimeLimit{15};
+
+    /// The host of the Lumvik website, in lower case. The manifest is fetched from this host, and
+    /// its download page must be on the same host.
+    QString webHost = defaultWebHost();
+    std::uint16_t port = httpsPort;
     InstalledVersion installed = runningVersion();
-    /// Who may vouch for the server; the system's authorities when not given.
+    /// The certificate authorities to trust, or the system's authorities if not set.
     std::optional<QList<QSslCertificate>> authorities = std::nullopt;
-    /// How long one check may take, everything included.
-    std::chrono::milliseconds timeLimit = std::chrono::seconds(15);
+    /// The time limit of one check, from the look-up of the host to the last byte.
+    std::chrono::milliseconds timeLimit = defaultTimeLimit;
     NameResolver resolver = resolveWithSystem;
 
-    /// The host that this program was built for.
-    [[nodiscard]] static QString makersWebHost();
-    /// The version and build of this program.
+    /// Returns the host of the Lumvik website, as configured when the program was built.
+    [[nodiscard]] static QString defaultWebHost();
+    /// Returns the version and build of this program.
     [[nodiscard]] static InstalledVersion runningVersion();
 };
 
-/// Asks the maker's web site for the newest version: fetches `/lumvik/version.json`, validates it
-/// strictly and compares it with the version that is running. It only checks; nothing is downloaded
-/// or installed, retried or kept between checks.
+/// Checks the Lumvik website for a newer version. Fetches `/lumvik/version.json`, validates it
+/// strictly and compares it with the running version. The service only checks: it does not download
+/// or install updates, does not retry, and keeps nothing between checks.
 ///
-/// Owned by the controller and used on the main thread. The work is done on a serial queue of its
-/// own, one check after another: a check that is asked for while another one runs waits for it.
-/// Destruction cancels all checks and waits for no network and no name server.
+/// The controller owns the service and uses it on the main thread. The work is done on a dedicated
+/// serial queue, one check at a time: a check that begins while another one is running waits for
+/// it. The destructor cancels all checks. It waits neither for the network nor for a name server.
 class LumvikUpdateService final : public UpdateChecker {
   public:
     /// `mainQueue` must outlive the service.
     explicit LumvikUpdateService(MainQueue &mainQueue, LumvikUpdateSettings settings = {});
     ~LumvikUpdateService() override;
 
-    /// The completion is destroyed on the main thread, too.
+    /// The completion handler is also destroyed on the main thread.
     std::shared_ptr<UpdateCheck> check(Completion completion) override;
 
   private:
@@ -65,7 +70,7 @@ class LumvikUpdateService final : public UpdateChecker {
     class Worker;
 
     SerialQueue m_queue;
-    std::shared_ptr<Worker> m_worker; ///< Works, and ends, on m_queue.
+    std::shared_ptr<Worker> m_worker; ///< Used and destroyed on m_queue's thread.
     std::vector<std::weak_ptr<Check>> m_checks;
 };
 

@@ -1,6 +1,7 @@
 #include "updates/ManifestDownload.h"
 
 #include "updates/TransferErrorText.h"
+#include "updates/WebsiteUrl.h"
 
 #include <QHostAddress>
 #include <QNetworkAccessManager>
@@ -15,11 +16,6 @@ namespace lumvik {
 
 namespace {
 
-/// How long an address may take to answer before the name's next one is tried.
-constexpr std::chrono::seconds addressLimit{4};
-
-constexpr int httpsPort = 443;
-
 const QString unavailable = QStringLiteral("The update server is unavailable.");
 const QString invalidResponse = QStringLiteral("The update server returned an invalid response.");
 
@@ -31,7 +27,7 @@ std::uint16_t portOf(const QUrl &address) {
     return static_cast<std::uint16_t>(address.port(httpsPort));
 }
 
-/// The "Host" header, which the toolkit would make from the numerical address.
+/// Returns the value of the "Host" header. Qt would derive it from the numerical address.
 QByteArray hostHeader(const QUrl &address) {
     QString host = hostName(address);
     if (host.contains(u':'))
@@ -41,6 +37,10 @@ QByteArray hostHeader(const QUrl &address) {
     return host.toLatin1();
 }
 
+bool isSuccess(int status) {
+    return status >= 200 && status <= 299;
+}
+
 bool isRedirection(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
@@ -48,65 +48,66 @@ bool isRedirection(int status) {
 } // namespace
 
 ManifestDownload::ManifestDownload(DownloadRequest request,
-                                   std::shared_ptr<SerialQueueHandle> queue)
+                                   std::shared_ptr<SerialQueueHandle> queueHandle)
     : m_request(std::move(request))
-    , m_queue(std::move(queue))
-    , m_timeLimit(new QTimer)
-    , m_addressLimit(new QTimer)
+    , m_queueHandle(std::move(queueHandle))
+    , m_timeLimitTimer(new QTimer)
+    , m_connectionTimer(new QTimer)
     , m_manager(new QNetworkAccessManager) {
     m_manager->setProxy(QNetworkProxy::NoProxy);
-    m_timeLimit->setSingleShot(true);
-    m_timeLimit->setTimerType(Qt::PreciseTimer); // by default it may be five percent off
-    m_addressLimit->setSingleShot(true);
-    QObject::connect(m_timeLimit.get(), &QTimer::timeout, m_timeLimit.get(), [this] {
+    m_timeLimitTimer->setSingleShot(true);
+    m_timeLimitTimer->setTimerType(Qt::PreciseTimer); // the default type may be five percent off
+    m_connectionTimer->setSingleShot(true);
+    QObject::connect(m_timeLimitTimer.get(), &QTimer::timeout, m_timeLimitTimer.get(), [this] {
         finish(tl::unexpected(transferErrorText(QNetworkReply::TimeoutError, {})));
     });
-    QObject::connect(m_addressLimit.get(), &QTimer::timeout, m_addressLimit.get(),
-                     [this] { connectToNext(); });
+    QObject::connect(m_connectionTimer.get(), &QTimer::timeout, m_connectionTimer.get(),
+                     [this] { connectToNextAddress(); });
 }
 
 ManifestDownload::~ManifestDownload() {
-    m_timeLimit->stop();
+    m_timeLimitTimer->stop();
     dropReply();
 }
 
 void ManifestDownload::start(Finished finished) {
     m_finished = std::move(finished);
-    m_timeLimit->start(m_request.timeLimit);
-    visit(m_request.address);
+    m_timeLimitTimer->start(m_request.timeLimit);
+    fetch(m_request.address);
 }
 
-void ManifestDownload::visit(const QUrl &address) {
+void ManifestDownload::fetch(const QUrl &address) {
     m_address = address;
     m_nextAddress = 0;
     m_socketAddresses = numericalAddresses(hostName(address), portOf(address));
     if (m_socketAddresses.empty())
         lookUp();
     else
-        connectToNext();
+        connectToNextAddress();
 }
 
 void ManifestDownload::lookUp() {
-    const bool begun = lookUpHost(
-        hostName(m_address), portOf(m_address), m_request.resolver,
-        // Held weakly, and by the queue's own work only: this must end on the queue's thread.
-        [queue = m_queue, download = weak_from_this()](LookupResult result) {
-            queue->async([download, result = std::move(result)] {
-                if (const auto self = download.lock())
-                    self->takeLookup(result);
-            });
-        });
+    const bool begun =
+        lookUpHost(hostName(m_address), portOf(m_address), m_request.resolver,
+                   // The reference is weak, and only tasks on the queue make it strong, because the
+                   // download must be destroyed on the queue's thread.
+                   [queueHandle = m_queueHandle, download = weak_from_this()](LookupResult result) {
+                       queueHandle->async([download, result = std::move(result)] {
+                           if (const auto self = download.lock())
+                               self->handleLookup(result);
+                       });
+                   });
     if (!begun)
-        takeLookup(tl::unexpected(LookupError::notNow));
+        handleLookup(tl::unexpected(LookupError::temporary));
 }
 
-void ManifestDownload::takeLookup(const LookupResult &result) {
+void ManifestDownload::handleLookup(const LookupResult &result) {
     if (!m_finished)
         return;
     if (result && !result->empty()) {
         m_socketAddresses = *result;
-        connectToNext();
-    } else if (!result && result.error() == LookupError::notNow) {
+        connectToNextAddress();
+    } else if (!result && result.error() == LookupError::temporary) {
         finish(tl::unexpected(
             QStringLiteral("The name of the update server could not be looked up.")));
     } else {
@@ -114,11 +115,11 @@ void ManifestDownload::takeLookup(const LookupResult &result) {
     }
 }
 
-void ManifestDownload::connectToNext() {
+void ManifestDownload::connectToNextAddress() {
     dropReply();
     send(m_socketAddresses[m_nextAddress++]);
     if (m_nextAddress < m_socketAddresses.size())
-        m_addressLimit->start(addressLimit);
+        m_connectionTimer->start(connectionTimeLimit);
 }
 
 void ManifestDownload::send(const SocketAddress &address) {
@@ -126,18 +127,19 @@ void ManifestDownload::send(const SocketAddress &address) {
     m_hasHead = false;
     m_body.clear();
     m_reply.reset(m_manager->get(request(address)));
-    // More than the largest body, so that the toolkit never holds the byte back that is too many.
-    m_reply->setReadBufferSize(2 * largestBody);
+    // The buffer is larger than the longest permitted body, so that Qt always delivers the first
+    // excess byte.
+    m_reply->setReadBufferSize(2 * maximumBodySize);
     m_replyContext = std::make_unique<QObject>();
     QNetworkReply *const reply = m_reply.get();
     QObject *const context = m_replyContext.get();
     QObject::connect(reply, &QNetworkReply::encrypted, context, [this] {
         m_isConnected = true;
-        m_addressLimit->stop();
+        m_connectionTimer->stop();
     });
-    QObject::connect(reply, &QNetworkReply::metaDataChanged, context, [this] { takeHead(); });
-    QObject::connect(reply, &QNetworkReply::readyRead, context, [this] { takeBody(); });
-    QObject::connect(reply, &QNetworkReply::finished, context, [this] { takeEnd(); });
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, context, [this] { handleHead(); });
+    QObject::connect(reply, &QNetworkReply::readyRead, context, [this] { readBody(); });
+    QObject::connect(reply, &QNetworkReply::finished, context, [this] { handleReplyFinished(); });
 }
 
 QNetworkRequest ManifestDownload::request(const SocketAddress &address) const {
@@ -151,9 +153,9 @@ QNetworkRequest ManifestDownload::request(const SocketAddress &address) const {
         security.setCaCertificates(*m_request.authorities);
         request.setSslConfiguration(security);
     }
-    // A compressed body could be small on the way and huge when the toolkit has inflated it.
+    // A compressed body could be small during the transfer and huge after Qt has decompressed it.
     request.setRawHeader("Accept-Encoding", "identity");
-    // The toolkit would name the user's language.
+    // Qt would otherwise send the user's language.
     request.setRawHeader("Accept-Language", "en");
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
@@ -167,13 +169,13 @@ QNetworkRequest ManifestDownload::request(const SocketAddress &address) const {
     return request;
 }
 
-void ManifestDownload::takeHead() {
+void ManifestDownload::handleHead() {
     m_isConnected = true;
-    m_addressLimit->stop();
+    m_connectionTimer->stop();
     const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (isRedirection(status))
         return followRedirection();
-    if (status < 200 || status > 299)
+    if (!isSuccess(status))
         return finish(tl::unexpected(unavailable));
     const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
     if (!encoding.isEmpty() && encoding != "identity")
@@ -181,30 +183,30 @@ void ManifestDownload::takeHead() {
     m_hasHead = true;
 }
 
-void ManifestDownload::takeBody() {
-    m_body += m_reply->read(largestBody + 1 - m_body.size());
-    if (m_body.size() > largestBody)
+void ManifestDownload::readBody() {
+    m_body += m_reply->read(maximumBodySize + 1 - m_body.size());
+    if (m_body.size() > maximumBodySize)
         finish(tl::unexpected(invalidResponse));
 }
 
-void ManifestDownload::takeEnd() {
-    const auto self = shared_from_this(); // finishing may let go of the download
+void ManifestDownload::handleReplyFinished() {
+    const auto self = shared_from_this(); // finishing may release the download
     if (m_reply->error() != QNetworkReply::NoError)
-        return takeError();
-    takeBody();
+        return handleError();
+    readBody();
     if (m_finished)
         finish(m_hasHead ? Outcome(m_body) : tl::unexpected(unavailable));
 }
 
-void ManifestDownload::takeError() {
+void ManifestDownload::handleError() {
     const QNetworkReply::NetworkError error = m_reply->error();
     const bool isLastAddress = m_nextAddress == m_socketAddresses.size();
     if (!m_isConnected && !isLastAddress && error != QNetworkReply::SslHandshakeFailedError)
-        return connectToNext();
-    // The server is there, but it has closed the connection or sent something that is no HTTP.
-    const bool isNoHttp =
+        return connectToNextAddress();
+    // The server accepted the connection, but closed it or sent something that is not HTTP.
+    const bool isNotHttp =
         error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::ProtocolFailure;
-    if (m_isConnected && !m_hasHead && isNoHttp)
+    if (m_isConnected && !m_hasHead && isNotHttp)
         return finish(tl::unexpected(unavailable));
     finish(tl::unexpected(transferErrorText(error, m_reply->errorString())));
 }
@@ -218,25 +220,25 @@ void ManifestDownload::followRedirection() {
     if (target.scheme() != QLatin1String("https") || target.host().isEmpty())
         return finish(tl::unexpected(
             QStringLiteral("The update server redirected to an address that is not secure.")));
-    if (++m_redirections > mostRedirections)
+    if (++m_redirections > maximumRedirections)
         return finish(
             tl::unexpected(QStringLiteral("The update server redirected too many times.")));
     dropReply();
-    visit(target);
+    fetch(target);
 }
 
 void ManifestDownload::dropReply() {
-    m_addressLimit->stop();
+    m_connectionTimer->stop();
     if (!m_reply)
         return;
     m_replyContext.reset();
-    // Not aborted first: an error that is on its way to the reply would then be a second one, of
-    // which the toolkit complains. The reply's end breaks the transfer off as well.
+    // Deleting the reply aborts the transfer. It is not aborted explicitly: if an error were
+    // already pending, Qt would complain about a second one.
     m_reply.reset();
 }
 
 void ManifestDownload::finish(Outcome outcome) {
-    m_timeLimit->stop();
+    m_timeLimitTimer->stop();
     dropReply();
     if (const Finished finished = std::exchange(m_finished, nullptr))
         finished(std::move(outcome));

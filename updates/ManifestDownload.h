@@ -20,87 +20,95 @@ class QTimer;
 
 namespace lumvik {
 
-/// What to fetch and how.
+/// The parameters of a download.
 struct DownloadRequest {
-    QUrl address; ///< https, with a host.
-    /// How long everything together may take: look-ups, connecting, redirections and the body.
+    QUrl address; ///< An https URL with a host.
+    /// The time limit for the whole download: look-ups, connections, redirections and the body.
     std::chrono::milliseconds timeLimit{};
-    /// Who may vouch for servers; the system's authorities when not given.
+    /// The certificate authorities to trust, or the system's authorities if not set.
     std::optional<QList<QSslCertificate>> authorities;
     NameResolver resolver;
 };
 
-/// One GET of a small document over HTTPS, of which nothing is kept: no cookies, cache, credentials
+/// Downloads a small document over HTTPS with one GET request. Keeps no cookies, cache, credentials
 /// or open connections.
 ///
-/// The name is looked up by `lookUpHost` and the toolkit is given numerical addresses, because the
-/// end of the program waits for the toolkit's own look-ups; certificates are checked against the
-/// name all the same. A name's addresses are tried one after another. Redirections are followed
-/// here, since each of them has a name to look up, and only to https. Proxies are not asked: the
-/// toolkit asks for them on the calling thread and for as long as it takes.
+/// Host names are looked up by `lookUpHost` and Qt receives numerical addresses, because Qt waits
+/// for its own look-ups when the program exits. Certificates are still verified against the host
+/// name. The addresses of a host are tried one after another. Redirections are followed only to
+/// https, and by this class rather than by Qt, because each may lead to another host to look up.
+/// Proxies are not used: Qt would query the proxy settings on the calling thread, without a time
+/// limit.
 ///
-/// Nothing is tried again here, but the toolkit itself sends a request up to three times more when
-/// the server closes the connection without having answered.
+/// This class does not retry. Qt itself repeats a request up to three times if the server closes
+/// the connection without a response.
 ///
-/// Lives on the thread of a serial queue, in a shared pointer, and is also destroyed there, which
-/// breaks the transfer off without waiting for the network.
+/// A download is created and destroyed on the thread of a serial queue, and must be owned by a
+/// shared pointer. Destruction aborts the transfer without waiting for the network.
 class ManifestDownload : public std::enable_shared_from_this<ManifestDownload> {
   public:
-    static constexpr qsizetype largestBody = 65'536; ///< Bytes; a longer body is an error.
-    static constexpr int mostRedirections = 10;
+    /// The longest permitted body in bytes. A manifest has a few hundred bytes; the limit keeps a
+    /// faulty or malicious server from filling the memory.
+    static constexpr qsizetype maximumBodySize = 65'536;
+    /// The largest number of redirections that are followed. Ends redirection loops.
+    static constexpr int maximumRedirections = 10;
+    /// The time in which an address must accept a secure connection before the host's next address
+    /// is tried. Leaves time for several addresses within the time limit of an update check.
+    static constexpr std::chrono::seconds connectionTimeLimit{4};
 
-    /// The body of a response with a status from 200 to 299, or a sentence for the user.
+    /// The body of a response with a success status (200 to 299), or a sentence for the user.
     using Outcome = tl::expected<QByteArray, QString>;
     using Finished = std::function<void(Outcome)>;
 
-    /// `queue` is the way to the queue whose thread this is made on.
-    ManifestDownload(DownloadRequest request, std::shared_ptr<SerialQueueHandle> queue);
+    /// `queueHandle` must refer to the queue on whose thread the download is created.
+    ManifestDownload(DownloadRequest request, std::shared_ptr<SerialQueueHandle> queueHandle);
     ManifestDownload(const ManifestDownload &) = delete;
     ManifestDownload &operator=(const ManifestDownload &) = delete;
     ~ManifestDownload();
 
-    /// Begins, once. `finished` runs once, in a later turn or at once, and may let the download go.
+    /// Starts the download. Call this only once. `finished` runs once, possibly before `start`
+    /// returns, and may release the download.
     void start(Finished finished);
 
   private:
-    /// For objects that may be let go from within their own signal.
+    /// Deletes objects that may be released from within their own signals.
     struct DeleteLater {
         void operator()(QObject *object) const { object->deleteLater(); }
     };
 
-    void visit(const QUrl &address);
+    void fetch(const QUrl &address);
     void lookUp();
-    void takeLookup(const LookupResult &result);
-    void connectToNext();
+    void handleLookup(const LookupResult &result);
+    void connectToNextAddress();
     void send(const SocketAddress &address);
     [[nodiscard]] QNetworkRequest request(const SocketAddress &address) const;
 
-    void takeHead();
-    void takeBody();
-    void takeEnd();
-    void takeError();
+    void handleHead();
+    void readBody();
+    void handleReplyFinished();
+    void handleError();
     void followRedirection();
     void dropReply();
     void finish(Outcome outcome);
 
     const DownloadRequest m_request;
-    const std::shared_ptr<SerialQueueHandle> m_queue;
-    Finished m_finished; ///< Empty once it ran.
+    const std::shared_ptr<SerialQueueHandle> m_queueHandle;
+    Finished m_finished; ///< Empty after it has run.
 
-    QUrl m_address; ///< Of the request under way; redirections change it.
+    QUrl m_address; ///< The address of the current request; redirections change it.
     int m_redirections = 0;
     std::vector<SocketAddress> m_socketAddresses;
     std::size_t m_nextAddress = 0;
-    bool m_isConnected = false; ///< Securely, to the present address.
-    bool m_hasHead = false;     ///< Status and headers have arrived and are acceptable.
+    bool m_isConnected = false; ///< Whether a secure connection to the current address exists.
+    bool m_hasHead = false;     ///< Whether acceptable status and headers have arrived.
     QByteArray m_body;
 
-    std::unique_ptr<QTimer, DeleteLater> m_timeLimit;
-    /// Until connected, while other addresses are left.
-    std::unique_ptr<QTimer, DeleteLater> m_addressLimit;
+    std::unique_ptr<QTimer, DeleteLater> m_timeLimitTimer;
+    /// Runs while connecting, unless the current address is the last one.
+    std::unique_ptr<QTimer, DeleteLater> m_connectionTimer;
     std::unique_ptr<QNetworkAccessManager, DeleteLater> m_manager;
     std::unique_ptr<QNetworkReply, DeleteLater> m_reply;
-    std::unique_ptr<QObject> m_replyContext; ///< Its end cuts the connections to m_reply.
+    std::unique_ptr<QObject> m_replyContext; ///< Disconnects m_reply's signals when destroyed.
 };
 
 } // namespace lumvik

@@ -5,9 +5,9 @@
 
 namespace lumvik {
 
-/// The toolkit's description of a network error as a sentence for the user: one line, with a
-/// capital at the beginning and a full stop at the end. Errors that the toolkit describes badly or
-/// not at all get a sentence of our own.
+/// Returns a sentence for the user about a failed transfer. The sentence is Qt's `description` of
+/// the error, on one line, with a capital letter at the beginning and a full stop at the end.
+/// Errors that Qt describes poorly or not at all have fixed sentences instead.
 [[nodiscard]] QString transferErrorText(QNetworkReply::NetworkError error,
                                         const QString &description);
 

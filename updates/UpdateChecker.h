@@ -12,26 +12,27 @@
 
 namespace lumvik {
 
-/// What a version of the program says about itself, as text.
+/// The version and the build of an installed copy of the program, as texts.
 struct InstalledVersion {
-    QString version; ///< Counts as "0" when it is null.
-    QString build;   ///< Counts as 0 when it is no decimal integer.
+    QString version;
+    QString build;
 
+    /// Returns the version, or "0" if it is null.
     [[nodiscard]] QString versionText() const;
+    /// Returns the build number, or 0 if the build is not a decimal integer.
     [[nodiscard]] std::int64_t buildNumber() const;
 };
 
-/// The answer of a check that succeeded.
+/// The result of a successful check.
 struct LumvikUpdateCheckResult {
-    /// What is offered; nothing when the running version is current.
+    /// The update that is available, or nothing if the running version is current.
     std::optional<LumvikUpdateManifest> available;
 
-    [[nodiscard]] bool isCurrent() const { return !available; }
     friend bool operator==(const LumvikUpdateCheckResult &,
                            const LumvikUpdateCheckResult &) = default;
 };
 
-/// Why a check failed.
+/// The reason why a check failed.
 struct LumvikUpdateCheckError {
     QString message; ///< A sentence for the user.
 
@@ -39,21 +40,25 @@ struct LumvikUpdateCheckError {
                            const LumvikUpdateCheckError &) = default;
 };
 
+/// The shortest time between two automatic checks, in seconds: one day.
+inline constexpr std::int64_t automaticUpdateCheckPeriod = 24 * 60 * 60;
+
 using LumvikUpdateCheckOutcome = tl::expected<LumvikUpdateCheckResult, LumvikUpdateCheckError>;
 
-/// A check under way. Letting go of it does not cancel it.
+/// A running check. Deleting this object does not cancel the check.
 class UpdateCheck {
   public:
     UpdateCheck() = default;
     UpdateCheck(const UpdateCheck &) = delete;
     UpdateCheck &operator=(const UpdateCheck &) = delete;
     virtual ~UpdateCheck() = default;
-    /// Breaks the check off: its completion does not run any more. Returns at once. Harmless when
-    /// repeated or when the check is over. Main thread.
+    /// Cancels the check, so that its completion handler never runs. Returns immediately. Does
+    /// nothing if the check has already been cancelled or has finished. Main thread only.
     virtual void cancel() = 0;
 };
 
-/// Finds out whether there is a newer version. The program's own is LumvikUpdateService.
+/// Checks whether a newer version is available. The program uses LumvikUpdateService; tests use a
+/// fake.
 class UpdateChecker {
   public:
     using Completion = std::function<void(LumvikUpdateCheckOutcome)>;
@@ -63,8 +68,8 @@ class UpdateChecker {
     UpdateChecker &operator=(const UpdateChecker &) = delete;
     virtual ~UpdateChecker() = default;
 
-    /// Begins a check. `completion` runs once on the main thread, in a later turn, unless the check
-    /// is cancelled or the checker destroyed before. Main thread.
+    /// Begins a check. `completion` runs once on the main thread, in a later turn of the event
+    /// loop, unless the check is cancelled or the checker is destroyed first. Main thread only.
     virtual std::shared_ptr<UpdateCheck> check(Completion completion) = 0;
 };
 

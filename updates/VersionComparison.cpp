@@ -23,13 +23,13 @@ QStringView leadingNumericRun(QStringView piece) {
 } // namespace
 
 std::optional<std::int64_t> decimalInteger(QStringView text) {
-    // The toolkit's own reader passes over spaces, and the standard library's knows no plus sign.
+    // Qt's conversion would ignore surrounding spaces, and std::from_chars rejects a plus sign.
     if (text.startsWith(u'+')) {
         text = text.sliced(1);
         if (text.startsWith(u'-'))
             return std::nullopt;
     }
-    // What is not Latin-1 becomes a question mark.
+    // Characters outside Latin-1 become question marks, which are not digits.
     const QByteArray bytes = text.toLatin1();
     std::int64_t number = 0;
     const char *const end = bytes.constData() + bytes.size();

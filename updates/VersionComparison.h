@@ -9,20 +9,20 @@
 
 namespace lumvik {
 
-/// The number that `text` is: ASCII digits with at most one sign before them and nothing else, not
-/// even spaces, within 64 bits.
+/// Parses a decimal integer: ASCII digits, optionally preceded by one sign, and nothing else, not
+/// even spaces. Returns nothing if `text` is anything else or the number does not fit into 64 bits.
 [[nodiscard]] std::optional<std::int64_t> decimalInteger(QStringView text);
 
-/// The numbers of a version text, in order: one for each non-empty piece between dots.
+/// Returns the numbers of a version text, in order: one for each non-empty piece between dots.
 ///
-/// Of a piece counts its leading run of numeric characters ("4rc1" is 4), in whichever script they
-/// are written. That run is read as a decimal integer; what does not read as one is 0. So 0 stands
-/// for a piece without a number in front ("beta", "-1", " 2"), for digits that are not ASCII, and
-/// for a number beyond 64 bits.
+/// The number of a piece is its leading run of numeric characters of any script, read as a decimal
+/// integer: "4rc1" yields 4. A run that is not a decimal integer yields 0. The result is therefore
+/// 0 for pieces without a leading number ("beta", "-1", " 2"), for runs with digits that are not
+/// ASCII, and for numbers that do not fit into 64 bits.
 [[nodiscard]] std::vector<std::int64_t> numericVersionParts(const QString &version);
 
-/// Whether version `a` is earlier than, the same as or later than `b`, by their numbers. Numbers
-/// that one of them lacks count as 0: 1.2 and 1.2.0 are the same, and 1.10 is later than 1.9.
+/// Compares two versions number by number. The result is "less" if `a` is the earlier version.
+/// Missing numbers count as 0: 1.2 equals 1.2.0, and 1.10 is later than 1.9.
 [[nodiscard]] std::strong_ordering compareVersions(const QString &a, const QString &b);
 
 } // namespace lumvik

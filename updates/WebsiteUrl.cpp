@@ -3,11 +3,11 @@
 namespace lumvik {
 
 QUrl websiteUrl(const QString &host, const QString &path) {
-    QUrl page;
-    page.setScheme(QStringLiteral("https"));
-    page.setHost(host, QUrl::StrictMode);
-    page.setPath(path);
-    return page.host().isEmpty() ? QUrl() : page;
+    QUrl url;
+    url.setScheme(QStringLiteral("https"));
+    url.setHost(host, QUrl::StrictMode);
+    url.setPath(path);
+    return url.host().isEmpty() ? QUrl() : url;
 }
 
 } // namespace lumvik

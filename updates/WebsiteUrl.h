@@ -2,9 +2,15 @@
 
 #include <QUrl>
 
+#include <cstdint>
+
 namespace lumvik {
 
-/// A page of the maker's web site; an invalid address when `host` is no host.
+/// The port of HTTPS servers.
+inline constexpr std::uint16_t httpsPort = 443;
+
+/// Returns the https URL of the page `path` on the website `host`. Returns an invalid URL if `host`
+/// is not a valid host.
 [[nodiscard]] QUrl websiteUrl(const QString &host, const QString &path);
 
 } // namespace lumvik

@@ -1,5 +1,6 @@
 #include "window/ViewerWindow.h"
 
+#include "platform/PreferenceKeys.h"
 #include "window/MouseButtonState.h"
 #include "window/PopUpMenu.h"
 
@@ -18,8 +19,6 @@
 namespace lumvik {
 
 namespace {
-
-constexpr QSize initialSize{1120, 630};
 
 /// Takes away the depth and stencil buffers, which the toolkit would create, and clear for every
 /// picture. They serve scenes with many opaque items, and clips that are not upright rectangles;
@@ -56,7 +55,7 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     setTitle(QStringLiteral("Lumvik"));
     setColor(Qt::black);
     drawWithoutDepthAndStencil(*this);
-    resize(initialSize);
+    resize(PreferenceKeys::defaultViewerSize);
     setSmallestSize(minimumViewerSize);
 
     m_sizeSettled.setSingleShot(true);

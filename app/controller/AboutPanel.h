@@ -4,24 +4,24 @@
 
 namespace lumvik {
 
-/// What an about panel says.
+/// The texts of the about panel.
 struct AboutInformation {
     QString applicationName;
-    QString applicationVersion; ///< For users, such as "1.4".
-    QString version;            ///< The exact one, such as "Build 7".
+    QString applicationVersion; ///< The version for users, such as "1.4".
+    QString version;            ///< The exact version, such as "Build 7".
     QString credits;
 };
 
-/// A small window that tells which program this is: its icon, name and version, and who made it. It
-/// blocks nothing, and there is one at most. Main thread only.
+/// A small window with the program's icon, name, version and credits. It is not modal, and there is
+/// at most one. Main thread only.
 class AboutPanel final : public QDialog {
     Q_OBJECT
 
   public:
     explicit AboutPanel(const AboutInformation &about);
 
-    /// Shows the panel in front of everything, above `viewer` if there is one, or brings it back
-    /// there.
+    /// Shows the panel, or brings the visible panel to the front. It stays above `viewer`, which
+    /// may be null.
     void showAbove(QWindow *viewer);
 };
 

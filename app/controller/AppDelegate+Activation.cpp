@@ -1,4 +1,4 @@
-// What another start of the program asks of this one, which runs already.
+// Requests of later instances and of the desktop to this running instance.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/WindowActivation.h"
@@ -18,8 +18,8 @@ bool AppDelegate::handleLaunchRequest(const LaunchRequest &request) {
 }
 
 void AppDelegate::performSoon(LaunchRequest::Action action) {
-    // Whoever asks waits for the answer, not for the user. And what is opened by the program's own
-    // start is to be in the event loop, like all else.
+    // The client is waiting for a reply, which must not depend on the user. At launch, the deferral
+    // also opens windows only once the event loop is running.
     environment.mainQueue.async([self = QPointer(this), action] {
         if (self)
             self->perform(action);
@@ -27,7 +27,7 @@ void AppDelegate::performSoon(LaunchRequest::Action action) {
 }
 
 void AppDelegate::perform(LaunchRequest::Action action) {
-    // An alert that waits for the user comes first, as for the main menu.
+    // The user must answer an open alert first, as before using the main menu.
     if (isClosingViewer || modalWindowBlocksViewer())
         return;
     switch (action) {
@@ -44,7 +44,7 @@ void AppDelegate::perform(LaunchRequest::Action action) {
 
 void AppDelegate::bringToFront(const QByteArray &activationToken) {
     activateWindow(*window, activationToken);
-    // What stands before the viewer stays there, and has the keyboard.
+    // Windows that were in front of the viewer stay there and get the keyboard focus.
     if (settingsController)
         settingsController->bringToFront();
     if (QWidget *dialog = QApplication::activeModalWidget())

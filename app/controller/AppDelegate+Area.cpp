@@ -1,4 +1,4 @@
-// The focus area: choosing it, showing it, and the way back to the whole picture.
+// The focus area: selecting it, showing it and returning to the whole picture.
 
 #include "app/controller/AppDelegate.h"
 #include "viewer/AreaGeometry.h"
@@ -65,8 +65,8 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
         endFocusSelection();
         return;
     }
-    // While no picture is expected, before a load's stream has begun and after one has ended, what
-    // the engine describes is not what the user sees.
+    // Between two streams, the engine may still describe the old video or already describe the new
+    // one. Neither is what the user sees.
     const bool hasPicture = videoHost->expectsPicture();
     if (hasPicture)
         updateWindowAspectRatio(mpv);
@@ -97,11 +97,12 @@ void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowResha
     window->setContentAspectRatio({});
     window->setSmallestSize(minimumAreaContentSize);
     appliedVideoAspectRatio.reset();
-    // A window that fills the screen by the window manager's doing keeps filling it.
+    // A window that is maximised or in full screen keeps its frame.
     if (reshaping == WindowReshaping::keepFrame || !window->hasOrdinaryFrame())
         return;
     const QRect frame = window->frame();
-    // Where nobody tells the window's place, it may grow out of the screen, and shrinks instead.
+    // Where the position of the window is unknown, a larger frame could extend beyond the screen,
+    // so the new frame must fit into the old one.
     const QRect room = ViewerWindow::isPlacedByProgram() ? window->visibleArea() : frame;
     window->setFrame(windowFrameForArea(frame, displayedRatio(crop, sourceVideoGeometry), room));
 }
@@ -115,7 +116,8 @@ void AppDelegate::restoreOriginalCameraView() {
         removeVideoCrop(mpv);
     setMPVProperty("keepaspect", "yes");
     setMPVProperty("panscan", "1.0");
-    // The frame first: size limit and shape are then taken on with it and not by a detour.
+    // The frame is restored first: it already satisfies the size limit and the aspect ratio, which
+    // would otherwise cause a resize of their own.
     if (const auto frame = std::exchange(restoreFrameBeforeFocus, std::nullopt))
         window->restorePlace({*frame, screenAreaBeforeFocus});
     window->setSmallestSize(ViewerWindow::minimumViewerSize);
@@ -141,7 +143,7 @@ void AppDelegate::secondaryClick() {
     if (isClosingViewer)
         return;
     if (!focusCrop) {
-        // An area that is about to be shown was chosen in a window of this size.
+        // The rectangle being selected refers to the current size of the window.
         if (!isSelectingFocusArea)
             toggleTemporaryMaximum();
     } else if (isShowingFullCameraTemporarily) {

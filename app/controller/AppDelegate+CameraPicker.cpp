@@ -1,4 +1,4 @@
-// The camera picker: what its menu does.
+// The camera picker: its contents, its menu and the description of the picture.
 
 #include "app/controller/AppDelegate.h"
 
@@ -13,8 +13,8 @@ void AppDelegate::fillCameraPicker() {
     cameraPicker->setItems(names);
 }
 
-void AppDelegate::describePicture() {
-    // By the camera's name alone: its address may hold a password.
+void AppDelegate::updatePictureDescription() {
+    // The description contains only the name, because the address may contain a password.
     const QString camera = cameraPicker->value();
     PictureText text;
     if (!cameras.isEmpty()) {

@@ -1,4 +1,4 @@
-// The camera address editor: opening it, and applying the list that it saves.
+// The camera address editor: opening and closing it, and applying the list that it saves.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
@@ -20,7 +20,7 @@ void AppDelegate::showCameraSettings() {
     }
     if (!window || cameraPicker == nullptr)
         qFatal("The editor needs the viewer and its picker.");
-    settingsLoopLevel = QThread::currentThread()->loopLevel();
+    settingsEventLoopLevel = QThread::currentThread()->loopLevel();
     const auto self = QPointer(this);
     settingsController = std::make_unique<CameraSettingsController>(
         cameras,
@@ -52,20 +52,21 @@ void AppDelegate::showCameraSettings() {
 }
 
 void AppDelegate::cameraSettingsDidClose() {
-    // It is the editor itself that says so, perhaps in the middle of an alert, a file panel or a
-    // drag of its own (when the program is told to end), each of which has a loop of its own and
-    // comes back to it.
+    // The editor calls this function itself. If the program is being terminated, the editor may be
+    // inside the nested event loop of an alert, a file panel or a drag, which returns to its code.
+    // It is therefore deleted only once no such loop is running.
     closedSettingsController = std::move(settingsController);
     environment.mainQueue.async([self = QPointer(this)] {
-        if (self && QThread::currentThread()->loopLevel() <= self->settingsLoopLevel)
+        if (self && QThread::currentThread()->loopLevel() <= self->settingsEventLoopLevel)
             self->closedSettingsController.reset();
     });
 }
 
 bool AppDelegate::cameraSettingsKeyDown(const QKeyEvent &event) {
     if (!settingsController)
-        return false; // the last keys for a window that has closed
-    // These two are the viewer's elsewhere; here they are meant for this window.
+        return false; // a late key event for a window that has closed
+    // In the main menu, these two keys act on the viewer. In the editor, the user means the
+    // editor's window.
     if (event.key() == Qt::Key_W && event.modifiers() == Qt::ControlModifier) {
         settingsController->close();
         return true;
@@ -78,13 +79,13 @@ bool AppDelegate::cameraSettingsKeyDown(const QKeyEvent &event) {
 
 tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &saved) {
     const int selection = selectionAfterSaving(cameraPicker->indexOfSelectedItem(), cameras, saved);
-    protectAddressesOf(saved); // before anything can go wrong with them
+    protectAddressesOf(saved); // first, so that errors with the new list cannot log its addresses
     if (auto stored = environment.store.save(saved); !stored)
         return stored;
     cameras = saved;
     fillCameraPicker();
     cameraPicker->selectItem(selection);
-    describePicture();
+    updatePictureDescription();
     emptyStateLabel->setVisible(false);
     refreshViewerControls();
     environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, selection);

@@ -1,4 +1,4 @@
-// The controls over the picture: when they show, where they lie.
+// The controls over the picture: their visibility and their layout.
 
 #include "app/controller/AppDelegate.h"
 #include "viewer/ViewerControlLayout.h"
@@ -12,8 +12,14 @@ namespace lumvik {
 
 namespace {
 
-constexpr int fadeMilliseconds = 200;
+/// How long the controls take to fade in or out, in milliseconds.
+constexpr int fadeDuration = 200;
+
+/// The distance from the message of the empty state to the left and right edges, in points.
 constexpr qreal emptyStateMargin = 80;
+
+/// The opacity up to which a control counts as invisible.
+constexpr qreal invisibleOpacity = 0.01;
 
 void place(QQuickItem &item, const QRectF &frame) {
     item.setPosition(frame.topLeft());
@@ -37,15 +43,14 @@ std::array<QQuickItem *, 4> AppDelegate::viewerControls() const {
     const std::array<QQuickItem *, 4> controls{cameraPicker, stayOnTopButton, focusViewerButton,
                                                closeViewerButton};
     if (window && std::find(controls.begin(), controls.end(), nullptr) != controls.end())
-        qFatal("The viewer lacks one of its controls.");
+        qFatal("One of the viewer's controls is missing.");
     return controls;
 }
 
 QList<QRectF> AppDelegate::viewerControlRects() const {
-    constexpr qreal invisible = 0.01;
     QList<QRectF> rects;
     for (const QQuickItem *control : viewerControls()) {
-        if (control->isVisible() && control->opacity() > invisible)
+        if (control->isVisible() && control->opacity() > invisibleOpacity)
             rects.append(interactionView->mapRectFromItem(control, control->boundingRect()));
     }
     return rects;
@@ -62,7 +67,7 @@ void AppDelegate::updateViewerControls(bool animated) {
          .keyboardIsOnControls = keyboardNavigation && keyboardNavigation->isOnControls(),
          .isSelectingFocusArea = isSelectingFocusArea});
     if (visible == viewerControlsAreVisible) {
-        // Asked for at once, a fade that is still running is finished.
+        // The caller needs the final state now, so a running fade is completed.
         if (!animated && viewerControlFade.state() == QAbstractAnimation::Running)
             fadeControls(false);
         return;
@@ -82,10 +87,10 @@ void AppDelegate::fadeControls(bool animated) {
         setControlsVisible(viewerControlsAreVisible);
         return;
     }
-    // From where the last fade had come, so that a pointer passing quickly causes no jump.
+    // The fade starts at the current opacity, so that a pointer that passes quickly causes no jump.
     viewerControlFade.setStartValue(closeViewerButton->opacity());
     viewerControlFade.setEndValue(target);
-    viewerControlFade.setDuration(fadeMilliseconds);
+    viewerControlFade.setDuration(fadeDuration);
     viewerControlFade.setEasingCurve(viewerControlsAreVisible ? QEasingCurve::OutQuad
                                                               : QEasingCurve::InQuad);
     viewerControlFade.start();
@@ -109,7 +114,7 @@ void AppDelegate::setControlsEnabled(bool visible) {
 void AppDelegate::setControlsOpacity(qreal opacity) {
     for (QQuickItem *control : viewerControls())
         control->setOpacity(opacity);
-    // The message of the empty state sends the user to the menu, so the strip stays with it.
+    // The message of the empty state refers to the menu, so the strip stays visible with it.
     mainMenuStrip->setOpacity(cameras.isEmpty() ? 1 : opacity);
 }
 
@@ -120,7 +125,7 @@ void AppDelegate::setControlsVisible(bool visible) {
 }
 
 void AppDelegate::keepViewerControlsInFront() {
-    // Stacked in this order above all siblings; z is what decides, not the order of creation.
+    // The z values place the controls above all siblings, whatever the order of creation.
     qreal z = 1;
     mainMenuStrip->setZ(z++);
     for (QQuickItem *control : viewerControls())

@@ -1,4 +1,4 @@
-// The about panel, help and feedback, and how an address reaches the user's other programs.
+// The about panel, help, feedback, and opening addresses in the user's other programs.
 
 #include "app/controller/AppDelegate.h"
 #include "updates/WebsiteUrl.h"
@@ -53,11 +53,7 @@ void AppDelegate::openLumvikHelp() {
 }
 
 void AppDelegate::showQuickHelp() {
-    environment.alerts.present({.style = Alert::Style::informational,
-                                .messageText = QStringLiteral("Quick Help in Lumvik"),
-                                .informativeText = quickHelp(),
-                                .buttons = {QStringLiteral("OK")}},
-                               [](int) {});
+    presentInformation(QStringLiteral("Quick Help in Lumvik"), quickHelp());
 }
 
 void AppDelegate::sendFeedback() {
@@ -79,14 +75,18 @@ void AppDelegate::openUrl(const QUrl &address) {
 }
 
 void AppDelegate::presentAddress(const QUrl &address) {
-    environment.alerts.present(
-        {.style = Alert::Style::informational,
-         .messageText = QStringLiteral("Could not open the address"),
-         .informativeText = QStringLiteral("No program on this computer opens it. It can be copied "
-                                           "from here:\n\n%1")
-                                .arg(address.toString(QUrl::FullyEncoded)),
-         .buttons = {QStringLiteral("OK")}},
-        [](int) {});
+    presentInformation(QStringLiteral("Could not open the address"),
+                       QStringLiteral("No program on this computer opens it. It can be copied from "
+                                      "here:\n\n%1")
+                           .arg(address.toString(QUrl::FullyEncoded)));
+}
+
+void AppDelegate::presentInformation(const QString &title, const QString &message) {
+    environment.alerts.present({.style = Alert::Style::informational,
+                                .messageText = title,
+                                .informativeText = message,
+                                .buttons = {QStringLiteral("OK")}},
+                               [](int) {});
 }
 
 } // namespace lumvik

@@ -1,4 +1,4 @@
-// The keyboard in the viewer: the way over the controls, the main menu and its key equivalents.
+// The keyboard in the viewer: moving between the controls, the main menu and its key equivalents.
 
 #include "app/controller/AppDelegate.h"
 
@@ -26,10 +26,10 @@ bool AppDelegate::keyDown(QKeyEvent &event) {
         openMainMenu();
         return true;
     }
-    return walkControls(event) || mainMenu->performKeyEquivalent(event);
+    return moveKeyboardFocus(event) || mainMenu->performKeyEquivalent(event);
 }
 
-bool AppDelegate::walkControls(const QKeyEvent &event) {
+bool AppDelegate::moveKeyboardFocus(const QKeyEvent &event) {
     const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
     if (event.key() == Qt::Key_Tab && modifiers == Qt::NoModifier)
         return keyboardNavigation->walk(KeyboardNavigation::Direction::forwards);
@@ -38,7 +38,8 @@ bool AppDelegate::walkControls(const QKeyEvent &event) {
         return keyboardNavigation->walk(KeyboardNavigation::Direction::backwards);
     if (event.key() != Qt::Key_Escape || modifiers != Qt::NoModifier)
         return false;
-    // The keyboard may have left the surface while an area is being chosen there.
+    // The interaction view may have lost the keyboard focus since the selection began, so Escape
+    // may arrive here instead.
     if (interactionView->isSelectingFocusArea()) {
         interactionView->cancelFocusSelection(CancellationNotice::notify);
         return true;
@@ -49,13 +50,14 @@ bool AppDelegate::walkControls(const QKeyEvent &event) {
 void AppDelegate::mouseDown() {
     if (isClosingViewer || !keyboardNavigation->isOnControls())
         return;
-    // It is over the viewer, even if it has not moved since it last counted as away from it.
+    // The pointer is over the viewer, even if it has not moved since the program lost the focus and
+    // the controls were hidden.
     pointerIsOverViewer = true;
     keyboardNavigation->leave();
 }
 
 void AppDelegate::openMainMenu() {
-    // The strip is shown first, at once, so that the menu opens under its title.
+    // The strip is shown first and without a fade, so that the menu opens below a visible title.
     mainMenuIsOpen = true;
     updateViewerControls(false);
     mainMenuStrip->openMenu(0);

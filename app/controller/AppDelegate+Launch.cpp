@@ -1,4 +1,4 @@
-// The application's life cycle: launch, losing the focus, termination.
+// The application's life cycle: launch, deactivation and termination.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
@@ -17,7 +17,7 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , updateService(environment.makeUpdateService()) {}
 
 AppDelegate::~AppDelegate() {
-    // Nothing may come back from the window while its owner goes away.
+    // Callbacks of the window must find a closing viewer while the members are being destroyed.
     isClosingViewer = true;
     stopEverything();
 }
@@ -34,8 +34,8 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::startPlaybackOnceDrawn() {
-    // Playback waits for the first complete drawing of the window: the render context needs the
-    // window's OpenGL context, and the user sees a window at once.
+    // The render context needs the window's OpenGL context, which exists once the window has been
+    // drawn. The user also sees the window sooner this way.
     playbackAwaitsWindow = true;
     environment.mainQueue.async([self = QPointer(this)] {
         if (!self || self->isClosingViewer)
@@ -103,12 +103,12 @@ void AppDelegate::applicationWillTerminate() {
     environment.limitTimeToExit();
     LumvikLog::lifecycle().log(QStringLiteral("Lumvik is terminating."));
     isClosingViewer = true;
-    environment.userDefaults.synchronize(); // first, should the rest run out of time
+    environment.userDefaults.synchronize(); // first, in case the time to exit runs out
     stopEverything();
 }
 
 void AppDelegate::stopEverything() {
-    // What could start a player goes before the player.
+    // Everything that could start a player is stopped before the player.
     environment.sleepMonitor.stop();
     networkPathMonitor->cancel();
     playbackWatchdog.reset();

@@ -1,4 +1,4 @@
-// The network path: parked while none is usable, a fresh connection when one is again.
+// The network path: playback is suspended without one and recovers when it returns or changes.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"

@@ -1,4 +1,4 @@
-// The player instance: creation, configuration, loading, the video's shape, tear-down.
+// The player instance: creation, configuration, loading, the video's geometry and destruction.
 
 #include "app/controller/AppDelegate.h"
 #include "engine/EngineAddress.h"
@@ -15,6 +15,18 @@
 
 namespace lumvik {
 
+namespace {
+
+/// Selects the C locale for numbers. libmpv refuses to start in a locale with a decimal comma, and
+/// Qt applies the user's locale. The locale is changed only if necessary, because other threads may
+/// be formatting numbers.
+void useDecimalPoint() {
+    if (std::strcmp(std::setlocale(LC_NUMERIC, nullptr), "C") != 0)
+        std::setlocale(LC_NUMERIC, "C");
+}
+
+} // namespace
+
 void AppDelegate::startPlayer() {
     if (mpv != nullptr || cameras.isEmpty())
         return;
@@ -25,10 +37,7 @@ void AppDelegate::startPlayer() {
     LumvikLog::playback().log(
         QStringLiteral("Starting video engine generation %1.").arg(playerGeneration));
 
-    // libmpv refuses to start in a locale with a decimal comma, and the toolkit sets the user's.
-    // Only once: other threads may be writing numbers.
-    if (std::strcmp(std::setlocale(LC_NUMERIC, nullptr), "C") != 0)
-        std::setlocale(LC_NUMERIC, "C");
+    useDecimalPoint();
     mpv_handle *handle = mpv_create();
     if (handle == nullptr) {
         failPlayerStart(nullptr, QStringLiteral("Lumvik could not start its video engine."));
@@ -51,7 +60,7 @@ void AppDelegate::startPlayer() {
 }
 
 void AppDelegate::configurePlayer(mpv_handle *handle) {
-    // Results are ignored on purpose: a libmpv that lacks an option plays without it.
+    // Results are ignored deliberately: a libmpv without one of the options can still play.
     for (const PlayerSetting &option : playerOptions)
         mpv_set_option_string(handle, option.name, option.value);
 }
@@ -65,7 +74,7 @@ bool AppDelegate::initializePlayer(mpv_handle *handle) {
         MPVObserver::Handlers{
             .videoParametersChanged =
                 [self] {
-                    // The shape of a stream that is being replaced is of no interest any more.
+                    // While a stream is being replaced, its geometry is out of date.
                     if (self && self->mpv != nullptr && !self->isClosingViewer &&
                         self->videoHost->expectsPicture())
                         self->updateWindowAspectRatio(self->mpv);
@@ -73,7 +82,7 @@ bool AppDelegate::initializePlayer(mpv_handle *handle) {
             .endReachedChanged =
                 [self] {
                     if (self)
-                        self->endOfStreamMayHaveBeenReached();
+                        self->endReachedDidChange();
                 },
         });
     for (const PlayerSetting &property : livePlaybackProperties)
@@ -85,8 +94,8 @@ void AppDelegate::failPlayerStart(mpv_handle *handle, const QString &message) {
     mpvObserver.reset();
     if (handle != nullptr)
         mpv_terminate_destroy(handle);
-    // What failed may be there again in a moment: memory, a thread, the graphics. Nobody else would
-    // try again, since there is no player for the watchdog to look at.
+    // A shortage of memory, threads or graphics may be over in a moment. The watchdog does not
+    // retry, because it needs a player.
     schedulePlaybackRecovery({.reason = QStringLiteral("video engine could not start")});
     playbackState = PlaybackSupervisorState::stopped;
     showPlaybackError(message);
@@ -111,22 +120,22 @@ void AppDelegate::attachPlayer(mpv_handle *handle) {
 void AppDelegate::stopPlayerEngine() {
     if (videoHost != nullptr)
         videoHost->setFrameRenderedHandler(nullptr);
-    mpvEventLoop.reset(); // waits for its pump
+    mpvEventLoop.reset(); // blocks until the event pump has stopped
     mpvObserver.reset();
     mpv_handle *handle = std::exchange(mpv, nullptr);
-    // The render context goes before the core that it draws for.
+    // The render context must be freed before the player that it belongs to.
     if (videoHost != nullptr)
         videoHost->shutdownRenderContext();
     if (handle != nullptr)
         playerTeardown.destroy(handle);
     playbackState = PlaybackSupervisorState::stopped;
-    sleepDelayHolder.release(); // there is no stream any more that it could wait for
+    sleepDelayHolder.release(); // the stream that sleep was delayed for has ended
 }
 
 void AppDelegate::loadCamera(int index) {
     if (index < 0 || index >= cameras.size() || mpv == nullptr)
         return;
-    // An area belongs to the picture in which it was chosen.
+    // An area is valid only for the picture in which it was selected.
     if (focusCrop || isSelectingFocusArea)
         restoreOriginalCameraView();
     sourceVideoGeometry.reset();
@@ -148,7 +157,7 @@ void AppDelegate::loadCamera(int index) {
     LumvikLog::playback().error(
         QStringLiteral("mpv rejected the load command with error %1.").arg(result));
     schedulePlaybackRecovery({.reason = QStringLiteral("mpv rejected the load command")});
-    // Cameras get named after their own addresses.
+    // Some users name a camera after its address.
     showPlaybackError(QStringLiteral("Could not open %1.").arg(LumvikLog::redacted(camera.name)));
 }
 
@@ -167,8 +176,8 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
         return;
     sourceVideoGeometry = geometry;
     if (focusCrop) {
-        // The area has its own shape. In a picture of another size it means nothing any more, and
-        // may not even exist.
+        // The window has the shape of the area. In a video of a different size, the area shows
+        // something else or lies outside the picture.
         const QSizeF sourceSize(static_cast<qreal>(geometry->width),
                                 static_cast<qreal>(geometry->height));
         if (focusCrop->sourceSize != sourceSize)
@@ -179,7 +188,7 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
     if (!ratio)
         return;
     if (!window)
-        qFatal("There is no window to take the video's shape.");
+        qFatal("There is no window for the video's aspect ratio.");
     window->setContentAspectRatio({static_cast<int>(geometry->displayedWidth()),
                                    static_cast<int>(geometry->displayedHeight())});
     appliedVideoAspectRatio = ratio;
@@ -187,7 +196,7 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
 
 void AppDelegate::showPlaybackError(const QString &message) {
     environment.mainQueue.async([self = QPointer(this), message] {
-        // Nobody may be there for days to answer the first alert; one of each kind is enough.
+        // The user may be away for days, and repeated attempts would open one alert after another.
         if (!self || self->isClosingViewer || self->shownPlaybackErrors.contains(message))
             return;
         self->shownPlaybackErrors.insert(message);
@@ -195,7 +204,7 @@ void AppDelegate::showPlaybackError(const QString &message) {
                                            .messageText = QStringLiteral("Lumvik"),
                                            .informativeText = message,
                                            .buttons = {QStringLiteral("OK")}});
-        // The alert has a loop of its own, in which everything may have ended.
+        // The controller may have been destroyed during the alert's nested event loop.
         if (self)
             self->shownPlaybackErrors.remove(message);
     });

@@ -1,5 +1,5 @@
-// The preflight before every start and every recovery: a plain connection to the camera's host, as
-// a fast test whether it can be reached.
+// The preflight before every start and every recovery: a plain TCP connection to the camera's host,
+// as a fast test whether the host can be reached.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
@@ -9,18 +9,10 @@
 
 namespace lumvik {
 
-namespace {
-
-/// How long a silent probe holds playback up, in seconds.
-constexpr double probeFallbackDelay = 1.25;
-
-} // namespace
-
 void AppDelegate::requestLocalNetworkAccessAndStart() {
-    if (cameras.isEmpty() || isClosingViewer || systemIsSleeping || !networkPathIsSatisfied ||
-        localNetworkProbe)
+    if (!playbackIsPossible() || cameras.isEmpty() || localNetworkProbe)
         return;
-    // A player needs the window's OpenGL context; the start at launch is still to come then.
+    // A player needs the window's OpenGL context. Playback starts once the window has one.
     if (playbackAwaitsWindow)
         return;
     const int index = cameraPicker->indexOfSelectedItem();
@@ -46,12 +38,18 @@ void AppDelegate::startOrReload() {
 
 void AppDelegate::beginLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection) {
     localNetworkProbe = connection;
+    observeLocalNetworkProbe(connection);
+    scheduleLocalNetworkProbeFallback(connection);
+    connection->start(localNetworkProbeQueue);
+}
+
+void AppDelegate::observeLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection) {
     const auto self = QPointer(this);
     const std::weak_ptr<NetworkConnection> weak = connection;
     const std::int64_t generation = playbackSelectionGeneration;
     connection->setStateUpdateHandler([self, weak, generation, &mainQueue = environment.mainQueue](
                                           NetworkConnection::State state) {
-        // On the probe's queue: it only says what it sees and hands on.
+        // This handler runs on the probe's queue, so it only logs and posts to the main queue.
         const LogChannel &log = LumvikLog::network();
         const auto finish = [&](bool reloadPlayer) {
             mainQueue.async([self, weak, generation, reloadPlayer] {
@@ -76,8 +74,13 @@ void AppDelegate::beginLocalNetworkProbe(const std::shared_ptr<NetworkConnection
             break;
         }
     });
-    localNetworkProbeFallback =
-        environment.mainQueue.after(probeFallbackDelay, [self, weak, generation] {
+}
+
+void AppDelegate::scheduleLocalNetworkProbeFallback(
+    const std::shared_ptr<NetworkConnection> &connection) {
+    localNetworkProbeFallback = environment.mainQueue.after(
+        preflightFallbackDelay, [self = QPointer(this), weak = std::weak_ptr(connection),
+                                 generation = playbackSelectionGeneration] {
             const auto probe = weak.lock();
             if (!self || !probe || self->localNetworkProbe != probe)
                 return;
@@ -86,7 +89,6 @@ void AppDelegate::beginLocalNetworkProbe(const std::shared_ptr<NetworkConnection
                                "playback recovery."));
             self->finishLocalNetworkProbe(probe, true, generation);
         });
-    connection->start(localNetworkProbeQueue);
 }
 
 void AppDelegate::finishLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection,
@@ -96,7 +98,7 @@ void AppDelegate::finishLocalNetworkProbe(const std::shared_ptr<NetworkConnectio
     cancelLocalNetworkProbe();
     if (generation != playbackSelectionGeneration || isClosingViewer || systemIsSleeping)
         return;
-    // A failed probe does not prevent a first start: the engine's own attempt then shows whether
+    // A failed probe does not prevent the start of a player, whose own attempt then shows whether
     // the camera can be reached.
     if (mpv == nullptr || reloadPlayer)
         startOrReload();

@@ -1,4 +1,4 @@
-// Attempts at recovery: whether one is made, when, and what it does.
+// Recovery attempts: scheduling, running and cancelling them.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
@@ -7,11 +7,14 @@
 
 namespace lumvik {
 
+bool AppDelegate::playbackIsPossible() const {
+    return !isClosingViewer && !systemIsSleeping && networkPathIsSatisfied;
+}
+
 void AppDelegate::schedulePlaybackRecovery(const PlaybackRecovery &request) {
-    // The first request wins: a later one neither replaces nor hastens an attempt that waits. Sleep
-    // and an unusable network make a request of their own when they are over.
-    if (isClosingViewer || systemIsSleeping || !networkPathIsSatisfied || cameras.isEmpty() ||
-        playbackRetry)
+    // The first request wins. A later request neither replaces nor advances a scheduled attempt.
+    // Wake and a usable network path make their own requests.
+    if (!playbackIsPossible() || cameras.isEmpty() || playbackRetry)
         return;
     if (__builtin_add_overflow(playbackRetryCount, 1, &playbackRetryCount))
         qFatal("The recovery attempts are used up.");
@@ -34,8 +37,7 @@ void AppDelegate::schedulePlaybackRecovery(const PlaybackRecovery &request) {
 
 void AppDelegate::retryPlayback(std::int64_t selectionGeneration, bool recreatesPlayer) {
     playbackRetry.reset();
-    if (isClosingViewer || systemIsSleeping || !networkPathIsSatisfied ||
-        selectionGeneration != playbackSelectionGeneration)
+    if (!playbackIsPossible() || selectionGeneration != playbackSelectionGeneration)
         return;
     if (recreatesPlayer) {
         cancelLocalNetworkProbe();

@@ -1,4 +1,5 @@
-// Sleep and wake: connections die across sleep, so playback is parked before and made anew after.
+// Sleep and wake. Connections do not survive sleep, so playback is suspended before it and
+// re-created after it.
 
 #include "app/controller/AppDelegate.h"
 #include "engine/PlayerProperties.h"
@@ -8,21 +9,15 @@
 
 namespace lumvik {
 
-namespace {
-
-/// How long sleep is held off at most for the stream to stop, in seconds. The system grants five.
-constexpr double longestSleepDelay = 2;
-
-} // namespace
-
 void AppDelegate::holdSleepUntilStopped(SleepMonitor::SleepDelay delay) {
-    sleepDelayHolder.release(); // from a sleep that was announced before
-    // Asked before the stop: from then on the engine calls itself idle, with the stream still open.
+    sleepDelayHolder.release(); // a delay from an earlier announcement
+    // The property is read before the stop command, because the engine then reports itself as idle
+    // while the stream is still open.
     const bool hasStream = mpv != nullptr && !flagProperty(mpv, "idle-active");
     systemWillSleep();
     if (isClosingViewer || !hasStream)
         return;
-    // The end of the stream lets go of it; the limit is for an engine that never reports it.
+    // The end of the stream releases the delay.
     sleepDelayHolder.keep(std::move(delay), longestSleepDelay);
 }
 
@@ -37,7 +32,7 @@ void AppDelegate::systemWillSleep() {
     cancelLocalNetworkProbe();
     if (mpv == nullptr)
         return;
-    videoHost->forgetPicture(); // whoever wakes the machine would take it for live
+    videoHost->forgetPicture(); // otherwise it would look live when the machine wakes
     mpv_command_string(mpv, "stop");
 }
 
@@ -48,8 +43,8 @@ void AppDelegate::systemDidWake() {
         QStringLiteral("The Mac woke; scheduling a fresh camera connection."));
     sleepDelayHolder.release();
     systemIsSleeping = false;
-    // Whether its sleep was announced or not, what stands there is of before it, and without a
-    // network it would stand there until that is back.
+    // The picture on the screen is from before the sleep, which may not have been announced.
+    // Without a network path, that picture would otherwise stay until the path returns.
     lastFrameRenderedAt.reset();
     videoHost->hidePicture();
     schedulePlaybackRecovery({.reason = QStringLiteral("system wake"),

@@ -1,4 +1,4 @@
-// What the engine reports, and the choice of the camera.
+// The reports of the engine, and the selection of a camera.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
@@ -10,19 +10,19 @@ namespace lumvik {
 
 namespace {
 
-/// Whether a stream that ended for this reason was meant to: 2 (stop: a load replaces it), 3 (quit:
-/// the player is destroyed) and 5 (redirect: the engine itself goes on).
+/// Whether the end of a stream was intended: by a load that replaces it, by the destruction of the
+/// player, or by a redirection that the engine follows.
 bool isExpectedEnd(std::uint32_t reason) {
-    constexpr std::uint32_t expected = 0x2C;
-    return reason <= 5 && ((1U << reason) & expected) != 0;
+    return reason == MPV_END_FILE_REASON_STOP || reason == MPV_END_FILE_REASON_QUIT ||
+           reason == MPV_END_FILE_REASON_REDIRECT;
 }
 
 } // namespace
 
 void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
                                             std::int64_t generation) {
-    // What a player still had to say when it was destroyed is of no interest, even before there is
-    // another one.
+    // Late events of a player that has been destroyed are ignored, even if no new player exists
+    // yet.
     if (generation != playerGeneration || mpv == nullptr || isClosingViewer)
         return;
     const LogChannel &log = LumvikLog::playback();
@@ -38,7 +38,7 @@ void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::PlaybackRestart>) {
                 log.debug(QStringLiteral("mpv restarted playback; waiting for a rendered frame."));
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::EndFile>) {
-                sleepDelayHolder.release(); // where sleep waited for the stream to stop
+                sleepDelayHolder.release(); // the stream has stopped
                 if (!isExpectedEnd(report.reason))
                     streamDidEnd(report);
             } else if constexpr (std::is_same_v<Report, PlaybackEngineEvents::Shutdown>) {
@@ -57,7 +57,7 @@ void AppDelegate::handlePlaybackEngineEvent(const PlaybackEngineEvent &event,
 }
 
 void AppDelegate::streamDidEnd(const PlaybackEngineEvents::EndFile &end) {
-    videoHost->forgetPicture(); // a last frame that stays would look live
+    videoHost->forgetPicture(); // the last frame would look live
     LumvikLog::playback().error(QStringLiteral("mpv ended the stream: reason=%1, error=%2.")
                                     .arg(static_cast<std::int32_t>(end.reason))
                                     .arg(end.error));
@@ -68,7 +68,7 @@ void AppDelegate::selectCamera(int index) {
     if (isClosingViewer || index < 0 || index >= cameras.size())
         return;
     cameraPicker->selectItem(index);
-    describePicture();
+    updatePictureDescription();
     environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, index);
     updateViewerControlLayout();
     beginPlaybackSelection(index);
@@ -77,8 +77,7 @@ void AppDelegate::selectCamera(int index) {
 void AppDelegate::beginPlaybackSelection(int index) {
     if (isClosingViewer)
         return;
-    if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
-        qFatal("The selection generations are used up.");
+    advanceSelectionGeneration();
     playbackRetryCount = 0;
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
@@ -86,6 +85,11 @@ void AppDelegate::beginPlaybackSelection(int index) {
         loadCamera(index);
     else
         requestLocalNetworkAccessAndStart();
+}
+
+void AppDelegate::advanceSelectionGeneration() {
+    if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
+        qFatal("The selection generations are used up.");
 }
 
 } // namespace lumvik

@@ -1,4 +1,4 @@
-// The temporary maximum: the largest window that its screen allows, and the way back.
+// The temporary maximum: the largest window that its screen allows, and restoring its frame.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/PreferenceKeys.h"
@@ -13,8 +13,8 @@ namespace lumvik {
 
 namespace {
 
-/// How long the window may take on its way back, in seconds: its animation and a margin. Until then
-/// its frames are not the user's.
+/// How long restoring the frame takes at most, in seconds: the window's frame animation and a
+/// margin for the window system. Frames that the window reports until then are not stored.
 constexpr double restoringTime = 0.35;
 
 } // namespace
@@ -23,7 +23,7 @@ void AppDelegate::toggleTemporaryMaximum() {
     if (isClosingViewer || !window)
         return;
     if (!ViewerWindow::isPlacedByProgram()) {
-        // Grown from where it stands, which nobody tells, the window would reach out of the screen.
+        // The position of the window is unknown, so a larger frame could extend beyond the screen.
         window->toggleMaximized();
         return;
     }
@@ -34,7 +34,7 @@ void AppDelegate::toggleTemporaryMaximum() {
         const WindowPlace place = window->place();
         restoreFrameBeforeTemporaryMaximum = place.frame;
         screenAreaBeforeTemporaryMaximum = place.screenArea;
-        isTemporarilyMaximized = true; // before the frame changes, which is not to be remembered
+        isTemporarilyMaximized = true; // before the change of the frame, which must not be stored
         window->setFrame(temporaryMaximumFrame(frame, frame.size(), window->visibleArea(),
                                                appliedVideoAspectRatio));
         return;
@@ -54,10 +54,10 @@ void AppDelegate::toggleTemporaryMaximum() {
 
 void AppDelegate::temporaryMaximumWasRestored() {
     if (isClosingViewer)
-        return; // what is remembered is the frame from before
+        return; // the stored frame is still the one from before the maximum
     isTemporarilyMaximized = false;
     const auto before = std::exchange(restoreFrameBeforeTemporaryMaximum, std::nullopt);
-    // It may have gone on into full screen meanwhile.
+    // The window may have entered full screen in the meantime.
     const QRect frame = before && !window->hasOrdinaryFrame() ? *before : window->rememberedFrame();
     environment.userDefaults.set(PreferenceKeys::mainWindowFrame, plainFrameString(frame));
 }

@@ -1,4 +1,4 @@
-// When updates are looked for, and how the user hears of the outcome.
+// Update checks: when they run and how their results are shown.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
@@ -10,23 +10,24 @@ namespace lumvik {
 
 namespace {
 
-/// The least time between two checks that nobody asked for, in seconds: a day.
-constexpr qint64 automaticCheckInterval = 86'400;
+/// The longest version that an alert shows unabridged, in UTF-16 code units.
+constexpr int longestShownVersion = 40;
 
-/// The version as it fits into an alert, whatever a server makes up.
+/// Returns the version, shortened if necessary to fit into an alert. The server determines its
+/// length.
 QString shownVersion(const LumvikUpdateManifest &manifest) {
-    constexpr int longest = 40;
-    return manifest.version.size() <= longest ? manifest.version
-                                              : manifest.version.first(longest) + u'…';
+    return manifest.version.size() <= longestShownVersion
+               ? manifest.version
+               : manifest.version.first(longestShownVersion) + u'…';
 }
 
 } // namespace
 
 void AppDelegate::checkForUpdatesIfNeeded() {
     if (const auto last = environment.userDefaults.date(PreferenceKeys::lastAutomaticUpdateCheck)) {
-        // A date that lies more than a day ahead was stored while the clock was wrong.
+        // A date further ahead than the period was stored while the clock was wrong.
         const qint64 passed = last->secsTo(environment.currentDate());
-        if (passed < automaticCheckInterval && passed > -automaticCheckInterval)
+        if (passed < automaticUpdateCheckPeriod && passed > -automaticUpdateCheckPeriod)
             return;
     }
     performUpdateCheck(UpdateCheckOrigin::automatic);
@@ -40,7 +41,7 @@ void AppDelegate::performUpdateCheck(UpdateCheckOrigin origin) {
     if (isClosingViewer)
         return;
     if (updateCheckTask)
-        updateCheckTask->cancel(); // the newer request replaces it, and answers alone
+        updateCheckTask->cancel(); // only the newest check reports its result
     updateCheckTask = updateService->check(
         [self = QPointer(this), origin](const LumvikUpdateCheckOutcome &outcome) {
             if (!self)
@@ -71,11 +72,7 @@ void AppDelegate::updateCheckSucceeded(const LumvikUpdateCheckResult &result,
 }
 
 void AppDelegate::presentUpdateStatus(const QString &title, const QString &message) {
-    environment.alerts.present({.style = Alert::Style::informational,
-                                .messageText = title,
-                                .informativeText = message,
-                                .buttons = {QStringLiteral("OK")}},
-                               [](int) {});
+    presentInformation(title, message);
 }
 
 void AppDelegate::presentAvailableUpdate(const LumvikUpdateManifest &manifest) {

@@ -1,4 +1,4 @@
-// The watchdog over drawn frames, which are the only trustworthy sign of health.
+// The watchdog. It observes the drawn frames, which are the only reliable sign of health.
 
 #include "app/controller/AppDelegate.h"
 #include "engine/PlayerProperties.h"
@@ -38,7 +38,7 @@ void AppDelegate::playerHasLoaded() {
     if (std::exchange(loadedPlayerGeneration, playerGeneration) == playerGeneration)
         return;
     environment.playerHasLoaded();
-    // With the first frame on the screen the engine has settled for one.
+    // The engine has chosen its decoder by the time the first frame is on the screen.
     const QString name = QString::fromStdString(textProperty(mpv, "hwdec-current"));
     if (name.isEmpty() || name == QStringLiteral("no"))
         LumvikLog::playback().info(QStringLiteral("The video is decoded in software."));
@@ -87,15 +87,15 @@ void AppDelegate::evaluatePlaybackHealth() {
 }
 
 void AppDelegate::hideStalePicture() {
-    // Recovery may be out of the question while the network is gone, and then the last picture
-    // would stand there for hours, looking live.
+    // Without a network path there is no recovery, and the last picture would stay on the screen
+    // for hours and look live.
     if (lastFrameRenderedAt &&
         environment.mainQueue.now() - *lastFrameRenderedAt >= heartbeatStallThreshold)
         videoHost->hidePicture();
 }
 
-void AppDelegate::endOfStreamMayHaveBeenReached() {
-    // What is known of a stream that is being replaced is of no interest any more.
+void AppDelegate::endReachedDidChange() {
+    // While a stream is being replaced, its flag is out of date.
     if (isClosingViewer || systemIsSleeping || mpv == nullptr || !videoHost->expectsPicture())
         return;
     if (streamHasEnded(mpv))

@@ -1,4 +1,4 @@
-// The viewer window: building it, its remembered state, its level, its closing.
+// The viewer window: construction, saved state, level, closing and failures of its graphics.
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
@@ -14,13 +14,28 @@ namespace lumvik {
 
 namespace {
 
+/// The window's aspect ratio while no video determines it.
 constexpr ContentAspectRatio ratioWithoutVideo{16, 9};
 
 } // namespace
 
 void AppDelegate::createWindow() {
+    window = std::make_unique<ViewerWindow>(windowHandlers());
+    if (!ViewerWindow::isPlacedByProgram()) {
+        LumvikLog::lifecycle().log(QStringLiteral("This session is Wayland's: it lets no program "
+                                                  "place its windows or keep them on top."));
+    }
+    window->setContentAspectRatio(ratioWithoutVideo);
+    createViews();
+    restoreWindowState();
+    updateViewerControlLayout();
+    window->show();
+    window->requestActivate();
+}
+
+ViewerWindowDelegate AppDelegate::windowHandlers() {
     const auto self = QPointer(this);
-    window = std::make_unique<ViewerWindow>(ViewerWindowDelegate{
+    return {
         .didMove =
             [self] {
                 if (self)
@@ -52,27 +67,25 @@ void AppDelegate::createWindow() {
                 if (self)
                     self->graphicsFailed(details);
             },
-    });
-    if (!ViewerWindow::isPlacedByProgram()) {
-        LumvikLog::lifecycle().log(QStringLiteral("This session is Wayland's: it lets no program "
-                                                  "place its windows or keep them on top."));
-    }
-    window->setContentAspectRatio(ratioWithoutVideo);
-    createViews();
-    restoreWindowState();
-    updateViewerControlLayout();
-    window->show();
-    window->requestActivate();
+    };
 }
 
 void AppDelegate::createViews() {
+    createVideoViews();
+    createControls();
+    setUpKeyboardNavigation();
+    hideControls();
+    connectControlFade();
+}
+
+void AppDelegate::createVideoViews() {
     const auto self = QPointer(this);
     QQuickItem *content = window->contentItem();
 
     videoHost = new MPVOpenGLView(environment.mainQueue, content);
     videoHost->setPictureHandler([self] {
         if (self && !self->isClosingViewer)
-            self->describePicture();
+            self->updatePictureDescription();
     });
     videoHost->setGraphicsHandlers(
         [self] {
@@ -81,11 +94,16 @@ void AppDelegate::createViews() {
         },
         [self] {
             if (self)
-                self->graphicsAreBack();
+                self->graphicsWereRestored();
         });
     emptyStateLabel = new EmptyStateLabel(content);
     interactionView = new DraggableContentView(environment.mainQueue, content);
     connectInteractionView();
+}
+
+void AppDelegate::createControls() {
+    const auto self = QPointer(this);
+    QQuickItem *content = window->contentItem();
 
     mainMenuStrip = new MainMenuStrip(mainMenu->menus(), content);
     mainMenuStrip->setMenuOpenChanged([self](bool isOpen) {
@@ -128,15 +146,18 @@ void AppDelegate::createViews() {
         if (self)
             self->closeCameraViewer();
     });
+}
 
-    setUpKeyboardNavigation();
-
+void AppDelegate::hideControls() {
     setControlsEnabled(false);
     setControlsOpacity(0);
     setControlsVisible(false);
+}
+
+void AppDelegate::connectControlFade() {
     connect(&viewerControlFade, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &opacity) {
-                // One that has ended tells of a value when it is given new ones, too.
+                // A stopped animation also reports a value when its end values are set.
                 if (viewerControlFade.state() == QAbstractAnimation::Running)
                     setControlsOpacity(opacity.toReal());
             });
@@ -148,19 +169,20 @@ void AppDelegate::createViews() {
 
 void AppDelegate::restoreWindowState() {
     fillCameraPicker();
-    cameraPicker->selectItem(
-        environment.userDefaults.integer(PreferenceKeys::selectedCameraIndex).value_or(0));
+    cameraPicker->selectItem(environment.userDefaults.integer(PreferenceKeys::selectedCameraIndex)
+                                 .value_or(PreferenceKeys::defaultCameraIndex));
     emptyStateLabel->setVisible(cameras.isEmpty());
-    describePicture();
+    updatePictureDescription();
 
-    const bool staysOnTop = environment.userDefaults.boolean(PreferenceKeys::staysOnTop);
+    const bool staysOnTop = environment.userDefaults.boolean(PreferenceKeys::staysOnTop,
+                                                             PreferenceKeys::staysOnTopByDefault);
     stayOnTopButton->setOn(staysOnTop);
     window->setLevel(staysOnTop ? WindowLevel::floating : WindowLevel::normal);
 
     if (!window->setFrameFromString(
             environment.userDefaults.string(PreferenceKeys::mainWindowFrame)))
         window->centre();
-    // Without a camera no video would ever put an odd restored shape right.
+    // Without a camera, no video would ever correct the aspect ratio of the restored frame.
     if (cameras.isEmpty())
         window->setContentAspectRatio(ratioWithoutVideo);
 }
@@ -170,7 +192,7 @@ void AppDelegate::saveWindowFrame() {
         return;
     const QString frame = window->savedFrame();
     windowFrameMemory.note(frame, environment.mainQueue.now());
-    // A frame that is remembered already is left as it is written.
+    // The stored text of an unchanged frame is left alone, whichever form it has.
     const QString remembered = environment.userDefaults.string(PreferenceKeys::mainWindowFrame);
     if (frameFromString(remembered) != frameFromString(frame))
         environment.userDefaults.set(PreferenceKeys::mainWindowFrame, frame);
@@ -180,8 +202,8 @@ void AppDelegate::windowDidChangeState() {
     if (isClosingViewer)
         return;
     mainMenu->setIsFullScreen(window->windowStates().testFlag(Qt::WindowFullScreen));
-    // The frame of the new state may have come first, and been taken for the user's. A window that
-    // is minimised keeps its own.
+    // The frame of the new state may have been reported before the state, and stored as if the user
+    // had chosen it. Minimising does not change the frame.
     if ((window->windowStates() & (Qt::WindowFullScreen | Qt::WindowMaximized)) == 0 ||
         isTemporarilyMaximized)
         return;
@@ -215,12 +237,10 @@ void AppDelegate::closeCameraViewer() {
 void AppDelegate::windowWillClose() {
     environment.limitTimeToExit();
     isClosingViewer = true;
-    environment.userDefaults.synchronize(); // first, should the rest run out of time
+    environment.userDefaults.synchronize(); // first, in case the time to exit runs out
     interactionView->cancelFocusSelection(CancellationNotice::keepSilent);
     playbackWatchdog.reset();
-    // Late results of the selection until now find another generation and do nothing.
-    if (__builtin_add_overflow(playbackSelectionGeneration, 1, &playbackSelectionGeneration))
-        qFatal("The selection generations are used up.");
+    advanceSelectionGeneration();
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
     sleepDelayHolder.release();
@@ -232,7 +252,7 @@ void AppDelegate::windowWillClose() {
         environment.terminate();
 }
 
-// ---- Graphics that fail ----
+// ---- Failures of the graphics ----
 
 void AppDelegate::graphicsFailed(const QString &details) {
     LumvikLog::lifecycle().error(
@@ -249,7 +269,7 @@ void AppDelegate::graphicsFailed(const QString &details) {
                  "Lumvik needs OpenGL 3.2 to show video, and this system offers none. Install or "
                  "enable a graphics driver, then open Lumvik again."),
              .buttons = {QStringLiteral("Quit")}});
-        // The alert has a loop of its own, in which everything may have ended.
+        // The controller may have been destroyed during the alert's nested event loop.
         if (self && !self->isClosingViewer)
             self->environment.terminate();
     });
@@ -260,16 +280,16 @@ void AppDelegate::graphicsWereLost() {
         return;
     LumvikLog::playback().error(
         QStringLiteral("The window's graphics were lost; the video engine is stopped."));
-    playbackAwaitsWindow = true; // nothing can be attached to the window until they are back
+    playbackAwaitsWindow = true; // no player can be attached without graphics
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
     stopPlayerEngine();
 }
 
-void AppDelegate::graphicsAreBack() {
+void AppDelegate::graphicsWereRestored() {
     if (isClosingViewer)
         return;
-    LumvikLog::playback().log(QStringLiteral("The window's graphics are back."));
+    LumvikLog::playback().log(QStringLiteral("The window's graphics were restored."));
     playbackAwaitsWindow = false;
     schedulePlaybackRecovery({.reason = QStringLiteral("window graphics restored"),
                               .urgency = RecoveryUrgency::immediate,

@@ -30,6 +30,7 @@
 #include <QVariantAnimation>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -37,15 +38,29 @@
 
 namespace lumvik {
 
-/// Whether a window takes the shape of what it is to show.
+/// Whether a window is resized to the shape of the picture that it shows.
 enum class WindowReshaping { keepFrame, reshape };
 
-/// The application's controller: the one object that owns the viewer window, the player instance
-/// and the state of both, and that receives the application's life-cycle notifications.
+/// The application's controller. It owns the viewer window, the player instance and the editor,
+/// decides what happens when the user, the engine, the network or the system reports something, and
+/// receives the application's life-cycle notifications.
 ///
-/// Everything here is read and written on the main thread only; reports from other threads are
-/// posted to the main queue before they come here. Callbacks given to views and services hold the
-/// controller weakly. The implementation is split by topic; each group below names its file.
+/// The class is implemented in one file per topic. Each group of functions below is headed by the
+/// name of its file in app/controller.
+///
+/// State. The controller is the only writer of all members below, and no other object keeps a copy
+/// of them. Rules that need no state of their own are free functions in supervision/, viewer/ and
+/// window/; the controller passes them values and acts on the result.
+///
+/// Threads. Every function and every member is used on the main thread only. Reports from other
+/// threads (the engine's event pump, the probe's and the network path's queues) are posted to
+/// `environment.mainQueue` first. Callbacks that the controller gives to views and services hold it
+/// weakly, so a late report finds no controller and does nothing. Reports about a player or a
+/// selection also carry its generation and are ignored if the generation is no longer current.
+///
+/// Units. Times and durations are in seconds, as in MainQueue. Positions and sizes are in points,
+/// and window frames are in the coordinates of the whole desktop; an area of the video is in pixels
+/// of the source.
 class AppDelegate final : public QObject {
     Q_OBJECT
 
@@ -53,290 +68,313 @@ class AppDelegate final : public QObject {
     explicit AppDelegate(AppEnvironment environment);
     ~AppDelegate() override;
 
-    // ---- Life cycle: app/AppDelegate+Launch.cpp ----
+    // ---- Life cycle: AppDelegate+Launch.cpp ----
 
-    /// Builds the menu and the window and starts playback once the window has been drawn. Once.
+    /// Builds the menu and the window, and starts playback once the window has been drawn. Called
+    /// once.
     void applicationDidFinishLaunching();
-    /// Hides the controls: the pointer no longer counts as over a viewer that is not in use.
+    /// Hides the controls, because a viewer that is not in use ignores the pointer.
     void applicationDidResignActive();
-    /// Stops everything in order, deferred work before the player. Harmless when repeated.
+    /// Stops deferred work first and then the player. May be called repeatedly.
     void applicationWillTerminate();
     /// Always true: closing the viewer quits the application.
     [[nodiscard]] bool applicationShouldTerminateAfterLastWindowClosed() const { return true; }
 
-    // ---- Another start of the program: app/AppDelegate+Activation.cpp ----
+    // ---- Requests of later instances: AppDelegate+Activation.cpp ----
 
-    /// Brings the program's windows to the front and does what `request` asks. False, without
-    /// effect, while the program ends.
+    /// Brings the program's windows to the front and carries out `request`. Returns false, and does
+    /// nothing, while the application is exiting.
     [[nodiscard]] bool handleLaunchRequest(const LaunchRequest &request);
-    /// Does what the menu item of that name does, in a later turn, unless an alert waits for the
-    /// user then.
+    /// Carries out `action` in a later turn of the event loop. Does nothing if an alert is waiting
+    /// for the user by then.
     void performSoon(LaunchRequest::Action action);
 
-    // ---- Window: viewer/AppDelegate+Window.cpp ----
+    // ---- Window: AppDelegate+Window.cpp ----
 
     /// Builds the viewer window with its views and controls, restores its saved state and shows it.
-    /// Once.
+    /// Called once.
     void createWindow();
-    /// Puts the viewer above other windows or among them, as the pin says, and remembers it.
+    /// Applies the state of the pin to the levels of the windows and stores it.
     void toggleStayOnTop();
-    /// Closes the viewer as if its window's close button had been pressed, which quits the
-    /// application.
+    /// Closes the viewer and thus quits the application.
     void closeCameraViewer();
     void windowDidMove();
     void windowDidResize();
-    /// The window was put into full screen, maximised, minimised or restored.
+    /// Called when the window enters or leaves full screen, or is maximised, minimised or restored.
     void windowDidChangeState();
     void windowWillClose();
-    /// The window's graphics cannot be set up: says so and quits. `details` is for the log.
+    /// Tells the user that the window's graphics cannot be set up, and quits. `details` is for the
+    /// log.
     void graphicsFailed(const QString &details);
 
-    // ---- Controls: viewer/AppDelegate+Controls.cpp ----
+    // ---- Controls: AppDelegate+Controls.cpp ----
 
-    /// Recomputes whether the controls are visible and fades them in or out, or switches at once.
+    /// Decides whether the controls are visible, and fades them in or out if `animated`, or
+    /// switches them at once.
     void updateViewerControls(bool animated);
-    /// Chooses the arrangement for the content's width and puts every control in its place.
+    /// Chooses the arrangement for the width of the window's content and places every control.
     void updateViewerControlLayout();
     /// Stacks the menu strip and the four controls above everything else in the window.
     void keepViewerControlsInFront();
     void viewerHoverChanged(bool isOver);
 
-    // ---- Camera picker: viewer/AppDelegate+CameraPicker.cpp ----
+    // ---- Camera picker: AppDelegate+CameraPicker.cpp ----
 
-    /// The user chose the camera at `index` in the picker, whose menu is closed.
+    /// Called when the user has chosen the camera at `index`, after the picker's menu has closed.
     void cameraMenuItemSelected(int index);
-    /// The camera picker's own menu opens or has closed; the main menu has nothing to do with
-    /// these.
+    /// The menu in these two functions is the camera picker's, not the main menu.
     void menuWillOpen();
     void menuDidClose();
 
-    // ---- Focus area: viewer/AppDelegate+FocusArea.cpp ----
+    // ---- Focus area: AppDelegate+Area.cpp ----
 
-    /// The focus button: begins the choice of an area, cancels it, or, while an area is shown,
-    /// brings the whole picture back.
+    /// Does what the focus button offers: starts the selection of an area, cancels it, or returns
+    /// from an area to the whole picture.
     void toggleFocusArea();
-    /// Shows only `crop`, filling the window, and frees the window's shape.
+    /// Makes `crop` fill the window and releases the window's aspect ratio.
     void applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping);
-    /// Ends a choice or a focused view: the whole picture, and the window's frame from before.
+    /// Ends a selection or a focused view. The whole picture and the window's frame from before
+    /// are restored.
     void restoreOriginalCameraView();
-    /// Brings the focus button's look and texts up to date.
+    /// Updates the focus button's icon and texts.
     void updateFocusButton();
-    /// The user chose `area`, in the interaction view's coordinates.
+    /// Called when the user has selected `area`, in the interaction view's coordinates.
     void focusSelectionCompleted(const QRectF &area);
     void focusSelectionCancelled();
-    /// The right button was pressed over the picture: flips between the area and the whole picture
-    /// while focused, and else toggles the temporary maximum.
+    /// Called when the right mouse button is pressed over the picture. Switches between the area
+    /// and the whole picture in a focused view; otherwise toggles the temporary maximum.
     void secondaryClick();
 
-    // ---- Temporary maximum: viewer/AppDelegate+TemporaryMaximum.cpp ----
+    // ---- Temporary maximum: AppDelegate+TemporaryMaximum.cpp ----
 
-    /// Makes the window as large as its screen allows, or brings its frame from before back. The
-    /// enlarged frame is never remembered. Does nothing in full screen, nor in a maximised or
-    /// minimised window.
+    /// Makes the window as large as its screen allows, or restores the frame from before. The
+    /// enlarged frame is never stored. Does nothing in a window that is in full screen, maximised
+    /// or minimised.
     void toggleTemporaryMaximum();
 
-    // ---- Player instance: engine/AppDelegate+Player.cpp ----
+    // ---- Player instance: AppDelegate+Player.cpp ----
 
     /// Creates, configures and attaches a player instance and loads the selected camera. Does
-    /// nothing when there is an instance already or no camera. A failure is shown and leaves no
-    /// instance.
+    /// nothing if there is an instance already or no camera. A failure is shown to the user and
+    /// leaves no instance.
     void startPlayer();
-    /// Tears the player instance down; harmless without one. Blocks until the event pump has left.
+    /// Destroys the player instance, if there is one. Blocks until its event pump has stopped.
     void stopPlayerEngine();
-    /// Opens camera `index` in the live instance. Does nothing without one or for an index outside
-    /// the list.
+    /// Opens the camera at `index` in the player instance. Does nothing without an instance or if
+    /// `index` is outside the list.
     void loadCamera(int index);
-    /// Sets a property of the live instance, whatever the result; does nothing without one.
+    /// Sets a property of the player instance, if there is one, and ignores the result.
     void setMPVProperty(const char *name, const char *value);
-    /// Reads the video's shape from `handle`, records it, and gives it to the window.
+    /// Reads the video's geometry from `handle`, stores it, and applies the aspect ratio to the
+    /// window.
     void updateWindowAspectRatio(mpv_handle *handle);
-    /// Shows `message` in an alert, in a later turn, unless one that says the same is open.
+    /// Shows `message` in an alert, in a later turn of the event loop. Does nothing if an alert
+    /// with this message is already open.
     void showPlaybackError(const QString &message);
 
-    /// Waits until every player instance is gone, for at most `deadline`, and answers whether they
-    /// are. While one is not, the process must not return from main.
+    /// Waits at most `deadline` for all player instances to be destroyed, and returns whether they
+    /// are. If they are not, the process must not return from main.
     [[nodiscard]] bool finishPlayers(std::chrono::milliseconds deadline) {
         return playerTeardown.finish(deadline);
     }
 
-    // ---- Supervision: supervision/AppDelegate+Supervisor.cpp ----
+    // ---- Engine events and camera selection: AppDelegate+Supervisor.cpp ----
 
-    /// An engine event of the player instance `generation`; those of earlier instances are ignored.
+    /// Handles an engine event of the player instance `generation`. Events of earlier instances are
+    /// ignored.
     void handlePlaybackEngineEvent(const PlaybackEngineEvent &event, std::int64_t generation);
-    /// Switches to the camera at `index`, and remembers the choice. Ignores an index outside the
-    /// list.
+    /// Switches to the camera at `index` and stores the choice. Does nothing if `index` is outside
+    /// the list.
     void selectCamera(int index);
 
-    // ---- Camera addresses: editor/AppDelegate+CameraSettings.cpp ----
+    // ---- Camera addresses: AppDelegate+CameraSettings.cpp ----
 
-    /// Opens the editor of the camera list, or brings the one that is open to the front.
+    /// Opens the editor of the camera list, or brings the open editor to the front.
     void showCameraSettings();
-    /// Stores a list and shows it: the chooser, the selection, playback. An error changes nothing.
+    /// Stores `saved` and applies it to the picker, the selection and playback. If storing fails,
+    /// nothing changes.
     [[nodiscard]] tl::expected<void, StoreError> applySavedCameras(const CameraList &saved);
 
-    // ---- Updates: updates/AppDelegate+Updates.cpp ----
+    // ---- Updates: AppDelegate+Updates.cpp ----
 
-    /// Checks for updates unless the last check that succeeded was less than a day ago. Once, at
-    /// the end of the launch.
+    /// Checks for updates unless the last successful check is more recent than
+    /// `automaticUpdateCheckPeriod`. Called once, at the end of the launch.
     void checkForUpdatesIfNeeded();
-    /// Checks because the user asks, and answers in any case.
+    /// Checks at the user's request and always reports the result.
     void checkForUpdates();
 
-    // ---- About, help and feedback: app/AppDelegate+Help.cpp ----
+    // ---- About, help and feedback: AppDelegate+Help.cpp ----
 
     void showAbout();
     void openLumvikHelp();
     void showQuickHelp();
     void sendFeedback();
-    /// Opens `address` in the program that the user has for it. Where there is none, shows it to be
-    /// copied.
+    /// Opens `address` in the user's program for it. If there is no such program, shows the address
+    /// so that the user can copy it.
     void openUrl(const QUrl &address);
 
-    // ---- Recovery: supervision/AppDelegate+Recovery.cpp ----
+    // ---- Recovery: AppDelegate+Recovery.cpp ----
 
-    /// Schedules an attempt at recovery. Refused, without a trace, while the viewer closes, the
-    /// system sleeps, no network path is usable, there is no camera, or an attempt waits already.
+    /// Schedules a recovery attempt. Does nothing while the viewer is closing, the system sleeps,
+    /// no network path is usable, the camera list is empty, or an attempt is already scheduled.
     void schedulePlaybackRecovery(const PlaybackRecovery &request);
 
-    // ---- Rendered frames: supervision/AppDelegate+Watchdog.cpp ----
+    // ---- Rendered frames: AppDelegate+Watchdog.cpp ----
 
-    /// A frame of the player instance `generation` was shown. Called for every frame.
+    /// Called for every frame of the player instance `generation` that was shown.
     void recordRenderedFrame(std::int64_t generation);
-    /// Looks whether frames come as they should and asks for recovery where not: the watchdog's
-    /// tick.
+    /// The watchdog's tick: checks whether frames arrive in time and schedules recovery if not.
     void evaluatePlaybackHealth();
 
-    // ---- Network path: supervision/AppDelegate+NetworkPath.cpp ----
+    // ---- Network path: AppDelegate+NetworkPath.cpp ----
 
-    /// Begins to follow sleep, wake and the network path. Once.
+    /// Starts to monitor sleep, wake and the network path. Called once.
     void startSystemRecoveryMonitoring();
     void handleNetworkPath(const NetworkPathSignature &signature);
 
-    // ---- Preflight: supervision/AppDelegate+Preflight.cpp ----
+    // ---- Preflight: AppDelegate+Preflight.cpp ----
 
-    /// Probes the chosen camera's host and then starts the player, or reloads the camera in the one
-    /// there is. Does nothing while a probe is under way, or when nothing may be started now.
+    /// Probes the selected camera's host, then starts the player, or reloads the camera in the
+    /// existing one. Does nothing while a probe is running or playback is not possible.
     void requestLocalNetworkAccessAndStart();
-    /// Ends the probe over `connection`, if it is the one under way, and goes on with playback.
+    /// Ends the probe over `connection`, if that is the running one, and continues with playback.
     void finishLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection,
                                  bool reloadPlayer, std::int64_t generation);
-    /// Ends a probe without going on. Harmless without one.
+    /// Cancels the running probe, if there is one. Playback does not continue.
     void cancelLocalNetworkProbe();
 
-    // ---- Sleep and wake: supervision/AppDelegate+Sleep.cpp ----
+    // ---- Sleep and wake: AppDelegate+Sleep.cpp ----
 
-    /// Parks playback and stops the stream.
+    /// Suspends playback and stops the stream.
     void systemWillSleep();
-    /// Makes a fresh connection to the camera.
+    /// Schedules a new connection to the camera.
     void systemDidWake();
 
   private:
-    friend struct AppDelegateAccess; // how tests look at the state below
+    friend struct AppDelegateAccess; // gives tests access to the private state
 
-    // app/AppDelegate+Launch.cpp
+    // AppDelegate+Launch.cpp
     void buildMainMenu();
     void loadCameras();
     void startPlaybackOnceDrawn();
-    /// Keeps the addresses of `list` out of the log from now on.
+    /// From now on, keeps the addresses in `list` out of the log.
     static void protectAddressesOf(const CameraList &list);
     void stopEverything();
 
-    // app/AppDelegate+Activation.cpp
+    // AppDelegate+Activation.cpp
     void bringToFront(const QByteArray &activationToken);
     void perform(LaunchRequest::Action action);
 
-    // app/AppDelegate+Help.cpp
+    // AppDelegate+Help.cpp
+    /// Presents an informational alert with an OK button.
+    void presentInformation(const QString &title, const QString &message);
     void presentAddress(const QUrl &address);
 
-    // updates/AppDelegate+Updates.cpp
-    /// Who asked for a check: a manual one answers whatever comes of it.
+    // AppDelegate+Updates.cpp
+    /// Who started a check. Only a manual check reports that there is no update or that it failed.
     enum class UpdateCheckOrigin { automatic, manual };
     void performUpdateCheck(UpdateCheckOrigin origin);
     void updateCheckSucceeded(const LumvikUpdateCheckResult &result, UpdateCheckOrigin origin);
     void presentAvailableUpdate(const LumvikUpdateManifest &manifest);
     void presentUpdateStatus(const QString &title, const QString &message);
 
-    // viewer/AppDelegate+Window.cpp
+    // AppDelegate+Window.cpp
+    [[nodiscard]] ViewerWindowDelegate windowHandlers();
     void createViews();
+    void createVideoViews();
+    void createControls();
+    void hideControls();
+    void connectControlFade();
     void restoreWindowState();
     void saveWindowFrame();
-    /// The graphics of the window went away, with the player's render context; or are there again.
+    /// Called when the window has lost its graphics and with them the player's render context.
     void graphicsWereLost();
-    void graphicsAreBack();
+    /// Called when the window has graphics again after a loss.
+    void graphicsWereRestored();
 
-    // viewer/AppDelegate+Keyboard.cpp
+    // AppDelegate+Keyboard.cpp
     void setUpKeyboardNavigation();
-    /// A key that no item of the window took; answers whether it was used.
+    /// Handles a key that no item of the window has used. Returns whether the key was used.
     bool keyDown(QKeyEvent &event);
-    /// Tab and Shift+Tab lead over the controls, Escape away from them.
-    bool walkControls(const QKeyEvent &event);
-    /// A click takes the keyboard away from the controls.
+    /// Moves the keyboard focus to the next control (Tab), to the previous one (Shift+Tab), or away
+    /// from the controls (Escape). Returns whether the key was used.
+    bool moveKeyboardFocus(const QKeyEvent &event);
+    /// Takes the keyboard focus away from the controls when the user clicks.
     void mouseDown();
     void openMainMenu();
 
-    // viewer/AppDelegate+Controls.cpp
-    /// Where the controls that can be seen are, in the interaction view's coordinates.
+    // AppDelegate+Controls.cpp
+    /// Returns the rectangles of the visible controls in the interaction view's coordinates.
     [[nodiscard]] QList<QRectF> viewerControlRects() const;
     void fadeControls(bool animated);
-    /// Brings the controls up to date with another list of cameras.
+    /// Adapts the controls to a new list of cameras.
     void refreshViewerControls();
     void setControlsEnabled(bool visible);
     void setControlsOpacity(qreal opacity);
     void setControlsVisible(bool visible);
-    /// The picker, the pin, the focus and the close button, in the order of their stacking. That
-    /// one is missing once the window is there stops the program.
+    /// Returns the picker, the pin, the focus button and the close button, in stacking order.
+    /// Terminates the process if the window exists and one of them is missing.
     [[nodiscard]] std::array<QQuickItem *, 4> viewerControls() const;
 
-    // viewer/AppDelegate+CameraPicker.cpp
+    // AppDelegate+CameraPicker.cpp
     void fillCameraPicker();
-    /// Tells assistive technology which camera's picture the window shows, if it shows one.
-    void describePicture();
+    /// Updates the description of the picture for assistive technology: the camera's name and
+    /// whether a picture is shown.
+    void updatePictureDescription();
 
-    // editor/AppDelegate+CameraSettings.cpp
+    // AppDelegate+CameraSettings.cpp
     void cameraSettingsDidClose();
     bool cameraSettingsKeyDown(const QKeyEvent &event);
 
-    // viewer/AppDelegate+FocusArea.cpp
+    // AppDelegate+Area.cpp
     void connectInteractionView();
     void endFocusSelection();
     void showFullCameraTemporarily();
 
-    // viewer/AppDelegate+TemporaryMaximum.cpp
+    // AppDelegate+TemporaryMaximum.cpp
     void temporaryMaximumWasRestored();
 
-    // engine/AppDelegate+Player.cpp
+    // AppDelegate+Player.cpp
     void configurePlayer(mpv_handle *handle);
     [[nodiscard]] bool initializePlayer(mpv_handle *handle);
     void attachPlayer(mpv_handle *handle);
     void failPlayerStart(mpv_handle *handle, const QString &message);
 
-    // supervision/AppDelegate+Supervisor.cpp
-    /// Makes the camera at `index` the one to play: what was under way for another one ends.
+    // AppDelegate+Supervisor.cpp
+    /// Starts a new selection with the camera at `index` and cancels all work for the previous one.
     void beginPlaybackSelection(int index);
+    /// Starts a new selection generation, so that late results of the previous one are ignored.
+    void advanceSelectionGeneration();
     void streamDidEnd(const PlaybackEngineEvents::EndFile &end);
 
-    // supervision/AppDelegate+Recovery.cpp
+    // AppDelegate+Recovery.cpp
+    /// False while the viewer is closing, the system sleeps or no network path is usable.
+    [[nodiscard]] bool playbackIsPossible() const;
     void retryPlayback(std::int64_t selectionGeneration, bool recreatesPlayer);
     void cancelPlaybackRetry();
 
-    // supervision/AppDelegate+Watchdog.cpp
-    /// Says, once per player, that it shows a picture, and whether the graphics card decodes it.
+    // AppDelegate+Watchdog.cpp
+    /// Reports the first picture of each player to the environment, and logs whether the graphics
+    /// card decodes the video.
     void playerHasLoaded();
     void startPlaybackWatchdog();
     void hideStalePicture();
-    void endOfStreamMayHaveBeenReached();
+    /// Called when the engine's end-of-stream flag changes.
+    void endReachedDidChange();
 
-    // supervision/AppDelegate+Preflight.cpp
+    // AppDelegate+Preflight.cpp
     void startOrReload();
     void beginLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection);
+    void observeLocalNetworkProbe(const std::shared_ptr<NetworkConnection> &connection);
+    void scheduleLocalNetworkProbeFallback(const std::shared_ptr<NetworkConnection> &connection);
 
-    // supervision/AppDelegate+Sleep.cpp
+    // AppDelegate+Sleep.cpp
     void holdSleepUntilStopped(SleepMonitor::SleepDelay delay);
 
     AppEnvironment environment;
-    std::unique_ptr<MainMenu> mainMenu; // before the window, whose strip refers to it
+    std::unique_ptr<MainMenu> mainMenu; // declared before the window, whose strip refers to it
 
-    // The viewer window and its views; the views belong to the window's content.
+    // The viewer window and its views. The window's content owns the views.
     std::unique_ptr<ViewerWindow> window;
     MPVOpenGLView *videoHost = nullptr;
     CameraPicker *cameraPicker = nullptr;
@@ -346,7 +384,7 @@ class AppDelegate final : public QObject {
     CloseViewerButton *closeViewerButton = nullptr;
     MainMenuStrip *mainMenuStrip = nullptr;
     DraggableContentView *interactionView = nullptr;
-    std::unique_ptr<KeyboardNavigation> keyboardNavigation; // after the window
+    std::unique_ptr<KeyboardNavigation> keyboardNavigation; // declared after the window it uses
 
     // The viewer's controls.
     bool usesCompactViewerControls = false;
@@ -354,8 +392,8 @@ class AppDelegate final : public QObject {
     bool cameraMenuIsOpen = false;
     bool mainMenuIsOpen = false;
     bool viewerControlsAreVisible = false;
-    bool mainMenuStripFits = true;       // whether the window has room for the strip
-    QVariantAnimation viewerControlFade; // runs over the controls' opacity
+    bool mainMenuStripFits = true;       // whether the window is wide enough for the strip
+    QVariantAnimation viewerControlFade; // animates the controls' opacity from 0 to 1 or back
 
     // Cameras and the player instance.
     QList<Camera> cameras;
@@ -363,52 +401,52 @@ class AppDelegate final : public QObject {
     std::unique_ptr<MPVEventLoop> mpvEventLoop;
     std::unique_ptr<MPVObserver> mpvObserver;
     PlayerTeardown playerTeardown;
-    std::int64_t playerGeneration = 0;
-    std::int64_t loadedPlayerGeneration = 0; // the last player that has shown a picture
-    std::int64_t playbackSelectionGeneration = 0;
+    std::int64_t playerGeneration = 0;            // counts the players that were started
+    std::int64_t loadedPlayerGeneration = 0;      // the last player that has shown a picture
+    std::int64_t playbackSelectionGeneration = 0; // counts the selections of a camera
     PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
     std::unique_ptr<RepeatingTimer> playbackWatchdog;
-    std::shared_ptr<WorkItem> playbackRetry; // the one attempt at recovery that waits
-    std::int64_t playbackRetryCount = 0;     // in a row, since a frame was drawn or a camera chosen
-    std::optional<TimeStamp> lastFrameRenderedAt;
+    std::shared_ptr<WorkItem> playbackRetry; // the scheduled recovery attempt; never more than one
+    std::int64_t playbackRetryCount = 0; // attempts since a frame was drawn or a camera was chosen
+    std::optional<TimeStamp> lastFrameRenderedAt; // empty until the current load draws a frame
     TimeStamp lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity();
-    std::optional<double> appliedVideoAspectRatio;
-    bool playbackAwaitsWindow = false; // a start is due once the window can show something
-    QSet<QString> shownPlaybackErrors; // the texts of the alerts that are open
+    std::optional<double> appliedVideoAspectRatio; // width over height
+    bool playbackAwaitsWindow = false; // playback starts once the window can show something
+    QSet<QString> shownPlaybackErrors; // the messages of the alerts that are open
 
-    // The network and the machine's sleep.
+    // The network and the system's sleep.
     std::shared_ptr<NetworkConnection> localNetworkProbe;
-    std::shared_ptr<WorkItem> localNetworkProbeFallback;
+    std::shared_ptr<WorkItem> localNetworkProbeFallback; // limits the probe; scheduled with it
     SerialQueue localNetworkProbeQueue;
     SerialQueue networkPathQueue;
-    std::unique_ptr<NetworkPathMonitor> networkPathMonitor; // after its queue, which outlives it
+    std::unique_ptr<NetworkPathMonitor> networkPathMonitor; // declared after its queue
     std::optional<NetworkPathSignature> networkPathSignature;
-    bool networkPathIsSatisfied = true; // until told otherwise: a launch waits for no update
+    bool networkPathIsSatisfied = true; // until the first update, so that the launch need not wait
     bool systemIsSleeping = false;
-    SleepDelayHolder sleepDelayHolder; // until the stream has stopped
+    SleepDelayHolder sleepDelayHolder; // delays sleep until the stream has stopped
 
-    // The editor, while it is open; and one that has closed but may still be at work.
+    // The open editor, and a closed editor whose own event loop may still be running.
     std::unique_ptr<CameraSettingsController> settingsController;
     std::unique_ptr<CameraSettingsController> closedSettingsController;
-    int settingsLoopLevel = 0; // the event loops within each other when the editor was opened
+    int settingsEventLoopLevel = 0; // the number of nested event loops when the editor was opened
 
     // Updates.
     std::unique_ptr<UpdateChecker> updateService;
-    std::shared_ptr<UpdateCheck> updateCheckTask; // the newest check, over or not
+    std::shared_ptr<UpdateCheck> updateCheckTask; // the newest check, running or finished
 
-    std::unique_ptr<AboutPanel> aboutPanel; // once it was asked for
+    std::unique_ptr<AboutPanel> aboutPanel; // created on first use
 
     // The window's special states.
-    WindowFrameMemory windowFrameMemory; // what the window's frame was before it was maximised
+    WindowFrameMemory windowFrameMemory; // the last frame that the user gave the window
     std::optional<QRect> restoreFrameBeforeTemporaryMaximum;
     QRect screenAreaBeforeTemporaryMaximum;
     bool isTemporarilyMaximized = false;
-    std::shared_ptr<WorkItem> temporaryMaximumEnd; // due while the window is on its way back
+    std::shared_ptr<WorkItem> temporaryMaximumEnd; // runs when the frame has been restored
     bool isClosingViewer = false;
     bool graphicsFailureIsShown = false;
 
     // The focus area.
-    std::optional<VideoFocusCrop> focusCrop; // while the view is focused
+    std::optional<VideoFocusCrop> focusCrop; // set while the view is focused on an area
     bool isSelectingFocusArea = false;
     bool isShowingFullCameraTemporarily = false; // the whole picture in the focused window
     std::optional<VideoSourceGeometry> sourceVideoGeometry;

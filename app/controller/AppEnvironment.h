@@ -19,8 +19,9 @@
 
 namespace lumvik {
 
-/// Time and the outside world, as the controller is given them. The program passes the real things,
-/// tests their own. Everything referred to must outlive the controller.
+/// Everything outside the program that the controller uses, including time and chance. The program
+/// passes the real services, and tests pass fakes. The objects referred to must outlive the
+/// controller. All functions are called on the main thread.
 struct AppEnvironment {
     MainQueue &mainQueue;
     UserDefaults &userDefaults;
@@ -30,28 +31,28 @@ struct AppEnvironment {
     SleepMonitor &sleepMonitor;
     std::function<std::unique_ptr<NetworkPathMonitor>()> makeNetworkPathMonitor;
     NetworkConnectionFactory makeConnection;
-    /// A random number, evenly distributed over [0, 1).
+    /// Returns a random number, uniformly distributed over [0, 1).
     std::function<double()> random;
-    /// Called when the application begins to end, perhaps more than once: from now on it may take a
-    /// few seconds only.
+    /// Called when the application starts to exit, possibly more than once. Limits the time that
+    /// the exit may take to a few seconds.
     std::function<void()> limitTimeToExit;
-    /// Called when a player's first picture is on the screen: what libraries it takes have been
-    /// loaded.
+    /// Called when a player's first picture is on the screen. All libraries that the player needs
+    /// have been loaded by then.
     std::function<void()> playerHasLoaded;
-    /// Ends the application in order, in a later turn.
+    /// Quits the application, in a later turn of the event loop.
     std::function<void()> terminate;
-    /// Hands an address to the user's browser or mail program; the callback runs when there is
-    /// none.
+    /// Opens an address in the user's browser or mail program. `failed` runs if there is none.
     std::function<void(const QUrl &, const std::function<void()> &failed)> openUrl;
     std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;
-    /// The time of day, in UTC.
+    /// Returns the current date and time, in UTC.
     std::function<QDateTime()> currentDate;
-    /// What this program says about itself; a part that is null is unknown.
+    /// The version of this program. A null part is unknown.
     InstalledVersion installedVersion;
-    /// The maker's web host, and where feedback goes.
+    /// The host of the project's website.
     QString webHost;
+    /// The mail address for feedback.
     QString feedbackAddress;
-    /// The least important kind of engine message that is logged, by libmpv's names.
+    /// The log level of the engine: the name of libmpv's least severe level that is logged.
     std::string engineLogLevel = "warn";
 };
 

@@ -9,18 +9,20 @@ namespace lumvik {
 
 namespace {
 
+/// The longest token that is passed on, in bytes.
+constexpr qsizetype longestToken = 1024;
+
 const QString actionKey = QStringLiteral("action");
 const QString tokenKey = QStringLiteral("activation-token");
 
 } // namespace
 
 LaunchRequest LaunchRequest::with(Action action, const QByteArray &token) {
-    constexpr qsizetype longestToken = 1024; // bytes
-    const bool isSound =
+    const bool isPlausible =
         token.size() <= longestToken && std::none_of(token.begin(), token.end(), [](char byte) {
             return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f';
         });
-    return {action, isSound ? token : QByteArray()};
+    return {action, isPlausible ? token : QByteArray()};
 }
 
 QString nameOfAction(LaunchRequest::Action action) {

@@ -8,39 +8,39 @@
 
 namespace lumvik {
 
-/// What a start of the program asks for. When Lumvik runs already, it is the running one that gets
-/// it.
+/// A request that is made by starting the program. If Lumvik is already running, the running
+/// instance carries it out.
 struct LaunchRequest {
     enum class Action {
-        activate, ///< Just the window.
+        activate, ///< Brings the window to the front and does nothing else.
         showCameraAddresses,
         checkForUpdates,
     };
 
     Action action = Action::activate;
-    /// What the desktop gave the start along, so that a window may come to the front: an activation
-    /// token (Wayland) or a startup id (X11). Empty when it gave nothing.
+    /// The activation token (Wayland) or startup id (X11) with which the desktop allows a window to
+    /// come to the front. Empty if the desktop passed none.
     QByteArray activationToken;
 
-    /// A request with the token that came with it, whoever sent that. One which no desktop would
-    /// make, longer than a KiB or with control characters in it, counts as none.
+    /// Returns a request with a token from an untrusted sender. A token longer than 1 KiB or with
+    /// control characters is dropped, because no desktop creates such tokens.
     [[nodiscard]] static LaunchRequest with(Action action, const QByteArray &token);
 
     friend bool operator==(const LaunchRequest &, const LaunchRequest &) = default;
 };
 
-/// Does what a request asks. False while the program is ending, and can do no more.
+/// Carries out a request. Returns false if the program is exiting and cannot do so.
 using LaunchRequestHandler = std::function<bool(const LaunchRequest &request)>;
 
-/// The name of an action in the desktop entry and on the command line ("camera-addresses"). Empty
-/// for plain activation, which has none.
+/// Returns the name of an action in the desktop entry and on the command line, such as
+/// "camera-addresses". Empty for `activate`, which has no name.
 [[nodiscard]] QString nameOfAction(LaunchRequest::Action action);
-/// The action of that name; nothing when there is none.
+/// Returns the action with the given name, or nothing if there is none.
 [[nodiscard]] std::optional<LaunchRequest::Action> actionNamed(const QString &name);
 
-/// The request as one line of text, without a line break, and back. Nothing for what no request
-/// looks like.
+/// Returns the request as one line of text, without the line break.
 [[nodiscard]] QByteArray encode(const LaunchRequest &request);
+/// Returns the request that `encode` made `line` from, or nothing if `line` is not a request.
 [[nodiscard]] std::optional<LaunchRequest> decodeLaunchRequest(const QByteArray &line);
 
 } // namespace lumvik

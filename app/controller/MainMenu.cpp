@@ -7,7 +7,7 @@ namespace lumvik {
 
 namespace {
 
-/// Makes one menu, item by item.
+/// Builds a menu item by item.
 class MenuBuilder {
   public:
     explicit MenuBuilder(const QString &title) : m_menu(std::make_unique<QMenu>(title)) {}
@@ -15,7 +15,8 @@ class MenuBuilder {
     QAction *item(const QString &title, const std::function<void()> &action,
                   const QList<QKeySequence> &keys = {}) {
         QAction *item = m_menu->addAction(title);
-        // Matched by performKeyEquivalent: Qt's own matching knows only windows made of widgets.
+        // performKeyEquivalent matches the keys, because Qt's shortcuts work only in windows that
+        // consist of widgets.
         item->setShortcuts(keys);
         item->setEnabled(static_cast<bool>(action));
         if (action)
@@ -31,9 +32,9 @@ class MenuBuilder {
     std::unique_ptr<QMenu> m_menu;
 };
 
-/// The key of `event` in the form in which key equivalents are given. What Shift does to a
-/// character is already in the character ("?" is one key here, on every keyboard), so Shift counts
-/// only with letters and with keys that have no character.
+/// Returns the key of `event` in the form in which key equivalents are specified. A character such
+/// as "?" already contains the effect of Shift, on every keyboard layout, so Shift is kept only for
+/// letters and for keys without a character.
 QKeySequence keyEquivalent(const QKeyEvent &event) {
     Qt::KeyboardModifiers modifiers = event.modifiers() & ~Qt::KeypadModifier;
     const int key = event.key();

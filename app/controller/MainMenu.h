@@ -11,7 +11,7 @@ class QKeyEvent;
 
 namespace lumvik {
 
-/// What the main menu's items do. An item without an action is disabled.
+/// The actions of the main menu's items. An item without an action is disabled.
 struct MainMenuActions {
     std::function<void()> showCameraSettings;
     std::function<void()> checkForUpdates;
@@ -24,25 +24,26 @@ struct MainMenuActions {
     std::function<void()> showAbout;
 };
 
-/// The three menus "Lumvik", "Window" and "Help" and their key equivalents. There is no menu bar:
-/// the strip over the picture opens them, and each window of the program hands its unused keys to
-/// `performKeyEquivalent`. Main thread only.
+/// The menus "Lumvik", "Window" and "Help" and their key equivalents. There is no menu bar: the
+/// strip over the picture opens the menus, and every window of the program passes the keys that it
+/// does not use to `performKeyEquivalent`. Main thread only.
 class MainMenu {
   public:
     explicit MainMenu(const MainMenuActions &actions);
 
     [[nodiscard]] QList<QMenu *> menus() const;
 
-    /// Runs the item whose key equivalent `event` is. False when there is none, when it
-    /// is disabled, and for a key that repeats because it is held.
+    /// Triggers the item with the key equivalent `event`. Returns false if there is no such item or
+    /// it is disabled, and for the automatic repetition of a key that is held down.
     [[nodiscard]] bool performKeyEquivalent(const QKeyEvent &event) const;
 
-    /// Names the full-screen item after what it would do.
+    /// Sets the title of the full-screen item to its current effect: to enter or to exit full
+    /// screen.
     void setIsFullScreen(bool isFullScreen);
 
   private:
     std::vector<std::unique_ptr<QMenu>> m_menus;
-    QAction *m_fullScreen = nullptr; // belongs to its menu
+    QAction *m_fullScreen = nullptr; // owned by its menu
 };
 
 } // namespace lumvik

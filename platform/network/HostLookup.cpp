@@ -15,7 +15,7 @@ namespace lumvik {
 
 namespace {
 
-std::atomic_int lookupsUnderWay = 0;
+std::atomic_int runningLookups = 0;
 
 LookupResult addressesOf(const std::string &name, std::uint16_t port, int flags) {
     addrinfo hints = {};
@@ -45,7 +45,7 @@ LookupResult resolveWithSystem(const std::string &name, std::uint16_t port) {
 }
 
 LookupError lookupError(int number) {
-    return number == EAI_AGAIN ? LookupError::notNow : LookupError::noSuchName;
+    return number == EAI_AGAIN ? LookupError::temporary : LookupError::noSuchName;
 }
 
 std::vector<SocketAddress> numericalAddresses(const QString &host, std::uint16_t port) {
@@ -60,23 +60,24 @@ bool isScopedAddress(const QString &host) {
 
 bool lookUpHost(const QString &host, std::uint16_t port, NameResolver resolver,
                 std::function<void(LookupResult)> found) {
-    if (lookupsUnderWay.fetch_add(1) >= lookupLimit) {
-        --lookupsUnderWay;
+    if (runningLookups.fetch_add(1) >= lookupLimit) {
+        --runningLookups;
         return false;
     }
-    // An empty name is what comes of one that cannot be spelt for a name server.
-    auto look = [name = QUrl::toAce(host).toStdString(), port, resolver = std::move(resolver),
-                 found = std::move(found)]() mutable {
+    // toAce returns an empty name if the name cannot be encoded for DNS.
+    auto lookUp = [name = QUrl::toAce(host).toStdString(), port, resolver = std::move(resolver),
+                   found = std::move(found)]() mutable {
         found(name.empty() ? LookupResult(tl::unexpected(LookupError::noSuchName))
                            : resolver(name, port));
-        // What the callback holds must be gone before the look-up counts as over.
+        // Everything that the callback holds must be destroyed before the look-up counts as
+        // finished.
         found = nullptr;
-        --lookupsUnderWay;
+        --runningLookups;
     };
     try {
-        std::thread(std::move(look)).detach();
+        std::thread(std::move(lookUp)).detach();
     } catch (const std::system_error &) {
-        --lookupsUnderWay;
+        --runningLookups;
         return false;
     }
     return true;

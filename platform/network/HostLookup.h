@@ -12,7 +12,7 @@
 
 namespace lumvik {
 
-/// A numerical address and port, as the socket calls take it.
+/// A numerical address and port in the form that the socket functions take.
 struct SocketAddress {
     sockaddr_storage storage = {};
     socklen_t size = 0;
@@ -25,44 +25,44 @@ struct SocketAddress {
 
 enum class LookupError {
     noSuchName,
-    notNow, ///< No name server could be asked, or it does not know at the moment.
+    temporary, ///< No name server was reachable, or none could answer at the moment.
 };
 
-/// The addresses of a name, the preferred one first.
+/// The addresses of a name, in order of preference, or the error.
 using LookupResult = tl::expected<std::vector<SocketAddress>, LookupError>;
 
-/// Finds the addresses of a name; none counts as no such name. May block for as long as it likes,
-/// and runs on a thread that nobody waits for: it must touch nothing that ends with the process.
+/// Finds the addresses of a name. An empty result counts as `noSuchName`. The resolver may block
+/// indefinitely. It runs on a detached thread, so it must not use anything that is destroyed when
+/// the process exits.
 using NameResolver = std::function<LookupResult(const std::string &name, std::uint16_t port)>;
 
-/// The system's own way of resolving names: hosts file, DNS and whatever else it is set up for.
-/// Addresses of a kind that the machine has no address of itself are among them: with no network at
-/// all every name would seem to have none, though it is only out of reach.
+/// Resolves a name as the system is configured to: hosts file, DNS and so on. The result includes
+/// addresses of families for which the machine itself has no address. Otherwise every name would
+/// appear not to exist while there is no network, although its host is only unreachable.
 [[nodiscard]] LookupResult resolveWithSystem(const std::string &name, std::uint16_t port);
 
-/// What an error number of getaddrinfo's means, other than 0.
+/// Translates a getaddrinfo error code other than 0.
 [[nodiscard]] LookupError lookupError(int number);
 
-/// The address that `host` spells out: IPv4, or IPv6 without brackets and perhaps with a scope
-/// ("fe80::1%eth0"). None where it is a name, or its scope is no interface at the moment. Does not
-/// block.
+/// Returns the address that `host` spells out: IPv4, or IPv6 without brackets and optionally with a
+/// scope ("fe80::1%eth0"). The result is empty if `host` is a name or if its scope is not an
+/// existing interface. Does not block.
 [[nodiscard]] std::vector<SocketAddress> numericalAddresses(const QString &host,
                                                             std::uint16_t port);
 
-/// Whether `host` is a link-local address on a certain interface ("fe80::1%eth0").
+/// Returns whether `host` is a link-local address with a scope ("fe80::1%eth0").
 [[nodiscard]] bool isScopedAddress(const QString &host);
 
-/// How many look-ups may be under way at once.
+/// The maximum number of concurrent look-ups.
 inline constexpr int lookupLimit = 32;
 
-/// Looks `host` up on a thread of its own, which nothing waits for, not even the end of the
-/// process: a name server that does not answer holds a look-up for half a minute. `found` runs on
-/// that thread.
+/// Looks `host` up on a detached thread and calls `found` on it. Even process exit does not wait
+/// for this thread, because an unresponsive name server can delay a look-up for half a minute.
 ///
-/// This is why the toolkit's look-up is not used. Its threads are waited for when the application
-/// object is destroyed, and a second look-up of a name waits for the first.
+/// Qt's look-up is unsuitable for this reason: its threads are joined when the application object
+/// is destroyed, and a second look-up of the same name waits for the first.
 ///
-/// Answers whether the look-up has begun; it has not where `lookupLimit` are under way.
+/// Returns whether the look-up has started. It is refused while `lookupLimit` look-ups are running.
 [[nodiscard]] bool lookUpHost(const QString &host, std::uint16_t port, NameResolver resolver,
                               std::function<void(LookupResult)> found);
 

@@ -13,7 +13,7 @@ namespace lumvik {
 
 namespace {
 
-/// The vectors of a NetworkState are sorted.
+/// Inserts `value` unless it is present. The vectors of a NetworkState are sorted.
 template<typename Value>
 void insertSorted(std::vector<Value> &values, const Value &value) {
     const auto place = std::lower_bound(values.begin(), values.end(), value);
@@ -29,7 +29,8 @@ void eraseSorted(std::vector<Value> &values, const Value &value) {
 
 } // namespace
 
-NetworkInterfaceTable::NetworkInterfaceTable(FactSource factsOf) : m_factsOf(std::move(factsOf)) {}
+NetworkInterfaceTable::NetworkInterfaceTable(AttributeReader readAttributes)
+    : m_readAttributes(std::move(readAttributes)) {}
 
 void NetworkInterfaceTable::apply(const nlmsghdr &message) {
     switch (message.nlmsg_type) {
@@ -54,7 +55,8 @@ void NetworkInterfaceTable::applyLink(const nlmsghdr &message) {
     const std::optional<LinkMessage> link = parsedLink(message);
     if (!link || link->interfaceIndex <= 0)
         return;
-    // A bridge announces its ports with its own family, their leaving like the end of a link.
+    // A bridge announces its ports with its own family. Such a message for a departing port
+    // resembles the removal of a link.
     if (link->family == AF_UNSPEC) {
         m_unlistedInterfaces.erase(link->interfaceIndex);
         if (message.nlmsg_type == RTM_DELLINK)
@@ -62,7 +64,7 @@ void NetworkInterfaceTable::applyLink(const nlmsghdr &message) {
         else
             updateInterface(*link);
     }
-    askAboutBridges();
+    updateBridges();
 }
 
 void NetworkInterfaceTable::updateInterface(const LinkMessage &link) {
@@ -76,25 +78,26 @@ void NetworkInterfaceTable::updateInterface(const LinkMessage &link) {
     }
     if (!link.name.empty())
         interface->name = link.name;
-    // The kernel sets IFF_RUNNING from the operational state, for "up" as well as for the "unknown"
-    // of tunnels and other devices that know no carrier.
+    // The kernel derives IFF_RUNNING from the operational state. It is set for "up" and also for
+    // "unknown", the state of tunnels and other devices without carrier detection.
     interface->isUp = (link.flags & IFF_UP) != 0;
     interface->isRunning = (link.flags & IFF_RUNNING) != 0;
     interface->isLoopback = (link.flags & IFF_LOOPBACK) != 0;
     interface->hardwareType = link.hardwareType;
-    // Asked again and again because the name may have changed again before it could be looked up.
-    const SysfsInterfaceAttributes facts = m_factsOf(interface->name);
-    interface->isWireless = interface->isWireless || facts.isWireless;
-    interface->isBridge = interface->isBridge || facts.isBridge;
-    // An interface that goes down loses its routes, those of version 4 without any message.
+    // Read at every message, because an earlier read may have failed if the interface had been
+    // renamed meanwhile.
+    const SysfsInterfaceAttributes attributes = m_readAttributes(interface->name);
+    interface->isWireless = interface->isWireless || attributes.isWireless;
+    interface->isBridge = interface->isBridge || attributes.isBridge;
+    // An interface that goes down loses its routes. For IPv4 routes the kernel sends no message.
     if (!interface->isUp)
         removeRoutesOf(index);
 }
 
-void NetworkInterfaceTable::askAboutBridges() {
+void NetworkInterfaceTable::updateBridges() {
     for (NetworkInterface &interface : m_state.interfaces) {
         if (interface.isBridge)
-            interface.bridgesHardware = m_factsOf(interface.name).bridgesHardware;
+            interface.bridgesHardware = m_readAttributes(interface.name).bridgesHardware;
     }
 }
 
@@ -107,8 +110,8 @@ void NetworkInterfaceTable::applyAddress(const nlmsghdr &message) {
         removeAddress(parsed->interfaceIndex, parsed->address);
         return;
     }
-    // An unknown interface is one that is gone already, or whose link message was lost: then it is
-    // listed again, and its addresses after it.
+    // An unknown interface has already been removed, or its link message was lost. In the second
+    // case the links are listed again, followed by their addresses.
     if (NetworkInterface *interface = find(parsed->interfaceIndex))
         insertSorted(interface->addresses, parsed->address);
 }
@@ -118,7 +121,8 @@ void NetworkInterfaceTable::applyRoute(const nlmsghdr &message) {
     if (routes.empty())
         return;
     const bool isNew = message.nlmsg_type == RTM_NEWROUTE;
-    // The one message about a replaced route is this; the old one gets none of its own.
+    // This is the only message about a replacement; the kernel announces no removal of the old
+    // route.
     if (isNew && (message.nlmsg_flags & NLM_F_REPLACE) != 0) {
         std::erase_if(m_state.defaultRoutes, [&](const DefaultRoute &old) {
             return old.family == routes.front().family && old.priority == routes.front().priority &&
@@ -182,14 +186,14 @@ void NetworkInterfaceTable::removeRoutesOf(int index) {
                   [=](const DefaultRoute &route) { return route.interfaceIndex == index; });
 }
 
-/// With an address of version 4 the kernel drops, without any message, the routes that send from
-/// it, and with the interface's last one all its routes of version 4. A route kept by mistake would
-/// make a machine that has just lost its address look connected.
+/// When an IPv4 address is removed, the kernel silently drops the routes that use it as their
+/// source. When an interface loses its last IPv4 address, the kernel silently drops all its IPv4
+/// routes. Keeping such a route would make a machine without an address look connected.
 void NetworkInterfaceTable::removeRoutesFlushedWith(const NetworkInterface &interface,
                                                     const InterfaceAddress &address) {
     if (address.family != AF_INET)
         return;
-    const auto holdsVersion4 = [](const NetworkInterface &candidate) {
+    const auto hasIPv4Address = [](const NetworkInterface &candidate) {
         return std::ranges::any_of(candidate.addresses, [](const InterfaceAddress &held) {
             return held.family == AF_INET;
         });
@@ -199,7 +203,7 @@ void NetworkInterfaceTable::removeRoutesFlushedWith(const NetworkInterface &inte
             return held.family == AF_INET && held.bytes == address.bytes;
         });
     };
-    const bool wasLast = !holdsVersion4(interface);
+    const bool wasLast = !hasIPv4Address(interface);
     const bool isGone = std::ranges::none_of(m_state.interfaces, holdsSameBytes);
     std::erase_if(m_state.defaultRoutes, [&](const DefaultRoute &route) {
         return route.family == AF_INET && ((wasLast && route.interfaceIndex == interface.index) ||

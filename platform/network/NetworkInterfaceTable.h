@@ -14,23 +14,25 @@ namespace lumvik {
 
 struct LinkMessage;
 
-/// Follows the kernel's rtnetlink messages about links, addresses and routes, one at a time.
+/// Maintains the state of the network from the kernel's rtnetlink messages about links, addresses
+/// and routes.
 ///
-/// The same messages announce changes and answer requests for a list. What the table knows and a
-/// complete list does not mention is gone: `beginListing` before the list is asked for and
-/// `endListing` after its last message remove it. Announcements may arrive in between. Belongs to
-/// one thread.
+/// The kernel uses the same messages for announcements and for lists. An entry of the table that a
+/// complete list does not contain no longer exists. `beginListing`, called before the list is
+/// requested, and `endListing`, called after its last message, remove such entries. Announcements
+/// may arrive in between. Not thread-safe.
 class NetworkInterfaceTable {
   public:
-    using FactSource = std::function<SysfsInterfaceAttributes(const std::string &name)>;
+    using AttributeReader = std::function<SysfsInterfaceAttributes(const std::string &name)>;
     enum class Listing { links, addresses, routes };
 
-    /// `factsOf` is asked about an interface at each of its link messages, and about all bridges
-    /// at each link message: what joins or leaves a bridge is announced as a link.
-    explicit NetworkInterfaceTable(FactSource factsOf = readSysfsInterfaceAttributes);
+    /// `readAttributes` is called for an interface at each of its link messages, and for all
+    /// bridges at every link message, because a port joining or leaving a bridge is announced as a
+    /// link.
+    explicit NetworkInterfaceTable(AttributeReader readAttributes = readSysfsInterfaceAttributes);
 
-    /// Takes one message, of which `nlmsg_len` bytes must be readable. Malformed messages, and
-    /// those about other things, change nothing.
+    /// Applies one message, of which `nlmsg_len` bytes must be readable. Malformed messages and
+    /// messages about other subjects change nothing.
     void apply(const nlmsghdr &message);
 
     void beginListing(Listing listing);
@@ -43,7 +45,7 @@ class NetworkInterfaceTable {
     void applyAddress(const nlmsghdr &message);
     void applyRoute(const nlmsghdr &message);
     void updateInterface(const LinkMessage &link);
-    void askAboutBridges();
+    void updateBridges();
     void removeInterface(int index);
     void removeAddress(int index, const InterfaceAddress &address);
     void removeRoutesOf(int index);
@@ -51,10 +53,10 @@ class NetworkInterfaceTable {
                                  const InterfaceAddress &address);
     [[nodiscard]] NetworkInterface *find(int index);
 
-    FactSource m_factsOf;
+    AttributeReader m_readAttributes;
     NetworkState m_state;
 
-    // What the running listing has not mentioned yet.
+    // Entries that the current list has not mentioned yet.
     std::set<int> m_unlistedInterfaces;
     std::set<std::pair<int, InterfaceAddress>> m_unlistedAddresses;
     std::set<DefaultRoute> m_unlistedRoutes;

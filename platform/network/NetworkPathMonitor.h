@@ -6,17 +6,18 @@ namespace lumvik {
 
 class SerialQueue;
 
-/// What the machine's network can be used for, as four answers. Two are equal when all answers are.
+/// Describes what the machine's network can be used for. Two signatures are equal if all four
+/// members are.
 struct NetworkPathSignature {
-    bool isSatisfied = false;  ///< A camera could be reached: some interface is in use.
+    bool isSatisfied = false;  ///< Some interface is in use, so a camera may be reachable.
     bool usesWiFi = false;     ///< A wireless interface is in use.
     bool usesEthernet = false; ///< A wired Ethernet interface is in use.
-    bool usesOther = false;    ///< An interface of another kind is in use: a tunnel, a modem.
+    bool usesOther = false; ///< Another kind of interface is in use, such as a tunnel or a modem.
 
     friend bool operator==(const NetworkPathSignature &, const NetworkPathSignature &) = default;
 };
 
-/// Watches which network interfaces can be used, from `start` until `cancel`.
+/// Monitors which network interfaces are usable, from `start` until `cancel`.
 class NetworkPathMonitor {
   public:
     using UpdateHandler = std::function<void(const NetworkPathSignature &)>;
@@ -24,16 +25,16 @@ class NetworkPathMonitor {
     NetworkPathMonitor() = default;
     NetworkPathMonitor(const NetworkPathMonitor &) = delete;
     NetworkPathMonitor &operator=(const NetworkPathMonitor &) = delete;
-    /// Cancels.
+    /// Cancels the monitor.
     virtual ~NetworkPathMonitor() = default;
 
-    /// `handler` runs on the queue given to `start`: once with the present state, then at every
-    /// change. Set before `start`.
+    /// Sets the handler, which runs on the queue given to `start`: once with the current state,
+    /// then at every change. Call this before `start`.
     virtual void setPathUpdateHandler(UpdateHandler handler) = 0;
-    /// Begins to watch, once. `queue` must outlive the monitor.
+    /// Starts monitoring. Only the first call has an effect. `queue` must outlive the monitor.
     virtual void start(SerialQueue &queue) = 0;
-    /// Stops watching; once this has returned the handler does not run any more. Harmless when
-    /// repeated, and before `start`. Not to be called on the queue itself.
+    /// Stops monitoring. Once this function has returned, the handler is not called again. May be
+    /// called repeatedly, and before `start`, but not on the queue itself.
     virtual void cancel() = 0;
 };
 

@@ -8,22 +8,23 @@
 #include <tuple>
 #include <vector>
 
-// What is known of the machine's network, as plain values, and what follows from it for the viewer.
-// Where the knowledge comes from is NetworkInterfaceTable's business.
+// Plain values that describe the machine's network, and what follows from them for the viewer.
+// NetworkInterfaceTable obtains the values from the kernel.
 
 namespace lumvik {
 
-/// An IP address in network order; one of version 4 fills the first four bytes, the rest are zero.
+/// An IP address in network byte order. An IPv4 address fills the first four bytes; the rest are
+/// zero.
 using AddressBytes = std::array<std::uint8_t, 16>;
 
-/// An address that an interface holds and can use.
+/// A usable address of an interface.
 struct InterfaceAddress {
     int family = 0; ///< AF_INET or AF_INET6.
     AddressBytes bytes{};
     std::uint8_t prefixLength = 0;
 
-    /// Whether other machines than those on the same cable or in the same process can be spoken to
-    /// from it: not link-local, not a loopback address, not "any".
+    /// Returns whether machines beyond the local link can be reached from this address: it is not a
+    /// link-local, loopback or "any" address.
     [[nodiscard]] bool reachesOthers() const;
 
     friend bool operator==(const InterfaceAddress &, const InterfaceAddress &) = default;
@@ -35,29 +36,29 @@ struct InterfaceAddress {
 
 /// A network interface as the kernel last described it.
 struct NetworkInterface {
-    int index = 0; ///< The kernel's number for it; stays when the interface is renamed.
+    int index = 0; ///< The kernel's index, which survives renaming.
     std::string name;
-    bool isUp = false;      ///< Switched on by the administrator.
-    bool isRunning = false; ///< Has carrier, and can pass packets.
+    bool isUp = false;      ///< Enabled by the administrator.
+    bool isRunning = false; ///< Has carrier and can pass packets.
     bool isLoopback = false;
     bool isWireless = false;
     bool isBridge = false;
-    bool bridgesHardware = false;            ///< Of a bridge: see SysfsInterfaceAttributes.
+    bool bridgesHardware = false;            ///< For bridges: see SysfsInterfaceAttributes.
     std::uint16_t hardwareType = 0;          ///< One of the ARPHRD_ numbers.
     std::vector<InterfaceAddress> addresses; ///< Sorted.
 
     friend bool operator==(const NetworkInterface &, const NetworkInterface &) = default;
 };
 
-/// A way out of an interface for everything that has no route of its own. A route over several
-/// interfaces is one of these for each.
+/// A default route through one interface. A route over several interfaces is represented by one
+/// entry per interface.
 struct DefaultRoute {
     int interfaceIndex = 0;
     int family = 0; ///< AF_INET or AF_INET6.
     std::uint32_t priority = 0;
     std::uint8_t typeOfService = 0;
-    AddressBytes gateway{}; ///< Zero where the route needs none.
-    AddressBytes source{};  ///< The address that the route prefers to send from; zero where none.
+    AddressBytes gateway{}; ///< Zero if the route needs none.
+    AddressBytes source{};  ///< The preferred source address, or zero.
 
     friend bool operator==(const DefaultRoute &, const DefaultRoute &) = default;
     friend bool operator<(const DefaultRoute &a, const DefaultRoute &b) {
@@ -75,17 +76,18 @@ struct NetworkState {
     friend bool operator==(const NetworkState &, const NetworkState &) = default;
 };
 
-/// What of `state` traffic can go through: the interfaces other than loopback that are up, have
-/// carrier, and hold an address that reaches others or carry a default route; of those, such
-/// addresses and the default routes. Names are left out. As long as two states are equal in this,
-/// no connection has reason to break.
+/// Returns the part of `state` that can carry traffic. It contains the interfaces other than
+/// loopback that are up, have carrier, and have either an address that reaches other networks or a
+/// default route, along with these addresses and routes. Names are left out. While two states are
+/// equal in this respect, no connection has a reason to break.
 ///
-/// A bridge over nothing but virtual interfaces, as container and virtual machine managers make
-/// them, needs a default route to count: it has its address whether or not the machine is connected
-/// to anything, and carrier as soon as a guest is started.
+/// A bridge over virtual interfaces only, as container and virtual machine managers create them,
+/// counts only with a default route. Such a bridge has an address whether or not the machine is
+/// connected to anything, and gains carrier as soon as a guest starts.
 [[nodiscard]] NetworkState networkInUse(const NetworkState &state);
 
-/// The four answers for `state`: satisfied if anything is in use, and the kinds of what is in use.
+/// Returns the signature of `state`: satisfied if any interface is in use, together with the kinds
+/// of interface in use.
 [[nodiscard]] NetworkPathSignature networkPathSignature(const NetworkState &state);
 
 } // namespace lumvik

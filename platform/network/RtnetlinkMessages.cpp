@@ -13,14 +13,14 @@ namespace lumvik {
 
 namespace {
 
-/// Calls `visit(type, attribute)` for each attribute that follows the first `offset` bytes of the
-/// message's payload. False when the message is too short for those, when an attribute does not
-/// end within the message, or when `visit` answers false.
+/// Calls `visit(type, attribute)` for each attribute after the first `offset` bytes of the
+/// message's payload. Returns false if the message is too short, if an attribute extends beyond the
+/// message, or if `visit` returns false.
 template<typename Visit>
 bool visitAttributes(const nlmsghdr &message, std::size_t offset, Visit visit) {
     if (mnl_nlmsg_get_payload_len(&message) < offset)
         return false;
-    // Not libmnl's idea of the end, which is rounded up to the next message's beginning.
+    // libmnl's own end is rounded up to the start of the next message and therefore not used here.
     const char *end = reinterpret_cast<const char *>(&message) + message.nlmsg_len;
     const auto *attribute =
         static_cast<const nlattr *>(mnl_nlmsg_get_payload_offset(&message, offset));
@@ -38,7 +38,8 @@ std::span<const std::uint8_t> payload(const nlattr &attribute) {
             mnl_attr_get_payload_len(&attribute)};
 }
 
-/// The attribute as a number, read byte by byte: attributes inside others may lie anywhere.
+/// Reads the attribute as a number. The bytes are copied because nested attributes may be
+/// unaligned.
 bool readNumber(const nlattr &attribute, std::uint32_t &number) {
     if (payload(attribute).size() != sizeof number)
         return false;
@@ -55,7 +56,8 @@ bool readAddress(std::span<const std::uint8_t> bytes, int family, AddressBytes &
     return true;
 }
 
-/// RTA_VIA: a gateway of the other family than the route's, behind its family's number.
+/// Reads RTA_VIA: a gateway whose family differs from the route's, preceded by the number of that
+/// family.
 bool readVia(const nlattr &attribute, AddressBytes &address) {
     const std::span<const std::uint8_t> bytes = payload(attribute);
     sa_family_t family = 0;
@@ -71,7 +73,8 @@ bool readGateway(int type, const nlattr &attribute, int family, AddressBytes &ga
                            : readAddress(payload(attribute), family, gateway);
 }
 
-/// The next hops of RTA_MULTIPATH, as copies of `route` with the interface and the gateway of each.
+/// Reads the next hops of RTA_MULTIPATH as copies of `route`, each with its own interface and
+/// gateway.
 bool readNextHops(const nlattr &attribute, const DefaultRoute &route,
                   std::vector<DefaultRoute> &hops) {
     std::span<const std::uint8_t> rest = payload(attribute);
@@ -132,7 +135,7 @@ std::optional<AddressMessage> parsedAddress(const nlmsghdr &message) {
         .interfaceIndex = static_cast<int>(header.ifa_index),
         .address = {.family = header.ifa_family, .bytes = {}, .prefixLength = header.ifa_prefixlen},
         .flags = header.ifa_flags};
-    // Between two points IFA_ADDRESS is the other end's address, and the own one is IFA_LOCAL.
+    // On a point-to-point link IFA_ADDRESS is the peer's address and IFA_LOCAL the machine's own.
     std::optional<AddressBytes> local;
     std::optional<AddressBytes> address;
     const auto visit = [&](int type, const nlattr &attribute) {
@@ -141,7 +144,7 @@ std::optional<AddressMessage> parsedAddress(const nlmsghdr &message) {
             return readAddress(payload(attribute), header.ifa_family, local.emplace());
         case IFA_ADDRESS:
             return readAddress(payload(attribute), header.ifa_family, address.emplace());
-        case IFA_FLAGS: // all of them; the header has room for eight only
+        case IFA_FLAGS: // complete; the header has room for only eight
             return readNumber(attribute, result.flags);
         default:
             return true;

@@ -9,41 +9,41 @@
 
 struct nlmsghdr;
 
-// Reads the kernel's rtnetlink messages about links, addresses and routes. Of a message
-// `nlmsg_len` bytes must be readable; nothing beyond them is read, whatever its attributes claim.
+// Parses the kernel's rtnetlink messages about links, addresses and routes. `nlmsg_len` bytes of a
+// message must be readable. Nothing beyond them is read, whatever lengths its attributes claim.
 
 namespace lumvik {
 
-/// What a message about a link tells.
+/// The content of a message about a link.
 struct LinkMessage {
-    int interfaceIndex = 0;  ///< As the message has it, which may be no valid one.
-    int family = 0;          ///< AF_UNSPEC, or AF_BRIDGE where a bridge speaks of one of its ports.
+    int interfaceIndex = 0;  ///< Taken from the message without validation.
+    int family = 0;          ///< AF_UNSPEC, or AF_BRIDGE in a message from a bridge about a port.
     std::uint32_t flags = 0; ///< IFF_ numbers.
     std::uint16_t hardwareType = 0; ///< One of the ARPHRD_ numbers.
-    std::string name;               ///< Empty when the message does not tell.
+    std::string name;               ///< Empty if the message contains none.
 };
 
-/// None where the message is malformed.
+/// Returns nothing if the message is malformed.
 [[nodiscard]] std::optional<LinkMessage> parsedLink(const nlmsghdr &message);
 
-/// What a message about an address tells.
+/// The content of a message about an address.
 struct AddressMessage {
     int interfaceIndex = 0;
     InterfaceAddress address;
     std::uint32_t flags = 0; ///< IFA_F_ numbers.
 
-    /// An address of version 6 cannot be sent from while the kernel still asks around whether
-    /// another machine has it, nor when one has; the kernel tells when that changes. (An optimistic
-    /// one can.)
+    /// Returns whether the address can be used as a source. An IPv6 address cannot be used while
+    /// the kernel checks whether another machine has it, nor if one does. The kernel announces when
+    /// this changes. An optimistic address is usable during the check.
     [[nodiscard]] bool isUsable() const;
 };
 
-/// None where the message is malformed, or about an address of another family than those of IP.
+/// Returns nothing if the message is malformed or concerns neither IPv4 nor IPv6.
 [[nodiscard]] std::optional<AddressMessage> parsedAddress(const nlmsghdr &message);
 
-/// The default routes that the message is about; none if it is malformed, or about another route:
-/// one that leads to a part of the world only, one of a table that only some traffic is sent to,
-/// one that refuses.
+/// Returns the default routes that the message describes. The result is empty if the message is
+/// malformed or describes another kind of route: one to a specific destination, one in a table for
+/// selected traffic only, or one that rejects traffic.
 [[nodiscard]] std::vector<DefaultRoute> parsedDefaultRoutes(const nlmsghdr &message);
 
 } // namespace lumvik

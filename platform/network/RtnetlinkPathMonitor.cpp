@@ -23,26 +23,26 @@ namespace {
 
 using Listing = NetworkInterfaceTable::Listing;
 
-/// In this order: an address is only taken for a known link.
+/// Links come first because the addresses of unknown links are ignored.
 constexpr std::array allListings = {Listing::links, Listing::addresses, Listing::routes};
 
 constexpr unsigned announcements =
     RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
 
-/// The kernel puts no more than this into one answer, however large the reader's buffer is.
+/// The kernel puts at most this much into one message, however large the reader's buffer is.
 constexpr std::size_t receiveSize = 32768;
 
 struct CloseSocket {
     void operator()(mnl_socket *socket) const { mnl_socket_close(socket); }
 };
-/// For objects that may be let go from within their own signal.
+/// For objects that may be dropped while their own signal is being handled.
 struct DeleteLater {
     void operator()(QObject *object) const { object->deleteLater(); }
 };
 using Socket = std::unique_ptr<mnl_socket, CloseSocket>;
 
-/// Writes the request for a list into `message`, which has room for it. The family stays
-/// "unspecified", which asks for all of them.
+/// Writes the request for a list into `message`, whose buffer must be large enough. The address
+/// family stays "unspecified", which requests all families.
 void putRequest(nlmsghdr &message, Listing listing) {
     switch (listing) {
     case Listing::links:
@@ -61,9 +61,9 @@ void putRequest(nlmsghdr &message, Listing listing) {
     message.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
 }
 
-/// The error that ends a list (as a positive number), or 0. The end and an error both carry it
-/// first.
-int errorOf(const nlmsghdr &message) {
+/// Returns the error that ended a list as a positive number, or 0. Both NLMSG_DONE and NLMSG_ERROR
+/// begin with this number.
+int listError(const nlmsghdr &message) {
     int error = 0;
     if (mnl_nlmsg_get_payload_len(&message) < sizeof error)
         return 0;
@@ -73,21 +73,23 @@ int errorOf(const nlmsghdr &message) {
 
 } // namespace
 
-/// What goes on in the queue's thread: everything except where a function says otherwise.
+/// The part of the monitor that runs on the queue's thread, except where a comment says otherwise.
 class RtnetlinkPathMonitor::Watch {
   public:
-    explicit Watch(Options options) : m_options(std::move(options)), m_table(m_options.factsOf) {
+    explicit Watch(Options options)
+        : m_options(std::move(options))
+        , m_table(m_options.readAttributes) {
         if (!m_options.receive)
             m_options.receive = mnl_socket_recvfrom;
     }
 
     /// Any thread.
     void setHandler(UpdateHandler handler);
-    /// Any thread but the queue's. Waits for a handler that runs.
+    /// Any thread except the queue's. Waits for a handler that is running.
     void cancel();
 
     void open();
-    /// For good.
+    /// Closes the socket permanently.
     void close();
 
   private:
@@ -103,25 +105,25 @@ class RtnetlinkPathMonitor::Watch {
     void reportIfChanged();
     void report(const NetworkPathSignature &signature);
     void fail(int error);
-    void openAnewAfter(std::chrono::milliseconds delay);
+    void reopenAfter(std::chrono::milliseconds delay);
 
-    std::mutex m_handlerMutex; // guards the next two; held while the handler runs
+    std::mutex m_handlerMutex; // guards the next two members; held while the handler runs
     UpdateHandler m_handler;
     bool m_isCancelled = false;
 
     Options m_options;
     Socket m_socket;
     std::unique_ptr<QSocketNotifier, DeleteLater> m_notifier;
-    std::unique_ptr<QTimer, DeleteLater> m_openAnew; // runs while closed or waiting for an answer
-    bool m_hasFailed = false;                        // since the last complete lists; told already
+    std::unique_ptr<QTimer, DeleteLater> m_reopenTimer; // active while closed or awaiting a reply
+    bool m_hasFailed = false; // since the last complete lists; already logged
     alignas(nlmsghdr) std::array<char, receiveSize> m_buffer{};
 
     NetworkInterfaceTable m_table;
-    std::array<bool, allListings.size()> m_isDue{}; // which lists are still to be asked for
-    std::optional<Listing> m_running;               // which one the kernel is sending
-    bool m_isRunningInVain = false;                 // it will not be complete
-    unsigned m_sequence = 0;                        // of the last request
-    std::optional<NetworkState> m_reported;         // what was in use at the last report
+    std::array<bool, allListings.size()> m_isDue{}; // the lists still to be requested
+    std::optional<Listing> m_runningList;           // the list that the kernel is sending
+    bool m_isListIncomplete = false;                // the running list has to be repeated
+    unsigned m_sequence = 0;                        // the sequence number of the last request
+    std::optional<NetworkState> m_reported;         // the state in use at the last report
 };
 
 void RtnetlinkPathMonitor::Watch::setHandler(UpdateHandler handler) {
@@ -130,7 +132,7 @@ void RtnetlinkPathMonitor::Watch::setHandler(UpdateHandler handler) {
 }
 
 void RtnetlinkPathMonitor::Watch::cancel() {
-    UpdateHandler dropped; // destroyed after the lock is given back
+    UpdateHandler dropped; // destroyed after the lock is released
     const std::lock_guard lock(m_handlerMutex);
     m_isCancelled = true;
     dropped.swap(m_handler);
@@ -157,20 +159,21 @@ void RtnetlinkPathMonitor::Watch::open() {
 
 void RtnetlinkPathMonitor::Watch::close() {
     closeSocket();
-    m_openAnew.reset();
+    m_reopenTimer.reset();
 }
 
 void RtnetlinkPathMonitor::Watch::closeSocket() {
-    if (m_openAnew)
-        m_openAnew->stop();
+    if (m_reopenTimer)
+        m_reopenTimer->stop();
     if (m_notifier)
         m_notifier->setEnabled(false);
     m_notifier.reset();
     m_socket.reset();
-    m_running.reset();
+    m_runningList.reset();
 }
 
-/// Subscribes before anything is listed, so that no change falls in between. False leaves errno.
+/// Subscribes to announcements before anything is listed, so that no change is missed in between.
+/// On failure returns false and leaves errno set.
 bool RtnetlinkPathMonitor::Watch::connect() {
     m_socket.reset(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (!m_socket)
@@ -184,8 +187,8 @@ bool RtnetlinkPathMonitor::Watch::connect() {
     return mnl_socket_bind(m_socket.get(), announcements, MNL_SOCKET_AUTOPID) == 0;
 }
 
-/// Reads until nothing is left, and asks for the next list only then: with room in the receive
-/// buffer the kernel can begin its answer.
+/// Reads until the socket is empty and only then requests the next list. The kernel needs room in
+/// the receive buffer to begin its reply.
 void RtnetlinkPathMonitor::Watch::receive() {
     while (m_socket && !isCancelled()) {
         const ssize_t length = m_options.receive(m_socket.get(), m_buffer.data(), m_buffer.size());
@@ -195,7 +198,7 @@ void RtnetlinkPathMonitor::Watch::receive() {
             if (!requestNextListing())
                 return;
         } else if (errno == ENOBUFS || errno == ENOSPC) {
-            // Announcements were dropped, or one was cut off.
+            // Announcements were dropped or truncated.
             LumvikLog::network().debug(QStringLiteral(
                 "Announcements of network changes were lost; listing the interfaces again."));
             listEverything();
@@ -214,18 +217,20 @@ void RtnetlinkPathMonitor::Watch::applyReceived(int length) {
 }
 
 void RtnetlinkPathMonitor::Watch::apply(const nlmsghdr &message) {
-    const bool isAnswer = message.nlmsg_seq == m_sequence &&
-                          message.nlmsg_pid == mnl_socket_get_portid(m_socket.get());
-    // Something changed in between the parts of the list; it may lack what was there all along.
-    if (isAnswer && (message.nlmsg_flags & NLM_F_DUMP_INTR) != 0)
-        m_isRunningInVain = true;
-    if (isAnswer && m_running)
-        openAnewAfter(m_options.answerTimeout);
+    const bool isReply = message.nlmsg_seq == m_sequence &&
+                         message.nlmsg_pid == mnl_socket_get_portid(m_socket.get());
+    // The network changed while the kernel assembled the list, which may therefore lack existing
+    // entries.
+    if (isReply && (message.nlmsg_flags & NLM_F_DUMP_INTR) != 0)
+        m_isListIncomplete = true;
+    if (isReply && m_runningList)
+        reopenAfter(m_options.answerTimeout);
 
     if (message.nlmsg_type == NLMSG_DONE || message.nlmsg_type == NLMSG_ERROR) {
-        const int error = errorOf(message);
-        // Without room for the beginning of its answer the kernel says so, and sends it later.
-        if (!isAnswer || !m_running || (message.nlmsg_type == NLMSG_ERROR && error == ENOBUFS))
+        const int error = listError(message);
+        // The kernel reports ENOBUFS when it has no room for the beginning of its reply, and sends
+        // the reply later.
+        if (!isReply || !m_runningList || (message.nlmsg_type == NLMSG_ERROR && error == ENOBUFS))
             return;
         if (error != 0)
             fail(error);
@@ -238,18 +243,19 @@ void RtnetlinkPathMonitor::Watch::apply(const nlmsghdr &message) {
 
 void RtnetlinkPathMonitor::Watch::listEverything() {
     m_isDue.fill(true);
-    m_isRunningInVain = m_running.has_value();
+    m_isListIncomplete = m_runningList.has_value();
 }
 
-/// False when none is due, or one is running: the kernel sends one at a time.
+/// Requests the next list that is due. Returns false if none is due or one is running, because the
+/// kernel sends only one list at a time.
 bool RtnetlinkPathMonitor::Watch::requestNextListing() {
-    if (m_running)
+    if (m_runningList)
         return false;
     for (std::size_t n = 0; n < allListings.size(); ++n) {
         if (!std::exchange(m_isDue[n], false))
             continue;
-        m_running = allListings[n];
-        m_isRunningInVain = false;
+        m_runningList = allListings[n];
+        m_isListIncomplete = false;
         m_table.beginListing(allListings[n]);
         alignas(nlmsghdr) std::array<char, 256> request{};
         nlmsghdr *message = mnl_nlmsg_put_header(request.data());
@@ -259,24 +265,24 @@ bool RtnetlinkPathMonitor::Watch::requestNextListing() {
             fail(errno);
             return false;
         }
-        openAnewAfter(m_options.answerTimeout);
+        reopenAfter(m_options.answerTimeout);
         return true;
     }
     return false;
 }
 
 void RtnetlinkPathMonitor::Watch::finishListing() {
-    m_openAnew->stop();
-    const Listing finished = *std::exchange(m_running, std::nullopt);
-    if (std::exchange(m_isRunningInVain, false))
+    m_reopenTimer->stop();
+    const Listing finished = *std::exchange(m_runningList, std::nullopt);
+    if (std::exchange(m_isListIncomplete, false))
         m_isDue[static_cast<std::size_t>(finished)] = true;
     else
         m_table.endListing();
 }
 
 void RtnetlinkPathMonitor::Watch::reportIfChanged() {
-    // Before the first lists are complete the table shows only a part of what is there.
-    const bool isComplete = !m_running && m_isDue == decltype(m_isDue){};
+    // Until the first lists are complete, the table contains only part of the network.
+    const bool isComplete = !m_runningList && m_isDue == decltype(m_isDue){};
     if (!m_socket || (!m_reported && !isComplete))
         return;
     m_hasFailed = m_hasFailed && !isComplete;
@@ -295,37 +301,39 @@ void RtnetlinkPathMonitor::Watch::report(const NetworkPathSignature &signature) 
 
 void RtnetlinkPathMonitor::Watch::fail(int error) {
     closeSocket();
-    const bool isNews = !std::exchange(m_hasFailed, true);
+    const bool isFirstFailure = !std::exchange(m_hasFailed, true);
     if (m_reported) {
-        // Still the best that is known: another report would break connections that are well.
-        if (isNews) {
+        // The last report is still the best information. Another report would interrupt working
+        // connections.
+        if (isFirstFailure) {
             LumvikLog::network().info(
                 QStringLiteral("Network changes cannot be followed for the moment: %1.")
                     .arg(qt_error_string(error)));
         }
-        openAnewAfter(m_options.reopenInterval);
+        reopenAfter(m_options.reopenInterval);
         return;
     }
-    openAnewAfter(m_options.startInterval);
-    if (isNews) {
+    reopenAfter(m_options.startInterval);
+    if (isFirstFailure) {
         LumvikLog::network().error(
             QStringLiteral("Network changes cannot be followed: %1.").arg(qt_error_string(error)));
         report({.isSatisfied = true});
     }
 }
 
-/// Unless something else comes first, closes what is open and begins anew: over a socket that owes
-/// an answer the kernel refuses a second request.
-void RtnetlinkPathMonitor::Watch::openAnewAfter(std::chrono::milliseconds delay) {
-    if (!m_openAnew) {
-        m_openAnew.reset(new QTimer);
-        m_openAnew->setSingleShot(true);
-        QObject::connect(m_openAnew.get(), &QTimer::timeout, m_openAnew.get(), [this] {
+/// Closes and reopens the socket after `delay`, unless the timer is stopped or restarted first. A
+/// new socket is necessary because the kernel refuses a second request on a socket whose reply is
+/// still outstanding.
+void RtnetlinkPathMonitor::Watch::reopenAfter(std::chrono::milliseconds delay) {
+    if (!m_reopenTimer) {
+        m_reopenTimer.reset(new QTimer);
+        m_reopenTimer->setSingleShot(true);
+        QObject::connect(m_reopenTimer.get(), &QTimer::timeout, m_reopenTimer.get(), [this] {
             closeSocket();
             open();
         });
     }
-    m_openAnew->start(delay);
+    m_reopenTimer->start(delay);
 }
 
 RtnetlinkPathMonitor::RtnetlinkPathMonitor() : RtnetlinkPathMonitor(Options{}) {}
@@ -350,7 +358,7 @@ void RtnetlinkPathMonitor::start(SerialQueue &queue) {
 
 void RtnetlinkPathMonitor::cancel() {
     m_watch->cancel();
-    // The socket is closed where it is read from.
+    // The socket must be closed on the thread that reads from it.
     if (m_queue)
         m_queue->async([watch = m_watch] { watch->close(); });
 }

@@ -14,33 +14,33 @@ struct mnl_socket;
 
 namespace lumvik {
 
-/// The path monitor over the kernel's rtnetlink socket, which every Linux machine has, whatever
-/// program manages its network.
+/// A path monitor based on the kernel's rtnetlink socket, which works on every Linux machine,
+/// whichever program manages its network.
 ///
-/// It lists the links, addresses and routes, reports, and then follows the kernel's announcements
-/// in the queue's thread. They are applied and reported one by one, without waiting for things to
-/// settle: an address that is replaced shows as a path lost and found again, which is what it means
-/// for open connections. What is reported is every change of what is in use (see networkInUse), so
-/// the same four answers may come twice in a row, when an address changes on the same kind of
-/// interface; an address whose lifetime is renewed is no change. If announcements were lost, all is
-/// listed again.
+/// The monitor lists the links, addresses and routes, reports the result, and then follows the
+/// kernel's announcements on the queue's thread. It applies and reports announcements one by one,
+/// without waiting for the network to settle. A replaced address is therefore reported as a lost
+/// and a regained path, which is what it means for open connections. Every change of networkInUse
+/// is reported, so the same signature may be reported twice in a row if an address changes on an
+/// interface of the same kind. Renewing the lifetime of an address is not a change. If
+/// announcements are lost, everything is listed again.
 ///
-/// When reading fails (the kernel may be short of memory for a moment), what was reported last
-/// stays so, and all is listed again over a new socket after `reopenInterval`; a list that the
-/// kernel does not send is asked for again in the same way. Where nothing could be reported in the
-/// first place, one error line is logged and the path counts as satisfied, because it is better to
-/// try a camera in vain than never; that is tried again too, at `startInterval`.
+/// If reading fails, for example because the kernel is short of memory, the last report remains
+/// valid. After `reopenInterval` everything is listed again over a new socket. The same applies if
+/// the kernel does not send a requested list. If the first attempt fails, one error line is logged
+/// and the path is reported as satisfied, because a futile connection attempt is better than none.
+/// The next attempt follows after `startInterval`.
 class RtnetlinkPathMonitor final : public NetworkPathMonitor {
   public:
     struct Options {
-        /// Of the socket, in bytes; 0 leaves the system's default.
+        /// The size of the socket's receive buffer in bytes. 0 selects the system's default.
         int receiveBufferSize = 0;
-        NetworkInterfaceTable::FactSource factsOf = readSysfsInterfaceAttributes;
-        /// Reads as mnl_socket_recvfrom does, which it is unless something is given.
+        NetworkInterfaceTable::AttributeReader readAttributes = readSysfsInterfaceAttributes;
+        /// Reads a message like mnl_socket_recvfrom, which is used if this is empty.
         std::function<ssize_t(const mnl_socket *, void *buffer, std::size_t size)> receive = {};
         std::chrono::milliseconds reopenInterval = std::chrono::seconds(5);
         std::chrono::milliseconds startInterval = std::chrono::seconds(60);
-        /// How long the next part of a list may take.
+        /// The time limit for each part of a list.
         std::chrono::milliseconds answerTimeout = std::chrono::seconds(5);
     };
 
@@ -55,8 +55,8 @@ class RtnetlinkPathMonitor final : public NetworkPathMonitor {
   private:
     class Watch;
 
-    std::shared_ptr<Watch> m_watch; // shared with the work that the queue still holds
-    SerialQueue *m_queue = nullptr; // set by start
+    std::shared_ptr<Watch> m_watch; // shared with work that is still queued
+    SerialQueue *m_queue = nullptr; // set by `start`
 };
 
 } // namespace lumvik

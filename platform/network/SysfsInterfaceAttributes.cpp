@@ -7,10 +7,10 @@ namespace lumvik {
 
 namespace {
 
-/// Whether the interface is a device of the machine, or stands on one. `levels` is how far down to
-/// look; the kernel stacks no more than eight interfaces.
-bool standsOnHardware(const std::filesystem::path &folder, const std::string &name,
-                      int levels = 8) {
+/// Returns whether the interface is a hardware device or is stacked on top of one. `levels` limits
+/// the search depth; the kernel stacks at most eight interfaces.
+bool isBackedByHardware(const std::filesystem::path &folder, const std::string &name,
+                        int levels = 8) {
     static constexpr std::string_view lowerPrefix = "lower_";
     std::error_code error;
     if (std::filesystem::exists(folder / name / "device", error))
@@ -21,7 +21,7 @@ bool standsOnHardware(const std::filesystem::path &folder, const std::string &na
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         const std::string file = entry->path().filename();
         if (file.starts_with(lowerPrefix) &&
-            standsOnHardware(folder, file.substr(lowerPrefix.size()), levels - 1))
+            isBackedByHardware(folder, file.substr(lowerPrefix.size()), levels - 1))
             return true;
     }
     return false;
@@ -35,11 +35,11 @@ SysfsInterfaceAttributes readSysfsInterfaceAttributesIn(const std::filesystem::p
         std::error_code error;
         return std::filesystem::exists(folder / name / entry, error);
     };
-    SysfsInterfaceAttributes facts;
-    facts.isWireless = has("phy80211") || has("wireless");
-    facts.isBridge = has("bridge");
-    facts.bridgesHardware = facts.isBridge && standsOnHardware(folder, name);
-    return facts;
+    SysfsInterfaceAttributes attributes;
+    attributes.isWireless = has("phy80211") || has("wireless");
+    attributes.isBridge = has("bridge");
+    attributes.bridgesHardware = attributes.isBridge && isBackedByHardware(folder, name);
+    return attributes;
 }
 
 SysfsInterfaceAttributes readSysfsInterfaceAttributes(const std::string &name) {

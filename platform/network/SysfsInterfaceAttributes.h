@@ -5,21 +5,21 @@
 
 namespace lumvik {
 
-/// What the kernel's messages do not tell of an interface.
+/// Attributes of an interface that the kernel's rtnetlink messages do not contain.
 struct SysfsInterfaceAttributes {
     bool isWireless = false;
     bool isBridge = false;
-    /// Of a bridge: whether a device of the machine is among its ports, or below one of them (a
-    /// port may be a VLAN or a bond).
+    /// For a bridge: whether a hardware device is among its ports or underlies one of them. A port
+    /// may be a VLAN or a bond.
     bool bridgesHardware = false;
 };
 
-/// The facts that `folder`, laid out like /sys/class/net, holds about the interface of this name;
-/// none where it does not know the name.
+/// Reads the attributes of the named interface from `folder`, which is laid out like
+/// /sys/class/net. All attributes are false for an unknown interface.
 [[nodiscard]] SysfsInterfaceAttributes
 readSysfsInterfaceAttributesIn(const std::filesystem::path &folder, const std::string &name);
 
-/// The facts that /sys/class/net holds.
+/// Reads the attributes of the named interface from /sys/class/net.
 [[nodiscard]] SysfsInterfaceAttributes readSysfsInterfaceAttributes(const std::string &name);
 
 } // namespace lumvik

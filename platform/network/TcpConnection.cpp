@@ -1,12 +1,12 @@
 #include "platform/network/TcpConnection.h"
 
-#include "platform/SerialQueue.h"
+#include "platform/FileDescriptor.h"
+#include "platform/SerialQueueHandle.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
 
 #include <netinet/in.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -20,58 +20,37 @@ namespace {
 
 constexpr std::chrono::milliseconds retryInterval{250};
 
-/// Whether a connection was not even tried because nothing leads to the address at the moment. (A
-/// system without IPv6 does not know its addresses at all.)
+/// Returns whether connecting failed because no route leads to the address at the moment.
+/// EAFNOSUPPORT is included because a system without IPv6 rejects IPv6 addresses outright.
 bool meansNoRoute(int error) {
     return error == ENETUNREACH || error == ENETDOWN || error == EADDRNOTAVAIL || error == ENODEV ||
            error == EAFNOSUPPORT;
 }
 
-/// A descriptor that closes itself.
-class Socket {
-  public:
-    Socket() = default;
-    explicit Socket(int descriptor) : m_descriptor(descriptor) {}
-    Socket(Socket &&other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
-    Socket &operator=(Socket &&other) noexcept {
-        std::swap(m_descriptor, other.m_descriptor);
-        return *this;
-    }
-    ~Socket() {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
+/// Begins to connect. Returns 0 when the connection is made at once, EINPROGRESS when it is under
+/// way, or another error.
+int beginConnecting(const FileDescriptor &socket, const SocketAddress &address) {
+    if (!socket.isOpen())
+        return errno;
+    return ::connect(socket.get(), address.generic(), address.size) == 0 ? 0 : errno;
+}
 
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
+/// Returns how connecting ended: 0 or an error.
+int connectResult(const FileDescriptor &socket) {
+    int error = 0;
+    socklen_t size = sizeof error;
+    return ::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
 
-    /// Begins to connect and answers 0 when that is done already, else the error: EINPROGRESS when
-    /// it goes on.
-    [[nodiscard]] int connectTo(const SocketAddress &address) const {
-        if (m_descriptor < 0)
-            return errno;
-        return ::connect(m_descriptor, address.generic(), address.size) == 0 ? 0 : errno;
-    }
-
-    /// How connecting ended: 0 or an error.
-    [[nodiscard]] int connectResult() const {
-        int error = 0;
-        socklen_t size = sizeof error;
-        return ::getsockopt(m_descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
-    }
-
-  private:
-    int m_descriptor = -1;
-};
-
-/// For objects that may be let go from within their own signal.
+/// For objects that may be dropped while their own signal is being handled.
 struct DeleteLater {
     void operator()(QObject *object) const { object->deleteLater(); }
 };
 
 } // namespace
 
-/// The connection itself, shared by its owner, the work submitted to the queue, and a look-up that
-/// may outlive both.
+/// The connection itself, shared by its owner, by work submitted to the queue, and by a look-up
+/// that may outlive both.
 class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
   public:
     Attempt(const QString &host, std::uint16_t port, NameResolver resolver)
@@ -84,20 +63,19 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     void cancel();
 
   private:
-    // Any thread.
-    void submit(std::function<void()> work);
+    /// Any thread.
     [[nodiscard]] bool isCancelled();
 
-    // On the queue.
+    // On the queue's thread.
     void tryToConnect();
     void lookUp();
     void takeLookup(const LookupResult &result);
     void takeAddresses(std::vector<SocketAddress> addresses);
     void connectToNext();
     void watchSocket();
-    void socketDecided();
-    void endOfAddresses();
-    void tryAgainLater();
+    void connectingFinished();
+    void allAddressesTried();
+    void retryLater();
     void close();
     void report(State state);
 
@@ -110,22 +88,24 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     std::recursive_mutex m_handlerMutex;
     std::shared_ptr<const StateUpdateHandler> m_handler;
 
-    std::mutex m_queueMutex; ///< Guards the next two. Never held while other code runs.
-    SerialQueue *m_queue = nullptr;
+    std::mutex m_stateMutex; ///< Guards the next two. Never held while other code runs.
+    /// Set by `start`, closed by `cancel`. A pending look-up submits its result through it.
+    std::optional<SerialQueueHandle> m_queue;
     bool m_isCancelled = false;
 
-    // On the queue. The Qt objects are gone once `close` has run.
+    // Used on the queue's thread. `close` destroys the Qt objects.
     std::optional<State> m_state;
     std::vector<SocketAddress> m_addresses;
     std::size_t m_nextAddress = 0;
-    bool m_anAddressFailed = false; ///< For another reason than a missing route.
-    Socket m_socket;
+    bool m_anAddressFailed = false; ///< For a reason other than a missing route.
+    FileDescriptor m_socket;
     std::unique_ptr<QSocketNotifier, DeleteLater> m_notifier;
     std::unique_ptr<QTimer, DeleteLater> m_retry;
 };
 
 void TcpConnection::Attempt::setHandler(StateUpdateHandler handler) {
-    // Released last, without the lock: what the old handler holds may come back here.
+    // Destroyed after the lock is released, because objects that the old handler holds may call
+    // back into this connection.
     std::shared_ptr<const StateUpdateHandler> previous;
     const std::scoped_lock lock(m_handlerMutex);
     previous = std::exchange(
@@ -135,48 +115,41 @@ void TcpConnection::Attempt::setHandler(StateUpdateHandler handler) {
 
 void TcpConnection::Attempt::start(SerialQueue &queue) {
     {
-        const std::scoped_lock lock(m_queueMutex);
+        const std::scoped_lock lock(m_stateMutex);
         if (m_queue || m_isCancelled)
             return;
-        m_queue = &queue;
+        m_queue.emplace(queue);
     }
-    submit([self = shared_from_this()] {
+    m_queue->async([self = shared_from_this()] {
         self->report(State::preparing);
         self->tryToConnect();
     });
 }
 
 void TcpConnection::Attempt::cancel() {
-    const std::scoped_lock lock(m_queueMutex);
+    const std::scoped_lock lock(m_stateMutex);
     if (std::exchange(m_isCancelled, true) || !m_queue)
         return;
-    m_queue->async([self = shared_from_this()] {
+    m_queue->close([self = shared_from_this()] {
         self->close();
         self->report(State::cancelled);
     });
 }
 
-void TcpConnection::Attempt::submit(std::function<void()> work) {
-    // Under the lock, because the queue may be gone once the connection was cancelled.
-    const std::scoped_lock lock(m_queueMutex);
-    if (m_queue && !m_isCancelled)
-        m_queue->async(std::move(work));
-}
-
 bool TcpConnection::Attempt::isCancelled() {
-    const std::scoped_lock lock(m_queueMutex);
+    const std::scoped_lock lock(m_stateMutex);
     return m_isCancelled;
 }
 
 void TcpConnection::Attempt::tryToConnect() {
     if (isCancelled())
         return;
-    // Read anew each time: an interface that comes back may have another number.
+    // Parsed at every attempt, because an interface that returns may have a different index.
     std::vector<SocketAddress> numerical = numericalAddresses(m_host, m_port);
     if (!numerical.empty())
         takeAddresses(std::move(numerical));
     else if (isScopedAddress(m_host))
-        endOfAddresses();
+        allAddressesTried();
     else if (!m_addresses.empty())
         takeAddresses(std::move(m_addresses));
     else
@@ -186,18 +159,18 @@ void TcpConnection::Attempt::tryToConnect() {
 void TcpConnection::Attempt::lookUp() {
     const bool begun =
         lookUpHost(m_host, m_port, m_resolver, [self = shared_from_this()](LookupResult result) {
-            self->submit([self, result = std::move(result)] { self->takeLookup(result); });
+            self->m_queue->async([self, result = std::move(result)] { self->takeLookup(result); });
         });
     if (!begun)
-        tryAgainLater();
+        retryLater();
 }
 
 void TcpConnection::Attempt::takeLookup(const LookupResult &result) {
     if (result && !result->empty())
         return takeAddresses(*result);
-    // A name that is not found is final; so is one found without addresses.
+    // A name that does not exist is a final failure, and so is a name without addresses.
     m_anAddressFailed = result || result.error() == LookupError::noSuchName;
-    endOfAddresses();
+    allAddressesTried();
 }
 
 void TcpConnection::Attempt::takeAddresses(std::vector<SocketAddress> addresses) {
@@ -210,50 +183,51 @@ void TcpConnection::Attempt::takeAddresses(std::vector<SocketAddress> addresses)
 void TcpConnection::Attempt::connectToNext() {
     while (!isCancelled() && m_nextAddress < m_addresses.size()) {
         const SocketAddress &address = m_addresses[m_nextAddress++];
-        m_socket = Socket(
+        m_socket = FileDescriptor(
             ::socket(address.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
-        const int error = m_socket.connectTo(address);
+        const int error = beginConnecting(m_socket, address);
         if (error == 0)
             return report(State::ready);
         if (error == EINPROGRESS)
             return watchSocket();
-        m_socket = Socket();
+        m_socket.reset();
         m_anAddressFailed = m_anAddressFailed || !meansNoRoute(error);
     }
     if (!isCancelled())
-        endOfAddresses();
+        allAddressesTried();
 }
 
 void TcpConnection::Attempt::watchSocket() {
     report(State::preparing);
-    m_notifier.reset(new QSocketNotifier(m_socket.descriptor(), QSocketNotifier::Write));
+    m_notifier.reset(new QSocketNotifier(m_socket.get(), QSocketNotifier::Write));
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
-                     [this] { socketDecided(); });
+                     [this] { connectingFinished(); });
 }
 
-void TcpConnection::Attempt::socketDecided() {
+void TcpConnection::Attempt::connectingFinished() {
     m_notifier->setEnabled(false);
     m_notifier.reset();
-    const int error = m_socket.connectResult();
+    const int error = connectResult(m_socket);
     if (error == 0)
         return report(State::ready);
-    m_socket = Socket();
+    m_socket.reset();
     m_anAddressFailed = m_anAddressFailed || !meansNoRoute(error);
     connectToNext();
 }
 
-void TcpConnection::Attempt::endOfAddresses() {
+void TcpConnection::Attempt::allAddressesTried() {
     if (m_anAddressFailed) {
         close();
         report(State::failed);
     } else {
         report(State::waiting);
-        tryAgainLater();
+        retryLater();
     }
 }
 
-void TcpConnection::Attempt::tryAgainLater() {
-    // The handler may have cancelled the connection just now; `close` is then still to come.
+void TcpConnection::Attempt::retryLater() {
+    // The handler may have cancelled the connection just now. `close` then runs later and stops the
+    // timer.
     if (!m_retry) {
         m_retry.reset(new QTimer);
         m_retry->setSingleShot(true);
@@ -271,7 +245,7 @@ void TcpConnection::Attempt::close() {
     if (m_retry)
         m_retry->stop();
     m_retry.reset();
-    m_socket = Socket();
+    m_socket.reset();
 }
 
 void TcpConnection::Attempt::report(State state) {

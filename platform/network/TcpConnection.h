@@ -7,18 +7,18 @@
 
 namespace lumvik {
 
-/// A NetworkConnection over a socket of the system, which works on the queue's thread.
+/// A NetworkConnection that uses a plain system socket and works on the queue's thread.
 ///
-/// A name's addresses are tried one after another until one is connected. The connection fails when
-/// none is, and waits when the machine has a route to none of them or no name server can be asked;
-/// it then tries again a few times a second until it is cancelled. Proxies are not asked.
+/// The addresses of a name are tried in order until one connects. The connection fails if none
+/// does. It waits if the machine has no route to any of them or no name server is reachable; it
+/// then retries several times a second until it is cancelled. Proxies are ignored.
 ///
-/// The socket is the system's and not the toolkit's because the latter reports a missing route, an
-/// unreachable host and a time-out as one and the same error.
+/// Qt's socket class is not used because it reports a missing route, an unreachable host and a
+/// time-out as the same error.
 ///
 /// `start` reports `preparing`. Removing the handler waits until a handler that is running on the
-/// queue's thread has returned, except when it is removed from within that handler; so a handler
-/// must not wait for the thread that removes it.
+/// queue's thread has returned, unless that handler itself removes it. A handler must therefore not
+/// wait for the thread that removes it.
 class TcpConnection final : public NetworkConnection {
   public:
     TcpConnection(const QString &host, std::uint16_t port,

@@ -48,7 +48,7 @@ class DesktopApplicationTest : public testing::Test {
         });
         ASSERT_TRUE(eventually([this] { return nameIsOwned(); }));
     }
-    /// Calls the application as the desktop does, and waits for the answer.
+    /// Calls a method of the application as the desktop does, and waits for the reply.
     QDBusMessage call(const QString &method, const QVariantList &arguments) {
         QDBusMessage message =
             QDBusMessage::createMethodCall(name, QStringLiteral("/com/tandrel/Lumvik"),
@@ -66,7 +66,7 @@ class DesktopApplicationTest : public testing::Test {
     DesktopApplication application{bus.address(), 10s};
 };
 
-TEST_F(DesktopApplicationTest, ActivationReachesTheProgramWithItsToken) {
+TEST_F(DesktopApplicationTest, ActivationIsDeliveredWithItsToken) {
     startApplication();
     const QDBusMessage answer =
         call(QStringLiteral("Activate"),
@@ -75,21 +75,21 @@ TEST_F(DesktopApplicationTest, ActivationReachesTheProgramWithItsToken) {
     EXPECT_EQ(requests, (std::vector{LaunchRequest{Action::activate, "wayland-7"}}));
 }
 
-TEST_F(DesktopApplicationTest, AStartupIdIsAsGood) {
+TEST_F(DesktopApplicationTest, StartupIdServesAsToken) {
     startApplication();
     call(QStringLiteral("Activate"),
          {QVariantMap{{QStringLiteral("desktop-startup-id"), QStringLiteral("id_TIME5")}}});
     EXPECT_EQ(requests, (std::vector{LaunchRequest{Action::activate, "id_TIME5"}}));
 }
 
-TEST_F(DesktopApplicationTest, ATokenThatNoDesktopMakesIsDropped) {
+TEST_F(DesktopApplicationTest, OverlongTokenIsDropped) {
     startApplication();
     call(QStringLiteral("Activate"),
          {QVariantMap{{QStringLiteral("activation-token"), QString(100'000, u'x')}}});
     EXPECT_EQ(requests, std::vector{LaunchRequest{}});
 }
 
-TEST_F(DesktopApplicationTest, ActionsReachTheProgram) {
+TEST_F(DesktopApplicationTest, ActionsAreDelivered) {
     startApplication();
     for (const char *action : {"camera-addresses", "check-for-updates"}) {
         const QDBusMessage answer =
@@ -101,7 +101,7 @@ TEST_F(DesktopApplicationTest, ActionsReachTheProgram) {
                                      LaunchRequest{Action::checkForUpdates, {}}}));
 }
 
-TEST_F(DesktopApplicationTest, AnUnknownActionIsAnError) {
+TEST_F(DesktopApplicationTest, UnknownActionIsAnError) {
     startApplication();
     const QDBusMessage answer =
         call(QStringLiteral("ActivateAction"),
@@ -110,25 +110,25 @@ TEST_F(DesktopApplicationTest, AnUnknownActionIsAnError) {
     EXPECT_TRUE(requests.empty());
 }
 
-TEST_F(DesktopApplicationTest, OpeningFilesBringsTheWindowOnly) {
+TEST_F(DesktopApplicationTest, OpeningFilesOnlyActivatesTheWindow) {
     startApplication();
     call(QStringLiteral("Open"), {QStringList{QStringLiteral("file:///x")}, QVariantMap()});
     EXPECT_EQ(requests, (std::vector{LaunchRequest{}}));
 }
 
-TEST_F(DesktopApplicationTest, AProgramThatIsEndingSaysSo) {
+TEST_F(DesktopApplicationTest, CallDuringTerminationIsAnError) {
     startApplication();
     isEnding = true;
     EXPECT_EQ(call(QStringLiteral("Activate"), {QVariantMap()}).type(), QDBusMessage::ErrorMessage);
 }
 
-TEST_F(DesktopApplicationTest, StoppingGivesTheNameBack) {
+TEST_F(DesktopApplicationTest, StoppingReleasesTheName) {
     startApplication();
     application.stop();
     EXPECT_TRUE(eventually([this] { return !nameIsOwned(); }));
 }
 
-TEST_F(DesktopApplicationTest, ANameThatSomebodyHasStaysTheirsUntilTheyEnd) {
+TEST_F(DesktopApplicationTest, NameIsTakenOnlyAfterItsOwnerHasStopped) {
     startApplication();
     const test::CapturedLog log;
     DesktopApplication second(bus.address(), 10s);
@@ -155,15 +155,15 @@ TEST_F(DesktopApplicationTest, ANameThatSomebodyHasStaysTheirsUntilTheyEnd) {
     EXPECT_EQ(requests.size(), 1U);
 }
 
-TEST(DesktopApplicationWithoutBusTest, EndsAtOnceAlthoughTheBusIsDeaf) {
+TEST(DesktopApplicationWithoutBusTest, StopsAtOnceOnAnUnresponsiveBus) {
     const QTemporaryDir folder;
-    // It listens, and that is all.
-    QLocalServer deaf;
-    ASSERT_TRUE(deaf.listen(folder.filePath(QStringLiteral("bus"))));
+    // This server listens and never replies.
+    QLocalServer unresponsive;
+    ASSERT_TRUE(unresponsive.listen(folder.filePath(QStringLiteral("bus"))));
     std::optional<DesktopApplication> application;
-    application.emplace(QStringLiteral("unix:path=") + deaf.fullServerName(), 1h);
+    application.emplace(QStringLiteral("unix:path=") + unresponsive.fullServerName(), 1h);
     application->start([](const LaunchRequest &) { return true; });
-    ASSERT_TRUE(eventually([&] { return deaf.hasPendingConnections(); }));
+    ASSERT_TRUE(eventually([&] { return unresponsive.hasPendingConnections(); }));
     application->stop();
     application.reset();
 }
@@ -179,7 +179,7 @@ class SessionBusAddressTest : public testing::Test {
     }
 };
 
-TEST_F(SessionBusAddressTest, IsTheEnvironmentsOrThatOfTheRuntimeFolder) {
+TEST_F(SessionBusAddressTest, ComesFromTheEnvironmentOrTheRuntimeFolder) {
     EXPECT_EQ(DesktopApplication::sessionBusAddresses(), QString());
     qputenv("XDG_RUNTIME_DIR", "/run/user/1000");
     EXPECT_EQ(DesktopApplication::sessionBusAddresses(),
@@ -189,11 +189,11 @@ TEST_F(SessionBusAddressTest, IsTheEnvironmentsOrThatOfTheRuntimeFolder) {
     EXPECT_EQ(DesktopApplication::addressesForName(), QStringLiteral("unix:path=/tmp/bus"));
 }
 
-TEST_F(SessionBusAddressTest, IsNoneForOneThatTakesNoName) {
+TEST_F(SessionBusAddressTest, IsEmptyForTheNameIfNoNameIsWanted) {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/tmp/bus");
     qputenv("LUMVIK_SESSION_BUS", "no");
     EXPECT_EQ(DesktopApplication::addressesForName(), QString());
-    // The toolkit goes there nevertheless, which one that is deaf must be kept from.
+    // Qt connects to this bus nevertheless, and must be kept from it when it is unresponsive.
     EXPECT_EQ(DesktopApplication::sessionBusAddresses(), QStringLiteral("unix:path=/tmp/bus"));
 }
 

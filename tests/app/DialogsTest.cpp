@@ -1,4 +1,4 @@
-// The toolkit's dialogs behind alerts and file panels, as the user has them before them.
+// The dialogs behind alerts and file panels, as the user sees them.
 
 #include "app/MessageBoxAlerts.h"
 #include "app/QtFilePanels.h"
@@ -23,8 +23,8 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-/// Runs `use` on the dialog of this kind as soon as it is on the screen. Whoever shows it waits in
-/// the dialog's own loop meanwhile.
+/// Runs `use` on the dialog of this type as soon as it is visible. Meanwhile, the caller that shows
+/// the dialog is inside the dialog's own event loop.
 template<typename Dialog>
 void whenShown(const std::function<void(Dialog &)> &use) {
     auto *poll = new QTimer(qApp);
@@ -55,8 +55,8 @@ class AlertBox : public testing::Test {
     MessageBoxAlerts alerts{[] { return nullptr; }};
 };
 
-TEST_F(AlertBox, ShowsItsTextsLetterByLetter) {
-    // Whatever passwords there are: these are the texts that a user has to read.
+TEST_F(AlertBox, ShowsItsTextsUnchanged) {
+    // Alerts are not redacted, whatever the passwords are, because the user has to read them.
     LumvikLog::protectAddresses({u"rtsp://u:2@a/"_s, u"rtsp://u:camera@a/"_s});
     for (const QString &text :
          {u"Enter a full RTSP address beginning with rtsp://."_s, u"Enter a name for camera 2."_s,
@@ -70,7 +70,7 @@ TEST_F(AlertBox, ShowsItsTextsLetterByLetter) {
     }
 }
 
-TEST_F(AlertBox, AnswersTheButtonThatWasPressed) {
+TEST_F(AlertBox, ReturnsTheButtonThatWasPressed) {
     const Alert alert = alertSaying(u"a"_s, u"b"_s);
     for (const int wanted : {0, 1}) {
         EXPECT_EQ(run(alert,
@@ -84,7 +84,7 @@ TEST_F(AlertBox, AnswersTheButtonThatWasPressed) {
     }
 }
 
-TEST_F(AlertBox, ReturnIsTheFirstButtonAndEscapeTheLast) {
+TEST_F(AlertBox, ReturnPressesTheFirstButtonAndEscapeTheLast) {
     const Alert alert = alertSaying(u"a"_s, u"b"_s);
     for (const auto &[key, answer] : {std::pair(Qt::Key_Return, 0), std::pair(Qt::Key_Escape, 1)}) {
         EXPECT_EQ(run(alert, [key = key](QMessageBox &box) { QTest::keyClick(&box, key); }),
@@ -92,7 +92,7 @@ TEST_F(AlertBox, ReturnIsTheFirstButtonAndEscapeTheLast) {
     }
 }
 
-TEST_F(AlertBox, FirstButtonHasTheHouseColour) {
+TEST_F(AlertBox, FirstButtonHasTheAccentColour) {
     run(alertSaying(u"a"_s, u"b"_s), [](QMessageBox &box) {
         auto *button = box.defaultButton();
         ASSERT_NE(button, nullptr);
@@ -104,7 +104,7 @@ TEST_F(AlertBox, FirstButtonHasTheHouseColour) {
     });
 }
 
-TEST_F(AlertBox, BelongsToTheWindowInUse) {
+TEST_F(AlertBox, BelongsToTheActiveWindow) {
     QWindow window;
     window.create();
     MessageBoxAlerts above([&] { return &window; });
@@ -116,7 +116,7 @@ TEST_F(AlertBox, BelongsToTheWindowInUse) {
     above.runModal(alertSaying(u"a"_s, u"b"_s));
 }
 
-/// A window of the program, on the screen, that sheets belong to.
+/// Sheets, with a visible window that they belong to.
 class Sheet : public testing::Test {
   protected:
     void SetUp() override {
@@ -140,12 +140,12 @@ class Sheet : public testing::Test {
         std::make_unique<MessageBoxAlerts>([this] { return window.windowHandle(); });
 };
 
-TEST_F(Sheet, BlocksItsWindowOnlyAndAnswersLater) {
+TEST_F(Sheet, BlocksOnlyItsWindowAndReportsTheButtonLater) {
     present();
     ASSERT_NE(box(), nullptr);
     EXPECT_EQ(box()->windowModality(), Qt::WindowModal);
     EXPECT_EQ(box()->windowHandle()->transientParent(), window.windowHandle());
-    EXPECT_TRUE(answers.isEmpty()) << "the rest goes on";
+    EXPECT_TRUE(answers.isEmpty()) << "the sheet does not block the caller";
     box()->defaultButton()->click();
     EXPECT_EQ(answers, QList<int>{0});
     present();
@@ -154,14 +154,14 @@ TEST_F(Sheet, BlocksItsWindowOnlyAndAnswersLater) {
     EXPECT_TRUE(QTest::qWaitFor([] { return box() == nullptr; }));
 }
 
-TEST_F(Sheet, GoesWithItsWindow) {
+TEST_F(Sheet, ClosesWithItsWindow) {
     present();
     window.hide();
     EXPECT_TRUE(QTest::qWaitFor([] { return box() == nullptr; }));
     EXPECT_EQ(answers, QList<int>{1});
 }
 
-TEST_F(Sheet, AnswersOnceThoughItsWindowGoesInTheSameTurn) {
+TEST_F(Sheet, ReportsOneButtonEvenIfItsWindowIsHiddenInTheSameTurn) {
     present();
     box()->defaultButton()->click();
     window.hide();
@@ -169,7 +169,7 @@ TEST_F(Sheet, AnswersOnceThoughItsWindowGoesInTheSameTurn) {
     EXPECT_EQ(answers, QList<int>{0});
 }
 
-TEST_F(Sheet, IsTakenAwayUnansweredAtTheEnd) {
+TEST_F(Sheet, IsClosedWithoutAnAnswerWhenAlertsAreDestroyed) {
     present();
     present();
     alerts.reset();
@@ -177,7 +177,7 @@ TEST_F(Sheet, IsTakenAwayUnansweredAtTheEnd) {
     EXPECT_TRUE(answers.isEmpty());
 }
 
-TEST_F(AlertBox, PresentedWithoutAnyWindowIsRunAndAnsweredAtOnce) {
+TEST_F(AlertBox, PresentedWithoutAWindowRunsModally) {
     int answer = -1;
     whenShown<QMessageBox>([](QMessageBox &box) {
         EXPECT_EQ(box.windowModality(), Qt::ApplicationModal);
@@ -215,7 +215,7 @@ class FilePanelDialog : public testing::Test {
     QTemporaryDir folder;
 };
 
-TEST_F(FilePanelDialog, AsksForOneJsonFileToImport) {
+TEST_F(FilePanelDialog, ImportChoosesOneJsonFile) {
     put(u"list.json"_s);
     const auto chosen = open([this](QFileDialog &dialog) {
         EXPECT_EQ(dialog.windowTitle(), u"Import Camera List"_s);
@@ -228,12 +228,12 @@ TEST_F(FilePanelDialog, AsksForOneJsonFileToImport) {
     EXPECT_EQ(chosen, folder.filePath(u"list.json"_s));
 }
 
-TEST_F(FilePanelDialog, CancelledAnswersNothing) {
+TEST_F(FilePanelDialog, CancellingReturnsNothing) {
     EXPECT_EQ(open([](QFileDialog &dialog) { dialog.reject(); }), std::nullopt);
     EXPECT_EQ(save([](QFileDialog &dialog) { dialog.reject(); }), std::nullopt);
 }
 
-TEST_F(FilePanelDialog, SuggestsAFileToExportTo) {
+TEST_F(FilePanelDialog, ExportSuggestsAFileName) {
     const auto chosen = save([this](QFileDialog &dialog) {
         EXPECT_EQ(dialog.windowTitle(), u"Export Camera List"_s);
         EXPECT_EQ(dialog.labelText(QFileDialog::Accept), u"Export"_s);
@@ -245,12 +245,12 @@ TEST_F(FilePanelDialog, SuggestsAFileToExportTo) {
     EXPECT_EQ(chosen, folder.filePath(u"other.txt"_s));
 }
 
-TEST_F(FilePanelDialog, CompletesANameWithoutSuffix) {
+TEST_F(FilePanelDialog, NameWithoutSuffixIsCompleted) {
     EXPECT_EQ(save([this](QFileDialog &dialog) { answer(dialog, folder.filePath(u"mine"_s)); }),
               folder.filePath(u"mine.json"_s));
 }
 
-TEST_F(FilePanelDialog, CompletedNameOfAnExistingFileIsAskedAbout) {
+TEST_F(FilePanelDialog, OverwritingACompletedNameMustBeConfirmed) {
     put(u"mine.json"_s);
     for (const auto &[button, chosen] :
          {std::pair(QMessageBox::No, std::optional<QString>()),
@@ -266,7 +266,7 @@ TEST_F(FilePanelDialog, CompletedNameOfAnExistingFileIsAskedAbout) {
     }
 }
 
-TEST_F(FilePanelDialog, GoesWithItsWindow) {
+TEST_F(FilePanelDialog, ClosesWithItsWindow) {
     auto window = std::make_unique<QWidget>();
     window->show();
     whenShown<QFileDialog>([&](QFileDialog &) { window.reset(); });

@@ -1,5 +1,7 @@
 #include "app/SingleInstance.h"
 
+#include "fakes/Named.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QLocalSocket>
@@ -27,7 +29,8 @@ class SingleInstanceTest : public testing::Test {
         for (const auto &thread : threads)
             thread->wait();
     }
-    /// A later start, in a thread as the first one's event loop has to run meanwhile.
+    /// Starts a later instance, on a thread of its own because the event loop of the first instance
+    /// must run meanwhile.
     [[nodiscard]] std::future<Outcome> start(const LaunchRequest &request,
                                              std::chrono::milliseconds limit = 20s) {
         std::packaged_task<Outcome()> claim(
@@ -55,12 +58,12 @@ class SingleInstanceTest : public testing::Test {
     const LaunchRequest addresses{LaunchRequest::Action::showCameraAddresses, "token_TIME5"};
 };
 
-TEST_F(SingleInstanceTest, TheFirstGoesOn) {
+TEST_F(SingleInstanceTest, FirstInstanceContinues) {
     SingleInstance first(path);
     EXPECT_EQ(first.claim({}), Outcome::first);
 }
 
-TEST_F(SingleInstanceTest, TheSecondHandsItsRequestOver) {
+TEST_F(SingleInstanceTest, SecondInstanceHandsItsRequestOver) {
     SingleInstance first(path);
     ASSERT_EQ(first.claim({}), Outcome::first);
     first.listen(keep);
@@ -69,11 +72,11 @@ TEST_F(SingleInstanceTest, TheSecondHandsItsRequestOver) {
     EXPECT_EQ(requests, std::vector{addresses});
 }
 
-TEST_F(SingleInstanceTest, WhoAsksBeforeTheFirstListensIsAnsweredThen) {
+TEST_F(SingleInstanceTest, RequestBeforeTheFirstListensIsServedLater) {
     SingleInstance first(path);
     ASSERT_EQ(first.claim({}), Outcome::first);
     std::future<Outcome> second = start({});
-    // It has asked; what the first one does about it is its business.
+    // The second instance has sent its request. The first does not reply yet.
     QCoreApplication::processEvents();
     EXPECT_NE(second.wait_for(50ms), std::future_status::ready);
     first.listen(keep);
@@ -81,7 +84,7 @@ TEST_F(SingleInstanceTest, WhoAsksBeforeTheFirstListensIsAnsweredThen) {
     EXPECT_EQ(requests.size(), 1U);
 }
 
-TEST_F(SingleInstanceTest, ManyAtOnceAreAllAnswered) {
+TEST_F(SingleInstanceTest, ManySimultaneousRequestsAreAllServed) {
     SingleInstance first(path);
     ASSERT_EQ(first.claim({}), Outcome::first);
     first.listen(keep);
@@ -93,7 +96,7 @@ TEST_F(SingleInstanceTest, ManyAtOnceAreAllAnswered) {
     EXPECT_EQ(requests.size(), 20U);
 }
 
-TEST_F(SingleInstanceTest, OneThatIsEndingIsFollowed) {
+TEST_F(SingleInstanceTest, InstanceThatDeclinesIsSucceeded) {
     std::optional<SingleInstance> first(path);
     ASSERT_EQ(first->claim({}), Outcome::first);
     bool hasDeclined = false;
@@ -108,7 +111,7 @@ TEST_F(SingleInstanceTest, OneThatIsEndingIsFollowed) {
     EXPECT_EQ(outcome(second), Outcome::first);
 }
 
-TEST_F(SingleInstanceTest, OneThatEndsWithoutAnAnswerIsFollowed) {
+TEST_F(SingleInstanceTest, InstanceThatExitsWithoutAReplyIsSucceeded) {
     std::optional<SingleInstance> first(path);
     ASSERT_EQ(first->claim({}), Outcome::first);
     std::future<Outcome> second = start({});
@@ -117,14 +120,14 @@ TEST_F(SingleInstanceTest, OneThatEndsWithoutAnAnswerIsFollowed) {
     EXPECT_EQ(outcome(second), Outcome::first);
 }
 
-TEST_F(SingleInstanceTest, OneThatHangsIsNotWaitedForInVain) {
+TEST_F(SingleInstanceTest, UnresponsiveInstanceTimesOut) {
     SingleInstance first(path);
     ASSERT_EQ(first.claim({}), Outcome::first);
-    // Its event loop does not run.
+    // The event loop of the first instance does not run.
     EXPECT_EQ(start({}, 300ms).get(), Outcome::unanswered);
 }
 
-TEST_F(SingleInstanceTest, ASocketThatWasLeftBehindIsReplaced) {
+TEST_F(SingleInstanceTest, StaleSocketIsReplaced) {
     QFile left(path + QStringLiteral(".socket"));
     ASSERT_TRUE(left.open(QFile::WriteOnly));
     left.close();
@@ -135,41 +138,46 @@ TEST_F(SingleInstanceTest, ASocketThatWasLeftBehindIsReplaced) {
     EXPECT_EQ(outcome(second), Outcome::handedOver);
 }
 
-TEST_F(SingleInstanceTest, ProgramsOfOtherListsDoNotMeet) {
+TEST_F(SingleInstanceTest, InstancesWithDifferentPathsAreIndependent) {
     SingleInstance first(path);
     ASSERT_EQ(first.claim({}), Outcome::first);
     SingleInstance other(path + QStringLiteral("2"));
     EXPECT_EQ(other.claim({}), Outcome::first);
 }
 
-TEST_F(SingleInstanceTest, WithoutAFolderForItsFilesTheProgramStarts) {
+TEST_F(SingleInstanceTest, InstanceStartsWithoutAFolderForItsFiles) {
     SingleInstance first(folder.filePath(QStringLiteral("missing/program")));
     EXPECT_EQ(first.claim({}), Outcome::first);
 }
 
-class StrangeVisitorTest : public SingleInstanceTest,
-                           public testing::WithParamInterface<QByteArray> {};
+class StrangeClientTest : public SingleInstanceTest,
+                          public testing::WithParamInterface<test::Named<QByteArray>> {};
 
-TEST_P(StrangeVisitorTest, IsSentAway) {
+TEST_P(StrangeClientTest, IsDisconnected) {
     SingleInstance first(path);
     ASSERT_EQ(first.claim({}), Outcome::first);
     first.listen(keep);
-    QLocalSocket visitor;
-    visitor.connectToServer(path + QStringLiteral(".socket"));
-    ASSERT_TRUE(visitor.waitForConnected(5'000));
-    visitor.write(GetParam());
-    ASSERT_TRUE(eventually([&] { return visitor.state() == QLocalSocket::UnconnectedState; }));
-    EXPECT_TRUE(visitor.readAll().isEmpty());
+    QLocalSocket client;
+    client.connectToServer(path + QStringLiteral(".socket"));
+    ASSERT_TRUE(client.waitForConnected(5'000));
+    client.write(GetParam().value);
+    ASSERT_TRUE(eventually([&] { return client.state() == QLocalSocket::UnconnectedState; }));
+    EXPECT_TRUE(client.readAll().isEmpty());
     EXPECT_TRUE(requests.empty());
     std::future<Outcome> second = start({});
-    EXPECT_EQ(outcome(second), Outcome::handedOver) << "others are served as before";
+    EXPECT_EQ(outcome(second), Outcome::handedOver) << "other clients are still served";
 }
 
-INSTANTIATE_TEST_SUITE_P(All, StrangeVisitorTest,
-                         testing::Values(QByteArray("GET / HTTP/1.1\r\n"),
-                                         QByteArray("{\"action\":\"nothing\"}\n"),
-                                         QByteArray(100'000, 'x'),
-                                         "{\"action\":\"\"" + QByteArray(5'000, ' ') + "}\n"));
+using NamedBytes = test::Named<QByteArray>;
+
+INSTANTIATE_TEST_SUITE_P(All, StrangeClientTest,
+                         testing::Values(NamedBytes{"GET / HTTP/1.1\r\n", "OtherProtocol"},
+                                         NamedBytes{"{\"action\":\"nothing\"}\n", "UnknownAction"},
+                                         NamedBytes{QByteArray(100'000, 'x'), "EndlessLine"},
+                                         NamedBytes{"{\"action\":\"\"" + QByteArray(5'000, ' ') +
+                                                        "}\n",
+                                                    "OverlongRequest"}),
+                         test::nameOfParameter);
 
 } // namespace
 } // namespace lumvik

@@ -17,24 +17,24 @@ class TerminationTest : public testing::Test {
     Termination termination{queue, [this] { ++ends; }};
 };
 
-TEST_F(TerminationTest, IsUnderWayFromTheRequestOn) {
+TEST_F(TerminationTest, IsUnderWayAfterARequest) {
     EXPECT_FALSE(termination.isUnderWay());
     termination.request();
     EXPECT_TRUE(termination.isUnderWay()) << "before the windows have closed";
-    EXPECT_EQ(ends, 0) << "whoever asks may be a window that closes";
+    EXPECT_EQ(ends, 0) << "the request may come from a window that is closing";
     queue.runPending();
     EXPECT_EQ(ends, 1);
     EXPECT_TRUE(termination.isUnderWay());
 }
 
-TEST_F(TerminationTest, IsUnderWayFromTheSignalOn) {
+TEST_F(TerminationTest, IsUnderWayAfterASignal) {
     {
         const TerminationSignals signals([] {});
         EXPECT_FALSE(termination.isUnderWay());
         ::raise(SIGTERM);
-        EXPECT_TRUE(termination.isUnderWay()) << "before the event loop has heard of it";
+        EXPECT_TRUE(termination.isUnderWay()) << "before the event loop has handled the signal";
     }
-    const TerminationSignals forgotten([] {}); // what follows in this process was not told to end
+    const TerminationSignals reset([] {}); // forgets the signal for the tests that follow
     EXPECT_FALSE(termination.isUnderWay());
 }
 

@@ -18,6 +18,8 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstring>
+#include <ostream>
 #include <random>
 #include <set>
 #include <thread>
@@ -27,7 +29,8 @@ namespace {
 
 using namespace test;
 
-const QString remains = u".lumvik-0123456789abcdef.saving"_s;
+/// A temporary file that an interrupted write has left behind.
+const QString leftover = u".lumvik-0123456789abcdef.saving"_s;
 
 bool isTemporary(const QString &name) {
     return name.startsWith(u".lumvik-"_s) && name.endsWith(u".saving"_s);
@@ -43,7 +46,7 @@ class AtomicWrite : public testing::Test {
     const SystemCallsRestored restored;
 };
 
-TEST_F(AtomicWrite, WritesAndReplaces) {
+TEST_F(AtomicWrite, CreatesAndReplacesAFile) {
     EXPECT_EQ(write("one"), 0);
     EXPECT_EQ(write(""), 0);
     EXPECT_EQ(bytesOf(folder.path(u"file"_s)), "");
@@ -52,16 +55,16 @@ TEST_F(AtomicWrite, WritesAndReplaces) {
     EXPECT_EQ(folder.names(), QStringList(u"file"_s));
 }
 
-TEST_F(AtomicWrite, WritesInSmallPiecesWhenTheSystemTakesNoMore) {
+TEST_F(AtomicWrite, PartialWritesAreContinued) {
     const QByteArray bytes = CameraConfiguration{manyCameras(20)}.encoded();
     systemCalls().largestWrite = 7;
     EXPECT_EQ(write(bytes), 0);
     EXPECT_EQ(bytesOf(folder.path(u"file"_s)), bytes);
 }
 
-TEST_F(AtomicWrite, GoesOnAfterInterruptions) {
+TEST_F(AtomicWrite, InterruptedSystemCallsAreRepeated) {
     std::set<std::string> interrupted;
-    systemCalls().before = [&](const std::string &call, int, const std::string &) {
+    systemCalls().before = [&](const std::string &call, int) {
         const bool first = call == "flock" || call == "write" || call == "fsync"
                                ? interrupted.insert(call).second
                                : false;
@@ -72,16 +75,21 @@ TEST_F(AtomicWrite, GoesOnAfterInterruptions) {
     EXPECT_EQ(bytesOf(folder.path(u"file"_s)), "bytes");
 }
 
+/// A system call that fails, and the errno value that it fails with.
 struct Fault {
     const char *call;
     int error;
 };
 
+void PrintTo(const Fault &fault, std::ostream *out) {
+    *out << fault.call << " fails with " << std::strerror(fault.error);
+}
+
 class AtomicWriteFault : public AtomicWrite, public testing::WithParamInterface<Fault> {};
 
-TEST_P(AtomicWriteFault, LeavesTheOldFileAndNothingElse) {
+TEST_P(AtomicWriteFault, LeavesTheOldFileAndNoTemporaryFile) {
     ASSERT_EQ(write("old"), 0);
-    systemCalls().before = [](const std::string &call, int, const std::string &) {
+    systemCalls().before = [](const std::string &call, int) {
         return call == GetParam().call ? GetParam().error : 0;
     };
     EXPECT_EQ(write("new"), GetParam().error);
@@ -94,11 +102,11 @@ INSTANTIATE_TEST_SUITE_P(Calls, AtomicWriteFault,
                                          Fault{"fsync", EIO}, Fault{"fsync", EDQUOT},
                                          Fault{"rename", EACCES}));
 
-TEST_F(AtomicWrite, DiskThatFillsUpAfterSomeBytesLeavesTheOldFile) {
+TEST_F(AtomicWrite, DiskThatFillsUpDuringTheWriteLeavesTheOldFile) {
     ASSERT_EQ(write("old"), 0);
     int writes = 0;
     systemCalls().largestWrite = 4;
-    systemCalls().before = [&](const std::string &call, int, const std::string &) {
+    systemCalls().before = [&](const std::string &call, int) {
         return call == "write" && ++writes > 2 ? ENOSPC : 0;
     };
     EXPECT_EQ(write("a longer text"), ENOSPC);
@@ -106,20 +114,20 @@ TEST_F(AtomicWrite, DiskThatFillsUpAfterSomeBytesLeavesTheOldFile) {
     EXPECT_EQ(folder.names(), QStringList(u"file"_s));
 }
 
-TEST_F(AtomicWrite, FileSystemWithoutLocksOrPermissionsIsWrittenTo) {
-    systemCalls().before = [](const std::string &call, int, const std::string &) {
+TEST_F(AtomicWrite, WritesToAFileSystemWithoutLocksOrPermissions) {
+    systemCalls().before = [](const std::string &call, int) {
         return call == "flock" || call == "fchmod" ? EOPNOTSUPP : 0;
     };
-    putBytes(folder.path(remains), "left");
+    putBytes(folder.path(leftover), "leftover");
     EXPECT_EQ(write("bytes"), 0);
     EXPECT_EQ(bytesOf(folder.path(u"file"_s)), "bytes");
-    // Nobody can tell whether it is still being written.
-    EXPECT_EQ(folder.names(), (QStringList{remains, u"file"_s}));
+    // Without locks it is unknown whether the leftover file is still being written.
+    EXPECT_EQ(folder.names(), (QStringList{leftover, u"file"_s}));
 }
 
-TEST_F(AtomicWrite, BytesAreOnTheDiskBeforeTheRenameAndTheNameIsAfter) {
+TEST_F(AtomicWrite, BytesAreFlushedBeforeTheRenameAndTheFolderIsFlushedAfterIt) {
     QStringList calls;
-    systemCalls().before = [&](const std::string &call, int descriptor, const std::string &) {
+    systemCalls().before = [&](const std::string &call, int descriptor) {
         struct stat status {};
         const bool isFolder =
             descriptor >= 0 && ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
@@ -131,15 +139,15 @@ TEST_F(AtomicWrite, BytesAreOnTheDiskBeforeTheRenameAndTheNameIsAfter) {
                                   u"fsync folder"_s}));
 }
 
-TEST_F(AtomicWrite, FileIsPrivateBeforeTheFirstByteUnderAnyMask) {
+TEST_F(AtomicWrite, FileIsPrivateBeforeTheFirstByteWithAnyUmask) {
     for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
         const FileCreationMask creationMask(mask);
         int writes = 0;
-        systemCalls().before = [&](const std::string &call, int descriptor, const std::string &) {
+        systemCalls().before = [&](const std::string &call, int descriptor) {
             struct stat status {};
             if (call == "fchmod") {
                 EXPECT_EQ(::fstat(descriptor, &status), 0);
-                EXPECT_EQ(status.st_mode & 0077, 0U); // From its very creation.
+                EXPECT_EQ(status.st_mode & 0077, 0U); // Private from the moment of its creation.
             }
             if (call == "write") {
                 ++writes;
@@ -155,7 +163,7 @@ TEST_F(AtomicWrite, FileIsPrivateBeforeTheFirstByteUnderAnyMask) {
     }
 }
 
-TEST_F(AtomicWrite, RemainsAreSweptAndNothingElseIs) {
+TEST_F(AtomicWrite, OnlyLeftoverTemporaryFilesAreRemoved) {
     const QStringList kept{
         u".lumvik-0123456789abcde.saving"_s,   u".lumvik-0123456789ABCDEF.saving"_s,
         u".lumvik-0123456789abcdef.saving~"_s, u"lumvik-0123456789abcdef.saving"_s,
@@ -169,7 +177,7 @@ TEST_F(AtomicWrite, RemainsAreSweptAndNothingElseIs) {
         ::symlink("cameras.json", qPrintable(folder.path(u".lumvik-00000000000000e1.saving"_s))),
         0);
     const QStringList before = folder.names();
-    putBytes(folder.path(remains), "half a li");
+    putBytes(folder.path(leftover), "half a li");
     putBytes(folder.path(u".lumvik-fedcba9876543210.saving"_s), "");
     EXPECT_EQ(write("bytes"), 0);
     QStringList expected = before + QStringList(u"file"_s);
@@ -180,45 +188,45 @@ TEST_F(AtomicWrite, RemainsAreSweptAndNothingElseIs) {
     EXPECT_EQ(bytesOf(folder.path(u"cameras.json"_s)), "mine");
 }
 
-TEST_F(AtomicWrite, AnotherUsersRemainsAreLeftAlone) {
-    putBytes(folder.path(remains), "left");
+TEST_F(AtomicWrite, TemporaryFilesOfAnotherUserAreKept) {
+    putBytes(folder.path(leftover), "leftover");
     const uid_t somebodyElse = ::geteuid() + 1;
-    if (::chown(qPrintable(folder.path(remains)), somebodyElse, somebodyElse) != 0)
+    if (::chown(qPrintable(folder.path(leftover)), somebodyElse, somebodyElse) != 0)
         GTEST_SKIP() << "only the superuser can give a file away";
     EXPECT_EQ(write("bytes"), 0);
-    EXPECT_TRUE(folder.names().contains(remains));
+    EXPECT_TRUE(folder.names().contains(leftover));
 }
 
-TEST_F(AtomicWrite, FileThatAnotherProcessIsStillWritingIsNotSwept) {
-    putBytes(folder.path(remains), "being written");
+TEST_F(AtomicWrite, FileThatAnotherProcessIsStillWritingIsKept) {
+    putBytes(folder.path(leftover), "being written");
     {
-        const FileDescriptor writer(::open(qPrintable(folder.path(remains)), O_WRONLY));
+        const FileDescriptor writer(::open(qPrintable(folder.path(leftover)), O_WRONLY));
         ASSERT_EQ(::flock(writer.get(), LOCK_EX), 0);
         EXPECT_EQ(write("bytes"), 0);
-        EXPECT_TRUE(folder.names().contains(remains));
+        EXPECT_TRUE(folder.names().contains(leftover));
     }
     EXPECT_EQ(write("bytes"), 0);
     EXPECT_EQ(folder.names(), QStringList(u"file"_s));
 }
 
-TEST_F(AtomicWrite, WriterWhoseFileWasSweptBeforeItsLockStartsAgain) {
-    int sweeps = 0;
-    systemCalls().before = [&](const std::string &call, int, const std::string &) {
-        if (call == "flock" && sweeps == 0) {
-            ++sweeps;
-            systemCalls().before = nullptr; // The sweep locks too.
+TEST_F(AtomicWrite, WriterStartsAgainWhenItsFileWasRemovedBeforeItWasLocked) {
+    int removals = 0;
+    systemCalls().before = [&](const std::string &call, int) {
+        if (call == "flock" && removals == 0) {
+            ++removals;
+            systemCalls().before = nullptr; // removeInterruptedWrites also calls flock.
             removeInterruptedWrites(QFile::encodeName(folder.path()).toStdString());
             EXPECT_EQ(folder.names(), QStringList());
         }
         return 0;
     };
     EXPECT_EQ(write("bytes"), 0);
-    EXPECT_EQ(sweeps, 1);
+    EXPECT_EQ(removals, 1);
     EXPECT_EQ(bytesOf(folder.path(u"file"_s)), "bytes");
     EXPECT_EQ(folder.names(), QStringList(u"file"_s));
 }
 
-// Saves that are interrupted.
+// ---- Interrupted saves ----
 
 const CameraList listA = manyCameras(40, u"a"_s);
 const CameraList listB = manyCameras(60, u"b"_s);
@@ -229,18 +237,18 @@ class InterruptedSave : public testing::Test {
         return CameraConfigurationStore(storage);
     }
 
-    /// What must hold at every moment: both files hold one of the lists whole, and everything in
-    /// the folder is private.
+    /// Checks the conditions that hold at every moment: both files contain one of the complete
+    /// lists, and every file in the folder is private.
     void expectConsistent() const {
         for (const QString &name : {u"cameras.json"_s, u"cameras.last-good.json"_s}) {
             const QByteArray bytes = bytesOf(storage + u'/' + name);
-            EXPECT_TRUE(bytes == bytesA || bytes == bytesB) << qPrintable(name) << " is torn";
+            EXPECT_TRUE(bytes == bytesA || bytes == bytesB) << qPrintable(name) << " is incomplete";
         }
         for (const QString &name : TestFolder::namesIn(storage))
             EXPECT_EQ(modeOf(storage + u'/' + name), 0600) << qPrintable(name);
     }
 
-    void expectLoadsAndSweeps() const {
+    void expectLoadsAndCleansUp() const {
         const auto loaded = store().load();
         ASSERT_TRUE(loaded.has_value());
         EXPECT_TRUE(*loaded == listA || *loaded == listB);
@@ -249,7 +257,7 @@ class InterruptedSave : public testing::Test {
                   (QStringList{u"cameras.json"_s, u"cameras.last-good.json"_s}));
     }
 
-    /// Starts a process that saves one list after the other until it is killed.
+    /// Starts a process that saves the two lists alternately until it is killed.
     [[nodiscard]] pid_t startSaving() const {
         const pid_t child = ::fork();
         if (child == 0) {
@@ -270,13 +278,14 @@ class InterruptedSave : public testing::Test {
     CapturedLog log;
 };
 
-/// Ends the process just before its `fatal`th call to the system; true when it came that far.
-bool diesDuring(int fatal, const std::function<void()> &work) {
+/// Runs `work` in a child process that is killed just before its `fatal`th system call. Returns
+/// whether the process got that far.
+bool isKilledDuring(int fatal, const std::function<void()> &work) {
     const pid_t child = ::fork();
     if (child == 0) {
         int calls = 0;
         systemCalls().largestWrite = 1000;
-        systemCalls().before = [&calls, fatal](const std::string &, int, const std::string &) {
+        systemCalls().before = [&calls, fatal](const std::string &, int) {
             if (++calls == fatal)
                 ::raise(SIGKILL);
             return 0;
@@ -289,39 +298,39 @@ bool diesDuring(int fatal, const std::function<void()> &work) {
     return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
 }
 
-TEST_F(InterruptedSave, LosesNothingAtAnyStep) {
+TEST_F(InterruptedSave, ProcessKilledAtAnyStepOfASaveLosesNothing) {
     int steps = 0;
     int leftovers = 0;
-    for (bool died = true; died;) {
+    for (bool wasKilled = true; wasKilled;) {
         ASSERT_TRUE(store().save(listA).has_value());
-        died = diesDuring(++steps, [this] { static_cast<void>(store().save(listB)); });
+        wasKilled = isKilledDuring(++steps, [this] { static_cast<void>(store().save(listB)); });
         expectConsistent();
         leftovers += TestFolder::namesIn(storage).size() > 2 ? 1 : 0;
-        expectLoadsAndSweeps();
+        expectLoadsAndCleansUp();
         log.clear();
     }
     EXPECT_GT(steps, 20);
-    EXPECT_GT(leftovers, 10); // Else nothing was interrupted.
+    EXPECT_GT(leftovers, 10); // Otherwise no save was interrupted.
 }
 
-TEST_F(InterruptedSave, LosesNothingAtAnyStepOfALoad) {
+TEST_F(InterruptedSave, ProcessKilledAtAnyStepOfALoadLosesNothing) {
     int steps = 0;
-    for (bool died = true; died; log.clear()) {
+    for (bool wasKilled = true; wasKilled; log.clear()) {
         ASSERT_TRUE(store().save(listB).has_value());
         ASSERT_EQ(
             writeFileAtomically(bytesA, QFile::encodeName(storage).toStdString() + "/cameras.json"),
             0);
-        died = diesDuring(++steps, [this] { static_cast<void>(store().load()); });
+        wasKilled = isKilledDuring(++steps, [this] { static_cast<void>(store().load()); });
         expectConsistent();
-        expectLoadsAndSweeps();
+        expectLoadsAndCleansUp();
     }
     EXPECT_GT(steps, 8);
 }
 
-TEST_F(InterruptedSave, FirstSaveLeavesNoListOrAWholeOne) {
+TEST_F(InterruptedSave, InterruptedFirstSaveLeavesNoListOrACompleteOne) {
     int steps = 0;
-    for (bool died = true; died; log.clear()) {
-        died = diesDuring(++steps, [this] { static_cast<void>(store().save(listB)); });
+    for (bool wasKilled = true; wasKilled; log.clear()) {
+        wasKilled = isKilledDuring(++steps, [this] { static_cast<void>(store().save(listB)); });
         const auto loaded = store().load();
         ASSERT_TRUE(loaded.has_value());
         EXPECT_TRUE(loaded->isEmpty() || *loaded == listB);
@@ -330,7 +339,7 @@ TEST_F(InterruptedSave, FirstSaveLeavesNoListOrAWholeOne) {
     EXPECT_GT(steps, 20);
 }
 
-TEST_F(InterruptedSave, LosesNothingWhenKilledAtAnyMoment) {
+TEST_F(InterruptedSave, ProcessKilledAtARandomMomentLosesNothing) {
     constexpr int kills = 400;
     constexpr unsigned seed = 20260131;
     std::mt19937 random(seed);
@@ -341,7 +350,7 @@ TEST_F(InterruptedSave, LosesNothingWhenKilledAtAnyMoment) {
     for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
         const pid_t child = startSaving();
         ASSERT_GT(child, 0);
-        // A moment to kill it at, not something to wait for.
+        // The process is killed at a random moment. The test does not wait for an event here.
         std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
         ASSERT_EQ(::kill(child, SIGKILL), 0);
         int status = 0;
@@ -350,15 +359,15 @@ TEST_F(InterruptedSave, LosesNothingWhenKilledAtAnyMoment) {
         expectConsistent();
         leftovers += TestFolder::namesIn(storage).size() > 2 ? 1 : 0;
         sawB += bytesOf(storage + u"/cameras.json"_s) == bytesB ? 1 : 0;
-        expectLoadsAndSweeps();
+        expectLoadsAndCleansUp();
         log.clear();
     }
     RecordProperty("interrupted", leftovers);
-    EXPECT_GT(leftovers, 0); // Else nothing was interrupted.
+    EXPECT_GT(leftovers, 0); // Otherwise no save was interrupted.
     EXPECT_GT(sawB, 0);
 }
 
-TEST_F(InterruptedSave, TwoInstancesThatSaveAtOnceDoNotHarmEachOther) {
+TEST_F(InterruptedSave, SimultaneousSavesOfSeveralInstancesDoNotDamageTheList) {
     std::vector<pid_t> children;
     for (const CameraList &list : {listA, listB, listA}) {
         const pid_t child = ::fork();
@@ -379,64 +388,64 @@ TEST_F(InterruptedSave, TwoInstancesThatSaveAtOnceDoNotHarmEachOther) {
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
     expectConsistent();
-    expectLoadsAndSweeps();
+    expectLoadsAndCleansUp();
 }
 
-/// Looks at a folder over and over on a thread of its own, as somebody else on the machine might.
-class Onlooker {
+/// Inspects a folder continuously on a separate thread, as another user of the machine might.
+class FolderObserver {
   public:
-    explicit Onlooker(const QString &folder)
+    explicit FolderObserver(const QString &folder)
         : m_folder(QFile::encodeName(folder))
-        , m_thread([this] { look(); }) {}
-    Onlooker(const Onlooker &) = delete;
-    Onlooker &operator=(const Onlooker &) = delete;
-    ~Onlooker() {
+        , m_thread([this] { observe(); }) {}
+    FolderObserver(const FolderObserver &) = delete;
+    FolderObserver &operator=(const FolderObserver &) = delete;
+    ~FolderObserver() {
         m_stop = true;
         m_thread.join();
     }
 
     [[nodiscard]] int temporaryFilesSeen() const { return m_temporaryFilesSeen; }
-    [[nodiscard]] int openFilesSeen() const { return m_openFilesSeen; }
-    [[nodiscard]] int tornListsSeen() const { return m_tornListsSeen; }
+    [[nodiscard]] int readableFilesSeen() const { return m_readableFilesSeen; }
+    [[nodiscard]] int partialListsSeen() const { return m_partialListsSeen; }
 
   private:
-    void look() {
+    void observe() {
         const QString folder = QFile::decodeName(m_folder);
         while (!m_stop) {
             for (const QString &name : TestFolder::namesIn(folder)) {
                 struct stat status {};
                 const QByteArray path = m_folder + '/' + QFile::encodeName(name);
                 if (::lstat(path.constData(), &status) != 0)
-                    continue; // Gone already.
+                    continue; // The file was already removed.
                 m_temporaryFilesSeen += isTemporary(name) ? 1 : 0;
-                m_openFilesSeen += (status.st_mode & 0077) != 0 ? 1 : 0;
+                m_readableFilesSeen += (status.st_mode & 0077) != 0 ? 1 : 0;
             }
             QFile list(folder + u"/cameras.json"_s);
             if (list.open(QIODevice::ReadOnly) && !CameraConfiguration::decoded(list.readAll()))
-                ++m_tornListsSeen;
+                ++m_partialListsSeen;
         }
     }
 
     const QByteArray m_folder;
     std::atomic<bool> m_stop = false;
     std::atomic<int> m_temporaryFilesSeen = 0;
-    std::atomic<int> m_openFilesSeen = 0;
-    std::atomic<int> m_tornListsSeen = 0;
-    std::thread m_thread; // last, so that it starts when everything else is there
+    std::atomic<int> m_readableFilesSeen = 0;
+    std::atomic<int> m_partialListsSeen = 0;
+    std::thread m_thread; // Declared last, so that it starts after everything else is initialised.
 };
 
-TEST_F(InterruptedSave, NoOnlookerEverSeesAnOpenFileOrHalfAList) {
+TEST_F(InterruptedSave, ConcurrentReaderNeverSeesAReadableTemporaryFileOrAPartialList) {
     ASSERT_TRUE(store().save(listA).has_value());
-    const Onlooker onlooker(storage);
+    const FolderObserver observer(storage);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     int saves = 0;
-    while ((saves < 200 || onlooker.temporaryFilesSeen() < 50) &&
+    while ((saves < 200 || observer.temporaryFilesSeen() < 50) &&
            std::chrono::steady_clock::now() < deadline) {
         ASSERT_TRUE(store().save(++saves % 2 == 0 ? listA : listB).has_value());
     }
-    EXPECT_GE(onlooker.temporaryFilesSeen(), 50); // Else it saw nothing of interest.
-    EXPECT_EQ(onlooker.openFilesSeen(), 0);
-    EXPECT_EQ(onlooker.tornListsSeen(), 0);
+    EXPECT_GE(observer.temporaryFilesSeen(), 50); // Otherwise the observer saw no save in progress.
+    EXPECT_EQ(observer.readableFilesSeen(), 0);
+    EXPECT_EQ(observer.partialListsSeen(), 0);
 }
 
 } // namespace

@@ -19,6 +19,7 @@ namespace lumvik::test {
 
 namespace {
 
+/// The exit status of a child process that skipped the test.
 constexpr int skippedStatus = 77;
 constexpr uid_t nobody = 65534;
 
@@ -28,7 +29,8 @@ bool putText(const char *path, const QByteArray &text) {
            file.write(text) == text.size();
 }
 
-/// Gives the process mounts of its own. Who is not the superuser becomes it in a user namespace.
+/// Moves the process to its own mount namespace. An ordinary user needs a user namespace for that,
+/// in which the user becomes the superuser.
 bool enterMountNamespace() {
     if (::geteuid() == 0)
         return ::unshare(CLONE_NEWNS) == 0;
@@ -62,8 +64,8 @@ void inChildProcess(const std::function<void()> &body) {
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
     if (WEXITSTATUS(status) == skippedStatus)
-        GTEST_SKIP() << "the child process has said why";
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "the child process has said why";
+        GTEST_SKIP() << "the child process has printed the reason";
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "the child process has printed the reason";
 }
 
 void asOrdinaryUser(const QString &folder, const std::function<void()> &body) {

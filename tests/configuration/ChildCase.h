@@ -6,19 +6,20 @@
 
 namespace lumvik::test {
 
-/// Runs `body` in a child process, so that what it does to the process (user, mounts) ends with it.
-/// Failed expectations and skips in the child count for the running test.
+/// Runs `body` in a child process, so that its changes to the process (user, mounts) do not affect
+/// other tests. Failed expectations and skips in the child apply to the running test.
 void inChildProcess(const std::function<void()> &body);
 
-/// Runs `body` in a child process as a user whom permission bits bind, after giving that user
-/// `folder` and what is in it. The superuser becomes "nobody"; everyone else stays who they are.
+/// Runs `body` in a child process as a user to whom permission bits apply. If the current user is
+/// the superuser, the child process runs as "nobody", who first becomes the owner of `folder` and
+/// its contents. Any other user stays the same.
 void asOrdinaryUser(const QString &folder, const std::function<void()> &body);
 
-/// Runs `body` in a child process in which `folder` is a small memory disk of `kilobytes`. Skips
-/// the test where the system does not allow mounting.
+/// Runs `body` in a child process in which a memory disk of the size `kilobytes` is mounted at
+/// `folder`. Skips the test if the system does not allow mounting.
 void onSmallDisk(const QString &folder, int kilobytes, const std::function<void()> &body);
 
-/// Makes the disk that onSmallDisk mounted read-only.
+/// Remounts read-only the disk that onSmallDisk mounted at `folder`.
 void makeDiskReadOnly(const QString &folder);
 
 } // namespace lumvik::test

@@ -12,10 +12,13 @@ namespace {
 
 using namespace test;
 
-class Files : public testing::Test {
+/// More bytes than any file of these tests has.
+constexpr qint64 defaultLimit = 1024 * 1024;
+
+class FileManagerTest : public testing::Test {
   protected:
     [[nodiscard]] tl::expected<QByteArray, FileError> contents(const QString &path,
-                                                               qint64 limit = 1 << 20) const {
+                                                               qint64 limit = defaultLimit) const {
         return files.contents(path, limit);
     }
 
@@ -24,11 +27,11 @@ class Files : public testing::Test {
     const FileManager &files = FileManager::standard();
 };
 
-TEST_F(Files, StandardIsAlwaysTheSame) {
+TEST_F(FileManagerTest, StandardReturnsTheSameInstanceEveryTime) {
     EXPECT_EQ(&files, &FileManager::standard());
 }
 
-TEST_F(Files, ExistMeansAnythingThatLinksLeadTo) {
+TEST_F(FileManagerTest, FileExistsFollowsLinks) {
     EXPECT_FALSE(files.fileExists(file));
     EXPECT_TRUE(files.fileExists(folder.path()));
     ASSERT_EQ(::symlink("file", qPrintable(folder.path(u"link"_s))), 0);
@@ -39,7 +42,7 @@ TEST_F(Files, ExistMeansAnythingThatLinksLeadTo) {
     EXPECT_FALSE(files.fileExists(file + u"/below"_s));
 }
 
-TEST_F(Files, ContentsAreEveryByte) {
+TEST_F(FileManagerTest, ContentsReturnsEveryByte) {
     QByteArray bytes;
     for (int index = 0; index < 100000; ++index)
         bytes.append(static_cast<char>(index * 7));
@@ -49,20 +52,21 @@ TEST_F(Files, ContentsAreEveryByte) {
     EXPECT_EQ(contents(file).value(), "");
 }
 
-TEST_F(Files, ContentsEndAtTheLimit) {
+TEST_F(FileManagerTest, ContentsRefusesAFileBeyondTheLimit) {
     putBytes(file, QByteArray(1000, 'x'));
     EXPECT_EQ(contents(file, 1000).value().size(), 1000);
     EXPECT_EQ(contents(file, 999).error(), (FileError{FileError::Operation::read, file, EFBIG}));
 }
 
-TEST_F(Files, ContentsDoNotBelieveTheSize) {
-    const QString sizeless = u"/proc/self/status"_s; // Says 0 and holds about a thousand bytes.
+TEST_F(FileManagerTest, ContentsDoesNotRelyOnTheReportedSize) {
+    // The reported size of this file is 0, but it has about a thousand bytes.
+    const QString sizeless = u"/proc/self/status"_s;
     EXPECT_TRUE(contents(sizeless).value().startsWith("Name:"));
     EXPECT_TRUE(contents(sizeless).value().endsWith('\n'));
     EXPECT_EQ(contents(sizeless, 100).error().systemError, EFBIG);
 }
 
-TEST_F(Files, ContentsOfWhatIsNoFileAreRefused) {
+TEST_F(FileManagerTest, ContentsRefusesAnythingButARegularFile) {
     EXPECT_EQ(contents(file).error().systemError, ENOENT);
     EXPECT_EQ(contents(folder.path()).error().systemError, EISDIR);
     EXPECT_EQ(contents(u"/dev/zero"_s).error().systemError, ENODEV);
@@ -70,7 +74,7 @@ TEST_F(Files, ContentsOfWhatIsNoFileAreRefused) {
     EXPECT_EQ(contents(file).error().systemError, ENODEV);
 }
 
-TEST_F(Files, DirectoryIsMadeWithThoseAboveIt) {
+TEST_F(FileManagerTest, CreateDirectoryAlsoCreatesMissingParents) {
     for (const QString &name : {u"a/b/c"_s, u"d/"_s, u"e//f"_s, u"g/./h"_s}) {
         EXPECT_TRUE(files.createDirectory(folder.path() + u'/' + name, 0700).has_value());
         EXPECT_EQ(modeOf(folder.path() + u'/' + name), 0700) << qPrintable(name);
@@ -78,7 +82,7 @@ TEST_F(Files, DirectoryIsMadeWithThoseAboveIt) {
     EXPECT_EQ(modeOf(folder.path(u"a"_s)), 0700);
 }
 
-TEST_F(Files, DirectoryThatExistsStaysAsItIs) {
+TEST_F(FileManagerTest, CreateDirectoryKeepsThePermissionsOfAnExistingFolder) {
     ASSERT_TRUE(QDir().mkpath(folder.path(u"a"_s)));
     setMode(folder.path(u"a"_s), 0751);
     EXPECT_TRUE(files.createDirectory(folder.path(u"a/b"_s), 0700).has_value());
@@ -86,7 +90,7 @@ TEST_F(Files, DirectoryThatExistsStaysAsItIs) {
     EXPECT_EQ(modeOf(folder.path(u"a"_s)), 0751);
 }
 
-TEST_F(Files, DirectoryInAFilesPlaceIsRefused) {
+TEST_F(FileManagerTest, CreateDirectoryFailsWhereAFileExists) {
     putBytes(file, "x");
     const QString below = file + u"/below"_s;
     EXPECT_EQ(files.createDirectory(file, 0700).error(),
@@ -96,7 +100,7 @@ TEST_F(Files, DirectoryInAFilesPlaceIsRefused) {
     EXPECT_EQ(files.createDirectory(folder.path(u"link"_s), 0700).error().systemError, EEXIST);
 }
 
-TEST_F(Files, PermissionsAreSetExactly) {
+TEST_F(FileManagerTest, SetPermissionsSetsExactlyTheGivenBits) {
     putBytes(file, "x");
     EXPECT_TRUE(files.setPermissions(file, 0640).has_value());
     EXPECT_EQ(modeOf(file), 0640);
@@ -104,7 +108,7 @@ TEST_F(Files, PermissionsAreSetExactly) {
               (FileError{FileError::Operation::setPermissions, folder.path(u"none"_s), ENOENT}));
 }
 
-TEST_F(Files, NamesAreUtf8) {
+TEST_F(FileManagerTest, FileNamesAreEncodedInUtf8) {
     const QString odd = folder.path(u"Küche \" 😀\n"_s);
     EXPECT_TRUE(files.writeAtomically("x", odd).has_value());
     EXPECT_TRUE(files.fileExists(odd));

@@ -1,4 +1,4 @@
-// Where the camera list lies.
+// Tests of where the camera list is stored.
 
 #include "StoreFixture.h"
 
@@ -10,15 +10,15 @@ namespace {
 
 using namespace test;
 
-TEST(SharedStore, IsAlwaysTheSame) {
+TEST(SharedStore, IsTheSameInstanceEveryTime) {
     EXPECT_EQ(&CameraConfigurationStore::shared(), &CameraConfigurationStore::shared());
 }
 
-TEST(StorageFolder, IsTheOverrideWhenThereIsOne) {
+TEST(StorageFolder, IsTheOverrideIfOneIsGiven) {
     EXPECT_EQ(CameraConfigurationStore(u"/some/where"_s).appSupportDirectory(), u"/some/where"_s);
 }
 
-/// Sets environment variables for one test; an empty value removes the variable.
+/// Sets environment variables for the duration of a test. An empty value unsets the variable.
 class Environment {
   public:
     Environment(const QByteArray &home, const QByteArray &dataHome)
@@ -50,45 +50,45 @@ QString defaultFolder() {
     return CameraConfigurationStore::shared().appSupportDirectory();
 }
 
-TEST(StorageFolder, IsInTheUsersDataFolder) {
+TEST(StorageFolder, IsInsideXdgDataHome) {
     const Environment environment("/home/me", "/data/me");
     EXPECT_EQ(defaultFolder(), u"/data/me/lumvik"_s);
 }
 
-TEST(StorageFolder, IsBelowTheHomeByDefault) {
+TEST(StorageFolder, IsInsideTheHomeFolderByDefault) {
     const Environment environment("/home/me", "");
     EXPECT_EQ(defaultFolder(), u"/home/me/.local/share/lumvik"_s);
 }
 
-TEST(StorageFolder, RelativeDataFolderIsIgnored) {
+TEST(StorageFolder, RelativeXdgDataHomeIsIgnored) {
     const Environment environment("/home/me", "data");
     EXPECT_EQ(defaultFolder(), u"/home/me/.local/share/lumvik"_s);
 }
 
-TEST(StorageFolder, HomeIsLookedUpWhereTheEnvironmentHasNone) {
+TEST(StorageFolder, HomeFolderComesFromTheUserDatabaseIfHomeIsUnset) {
     const passwd *entry = ::getpwuid(::geteuid());
     if (!entry)
-        GTEST_SKIP() << "this user is in no user database";
+        GTEST_SKIP() << "this user is not in the user database";
     const Environment environment("", "");
     EXPECT_EQ(defaultFolder(),
               QDir::cleanPath(QFile::decodeName(entry->pw_dir) + u"/.local/share/lumvik"_s));
 }
 
-TEST(StorageFolder, WithoutAnyHomeTheProgramEnds) {
+TEST(StorageFolder, ProcessIsAbortedIfTheUserHasNoHomeFolder) {
     if (::geteuid() != 0)
-        GTEST_SKIP() << "only the superuser can become somebody without a home";
+        GTEST_SKIP() << "only the superuser can switch to a user without a home folder";
     const Environment environment("", "");
     EXPECT_DEATH(
         {
-            constexpr uid_t nobodyAtAll = 2000000000;
-            if (::setuid(nobodyAtAll) == 0)
+            constexpr uid_t unknownUser = 2000000000;
+            if (::setuid(unknownUser) == 0)
                 static_cast<void>(defaultFolder());
             std::_Exit(0);
         },
         "There is no home folder");
 }
 
-TEST(StorageFolder, FindingItMakesNothing) {
+TEST(StorageFolder, IsCreatedOnlyByASave) {
     const TestFolder folder;
     const Environment environment(folder.path().toUtf8(), "");
     static_cast<void>(defaultFolder());

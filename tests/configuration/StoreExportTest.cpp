@@ -1,4 +1,4 @@
-// Exporting the camera list, and what holds for the store as a whole.
+// Tests of exporting the camera list, and of all operations of the store together.
 
 #include "StoreFixture.h"
 
@@ -22,21 +22,21 @@ TEST_F(Store, ExportWritesOneFileAndNothingElse) {
     EXPECT_EQ(log.lines(), QList<LoggedLine>());
 }
 
-TEST_F(Store, ExportOfNothingFailsAndMakesNoFile) {
+TEST_F(Store, ExportOfAnEmptyListFailsAndCreatesNoFile) {
     const auto exported = store.exportCameras({}, folder.path(u"out.json"_s));
     ASSERT_FALSE(exported.has_value());
     EXPECT_EQ(errorDescription(exported.error()), u"No cameras were found."_s);
     EXPECT_EQ(folder.names(), QStringList());
 }
 
-TEST_F(Store, ExportOfNothingLeavesAnExistingFileAlone) {
+TEST_F(Store, ExportOfAnEmptyListLeavesAnExistingFileAlone) {
     const QString out = folder.path(u"out.json"_s);
     putBytes(out, "mine");
     EXPECT_FALSE(store.exportCameras({}, out).has_value());
     EXPECT_EQ(bytesOf(out), "mine");
 }
 
-TEST_F(Store, ExportReplacesAnOpenFileByAPrivateOne) {
+TEST_F(Store, ExportReplacesAPublicFileByAPrivateOne) {
     const QString out = folder.path(u"out.json"_s);
     putBytes(out, QByteArray(100000, 'x'));
     setMode(out, 0666);
@@ -45,7 +45,7 @@ TEST_F(Store, ExportReplacesAnOpenFileByAPrivateOne) {
     EXPECT_EQ(modeOf(out), 0600);
 }
 
-TEST_F(Store, ExportToAFileWithTheLongestNameWorks) {
+TEST_F(Store, ExportToAFileWithTheLongestPossibleNameSucceeds) {
     const QString out = folder.path(QString(255, u'n'));
     ASSERT_TRUE(store.exportCameras(twoCameras(), out).has_value());
     EXPECT_EQ(bytesOf(out), documentOf(twoCameras()));
@@ -70,7 +70,7 @@ TEST_F(Store, ExportOverAFolderOrADeviceFails) {
     EXPECT_TRUE(S_ISCHR(status.st_mode));
 }
 
-TEST_F(Store, ExportWithoutPermissionsSaysSoAndKeepsTheFile) {
+TEST_F(Store, ExportThatCannotBeMadePrivateReportsAnErrorAndKeepsTheFile) {
     const QString out = folder.path(u"out.json"_s);
     const NoPermissions files(out);
     const auto exported = CameraConfigurationStore(storage, files).exportCameras(twoCameras(), out);
@@ -80,9 +80,9 @@ TEST_F(Store, ExportWithoutPermissionsSaysSoAndKeepsTheFile) {
     EXPECT_EQ(bytesOf(out), documentOf(twoCameras()));
 }
 
-// The rest.
+// ---- The store as a whole ----
 
-TEST_F(Store, NoTextShowsAnAddress) {
+TEST_F(Store, ErrorsAndLogLinesContainNoAddress) {
     onSmallDisk(folder.path(), 64, [this] {
         expectSaves(twoCameras());
         QStringList texts;
@@ -106,7 +106,7 @@ TEST_F(Store, NoTextShowsAnAddress) {
     });
 }
 
-TEST_F(Store, TenThousandCamerasAreSavedAndLoadedInNoTime) {
+TEST_F(Store, TenThousandCamerasAreSavedAndLoadedQuickly) {
     const CameraList cameras = manyCameras(10000);
     QElapsedTimer timer;
     timer.start();
@@ -116,7 +116,8 @@ TEST_F(Store, TenThousandCamerasAreSavedAndLoadedInNoTime) {
     const qint64 loading = timer.elapsed();
     RecordProperty("saving_ms", static_cast<int>(saving));
     RecordProperty("loading_ms", static_cast<int>(loading));
-    EXPECT_LT(saving + loading, 10000); // Only a fault of another order is one.
+    // A generous limit in milliseconds that detects quadratic run time.
+    EXPECT_LT(saving + loading, 10000);
 }
 
 } // namespace

@@ -11,7 +11,7 @@
 
 namespace lumvik::test {
 
-/// What the store says.
+/// Log lines of the store.
 inline const QString primaryInvalid =
     u"Primary camera configuration is invalid; attempting owner-only recovery."_s;
 inline const QString notRefreshed =
@@ -25,7 +25,8 @@ inline QByteArray documentOf(const CameraList &cameras) {
     return CameraConfiguration{cameras}.encoded();
 }
 
-/// A healthy file system but for the permissions of one file, as on a memory stick without any.
+/// A file manager that cannot set the permissions of one file, as on a memory stick without
+/// permissions.
 class NoPermissions : public FileManager {
   public:
     explicit NoPermissions(QString path) : m_path(std::move(path)) {}
@@ -39,7 +40,7 @@ class NoPermissions : public FileManager {
     QString m_path;
 };
 
-/// A store in a folder of the test's own, and what is expected of it.
+/// A store in a temporary folder, with helpers that prepare its files and check its results.
 class Store : public testing::Test {
   protected:
     [[nodiscard]] QString primary() const { return folder.path(u"lumvik/cameras.json"_s); }

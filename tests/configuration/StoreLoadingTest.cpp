@@ -1,4 +1,4 @@
-// Loading the camera list, whatever stands on the disk.
+// Tests of loading the camera list from intact, damaged and missing files.
 
 #include "StoreFixture.h"
 
@@ -16,13 +16,13 @@ using namespace test;
 const QString noneYet = u"No camera configuration exists yet."_s;
 const QByteArray emptyDocument = R"({"cameras":[]})";
 
-TEST_F(Store, FirstRunIsAnEmptyListAndMakesNothing) {
+TEST_F(Store, FirstRunLoadsAnEmptyListAndCreatesNoFiles) {
     expectLoads({});
     EXPECT_EQ(folder.names(), QStringList());
     EXPECT_EQ(log.lines(), QList{line(LogLevel::info, noneYet)});
 }
 
-TEST_F(Store, MissingListDoesNotConsultTheRecoveryCopy) {
+TEST_F(Store, MissingListIsNotReplacedByTheRecoveryCopy) {
     putRecovery(documentOf(twoCameras()));
     expectLoads({});
     EXPECT_EQ(storedNames(), QStringList(u"cameras.last-good.json"_s));
@@ -30,7 +30,7 @@ TEST_F(Store, MissingListDoesNotConsultTheRecoveryCopy) {
     EXPECT_EQ(log.lines(), QList{line(LogLevel::info, noneYet)});
 }
 
-TEST_F(Store, GoodListIsReturned) {
+TEST_F(Store, GoodListIsLoaded) {
     putPrimary(documentOf(twoCameras()));
     expectLoads(twoCameras());
     EXPECT_EQ(log.lines(), QList{line(LogLevel::info, u"Loaded 2 cameras."_s)});
@@ -49,14 +49,14 @@ TEST_F(Store, GoodListIsCopiedByteForByteOverTheRecoveryCopy) {
     EXPECT_EQ(storedNames().size(), 2);
 }
 
-TEST_F(Store, LoadingLeavesTheListsOwnPermissionsAlone) {
+TEST_F(Store, LoadingDoesNotChangeThePermissionsOfTheList) {
     putPrimary(documentOf(twoCameras()));
     setMode(primary(), 0644);
     expectLoads(twoCameras());
     EXPECT_EQ(modeOf(primary()), 0644);
 }
 
-TEST_F(Store, EmptyListIsRecovered) {
+TEST_F(Store, EmptyListIsLoadedFromTheRecoveryCopy) {
     putPrimary(emptyDocument);
     putRecovery(documentOf(twoCameras()));
     expectLoads(twoCameras());
@@ -64,7 +64,7 @@ TEST_F(Store, EmptyListIsRecovered) {
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, DamagedListIsRecoveredAndLeftAsItIs) {
+TEST_F(Store, DamagedListIsLoadedFromTheRecoveryCopyAndNotChanged) {
     putPrimary("not JSON at all");
     putRecovery(documentOf(twoCameras()));
     setMode(recovery(), 0640);
@@ -90,51 +90,51 @@ TEST_F(Store, RecoveryIsRepeatedUntilTheNextSave) {
     EXPECT_EQ(log.lines(), QList{line(LogLevel::info, u"Loaded 2 cameras."_s)});
 }
 
-TEST_F(Store, DamagedListWithoutRecoveryCopyFailsWithWhatIsWrong) {
+TEST_F(Store, DamagedListWithoutRecoveryCopyFailsWithItsOwnError) {
     putPrimary("damaged");
     expectLoadFails(DecodingError::notJson);
     EXPECT_EQ(log.lines(), QList{line(LogLevel::error, primaryInvalid)});
     EXPECT_EQ(storedNames(), QStringList(u"cameras.json"_s));
 }
 
-TEST_F(Store, EmptyListWithoutRecoveryCopyHasNoCameras) {
+TEST_F(Store, EmptyListWithoutRecoveryCopyFailsWithNoCameras) {
     putPrimary(emptyDocument);
     expectLoadFails(CameraConfigurationError::noCameras);
 }
 
-TEST_F(Store, DamagedListAndDamagedCopyFailWithTheListsError) {
+TEST_F(Store, DamagedListAndDamagedCopyFailWithTheErrorOfTheList) {
     putPrimary(R"({"cameras":[{}]})");
     putRecovery("damaged");
     expectLoadFails(DecodingError::badCamera);
     EXPECT_EQ(bytesOf(recovery()), "damaged");
 }
 
-TEST_F(Store, EmptyListAndDamagedCopyHaveNoCameras) {
+TEST_F(Store, EmptyListAndDamagedCopyFailWithNoCameras) {
     putPrimary(emptyDocument);
     putRecovery("damaged");
     expectLoadFails(CameraConfigurationError::noCameras);
 }
 
-TEST_F(Store, DamagedListAndEmptyCopyHaveNoCameras) {
+TEST_F(Store, DamagedListAndEmptyCopyFailWithNoCameras) {
     putPrimary("damaged");
     putRecovery(emptyDocument);
     expectLoadFails(CameraConfigurationError::noCameras);
     EXPECT_EQ(log.lines(), QList{line(LogLevel::error, primaryInvalid)});
 }
 
-TEST_F(Store, EmptyListAndEmptyCopyHaveNoCameras) {
+TEST_F(Store, EmptyListAndEmptyCopyFailWithNoCameras) {
     putPrimary(emptyDocument);
     putRecovery(emptyDocument);
     expectLoadFails(CameraConfigurationError::noCameras);
 }
 
-TEST_F(Store, UnusableCopyCountsAsDamagedWhateverItIs) {
+TEST_F(Store, FolderInTheCopysPlaceCountsAsDamaged) {
     putPrimary("damaged");
     ASSERT_TRUE(QDir().mkpath(recovery()));
     expectLoadFails(DecodingError::notJson);
 }
 
-TEST_F(Store, ListCutOffAnywhereIsRecovered) {
+TEST_F(Store, ListTruncatedAtAnyByteIsLoadedFromTheRecoveryCopy) {
     const QByteArray whole = documentOf({{u"n"_s, u"rtsp://a"_s}});
     putRecovery(documentOf(twoCameras()));
     for (qsizetype length = 0; length < whole.size(); ++length) {
@@ -144,16 +144,16 @@ TEST_F(Store, ListCutOffAnywhereIsRecovered) {
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, ListThatIsNotUtf8IsRecovered) {
+TEST_F(Store, ListThatIsNotUtf8IsLoadedFromTheRecoveryCopy) {
     putPrimary("{\"cameras\":[{\"name\":\"K\xFC"
                "che\",\"url\":\"u\"}]}");
     putRecovery(documentOf(twoCameras()));
     expectLoads(twoCameras());
 }
 
-// Things other than a file in the list's place.
+// ---- Something other than a regular file in the place of the list ----
 
-TEST_F(Store, FolderInTheListsPlaceIsDamage) {
+TEST_F(Store, FolderInTheListsPlaceCountsAsDamaged) {
     ASSERT_TRUE(QDir().mkpath(primary()));
     expectLoadFails(readError(EISDIR));
     putRecovery(documentOf(twoCameras()));
@@ -161,7 +161,7 @@ TEST_F(Store, FolderInTheListsPlaceIsDamage) {
     expectSaveFails(writeError(EISDIR));
 }
 
-TEST_F(Store, PipeInTheListsPlaceIsDamageAndDoesNotHang) {
+TEST_F(Store, PipeInTheListsPlaceCountsAsDamagedAndDoesNotBlock) {
     makeStorage();
     ASSERT_EQ(::mkfifo(qPrintable(primary()), 0600), 0);
     expectLoadFails(readError(ENODEV));
@@ -170,7 +170,7 @@ TEST_F(Store, PipeInTheListsPlaceIsDamageAndDoesNotHang) {
     expectSaveFails(writeError(ENODEV));
 }
 
-TEST_F(Store, PipeInTheCopysPlaceDoesNotHang) {
+TEST_F(Store, PipeInTheCopysPlaceDoesNotBlock) {
     putPrimary("damaged");
     ASSERT_EQ(::mkfifo(qPrintable(recovery()), 0600), 0);
     expectLoadFails(DecodingError::notJson);
@@ -179,7 +179,7 @@ TEST_F(Store, PipeInTheCopysPlaceDoesNotHang) {
     expectLoads(twoCameras());
 }
 
-TEST_F(Store, SocketInTheListsPlaceIsDamage) {
+TEST_F(Store, SocketInTheListsPlaceCountsAsDamaged) {
     makeStorage();
     const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address{};
@@ -190,14 +190,14 @@ TEST_F(Store, SocketInTheListsPlaceIsDamage) {
     ::close(descriptor);
 }
 
-TEST_F(Store, EndlessDeviceInTheListsPlaceIsDamage) {
+TEST_F(Store, EndlessDeviceInTheListsPlaceCountsAsDamaged) {
     makeStorage();
     ASSERT_EQ(::symlink("/dev/zero", qPrintable(primary())), 0);
     expectLoadFails(readError(ENODEV));
     expectSaveFails(writeError(ENODEV));
 }
 
-TEST_F(Store, ListLargerThanSixtyFourMebibytesIsDamage) {
+TEST_F(Store, ListLargerThanSixtyFourMebibytesCountsAsDamaged) {
     putPrimary({});
     ASSERT_EQ(::truncate(qPrintable(primary()), 64 * 1024 * 1024 + 1), 0);
     expectLoadFails(readError(EFBIG));
@@ -205,7 +205,7 @@ TEST_F(Store, ListLargerThanSixtyFourMebibytesIsDamage) {
     expectLoads(twoCameras());
 }
 
-TEST_F(Store, ListTooLargeToBeLoadedAgainIsRefusedAndTheOldOneStays) {
+TEST_F(Store, ListTooLargeToBeLoadedAgainIsNotSavedAndTheOldListStays) {
     expectSaves(twoCameras());
     const CameraList huge{{u"Long"_s, QString(65 * 1024 * 1024, QLatin1Char('x'))}};
     const auto saved = store.save(huge);
@@ -217,30 +217,30 @@ TEST_F(Store, ListTooLargeToBeLoadedAgainIsRefusedAndTheOldOneStays) {
     EXPECT_FALSE(QFile::exists(file));
 }
 
-TEST_F(Store, LinkThatLeadsNowhereIsNoList) {
+TEST_F(Store, BrokenLinkCountsAsAMissingList) {
     putRecovery(documentOf(twoCameras()));
     ASSERT_EQ(::symlink("nowhere", qPrintable(primary())), 0);
     expectLoads({});
     EXPECT_EQ(log.lines(), QList{line(LogLevel::info, noneYet)});
 }
 
-TEST_F(Store, LinkInACircleIsNoListAndIsNotReplaced) {
+TEST_F(Store, CyclicLinkCountsAsAMissingListAndIsNotReplaced) {
     makeStorage();
     ASSERT_EQ(::symlink("cameras.json", qPrintable(primary())), 0);
     expectLoads({});
     expectSaveFails(writeError(ELOOP));
 }
 
-TEST_F(Store, FileInTheFoldersPlaceIsNoListAndRefusesASave) {
+TEST_F(Store, FileInTheFoldersPlaceCountsAsAMissingListAndFailsASave) {
     putBytes(storage, "mine");
     expectLoads({});
     expectSaveFails({FileError::Operation::createFolder, storage, ENOTDIR});
     EXPECT_EQ(bytesOf(storage), "mine");
 }
 
-// Permissions that bind: as a user other than the superuser.
+// ---- Permissions, as a user other than the superuser ----
 
-TEST_F(Store, UnreadableListIsRecovered) {
+TEST_F(Store, UnreadableListIsLoadedFromTheRecoveryCopy) {
     putPrimary(documentOf(manyCameras(3)));
     setMode(primary(), 0000);
     asOrdinaryUser(folder.path(), [this] { expectLoadFails(readError(EACCES)); });
@@ -255,7 +255,7 @@ TEST_F(Store, UnreadableCopyCountsAsDamaged) {
     asOrdinaryUser(folder.path(), [this] { expectLoadFails(DecodingError::notJson); });
 }
 
-TEST_F(Store, FolderThatCannotBeEnteredIsNoFirstRun) {
+TEST_F(Store, InaccessibleFolderIsAnErrorAndNotAFirstRun) {
     putPrimary(documentOf(twoCameras()));
     setMode(storage, 0000);
     asOrdinaryUser(folder.path(), [this] {
@@ -265,7 +265,7 @@ TEST_F(Store, FolderThatCannotBeEnteredIsNoFirstRun) {
     setMode(storage, 0700);
 }
 
-TEST_F(Store, FolderThatCannotBeWrittenStillLoads) {
+TEST_F(Store, ListInAReadOnlyFolderCanStillBeLoaded) {
     expectSaves(twoCameras());
     setMode(storage, 0500);
     asOrdinaryUser(folder.path(), [this] {
@@ -277,7 +277,7 @@ TEST_F(Store, FolderThatCannotBeWrittenStillLoads) {
     EXPECT_EQ(storedNames().size(), 2);
 }
 
-TEST_F(Store, FolderThatCannotBeMadeRefusesASave) {
+TEST_F(Store, SaveFailsIfTheFolderCannotBeCreated) {
     setMode(folder.path(), 0500);
     asOrdinaryUser(folder.path(), [this] {
         expectSaveFails({FileError::Operation::createFolder, storage, EACCES});
@@ -286,7 +286,7 @@ TEST_F(Store, FolderThatCannotBeMadeRefusesASave) {
     EXPECT_EQ(folder.names(), QStringList());
 }
 
-TEST_F(Store, SavesAsAnOrdinaryUser) {
+TEST_F(Store, OrdinaryUserCanSaveAndLoad) {
     asOrdinaryUser(folder.path(), [this] {
         expectSaves(twoCameras());
         expectLoads(twoCameras());

@@ -1,4 +1,4 @@
-// Saving the camera list, on disks of every kind.
+// Tests of saving the camera list, also on full and read-only disks.
 
 #include "StoreFixture.h"
 
@@ -11,7 +11,7 @@ namespace {
 
 using namespace test;
 
-/// A healthy file system on which a file is another one at its second reading.
+/// A file manager that returns other contents when a file is read for the second time.
 class ChangingFile : public FileManager {
   public:
     explicit ChangingFile(tl::expected<QByteArray, FileError> second)
@@ -25,7 +25,7 @@ class ChangingFile : public FileManager {
     mutable int m_readings = 0;
 };
 
-TEST_F(Store, SaveWritesBothFilesAlike) {
+TEST_F(Store, SaveWritesTheSameBytesToBothFiles) {
     expectSaves(twoCameras());
     EXPECT_EQ(bytesOf(primary()), documentOf(twoCameras()));
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
@@ -35,13 +35,13 @@ TEST_F(Store, SaveWritesBothFilesAlike) {
                          u"Saved 2 cameras and refreshed the owner-only recovery copy."_s)});
 }
 
-TEST_F(Store, SavedListIsLoaded) {
+TEST_F(Store, SavedListCanBeLoaded) {
     expectSaves(twoCameras());
     expectLoads(twoCameras());
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, BlanksAndDuplicatesSurvive) {
+TEST_F(Store, SurroundingSpacesAndDuplicatesAreKept) {
     const CameraList cameras{{u" a "_s, u" rtsp://x \t"_s}, {u" a "_s, u" rtsp://x \t"_s}};
     expectSaves(cameras);
     expectLoads(cameras);
@@ -59,7 +59,7 @@ TEST_F(Store, UnknownMembersAreLostWithTheNextSave) {
     }
 }
 
-TEST_F(Store, EmptyListIsSavedLikeAnyOther) {
+TEST_F(Store, EmptyListIsSaved) {
     expectSaves({});
     EXPECT_EQ(bytesOf(primary()), documentOf({}));
     EXPECT_EQ(
@@ -68,14 +68,14 @@ TEST_F(Store, EmptyListIsSavedLikeAnyOther) {
     expectLoadFails(CameraConfigurationError::noCameras);
 }
 
-TEST_F(Store, SaveReplacesLongerFilesWhole) {
+TEST_F(Store, SaveReplacesLongerFilesCompletely) {
     expectSaves(manyCameras(100));
     expectSaves(twoCameras());
     EXPECT_EQ(bytesOf(primary()), documentOf(twoCameras()));
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, SaveMakesOpenFilesPrivate) {
+TEST_F(Store, SaveMakesPublicFilesPrivate) {
     putPrimary("old");
     putRecovery("old");
     setMode(primary(), 0666);
@@ -85,9 +85,9 @@ TEST_F(Store, SaveMakesOpenFilesPrivate) {
     EXPECT_EQ(modeOf(recovery()), 0600);
 }
 
-class StoreUnderMask : public Store, public testing::WithParamInterface<mode_t> {};
+class StoreWithUmask : public Store, public testing::WithParamInterface<mode_t> {};
 
-TEST_P(StoreUnderMask, ModesAreExact) {
+TEST_P(StoreWithUmask, FoldersAndFilesHaveExactlyTheRequiredModes) {
     const FileCreationMask mask(GetParam());
     const CameraConfigurationStore deep(folder.path(u"a/b/lumvik"_s));
     ASSERT_TRUE(deep.save(twoCameras()).has_value());
@@ -99,7 +99,7 @@ TEST_P(StoreUnderMask, ModesAreExact) {
     EXPECT_EQ(modeOf(folder.path(u"out.json"_s)), 0600);
 }
 
-INSTANTIATE_TEST_SUITE_P(Masks, StoreUnderMask, testing::Values(0000, 0022, 0077, 0277, 0777));
+INSTANTIATE_TEST_SUITE_P(Masks, StoreWithUmask, testing::Values(0000, 0022, 0077, 0277, 0777));
 
 TEST_F(Store, ExistingFolderKeepsItsMode) {
     makeStorage();
@@ -117,7 +117,7 @@ TEST_F(Store, FolderMayBeALink) {
     EXPECT_TRUE(QFile::exists(folder.path(u"elsewhere/cameras.json"_s)));
 }
 
-TEST_F(Store, ListKeptElsewhereThroughALinkStaysThere) {
+TEST_F(Store, LinkedListIsSavedAtTheTargetOfTheLink) {
     makeStorage();
     ASSERT_TRUE(QDir().mkpath(folder.path(u"dotfiles"_s)));
     const QString kept = folder.path(u"dotfiles/lumvik.json"_s);
@@ -132,7 +132,7 @@ TEST_F(Store, ListKeptElsewhereThroughALinkStaysThere) {
     expectLoads(twoCameras());
 }
 
-TEST_F(Store, LinkMadeBeforeItsFileIsWrittenThrough) {
+TEST_F(Store, SaveCreatesTheMissingTargetOfALink) {
     makeStorage();
     const QString kept = folder.path(u"kept.json"_s);
     ASSERT_EQ(::symlink(qPrintable(kept), qPrintable(primary())), 0);
@@ -141,7 +141,7 @@ TEST_F(Store, LinkMadeBeforeItsFileIsWrittenThrough) {
     EXPECT_TRUE(QFileInfo(primary()).isSymLink());
 }
 
-TEST_F(Store, ListLinkedToItsCopyLosesNothing) {
+TEST_F(Store, RecoveryCopyThatIsALinkToTheListLosesNothing) {
     expectSaves(manyCameras(3));
     ASSERT_TRUE(QFile::remove(recovery()));
     ASSERT_EQ(::symlink("cameras.json", qPrintable(recovery())), 0);
@@ -169,7 +169,7 @@ TEST_F(Store, FolderInTheCopysPlaceFailsNeitherSaveNorLoad) {
     EXPECT_TRUE(QFileInfo(recovery()).isDir());
 }
 
-TEST_F(Store, ReadOnlyListIsNotReplacedAndTheCopyStaysToo) {
+TEST_F(Store, ReadOnlyListAndItsCopyAreNotReplaced) {
     expectSaves(twoCameras());
     log.clear();
     setMode(primary(), 0400);
@@ -180,7 +180,7 @@ TEST_F(Store, ReadOnlyListIsNotReplacedAndTheCopyStaysToo) {
     EXPECT_EQ(storedNames().size(), 2);
 }
 
-TEST_F(Store, ListThatCannotBeMadePrivateFailsTheSaveAndSparesTheCopy) {
+TEST_F(Store, ListThatCannotBeMadePrivateFailsTheSaveAndKeepsTheCopy) {
     expectSaves(twoCameras());
     const NoPermissions files(primary());
     const auto saved = CameraConfigurationStore(storage, files).save(manyCameras(3));
@@ -198,7 +198,7 @@ TEST_F(Store, CopyThatCannotBeMadePrivateFailsNeitherSaveNorLoad) {
     EXPECT_TRUE(hampered.load().has_value());
 }
 
-TEST_F(Store, RecoveryCopyIsWhatTheSecondReadingFinds) {
+TEST_F(Store, RecoveryCopyHasTheContentsOfTheSecondRead) {
     putPrimary(documentOf(twoCameras()));
     const QByteArray second = documentOf(manyCameras(3, u"New"_s));
     const ChangingFile files(second);
@@ -206,7 +206,7 @@ TEST_F(Store, RecoveryCopyIsWhatTheSecondReadingFinds) {
     EXPECT_EQ(bytesOf(recovery()), second);
 }
 
-TEST_F(Store, SecondReadingThatFailsOrIsDamagedLeavesTheRecoveryCopyAndTheResultAlone) {
+TEST_F(Store, FailedOrDamagedSecondReadChangesNeitherTheRecoveryCopyNorTheResult) {
     putPrimary(documentOf(twoCameras()));
     const QByteArray old = documentOf(manyCameras(3, u"Old"_s));
     putRecovery(old);
@@ -217,9 +217,9 @@ TEST_F(Store, SecondReadingThatFailsOrIsDamagedLeavesTheRecoveryCopyAndTheResult
     EXPECT_EQ(bytesOf(recovery()), old);
 }
 
-// Full and read-only disks.
+// ---- Full and read-only disks ----
 
-TEST_F(Store, FullDiskKeepsTheOldListAndLeavesNothingBehind) {
+TEST_F(Store, FullDiskKeepsTheOldListAndLeavesNoTemporaryFile) {
     makeStorage();
     onSmallDisk(storage, 64, [this] {
         expectSaves(twoCameras());
@@ -230,11 +230,11 @@ TEST_F(Store, FullDiskKeepsTheOldListAndLeavesNothingBehind) {
         EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
         EXPECT_EQ(storedNames().size(), 2);
         expectLoads(twoCameras());
-        expectSaves(manyCameras(3)); // The room is free again.
+        expectSaves(manyCameras(3)); // The failed save has freed its space.
     });
 }
 
-TEST_F(Store, DiskThatFillsUpBetweenTheFilesOnlyCostsTheCopy) {
+TEST_F(Store, DiskThatFillsUpAfterTheListOnlyLosesTheRecoveryCopy) {
     makeStorage();
     onSmallDisk(storage, 64, [this] {
         const CameraList half = manyCameras(350);
@@ -251,7 +251,7 @@ TEST_F(Store, DiskThatFillsUpBetweenTheFilesOnlyCostsTheCopy) {
     });
 }
 
-TEST_F(Store, ReadOnlyDiskLoadsAndRefusesASave) {
+TEST_F(Store, ReadOnlyDiskCanBeLoadedFromAndFailsASave) {
     makeStorage();
     onSmallDisk(storage, 64, [this] {
         expectSaves(twoCameras());

@@ -14,9 +14,12 @@ SystemCalls &systemCalls() {
 
 namespace {
 
-/// True when the call goes through; else errno is set.
-bool allowed(const char *call, int descriptor, const char *path) {
-    const int error = systemCalls().before ? systemCalls().before(call, descriptor, path) : 0;
+/// The descriptor that is reported for calls with a path.
+constexpr int noDescriptor = -1;
+
+/// Returns whether the call is to be executed. Otherwise errno is set.
+bool allowed(const char *call, int descriptor) {
+    const int error = systemCalls().before ? systemCalls().before(call, descriptor) : 0;
     if (error != 0)
         errno = error;
     return error == 0;
@@ -26,8 +29,9 @@ bool allowed(const char *call, int descriptor, const char *path) {
 } // namespace lumvik::test
 
 using lumvik::test::allowed;
+using lumvik::test::noDescriptor;
 
-// The linker's --wrap option prescribes these names.
+// The linker's --wrap option requires these names.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
@@ -49,38 +53,38 @@ int __real_mkdir(const char *path, mode_t mode);
 int __wrap_mkdir(const char *path, mode_t mode);
 
 int __wrap_fchmod(int descriptor, mode_t mode) {
-    return allowed("fchmod", descriptor, "") ? __real_fchmod(descriptor, mode) : -1;
+    return allowed("fchmod", descriptor) ? __real_fchmod(descriptor, mode) : -1;
 }
 
 int __wrap_flock(int descriptor, int operation) {
-    return allowed("flock", descriptor, "") ? __real_flock(descriptor, operation) : -1;
+    return allowed("flock", descriptor) ? __real_flock(descriptor, operation) : -1;
 }
 
 ssize_t __wrap_write(int descriptor, const void *bytes, std::size_t count) {
-    if (!allowed("write", descriptor, ""))
+    if (!allowed("write", descriptor))
         return -1;
     return __real_write(descriptor, bytes,
                         std::min(count, lumvik::test::systemCalls().largestWrite));
 }
 
 int __wrap_fsync(int descriptor) {
-    return allowed("fsync", descriptor, "") ? __real_fsync(descriptor) : -1;
+    return allowed("fsync", descriptor) ? __real_fsync(descriptor) : -1;
 }
 
 int __wrap_rename(const char *from, const char *to) {
-    return allowed("rename", -1, from) ? __real_rename(from, to) : -1;
+    return allowed("rename", noDescriptor) ? __real_rename(from, to) : -1;
 }
 
 int __wrap_unlink(const char *path) {
-    return allowed("unlink", -1, path) ? __real_unlink(path) : -1;
+    return allowed("unlink", noDescriptor) ? __real_unlink(path) : -1;
 }
 
 int __wrap_chmod(const char *path, mode_t mode) {
-    return allowed("chmod", -1, path) ? __real_chmod(path, mode) : -1;
+    return allowed("chmod", noDescriptor) ? __real_chmod(path, mode) : -1;
 }
 
 int __wrap_mkdir(const char *path, mode_t mode) {
-    return allowed("mkdir", -1, path) ? __real_mkdir(path, mode) : -1;
+    return allowed("mkdir", noDescriptor) ? __real_mkdir(path, mode) : -1;
 }
 
 } // extern "C"

@@ -6,24 +6,23 @@
 
 namespace lumvik::test {
 
-/// Stands between the code under test and the calls that change a file, so that tests can look at
-/// each one before it happens, make it fail, or end the process there. The calls are redirected
-/// when the test program is linked (see CMakeLists.txt); without hooks they go straight to the
-/// system.
+/// Hooks for the system calls that change files. A test can observe each call before it is
+/// executed, make it fail or kill the process at that point. The linker redirects the calls (see
+/// CMakeLists.txt). Without hooks they go straight to the system.
 struct SystemCalls {
-    /// Is told each call's name ("write", "rename", …) and the descriptor or path that it is about
-    /// (the first path of two; the descriptor is -1 for calls with a path), and answers 0 to let it
-    /// through or the errno value to fail with.
-    std::function<int(const std::string &call, int descriptor, const std::string &path)> before;
+    /// Called before each system call with its name ("write", "rename", …) and its descriptor,
+    /// which is -1 for calls with a path. Returns 0 to execute the call, or the errno value to fail
+    /// with.
+    std::function<int(const std::string &call, int descriptor)> before;
 
-    /// How many bytes one write takes at most.
+    /// The maximum number of bytes that one call of `write` accepts.
     std::size_t largestWrite = static_cast<std::size_t>(-1);
 };
 
-/// The hooks in force. Main thread only.
+/// Returns the current hooks. Main thread only.
 SystemCalls &systemCalls();
 
-/// Sets the hooks back when it goes.
+/// Removes all hooks at the end of its scope.
 struct SystemCallsRestored {
     SystemCallsRestored() = default;
     SystemCallsRestored(const SystemCallsRestored &) = delete;

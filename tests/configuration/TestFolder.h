@@ -14,7 +14,7 @@ namespace lumvik::test {
 
 using namespace Qt::StringLiterals;
 
-/// A folder of one test's own, with short ways to look at and prepare files in it.
+/// A temporary folder for one test, with helpers to prepare and inspect its files.
 class TestFolder {
   public:
     TestFolder() { EXPECT_TRUE(m_folder.isValid()); }
@@ -22,7 +22,7 @@ class TestFolder {
     [[nodiscard]] QString path() const { return m_folder.path(); }
     [[nodiscard]] QString path(const QString &name) const { return m_folder.filePath(name); }
 
-    /// All names in the folder, hidden ones too.
+    /// Returns all names in the folder, including hidden ones.
     [[nodiscard]] QStringList names() const { return namesIn(path()); }
     [[nodiscard]] static QStringList namesIn(const QString &folder) {
         return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
@@ -45,7 +45,7 @@ inline void putBytes(const QString &path, const QByteArray &bytes) {
     ASSERT_EQ(file.write(bytes), bytes.size());
 }
 
-/// The permission bits of a file, links followed; -1 when there is none.
+/// Returns the permission bits of a file, or -1 if it does not exist. Links are followed.
 inline int modeOf(const QString &path) {
     struct stat status {};
     return ::stat(QFile::encodeName(path).constData(), &status) == 0
@@ -57,7 +57,7 @@ inline void setMode(const QString &path, mode_t mode) {
     ASSERT_EQ(::chmod(QFile::encodeName(path).constData(), mode), 0);
 }
 
-/// Sets the process's file creation mask for as long as it lives.
+/// Sets the umask of the process for the duration of a scope.
 class FileCreationMask {
   public:
     explicit FileCreationMask(mode_t mask) : m_previous(::umask(mask)) {}
@@ -74,7 +74,7 @@ inline CameraList twoCameras() {
             {u"Yard"_s, u"rtsp://camera.example/yard"_s}};
 }
 
-/// A list of `count` cameras; lists with different labels differ in every camera.
+/// Returns a list of `count` cameras. Lists with different labels have no camera in common.
 inline CameraList manyCameras(int count, const QString &label = u"Camera"_s) {
     CameraList cameras;
     for (int number = 0; number < count; ++number)

@@ -17,7 +17,8 @@ Camera camera(const QString &name) {
     return {name, u"rtsp://%1.example/"_s.arg(name)};
 }
 
-/// A draft of four cameras, watched for breaches of what views rely on.
+/// A model of four cameras. QAbstractItemModelTester checks that it is consistent after each
+/// change.
 class CameraListDraft : public testing::Test {
   protected:
     [[nodiscard]] QStringList names() const {
@@ -27,7 +28,7 @@ class CameraListDraft : public testing::Test {
         return names;
     }
 
-    /// Drops `text` as the private kind of data; answers whether it was taken.
+    /// Drops `text` with the MIME type `type`. Returns whether the model accepted it.
     bool drop(const QByteArray &text, int gap, const QModelIndex &parent = {},
               const QString &type = CameraListModel::cameraRowType()) {
         QMimeData data;
@@ -48,7 +49,7 @@ TEST_F(CameraListDraft, HasARowForEachCameraAndThreeColumns) {
     EXPECT_EQ(model.columnCount(model.index(0, 0)), 0);
 }
 
-TEST_F(CameraListDraft, ShowsTheHandleTheNameAndTheAddress) {
+TEST_F(CameraListDraft, CellsContainTheHandleTheNameAndTheAddress) {
     const auto shown = [this](int column) {
         return model.index(2, column).data(Qt::DisplayRole).toString();
     };
@@ -58,10 +59,10 @@ TEST_F(CameraListDraft, ShowsTheHandleTheNameAndTheAddress) {
     EXPECT_EQ(model.index(2, CameraListModel::order).data(Qt::ToolTipRole).toString(),
               u"Drag to reorder"_s);
     EXPECT_FALSE(model.index(2, CameraListModel::address).data(Qt::ToolTipRole).isValid())
-        << "an address is not shown where the user did not ask for it";
+        << "an address must not appear in a tool tip";
 }
 
-TEST_F(CameraListDraft, TitlesItsColumns) {
+TEST_F(CameraListDraft, ColumnsHaveTitles) {
     const auto title = [this](int column) {
         return model.headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
     };
@@ -71,7 +72,7 @@ TEST_F(CameraListDraft, TitlesItsColumns) {
     EXPECT_FALSE(model.headerData(0, Qt::Vertical, Qt::DisplayRole).isValid());
 }
 
-TEST_F(CameraListDraft, OnlyTheTextsAreEditable) {
+TEST_F(CameraListDraft, OnlyNameAndAddressAreEditable) {
     EXPECT_FALSE(model.flags(model.index(1, CameraListModel::order)) & Qt::ItemIsEditable);
     EXPECT_TRUE(model.flags(model.index(1, CameraListModel::name)) & Qt::ItemIsEditable);
     EXPECT_TRUE(model.flags(model.index(1, CameraListModel::address)) & Qt::ItemIsEditable);
@@ -81,7 +82,7 @@ TEST_F(CameraListDraft, OnlyTheTextsAreEditable) {
     EXPECT_EQ(model.cameras().at(1), camera(u"b"_s));
 }
 
-TEST_F(CameraListDraft, KeepsWhatIsTypedUntrimmed) {
+TEST_F(CameraListDraft, EditedTextIsNotTrimmed) {
     EXPECT_TRUE(model.setData(model.index(1, CameraListModel::name), u"  Yard "_s, Qt::EditRole));
     EXPECT_TRUE(
         model.setData(model.index(1, CameraListModel::address), u" rtsp://y/ \t"_s, Qt::EditRole));
@@ -90,29 +91,29 @@ TEST_F(CameraListDraft, KeepsWhatIsTypedUntrimmed) {
     EXPECT_EQ(model.cameras().at(2), camera(u"c"_s));
 }
 
-TEST_F(CameraListDraft, ReportsAChangeOnceAndOnlyOfTheCell) {
+TEST_F(CameraListDraft, ChangedTextIsReportedOnceForItsCellOnly) {
     QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
     const QModelIndex cell = model.index(1, CameraListModel::name);
     model.setData(cell, u"Yard"_s, Qt::EditRole);
-    model.setData(cell, u"Yard"_s, Qt::EditRole); // the same text is no change
+    model.setData(cell, u"Yard"_s, Qt::EditRole); // The same text is not a change.
     ASSERT_EQ(changed.size(), 1);
     EXPECT_EQ(changed.first().at(0).toModelIndex(), cell);
     EXPECT_EQ(changed.first().at(1).toModelIndex(), cell);
 }
 
-TEST_F(CameraListDraft, AppendsAtTheEnd) {
+TEST_F(CameraListDraft, AppendAddsARowAtTheEnd) {
     model.append(camera(u"e"_s));
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s}));
 }
 
-TEST_F(CameraListDraft, RemovesARow) {
+TEST_F(CameraListDraft, RemoveRemovesOneRow) {
     model.remove(1);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"c"_s, u"d"_s}));
     model.remove(2);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"c"_s}));
 }
 
-TEST_F(CameraListDraft, IsReplacedAsAWhole) {
+TEST_F(CameraListDraft, SetCamerasReplacesAllRows) {
     model.setCameras({camera(u"x"_s)});
     EXPECT_EQ(names(), QStringList(u"x"_s));
     EXPECT_EQ(model.rowCount(), 1);
@@ -120,7 +121,7 @@ TEST_F(CameraListDraft, IsReplacedAsAWhole) {
     EXPECT_EQ(model.rowCount(), 0);
 }
 
-TEST_F(CameraListDraft, MovesRowsAndWhatPointsAtThemFollows) {
+TEST_F(CameraListDraft, MoveKeepsPersistentIndexesValid) {
     const QPersistentModelIndex first(model.index(0, CameraListModel::name));
     model.move(0, 2);
     EXPECT_EQ(names(), (QStringList{u"b"_s, u"c"_s, u"a"_s, u"d"_s}));
@@ -132,19 +133,19 @@ TEST_F(CameraListDraft, MovesRowsAndWhatPointsAtThemFollows) {
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s, u"c"_s, u"d"_s}));
 }
 
-TEST_F(CameraListDraft, DraggedRowIsItsNumberInAPrivateType) {
+TEST_F(CameraListDraft, DraggedRowIsTransferredAsItsNumberInAPrivateType) {
     EXPECT_EQ(CameraListModel::cameraRowType(),
               QLatin1String(LumvikLog::subsystem) + u".camera-row"_s);
     const std::unique_ptr<QMimeData> data(
         model.mimeData({model.index(2, 0), model.index(2, 1), model.index(2, 2)}));
     ASSERT_TRUE(data);
     EXPECT_EQ(data->formats(), QStringList(CameraListModel::cameraRowType()))
-        << "nothing that another program would take";
+        << "other programs must not accept the row";
     EXPECT_EQ(data->data(CameraListModel::cameraRowType()), "2");
     EXPECT_EQ(model.mimeData({}), nullptr);
 }
 
-TEST_F(CameraListDraft, TakesItsOwnRowsOnlyAndOnlyToMoveThem) {
+TEST_F(CameraListDraft, OnlyMovesOfItsOwnRowsAreAccepted) {
     QMimeData row;
     row.setData(CameraListModel::cameraRowType(), "1");
     QMimeData text;
@@ -159,7 +160,7 @@ TEST_F(CameraListDraft, TakesItsOwnRowsOnlyAndOnlyToMoveThem) {
     EXPECT_EQ(model.supportedDropActions(), Qt::MoveAction);
 }
 
-TEST_F(CameraListDraft, DropBeforeAGapMovesTheRowThere) {
+TEST_F(CameraListDraft, DropIntoAGapMovesTheRowThere) {
     ASSERT_TRUE(drop("0", 3));
     EXPECT_EQ(names(), (QStringList{u"b"_s, u"c"_s, u"a"_s, u"d"_s}));
     ASSERT_TRUE(drop("3", 0));
@@ -172,22 +173,23 @@ TEST_F(CameraListDraft, DropBeforeAGapMovesTheRowThere) {
     EXPECT_EQ(dropped.at(2).first().toInt(), 3);
 }
 
-TEST_F(CameraListDraft, DropOntoARowGoesAboveItAndBelowAllRowsToTheEnd) {
+TEST_F(CameraListDraft, DropOntoARowGoesAboveItAndDropBelowAllRowsGoesToTheEnd) {
     ASSERT_TRUE(drop("3", -1, model.index(1, CameraListModel::address)));
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"d"_s, u"b"_s, u"c"_s}));
     ASSERT_TRUE(drop("0", -1));
     EXPECT_EQ(names(), (QStringList{u"d"_s, u"b"_s, u"c"_s, u"a"_s}));
 }
 
-TEST_F(CameraListDraft, DropInItsOwnPlaceIsTakenAndChangesNothing) {
+TEST_F(CameraListDraft, DroppingARowOntoItsOwnPlaceIsAcceptedAndChangesNothing) {
     ASSERT_TRUE(drop("1", 1));
     ASSERT_TRUE(drop("1", 2));
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s, u"c"_s, u"d"_s}));
     ASSERT_EQ(dropped.size(), 2);
-    EXPECT_EQ(dropped.at(1).first().toInt(), 1) << "it is selected all the same";
+    EXPECT_EQ(dropped.at(1).first().toInt(), 1)
+        << "the dropped row is reported although it did not move";
 }
 
-TEST_F(CameraListDraft, DropOfWhatIsNoRowIsRefused) {
+TEST_F(CameraListDraft, DropOfAnInvalidRowNumberIsRefused) {
     for (const char *text :
          {"4", "-1", "", "one", "1.0", "99999999999", " 1", "\xff", "0x1", "+", "2 "})
         EXPECT_FALSE(drop(text, 0)) << text;

@@ -1,4 +1,4 @@
-// The editor: typing, adding, removing, sorting and moving.
+// Tests of typing, adding, removing, sorting and moving in the editor.
 
 #include "CameraSettingsFixture.h"
 #include "configuration/ChildCase.h"
@@ -11,23 +11,20 @@ namespace {
 
 using namespace test;
 
-constexpr int nameColumn = CameraListModel::name;
-constexpr int addressColumn = CameraListModel::address;
-
 // ---- Editing ----
 
-TEST_F(CameraSettings, OneClickSelects) {
+TEST_F(CameraSettings, ClickSelectsTheRow) {
     open({u"a"_s, u"b"_s, u"c"_s});
     click(2, nameColumn);
     EXPECT_EQ(table().selectedRow(), 2);
     click(1, CameraListModel::order);
-    EXPECT_EQ(table().selectedRow(), 1) << "by its handle too";
+    EXPECT_EQ(table().selectedRow(), 1) << "a click on the drag handle also selects the row";
     click(0, addressColumn);
     EXPECT_EQ(table().selectedRow(), 0);
     EXPECT_EQ(field(), nullptr);
 }
 
-TEST_F(CameraSettings, HandleLiesInNobodysWay) {
+TEST_F(CameraSettings, DragHandleIsNotCoveredAndNotEditable) {
     open({u"a"_s, u"b"_s});
     doubleClick(0, nameColumn);
     ASSERT_NE(field(), nullptr);
@@ -36,11 +33,11 @@ TEST_F(CameraSettings, HandleLiesInNobodysWay) {
          {handle.center(), handle.topLeft(), handle.bottomRight(), handle.bottomLeft()})
         EXPECT_EQ(table().viewport()->childAt(point), nullptr);
     doubleClick(1, CameraListModel::order);
-    EXPECT_EQ(field(), nullptr) << "there is nothing to edit in it";
+    EXPECT_EQ(field(), nullptr) << "a drag handle cannot be edited";
     EXPECT_EQ(table().selectedRow(), 1);
 }
 
-TEST_F(CameraSettings, TypingReplacesTheText) {
+TEST_F(CameraSettings, TypingInASelectedCellReplacesItsText) {
     open({u"a"_s, u"b"_s});
     click(1, nameColumn);
     type(u"Yard"_s);
@@ -49,7 +46,7 @@ TEST_F(CameraSettings, TypingReplacesTheText) {
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"Yard"_s}));
 }
 
-TEST_F(CameraSettings, EachKeyReachesTheDraftAtOnceAndUntrimmed) {
+TEST_F(CameraSettings, EachKeystrokeUpdatesTheDraftWithoutTrimming) {
     open({u"a"_s, u"b"_s});
     doubleClick(0, nameColumn);
     ASSERT_NE(field(), nullptr);
@@ -60,13 +57,13 @@ TEST_F(CameraSettings, EachKeyReachesTheDraftAtOnceAndUntrimmed) {
     EXPECT_EQ(names().first(), u"a 1"_s);
     key(Qt::Key_Home);
     type(u" xy"_s);
-    EXPECT_EQ(names().first(), u" xya 1"_s) << "the insertion point stays where one types";
+    EXPECT_EQ(names().first(), u" xya 1"_s) << "the insertion point stays behind the typed text";
     key(Qt::Key_Backspace);
     EXPECT_EQ(names().first(), u" xa 1"_s);
     EXPECT_EQ(draft().at(1), cameraNamed(u"b"_s));
 }
 
-TEST_F(CameraSettings, FieldsShowWhatToTypeWhenEmpty) {
+TEST_F(CameraSettings, FieldsHavePlaceholdersAndAccessibleNames) {
     open({u"a"_s});
     doubleClick(0, nameColumn);
     ASSERT_NE(field(), nullptr);
@@ -78,14 +75,14 @@ TEST_F(CameraSettings, FieldsShowWhatToTypeWhenEmpty) {
     EXPECT_EQ(field()->accessibleName(), u"RTSP Address 1"_s);
 }
 
-TEST_F(CameraSettings, FieldHasTheHouseColours) {
+TEST_F(CameraSettings, FieldSelectsTextInTheAccentColour) {
     open({u"a"_s});
     doubleClick(0, addressColumn);
     ASSERT_NE(field(), nullptr);
     EXPECT_EQ(field()->selectedTextAttributes(), MirelFieldEditor::mirelSelection());
 }
 
-TEST_F(CameraSettings, TabGoesToTheNextCell) {
+TEST_F(CameraSettings, TabMovesTheEditToTheNextCell) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
@@ -97,13 +94,13 @@ TEST_F(CameraSettings, TabGoesToTheNextCell) {
     expectEdited(1, nameColumn);
 }
 
-TEST_F(CameraSettings, EscapeFirstLeavesTheEditAndThenCloses) {
+TEST_F(CameraSettings, FirstEscapeCancelsTheEditAndSecondClosesTheWindow) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
     ASSERT_EQ(names().at(1), u"Yard"_s);
     key(Qt::Key_Escape);
-    EXPECT_EQ(names().at(1), u"b"_s) << "what was there before";
+    EXPECT_EQ(names().at(1), u"b"_s) << "the text from before the edit";
     EXPECT_EQ(field(), nullptr);
     EXPECT_TRUE(window().isVisible());
     EXPECT_EQ(closings, 0);
@@ -113,7 +110,7 @@ TEST_F(CameraSettings, EscapeFirstLeavesTheEditAndThenCloses) {
     EXPECT_TRUE(saved.isEmpty());
 }
 
-TEST_F(CameraSettings, EscapeBringsBackThisCellsTextOnly) {
+TEST_F(CameraSettings, EscapeRestoresOnlyTheTextOfTheEditedCell) {
     open({u"a"_s});
     doubleClick(0, nameColumn);
     type(u"Yard"_s);
@@ -123,7 +120,7 @@ TEST_F(CameraSettings, EscapeBringsBackThisCellsTextOnly) {
     EXPECT_EQ(draft().first(), (Camera{u"Yard"_s, cameraNamed(u"a"_s).url}));
 }
 
-TEST_F(CameraSettings, ReturnFirstEndsTheEditAndThenSaves) {
+TEST_F(CameraSettings, FirstReturnEndsTheEditAndSecondSaves) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
@@ -138,14 +135,15 @@ TEST_F(CameraSettings, ReturnFirstEndsTheEditAndThenSaves) {
     EXPECT_EQ(saved.first().at(1).name, u"Yard"_s);
 }
 
-TEST_F(CameraSettings, SecondReturnSavesHoweverFastItComes) {
+TEST_F(CameraSettings, SecondReturnSavesEvenIfItFollowsImmediately) {
     for (const Qt::Key returnKey : {Qt::Key_Return, Qt::Key_Enter}) {
         saved.clear();
         open({u"a"_s, u"b"_s});
         doubleClick(1, nameColumn);
         type(u"Yard"_s);
         ASSERT_NE(field(), nullptr);
-        // In one turn: nothing that was put off to a later one comes between the two.
+        // Both events are delivered in the same iteration of the event loop, so deferred calls
+        // cannot run between them.
         for (int time = 0; time < 2; ++time) {
             QKeyEvent press(QEvent::KeyPress, returnKey, Qt::NoModifier, u"\r"_s);
             QCoreApplication::sendEvent(QApplication::focusWidget(), &press);
@@ -156,7 +154,7 @@ TEST_F(CameraSettings, SecondReturnSavesHoweverFastItComes) {
     }
 }
 
-TEST_F(CameraSettings, ReturnSavesFromTheTable) {
+TEST_F(CameraSettings, ReturnInTheTableSaves) {
     open({u"a"_s, u"b"_s});
     click(1, nameColumn);
     key(Qt::Key_Return);
@@ -164,7 +162,7 @@ TEST_F(CameraSettings, ReturnSavesFromTheTable) {
     EXPECT_EQ(closings, 1);
 }
 
-TEST_F(CameraSettings, KeysThatNothingUsesAreHandedOn) {
+TEST_F(CameraSettings, UnhandledKeysArePassedToTheKeyHandler) {
     open({u"a"_s});
     key(Qt::Key_F5);
     key(Qt::Key_F7);
@@ -172,12 +170,12 @@ TEST_F(CameraSettings, KeysThatNothingUsesAreHandedOn) {
     EXPECT_TRUE(window().isVisible());
     doubleClick(0, nameColumn);
     type(u"x"_s);
-    EXPECT_EQ(keys.size(), 2) << "what is typed is used";
+    EXPECT_EQ(keys.size(), 2) << "the field editor handles typed characters";
 }
 
 // ---- Adding and removing ----
 
-TEST_F(CameraSettings, AddedCameraIsTheLastAndItsNameIsEdited) {
+TEST_F(CameraSettings, AddAppendsACameraAndStartsEditingItsName) {
     open({u"a"_s, u"b"_s, u"c"_s});
     press(window().addButton);
     ASSERT_EQ(draft().size(), 4);
@@ -187,14 +185,14 @@ TEST_F(CameraSettings, AddedCameraIsTheLastAndItsNameIsEdited) {
     EXPECT_EQ(draft().last().name, u"Yard"_s) << "typing replaces the selected text";
 }
 
-TEST_F(CameraSettings, AddedCameraIsBroughtIntoView) {
+TEST_F(CameraSettings, AddedCameraIsScrolledIntoView) {
     open(manyCameras(60));
     press(window().addButton);
     EXPECT_TRUE(isInView(60));
     expectEdited(60, nameColumn);
 }
 
-TEST_F(CameraSettings, AddingToAnEmptyListLeavesNothingToRemove) {
+TEST_F(CameraSettings, OnlyCameraAddedToAnEmptyListCannotBeRemoved) {
     open(CameraList(), -1);
     press(window().addButton);
     expectEdited(0, nameColumn);
@@ -205,7 +203,7 @@ TEST_F(CameraSettings, AddingToAnEmptyListLeavesNothingToRemove) {
     EXPECT_EQ(names(), (QStringList{u"New Camera"_s, u"New Camera"_s}));
 }
 
-TEST_F(CameraSettings, AddingWhileTypingKeepsWhatWasTyped) {
+TEST_F(CameraSettings, AddingDuringAnEditKeepsTheTypedText) {
     open({u"a"_s});
     doubleClick(0, nameColumn);
     type(u"Yard"_s);
@@ -214,7 +212,7 @@ TEST_F(CameraSettings, AddingWhileTypingKeepsWhatWasTyped) {
     expectEdited(1, nameColumn);
 }
 
-TEST_F(CameraSettings, RemovingTheLastRowSelectsTheNewLast) {
+TEST_F(CameraSettings, RemovingTheLastRowSelectsTheNewLastRow) {
     open({u"a"_s, u"b"_s, u"c"_s}, 2);
     press(window().removeButton);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s}));
@@ -223,10 +221,10 @@ TEST_F(CameraSettings, RemovingTheLastRowSelectsTheNewLast) {
     press(window().removeButton);
     EXPECT_EQ(names(), QStringList(u"a"_s));
     EXPECT_EQ(table().selectedRow(), 0);
-    EXPECT_FALSE(window().removeButton->isEnabled()) << "one has to stay";
+    EXPECT_FALSE(window().removeButton->isEnabled()) << "the last camera cannot be removed";
 }
 
-TEST_F(CameraSettings, RemovingTheFirstRowSelectsTheNewFirst) {
+TEST_F(CameraSettings, RemovingTheFirstRowSelectsTheNewFirstRow) {
     open({u"a"_s, u"b"_s, u"c"_s});
     press(window().removeButton);
     EXPECT_EQ(names(), (QStringList{u"b"_s, u"c"_s}));
@@ -259,7 +257,7 @@ TEST_F(CameraSettings, RemoveButtonFollowsTheSelection) {
     EXPECT_FALSE(window().removeButton->isEnabled());
 }
 
-TEST_F(CameraSettings, RemovingWhileTypingRemovesTheRow) {
+TEST_F(CameraSettings, RemovingDuringAnEditRemovesTheRow) {
     open({u"a"_s, u"b"_s, u"c"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
@@ -282,7 +280,7 @@ TEST_F(CameraSettings, RemovingDoesNotScroll) {
 
 // ---- Sorting and moving ----
 
-TEST_F(CameraSettings, SortingIgnoresCapitalsAndKeepsTheSelection) {
+TEST_F(CameraSettings, SortingIgnoresCaseAndKeepsTheSelection) {
     open({u"beta"_s, u"Alpha"_s, u"gamma"_s}, 0);
     press(window().sortAscendingButton);
     EXPECT_EQ(names(), (QStringList{u"Alpha"_s, u"beta"_s, u"gamma"_s}));
@@ -309,14 +307,14 @@ TEST_F(CameraSettings, SortingSelectsTheFirstOfEqualCameras) {
     EXPECT_EQ(table().selectedRow(), 1);
 }
 
-TEST_F(CameraSettings, SortingBringsTheSelectedCameraIntoView) {
+TEST_F(CameraSettings, SortingScrollsToTheSelectedCamera) {
     open(manyCameras(60) + camerasNamed({u"A"_s}), 60);
     press(window().sortAscendingButton);
     EXPECT_EQ(table().selectedRow(), 0);
     EXPECT_TRUE(isInView(0));
 }
 
-TEST_F(CameraSettings, SortingCountsWhatIsBeingTyped) {
+TEST_F(CameraSettings, SortingIncludesTheTextBeingTyped) {
     open({u"a"_s, u"b"_s});
     doubleClick(0, nameColumn);
     type(u"z"_s);
@@ -333,7 +331,7 @@ TEST_F(CameraSettings, AltUpAndAltDownMoveTheSelectedCamera) {
     EXPECT_EQ(table().selectedRow(), 1);
     key(Qt::Key_Down, Qt::AltModifier);
     key(Qt::Key_Down, Qt::AltModifier);
-    EXPECT_EQ(names(), (QStringList{u"b"_s, u"c"_s, u"a"_s})) << "and no further than the end";
+    EXPECT_EQ(names(), (QStringList{u"b"_s, u"c"_s, u"a"_s})) << "the last row cannot move down";
     EXPECT_EQ(table().selectedRow(), 2);
     for (int press = 0; press < 3; ++press)
         key(Qt::Key_Up, Qt::AltModifier);
@@ -341,7 +339,7 @@ TEST_F(CameraSettings, AltUpAndAltDownMoveTheSelectedCamera) {
     EXPECT_EQ(table().selectedRow(), 0);
 }
 
-TEST_F(CameraSettings, AltDownMovesTheCameraThatIsBeingEdited) {
+TEST_F(CameraSettings, AltDownDuringAnEditMovesTheEditedCamera) {
     open({u"a"_s, u"b"_s}, 0);
     table().editCell(0, CameraListModel::name);
     type(u"x"_s);
@@ -350,12 +348,12 @@ TEST_F(CameraSettings, AltDownMovesTheCameraThatIsBeingEdited) {
     EXPECT_EQ(table().selectedRow(), 1);
 }
 
-TEST_F(CameraSettings, TabPassesOverTheHandles) {
+TEST_F(CameraSettings, TabSkipsTheDragHandles) {
     open({u"a"_s, u"b"_s}, 0);
     table().editCell(0, CameraListModel::address);
     key(Qt::Key_Tab);
     EXPECT_EQ(table().currentIndex(), cell(1, CameraListModel::name));
-    ASSERT_NE(field(), nullptr) << "the edit goes on";
+    ASSERT_NE(field(), nullptr) << "the edit continues in the next field";
     key(Qt::Key_Backtab);
     EXPECT_EQ(table().currentIndex(), cell(0, CameraListModel::address));
     EXPECT_NE(field(), nullptr);
@@ -367,14 +365,14 @@ TEST_F(CameraSettings, AltDownWithoutSelectionMovesNothing) {
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s}));
 }
 
-TEST_F(CameraSettings, PlainArrowsMoveTheSelection) {
+TEST_F(CameraSettings, ArrowKeysMoveTheSelection) {
     open({u"a"_s, u"b"_s});
     key(Qt::Key_Down);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s}));
     EXPECT_EQ(table().selectedRow(), 1);
 }
 
-TEST_F(CameraSettings, DroppedRowIsSelectedAndInView) {
+TEST_F(CameraSettings, DroppedRowIsSelectedAndScrolledIntoView) {
     open(manyCameras(60), 5);
     QMimeData row;
     row.setData(CameraListModel::cameraRowType(), "0");
@@ -384,7 +382,7 @@ TEST_F(CameraSettings, DroppedRowIsSelectedAndInView) {
     EXPECT_EQ(draft().at(49).name, u"Camera 0"_s);
 }
 
-TEST_F(CameraSettings, WhatAnotherProgramDragsIsRefused) {
+TEST_F(CameraSettings, DropFromAnotherProgramIsRefused) {
     open({u"a"_s, u"b"_s});
     QMimeData text;
     text.setText(u"1"_s);

@@ -1,4 +1,4 @@
-// The editor: importing and exporting.
+// Tests of importing and exporting in the editor.
 
 #include "CameraSettingsFixture.h"
 #include "configuration/ChildCase.h"
@@ -11,13 +11,11 @@ namespace {
 
 using namespace test;
 
-constexpr int nameColumn = CameraListModel::name;
-
 // ---- Importing ----
 
-TEST_F(CameraSettings, ImportReplacesTheListAndSavesNothing) {
+TEST_F(CameraSettings, ImportReplacesTheDraftAndSavesNothing) {
     open({u"a"_s, u"b"_s}, 1);
-    // Taken as they stand: neither trimmed nor checked.
+    // An import neither trims nor validates the cameras.
     const CameraList imported{{u" x "_s, u"nonsense"_s}, {u""_s, u""_s}};
     panels.chosen = folder.path(u"list.json"_s);
     putBytes(*panels.chosen, CameraConfiguration{imported}.encoded());
@@ -31,7 +29,7 @@ TEST_F(CameraSettings, ImportReplacesTheListAndSavesNothing) {
     EXPECT_EQ(panels.opened.first().prompt, u"Import"_s);
 }
 
-TEST_F(CameraSettings, ImportOfOneCameraLeavesNothingToRemove) {
+TEST_F(CameraSettings, ImportOfOneCameraDisablesTheRemoveButton) {
     open({u"a"_s, u"b"_s});
     panels.chosen = folder.path(u"list.json"_s);
     putBytes(*panels.chosen, CameraConfiguration{camerasNamed({u"x"_s})}.encoded());
@@ -40,7 +38,7 @@ TEST_F(CameraSettings, ImportOfOneCameraLeavesNothingToRemove) {
     EXPECT_FALSE(window().removeButton->isEnabled());
 }
 
-TEST_F(CameraSettings, ImportThatIsCancelledKeepsWhatWasTyped) {
+TEST_F(CameraSettings, CancelledImportKeepsTheTypedText) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
@@ -51,7 +49,7 @@ TEST_F(CameraSettings, ImportThatIsCancelledKeepsWhatWasTyped) {
     EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
-TEST_F(CameraSettings, ImportOfFiveThousandCamerasShowsThemFromTheTop) {
+TEST_F(CameraSettings, ImportOfFiveThousandCamerasSelectsTheFirstOne) {
     open(manyCameras(60), 59);
     const CameraList imported = manyCameras(5000, u"Imported"_s);
     panels.chosen = folder.path(u"list.json"_s);
@@ -60,7 +58,8 @@ TEST_F(CameraSettings, ImportOfFiveThousandCamerasShowsThemFromTheTop) {
     timer.start();
     press(window().importButton);
     table().viewport()->repaint();
-    EXPECT_LT(timer.elapsed(), 5000); // Only a fault of another order is one.
+    // A generous limit in milliseconds that detects quadratic run time.
+    EXPECT_LT(timer.elapsed(), 5000);
     EXPECT_EQ(draft(), imported);
     EXPECT_EQ(table().selectedRow(), 0);
     EXPECT_EQ(table().verticalScrollBar()->value(), 0);
@@ -79,7 +78,7 @@ void PrintTo(const BadImport &row, std::ostream *out) {
 
 class BadImports : public CameraSettings, public testing::WithParamInterface<BadImport> {};
 
-TEST_P(BadImports, AreRefusedAndTheListIsKept) {
+TEST_P(BadImports, AreRefusedAndTheDraftIsKept) {
     open({u"a"_s, u"b"_s}, 1);
     panels.chosen = folder.path(u"list.json"_s);
     putBytes(*panels.chosen, GetParam().bytes);
@@ -112,7 +111,7 @@ class UnreadableImports : public CameraSettings {
         open({u"a"_s, u"b"_s});
         panels.chosen = folder.path(u"list.json"_s);
     }
-    /// Imports what is there, and expects to be told `reason` and to keep the list.
+    /// Imports the chosen file. Expects an alert with `reason` and an unchanged draft.
     void expectRefusal(const QString &reason) {
         alerts.clear();
         press(window().importButton);
@@ -122,31 +121,31 @@ class UnreadableImports : public CameraSettings {
     }
 };
 
-TEST_F(UnreadableImports, AFileThatIsGone) {
+TEST_F(UnreadableImports, MissingFileIsReported) {
     expectRefusal(u"it does not exist."_s);
 }
 
-TEST_F(UnreadableImports, AFolder) {
+TEST_F(UnreadableImports, FolderIsReported) {
     ASSERT_TRUE(QDir().mkpath(*panels.chosen));
     expectRefusal(u"a folder is in its place."_s);
 }
 
-TEST_F(UnreadableImports, ASocket) {
+TEST_F(UnreadableImports, SocketIsReported) {
     QLocalServer socket;
     ASSERT_TRUE(socket.listen(*panels.chosen));
     expectRefusal(u"what is in its place is not a file."_s);
 }
 
-TEST_F(UnreadableImports, WhatIsTooLargeByItsSize) {
+TEST_F(UnreadableImports, TooLargeFileIsReported) {
     QFile big(*panels.chosen);
     ASSERT_TRUE(big.open(QIODevice::WriteOnly));
     for (const qint64 size : {CameraConfigurationStore::largestDocument + 1, qint64{1} << 30}) {
-        ASSERT_TRUE(big.resize(size)); // takes no room on the disk
+        ASSERT_TRUE(big.resize(size)); // A sparse file, which occupies no space on the disk.
         expectRefusal(u"the file is too large."_s);
     }
 }
 
-TEST_F(CameraSettings, ImportOfTheLargestDocumentIsRead) {
+TEST_F(CameraSettings, ImportOfTheLargestAllowedDocumentSucceeds) {
     open({u"a"_s, u"b"_s});
     panels.chosen = folder.path(u"big.json"_s);
     QByteArray document = CameraConfiguration{camerasNamed({u"x"_s})}.encoded();
@@ -187,7 +186,7 @@ TEST_F(CameraSettings, ExportWritesTheTrimmedListAndKeepsTheDraft) {
     EXPECT_EQ(panels.saved.first().suggestedName, u"lumvik-cameras.json"_s);
 }
 
-TEST_F(CameraSettings, ExportCountsWhatIsBeingTyped) {
+TEST_F(CameraSettings, ExportIncludesTheTextBeingTyped) {
     open({u"a"_s});
     panels.chosen = folder.path(u"out.json"_s);
     doubleClick(0, nameColumn);
@@ -198,7 +197,7 @@ TEST_F(CameraSettings, ExportCountsWhatIsBeingTyped) {
     EXPECT_EQ(written->cameras.first().name, u"Yard"_s);
 }
 
-TEST_F(CameraSettings, ExportThatIsCancelledWritesNothing) {
+TEST_F(CameraSettings, CancelledExportWritesNothing) {
     open({u"a"_s});
     press(window().exportButton);
     EXPECT_EQ(panels.saved.size(), 1);
@@ -206,7 +205,7 @@ TEST_F(CameraSettings, ExportThatIsCancelledWritesNothing) {
     EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
-TEST_F(CameraSettings, ExportOfABadListAsksForNoFile) {
+TEST_F(CameraSettings, ExportOfAnInvalidListDoesNotOpenTheFilePanel) {
     const CameraList cameras{cameraNamed(u"a"_s), {u"  "_s, u"rtsp://b/"_s}};
     open(cameras);
     press(window().exportButton);
@@ -224,7 +223,7 @@ TEST_F(CameraSettings, ExportOfAnEmptyListIsRefused) {
     expectNothingChanged({});
 }
 
-TEST_F(CameraSettings, ExportIntoAReadOnlyFolderSaysSo) {
+TEST_F(CameraSettings, ExportIntoAReadOnlyFolderIsReported) {
     open({u"a"_s});
     const QString readOnly = folder.path(u"read-only"_s);
     ASSERT_TRUE(QDir().mkpath(readOnly));
@@ -240,7 +239,7 @@ TEST_F(CameraSettings, ExportIntoAReadOnlyFolderSaysSo) {
     });
 }
 
-TEST_F(CameraSettings, ExportOntoAFullDiskLeavesTheOldFile) {
+TEST_F(CameraSettings, ExportOntoAFullDiskKeepsTheOldFile) {
     CameraList many;
     for (int n = 0; n < 2000; ++n)
         many.append(cameraNamed(QString::number(n)));
@@ -260,7 +259,7 @@ TEST_F(CameraSettings, ExportOntoAFullDiskLeavesTheOldFile) {
     });
 }
 
-TEST_F(CameraSettings, ExportIntoAMissingFolderSaysSo) {
+TEST_F(CameraSettings, ExportIntoAMissingFolderIsReported) {
     open({u"a"_s});
     panels.chosen = folder.path(u"missing/out.json"_s);
     press(window().exportButton);

@@ -18,8 +18,15 @@
 
 namespace lumvik::test {
 
-/// How long a test waits for what the window is to do.
-constexpr int patience = 5000;
+/// The time limit for expected events, in milliseconds.
+inline constexpr int patience = 5000;
+
+/// The columns of the table, as numbers.
+inline constexpr int nameColumn = CameraListModel::name;
+inline constexpr int addressColumn = CameraListModel::address;
+
+/// The accent colour, as the user sees it.
+inline const QColor accent(203, 93, 82);
 
 inline Camera cameraNamed(const QString &name) {
     return {name, u"rtsp://user:s3cret@%1.example/live"_s.arg(name)};
@@ -32,8 +39,8 @@ inline CameraList camerasNamed(const QStringList &names) {
     return cameras;
 }
 
-/// The camera settings window as a user has it before them, with alerts and file panels that answer
-/// at once and a store in a folder of the test's own.
+/// The camera settings window with a store in a temporary folder. Alerts and file panels are
+/// replaced by fakes that return immediately.
 class CameraSettings : public testing::Test {
   protected:
     void TearDown() override {
@@ -73,7 +80,7 @@ class CameraSettings : public testing::Test {
     }
     void open(const QStringList &names, int selected = 0) { open(camerasNamed(names), selected); }
 
-    // What there is.
+    // ---- The state of the window ----
 
     [[nodiscard]] CameraSettingsWindow &window() const { return editor->window(); }
     [[nodiscard]] CameraTableView &table() const { return window().tableView(); }
@@ -90,12 +97,12 @@ class CameraSettings : public testing::Test {
     [[nodiscard]] bool isInView(int row) const {
         return table().viewport()->rect().contains(table().visualRect(cell(row, 1)));
     }
-    /// The field in which something is typed at the moment; nullptr without one.
+    /// Returns the field editor that has the focus, or nullptr if no cell is being edited.
     [[nodiscard]] static MirelFieldEditor *field() {
         return qobject_cast<MirelFieldEditor *>(QApplication::focusWidget());
     }
 
-    // What the user does.
+    // ---- User input ----
 
     static void press(QPushButton *button) { QTest::mouseClick(button, Qt::LeftButton); }
     void click(int row, int column) const {
@@ -105,7 +112,7 @@ class CameraSettings : public testing::Test {
         click(row, column);
         QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, middleOf(row, column));
     }
-    /// Presses a key wherever keys go at the moment.
+    /// Presses a key in the widget that has the focus.
     static void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
         ASSERT_NE(QApplication::focusWidget(), nullptr);
         QTest::keyClick(QApplication::focusWidget(), key, modifiers);
@@ -120,9 +127,9 @@ class CameraSettings : public testing::Test {
         return table().visualRect(cell(row, column)).center();
     }
 
-    // What is expected.
+    // ---- Expectations ----
 
-    /// There has been one alert, with these texts.
+    /// Exactly one alert was shown, and it had these texts.
     void expectAlert(const QString &title, const QString &message) const {
         ASSERT_EQ(alerts.shown().size(), 1);
         const Alert &alert = alerts.shown().first();
@@ -131,14 +138,14 @@ class CameraSettings : public testing::Test {
         EXPECT_EQ(alert.style, Alert::Style::warning);
         EXPECT_EQ(alert.buttons.size(), 1);
     }
-    /// A failure left the window open with this draft in it, and nothing was saved.
+    /// The window is still open with the draft `cameras`, and nothing was saved.
     void expectNothingChanged(const CameraList &cameras) const {
         EXPECT_EQ(draft(), cameras);
         EXPECT_TRUE(window().isVisible());
         EXPECT_EQ(closings, 0);
         EXPECT_FALSE(QFile::exists(storage));
     }
-    /// The cell is being edited and all of its text is selected.
+    /// The cell is being edited, and its whole text is selected.
     void expectEdited(int row, int column) const {
         ASSERT_NE(field(), nullptr);
         EXPECT_EQ(table().currentIndex(), cell(row, column));
@@ -153,12 +160,12 @@ class CameraSettings : public testing::Test {
     const CameraConfigurationStore store{storage};
     FakeAlerts alerts;
     FakeFilePanels panels;
-    /// In the place of the store's own saving.
+    /// Called instead of the store's `save` if it is set.
     std::function<tl::expected<void, StoreError>(const CameraList &)> saving;
-    QList<CameraList> saved; ///< Every list that was handed over.
+    QList<CameraList> saved; ///< Every list that was passed to the save handler.
     int closings = 0;
-    QList<QUrl> opened; ///< With the user's browser.
-    QList<int> keys;    ///< That nothing in the window used; F5 is one of the program's own.
+    QList<QUrl> opened; ///< The addresses that were passed to openUrl.
+    QList<int> keys; ///< The keys that were passed to the keyDown handler, which handles F5 only.
     std::unique_ptr<CameraSettingsController> editor;
 };
 

@@ -1,5 +1,7 @@
 #include "editor/MirelCameraRowView.h"
 
+#include "CameraSettingsFixture.h"
+
 #include <QImage>
 #include <QPainter>
 
@@ -11,9 +13,10 @@
 namespace lumvik {
 namespace {
 
+using namespace test;
+
 constexpr QSize rowSize{200, 44};
 constexpr QColor band(10, 120, 200);
-const QColor house(203, 93, 82);
 
 QPalette palette() {
     QPalette palette(Qt::yellow);
@@ -21,7 +24,7 @@ QPalette palette() {
     return palette;
 }
 
-/// What `draw` draws on a row that lies at `origin`, without what lies around the row.
+/// Returns the image that `draw` draws in a row at `origin`, without the area around the row.
 template<typename Draw>
 QImage drawn(Draw draw, QPoint origin = {}) {
     QImage image(QSize(origin.x(), origin.y()) + rowSize + QSize(20, 20),
@@ -55,8 +58,8 @@ bool isEmpty(const QImage &image) {
     return true;
 }
 
-/// How many pixels of a filled corner are left out, counted with their share. `corner` is the
-/// pixel in the corner and `step` the way into the shape.
+/// Returns the transparent area of a rounded corner in pixels. Partly covered pixels count in
+/// proportion. `corner` is the outermost pixel and `step` the direction into the shape.
 qreal missingInCorner(const QImage &image, QPoint corner, QPoint step) {
     qreal missing = 0;
     for (int y = 0; y < 14; ++y) {
@@ -68,7 +71,8 @@ qreal missingInCorner(const QImage &image, QPoint corner, QPoint step) {
     return missing;
 }
 
-/// Expects the row's shape: 2 points free at the sides, 1 above and below, corners of radius 7.
+/// Expects a rounded rectangle that is inset by 2 points at the left and right and by 1 point at
+/// the top and bottom. The corners have a radius of 7 points.
 void expectInsetRoundedShape(const QImage &image, const QColor &colour) {
     const int right = rowSize.width() - 1;
     const int bottom = rowSize.height() - 1;
@@ -86,7 +90,8 @@ void expectInsetRoundedShape(const QImage &image, const QColor &colour) {
         for (const int x : {0, 1, right - 1, right})
             EXPECT_EQ(image.pixelColor(x, y).alpha(), 0) << x << ' ' << y;
     }
-    // A quarter of a circle leaves out (1 - pi/4) of its square; 6 or 8 would be 3 pixels off.
+    // A quarter circle leaves (1 - pi/4) of its square empty. With a radius of 6 or 8 points the
+    // area would differ by 3 pixels.
     const qreal expected = (1 - std::numbers::pi / 4) * 7 * 7;
     EXPECT_NEAR(missingInCorner(image, {2, 1}, {1, 1}), expected, 0.7);
     EXPECT_NEAR(missingInCorner(image, {right - 2, 1}, {-1, 1}), expected, 0.7);
@@ -94,7 +99,7 @@ void expectInsetRoundedShape(const QImage &image, const QColor &colour) {
     EXPECT_NEAR(missingInCorner(image, {right - 2, bottom - 1}, {-1, -1}), expected, 0.7);
 }
 
-TEST(MirelCameraRowView, StartsWithoutBandAndUnselected) {
+TEST(MirelCameraRowView, HasNeitherBandNorSelectionByDefault) {
     const MirelCameraRowView row;
     EXPECT_FALSE(row.usesAlternateBackground);
     EXPECT_TRUE(isEmpty(background(row)));
@@ -107,13 +112,13 @@ TEST(MirelCameraRowView, BandIsAnInsetRoundedShapeInTheAlternateColour) {
     expectInsetRoundedShape(background(row), band);
 }
 
-TEST(MirelCameraRowView, BandLiesInTheRowWhereverTheRowIs) {
+TEST(MirelCameraRowView, BandIsDrawnAtThePositionOfTheRow) {
     MirelCameraRowView row;
     row.usesAlternateBackground = true;
     EXPECT_EQ(background(row, {11, 88}), background(row));
 }
 
-TEST(MirelCameraRowView, BandIsTheSameUnderASelectedRow) {
+TEST(MirelCameraRowView, SelectionDoesNotChangeTheBand) {
     MirelCameraRowView row;
     row.isSelected = true;
     EXPECT_TRUE(isEmpty(background(row))) << "no band without the flag";
@@ -121,22 +126,24 @@ TEST(MirelCameraRowView, BandIsTheSameUnderASelectedRow) {
     expectInsetRoundedShape(background(row), band);
 }
 
-TEST(MirelCameraRowView, SelectionIsTheSameShapeInTheHouseColour) {
+TEST(MirelCameraRowView, SelectionIsAnInsetRoundedShapeInTheAccentColour) {
     MirelCameraRowView row;
     row.isSelected = true;
-    expectInsetRoundedShape(selection(row), house);
+    expectInsetRoundedShape(selection(row), accent);
     row.usesAlternateBackground = true;
-    expectInsetRoundedShape(selection(row), house);
+    expectInsetRoundedShape(selection(row), accent);
 }
 
-TEST(MirelCameraRowView, HighlightStyleNoneDrawsNoSelection) {
+TEST(MirelCameraRowView, DeselectedRowDrawsNoSelection) {
     MirelCameraRowView row;
+    row.usesAlternateBackground = true;
     row.isSelected = true;
-    row.selectionHighlightStyle = SelectionHighlightStyle::none;
+    EXPECT_FALSE(isEmpty(selection(row)));
+    row.isSelected = false;
     EXPECT_TRUE(isEmpty(selection(row)));
 }
 
-TEST(MirelCameraRowView, LeavesThePainterAsItWas) {
+TEST(MirelCameraRowView, DoesNotChangeTheStateOfThePainter) {
     MirelCameraRowView row;
     row.usesAlternateBackground = true;
     row.isSelected = true;

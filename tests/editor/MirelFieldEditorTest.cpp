@@ -1,5 +1,6 @@
 #include "editor/MirelFieldEditor.h"
 
+#include "CameraSettingsFixture.h"
 #include "style/LumvikPalette.h"
 
 #include <QApplication>
@@ -12,9 +13,7 @@ namespace lumvik {
 namespace {
 
 using namespace Qt::StringLiterals;
-
-const QColor house(203, 93, 82);
-constexpr int patience = 5000;
+using namespace test;
 
 QImage grabbed(MirelFieldEditor &field) {
     return field.grab().toImage().convertToFormat(QImage::Format_RGB32);
@@ -29,12 +28,12 @@ int count(const QImage &image, const QColor &colour) {
     return found;
 }
 
-/// The columns of the picture that hold house colour.
-QList<int> houseColumns(const QImage &image) {
+/// Returns the columns of the image that contain the accent colour.
+QList<int> accentColumns(const QImage &image) {
     QList<int> columns;
     for (int x = 0; x < image.width(); ++x) {
         for (int y = 0; y < image.height(); ++y) {
-            if (image.pixelColor(x, y) == house) {
+            if (image.pixelColor(x, y) == accent) {
                 columns.append(x);
                 break;
             }
@@ -43,7 +42,7 @@ QList<int> houseColumns(const QImage &image) {
     return columns;
 }
 
-/// A field in a window, with the window system's flashing of insertion points turned off.
+/// A field editor in a window. The insertion point does not blink.
 class FieldEditor : public testing::Test {
   protected:
     FieldEditor() {
@@ -63,18 +62,18 @@ class FieldEditor : public testing::Test {
         ASSERT_TRUE(QTest::qWaitFor([this] { return field.hasFocus(); }, patience));
     }
 
-    void expectHouseColours() {
+    void expectAccentColours() {
         EXPECT_EQ(field.selectedTextAttributes(), MirelFieldEditor::mirelSelection());
-        EXPECT_EQ(field.insertionPointColor(), house);
+        EXPECT_EQ(field.insertionPointColor(), accent);
     }
 
-    /// Whatever `colour` somebody set for selected text, it is not to be seen.
-    void expectSelectionIsDrawnInHouseColour(const QColor &colour) {
+    /// Selected text is drawn in the accent colour and not in `colour`, which other code has set.
+    void expectSelectionIsDrawnInAccentColour(const QColor &colour) {
         field.setText(u"Camera"_s);
         field.selectAll();
         const QImage image = grabbed(field);
         EXPECT_EQ(count(image, colour), 0);
-        EXPECT_GT(count(image, house), 300) << "the ground of six letters";
+        EXPECT_GT(count(image, accent), 300) << "the background of six letters";
         EXPECT_GT(count(image, Qt::white), 20);
     }
 
@@ -84,56 +83,56 @@ class FieldEditor : public testing::Test {
     QLineEdit other{&window};
 };
 
-TEST_F(FieldEditor, HouseSelectionIsWhiteOnTheHouseColour) {
-    EXPECT_EQ(MirelFieldEditor::mirelSelection().background, house);
+TEST_F(FieldEditor, MirelSelectionIsWhiteOnTheAccentColour) {
+    EXPECT_EQ(MirelFieldEditor::mirelSelection().background, accent);
     EXPECT_EQ(MirelFieldEditor::mirelSelection().foreground, QColor(Qt::white));
-    EXPECT_EQ(LumvikPalette::mirel(), house);
+    EXPECT_EQ(LumvikPalette::mirel(), accent);
     EXPECT_EQ(&MirelFieldEditor::mirelSelection(), &MirelFieldEditor::mirelSelection());
 }
 
-TEST_F(FieldEditor, HasTheHouseColoursFromTheStart) {
-    expectHouseColours();
-    EXPECT_EQ(field.palette().color(QPalette::Inactive, QPalette::Highlight), house)
-        << "and when another window is in front";
+TEST_F(FieldEditor, HasTheAccentColoursFromTheStart) {
+    expectAccentColours();
+    EXPECT_EQ(field.palette().color(QPalette::Inactive, QPalette::Highlight), accent)
+        << "also while another window is active";
 }
 
-TEST_F(FieldEditor, SelectedTextKeepsTheHouseColoursWhateverPaletteIsSet) {
+TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursWhateverPaletteIsSet) {
     show();
     for (const QColor &colour : {QColor(Qt::blue), QColor(Qt::green)}) {
         QPalette palette = field.palette();
         palette.setColor(QPalette::Highlight, colour);
         palette.setColor(QPalette::HighlightedText, Qt::black);
         field.setPalette(palette);
-        expectHouseColours();
-        expectSelectionIsDrawnInHouseColour(colour);
+        expectAccentColours();
+        expectSelectionIsDrawnInAccentColour(colour);
     }
     field.setPalette(QPalette());
-    expectHouseColours();
+    expectAccentColours();
 }
 
-TEST_F(FieldEditor, OtherColoursOfAPaletteAreTaken) {
+TEST_F(FieldEditor, OtherColoursOfAPaletteAreApplied) {
     QPalette palette = field.palette();
     palette.setColor(QPalette::Highlight, Qt::blue);
     palette.setColor(QPalette::Text, Qt::green);
     field.setPalette(palette);
     EXPECT_EQ(field.palette().color(QPalette::Text), QColor(Qt::green));
-    expectHouseColours();
+    expectAccentColours();
 }
 
-TEST_F(FieldEditor, SelectedTextKeepsTheHouseColoursWhenTheDesktopsChange) {
+TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursWhenTheDesktopPaletteChanges) {
     show();
     const QPalette before = QApplication::palette();
     QPalette desktop = before;
     desktop.setColor(QPalette::Highlight, Qt::blue);
     desktop.setColor(QPalette::HighlightedText, Qt::yellow);
     QApplication::setPalette(desktop);
-    expectHouseColours();
-    expectSelectionIsDrawnInHouseColour(Qt::blue);
+    expectAccentColours();
+    expectSelectionIsDrawnInAccentColour(Qt::blue);
     QApplication::setPalette(before);
-    expectHouseColours();
+    expectAccentColours();
 }
 
-TEST_F(FieldEditor, SelectedTextKeepsTheHouseColoursInAnotherWindow) {
+TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursInAnotherWindow) {
     show();
     QWidget blueWindow;
     QPalette palette;
@@ -141,63 +140,64 @@ TEST_F(FieldEditor, SelectedTextKeepsTheHouseColoursInAnotherWindow) {
     blueWindow.setPalette(palette);
     blueWindow.resize(300, 80);
     field.setParent(&blueWindow);
-    expectHouseColours();
+    expectAccentColours();
     blueWindow.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&blueWindow));
     field.show();
-    expectSelectionIsDrawnInHouseColour(Qt::blue);
+    expectSelectionIsDrawnInAccentColour(Qt::blue);
     field.setParent(&window);
 }
 
-TEST_F(FieldEditor, InsertionPointIsDrawnInTheHouseColour) {
+TEST_F(FieldEditor, InsertionPointIsDrawnInTheAccentColour) {
     show();
     QPalette palette = field.palette();
     palette.setColor(QPalette::Text, Qt::blue);
     field.setPalette(palette);
     const QImage image = grabbed(field);
-    const QList<int> columns = houseColumns(image);
-    ASSERT_EQ(columns.size(), 2) << "a line two points wide";
+    const QList<int> columns = accentColumns(image);
+    ASSERT_EQ(columns.size(), 2) << "the line is two points wide";
     EXPECT_EQ(columns.last() - columns.first(), 1);
-    EXPECT_GT(count(image, house), 2 * 8) << "as high as a letter";
-    EXPECT_EQ(count(image, Qt::blue), 0) << "and no second one in the colour of the text";
+    EXPECT_GT(count(image, accent), 2 * 8) << "the line is as high as a letter";
+    EXPECT_EQ(count(image, Qt::blue), 0)
+        << "Qt does not draw a second line in the colour of the text";
 }
 
-TEST_F(FieldEditor, InsertionPointFollowsTheTyping) {
+TEST_F(FieldEditor, InsertionPointFollowsTheTypedText) {
     show();
-    const QList<int> atFirst = houseColumns(grabbed(field));
+    const QList<int> atFirst = accentColumns(grabbed(field));
     QTest::keyClicks(&field, u"iii"_s);
-    const QList<int> behind = houseColumns(grabbed(field));
+    const QList<int> behind = accentColumns(grabbed(field));
     QTest::keyClick(&field, Qt::Key_Home);
-    const QList<int> home = houseColumns(grabbed(field));
+    const QList<int> home = accentColumns(grabbed(field));
     ASSERT_EQ(atFirst.size(), 2);
     ASSERT_EQ(behind.size(), 2);
     EXPECT_GT(behind.first(), atFirst.first());
     EXPECT_EQ(home, atFirst);
 }
 
-TEST_F(FieldEditor, InsertionPointIsDrawnOnlyWhereOneCanType) {
+TEST_F(FieldEditor, InsertionPointIsHiddenWithoutFocusAndWhenReadOnly) {
     show();
-    EXPECT_EQ(houseColumns(grabbed(field)).size(), 2);
+    EXPECT_EQ(accentColumns(grabbed(field)).size(), 2);
     other.setFocus();
-    EXPECT_EQ(houseColumns(grabbed(field)).size(), 0) << "the keys go elsewhere";
+    EXPECT_EQ(accentColumns(grabbed(field)).size(), 0) << "another field has the focus";
     field.setReadOnly(true);
     field.setFocus();
-    EXPECT_EQ(houseColumns(grabbed(field)).size(), 0) << "nothing can be typed";
+    EXPECT_EQ(accentColumns(grabbed(field)).size(), 0) << "the field is read-only";
 }
 
-TEST_F(FieldEditor, InsertionPointBlinksAsTheDesktopSays) {
+TEST_F(FieldEditor, InsertionPointBlinksAtTheRateOfTheDesktop) {
     QApplication::setCursorFlashTime(100);
     show();
-    const auto isDrawn = [this] { return houseColumns(grabbed(field)).size() == 2; };
+    const auto isDrawn = [this] { return accentColumns(grabbed(field)).size() == 2; };
     EXPECT_TRUE(QTest::qWaitFor([&] { return !isDrawn(); }, patience));
     EXPECT_TRUE(QTest::qWaitFor(isDrawn, patience));
 }
 
-TEST_F(FieldEditor, SelectedTextKeepsTheHouseColoursInAWindowBehindOthers) {
+TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursInAnInactiveWindow) {
     QPalette palette = field.palette();
     palette.setColor(QPalette::Inactive, QPalette::Highlight, Qt::blue);
     field.setPalette(palette);
-    EXPECT_EQ(field.palette().color(QPalette::Inactive, QPalette::Highlight), house);
+    EXPECT_EQ(field.palette().color(QPalette::Inactive, QPalette::Highlight), accent);
 }
 
 } // namespace

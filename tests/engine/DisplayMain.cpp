@@ -7,8 +7,8 @@
 
 #include <cstdio>
 
-/// The main function of test programs whose windows need a screen: each starts one of its own. The
-/// toolkit is prepared as the program prepares it.
+/// The main function of test programs that show windows. Starts a virtual screen for the program
+/// and prepares Qt in the same way as Lumvik does.
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
     if (testing::GTEST_FLAG(list_tests))
@@ -16,7 +16,7 @@ int main(int argc, char **argv) {
 
     const lumvik::test::VirtualScreen screen;
     if (screen.display().empty()) {
-        std::fprintf(stderr, "No virtual screen can be started: is Xvfb installed?\n");
+        std::fprintf(stderr, "Cannot start a virtual screen. Is Xvfb installed?\n");
         return 1;
     }
     qputenv("DISPLAY", screen.display().c_str());

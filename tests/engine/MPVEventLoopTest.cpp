@@ -26,17 +26,18 @@ struct Delivery {
 class MPVEventLoopTest : public testing::Test {
   protected:
     MPVEventLoopTest() {
-        mpv.setWaitsNeverTimeOut(); // a pump that is not woken fails the test and does not delay it
+        // If the pump is not woken, the test fails instead of merely taking longer.
+        mpv.setWaitsNeverTimeOut();
     }
     ~MPVEventLoopTest() override {
         loop.reset();
         mpv_terminate_destroy(player);
     }
 
-    void makeLoop(MainQueue &onQueue, std::int64_t generation) {
-        loop.emplace(player, generation, onQueue,
-                     [this](const PlaybackEngineEvent &event, std::int64_t ofGeneration) {
-                         deliveries.push_back({event, ofGeneration, std::this_thread::get_id()});
+    void makeLoop(MainQueue &mainQueue, std::int64_t generation) {
+        loop.emplace(player, generation, mainQueue,
+                     [this](const PlaybackEngineEvent &event, std::int64_t eventGeneration) {
+                         deliveries.push_back({event, eventGeneration, std::this_thread::get_id()});
                      });
     }
     void startLoop(std::int64_t generation = 1) {
@@ -85,8 +86,8 @@ TEST_F(MPVEventLoopTest, RunsTheHandlerOnTheMainThreadAndThePumpElsewhere) {
     EXPECT_NE(mpv.callsTo("mpv_wait_event").front().thread, std::this_thread::get_id());
 }
 
-/// Takes work and notes on which thread it was submitted; runs nothing.
-class ThreadNotingQueue final : public MainQueue {
+/// A main queue that records the name of the thread that submits work, and runs nothing.
+class ThreadRecordingQueue final : public MainQueue {
   public:
     void async(Work) override {
         const std::scoped_lock guard(m_mutex);
@@ -107,16 +108,16 @@ class ThreadNotingQueue final : public MainQueue {
 };
 
 TEST_F(MPVEventLoopTest, PumpsOnAThreadNamedAfterItsQueue) {
-    ThreadNotingQueue notes;
-    makeLoop(notes, 1);
+    ThreadRecordingQueue recorder;
+    makeLoop(recorder, 1);
     loop->start();
     mpv.sendEvent(MPV_EVENT_START_FILE);
-    ASSERT_TRUE(queue.runUntil([&] { return !notes.threadName().isEmpty(); }));
-    EXPECT_EQ(notes.threadName(), QStringLiteral("com.tandrel.Lumvik.mpv-events"));
+    ASSERT_TRUE(queue.runUntil([&] { return !recorder.threadName().isEmpty(); }));
+    EXPECT_EQ(recorder.threadName(), QStringLiteral("com.tandrel.Lumvik.mpv-events"));
     loop.reset();
 }
 
-TEST_F(MPVEventLoopTest, DropsEventsThatNobodyActsOn) {
+TEST_F(MPVEventLoopTest, DropsIrrelevantEvents) {
     startLoop();
     for (const mpv_event_id id :
          {MPV_EVENT_PROPERTY_CHANGE, MPV_EVENT_LOG_MESSAGE, MPV_EVENT_SEEK,
@@ -127,24 +128,24 @@ TEST_F(MPVEventLoopTest, DropsEventsThatNobodyActsOn) {
     EXPECT_EQ(events(), std::vector<PlaybackEngineEvent>{FileLoaded{}});
 }
 
-TEST_F(MPVEventLoopTest, DeliversAnEndWithoutDataAsUnknown) {
+TEST_F(MPVEventLoopTest, DeliversAnEndFileEventWithoutDataAsUnknown) {
     startLoop();
     mpv.sendEvent(MPV_EVENT_END_FILE);
     ASSERT_TRUE(waitForDeliveries(1));
     EXPECT_EQ(events().front(), PlaybackEngineEvent(EndFile{4294967295U, 0}));
 }
 
-TEST_F(MPVEventLoopTest, WaitsHalfASecondAtMost) {
+TEST_F(MPVEventLoopTest, WaitsForAnEventForHalfASecondAtMost) {
     startLoop();
     ASSERT_TRUE(mpv.waitUntilPumpIdles(deadline));
     EXPECT_EQ(mpv.callsTo("mpv_wait_event").front().arguments,
               std::vector<std::string>{"0.500000"});
 }
 
-TEST_F(MPVEventLoopTest, GoesOnWhenNothingCame) {
+TEST_F(MPVEventLoopTest, ContinuesAfterAWaitWithoutAnEvent) {
     startLoop();
     ASSERT_TRUE(mpv.waitUntilPumpIdles(deadline));
-    mpv_wakeup(player); // ends the wait with an event that says nothing
+    mpv_wakeup(player); // ends the wait with an event of no interest
     mpv.sendEvent(MPV_EVENT_START_FILE);
     EXPECT_TRUE(waitForDeliveries(1));
 }
@@ -152,11 +153,11 @@ TEST_F(MPVEventLoopTest, GoesOnWhenNothingCame) {
 TEST_F(MPVEventLoopTest, StopWakesThePump) {
     startLoop();
     ASSERT_TRUE(mpv.waitUntilPumpIdles(deadline));
-    loop->stop(); // the fake ends the process when nobody wakes the wait
+    loop->stop(); // the fake terminates the process if nothing wakes the pump
     EXPECT_EQ(mpv.callsTo("mpv_wakeup").size(), 1U);
 }
 
-/// A main queue that holds whoever submits work until it is opened.
+/// A main queue that blocks every thread that submits work until `gate` is released.
 class GatedQueue final : public MainQueue {
   public:
     void async(Work) override {
@@ -171,25 +172,25 @@ class GatedQueue final : public MainQueue {
     std::binary_semaphore gate{0};
 };
 
-TEST_F(MPVEventLoopTest, StopBlocksUntilThePumpHasLeft) {
+TEST_F(MPVEventLoopTest, StopBlocksUntilThePumpHasFinished) {
     GatedQueue gated;
     makeLoop(gated, 1);
     loop->start();
     mpv.sendEvent(MPV_EVENT_START_FILE);
     gated.entered.acquire(); // the pump is handling the event now
-    std::atomic_bool wasLetGo = false;
+    std::atomic_bool wasReleased = false;
     std::thread opener([&] {
-        while (mpv.callsTo("mpv_wakeup").empty()) // until stop waits
+        while (mpv.callsTo("mpv_wakeup").empty()) // until `stop` waits
             std::this_thread::yield();
-        wasLetGo = true;
+        wasReleased = true;
         gated.gate.release();
     });
     loop->stop();
-    EXPECT_TRUE(wasLetGo);
+    EXPECT_TRUE(wasReleased);
     const std::size_t waits = mpv.callsTo("mpv_wait_event").size();
     opener.join();
     loop.reset();
-    EXPECT_EQ(waits, 1U) << "no wait begins after the request to stop";
+    EXPECT_EQ(waits, 1U) << "the pump must not wait again after the request to stop";
     EXPECT_EQ(mpv.callsTo("mpv_wait_event").size(), waits);
 }
 
@@ -198,7 +199,7 @@ TEST_F(MPVEventLoopTest, SecondStartAndSecondStopDoNothing) {
     loop->start();
     ASSERT_TRUE(mpv.waitUntilPumpIdles(deadline));
     loop->stop();
-    loop->stop(); // would wait for ever if it waited
+    loop->stop(); // if this waited for the pump, it would never return
     EXPECT_EQ(mpv.callsTo("mpv_wakeup").size(), 1U);
     const std::size_t waits = mpv.callsTo("mpv_wait_event").size();
     loop->start();
@@ -206,7 +207,7 @@ TEST_F(MPVEventLoopTest, SecondStartAndSecondStopDoNothing) {
     EXPECT_EQ(mpv.callsTo("mpv_wait_event").size(), waits);
 }
 
-TEST_F(MPVEventLoopTest, StopBeforeStartReturnsAtOnceAndALaterStartWaitsForNoEvent) {
+TEST_F(MPVEventLoopTest, StopBeforeStartPreventsThePumpFromWaitingForEvents) {
     makeLoop(queue, 1);
     loop->stop();
     EXPECT_TRUE(mpv.callsTo("mpv_wakeup").empty());
@@ -218,7 +219,7 @@ TEST_F(MPVEventLoopTest, StopBeforeStartReturnsAtOnceAndALaterStartWaitsForNoEve
     EXPECT_TRUE(deliveries.empty());
 }
 
-TEST_F(MPVEventLoopTest, EventsOnTheirWayStillArriveAfterTheLoopIsGone) {
+TEST_F(MPVEventLoopTest, PendingEventsStillArriveAfterTheLoopIsDestroyed) {
     startLoop(3);
     mpv.sendEndFile(0, 0);
     ASSERT_TRUE(queue.waitForWork());

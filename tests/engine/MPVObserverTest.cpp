@@ -33,7 +33,7 @@ class MPVObserverTest : public testing::Test {
     std::optional<MPVObserver> observer;
 };
 
-TEST_F(MPVObserverTest, IsAClientOfItsOwnThatAsksForWhatItNeeds) {
+TEST_F(MPVObserverTest, CreatesItsOwnClientAndSubscribesToWhatItNeeds) {
     observe("trace");
     EXPECT_EQ(mpv.texts(), (std::vector<std::string>{
                                "mpv_create(library)",
@@ -48,7 +48,7 @@ TEST_F(MPVObserverTest, IsAClientOfItsOwnThatAsksForWhatItNeeds) {
     EXPECT_EQ(mpv.texts().back(), "mpv_destroy(client 1 of core 1)");
 }
 
-TEST_F(MPVObserverTest, ReportsChangesOfThePictureInALaterTurn) {
+TEST_F(MPVObserverTest, ReportsPictureChangesInALaterTurn) {
     observe();
     mpv.sendPropertyChange("video-params");
     EXPECT_EQ(changes, 0);
@@ -62,7 +62,7 @@ TEST_F(MPVObserverTest, WakesTheMainThreadOnceForManyEvents) {
         mpv.sendPropertyChange("video-params");
     EXPECT_EQ(queue.submittedCount(), 1U);
     queue.runPending();
-    EXPECT_EQ(changes, 1) << "one look at the new values is enough";
+    EXPECT_EQ(changes, 1) << "several changes are reported once";
     mpv.sendPropertyChange("video-params");
     queue.runPending();
     EXPECT_EQ(changes, 2);
@@ -78,14 +78,14 @@ TEST_F(MPVObserverTest, LogsTheEnginesMessagesWithTheirOriginAndWithoutLineBreak
     EXPECT_EQ(changes, 0);
 }
 
-TEST_F(MPVObserverTest, LogsTheLastMessagesOfAPlayerThatEnds) {
+TEST_F(MPVObserverTest, LogsTheLastMessagesWhenDestroyed) {
     observe();
     mpv.sendLogMessage(MPV_LOG_LEVEL_FATAL, "cplayer", "the reason\n");
     observer.reset();
     EXPECT_EQ(logged(), QStringList(QStringLiteral("[cplayer] the reason")));
 }
 
-TEST_F(MPVObserverTest, LateWakeUpsFindNothing) {
+TEST_F(MPVObserverTest, LateWakeUpsDoNothing) {
     observe();
     mpv.sendPropertyChange("video-params");
     observer.reset();
@@ -94,7 +94,7 @@ TEST_F(MPVObserverTest, LateWakeUpsFindNothing) {
     EXPECT_EQ(changes, before);
 }
 
-TEST_F(MPVObserverTest, PlayerGoesUnobservedWhenNoClientCanBeMade) {
+TEST_F(MPVObserverTest, FailureToCreateTheClientIsLogged) {
     mpv.setCreateClientFails(true);
     observe();
     EXPECT_EQ(log.lines().size(), 1);
@@ -103,7 +103,7 @@ TEST_F(MPVObserverTest, PlayerGoesUnobservedWhenNoClientCanBeMade) {
     EXPECT_EQ(mpv.position("mpv_destroy"), -1);
 }
 
-TEST(LogLevelOfEngineMessage, KeepsTheFourLevelsOfTheLog) {
+TEST(LogLevelOfEngineMessage, MapsEveryEngineLevelToALogLevel) {
     EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_FATAL), LogLevel::error);
     EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_ERROR), LogLevel::error);
     EXPECT_EQ(logLevelOfEngineMessage(MPV_LOG_LEVEL_WARN), LogLevel::standard);

@@ -19,7 +19,8 @@ namespace {
 
 constexpr std::uint64_t newFrame = MPV_RENDER_FRAME_INFO_PRESENT;
 
-/// A view with a renderer of the fake engine, in a window that was drawn.
+/// Provides a view that is attached to a player of the fake engine, in a window that has been
+/// drawn.
 class MPVOpenGLViewTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -45,7 +46,7 @@ class MPVOpenGLViewTest : public testing::Test {
     [[nodiscard]] static bool eventually(const std::function<bool()> &predicate) {
         return QTest::qWaitFor(predicate, 10000);
     }
-    /// Draws the window once more, after whatever is to be drawn already.
+    /// Draws the window once more, in addition to any pending redraw.
     void redraw() {
         const int before = swaps;
         window.update();
@@ -56,7 +57,7 @@ class MPVOpenGLViewTest : public testing::Test {
         ASSERT_TRUE(eventually([&] { return !window.isExposed(); }));
         mpv.forgetCalls();
     }
-    /// The colour in the middle of the window on the screen.
+    /// Returns the colour in the middle of the window, as shown on the screen.
     [[nodiscard]] QColor shownColour() const {
         const QImage image = window.screen()->grabWindow(window.winId()).toImage();
         return image.isNull() ? QColor() : image.pixelColor(image.rect().center());
@@ -73,22 +74,22 @@ class MPVOpenGLViewTest : public testing::Test {
 
 // ---- Attaching ----
 
-TEST_F(MPVOpenGLViewTest, CreatesAnOpenGLRendererAndListensToIt) {
+TEST_F(MPVOpenGLViewTest, CreatesAnOpenGLRendererAndSetsItsCallback) {
     view->shutdownRenderContext();
     mpv.forgetCalls();
     EXPECT_EQ(view->configureWithMPV(player), 0);
-    EXPECT_TRUE(view->isAttached());
+    EXPECT_EQ(mpv.liveRenderers(), 1);
     EXPECT_EQ(mpv.texts(), (std::vector<std::string>{
                                "mpv_render_context_create(core 1, opengl, no context, X11 display)",
                                "mpv_render_context_set_update_callback(renderer 2, a callback)",
                            }));
 }
 
-TEST_F(MPVOpenGLViewTest, AnswersTheEnginesErrorUnchanged) {
+TEST_F(MPVOpenGLViewTest, ReturnsTheEnginesErrorUnchanged) {
     view->shutdownRenderContext();
     mpv.setRenderContextCreateResult(-19);
     EXPECT_EQ(view->configureWithMPV(player), -19);
-    EXPECT_FALSE(view->isAttached());
+    EXPECT_EQ(mpv.liveRenderers(), 0);
 }
 
 TEST_F(MPVOpenGLViewTest, FreesTheOldRendererWhenAttachedAgain) {
@@ -98,15 +99,15 @@ TEST_F(MPVOpenGLViewTest, FreesTheOldRendererWhenAttachedAgain) {
               mpv.position("mpv_render_context_create"));
 }
 
-TEST_F(MPVOpenGLViewTest, StopsListeningBeforeItFreesTheRenderer) {
+TEST_F(MPVOpenGLViewTest, ClearsTheCallbackBeforeItFreesTheRenderer) {
     view->shutdownRenderContext();
     EXPECT_EQ(mpv.texts(), (std::vector<std::string>{
                                "mpv_render_context_set_update_callback(renderer 1, none)",
                                "mpv_render_context_free(renderer 1)",
                            }));
-    EXPECT_FALSE(view->isAttached());
+    EXPECT_EQ(mpv.liveRenderers(), 0);
     view->shutdownRenderContext();
-    EXPECT_EQ(mpv.texts().size(), 2U) << "harmless when repeated";
+    EXPECT_EQ(mpv.texts().size(), 2U) << "a second call must do nothing";
 }
 
 TEST_F(MPVOpenGLViewTest, DestructionFreesTheRenderer) {
@@ -125,34 +126,33 @@ TEST_F(MPVOpenGLViewTest, FindsOpenGLFunctions) {
 
 using MPVOpenGLViewDeathTest = MPVOpenGLViewTest;
 
-TEST_F(MPVOpenGLViewDeathTest, AttachingOffTheMainThreadEndsTheProcess) {
+TEST_F(MPVOpenGLViewDeathTest, AttachingOffTheMainThreadTerminatesTheProcess) {
     EXPECT_DEATH(std::thread([&] { static_cast<void>(view->configureWithMPV(player)); }).join(),
                  "The renderer must be created on the main thread\\.");
 }
 
-TEST_F(MPVOpenGLViewDeathTest, DetachingOffTheMainThreadEndsTheProcess) {
+TEST_F(MPVOpenGLViewDeathTest, DetachingOffTheMainThreadTerminatesTheProcess) {
     EXPECT_DEATH(std::thread([&] { view->shutdownRenderContext(); }).join(),
                  "The renderer must be destroyed on the main thread\\.");
 }
 
 // ---- Drawing ----
 
-TEST_F(MPVOpenGLViewTest, ThreeUpdatesBeforeADrawingGiveOneDrawingAndOneReport) {
+TEST_F(MPVOpenGLViewTest, ThreeUpdatesBeforeADrawingCauseOneDrawingAndOneReport) {
     for (int n = 0; n < 3; ++n)
         mpv.announceFrame(newFrame);
-    EXPECT_EQ(queue.submittedCount(), 3U) << "the callback only posts";
+    EXPECT_EQ(queue.submittedCount(), 3U) << "the callback must only post";
     queue.runPending();
-    EXPECT_TRUE(view->hasPendingVideoFrame());
-    EXPECT_TRUE(mpv.renderCalls().empty()) << "drawn in the next drawing cycle";
+    EXPECT_EQ(framesReported, 0) << "the frame is still pending";
+    EXPECT_TRUE(mpv.renderCalls().empty()) << "the frame is drawn in the next drawing cycle";
     ASSERT_TRUE(eventually([&] { return framesReported > 0; }));
     EXPECT_EQ(mpv.renderCalls().size(), 1U);
-    EXPECT_FALSE(view->hasPendingVideoFrame());
-    redraw(); // had there been a second drawing to do, this would be the third
+    redraw(); // if the view had scheduled a second drawing, this would be the third
     EXPECT_EQ(mpv.renderCalls().size(), 2U);
     EXPECT_EQ(framesReported, 1);
 }
 
-TEST_F(MPVOpenGLViewTest, UpdatesFromOtherThreadsReachTheMainOne) {
+TEST_F(MPVOpenGLViewTest, UpdatesFromOtherThreadsReachTheMainThread) {
     std::thread([&] { mpv.announceFrame(newFrame); }).join();
     queue.runPending();
     EXPECT_TRUE(eventually([&] { return framesReported == 1; }));
@@ -160,7 +160,7 @@ TEST_F(MPVOpenGLViewTest, UpdatesFromOtherThreadsReachTheMainOne) {
         EXPECT_EQ(call.thread, std::this_thread::get_id());
 }
 
-TEST_F(MPVOpenGLViewTest, PassesItsParameters) {
+TEST_F(MPVOpenGLViewTest, PassesTheParametersForDrawing) {
     mpv.announceFrame(newFrame);
     queue.runPending();
     ASSERT_TRUE(eventually([&] { return !mpv.renderCalls().empty(); }));
@@ -213,7 +213,7 @@ TEST_F(MPVOpenGLViewTest, NewFrameStaysPendingWhenARepeatFollowsBeforeTheDrawing
     EXPECT_TRUE(eventually([&] { return framesReported == 1; }));
 }
 
-TEST_F(MPVOpenGLViewTest, EveryFrameCountsWhereTheEngineCannotTell) {
+TEST_F(MPVOpenGLViewTest, EveryFrameCountsAsNewWithoutFrameInformation) {
     mpv.setFrameInfoFails(true);
     mpv.announceFrame(0);
     queue.runPending();
@@ -223,16 +223,16 @@ TEST_F(MPVOpenGLViewTest, EveryFrameCountsWhereTheEngineCannotTell) {
 TEST_F(MPVOpenGLViewTest, UpdateWithoutAFrameDrawsNothing) {
     ASSERT_TRUE(mpv.fireUpdateCallback());
     queue.runPending();
-    EXPECT_FALSE(view->hasPendingVideoFrame());
     redraw();
-    EXPECT_EQ(mpv.renderCalls().size(), 1U) << "only the redrawing that this test asked for";
-    EXPECT_EQ(framesReported, 0);
+    EXPECT_EQ(mpv.renderCalls().size(), 1U)
+        << "the only drawing is the one that this test requested";
+    EXPECT_EQ(framesReported, 0) << "no frame is pending";
 }
 
 TEST_F(MPVOpenGLViewTest, HandlerMayClearItselfWhileItRuns) {
     view->setFrameRenderedHandler([this, marker = std::make_shared<int>(5)] {
         view->setFrameRenderedHandler(nullptr);
-        framesReported += *marker; // a freed capture would show up under the sanitizer
+        framesReported += *marker; // the sanitizer would detect a use of the freed capture
     });
     mpv.announceFrame(newFrame);
     queue.runPending();
@@ -249,17 +249,16 @@ TEST_F(MPVOpenGLViewTest, DetachedViewIsBlackAndIgnoresLateUpdates) {
     queue.runPending();
     ASSERT_TRUE(eventually([&] { return shownColour() == QColor(Qt::green); }));
 
-    mpv.announceFrame(newFrame); // on its way when the renderer goes
+    mpv.announceFrame(newFrame); // posted before the view is detached
     view->shutdownRenderContext();
     mpv.forgetCalls();
     queue.runPending();
     EXPECT_TRUE(mpv.calls().empty());
-    EXPECT_FALSE(view->hasPendingVideoFrame());
     EXPECT_TRUE(eventually([&] { return shownColour() == QColor(Qt::black); }));
-    EXPECT_EQ(framesReported, 1);
+    EXPECT_EQ(framesReported, 1) << "the late frame is neither pending nor reported";
 }
 
-TEST_F(MPVOpenGLViewTest, UpdateOnItsWayOutlivesTheView) {
+TEST_F(MPVOpenGLViewTest, PendingUpdateIsIgnoredAfterTheViewIsDestroyed) {
     mpv.announceFrame(newFrame);
     delete view;
     view = nullptr;
@@ -267,7 +266,7 @@ TEST_F(MPVOpenGLViewTest, UpdateOnItsWayOutlivesTheView) {
     EXPECT_EQ(framesReported, 0);
 }
 
-TEST_F(MPVOpenGLViewTest, HiddenWindowTakesFramesWithoutDrawingThem) {
+TEST_F(MPVOpenGLViewTest, HiddenWindowFetchesFramesWithoutDrawingThem) {
     hideWindow();
     for (int frame = 1; frame <= 3; ++frame) {
         mpv.announceFrame(newFrame);
@@ -289,36 +288,36 @@ TEST_F(MPVOpenGLViewTest, HiddenWindowReportsNoRepeatedFrame) {
     EXPECT_EQ(framesReported, 0);
 }
 
-TEST_F(MPVOpenGLViewTest, LostGraphicsFreeTheRendererAndAreReportedInALaterTurn) {
+TEST_F(MPVOpenGLViewTest, LossOfGraphicsFreesTheRendererAndIsReportedInALaterTurn) {
     int lost = 0;
-    int back = 0;
-    view->setGraphicsHandlers([&] { ++lost; }, [&] { ++back; });
-    // A device that is lost cannot be had to order; these are the signals by which Qt tells.
+    int restored = 0;
+    view->setGraphicsHandlers([&] { ++lost; }, [&] { ++restored; });
+    // A test cannot cause the loss of a graphics device, so it emits the signals that Qt would
+    // emit.
     Q_EMIT window.sceneGraphInvalidated();
-    EXPECT_FALSE(view->isAttached());
     EXPECT_EQ(mpv.liveRenderers(), 0);
     EXPECT_EQ(lost, 0);
     queue.runPending();
     EXPECT_EQ(lost, 1);
     Q_EMIT window.sceneGraphInitialized();
-    EXPECT_EQ(back, 0);
+    EXPECT_EQ(restored, 0);
     queue.runPending();
-    EXPECT_EQ(back, 1);
+    EXPECT_EQ(restored, 1);
     Q_EMIT window.sceneGraphInitialized();
     queue.runPending();
-    EXPECT_EQ(back, 1) << "reported once for each loss";
+    EXPECT_EQ(restored, 1) << "the return is reported once for each loss";
 }
 
 TEST_F(MPVOpenGLViewTest, DetachedViewReportsOnlyTheReturnOfItsGraphics) {
     int lost = 0;
-    int back = 0;
-    view->setGraphicsHandlers([&] { ++lost; }, [&] { ++back; });
+    int restored = 0;
+    view->setGraphicsHandlers([&] { ++lost; }, [&] { ++restored; });
     view->shutdownRenderContext();
     Q_EMIT window.sceneGraphInvalidated();
     Q_EMIT window.sceneGraphInitialized();
     queue.runPending();
-    EXPECT_EQ(lost, 0) << "there was no player to lose";
-    EXPECT_EQ(back, 1) << "but one may have been waiting to start";
+    EXPECT_EQ(lost, 0) << "no player was attached";
+    EXPECT_EQ(restored, 1) << "a player may be waiting for graphics to start";
 }
 
 TEST_F(MPVOpenGLViewTest, ForgottenPictureIsNeitherShownNorReported) {
@@ -344,10 +343,10 @@ TEST_F(MPVOpenGLViewTest, RendersIntoTheWindowsPixels) {
     EXPECT_EQ(view->drawableSize(), QSize(640, 360) * window.devicePixelRatio());
 }
 
-/// Runs with QT_SCALE_FACTOR=2, in an entry of its own.
+/// CMakeLists.txt registers this test separately, with QT_SCALE_FACTOR=2.
 TEST_F(MPVOpenGLViewTest, RendersTwiceTheSizeAtScaleTwo) {
     if (window.devicePixelRatio() != 2)
-        GTEST_SKIP() << "needs QT_SCALE_FACTOR=2";
+        GTEST_SKIP() << "QT_SCALE_FACTOR=2 is required";
     mpv.announceFrame(newFrame);
     queue.runPending();
     ASSERT_TRUE(eventually([&] { return !mpv.renderCalls().empty(); }));

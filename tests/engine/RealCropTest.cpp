@@ -1,5 +1,5 @@
-// An area of a real camera's picture, cut out by the real engine: by its own crop where it has one,
-// else by a filter. Either must show the same pixels.
+// Tests that the real engine cuts an area out of a real camera's picture. The engine uses its
+// "video-crop" property if it has one, and a filter otherwise. Both must show the same pixels.
 
 #include "RealViewFixture.h"
 #include "engine/VideoFocusCrop.h"
@@ -20,7 +20,7 @@ struct Stream {
     int degrees;
 
     friend std::ostream &operator<<(std::ostream &out, const Stream &stream) {
-        return out << stream.size.width() << 'x' << stream.size.height() << " turned by "
+        return out << stream.size.width() << 'x' << stream.size.height() << " rotated by "
                    << stream.degrees;
     }
 };
@@ -31,14 +31,14 @@ CameraSetup setupFor(const Stream &stream) {
     return setup;
 }
 
-/// How far the area reaches beyond the two bars to either side, and into the black below them. The
-/// colour is the same on both sides of each edge of the area: an engine's own crop mixes its
-/// outermost pixels with their neighbours outside. The letters in the black keep clear of its first
+/// How many pixels the area extends beyond the two bars on either side, and into the black below
+/// them. Each edge of the area lies within one colour, because "video-crop" blends the outermost
+/// pixels with their neighbours outside the area. The text in the black part begins below its first
 /// ten rows.
 constexpr int beside = 16;
 constexpr int below = 7;
 
-/// The second and the third bar from half their height down, with a little of what is around them.
+/// Returns the area that shows the lower half of the second and the third bar, with a margin.
 VideoFocusCrop twoBars(QSize size) {
     const int bar = size.width() / PictureLayout::barCount;
     const int height = size.height() / 4;
@@ -55,7 +55,7 @@ testing::AssertionResult isColour(const QImage &picture, int x, int y, QColor wa
            << is.name().toStdString() << " instead of " << wanted.name().toStdString();
 }
 
-/// Whether `picture`, which is not turned, is that area of the camera's picture and nothing else.
+/// Checks that the upright `picture` shows exactly `area` of the camera's picture.
 testing::AssertionResult isTwoBars(const QImage &picture, const VideoFocusCrop &area) {
     const auto colour = [](int bar) {
         const auto &channels = PictureLayout::barColours.at(static_cast<std::size_t>(bar));
@@ -67,10 +67,11 @@ testing::AssertionResult isTwoBars(const QImage &picture, const VideoFocusCrop &
     const auto row = [&](double y) {
         return static_cast<int>(y * picture.height() / static_cast<double>(area.height));
     };
-    constexpr double blur = 3; // pixels of the source, at every border between two colours
+    // The width of the transition between two colours, in pixels of the source.
+    constexpr double blur = 3;
     const double barWidth = static_cast<double>(area.width) / 2 - beside;
     const double blackBegins = static_cast<double>(area.height) - below;
-    // Each colour from its first pure column to its last one.
+    // The first and the last column of each bar that show its pure colour.
     const std::array<std::array<double, 2>, 4> bars{
         {{0, beside - blur},
          {beside + blur, beside + barWidth - blur},
@@ -102,27 +103,27 @@ class RealCropTest : public RealViewFixture, public testing::WithParamInterface<
         if (GetParam().degrees != 0)
             camera.command("rotate " + QByteArray::number(GetParam().degrees));
         ASSERT_NO_FATAL_FAILURE(play(5));
-        // As the program sets them for an area: the picture fills the window, stretched as may be.
+        // As in the program while an area is shown: the picture is stretched to fill the window.
         ASSERT_GE(mpv_set_property_string(player, "keepaspect", "no"), 0);
         ASSERT_GE(mpv_set_property_string(player, "panscan", "0"), 0);
     }
-    /// What the window shows, turned back.
+    /// Returns the contents of the window with the stream's rotation undone.
     [[nodiscard]] QImage uprightPicture() const {
         return shownPicture().transformed(QTransform().rotate(GetParam().degrees).inverted());
     }
     template<class Look>
-    [[nodiscard]] testing::AssertionResult comesToShow(Look look) const {
+    [[nodiscard]] testing::AssertionResult eventuallyShows(Look look) const {
         testing::AssertionResult result = testing::AssertionFailure();
         static_cast<void>(eventually(
             deadline, [&] { return static_cast<bool>(result = look(uprightPicture())); }));
         return result;
     }
-    [[nodiscard]] testing::AssertionResult comesToShowTwoBars() const {
-        return comesToShow(
+    [[nodiscard]] testing::AssertionResult eventuallyShowsTwoBars() const {
+        return eventuallyShows(
             [](const QImage &picture) { return isTwoBars(picture, twoBars(GetParam().size)); });
     }
-    [[nodiscard]] testing::AssertionResult comesToShowTheWholePicture() const {
-        return comesToShow([](const QImage &picture) { return showsColourBars(picture); });
+    [[nodiscard]] testing::AssertionResult eventuallyShowsTheWholePicture() const {
+        return eventuallyShows([](const QImage &picture) { return showsColourBars(picture); });
     }
     [[nodiscard]] std::string property(const char *name) const {
         char *text = mpv_get_property_string(player, name);
@@ -132,41 +133,42 @@ class RealCropTest : public RealViewFixture, public testing::WithParamInterface<
     }
 };
 
-TEST_P(RealCropTest, ShowsTheAreaToThePixelAndTheWholePictureAgain) {
-    ASSERT_TRUE(comesToShowTheWholePicture());
+TEST_P(RealCropTest, ShowsExactlyTheAreaAndThenTheWholePictureAgain) {
+    ASSERT_TRUE(eventuallyShowsTheWholePicture());
     const VideoFocusCrop area = twoBars(GetParam().size);
     setVideoCrop(player, area);
-    EXPECT_TRUE(comesToShowTwoBars());
+    EXPECT_TRUE(eventuallyShowsTwoBars());
     hideVideoCrop(player);
-    EXPECT_TRUE(comesToShowTheWholePicture());
+    EXPECT_TRUE(eventuallyShowsTheWholePicture());
     setVideoCrop(player, area);
-    EXPECT_TRUE(comesToShowTwoBars());
+    EXPECT_TRUE(eventuallyShowsTwoBars());
     removeVideoCrop(player);
-    EXPECT_TRUE(comesToShowTheWholePicture());
+    EXPECT_TRUE(eventuallyShowsTheWholePicture());
 }
 
-TEST_P(RealCropTest, LeavesDecoderAndGeometryAlone) {
+TEST_P(RealCropTest, LeavesDecoderAndGeometryUnchanged) {
     const bool hasOwnCrop = !property("mpv-version").starts_with("mpv 0.35");
     const std::string decoder = property("hwdec-current");
     const VideoFocusCrop area = twoBars(GetParam().size);
     setVideoCrop(player, area);
-    ASSERT_TRUE(comesToShowTwoBars());
+    ASSERT_TRUE(eventuallyShowsTwoBars());
     EXPECT_EQ(property("video-crop"), hasOwnCrop ? videoCropText(area) : "(none)");
     EXPECT_EQ(property("vf").empty(), hasOwnCrop) << property("vf");
-    // Here frames are decoded into memory, where a filter reaches them, too.
+    // The decoder is unchanged, because here frames are decoded into memory, where filters can
+    // access them.
     EXPECT_EQ(property("hwdec"), "auto-safe");
     EXPECT_EQ(property("hwdec-current"), decoder);
-    // The geometry that areas are computed from is the whole picture's, whatever is shown of it.
+    // Areas are computed from the geometry of the whole picture, so a crop must not change it.
     EXPECT_EQ(property("video-params/w"), std::to_string(GetParam().size.width()));
     EXPECT_EQ(property("video-params/h"), std::to_string(GetParam().size.height()));
     removeVideoCrop(player);
-    EXPECT_TRUE(comesToShowTheWholePicture());
+    EXPECT_TRUE(eventuallyShowsTheWholePicture());
     EXPECT_EQ(property("vf"), "");
     EXPECT_EQ(property("hwdec"), "auto-safe");
     EXPECT_EQ(property("hwdec-current"), decoder);
 }
 
-// Sizes of which a seventh of the width is even, as is a quarter of the height.
+// In all sizes, a seventh of the width and a quarter of the height are even numbers.
 INSTANTIATE_TEST_SUITE_P(Shapes, RealCropTest,
                          testing::Values(Stream{{896, 504}, 0}, Stream{{896, 504}, 90},
                                          Stream{{896, 504}, 180}, Stream{{896, 504}, 270},

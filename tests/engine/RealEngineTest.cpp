@@ -1,4 +1,4 @@
-// What the program relies on in the real libmpv, checked against the one that is installed.
+// Tests the behaviour of libmpv that the program relies on, with the installed version of libmpv.
 
 #include "engine/MPVObserver.h"
 #include "engine/PlayerOptions.h"
@@ -28,7 +28,7 @@ struct CoreDeleter {
 };
 using Core = std::unique_ptr<mpv_handle, CoreDeleter>;
 
-/// A property as text; null when there is none.
+/// Returns a property as text, which is null if the property has no value.
 QString property(mpv_handle *core, const char *name) {
     char *text = mpv_get_property_string(core, name);
     const QString value = text == nullptr ? QString() : QString::fromUtf8(text);
@@ -42,8 +42,8 @@ int load(mpv_handle *core, const QString &address) {
     return mpv_command(core, command.data());
 }
 
-/// A player as the program makes it, but with a video output that shows nothing: these tests are
-/// about the streams.
+/// Creates players with the program's settings, except for a video output that shows nothing. These
+/// tests are about streams, not about pictures.
 class RealEngineTest : public testing::Test {
   protected:
     void SetUp() override { std::setlocale(LC_NUMERIC, "C"); }
@@ -59,7 +59,7 @@ class RealEngineTest : public testing::Test {
             mpv_set_property_string(core.get(), each.name, each.value);
         return core;
     }
-    /// Takes events until one of this kind has come.
+    /// Takes events until an event with this id has arrived.
     [[nodiscard]] bool waitForEvent(mpv_handle *core, mpv_event_id id) {
         return eventually(deadline, [&] { return takeEvents(core).contains(id); });
     }
@@ -76,7 +76,8 @@ class RealEngineTest : public testing::Test {
 
 // ---- Locale ----
 
-/// Puts a locale with a decimal comma in place, made for this purpose; empty when it cannot be.
+/// Creates a locale with a decimal comma and activates it for the lifetime of this object. `isSet`
+/// returns false if that fails.
 class CommaLocale {
   public:
     CommaLocale() {
@@ -102,10 +103,10 @@ class CommaLocale {
     bool m_isSet = false;
 };
 
-TEST_F(RealEngineTest, RefusesALocaleWithADecimalCommaUntilItIsPutBack) {
+TEST_F(RealEngineTest, CreatesNoPlayerWhileTheLocaleHasADecimalComma) {
     const CommaLocale locale;
     if (!locale.isSet())
-        GTEST_SKIP() << "localedef cannot make a locale here";
+        GTEST_SKIP() << "localedef cannot create a locale here";
     ASSERT_STREQ(std::localeconv()->decimal_point, ",");
     EXPECT_EQ(Core(mpv_create()), nullptr);
     std::setlocale(LC_NUMERIC, "C");
@@ -124,7 +125,7 @@ TEST_F(RealEngineTest, AcceptsEveryOption) {
     EXPECT_LT(mpv_set_option_string(core.get(), "no-such-option", "yes"), 0);
 }
 
-TEST_F(RealEngineTest, AcceptsEveryLiveProperty) {
+TEST_F(RealEngineTest, AcceptsEveryLivePlaybackProperty) {
     const Core core = makePlayer();
     for (const PlayerSetting &each : livePlaybackProperties) {
         EXPECT_GE(mpv_set_property_string(core.get(), each.name, each.value), 0) << each.name;
@@ -132,7 +133,7 @@ TEST_F(RealEngineTest, AcceptsEveryLiveProperty) {
     }
 }
 
-TEST_F(RealEngineTest, CropsByAPropertyFromVersion036On) {
+TEST_F(RealEngineTest, HasTheCropPropertyFromVersion036On) {
     const Core core = makePlayer();
     const QString version = property(core.get(), "mpv-version");
     RecordProperty("mpv-version", version.toStdString());
@@ -148,7 +149,7 @@ TEST_F(RealEngineTest, CropsByAPropertyFromVersion036On) {
 
 class StreamEndTest : public RealEngineTest {
   protected:
-    /// Plays the camera and has it end the stream.
+    /// Plays the camera's stream, then makes the camera end it.
     void playToTheEnd(mpv_handle *core) {
         ASSERT_TRUE(camera.start());
         ASSERT_GE(load(core, camera.url()), 0);
@@ -161,7 +162,7 @@ class StreamEndTest : public RealEngineTest {
     CameraProcess camera;
 };
 
-TEST_F(StreamEndTest, IsNoEventButALastFrameThatStays) {
+TEST_F(StreamEndTest, KeepsTheLastFrameAndSendsNoEvent) {
     const Core core = makePlayer();
     ASSERT_NO_FATAL_FAILURE(playToTheEnd(core.get()));
     EXPECT_FALSE(takeEvents(core.get()).contains(MPV_EVENT_END_FILE));
@@ -181,7 +182,7 @@ TEST_F(StreamEndTest, DoesNotPauseTheNextStream) {
         deadline, [&] { return property(core.get(), "time-pos").toDouble() > before + 1; }));
 }
 
-TEST_F(StreamEndTest, WouldPauseTheNextStreamWithoutTheProperty) {
+TEST_F(StreamEndTest, PausesThePlayerWithoutTheKeepOpenPauseProperty) {
     const Core core = makePlayer();
     ASSERT_GE(mpv_set_property_string(core.get(), "keep-open-pause", "yes"), 0);
     ASSERT_NO_FATAL_FAILURE(playToTheEnd(core.get()));
@@ -189,7 +190,7 @@ TEST_F(StreamEndTest, WouldPauseTheNextStreamWithoutTheProperty) {
                            [&] { return property(core.get(), "pause") == QLatin1String("yes"); }));
 }
 
-TEST_F(RealEngineTest, OpenThatFailsEndsWithAnEvent) {
+TEST_F(RealEngineTest, FailureToOpenAStreamSendsAnEvent) {
     const Core core = makePlayer();
     ASSERT_GE(load(core.get(), QStringLiteral("rtsp://127.0.0.1:1/nothing")), 0);
     EXPECT_TRUE(waitForEvent(core.get(), MPV_EVENT_END_FILE));
@@ -197,7 +198,7 @@ TEST_F(RealEngineTest, OpenThatFailsEndsWithAnEvent) {
 
 // ---- Secrets ----
 
-TEST_F(RealEngineTest, LogsNoPasswordAtItsMostTalkative) {
+TEST_F(RealEngineTest, LogsNoPasswordEvenAtTheMostVerboseLevel) {
     const CapturedLog log;
     const QString password = QStringLiteral("p@ss:w/rd");
     CameraSetup setup;
@@ -215,7 +216,7 @@ TEST_F(RealEngineTest, LogsNoPasswordAtItsMostTalkative) {
         const MPVObserver observer(core.get(), queue, "trace", {[] {}, [] {}});
         ASSERT_GE(load(core.get(), address), 0);
         ASSERT_TRUE(waitForEvent(core.get(), MPV_EVENT_PLAYBACK_RESTART));
-        // The wrong password as well: refusals are what engines like to quote.
+        // Also try a wrong password, because engines tend to quote rejected addresses in messages.
         LumvikLog::protectAddresses({camera.urlWithPassword(QStringLiteral("wr@ng:one"))});
         ASSERT_GE(load(core.get(), camera.urlWithPassword(QStringLiteral("wr@ng:one"))), 0);
         ASSERT_TRUE(eventually(
@@ -227,7 +228,7 @@ TEST_F(RealEngineTest, LogsNoPasswordAtItsMostTalkative) {
                               QStringLiteral("wr@ng"),
                               QStringLiteral("wr%40ng"),
                               QString::fromLatin1(("viewer:" + password.toUtf8()).toBase64())};
-    ASSERT_GT(log.lines().size(), 100) << "the engine said next to nothing";
+    ASSERT_GT(log.lines().size(), 100) << "the engine logged hardly anything";
     for (const LoggedLine &line : log.lines()) {
         for (const QString &secret : secrets)
             EXPECT_FALSE(line.text.contains(secret, Qt::CaseInsensitive)) << qPrintable(line.text);

@@ -20,7 +20,8 @@
 
 namespace lumvik::test {
 
-/// A window with the render view, the real engine and a real camera behind it.
+/// Provides a window with the render view, which shows a real camera's stream through the real
+/// engine.
 class RealViewFixture : public testing::Test {
   protected:
     static constexpr auto deadline = std::chrono::seconds(30);
@@ -32,7 +33,8 @@ class RealViewFixture : public testing::Test {
         std::setlocale(LC_NUMERIC, "C");
         window.setColor(Qt::black);
         window.resize(640, 360);
-        // Around the view's own drawing, which is connected between these two.
+        // Measures the view's drawing: handlers run in the order in which they were connected, and
+        // the view connects its own between the two below.
         connectBeforeDrawing();
         view = new MPVOpenGLView(queue, window.contentItem());
         view->setSize(QSizeF(640, 360));
@@ -46,7 +48,7 @@ class RealViewFixture : public testing::Test {
                                                  [&] { isDrawn = true; });
         window.show();
         const bool wasDrawn = eventually(deadline, [&] { return isDrawn; });
-        QObject::disconnect(connection); // it refers to a variable of this function
+        QObject::disconnect(connection); // the handler refers to a local variable
         ASSERT_TRUE(wasDrawn);
         ASSERT_TRUE(camera.start());
     }
@@ -60,8 +62,8 @@ class RealViewFixture : public testing::Test {
             Qt::DirectConnection);
     }
 
-    /// Makes the player and plays the camera until `count` frames were shown. `untimed` as in the
-    /// program unless a test needs frames to wait for their time.
+    /// Creates the player and plays the camera's stream until `count` frames were shown. Pass "no"
+    /// as `untimed` if frames should wait for their presentation time, unlike in the program.
     void play(int count, const char *untimed = "yes") {
         player = mpv_create();
         ASSERT_NE(player, nullptr);
@@ -80,7 +82,7 @@ class RealViewFixture : public testing::Test {
     [[nodiscard]] QImage shownPicture() const {
         return window.screen()->grabWindow(window.winId()).toImage();
     }
-    /// How many colours lie along a line across the middle of the window on the screen.
+    /// Returns the number of different colours on one horizontal line of the window.
     [[nodiscard]] std::size_t shownColours() const {
         const QImage image = shownPicture();
         std::set<QRgb> colours;

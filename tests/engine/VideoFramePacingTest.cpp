@@ -7,13 +7,13 @@ namespace {
 
 using Verdict = VideoFramePacing::Verdict;
 
-/// Plays a stream of frames against a VideoFramePacing, with a clock of its own.
+/// Simulates a stream of frames and passes them to a VideoFramePacing, with a simulated clock.
 class VideoFramePacingTest : public testing::Test {
   protected:
-    static constexpr double drawing = 0.015; // what drawing a frame takes
-    static constexpr double decoding = 0.004;
+    static constexpr double drawing = 0.015;  // the time to draw a frame, in seconds
+    static constexpr double decoding = 0.004; // the time to decode a frame, in seconds
 
-    /// A frame is announced after `pause`, and drawn or dropped as decided.
+    /// Announces a frame after `pause` seconds, and draws or drops it as decided.
     Verdict frameAfter(double pause) {
         now += pause;
         const Verdict verdict = pacing.frameAnnounced(now);
@@ -25,7 +25,7 @@ class VideoFramePacingTest : public testing::Test {
         return verdict;
     }
 
-    /// A second of a stream at 25 frames a second that keeps up.
+    /// Plays one second of a stream at 25 frames per second, without any delay.
     void playSteadily() {
         for (int n = 0; n < 25; ++n)
             frameAfter(0.04 - drawing);
@@ -47,14 +47,14 @@ TEST_F(VideoFramePacingTest, DrawsEveryFrameOfAFastStreamThatJustKeepsUp) {
         ASSERT_EQ(frameAfter(1.0 / 60 - drawing), Verdict::draw);
 }
 
-TEST_F(VideoFramePacingTest, DrawsTheFirstFrameAfterAStandstill) {
+TEST_F(VideoFramePacingTest, DrawsTheFirstFrameAfterAStall) {
     playSteadily();
     EXPECT_EQ(frameAfter(3), Verdict::draw);
 }
 
-TEST_F(VideoFramePacingTest, CatchesUpWithThreeSecondsInLessThanOne) {
+TEST_F(VideoFramePacingTest, CatchesUpAThreeSecondStallInLessThanOneSecond) {
     playSteadily();
-    const double end = now; // when the stream stood still
+    const double end = now; // the time at which the stream stalled
     frameAfter(3);
     int frames = 1;
     while (frames < (now - end) * 25)
@@ -62,7 +62,7 @@ TEST_F(VideoFramePacingTest, CatchesUpWithThreeSecondsInLessThanOne) {
     EXPECT_LT(now - (end + 3), 1.0);
 }
 
-TEST_F(VideoFramePacingTest, LetsThePictureRunWhileCatchingUp) {
+TEST_F(VideoFramePacingTest, DrawsSomeFramesWhileCatchingUp) {
     playSteadily();
     frameAfter(3);
     int drawn = 0;
@@ -82,11 +82,11 @@ TEST_F(VideoFramePacingTest, DrawsEveryFrameAgainOnceItHasCaughtUp) {
         frameAfter(decoding);
     for (int n = 0; n < 100; ++n)
         ASSERT_EQ(frameAfter(0.04 - drawing), Verdict::draw);
-    // Even two frames that come together are both drawn now.
+    // From now on, even two frames in quick succession are both drawn.
     EXPECT_EQ(frameAfter(0.001), Verdict::draw);
 }
 
-TEST_F(VideoFramePacingTest, NeverCatchesUpForLongerThanItStoodStill) {
+TEST_F(VideoFramePacingTest, NeverCatchesUpForLongerThanTheStall) {
     playSteadily();
     frameAfter(2);
     const double start = now;
@@ -110,7 +110,7 @@ TEST_F(VideoFramePacingTest, NeverCatchesUpForLongerThanFiveSeconds) {
     EXPECT_LE(lastSkip - start, VideoFramePacing::longestCatchUp);
 }
 
-TEST_F(VideoFramePacingTest, CatchesUpWithWhatPiledUpBeforeTheFirstFrame) {
+TEST_F(VideoFramePacingTest, CatchesUpTheBacklogFromBeforeTheFirstFrame) {
     EXPECT_EQ(frameAfter(0), Verdict::draw);
     EXPECT_EQ(frameAfter(0.001), Verdict::skip);
 }

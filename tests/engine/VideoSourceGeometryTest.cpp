@@ -7,7 +7,7 @@
 namespace lumvik {
 namespace {
 
-TEST(VideoSourceGeometry, NeedsAWidthAndAHeight) {
+TEST(VideoSourceGeometry, RequiresAWidthAndAHeight) {
     EXPECT_TRUE(videoSourceGeometry(1, 1, 0).has_value());
     EXPECT_FALSE(videoSourceGeometry(0, 1080, 0).has_value());
     EXPECT_FALSE(videoSourceGeometry(1920, 0, 0).has_value());
@@ -15,7 +15,7 @@ TEST(VideoSourceGeometry, NeedsAWidthAndAHeight) {
     EXPECT_FALSE(videoSourceGeometry(1920, -1, 0).has_value());
 }
 
-TEST(VideoSourceGeometry, BringsTheRotationIntoOneTurn) {
+TEST(VideoSourceGeometry, NormalisesTheRotation) {
     struct Row {
         std::int64_t reported;
         int normalised;
@@ -30,22 +30,22 @@ TEST(VideoSourceGeometry, BringsTheRotationIntoOneTurn) {
 }
 
 TEST(VideoSourceGeometry, KeepsTheReportedSizeAndSwapsOnlyTheDisplayedOne) {
-    const auto turned = videoSourceGeometry(1920, 1080, 90);
-    EXPECT_EQ(turned, (VideoSourceGeometry{1920, 1080, 90}));
-    EXPECT_EQ(turned->displayedWidth(), 1080);
-    EXPECT_EQ(turned->displayedHeight(), 1920);
+    const auto rotated = videoSourceGeometry(1920, 1080, 90);
+    EXPECT_EQ(rotated, (VideoSourceGeometry{1920, 1080, 90}));
+    EXPECT_EQ(rotated->displayedWidth(), 1080);
+    EXPECT_EQ(rotated->displayedHeight(), 1920);
     EXPECT_TRUE(videoSourceGeometry(1920, 1080, -90)->isTurned());
     for (const int rotation : {0, 45, 89, 91, 180, 269, 271})
         EXPECT_FALSE(videoSourceGeometry(1920, 1080, rotation)->isTurned()) << rotation;
 }
 
-TEST(AspectRatioToApply, IsWidthByHeightAsDisplayed) {
+TEST(AspectRatioToApply, IsTheDisplayedWidthDividedByTheHeight) {
     EXPECT_EQ(aspectRatioToApply({1920, 1080, 0}, {}), 1920.0 / 1080.0);
     EXPECT_EQ(aspectRatioToApply({1920, 1080, 90}, {}), 1080.0 / 1920.0);
     EXPECT_EQ(aspectRatioToApply({1920, 1080, 180}, {}), 1920.0 / 1080.0);
 }
 
-TEST(AspectRatioToApply, LiesBetweenAQuarterAndFourInclusive) {
+TEST(AspectRatioToApply, RangesFromAQuarterToFourInclusive) {
     EXPECT_EQ(aspectRatioToApply({4000, 1000, 0}, {}), 4.0);
     EXPECT_EQ(aspectRatioToApply({1000, 4000, 0}, {}), 0.25);
     EXPECT_EQ(aspectRatioToApply({4001, 1000, 0}, {}), std::nullopt);
@@ -54,7 +54,7 @@ TEST(AspectRatioToApply, LiesBetweenAQuarterAndFourInclusive) {
     EXPECT_EQ(aspectRatioToApply({4500, 1000, 90}, {}), std::nullopt);
 }
 
-TEST(AspectRatioToApply, IsLeftOutWhenNearlyTheOneInUse) {
+TEST(AspectRatioToApply, IsOmittedIfItHardlyDiffersFromTheAppliedRatio) {
     EXPECT_EQ(aspectRatioToApply({1600, 1000, 0}, 1.6), std::nullopt);
     EXPECT_EQ(aspectRatioToApply({1600, 1000, 0}, 1.6009), std::nullopt);
     EXPECT_EQ(aspectRatioToApply({1600, 1000, 0}, 1.5991), std::nullopt);

@@ -13,13 +13,14 @@ namespace lumvik::test {
 
 namespace {
 
-constexpr int startDeadline = 30000; // milliseconds
+constexpr int startTimeLimit = 30'000; // milliseconds; generous, because the machine may be busy
 
-/// The first line that comes out of `descriptor`; empty when none does in time.
+/// Returns the first line that can be read from `descriptor`. Returns an empty text if reading
+/// fails or no line arrives in time.
 std::string readLine(int descriptor) {
     std::string line;
     pollfd waited{descriptor, POLLIN, 0};
-    while (poll(&waited, 1, startDeadline) > 0) {
+    while (poll(&waited, 1, startTimeLimit) > 0) {
         char character = 0;
         if (read(descriptor, &character, 1) != 1)
             return {};
@@ -30,11 +31,11 @@ std::string readLine(int descriptor) {
     return {};
 }
 
-/// Becomes the server, in the child.
+/// Replaces the child process with the server.
 [[noreturn]] void serve(int descriptor) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const int nothing = open("/dev/null", O_RDWR);
-    dup2(nothing, STDERR_FILENO);
+    const int nullDevice = open("/dev/null", O_RDWR);
+    dup2(nullDevice, STDERR_FILENO);
     const std::string number = std::to_string(descriptor);
     execlp("Xvfb", "Xvfb", "-displayfd", number.c_str(), "-screen", "0", "1280x1024x24", "-noreset",
            "-nolisten", "tcp", static_cast<char *>(nullptr));

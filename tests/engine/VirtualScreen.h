@@ -6,17 +6,18 @@
 
 namespace lumvik::test {
 
-/// An X server that draws into memory, on a display number of its own choice. It ends with this
-/// object, or with the process, whatever ends that. Needs no application object.
+/// An X server that draws into memory and chooses a free display number. The server ends when this
+/// object is destroyed or the process exits for any reason. No application object is needed.
 class VirtualScreen {
   public:
-    /// Starts the server and waits until it serves.
+    /// Starts the server and waits until it is ready.
     VirtualScreen();
     VirtualScreen(const VirtualScreen &) = delete;
     VirtualScreen &operator=(const VirtualScreen &) = delete;
     ~VirtualScreen();
 
-    /// The display's name, ":12"; empty when the server could not be started.
+    /// Returns the name of the display, such as ":12", or an empty text if the server could not be
+    /// started.
     [[nodiscard]] const std::string &display() const { return m_display; }
 
   private:

@@ -4,74 +4,51 @@
 
 namespace lumvik {
 
-/// The door through which tests read and set the controller's private state.
+/// Gives tests the private state of the controller that cannot be observed or brought about from
+/// outside. Everything else is tested through the controller's public operations, the fakes and the
+/// views in the window; see ControllerFixture.
 ///
 ///     AppDelegateAccess access(delegate);
-///     access.cameras() = {camera};
 ///     EXPECT_EQ(access.playbackState(), PlaybackSupervisorState::starting);
 struct AppDelegateAccess {
     explicit AppDelegateAccess(AppDelegate &ofDelegate) : delegate(ofDelegate) {}
 
-    [[nodiscard]] auto &mainMenu() const { return delegate.mainMenu; }
-    [[nodiscard]] auto &window() const { return delegate.window; }
-    [[nodiscard]] auto &videoHost() const { return delegate.videoHost; }
-    [[nodiscard]] auto &cameraPicker() const { return delegate.cameraPicker; }
-    [[nodiscard]] auto &emptyStateLabel() const { return delegate.emptyStateLabel; }
-    [[nodiscard]] auto &stayOnTopButton() const { return delegate.stayOnTopButton; }
-    [[nodiscard]] auto &focusViewerButton() const { return delegate.focusViewerButton; }
-    [[nodiscard]] auto &closeViewerButton() const { return delegate.closeViewerButton; }
-    [[nodiscard]] auto &mainMenuStrip() const { return delegate.mainMenuStrip; }
-    [[nodiscard]] auto &interactionView() const { return delegate.interactionView; }
-    [[nodiscard]] auto &keyboardNavigation() const { return delegate.keyboardNavigation; }
-    [[nodiscard]] auto &usesCompactViewerControls() const {
-        return delegate.usesCompactViewerControls;
-    }
-    [[nodiscard]] auto &pointerIsOverViewer() const { return delegate.pointerIsOverViewer; }
-    [[nodiscard]] auto &cameraMenuIsOpen() const { return delegate.cameraMenuIsOpen; }
-    [[nodiscard]] auto &viewerControlsAreVisible() const {
-        return delegate.viewerControlsAreVisible;
-    }
-    [[nodiscard]] auto &viewerControlFade() const { return delegate.viewerControlFade; }
-    [[nodiscard]] auto &cameras() const { return delegate.cameras; }
-    [[nodiscard]] auto &mpv() const { return delegate.mpv; }
-    [[nodiscard]] auto &mpvEventLoop() const { return delegate.mpvEventLoop; }
-    [[nodiscard]] auto &mpvObserver() const { return delegate.mpvObserver; }
-    [[nodiscard]] auto &playerGeneration() const { return delegate.playerGeneration; }
-    [[nodiscard]] auto &playbackSelectionGeneration() const {
-        return delegate.playbackSelectionGeneration;
-    }
-    [[nodiscard]] auto &playbackState() const { return delegate.playbackState; }
-    [[nodiscard]] auto &playbackWatchdog() const { return delegate.playbackWatchdog; }
-    [[nodiscard]] auto &playbackRetry() const { return delegate.playbackRetry; }
-    [[nodiscard]] auto &playbackRetryCount() const { return delegate.playbackRetryCount; }
-    [[nodiscard]] auto &localNetworkProbe() const { return delegate.localNetworkProbe; }
-    [[nodiscard]] auto &localNetworkProbeFallback() const {
-        return delegate.localNetworkProbeFallback;
-    }
-    [[nodiscard]] auto &networkPathSignature() const { return delegate.networkPathSignature; }
-    [[nodiscard]] auto &networkPathIsSatisfied() const { return delegate.networkPathIsSatisfied; }
-    [[nodiscard]] auto &systemIsSleeping() const { return delegate.systemIsSleeping; }
-    [[nodiscard]] auto &lastFrameRenderedAt() const { return delegate.lastFrameRenderedAt; }
-    [[nodiscard]] auto &lastCameraLoad() const { return delegate.lastCameraLoad; }
-    [[nodiscard]] auto &appliedVideoAspectRatio() const { return delegate.appliedVideoAspectRatio; }
-    [[nodiscard]] auto &settingsController() const { return delegate.settingsController; }
-    [[nodiscard]] auto &aboutPanel() const { return delegate.aboutPanel; }
-    [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
-    [[nodiscard]] auto &restoreFrameBeforeTemporaryMaximum() const {
-        return delegate.restoreFrameBeforeTemporaryMaximum;
-    }
-    [[nodiscard]] auto &focusCrop() const { return delegate.focusCrop; }
-    [[nodiscard]] auto &isSelectingFocusArea() const { return delegate.isSelectingFocusArea; }
-    [[nodiscard]] auto &isShowingFullCameraTemporarily() const {
-        return delegate.isShowingFullCameraTemporarily;
-    }
-    [[nodiscard]] auto &restoreFrameBeforeFocus() const { return delegate.restoreFrameBeforeFocus; }
-    [[nodiscard]] auto viewerControlRects() const { return delegate.viewerControlRects(); }
-    [[nodiscard]] auto &isClosingViewer() const { return delegate.isClosingViewer; }
-    [[nodiscard]] auto &sourceVideoGeometry() const { return delegate.sourceVideoGeometry; }
+    // ---- Read only ----
 
-    void graphicsWereLost() const { delegate.graphicsWereLost(); }
-    void graphicsAreBack() const { delegate.graphicsAreBack(); }
+    /// How often the selection has changed. Closing counts as a change, which shows nowhere else.
+    [[nodiscard]] auto selectionGeneration() const { return delegate.playbackSelectionGeneration; }
+    /// The pending attempt at recovery; null without one. In the main queue its timer is one of
+    /// many.
+    [[nodiscard]] const auto &playbackRetry() const { return delegate.playbackRetry; }
+    /// The number of attempts in a row. Its reset shows only in the next attempt.
+    [[nodiscard]] auto playbackRetryCount() const { return delegate.playbackRetryCount; }
+    /// The time of the last frame. The watchdog makes it visible only ten seconds later.
+    [[nodiscard]] const auto &lastFrameRenderedAt() const { return delegate.lastFrameRenderedAt; }
+    /// The video's geometry. It is recorded even where the window does not take its shape.
+    [[nodiscard]] const auto &sourceVideoGeometry() const { return delegate.sourceVideoGeometry; }
+    /// The rectangles of the visible controls. The surface asks for them through a callback.
+    [[nodiscard]] auto viewerControlRects() const { return delegate.viewerControlRects(); }
+    /// The fade of the controls. From outside, its curve could only be sampled in real time.
+    [[nodiscard]] const auto &viewerControlFade() const { return delegate.viewerControlFade; }
+    /// Cleared when the viewer closes, which the controls no longer show.
+    [[nodiscard]] bool pointerIsOverViewer() const { return delegate.pointerIsOverViewer; }
+    /// Cleared when the viewer closes, like `pointerIsOverViewer`.
+    [[nodiscard]] bool cameraMenuIsOpen() const { return delegate.cameraMenuIsOpen; }
+    /// The open editor; null without one. Tests call the operations behind its buttons, which are
+    /// tested with the editor itself.
+    [[nodiscard]] const auto &settingsController() const { return delegate.settingsController; }
+
+    // ---- Also set by tests, to conditions that no public operation brings about ----
+
+    /// The supervisor's state, which no log line names. Tests set states that do not fit the
+    /// player.
+    [[nodiscard]] auto &playbackState() const { return delegate.playbackState; }
+    /// The number of players started. One test sets the largest number. To read it, use
+    /// ControllerFixture::playerGeneration.
+    [[nodiscard]] auto &playerGeneration() const { return delegate.playerGeneration; }
+    /// Whether the window is temporarily maximised or still being restored, which shows nowhere
+    /// else. One test sets it without a frame to restore.
+    [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
 
     AppDelegate &delegate;
 };

@@ -19,8 +19,8 @@ struct LoggedLine {
     friend bool operator==(const LoggedLine &, const LoggedLine &) = default;
 };
 
-/// Collects every log line for as long as it lives, in place of the sink that was there before,
-/// which comes back afterwards. One at a time; usable from any thread.
+/// Collects every log line during its lifetime. It replaces the current log sink and restores it
+/// afterwards. There can be only one CapturedLog at a time; it can be used from any thread.
 ///
 ///     const CapturedLog log;
 ///     store.load();
@@ -67,7 +67,7 @@ class CapturedLog {
         QList<LoggedLine> list;
     };
 
-    /// Shares the lines with the capture, so that a thread that is still logging does no harm.
+    /// Shares ownership of the lines, so that a thread may still log while the capture ends.
     class Sink final : public LogSink {
       public:
         explicit Sink(std::shared_ptr<Lines> lines) : m_lines(std::move(lines)) {}

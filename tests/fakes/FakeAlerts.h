@@ -9,7 +9,8 @@
 
 namespace lumvik::test {
 
-/// Keeps the alerts that would have been shown and answers each at once. Main thread only.
+/// Records the alerts that would have been shown. Modal alerts are answered at once, sheets by
+/// `answerSheet`. Main thread only.
 class FakeAlerts final : public Alerts {
   public:
     int runModal(const Alert &alert) override {
@@ -19,7 +20,7 @@ class FakeAlerts final : public Alerts {
         return m_answer;
     }
 
-    /// As a sheet: `answered` is kept until `answerSheet`.
+    /// Records a sheet and keeps `answered` until `answerSheet` is called.
     void present(const Alert &alert, std::function<void(int)> answered) override {
         m_shown.append(alert);
         ++m_sheets;
@@ -27,7 +28,7 @@ class FakeAlerts final : public Alerts {
     }
     /// How many of the alerts were sheets.
     [[nodiscard]] int sheets() const { return m_sheets; }
-    /// The user answers the sheet that was shown last.
+    /// Answers the sheet that was shown last, as the user would.
     void answerSheet(int button) {
         if (const auto answered = std::exchange(m_answered, nullptr))
             answered(button);
@@ -36,7 +37,7 @@ class FakeAlerts final : public Alerts {
     /// All alerts so far, in order.
     [[nodiscard]] const QList<Alert> &shown() const { return m_shown; }
 
-    /// The explaining texts of all alerts so far, in order.
+    /// The informative texts of all alerts so far, in order.
     [[nodiscard]] QStringList texts() const {
         QStringList texts;
         for (const Alert &alert : m_shown)
@@ -46,10 +47,11 @@ class FakeAlerts final : public Alerts {
 
     void clear() { m_shown.clear(); }
 
-    /// The index of the button that the user presses from now on; at first 0, the default button.
+    /// Sets the index of the button with which modal alerts are answered from now on. Initially 0,
+    /// the default button.
     void setAnswer(int button) { m_answer = button; }
 
-    /// Runs while each alert is open, for what happens behind the user's back.
+    /// Sets what runs while a modal alert is open, for events during the alert's own event loop.
     void setWhileOpen(std::function<void()> whileOpen) { m_whileOpen = std::move(whileOpen); }
 
   private:

@@ -6,7 +6,7 @@
 
 namespace lumvik::test {
 
-/// Answers panels for files at once, with what the test has chosen.
+/// Answers file panels at once with the path that the test has set.
 class FakeFilePanels final : public FilePanels {
   public:
     std::optional<QString> chooseFileToOpen(const FilePanel &panel, QWidget *) override {
@@ -18,8 +18,8 @@ class FakeFilePanels final : public FilePanels {
         return chosen;
     }
 
-    std::optional<QString> chosen; ///< What the user chooses; nothing to cancel.
-    QList<FilePanel> opened;       ///< The panels shown so far.
+    std::optional<QString> chosen; ///< The path that the user chooses; nothing to cancel.
+    QList<FilePanel> opened;       ///< The panels shown so far to open a file.
     QList<FilePanel> saved;
 };
 

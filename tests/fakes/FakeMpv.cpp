@@ -13,7 +13,7 @@ namespace lumvik::test {
 
 namespace {
 
-/// Puts an event into the queues of the live clients that `wants` chooses, and wakes them.
+/// Adds an event to the queue of every live client for which `wants` returns true, and wakes it.
 template<typename Predicate>
 void deliver(FakeMpv::State &fake, const QueuedEvent &event, Predicate wants) {
     std::vector<WakeupCallback> wakeups;
@@ -54,7 +54,7 @@ FakeMpv::~FakeMpv() {
     State::setCurrent(nullptr);
 }
 
-// ---- What was called ----
+// ---- Recorded calls ----
 
 std::vector<MpvCall> FakeMpv::calls() const {
     const std::scoped_lock guard(m_state->mutex);
@@ -98,7 +98,7 @@ std::vector<MpvRenderCall> FakeMpv::renderCalls() const {
     return m_state->renderCalls;
 }
 
-// ---- What fails ----
+// ---- Failures ----
 
 void FakeMpv::setCreateFails(bool fails) {
     const std::scoped_lock guard(m_state->mutex);
@@ -141,7 +141,7 @@ void FakeMpv::setSettingResult(int result) {
     m_state->settingResult = result;
 }
 
-// ---- What the engine says ----
+// ---- Events and properties ----
 
 void FakeMpv::sendEvent(mpv_event_id id) {
     deliver(*m_state, {.id = id, .endFile = {}, .logLevel = {}, .name = {}, .text = {}},
@@ -253,7 +253,7 @@ void FakeMpv::setPainter(std::function<void(const MpvRenderCall &)> painter) {
     m_state->painter = std::move(painter);
 }
 
-// ---- What is alive ----
+// ---- Existing objects ----
 
 int FakeMpv::liveCores() const {
     const std::scoped_lock guard(m_state->mutex);

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-// The library's functions around a player instance and its clients.
+// The libmpv functions for player instances and their clients.
 
 namespace lumvik::test {
 namespace {
@@ -60,7 +60,7 @@ mpv_handle *mpv_create() {
     FakeMpv::State &fake = FakeMpv::State::current();
     const std::scoped_lock guard(fake.mutex);
     fake.record(__func__, "library");
-    // The real one refuses every other locale, too.
+    // The real mpv_create also refuses every other locale.
     if (fake.createFails || std::strcmp(std::setlocale(LC_NUMERIC, nullptr), "C") != 0)
         return nullptr;
     fake.handles.push_back(std::make_unique<mpv_handle>());

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-// The library's functions that draw.
+// The libmpv functions for rendering.
 
 namespace lumvik::test {
 namespace {
@@ -102,7 +102,7 @@ int mpv_render_context_get_info(mpv_render_context *context, mpv_render_param pa
     if (fake.frameInfoFails || parameter.type != MPV_RENDER_PARAM_NEXT_FRAME_INFO)
         return MPV_ERROR_NOT_IMPLEMENTED;
     auto *info = static_cast<mpv_render_frame_info *>(parameter.data);
-    // Without a new frame it is the last one that would be drawn again, which has no time.
+    // Without a new frame the last one would be drawn again, and a redraw has no target time.
     constexpr std::uint64_t redraw = MPV_RENDER_FRAME_INFO_PRESENT | MPV_RENDER_FRAME_INFO_REDRAW;
     info->flags = fake.frameIsPending ? fake.frameInfo : fake.frameInfo == 0 ? 0 : redraw;
     const bool hasTime = info->flags != 0 && (info->flags & MPV_RENDER_FRAME_INFO_REDRAW) == 0;

@@ -12,7 +12,7 @@ namespace {
 
 std::atomic<FakeMpv::State *> theState = nullptr;
 
-/// Whether this thread is inside a callback, where libmpv holds locks of its own.
+/// Whether this thread is inside a callback, where libmpv holds its own locks.
 thread_local bool isInCallback = false;
 
 } // namespace

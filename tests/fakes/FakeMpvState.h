@@ -15,21 +15,21 @@
 #include <string>
 #include <vector>
 
-// What stands behind FakeMpv, shared by the class that tests speak to (FakeMpv.cpp) and the
-// library's functions, which the code under test calls (FakeMpvClient.cpp, FakeMpvRenderer.cpp).
+// The state of FakeMpv, shared by the class that tests use (FakeMpv.cpp) and the libmpv functions
+// that the code under test calls (FakeMpvClient.cpp, FakeMpvRenderer.cpp).
 
 namespace lumvik::test {
 
-/// An event in the queue of a handle, with the memory that its data points to.
+/// An event in the queue of a handle, together with its data.
 struct QueuedEvent {
     mpv_event_id id = MPV_EVENT_NONE;
     std::optional<mpv_event_end_file> endFile;
     std::optional<mpv_log_level> logLevel;
-    std::string name; // of a property, or a message's prefix
-    std::string text; // a message's
+    std::string name; // the name of a property, or the prefix of a log message
+    std::string text; // the text of a log message
 };
 
-/// What a client wants to be called when there are events for it.
+/// The callback of a client for new events.
 struct WakeupCallback {
     void (*function)(void *) = nullptr;
     void *context = nullptr;
@@ -37,11 +37,11 @@ struct WakeupCallback {
 
 } // namespace lumvik::test
 
-/// A handle of the library. Kept after its destruction until the fake goes, so that a later use is
-/// recognised and not just undefined.
+/// A libmpv handle. It is kept after mpv_destroy until the fake is destroyed, so that a later use
+/// is detected rather than undefined.
 struct mpv_handle {
     int core = 0;
-    int client = 0; // 0: the core's own handle
+    int client = 0; // 0 for the core's own handle
     bool isAlive = true;
     bool isWaitedFor = false;
     bool isToWake = false;
@@ -49,7 +49,7 @@ struct mpv_handle {
     std::set<std::string> observed;
     std::deque<lumvik::test::QueuedEvent> events;
     lumvik::test::WakeupCallback wakeup;
-    // What the last mpv_wait_event answered; valid until the next one.
+    // The result of the last mpv_wait_event, which is valid until the next call.
     lumvik::test::QueuedEvent delivered;
     mpv_event_log_message deliveredMessage{};
     mpv_event_property deliveredProperty{};
@@ -61,7 +61,7 @@ struct mpv_handle {
     }
 };
 
-/// A renderer of the library, kept likewise.
+/// A libmpv renderer. It is kept after it was freed, like mpv_handle.
 struct mpv_render_context {
     int number = 0;
     int core = 0;
@@ -74,7 +74,8 @@ struct mpv_render_context {
 
 namespace lumvik::test {
 
-/// The fake library's memory. Its members are used with `mutex` held; callbacks are called without.
+/// The state of the fake library. Its members are used with `mutex` held; callbacks are called
+/// without it.
 struct FakeMpv::State {
     mutable std::mutex mutex;
     mutable std::condition_variable changed;
@@ -85,7 +86,7 @@ struct FakeMpv::State {
     std::map<std::string, int> commandResults;
     std::map<std::string, std::int64_t> properties;
     std::map<std::string, std::string> textProperties;
-    std::map<std::string, int> settingResults; // by the name of what is set
+    std::map<std::string, int> settingResults; // by the name of the option or property
     std::function<void(const MpvRenderCall &)> painter;
     int cores = 0;
     bool createFails = false;
@@ -124,27 +125,27 @@ struct FakeMpv::State {
             }));
     }
 
-    // ---- For the library's functions ----
+    // ---- For the libmpv functions ----
 
-    /// That of the FakeMpv that lives. A misuse where there is none, and in a callback.
+    /// The state of the existing FakeMpv. Without one, and in a callback, this is a misuse.
     static State &current();
-    /// Makes `state` the current one, none where it is null, and answers which one was before.
+    /// Makes `state` the current state, which may be null, and returns the previous one.
     static State *setCurrent(State *state);
 
-    /// What the argument points to, if it may be used; else it is a misuse by `function`.
+    /// Returns the object if it may be used. Otherwise the call of `function` is a misuse.
     mpv_handle &checked(mpv_handle *handle, const char *function) const;
     mpv_render_context &checked(mpv_render_context *renderer, const char *function) const;
     void record(const char *function, const std::string &object,
                 std::vector<std::string> arguments = {});
 };
 
-/// Says what the real library would not survive, and ends the process.
+/// Reports a misuse of libmpv on standard error and terminates the process.
 [[noreturn]] void misuse(const std::string &what);
 
-/// Calls back as libmpv does: on any thread, and with nothing allowed but to post.
+/// Calls a callback like libmpv. The callback must not call libmpv.
 void callBack(void (*function)(void *), void *context);
 
-/// An argument as it is recorded.
+/// Returns an argument in the form in which it is recorded.
 std::string given(const char *text);
 
 } // namespace lumvik::test

@@ -8,7 +8,7 @@
 namespace lumvik::test {
 namespace {
 
-/// What a renderer is made with.
+/// The parameters with which a renderer is created.
 struct Creation {
     mpv_opengl_init_params openGL{[](void *, const char *) -> void * { return nullptr; }, nullptr};
     std::array<mpv_render_param, 3> parameters{
@@ -58,14 +58,14 @@ TEST(FakeMpv, FailsOnRequest) {
     mpv_terminate_destroy(core);
 }
 
-TEST(FakeMpv, RefusesALocaleOtherThanCAsTheRealOneDoes) {
+TEST(FakeMpv, RefusesLocalesOtherThanC) {
     const FakeMpv mpv;
     ASSERT_NE(std::setlocale(LC_NUMERIC, "C.UTF-8"), nullptr);
     EXPECT_EQ(mpv_create(), nullptr);
     std::setlocale(LC_NUMERIC, "C");
 }
 
-TEST(FakeMpv, DeliversEventsInOrderAndThenNone) {
+TEST(FakeMpv, DeliversEventsInOrder) {
     FakeMpv mpv;
     mpv_handle *core = mpv_create();
     mpv.sendEvent(MPV_EVENT_START_FILE);
@@ -79,7 +79,7 @@ TEST(FakeMpv, DeliversEventsInOrderAndThenNone) {
     mpv_terminate_destroy(core);
 }
 
-TEST(FakeMpv, WakesAWaitOnOtherThreads) {
+TEST(FakeMpv, WakeupEndsAWaitOnAnotherThread) {
     FakeMpv mpv;
     mpv_handle *core = mpv_create();
     mpv.setWaitsNeverTimeOut();
@@ -90,7 +90,7 @@ TEST(FakeMpv, WakesAWaitOnOtherThreads) {
     mpv_terminate_destroy(core);
 }
 
-TEST(FakeMpv, AnswersPropertiesThatWereSet) {
+TEST(FakeMpv, ReturnsPropertiesThatWereSet) {
     FakeMpv mpv;
     mpv_handle *core = mpv_create();
     std::int64_t width = 7;
@@ -146,7 +146,7 @@ TEST(FakeMpvDeathTest, TerminatingWhileAnotherClientLivesIsMisuse) {
     mpv_terminate_destroy(core);
 }
 
-TEST(FakeMpvDeathTest, CallingOutOfACallbackIsMisuse) {
+TEST(FakeMpvDeathTest, CallFromACallbackIsMisuse) {
     FakeMpv mpv;
     mpv_handle *core = mpv_create();
     mpv_render_context *renderer = makeRenderer(core);
@@ -161,7 +161,7 @@ TEST(FakeMpvDeathTest, CallingOutOfACallbackIsMisuse) {
     mpv_terminate_destroy(core);
 }
 
-TEST(FakeMpvDeathTest, DestroyingACoreThatIsWaitedForIsMisuse) {
+TEST(FakeMpvDeathTest, DestroyingACoreDuringAWaitIsMisuse) {
     FakeMpv mpv;
     mpv_handle *core = mpv_create();
     EXPECT_DEATH(

@@ -10,7 +10,7 @@
 
 namespace lumvik::test {
 
-/// A connection that does what the test says, on the test's own thread.
+/// A connection that reports states on request of the test, on the test's own thread.
 class FakeConnection final : public NetworkConnection {
   public:
     FakeConnection(QString toHost, std::uint16_t toPort, std::optional<State> answer)
@@ -28,7 +28,7 @@ class FakeConnection final : public NetworkConnection {
     }
     void cancel() override { isCancelled = true; }
 
-    /// Enters a state; without a handler nobody hears of it.
+    /// Reports a state to the handler, if one is set.
     void report(State state) {
         if (const auto handler = m_handler)
             handler(state);
@@ -45,10 +45,10 @@ class FakeConnection final : public NetworkConnection {
     StateUpdateHandler m_handler;
 };
 
-/// Makes such connections and keeps them all.
+/// Creates FakeConnection objects and keeps all of them.
 class FakeNetwork {
   public:
-    /// What a connection reports as soon as it is started; nothing to stay silent.
+    /// The state that each connection reports as soon as it is started; nothing to report none.
     std::optional<NetworkConnection::State> answer = NetworkConnection::State::ready;
 
     [[nodiscard]] NetworkConnectionFactory factory() {
@@ -58,11 +58,11 @@ class FakeNetwork {
         };
     }
 
-    std::vector<std::shared_ptr<FakeConnection>> connections; // in the order of their making
+    std::vector<std::shared_ptr<FakeConnection>> connections; // in order of creation
 };
 
-/// A path monitor that says what the test says, on the test's own thread. It outlives the
-/// controller's, which only passes calls on.
+/// Reports network paths on request of the test, on the test's own thread, to the monitor that the
+/// controller owns. Must outlive that monitor.
 class FakeNetworkPath {
   public:
     [[nodiscard]] std::unique_ptr<NetworkPathMonitor> makeMonitor() {
@@ -86,6 +86,7 @@ class FakeNetworkPath {
         }
         void start(SerialQueue &) override {
             m_path.isStarted = true;
+            m_path.isCancelled = false;
             if (m_path.whenStarted)
                 m_path.whenStarted();
         }

@@ -6,7 +6,7 @@
 
 namespace lumvik::test {
 
-/// Sends the machine to sleep and wakes it when the test says so.
+/// Announces sleep and wake on request of the test.
 class FakeSleepMonitor final : public SleepMonitor {
   public:
     void start(std::function<void(SleepDelay)> willSleep, std::function<void()> didWake) override {
@@ -28,7 +28,7 @@ class FakeSleepMonitor final : public SleepMonitor {
         if (m_didWake)
             m_didWake();
     }
-    /// Whether the machine still waits for the program before it sleeps.
+    /// Whether the program still delays the sleep that was announced last.
     [[nodiscard]] bool isHeldOff() const { return !m_delay.expired(); }
     [[nodiscard]] bool isWatching() const { return static_cast<bool>(m_willSleep); }
 

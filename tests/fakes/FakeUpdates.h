@@ -6,19 +6,19 @@
 
 namespace lumvik::test {
 
-/// The checks for updates that a controller under test makes, answered by the test. Main thread
-/// only; must outlive the controller.
+/// Records the update checks of the controller under test; the test decides their outcomes. Must
+/// outlive the controller. Main thread only.
 class FakeUpdates {
   public:
-    /// What the controller is given as its update service.
+    /// Creates the update service that is passed to the controller.
     [[nodiscard]] std::unique_ptr<UpdateChecker> makeChecker() {
         return std::make_unique<Checker>(*this);
     }
 
-    /// How many checks were begun so far.
+    /// How many checks were started so far.
     [[nodiscard]] int begun() const { return static_cast<int>(m_checks.size()); }
     [[nodiscard]] bool wasCancelled(int check) const { return !at(check)->completion; }
-    /// The check `number`, from 0, is over. Nothing happens if it was cancelled.
+    /// Ends the check `number`, counted from 0. Does nothing if it was cancelled.
     void answer(int number, LumvikUpdateCheckOutcome outcome) const {
         if (const auto completion = std::exchange(at(number)->completion, nullptr))
             completion(std::move(outcome));

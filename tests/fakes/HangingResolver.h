@@ -12,8 +12,9 @@
 
 namespace lumvik::test {
 
-/// A name server that does not answer until it is let go: a resolver to put in the place of the
-/// system's. What it hands out may outlive it. Usable from any thread.
+/// Provides a resolver whose look-ups do not return until `letGo` is called, as with a name server
+/// that does not reply. It replaces the system's resolver. The resolvers may outlive this object,
+/// which can be used from any thread.
 ///
 ///     const HangingResolver hanging;
 ///     TcpConnection connection(host, 554, hanging.resolver());
@@ -23,10 +24,10 @@ namespace lumvik::test {
 ///     EXPECT_TRUE(hanging.letGo());
 class HangingResolver {
   public:
-    /// What it waits for comes within milliseconds, except on a busy machine.
+    /// How long the functions below wait at most. Usually they wait only for milliseconds.
     static constexpr std::chrono::seconds patience{30};
 
-    /// Answers every name with `answer`, once it is let go.
+    /// Returns a resolver that resolves every name to `answer`, after `letGo` was called.
     [[nodiscard]] NameResolver resolver(std::vector<SocketAddress> answer = {}) const {
         return [shared = m_shared, answer = std::move(answer)](const std::string &,
                                                                std::uint16_t) -> LookupResult {
@@ -40,18 +41,18 @@ class HangingResolver {
         };
     }
 
-    /// How many look-ups have come so far.
+    /// How many look-ups were started so far.
     [[nodiscard]] int asked() const {
         const std::scoped_lock lock(m_shared->mutex);
         return m_shared->asked;
     }
-    /// Waits for the first look-up; false when none comes. Runs no event loop.
+    /// Waits for the first look-up. Returns false when none is started. Runs no event loop.
     [[nodiscard]] bool waitUntilAsked() const {
         std::unique_lock lock(m_shared->mutex);
         return m_shared->changed.wait_for(lock, patience, [&] { return m_shared->asked > 0; });
     }
-    /// Answers all that ask, from now on, and waits until those who have asked are answered; false
-    /// when that does not happen. Runs no event loop.
+    /// Lets all look-ups return from now on and waits until those in progress have returned.
+    /// Returns false when they do not. Runs no event loop.
     [[nodiscard]] bool letGo() const {
         std::unique_lock lock(m_shared->mutex);
         m_shared->isLetGo = true;

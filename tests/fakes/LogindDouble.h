@@ -12,7 +12,7 @@
 
 namespace lumvik::test {
 
-/// What a program asked the login manager for.
+/// The arguments of an inhibitor request.
 struct InhibitRequest {
     QString what;
     QString who;
@@ -20,8 +20,8 @@ struct InhibitRequest {
     QString mode;
 };
 
-/// A login manager on a private bus, for as long as it lives: it grants inhibitors and announces
-/// sleep when the test says so. Works while the event loop of the thread that made it runs.
+/// A login manager on a private bus. It grants inhibitors, and announces sleep and wake on request
+/// of the test. It works only while the event loop of the thread that created it runs.
 class LogindDouble : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
@@ -36,10 +36,10 @@ class LogindDouble : public QObject, protected QDBusContext {
     explicit LogindDouble(const QString &busAddress, Behaviour behaviour = Behaviour::granting);
     ~LogindDouble() override;
 
-    /// Whether it has the login manager's name on the bus.
+    /// Whether this object owns the login manager's name on the bus.
     [[nodiscard]] bool isPresent() const { return m_isPresent; }
     [[nodiscard]] QList<InhibitRequest> requests() const { return m_requests; }
-    /// How many of the granted inhibitors somebody still holds.
+    /// How many of the granted inhibitors are still held.
     [[nodiscard]] int openInhibitors() const;
 
     void grantPending();
@@ -61,10 +61,12 @@ class LogindDouble : public QObject, protected QDBusContext {
     Behaviour m_behaviour;
     QList<InhibitRequest> m_requests;
     QList<QDBusMessage> m_pending;
-    std::vector<int> m_inhibitors; ///< Reading ends, which end when the inhibitor is closed.
+    std::vector<int>
+        m_inhibitors; ///< Read ends of pipes, which report the end when the inhibitor is closed.
 };
 
-/// Sends on `bus` what only the login manager may send: to everybody, or to one receiver alone.
+/// Sends a sleep signal on `bus` without being the login manager: to every receiver, or only to
+/// `receiver`.
 void forgeSleep(QDBusConnection &bus, bool isBeginning, const QString &receiver = {});
 
 } // namespace lumvik::test

@@ -5,9 +5,9 @@
 
 namespace lumvik::test {
 
-/// A parameter of a test, and what the test is called with it. It is printed by that name: ctest
-/// takes what is printed into the names that it lists, and these must not differ from run to run,
-/// as the address of a name would.
+/// A test parameter together with its name. The parameter is printed as that name. This matters
+/// because ctest makes the printed text a part of the test's name, which must not change from run
+/// to run, as an address or the bytes of an object would.
 ///
 ///     constexpr Named<Moment> moments[] = {{Moment::asleep, "WhileAsleep"}};
 ///     INSTANTIATE_TEST_SUITE_P(All, QuitInSleepTest, testing::ValuesIn(moments), nameOfParameter);

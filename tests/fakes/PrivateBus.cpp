@@ -20,9 +20,9 @@ PrivateBus::PrivateBus() {
                         "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
     configuration.close();
 
-    // It complains about limits that it may not raise.
+    // The daemon warns about limits that it is not permitted to raise.
     m_daemon.setStandardErrorFile(QProcess::nullDevice());
-    // Should the test be killed, the daemon must not stay behind.
+    // The daemon must not outlive a test that is killed.
     m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_daemon.start(QStringLiteral("dbus-daemon"),
                    {QStringLiteral("--nofork"), QStringLiteral("--print-address"),

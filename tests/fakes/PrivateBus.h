@@ -6,14 +6,14 @@
 
 namespace lumvik::test {
 
-/// A message bus of a test's own, on which everybody may do everything. It runs from construction
-/// to destruction.
+/// A message bus for one test, without access restrictions. It runs from construction to
+/// destruction.
 ///
 ///     const PrivateBus bus;
 ///     if (!bus.isRunning())
 ///         GTEST_SKIP() << "there is no dbus-daemon";
 ///
-/// A program takes it for the system bus with `address()` in DBUS_SYSTEM_BUS_ADDRESS.
+/// A program uses it as the system bus if DBUS_SYSTEM_BUS_ADDRESS contains `address()`.
 class PrivateBus {
   public:
     PrivateBus();

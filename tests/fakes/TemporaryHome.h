@@ -10,7 +10,7 @@
 
 namespace lumvik::test {
 
-/// A camera store and user defaults in a folder of the test's own, gone with it.
+/// A camera store and user defaults in a temporary folder, which is deleted with this object.
 class TemporaryHome {
   public:
     TemporaryHome() { EXPECT_TRUE(m_folder.isValid()); }
@@ -25,10 +25,10 @@ class TemporaryHome {
         return storeFolder() + QStringLiteral("/cameras.json");
     }
 
-    /// Stores a camera list as the program does.
+    /// Stores a camera list in the same way as the program.
     void saveCameras(const CameraList &cameras) { EXPECT_TRUE(m_store.save(cameras).has_value()); }
 
-    /// Leaves a list on the disk that nobody can read, and no recovery copy.
+    /// Leaves an unreadable camera list on disk, without a recovery copy.
     void damageCameras() {
         saveCameras({});
         QFile::remove(storeFolder() + QStringLiteral("/cameras.last-good.json"));

@@ -7,15 +7,16 @@
 
 namespace lumvik::test {
 
-/// What looks like a message bus and says nothing: a local socket to which programs connect, as the
-/// kernel lets them, and at which nobody is. It stands from construction to destruction.
+/// A message bus that never replies: a local socket that programs can connect to, because the
+/// kernel completes the connection, but that nothing accepts connections from. It exists from
+/// construction to destruction.
 ///
-/// A program takes it for the system bus with `address()` in DBUS_SYSTEM_BUS_ADDRESS.
+/// A program uses it as the system bus if DBUS_SYSTEM_BUS_ADDRESS contains `address()`.
 class UnresponsiveBus {
   public:
     enum class Queue {
-        open, ///< Programs are connected.
-        full, ///< They wait for it, or are told to try again.
+        open, ///< Programs can connect.
+        full, ///< Programs wait for a connection, or are told to try again.
     };
 
     explicit UnresponsiveBus(Queue queue = Queue::open);
@@ -23,7 +24,7 @@ class UnresponsiveBus {
     UnresponsiveBus &operator=(const UnresponsiveBus &) = delete;
     ~UnresponsiveBus();
 
-    /// Whether it is what was asked for.
+    /// Whether the socket could be set up as requested.
     [[nodiscard]] bool isThere() const { return m_isThere; }
     [[nodiscard]] QString address() const;
 

@@ -16,13 +16,18 @@
 
 namespace lumvik::test {
 
-/// A main queue with a clock of its own, which stands still until a test moves it: a wait of thirty
-/// seconds takes microseconds, and everything runs in an order that never varies.
+/// A main queue with a virtual clock, which stands still until the test moves it. A wait of thirty
+/// seconds takes microseconds, and the order of all work is deterministic.
 ///
-/// Nothing runs by itself. `runPending` runs what is due now, `advance` moves the clock and runs
-/// what becomes due on the way, each piece of work at its own moment. Work that other threads post
-/// is waited for with `runUntil`. The thread that makes the queue is its main thread; calling
-/// anything but `async` elsewhere ends the process.
+///     VirtualMainQueue queue;
+///     const auto item = queue.after(30, [&] { ++runs; });
+///     queue.advance(30);
+///     EXPECT_EQ(runs, 1);
+///
+/// Nothing runs by itself. `runPending` runs the work that is due now. `advance` moves the clock
+/// and runs each piece of work that becomes due at its own time. `runUntil` waits for work from
+/// other threads. The thread that creates the queue is its main thread; calling any function other
+/// than `async` on another thread terminates the process.
 class VirtualMainQueue final : public MainQueue {
   public:
     ~VirtualMainQueue() override = default;
@@ -57,21 +62,21 @@ class VirtualMainQueue final : public MainQueue {
 
     // ---- For tests ----
 
-    /// Runs what is due now, and what that submits, until nothing is left.
+    /// Runs the work that is due now, and the work that it submits, until nothing is left.
     void runPending() { advance(0); }
 
-    /// Moves the clock by `seconds` and runs everything that becomes due, in order.
+    /// Moves the clock by `seconds` and runs all work that becomes due, in order.
     void advance(double seconds) {
         requireMainThread();
         const TimeStamp end = m_now + seconds;
         runSubmitted();
         while (runNextTimer(end))
             runSubmitted();
-        m_now = std::max(m_now, end); // work with a loop of its own may have moved it further
+        m_now = std::max(m_now, end); // work with a nested loop may have moved the clock further
     }
 
-    /// Moves the clock by `seconds` in which nothing runs, as while the machine sleeps; what became
-    /// due runs with the next advance, a timer once.
+    /// Moves the clock by `seconds` without running anything, as while the machine sleeps. Work
+    /// that became due runs with the next `advance`, and a repeating timer only once.
     void jump(double seconds) {
         requireMainThread();
         m_now += seconds;
@@ -79,8 +84,8 @@ class VirtualMainQueue final : public MainQueue {
             entry.due = std::max(entry.due, m_now);
     }
 
-    /// Runs what is due, and what other threads submit meanwhile, until `predicate` answers true;
-    /// false when it has not within `deadline` of real time. The clock stands still.
+    /// Runs the work that is due and the work that other threads submit, until `predicate` returns
+    /// true. Returns false if it has not within `deadline` of real time. The clock stands still.
     template<typename Predicate>
     [[nodiscard]] bool runUntil(Predicate predicate,
                                 std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
@@ -91,27 +96,28 @@ class VirtualMainQueue final : public MainQueue {
                 return true;
             if (std::chrono::steady_clock::now() >= end)
                 return false;
-            // Woken by work; asked again now and then for what changes without any.
+            // New work ends the wait. The time-out is for conditions that change without any work.
             std::unique_lock guard(m_mutex);
             m_arrived.wait_for(guard, std::chrono::milliseconds(5),
                                [this] { return !m_submitted.empty(); });
         }
     }
 
-    /// Waits until another thread has submitted work, without running it; false after `deadline`.
+    /// Waits until another thread has submitted work, without running it. Returns false after
+    /// `deadline`.
     [[nodiscard]] bool waitForWork(std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
         std::unique_lock guard(m_mutex);
         return m_arrived.wait_for(guard, deadline, [this] { return !m_submitted.empty(); });
     }
 
-    /// How many pieces of work wait to run now, those with a time left out.
+    /// How many pieces of submitted work wait to run, without delayed work.
     [[nodiscard]] std::size_t submittedCount() const {
         const std::scoped_lock guard(m_mutex);
         return m_submitted.size();
     }
 
-    /// In how many seconds each piece of delayed work and each timer will run, soonest first.
-    /// Cancelled ones are left out.
+    /// The seconds until each piece of delayed work and each timer is due, in ascending order.
+    /// Cancelled work is not included.
     [[nodiscard]] std::vector<double> delays() const {
         std::vector<double> delays;
         for (const Entry &entry : m_timers) {
@@ -125,7 +131,7 @@ class VirtualMainQueue final : public MainQueue {
   private:
     struct Entry {
         TimeStamp due = 0;
-        std::uint64_t number = 0; // decides between equal times
+        std::uint64_t number = 0; // orders work that is due at the same time
         std::optional<double> interval;
         Work work;
         std::function<bool()> isOver;
@@ -135,7 +141,6 @@ class VirtualMainQueue final : public MainQueue {
       public:
         explicit Timer(std::shared_ptr<bool> isValid) : m_isValid(std::move(isValid)) {}
         ~Timer() override { *m_isValid = false; }
-        void invalidate() override { *m_isValid = false; }
 
       private:
         std::shared_ptr<bool> m_isValid;
@@ -165,17 +170,18 @@ class VirtualMainQueue final : public MainQueue {
         }
     }
 
-    /// Runs the first piece of delayed work that is due by `end`; false when there is none.
+    /// Runs the first piece of delayed work that is due by `end`. Returns false when there is none.
     bool runNextTimer(TimeStamp end) {
         std::erase_if(m_timers, [](const Entry &entry) { return entry.isOver(); });
         const auto next = std::min_element(
-            m_timers.begin(), m_timers.end(), [](const Entry &one, const Entry &other) {
-                return one.due != other.due ? one.due < other.due : one.number < other.number;
+            m_timers.begin(), m_timers.end(), [](const Entry &left, const Entry &right) {
+                return left.due != right.due ? left.due < right.due : left.number < right.number;
             });
         if (next == m_timers.end() || next->due > end)
             return false;
         m_now = std::max(m_now, next->due);
-        // A copy, and gone from the list first: the work may add to the list or cancel itself.
+        // Copied and removed from the list before it runs, because it may add to the list or cancel
+        // itself.
         const Work work = next->work;
         if (next->interval) {
             next->due += *next->interval;
@@ -188,7 +194,7 @@ class VirtualMainQueue final : public MainQueue {
     }
 
     std::thread::id m_mainThread = std::this_thread::get_id();
-    TimeStamp m_now = 1000; // any start serves; 0 would hide a time that was never set
+    TimeStamp m_now = 1000; // not 0, which would hide a time that was never set
     std::uint64_t m_nextNumber = 0;
     std::vector<Entry> m_timers;
     mutable std::mutex m_mutex; // guards m_submitted

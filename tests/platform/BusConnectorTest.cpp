@@ -25,7 +25,7 @@ class BusConnectorTest : public testing::Test {
     void SetUp() override { ASSERT_TRUE(bus.isRunning()); }
     ~BusConnectorTest() override { QDBusConnection::disconnectFromBus(observerName); }
 
-    /// Connects, with preparations that end in `problem`.
+    /// Connects with a `prepare` that returns `problem`.
     void connect(const QString &problem) {
         connector.connect(context, bus.address(), 10s,
                           {.prepare =
@@ -44,13 +44,13 @@ class BusConnectorTest : public testing::Test {
 
     const test::PrivateBus bus;
     QObject context;
-    QString address; // on the bus
+    QString address; // the connector's unique name on the bus
     QString reason;
     bool isConnected = false;
     BusConnector connector{QStringLiteral("session bus"), QStringLiteral("test.bus")};
 };
 
-TEST_F(BusConnectorTest, TheConnectionStaysWhenItIsPrepared) {
+TEST_F(BusConnectorTest, PreparedConnectionStaysOpenUntilDisconnect) {
     connect({});
     ASSERT_TRUE(eventually([this] { return isConnected; }));
     EXPECT_TRUE(isOnTheBus());
@@ -58,13 +58,13 @@ TEST_F(BusConnectorTest, TheConnectionStaysWhenItIsPrepared) {
     EXPECT_TRUE(eventually([this] { return !isOnTheBus(); }));
 }
 
-TEST_F(BusConnectorTest, TheConnectionEndsWhenItCannotBePrepared) {
+TEST_F(BusConnectorTest, FailedPreparationClosesTheConnection) {
     connect(QStringLiteral("it is full"));
     ASSERT_TRUE(eventually([this] { return !reason.isEmpty(); }));
     EXPECT_EQ(reason, QStringLiteral("it is full"));
     EXPECT_FALSE(isConnected);
     EXPECT_FALSE(address.isEmpty());
-    EXPECT_TRUE(eventually([this] { return !isOnTheBus(); })) << "it stays for nothing";
+    EXPECT_TRUE(eventually([this] { return !isOnTheBus(); })) << "the connection is still open";
 }
 
 } // namespace

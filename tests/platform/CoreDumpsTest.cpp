@@ -15,8 +15,8 @@
 namespace lumvik::test {
 namespace {
 
-/// What a process must not leave in a file. Put together when it is asked for, so that it does not
-/// stand in this program's own data.
+/// Returns data that must not appear in a dump. It is generated at run time, so this program's own
+/// data does not contain it.
 QByteArray secret() {
     QByteArray text;
     for (int n = 0; n < 64; ++n)
@@ -24,7 +24,7 @@ QByteArray secret() {
     return text;
 }
 
-/// Runs `act` in a child and returns how that ended, as waitpid tells it. The child never returns.
+/// Runs `act` in a child process, which then exits, and returns its wait status.
 int runInChild(const std::function<void()> &act) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -47,13 +47,13 @@ QByteArray dumpFilter() {
     return file.open(QFile::ReadOnly) ? file.readAll().trimmed() : QByteArray();
 }
 
-/// In the child of a test: says what is wrong by its exit status.
+/// For child processes: exits with `status` if the condition is false.
 void require(bool condition, int status) {
     if (!condition)
         std::_Exit(status);
 }
 
-TEST(CoreDumpsTest, NeitherFileNorMemoryIsLeftToADump) {
+TEST(CoreDumpsTest, ForbidsBothFilesAndMemoryInDumps) {
     const int status = runInChild([] {
         const rlimit before = coreLimit();
         (void)forbidCoreDumps();
@@ -64,13 +64,13 @@ TEST(CoreDumpsTest, NeitherFileNorMemoryIsLeftToADump) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-TEST(CoreDumpsTest, ChildGetsBackWhatTheUserHadDecided) {
+TEST(CoreDumpsTest, ChildCanRestoreTheUsersSettings) {
     const int status = runInChild([] {
         rlimit limit = coreLimit();
         limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4096);
         require(::setrlimit(RLIMIT_CORE, &limit) == 0, 1);
         const QByteArray filter = dumpFilter();
-        const UsersCoreDumps users = forbidCoreDumps();
+        const CoreDumpSettings users = forbidCoreDumps();
         const int inner = runInChild([&] {
             users.restoreInChild();
             require(coreLimit().rlim_cur == limit.rlim_cur, 3);
@@ -84,22 +84,24 @@ TEST(CoreDumpsTest, ChildGetsBackWhatTheUserHadDecided) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-/// Real dumps, where this system writes them into the folder of the process that crashes.
+/// Tests with real dumps, on systems that write them into the working directory of the crashing
+/// process.
 class CoreFileTest : public testing::Test {
   protected:
     void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "sanitizers switch dumps off, for theirs would be huge";
+        GTEST_SKIP() << "sanitizers disable core dumps because theirs would be huge";
 #endif
         QFile pattern(QStringLiteral("/proc/sys/kernel/core_pattern"));
         ASSERT_TRUE(pattern.open(QFile::ReadOnly));
         const QByteArray text = pattern.readAll();
         if (text.startsWith('|') || text.contains('/'))
-            GTEST_SKIP() << "dumps go elsewhere on this system: " << text.toStdString();
+            GTEST_SKIP() << "this system writes core dumps elsewhere: " << text.toStdString();
         if (coreLimit().rlim_max != RLIM_INFINITY)
             GTEST_SKIP() << "core files are not allowed here";
     }
-    /// Lets a child crash that holds the secret, after `prepare`, and returns what it left.
+    /// Calls `prepare` in a child process that then crashes with the secret in its memory. Returns
+    /// the dump.
     [[nodiscard]] QByteArray dumpOf(const std::function<void()> &prepare) const {
         const int status = runInChild([&] {
             require(::chdir(QFile::encodeName(folder.path()).constData()) == 0, 1);
@@ -128,24 +130,24 @@ class CoreFileTest : public testing::Test {
     QTemporaryDir folder;
 };
 
-TEST_F(CoreFileTest, CrashLeavesNoFile) {
+TEST_F(CoreFileTest, CrashLeavesNoFileOnceDumpsAreForbidden) {
     EXPECT_TRUE(dumpOf([] {
                     allowFiles();
                     (void)forbidCoreDumps();
                 }).isEmpty());
 }
 
-TEST_F(CoreFileTest, DumpThatIgnoresTheLimitHoldsNoMemory) {
+TEST_F(CoreFileTest, DumpThatIgnoresTheSizeLimitContainsNoMemory) {
     const QByteArray dump = dumpOf([] {
         (void)forbidCoreDumps();
-        allowFiles(); // as the kernel does for a program that takes dumps from a pipe
+        allowFiles(); // as the kernel does when it pipes dumps to a program
     });
     ASSERT_TRUE(dump.startsWith("\x7f"
                                 "ELF"));
     EXPECT_FALSE(dump.contains(secret()));
 }
 
-TEST_F(CoreFileTest, WithoutThatItWouldHoldTheSecret) {
+TEST_F(CoreFileTest, DumpContainsTheSecretUnlessForbidden) {
     EXPECT_TRUE(dumpOf([] { allowFiles(); }).contains(secret()));
 }
 

@@ -1,5 +1,7 @@
 #include "platform/DisplayConnectionMonitor.h"
 
+#include "platform/FileDescriptor.h"
+
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -16,54 +18,47 @@ using namespace std::chrono_literals;
 class DisplayConnectionMonitorTest : public testing::Test {
   protected:
     void SetUp() override {
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-        watch = std::make_unique<DisplayConnectionMonitor>(ends[0], [this] {
+        int sockets[2] = {-1, -1};
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets), 0);
+        nearEnd = FileDescriptor(sockets[0]);
+        farEnd = FileDescriptor(sockets[1]);
+        monitor = std::make_unique<DisplayConnectionMonitor>(nearEnd.get(), [this] {
             ++calls;
-            heard.set_value();
+            reported.set_value();
         });
     }
-    void TearDown() override {
-        watch.reset();
-        ::close(ends[0]);
-        if (!otherEndIsClosed)
-            ::close(ends[1]);
-    }
-    void closeOtherEnd() {
-        ::close(ends[1]);
-        otherEndIsClosed = true;
-    }
 
-    int ends[2] = {-1, -1};
-    bool otherEndIsClosed = false;
-    std::promise<void> heard;
-    std::unique_ptr<DisplayConnectionMonitor> watch;
-    int calls = 0; // by the watch's thread; looked at once that has ended
+    FileDescriptor nearEnd; // the monitored one
+    FileDescriptor farEnd;
+    std::promise<void> reported;
+    int calls = 0; // counted on the monitor's thread, read after that thread has ended
+    std::unique_ptr<DisplayConnectionMonitor> monitor;
 };
 
-TEST_F(DisplayConnectionMonitorTest, TellsOnceThatTheOtherEndHasGone) {
-    closeOtherEnd();
-    EXPECT_EQ(heard.get_future().wait_for(5s), std::future_status::ready);
-    watch.reset();
+TEST_F(DisplayConnectionMonitorTest, ReportsOnceWhenTheOtherEndIsClosed) {
+    farEnd.reset();
+    EXPECT_EQ(reported.get_future().wait_for(5s), std::future_status::ready);
+    monitor.reset();
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(DisplayConnectionMonitorTest, TellsItWhileSomethingLiesUnread) {
-    ASSERT_EQ(::write(ends[1], "x", 1), 1);
-    closeOtherEnd();
-    EXPECT_EQ(heard.get_future().wait_for(5s), std::future_status::ready);
+TEST_F(DisplayConnectionMonitorTest, ReportsClosingEvenWithUnreadData) {
+    ASSERT_EQ(::write(farEnd.get(), "x", 1), 1);
+    farEnd.reset();
+    EXPECT_EQ(reported.get_future().wait_for(5s), std::future_status::ready);
     char unread = 0;
-    EXPECT_EQ(::read(ends[0], &unread, 1), 1) << "what was sent is the owner's to read";
+    EXPECT_EQ(::read(nearEnd.get(), &unread, 1), 1) << "the monitor must not consume data";
 }
 
-TEST_F(DisplayConnectionMonitorTest, SaysNothingOfWhatIsSent) {
-    ASSERT_EQ(::write(ends[1], "x", 1), 1);
-    watch.reset();
+TEST_F(DisplayConnectionMonitorTest, IgnoresDataThatIsSent) {
+    ASSERT_EQ(::write(farEnd.get(), "x", 1), 1);
+    monitor.reset();
     EXPECT_EQ(calls, 0);
 }
 
-TEST_F(DisplayConnectionMonitorTest, EndsWithItsOwner) {
-    watch.reset();
-    closeOtherEnd();
+TEST_F(DisplayConnectionMonitorTest, ReportsNothingAfterDestruction) {
+    monitor.reset();
+    farEnd.reset();
     EXPECT_EQ(calls, 0);
 }
 

@@ -13,19 +13,19 @@ using namespace std::chrono_literals;
 
 [[noreturn]] void hangWithDeadline() {
     endProcessWithin(0.3);
-    std::this_thread::sleep_for(30s); // stands for a library that does not come back
+    std::this_thread::sleep_for(30s); // like a library call that never returns
     std::_Exit(3);
 }
 
-TEST(ExitDeadlineDeathTest, ProcessThatHangsLeavesInTimeWithSuccess) {
+TEST(ExitDeadlineDeathTest, HangingProcessExitsInTimeWithSuccess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EXIT(hangWithDeadline(), testing::ExitedWithCode(0),
-                "Lumvik leaves without waiting any longer\\.");
+                "Lumvik exits without waiting any longer\\.");
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);
 }
 
-TEST(ExitDeadlineDeathTest, ProcessThatIsQuickEndsOnItsOwn) {
+TEST(ExitDeadlineDeathTest, ProcessThatExitsInTimeKeepsItsStatus) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {

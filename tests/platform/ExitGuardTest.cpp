@@ -12,7 +12,7 @@ void registerHandler() {
     (void)std::atexit([] { std::fputs("A handler has run.\n", stderr); });
 }
 
-TEST(ExitGuardDeathTest, LetsNothingRunThatWasRegisteredBefore) {
+TEST(ExitGuardDeathTest, SkipsHandlersRegisteredEarlier) {
     EXPECT_EXIT(
         {
             registerHandler();
@@ -22,7 +22,7 @@ TEST(ExitGuardDeathTest, LetsNothingRunThatWasRegisteredBefore) {
         testing::ExitedWithCode(EXIT_FAILURE), "^$");
 }
 
-TEST(ExitGuardDeathTest, CoversWhatWasRegisteredMeanwhileOnceItIsRenewed) {
+TEST(ExitGuardDeathTest, CoversLaterHandlersOnlyOnceRenewed) {
     EXPECT_EXIT(
         {
             ExitGuard guard;
@@ -40,7 +40,7 @@ TEST(ExitGuardDeathTest, CoversWhatWasRegisteredMeanwhileOnceItIsRenewed) {
         testing::ExitedWithCode(EXIT_FAILURE), "^$");
 }
 
-TEST(ExitGuardDeathTest, LeavesTheOrderlyExitAsItIs) {
+TEST(ExitGuardDeathTest, ExitRunsHandlersAgainAfterTheGuardIsDestroyed) {
     EXPECT_EXIT(
         {
             registerHandler();

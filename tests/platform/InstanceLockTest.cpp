@@ -22,13 +22,13 @@ class InstanceLockTest : public testing::Test {
     const QString path = folder.filePath(QStringLiteral("program.lock"));
 };
 
-TEST_F(InstanceLockTest, TheFirstHasIt) {
+TEST_F(InstanceLockTest, FirstCallerAcquiresTheLock) {
     InstanceLock first(path);
     EXPECT_EQ(first.tryLock(), Result::acquired);
-    EXPECT_EQ(first.tryLock(), Result::acquired) << "asked again";
+    EXPECT_EQ(first.tryLock(), Result::acquired) << "second call";
 }
 
-TEST_F(InstanceLockTest, TheSecondHasToWaitForTheEndOfTheFirst) {
+TEST_F(InstanceLockTest, LockIsHeldUntilItsHolderIsDestroyed) {
     std::optional<InstanceLock> first(path);
     ASSERT_EQ(first->tryLock(), Result::acquired);
     InstanceLock second(path);
@@ -37,7 +37,7 @@ TEST_F(InstanceLockTest, TheSecondHasToWaitForTheEndOfTheFirst) {
     EXPECT_EQ(second.tryLock(), Result::acquired);
 }
 
-TEST_F(InstanceLockTest, AProcessThatIsKilledHoldsItNoLonger) {
+TEST_F(InstanceLockTest, KilledProcessReleasesTheLock) {
     int held[2];
     ASSERT_EQ(::pipe(held), 0);
     const pid_t child = ::fork();
@@ -60,7 +60,7 @@ TEST_F(InstanceLockTest, AProcessThatIsKilledHoldsItNoLonger) {
     ::close(held[1]);
 }
 
-TEST_F(InstanceLockTest, AFileThatWasLeftBehindDoesNotCount) {
+TEST_F(InstanceLockTest, ExistingFileAloneHoldsNoLock) {
     QFile file(path);
     ASSERT_TRUE(file.open(QFile::WriteOnly));
     file.write("1\n");
@@ -69,7 +69,7 @@ TEST_F(InstanceLockTest, AFileThatWasLeftBehindDoesNotCount) {
     EXPECT_EQ(lock.tryLock(), Result::acquired);
 }
 
-TEST_F(InstanceLockTest, TheFileIsItsOwnersAlone) {
+TEST_F(InstanceLockTest, FileIsAccessibleToItsOwnerOnly) {
     InstanceLock lock(path);
     ASSERT_EQ(lock.tryLock(), Result::acquired);
     EXPECT_EQ(QFileInfo(path).permissions() &
@@ -77,12 +77,12 @@ TEST_F(InstanceLockTest, TheFileIsItsOwnersAlone) {
               QFile::Permissions());
 }
 
-TEST_F(InstanceLockTest, WithoutAFolderItIsUnavailable) {
+TEST_F(InstanceLockTest, LockIsUnavailableWithoutItsFolder) {
     InstanceLock lock(folder.filePath(QStringLiteral("missing/program.lock")));
     EXPECT_EQ(lock.tryLock(), Result::unavailable);
 }
 
-TEST_F(InstanceLockTest, ALinkIsNotFollowed) {
+TEST_F(InstanceLockTest, SymbolicLinkIsNotFollowed) {
     ASSERT_TRUE(QFile::link(folder.filePath(QStringLiteral("elsewhere")), path));
     InstanceLock lock(path);
     EXPECT_EQ(lock.tryLock(), Result::unavailable);

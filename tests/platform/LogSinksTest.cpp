@@ -9,7 +9,7 @@ LogRecord record(LogLevel level, const QString &text) {
     return {level, "playback", text, 1769860800123}; // 2026-01-31T12:00:00.123Z
 }
 
-TEST(LogSinks, FormatsALine) {
+TEST(LogSinks, FormatsTimeLevelCategoryAndText) {
     EXPECT_EQ(formattedLogLine(record(LogLevel::standard,
                                       QStringLiteral("Starting video engine generation 1."))),
               "2026-01-31T12:00:00.123Z default playback: Starting video engine generation 1.");
@@ -29,7 +29,7 @@ TEST(LogSinks, MapsTheLevelsToJournalPriorities) {
     EXPECT_EQ(journalPriority(LogLevel::error), 3);
 }
 
-TEST(LogSinks, NoTextCanForgeALineOfItsOwn) {
+TEST(LogSinks, NoTextCanForgeALogLine) {
     const QByteArray line = formattedLogLine(record(
         LogLevel::error, QStringLiteral("first\n2026 error forged: line\r\t\x1b[31mred\u2028x")));
     EXPECT_FALSE(line.contains('\n'));

@@ -9,14 +9,15 @@
 
 #include <csignal>
 
-// Whether the tests' own login manager says what another one says.
+// Checks that an independent implementation behaves like LogindDouble, on which the other tests
+// rely.
 
 namespace lumvik::test {
 namespace {
 
 using LogindSleepMonitorTest = LogindSleepMonitorFixture;
 
-/// Not ours: a login manager that the python-dbusmock project made after the real one.
+/// A login manager from the python-dbusmock project, which imitates logind.
 class MockedLogind {
   public:
     explicit MockedLogind(const QString &address) {
@@ -74,23 +75,23 @@ class MockedLogind {
     QProcess m_process;
 };
 
-TEST_F(LogindSleepMonitorTest, WorksWithAnIndependentImitationOfTheLoginManager) {
+TEST_F(LogindSleepMonitorTest, WorksWithAnIndependentMockOfTheLoginManager) {
     if (!MockedLogind::isInstalled())
         GTEST_SKIP() << "python3-dbusmock is not installed";
     logind.reset();
-    BusNeighbour neighbour(bus.address());
+    BusClient client(bus.address());
     LogindSleepMonitor monitor(bus.address());
     start(monitor);
     const MockedLogind mocked(bus.address());
-    const auto inhibitors = [&] { return MockedLogind::inhibitors(neighbour.bus()); };
+    const auto inhibitors = [&] { return MockedLogind::inhibitors(client.bus()); };
     ASSERT_TRUE(eventually([&] { return inhibitors() == 1 && monitor.holdsInhibitor(); }));
-    MockedLogind::announce(neighbour.bus(), true);
+    MockedLogind::announce(client.bus(), true);
     ASSERT_TRUE(eventually([this] { return sleeps == 1; }));
     ASSERT_TRUE(lastDelay);
     EXPECT_EQ(inhibitors(), 1);
     lastDelay.reset();
     EXPECT_TRUE(eventually([&] { return inhibitors() == 0; }));
-    MockedLogind::announce(neighbour.bus(), false);
+    MockedLogind::announce(client.bus(), false);
     EXPECT_TRUE(eventually([&] { return wakes == 1 && inhibitors() == 1; }));
 }
 

@@ -3,49 +3,49 @@
 
 #include <QElapsedTimer>
 
-// Buses and login managers that are absent, mute, or start again.
+// Tests with buses and login managers that are absent, unresponsive or restarted.
 
 namespace lumvik::test {
 namespace {
 
 using LogindSleepMonitorTest = LogindSleepMonitorFixture;
 
-TEST_F(LogindSleepMonitorTest, SaysOnceThatThereIsNoBus) {
+TEST_F(LogindSleepMonitorTest, LogsOnceThatThereIsNoBus) {
     LogindSleepMonitor monitor(QStringLiteral("unix:path=/nonexistent/bus;unix:abstract=nowhere"));
     start(monitor);
     ASSERT_TRUE(eventually([this] { return !log.lines().isEmpty(); }));
     EXPECT_TRUE(never([this] { return log.lines().size() != 1; }));
     EXPECT_EQ(log.lines().constFirst(),
               (LoggedLine{LogLevel::info, QStringLiteral("lifecycle"),
-                          QStringLiteral("Sleep cannot be noticed on this system: "
+                          QStringLiteral("Sleep cannot be detected on this system: "
                                          "there is no system bus.")}));
 }
 
-TEST_F(LogindSleepMonitorTest, TakesTheFirstBusThatAnswers) {
+TEST_F(LogindSleepMonitorTest, UsesTheFirstResponsiveBus) {
     LogindSleepMonitor monitor(QStringLiteral("unix:path=/nonexistent/bus;") + bus.address());
     startHolding(monitor);
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
-TEST_F(LogindSleepMonitorTest, TakesTheSystemBusFromTheEnvironment) {
+TEST_F(LogindSleepMonitorTest, UsesTheSystemBusFromTheEnvironment) {
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
     LogindSleepMonitor monitor;
     qunsetenv("DBUS_SYSTEM_BUS_ADDRESS");
     startHolding(monitor);
 }
 
-TEST_F(LogindSleepMonitorTest, ABusThatSaysNothingHoldsNobodyUp) {
+TEST_F(LogindSleepMonitorTest, UnresponsiveBusBlocksNothing) {
     for (const UnresponsiveBus::Queue queue :
          {UnresponsiveBus::Queue::open, UnresponsiveBus::Queue::full}) {
-        const UnresponsiveBus deaf(queue);
-        ASSERT_TRUE(deaf.isThere());
+        const UnresponsiveBus unresponsive(queue);
+        ASSERT_TRUE(unresponsive.isThere());
         QElapsedTimer elapsed;
         elapsed.start();
         {
-            LogindSleepMonitor monitor(deaf.address());
+            LogindSleepMonitor monitor(unresponsive.address());
             start(monitor);
             EXPECT_LT(elapsed.elapsed(), 2000) << "starting";
-            // Others' use of a bus is not held up either.
+            // Other users of a bus are not blocked either.
             LogindDouble other(bus.address());
             EXPECT_TRUE(never([this] { return !log.lines().isEmpty(); }));
             elapsed.start();
@@ -54,25 +54,25 @@ TEST_F(LogindSleepMonitorTest, ABusThatSaysNothingHoldsNobodyUp) {
     }
 }
 
-TEST_F(LogindSleepMonitorTest, SaysThatTheBusDoesNotAnswer) {
-    const UnresponsiveBus deaf;
-    ASSERT_TRUE(deaf.isThere());
-    LogindSleepMonitor monitor(deaf.address(), std::chrono::milliseconds(100));
+TEST_F(LogindSleepMonitorTest, LogsThatTheBusDoesNotAnswer) {
+    const UnresponsiveBus unresponsive;
+    ASSERT_TRUE(unresponsive.isThere());
+    LogindSleepMonitor monitor(unresponsive.address(), std::chrono::milliseconds(100));
     start(monitor);
     ASSERT_TRUE(eventually([this] { return !log.lines().isEmpty(); }));
     EXPECT_EQ(log.lines().constFirst().text,
-              QStringLiteral("Sleep cannot be noticed on this system: "
+              QStringLiteral("Sleep cannot be detected on this system: "
                              "the system bus does not answer."));
 }
 
-TEST_F(LogindSleepMonitorTest, SaysOnceThatThereIsNoLoginManagerAndTakesOneUpThatAppears) {
+TEST_F(LogindSleepMonitorTest, LogsOnceThatThereIsNoLoginManagerAndUsesOneThatAppears) {
     logind.reset();
     LogindSleepMonitor monitor(bus.address());
     start(monitor);
     ASSERT_TRUE(eventually([this] { return !log.lines().isEmpty(); }));
     EXPECT_EQ(log.lines().constFirst(),
               (LoggedLine{LogLevel::info, QStringLiteral("lifecycle"),
-                          QStringLiteral("Sleep cannot be noticed on this system: "
+                          QStringLiteral("Sleep cannot be detected on this system: "
                                          "there is no login manager.")}));
     logind = std::make_unique<LogindDouble>(bus.address());
     ASSERT_TRUE(eventually([&] { return isHeld(monitor); }));
@@ -82,7 +82,7 @@ TEST_F(LogindSleepMonitorTest, SaysOnceThatThereIsNoLoginManagerAndTakesOneUpTha
     EXPECT_EQ(log.lines().size(), 1);
 }
 
-TEST_F(LogindSleepMonitorTest, TakesAnInhibitorFromALoginManagerThatStartsAgain) {
+TEST_F(LogindSleepMonitorTest, RequestsAnInhibitorFromARestartedLoginManager) {
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
     logind.reset();
@@ -97,7 +97,7 @@ TEST_F(LogindSleepMonitorTest, TakesAnInhibitorFromALoginManagerThatStartsAgain)
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
-TEST_F(LogindSleepMonitorTest, ALoginManagerThatStartsAgainBeforeItGrantsIsAskedAgain) {
+TEST_F(LogindSleepMonitorTest, RepeatsARequestThatTheOldLoginManagerLeftUnanswered) {
     logind->setBehaviour(Behaviour::hesitating);
     LogindSleepMonitor monitor(bus.address());
     start(monitor);
@@ -108,7 +108,7 @@ TEST_F(LogindSleepMonitorTest, ALoginManagerThatStartsAgainBeforeItGrantsIsAsked
     EXPECT_TRUE(never([this] { return !log.lines().isEmpty(); }));
 }
 
-TEST_F(LogindSleepMonitorTest, WakesWhenTheLoginManagerThatAnnouncedTheSleepStartsAgain) {
+TEST_F(LogindSleepMonitorTest, RestartOfTheLoginManagerAfterAnnouncingSleepCountsAsWaking) {
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
     logind->announceSleep();

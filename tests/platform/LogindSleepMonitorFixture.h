@@ -23,19 +23,19 @@ inline bool eventually(const std::function<bool()> &predicate) {
     return QTest::qWaitFor(predicate, 20'000);
 }
 
-/// Lets come what is on its way.
+/// Returns whether the predicate stays false while pending messages arrive.
 inline bool never(const std::function<bool()> &predicate) {
     return !QTest::qWaitFor(predicate, 200);
 }
 
-/// Another program on the bus.
-class BusNeighbour {
+/// Another client of the bus.
+class BusClient {
   public:
-    explicit BusNeighbour(const QString &address)
-        : m_bus(QDBusConnection::connectToBus(address, QStringLiteral("neighbour"))) {}
-    BusNeighbour(const BusNeighbour &) = delete;
-    BusNeighbour &operator=(const BusNeighbour &) = delete;
-    ~BusNeighbour() { QDBusConnection::disconnectFromBus(QStringLiteral("neighbour")); }
+    explicit BusClient(const QString &address)
+        : m_bus(QDBusConnection::connectToBus(address, QStringLiteral("client"))) {}
+    BusClient(const BusClient &) = delete;
+    BusClient &operator=(const BusClient &) = delete;
+    ~BusClient() { QDBusConnection::disconnectFromBus(QStringLiteral("client")); }
 
     [[nodiscard]] QDBusConnection &bus() { return m_bus; }
     [[nodiscard]] QStringList names() const {
@@ -49,7 +49,7 @@ class BusNeighbour {
     QDBusConnection m_bus;
 };
 
-/// Monitors on a bus of the test's own, with a login manager that does what the test says.
+/// Runs monitors on a private bus with a scripted login manager.
 class LogindSleepMonitorFixture : public testing::Test {
   protected:
     using Behaviour = LogindDouble::Behaviour;
@@ -68,13 +68,13 @@ class LogindSleepMonitorFixture : public testing::Test {
             },
             [this] { ++wakes; });
     }
-    /// Starts the monitor and waits until it was granted its inhibitor. What the login manager
-    /// sends later also arrives later.
+    /// Starts the monitor and waits until it has been granted its inhibitor. Later messages from
+    /// the login manager arrive after that.
     void startHolding(LogindSleepMonitor &monitor) {
         start(monitor);
         ASSERT_TRUE(eventually([&] { return isHeld(monitor); }));
     }
-    /// The monitor is asked too, because a signal may overtake the answer that was sent before it.
+    /// Checks the monitor too, because a signal may overtake a reply that was sent before it.
     [[nodiscard]] bool isHeld(const LogindSleepMonitor &monitor) const {
         return logind->openInhibitors() == 1 && monitor.holdsInhibitor();
     }

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-// Sleep and waking, with a login manager that is there.
+// Tests of sleep and waking with a login manager that is available.
 
 namespace lumvik::test {
 namespace {
@@ -21,7 +21,7 @@ TEST_F(LogindSleepMonitorTest, HoldsADelayInhibitorFromTheStart) {
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
-TEST_F(LogindSleepMonitorTest, HoldsSleepOffUntilTheDelayIsDropped) {
+TEST_F(LogindSleepMonitorTest, DelaysSleepUntilTheDelayIsDropped) {
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
     logind->announceSleep();
@@ -33,7 +33,7 @@ TEST_F(LogindSleepMonitorTest, HoldsSleepOffUntilTheDelayIsDropped) {
     EXPECT_EQ(wakes, 0);
 }
 
-TEST_F(LogindSleepMonitorTest, TakesAnInhibitorAgainAfterWaking) {
+TEST_F(LogindSleepMonitorTest, RequestsANewInhibitorAfterWaking) {
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
     for (int round = 1; round <= 3; ++round) {
@@ -49,7 +49,7 @@ TEST_F(LogindSleepMonitorTest, TakesAnInhibitorAgainAfterWaking) {
     EXPECT_EQ(logind->requests().size(), 4);
 }
 
-TEST_F(LogindSleepMonitorTest, PassesOnAWakeWithoutASleepAndKeepsItsInhibitor) {
+TEST_F(LogindSleepMonitorTest, ReportsWakingWithoutSleepAndKeepsItsInhibitor) {
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
     logind->announceWake();
@@ -58,7 +58,7 @@ TEST_F(LogindSleepMonitorTest, PassesOnAWakeWithoutASleepAndKeepsItsInhibitor) {
     EXPECT_EQ(logind->requests().size(), 1);
 }
 
-TEST_F(LogindSleepMonitorTest, PassesOnTwoSleepsInARow) {
+TEST_F(LogindSleepMonitorTest, ReportsTwoSleepsInARow) {
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
     logind->announceSleep();
@@ -69,7 +69,7 @@ TEST_F(LogindSleepMonitorTest, PassesOnTwoSleepsInARow) {
     EXPECT_FALSE(lastDelay);
 }
 
-TEST_F(LogindSleepMonitorTest, HandsOnNoDelayBeforeTheInhibitorIsGranted) {
+TEST_F(LogindSleepMonitorTest, PassesNoDelayBeforeTheInhibitorIsGranted) {
     logind->setBehaviour(Behaviour::hesitating);
     LogindSleepMonitor monitor(bus.address());
     start(monitor);
@@ -78,7 +78,7 @@ TEST_F(LogindSleepMonitorTest, HandsOnNoDelayBeforeTheInhibitorIsGranted) {
     logind->announceSleep();
     ASSERT_TRUE(eventually([this] { return sleeps == 1; }));
     EXPECT_FALSE(lastDelay);
-    // Granted too late, it is not kept, because it would only hold the machine up.
+    // A late inhibitor is not kept, because it would only delay the machine's sleep.
     logind->grantPending();
     EXPECT_TRUE(eventually([this] { return logind->openInhibitors() == 0; }));
     logind->setBehaviour(Behaviour::granting);
@@ -86,7 +86,7 @@ TEST_F(LogindSleepMonitorTest, HandsOnNoDelayBeforeTheInhibitorIsGranted) {
     EXPECT_TRUE(eventually([this] { return wakes == 1 && logind->openInhibitors() == 1; }));
 }
 
-TEST_F(LogindSleepMonitorTest, NoticesSleepThoughTheInhibitorIsRefusedAndSaysSoOnce) {
+TEST_F(LogindSleepMonitorTest, ReportsSleepWithoutAnInhibitorAndLogsTheRefusalOnce) {
     logind->setBehaviour(Behaviour::refusing);
     LogindSleepMonitor monitor(bus.address());
     start(monitor);
@@ -100,11 +100,11 @@ TEST_F(LogindSleepMonitorTest, NoticesSleepThoughTheInhibitorIsRefusedAndSaysSoO
     EXPECT_TRUE(never([this] { return log.lines().size() != 1; }));
     EXPECT_EQ(log.lines().constFirst(),
               (LoggedLine{LogLevel::info, QStringLiteral("lifecycle"),
-                          QStringLiteral("Sleep cannot be held off on this system: "
+                          QStringLiteral("Sleep cannot be delayed on this system: "
                                          "Permission denied.")}));
 }
 
-TEST_F(LogindSleepMonitorTest, MachineThatRunsOnCountsAsAwakeThoughNobodyIsLeftToSaySo) {
+TEST_F(LogindSleepMonitorTest, RunningMachineCountsAsAwakeAfterTheLoginManagerStops) {
     LogindSleepMonitor monitor(bus.address(), std::chrono::seconds(10),
                                std::chrono::milliseconds(200));
     startHolding(monitor);
@@ -116,7 +116,7 @@ TEST_F(LogindSleepMonitorTest, MachineThatRunsOnCountsAsAwakeThoughNobodyIsLeftT
     EXPECT_TRUE(never([this] { return wakes > 1; }));
 }
 
-TEST_F(LogindSleepMonitorTest, WakeThatIsAnnouncedEndsTheLimit) {
+TEST_F(LogindSleepMonitorTest, AnnouncedWakingStopsTheSleepTimer) {
     LogindSleepMonitor monitor(bus.address(), std::chrono::seconds(10),
                                std::chrono::milliseconds(200));
     startHolding(monitor);
@@ -126,17 +126,17 @@ TEST_F(LogindSleepMonitorTest, WakeThatIsAnnouncedEndsTheLimit) {
     EXPECT_TRUE(never([this] { return wakes > 1; }));
 }
 
-TEST_F(LogindSleepMonitorTest, IgnoresWhatAnybodyElseAnnounces) {
-    BusNeighbour neighbour(bus.address());
-    const QStringList others = neighbour.names();
+TEST_F(LogindSleepMonitorTest, IgnoresAnnouncementsFromOtherClients) {
+    BusClient client(bus.address());
+    const QStringList others = client.names();
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
-    forgeSleep(neighbour.bus(), true);
-    for (const QString &name : neighbour.names()) {
-        // To the monitor alone, which no subscription keeps out.
+    forgeSleep(client.bus(), true);
+    for (const QString &name : client.names()) {
+        // A message addressed to the monitor directly arrives regardless of its subscriptions.
         if (!others.contains(name)) {
-            forgeSleep(neighbour.bus(), true, name);
-            forgeSleep(neighbour.bus(), false, name);
+            forgeSleep(client.bus(), true, name);
+            forgeSleep(client.bus(), false, name);
         }
     }
     EXPECT_TRUE(never([this] { return sleeps + wakes != 0; }));
@@ -144,7 +144,7 @@ TEST_F(LogindSleepMonitorTest, IgnoresWhatAnybodyElseAnnounces) {
     EXPECT_TRUE(eventually([this] { return sleeps == 1; }));
 }
 
-TEST_F(LogindSleepMonitorTest, StoppedItReleasesTheInhibitorAndHearsNothing) {
+TEST_F(LogindSleepMonitorTest, StopReleasesTheInhibitorAndIgnoresAnnouncements) {
     LogindSleepMonitor monitor(bus.address());
     startHolding(monitor);
     monitor.stop();
@@ -156,7 +156,7 @@ TEST_F(LogindSleepMonitorTest, StoppedItReleasesTheInhibitorAndHearsNothing) {
     EXPECT_EQ(logind->requests().size(), 1);
 }
 
-TEST_F(LogindSleepMonitorTest, StoppedBeforeTheAnswerItKeepsNoInhibitor) {
+TEST_F(LogindSleepMonitorTest, StopBeforeTheReplyKeepsNoInhibitor) {
     logind->setBehaviour(Behaviour::hesitating);
     LogindSleepMonitor monitor(bus.address());
     start(monitor);
@@ -166,7 +166,7 @@ TEST_F(LogindSleepMonitorTest, StoppedBeforeTheAnswerItKeepsNoInhibitor) {
     EXPECT_TRUE(eventually([this] { return logind->openInhibitors() == 0; }));
 }
 
-TEST_F(LogindSleepMonitorTest, StoppedAtOnceItNeverAsks) {
+TEST_F(LogindSleepMonitorTest, StopRightAfterStartPreventsAnyRequest) {
     {
         LogindSleepMonitor never;
         never.stop();
@@ -186,7 +186,7 @@ TEST_F(LogindSleepMonitorTest, StoppedAtOnceItNeverAsks) {
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
-TEST_F(LogindSleepMonitorTest, MayBeStoppedByItsOwnHandlers) {
+TEST_F(LogindSleepMonitorTest, HandlersMayStopTheMonitor) {
     LogindSleepMonitor monitor(bus.address());
     const auto witness = std::make_shared<int>(0);
     monitor.start(

@@ -8,10 +8,11 @@
 namespace lumvik {
 namespace {
 
-/// Collects lines itself, so that this test leans on nothing but the interface.
-class Lines final : public LogSink {
+/// Collects the log records. Its own implementation keeps this test independent of the shared
+/// fakes.
+class RecordingSink final : public LogSink {
   public:
-    explicit Lines(std::vector<LogRecord> &records) : m_records(records) {}
+    explicit RecordingSink(std::vector<LogRecord> &records) : m_records(records) {}
     void write(const LogRecord &record) override { m_records.push_back(record); }
 
   private:
@@ -20,13 +21,13 @@ class Lines final : public LogSink {
 
 class LumvikLogTest : public testing::Test {
   protected:
-    LumvikLogTest() { LumvikLog::setSink(std::make_unique<Lines>(records)); }
+    LumvikLogTest() { LumvikLog::setSink(std::make_unique<RecordingSink>(records)); }
     ~LumvikLogTest() override { LumvikLog::setSink(nullptr); }
 
     std::vector<LogRecord> records;
 };
 
-TEST_F(LumvikLogTest, HasFiveCategories) {
+TEST_F(LumvikLogTest, EachChannelHasItsCategory) {
     LumvikLog::lifecycle().log(QStringLiteral("a"));
     LumvikLog::configuration().log(QStringLiteral("a"));
     LumvikLog::network().log(QStringLiteral("a"));
@@ -40,7 +41,7 @@ TEST_F(LumvikLogTest, HasFiveCategories) {
     EXPECT_STREQ(records[4].category, "updates");
 }
 
-TEST_F(LumvikLogTest, HasFourLevels) {
+TEST_F(LumvikLogTest, EachFunctionHasItsLevel) {
     LumvikLog::playback().debug(QStringLiteral("a"));
     LumvikLog::playback().info(QStringLiteral("a"));
     LumvikLog::playback().log(QStringLiteral("a"));
@@ -59,7 +60,7 @@ TEST_F(LumvikLogTest, NoAddressReachesASink) {
     EXPECT_EQ(records[0].text, QStringLiteral("rtsp://[address withheld] and [withheld] again"));
 }
 
-TEST_F(LumvikLogTest, QtsOwnMessagesAreLoggedAndRedacted) {
+TEST_F(LumvikLogTest, QtMessagesAreLoggedAndRedacted) {
     LumvikLog::installQtMessageHandler();
     qWarning("could not open %s", "rtsp://u:verysecret@h/");
     qInstallMessageHandler(nullptr);
@@ -68,7 +69,7 @@ TEST_F(LumvikLogTest, QtsOwnMessagesAreLoggedAndRedacted) {
     EXPECT_EQ(records[0].text, QStringLiteral("could not open rtsp://[address withheld]"));
 }
 
-TEST_F(LumvikLogTest, LinesOfManyThreadsAllArrive) {
+TEST_F(LumvikLogTest, NoLineOfAnyThreadIsLost) {
     std::vector<std::thread> threads;
     for (int n = 0; n < 8; ++n) {
         threads.emplace_back([] {

@@ -11,7 +11,7 @@
 namespace lumvik {
 namespace {
 
-/// Runs the event loop until `condition` holds; false after five seconds.
+/// Runs the event loop until `condition` is true. Returns false after five seconds.
 template<typename Condition>
 bool eventually(Condition condition) {
     return QTest::qWaitFor(condition, 5000);
@@ -27,7 +27,7 @@ TEST(QtMainQueue, RunsWorkInALaterTurnAndInOrder) {
     EXPECT_EQ(order, (QList<int>{1, 2}));
 }
 
-TEST(QtMainQueue, TakesWorkFromOtherThreadsToTheMainOne) {
+TEST(QtMainQueue, RunsWorkFromOtherThreadsOnTheMainThread) {
     QtMainQueue queue;
     QThread *ranOn = nullptr;
     std::thread other([&] { queue.async([&] { ranOn = QThread::currentThread(); }); });
@@ -36,7 +36,7 @@ TEST(QtMainQueue, TakesWorkFromOtherThreadsToTheMainOne) {
     EXPECT_EQ(ranOn, QCoreApplication::instance()->thread());
 }
 
-TEST(QtMainQueue, RunsDelayedWorkNoEarlierThanAsked) {
+TEST(QtMainQueue, RunsDelayedWorkNoEarlierThanRequested) {
     QtMainQueue queue;
     const TimeStamp start = queue.now();
     TimeStamp ranAt = 0;
@@ -56,19 +56,19 @@ TEST(QtMainQueue, DoesNotRunCancelledWork) {
     EXPECT_FALSE(cancelledRan);
 }
 
-TEST(QtMainQueue, DroppingTheItemDoesNotCancel) {
+TEST(QtMainQueue, DroppingTheItemDoesNotCancelTheWork) {
     QtMainQueue queue;
     bool ran = false;
     (void)queue.after(0.01, [&] { ran = true; });
     EXPECT_TRUE(eventually([&] { return ran; }));
 }
 
-TEST(QtMainQueue, RepeatsUntilInvalidated) {
+TEST(QtMainQueue, RepeatsUntilTheTimerIsDropped) {
     QtMainQueue queue;
     int ticks = 0;
-    const auto timer = queue.repeating(0.01, [&] { ++ticks; });
+    auto timer = queue.repeating(0.01, [&] { ++ticks; });
     EXPECT_TRUE(eventually([&] { return ticks >= 3; }));
-    timer->invalidate();
+    timer.reset();
     const int ticksThen = ticks;
     bool laterRan = false;
     const auto later = queue.after(0.05, [&] { laterRan = true; });
@@ -76,7 +76,7 @@ TEST(QtMainQueue, RepeatsUntilInvalidated) {
     EXPECT_EQ(ticks, ticksThen);
 }
 
-TEST(QtMainQueue, DropsWaitingWorkAtItsEnd) {
+TEST(QtMainQueue, DestructionDropsWaitingWork) {
     bool ran = false;
     {
         QtMainQueue queue;
@@ -87,7 +87,7 @@ TEST(QtMainQueue, DropsWaitingWorkAtItsEnd) {
     EXPECT_FALSE(ran);
 }
 
-TEST(QtMainQueue, TheClockNeverRunsBackwards) {
+TEST(QtMainQueue, ClockNeverRunsBackwards) {
     const QtMainQueue queue;
     TimeStamp last = queue.now();
     for (int n = 0; n < 1000; ++n) {

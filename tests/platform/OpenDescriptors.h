@@ -5,8 +5,8 @@
 
 namespace lumvik::test {
 
-/// How many descriptors this process has open, one of which is that of counting them. Tests that
-/// nothing stays open compare two counts.
+/// Returns the number of open descriptors of this process, including the one used for counting.
+/// Compare two counts to check that nothing stays open.
 inline int openDescriptors() {
     const std::filesystem::directory_iterator entries("/proc/self/fd");
     return static_cast<int>(std::distance(begin(entries), end(entries)));

@@ -6,11 +6,11 @@
 #include <memory>
 #include <utility>
 
-// For tests of what works on a serial queue.
+// Helpers for tests of code that runs on a serial queue.
 
 namespace lumvik::test {
 
-/// Runs `work` on the queue, behind what was submitted before, and answers what it answers.
+/// Runs `work` on the queue, after all work submitted earlier, and returns its result.
 template<typename Work>
 auto runOn(SerialQueue &queue, Work work) {
     auto task = std::make_shared<std::packaged_task<decltype(work())()>>(std::move(work));
@@ -19,7 +19,7 @@ auto runOn(SerialQueue &queue, Work work) {
     return result.get();
 }
 
-/// Waits until the queue has done all that was submitted to it.
+/// Waits until the queue has finished all work submitted so far.
 inline void drain(SerialQueue &queue) {
     runOn(queue, [] {});
 }

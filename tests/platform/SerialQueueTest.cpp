@@ -1,17 +1,23 @@
 #include "platform/SerialQueue.h"
 
+#include "platform/SerialQueueHandle.h"
+
+#include <QThread>
+
 #include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <atomic>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace lumvik {
 namespace {
 
-TEST(SerialQueue, RunsAllWorkInOrderBeforeItEnds) {
+TEST(SerialQueue, RunsAllWorkInOrderBeforeDestruction) {
     std::vector<int> order;
     {
         SerialQueue queue(QStringLiteral("test"));
@@ -23,7 +29,7 @@ TEST(SerialQueue, RunsAllWorkInOrderBeforeItEnds) {
         EXPECT_EQ(order[static_cast<std::size_t>(n)], n);
 }
 
-TEST(SerialQueue, RunsOnOneThreadOfItsOwn) {
+TEST(SerialQueue, RunsWorkOnOneThreadOfItsOwn) {
     std::vector<std::thread::id> threads;
     {
         SerialQueue queue(QStringLiteral("test"));
@@ -36,25 +42,27 @@ TEST(SerialQueue, RunsOnOneThreadOfItsOwn) {
     EXPECT_NE(threads[0], std::this_thread::get_id());
 }
 
-/// What the kernel calls the thread of a queue with this label.
+/// Returns the kernel's name for the thread of a queue with this label.
 std::string threadName(const QString &label) {
     char name[16] = {};
     {
         SerialQueue queue(label);
-        EXPECT_EQ(queue.label(), label);
-        queue.async([&] { pthread_getname_np(pthread_self(), name, sizeof name); });
+        queue.async([&] {
+            EXPECT_EQ(QThread::currentThread()->objectName(), label);
+            pthread_getname_np(pthread_self(), name, sizeof name);
+        });
     }
     return name;
 }
 
-TEST(SerialQueue, TheLastPartOfTheLabelNamesTheThread) {
+TEST(SerialQueue, LastPartOfTheLabelNamesTheThread) {
     EXPECT_EQ(threadName(QStringLiteral("org.example.viewer.network-path")), "network-path");
     EXPECT_EQ(threadName(QStringLiteral("org.example.viewer.probe")), "probe");
     EXPECT_EQ(threadName(QStringLiteral("plain")), "plain");
     EXPECT_EQ(threadName(QStringLiteral("a.part-longer-than-fifteen")), "part-longer-tha");
 }
 
-TEST(SerialQueue, TakesWorkFromManyThreads) {
+TEST(SerialQueue, AcceptsWorkFromManyThreads) {
     std::atomic_int count = 0;
     {
         SerialQueue queue(QStringLiteral("test"));
@@ -69,6 +77,40 @@ TEST(SerialQueue, TakesWorkFromManyThreads) {
             thread.join();
     }
     EXPECT_EQ(count, 200);
+}
+
+TEST(SerialQueueHandleTest, SubmitsWorkUntilItIsClosed) {
+    std::vector<int> order;
+    {
+        SerialQueue queue(QStringLiteral("test"));
+        SerialQueueHandle handle(queue);
+        handle.async([&] { order.push_back(1); });
+        handle.close();
+        handle.async([&] { order.push_back(2); });
+    }
+    EXPECT_EQ(order, std::vector<int>{1});
+}
+
+TEST(SerialQueueHandleTest, ClosingSubmitsTheLastWorkOnlyOnce) {
+    std::vector<int> order;
+    {
+        SerialQueue queue(QStringLiteral("test"));
+        SerialQueueHandle handle(queue);
+        handle.async([&] { order.push_back(1); });
+        handle.close([&] { order.push_back(2); });
+        handle.close([&] { order.push_back(3); });
+    }
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+}
+
+TEST(SerialQueueHandleTest, ClosedHandleMayOutliveTheQueue) {
+    std::optional<SerialQueue> queue(std::in_place, QStringLiteral("test"));
+    SerialQueueHandle handle(*queue);
+    handle.close();
+    queue.reset();
+    bool ran = false;
+    handle.async([&] { ran = true; });
+    EXPECT_FALSE(ran);
 }
 
 } // namespace

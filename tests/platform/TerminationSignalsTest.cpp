@@ -11,7 +11,7 @@ namespace {
 
 class TerminationSignalsTest : public testing::TestWithParam<int> {};
 
-TEST_P(TerminationSignalsTest, EndsInOrderByOneCall) {
+TEST_P(TerminationSignalsTest, FirstSignalCausesOneCall) {
     int calls = 0;
     const TerminationSignals signals([&] { ++calls; });
     EXPECT_FALSE(TerminationSignals::haveArrived());
@@ -21,7 +21,7 @@ TEST_P(TerminationSignalsTest, EndsInOrderByOneCall) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return calls == 1; }, 5000));
 }
 
-TEST_P(TerminationSignalsTest, EndsAtOnceByTheSecondSignal) {
+TEST_P(TerminationSignalsTest, SecondSignalEndsTheProcessAtOnce) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {
@@ -32,7 +32,7 @@ TEST_P(TerminationSignalsTest, EndsAtOnceByTheSecondSignal) {
         testing::KilledBySignal(GetParam()), "");
 }
 
-TEST_P(TerminationSignalsTest, EndsAtOnceByASecondSignalOfAnotherKindAfterTheFirstWasTaken) {
+TEST_P(TerminationSignalsTest, AnotherSignalAfterTheCallEndsTheProcessAtOnce) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {

@@ -27,7 +27,7 @@ class UserDefaultsTest : public testing::Test {
     QString key = QStringLiteral("selectedCameraIndex");
 };
 
-TEST_F(UserDefaultsTest, HasNoValuesWithoutAFile) {
+TEST_F(UserDefaultsTest, ValuesAreAbsentWithoutAFile) {
     const UserDefaults defaults(path);
     EXPECT_EQ(defaults.integer(key), std::nullopt);
     EXPECT_FALSE(defaults.boolean(key));
@@ -52,21 +52,21 @@ TEST_F(UserDefaultsTest, KeepsValuesAcrossInstances) {
               QStringLiteral("1 2 3 4 0 0 5 6"));
 }
 
-TEST_F(UserDefaultsTest, WritesAfterAWhileByItself) {
+TEST_F(UserDefaultsTest, WritesTheFileAfterAShortDelay) {
     UserDefaults defaults(path);
     for (int n = 0; n < 1000; ++n)
         defaults.set(key, n);
     EXPECT_TRUE(QTest::qWaitFor([&] { return read().contains("selectedCameraIndex=999"); }, 5000));
 }
 
-TEST_F(UserDefaultsTest, KeysStandInTheGeneralSection) {
+TEST_F(UserDefaultsTest, KeysAreWrittenToTheGeneralSection) {
     UserDefaults defaults(path);
     defaults.set(key, 7);
     defaults.synchronize();
     EXPECT_EQ(read(), "[General]\nselectedCameraIndex=7\n");
 }
 
-TEST_F(UserDefaultsTest, ValuesOfTheWrongKindCountAsAbsent) {
+TEST_F(UserDefaultsTest, ValuesOfTheWrongTypeCountAsAbsent) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
     write("[General]\nselectedCameraIndex=many\nstaysOnTop=perhaps\n");
     const UserDefaults defaults(path);
@@ -74,7 +74,7 @@ TEST_F(UserDefaultsTest, ValuesOfTheWrongKindCountAsAbsent) {
     EXPECT_FALSE(defaults.boolean(QStringLiteral("staysOnTop")));
 }
 
-TEST_F(UserDefaultsTest, DatesAreKeptInUtcAsTextThatCanBeRead) {
+TEST_F(UserDefaultsTest, DatesAreStoredInUtcAsReadableText) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
     const QDateTime date(QDate(2026, 11, 21), QTime(23, 59, 58, 250), QTimeZone(3600));
     {
@@ -89,7 +89,7 @@ TEST_F(UserDefaultsTest, DatesAreKeptInUtcAsTextThatCanBeRead) {
     EXPECT_TRUE(file.readAll().contains("2026-11-21T22:59:58.250Z"));
 }
 
-TEST_F(UserDefaultsTest, WhatIsNoDateIsNone) {
+TEST_F(UserDefaultsTest, InvalidDatesCountAsAbsent) {
     UserDefaults defaults(folder.filePath(QStringLiteral("lumvik.conf")));
     for (const char *text : {"", "yesterday", "2026-13-01T00:00:00Z", "86400"}) {
         defaults.set(key, QString::fromLatin1(text));
@@ -97,7 +97,7 @@ TEST_F(UserDefaultsTest, WhatIsNoDateIsNone) {
     }
 }
 
-TEST_F(UserDefaultsTest, WritesOverAFileOfNonsense) {
+TEST_F(UserDefaultsTest, ReplacesAMalformedFile) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
     write(QByteArray("\x00\xff[[[=\n====\n[General\nx", 22));
     {
@@ -108,7 +108,7 @@ TEST_F(UserDefaultsTest, WritesOverAFileOfNonsense) {
     EXPECT_EQ(UserDefaults(path).integer(key), 1);
 }
 
-TEST_F(UserDefaultsTest, SurvivesAPlaceThatCannotBeWritten) {
+TEST_F(UserDefaultsTest, KeepsValuesInMemoryWhenTheFileCannotBeWritten) {
     UserDefaults defaults(QStringLiteral("/proc/no/such/lumvik.conf"));
     defaults.set(key, 1);
     defaults.synchronize();

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace lumvik {
 namespace {
 
@@ -12,9 +14,13 @@ struct IdCase {
     std::optional<std::uint32_t> time;
 };
 
+void PrintTo(const IdCase &each, std::ostream *stream) {
+    *stream << (each.id.isEmpty() ? "empty" : each.id.toStdString());
+}
+
 class StartupIdTest : public testing::TestWithParam<IdCase> {};
 
-TEST_P(StartupIdTest, TellsTheTimeOfTheUsersAction) {
+TEST_P(StartupIdTest, ContainsTheTimeOfTheUsersAction) {
     EXPECT_EQ(timeOfStartupId(GetParam().id), GetParam().time) << GetParam().id.toStdString();
 }
 
@@ -28,13 +34,13 @@ INSTANTIATE_TEST_SUITE_P(
                     IdCase{"a_TIME12x", std::nullopt},
                     IdCase{"0b9e2c5e-7a5f-4d5e-9d43-1f2a3b4c5d6e", std::nullopt}));
 
-TEST(WindowActivationTest, TheEnvironmentIsLeftAloneWhereNobodyReadsIt) {
-    // As the one start of the program left it, on a display that is not Wayland's.
-    qputenv("XDG_ACTIVATION_TOKEN", "of-the-start");
+TEST(WindowActivationTest, EnvironmentIsUnchangedOutsideWayland) {
+    // The variable is set as at launch, and the display is not a Wayland display.
+    qputenv("XDG_ACTIVATION_TOKEN", "token-of-the-launch");
     QWindow window;
     window.show();
-    activateWindow(window, "of-a-later-start");
-    EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), "of-the-start");
+    activateWindow(window, "token-of-a-later-request");
+    EXPECT_EQ(qgetenv("XDG_ACTIVATION_TOKEN"), "token-of-the-launch");
     qunsetenv("XDG_ACTIVATION_TOKEN");
 }
 

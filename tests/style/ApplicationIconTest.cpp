@@ -19,7 +19,7 @@ bool isAlike(const QColor &one, const QColor &other) {
 
 class ApplicationIconTest : public testing::TestWithParam<int> {};
 
-TEST_P(ApplicationIconTest, IsARingInTheHouseColourAroundADarkLens) {
+TEST_P(ApplicationIconTest, IsARingInTheAccentColourAroundADarkLens) {
     const int size = GetParam();
     const QImage image = applicationIconImage(size);
     ASSERT_EQ(image.size(), QSize(size, size));
@@ -31,7 +31,7 @@ TEST_P(ApplicationIconTest, IsARingInTheHouseColourAroundADarkLens) {
     EXPECT_LT(image.pixelColor(size / 2, size / 2).lightness(), 90);
 }
 
-TEST_P(ApplicationIconTest, IsDrawnInTheSizeThatIsAskedFor) {
+TEST_P(ApplicationIconTest, IsRenderedAtTheRequestedSize) {
     const int size = GetParam();
     EXPECT_EQ(applicationIcon().pixmap(QSize(size, size), 1).toImage(), applicationIconImage(size));
     const QPixmap twice = applicationIcon().pixmap(QSize(size, size), 2);
@@ -42,7 +42,7 @@ TEST_P(ApplicationIconTest, IsDrawnInTheSizeThatIsAskedFor) {
 INSTANTIATE_TEST_SUITE_P(Sizes, ApplicationIconTest,
                          testing::Values(16, 22, 24, 25, 32, 48, 64, 128, 256, 512));
 
-TEST(ApplicationIconSizesTest, WindowManagersAreOfferedSmallAndLargeOnes) {
+TEST(ApplicationIconSizesTest, OffersSmallAndLargeSizes) {
     const QList<QSize> sizes = applicationIcon().availableSizes();
     EXPECT_TRUE(sizes.contains(QSize(16, 16)));
     EXPECT_TRUE(sizes.contains(QSize(128, 128)));

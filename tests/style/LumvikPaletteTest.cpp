@@ -5,7 +5,7 @@
 namespace lumvik {
 namespace {
 
-TEST(LumvikPalette, HouseColourIsAnOpaqueWarmRed) {
+TEST(LumvikPalette, AccentColourIsAnOpaqueWarmRed) {
     EXPECT_EQ(LumvikPalette::mirel().spec(), QColor::Rgb);
     EXPECT_EQ(LumvikPalette::mirel(), QColor(203, 93, 82, 255));
 }

@@ -1,5 +1,7 @@
 #include "supervision/NetworkPathDecision.h"
 
+#include "platform/network/PathSignatures.h"
+
 #include <gtest/gtest.h>
 
 namespace lumvik::test {
@@ -7,42 +9,40 @@ namespace {
 
 constexpr NetworkPathSignature none{};
 constexpr NetworkPathSignature bare{.isSatisfied = true};
-constexpr NetworkPathSignature wifi{.isSatisfied = true, .usesWiFi = true};
-constexpr NetworkPathSignature ethernet{.isSatisfied = true, .usesEthernet = true};
 constexpr NetworkPathSignature both{.isSatisfied = true, .usesWiFi = true, .usesEthernet = true};
 constexpr NetworkPathSignature tunnel{.isSatisfied = true, .usesWiFi = true, .usesOther = true};
 constexpr NetworkPathSignature wifiThatLeadsNowhere{.usesWiFi = true};
 
 TEST(NetworkPathDecision, FirstUsablePathChangesNothing) {
-    for (const NetworkPathSignature &now : {bare, wifi, ethernet, both, tunnel})
+    for (const NetworkPathSignature &now : {bare, wiFi, ethernet, both, tunnel})
         EXPECT_EQ(networkPathAction(std::nullopt, now), NetworkPathAction::none);
 }
 
 TEST(NetworkPathDecision, UnusablePathSuspendsWhateverWasBefore) {
     EXPECT_EQ(networkPathAction(std::nullopt, none), NetworkPathAction::suspend);
-    for (const NetworkPathSignature &before : {none, wifi, both, wifiThatLeadsNowhere}) {
+    for (const NetworkPathSignature &before : {none, wiFi, both, wifiThatLeadsNowhere}) {
         EXPECT_EQ(networkPathAction(before, none), NetworkPathAction::suspend);
         EXPECT_EQ(networkPathAction(before, wifiThatLeadsNowhere), NetworkPathAction::suspend);
     }
 }
 
-TEST(NetworkPathDecision, PathThatIsUsableAgainRecovers) {
-    for (const NetworkPathSignature &now : {bare, wifi, ethernet, both, tunnel}) {
+TEST(NetworkPathDecision, UsablePathAfterALossRecovers) {
+    for (const NetworkPathSignature &now : {bare, wiFi, ethernet, both, tunnel}) {
         EXPECT_EQ(networkPathAction(none, now), NetworkPathAction::recover);
         EXPECT_EQ(networkPathAction(wifiThatLeadsNowhere, now), NetworkPathAction::recover);
     }
 }
 
-TEST(NetworkPathDecision, PathThatUsesOtherInterfacesRecovers) {
-    EXPECT_EQ(networkPathAction(wifi, ethernet), NetworkPathAction::recover);
-    EXPECT_EQ(networkPathAction(wifi, both), NetworkPathAction::recover);
-    EXPECT_EQ(networkPathAction(both, wifi), NetworkPathAction::recover);
-    EXPECT_EQ(networkPathAction(wifi, tunnel), NetworkPathAction::recover);
-    EXPECT_EQ(networkPathAction(tunnel, wifi), NetworkPathAction::recover);
+TEST(NetworkPathDecision, PathOverOtherInterfacesRecovers) {
+    EXPECT_EQ(networkPathAction(wiFi, ethernet), NetworkPathAction::recover);
+    EXPECT_EQ(networkPathAction(wiFi, both), NetworkPathAction::recover);
+    EXPECT_EQ(networkPathAction(both, wiFi), NetworkPathAction::recover);
+    EXPECT_EQ(networkPathAction(wiFi, tunnel), NetworkPathAction::recover);
+    EXPECT_EQ(networkPathAction(tunnel, wiFi), NetworkPathAction::recover);
 }
 
 TEST(NetworkPathDecision, SamePathChangesNothing) {
-    for (const NetworkPathSignature &path : {bare, wifi, ethernet, both, tunnel})
+    for (const NetworkPathSignature &path : {bare, wiFi, ethernet, both, tunnel})
         EXPECT_EQ(networkPathAction(path, path), NetworkPathAction::none);
 }
 

@@ -13,7 +13,7 @@ using Verdict = PlaybackVerdict;
 constexpr TimeStamp load = 100;
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-TEST(PlaybackHealth, PlayerThatRunsWhileTheStateSaysStoppedIsAlwaysWrong) {
+TEST(PlaybackHealth, RunningPlayerInStateStoppedIsReported) {
     EXPECT_EQ(playbackVerdict({.state = State::stopped, .now = load, .lastCameraLoad = load}),
               Verdict::engineStopped);
 }
@@ -29,7 +29,7 @@ TEST(PlaybackHealth, FirstFrameIsDueEightSecondsAfterTheLoad) {
     EXPECT_EQ(verdictAt(notANumber), Verdict::healthy);
 }
 
-TEST(PlaybackHealth, PlayerThatWasNeverLoadedIsOverdue) {
+TEST(PlaybackHealth, FirstFrameIsOverdueIfNothingWasEverLoaded) {
     EXPECT_EQ(playbackVerdict({.state = State::starting,
                                .now = load,
                                .lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity()}),
@@ -49,12 +49,12 @@ TEST(PlaybackHealth, NextFrameIsDueTenSecondsAfterTheLast) {
     EXPECT_EQ(verdictAt(notANumber), Verdict::healthy);
 }
 
-TEST(PlaybackHealth, FrameFromBeforeTheLoadIsForgottenAndNothingIsOverdue) {
+TEST(PlaybackHealth, PlayingWithoutAFrameTimeIsHealthy) {
     EXPECT_EQ(playbackVerdict({.state = State::playing, .now = 1e9, .lastCameraLoad = load}),
               Verdict::healthy);
 }
 
-TEST(PlaybackHealth, StreamThatEndedIsNoticedBeforeItsFrameIsOld) {
+TEST(PlaybackHealth, EndOfStreamIsReportedBeforeTheFrameIsOverdue) {
     EXPECT_EQ(playbackVerdict({.state = State::playing,
                                .now = 201,
                                .lastCameraLoad = load,
@@ -63,7 +63,7 @@ TEST(PlaybackHealth, StreamThatEndedIsNoticedBeforeItsFrameIsOld) {
               Verdict::streamEnded);
 }
 
-TEST(PlaybackHealth, NothingIsWrongWhileAnAttemptWaitsOrPlaybackIsParked) {
+TEST(PlaybackHealth, BackingOffAndSuspendedPlaybackIsHealthy) {
     for (const State state : {State::backingOff, State::suspended}) {
         EXPECT_EQ(playbackVerdict({.state = state,
                                    .now = 1e9,

@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
+#include <string>
 
 namespace lumvik::test {
 namespace {
@@ -18,6 +20,8 @@ const double almostOne = std::nextafter(1.0, 0.0);
 struct Row {
     std::int64_t number;
     double delay;
+
+    friend void PrintTo(const Row &row, std::ostream *stream) { *stream << row.number; }
 };
 
 class BackOffTable : public testing::TestWithParam<Row> {};
@@ -35,7 +39,10 @@ INSTANTIATE_TEST_SUITE_P(Attempts, BackOffTable,
                          testing::Values(Row{1, 0.5}, Row{2, 1}, Row{3, 2}, Row{4, 4}, Row{5, 8},
                                          Row{6, 15}, Row{7, 30}, Row{8, 30}, Row{9, 30},
                                          Row{1000, 30},
-                                         Row{std::numeric_limits<std::int64_t>::max(), 30}));
+                                         Row{std::numeric_limits<std::int64_t>::max(), 30}),
+                         [](const auto &row) {
+                             return "Attempt" + std::to_string(row.param.number);
+                         });
 
 TEST(RecoverySchedule, ImmediateAttemptWaitsHalfASecondWhateverItsNumber) {
     for (const std::int64_t number : {1, 2, 6, 7, 9, 500}) {
@@ -60,7 +67,7 @@ TEST(RecoverySchedule, ForcedRecreationIsKeptWhateverTheNumber) {
         EXPECT_TRUE(recoveryAttempt(number, afterBackOff, forced, 0).recreatesPlayer) << number;
 }
 
-TEST(RecoverySchedule, ImmediateNinthAttemptIsSoonAndRecreates) {
+TEST(RecoverySchedule, ImmediateNinthAttemptHasAShortDelayAndRecreates) {
     const RecoveryAttempt attempt = recoveryAttempt(9, immediate, ifDue, almostOne);
     EXPECT_GE(attempt.delay, 0.5);
     EXPECT_LE(attempt.delay, 0.85);

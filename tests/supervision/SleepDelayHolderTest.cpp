@@ -12,7 +12,7 @@ namespace {
 
 class SleepDelayHolderTest : public testing::Test {
   protected:
-    /// A delay that shows by `isHeld` whether anybody keeps it.
+    /// Creates a delay. `isHeld` returns whether anything still holds it.
     [[nodiscard]] SleepMonitor::SleepDelay newDelay() {
         auto delay = std::make_shared<int>(0);
         m_delay = delay;
@@ -27,7 +27,7 @@ class SleepDelayHolderTest : public testing::Test {
     std::weak_ptr<int> m_delay;
 };
 
-TEST_F(SleepDelayHolderTest, HoldsSleepOffUntilItIsReleased) {
+TEST_F(SleepDelayHolderTest, DelaysSleepUntilItIsReleased) {
     hold->keep(newDelay(), 2);
     queue.advance(1.9);
     EXPECT_TRUE(isHeld());
@@ -36,27 +36,27 @@ TEST_F(SleepDelayHolderTest, HoldsSleepOffUntilItIsReleased) {
     hold->release();
 }
 
-TEST_F(SleepDelayHolderTest, HoldsSleepOffForNoLongerThanItsLimit) {
+TEST_F(SleepDelayHolderTest, DelaysSleepNoLongerThanItsLimit) {
     hold->keep(newDelay(), 2);
     queue.advance(2);
     EXPECT_FALSE(isHeld());
 }
 
-TEST_F(SleepDelayHolderTest, ASecondDelayHasALimitOfItsOwn) {
+TEST_F(SleepDelayHolderTest, SecondDelayHasItsOwnLimit) {
     hold->keep(newDelay(), 2);
     queue.advance(1);
     hold->keep(newDelay(), 2);
     queue.advance(1.9);
-    EXPECT_TRUE(isHeld()) << "dropped at the limit of the first";
+    EXPECT_TRUE(isHeld()) << "the limit of the first delay does not apply to the second";
     queue.advance(0.1);
     EXPECT_FALSE(isHeld());
 }
 
-TEST_F(SleepDelayHolderTest, LettingGoOfItLetsTheMachineSleep) {
+TEST_F(SleepDelayHolderTest, DestructionReleasesTheDelay) {
     hold->keep(newDelay(), 2);
     hold.reset();
     EXPECT_FALSE(isHeld());
-    queue.advance(2); // nothing comes back to it
+    queue.advance(2); // the limit of the destroyed holder does nothing
 }
 
 } // namespace

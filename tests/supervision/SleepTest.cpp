@@ -17,22 +17,21 @@ class SleepTest : public ControllerFixture {
     }
 };
 
-TEST_F(SleepTest, SleepParksPlaybackAndStopsTheStream) {
+TEST_F(SleepTest, SleepSuspendsPlaybackAndStopsTheStream) {
     sleepMonitor.sleep();
     EXPECT_EQ(log.lines(u"lifecycle"_s).last(),
               (LoggedLine{LogLevel::standard, u"lifecycle"_s,
                           u"The Mac is sleeping; playback recovery is suspended."_s}));
     EXPECT_EQ(access().playbackState(), State::suspended);
-    EXPECT_TRUE(access().systemIsSleeping());
     EXPECT_EQ(mpv.callsTo("mpv_command_string").size(), 1U);
     EXPECT_EQ(mpv.callsTo("mpv_command_string").front().text(), "mpv_command_string(core 1, stop)");
-    EXPECT_NE(access().mpv(), nullptr);
+    EXPECT_EQ(mpv.liveCores(), 1);
 }
 
-TEST_F(SleepTest, WakeMakesANewPlayerAtOnce) {
+TEST_F(SleepTest, WakeRequestsANewPlayerAtOnce) {
     sleepMonitor.sleep();
     queue.advance(3600);
-    EXPECT_EQ(access().playerGeneration(), 1);
+    EXPECT_EQ(playerGeneration(), 1);
     sleepMonitor.wake();
     EXPECT_EQ(log.lines(u"lifecycle"_s).last(),
               (LoggedLine{LogLevel::standard, u"lifecycle"_s,
@@ -41,12 +40,13 @@ TEST_F(SleepTest, WakeMakesANewPlayerAtOnce) {
                                     "reason=system wake."_s);
     EXPECT_EQ(access().lastFrameRenderedAt(), std::nullopt);
     queue.advance(0.5);
-    EXPECT_EQ(access().playerGeneration(), 2);
+    EXPECT_EQ(playerGeneration(), 2);
     EXPECT_EQ(mpv.liveCores(), 1);
 }
 
-TEST_F(SleepTest, AttemptThatWaitedNeverRunsAndItsCountGoesOn) {
-    access().playbackRetryCount() = 4;
+TEST_F(SleepTest, PendingAttemptNeverRunsButStillCounts) {
+    failRecoveryAttempts(4);
+    mpv.forgetCalls();
     delegate->schedulePlaybackRecovery({.reason = u"a test"_s});
     sleepMonitor.sleep();
     EXPECT_EQ(access().playbackRetry(), nullptr);
@@ -71,57 +71,56 @@ TEST_F(SleepTest, WakeWithoutAPathWaitsForThePath) {
     queue.runPending();
     EXPECT_TRUE(playbackLog().last().endsWith(u"network path became usable or changed."_s));
     queue.advance(0.5);
-    EXPECT_EQ(access().playerGeneration(), 2);
+    EXPECT_EQ(playerGeneration(), 2);
 }
 
-TEST_F(SleepTest, PictureFromBeforeAWakeIsNotTakenForLive) {
+TEST_F(SleepTest, PictureFromBeforeAWakeIsHidden) {
     mpv.announceFrame();
     networkPath.report({});
     queue.runPending();
-    ASSERT_TRUE(access().videoHost()->showsPicture());
-    // Nobody announced the sleep, and there is no network to bring another picture.
+    ASSERT_TRUE(videoHost()->showsPicture());
+    // The sleep was not announced, and without a network no new picture can arrive.
     sleepMonitor.wake();
-    EXPECT_FALSE(access().videoHost()->showsPicture());
+    EXPECT_FALSE(videoHost()->showsPicture());
 }
 
-TEST_F(SleepTest, WakeWithoutASleepBeforeIsTheSame) {
+TEST_F(SleepTest, WakeWithoutAnnouncedSleepAlsoRequestsANewPlayer) {
     sleepMonitor.wake();
     EXPECT_EQ(access().playbackState(), State::backingOff);
     queue.advance(0.5);
-    EXPECT_EQ(access().playerGeneration(), 2);
+    EXPECT_EQ(playerGeneration(), 2);
 }
 
-TEST_F(SleepTest, NeitherDoesAnythingWhileTheViewerCloses) {
-    access().isClosingViewer() = true;
+TEST_F(SleepTest, SleepAndWakeAreIgnoredWhileTheViewerCloses) {
+    delegate->closeCameraViewer();
     const qsizetype before = log.lines().size();
     sleepMonitor.sleep();
-    EXPECT_FALSE(access().systemIsSleeping());
     EXPECT_FALSE(sleepMonitor.isHeldOff());
     sleepMonitor.wake();
     EXPECT_EQ(log.lines().size(), before);
     EXPECT_TRUE(mpv.callsTo("mpv_command_string").empty());
 }
 
-TEST_F(SleepTest, SleepEndsAProbe) {
+TEST_F(SleepTest, SleepCancelsTheProbe) {
     network.answer = std::nullopt;
     delegate->requestLocalNetworkAccessAndStart();
-    ASSERT_NE(access().localNetworkProbe(), nullptr);
+    ASSERT_TRUE(probeIsUnderWay());
     sleepMonitor.sleep();
-    EXPECT_EQ(access().localNetworkProbe(), nullptr);
+    EXPECT_FALSE(probeIsUnderWay());
 }
 
-TEST_F(SleepTest, ProbeThatEndedJustBeforeStartsNothing) {
+TEST_F(SleepTest, ProbeThatEndedJustBeforeSleepStartsNothing) {
     network.answer = std::nullopt;
     delegate->requestLocalNetworkAccessAndStart();
     network.connections.back()->report(NetworkConnection::State::ready);
-    access().systemIsSleeping() = true;
+    sleepMonitor.sleep();
     queue.runPending();
     EXPECT_TRUE(mpv.callsTo("mpv_command").empty());
 }
 
-TEST_F(SleepTest, LastPictureIsNotShownToThePersonWhoWakesTheMachine) {
+TEST_F(SleepTest, LastPictureIsHiddenBeforeSleep) {
     sleepMonitor.sleep();
-    EXPECT_FALSE(access().videoHost()->expectsPicture());
+    EXPECT_FALSE(videoHost()->expectsPicture());
 }
 
 TEST_F(SleepTest, MachineSleepsOnceTheStreamHasStopped) {
@@ -134,7 +133,7 @@ TEST_F(SleepTest, MachineSleepsOnceTheStreamHasStopped) {
     EXPECT_TRUE(errors().isEmpty());
 }
 
-TEST_F(SleepTest, EngineThatNeverReportsTheEndHoldsSleepOffForTwoSecondsOnly) {
+TEST_F(SleepTest, EngineThatNeverReportsTheEndDelaysSleepForOnlyTwoSeconds) {
     sleepMonitor.sleep();
     queue.advance(1.9);
     EXPECT_TRUE(sleepMonitor.isHeldOff());
@@ -142,33 +141,33 @@ TEST_F(SleepTest, EngineThatNeverReportsTheEndHoldsSleepOffForTwoSecondsOnly) {
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, StreamThatFailsMeanwhileHoldsNothingUp) {
+TEST_F(SleepTest, StreamThatFailsMeanwhileReleasesTheDelay) {
     sleepMonitor.sleep();
     delegate->handlePlaybackEngineEvent(EndFile{4, -13}, 1);
     EXPECT_FALSE(sleepMonitor.isHeldOff());
     EXPECT_EQ(access().playbackRetry(), nullptr);
 }
 
-TEST_F(SleepTest, PlayerWithoutAStreamHoldsNothingUp) {
+TEST_F(SleepTest, PlayerWithoutAStreamDoesNotDelaySleep) {
     mpv.setProperty("idle-active", 1);
     sleepMonitor.sleep();
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, PlayerIsAskedForAStreamBeforeTheStopThatMakesItIdle) {
+TEST_F(SleepTest, IdleStateIsQueriedBeforeTheStop) {
     sleepMonitor.sleep();
     ASSERT_GE(mpv.position("mpv_get_property(core 1, idle-active"), 0);
     EXPECT_LT(mpv.position("mpv_get_property(core 1, idle-active"),
               mpv.position("mpv_command_string(core 1, stop"));
 }
 
-TEST_F(SleepTest, PlayerThatGoesAwayHoldsNothingUp) {
+TEST_F(SleepTest, LostGraphicsReleaseTheDelay) {
     sleepMonitor.sleep();
-    access().graphicsWereLost();
+    loseGraphics();
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, SecondAnnouncementHasALimitOfItsOwn) {
+TEST_F(SleepTest, SecondAnnouncementHasItsOwnLimit) {
     sleepMonitor.sleep();
     queue.advance(1.5);
     sleepMonitor.sleep();
@@ -178,7 +177,7 @@ TEST_F(SleepTest, SecondAnnouncementHasALimitOfItsOwn) {
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, LongSleepIsNotTakenForAStall) {
+TEST_F(SleepTest, LongSleepDoesNotCountAsAStall) {
     sleepMonitor.sleep();
     queue.advance(3600);
     network.answer = std::nullopt;
@@ -194,10 +193,10 @@ TEST_F(SleepTest, SecondWakeChangesNothing) {
     sleepMonitor.wake();
     EXPECT_EQ(access().playbackRetryCount(), 1);
     queue.advance(1);
-    EXPECT_EQ(access().playerGeneration(), 2);
+    EXPECT_EQ(playerGeneration(), 2);
 }
 
-TEST_F(SleepTest, SleepThatNobodyAnnouncedIsNoticedByTheFirstTickAfterIt) {
+TEST_F(SleepTest, UnannouncedSleepIsNoticedByTheFirstTickAfterIt) {
     delegate->recordRenderedFrame(1);
     queue.jump(3600);
     queue.advance(2);
@@ -220,9 +219,9 @@ TEST_F(SleepTest, LimitOfAnEarlierSleepDoesNotCutALaterOneShort) {
     EXPECT_TRUE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, ClosingTheViewerLetsTheMachineSleep) {
+TEST_F(SleepTest, ClosingTheViewerReleasesTheDelay) {
     sleepMonitor.sleep();
-    access().window()->performClose();
+    window().performClose();
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 

@@ -10,7 +10,7 @@ class SupervisorTest : public ControllerFixture {
     void SetUp() override { launchAndPlay(threeCameras()); }
 };
 
-TEST_F(SupervisorTest, FirstFrameMakesThePlayerPlayAndIsLoggedOnce) {
+TEST_F(SupervisorTest, FirstFrameStartsPlayingAndIsLoggedOnce) {
     queue.advance(3);
     delegate->recordRenderedFrame(1);
     EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::playing);
@@ -23,8 +23,8 @@ TEST_F(SupervisorTest, FirstFrameMakesThePlayerPlayAndIsLoggedOnce) {
 
 TEST_F(SupervisorTest, FramesThatTheViewShowsAreCountedForTheirGeneration) {
     delegate->handlePlaybackEngineEvent(StartFile{}, 1);
-    access().window()->hide(); // frames are taken without being drawn
-    ASSERT_TRUE(eventually([&] { return !access().window()->isExposed(); }));
+    window().hide(); // frames are fetched but not drawn
+    ASSERT_TRUE(eventually([&] { return !window().isExposed(); }));
     mpv.announceFrame();
     queue.runPending();
     EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::playing);
@@ -50,20 +50,20 @@ TEST_F(SupervisorTest, EventsOfAnEarlierPlayerAreIgnored) {
     EXPECT_EQ(errors(), QStringList(u"mpv ended the stream: reason=4, error=-13."_s));
 }
 
-TEST_F(SupervisorTest, NothingCountsWhileTheViewerCloses) {
-    access().isClosingViewer() = true;
+TEST_F(SupervisorTest, EventsAreIgnoredWhileTheViewerCloses) {
+    delegate->closeCameraViewer();
     delegate->handlePlaybackEngineEvent(EndFile{4, -13}, 1);
     delegate->recordRenderedFrame(1);
     EXPECT_TRUE(errors().isEmpty());
     EXPECT_EQ(access().lastFrameRenderedAt(), std::nullopt);
 }
 
-TEST_F(SupervisorTest, LogsWhatTheEngineReports) {
+TEST_F(SupervisorTest, LogsTheReportsOfTheEngine) {
     const auto logged = [&](const PlaybackEngineEvent &event) {
         const qsizetype before = log.lines().size();
         delegate->handlePlaybackEngineEvent(event, 1);
         QList<LoggedLine> lines = log.lines().mid(before);
-        lines.removeIf([](const LoggedLine &line) { // of the attempts at recovery, tested elsewhere
+        lines.removeIf([](const LoggedLine &line) { // recovery is tested elsewhere
             return line.text.startsWith(u"Scheduling recovery"_s);
         });
         return lines;
@@ -91,8 +91,8 @@ TEST_F(SupervisorTest, LogsWhatTheEngineReports) {
 
 TEST_F(SupervisorTest, ChoosingACameraLoadsItAndIsRemembered) {
     delegate->selectCamera(2);
-    EXPECT_EQ(access().playbackSelectionGeneration(), 1);
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 2);
+    EXPECT_EQ(access().selectionGeneration(), 1);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
     EXPECT_EQ(home.userDefaults().integer(u"selectedCameraIndex"_s), 2);
     EXPECT_EQ(mpv.texts().back(), "mpv_command(core 1, loadfile, rtsp://camera.example/garage, "
                                   "replace)");
@@ -102,12 +102,12 @@ TEST_F(SupervisorTest, ChoosingACameraLoadsItAndIsRemembered) {
 TEST_F(SupervisorTest, ChoosingACameraOutsideTheListDoesNothing) {
     delegate->selectCamera(-1);
     delegate->selectCamera(3);
-    EXPECT_EQ(access().playbackSelectionGeneration(), 0);
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 0);
+    EXPECT_EQ(access().selectionGeneration(), 0);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 0);
     EXPECT_EQ(mpv.callsTo("mpv_command").size(), 1U);
 }
 
-TEST_F(SupervisorTest, ChoosingACameraStartsAPlayerThatWasStopped) {
+TEST_F(SupervisorTest, ChoosingACameraStartsAStoppedPlayer) {
     delegate->stopPlayerEngine();
     delegate->selectCamera(1);
     queue.runPending();

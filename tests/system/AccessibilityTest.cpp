@@ -1,5 +1,5 @@
-// What assistive technology sees of the viewer and does with it, and the way over the controls
-// without a mouse.
+// How the viewer appears to assistive technology, which actions it offers there, and how its
+// controls are operated without a mouse.
 
 #include "system/harness/AccessibilityFixture.h"
 #include "system/harness/Eventually.h"
@@ -12,7 +12,7 @@ using AccessibilityTest = AccessibilityFixture;
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 
-const QString focusCame = u"object:state-changed:focused"_s;
+const QString focusGained = u"object:state-changed:focused"_s;
 const QString checkedChanged = u"object:state-changed:checked"_s;
 
 /// A control by its role and name.
@@ -44,7 +44,7 @@ TEST_F(AccessibilityTest, HiddenControlsHaveNamesAndAreNotShown) {
     EXPECT_TRUE(has(u"frame"_s, u"Lumvik"_s, u"active"_s));
 }
 
-TEST_F(AccessibilityTest, PointerShowsTheControlsToReadersToo) {
+TEST_F(AccessibilityTest, PointerRevealsTheControlsToAssistiveTechnology) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(startRememberingReader());
     ASSERT_NO_FATAL_FAILURE(showControls());
@@ -53,30 +53,30 @@ TEST_F(AccessibilityTest, PointerShowsTheControlsToReadersToo) {
             EXPECT_TRUE(comesToHave(control.role, control.name, state));
     }
     EXPECT_TRUE(has(u"menu bar"_s, u"Main Menu"_s, u"showing"_s));
-    EXPECT_TRUE(newsIsComplete());
+    EXPECT_TRUE(cacheIsUpToDate());
     movePointerAway();
     EXPECT_TRUE(comesToHave(close.role, close.name, u"showing"_s, false));
-    EXPECT_TRUE(newsIsComplete());
+    EXPECT_TRUE(cacheIsUpToDate());
 }
 
-TEST_F(AccessibilityTest, TabTellsOfEachControlAndShowsThem) {
+TEST_F(AccessibilityTest, TabFocusesEachControlInOrderAndShowsThem) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(startRememberingReader());
     EXPECT_FALSE(controlsAreVisible());
     for (const Control &control : controlsInOrder) {
         keyboard.press(u"Tab"_s);
-        EXPECT_TRUE(tells(focusCame, control.role, control.name));
+        EXPECT_TRUE(isAnnounced(focusGained, control.role, control.name));
         EXPECT_TRUE(has(control.role, control.name, u"focused"_s)) << qPrintable(control.name);
     }
     EXPECT_TRUE(eventually(10s, [this] { return controlsAreVisible(); }));
-    EXPECT_TRUE(newsIsComplete());
-    EXPECT_TRUE(always(1s, [this] { return controlsAreVisible(); })) << "they fade again";
+    EXPECT_TRUE(cacheIsUpToDate());
+    EXPECT_TRUE(always(1s, [this] { return controlsAreVisible(); })) << "the controls fade out";
 
     keyboard.press(u"Escape"_s);
-    EXPECT_TRUE(tells(focusCame, u"frame"_s, u"Lumvik"_s));
+    EXPECT_TRUE(isAnnounced(focusGained, u"frame"_s, u"Lumvik"_s));
     EXPECT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
     EXPECT_FALSE(has(close.role, close.name, u"focused"_s));
-    EXPECT_TRUE(newsIsComplete());
+    EXPECT_TRUE(cacheIsUpToDate());
 }
 
 TEST_F(AccessibilityTest, PictureIsNamedAfterItsCameraAndSaysWhetherItIsLive) {
@@ -91,29 +91,29 @@ TEST_F(AccessibilityTest, PictureIsNamedAfterItsCameraAndSaysWhetherItIsLive) {
     }));
 }
 
-TEST_F(AccessibilityTest, PressTogglesThePin) {
+TEST_F(AccessibilityTest, PressActionTogglesThePin) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(startRememberingReader());
     keyboard.press(u"Tab"_s);
     ASSERT_TRUE(comesToHave(pin.role, pin.name, u"enabled"_s));
     EXPECT_FALSE(has(pin.role, pin.name, u"checked"_s));
-    forgetEvents();
+    discardEvents();
     act(pin.role, pin.name, u"Press"_s);
-    EXPECT_TRUE(tells(checkedChanged, pin.role, pin.name));
+    EXPECT_TRUE(isAnnounced(checkedChanged, pin.role, pin.name));
     EXPECT_TRUE(has(pin.role, pin.name, u"checked"_s));
     EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
     act(pin.role, pin.name, u"Toggle"_s);
     EXPECT_TRUE(comesToHave(pin.role, pin.name, u"checked"_s, false));
     EXPECT_TRUE(eventually(10s, [this] { return !viewer->isAbove(); }));
-    EXPECT_TRUE(newsIsComplete());
+    EXPECT_TRUE(cacheIsUpToDate());
 }
 
-TEST_F(AccessibilityTest, CameraIsChosenThroughItAlone) {
+TEST_F(AccessibilityTest, CameraCanBeChosenThroughAccessibilityActionsAlone) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     EXPECT_EQ(find(picker.role, picker.name).value(u"description"_s), u"Front & back"_s);
-    // The picker is hidden, and comes when it is given the keyboard.
+    // The hidden picker appears when it receives the keyboard focus.
     EXPECT_TRUE(reader->ask({u"focus"_s, picker.role, picker.name}).value(u"answer"_s).toBool());
-    EXPECT_TRUE(tells(focusCame, picker.role, picker.name));
+    EXPECT_TRUE(isAnnounced(focusGained, picker.role, picker.name));
     ASSERT_TRUE(comesToHave(picker.role, picker.name, u"showing"_s));
     act(picker.role, picker.name, u"ShowMenu"_s);
     ASSERT_TRUE(comesToHave(u"menu item"_s, u"Yard"_s, u"showing"_s));
@@ -133,36 +133,37 @@ TEST_F(AccessibilityTest, CameraIsChosenThroughItAlone) {
     EXPECT_TRUE(has(picker.role, picker.name, u"focused"_s));
 }
 
-TEST_F(AccessibilityTest, ArrowKeysTellOfTheRowsOfThePicker) {
+TEST_F(AccessibilityTest, ArrowKeysAnnounceTheRowsOfThePicker) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     press(u"Tab"_s, 4);
-    ASSERT_TRUE(tells(focusCame, picker.role, picker.name));
+    ASSERT_TRUE(isAnnounced(focusGained, picker.role, picker.name));
     keyboard.press(u"Return"_s);
-    EXPECT_TRUE(tells(focusCame, u"menu item"_s, u"Front & back"_s));
+    EXPECT_TRUE(isAnnounced(focusGained, u"menu item"_s, u"Front & back"_s));
     keyboard.press(u"Down"_s);
-    EXPECT_TRUE(tells(focusCame, u"menu item"_s, u"Yard"_s));
+    EXPECT_TRUE(isAnnounced(focusGained, u"menu item"_s, u"Yard"_s));
     keyboard.press(u"Down"_s);
-    EXPECT_TRUE(tells(focusCame, u"menu item"_s, u"Garage"_s));
+    EXPECT_TRUE(isAnnounced(focusGained, u"menu item"_s, u"Garage"_s));
     keyboard.press(u"Escape"_s);
-    EXPECT_TRUE(tells(focusCame, picker.role, picker.name)) << "where the keyboard is again";
+    EXPECT_TRUE(isAnnounced(focusGained, picker.role, picker.name))
+        << "the picker does not regain the focus";
     keyboard.press(u"Return"_s);
-    EXPECT_TRUE(tells(focusCame, u"menu item"_s, u"Front & back"_s));
+    EXPECT_TRUE(isAnnounced(focusGained, u"menu item"_s, u"Front & back"_s));
     press(u"Down"_s, 1);
     keyboard.press(u"Return"_s);
     EXPECT_TRUE(comesToHave(u"image"_s, u"Picture of Yard"_s, u"showing"_s));
 }
 
-TEST_F(AccessibilityTest, MainMenusItemsAreFoundAndPressed) {
+TEST_F(AccessibilityTest, MainMenuItemsAreFoundAndPressed) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     keyboard.press(u"Tab"_s);
-    ASSERT_TRUE(tells(focusCame, u"menu item"_s, u"Lumvik"_s));
+    ASSERT_TRUE(isAnnounced(focusGained, u"menu item"_s, u"Lumvik"_s));
     act(u"menu item"_s, u"Help"_s, u"Press"_s);
     ASSERT_TRUE(comesToHave(u"menu item"_s, u"About Lumvik"_s, u"showing"_s));
     act(u"menu item"_s, u"Camera Addresses…"_s, u"Press"_s);
     ASSERT_NO_FATAL_FAILURE(waitForEditor());
 }
 
-TEST_F(AccessibilityTest, EditorTellsItsRowsAndItsButtons) {
+TEST_F(AccessibilityTest, EditorExposesItsRowsAndButtons) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(openEditor());
     EXPECT_TRUE(comesToHave(u"dialog"_s, u"Cameras"_s, u"active"_s));
@@ -180,24 +181,24 @@ TEST_F(AccessibilityTest, EditorTellsItsRowsAndItsButtons) {
     EXPECT_EQ(find(u"push button"_s, u"A–Z"_s).value(u"description"_s),
               u"Sort camera names from A to Z"_s);
     keyboard.press(u"Down"_s);
-    EXPECT_TRUE(tells(focusCame, u"table cell"_s, u"Yard"_s));
+    EXPECT_TRUE(isAnnounced(focusGained, u"table cell"_s, u"Yard"_s));
 }
 
-TEST_F(AccessibilityTest, EditorsErrorsAreAlertsThatSayWhatIsWrong) {
+TEST_F(AccessibilityTest, EditorErrorsAreAlertsThatSayWhatIsWrong) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(openEditor());
     act(u"push button"_s, u"Add Camera"_s, u"Press"_s);
-    ASSERT_TRUE(tells(focusCame, u"text"_s, u"Camera Name 4"_s));
+    ASSERT_TRUE(isAnnounced(focusGained, u"text"_s, u"Camera Name 4"_s));
     keyboard.press(u"BackSpace"_s);
     keyboard.press(u"Return"_s);
-    ASSERT_TRUE(tells(focusCame, u"table"_s, u"Cameras"_s));
+    ASSERT_TRUE(isAnnounced(focusGained, u"table"_s, u"Cameras"_s));
     keyboard.press(u"Return"_s);
     ASSERT_TRUE(eventually(20s, [this] { return wholeTree().contains(u"\"alert\""_s); }));
     EXPECT_TRUE(wholeTree().contains(u"Camera name required"_s));
     keyboard.press(u"Return"_s);
 }
 
-TEST_F(AccessibilityTest, NoAddressIsToldButInTheFieldWhereItIsEdited) {
+TEST_F(AccessibilityTest, AddressesAreExposedOnlyInTheFieldThatEditsThem) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     const auto tellsNothing = [this](const QString &when) {
         const QString tree = wholeTree();
@@ -207,7 +208,7 @@ TEST_F(AccessibilityTest, NoAddressIsToldButInTheFieldWhereItIsEdited) {
     };
     tellsNothing(u"with the controls hidden"_s);
     press(u"Tab"_s, 4);
-    ASSERT_TRUE(tells(focusCame, picker.role, picker.name));
+    ASSERT_TRUE(isAnnounced(focusGained, picker.role, picker.name));
     tellsNothing(u"with the controls shown"_s);
     keyboard.press(u"Return"_s);
     ASSERT_TRUE(comesToHave(u"menu item"_s, u"Yard"_s, u"showing"_s));
@@ -218,7 +219,7 @@ TEST_F(AccessibilityTest, NoAddressIsToldButInTheFieldWhereItIsEdited) {
 
     keyboard.press(u"Right"_s);
     keyboard.press(u"F2"_s);
-    ASSERT_TRUE(tells(focusCame, u"text"_s, u"RTSP Address 1"_s));
+    ASSERT_TRUE(isAnnounced(focusGained, u"text"_s, u"RTSP Address 1"_s));
     const QJsonObject field = reader->ask({u"focused"_s}).value(u"answer"_s).toObject();
     EXPECT_EQ(field.value(u"text"_s), cameras.front()->url()) << "what is edited can be read";
 }

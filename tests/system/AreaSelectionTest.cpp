@@ -1,4 +1,4 @@
-// Choosing an area: what is seen meanwhile, and all the ways to end it without one.
+// Selecting an area: what the window shows meanwhile, and every way to cancel the selection.
 
 #include "system/harness/AreaFixture.h"
 #include "system/harness/Eventually.h"
@@ -17,11 +17,11 @@ class AreaSelectionTest : public AreaFixture {
         original = viewer->geometry();
     }
 
-    /// Whether the selection is over, nothing was chosen, and the window is as it was.
+    /// Whether the selection ended without a result and left the window unchanged.
     [[nodiscard]] testing::AssertionResult selectionIsCancelled() const {
-        if (const auto bare = becomesBare(); !bare)
+        if (const auto bare = becomesUndimmed(); !bare)
             return bare;
-        // Longer than a finished selection waits before it is shown.
+        // The viewer waits for less than this before it shows a finished selection.
         const bool stays = always(1s, [this] {
             return viewer->geometry() == original && std::abs(brightness() - 1) < 0.02;
         });
@@ -35,7 +35,7 @@ class AreaSelectionTest : public AreaFixture {
 
 TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeSaysWhatToDo) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
-    // Where the text is, and the same place without it a little higher, in the ramp.
+    // The badge with its text, and a rectangle of the same size above it in the ramp.
     const QRect badge(original.width() / 2 - 70, original.height() - 18 - 24, 140, 22);
     const QRect beside(original.width() / 2 - 70, original.height() - 18 - 24 - 40, 140, 22);
     const auto badgeIsThere = [&](const QImage &picture) -> testing::AssertionResult {
@@ -45,7 +45,7 @@ TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeSaysWhatT
             return testing::AssertionFailure() << "the badge is not dark";
         if (shareOfLightPixels(picture, beside, 160) > 0 ||
             shareOfLightPixels(picture, beside, 50) < 1)
-            return testing::AssertionFailure() << "what is beside the badge is not dimmed";
+            return testing::AssertionFailure() << "the picture beside the badge is not dimmed";
         return testing::AssertionSuccess();
     };
     EXPECT_TRUE(screen.waitUntil(viewer->window(), badgeIsThere, 10s));
@@ -56,10 +56,12 @@ TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeSaysWhatT
         const QColor inside = meanColour(picture, QRect(170, 70, 140, 200));
         const QColor outside = meanColour(picture, QRect(20, 70, 130, 200));
         if (colourDistance(inside, QColor(191, 191, 0)) > 12)
-            return testing::AssertionFailure() << "inside it is " << inside.name().toStdString();
+            return testing::AssertionFailure()
+                   << "inside the rectangle the colour is " << inside.name().toStdString();
         if (colourDistance(outside, QColor(111, 111, 111)) > 12)
-            return testing::AssertionFailure() << "outside it is " << outside.name().toStdString();
-        // The outline has gaps as long as two thirds of its dashes.
+            return testing::AssertionFailure()
+                   << "outside the rectangle the colour is " << outside.name().toStdString();
+        // The gaps in the outline are two thirds as long as its dashes.
         const double white = shareOfLightPixels(picture, QRect(200, 60, 240, 1), 230);
         if (white < 0.4 || white > 0.8)
             return testing::AssertionFailure() << "the outline is white for " << white;
@@ -73,26 +75,26 @@ TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeSaysWhatT
     pointer.release();
 }
 
-TEST_F(AreaSelectionTest, EscapeCancelsIt) {
+TEST_F(AreaSelectionTest, EscapeCancelsTheSelection) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     keyboard.press(QStringLiteral("Escape"));
     EXPECT_TRUE(selectionIsCancelled());
 }
 
-TEST_F(AreaSelectionTest, EscapeCancelsItInTheMiddleOfADrag) {
+TEST_F(AreaSelectionTest, EscapeDuringADragCancelsTheSelection) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     dragWithoutRelease({160, 60}, {480, 280});
     keyboard.press(QStringLiteral("Escape"));
-    EXPECT_TRUE(becomesBare());
+    EXPECT_TRUE(becomesUndimmed());
     pointer.glideTo(onScreen(QPoint(500, 300)), 3);
     pointer.release();
     EXPECT_TRUE(selectionIsCancelled());
-    // Nothing of it is left over.
-    ASSERT_NO_FATAL_FAILURE(focusOn({160, 0, 320, 314}));
+    // The cancelled drag must not affect the next selection.
+    ASSERT_NO_FATAL_FAILURE(selectArea({160, 0, 320, 314}));
     EXPECT_TRUE(showsArea({160, 0, 320, 314}));
 }
 
-TEST_F(AreaSelectionTest, RightClickCancelsItAndDoesNothingElse) {
+TEST_F(AreaSelectionTest, RightClickOnlyCancelsTheSelection) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     pointer.moveTo(original.center());
     pointer.click(Pointer::Button::right);
@@ -101,18 +103,18 @@ TEST_F(AreaSelectionTest, RightClickCancelsItAndDoesNothingElse) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     dragWithoutRelease({160, 60}, {480, 280});
     pointer.click(Pointer::Button::right);
-    EXPECT_TRUE(becomesBare());
+    EXPECT_TRUE(becomesUndimmed());
     pointer.release();
     EXPECT_TRUE(selectionIsCancelled());
 }
 
-TEST_F(AreaSelectionTest, FocusButtonCancelsIt) {
+TEST_F(AreaSelectionTest, AreaButtonCancelsTheSelection) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
-    ASSERT_NO_FATAL_FAILURE(clickControl(controls().focus()));
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().area()));
     EXPECT_TRUE(selectionIsCancelled());
 }
 
-TEST_F(AreaSelectionTest, ClickOrTooSmallADragCancelsIt) {
+TEST_F(AreaSelectionTest, ClickOrTooSmallADragCancelsTheSelection) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     pointer.moveTo(original.center());
     pointer.click();
@@ -124,23 +126,24 @@ TEST_F(AreaSelectionTest, ClickOrTooSmallADragCancelsIt) {
     EXPECT_TRUE(selectionIsCancelled());
 }
 
-TEST_F(AreaSelectionTest, SmallestDragThatCountsIsTwelvePointsEachWay) {
-    ASSERT_NO_FATAL_FAILURE(focusOn({160, 60, 12, 12}));
-    EXPECT_TRUE(comesToBe({485, 185, 630, 630}));
+TEST_F(AreaSelectionTest, SmallestAcceptedDragIsTwelveByTwelvePoints) {
+    ASSERT_NO_FATAL_FAILURE(selectArea({160, 60, 12, 12}));
+    EXPECT_TRUE(reachesFrame({485, 185, 630, 630}));
     EXPECT_TRUE(showsArea({160, 60, 12, 12}));
 }
 
-TEST_F(AreaSelectionTest, DragThatLeavesTheWindowEndsAtThePicturesEdge) {
+TEST_F(AreaSelectionTest, DragOutOfTheWindowIsClippedToThePicture) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
-    // Up and to the right, out of the window: the red and the blue bar down to where they end.
+    // The drag leaves the window at the top right, so it covers the full height of the red and the
+    // blue bar.
     dragWithoutRelease({800, 314}, {1120 + 90, -70});
     pointer.release();
     movePointerAway();
-    EXPECT_TRUE(comesToBe({479, 185, 642, 630}));
+    EXPECT_TRUE(reachesFrame({479, 185, 642, 630}));
     EXPECT_TRUE(showsArea({800, 0, 320, 314}));
 }
 
-TEST_F(AreaSelectionTest, AnotherWindowThatTakesTheKeyboardCancelsIt) {
+TEST_F(AreaSelectionTest, LosingTheKeyboardFocusCancelsTheSelection) {
     DesktopProgram *other = startWhiteWindow({0, 0, 200, 100});
     ASSERT_TRUE(other);
     xdotool(desktop, {QStringLiteral("windowactivate"), QString::number(viewer->window())});
@@ -148,9 +151,9 @@ TEST_F(AreaSelectionTest, AnotherWindowThatTakesTheKeyboardCancelsIt) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     dragWithoutRelease({160, 60}, {480, 280});
     xdotool(desktop, {QStringLiteral("windowfocus"), QString::number(other->window())});
-    EXPECT_TRUE(becomesBare());
+    EXPECT_TRUE(becomesUndimmed());
     EXPECT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
-    // The drag goes on without a selection.
+    // The pointer keeps moving although the selection has been cancelled.
     pointer.glideTo(onScreen(QPoint(600, 400)), 3);
     pointer.release();
     EXPECT_TRUE(selectionIsCancelled());
@@ -158,25 +161,26 @@ TEST_F(AreaSelectionTest, AnotherWindowThatTakesTheKeyboardCancelsIt) {
 
     xdotool(desktop, {QStringLiteral("windowactivate"), QString::number(viewer->window())});
     ASSERT_TRUE(eventually(10s, [this] { return viewer->hasFocus(); }));
-    ASSERT_NO_FATAL_FAILURE(focusOn({160, 0, 320, 314}));
+    ASSERT_NO_FATAL_FAILURE(selectArea({160, 0, 320, 314}));
     EXPECT_TRUE(showsArea({160, 0, 320, 314}));
 }
 
 TEST_F(AreaSelectionTest, ClicksBeforeTheChosenAreaIsShownAreIgnored) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     dragWithoutRelease({160, 0}, {480, 314});
-    // All in one go, well within the pause in which the rectangle stands.
+    // One xdotool call sends all clicks well within the pause during which the rectangle stays
+    // visible.
     xdotool(desktop, {QStringLiteral("mouseup"), QStringLiteral("1"), QStringLiteral("click"),
                       QStringLiteral("1"), QStringLiteral("click"), QStringLiteral("3"),
                       QStringLiteral("mousedown"), QStringLiteral("1"),
                       QStringLiteral("mousemove_relative"), QStringLiteral("30"),
                       QStringLiteral("30"), QStringLiteral("mouseup"), QStringLiteral("1")});
     movePointerAway();
-    EXPECT_TRUE(comesToBe({479, 185, 642, 630}));
+    EXPECT_TRUE(reachesFrame({479, 185, 642, 630}));
     EXPECT_TRUE(showsArea({160, 0, 320, 314}));
 }
 
-TEST_F(AreaSelectionTest, ControlsStayWhileThePointerIsAwayAndGoWhenItIsOver) {
+TEST_F(AreaSelectionTest, ControlsStayVisibleUntilTheSelectionEnds) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     movePointerAway();
     EXPECT_TRUE(always(1s, [this] { return controlsAreVisible(); }));

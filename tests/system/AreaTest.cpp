@@ -1,4 +1,4 @@
-// The focus area: an area chosen with the pointer fills the window, and the way back.
+// An area selected with the pointer fills the window, and the original view can be restored.
 
 #include "system/harness/AreaFixture.h"
 #include "system/harness/ColourBars.h"
@@ -9,14 +9,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// In the middle of the screen, as a first start opens it.
+/// The window frame of a first start: centred on the screen.
 constexpr QRect originalFrame{240, 185, 1120, 630};
 /// Exactly the yellow and the cyan bar.
 constexpr QRect twoBars{160, 0, 320, 314};
-/// The same height of the window, the shape of the two bars, around the same centre.
+/// The window frame that shows the two bars: its height and centre are those of the original window
+/// frame.
 constexpr QRect frameOfTwoBars{479, 185, 642, 630};
-/// A little more than the two bars, with edges at odd pixels: white at the left, green at the
-/// right, black below.
+/// An area slightly larger than the two bars, with edges at odd pixels. It includes some white at
+/// the left, green at the right, and black at the bottom.
 constexpr QRect moreThanTwoBars{155, 3, 331, 319};
 
 class AreaTest : public AreaFixture {
@@ -24,21 +25,21 @@ class AreaTest : public AreaFixture {
     using AreaFixture::AreaFixture;
 
     [[nodiscard]] testing::AssertionResult isInOriginalView() const {
-        if (const auto moved = comesToBe(originalFrame); !moved)
+        if (const auto moved = reachesFrame(originalFrame); !moved)
             return moved;
         if (const auto shown = pictureFillsTheWindow(); !shown)
             return shown;
         if (viewer->normalHints().minimumSize != QSize(480, 270))
-            return testing::AssertionFailure() << "the minimum size is another one";
+            return testing::AssertionFailure() << "the minimum size is wrong";
         return hasShape(pictureSize);
     }
 };
 
-TEST_F(AreaTest, ChosenBarsFillTheWindowToThePixelAndTheButtonGoesBack) {
+TEST_F(AreaTest, ChosenAreaFillsTheWindowAndTheButtonRestoresTheOriginalView) {
     ASSERT_TRUE(showCamera());
-    ASSERT_TRUE(comesToBe(originalFrame));
-    ASSERT_NO_FATAL_FAILURE(focusOn(twoBars));
-    EXPECT_TRUE(comesToBe(frameOfTwoBars));
+    ASSERT_TRUE(reachesFrame(originalFrame));
+    ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
+    EXPECT_TRUE(reachesFrame(frameOfTwoBars));
     EXPECT_TRUE(showsArea(twoBars));
     EXPECT_TRUE(eventually(10s, [this] {
         return storedFrame().startsWith(QStringLiteral("479 185 642 630 "));
@@ -51,16 +52,16 @@ TEST_F(AreaTest, ChosenBarsFillTheWindowToThePixelAndTheButtonGoesBack) {
     })) << storedFrame().toStdString();
 }
 
-TEST_F(AreaTest, EdgesOfTheAreaAreNotCutShort) {
+TEST_F(AreaTest, AreaIsShownUpToItsEdges) {
     ASSERT_TRUE(showCamera());
-    ASSERT_NO_FATAL_FAILURE(focusOn(moreThanTwoBars));
-    EXPECT_TRUE(comesToBe({473, 185, 654, 630}));
+    ASSERT_NO_FATAL_FAILURE(selectArea(moreThanTwoBars));
+    EXPECT_TRUE(reachesFrame({473, 185, 654, 630}));
     EXPECT_TRUE(showsArea(moreThanTwoBars));
-    // A second area after the first one must not be cut out of what the first one showed.
+    // A second area must be taken from the whole picture, not from the first area.
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
     ASSERT_TRUE(isInOriginalView());
     const QRect ramp(700, 504, 300, 126);
-    ASSERT_NO_FATAL_FAILURE(focusOn(ramp));
+    ASSERT_NO_FATAL_FAILURE(selectArea(ramp));
     EXPECT_TRUE(showsArea(ramp));
 }
 
@@ -70,35 +71,37 @@ TEST_F(AreaTest, DragInAnyDirectionChoosesTheSameArea) {
     dragWithoutRelease({480, 314}, {160, 0});
     pointer.release();
     movePointerAway();
-    EXPECT_TRUE(comesToBe(frameOfTwoBars));
+    EXPECT_TRUE(reachesFrame(frameOfTwoBars));
     EXPECT_TRUE(showsArea(twoBars));
 }
 
-TEST_F(AreaTest, WindowKeepsWithinTheScreen) {
+TEST_F(AreaTest, WindowStaysWithinTheScreen) {
     ASSERT_TRUE(showCamera());
-    // At the right edge, clear of the corner where the pointer rests.
+    // A window frame at the right edge of the screen, away from the corner where the pointer rests.
     const QRect atTheEdge(480, 300, 1120, 630);
     moveWindow(atTheEdge.topLeft());
-    ASSERT_TRUE(comesToBe(atTheEdge));
-    // Twice as wide as high: 140 pixels more than before, of which the right half has no room.
+    ASSERT_TRUE(reachesFrame(atTheEdge));
+    // An area with the aspect ratio 2:1 makes the window 140 pixels wider. There is no room for the
+    // right half of these pixels.
     const QRect wide(160, 100, 320, 160);
-    ASSERT_NO_FATAL_FAILURE(focusOn(wide));
-    EXPECT_TRUE(comesToBe({340, 300, 1260, 630}));
+    ASSERT_NO_FATAL_FAILURE(selectArea(wide));
+    EXPECT_TRUE(reachesFrame({340, 300, 1260, 630}));
     EXPECT_TRUE(showsArea(wide));
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
-    ASSERT_TRUE(comesToBe(atTheEdge));
+    ASSERT_TRUE(reachesFrame(atTheEdge));
     ASSERT_TRUE(pictureFillsTheWindow());
-    // Wider than the screen at this height: as wide as the screen.
+    // At this height the area would be wider than the screen, so the window becomes as wide as the
+    // screen.
     const QRect strip(160, 100, 640, 160);
-    ASSERT_NO_FATAL_FAILURE(focusOn(strip));
-    EXPECT_TRUE(comesToBe({0, 415, 1600, 400}));
+    ASSERT_NO_FATAL_FAILURE(selectArea(strip));
+    EXPECT_TRUE(reachesFrame({0, 415, 1600, 400}));
     EXPECT_TRUE(showsArea(strip));
 }
 
-TEST_F(AreaTest, FocusedWindowTakesAnyShape) {
+TEST_F(AreaTest, WindowShowingAnAreaCanBeResizedToAnyShape) {
     ASSERT_TRUE(showCamera());
-    ASSERT_NO_FATAL_FAILURE(focusOn(twoBars));
-    ASSERT_TRUE(comesToBe(frameOfTwoBars));
+    ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
+    ASSERT_TRUE(reachesFrame(frameOfTwoBars));
     EXPECT_TRUE(
         eventually(10s, [this] { return viewer->normalHints().minimumSize == QSize(160, 160); }));
     EXPECT_FALSE(viewer->normalHints().minimumAspect);
@@ -121,16 +124,16 @@ TEST_F(AreaTest, FocusedWindowTakesAnyShape) {
     const QRect resized = viewer->geometry();
     EXPECT_TRUE(showsArea(twoBars));
     EXPECT_TRUE(always(1s, [&] { return viewer->geometry() == resized; }))
-        << "the shape that the user gave it is taken away";
+        << "the window loses the size that the user chose";
 
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
     EXPECT_TRUE(isInOriginalView());
 }
 
-TEST_F(AreaTest, RightClickFlipsToTheWholePictureAndBackInTheSameWindow) {
+TEST_F(AreaTest, RightClickTogglesTheWholePictureInTheSameWindowFrame) {
     ASSERT_TRUE(showCamera());
-    ASSERT_NO_FATAL_FAILURE(focusOn(twoBars));
-    ASSERT_TRUE(comesToBe(frameOfTwoBars));
+    ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
+    ASSERT_TRUE(reachesFrame(frameOfTwoBars));
     ASSERT_TRUE(showsArea(twoBars));
     for (int round = 0; round < 2; ++round) {
         pointer.moveTo(frameOfTwoBars.center());
@@ -144,37 +147,38 @@ TEST_F(AreaTest, RightClickFlipsToTheWholePictureAndBackInTheSameWindow) {
         EXPECT_TRUE(showsArea(twoBars));
         EXPECT_EQ(viewer->geometry(), frameOfTwoBars);
     }
-    // From the whole picture, too, the button leads back to the original window.
+    // The button also restores the original view while the whole picture is shown.
     pointer.moveTo(frameOfTwoBars.center());
     pointer.click(Pointer::Button::right);
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
     EXPECT_TRUE(isInOriginalView());
 }
 
-TEST_F(AreaTest, StreamThatIsLoadedAnewBringsTheOriginalViewBack) {
+TEST_F(AreaTest, ReloadedStreamRestoresTheOriginalView) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
-    ASSERT_NO_FATAL_FAILURE(focusOn(twoBars));
-    ASSERT_TRUE(comesToBe(frameOfTwoBars));
+    ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
+    ASSERT_TRUE(reachesFrame(frameOfTwoBars));
     ASSERT_TRUE(showsArea(twoBars));
     camera->command("drop");
-    EXPECT_TRUE(comesToBe(originalFrame, 60s));
+    EXPECT_TRUE(reachesFrame(originalFrame, 60s));
     EXPECT_TRUE(isInOriginalView());
     const QRect motion = pixelsOf(PictureLayout::motion, originalFrame.size());
     EXPECT_TRUE(screen.changesWithin(motion.translated(originalFrame.topLeft()), 20s));
-    // The next area is chosen as if there had been none.
-    ASSERT_NO_FATAL_FAILURE(focusOn(twoBars));
-    EXPECT_TRUE(comesToBe(frameOfTwoBars));
+    // The next selection must not depend on the previous area.
+    ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
+    EXPECT_TRUE(reachesFrame(frameOfTwoBars));
     EXPECT_TRUE(showsArea(twoBars));
 }
 
-/// Cameras that hang turned.
+/// Cameras that report a rotation.
 class TurnedAreaTest : public AreaTest, public testing::WithParamInterface<int> {};
 
-TEST_P(TurnedAreaTest, ChosenBarsFillTheWindowToThePixelAndTheButtonGoesBack) {
+TEST_P(TurnedAreaTest, ChosenAreaFillsTheWindowAndTheButtonRestoresTheOriginalView) {
     ASSERT_TRUE(showCamera(GetParam()));
     const QRect before = viewer->geometry();
-    // In the picture as it is seen: the second and the third bar without their outer end.
+    // In the coordinates of the displayed picture: the second and third bar without their outer
+    // ends.
     const QRect area = [&] {
         switch (GetParam()) {
         case 90:
@@ -185,36 +189,36 @@ TEST_P(TurnedAreaTest, ChosenBarsFillTheWindowToThePixelAndTheButtonGoesBack) {
             return QRect(12, 512, 240, 256);
         }
     }();
-    ASSERT_NO_FATAL_FAILURE(focusOn(area));
+    ASSERT_NO_FATAL_FAILURE(selectArea(area));
     const QSize size(static_cast<int>(std::lround(
                          before.height() * (static_cast<double>(area.width()) / area.height()))),
                      before.height());
     const QRect focused(before.topLeft() + QPoint((before.width() - size.width()) / 2, 0), size);
-    EXPECT_TRUE(comesToBe({std::clamp(focused.x(), 0, 1600 - size.width()), focused.y(),
-                           size.width(), size.height()}));
+    EXPECT_TRUE(reachesFrame({std::clamp(focused.x(), 0, 1600 - size.width()), focused.y(),
+                              size.width(), size.height()}));
     EXPECT_TRUE(showsArea(area));
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
-    EXPECT_TRUE(comesToBe(before));
+    EXPECT_TRUE(reachesFrame(before));
     EXPECT_TRUE(showsWholePicture());
 }
 
 INSTANTIATE_TEST_SUITE_P(Quarters, TurnedAreaTest, testing::Values(90, 180, 270));
 
-/// On a screen that is large enough for the default window with two pixels to the point.
+/// Uses a screen that is large enough for the default window at two pixels per point.
 class DoubleScaleAreaTest : public AreaFixture {
   protected:
     DoubleScaleAreaTest() : AreaFixture(WindowManager::openbox, QSize(2560, 1600)) { scale = 2; }
 };
 
-TEST_F(DoubleScaleAreaTest, ChosenBarsFillTheWindowToThePixelAndTheButtonGoesBack) {
+TEST_F(DoubleScaleAreaTest, ChosenAreaFillsTheWindowAndTheButtonRestoresTheOriginalView) {
     ASSERT_TRUE(showCamera(0, {{QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2")}}));
     const QRect before = viewer->geometry();
-    ASSERT_NO_FATAL_FAILURE(focusOn(twoBars));
-    EXPECT_TRUE(comesToBe(QRect(before.x() + 478, before.y(), 1284, 1260)));
+    ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
+    EXPECT_TRUE(reachesFrame(QRect(before.x() + 478, before.y(), 1284, 1260)));
     EXPECT_TRUE(showsArea(twoBars));
     EXPECT_EQ(viewer->normalHints().minimumSize, QSize(320, 320));
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
-    EXPECT_TRUE(comesToBe(before));
+    EXPECT_TRUE(reachesFrame(before));
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 

@@ -1,4 +1,4 @@
-// A camera that comes back as another one: of another shape, another codec, with another password.
+// A camera that returns with another picture size, rotation, codec or password.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 
 class CameraChangeTest : public FaultFixture {
   protected:
-    /// Kills the camera and starts another in its place.
+    /// Kills the camera and starts another one on the same port.
     CameraProcess *replace(CameraProcess &camera, CameraSetup setup) {
         setup.port = camera.port();
         camera.process().sendSignal(SIGKILL);
@@ -39,7 +39,8 @@ TEST_F(CameraChangeTest, NewResolutionIsShownWithTheNextKeyFrame) {
     camera->command("size 640x480");
     faultIsOver();
     EXPECT_TRUE(takesTheShape({640, 480}));
-    // The camera sends a key frame at once in the new size; the picture must be right from there.
+    // The camera sends a key frame in the new size at once. The picture must be correct from this
+    // frame on.
     EXPECT_TRUE(pictureIsLive(2s));
     report("live in the new shape after", sinceFault(), 2s);
     EXPECT_TRUE(nothingScheduled(mark));
@@ -59,14 +60,14 @@ TEST_F(CameraChangeTest, NewShapeIsShownAfterAReload) {
     expectOneStream(*camera);
 }
 
-TEST_F(CameraChangeTest, CameraTurnedOnItsSideIsShownUprightAfterAReload) {
+TEST_F(CameraChangeTest, RotatedCameraIsShownUprightAfterAReload) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
     camera->command("rotate 90");
     camera->command("drop");
     faultIsOver();
-    ASSERT_TRUE(logTells({resumed}, mark, 4s));
+    ASSERT_TRUE(logShows({resumed}, mark, 4s));
     const auto showsBarsOnTheirSide = [](const QImage &picture) {
         return showsColourBars(picture.transformed(QTransform().rotate(-90)));
     };
@@ -94,18 +95,18 @@ TEST_F(CameraChangeTest, NewCodecIsShown) {
     expectOneStream(*camera);
 }
 
-TEST_F(CameraChangeTest, WrongPasswordIsTriedLessAndLessOftenUntilItIsRight) {
+TEST_F(CameraChangeTest, WrongPasswordIsRetriedLessAndLessOftenUntilItIsAccepted) {
     const QString wrong = QStringLiteral("wr@ng:p/ss%#");
     CameraProcess *camera = startCamera(faultCamera());
     ASSERT_TRUE(camera);
     home.writeCameras({{camera->setup().name, camera->urlWithPassword(wrong)}});
     startViewer({{QStringLiteral("LUMVIK_ENGINE_LOG"), QStringLiteral("debug")}});
     const QString ended = QStringLiteral("mpv ended the stream");
-    ASSERT_TRUE(logTells({loading, streamEnded, backingOff(1, ended), probing, loading, streamEnded,
+    ASSERT_TRUE(logShows({loading, streamEnded, backingOff(1, ended), probing, loading, streamEnded,
                           backingOff(2, ended), probing, loading, streamEnded, backingOff(3, ended),
                           probing, loading, streamEnded, backingOff(4, ended)},
                          0, 20s));
-    EXPECT_EQ(countInLog(loading, 0), 4) << "the camera was asked in between";
+    EXPECT_EQ(countInLog(loading, 0), 4) << "the camera was contacted in between";
     EXPECT_EQ(streamsOf(*camera).all, 0);
 
     CameraSetup setup = camera->setup();
@@ -113,13 +114,13 @@ TEST_F(CameraChangeTest, WrongPasswordIsTriedLessAndLessOftenUntilItIsRight) {
     camera = replace(*camera, setup);
     ASSERT_TRUE(camera);
     faultIsOver();
-    // The fourth attempt waits for 4 to 4.35 seconds.
+    // The fourth attempt is delayed by 4 to 4.35 seconds.
     EXPECT_TRUE(isLiveAgainWithin(10s, 0));
     EXPECT_TRUE(neverTwoAttemptsPending(0));
     expectOneStream(*camera);
     expectOrderlyEnd();
     EXPECT_TRUE(viewer->allOutput().contains(QStringLiteral("rtsp://[address withheld]")))
-        << "the engine was not made talkative";
+        << "the engine log is not verbose";
     expectNeverWritten(wrong);
 }
 

@@ -1,4 +1,5 @@
-// A camera that ends, hangs, falls silent, hangs up or dies, and what the viewer makes of it.
+// How the viewer handles a camera that ends its stream, stalls, stops replying, closes connections
+// or is killed.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -11,7 +12,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const QString began = QStringLiteral("debug playback: mpv began opening the selected stream\\.");
 const QString loaded =
     QStringLiteral("debug playback: mpv loaded stream headers and began decoding\\.");
 const QString probeReady =
@@ -20,17 +20,17 @@ const QString probeFailed = QStringLiteral("error network: The local-network pre
 const QString newEngine = QStringLiteral("default playback: Starting video engine generation 2\\.");
 const QString endedReason = QStringLiteral("mpv ended the stream");
 
-/// A stream that is lost while the camera itself serves on.
+/// A stream is lost while the camera keeps serving.
 class LostStreamTest : public FaultFixture, public testing::WithParamInterface<const char *> {};
 
-TEST_P(LostStreamTest, PictureIsBackAtOnce) {
+TEST_P(LostStreamTest, PictureReturnsAtOnce) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
     camera->command(GetParam());
     faultIsOver();
     EXPECT_TRUE(isLiveAgainWithin(4s, mark));
-    EXPECT_TRUE(logTells({streamEnded, backingOff(1, endedReason), probing, probeReady, loading,
+    EXPECT_TRUE(logShows({streamEnded, backingOff(1, endedReason), probing, probeReady, loading,
                           began, loaded, resumed},
                          mark));
     EXPECT_EQ(countInLog(anyScheduling, mark), 1);
@@ -47,7 +47,8 @@ INSTANTIATE_TEST_SUITE_P(All, LostStreamTest, testing::Values("end", "drop", "dr
 
 class CameraFaultTest : public FaultFixture {
   protected:
-    /// Runs on for `duration` and fails the test where `condition` stops being so.
+    /// Runs the event loop for `duration` and fails the test when `condition` does not hold
+    /// throughout.
     static void expectThroughout(Milliseconds duration,
                                  const std::function<testing::AssertionResult()> &condition) {
         testing::AssertionResult verdict = testing::AssertionSuccess();
@@ -59,7 +60,7 @@ class CameraFaultTest : public FaultFixture {
     }
 };
 
-TEST_F(CameraFaultTest, CameraThatDiesIsShownAgainOnceItIsStarted) {
+TEST_F(CameraFaultTest, RestartedCameraIsShownAgain) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
@@ -69,7 +70,7 @@ TEST_F(CameraFaultTest, CameraThatDiesIsShownAgainOnceItIsStarted) {
     absence.start();
     camera->process().sendSignal(SIGKILL);
     ASSERT_TRUE(camera->process().waitForExit(5s));
-    ASSERT_TRUE(logTells({streamEnded}, mark, 3s));
+    ASSERT_TRUE(logShows({streamEnded}, mark, 3s));
     EXPECT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
     expectThroughout(5s - Milliseconds(absence.elapsed()), [this] { return windowIsBlack(); });
 
@@ -78,7 +79,7 @@ TEST_F(CameraFaultTest, CameraThatDiesIsShownAgainOnceItIsStarted) {
     faultIsOver();
     EXPECT_TRUE(isLiveAgainWithin(5s, mark));
     const QString unreachable = QStringLiteral("local-network preflight failed");
-    EXPECT_TRUE(logTells(
+    EXPECT_TRUE(logShows(
         {streamEnded, backingOff(1, endedReason), probing, probeFailed, backingOff(2, unreachable),
          probing, probeFailed, backingOff(3, unreachable), probing, probeFailed, newEngine, loading,
          streamEnded, backingOff(4, endedReason), probing, probeReady, loading, resumed},
@@ -87,7 +88,7 @@ TEST_F(CameraFaultTest, CameraThatDiesIsShownAgainOnceItIsStarted) {
     expectOneStream(*camera);
 }
 
-TEST_F(CameraFaultTest, ShortHangIsSatOut) {
+TEST_F(CameraFaultTest, ShortStallTriggersNoRecovery) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
@@ -103,7 +104,7 @@ TEST_F(CameraFaultTest, ShortHangIsSatOut) {
     EXPECT_EQ(streamsOf(*camera).all, 1);
 }
 
-TEST_F(CameraFaultTest, LongHangIsNoticedAndHiddenAndThePictureComesWithTheCamera) {
+TEST_F(CameraFaultTest, LongStallBlanksThePictureUntilTheCameraResumes) {
     CameraProcess *camera = showCamera(faultCameraWithClock());
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
@@ -126,29 +127,29 @@ TEST_F(CameraFaultTest, LongHangIsNoticedAndHiddenAndThePictureComesWithTheCamer
     }));
     const Milliseconds requested(sinceLastFrame.elapsed());
     report("recovery requested after the last frame by", requested, 12s);
-    // When the last frame was drawn is known to one look at the screen.
+    // The time of the last frame is known only to the interval between two screenshots.
     EXPECT_GE(requested, 10s - 30ms);
     EXPECT_LE(requested, 12s + 30ms);
-    // What stands still must not look live from now on.
+    // A still picture must not look live from now on.
     EXPECT_TRUE(eventually(500ms, [this] { return bool{windowIsBlack()}; }));
     expectThroughout(20s - Milliseconds(hang.elapsed()), [this] { return windowIsBlack(); });
 
     camera->command("thaw");
     faultIsOver();
     EXPECT_TRUE(isLiveAgainWithin(2s, mark));
-    EXPECT_TRUE(logTells({stalled, probing, probeReady, loading, resumed}, mark));
+    EXPECT_TRUE(logShows({stalled, probing, probeReady, loading, resumed}, mark));
     EXPECT_TRUE(neverTwoAttemptsPending(mark));
     expectOneStream(*camera);
 }
 
-TEST_F(CameraFaultTest, CameraThatAnswersNothingIsShownOnceItAnswers) {
+TEST_F(CameraFaultTest, UnresponsiveCameraIsShownOnceItReplies) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
     camera->command("silent");
-    ASSERT_TRUE(logTells(
+    ASSERT_TRUE(logShows(
         {streamEnded, backingOff(1, endedReason), probing, probeReady, loading, began}, mark, 4s));
-    ASSERT_TRUE(logTells({began, backingOff(2, QStringLiteral("no first video frame")), probing,
+    ASSERT_TRUE(logShows({began, backingOff(2, QStringLiteral("no first video frame")), probing,
                           probeReady, loading, began},
                          mark, 14s));
     EXPECT_TRUE(windowIsBlack());
@@ -159,7 +160,7 @@ TEST_F(CameraFaultTest, CameraThatAnswersNothingIsShownOnceItAnswers) {
     expectOneStream(*camera);
 }
 
-TEST_F(CameraFaultTest, CameraThatHangsUpOnEveryStreamIsAskedLessAndLessOften) {
+TEST_F(CameraFaultTest, CameraThatClosesEveryStreamIsRetriedLessAndLessOften) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
@@ -170,12 +171,12 @@ TEST_F(CameraFaultTest, CameraThatHangsUpOnEveryStreamIsAskedLessAndLessOften) {
         if (number < 4)
             story << probing << probeReady << loading << began;
     }
-    EXPECT_TRUE(logTells(story, mark, 15s));
-    EXPECT_EQ(countInLog(resumed, mark), 0) << "a stream without a frame was taken for live";
+    EXPECT_TRUE(logShows(story, mark, 15s));
+    EXPECT_EQ(countInLog(resumed, mark), 0) << "a stream without a frame was treated as live";
     EXPECT_TRUE(windowIsBlack());
     camera->command("stay");
     faultIsOver();
-    // The fourth attempt waits for 4 to 4.35 seconds.
+    // The fourth attempt is delayed by 4 to 4.35 seconds.
     EXPECT_TRUE(isLiveAgainWithin(8s, mark));
     EXPECT_TRUE(neverTwoAttemptsPending(mark));
     expectOneStream(*camera);

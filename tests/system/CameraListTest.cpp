@@ -1,4 +1,4 @@
-// What the viewer makes of the camera list that it finds.
+// How the viewer handles the camera list that it finds at start.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 class CameraListTest : public ViewerFixture {
   protected:
-    /// Whether light text stands in the middle of a black window.
+    /// Whether the window shows light text in the middle of a black background.
     [[nodiscard]] testing::AssertionResult showsEmptyState() const {
         return screen.waitUntil(
             viewer->window(),
@@ -39,7 +39,7 @@ class CameraListTest : public ViewerFixture {
     }
 };
 
-TEST_F(CameraListTest, FirstStartShowsTheEmptyStateAndTouchesNothing) {
+TEST_F(CameraListTest, FirstStartShowsTheEmptyStateAndWritesNothing) {
     startViewer();
     EXPECT_TRUE(showsEmptyState());
     EXPECT_TRUE(viewer->waitForLog(QStringLiteral("info"), QStringLiteral("configuration"),
@@ -50,7 +50,7 @@ TEST_F(CameraListTest, FirstStartShowsTheEmptyStateAndTouchesNothing) {
     EXPECT_TRUE(home.dataFolderEntries().isEmpty());
 }
 
-TEST_F(CameraListTest, EmptyStateIsCentredOnTheScreenWithTheMenusInReach) {
+TEST_F(CameraListTest, EmptyStateIsCentredOnTheScreenAndItsMenusOpen) {
     startViewer();
     QRect centred(QPoint(), QSize(1120, 630));
     centred.moveCenter(desktop.area().center());
@@ -70,7 +70,7 @@ TEST_F(CameraListTest, EmptyStateIsCentredOnTheScreenWithTheMenusInReach) {
         << "the first menu does not open";
 }
 
-TEST_F(CameraListTest, GoodListIsCopiedForRecovery) {
+TEST_F(CameraListTest, ValidListIsCopiedForRecovery) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QByteArray list = home.readDataFile(QStringLiteral("cameras.json"));
@@ -80,7 +80,7 @@ TEST_F(CameraListTest, GoodListIsCopiedForRecovery) {
               QFile::Permissions());
 }
 
-TEST_F(CameraListTest, DamagedListIsReplacedByTheLastGoodOne) {
+TEST_F(CameraListTest, DamagedListFallsBackToTheLastGoodOne) {
     ASSERT_TRUE(startListedCamera());
     home.writeDataFile(QStringLiteral("cameras.last-good.json"),
                        home.readDataFile(QStringLiteral("cameras.json")));

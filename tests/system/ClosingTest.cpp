@@ -1,4 +1,4 @@
-// The ways to end the viewer, with a camera that works and with ones that do not.
+// The ways to close the viewer, with a working camera and with unreachable ones.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/Pixels.h"
@@ -20,7 +20,7 @@ class ClosingTest : public ViewerFixture {
         ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
     }
 
-    /// The viewer ends with status 0, and says so as its last words.
+    /// Waits until the viewer exits with status 0, and checks that it logged its termination.
     void expectOrderlyEnd() {
         EXPECT_TRUE(viewer->exitsInOrder(20s));
         EXPECT_TRUE(viewer->hasLogged(QStringLiteral("default"), QStringLiteral("lifecycle"),
@@ -56,7 +56,7 @@ TEST_F(ClosingTest, CloseRequestOfTheWindowManagerEndsTheProgram) {
 
 class SignalTest : public ClosingTest, public testing::WithParamInterface<int> {};
 
-TEST_P(SignalTest, SignalEndsTheProgramInOrder) {
+TEST_P(SignalTest, SignalEndsTheProgramCleanly) {
     viewer->process().sendSignal(GetParam());
     expectOrderlyEnd();
 }
@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(All, SignalTest, testing::Values(SIGTERM, SIGINT, SIGHU
                              return std::string("SIG") + ::sigabbrev_np(signal.param);
                          });
 
-/// A camera that cannot be reached must cost neither the window nor the way out of it.
+/// An unreachable camera must neither keep the window from opening nor delay exit.
 class UnreachableCameraTest : public ViewerFixture,
                               public testing::WithParamInterface<UnresponsivePort::Behaviour> {
   protected:
@@ -104,10 +104,11 @@ TEST_P(UnreachableCameraTest, SignalEndsTheProgramAtOnce) {
 
 INSTANTIATE_TEST_SUITE_P(All, UnreachableCameraTest,
                          testing::Values(UnresponsivePort::Behaviour::refusing,
-                                         UnresponsivePort::Behaviour::silent),
+                                         UnresponsivePort::Behaviour::unresponsive),
                          [](const testing::TestParamInfo<UnresponsivePort::Behaviour> &kind) {
-                             return kind.param == UnresponsivePort::Behaviour::refusing ? "Refusing"
-                                                                                        : "Silent";
+                             return kind.param == UnresponsivePort::Behaviour::refusing
+                                        ? "Refusing"
+                                        : "Unresponsive";
                          });
 
 } // namespace

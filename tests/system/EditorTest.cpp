@@ -1,4 +1,4 @@
-// The editor of the camera list in its real window.
+// The editor of the camera list in its real window: adding, moving, cancelling.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/EditorFixture.h"
@@ -10,13 +10,13 @@ using EditorTest = EditorFixture;
 
 using namespace std::chrono_literals;
 
-TEST_F(EditorTest, FirstCameraIsAddedFromTheEmptyStateAndPlays) {
+TEST_F(EditorTest, FirstCameraAddedInTheEmptyStatePlays) {
     CameraSetup setup;
     CameraProcess *camera = startCamera(setup);
     ASSERT_TRUE(camera);
     startViewer();
     ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
-    // The strip's first menu, and its first item.
+    // Opens the first menu of the menu strip. Return then chooses its first item.
     pointer.moveTo(onScreen(controls().menuStrip().topLeft() + QPoint(20, 12)));
     pointer.click();
     ASSERT_TRUE(eventually(
@@ -24,7 +24,7 @@ TEST_F(EditorTest, FirstCameraIsAddedFromTheEmptyStateAndPlays) {
     keyboard.press(QStringLiteral("Return"));
     ASSERT_NO_FATAL_FAILURE(waitForEditor());
 
-    // "Add Camera" has the first place in the row of buttons.
+    // "Add Camera" is the first button.
     keyboard.press(QStringLiteral("Tab"));
     keyboard.press(QStringLiteral("space"));
     type(QStringLiteral("Yard"));
@@ -32,13 +32,13 @@ TEST_F(EditorTest, FirstCameraIsAddedFromTheEmptyStateAndPlays) {
     type(camera->url());
     keyboard.press(QStringLiteral("Return")); // ends the edit
     keyboard.press(QStringLiteral("Return")); // saves
-    ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); })) << "it is not saved";
+    ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); })) << "the list is not saved";
     EXPECT_EQ(storedNames(), QStringList(QStringLiteral("Yard")));
     ASSERT_TRUE(viewer->waitForLiveVideo());
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
-TEST_F(EditorTest, RowIsDraggedIntoAnotherPlace) {
+TEST_F(EditorTest, RowCanBeMovedByDragging) {
     CameraProcess *camera = startCamera();
     ASSERT_TRUE(camera);
     QList<ListedCamera> listed;
@@ -48,12 +48,12 @@ TEST_F(EditorTest, RowIsDraggedIntoAnotherPlace) {
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openEditor());
     const QPoint first = selectedRow();
-    // The lower half of the first row means the gap under it.
+    // A drop on the lower half of the first row goes to the gap below that row.
     const QPoint gap = handle(first, 0) + QPoint(0, 6);
     pointer.moveTo(handle(first, 2));
     pointer.press();
     pointer.glideTo(gap + QPoint(30, 0), 20);
-    // A line in the house colour marks it, left of the row that hangs at the pointer.
+    // A line in the accent colour marks the gap. It is visible to the left of the dragged row.
     EXPECT_TRUE(eventually(10s, [&] { return gapIsMarked(first, 1); })) << "nothing marks the gap";
     pointer.release();
     keyboard.press(QStringLiteral("Return"));
@@ -62,7 +62,7 @@ TEST_F(EditorTest, RowIsDraggedIntoAnotherPlace) {
               (QStringList{QStringLiteral("One"), QStringLiteral("Three"), QStringLiteral("Two")}));
 }
 
-TEST_F(EditorTest, EscapeLeavesTheEditAndThenTheWindow) {
+TEST_F(EditorTest, EscapeCancelsTheEditAndThenClosesTheWindow) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openEditor());
@@ -72,17 +72,17 @@ TEST_F(EditorTest, EscapeLeavesTheEditAndThenTheWindow) {
     keyboard.press(QStringLiteral("Escape"));
     EXPECT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
     EXPECT_FALSE(storedNames().contains(QStringLiteral("nonsense")));
-    EXPECT_TRUE(pictureFillsTheWindow()) << "the viewer goes on";
+    EXPECT_TRUE(pictureFillsTheWindow()) << "the viewer does not show its picture";
 }
 
-TEST_F(EditorTest, FirstClickOnAControlOfTheViewerBehindActsAtOnce) {
+TEST_F(EditorTest, FirstClickOnAControlOfTheInactiveViewerTakesEffect) {
     ASSERT_TRUE(startListedCamera());
     home.setPreference(QStringLiteral("mainWindowFrame"), QStringLiteral("{{0, 0}, {640, 360}}"));
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openEditor());
     xdotool(desktop, {QStringLiteral("windowmove"), QString::number(editor), QStringLiteral("690"),
                       QStringLiteral("100")});
-    // The program is the active one, so the controls of its other window come up.
+    // The viewer's controls appear because one of the program's windows is active.
     pointer.moveTo(onScreen(QPoint(200, 200)));
     pointer.glideTo(onScreen(QPoint(260, 220)));
     ASSERT_TRUE(eventually(20s, [this] { return controlsAreVisible(); }));

@@ -1,4 +1,4 @@
-// What decodes and draws the picture.
+// The decoder and the display connection that the video engine uses.
 
 #include "system/harness/ViewerFixture.h"
 
@@ -23,7 +23,7 @@ class GraphicsTest : public ViewerFixture {
     }
 };
 
-TEST_F(GraphicsTest, TheEngineIsGivenWhatSharingDecodedSurfacesTakes) {
+TEST_F(GraphicsTest, EngineReceivesTheDisplayForSharingDecodedSurfaces) {
     ASSERT_TRUE(startListedCamera());
     ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture(
         {{QStringLiteral("LD_PRELOAD"), QStringLiteral(LUMVIK_RENDER_PARAMETERS)}}));
@@ -34,13 +34,13 @@ TEST_F(GraphicsTest, TheEngineIsGivenWhatSharingDecodedSurfacesTakes) {
     EXPECT_FALSE(mapped.contains("libqxcb-glx-integration.so"));
 }
 
-TEST_F(GraphicsTest, TheLogNamesTheDecoderOncePerPlayer) {
+TEST_F(GraphicsTest, LogNamesTheDecoderOncePerPlayer) {
     CameraProcess *camera = startListedCamera();
     ASSERT_TRUE(camera);
     ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
     const QString decoder = QStringLiteral("The video is decoded (in software|by hardware .*)\\.");
     EXPECT_EQ(countOfLines(decoder), 1);
-    // The stream comes back in the same player.
+    // The stream returns in the same player.
     const qsizetype mark = viewer->logMark();
     camera->command("drop");
     ASSERT_TRUE(viewer->waitForLiveVideo(mark));

@@ -1,4 +1,4 @@
-// Tests of the means by which the whole-program tests look at the screen, with general programs.
+// Tests of the harness of the whole-program tests, with the mpv player as the program under test.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/DesktopProgram.h"
@@ -24,7 +24,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-/// A desktop with the mpv player, which draws by software, on it.
+/// A desktop with the mpv player, which draws in software.
 class HarnessTest : public testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(desktop.start()); }
@@ -65,12 +65,12 @@ class HarnessTest : public testing::Test {
     std::unique_ptr<DesktopProgram> player;
 };
 
-TEST_F(HarnessTest, MovingPictureIsSeenToMove) {
+TEST_F(HarnessTest, MovingPictureIsDetected) {
     startMovingPicture();
     EXPECT_TRUE(screen.changesWithin(player->geometry(), 20s));
 }
 
-TEST_F(HarnessTest, StillPictureIsNotTakenForMoving) {
+TEST_F(HarnessTest, StillPictureIsNotReportedAsMoving) {
     startStillPicture();
     const auto verdict = screen.changesWithin(player->geometry(), 500ms);
     EXPECT_FALSE(verdict);
@@ -111,7 +111,7 @@ TEST_F(HarnessTest, MissingWindowFailsWithAClearMessage) {
     EXPECT_THAT(verdict.message(), HasSubstr("its windows: \"Player\""));
 }
 
-TEST_F(HarnessTest, ProgramThatEndedIsReportedAtOnceInsteadOfWaitedFor) {
+TEST_F(HarnessTest, ExitedProgramIsReportedWithoutWaiting) {
     DesktopProgram program(desktop, QStringLiteral("mpv"), desktop.environment());
     ASSERT_TRUE(
         program.process().start(QStringLiteral("mpv"), {QStringLiteral("--no-such-option")}));
@@ -126,7 +126,7 @@ TEST_F(HarnessTest, ProgramThatEndedIsReportedAtOnceInsteadOfWaitedFor) {
 TEST_F(HarnessTest, WindowIsWhereTheProgramPutIt) {
     startStillPicture();
     EXPECT_EQ(player->geometry(), QRect(100, 50, 320, 180));
-    // The player dithers, so one colour is two that are next to each other.
+    // The player dithers, so a plain colour appears as two adjacent shades.
     const auto isRedAt = [this](QPoint point) {
         return colourDistance(screen.pixel(point), QColor(0xC0, 0x20, 0x40)) <= 8;
     };
@@ -136,7 +136,7 @@ TEST_F(HarnessTest, WindowIsWhereTheProgramPutIt) {
     EXPECT_FALSE(isRedAt(QPoint(419, 230)));
 }
 
-TEST_F(HarnessTest, WindowAboveOthersIsTold) {
+TEST_F(HarnessTest, WindowKeptAboveOthersIsRecognised) {
     startPlayer(
         {QStringLiteral("--ontop"), QStringLiteral("--force-window"), QStringLiteral("--idle")});
     EXPECT_TRUE(eventually(10s, [this] { return player->isAbove(); }));
@@ -162,7 +162,7 @@ TEST_F(HarnessTest, PointerPressesReachTheWindow) {
     pointer.moveTo(before.center());
     EXPECT_FALSE(desktop.x().keyboardIsGrabbed());
     pointer.press();
-    // The player begins a drag with the first motion under a pressed button, whenever it sees one.
+    // The player starts a drag at the first motion that it sees while a button is pressed.
     int way = 0;
     ASSERT_TRUE(eventually(20s, [&] {
         pointer.moveTo(before.center() + QPoint(++way % 60, 0));
@@ -191,7 +191,7 @@ TEST_F(HarnessTest, CloseRequestReachesTheWindow) {
     EXPECT_EQ(player->process().exitStatus(), 0);
 }
 
-TEST_F(HarnessTest, EndBySignalIsNoExitStatus) {
+TEST_F(HarnessTest, ProcessEndedByASignalHasNoExitStatus) {
     startStillPicture();
     player->process().sendSignal(SIGKILL);
     ASSERT_TRUE(player->process().waitForExit(20s));
@@ -199,7 +199,7 @@ TEST_F(HarnessTest, EndBySignalIsNoExitStatus) {
     EXPECT_EQ(player->process().stateDescription(), QStringLiteral("was ended by signal 9"));
 }
 
-TEST_F(HarnessTest, RestartedWindowManagerManagesTheWindowsThatAreThere) {
+TEST_F(HarnessTest, RestartedWindowManagerManagesExistingWindows) {
     startStillPicture();
     const QRect before = player->geometry();
     ASSERT_TRUE(desktop.restartWindowManager());
@@ -208,7 +208,7 @@ TEST_F(HarnessTest, RestartedWindowManagerManagesTheWindowsThatAreThere) {
     EXPECT_TRUE(screen.waitUntil(player->window(), isRed, 20s));
 }
 
-TEST_F(HarnessTest, ScreenIsSavedWhereTheVariableSays) {
+TEST_F(HarnessTest, ScreenshotIsSavedInTheArtifactsFolder) {
     const QTemporaryDir folder;
     qputenv("LUMVIK_TEST_ARTIFACTS", folder.path().toUtf8());
     const QString path = screen.save(QStringLiteral("picture"));
@@ -221,7 +221,7 @@ TEST_F(HarnessTest, FailedToolIsATestFailure) {
                             "no-such-command");
 }
 
-TEST(TestDesktopTest, EndsItsProcessesWithItself) {
+TEST(TestDesktopTest, DestructorEndsItsProcesses) {
     QString display;
     {
         TestDesktop desktop;
@@ -232,7 +232,7 @@ TEST(TestDesktopTest, EndsItsProcessesWithItself) {
     EXPECT_EQ(XConnection::open(display), nullptr);
 }
 
-TEST(TestDesktopTest, TwoStandSideBySide) {
+TEST(TestDesktopTest, TwoDesktopsRunSideBySide) {
     TestDesktop one;
     TestDesktop other;
     ASSERT_TRUE(one.start());
@@ -240,14 +240,14 @@ TEST(TestDesktopTest, TwoStandSideBySide) {
     EXPECT_NE(one.display(), other.display());
 }
 
-TEST(TestDesktopTest, ServesWithoutAWindowManager) {
+TEST(TestDesktopTest, StartsWithoutAWindowManager) {
     TestDesktop desktop(WindowManager::none, QSize(800, 600));
     ASSERT_TRUE(desktop.start());
     EXPECT_TRUE(desktop.x().numbers(desktop.x().root(), "_NET_SUPPORTING_WM_CHECK").isEmpty());
     EXPECT_EQ(Screen(desktop).all().size(), QSize(800, 600));
 }
 
-TEST(TestDesktopTest, ServesWithAnotherWindowManager) {
+TEST(TestDesktopTest, StartsWithAnotherWindowManager) {
     TestDesktop desktop(WindowManager::xfwm4);
     ASSERT_TRUE(desktop.start());
     const auto named = desktop.x().numbers(desktop.x().root(), "_NET_SUPPORTING_WM_CHECK");
@@ -255,7 +255,7 @@ TEST(TestDesktopTest, ServesWithAnotherWindowManager) {
     EXPECT_EQ(desktop.x().title(named.first()), QStringLiteral("Xfwm4"));
 }
 
-/// A picture with the test camera's bars, painted here.
+/// Paints a picture with the colour bars of the test camera.
 QImage paintedBars(QSize size) {
     QImage picture(size, QImage::Format_RGB32);
     picture.fill(Qt::black);
@@ -275,7 +275,7 @@ TEST(ColourBarsTest, BarsAreRecognisedAtAnySize) {
     EXPECT_TRUE(showsColourBars(paintedBars(QSize(171, 300))));
 }
 
-TEST(ColourBarsTest, PictureMirroredEmptyOrAbsentShowsNoBars) {
+TEST(ColourBarsTest, MirroredBlackOrNullPictureShowsNoBars) {
     const QImage bars = paintedBars(QSize(640, 360));
     EXPECT_FALSE(showsColourBars(bars.mirrored(true, false)));
     EXPECT_FALSE(showsColourBars(bars.mirrored(false, true)));
@@ -289,7 +289,7 @@ TEST(ColourBarsTest, PictureWithoutClockHasNoCaptureTime) {
     EXPECT_EQ(captureTime(paintedBars(QSize(640, 360))), std::nullopt);
 }
 
-TEST(DeafPortTest, OneRefusesAndTheOtherAccepts) {
+TEST(UnresponsivePortTest, RefusesOrAcceptsConnectionsAsConfigured) {
     const auto connects = [](const UnresponsivePort &port) {
         ChildProcess shell(QStringLiteral("bash"), QProcessEnvironment::systemEnvironment());
         const QString number = QString::number(QUrl(port.url()).port());
@@ -300,10 +300,10 @@ TEST(DeafPortTest, OneRefusesAndTheOtherAccepts) {
         return shell.exitStatus() == 0;
     };
     EXPECT_FALSE(connects(UnresponsivePort(UnresponsivePort::Behaviour::refusing)));
-    EXPECT_TRUE(connects(UnresponsivePort(UnresponsivePort::Behaviour::silent)));
+    EXPECT_TRUE(connects(UnresponsivePort(UnresponsivePort::Behaviour::unresponsive)));
 }
 
-TEST(TestHomeTest, PreferencesWrittenAreReadBack) {
+TEST(TestHomeTest, WrittenPreferencesAreReadBack) {
     const TestHome home;
     EXPECT_FALSE(home.preference(QStringLiteral("staysOnTop")).isValid());
     home.writePreferencesFile("[General]\nstaysOnTop=true\n");

@@ -1,5 +1,5 @@
-// The Help menu and the check for updates in the real program: dialogs on its window, addresses
-// that reach the user's other programs, and a web server with a certificate of its own authority.
+// The Help menu and the update check of the real program: dialogs, addresses that are opened in the
+// user's other programs, and a web server with a certificate of a test authority.
 
 #include "system/harness/ChildProcess.h"
 #include "system/harness/Eventually.h"
@@ -22,12 +22,13 @@ class HelpTest : public ViewerFixture {
         ASSERT_NO_FATAL_FAILURE(ViewerFixture::SetUp());
         ASSERT_TRUE(QDir(folder.path()).mkdir(QStringLiteral("bin")));
     }
-    /// Gives the user a program that opens addresses, and keeps them.
+    /// Installs an "xdg-open" that writes down the addresses it is asked to open.
     void installBrowser(int exitStatus = 0) {
         const QString path = folder.filePath(QStringLiteral("bin/xdg-open"));
         QFile script(path);
         ASSERT_TRUE(script.open(QFile::WriteOnly));
-        // It also tells whether it was given what the viewer has set for itself.
+        // The script also reports environment and process settings that the viewer must not pass
+        // on.
         script.write("#!/bin/sh\nread filter </proc/self/coredump_filter\n"
                      "[ \"$filter\" != 00000000 ] || dumps=' (not the core dumps of the user)'\n"
                      "start=$XDG_ACTIVATION_TOKEN$DESKTOP_STARTUP_ID\n"
@@ -42,7 +43,7 @@ class HelpTest : public ViewerFixture {
         QFile file(folder.filePath(QStringLiteral("opened")));
         return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
     }
-    /// A search path with the user's browser, if there is one, and no other.
+    /// An environment whose search path contains only the browser that `installBrowser` installs.
     [[nodiscard]] ViewerProcess::Variables variables() const {
         return {{QStringLiteral("PATH"), folder.filePath(QStringLiteral("bin"))},
                 {QStringLiteral("BROWSER"), QString()},
@@ -53,8 +54,8 @@ class HelpTest : public ViewerFixture {
         startViewer(variables());
         ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
     }
-    /// Chooses an item of the main menu by keys: the menu so many to the right, the item so many
-    /// down.
+    /// Chooses an item of the main menu with the keyboard. `menu` counts the menus from the left,
+    /// `item` the presses of Down.
     void chooseItem(int menu, int item) {
         keyboard.press(QStringLiteral("F10"));
         ASSERT_TRUE(eventually(20s, [this] {
@@ -72,7 +73,7 @@ class HelpTest : public ViewerFixture {
             keyboard.press(QStringLiteral("Down"));
         keyboard.press(QStringLiteral("Return"));
     }
-    /// Waits for a window of the program other than the viewer that has the keyboard.
+    /// Waits until another window of the program than the viewer has the keyboard focus.
     [[nodiscard]] testing::AssertionResult dialogAppears(std::chrono::milliseconds deadline = 20s) {
         const bool found = eventually(deadline, [&] {
             dialog = desktop.x().focusedWindow();
@@ -80,8 +81,8 @@ class HelpTest : public ViewerFixture {
         });
         return found ? testing::AssertionSuccess() : testing::AssertionFailure() << "no dialog";
     }
-    /// Keeps a picture of the screen, once the dialog is drawn, for people to look at.
-    void takePicture(const QString &name) {
+    /// Saves a screenshot for visual inspection once the dialog is drawn.
+    void saveScreenshot(const QString &name) {
         EXPECT_TRUE(eventually(20s, [this] {
             const QRect corner(desktop.x().geometry(dialog).value_or(QRect()).topLeft(),
                                QSize(4, 4));
@@ -89,7 +90,7 @@ class HelpTest : public ViewerFixture {
         })) << "the dialog stays black";
         screen.save(name);
     }
-    void dialogIsASheet() {
+    void expectDialogIsASheet() {
         EXPECT_EQ(desktop.x().numbers(dialog, "WM_TRANSIENT_FOR"),
                   QList<quint32>{viewer->window()});
         EXPECT_TRUE(desktop.x()
@@ -109,7 +110,7 @@ class HelpTest : public ViewerFixture {
 constexpr int lumvikMenu = 0;
 constexpr int helpMenu = 2;
 
-TEST_F(HelpTest, AboutPanelOpensAboveThePictureThatGoesOn) {
+TEST_F(HelpTest, AboutPanelOpensAboveThePinnedViewerWhoseVideoContinues) {
     ASSERT_TRUE(startListedCamera());
     home.setPreference(QStringLiteral("staysOnTop"), true);
     startViewerAndWaitForPicture();
@@ -117,7 +118,7 @@ TEST_F(HelpTest, AboutPanelOpensAboveThePictureThatGoesOn) {
     ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 3));
     ASSERT_TRUE(dialogAppears());
     EXPECT_EQ(desktop.x().title(dialog), QStringLiteral("About Lumvik"));
-    takePicture(QStringLiteral("about"));
+    saveScreenshot(QStringLiteral("about"));
     const QImage before = screen.area(viewer->geometry());
     EXPECT_TRUE(eventually(10s, [&] { return screen.area(viewer->geometry()) != before; }))
         << "the picture does not go on";
@@ -128,19 +129,19 @@ TEST_F(HelpTest, QuickHelpIsASheetOnTheViewer) {
     start();
     ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 1));
     ASSERT_TRUE(dialogAppears());
-    dialogIsASheet();
-    takePicture(QStringLiteral("quick-help"));
+    expectDialogIsASheet();
+    saveScreenshot(QStringLiteral("quick-help"));
     closeDialog(QStringLiteral("Return"));
 }
 
-TEST_F(HelpTest, SheetDoesNotHoldUpTheEnd) {
+TEST_F(HelpTest, OpenSheetDoesNotDelayExit) {
     start();
     ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 1));
     ASSERT_TRUE(dialogAppears());
     endViewer();
 }
 
-TEST_F(HelpTest, HelpAndFeedbackReachTheUsersPrograms) {
+TEST_F(HelpTest, HelpAndFeedbackOpenTheUsersPrograms) {
     installBrowser();
     start();
     keyboard.press(QStringLiteral("F1"));
@@ -154,25 +155,25 @@ TEST_F(HelpTest, HelpAndFeedbackReachTheUsersPrograms) {
     })) << openedAddresses().toStdString();
 }
 
-TEST_F(HelpTest, AddressIsShownWhereItsProgramFails) {
+TEST_F(HelpTest, AddressIsShownWhenTheOpenerFails) {
     installBrowser(3);
     start();
     keyboard.press(QStringLiteral("F1"));
     ASSERT_TRUE(dialogAppears());
-    dialogIsASheet();
+    expectDialogIsASheet();
     closeDialog(QStringLiteral("Return"));
 }
 
-TEST_F(HelpTest, AddressIsShownWhereNothingOpensIt) {
+TEST_F(HelpTest, AddressIsShownWhenThereIsNoOpener) {
     start();
     keyboard.press(QStringLiteral("F1"));
     ASSERT_TRUE(dialogAppears());
-    dialogIsASheet();
+    expectDialogIsASheet();
     closeDialog(QStringLiteral("Return"));
 }
 
-/// The program on a machine whose only network is a loopback interface, with the maker's server on
-/// it or without.
+/// Runs the program on a machine that has only a loopback interface. The update server can run
+/// there.
 class UpdateTest : public HelpTest {
   protected:
     void SetUp() override {
@@ -184,8 +185,8 @@ class UpdateTest : public HelpTest {
                                         "127.0.0.1 localhost " LUMVIK_WEB_HOST "\n"));
         viewerLauncher = network.launcher();
     }
-    /// Serves a manifest with this version as the maker would, and lets the system trust the
-    /// server's authority.
+    /// Serves an update manifest with this version and makes the system trust the server's
+    /// certificate authority.
     void serve(const QByteArray &version) {
         const QDir root(folder.path());
         ASSERT_TRUE(root.mkpath(QStringLiteral("site/lumvik")));
@@ -197,7 +198,7 @@ class UpdateTest : public HelpTest {
         const QByteArray manifest = R"({"version": ")" + version +
                                     R"(", "build": 1, "downloadPage": "https://)" LUMVIK_WEB_HOST
                                     R"(/lumvik"})";
-        // The server sends files as they stand, as whole responses.
+        // The server sends the file unchanged, so the file contains the whole HTTP response.
         put(QStringLiteral("site/lumvik/version.json"),
             "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " +
                 QByteArray::number(manifest.size()) + "\r\n\r\n" + manifest);
@@ -234,13 +235,13 @@ class UpdateTest : public HelpTest {
                         QProcessEnvironment::systemEnvironment()};
 };
 
-TEST_F(UpdateTest, NewVersionIsOfferedAtTheLaunchAndItsPageOpens) {
+TEST_F(UpdateTest, NewVersionIsOfferedAtLaunchAndItsPageOpens) {
     installBrowser();
     ASSERT_NO_FATAL_FAILURE(serve("99.1"));
     ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());
     ASSERT_TRUE(dialogAppears());
-    dialogIsASheet();
-    takePicture(QStringLiteral("update"));
+    expectDialogIsASheet();
+    saveScreenshot(QStringLiteral("update"));
     EXPECT_TRUE(
         viewer->hasLogged(QStringLiteral("info"), QStringLiteral("updates"),
                           QStringLiteral("Checking the official Lumvik update manifest\\.")));
@@ -254,34 +255,34 @@ TEST_F(UpdateTest, NewVersionIsOfferedAtTheLaunchAndItsPageOpens) {
     EXPECT_TRUE(eventually(20s, [this] { return dateIsStored(); }));
 }
 
-TEST_F(UpdateTest, CurrentVersionIsSaidOnlyWhenAskedFor) {
+TEST_F(UpdateTest, CurrentVersionIsReportedOnlyForAManualCheck) {
     ASSERT_NO_FATAL_FAILURE(serve("0.0.1"));
     ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());
     EXPECT_TRUE(eventually(20s, [this] { return dateIsStored(); }));
-    EXPECT_TRUE(viewer->hasFocus()) << "nothing is said";
+    EXPECT_TRUE(viewer->hasFocus()) << "a dialog has opened";
     ASSERT_NO_FATAL_FAILURE(chooseItem(lumvikMenu, 1));
     ASSERT_TRUE(dialogAppears());
-    dialogIsASheet();
+    expectDialogIsASheet();
     closeDialog(QStringLiteral("Return"));
 }
 
-TEST_F(UpdateTest, ServerThatNobodyVouchesForIsRefused) {
+TEST_F(UpdateTest, UntrustedServerIsRefused) {
     ASSERT_NO_FATAL_FAILURE(serve("99.1"));
     ASSERT_TRUE(network.run(QStringLiteral("umount /etc/ssl/certs")));
     ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());
     EXPECT_TRUE(viewer->waitForLog(
         QStringLiteral("error"), QStringLiteral("updates"),
         QStringLiteral("The update check did not complete successfully\\."), 20s));
-    EXPECT_TRUE(viewer->hasFocus()) << "nothing is said";
+    EXPECT_TRUE(viewer->hasFocus()) << "a dialog has opened";
     EXPECT_FALSE(dateIsStored());
 }
 
-TEST_F(UpdateTest, CheckWithoutAServerSaysSoWhenAskedFor) {
+TEST_F(UpdateTest, ManualCheckWithoutAServerReportsTheFailure) {
     start();
     ASSERT_NO_FATAL_FAILURE(chooseItem(lumvikMenu, 1));
     ASSERT_TRUE(dialogAppears());
-    dialogIsASheet();
-    takePicture(QStringLiteral("no-server"));
+    expectDialogIsASheet();
+    saveScreenshot(QStringLiteral("no-server"));
     closeDialog(QStringLiteral("Return"));
     EXPECT_TRUE(
         viewer->hasLogged(QStringLiteral("error"), QStringLiteral("updates"),

@@ -1,4 +1,5 @@
-// The camera picker: its menu, walked by the mouse and by the keys, and switching between cameras.
+// The camera picker: its menu, operated with the mouse and the keyboard, and switching between
+// cameras.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -12,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const QColor houseColour(203, 93, 82);
+const QColor accentColour(203, 93, 82);
 
 class PickerTest : public ViewerFixture {
   protected:
@@ -28,12 +29,12 @@ class PickerTest : public ViewerFixture {
         m_listed.append({name, camera->url()});
         home.writeCameras(m_listed);
     }
-    /// Two cameras, told apart by their shape.
+    /// Adds two cameras that differ in their aspect ratio.
     void addTwoCameras() {
         ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("Front"), {640, 360}));
         ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("Yard"), {640, 480}));
     }
-    /// One camera under four names.
+    /// Lists one camera under four names.
     void listFourNames() {
         ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("Front")));
         for (const char *name : {"Yard", "Garage", "Gate"})
@@ -43,7 +44,7 @@ class PickerTest : public ViewerFixture {
 
     void openPicker() {
         ASSERT_NO_FATAL_FAILURE(showControls());
-        // A tool tip is such a window as well.
+        // A tool tip would count as a pop-up too, so none may be open.
         ASSERT_TRUE(eventually(20s, [this] { return viewer->popUps().isEmpty(); }));
         pointer.moveTo(onScreen(controls().picker()));
         pointer.click();
@@ -53,32 +54,32 @@ class PickerTest : public ViewerFixture {
     }
     [[nodiscard]] bool menuIsClosed() const { return viewer->popUps().isEmpty(); }
 
-    /// A row of the open menu on the screen; the first is 0.
+    /// The rectangle of a row of the open menu, in screen coordinates. The first row is 0.
     [[nodiscard]] QRect row(int index) const {
         constexpr QSize size(210, 28);
         const int count = static_cast<int>(m_listed.size());
-        // The rows fill the menu but for the same margin above and below.
+        // The rows fill the menu except for equal margins above and below.
         return {
             QPoint(menu.x() + (menu.width() - size.width()) / 2,
                    menu.y() + (menu.height() - count * size.height()) / 2 + index * size.height()),
             size};
     }
-    /// The rows that are filled with the house colour right of their names.
+    /// The rows whose background right of the name has the accent colour.
     [[nodiscard]] QList<int> highlightedRows() const {
         QList<int> rows;
         for (int index = 0; index < m_listed.size(); ++index) {
             const QRect area(row(index).topLeft() + QPoint(150, 4), QSize(50, 20));
             if (colourDistance(meanColour(screen.area(area), QRect(QPoint(), area.size())),
-                               houseColour) <= 1)
+                               accentColour) <= 1)
                 rows.append(index);
         }
         return rows;
     }
-    /// What is filled with the house colour in the menu.
+    /// The rectangle in the menu that is filled with the accent colour.
     [[nodiscard]] QRect highlight() const {
         const QImage picture = screen.area(menu);
         const auto isFilled = [&](int x, int y) {
-            return colourDistance(picture.pixelColor(x, y), houseColour) <= 1;
+            return colourDistance(picture.pixelColor(x, y), accentColour) <= 1;
         };
         const int column = picture.width() * 3 / 4; // right of the names
         int top = 0;
@@ -87,7 +88,7 @@ class PickerTest : public ViewerFixture {
         int bottom = top;
         while (bottom < picture.height() - 1 && isFilled(column, bottom + 1))
             ++bottom;
-        const int line = top + 7; // below the rounding, where neither mark nor name reaches
+        const int line = top + 7; // below the rounded corner and above the tick and the name
         int left = 10;
         while (left > 0 && isFilled(left - 1, line))
             --left;
@@ -96,15 +97,16 @@ class PickerTest : public ViewerFixture {
             ++right;
         return QRect(QPoint(left, top), QPoint(right, bottom)).translated(menu.topLeft());
     }
-    /// The rows with a mark in the house colour, or in white where the row is filled with it.
+    /// The rows with a tick. The tick has the accent colour, or is white on a row that is filled
+    /// with the accent colour.
     [[nodiscard]] QList<int> tickedRows() const {
         QList<int> rows;
         for (int index = 0; index < m_listed.size(); ++index) {
             const QImage mark =
                 screen.area(QRect(row(index).topLeft() + QPoint(9, 8), QSize(12, 12)));
             const QColor ground = mark.pixelColor(0, 0);
-            const bool onHouseColour = colourDistance(ground, houseColour) <= 1;
-            const QColor ink = onHouseColour ? QColor(Qt::white) : houseColour;
+            const bool onAccentColour = colourDistance(ground, accentColour) <= 1;
+            const QColor ink = onAccentColour ? QColor(Qt::white) : accentColour;
             int pixels = 0;
             for (int y = 0; y < mark.height(); ++y) {
                 for (int x = 0; x < mark.width(); ++x)
@@ -134,7 +136,7 @@ class PickerTest : public ViewerFixture {
             10s);
     }
 
-    void expectYard() {
+    void expectYardIsShown() {
         EXPECT_TRUE(eventually(40s, [this] {
             return bool{hasShape({640, 480})};
         })) << hasShape({640, 480}).message();
@@ -158,7 +160,7 @@ TEST_F(PickerTest, CameraChosenByTheMouseIsShownAndRemembered) {
     pointer.moveTo(row(1).center());
     EXPECT_TRUE(highlights(1));
     pointer.click();
-    expectYard();
+    expectYardIsShown();
     EXPECT_TRUE(eventually(10s, [this] { return menuIsClosed(); }));
 
     endViewer();
@@ -173,7 +175,7 @@ TEST_F(PickerTest, CameraChosenByTheMouseIsShownAndRemembered) {
     movePointerAway();
 }
 
-TEST_F(PickerTest, CameraChosenInOneDragFromThePickerIsShown) {
+TEST_F(PickerTest, CameraChosenByDraggingFromThePickerIsShown) {
     ASSERT_NO_FATAL_FAILURE(addTwoCameras());
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(showControls());
@@ -184,7 +186,7 @@ TEST_F(PickerTest, CameraChosenInOneDragFromThePickerIsShown) {
     pointer.glideTo(row(1).center());
     EXPECT_TRUE(highlights(1));
     pointer.release();
-    expectYard();
+    expectYardIsShown();
     movePointerAway();
 }
 
@@ -194,14 +196,14 @@ TEST_F(PickerTest, CameraChosenByTheKeyboardIsShown) {
     ASSERT_NO_FATAL_FAILURE(openPicker());
     keyboard.press(QStringLiteral("Down"));
     keyboard.press(QStringLiteral("Return"));
-    expectYard();
+    expectYardIsShown();
     movePointerAway();
 }
 
-TEST_F(PickerTest, RowUnderAPointerThatHasNeverMovedOverTheProgramCanBeClicked) {
+TEST_F(PickerTest, RowCanBeClickedAfterASinglePointerMotion) {
     ASSERT_NO_FATAL_FAILURE(addTwoCameras());
     startViewerAndWaitForPicture();
-    constexpr int placeOnTheKeyboardsPath = 4; // behind the main menu's three titles
+    constexpr int placeOnTheKeyboardsPath = 4; // after the main menu's three titles
     for (int place = 0; place < placeOnTheKeyboardsPath; ++place)
         keyboard.press(QStringLiteral("Tab"));
     ASSERT_TRUE(eventually(10s, [this] { return controlsAreVisible(); }));
@@ -210,11 +212,11 @@ TEST_F(PickerTest, RowUnderAPointerThatHasNeverMovedOverTheProgramCanBeClicked) 
     menu = desktop.x().geometry(viewer->popUps().value(0)).value_or(QRect());
     pointer.moveTo(row(1).center()); // in one motion
     pointer.click();
-    expectYard();
+    expectYardIsShown();
     movePointerAway();
 }
 
-TEST_F(PickerTest, KeysWalkTheMenuAndTheTickStaysOnTheCameraShown) {
+TEST_F(PickerTest, KeysMoveTheHighlightButNotTheTick) {
     ASSERT_NO_FATAL_FAILURE(listFourNames());
     home.setPreference(QStringLiteral("selectedCameraIndex"), 1);
     startViewerAndWaitForPicture();
@@ -260,7 +262,7 @@ TEST_F(PickerTest, MenuClosedByEscapeChangesNothing) {
     movePointerAway();
 }
 
-TEST_F(PickerTest, ControlsStayWhileTheMenuIsOpenAndGoWithIt) {
+TEST_F(PickerTest, ControlsStayVisibleWhileTheMenuIsOpen) {
     ASSERT_NO_FATAL_FAILURE(addTwoCameras());
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openPicker());
@@ -270,13 +272,14 @@ TEST_F(PickerTest, ControlsStayWhileTheMenuIsOpenAndGoWithIt) {
     EXPECT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
 }
 
-TEST_F(PickerTest, MenuIsGoneBeforeThePictureChanges) {
+TEST_F(PickerTest, MenuClosesBeforeThePictureChanges) {
     ASSERT_NO_FATAL_FAILURE(listFourNames());
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openPicker());
     pointer.moveTo(row(2).center());
     ASSERT_TRUE(highlights(2));
-    // Each look at the screen is one moment: while the row is there, so is the old picture.
+    // Every screenshot shows one moment. The old picture must still be visible in every screenshot
+    // that shows the menu's row.
     const QRect place = viewer->geometry();
     const QRect bar = pixelsOf(PictureLayout::bar(3), place.size())
                           .translated(place.topLeft())
@@ -290,22 +293,22 @@ TEST_F(PickerTest, MenuIsGoneBeforeThePictureChanges) {
     while (time.elapsed() < 20000 && !pictureChanged) {
         const QImage moment = screen.area(both);
         const bool menuIsThere =
-            colourDistance(meanColour(moment, filled.translated(-both.topLeft())), houseColour) <=
+            colourDistance(meanColour(moment, filled.translated(-both.topLeft())), accentColour) <=
             1;
         pictureChanged = colourDistance(meanColour(moment, bar.translated(-both.topLeft())),
                                         QColor(0, 191, 0)) > 60;
         ASSERT_FALSE(menuIsThere && pictureChanged);
     }
-    EXPECT_TRUE(pictureChanged) << "the old picture was never taken away";
+    EXPECT_TRUE(pictureChanged) << "the old picture never disappeared";
     EXPECT_TRUE(cameraIsLoaded(2));
     movePointerAway();
 }
 
-/// Two cameras, told apart by their names in the picture.
+/// Switches between two cameras that are recognised by the names in their pictures.
 class SwitchTest : public PickerTest, public testing::WithParamInterface<QSize> {
   protected:
-    /// The part of the picture with the camera's name, in a size that does not depend on the
-    /// window's; null while no camera's picture fills the window.
+    /// The part of the picture that contains the camera's name, scaled to a fixed size. Null while
+    /// no camera's picture fills the window.
     [[nodiscard]] QImage nameShown() const {
         const QImage picture = screen.window(viewer->window());
         constexpr int barsClearOfTheMenu = 4;
@@ -321,20 +324,20 @@ class SwitchTest : public PickerTest, public testing::WithParamInterface<QSize> 
         return picture.copy(pixelsOf(PictureLayout::name, picture.size()))
             .scaled(280, 64, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
-    /// Whether both names are the same, but for how sharp they are.
+    /// Whether both images show the same name, regardless of their sharpness.
     [[nodiscard]] static bool isSameName(const QImage &one, const QImage &other) {
         return shareOfDifferentPixels(one, other) < 0.15;
     }
 };
 
-TEST_P(SwitchTest, NothingOfTheOldPictureComesBackAfterTheNewOne) {
+TEST_P(SwitchTest, OldPictureNeverReappearsAfterTheNewOne) {
     ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("I")));
     ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("WWWWWWWWWW"), GetParam()));
     startViewerAndWaitForPicture();
     for (const int target : {1, 0, 1, 0}) {
         SCOPED_TRACE(target);
         ASSERT_NO_FATAL_FAILURE(openPicker());
-        // The menu keeps clear of what is looked at.
+        // The open menu does not cover the parts of the picture that are compared.
         keyboard.press(target == 1 ? QStringLiteral("End") : QStringLiteral("Home"));
         ASSERT_TRUE(highlights(target));
         const QImage old = nameShown();
@@ -360,7 +363,11 @@ TEST_P(SwitchTest, NothingOfTheOldPictureComesBackAfterTheNewOne) {
     movePointerAway();
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, SwitchTest, testing::Values(QSize(640, 360), QSize(640, 480)));
+INSTANTIATE_TEST_SUITE_P(Shapes, SwitchTest, testing::Values(QSize(640, 360), QSize(640, 480)),
+                         [](const testing::TestParamInfo<QSize> &size) {
+                             return std::to_string(size.param.width()) + "x" +
+                                    std::to_string(size.param.height());
+                         });
 
 } // namespace
 } // namespace lumvik::test

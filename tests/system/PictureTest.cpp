@@ -1,4 +1,5 @@
-// The picture on the screen: the right one, moving, live, and the window shaped after it.
+// The picture on the screen is the right one, moves and has low latency, and the window takes its
+// aspect ratio.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -17,8 +18,8 @@ using namespace std::chrono_literals;
 
 class PictureTest : public ViewerFixture {
   protected:
-    /// Shows a camera with a clock, in the smallest window: what is asked is how old the picture
-    /// is, not how fast this machine draws large ones without a graphics card.
+    /// Shows a camera with a clock in the smallest window. A large window would measure how fast
+    /// the machine draws without a graphics card instead of the age of the picture.
     void showClock() {
         CameraSetup setup;
         setup.withClock = true;
@@ -28,8 +29,7 @@ class PictureTest : public ViewerFixture {
         startViewerAndWaitForPicture();
     }
 
-    /// Whether the picture on the screen, of a camera with a clock, comes to be at most half a
-    /// second old.
+    /// Waits until the picture of a camera with a clock is at most half a second old.
     [[nodiscard]] testing::AssertionResult
     pictureIsLiveWithin(std::chrono::milliseconds deadline) const {
         std::optional<int> age;
@@ -52,7 +52,7 @@ CameraSetup cameraOfSize(QSize size) {
     return setup;
 }
 
-TEST_F(PictureTest, CameraIsShownAndMoves) {
+TEST_F(PictureTest, CameraIsShownWithAMovingPicture) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect window = viewer->geometry();
@@ -63,14 +63,13 @@ TEST_F(PictureTest, CameraIsShownAndMoves) {
     EXPECT_TRUE(screen.changesWithin(clock.translated(window.topLeft()), 5s));
 }
 
-TEST_F(PictureTest, FrozenCameraIsNotTakenForMoving) {
+TEST_F(PictureTest, FrozenCameraShowsAStillPicture) {
     CameraProcess *camera = startListedCamera();
     ASSERT_TRUE(camera);
     startViewerAndWaitForPicture();
     camera->command("freeze");
     const QRect window = viewer->geometry();
-    // What is still on its way takes a moment to arrive; then nothing moves, and the last picture
-    // stays.
+    // Frames that are already under way arrive first. Then the last picture stays on the screen.
     EXPECT_TRUE(eventually(10s, [&] { return !screen.changesWithin(window, 1s); }));
     EXPECT_TRUE(pictureFillsTheWindow());
 }
@@ -94,7 +93,7 @@ TEST_F(PictureTest, WindowTakesTheShapeOfAnUprightCamera) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
-TEST_F(PictureTest, WindowTakesTheShapeOfACameraHungOnItsSide) {
+TEST_F(PictureTest, WindowTakesTheShapeOfARotatedCamera) {
     CameraProcess *camera = startListedCamera(cameraOfSize({640, 360}));
     ASSERT_TRUE(camera);
     camera->command("rotate 90");
@@ -133,7 +132,8 @@ TEST_F(PictureTest, PictureIsLiveAgainAfterTheWindowWasMinimised) {
 
     xdotool(desktop, {QStringLiteral("windowminimize"), id});
     ASSERT_TRUE(eventually(10s, [this] { return !desktop.x().isViewable(viewer->window()); }));
-    // Long enough for a player that waits for each frame to be drawn to fall behind by seconds.
+    // This is long enough for a player that waited for each frame to be drawn to fall seconds
+    // behind.
     EXPECT_TRUE(always(6s, [this] { return !desktop.x().isViewable(viewer->window()); }));
     xdotool(desktop, {QStringLiteral("windowactivate"), id});
     ASSERT_TRUE(eventually(10s, [this] { return desktop.x().isViewable(viewer->window()); }));
@@ -141,20 +141,21 @@ TEST_F(PictureTest, PictureIsLiveAgainAfterTheWindowWasMinimised) {
     EXPECT_TRUE(pictureIsLiveWithin(5s));
     EXPECT_FALSE(viewer->hasLogged(QStringLiteral("default"), QStringLiteral("playback"),
                                    QStringLiteral("Scheduling recovery .*"), mark))
-        << "a healthy stream was restarted because nobody looked at it";
+        << "a healthy stream was restarted while the window was minimised";
 }
 
-TEST_F(PictureTest, PictureIsLiveAgainAfterTheProgramStoodStill) {
+TEST_F(PictureTest, PictureIsLiveAgainAfterTheProgramWasStopped) {
     ASSERT_NO_FATAL_FAILURE(showClock());
     ASSERT_TRUE(pictureIsLiveWithin(10s));
-    // The camera goes on sending meanwhile, so three seconds of old frames wait in the connection.
+    // The camera keeps sending meanwhile, so three seconds of old frames are waiting in the
+    // connection.
     viewer->process().sendSignal(SIGSTOP);
     EXPECT_TRUE(always(3s, [this] { return viewer->process().isRunning(); }));
     viewer->process().sendSignal(SIGCONT);
     EXPECT_TRUE(pictureIsLiveWithin(5s));
 }
 
-/// On a screen that is large enough for the default window with two pixels to the point.
+/// Uses a screen that is large enough for the default window at two pixels per point.
 class DoubleScaleTest : public ViewerFixture {
   protected:
     DoubleScaleTest() : ViewerFixture(WindowManager::openbox, QSize(2560, 1600)) { scale = 2; }
@@ -163,7 +164,7 @@ class DoubleScaleTest : public ViewerFixture {
         {QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2")}};
 };
 
-TEST_F(DoubleScaleTest, PictureFillsTheWindowAndTheCloseButtonIsInItsPlace) {
+TEST_F(DoubleScaleTest, PictureFillsTheWindowAndTheCloseButtonWorks) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture(doubleScale);
     EXPECT_EQ(viewer->geometry().size(), QSize(2240, 1260));

@@ -1,4 +1,4 @@
-// What becomes of the window when its screen changes, gets another scale, is locked, or goes away.
+// How the window behaves when its screen changes its size or scale, is locked, or disappears.
 
 #include "system/harness/ChildProcess.h"
 #include "system/harness/DesktopProgram.h"
@@ -21,14 +21,14 @@ class ScreenChangeTest : public ViewerFixture {
   protected:
     using ViewerFixture::ViewerFixture;
 
-    /// Starts a camera and the viewer, and gives its window a frame.
-    void startAndPutTo(QRect frame) {
+    /// Starts a camera and the viewer, and gives the viewer this window frame.
+    void startWithFrame(QRect frame) {
         ASSERT_TRUE(startListedCamera());
         ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
         ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
         ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
-        ASSERT_TRUE(comesToBe(frame));
-        // The viewer knows it, too.
+        ASSERT_TRUE(reachesFrame(frame));
+        // Waits until the viewer has stored the window frame.
         const QString stored = QStringLiteral("%1 %2 %3 %4 ")
                                    .arg(frame.x())
                                    .arg(frame.y())
@@ -37,32 +37,32 @@ class ScreenChangeTest : public ViewerFixture {
         ASSERT_TRUE(eventually(10s, [&] { return storedFrame().startsWith(stored); }))
             << storedFrame().toStdString();
     }
-    /// A place counts once the window has stood there for a second.
-    static void letRest() {
+    /// The viewer remembers a position once the window has stayed there for a second.
+    static void waitUntilSettled() {
         QElapsedTimer rest;
         rest.start();
         ASSERT_TRUE(eventually(10s, [&] { return rest.elapsed() > 1500; }));
     }
 };
 
-TEST_F(ScreenChangeTest, TheProgramEndsWithItsScreenAndForgetsNothing) {
+TEST_F(ScreenChangeTest, ProgramExitsWithItsDisplayServerAndKeepsItsSettings) {
     const QRect frame(200, 150, 800, 450);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
     const QByteArray list = home.readDataFile(QStringLiteral("cameras.json"));
     const QString stored = storedFrame();
     ASSERT_FALSE(stored.isEmpty());
-    // As at the end of a session whose display server does not wait for anybody.
+    // A display server that does not wait for its clients ends a session in this way.
     desktop.killScreen();
     EXPECT_TRUE(viewer->process().waitForExit(10s));
-    EXPECT_TRUE(viewer->process().exitStatus().has_value()) << "it was ended by a signal";
+    EXPECT_TRUE(viewer->process().exitStatus().has_value()) << "the viewer was ended by a signal";
     EXPECT_EQ(storedFrame(), stored);
     EXPECT_EQ(home.readDataFile(QStringLiteral("cameras.json")), list);
 }
 
-TEST_F(ScreenChangeTest, ASmallerScreenKeepsTheWindowInSight) {
+TEST_F(ScreenChangeTest, WindowStaysVisibleOnASmallerScreen) {
     const QRect frame(900, 500, 640, 360);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
-    ASSERT_NO_FATAL_FAILURE(letRest());
+    ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
+    ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
     const QString stored = storedFrame();
     // The large monitor is unplugged, and a small one is left.
     ASSERT_TRUE(desktop.resize(QSize(800, 600)));
@@ -70,55 +70,55 @@ TEST_F(ScreenChangeTest, ASmallerScreenKeepsTheWindowInSight) {
         return QRect(QPoint(), QSize(800, 600)).contains(viewer->geometry());
     })) << "the window is out of sight";
     EXPECT_TRUE(pictureFillsTheWindow());
-    ASSERT_NO_FATAL_FAILURE(letRest()); // another frame would have been written by then
+    ASSERT_NO_FATAL_FAILURE(waitUntilSettled()); // another window frame would be stored by then
     EXPECT_TRUE(eventually(10s, [&] { return storedFrame() == stored; }))
-        << "its place is forgotten: " << storedFrame().toStdString();
-    // And plugged in again.
+        << "the stored window frame has changed: " << storedFrame().toStdString();
+    // The large monitor is plugged in again.
     ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
-    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(reachesFrame(frame));
     EXPECT_TRUE(pictureFillsTheWindow());
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(ScreenChangeTest, APlaceOutlastsAStartWithoutItsScreen) {
+TEST_F(ScreenChangeTest, WindowFrameSurvivesAStartWithoutItsScreen) {
     const QRect frame(400, 200, 640, 360);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
     ASSERT_NO_FATAL_FAILURE(endViewer());
     const QString stored = storedFrame();
     ASSERT_TRUE(desktop.resize(QSize(800, 600)));
     ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
-    EXPECT_TRUE(comesToBe(QRect(800 - 640, 200, 640, 360))) << "it is cut";
-    ASSERT_NO_FATAL_FAILURE(letRest());
+    EXPECT_TRUE(reachesFrame(QRect(800 - 640, 200, 640, 360))) << "the window is cut off";
+    ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
     ASSERT_NO_FATAL_FAILURE(endViewer());
     EXPECT_EQ(storedFrame(), stored);
     ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
     ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
-    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(reachesFrame(frame));
     ASSERT_NO_FATAL_FAILURE(endViewer());
     EXPECT_EQ(storedFrame(), stored);
 }
 
-TEST_F(ScreenChangeTest, APlaceChosenOnTheScreenThatIsLeftIsRemembered) {
+TEST_F(ScreenChangeTest, PositionChosenOnTheRemainingScreenIsRemembered) {
     const QRect frame(900, 500, 640, 360);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
-    ASSERT_NO_FATAL_FAILURE(letRest());
+    ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
+    ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
     ASSERT_TRUE(desktop.resize(QSize(800, 600)));
-    const QRect refuge(800 - 640, 600 - 360, 640, 360);
-    ASSERT_TRUE(comesToBe(refuge)) << "it does not come into sight";
+    const QRect temporaryFrame(800 - 640, 600 - 360, 640, 360);
+    ASSERT_TRUE(reachesFrame(temporaryFrame)) << "the window does not move onto the screen";
     const QRect chosen(20, 30, 640, 360);
     ASSERT_NO_FATAL_FAILURE(moveWindow(chosen.topLeft()));
     EXPECT_TRUE(eventually(10s, [&] {
         return storedFrame().startsWith(QStringLiteral("20 30 640 360 "));
     })) << storedFrame().toStdString();
-    // It is the window's own now, whatever screens come.
+    // The chosen position must stay when the larger screen returns.
     ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
-    EXPECT_TRUE(comesToBe(chosen));
+    EXPECT_TRUE(reachesFrame(chosen));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(ScreenChangeTest, ALockedScreenChangesNothing) {
+TEST_F(ScreenChangeTest, LockedScreenChangesNothing) {
     const QRect frame(200, 150, 800, 450);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+    ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
     const QString stored = storedFrame();
     const qsizetype mark = viewer->logMark();
     ASSERT_NO_FATAL_FAILURE(showControls());
@@ -129,7 +129,7 @@ TEST_F(ScreenChangeTest, ALockedScreenChangesNothing) {
         return desktop.x().keyboardIsGrabbed() &&
                colourDistance(screen.pixel(frame.center()), QColor(0x20, 0x40, 0x60)) < 3;
     })) << "the screen is not locked";
-    // For longer than a picture may be old.
+    // This is longer than the limit after which a still picture counts as stalled.
     EXPECT_TRUE(always(15s, [&] { return viewer->logMark() == mark; }))
         << viewer->allOutput().toStdString();
     lock.end();
@@ -137,13 +137,13 @@ TEST_F(ScreenChangeTest, ALockedScreenChangesNothing) {
     EXPECT_TRUE(screen.changesWithin(frame, 10s)) << "the picture stands still";
     EXPECT_EQ(viewer->geometry(), frame);
     EXPECT_EQ(storedFrame(), stored);
-    // The pointer and the keys are the viewer's again.
+    // The viewer receives the pointer and the keyboard again.
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
     EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-/// On a desktop whose settings, which its programs follow while they run, hold the scale.
+/// Uses a desktop that announces its scale through XSETTINGS, which running programs follow.
 class ScaleChangeTest : public ScreenChangeTest {
   protected:
     ScaleChangeTest() : ScreenChangeTest(WindowManager::openbox, QSize(2560, 1600)) {}
@@ -172,25 +172,25 @@ class ScaleChangeTest : public ScreenChangeTest {
         scale = newScale;
     }
 
-    /// Starts with this frame, and enlarges the window before the scale becomes 2.
+    /// Starts with this window frame, enlarges the window, and then sets the scale to 2.
     void startEnlargedAndDoubleTheScale(QRect frame) {
-        ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
+        ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
         pointer.moveTo(frame.center());
         pointer.click(Pointer::Button::right);
-        ASSERT_TRUE(comesToBe(QRect(0, 80, 2560, 1440)));
+        ASSERT_TRUE(reachesFrame(QRect(0, 80, 2560, 1440)));
         movePointerAway();
-        ASSERT_NO_FATAL_FAILURE(letRest());
+        ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
         ASSERT_NO_FATAL_FAILURE(setScale(2));
-        // As many pixels as before are all there are, or half of the points.
+        // The screen keeps its number of pixels, so it has half as many points.
         ASSERT_TRUE(eventually(
             10s, [this] { return viewer->normalHints().minimumSize == QSize(960, 540); }));
-        ASSERT_TRUE(comesToBe(QRect(0, 160, 2560, 1440)));
+        ASSERT_TRUE(reachesFrame(QRect(0, 160, 2560, 1440)));
     }
-    /// Brings the enlarged window back.
+    /// Restores the enlarged window.
     void bringBackTo(QRect frame) {
         pointer.moveTo(QPoint(1280, 800));
         pointer.click(Pointer::Button::right);
-        EXPECT_TRUE(comesToBe(frame));
+        EXPECT_TRUE(reachesFrame(frame));
         EXPECT_TRUE(pictureFillsTheWindow());
     }
 
@@ -201,7 +201,7 @@ class ScaleChangeTest : public ScreenChangeTest {
     void writeScale(int newScale) {
         QFile file(settingsFile());
         ASSERT_TRUE(file.open(QFile::WriteOnly));
-        // In 1024ths of a dot per inch.
+        // Xft/DPI counts in 1024ths of a dot per inch.
         ASSERT_GT(file.write("Xft/DPI " + QByteArray::number(newScale * 96 * 1024) + '\n'), 0);
     }
 
@@ -209,29 +209,29 @@ class ScaleChangeTest : public ScreenChangeTest {
     std::unique_ptr<ChildProcess> m_settings;
 };
 
-TEST_F(ScaleChangeTest, TheWindowStaysInSightAndComesBackWhereItWas) {
+TEST_F(ScaleChangeTest, WindowStaysVisibleAndReturnsToItsFrame) {
     const QRect frame(1400, 900, 1120, 630);
-    ASSERT_NO_FATAL_FAILURE(startAndPutTo(frame));
-    ASSERT_NO_FATAL_FAILURE(letRest());
+    ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
+    ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
     const QString stored = storedFrame();
     ASSERT_NO_FATAL_FAILURE(setScale(2));
-    EXPECT_TRUE(comesToBe(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
+    EXPECT_TRUE(reachesFrame(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
     EXPECT_TRUE(pictureFillsTheWindow());
     EXPECT_EQ(viewer->normalHints().minimumSize, QSize(960, 540));
-    // The controls are in their places, and do what they do.
+    // The controls are in their places and work.
     ASSERT_NO_FATAL_FAILURE(showControls());
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
     EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
     movePointerAway();
     ASSERT_NO_FATAL_FAILURE(setScale(1));
-    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(reachesFrame(frame));
     EXPECT_TRUE(pictureFillsTheWindow());
     EXPECT_EQ(viewer->normalHints().minimumSize, QSize(480, 270));
     ASSERT_NO_FATAL_FAILURE(endViewer());
     EXPECT_EQ(storedFrame(), stored);
 }
 
-TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackToItsFrame) {
+TEST_F(ScaleChangeTest, EnlargedWindowReturnsToItsFrame) {
     ASSERT_NO_FATAL_FAILURE(startEnlargedAndDoubleTheScale(QRect(400, 200, 640, 360)));
     EXPECT_EQ(viewer->normalHints().minimumSize, QSize(960, 540));
     EXPECT_TRUE(pictureFillsTheWindow());
@@ -239,8 +239,8 @@ TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackToItsFrame) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(ScaleChangeTest, AnEnlargedWindowGoesBackIntoSight) {
-    // A part of this place lies beyond the screen that has half of the points.
+TEST_F(ScaleChangeTest, EnlargedWindowReturnsFullyOntoTheScreen) {
+    // Part of this window frame lies outside the screen once the screen has half as many points.
     ASSERT_NO_FATAL_FAILURE(startEnlargedAndDoubleTheScale(QRect(600, 300, 1120, 630)));
     ASSERT_NO_FATAL_FAILURE(bringBackTo(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
     ASSERT_NO_FATAL_FAILURE(endViewer());

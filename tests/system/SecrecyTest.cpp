@@ -1,7 +1,6 @@
-// No password of a camera leaves the program by any door but the connection to the camera.
+// The program discloses a camera's password only in the connection to that camera.
 
-#include "system/harness/Eventually.h"
-#include "system/harness/ViewerFixture.h"
+#include "system/harness/FaultFixture.h"
 
 #include <QFile>
 
@@ -10,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A password with every character that has a meaning in an address.
+/// A password with every character that has a special meaning in an address.
 const QString password = QStringLiteral("p@ss:w/rd%#");
 const QString wrongPassword = QStringLiteral("wr@ng:p/ss%#");
 
@@ -25,17 +24,9 @@ class SecrecyTest : public ViewerFixture {
         ASSERT_TRUE(camera);
     }
 
-    /// The forms in which a secret may turn up: as it is, as it stands in an address, and as it is
-    /// sent in HTTP's basic authentication.
-    [[nodiscard]] static QList<QByteArray> formsOf(const QString &secret) {
-        const QByteArray raw = secret.toUtf8();
-        const QByteArray encoded = QUrl::toPercentEncoding(secret);
-        return {raw, encoded, encoded.toLower(), raw.toBase64(), ("viewer:" + raw).toBase64()};
-    }
-
-    void expectFree(const QByteArray &text, const QString &secret, const char *where) const {
-        for (const QByteArray &form : formsOf(secret))
-            EXPECT_FALSE(text.contains(form)) << form.toStdString() << " stands in " << where;
+    void expectAbsent(const QByteArray &text, const QString &secret, const char *where) const {
+        for (const QByteArray &form : formsOfSecret(secret))
+            EXPECT_FALSE(text.contains(form)) << form.toStdString() << " appears in " << where;
     }
 
     [[nodiscard]] QByteArray commandLine() const {
@@ -53,17 +44,18 @@ class SecrecyTest : public ViewerFixture {
         return titles;
     }
 
-    /// Everything that the running viewer shows to others.
-    void expectNothingToldOf(const QString &secret) const {
+    /// Checks everything about the running viewer that other programs can see.
+    void expectNotDisclosed(const QString &secret) const {
         ASSERT_FALSE(commandLine().isEmpty());
-        expectFree(commandLine(), secret, "the command line");
+        expectAbsent(commandLine(), secret, "the command line");
         ASSERT_TRUE(allTitles().contains("Lumvik"));
-        expectFree(allTitles(), secret, "a window's title");
+        expectAbsent(allTitles(), secret, "a window's title");
     }
 
-    /// The log of a silent engine would prove nothing: this one has to speak of the address.
+    /// A log without engine messages would prove nothing, so the engine must have logged the
+    /// address.
     void expectTalkativeLog() const {
-        EXPECT_GT(viewer->log().size(), 200) << "the engine was not made talkative";
+        EXPECT_GT(viewer->log().size(), 200) << "the engine log is not verbose";
         EXPECT_TRUE(viewer->allOutput().contains(QStringLiteral("rtsp://[address withheld]")));
     }
 
@@ -72,27 +64,27 @@ class SecrecyTest : public ViewerFixture {
     CameraProcess *camera = nullptr;
 };
 
-TEST_F(SecrecyTest, PasswordThatIsRightIsToldToNobody) {
+TEST_F(SecrecyTest, CorrectPasswordIsNotDisclosed) {
     home.writeCameras({{QStringLiteral("Secret"), camera->url()}});
     startViewerAndWaitForPicture(talkative);
-    expectNothingToldOf(password);
+    expectNotDisclosed(password);
     endViewer();
     expectTalkativeLog();
-    expectFree(viewer->allOutput().toUtf8(), password, "the log");
+    expectAbsent(viewer->allOutput().toUtf8(), password, "the log");
 }
 
-TEST_F(SecrecyTest, PasswordThatIsWrongIsToldToNobody) {
+TEST_F(SecrecyTest, WrongPasswordIsNotDisclosed) {
     home.writeCameras({{QStringLiteral("Secret"), camera->urlWithPassword(wrongPassword)}});
     startViewer(talkative);
     ASSERT_TRUE(viewer->waitForLog(QStringLiteral("error"), QStringLiteral("playback"),
                                    QStringLiteral("mpv ended the stream: reason=4, .*"), 60s));
-    expectNothingToldOf(wrongPassword);
+    expectNotDisclosed(wrongPassword);
     endViewer();
     expectTalkativeLog();
-    expectFree(viewer->allOutput().toUtf8(), wrongPassword, "the log");
+    expectAbsent(viewer->allOutput().toUtf8(), wrongPassword, "the log");
 }
 
-TEST_F(SecrecyTest, MemoryIsLeftToNoCoreDump) {
+TEST_F(SecrecyTest, CoreDumpsAreDisabled) {
     startViewer();
     const QString folder = QStringLiteral("/proc/%1/").arg(viewer->process().processId());
     QFile limits(folder + QStringLiteral("limits"));

@@ -1,4 +1,4 @@
-// A machine that sleeps and wakes, and buses that do not tell of it.
+// A machine that sleeps and wakes, and system buses that do not report it.
 
 #include "fakes/Named.h"
 #include "fakes/UnresponsiveBus.h"
@@ -14,11 +14,11 @@ using SleepFaultTest = SleepFaultFixture;
 
 using namespace std::chrono_literals;
 
-TEST_F(SleepFaultTest, PictureIsBackAfterAShortSleep) {
+TEST_F(SleepFaultTest, PictureReturnsAfterAShortSleep) {
     testSleep(3s);
 }
 
-TEST_F(SleepFaultTest, ASecondSleepIsLikeTheFirst) {
+TEST_F(SleepFaultTest, PictureReturnsAfterASecondSleep) {
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     for (int round = 0; round < 2; ++round) {
         ASSERT_NO_FATAL_FAILURE(fallAsleep());
@@ -31,13 +31,13 @@ TEST_F(SleepFaultTest, ASecondSleepIsLikeTheFirst) {
     }
 }
 
-TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotHeldUpAndNothingRunsInIt) {
+TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotDelayedAndPausesTheRecovery) {
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     const qsizetype faultMark = viewer->logMark();
     camera->command("refuse");
-    // The third attempt waits for two seconds, so that sleep comes in between.
+    // The third attempt is delayed by two seconds, so that sleep begins before it.
     ASSERT_TRUE(
-        logTells({QStringLiteral("default playback: Scheduling recovery 3 .*")}, faultMark, 20s));
+        logShows({QStringLiteral("default playback: Scheduling recovery 3 .*")}, faultMark, 20s));
     ASSERT_NO_FATAL_FAILURE(fallAsleep());
     camera->command("accept");
     const qsizetype mark = viewer->logMark();
@@ -46,8 +46,8 @@ TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotHeldUpAndNothingRunsInIt) {
     faultIsOver();
     logind->announceWake();
     EXPECT_TRUE(isLiveAgainWithin(5s, mark));
-    // The attempts go on being counted; the wake's is immediate all the same.
-    EXPECT_TRUE(logTells({waking,
+    // The attempt number keeps counting, but the attempt after waking is immediate.
+    EXPECT_TRUE(logShows({waking,
                           QStringLiteral("default playback: Scheduling recovery 4 in 0\\.\\d+ "
                                          "seconds; recreate=true; reason=system wake\\."),
                           resumed},
@@ -55,15 +55,16 @@ TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotHeldUpAndNothingRunsInIt) {
     EXPECT_EQ(countInLog(anyScheduling, mark), 1);
 }
 
-/// Buses that tell nothing of sleep.
-class BlindTest : public FaultFixture {
+/// System buses that do not report sleep.
+class MissingSleepSignalTest : public FaultFixture {
   protected:
-    /// The viewer shows the camera, says why it will not notice sleep, and recovers as ever.
-    void expectViewerRunsAsEver(const QString &reason) {
+    /// Checks that the viewer shows the camera, logs why it cannot detect sleep, and recovers from
+    /// a lost stream.
+    void expectViewerWorks(const QString &reason) {
         CameraProcess *camera = showCamera();
         ASSERT_TRUE(camera);
-        EXPECT_TRUE(logTells(
-            {QStringLiteral("info lifecycle: Sleep cannot be noticed on this system: %1\\.")
+        EXPECT_TRUE(logShows(
+            {QStringLiteral("info lifecycle: Sleep cannot be detected on this system: %1\\.")
                  .arg(reason)},
             0, 15s));
         const qsizetype mark = viewer->logMark();
@@ -73,61 +74,63 @@ class BlindTest : public FaultFixture {
     }
 };
 
-TEST_F(BlindTest, WithoutABusTheViewerRunsAsEver) {
+TEST_F(MissingSleepSignalTest, ViewerWorksWithoutASystemBus) {
     viewerVariables = {
         {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus")}};
-    expectViewerRunsAsEver(QStringLiteral("there is no system bus"));
+    expectViewerWorks(QStringLiteral("there is no system bus"));
 }
 
-TEST_F(BlindTest, WithADeafBusTheViewerRunsAsEver) {
-    const UnresponsiveBus deaf;
-    ASSERT_TRUE(deaf.isThere());
-    viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), deaf.address()}};
-    expectViewerRunsAsEver(QStringLiteral("the system bus does not answer"));
+TEST_F(MissingSleepSignalTest, ViewerWorksWithAnUnresponsiveSystemBus) {
+    const UnresponsiveBus unresponsiveBus;
+    ASSERT_TRUE(unresponsiveBus.isThere());
+    viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), unresponsiveBus.address()}};
+    expectViewerWorks(QStringLiteral("the system bus does not answer"));
     ASSERT_FALSE(HasFatalFailure());
     expectOrderlyEnd();
 }
 
-TEST_F(BlindTest, WithADeafBusTheViewerEndsWhileItStillWaitsForAnAnswer) {
-    const UnresponsiveBus deaf;
-    ASSERT_TRUE(deaf.isThere());
-    viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), deaf.address()}};
+TEST_F(MissingSleepSignalTest, ViewerExitsWhileItWaitsForAnUnresponsiveSystemBus) {
+    const UnresponsiveBus unresponsiveBus;
+    ASSERT_TRUE(unresponsiveBus.isThere());
+    viewerVariables = {{QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), unresponsiveBus.address()}};
     startViewer();
     ASSERT_FALSE(HasFatalFailure());
-    ASSERT_TRUE(logTells({QStringLiteral("default lifecycle: Lumvik is launching\\.")}, 0, 5s));
+    ASSERT_TRUE(logShows({QStringLiteral("default lifecycle: Lumvik is launching\\.")}, 0, 5s));
     expectOrderlyEnd();
 }
 
-/// The moments at which the viewer is told to end. That it does so in order and in time is checked
-/// at the end of every test.
-enum class Moment { sleepIsAnnounced, asleep, attemptIsDue, playerStarts };
+/// The moments at which the viewer is terminated. The fixture checks at the end of every test that
+/// the viewer exits cleanly and in time.
+enum class SleepMoment { sleepIsAnnounced, asleep, attemptIsDue, playerStarts };
 
-constexpr Named<Moment> moments[] = {{Moment::sleepIsAnnounced, "WhenSleepIsAnnounced"},
-                                     {Moment::asleep, "WhileAsleep"},
-                                     {Moment::attemptIsDue, "WhileAnAttemptIsDue"},
-                                     {Moment::playerStarts, "WhileThePlayerStarts"}};
+constexpr Named<SleepMoment> sleepMoments[] = {
+    {SleepMoment::sleepIsAnnounced, "WhenSleepIsAnnounced"},
+    {SleepMoment::asleep, "WhileAsleep"},
+    {SleepMoment::attemptIsDue, "WhileAnAttemptIsDue"},
+    {SleepMoment::playerStarts, "WhileThePlayerStarts"}};
 
 class QuitInSleepTest : public SleepFaultFixture,
-                        public testing::WithParamInterface<Named<Moment>> {};
+                        public testing::WithParamInterface<Named<SleepMoment>> {};
 
 TEST_P(QuitInSleepTest, ViewerEndsInTime) {
-    const Moment moment = GetParam().value;
+    const SleepMoment moment = GetParam().value;
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     const qsizetype mark = viewer->logMark();
-    if (moment == Moment::sleepIsAnnounced) {
+    if (moment == SleepMoment::sleepIsAnnounced) {
         logind->announceSleep();
         return;
     }
     ASSERT_NO_FATAL_FAILURE(fallAsleep());
-    if (moment == Moment::asleep) {
+    if (moment == SleepMoment::asleep) {
         EXPECT_TRUE(always(2s, [&] { return bool{nothingScheduled(mark)}; }));
         return;
     }
     logind->announceWake();
-    ASSERT_TRUE(logTells({moment == Moment::attemptIsDue ? anyScheduling : probing}, mark, 5s));
+    ASSERT_TRUE(
+        logShows({moment == SleepMoment::attemptIsDue ? anyScheduling : probing}, mark, 5s));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, QuitInSleepTest, testing::ValuesIn(moments), nameOfParameter);
+INSTANTIATE_TEST_SUITE_P(All, QuitInSleepTest, testing::ValuesIn(sleepMoments), nameOfParameter);
 
 } // namespace
 } // namespace lumvik::test

@@ -13,9 +13,9 @@ using namespace std::chrono_literals;
 
 class SlowCameraFaultTest : public FaultFixture {
   protected:
-    /// Lets the fault last for `duration`, during which no more than one attempt may ever be
-    /// pending and the window must be black.
-    void sitOut(Milliseconds duration, qsizetype mark) const {
+    /// Lets the fault last for `duration`. During this time the window must be black and at most
+    /// one attempt may be pending.
+    void waitOutFault(Milliseconds duration, qsizetype mark) const {
         testing::AssertionResult verdict = testing::AssertionSuccess();
         EXPECT_TRUE(always(duration, [&] {
             verdict = windowIsBlack();
@@ -26,7 +26,7 @@ class SlowCameraFaultTest : public FaultFixture {
     }
 };
 
-TEST_F(SlowCameraFaultTest, CameraThatRefusesForTwoMinutesIsShownOnceItAccepts) {
+TEST_F(SlowCameraFaultTest, CameraRefusingConnectionsForTwoMinutesIsShownOnceItAccepts) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
@@ -34,19 +34,20 @@ TEST_F(SlowCameraFaultTest, CameraThatRefusesForTwoMinutesIsShownOnceItAccepts) 
     QElapsedTimer refusal;
     refusal.start();
     camera->command("drop");
-    ASSERT_TRUE(logTells({streamEnded}, mark, 3s));
+    ASSERT_TRUE(logShows({streamEnded}, mark, 3s));
     ASSERT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
-    sitOut(2min - Milliseconds(refusal.elapsed()), mark);
+    waitOutFault(2min - Milliseconds(refusal.elapsed()), mark);
     QStringList story{streamEnded, backingOff(1, QStringLiteral("mpv ended the stream")), probing};
     for (int number = 2; number <= 9; ++number) {
-        // The third attempt makes a new engine, which asks the camera itself; later ones reload it.
+        // Every third attempt creates a new engine, which connects to the camera without a
+        // preflight.
         const bool engineAsked = number % 3 == 1;
         story << backingOff(number, engineAsked ? QStringLiteral("mpv ended the stream")
                                                 : QStringLiteral("local-network preflight failed"))
               << probing;
     }
-    story.removeLast(); // the ninth attempt may still wait
-    EXPECT_TRUE(logTells(story, mark));
+    story.removeLast(); // the ninth attempt may still be pending
+    EXPECT_TRUE(logShows(story, mark));
     EXPECT_LE(countInLog(anyScheduling, mark), 9);
     camera->command("accept");
     faultIsOver();
@@ -55,16 +56,16 @@ TEST_F(SlowCameraFaultTest, CameraThatRefusesForTwoMinutesIsShownOnceItAccepts) 
     expectOneStream(*camera);
 }
 
-TEST_F(SlowCameraFaultTest, CameraThatAnswersNothingForAMinuteIsShownOnceItAnswers) {
+TEST_F(SlowCameraFaultTest, CameraUnresponsiveForAMinuteIsShownOnceItReplies) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
     camera->command("silent");
-    ASSERT_TRUE(logTells({streamEnded}, mark, 3s));
+    ASSERT_TRUE(logShows({streamEnded}, mark, 3s));
     ASSERT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
-    sitOut(1min, mark);
+    waitOutFault(1min, mark);
     const QString none = QStringLiteral("no first video frame");
-    EXPECT_TRUE(logTells({backingOff(2, none), loading, backingOff(3, none),
+    EXPECT_TRUE(logShows({backingOff(2, none), loading, backingOff(3, none),
                           QStringLiteral("default playback: Starting video engine generation 2\\."),
                           loading, backingOff(4, none), loading, backingOff(5, none)},
                          mark));
@@ -75,24 +76,25 @@ TEST_F(SlowCameraFaultTest, CameraThatAnswersNothingForAMinuteIsShownOnceItAnswe
     expectOneStream(*camera);
 }
 
-TEST_F(SlowCameraFaultTest, CameraThatHangsForAMinuteIsShownOnceItGoesOn) {
+TEST_F(SlowCameraFaultTest, CameraStalledForAMinuteIsShownOnceItResumes) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
     camera->command("freeze");
     const QString none = QStringLiteral("no first video frame");
     ASSERT_TRUE(
-        logTells({backingOff(1, QStringLiteral("video frame heartbeat stalled"))}, mark, 13s));
+        logShows({backingOff(1, QStringLiteral("video frame heartbeat stalled"))}, mark, 13s));
     ASSERT_TRUE(eventually(500ms, [this] { return bool{windowIsBlack()}; }));
-    sitOut(48s, mark);
-    EXPECT_TRUE(logTells({backingOff(2, none), loading, backingOff(3, none),
+    waitOutFault(48s, mark);
+    EXPECT_TRUE(logShows({backingOff(2, none), loading, backingOff(3, none),
                           QStringLiteral("default playback: Starting video engine generation 2\\."),
                           loading, backingOff(4, none)},
                          mark));
     const int streams = streamsOf(*camera).all;
     camera->command("thaw");
     faultIsOver();
-    // On the same connection at once; an attempt that is just being made takes a little longer.
+    // The picture returns at once on the same connection. An attempt that is already under way
+    // takes a little longer.
     EXPECT_TRUE(isLiveAgainWithin(4s, mark));
     const Milliseconds liveAfter = sinceFault();
     const bool isSameConnection = streamsOf(*camera).all == streams;
@@ -101,15 +103,16 @@ TEST_F(SlowCameraFaultTest, CameraThatHangsForAMinuteIsShownOnceItGoesOn) {
     expectOneStream(*camera);
 }
 
-TEST_F(SlowCameraFaultTest, CameraThatHangsUpForTwentySecondsIsHardlyAsked) {
+TEST_F(SlowCameraFaultTest, CameraClosingStreamsForTwentySecondsIsRetriedRarely) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
     camera->command("hangup");
-    ASSERT_TRUE(logTells({streamEnded}, mark, 3s));
+    ASSERT_TRUE(logShows({streamEnded}, mark, 3s));
     ASSERT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
-    sitOut(20s, mark);
-    // After 0.5, 1, 2, 4 and 8 seconds, each and its attempt a little longer.
+    waitOutFault(20s, mark);
+    // The attempts follow after 0.5, 1, 2, 4 and 8 seconds. Each delay has some jitter, and each
+    // attempt takes some time.
     const int attempts = streamsOf(*camera).all - 1;
     EXPECT_GE(attempts, 4);
     EXPECT_LE(attempts, 5);

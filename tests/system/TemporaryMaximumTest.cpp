@@ -1,4 +1,4 @@
-// The window enlarged for a while by a right-click, and full screen beside it.
+// The window enlarged temporarily by a right-click, and full screen.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/ViewerFixture.h"
@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 class TemporaryMaximumTest : public ViewerFixture {
   protected:
-    /// Shows a camera in a window of a place and size of its own.
+    /// Shows a camera in a viewer with this window frame.
     void showCamera(QRect frame, QSize picture = QSize(640, 360)) {
         CameraSetup setup;
         setup.size = picture;
@@ -21,14 +21,14 @@ class TemporaryMaximumTest : public ViewerFixture {
         ASSERT_TRUE(startListedCamera(setup));
         home.setPreference(QStringLiteral("mainWindowFrame"), plainForm(frame));
         startViewerAndWaitForPicture();
-        ASSERT_TRUE(comesToBe(frame));
+        ASSERT_TRUE(reachesFrame(frame));
         ASSERT_TRUE(eventually(10s, [&] { return bool{hasShape(picture)}; }));
         pointer.moveTo(frame.center());
     }
 
     void rightClick() { pointer.click(Pointer::Button::right); }
 
-    /// Whether the stored frame is this one, in either of the two forms.
+    /// Whether the stored window frame is this one, in either of its two formats.
     [[nodiscard]] bool stored(QRect frame) const {
         const QString text = storedFrame();
         return text == plainForm(frame) || text.startsWith(QStringLiteral("%1 %2 %3 %4 ")
@@ -45,9 +45,10 @@ class TemporaryMaximumTest : public ViewerFixture {
             .arg(frame.height());
     }
 
-    /// Waits until the window is here, while the stored frame remains the other.
-    [[nodiscard]] testing::AssertionResult comesToBeUnremembered(QRect geometry,
-                                                                 QRect remembered) const {
+    /// Waits until the window has this geometry, and fails when the stored window frame changes
+    /// from `remembered` meanwhile.
+    [[nodiscard]] testing::AssertionResult reachesFrameWithoutStoringIt(QRect geometry,
+                                                                        QRect remembered) const {
         QString wrong;
         const bool came = eventually(20s, [&] {
             if (wrong.isEmpty() && !stored(remembered))
@@ -56,103 +57,104 @@ class TemporaryMaximumTest : public ViewerFixture {
         });
         if (!wrong.isEmpty())
             return testing::AssertionFailure() << "on the way it stored " << wrong.toStdString();
-        return came ? comesToBe(geometry) : comesToBe(geometry, 0ms);
+        return came ? reachesFrame(geometry) : reachesFrame(geometry, 0ms);
     }
 };
 
 constexpr QRect frame{150, 120, 800, 450};
-/// The largest 16:9 on a screen of 1600 x 1000 without panels.
+/// The largest 16:9 window on a screen of 1600 x 1000 pixels without panels.
 constexpr QRect maximum{0, 50, 1600, 900};
 
-TEST_F(TemporaryMaximumTest, RightClickEnlargesAndASecondOneBringsTheOldFrameBack) {
+TEST_F(TemporaryMaximumTest, RightClickEnlargesTheWindowAndASecondOneRestoresItsFrame) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == maximum && stored(frame); }))
         << storedFrame().toStdString();
     EXPECT_TRUE(pictureFillsTheWindow());
     EXPECT_TRUE(hasShape({640, 360}));
 
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame; }));
     EXPECT_TRUE(pictureFillsTheWindow());
 
-    // From now on frames are the user's again.
+    // From now on the window frame is stored again.
     moveWindow({30, 40});
     const QRect moved(QPoint(30, 40), frame.size());
-    EXPECT_TRUE(comesToBe(moved));
+    EXPECT_TRUE(reachesFrame(moved));
     EXPECT_TRUE(eventually(10s, [&] { return stored(moved); })) << storedFrame().toStdString();
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, NarrowPictureIsAsHighAsTheScreen) {
-    // 5:4, which comes out even: window managers round the height of other shapes down.
+TEST_F(TemporaryMaximumTest, NarrowPictureIsEnlargedToTheHeightOfTheScreen) {
+    // A 5:4 picture avoids rounding: window managers round the height of other aspect ratios down.
     const QRect narrow(150, 120, 600, 480);
     ASSERT_NO_FATAL_FAILURE(showCamera(narrow, {600, 480}));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered({175, 0, 1250, 1000}, narrow));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt({175, 0, 1250, 1000}, narrow));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(narrow, narrow));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(narrow, narrow));
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, QuickRightClicksLeaveNothingHalfDone) {
+TEST_F(TemporaryMaximumTest, RapidRightClicksEndInAKnownFrame) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
-    // The third comes while the second one's way back is not over, and leads there as well.
+    // The third click arrives while the second one still restores the window, and also ends at the
+    // original window frame.
     xdotool(desktop, {QStringLiteral("click"), QStringLiteral("--repeat"), QStringLiteral("3"),
                       QStringLiteral("--delay"), QStringLiteral("60"), QStringLiteral("3")});
-    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
     EXPECT_TRUE(always(2s, [this] { return viewer->geometry() == frame; }));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == maximum; }));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
     EXPECT_TRUE(pictureFillsTheWindow());
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, FullScreenKeepsTheFrameAndKnowsNoRightClick) {
+TEST_F(TemporaryMaximumTest, FullScreenKeepsTheFrameAndIgnoresRightClicks) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
     keyboard.press(QStringLiteral("F11"));
-    ASSERT_TRUE(comesToBe(desktop.area()));
+    ASSERT_TRUE(reachesFrame(desktop.area()));
     rightClick();
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == desktop.area(); }));
     keyboard.press(QStringLiteral("F11"));
-    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(reachesFrame(frame));
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame; }));
     EXPECT_TRUE(stored(frame)) << storedFrame().toStdString();
     EXPECT_TRUE(pictureFillsTheWindow());
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, FullScreenFromTheEnlargedWindowLeadsBackToIt) {
+TEST_F(TemporaryMaximumTest, FullScreenReturnsToTheEnlargedWindow) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
     rightClick();
-    ASSERT_TRUE(comesToBeUnremembered(maximum, frame));
+    ASSERT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
     keyboard.press(QStringLiteral("F11"));
-    EXPECT_TRUE(comesToBeUnremembered(desktop.area(), frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(desktop.area(), frame));
     keyboard.press(QStringLiteral("F11"));
-    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame && stored(frame); }))
         << storedFrame().toStdString();
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, EnlargedWindowThatIsClosedIsRememberedAsItWasBefore) {
+TEST_F(TemporaryMaximumTest, ClosingTheEnlargedWindowKeepsTheEarlierFrame) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
     rightClick();
-    ASSERT_TRUE(comesToBeUnremembered(maximum, frame));
+    ASSERT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
     endViewer();
     EXPECT_TRUE(stored(frame)) << storedFrame().toStdString();
     movePointerAway();
     startViewerAndWaitForPicture();
-    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(reachesFrame(frame));
 }
 
 TEST_F(TemporaryMaximumTest, FirstRightClickOnAnInactiveWindowEnlargesIt) {
@@ -161,9 +163,9 @@ TEST_F(TemporaryMaximumTest, FirstRightClickOnAnInactiveWindowEnlargesIt) {
     ASSERT_TRUE(other);
     ASSERT_TRUE(eventually(10s, [&] { return other->hasFocus(); }));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
     rightClick();
-    EXPECT_TRUE(comesToBeUnremembered(frame, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
     movePointerAway();
 }
 

@@ -1,5 +1,5 @@
-// What befalls the viewer itself: it stands still, or is busy with the user while its camera goes
-// and comes.
+// Faults of the viewer itself: it is stopped, or it shows a menu or an alert while its camera
+// disconnects.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 
 class ViewerFaultTest : public FaultFixture {
   protected:
-    /// The median age of the pictures on the screen, looked at for a second.
+    /// The median age of the pictures on the screen, sampled for one second.
     [[nodiscard]] int medianAge() const {
         std::vector<int> ages;
         EXPECT_TRUE(always(1s, [&] {
@@ -30,10 +30,10 @@ class ViewerFaultTest : public FaultFixture {
         return *middle;
     }
 
-    /// Waits until frames are reported from `mark` on and the picture moves wherever nothing covers
-    /// it.
+    /// Waits until the log from `mark` on reports frames and the uncovered motion strip of the
+    /// picture changes.
     void expectMovementWithin(Milliseconds limit, qsizetype mark) {
-        ASSERT_TRUE(logTells({resumed}, mark, limit - sinceFault()));
+        ASSERT_TRUE(logShows({resumed}, mark, limit - sinceFault()));
         const QRect window = viewer->geometry();
         const QRect motion = pixelsOf(PictureLayout::motion, window.size());
         EXPECT_TRUE(screen.changesWithin(motion.translated(window.topLeft()), 5s));
@@ -41,7 +41,7 @@ class ViewerFaultTest : public FaultFixture {
     }
 };
 
-TEST_F(ViewerFaultTest, PictureIsAsLiveAsBeforeAfterAStandstillOfFiveSeconds) {
+TEST_F(ViewerFaultTest, LatencyIsUnchangedAfterTheViewerWasStoppedForFiveSeconds) {
     CameraProcess *camera = showCamera(faultCameraWithClock());
     ASSERT_TRUE(camera);
     const int before = medianAge();
@@ -67,7 +67,7 @@ TEST_F(ViewerFaultTest, PictureIsAsLiveAsBeforeAfterAStandstillOfFiveSeconds) {
     expectOneStream(*camera);
 }
 
-TEST_F(ViewerFaultTest, PictureComesBackWhileAMenuIsOpen) {
+TEST_F(ViewerFaultTest, PictureReturnsWhileAMenuIsOpen) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().menuStrip()));
@@ -85,14 +85,14 @@ TEST_F(ViewerFaultTest, PictureComesBackWhileAMenuIsOpen) {
     expectOneStream(*camera);
 }
 
-TEST_F(ViewerFaultTest, PictureComesBackWhileAnAlertIsOpen) {
+TEST_F(ViewerFaultTest, PictureReturnsWhileAnAlertIsOpen) {
     CameraProcess *camera = startListedCamera(faultCamera());
     ASSERT_TRUE(camera);
-    // The engine rejects the first load, as it does when it runs out of memory: an alert says so,
-    // and stays while the next attempt succeeds.
+    // The engine rejects the first load, as it does when it runs out of memory. An alert reports
+    // this and stays open while the next attempt succeeds.
     startViewer({{QStringLiteral("LD_PRELOAD"), QStringLiteral(LUMVIK_REJECTED_LOAD)}});
     faultIsOver();
-    ASSERT_TRUE(logTells(
+    ASSERT_TRUE(logShows(
         {loading,
          QStringLiteral("error playback: mpv rejected the load command with error -\\d+\\."),
          backingOff(1, QStringLiteral("mpv rejected the load command")), probing, loading, resumed},

@@ -1,4 +1,4 @@
-// The program in a session of Wayland's without X11.
+// The program in a Wayland session without X11.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -30,24 +30,24 @@ class WaylandOnlyTest : public WaylandFixture {
     QRect start;
 };
 
-TEST_F(WaylandOnlyTest, ShowsTheCameraAndIsMovedByTheCompositor) {
+TEST_F(WaylandOnlyTest, WindowShowsTheCameraAndIsMovedByTheCompositor) {
     EXPECT_TRUE(hasLogged(QStringLiteral("This session is Wayland's")));
     ASSERT_NO_FATAL_FAILURE(drag(QPoint(-120, 80)));
     EXPECT_TRUE(eventually(20s, [this] {
         const QPoint moved = windowArea().topLeft() - start.topLeft();
         return std::abs(moved.x() + 120) <= 24 && std::abs(moved.y() - 80) <= 24;
-    })) << "it does not follow the pointer";
+    })) << "the window does not follow the pointer";
     EXPECT_EQ(windowArea().size(), start.size());
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandOnlyTest, ThePinIsDimmedAndDoesNothing) {
+TEST_F(WaylandOnlyTest, PinIsDimmedAndHasNoEffect) {
     ASSERT_NO_FATAL_FAILURE(showControls(start));
     const QRect pin = ViewerControls(start.size()).pin().translated(start.topLeft());
     EXPECT_LT(lightest(pin), 190);
     pointer.moveTo(pin.center());
     pointer.moveTo(pin.center() + QPoint(2, 2));
-    // Its tool tip, below it, says why.
+    // The tool tip below the pin gives the reason.
     const QColor paper(255, 255, 220);
     const auto tipIsShown = [&] {
         const QImage below = screen.area(QRect(pin.left() - 60, pin.bottom() + 1, 100, 40));
@@ -59,17 +59,17 @@ TEST_F(WaylandOnlyTest, ThePinIsDimmedAndDoesNothing) {
         return pixels > 300;
     };
     EXPECT_TRUE(eventually(20s, tipIsShown)) << "there is no tool tip";
-    // A click does nothing, and harms nothing.
+    // A click on the dimmed pin only closes the tool tip.
     pointer.click();
     EXPECT_TRUE(eventually(20s, [&] { return !tipIsShown(); })) << "the tool tip stays";
     ASSERT_NO_FATAL_FAILURE(endViewer());
     EXPECT_FALSE(home.preference(QStringLiteral("staysOnTop")).toBool());
 }
 
-TEST_F(WaylandOnlyTest, AMenuObeysTheKeyboardAndIsClosedByAClickOnThePicture) {
+TEST_F(WaylandOnlyTest, MenuFollowsTheKeyboardAndClosesOnAClickOnThePicture) {
     ASSERT_NO_FATAL_FAILURE(showControls(start));
     const QRect picker = ViewerControls(start.size()).picker().translated(start.topLeft());
-    // Two rows of the menu lie here when it is open, and colour bars when it is not.
+    // This rectangle shows two rows of the menu when it is open, and colour bars otherwise.
     const QRect place(picker.left(), picker.bottom() + 12, picker.width(), 30);
     const QImage bars = screen.area(place);
     const auto menuIsOpen = [&] { return shareOfDifferentPixels(screen.area(place), bars) > 0.5; };
@@ -80,11 +80,12 @@ TEST_F(WaylandOnlyTest, AMenuObeysTheKeyboardAndIsClosedByAClickOnThePicture) {
     };
     ASSERT_NO_FATAL_FAILURE(open());
     keyboard.press(QStringLiteral("Escape"));
-    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); })) << "Escape does not close it";
+    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); })) << "Escape does not close the menu";
     ASSERT_NO_FATAL_FAILURE(open());
     pointer.moveTo(start.center());
     pointer.click(Pointer::Button::right);
-    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); })) << "a click does not close it";
+    EXPECT_TRUE(eventually(20s, [&] { return !menuIsOpen(); }))
+        << "a click does not close the menu";
     ASSERT_NO_FATAL_FAILURE(open());
     keyboard.press(QStringLiteral("Down"));
     keyboard.press(QStringLiteral("Return"));
@@ -95,12 +96,12 @@ TEST_F(WaylandOnlyTest, AMenuObeysTheKeyboardAndIsClosedByAClickOnThePicture) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandOnlyTest, AnAreaKeepsTheWindowOnTheScreen) {
+TEST_F(WaylandOnlyTest, WindowShowingAnAreaStaysOnTheScreen) {
     ASSERT_NO_FATAL_FAILURE(showControls(start));
-    const QRect focus = ViewerControls(start.size()).focus().translated(start.topLeft());
+    const QRect focus = ViewerControls(start.size()).area().translated(start.topLeft());
     pointer.moveTo(focus.center());
     pointer.click();
-    // A flat area, whose shape the window takes on.
+    // The selected area is flat, and the window takes its aspect ratio.
     const QPoint from = start.topLeft() + QPoint(100, 80);
     pointer.moveTo(from);
     pointer.press();
@@ -113,7 +114,7 @@ TEST_F(WaylandOnlyTest, AnAreaKeepsTheWindowOnTheScreen) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandOnlyTest, ClosesByItsButton) {
+TEST_F(WaylandOnlyTest, CloseButtonEndsTheProgram) {
     const ViewerControls controls(start.size());
     pointer.moveTo(start.center());
     pointer.moveTo(start.topLeft() + controls.close().center());
@@ -122,11 +123,11 @@ TEST_F(WaylandOnlyTest, ClosesByItsButton) {
     EXPECT_EQ(viewer->exitStatus(), 0);
 }
 
-TEST_F(WaylandTest, WithoutACameraItIsAtRest) {
+TEST_F(WaylandTest, ViewerWithoutACameraIsIdle) {
     ASSERT_NO_FATAL_FAILURE(startSession());
     ASSERT_NO_FATAL_FAILURE(startViewer());
     ASSERT_TRUE(eventually(60s, [this] { return windowArea().width() > 200; }));
-    // Until the start's own work is over, and then for as long again.
+    // Waits until the work of starting is done and the program uses almost no processor time.
     const auto usedWithin = [this](std::chrono::milliseconds time) {
         const auto before = processorTime();
         QElapsedTimer clock;
@@ -134,15 +135,16 @@ TEST_F(WaylandTest, WithoutACameraItIsAtRest) {
         (void)eventually(time + 5s, [&] { return clock.elapsed() >= time.count(); });
         return processorTime() - before;
     };
-    ASSERT_TRUE(eventually(60s, [&] { return usedWithin(1s) < 100ms; })) << "it works without end";
+    ASSERT_TRUE(eventually(60s, [&] { return usedWithin(1s) < 100ms; }))
+        << "the viewer does not become idle";
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandTest, APlayerOutlastsAScreenThatIsOff) {
+TEST_F(WaylandTest, PlaybackSurvivesAScreenThatIsOff) {
     ASSERT_NO_FATAL_FAILURE(startSession(XWayland::none, 5));
     ASSERT_NO_FATAL_FAILURE(startCamera());
     ASSERT_NO_FATAL_FAILURE(startViewer());
-    // Somebody is there until the picture is.
+    // Pointer motion keeps the screen on until the picture is shown.
     const QPoint corner = desktop.area().bottomRight();
     ASSERT_TRUE(eventually(60s, [&] {
         pointer.moveTo(corner - QPoint(1, 0));
@@ -153,7 +155,8 @@ TEST_F(WaylandTest, APlayerOutlastsAScreenThatIsOff) {
     const QRect area = windowArea();
     const auto isDark = [&] { return lightest(screen.all().rect()) < 20; };
     ASSERT_TRUE(eventually(60s, isDark)) << "the screen stays on";
-    // Nothing is drawn now, for longer than a picture may be old.
+    // Nothing is drawn while the screen is off. The wait is longer than the limit after which a
+    // still picture counts as stalled.
     EXPECT_TRUE(always(15s, [this] { return !hasLogged(QStringLiteral("heartbeat stalled")); }));
     pointer.moveTo(area.center());
     EXPECT_TRUE(eventually(20s, [&] {
@@ -164,14 +167,14 @@ TEST_F(WaylandTest, APlayerOutlastsAScreenThatIsOff) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandTest, EndsWithItsCompositor) {
+TEST_F(WaylandTest, ProgramExitsWithItsCompositor) {
     ASSERT_NO_FATAL_FAILURE(startSession());
     ASSERT_NO_FATAL_FAILURE(startCamera());
     ASSERT_NO_FATAL_FAILURE(startViewer());
     (void)shownPicture();
     compositor->end();
     ASSERT_TRUE(viewer->waitForExit(20s));
-    EXPECT_TRUE(viewer->exitStatus().has_value()) << "it was ended by a signal";
+    EXPECT_TRUE(viewer->exitStatus().has_value()) << "the viewer was ended by a signal";
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The way of the window from one frame to another.
+// How the window moves from one window frame to another.
 
 #include "system/harness/AreaFixture.h"
 #include "system/harness/Eventually.h"
@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How a window went from one frame to another: its frames, each once, in order.
+/// Records the sequence of window frames through which an animation passes.
 class WindowFrameAnimationTest : public AreaFixture {
   protected:
     [[nodiscard]] QList<QRect> pathTo(QRect end) const {
@@ -27,11 +27,11 @@ class WindowFrameAnimationTest : public AreaFixture {
         }
         return path;
     }
-    /// Whether the width never goes back on its way.
+    /// Whether the width changes in one direction only.
     [[nodiscard]] static testing::AssertionResult neverTurnsBack(const QList<QRect> &path) {
         const bool grows = path.last().width() > path.first().width();
         for (qsizetype n = 1; n < path.size(); ++n) {
-            // A window manager that keeps a shape may take a pixel.
+            // A window manager that keeps an aspect ratio may round by a pixel.
             const int way = path.at(n).width() - path.at(n - 1).width();
             if (grows ? way < -1 : way > 1) {
                 return testing::AssertionFailure() << "from " << path.at(n - 1).width() << " to "
@@ -42,7 +42,7 @@ class WindowFrameAnimationTest : public AreaFixture {
     }
 };
 
-TEST_F(WindowFrameAnimationTest, EnlargedWindowGoesBackWithoutALeap) {
+TEST_F(WindowFrameAnimationTest, EnlargedWindowReturnsToItsFrameWithoutAJump) {
     ASSERT_TRUE(showCamera());
     const QRect before = viewer->geometry();
     const QRect maximum(0, 50, 1600, 900);
@@ -55,11 +55,11 @@ TEST_F(WindowFrameAnimationTest, EnlargedWindowGoesBackWithoutALeap) {
     }
 }
 
-TEST_F(WindowFrameAnimationTest, OriginalViewComesBackWithoutALeapOrAnotherHeight) {
+TEST_F(WindowFrameAnimationTest, OriginalViewReturnsWithoutAJumpOrAHeightChange) {
     ASSERT_TRUE(showCamera());
     const QRect before = viewer->geometry();
-    ASSERT_NO_FATAL_FAILURE(focusOn({160, 0, 320, 314}));
-    ASSERT_TRUE(comesToBe({479, 185, 642, 630}));
+    ASSERT_NO_FATAL_FAILURE(selectArea({160, 0, 320, 314}));
+    ASSERT_TRUE(reachesFrame({479, 185, 642, 630}));
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
     const auto path = pathTo(before);
     EXPECT_TRUE(neverTurnsBack(path));

@@ -1,4 +1,4 @@
-// The window: its controls, being moved and resized, kept above others, and remembered.
+// The window: its controls, moving and resizing, staying on top, and its remembered window frame.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -16,12 +16,12 @@ using namespace std::chrono_literals;
 
 using WindowTest = ViewerFixture;
 
-TEST_F(WindowTest, ControlsAppearUnderThePointerAndGoWithIt) {
+TEST_F(WindowTest, ControlsAreVisibleOnlyWhileThePointerIsOverTheWindow) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     EXPECT_TRUE(always(1s, [this] { return !controlsAreVisible(); }))
-        << "the controls are there although the pointer never was";
-    // The fill under the symbol lets a quarter of the picture through.
+        << "the controls are visible although the pointer never entered the window";
+    // A quarter of the picture's brightness shows through the button's background.
     const QRect corner(controls().close().topLeft() + QPoint(3, 8), QSize(4, 8));
     const int before = meanColour(screen.window(viewer->window()), corner).blue();
     ASSERT_NO_FATAL_FAILURE(showControls());
@@ -44,7 +44,7 @@ TEST_F(WindowTest, ControlsAppearUnderThePointerAndGoWithIt) {
         << "the picture under the button does not come back";
 }
 
-TEST_F(WindowTest, MinimumSizeIsAskedForAndKept) {
+TEST_F(WindowTest, MinimumSizeIsRequestedAndEnforced) {
     startViewer();
     EXPECT_EQ(viewer->normalHints().minimumSize, QSize(480, 270));
     const QRect before = viewer->geometry();
@@ -52,12 +52,12 @@ TEST_F(WindowTest, MinimumSizeIsAskedForAndKept) {
     const QPoint inwards = before.topLeft() + QPoint(60, 40);
     ASSERT_TRUE(pointer.pressToDrag(inwards));
     pointer.glideTo(inwards, 16);
-    EXPECT_TRUE(comesToBe(QRect(before.topLeft(), QSize(480, 270))));
+    EXPECT_TRUE(reachesFrame(QRect(before.topLeft(), QSize(480, 270))));
     pointer.release();
-    EXPECT_TRUE(comesToBe(QRect(before.topLeft(), QSize(480, 270))));
+    EXPECT_TRUE(reachesFrame(QRect(before.topLeft(), QSize(480, 270))));
 }
 
-TEST_F(WindowTest, DragByThePictureMovesTheWindow) {
+TEST_F(WindowTest, DraggingThePictureMovesTheWindow) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
@@ -76,7 +76,7 @@ TEST_F(WindowTest, DragByThePictureMovesTheWindow) {
     EXPECT_EQ(viewer->geometry().size(), before.size());
 }
 
-TEST_F(WindowTest, ClickOfAnUnsteadyHandMovesNothing) {
+TEST_F(WindowTest, ClickWithASlightMotionMovesNothing) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
@@ -87,13 +87,13 @@ TEST_F(WindowTest, ClickOfAnUnsteadyHandMovesNothing) {
     pointer.release();
     EXPECT_TRUE(always(
         1s, [&] { return viewer->geometry() == before && !desktop.x().keyboardIsGrabbed(); }));
-    // The next drag must find nothing left over of the click.
+    // The click must not affect the next drag.
     ASSERT_TRUE(pointer.pressToDrag(before.center() + QPoint(100, 0)));
     pointer.release();
     EXPECT_TRUE(eventually(10s, [this] { return !desktop.x().keyboardIsGrabbed(); }));
 }
 
-TEST_F(WindowTest, DragAtACornerResizesInTheSameShape) {
+TEST_F(WindowTest, DraggingACornerKeepsTheAspectRatio) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
@@ -109,7 +109,7 @@ TEST_F(WindowTest, DragAtACornerResizesInTheSameShape) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
-TEST_F(WindowTest, DragAtAnEdgeResizesInTheSameShape) {
+TEST_F(WindowTest, DraggingAnEdgeKeepsTheAspectRatio) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
@@ -123,21 +123,21 @@ TEST_F(WindowTest, DragAtAnEdgeResizesInTheSameShape) {
     pointer.release();
 }
 
-TEST_F(WindowTest, PlaceAndSizeAreRemembered) {
+TEST_F(WindowTest, PositionAndSizeAreRemembered) {
     startViewer();
     moveWindow({120, 80});
     resizeWindow({800, 450});
     const QRect frame(120, 80, 800, 450);
-    ASSERT_TRUE(comesToBe(frame));
+    ASSERT_TRUE(reachesFrame(frame));
     static const QRegularExpression frameForm(QStringLiteral("^120 80 800 450( -?\\d+){4} ?$"));
     EXPECT_TRUE(eventually(10s, [this] { return frameForm.match(storedFrame()).hasMatch(); }))
         << storedFrame().toStdString();
     endViewer();
     startViewer();
-    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(reachesFrame(frame));
 }
 
-TEST_F(WindowTest, PlaceAndSizeOfACameraWithAnotherShapeAreRemembered) {
+TEST_F(WindowTest, PositionAndSizeForAnotherAspectRatioAreRemembered) {
     CameraSetup setup;
     setup.size = QSize(640, 480);
     ASSERT_TRUE(startListedCamera(setup));
@@ -146,14 +146,14 @@ TEST_F(WindowTest, PlaceAndSizeOfACameraWithAnotherShapeAreRemembered) {
     moveWindow({200, 100});
     resizeWindow({720, 540});
     const QRect frame(200, 100, 720, 540);
-    ASSERT_TRUE(comesToBe(frame));
+    ASSERT_TRUE(reachesFrame(frame));
     endViewer();
     startViewerAndWaitForPicture();
     EXPECT_TRUE(eventually(10s, [this] { return bool{hasShape({640, 480})}; }));
-    EXPECT_TRUE(comesToBe(frame));
+    EXPECT_TRUE(reachesFrame(frame));
 }
 
-TEST_F(WindowTest, FrameOffEveryScreenIsMovedOntoOne) {
+TEST_F(WindowTest, WindowFrameOutsideEveryScreenIsMovedOntoOne) {
     for (const char *frame :
          {"5000 4000 800 450 3840 2160 1920 1080 ", "-4000 -100 800 450 -4000 0 1600 1000 ",
           "{{9000, 50}, {800, 450}}", "0 -30000 800 450 0 0 1600 1000"}) {
@@ -167,14 +167,14 @@ TEST_F(WindowTest, FrameOffEveryScreenIsMovedOntoOne) {
     }
 }
 
-TEST_F(WindowTest, PlainRectangleIsAnAcceptedFrame) {
+TEST_F(WindowTest, PlainRectangleIsAcceptedAsAWindowFrame) {
     home.setPreference(QStringLiteral("mainWindowFrame"),
                        QStringLiteral("{{120, 80}, {800, 450}}"));
     startViewer();
-    EXPECT_TRUE(comesToBe(QRect(120, 80, 800, 450)));
+    EXPECT_TRUE(reachesFrame(QRect(120, 80, 800, 450)));
 }
 
-TEST_F(WindowTest, PreferencesOfTheWrongKindAreHarmless) {
+TEST_F(WindowTest, InvalidPreferencesAreIgnored) {
     CameraProcess *camera = startListedCamera();
     ASSERT_TRUE(camera);
     QRect centred(QPoint(), QSize(1120, 630));
@@ -192,7 +192,7 @@ TEST_F(WindowTest, PreferencesOfTheWrongKindAreHarmless) {
         SCOPED_TRACE(preferences);
         home.writePreferencesFile(preferences);
         startViewerAndWaitForPicture();
-        EXPECT_TRUE(comesToBe(centred));
+        EXPECT_TRUE(reachesFrame(centred));
         EXPECT_FALSE(viewer->isAbove());
         endViewer();
     }
@@ -207,7 +207,7 @@ TEST_F(WindowTest, PinKeepsTheSameWindowAboveAndIsRemembered) {
 
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
     EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
-    EXPECT_EQ(viewer->windowsOnScreen().count(window), 1) << "the window was made anew";
+    EXPECT_EQ(viewer->windowsOnScreen().count(window), 1) << "the window was re-created";
     EXPECT_EQ(viewer->geometry(), frame);
     EXPECT_TRUE(
         eventually(10s, [this] { return home.preference(QStringLiteral("staysOnTop")).toBool(); }));
@@ -222,7 +222,7 @@ TEST_F(WindowTest, PinKeepsTheSameWindowAboveAndIsRemembered) {
         10s, [this] { return !home.preference(QStringLiteral("staysOnTop")).toBool(); }));
 }
 
-TEST_F(WindowTest, PictureStaysWhileThePinIsToggled) {
+TEST_F(WindowTest, PictureStaysVisibleWhileThePinIsToggled) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const xcb_window_t window = viewer->window();
@@ -232,7 +232,7 @@ TEST_F(WindowTest, PictureStaysWhileThePinIsToggled) {
         pointer.click();
         EXPECT_TRUE(always(1s, [&] { return bool{showsColourBars(screen.window(window))}; }));
         EXPECT_EQ(viewer->isAbove(), above);
-        EXPECT_EQ(viewer->windowsOnScreen().count(window), 1) << "the window was made anew";
+        EXPECT_EQ(viewer->windowsOnScreen().count(window), 1) << "the window was re-created";
         EXPECT_TRUE(viewer->hasFocus());
     }
     movePointerAway();
@@ -242,7 +242,7 @@ TEST_F(WindowTest, DragThatBeginsOnAVisibleControlMovesNothing) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
-    for (const QRect control : {controls().pin(), controls().focus(), controls().close()}) {
+    for (const QRect control : {controls().pin(), controls().area(), controls().close()}) {
         ASSERT_NO_FATAL_FAILURE(showControls());
         pointer.moveTo(onScreen(control));
         pointer.press();
@@ -250,7 +250,7 @@ TEST_F(WindowTest, DragThatBeginsOnAVisibleControlMovesNothing) {
         EXPECT_TRUE(always(300ms, [&] {
             return viewer->geometry() == before && !desktop.x().keyboardIsGrabbed();
         }));
-        // Let go elsewhere, the control does nothing either.
+        // A control that is released elsewhere does nothing.
         pointer.release();
         EXPECT_TRUE(always(500ms, [&] {
             return viewer->geometry() == before && !viewer->isAbove() &&
@@ -260,7 +260,7 @@ TEST_F(WindowTest, DragThatBeginsOnAVisibleControlMovesNothing) {
     movePointerAway();
 }
 
-TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenWhereAControlWouldBe) {
+TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenOverAHiddenControl) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
@@ -268,7 +268,7 @@ TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenWhereAControlWouldBe) 
     DesktopProgram *other = startWhiteWindow({0, 0, 100, 100});
     ASSERT_TRUE(other);
     ASSERT_TRUE(eventually(10s, [&] { return other->hasFocus(); }));
-    // The viewer notices a moment later.
+    // The viewer notices the focus change slightly later.
     ASSERT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
     pointer.moveTo(onScreen(controls().close()));
     EXPECT_TRUE(always(1s, [this] { return !controlsAreVisible(); }))
@@ -290,7 +290,7 @@ TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenWhereAControlWouldBe) 
     movePointerAway();
 }
 
-TEST_F(WindowTest, PinnedViewerCoversAWindowThatComesLater) {
+TEST_F(WindowTest, PinnedViewerStaysAboveALaterWindow) {
     home.setPreference(QStringLiteral("staysOnTop"), true);
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
@@ -301,9 +301,9 @@ TEST_F(WindowTest, PinnedViewerCoversAWindowThatComesLater) {
     EXPECT_TRUE(showsColourBars(screen.window(viewer->window())));
 }
 
-TEST_F(WindowTest, DesktopIsToldWhichProgramItIs) {
+TEST_F(WindowTest, WindowIdentifiesTheProgramToTheDesktop) {
     startViewer();
-    // The icon comes as width, height and pixels, for one size after the other.
+    // The property holds the width, the height and the pixels of each icon size in turn.
     const QList<quint32> icon = desktop.x().numbers(viewer->window(), "_NET_WM_ICON");
     QList<quint32> sizes;
     for (qsizetype at = 0; at + 1 < icon.size(); at += 2 + icon.at(at) * icon.at(at + 1)) {
@@ -311,7 +311,7 @@ TEST_F(WindowTest, DesktopIsToldWhichProgramItIs) {
         sizes.append(icon.at(at));
     }
     EXPECT_TRUE(sizes.contains(16) && sizes.contains(48) && sizes.contains(128));
-    // By this class the window belongs to the desktop entry.
+    // The desktop uses this class to match the window with the desktop entry.
     EXPECT_TRUE(desktop.x().text(viewer->window(), "WM_CLASS").contains(QStringLiteral("Lumvik")));
 }
 

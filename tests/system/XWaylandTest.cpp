@@ -1,5 +1,4 @@
-// The program in a session of Wayland's that offers X11 programs a server, which is what most
-// desktops do.
+// The program in a Wayland session that offers an X server for X11 programs, as most desktops do.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/Pixels.h"
@@ -27,53 +26,53 @@ class XWaylandTest : public WaylandFixture {
         pointer.click();
     }
 
-    QRect start; // where the window is at first
+    QRect start; // the window's initial rectangle
 };
 
-TEST_F(XWaylandTest, IsPreferred) {
+TEST_F(XWaylandTest, XWaylandIsPreferredToWayland) {
     EXPECT_TRUE(hasMapped("libqxcb.so"));
     EXPECT_FALSE(hasMapped("libqwayland"));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(XWaylandTest, ThePictureMovesTheWindow) {
-    // A server of version 24 loses a press that comes while the pointer enters.
+TEST_F(XWaylandTest, DraggingThePictureMovesTheWindow) {
+    // XWayland 24 loses a button press that arrives while the pointer enters the window.
     ASSERT_NO_FATAL_FAILURE(showControls(start));
     const QPoint middle = start.center();
     pointer.moveTo(middle);
     pointer.press();
-    // The compositor takes hold of the window once it has heard the program, by way of XWayland.
+    // The compositor starts the move only after the program's request has passed through XWayland.
     int distance = 0;
     EXPECT_TRUE(eventually(20s, [&] {
         distance += 8;
         pointer.moveTo(middle + QPoint(distance, distance / 2));
         return eventually(300ms, [&] { return windowArea().left() > start.left() + 4; });
-    })) << "it does not follow the pointer";
+    })) << "the window does not follow the pointer";
     const QPoint held = windowArea().topLeft();
     pointer.glideTo(middle + QPoint(distance + 80, distance / 2 + 60), 16);
     EXPECT_TRUE(eventually(20s, [&] {
         const QPoint moved = windowArea().topLeft() - held;
         return moved.x() > 40 && moved.y() > 30;
-    })) << "it stops";
+    })) << "the window stops following the pointer";
     pointer.release();
     pointer.moveTo(desktop.area().bottomRight());
     EXPECT_EQ(windowArea().size(), start.size());
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(XWaylandTest, ThePinIsOffered) {
+TEST_F(XWaylandTest, PinIsAvailable) {
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
     EXPECT_TRUE(
         eventually(20s, [this] { return home.preference(QStringLiteral("staysOnTop")).toBool(); }));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(XWaylandTest, ACameraIsChosenByThePointerAndByTheKeyboard) {
+TEST_F(XWaylandTest, CameraIsChosenByPointerAndByKeyboard) {
     const QRect picker = controls().picker().translated(start.topLeft());
     const auto selected = [this] {
         return home.preference(QStringLiteral("selectedCameraIndex")).toInt();
     };
-    // Two rows of the menu lie here when it is open, and colour bars when it is not.
+    // This rectangle shows two rows of the menu when it is open, and colour bars otherwise.
     const QRect place(picker.left(), picker.bottom() + 12, picker.width(), 30);
     const QImage bars = screen.area(place);
     const auto open = [&] {
@@ -83,7 +82,7 @@ TEST_F(XWaylandTest, ACameraIsChosenByThePointerAndByTheKeyboard) {
         })) << "the menu does not open";
     };
     ASSERT_NO_FATAL_FAILURE(open());
-    // To the lower one of the rows; the session's pointer may repeat the last step.
+    // The pointer moves to the lower row. The session's pointer may overshoot by one step.
     pointer.glideTo(QPoint(place.center().x(), place.bottom() - 2), 16);
     pointer.click();
     EXPECT_TRUE(eventually(20s, [&] { return selected() == 1; })) << "the pointer chooses nothing";
@@ -98,7 +97,7 @@ TEST_F(XWaylandTest, ACameraIsChosenByThePointerAndByTheKeyboard) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(XWaylandTest, ClosesByItsButton) {
+TEST_F(XWaylandTest, CloseButtonEndsTheProgram) {
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().close()));
     ASSERT_TRUE(viewer->waitForExit(20s));
     EXPECT_EQ(viewer->exitStatus(), 0);

@@ -17,7 +17,7 @@ AccessUnit::Bytes view(const QByteArray &unit) {
             static_cast<std::size_t>(unit.size())};
 }
 
-TEST(AccessUnit, GivesTheParameterSetsAlone) {
+TEST(AccessUnit, ParameterSetsAreExtracted) {
     const QByteArray sets = bytes({0, 0, 0, 1, 0x67, 1, 2, 0, 0, 1, 0x68, 3});
     const QByteArray unit = sets + bytes({0, 0, 1, 0x06, 9, 0, 0, 0, 1, 0x65, 4, 5});
     EXPECT_EQ(AccessUnit::parameterSets(VideoCodec::H264, view(unit)), sets);
@@ -25,16 +25,17 @@ TEST(AccessUnit, GivesTheParameterSetsAlone) {
         AccessUnit::parameterSets(VideoCodec::H264, view(bytes({0, 0, 1, 0x41, 1}))).isEmpty());
 }
 
-TEST(AccessUnit, PutsTheOrientationBeforeTheFirstSlice) {
+TEST(AccessUnit, OrientationIsInsertedBeforeTheFirstSlice) {
     const QByteArray head = bytes({0, 0, 0, 1, 0x67, 1});
     const QByteArray slices = bytes({0, 0, 0, 1, 0x65, 4, 0, 0, 1, 0x65, 5});
-    // A quarter turn clockwise is three quarters anticlockwise: 0xC000 from the fourth bit on.
+    // A quarter turn clockwise is three quarters of a turn anticlockwise: 0xC000, starting at the
+    // fourth bit.
     const QByteArray turn = bytes({0, 0, 0, 1, 0x06, 47, 3, 0x18, 0x00, 0x09, 0x80});
     EXPECT_EQ(AccessUnit::withOrientation(VideoCodec::H264, view(head + slices), 90),
               head + turn + slices);
 }
 
-TEST(AccessUnit, TheOrientationNeverLooksLikeAStartCode) {
+TEST(AccessUnit, OrientationNeverContainsAStartCode) {
     for (const VideoCodec codec : {VideoCodec::H264, VideoCodec::H265}) {
         const QByteArray slice = bytes({0, 0, 0, 1, codec == VideoCodec::H264 ? 0x65 : 0x26, 1, 7});
         for (const int degrees : {0, 90, 180, 270}) {

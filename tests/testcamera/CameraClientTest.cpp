@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-// Whom the camera lets in, and how it counts them.
+// Which clients the test camera accepts, and how it counts them.
 
 namespace lumvik::test {
 namespace {
@@ -22,7 +22,7 @@ QByteArray basic(const QByteArray &credentials) {
     return "Accept: application/sdp\r\nAuthorization: Basic " + credentials.toBase64() + "\r\n";
 }
 
-/// The answer to a digest challenge for DESCRIBE.
+/// The response to a digest challenge for DESCRIBE.
 QByteArray digest(const QByteArray &challenge, const QByteArray &uri, const QByteArray &password) {
     const auto field = [&challenge](const QByteArray &name) {
         const qsizetype begin = challenge.indexOf(name + "=\"") + name.size() + 2;
@@ -35,7 +35,7 @@ QByteArray digest(const QByteArray &challenge, const QByteArray &uri, const QByt
            "\", response=\"" + answer + "\"\r\n";
 }
 
-TEST(TestCamera, PasswordIsAskedForAndChecked) {
+TEST(TestCamera, PasswordIsRequestedAndChecked) {
     RunningTestCamera camera(words("--user anna --password secret"));
     RtspConversation client(camera.url());
     ASSERT_TRUE(client.connectToServer());
@@ -72,7 +72,7 @@ TEST(TestCamera, PlayerWithThePasswordIsServed) {
     EXPECT_EQ(stranger.pictures(), 0);
 }
 
-TEST(TestCamera, AnotherPathIsNotFound) {
+TEST(TestCamera, UnknownPathIsNotFound) {
     const RunningTestCamera camera(words("--path /yard/2"));
     EXPECT_EQ(camera.url().path(), QStringLiteral("/yard/2"));
     RtspConversation right(camera.url());
@@ -115,7 +115,7 @@ TEST(TestCamera, StreamsAreCountedWhileTheyPlay) {
     EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 0 2 2"));
 }
 
-/// Goes so many steps into a conversation; answers whether the camera played along.
+/// Performs this many steps of a conversation. Returns whether every step succeeded.
 bool converse(RtspConversation &client, int steps) {
     switch (steps) {
     case 1:
@@ -129,14 +129,14 @@ bool converse(RtspConversation &client, int steps) {
     }
 }
 
-TEST(TestCamera, SurvivesManyClientsThatComeAndVanish) {
+TEST(TestCamera, SurvivesManyClientsThatDisconnectAbruptly) {
     RunningTestCamera camera;
     for (int round = 0; round < 3; ++round) {
         std::vector<std::unique_ptr<RtspConversation>> crowd;
         for (int n = 0; n < 20; ++n) {
             auto client = std::make_unique<RtspConversation>(camera.url());
             ASSERT_TRUE(client->connectToServer());
-            // They leave at every stage of the conversation.
+            // Clients disconnect at every stage of the conversation.
             EXPECT_TRUE(converse(*client, n % 4));
             crowd.push_back(std::move(client));
         }

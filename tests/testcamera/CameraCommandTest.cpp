@@ -5,7 +5,7 @@
 namespace lumvik::test {
 namespace {
 
-TEST(CameraCommand, EveryCommandIsUnderstood) {
+TEST(CameraCommand, EveryCommandIsParsed) {
     for (const char *line :
          {"freeze", "thaw", "end", "drop", "drop reset", "refuse", "accept", "silent", "speak",
           "size 640x360", "rotate 0", "rotate 270", "codec h265", "hangup", "stay", "clients",
@@ -19,7 +19,7 @@ TEST(CameraCommand, EveryCommandIsUnderstood) {
     EXPECT_EQ(std::get<CameraCommand::Resize>(*resize).size, QSize(704, 576));
 }
 
-TEST(CameraCommand, NonsenseIsAnError) {
+TEST(CameraCommand, InvalidCommandIsAnError) {
     for (const char *line : {"", "jump", "size", "size 1x1", "rotate", "rotate 45", "codec vp8",
                              "freeze now", "drop reset now"})
         EXPECT_FALSE(parseCommand(QLatin1String(line))) << line;

@@ -1,27 +1,27 @@
 #include "RtspConversation.h"
 #include "RunningTestCamera.h"
 #include "StreamPlayer.h"
+#include "platform/FileDescriptor.h"
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <utility>
 
-// The faults that the camera plays.
+// The faults that the test camera simulates.
 
 namespace lumvik::test {
 namespace {
 
-TEST(TestCamera, FreezeStopsThePicturesAndThawGoesOnWithThePresentTime) {
+TEST(TestCamera, FreezeStopsThePicturesAndThawResumesWithThePresentTime) {
     RunningTestCamera camera(words("--clock"));
     const StreamPlayer player(camera.url());
     const auto watcher = watch(camera);
     ASSERT_TRUE(waitUntil([&] { return player.shownTime().has_value(); }));
     EXPECT_EQ(camera.command("freeze"), QStringLiteral("ok"));
-    observeFor(300); // What was on its way arrives.
+    observeFor(300); // Pictures that were already under way arrive.
     const int pictures = watcher->pictures();
     const std::uint32_t frozenTime = player.shownTime().value_or(0);
     observeFor(1000);
@@ -34,7 +34,7 @@ TEST(TestCamera, FreezeStopsThePicturesAndThawGoesOnWithThePresentTime) {
     EXPECT_GE(player.shownTime().value_or(0) - frozenTime, 1000U);
 }
 
-TEST(TestCamera, FrozenCameraLetsClientsInAndSendsThemNothing) {
+TEST(TestCamera, FrozenCameraAcceptsClientsButSendsNoPictures) {
     RunningTestCamera camera;
     EXPECT_EQ(camera.command("freeze"), QStringLiteral("ok"));
     RtspConversation watcher(camera.url());
@@ -71,7 +71,7 @@ TEST(TestCamera, DropClosesEveryConnectionAndLaterClientsAreServed) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-/// A connection without any library's interpretation of how it ends.
+/// A plain TCP connection that shows how the other side ended it.
 class BareConnection {
   public:
     enum class Ending { None, Orderly, Reset };
@@ -81,12 +81,9 @@ class BareConnection {
         address.sin_family = AF_INET;
         address.sin_port = htons(static_cast<quint16>(url.port()));
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        m_isConnected = ::connect(m_descriptor, reinterpret_cast<const sockaddr *>(&address),
+        m_isConnected = ::connect(m_descriptor.get(), reinterpret_cast<const sockaddr *>(&address),
                                   sizeof address) == 0;
     }
-    BareConnection(const BareConnection &) = delete;
-    BareConnection &operator=(const BareConnection &) = delete;
-    ~BareConnection() { ::close(m_descriptor); }
 
     [[nodiscard]] bool isConnected() const { return m_isConnected; }
     /// Waits for the other side to end the connection.
@@ -94,7 +91,7 @@ class BareConnection {
         char byte = 0;
         ssize_t count = -1;
         const bool hasEnded = waitUntil([&] {
-            count = recv(m_descriptor, &byte, 1, MSG_DONTWAIT);
+            count = recv(m_descriptor.get(), &byte, 1, MSG_DONTWAIT);
             return count >= 0 || errno != EAGAIN;
         });
         if (!hasEnded || count > 0)
@@ -103,11 +100,11 @@ class BareConnection {
     }
 
   private:
-    int m_descriptor;
+    FileDescriptor m_descriptor;
     bool m_isConnected = false;
 };
 
-TEST(TestCamera, DropIsOrderlyUnlessAResetIsAskedFor) {
+TEST(TestCamera, DropIsOrderlyUnlessAResetIsRequested) {
     RunningTestCamera camera;
     for (const auto &[command, ending] : {std::pair("drop", BareConnection::Ending::Orderly),
                                           std::pair("drop reset", BareConnection::Ending::Reset)}) {
@@ -134,7 +131,7 @@ TEST(TestCamera, RefusesConnectionsUntilToldToAcceptThemOnTheSamePort) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-TEST(TestCamera, SilentCameraTakesConnectionsAndAnswersNothing) {
+TEST(TestCamera, SilentCameraAcceptsConnectionsButNeverReplies) {
     RunningTestCamera camera;
     const auto watcher = watch(camera);
     EXPECT_EQ(camera.command("silent"), QStringLiteral("ok"));
@@ -150,7 +147,7 @@ TEST(TestCamera, SilentCameraTakesConnectionsAndAnswersNothing) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-TEST(TestCamera, HangsUpOnThoseWhoPlayUntilToldToStay) {
+TEST(TestCamera, ClosesPlayingClientsAfterHangUpUntilToldToStay) {
     RunningTestCamera camera;
     const auto watcher = watch(camera);
     EXPECT_EQ(camera.command("hangup"), QStringLiteral("ok"));

@@ -11,7 +11,7 @@ tl::expected<CameraOptions, QString> parse(const QString &line) {
     return parseOptions(arguments);
 }
 
-TEST(CameraOptions, WithoutArgumentsAreTheDefaults) {
+TEST(CameraOptions, DefaultsApplyWithoutArguments) {
     const auto options = parse({});
     ASSERT_TRUE(options);
     EXPECT_EQ(options->path, QStringLiteral("/front"));
@@ -22,7 +22,7 @@ TEST(CameraOptions, WithoutArgumentsAreTheDefaults) {
     EXPECT_FALSE(options->clockPattern);
 }
 
-TEST(CameraOptions, TakeEveryOption) {
+TEST(CameraOptions, EveryOptionIsRead) {
     const auto options = parse(QStringLiteral(
         "--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps 15 --gop 50 "
         "--codec h265 --user anna --password secret --clock --exit-with-stdin"));
@@ -41,7 +41,7 @@ TEST(CameraOptions, TakeEveryOption) {
     EXPECT_TRUE(options->exitWithStandardInput);
 }
 
-TEST(CameraOptions, BadOnesAreRefused) {
+TEST(CameraOptions, InvalidOptionsAreRefused) {
     for (const char *line :
          {"--port 65536", "--port x", "--fps 0", "--gop 0", "--size 1280", "--size 641x360",
           "--size 32x32", "--codec vp8", "--path front", "--user anna", "--password x",

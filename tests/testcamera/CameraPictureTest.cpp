@@ -12,15 +12,15 @@
 #include <cstdlib>
 #include <vector>
 
-// What the camera shows, and when.
+// The content and the timing of the test camera's picture.
 
 namespace lumvik::test {
 namespace {
 
-/// Players round differently when they convert colours.
+/// The tolerance for the rounding of players when they convert colours.
 constexpr int colourTolerance = 6;
 
-/// How far the decoded bars are from the documented colours, in the worst channel.
+/// The largest difference between the decoded bars and the documented colours in any channel.
 int worstBarError(const QImage &picture) {
     int worst = 0;
     for (int n = 0; n < PictureLayout::barCount; ++n) {
@@ -66,7 +66,7 @@ TEST(TestCamera, BarsHaveTheirColoursInBothCodecs) {
     }
 }
 
-TEST(TestCamera, SendsAsManyPicturesASecondAsAsked) {
+TEST(TestCamera, FrameRateIsAsConfigured) {
     RunningTestCamera camera(words("--fps 20 --gop 10"));
     const auto watcher = watch(camera);
     const int pictures = watcher->pictures();
@@ -80,7 +80,7 @@ TEST(TestCamera, SendsAsManyPicturesASecondAsAsked) {
     EXPECT_NEAR(watcher->keyFrames() - keyFrames, 4, 1);
 }
 
-TEST(TestCamera, ClientGetsAKeyFrameAtOnceHoweverFarTheNextOneIs) {
+TEST(TestCamera, NewClientGetsAKeyFrameAtOnce) {
     RunningTestCamera camera(words("--gop 1000"));
     const auto first = watch(camera);
     RtspConversation second(camera.url());
@@ -103,7 +103,7 @@ TEST(TestCamera, ClockShowsWhenThePictureWasPaintedAndAdvances) {
     EXPECT_LT(player.shownTime().value_or(0) - first, 30000U);
     const std::vector<int> delays = player.delays();
     EXPECT_GE(delays.size() * 20, static_cast<std::size_t>(player.pictures()) * 19);
-    // From painting to a decoded picture; generous, for machines that are busy otherwise.
+    // The time from painting to decoding. The limit is generous because the machine may be busy.
     EXPECT_LT(median(delays), 150);
     EXPECT_GE(*std::min_element(delays.begin(), delays.end()), 0);
     RecordProperty("MedianDelayMilliseconds", median(delays));
@@ -123,7 +123,7 @@ TEST(TestCamera, SizeChangesForRunningAndForNewClients) {
     EXPECT_TRUE(camera.command("size 3x3").startsWith(QLatin1String("error ")));
 }
 
-TEST(TestCamera, RotationTravelsWithTheStream) {
+TEST(TestCamera, RotationIsSignalledInTheStream) {
     RunningTestCamera camera;
     const auto watcher = watch(camera);
     EXPECT_FALSE(watcher->rotation());
@@ -134,7 +134,7 @@ TEST(TestCamera, RotationTravelsWithTheStream) {
     EXPECT_TRUE(camera.command("rotate 45").startsWith(QLatin1String("error ")));
 }
 
-TEST(TestCamera, CodecChangesForTheNextClientsAlone) {
+TEST(TestCamera, CodecChangesOnlyForLaterClients) {
     RunningTestCamera camera;
     const StreamPlayer running(camera.url());
     ASSERT_TRUE(waitUntil([&] { return running.pictures() >= 3; }));

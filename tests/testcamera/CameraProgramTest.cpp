@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
-// The camera as a program: its arguments, its input, its end.
+// The test camera as a program: its arguments, its standard input, its exit.
 
 namespace lumvik::test {
 namespace {
 
-TEST(TestCamera, UnknownCommandIsAnErrorAndNothingElse) {
+TEST(TestCamera, UnknownCommandReportsAnErrorAndChangesNothing) {
     RunningTestCamera camera;
     EXPECT_TRUE(camera.command("dance").startsWith(QLatin1String("error ")));
     EXPECT_EQ(camera.clients(), 0);
@@ -24,7 +24,7 @@ int exitCodeOf(const QStringList &arguments, QByteArray *message = nullptr) {
     return process.exitCode();
 }
 
-TEST(TestCamera, BadOptionsAndATakenPortHaveTheirExitCodes) {
+TEST(TestCamera, InvalidOptionsAndAPortInUseHaveTheirOwnExitCodes) {
     QByteArray message;
     EXPECT_EQ(exitCodeOf(words("--size huge"), &message), 2);
     EXPECT_TRUE(message.contains("huge")) << message.constData();
@@ -34,7 +34,7 @@ TEST(TestCamera, BadOptionsAndATakenPortHaveTheirExitCodes) {
     EXPECT_TRUE(message.contains(port.toLatin1())) << message.constData();
 }
 
-TEST(TestCamera, ServesOnWithoutStandardInputUntilTerminated) {
+TEST(TestCamera, KeepsServingWithoutStandardInputUntilTerminated) {
     QProcess process;
     process.start(cameraProgram(), words("--port 0 --size 320x180"));
     ASSERT_TRUE(waitUntil([&] { return process.canReadLine(); }, 20000));
@@ -51,7 +51,7 @@ TEST(TestCamera, ServesOnWithoutStandardInputUntilTerminated) {
     EXPECT_EQ(process.exitCode(), 0);
 }
 
-TEST(TestCamera, EndsWithStandardInputWhenAskedTo) {
+TEST(TestCamera, ExitsWithStandardInputWhenConfigured) {
     RunningTestCamera camera;
     camera.process().closeWriteChannel();
     ASSERT_TRUE(camera.process().waitForFinished(10000));

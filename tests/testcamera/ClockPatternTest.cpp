@@ -7,22 +7,22 @@
 namespace lumvik::test {
 namespace {
 
-TEST(ClockPattern, EveryTimeComesBackAsItWas) {
+TEST(ClockPattern, EncodedTimesDecodeUnchanged) {
     for (std::uint64_t time = 0; time <= 0xFFFFFFFFU; time += 99991)
         ASSERT_EQ(ClockPattern::decode(ClockPattern::encode(static_cast<std::uint32_t>(time))),
                   time);
     EXPECT_EQ(ClockPattern::decode(ClockPattern::encode(0xFFFFFFFFU)), 0xFFFFFFFFU);
 }
 
-TEST(ClockPattern, ABlackOrWhitePictureIsNoTime) {
+TEST(ClockPattern, BlackOrWhitePictureIsNotDecoded) {
     ClockPattern::Cells cells{};
     EXPECT_FALSE(ClockPattern::decode(cells));
     cells.fill(true);
     EXPECT_FALSE(ClockPattern::decode(cells));
 }
 
-TEST(ClockPattern, ASingleWrongCellIsHardlyEverTakenForATime) {
-    // The uppermost eight cells change once in hours, so that only the others can be torn or
+TEST(ClockPattern, SingleWrongCellIsAlmostAlwaysRejected) {
+    // The first eight cells change only every few hours, so only the other cells can be torn or
     // blended.
     constexpr std::size_t firstLivelyCell = 8;
     int accepted = 0;
@@ -39,7 +39,7 @@ TEST(ClockPattern, ASingleWrongCellIsHardlyEverTakenForATime) {
     EXPECT_LE(accepted * 100, tried);
 }
 
-TEST(ClockPattern, APictureTornBetweenItsRowsIsRefused) {
+TEST(ClockPattern, PictureTornBetweenItsRowsIsRejected) {
     constexpr std::uint32_t apart = 40;
     constexpr int pairs = 20000;
     int torn = 0;
@@ -51,7 +51,7 @@ TEST(ClockPattern, APictureTornBetweenItsRowsIsRefused) {
         const ClockPattern::Cells second = mixed;
         std::copy_n(first.begin(), ClockPattern::columns, mixed.begin());
         if (mixed == second)
-            continue; // The upper rows are the same: nothing is torn.
+            continue; // Both pictures have the same upper row, so nothing is torn.
         ++torn;
         accepted += ClockPattern::decode(mixed).has_value() ? 1 : 0;
     }
@@ -59,7 +59,7 @@ TEST(ClockPattern, APictureTornBetweenItsRowsIsRefused) {
     EXPECT_LE(accepted * 50, torn); // Eight bits of checksum let about one in 256 pass.
 }
 
-TEST(ClockPattern, IsReadFromAPictureOfAnySize) {
+TEST(ClockPattern, PatternIsReadFromAPictureOfAnySize) {
     for (const auto &[width, height] :
          {std::pair(1280, 720), std::pair(640, 360), std::pair(333, 187)}) {
         constexpr std::uint32_t time = 0xDEADBEEF;

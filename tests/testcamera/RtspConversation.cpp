@@ -108,7 +108,7 @@ bool RtspConversation::takeResponse() {
     response.status = lines.takeFirst().split(' ').value(1).toInt();
     for (const QByteArray &line : lines) {
         const qsizetype colon = line.indexOf(':');
-        // Of several headers of one name, such as the ways to log in, all are kept.
+        // All headers of the same name are kept, such as several authentication challenges.
         QByteArray &value = response.headers[line.left(colon).trimmed().toLower()];
         value += (value.isEmpty() ? "" : ", ") + line.mid(colon + 1).trimmed();
     }
@@ -126,8 +126,8 @@ void RtspConversation::countRtp(const QByteArray &packet) {
     constexpr unsigned message = 6;
     constexpr unsigned orientation = 47;
     if (indicator == message && byteAt(packet, rtpHeaderLength + 1) == orientation) {
-        // Three flags, then sixteen bits of anticlockwise turn; of these the upper two tell
-        // quarters.
+        // Three flags are followed by sixteen bits of anticlockwise rotation. The upper two bits
+        // are quarter turns.
         const unsigned quarters = byteAt(packet, rtpHeaderLength + 3) >> 3U & 3U;
         m_rotation = static_cast<int>((4 - quarters) % 4 * 90);
     }
@@ -138,7 +138,8 @@ void RtspConversation::countRtp(const QByteArray &packet) {
         indicator == fragmentUnit && (fragment & 0x80U) != 0 && (fragment & 0x1FU) == keySlice;
     if (indicator == keySlice || beginsFragmentedKey)
         ++m_keyFrames;
-    // The parameter sets that open a stream are packets without the end of a picture.
+    // The parameter sets at the start of a stream are packets without the marker that ends a
+    // picture.
     const bool holdsSlice = indicator == 1 || indicator == keySlice || indicator == fragmentUnit;
     if (holdsSlice && (byteAt(packet, 1) & 0x80U) != 0)
         ++m_pictures;

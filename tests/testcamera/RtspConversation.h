@@ -8,45 +8,45 @@
 
 namespace lumvik::test {
 
-/// An RTSP client that speaks the protocol word by word on one TCP connection, with the stream
-/// interleaved, so that tests see exactly what a camera sends. Main thread only.
+/// A minimal RTSP client on one TCP connection with an interleaved stream, so that tests see
+/// exactly what a camera sends. Main thread only.
 class RtspConversation {
   public:
     struct Response {
         int status = 0;
-        /// Names in lower case.
+        /// Header names are in lower case.
         QMap<QByteArray, QByteArray> headers;
         QByteArray body;
     };
 
     explicit RtspConversation(const QUrl &url) : m_url(url) {}
 
-    /// Answers whether the connection stands.
+    /// Returns whether the connection was established.
     [[nodiscard]] bool connectToServer();
-    /// Closes with a reset, as a program that dies with unread data does.
+    /// Closes the connection with a reset, as happens when a program dies with unread data.
     void abort() { m_socket.abort(); }
 
-    /// Sends a request and waits for its response; nothing when none comes in time.
+    /// Sends a request and waits for its response. Empty when none arrives in time.
     [[nodiscard]] std::optional<Response> request(const QByteArray &method,
                                                   const QByteArray &headers = {},
                                                   const QByteArray &suffix = {},
                                                   int milliseconds = 10000);
-    /// DESCRIBE, SETUP and PLAY; answers the last status, 200 when the stream plays.
+    /// Sends DESCRIBE, SETUP and PLAY. Returns the last status, which is 200 when the stream plays.
     [[nodiscard]] int play();
 
-    /// Reads what has arrived and brings the counts up to date.
+    /// Reads the data that has arrived and updates the counts.
     void readArrived();
-    /// Pictures so far: RTP packets with the marker set.
+    /// The number of pictures so far, counted by RTP packets with the marker set.
     [[nodiscard]] int pictures();
-    /// Pictures so far that a key frame's slice was in.
+    /// The number of key frames so far.
     [[nodiscard]] int keyFrames();
-    /// The clockwise turn in degrees that the last orientation message asked for; nothing before
+    /// The clockwise rotation in degrees of the last orientation message. Empty before the first
     /// one.
     [[nodiscard]] std::optional<int> rotation();
-    /// Whether RTCP said goodbye.
+    /// Whether an RTCP BYE packet has arrived.
     [[nodiscard]] bool saidGoodbye();
     [[nodiscard]] bool isClosed();
-    /// The socket's error once it is closed.
+    /// The error of the closed socket.
     [[nodiscard]] QAbstractSocket::SocketError error() const { return m_socket.error(); }
 
   private:

@@ -12,30 +12,32 @@ namespace lumvik::test {
 
 class RtspConversation;
 
-/// Runs the event loop until `isDone` or the deadline; answers whether it was done.
+/// Runs the event loop until `isDone` returns true or the time has passed. Returns the last result
+/// of `isDone`.
 [[nodiscard]] bool waitUntil(const std::function<bool()> &isDone, int milliseconds = 10000);
 
-/// Runs the event loop for so long, to see that something does not happen.
+/// Runs the event loop for this time, to verify that something does not happen.
 void observeFor(int milliseconds);
 
-/// lumvik-test-camera as a process of its own, on a free port of the loopback interface. Used on
-/// the main thread; the process ends with the object.
+/// A process of lumvik-test-camera on a free port of the loopback interface. Main thread only. The
+/// destructor ends the process.
 class RunningTestCamera {
   public:
-    /// Small and quick unless the arguments say otherwise; Qt takes the last of two equal options.
+    /// The defaults are a small picture and a low frame rate. `arguments` follow them, and Qt uses
+    /// the last value of an option.
     explicit RunningTestCamera(const QStringList &arguments = {});
     RunningTestCamera(const RunningTestCamera &) = delete;
     RunningTestCamera &operator=(const RunningTestCamera &) = delete;
     ~RunningTestCamera();
 
-    /// Empty when it did not become ready.
+    /// The camera's address. Empty when the camera did not become ready.
     [[nodiscard]] QUrl url() const { return m_url; }
     [[nodiscard]] QProcess &process() { return m_process; }
 
-    /// Gives one command and answers the line that came back.
+    /// Sends one command and returns the reply.
     [[nodiscard]] QString command(const QByteArray &line);
 
-    /// How many connections the camera counts.
+    /// The number of connections that the camera reports.
     [[nodiscard]] int clients();
 
   private:
@@ -45,10 +47,10 @@ class RunningTestCamera {
     QUrl m_url;
 };
 
-/// A conversation whose stream plays and has shown pictures.
+/// Starts a conversation, and waits until its stream plays and has delivered pictures.
 [[nodiscard]] std::unique_ptr<RtspConversation> watch(const RunningTestCamera &camera);
 
-/// Arguments as they are written in a command line, parted by single spaces.
+/// Splits a command line at single spaces.
 [[nodiscard]] QStringList words(const char *line);
 
 /// The path of the program under test.

@@ -13,8 +13,8 @@
 
 namespace lumvik::test {
 
-/// Plays a stream without a window and without any delay that can be avoided, keeping the last
-/// picture. Used on the main thread; pictures arrive on a thread of GStreamer's.
+/// Plays a stream without a window and with minimal latency, and keeps the last picture. Used on
+/// the main thread. Pictures arrive on a thread of GStreamer.
 class StreamPlayer {
   public:
     explicit StreamPlayer(const QUrl &url, VideoCodec codec = VideoCodec::H264);
@@ -23,11 +23,12 @@ class StreamPlayer {
     ~StreamPlayer();
 
     [[nodiscard]] int pictures() const;
-    /// In colour, as a player shows it; null while there is none.
+    /// The last picture in RGB, as a player shows it. Null before the first picture.
     [[nodiscard]] QImage picture() const;
-    /// The time that the last picture shows in its pattern.
+    /// The time in the clock pattern of the last picture.
     [[nodiscard]] std::optional<std::uint32_t> shownTime() const;
-    /// For each picture with a readable time: milliseconds from painting until it was decoded.
+    /// The time from painting to decoding in milliseconds, for each picture with a readable clock
+    /// pattern.
     [[nodiscard]] std::vector<int> delays() const;
     /// Whether the stream has ended or failed.
     [[nodiscard]] bool hasEnded() const;

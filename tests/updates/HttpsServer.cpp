@@ -15,11 +15,12 @@ namespace lumvik::test {
 
 namespace {
 
+/// The interval at which `Response::Then::drip` sends a byte.
 constexpr std::chrono::milliseconds dripInterval{5};
 
-/// A header with its name in small letters: toolkits differ in how they write names, which mean the
-/// same in any case.
-QByteArray withSmallName(const QByteArray &header) {
+/// Returns a header with its name in lower case. The names of headers are case-insensitive, and the
+/// case that Qt sends differs between versions.
+QByteArray withLowerCaseName(const QByteArray &header) {
     const qsizetype nameEnd = std::max<qsizetype>(header.indexOf(':'), 0);
     return header.first(nameEnd).toLower() + header.sliced(nameEnd);
 }
@@ -35,7 +36,7 @@ QByteArray Request::header(const QByteArray &name) const {
     return {};
 }
 
-Answer answerWith(int status, const QByteArray &body, const QList<QByteArray> &headers) {
+Response responseWith(int status, const QByteArray &body, const QList<QByteArray> &headers) {
     QByteArray bytes = "HTTP/1.1 " + QByteArray::number(status) + " Reason\r\n";
     for (const QByteArray &header : headers)
         bytes += header + "\r\n";
@@ -103,35 +104,35 @@ void HttpsServer::read(QSslSocket *socket, QByteArray &received) {
     received.remove(0, end + 4);
     Request request{.line = lines.takeFirst().trimmed(), .headers = {}};
     for (const QByteArray &line : std::as_const(lines))
-        request.headers.append(withSmallName(line.trimmed()));
+        request.headers.append(withLowerCaseName(line.trimmed()));
     {
         const std::scoped_lock lock(m_mutex);
         m_requests.append(request);
     }
-    answer(socket, request);
+    respond(socket, request);
 }
 
-void HttpsServer::answer(QSslSocket *socket, const Request &request) {
-    const Answer answer = m_handler(request);
-    socket->write(answer.bytes);
-    switch (answer.then) {
-    case Answer::Then::close:
+void HttpsServer::respond(QSslSocket *socket, const Request &request) {
+    const Response response = m_handler(request);
+    socket->write(response.bytes);
+    switch (response.then) {
+    case Response::Then::close:
         socket->disconnectFromHost();
         break;
-    case Answer::Then::breakOff:
-        // Everything goes out first: what is cut short is what the answer itself leaves out.
+    case Response::Then::abort:
+        // Send all bytes before aborting, so that the client receives the whole response.
         while (socket->bytesToWrite() > 0 || socket->encryptedBytesToWrite() > 0) {
             if (!socket->waitForBytesWritten())
                 break;
         }
         socket->abort();
         break;
-    case Answer::Then::wait:
+    case Response::Then::wait:
         break;
-    case Answer::Then::drip: {
+    case Response::Then::drip: {
         auto *timer = new QTimer(socket);
         QObject::connect(timer, &QTimer::timeout, socket,
-                         [socket, byte = answer.bytes.last(1)] { socket->write(byte); });
+                         [socket, byte = response.bytes.last(1)] { socket->write(byte); });
         timer->start(dripInterval);
         break;
     }

@@ -24,34 +24,34 @@ namespace lumvik::test {
 /// A request as the server received it.
 struct Request {
     QByteArray line;           ///< For example "GET / HTTP/1.1".
-    QList<QByteArray> headers; ///< Without line ends; the names in small letters.
+    QList<QByteArray> headers; ///< Without line breaks, and with the names in lower case.
 
     [[nodiscard]] QByteArray path() const { return line.split(' ').value(1); }
-    /// The value of a header, null when there is none.
+    /// Returns the value of a header, which is null if the header is missing.
     [[nodiscard]] QByteArray header(const QByteArray &name) const;
 };
 
-/// What the server does about a request.
-struct Answer {
+/// The server's response to a request.
+struct Response {
     enum class Then {
-        close,    ///< Ends the connection in order.
-        breakOff, ///< Ends it without a word.
-        wait,     ///< Keeps it and says nothing more.
-        drip,     ///< Sends the last byte again every few milliseconds.
+        close, ///< Closes the connection properly.
+        abort, ///< Aborts the connection.
+        wait,  ///< Keeps the connection open and sends nothing more.
+        drip,  ///< Repeats the last byte every few milliseconds.
     };
     QByteArray bytes = {};
     Then then = Then::close;
 };
 
-/// The answer with `status`, these headers, a length and `body`.
-[[nodiscard]] Answer answerWith(int status, const QByteArray &body,
-                                const QList<QByteArray> &headers = {});
+/// Returns a complete response with `status`, `headers`, a Content-Length header and `body`.
+[[nodiscard]] Response responseWith(int status, const QByteArray &body,
+                                    const QList<QByteArray> &headers = {});
 
-/// A server for HTTPS on loopback, with a thread of its own.
+/// An HTTPS server on the loopback interface. Runs on its own thread.
 class HttpsServer {
   public:
-    /// Runs on the server's thread.
-    using Handler = std::function<Answer(const Request &)>;
+    /// Returns the response to a request. Runs on the server's thread.
+    using Handler = std::function<Response(const Request &)>;
 
     HttpsServer(const Credentials &credentials, Handler handler,
                 const QHostAddress &address = QHostAddress::LocalHost);
@@ -60,22 +60,22 @@ class HttpsServer {
     ~HttpsServer();
 
     [[nodiscard]] std::uint16_t port() const { return m_port; }
-    /// All requests so far.
+    /// Returns all requests received so far.
     [[nodiscard]] QList<Request> requests() const;
-    /// How many connections are open and have been encrypted.
+    /// Returns the number of open connections whose TLS handshake is complete.
     [[nodiscard]] int openConnections() const;
 
   private:
     void serve(QSslSocket *socket);
     void read(QSslSocket *socket, QByteArray &received);
-    void answer(QSslSocket *socket, const Request &request);
+    void respond(QSslSocket *socket, const Request &request);
 
     const Handler m_handler;
     std::unique_ptr<SerialQueue> m_queue;
     QSslServer *m_server = nullptr; // lives on m_queue's thread
     std::uint16_t m_port = 0;
 
-    mutable std::mutex m_mutex; // guards what follows
+    mutable std::mutex m_mutex; // guards the members below
     QList<Request> m_requests;
     int m_openConnections = 0;
 };

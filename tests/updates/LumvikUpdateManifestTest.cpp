@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <ostream>
 
 namespace lumvik::test {
 namespace {
@@ -29,14 +30,14 @@ void expectSentence(const tl::expected<LumvikUpdateManifest, QString> &decoded,
     EXPECT_TRUE(decoded.error().endsWith(u'.')) << input.constData();
 }
 
-TEST(ManifestDecoding, ReadsTheThreeValues) {
+TEST(ManifestDecoding, ReadsAllThreeValues) {
     const auto manifest = decodeUpdateManifest(json(R"("1.4.2")", "7"));
     ASSERT_TRUE(manifest);
     EXPECT_EQ(*manifest, (LumvikUpdateManifest{u"1.4.2"_s, 7, QString::fromLatin1(page)}));
     EXPECT_EQ(manifest->downloadUrl(), QUrl(QString::fromLatin1(page)));
 }
 
-TEST(ManifestDecoding, IgnoresOtherKeysAndSpaces) {
+TEST(ManifestDecoding, IgnoresOtherKeysAndWhitespace) {
     const QByteArray text = " \n\t{\"notes\": [1, {\"build\": 2}], \"build\" :7, \"Version\": 3, "
                             "\"downloadPage\": \"x\", \"version\": \"1.4\"}\r\n  ";
     const auto manifest = decodeUpdateManifest(text);
@@ -44,7 +45,7 @@ TEST(ManifestDecoding, IgnoresOtherKeysAndSpaces) {
     EXPECT_EQ(*manifest, (LumvikUpdateManifest{u"1.4"_s, 7, u"x"_s}));
 }
 
-TEST(ManifestDecoding, WhatIsNoJsonIsRefused) {
+TEST(ManifestDecoding, RefusesInvalidJson) {
     for (const QByteArray &input :
          {QByteArray(), QByteArray("   "), QByteArray("<html></html>"), QByteArray("{"),
           json(R"("1.4")", "7").chopped(1), json(R"("1.4")", "7") + "x", json(R"("1.4")", "07"),
@@ -53,7 +54,7 @@ TEST(ManifestDecoding, WhatIsNoJsonIsRefused) {
         expectSentence(decodeUpdateManifest(input), input.left(80));
 }
 
-TEST(ManifestDecoding, WhatTheToolkitsReaderLetsPassIsRefusedToo) {
+TEST(ManifestDecoding, RefusesInvalidJsonThatQtAccepts) {
     for (const QByteArray input : {"7.", ".5", "-.5", "7.e1", "[7.]"})
         expectSentence(decodeUpdateManifest(json(R"("1.4")", input)), input);
     for (const QByteArray &input :
@@ -62,7 +63,7 @@ TEST(ManifestDecoding, WhatTheToolkitsReaderLetsPassIsRefusedToo) {
         expectSentence(decodeUpdateManifest(json(input, "7")), input);
 }
 
-TEST(ManifestDecoding, PointsAndEscapesInTextsAreNoFault) {
+TEST(ManifestDecoding, AcceptsPointsAndEscapesInStrings) {
     const auto manifest = decodeUpdateManifest(
         json(R"(".\"\\\/\b\f\n\r\t\u0034.")", "7", R"("https:\/\/updates.example\/lumvik")"));
     ASSERT_TRUE(manifest);
@@ -70,34 +71,34 @@ TEST(ManifestDecoding, PointsAndEscapesInTextsAreNoFault) {
     EXPECT_EQ(manifest->downloadPage, QString::fromLatin1(page));
 }
 
-TEST(ManifestDecoding, WhatIsNoObjectIsRefused) {
+TEST(ManifestDecoding, RefusesJsonThatIsNotAnObject) {
     for (const QByteArray input : {"[]", "null", "7", "\"text\"", "true"})
         expectSentence(decodeUpdateManifest(input), input);
     const QByteArray array = '[' + json(R"("1.4")", "7") + ']';
     expectSentence(decodeUpdateManifest(array), array);
 }
 
-TEST(ManifestDecoding, EveryKeyIsNeeded) {
+TEST(ManifestDecoding, RequiresEveryKey) {
     for (const QByteArray input :
          {R"({"build": 7, "downloadPage": "x"})", R"({"version": "1.4", "downloadPage": "x"})",
           R"({"version": "1.4", "build": 7})", "{}"})
         expectSentence(decodeUpdateManifest(input), input);
 }
 
-TEST(ManifestDecoding, TheErrorNamesTheKey) {
+TEST(ManifestDecoding, ErrorNamesTheUnreadableKey) {
     EXPECT_TRUE(decodeUpdateManifest(json("7", "7")).error().contains(u"“version”"));
     EXPECT_TRUE(decodeUpdateManifest(json(R"("1")", "null")).error().contains(u"“build”"));
     EXPECT_TRUE(decodeUpdateManifest(json(R"("1")", "7", "7")).error().contains(u"“downloadPage”"));
 }
 
-TEST(ManifestDecoding, TheVersionIsAText) {
+TEST(ManifestDecoding, RequiresTheVersionToBeAString) {
     for (const QByteArray input : {"1.4", "14", "null", "true", "[]", "{}"})
         expectSentence(decodeUpdateManifest(json(input, "7")), input);
-    // Whether it is a good one is a question of validation.
+    // The content of the string is checked by validation, not by decoding.
     EXPECT_TRUE(decodeUpdateManifest(json(R"("")", "7")));
 }
 
-TEST(ManifestDecoding, TheBuildIsAWholeNumber) {
+TEST(ManifestDecoding, RequiresTheBuildToBeAWholeNumber) {
     EXPECT_EQ(decodedBuild("7"), 7);
     EXPECT_EQ(decodedBuild("-7"), -7);
     EXPECT_EQ(decodedBuild("0"), 0);
@@ -108,7 +109,7 @@ TEST(ManifestDecoding, TheBuildIsAWholeNumber) {
         EXPECT_EQ(decodedBuild(input), std::nullopt) << input.constData();
 }
 
-TEST(ManifestDecoding, TheBuildHasSixtyFourBits) {
+TEST(ManifestDecoding, RequiresTheBuildToFitIntoSixtyFourBits) {
     EXPECT_EQ(decodedBuild("9007199254740993"), 9007199254740993);
     EXPECT_EQ(decodedBuild("9223372036854775807"), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(decodedBuild("-9223372036854775808"), std::numeric_limits<std::int64_t>::min());
@@ -117,7 +118,7 @@ TEST(ManifestDecoding, TheBuildHasSixtyFourBits) {
         EXPECT_EQ(decodedBuild(input), std::nullopt) << input.constData();
 }
 
-TEST(ManifestDecoding, TheDownloadPageIsAUrl) {
+TEST(ManifestDecoding, RequiresTheDownloadPageToBeAUrl) {
     for (const QByteArray input : {"\"lumvik\"", "\"//host/\"", "\"mailto:a@b.example\""})
         EXPECT_TRUE(decodeUpdateManifest(json(R"("1.4")", "7", input))) << input.constData();
     for (const QByteArray input : {"7", "null", "{}", "\"\"", "\"https://a b/\"", "\"https://[1\"",
@@ -127,58 +128,68 @@ TEST(ManifestDecoding, TheDownloadPageIsAUrl) {
 
 // ---- Validation ----
 
-const QString webHost = u"updates.example"_s;
+const QString manifestHost = u"updates.example"_s;
 
 tl::expected<void, ManifestFault> validated(const QString &version, std::int64_t build,
                                             const QString &downloadPage) {
-    return validateUpdateManifest({version, build, downloadPage}, webHost);
+    return validateUpdateManifest({version, build, downloadPage}, manifestHost);
 }
 
-class DownloadPage : public testing::TestWithParam<QString> {};
+/// An address, printed as text. GoogleTest would print a QString as numbers.
+struct Page {
+    QString address;
+
+    friend void PrintTo(const Page &parameter, std::ostream *stream) {
+        *stream << testing::PrintToString(parameter.address.toStdString());
+    }
+};
+
+class DownloadPage : public testing::TestWithParam<Page> {};
 class AcceptedDownloadPage : public DownloadPage {};
 class RefusedDownloadPage : public DownloadPage {};
 
-TEST_P(AcceptedDownloadPage, IsTheMakersPage) {
-    EXPECT_TRUE(validated(u"1.4"_s, 1, GetParam())) << qPrintable(GetParam());
+TEST_P(AcceptedDownloadPage, IsValid) {
+    EXPECT_TRUE(validated(u"1.4"_s, 1, GetParam().address));
 }
 
-TEST_P(RefusedDownloadPage, IsNot) {
-    const auto result = validated(u"1.4"_s, 1, GetParam());
-    ASSERT_FALSE(result) << qPrintable(GetParam());
+TEST_P(RefusedDownloadPage, IsReportedAsTheFault) {
+    const auto result = validated(u"1.4"_s, 1, GetParam().address);
+    ASSERT_FALSE(result);
     EXPECT_EQ(result.error(), ManifestFault::downloadPage);
 }
 
-// Only scheme, host and path are looked at.
+// Only the scheme, the host and the path are checked.
 INSTANTIATE_TEST_SUITE_P(Pages, AcceptedDownloadPage,
-                         testing::Values(u"https://updates.example/lumvik"_s,
-                                         u"https://updates.example/lumvik?from=check"_s,
-                                         u"https://updates.example/lumvik#new"_s,
-                                         u"https://updates.example:443/lumvik"_s,
-                                         u"https://user@updates.example/lumvik"_s));
+                         testing::Values(Page{u"https://updates.example/lumvik"_s},
+                                         Page{u"https://updates.example/lumvik?from=check"_s},
+                                         Page{u"https://updates.example/lumvik#new"_s},
+                                         Page{u"https://updates.example:443/lumvik"_s},
+                                         Page{u"https://user@updates.example/lumvik"_s}));
 
 INSTANTIATE_TEST_SUITE_P(
     Pages, RefusedDownloadPage,
-    testing::Values(u""_s, u"/lumvik"_s, u"lumvik"_s, u"//updates.example/lumvik"_s,
-                    u"https:/lumvik"_s, u"http://updates.example/lumvik"_s,
-                    u"HTTPS://updates.example/lumvik"_s, u"httpss://updates.example/lumvik"_s,
-                    u"file:///lumvik"_s, u"https://www.updates.example/lumvik"_s,
-                    u"https://Updates.example/lumvik"_s, u"https://updates.example./lumvik"_s,
-                    u"https://updates.example.evil.example/lumvik"_s,
-                    u"https://updates.example@evil.example/lumvik"_s,
-                    u"https://updates.example:x@evil.example/lumvik"_s,
-                    u"https://evil.example#@updates.example/lumvik"_s,
-                    u"https://evil.example\\@updates.example/lumvik"_s,
-                    u"https://evil.example?@updates.example/lumvik"_s,
-                    u"https://updates%2Eexample/lumvik"_s, u"https://updates.example"_s,
-                    u"https://updates.example/"_s, u"https://updates.example/Lumvik"_s,
-                    u"https://updates.example/lumvik/"_s, u"https://updates.example/lumvik/more"_s,
-                    u"https://updates.example//lumvik"_s, u"https://updates.example/a/../lumvik"_s,
-                    u"https://updates.example/%6Cumvik"_s, u"https://updates.example/lumvik;x"_s,
-                    u" https://updates.example/lumvik"_s, u"https://updates.example/lumvik "_s,
-                    u"https://updates.example/lumvik\n"_s,
-                    u"javascript:https://updates.example/lumvik"_s));
+    testing::Values(
+        Page{u""_s}, Page{u"/lumvik"_s}, Page{u"lumvik"_s}, Page{u"//updates.example/lumvik"_s},
+        Page{u"https:/lumvik"_s}, Page{u"http://updates.example/lumvik"_s},
+        Page{u"HTTPS://updates.example/lumvik"_s}, Page{u"httpss://updates.example/lumvik"_s},
+        Page{u"file:///lumvik"_s}, Page{u"https://www.updates.example/lumvik"_s},
+        Page{u"https://Updates.example/lumvik"_s}, Page{u"https://updates.example./lumvik"_s},
+        Page{u"https://updates.example.evil.example/lumvik"_s},
+        Page{u"https://updates.example@evil.example/lumvik"_s},
+        Page{u"https://updates.example:x@evil.example/lumvik"_s},
+        Page{u"https://evil.example#@updates.example/lumvik"_s},
+        Page{u"https://evil.example\\@updates.example/lumvik"_s},
+        Page{u"https://evil.example?@updates.example/lumvik"_s},
+        Page{u"https://updates%2Eexample/lumvik"_s}, Page{u"https://updates.example"_s},
+        Page{u"https://updates.example/"_s}, Page{u"https://updates.example/Lumvik"_s},
+        Page{u"https://updates.example/lumvik/"_s}, Page{u"https://updates.example/lumvik/more"_s},
+        Page{u"https://updates.example//lumvik"_s}, Page{u"https://updates.example/a/../lumvik"_s},
+        Page{u"https://updates.example/%6Cumvik"_s}, Page{u"https://updates.example/lumvik;x"_s},
+        Page{u" https://updates.example/lumvik"_s}, Page{u"https://updates.example/lumvik "_s},
+        Page{u"https://updates.example/lumvik\n"_s},
+        Page{u"javascript:https://updates.example/lumvik"_s}));
 
-TEST(ManifestValidation, TheBuildIsAtLeastOne) {
+TEST(ManifestValidation, RequiresTheBuildToBeAtLeastOne) {
     const QString good = QString::fromLatin1(page);
     EXPECT_TRUE(validated(u"1.2.3.4"_s, 1, good));
     EXPECT_TRUE(validated(u"1.2"_s, std::numeric_limits<std::int64_t>::max(), good));
@@ -187,7 +198,7 @@ TEST(ManifestValidation, TheBuildIsAtLeastOne) {
         EXPECT_EQ(validated(u"1.4"_s, build, good).error(), ManifestFault::build) << build;
 }
 
-TEST(ManifestValidation, TheVersionIsTwoToFourNumbers) {
+TEST(ManifestValidation, RequiresTheVersionToHaveTwoToFourNumbers) {
     const QString good = QString::fromLatin1(page);
     for (const QString &version : {u"1.4"_s, u"1.4.2"_s, u"1.2.3.4"_s, u"0.0"_s, u"01.002"_s,
                                    u"1."_s + QString(60'000, u'9')})
@@ -207,15 +218,15 @@ TEST(ManifestValidation, TheVersionIsTwoToFourNumbers) {
             << qPrintable(version);
 }
 
-TEST(ManifestValidation, NamesTheFirstFault) {
+TEST(ManifestValidation, ReportsTheFirstFault) {
     EXPECT_EQ(validated(u"2"_s, 0, u"x"_s).error(), ManifestFault::downloadPage);
     EXPECT_EQ(validated(u"2"_s, 0, QString::fromLatin1(page)).error(), ManifestFault::build);
 }
 
-TEST(ManifestValidation, ComparesWithTheGivenHost) {
+TEST(ManifestValidation, RequiresTheGivenHost) {
     const LumvikUpdateManifest manifest{u"1.4"_s, 1, u"https://other.example/lumvik"_s};
     EXPECT_TRUE(validateUpdateManifest(manifest, u"other.example"_s));
-    EXPECT_FALSE(validateUpdateManifest(manifest, webHost));
+    EXPECT_FALSE(validateUpdateManifest(manifest, manifestHost));
     EXPECT_FALSE(validateUpdateManifest(manifest, QString()));
 }
 

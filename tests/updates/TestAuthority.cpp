@@ -59,8 +59,7 @@ Credentials TestAuthority::issued(const QString &host, const QDateTime &from,
                                   const QDateTime &until) const {
     write(QStringLiteral("leaf.ext"), "subjectAltName=DNS:" + host.toUtf8() + "\n");
     run(QStringLiteral("req %1 -keyout leaf.key -out leaf.csr -subj /CN=%2").arg(newKey, host));
-    // Of openssl's commands that issue certificates this one takes a period in the past in all
-    // versions.
+    // "openssl ca" is the only issuing command that accepts a period in the past in all versions.
     const QString format = QStringLiteral("yyyyMMddHHmmss'Z'");
     run(QStringLiteral("ca -batch -notext -config ca.conf -in leaf.csr -out leaf.crt "
                        "-startdate %1 -enddate %2 -extfile leaf.ext")
@@ -86,7 +85,8 @@ void TestAuthority::write(const QString &name, const QByteArray &content) const 
 }
 
 void TestAuthority::run(const QString &command) const {
-    // QProcess forks, after which the thread sanitizer no longer sees what the main thread does.
+    // QProcess is not used here, because the thread sanitizer loses track of the main thread after
+    // a fork.
     const QString line =
         QStringLiteral("cd '%1' && openssl %2 >log 2>&1").arg(m_folder.path(), command);
     ASSERT_EQ(std::system(qPrintable(line)), 0)

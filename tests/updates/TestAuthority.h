@@ -8,24 +8,25 @@
 
 namespace lumvik::test {
 
-/// A certificate and the key that belongs to it.
+/// A certificate and its private key.
 struct Credentials {
     QSslCertificate certificate;
     QSslKey key;
 };
 
-/// A certificate authority that lives as long as a test: everything it makes lies in a temporary
-/// folder and is worth nothing afterwards. Uses the openssl program.
+/// A certificate authority for the duration of a test. It keeps its files in a temporary folder and
+/// requires the openssl program.
 class TestAuthority {
   public:
     TestAuthority();
 
     [[nodiscard]] QSslCertificate certificate() const;
 
-    /// Credentials of a server named `host`, valid from now on for a day, or until yesterday.
+    /// Issues credentials for the server `host` that are valid for one day from now.
     [[nodiscard]] Credentials credentials(const QString &host) const;
+    /// Issues credentials for the server `host` that expired yesterday.
     [[nodiscard]] Credentials expiredCredentials(const QString &host) const;
-    /// Credentials that the server vouches for itself.
+    /// Creates credentials for the server `host` with a self-signed certificate.
     [[nodiscard]] Credentials selfSignedCredentials(const QString &host) const;
 
   private:

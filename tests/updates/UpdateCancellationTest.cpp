@@ -16,53 +16,55 @@ namespace {
 
 using UpdateServiceTest = UpdateServiceFixture;
 
-/// How long breaking off may take: a few milliseconds, but this machine may be busy with something
-/// else. Waiting for the toolkit's threads would take five seconds, for the check thirty.
-constexpr qint64 mostMilliseconds = 2'000;
+/// The longest permitted duration of a cancellation in milliseconds. A cancellation takes a few
+/// milliseconds, but the machine may be busy. Waiting for Qt's threads would take five seconds, and
+/// waiting for the check thirty.
+constexpr qint64 cancellationLimit = 2'000;
 
-/// How far a check has come when it is broken off.
+/// The progress of a check when it is cancelled.
 enum class Phase { submitted, lookup, handshake, head, body, posted };
 
 constexpr Named<Phase> phases[] = {{Phase::submitted, "Submitted"}, {Phase::lookup, "Lookup"},
                                    {Phase::handshake, "Handshake"}, {Phase::head, "Head"},
                                    {Phase::body, "Body"},           {Phase::posted, "Posted"}};
 
-class InPhase : public UpdateServiceFixture, public testing::WithParamInterface<Named<Phase>> {
+class UpdateCancellationTest : public UpdateServiceFixture,
+                               public testing::WithParamInterface<Named<Phase>> {
   protected:
-    ~InPhase() override { EXPECT_TRUE(hanging.letGo()); }
+    ~UpdateCancellationTest() override { EXPECT_TRUE(hanging.letGo()); }
 
-    /// Makes the service and begins a check that stays in the phase of the test.
+    /// Creates the service and begins a check that stays in the test's phase.
     void beginCheck() {
         const Phase phase = GetParam().value;
         if (phase == Phase::lookup)
             resolver = hanging.resolver();
         if (phase == Phase::handshake) {
-            ASSERT_TRUE(mute.listen(QHostAddress::LocalHost));
-            port = mute.serverPort();
+            ASSERT_TRUE(unresponsiveServer.listen(QHostAddress::LocalHost));
+            port = unresponsiveServer.serverPort();
         } else {
             serve([phase](const Request &) {
                 if (phase == Phase::head)
-                    return Answer{.then = Answer::Then::wait};
+                    return Response{.then = Response::Then::wait};
                 if (phase == Phase::body)
-                    return Answer{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n{",
-                                  .then = Answer::Then::wait};
-                return answerWith(200, goodManifest());
+                    return Response{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n{",
+                                    .then = Response::Then::wait};
+                return responseWith(200, goodManifest());
             });
         }
         service = std::make_unique<LumvikUpdateService>(mainQueue, settings());
-        check =
-            service->check([this, held = held](const LumvikUpdateCheckOutcome &) { ++delivered; });
-        ASSERT_TRUE(hasComeToPhase());
+        check = service->check([this, completionMarker = completionMarker](
+                                   const LumvikUpdateCheckOutcome &) { ++delivered; });
+        ASSERT_TRUE(reachesPhase());
     }
 
-    [[nodiscard]] bool hasComeToPhase() {
+    [[nodiscard]] bool reachesPhase() {
         switch (GetParam().value) {
         case Phase::submitted:
             return true;
         case Phase::lookup:
             return mainQueue.runUntil([this] { return hanging.asked() > 0; }, patience);
         case Phase::handshake:
-            return mute.waitForNewConnection(
+            return unresponsiveServer.waitForNewConnection(
                 static_cast<int>(std::chrono::milliseconds(patience).count()));
         case Phase::head:
         case Phase::body:
@@ -73,39 +75,41 @@ class InPhase : public UpdateServiceFixture, public testing::WithParamInterface<
         return false;
     }
 
-    /// Gives what must not come the time in which it would come.
-    void expectNothing() {
+    /// Expects that nothing is delivered within the time in which a result would arrive.
+    void expectNoDelivery() {
         EXPECT_FALSE(
             mainQueue.runUntil([this] { return delivered > 0; }, std::chrono::milliseconds(100)));
     }
 
     HangingResolver hanging;
-    QTcpServer mute;
-    std::shared_ptr<int> held = std::make_shared<int>(0); ///< By the completion as well.
+    QTcpServer unresponsiveServer;
+    /// The completion handler holds a copy of this pointer.
+    std::shared_ptr<int> completionMarker = std::make_shared<int>(0);
     std::unique_ptr<LumvikUpdateService> service;
     std::shared_ptr<UpdateCheck> check;
     int delivered = 0;
 };
 
-TEST_P(InPhase, ACheckThatIsCancelledDeliversNothing) {
+TEST_P(UpdateCancellationTest, CancelledCheckDeliversNothing) {
     beginCheck();
     QElapsedTimer elapsed;
     elapsed.start();
     check->cancel();
-    EXPECT_LT(elapsed.elapsed(), mostMilliseconds);
-    EXPECT_EQ(held.use_count(), 1) << "the completion is let go on the main thread, at once";
+    EXPECT_LT(elapsed.elapsed(), cancellationLimit);
+    EXPECT_EQ(completionMarker.use_count(), 1)
+        << "the completion handler is destroyed at once, on the main thread";
     check->cancel();
-    expectNothing();
+    expectNoDelivery();
 }
 
-TEST_P(InPhase, ACheckThatIsCancelledClosesItsConnection) {
+TEST_P(UpdateCancellationTest, CancelledCheckClosesItsConnection) {
     beginCheck();
     check->cancel();
     if (server) {
         EXPECT_TRUE(
             mainQueue.runUntil([this] { return server->openConnections() == 0; }, patience));
     }
-    if (QTcpSocket *connection = mute.nextPendingConnection()) {
+    if (QTcpSocket *connection = unresponsiveServer.nextPendingConnection()) {
         const auto isOver = [&] {
             return connection->state() == QAbstractSocket::UnconnectedState ||
                    connection->waitForDisconnected(10);
@@ -114,46 +118,48 @@ TEST_P(InPhase, ACheckThatIsCancelledClosesItsConnection) {
     }
 }
 
-TEST_P(InPhase, AnotherCheckFollowsOneThatIsCancelled) {
+TEST_P(UpdateCancellationTest, NextCheckRunsAfterACancelledOne) {
     beginCheck();
     check->cancel();
     const int askedBefore = hanging.asked();
     bool isOver = false;
     check = service->check([&](const LumvikUpdateCheckOutcome &) { isOver = true; });
-    // Where the server would keep the second one waiting too, that it is asked is enough.
+    // In some phases the server keeps the second check waiting as well. There it is enough that the
+    // second check reaches the server.
     const int before = server ? static_cast<int>(server->requests().size()) : 0;
     EXPECT_TRUE(mainQueue.runUntil(
         [&] {
             return isOver || (server && server->requests().size() > before) ||
-                   mute.waitForNewConnection(0) || hanging.asked() > askedBefore;
+                   unresponsiveServer.waitForNewConnection(0) || hanging.asked() > askedBefore;
         },
         patience));
     EXPECT_EQ(delivered, 0);
 }
 
-TEST_P(InPhase, TheServiceEndsAtOnceAndDeliversNothing) {
+TEST_P(UpdateCancellationTest, DestroyedServiceReturnsAtOnceAndDeliversNothing) {
     beginCheck();
     QElapsedTimer elapsed;
     elapsed.start();
     service.reset();
     RecordProperty("milliseconds", static_cast<int>(elapsed.elapsed()));
-    EXPECT_LT(elapsed.elapsed(), mostMilliseconds);
-    EXPECT_EQ(held.use_count(), 1);
-    expectNothing();
+    EXPECT_LT(elapsed.elapsed(), cancellationLimit);
+    EXPECT_EQ(completionMarker.use_count(), 1);
+    expectNoDelivery();
     check->cancel();
 }
 
-TEST_P(InPhase, LettingGoOfACheckDoesNotCancelIt) {
+TEST_P(UpdateCancellationTest, ReleasingTheCheckObjectDoesNotCancelTheCheck) {
     beginCheck();
     check.reset();
-    EXPECT_EQ(held.use_count(), 2);
+    EXPECT_EQ(completionMarker.use_count(), 2);
     const Phase phase = GetParam().value;
     if (phase == Phase::submitted || phase == Phase::posted) {
         EXPECT_TRUE(mainQueue.runUntil([this] { return delivered == 1; }, patience));
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Phases, InPhase, testing::ValuesIn(phases), nameOfParameter);
+INSTANTIATE_TEST_SUITE_P(Phases, UpdateCancellationTest, testing::ValuesIn(phases),
+                         nameOfParameter);
 
 // ---- More than one check ----
 
@@ -161,7 +167,7 @@ TEST_F(UpdateServiceTest, TwoChecksRunOneAfterTheOther) {
     std::atomic_int underWay = 0;
     serve([&](const Request &) {
         ++underWay;
-        return answerWith(200, goodManifest());
+        return responseWith(200, goodManifest());
     });
     LumvikUpdateService service(mainQueue, settings());
     const CapturedLog log;
@@ -170,15 +176,15 @@ TEST_F(UpdateServiceTest, TwoChecksRunOneAfterTheOther) {
     service.check([&](const LumvikUpdateCheckOutcome &) { order.append(u"second"_s); });
     EXPECT_TRUE(mainQueue.runUntil([&] { return order.size() == 2; }, patience));
     EXPECT_EQ(order, (QStringList{u"first"_s, u"second"_s}));
-    // Each began and was validated before the next began.
+    // The second check began only after the first one was validated.
     const QStringList texts = log.texts(u"updates"_s);
     ASSERT_EQ(texts.size(), 4);
     EXPECT_EQ(texts.mid(0, 2), texts.mid(2, 2));
     EXPECT_NE(texts[0], texts[1]);
 }
 
-TEST_F(UpdateServiceTest, ACheckThatWaitsCanBeCancelled) {
-    serve(answerWith(200, goodManifest()));
+TEST_F(UpdateServiceTest, WaitingCheckCanBeCancelled) {
+    serve(responseWith(200, goodManifest()));
     LumvikUpdateService service(mainQueue, settings());
     QStringList order;
     service.check([&](const LumvikUpdateCheckOutcome &) { order.append(u"first"_s); });
@@ -191,8 +197,8 @@ TEST_F(UpdateServiceTest, ACheckThatWaitsCanBeCancelled) {
     EXPECT_EQ(server->requests().size(), 2);
 }
 
-TEST_F(UpdateServiceTest, TheCompletionMayBeginAnotherCheckAndCancel) {
-    serve(answerWith(200, goodManifest()));
+TEST_F(UpdateServiceTest, CompletionMayCancelItsCheckAndBeginAnother) {
+    serve(responseWith(200, goodManifest()));
     LumvikUpdateService service(mainQueue, settings());
     int delivered = 0;
     std::shared_ptr<UpdateCheck> check;
@@ -204,22 +210,22 @@ TEST_F(UpdateServiceTest, TheCompletionMayBeginAnotherCheckAndCancel) {
     EXPECT_TRUE(mainQueue.runUntil([&] { return delivered == 2; }, patience));
 }
 
-TEST_F(UpdateServiceTest, TheCompletionMayEndTheService) {
-    serve(answerWith(200, goodManifest()));
+TEST_F(UpdateServiceTest, CompletionMayDestroyTheService) {
+    serve(responseWith(200, goodManifest()));
     auto service = std::make_unique<LumvikUpdateService>(mainQueue, settings());
     service->check([&](const LumvikUpdateCheckOutcome &) { service.reset(); });
     EXPECT_TRUE(mainQueue.runUntil([&] { return !service; }, patience));
 }
 
-TEST_F(UpdateServiceTest, ChecksCancelledAtAnyMomentNeverDeliver) {
-    serve(answerWith(200, goodManifest()));
+TEST_F(UpdateServiceTest, ChecksCancelledAtAnyMomentDeliverNothing) {
+    serve(responseWith(200, goodManifest()));
     LumvikUpdateService service(mainQueue, settings());
     int deliveredTooLate = 0;
     for (int n = 0; n < 60; ++n) {
         bool isCancelled = false;
         const auto check = service.check(
             [&](const LumvikUpdateCheckOutcome &) { deliveredTooLate += isCancelled ? 1 : 0; });
-        // A little later each time, until it is over before.
+        // Cancel a little later each time, up to the point where the check has already finished.
         QElapsedTimer elapsed;
         elapsed.start();
         while (elapsed.nsecsElapsed() < n * 500'000)
@@ -228,18 +234,18 @@ TEST_F(UpdateServiceTest, ChecksCancelledAtAnyMomentNeverDeliver) {
         check->cancel();
         mainQueue.runPending();
     }
-    EXPECT_EQ(inWords(outcome(service)), "1.6");
+    EXPECT_EQ(textOf(runCheck(service)), "1.6");
     EXPECT_EQ(deliveredTooLate, 0);
 }
 
-TEST_F(UpdateServiceTest, ServicesEndedAtAnyMomentDeliverNothing) {
-    serve(answerWith(200, goodManifest()));
+TEST_F(UpdateServiceTest, ServicesDestroyedAtAnyMomentDeliverNothing) {
+    serve(responseWith(200, goodManifest()));
     int delivered = 0;
     qint64 longest = 0;
     for (int n = 0; n < 60; ++n) {
         LumvikUpdateSettings ours = settings();
         if (n % 2 == 0)
-            ours.authorities = std::nullopt; // The system's take a while to read.
+            ours.authorities = std::nullopt; // reading the system's authorities takes a while
         auto service = std::make_unique<LumvikUpdateService>(mainQueue, ours);
         service->check([&](const LumvikUpdateCheckOutcome &) { ++delivered; });
         QElapsedTimer elapsed;
@@ -253,10 +259,10 @@ TEST_F(UpdateServiceTest, ServicesEndedAtAnyMomentDeliverNothing) {
     }
     EXPECT_EQ(delivered, 0);
     RecordProperty("longest", static_cast<int>(longest));
-    EXPECT_LT(longest, mostMilliseconds);
+    EXPECT_LT(longest, cancellationLimit);
 }
 
-TEST_F(UpdateServiceTest, TheProcessEndsWhileALookupHangs) {
+TEST_F(UpdateServiceTest, ProcessExitsDuringAnUnansweredLookup) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(
         {
@@ -274,7 +280,7 @@ TEST_F(UpdateServiceTest, TheProcessEndsWhileALookupHangs) {
                     std::exit(2);
                 elapsed.start();
             }
-            std::exit(elapsed.elapsed() < mostMilliseconds ? 0 : 1);
+            std::exit(elapsed.elapsed() < cancellationLimit ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }

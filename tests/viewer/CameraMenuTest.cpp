@@ -16,13 +16,13 @@ namespace {
 
 using namespace test;
 
-const QColor ground(38, 38, 40);
+const QColor menuBackground(38, 38, 40);
 constexpr QRect tickPlace(9, 8, 12, 12);
 
 class CameraMenuRow : public testing::Test {
   protected:
     [[nodiscard]] QImage paint(bool isHighlighted) const {
-        return painted(MirelCameraMenuItemView::size, ground, [&](QPainter &painter) {
+        return painted(MirelCameraMenuItemView::size, menuBackground, [&](QPainter &painter) {
             row.draw(painter, QRectF(QPointF(), MirelCameraMenuItemView::size), isHighlighted);
         });
     }
@@ -39,31 +39,32 @@ TEST_F(CameraMenuRow, IsHighlightedWithinThreePointsAtTheSidesAndOneAboveAndBelo
     const QImage image = paint(true);
     const QColor &house = LumvikPalette::mirel();
     EXPECT_TRUE(pixelIs(image, {3, 14}, house));
-    EXPECT_TRUE(pixelIs(image, {2, 14}, ground));
+    EXPECT_TRUE(pixelIs(image, {2, 14}, menuBackground));
     EXPECT_TRUE(pixelIs(image, {206, 14}, house));
-    EXPECT_TRUE(pixelIs(image, {207, 14}, ground));
+    EXPECT_TRUE(pixelIs(image, {207, 14}, menuBackground));
     EXPECT_TRUE(pixelIs(image, {105, 1}, house));
-    EXPECT_TRUE(pixelIs(image, {105, 0}, ground));
+    EXPECT_TRUE(pixelIs(image, {105, 0}, menuBackground));
     EXPECT_TRUE(pixelIs(image, {105, 26}, house));
-    EXPECT_TRUE(pixelIs(image, {105, 27}, ground));
+    EXPECT_TRUE(pixelIs(image, {105, 27}, menuBackground));
     for (const QPoint corner : {QPoint(3, 1), QPoint(206, 1), QPoint(3, 26), QPoint(206, 26)})
-        EXPECT_TRUE(pixelIs(image, corner, ground)) << "round corners";
+        EXPECT_TRUE(pixelIs(image, corner, menuBackground)) << "round corners";
 }
 
 TEST_F(CameraMenuRow, HasNoGroundOfItsOwnOtherwise) {
     const QImage image = paint(false);
     EXPECT_EQ(pixelsLike(image, image.rect(), LumvikPalette::mirel()), 0);
-    EXPECT_TRUE(pixelIs(image, {5, 14}, ground));
-    EXPECT_TRUE(pixelIs(image, {200, 14}, ground));
+    EXPECT_TRUE(pixelIs(image, {5, 14}, menuBackground));
+    EXPECT_TRUE(pixelIs(image, {200, 14}, menuBackground));
 }
 
 TEST_F(CameraMenuRow, IsTickedInTheHouseColour) {
-    EXPECT_EQ(pixelsLike(paint(false), tickPlace, ground), 144) << "no tick unless selected";
+    EXPECT_EQ(pixelsLike(paint(false), tickPlace, menuBackground), 144)
+        << "no tick unless selected";
     row.isSelected = true;
     const QImage image = paint(false);
     EXPECT_GT(pixelsLike(image, tickPlace, LumvikPalette::mirel()), 5);
     EXPECT_EQ(pixelsLike(image, tickPlace, Qt::white), 0);
-    EXPECT_EQ(pixelsLike(image, {0, 0, 9, 28}, ground), 9 * 28) << "nothing beside it";
+    EXPECT_EQ(pixelsLike(image, {0, 0, 9, 28}, menuBackground), 9 * 28) << "nothing beside it";
 }
 
 TEST_F(CameraMenuRow, IsTickedInWhiteWhenHighlighted) {
@@ -85,7 +86,7 @@ QRect inked(const QImage &image, const QColor &behind) {
 }
 
 TEST_F(CameraMenuRow, ShowsTheNameBehindTheTick) {
-    const QRect ink = inked(paint(false), ground);
+    const QRect ink = inked(paint(false), menuBackground);
     const QFontMetricsF metrics(systemFont(12, QFont::Medium));
     EXPECT_NEAR(ink.left(), 29, 2);
     EXPECT_NEAR(ink.width(), metrics.horizontalAdvance(QStringLiteral("Front pqgy")), 4);
@@ -100,7 +101,7 @@ TEST_F(CameraMenuRow, ShowsTheNameInWhiteWhenHighlighted) {
 
 TEST_F(CameraMenuRow, ShortensANameThatIsTooLong) {
     row = {&item, QString(200, QLatin1Char('M')), nullptr};
-    EXPECT_LE(inked(paint(false), ground).right(), 210 - 10);
+    EXPECT_LE(inked(paint(false), menuBackground).right(), 210 - 10);
 }
 
 TEST_F(CameraMenuRow, RunsItsHandlerWhenChosen) {
@@ -154,10 +155,10 @@ TEST_F(CameraMenuTest, DrawsItsRowsWithTheirViews) {
     menu->setActiveAction(menu->actions().at(0));
     EXPECT_TRUE(pixelIs(row(0), {4, 14}, LumvikPalette::mirel())) << "highlighted";
     EXPECT_EQ(pixelsLike(row(0), tickPlace, Qt::white), 0) << "not selected";
-    EXPECT_TRUE(pixelIs(row(1), {4, 14}, ground));
+    EXPECT_TRUE(pixelIs(row(1), {4, 14}, menuBackground));
     EXPECT_GT(pixelsLike(row(1), tickPlace, LumvikPalette::mirel()), 5) << "ticked";
     menu->setActiveAction(menu->actions().at(1));
-    EXPECT_TRUE(pixelIs(row(0), {4, 14}, ground));
+    EXPECT_TRUE(pixelIs(row(0), {4, 14}, menuBackground));
     EXPECT_GT(pixelsLike(row(1), tickPlace, Qt::white), 5) << "ticked and highlighted";
 }
 
@@ -166,7 +167,7 @@ TEST_F(CameraMenuTest, MovesItsTickWithTheSelection) {
     menu->setActiveAction(nullptr);
     picker.selectItem(0);
     EXPECT_GT(pixelsLike(row(0), tickPlace, LumvikPalette::mirel()), 5);
-    EXPECT_EQ(pixelsLike(row(1), tickPlace, ground), 144);
+    EXPECT_EQ(pixelsLike(row(1), tickPlace, menuBackground), 144);
 }
 
 } // namespace

@@ -5,12 +5,13 @@
 namespace lumvik {
 namespace {
 
-constexpr QRect screen{0, 0, 1440, 875};
+constexpr QRect screenArea{0, 0, 1440, 875};
 constexpr QRect frame{100, 100, 640, 360};
-constexpr double wide = 16.0 / 9;
+constexpr double wideRatio = 16.0 / 9;
 
 TEST(TemporaryMaximum, FillsTheWidthWithAWidePicture) {
-    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), screen, wide), QRect(0, 32, 1440, 810));
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), screenArea, wideRatio),
+              QRect(0, 32, 1440, 810));
 }
 
 TEST(TemporaryMaximum, FillsTheHeightWithATallPicture) {
@@ -19,29 +20,30 @@ TEST(TemporaryMaximum, FillsTheHeightWithATallPicture) {
 }
 
 TEST(TemporaryMaximum, FillsAScreenOfThePicturesShape) {
-    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {0, 0, 1600, 900}, wide),
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {0, 0, 1600, 900}, wideRatio),
               QRect(0, 0, 1600, 900));
 }
 
 TEST(TemporaryMaximum, LiesInTheMiddleOfAScreenThatBeginsElsewhere) {
-    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {1600, 25, 1440, 875}, wide),
+    EXPECT_EQ(temporaryMaximumFrame(frame, frame.size(), {1600, 25, 1440, 875}, wideRatio),
               QRect(1600, 57, 1440, 810));
 }
 
 TEST(TemporaryMaximum, LeavesRoomForWhatSurroundsTheContent) {
-    const QRect maximum = temporaryMaximumFrame(frame, {620, 330}, screen, 2);
+    const QRect maximum = temporaryMaximumFrame(frame, {620, 330}, screenArea, 2);
     EXPECT_EQ(maximum.size(), QSize(1440, 740)) << "1420 by 710, and 20 by 30 around it";
     EXPECT_EQ(maximum.topLeft(), QPoint(0, 67));
 }
 
 TEST(TemporaryMaximum, KeepsTheContentsShapeWithoutARatio) {
-    EXPECT_EQ(temporaryMaximumFrame(frame, {640, 320}, screen, std::nullopt).width(), 1440);
-    EXPECT_EQ(temporaryMaximumFrame({0, 0, 400, 400}, {400, 400}, screen, std::nullopt),
+    EXPECT_EQ(temporaryMaximumFrame(frame, {640, 320}, screenArea, std::nullopt).width(), 1440);
+    EXPECT_EQ(temporaryMaximumFrame({0, 0, 400, 400}, {400, 400}, screenArea, std::nullopt),
               QRect(282, 0, 875, 875));
 }
 
 TEST(TemporaryMaximum, TakesAContentWithoutHeightForOnePointHigh) {
-    const QRect maximum = temporaryMaximumFrame({0, 0, 100, 50}, {100, 0}, screen, std::nullopt);
+    const QRect maximum =
+        temporaryMaximumFrame({0, 0, 100, 50}, {100, 0}, screenArea, std::nullopt);
     EXPECT_EQ(maximum.size(), QSize(1440, 64)) << "1 : 100, and 50 around it";
 }
 
@@ -60,7 +62,8 @@ TEST(TemporaryMaximum, TakesAGivenRatioHoweverNarrow) {
 }
 
 TEST(TemporaryMaximum, CountsAContentLargerThanItsFrameAsUnsurrounded) {
-    EXPECT_EQ(temporaryMaximumFrame(frame, {9000, 9000}, screen, wide), QRect(0, 32, 1440, 810));
+    EXPECT_EQ(temporaryMaximumFrame(frame, {9000, 9000}, screenArea, wideRatio),
+              QRect(0, 32, 1440, 810));
 }
 
 TEST(TemporaryMaximum, LeavesThePictureAPointWhereThereIsNoRoom) {

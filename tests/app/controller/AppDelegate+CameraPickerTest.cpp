@@ -18,48 +18,45 @@ class PickerTest : public ControllerFixture {
         return qobject_cast<QMenu *>(QApplication::activePopupWidget());
     }
     void clickItem(int index) {
-        access().cameraPicker()->openMenu();
+        cameraPicker()->openMenu();
         ASSERT_NE(openMenu(), nullptr);
         QTest::mouseClick(openMenu(), Qt::LeftButton, {},
                           openMenu()->actionGeometry(openMenu()->actions().at(index)).center());
     }
     [[nodiscard]] QList<bool> ticks() {
         QList<bool> ticks;
-        for (int index = 0; index < access().cameras().size(); ++index)
-            ticks.append(access().cameraPicker()->itemView(index).isSelected);
+        for (int index = 0; index < cameraNames().size(); ++index)
+            ticks.append(cameraPicker()->itemView(index).isSelected);
         return ticks;
     }
 };
 
 TEST_F(PickerTest, ListsTheCamerasByName) {
-    QStringList names;
-    for (const QAction *item : access().cameraPicker()->menu().actions())
-        names.append(item->text());
-    EXPECT_EQ(names, QStringList({u"Front door"_s, u"Yard"_s, u"Garage"_s}));
+    EXPECT_EQ(cameraNames(), QStringList({u"Front door"_s, u"Yard"_s, u"Garage"_s}));
 }
 
-TEST_F(PickerTest, OpenMenuKeepsTheControls) {
-    access().cameraPicker()->openMenu();
-    EXPECT_TRUE(access().cameraMenuIsOpen());
-    EXPECT_TRUE(access().viewerControlsAreVisible());
+TEST_F(PickerTest, OpenMenuKeepsTheControlsShown) {
+    cameraPicker()->openMenu();
+    EXPECT_NE(openMenu(), nullptr);
+    EXPECT_TRUE(controlsAreWanted());
     closePopUpMenus();
-    EXPECT_FALSE(access().cameraMenuIsOpen());
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    EXPECT_FALSE(controlsAreWanted());
 }
 
-TEST_F(PickerTest, OtherMenusAreNotThePickers) {
-    QMenu *other = access().mainMenu()->menus().first();
-    popUpMenu(*other, *access().window(), {20, 40});
+TEST_F(PickerTest, OtherMenusDoNotCountAsThePickers) {
+    QMenu *other = menus().first();
+    popUpMenu(*other, window(), {20, 40});
     ASSERT_EQ(openMenu(), other);
     EXPECT_FALSE(access().cameraMenuIsOpen());
-    access().cameraMenuIsOpen() = true;
+    delegate->menuWillOpen();
     closePopUpMenus();
     EXPECT_EQ(openMenu(), nullptr);
     EXPECT_TRUE(access().cameraMenuIsOpen());
+    EXPECT_TRUE(controlsAreWanted());
 }
 
-TEST_F(PickerTest, ThePointersLeavingCountsOnceItWasInTheMenu) {
-    access().cameraPicker()->openMenu();
+TEST_F(PickerTest, LeavingTheMenuClearsTheHighlightOnlyAfterThePointerWasInside) {
+    cameraPicker()->openMenu();
     QMenu *menu = openMenu();
     ASSERT_NE(menu, nullptr);
     const QAction *selected = menu->actions().at(0);
@@ -69,7 +66,7 @@ TEST_F(PickerTest, ThePointersLeavingCountsOnceItWasInTheMenu) {
         QCoreApplication::sendEvent(menu, &leaving);
     };
     leave();
-    EXPECT_EQ(menu->activeAction(), selected) << "it never was there";
+    EXPECT_EQ(menu->activeAction(), selected) << "the pointer has not been inside the menu";
     const QPointF inside = menu->actionGeometry(menu->actions().at(1)).center();
     QMouseEvent move(QEvent::MouseMove, inside, menu->mapToGlobal(inside), Qt::NoButton,
                      Qt::NoButton, Qt::NoModifier);
@@ -80,28 +77,28 @@ TEST_F(PickerTest, ThePointersLeavingCountsOnceItWasInTheMenu) {
 
 TEST_F(PickerTest, ChosenCameraIsLoadedAndRemembered) {
     clickItem(2);
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 2);
-    EXPECT_EQ(access().cameraPicker()->value(), u"Garage"_s);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
+    EXPECT_EQ(cameraPicker()->value(), u"Garage"_s);
     EXPECT_EQ(mpv.texts().back(),
               "mpv_command(core 1, loadfile, rtsp://camera.example/garage, replace)");
     EXPECT_EQ(home.userDefaults().integer(indexKey), 2);
-    EXPECT_EQ(access().playbackSelectionGeneration(), 1);
+    EXPECT_EQ(access().selectionGeneration(), 1);
     EXPECT_EQ(openMenu(), nullptr);
     EXPECT_FALSE(access().cameraMenuIsOpen());
 }
 
-TEST_F(PickerTest, TickIsOnTheCameraThatIsShown) {
+TEST_F(PickerTest, ShownCameraIsTicked) {
     EXPECT_EQ(ticks(), (QList<bool>{true, false, false}));
     clickItem(1);
     EXPECT_EQ(ticks(), (QList<bool>{false, true, false}));
     delegate->selectCamera(2);
-    access().cameraPicker()->openMenu();
+    cameraPicker()->openMenu();
     EXPECT_EQ(ticks(), (QList<bool>{false, false, true}));
 }
 
-TEST_F(PickerTest, ClosedMenuLeavesTheCameraAlone) {
+TEST_F(PickerTest, ClosingTheMenuKeepsTheCamera) {
     const std::vector<std::string> calls = mpv.texts();
-    access().cameraPicker()->openMenu();
+    cameraPicker()->openMenu();
     closePopUpMenus();
     EXPECT_EQ(mpv.texts(), calls);
     EXPECT_EQ(home.userDefaults().integer(indexKey), std::nullopt);
@@ -110,21 +107,21 @@ TEST_F(PickerTest, ClosedMenuLeavesTheCameraAlone) {
 TEST_F(PickerTest, IndexOutsideTheListIsIgnored) {
     delegate->cameraMenuItemSelected(3);
     delegate->cameraMenuItemSelected(-1);
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 0);
-    EXPECT_EQ(access().playbackSelectionGeneration(), 0);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 0);
+    EXPECT_EQ(access().selectionGeneration(), 0);
     EXPECT_EQ(home.userDefaults().integer(indexKey), std::nullopt);
 }
 
-TEST_F(PickerTest, AnotherApplicationClosesTheMenu) {
-    access().cameraPicker()->openMenu();
+TEST_F(PickerTest, ActivatingAnotherApplicationClosesTheMenu) {
+    cameraPicker()->openMenu();
     delegate->applicationDidResignActive();
     EXPECT_EQ(openMenu(), nullptr);
     EXPECT_FALSE(access().cameraMenuIsOpen());
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    EXPECT_FALSE(controlsAreWanted());
 }
 
 TEST_F(PickerTest, ClosingTheViewerClosesTheMenu) {
-    access().cameraPicker()->openMenu();
+    cameraPicker()->openMenu();
     delegate->closeCameraViewer();
     EXPECT_EQ(openMenu(), nullptr);
     EXPECT_FALSE(access().cameraMenuIsOpen());
@@ -132,13 +129,12 @@ TEST_F(PickerTest, ClosingTheViewerClosesTheMenu) {
 
 class EmptyPickerTest : public ControllerFixture {};
 
-TEST_F(EmptyPickerTest, OpensNothing) {
+TEST_F(EmptyPickerTest, OpensNoMenu) {
     launch(CameraList());
-    access().pointerIsOverViewer() = true;
-    delegate->updateViewerControls(false);
-    EXPECT_FALSE(access().cameraPicker()->isEnabled());
-    EXPECT_TRUE(access().cameraPicker()->menu().actions().isEmpty());
-    access().cameraPicker()->performClick();
+    setPointerOverViewer(true);
+    EXPECT_FALSE(cameraPicker()->isEnabled());
+    EXPECT_TRUE(cameraPicker()->menu().actions().isEmpty());
+    cameraPicker()->performClick();
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
     EXPECT_FALSE(access().cameraMenuIsOpen());
 }

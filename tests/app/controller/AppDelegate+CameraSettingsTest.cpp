@@ -1,4 +1,4 @@
-// The camera address editor through the controller: opening it, and what a saved list does.
+// The camera address editor as the controller opens it, and the effects of a saved list.
 
 #include "ControllerFixture.h"
 #include "editor/CameraListModel.h"
@@ -22,6 +22,13 @@ class CameraSettingsTest : public ControllerFixture {
         ASSERT_NE(access().settingsController(), nullptr);
     }
     [[nodiscard]] CameraSettingsWindow &editor() { return access().settingsController()->window(); }
+    /// The list that the controller works with, as a newly opened editor shows it.
+    [[nodiscard]] CameraList camerasInUse() {
+        delegate->showCameraSettings();
+        const CameraList cameras = access().settingsController()->draftCameras();
+        access().settingsController()->cancel();
+        return cameras;
+    }
     [[nodiscard]] int storedSelection() {
         return home.userDefaults().integer(PreferenceKeys::selectedCameraIndex).value_or(-1);
     }
@@ -37,7 +44,7 @@ class CameraSettingsTest : public ControllerFixture {
     }
 };
 
-TEST_F(CameraSettingsTest, OpenWithTheShownCameraSelected) {
+TEST_F(CameraSettingsTest, EditorOpensWithTheShownCameraSelected) {
     home.userDefaults().set(PreferenceKeys::selectedCameraIndex, 2);
     launch(threeCameras());
     open();
@@ -47,7 +54,7 @@ TEST_F(CameraSettingsTest, OpenWithTheShownCameraSelected) {
     EXPECT_EQ(access().settingsController()->draftCameras(), threeCameras());
 }
 
-TEST_F(CameraSettingsTest, OpenOnceOnly) {
+TEST_F(CameraSettingsTest, EditorOpensOnlyOnce) {
     launch(threeCameras());
     open();
     const auto *first = access().settingsController().get();
@@ -55,7 +62,7 @@ TEST_F(CameraSettingsTest, OpenOnceOnly) {
     EXPECT_EQ(access().settingsController().get(), first);
 }
 
-TEST_F(CameraSettingsTest, OpenAgainAfterTheyWereClosed) {
+TEST_F(CameraSettingsTest, EditorOpensAgainAfterItWasClosed) {
     launch(threeCameras());
     open();
     editor().close();
@@ -64,7 +71,7 @@ TEST_F(CameraSettingsTest, OpenAgainAfterTheyWereClosed) {
     EXPECT_TRUE(editor().isVisible());
 }
 
-TEST_F(CameraSettingsTest, StayOnTopAsTheViewerDoes) {
+TEST_F(CameraSettingsTest, EditorStaysOnTopLikeTheViewer) {
     home.userDefaults().set(PreferenceKeys::staysOnTop, true);
     launch(threeCameras());
     open();
@@ -72,20 +79,20 @@ TEST_F(CameraSettingsTest, StayOnTopAsTheViewerDoes) {
         return editor().windowHandle()->flags().testFlag(Qt::WindowStaysOnTopHint);
     };
     EXPECT_TRUE(isOnTop());
-    access().stayOnTopButton()->setOn(false);
+    stayOnTopButton()->setOn(false);
     delegate->toggleStayOnTop();
     EXPECT_FALSE(isOnTop());
-    EXPECT_TRUE(editor().isVisible()) << "neither hidden nor made anew";
+    EXPECT_TRUE(editor().isVisible()) << "the editor is neither hidden nor created anew";
 }
 
-TEST_F(CameraSettingsTest, ChangeNothingWhenTheyAreCancelled) {
+TEST_F(CameraSettingsTest, CancellingChangesNothing) {
     launchAndPlay(threeCameras());
     open();
     access().settingsController()->removeCamera();
     access().settingsController()->cancel();
-    EXPECT_EQ(access().cameras(), threeCameras());
+    EXPECT_EQ(camerasInUse(), threeCameras());
     EXPECT_EQ(*home.store().load(), threeCameras());
-    EXPECT_EQ(access().playbackSelectionGeneration(), 0);
+    EXPECT_EQ(access().selectionGeneration(), 0);
 }
 
 TEST_F(CameraSettingsTest, SavedListIsStoredShownAndPlayed) {
@@ -95,13 +102,13 @@ TEST_F(CameraSettingsTest, SavedListIsStoredShownAndPlayed) {
     mpv.forgetCalls();
     access().settingsController()->save();
     const CameraList sorted{threeCameras().at(1), threeCameras().at(2), threeCameras().at(0)};
-    EXPECT_EQ(access().cameras(), sorted);
+    EXPECT_EQ(camerasInUse(), sorted);
     EXPECT_EQ(*home.store().load(), sorted);
-    EXPECT_EQ(access().cameraPicker()->menu().actions().size(), 3);
-    EXPECT_EQ(access().cameraPicker()->value(), threeCameras().at(0).name);
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 2);
+    EXPECT_EQ(cameraPicker()->menu().actions().size(), 3);
+    EXPECT_EQ(cameraPicker()->value(), threeCameras().at(0).name);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
     EXPECT_EQ(storedSelection(), 2);
-    EXPECT_EQ(access().playbackSelectionGeneration(), 1);
+    EXPECT_EQ(access().selectionGeneration(), 1);
     EXPECT_EQ(loads(threeCameras().at(0).url), 1U) << "although it is the camera that was shown";
     EXPECT_EQ(access().settingsController(), nullptr) << "the window has closed";
 }
@@ -116,45 +123,46 @@ TEST_F(CameraSettingsTest, CameraWithANewAddressStaysTheOneShown) {
     EXPECT_EQ(loads(changed.at(1).url), 1U);
 }
 
-TEST_F(CameraSettingsTest, SavedListEndsAnAttemptThatWaits) {
+TEST_F(CameraSettingsTest, SavedListCancelsAPendingRecovery) {
     launchAndPlay(threeCameras());
+    failRecoveryAttempts(3);
     delegate->schedulePlaybackRecovery({.reason = u"test"_s});
-    access().playbackRetryCount() = 4;
     ASSERT_NE(access().playbackRetry(), nullptr);
+    ASSERT_EQ(access().playbackRetryCount(), 4);
     ASSERT_TRUE(delegate->applySavedCameras(threeCameras()));
     EXPECT_EQ(access().playbackRetry(), nullptr);
     EXPECT_EQ(access().playbackRetryCount(), 0);
 }
 
-TEST_F(CameraSettingsTest, FirstListEverEndsTheEmptyStateAndStartsThePlayer) {
+TEST_F(CameraSettingsTest, FirstListHidesTheEmptyStateAndStartsThePlayer) {
     launch(CameraList());
-    ASSERT_TRUE(access().emptyStateLabel()->isVisible());
-    ASSERT_TRUE(access().mainMenuStrip()->isVisible());
+    ASSERT_TRUE(emptyStateLabel()->isVisible());
+    ASSERT_TRUE(mainMenuStrip()->isVisible());
     open();
     access().settingsController()->addCamera();
     ASSERT_EQ(access().settingsController()->draftCameras().size(), 1);
     ASSERT_TRUE(delegate->applySavedCameras(threeCameras()));
-    EXPECT_FALSE(access().emptyStateLabel()->isVisible());
-    EXPECT_FALSE(access().mainMenuStrip()->isVisible()) << "it goes with the controls now";
+    EXPECT_FALSE(emptyStateLabel()->isVisible());
+    EXPECT_FALSE(mainMenuStrip()->isVisible())
+        << "with cameras, the strip is hidden together with the controls";
     EXPECT_EQ(storedSelection(), 0);
     startPlaying();
-    EXPECT_EQ(access().playerGeneration(), 1);
+    EXPECT_EQ(playerGeneration(), 1);
 }
 
-TEST_F(CameraSettingsTest, FirstListEverEnablesTheControlsThatAreShown) {
+TEST_F(CameraSettingsTest, FirstListEnablesTheShownControls) {
     launch(CameraList());
-    access().pointerIsOverViewer() = true;
-    delegate->updateViewerControls(false);
-    ASSERT_FALSE(access().cameraPicker()->isEnabled());
+    setPointerOverViewer(true);
+    ASSERT_FALSE(cameraPicker()->isEnabled());
     ASSERT_TRUE(delegate->applySavedCameras(threeCameras()));
-    EXPECT_TRUE(access().cameraPicker()->isEnabled());
-    EXPECT_TRUE(access().focusViewerButton()->isEnabled());
-    EXPECT_TRUE(access().mainMenuStrip()->isVisible());
+    EXPECT_TRUE(cameraPicker()->isEnabled());
+    EXPECT_TRUE(focusViewerButton()->isEnabled());
+    EXPECT_TRUE(mainMenuStrip()->isVisible());
 }
 
 TEST_F(CameraSettingsTest, ListThatCannotBeStoredChangesNothing) {
     launchAndPlay(threeCameras());
-    // A folder in the file's place cannot be replaced.
+    // The file cannot be written because a folder of the same name is in its place.
     ASSERT_TRUE(QFile::remove(home.camerasFile()));
     ASSERT_TRUE(QDir().mkpath(home.camerasFile() + u"/in the way"_s));
     open();
@@ -163,8 +171,9 @@ TEST_F(CameraSettingsTest, ListThatCannotBeStoredChangesNothing) {
     ASSERT_EQ(alerts.shown().size(), 1);
     EXPECT_EQ(alerts.shown().first().messageText, u"Could not save cameras"_s);
     EXPECT_NE(access().settingsController(), nullptr) << "the window stays open";
-    EXPECT_EQ(access().cameras(), threeCameras());
-    EXPECT_EQ(access().playbackSelectionGeneration(), 0);
+    access().settingsController()->cancel();
+    EXPECT_EQ(camerasInUse(), threeCameras());
+    EXPECT_EQ(access().selectionGeneration(), 0);
 }
 
 TEST_F(CameraSettingsTest, AddressesOfASavedListStayOutOfTheLog) {
@@ -174,7 +183,7 @@ TEST_F(CameraSettingsTest, AddressesOfASavedListStayOutOfTheLog) {
     EXPECT_FALSE(errors().join(u'\n').contains(u"n3wsecret"_s));
 }
 
-TEST_F(CameraSettingsTest, SchemeInCapitalsIsStoredAsTypedAndLoadedInSmallLetters) {
+TEST_F(CameraSettingsTest, UpperCaseSchemeIsStoredAsTypedAndLoadedInLowerCase) {
     launchAndPlay(threeCameras());
     const CameraList typed{{u"New"_s, u"RTSP://New.example/Path"_s}};
     ASSERT_TRUE(delegate->applySavedCameras(typed));
@@ -185,35 +194,35 @@ TEST_F(CameraSettingsTest, SchemeInCapitalsIsStoredAsTypedAndLoadedInSmallLetter
 TEST_F(CameraSettingsTest, ControlWClosesTheEditorAndNotTheViewer) {
     launch(threeCameras());
     open();
-    const QPointer<CameraSettingsWindow> window = &editor();
-    QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
+    const QPointer<CameraSettingsWindow> editorWindow = &editor();
+    QTest::keyClick(editorWindow, Qt::Key_W, Qt::ControlModifier);
     EXPECT_EQ(access().settingsController(), nullptr);
-    // A second one may be on its way to the window that has just closed.
+    // A second key press may still be delivered to the window that has just closed.
     QKeyEvent another(QEvent::KeyPress, Qt::Key_W, Qt::ControlModifier);
-    QCoreApplication::sendEvent(window, &another);
-    EXPECT_FALSE(access().isClosingViewer());
+    QCoreApplication::sendEvent(editorWindow, &another);
+    EXPECT_TRUE(window().isVisible());
     EXPECT_EQ(terminations, 0);
     queue.runPending();
-    EXPECT_EQ(window, nullptr) << "nothing of it is left";
+    EXPECT_EQ(editorWindow, nullptr) << "the editor is destroyed";
 }
 
-TEST_F(CameraSettingsTest, KeysOfTheMainMenuWorkInTheEditorButFullScreenIsTheViewersOwn) {
+TEST_F(CameraSettingsTest, MainMenuKeysWorkInTheEditorExceptFullScreen) {
     launch(threeCameras());
     open();
     QTest::keyClick(&editor(), Qt::Key_F11);
     QTest::keyClick(&editor(), Qt::Key_F, Qt::ControlModifier | Qt::MetaModifier);
-    EXPECT_NE(access().window()->visibility(), QWindow::FullScreen);
+    EXPECT_NE(window().visibility(), QWindow::FullScreen);
     QTest::keyClick(&editor(), Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(terminations, 1);
 }
 
-TEST_F(CameraSettingsTest, EditorThatClosesInItsOwnAlertLivesUntilTheAlertIsOver) {
+TEST_F(CameraSettingsTest, EditorClosedDuringItsOwnAlertLivesUntilTheAlertEnds) {
     launch(threeCameras());
     open();
     CameraSettingsController *closing = access().settingsController().get();
     const QPointer<CameraSettingsController> watched = closing;
     alerts.setWhileOpen([&] {
-        QEventLoop loop; // as an alert has one
+        QEventLoop loop; // a modal alert runs an event loop
         queue.async([&] { closing->close(); });
         queue.async([&] { loop.quit(); });
         QTimer::singleShot(0, [this] { queue.runPending(); });
@@ -227,10 +236,10 @@ TEST_F(CameraSettingsTest, EditorThatClosesInItsOwnAlertLivesUntilTheAlertIsOver
     closing->save();
     EXPECT_EQ(alerts.shown().size(), 1);
     delegate->showCameraSettings();
-    EXPECT_TRUE(editor().isVisible()) << "there can be another one";
+    EXPECT_TRUE(editor().isVisible()) << "another editor can be opened";
 }
 
-TEST_F(CameraSettingsTest, LinkAtTheFootOpensTheMakersSite) {
+TEST_F(CameraSettingsTest, LinkInTheFooterOpensTheWebsite) {
     launch(threeCameras());
     open();
     editor().openUrl(QUrl(u"https://maker.example/"_s));
@@ -238,7 +247,7 @@ TEST_F(CameraSettingsTest, LinkAtTheFootOpensTheMakersSite) {
     EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
-TEST_F(CameraSettingsTest, AddressThatNothingOpensIsShownToBeCopied) {
+TEST_F(CameraSettingsTest, AddressThatNoProgramOpensIsShownForCopying) {
     launch(threeCameras());
     open();
     urlsCanBeOpened = false;
@@ -247,9 +256,9 @@ TEST_F(CameraSettingsTest, AddressThatNothingOpensIsShownToBeCopied) {
     EXPECT_TRUE(alerts.shown().first().informativeText.contains(u"https://maker.example/"_s));
 }
 
-TEST_F(CameraSettingsTest, DoNotOpenWhileTheViewerCloses) {
+TEST_F(CameraSettingsTest, EditorDoesNotOpenWhileTheViewerCloses) {
     launch(threeCameras());
-    access().isClosingViewer() = true;
+    delegate->closeCameraViewer();
     delegate->showCameraSettings();
     EXPECT_EQ(access().settingsController(), nullptr);
 }

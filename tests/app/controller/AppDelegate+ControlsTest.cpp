@@ -8,8 +8,7 @@ namespace {
 class ControlsTest : public ControllerFixture {
   protected:
     [[nodiscard]] QList<QQuickItem *> controls() {
-        return {access().cameraPicker(), access().stayOnTopButton(), access().focusViewerButton(),
-                access().closeViewerButton()};
+        return {cameraPicker(), stayOnTopButton(), focusViewerButton(), closeViewerButton()};
     }
     [[nodiscard]] QList<bool> enabled() {
         QList<bool> enabled;
@@ -28,8 +27,14 @@ class ControlsTest : public ControllerFixture {
         });
     }
     void show(bool visible, bool animated = false) {
-        access().pointerIsOverViewer() = visible;
-        delegate->updateViewerControls(animated);
+        if (!animated) {
+            setPointerOverViewer(visible);
+            return;
+        }
+        // The controller ignores a pointer that enters while another application is active.
+        ASSERT_TRUE(eventually(
+            [] { return QGuiApplication::applicationState() == Qt::ApplicationActive; }));
+        delegate->viewerHoverChanged(visible);
     }
 };
 
@@ -43,7 +48,7 @@ TEST_F(ControlsTest, AreDisabledAtFirst) {
     EXPECT_EQ(enabled(), (QList<bool>{false, false, false, false}));
 }
 
-TEST_F(ControlsTest, AreAllEnabledWhileShownWithCameras) {
+TEST_F(ControlsTest, AreEnabledWhileShownIfThereAreCameras) {
     launch(threeCameras());
     show(true);
     EXPECT_TRUE(allAreShown());
@@ -69,30 +74,29 @@ TEST_F(ControlsTest, AreShownWhileThePointerIsOverTheViewerOrTheMenuIsOpen) {
     };
     for (const Row row : {Row{false, false, false}, Row{true, false, true}, Row{false, true, true},
                           Row{true, true, true}}) {
-        access().pointerIsOverViewer() = row.pointer;
-        access().cameraMenuIsOpen() = row.menu;
-        delegate->updateViewerControls(false);
-        EXPECT_EQ(access().viewerControlsAreVisible(), row.visible)
-            << row.pointer << ' ' << row.menu;
+        setPointerOverViewer(row.pointer);
+        if (row.menu)
+            delegate->menuWillOpen();
+        else
+            delegate->menuDidClose();
+        EXPECT_EQ(controlsAreWanted(), row.visible) << row.pointer << ' ' << row.menu;
     }
 }
 
-TEST_F(ControlsTest, AreShownWhileAnAreaIsChosen) {
+TEST_F(ControlsTest, AreShownWhileAnAreaIsSelected) {
     launch(threeCameras());
-    access().isSelectingFocusArea() = true;
+    delegate->toggleFocusArea();
     delegate->updateViewerControls(false);
     EXPECT_TRUE(allAreShown());
-    access().pointerIsOverViewer() = true;
-    delegate->updateViewerControls(false);
-    access().pointerIsOverViewer() = false;
-    delegate->updateViewerControls(false);
-    EXPECT_TRUE(allAreShown()) << "though the pointer has left";
-    access().isSelectingFocusArea() = false;
+    setPointerOverViewer(true);
+    setPointerOverViewer(false);
+    EXPECT_TRUE(allAreShown()) << "although the pointer has left";
+    delegate->toggleFocusArea();
     delegate->updateViewerControls(false);
     EXPECT_TRUE(allAreHidden());
 }
 
-TEST_F(ControlsTest, RectsAreThoseOfTheVisibleOnesInTheirOrder) {
+TEST_F(ControlsTest, RectsAreThoseOfTheVisibleControlsInOrder) {
     launch(threeCameras());
     EXPECT_TRUE(access().viewerControlRects().isEmpty());
     show(true);
@@ -100,48 +104,47 @@ TEST_F(ControlsTest, RectsAreThoseOfTheVisibleOnesInTheirOrder) {
     for (const QQuickItem *control : controls())
         all.append(QRectF(control->position(), control->size()));
     EXPECT_EQ(access().viewerControlRects(), all);
-    access().focusViewerButton()->setVisible(false);
+    focusViewerButton()->setVisible(false);
     all.removeAt(2);
     EXPECT_EQ(access().viewerControlRects(), all);
     show(false);
     EXPECT_TRUE(access().viewerControlRects().isEmpty());
 }
 
-TEST_F(ControlsTest, RectsBeginWhereOneCanBeSeen) {
+TEST_F(ControlsTest, RectsExcludeControlsTooTransparentToBeSeen) {
     launch(threeCameras());
     show(true);
-    access().cameraPicker()->setOpacity(0.01);
-    access().stayOnTopButton()->setOpacity(0.011);
-    access().focusViewerButton()->setOpacity(0);
+    cameraPicker()->setOpacity(0.01);
+    stayOnTopButton()->setOpacity(0.011);
+    focusViewerButton()->setOpacity(0);
     EXPECT_EQ(access().viewerControlRects().size(), 2);
-    EXPECT_EQ(access().viewerControlRects().first().topLeft(),
-              access().stayOnTopButton()->position());
+    EXPECT_EQ(access().viewerControlRects().first().topLeft(), stayOnTopButton()->position());
 }
 
-TEST_F(ControlsTest, ThatFadedOutLeaveTheirPlaceToTheSurface) {
+TEST_F(ControlsTest, HiddenControlsLeaveTheirPlaceToTheSurface) {
     launch(threeCameras());
     show(true);
-    const QPointF inside = access().closeViewerButton()->position() + QPointF(5, 5);
-    EXPECT_FALSE(access().interactionView()->contains(inside));
+    const QPointF inside = closeViewerButton()->position() + QPointF(5, 5);
+    EXPECT_FALSE(interactionView()->contains(inside));
     show(false);
-    EXPECT_TRUE(access().interactionView()->contains(inside));
+    EXPECT_TRUE(interactionView()->contains(inside));
 }
 
-TEST_F(ControlsTest, FollowThePointer) {
+TEST_F(ControlsTest, AreShownWhileThePointerIsOverTheViewer) {
     launch(threeCameras());
     ASSERT_TRUE(
         eventually([] { return QGuiApplication::applicationState() == Qt::ApplicationActive; }));
     delegate->viewerHoverChanged(true);
-    EXPECT_TRUE(access().viewerControlsAreVisible());
+    EXPECT_TRUE(controlsAreWanted());
     delegate->viewerHoverChanged(false);
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    EXPECT_FALSE(controlsAreWanted());
 }
 
-TEST_F(ControlsTest, FadeForAFifthOfASecondFastAtTheEndOutOfSight) {
+TEST_F(ControlsTest, FadeFor200MillisecondsAndAreFaintOnlyBriefly) {
     launch(threeCameras());
     show(true, true);
     EXPECT_EQ(access().viewerControlFade().duration(), 200);
-    // It eases out on the way in, and in on the way out: the controls are faint only shortly.
+    // The fade-in starts fast and the fade-out ends fast, so the controls are faint only briefly.
     EXPECT_GT(access().viewerControlFade().easingCurve().valueForProgress(0.5), 0.5);
     ASSERT_TRUE(eventually([&] { return allAreShown(); }));
     show(false, true);
@@ -152,101 +155,97 @@ TEST_F(ControlsTest, FadeForAFifthOfASecondFastAtTheEndOutOfSight) {
 TEST_F(ControlsTest, FadeInAndOutAndAreHiddenOnlyAfterwards) {
     launch(threeCameras());
     show(true, true);
-    EXPECT_TRUE(access().closeViewerButton()->isVisible()) << "unhidden before the fade";
-    EXPECT_LT(access().closeViewerButton()->opacity(), 1);
+    EXPECT_TRUE(closeViewerButton()->isVisible()) << "visible before the fade";
+    EXPECT_LT(closeViewerButton()->opacity(), 1);
     EXPECT_TRUE(eventually([&] { return allAreShown(); }));
     show(false, true);
-    EXPECT_TRUE(access().closeViewerButton()->isVisible()) << "hidden only after the fade";
-    EXPECT_FALSE(access().closeViewerButton()->isEnabled()) << "disabled at once";
+    EXPECT_TRUE(closeViewerButton()->isVisible()) << "hidden only after the fade";
+    EXPECT_FALSE(closeViewerButton()->isEnabled()) << "disabled at once";
     EXPECT_TRUE(eventually([&] { return allAreHidden(); }));
 }
 
-TEST_F(ControlsTest, ShownAgainBeforeTheFadeOutEndedStayShown) {
+TEST_F(ControlsTest, StayShownWhenTheFadeOutIsReversed) {
     launch(threeCameras());
     show(true);
     show(false, true);
-    ASSERT_TRUE(eventually([&] { return access().closeViewerButton()->opacity() < 1; }));
+    ASSERT_TRUE(eventually([&] { return closeViewerButton()->opacity() < 1; }));
     show(true, true);
     EXPECT_TRUE(eventually([&] { return allAreShown(); }));
-    EXPECT_TRUE(access().viewerControlsAreVisible());
+    EXPECT_TRUE(controlsAreWanted());
 }
 
 TEST_F(ControlsTest, LieAboveEverythingElse) {
     launch(threeCameras());
-    access().videoHost()->setZ(0.5);
+    videoHost()->setZ(0.5);
     show(true);
     for (const QQuickItem *control : controls()) {
-        EXPECT_GT(control->z(), access().videoHost()->z());
-        EXPECT_GT(control->z(), access().interactionView()->z());
+        EXPECT_GT(control->z(), videoHost()->z());
+        EXPECT_GT(control->z(), interactionView()->z());
     }
-    EXPECT_LT(access().cameraPicker()->z(), access().stayOnTopButton()->z());
-    EXPECT_LT(access().stayOnTopButton()->z(), access().focusViewerButton()->z());
-    EXPECT_LT(access().focusViewerButton()->z(), access().closeViewerButton()->z());
+    EXPECT_LT(cameraPicker()->z(), stayOnTopButton()->z());
+    EXPECT_LT(stayOnTopButton()->z(), focusViewerButton()->z());
+    EXPECT_LT(focusViewerButton()->z(), closeViewerButton()->z());
 }
 
 TEST_F(ControlsTest, DoNotChangeWhileTheViewerCloses) {
     launch(threeCameras());
-    access().isClosingViewer() = true;
-    show(true);
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    delegate->closeCameraViewer();
+    delegate->menuWillOpen();
+    EXPECT_FALSE(controlsAreWanted());
     EXPECT_TRUE(allAreHidden());
 }
 
 TEST_F(ControlsTest, ClosingThePickersMenuOutsideHidesThem) {
     launch(threeCameras());
     delegate->menuWillOpen();
-    EXPECT_TRUE(access().cameraMenuIsOpen());
-    EXPECT_TRUE(access().viewerControlsAreVisible());
+    EXPECT_TRUE(controlsAreWanted());
     delegate->menuDidClose();
-    EXPECT_FALSE(access().cameraMenuIsOpen());
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    EXPECT_FALSE(controlsAreWanted());
 }
 
 TEST_F(ControlsTest, ClosingThePickersMenuUnderThePointerKeepsThem) {
     launch(threeCameras());
-    access().pointerIsOverViewer() = true;
+    setPointerOverViewer(true);
     delegate->menuWillOpen();
     delegate->menuDidClose();
-    EXPECT_TRUE(access().viewerControlsAreVisible());
+    EXPECT_TRUE(controlsAreWanted());
 }
 
-TEST_F(ControlsTest, SwapTheirArrangementAt290Points) {
+TEST_F(ControlsTest, ChangeTheirArrangementAt290Points) {
     launch(threeCameras());
-    access().window()->setMinimumSize({100, 100});
-    access().window()->setContentAspectRatio({});
+    window().setMinimumSize({100, 100});
+    window().setContentAspectRatio({});
     for (int round = 0; round < 2; ++round) {
         resizeWindow({289, 400});
-        EXPECT_TRUE(access().usesCompactViewerControls());
-        EXPECT_GT(access().cameraPicker()->y(), access().closeViewerButton()->y());
+        EXPECT_GT(cameraPicker()->y(), closeViewerButton()->y());
         resizeWindow({290, 400});
-        EXPECT_FALSE(access().usesCompactViewerControls());
-        EXPECT_EQ(access().cameraPicker()->y(), access().closeViewerButton()->y());
+        EXPECT_EQ(cameraPicker()->y(), closeViewerButton()->y());
     }
 }
 
-TEST_F(ControlsTest, FillTheWindowWithPictureAndSurface) {
+TEST_F(ControlsTest, PictureAndSurfaceFillTheWindow) {
     launch(threeCameras());
-    access().window()->setContentAspectRatio({});
+    window().setContentAspectRatio({});
     resizeWindow({800, 500});
-    EXPECT_EQ(access().videoHost()->size(), QSizeF(800, 500));
-    EXPECT_EQ(access().interactionView()->size(), QSizeF(800, 500));
-    EXPECT_EQ(access().videoHost()->position(), QPointF());
-    EXPECT_EQ(access().closeViewerButton()->x(), 800 - 12 - 28);
-    EXPECT_GE(access().emptyStateLabel()->x(), 80);
-    EXPECT_LE(access().emptyStateLabel()->x() + access().emptyStateLabel()->width(), 800 - 80);
+    EXPECT_EQ(videoHost()->size(), QSizeF(800, 500));
+    EXPECT_EQ(interactionView()->size(), QSizeF(800, 500));
+    EXPECT_EQ(videoHost()->position(), QPointF());
+    EXPECT_EQ(closeViewerButton()->x(), 800 - 12 - 28);
+    EXPECT_GE(emptyStateLabel()->x(), 80);
+    EXPECT_LE(emptyStateLabel()->x() + emptyStateLabel()->width(), 800 - 80);
 }
 
-TEST_F(ControlsTest, RunTheirActionsOnlyWhileEnabled) {
+TEST_F(ControlsTest, ActOnlyWhileEnabled) {
     launch(threeCameras());
     show(true);
     show(false);
-    access().stayOnTopButton()->performClick();
-    EXPECT_FALSE(access().stayOnTopButton()->isOn()) << "disabled while hidden";
+    stayOnTopButton()->performClick();
+    EXPECT_FALSE(stayOnTopButton()->isOn()) << "disabled while hidden";
     show(true);
-    access().stayOnTopButton()->performClick();
-    EXPECT_TRUE(access().stayOnTopButton()->isOn());
-    EXPECT_EQ(access().window()->level(), WindowLevel::floating);
-    access().closeViewerButton()->performClick();
+    stayOnTopButton()->performClick();
+    EXPECT_TRUE(stayOnTopButton()->isOn());
+    EXPECT_EQ(window().level(), WindowLevel::floating);
+    closeViewerButton()->performClick();
     EXPECT_EQ(terminations, 1);
 }
 

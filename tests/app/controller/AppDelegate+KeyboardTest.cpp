@@ -7,47 +7,49 @@
 namespace lumvik::test {
 namespace {
 
-/// The viewer without a mouse: the pointer is never over it.
+/// The viewer without a mouse. The pointer is never over the viewer unless a test puts it there.
 class KeyboardTest : public ControllerFixture {
   protected:
     void launchActive(const CameraList &cameras) {
         launch(cameras);
-        ASSERT_TRUE(eventually([this] { return access().window()->isActive(); }));
+        ASSERT_TRUE(eventually([this] { return window().isActive(); }));
     }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(access().window().get(), key, modifiers);
+        QTest::keyClick(&window(), key, modifiers);
     }
-    /// What the control with the keyboard is called.
+    /// The label of the control with the keyboard focus; empty without one.
     [[nodiscard]] QString current() {
-        const ViewerControl *control = access().keyboardNavigation()->current();
+        // An open menu borrows the keyboard. The control keeps the window's focus meanwhile.
+        const auto *control =
+            dynamic_cast<ViewerControl *>(window().contentItem()->scopedFocusItem());
         return control == nullptr ? QString() : control->label();
     }
-    /// The controls that Tab leads to until it comes to the first one again.
-    [[nodiscard]] QStringList wayAround() {
-        QStringList way;
-        for (press(Qt::Key_Tab); !way.contains(current()) && way.size() < 20; press(Qt::Key_Tab))
-            way.append(current());
-        EXPECT_EQ(current(), way.first());
-        return way;
+    /// The labels of the controls that Tab visits until it returns to the first one.
+    [[nodiscard]] QStringList tabOrder() {
+        QStringList labels;
+        for (press(Qt::Key_Tab); !labels.contains(current()) && labels.size() < 20;
+             press(Qt::Key_Tab))
+            labels.append(current());
+        EXPECT_EQ(current(), labels.first());
+        return labels;
     }
-    /// Walks to the control of this name.
-    void walkTo(const QString &label) {
+    /// Presses Tab until the control with this label has the keyboard focus.
+    void tabTo(const QString &label) {
         for (int step = 0; step < 20 && current() != label; ++step)
             press(Qt::Key_Tab);
         ASSERT_EQ(current(), label);
     }
-    [[nodiscard]] bool controlsAreWanted() { return access().viewerControlsAreVisible(); }
     static QMenu *openMenu() { return qobject_cast<QMenu *>(QApplication::activePopupWidget()); }
 };
 
-TEST_F(KeyboardTest, TabLeadsOverTheControlsFromLeftToRight) {
+TEST_F(KeyboardTest, TabVisitsTheControlsFromLeftToRight) {
     launchActive(threeCameras());
-    EXPECT_EQ(wayAround(),
+    EXPECT_EQ(tabOrder(),
               (QStringList{u"Lumvik"_s, u"Window"_s, u"Help"_s, u"Choose a camera"_s,
                            u"Stay on Top"_s, u"Focus on an Area"_s, u"Close Camera"_s}));
 }
 
-TEST_F(KeyboardTest, ShiftTabLeadsBack) {
+TEST_F(KeyboardTest, ShiftTabVisitsTheControlsFromRightToLeft) {
     launchActive(threeCameras());
     press(Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_EQ(current(), u"Close Camera"_s);
@@ -55,35 +57,35 @@ TEST_F(KeyboardTest, ShiftTabLeadsBack) {
     EXPECT_EQ(current(), u"Focus on an Area"_s);
 }
 
-TEST_F(KeyboardTest, TabPassesOverWhatNeedsACamera) {
+TEST_F(KeyboardTest, TabSkipsControlsThatNeedACamera) {
     launchActive(CameraList());
-    EXPECT_EQ(wayAround(), (QStringList{u"Lumvik"_s, u"Window"_s, u"Help"_s, u"Stay on Top"_s,
-                                        u"Close Camera"_s}));
+    EXPECT_EQ(tabOrder(), (QStringList{u"Lumvik"_s, u"Window"_s, u"Help"_s, u"Stay on Top"_s,
+                                       u"Close Camera"_s}));
 }
 
-TEST_F(KeyboardTest, TabLeadsOverTheButtonsAndThenThePickerWhereTheyStandInTwoRows) {
+TEST_F(KeyboardTest, TabVisitsTheButtonsBeforeThePickerInTwoRows) {
     launchActive(threeCameras());
-    access().window()->setMinimumSize({100, 100});
-    access().window()->setContentAspectRatio({});
+    window().setMinimumSize({100, 100});
+    window().setContentAspectRatio({});
     resizeWindow({280, 400});
-    EXPECT_EQ(wayAround(), (QStringList{u"Stay on Top"_s, u"Focus on an Area"_s, u"Close Camera"_s,
-                                        u"Choose a camera"_s}));
+    EXPECT_EQ(tabOrder(), (QStringList{u"Stay on Top"_s, u"Focus on an Area"_s, u"Close Camera"_s,
+                                       u"Choose a camera"_s}));
 }
 
-TEST_F(KeyboardTest, ControlsAreShownWhileOneHasTheKeyboard) {
+TEST_F(KeyboardTest, ControlsAreShownWhileOneHasKeyboardFocus) {
     launchActive(threeCameras());
     EXPECT_FALSE(controlsAreWanted());
     press(Qt::Key_Tab);
     EXPECT_TRUE(controlsAreWanted());
-    EXPECT_TRUE(access().closeViewerButton()->isVisible());
-    EXPECT_TRUE(eventually([this] { return access().closeViewerButton()->opacity() == 1; }));
+    EXPECT_TRUE(closeViewerButton()->isVisible());
+    EXPECT_TRUE(eventually([this] { return closeViewerButton()->opacity() == 1; }));
     delegate->viewerHoverChanged(true);
     delegate->viewerHoverChanged(false);
-    EXPECT_TRUE(controlsAreWanted()) << "though the pointer came and went";
+    EXPECT_TRUE(controlsAreWanted()) << "although the pointer came and went";
     press(Qt::Key_Escape);
     EXPECT_EQ(current(), QString());
     EXPECT_FALSE(controlsAreWanted());
-    EXPECT_TRUE(eventually([this] { return !access().closeViewerButton()->isVisible(); }));
+    EXPECT_TRUE(eventually([this] { return !closeViewerButton()->isVisible(); }));
 }
 
 TEST_F(KeyboardTest, EscapeLeavesControlsUnderThePointerShown) {
@@ -95,69 +97,69 @@ TEST_F(KeyboardTest, EscapeLeavesControlsUnderThePointerShown) {
     EXPECT_TRUE(controlsAreWanted());
 }
 
-TEST_F(KeyboardTest, ControlsThatComeBackUnderThePointerHaveNoKeyboard) {
+TEST_F(KeyboardTest, ControlsShownAgainUnderThePointerHaveNoKeyboardFocus) {
     launchActive(threeCameras());
     press(Qt::Key_Tab);
     press(Qt::Key_Escape);
-    ASSERT_TRUE(eventually([this] { return !access().closeViewerButton()->isVisible(); }));
+    ASSERT_TRUE(eventually([this] { return !closeViewerButton()->isVisible(); }));
     delegate->viewerHoverChanged(true);
     EXPECT_EQ(current(), QString());
 }
 
-TEST_F(KeyboardTest, EscapeCancelsASelectionBeforeItLeavesTheControls) {
+TEST_F(KeyboardTest, EscapeCancelsTheSelectionBeforeItLeavesTheControls) {
     launchActive(threeCameras());
     delegate->toggleFocusArea();
-    ASSERT_TRUE(access().isSelectingFocusArea());
-    walkTo(u"Cancel Area Selection"_s);
+    ASSERT_TRUE(interactionView()->isSelectingFocusArea());
+    tabTo(u"Cancel Area Selection"_s);
     press(Qt::Key_Escape);
-    EXPECT_FALSE(access().isSelectingFocusArea());
+    EXPECT_FALSE(interactionView()->isSelectingFocusArea());
     EXPECT_EQ(current(), u"Focus on an Area"_s);
     press(Qt::Key_Escape);
     EXPECT_EQ(current(), QString());
 }
 
-TEST_F(KeyboardTest, ReturnOnTheFocusButtonBeginsASelectionWithTheKeyboardOnThePicture) {
+TEST_F(KeyboardTest, ReturnOnTheFocusButtonBeginsASelectionAndFocusesThePicture) {
     launchActive(threeCameras());
-    walkTo(u"Focus on an Area"_s);
+    tabTo(u"Focus on an Area"_s);
     press(Qt::Key_Return);
-    EXPECT_TRUE(access().isSelectingFocusArea());
-    EXPECT_TRUE(access().interactionView()->hasActiveFocus());
+    EXPECT_TRUE(interactionView()->isSelectingFocusArea());
+    EXPECT_TRUE(interactionView()->hasActiveFocus());
     press(Qt::Key_Escape);
-    EXPECT_FALSE(access().isSelectingFocusArea());
+    EXPECT_FALSE(interactionView()->isSelectingFocusArea());
     EXPECT_FALSE(controlsAreWanted());
 }
 
 TEST_F(KeyboardTest, SpaceTogglesThePin) {
     launchActive(threeCameras());
-    walkTo(u"Stay on Top"_s);
+    tabTo(u"Stay on Top"_s);
     press(Qt::Key_Space);
-    EXPECT_TRUE(access().stayOnTopButton()->isOn());
-    EXPECT_EQ(access().window()->level(), WindowLevel::floating);
-    EXPECT_EQ(current(), u"Stay on Top"_s) << "the keyboard stays where it is";
+    EXPECT_TRUE(stayOnTopButton()->isOn());
+    EXPECT_EQ(window().level(), WindowLevel::floating);
+    EXPECT_EQ(current(), u"Stay on Top"_s) << "the focus stays where it is";
     press(Qt::Key_Space);
-    EXPECT_FALSE(access().stayOnTopButton()->isOn());
+    EXPECT_FALSE(stayOnTopButton()->isOn());
 }
 
-TEST_F(KeyboardTest, CameraIsChosenWithoutAMouse) {
+TEST_F(KeyboardTest, CameraIsChosenWithTheKeyboard) {
     launchActive(threeCameras());
-    walkTo(u"Choose a camera"_s);
+    tabTo(u"Choose a camera"_s);
     press(Qt::Key_Return);
     ASSERT_NE(openMenu(), nullptr);
     QTest::keyClick(openMenu(), Qt::Key_Down);
     QTest::keyClick(openMenu(), Qt::Key_Return);
     EXPECT_EQ(openMenu(), nullptr);
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 1);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 1);
     EXPECT_EQ(current(), u"Choose a camera"_s);
     EXPECT_TRUE(controlsAreWanted());
 }
 
-TEST_F(KeyboardTest, KeyboardGoesAlongFromMenuToMenu) {
+TEST_F(KeyboardTest, ArrowKeysMoveFromMenuToMenu) {
     launchActive(threeCameras());
-    walkTo(u"Lumvik"_s);
+    tabTo(u"Lumvik"_s);
     press(Qt::Key_Down);
-    ASSERT_EQ(openMenu(), access().mainMenu()->menus().at(0));
+    ASSERT_EQ(openMenu(), menus().at(0));
     QTest::keyClick(openMenu(), Qt::Key_Right);
-    ASSERT_EQ(openMenu(), access().mainMenu()->menus().at(1));
+    ASSERT_EQ(openMenu(), menus().at(1));
     QTest::keyClick(openMenu(), Qt::Key_Escape);
     EXPECT_EQ(current(), u"Window"_s);
     press(Qt::Key_Right);
@@ -168,25 +170,25 @@ TEST_F(KeyboardTest, KeyboardGoesAlongFromMenuToMenu) {
     EXPECT_EQ(current(), u"Help"_s);
 }
 
-TEST_F(KeyboardTest, ClickTakesTheKeyboardAwayAndCountsAsThePointers) {
+TEST_F(KeyboardTest, ClickRemovesKeyboardFocusAndCountsAsPointer) {
     launchActive(threeCameras());
     press(Qt::Key_Tab);
-    QTest::mouseClick(access().window().get(), Qt::LeftButton, {},
-                      access().closeViewerButton()->position().toPoint() - QPoint(0, -60));
+    QTest::mouseClick(&window(), Qt::LeftButton, {},
+                      closeViewerButton()->position().toPoint() - QPoint(0, -60));
     EXPECT_EQ(current(), QString());
     EXPECT_TRUE(controlsAreWanted());
 }
 
-TEST_F(KeyboardTest, ClickOnAControlActsAndTakesTheKeyboardAway) {
+TEST_F(KeyboardTest, ClickOnAControlActsAndRemovesKeyboardFocus) {
     launchActive(threeCameras());
-    walkTo(u"Lumvik"_s);
-    QTest::mouseClick(access().window().get(), Qt::LeftButton, {},
-                      access().stayOnTopButton()->mapToScene(QPointF(14, 12)).toPoint());
-    EXPECT_TRUE(access().stayOnTopButton()->isOn());
+    tabTo(u"Lumvik"_s);
+    QTest::mouseClick(&window(), Qt::LeftButton, {},
+                      stayOnTopButton()->mapToScene(QPointF(14, 12)).toPoint());
+    EXPECT_TRUE(stayOnTopButton()->isOn());
     EXPECT_EQ(current(), QString());
 }
 
-TEST_F(KeyboardTest, IsLeftWhenAnotherProgramIsUsed) {
+TEST_F(KeyboardTest, ActivatingAnotherApplicationRemovesKeyboardFocus) {
     launchActive(threeCameras());
     press(Qt::Key_Tab);
     delegate->applicationDidResignActive();
@@ -194,22 +196,22 @@ TEST_F(KeyboardTest, IsLeftWhenAnotherProgramIsUsed) {
     EXPECT_FALSE(controlsAreWanted());
 }
 
-TEST_F(KeyboardTest, MainMenuOpensWhereThereIsNoRoomForItsStrip) {
+TEST_F(KeyboardTest, MainMenuOpensWithoutRoomForItsStrip) {
     launchActive(threeCameras());
-    access().window()->setMinimumSize({100, 100});
-    access().window()->setContentAspectRatio({});
+    window().setMinimumSize({100, 100});
+    window().setContentAspectRatio({});
     resizeWindow({280, 400});
-    ASSERT_FALSE(access().mainMenuStrip()->isVisible());
+    ASSERT_FALSE(mainMenuStrip()->isVisible());
     press(Qt::Key_F10);
-    EXPECT_EQ(openMenu(), access().mainMenu()->menus().first());
+    EXPECT_EQ(openMenu(), menus().first());
     QTest::keyClick(openMenu(), Qt::Key_Escape);
     EXPECT_EQ(openMenu(), nullptr);
-    EXPECT_FALSE(access().mainMenuStrip()->isVisible());
+    EXPECT_FALSE(mainMenuStrip()->isVisible());
 }
 
-TEST_F(KeyboardTest, KeysOfTheMainMenuWorkOnEveryControl) {
+TEST_F(KeyboardTest, MainMenuKeysWorkWhileAControlHasFocus) {
     launchActive(threeCameras());
-    walkTo(u"Stay on Top"_s);
+    tabTo(u"Stay on Top"_s);
     press(Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(terminations, 1);
 }

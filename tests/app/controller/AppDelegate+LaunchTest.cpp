@@ -1,8 +1,10 @@
 #include "ControllerFixture.h"
 
+#include <QApplication>
 #include <QDialog>
 #include <QEventLoop>
 #include <QGuiApplication>
+#include <QMenu>
 #include <QPointer>
 #include <QTimer>
 
@@ -11,67 +13,67 @@ namespace {
 
 class LaunchTest : public ControllerFixture {};
 
-TEST_F(LaunchTest, LogsLoadsAndShowsTheWindowBeforeAnyPlayer) {
+TEST_F(LaunchTest, LaunchLoadsCamerasAndShowsTheWindowBeforeCreatingAPlayer) {
     launch(threeCameras());
     EXPECT_EQ(log.lines(u"lifecycle"_s).value(0),
               (LoggedLine{LogLevel::standard, u"lifecycle"_s, u"Lumvik is launching."_s}));
-    EXPECT_EQ(access().cameras(), threeCameras());
-    ASSERT_NE(access().window(), nullptr);
-    EXPECT_TRUE(access().window()->isVisible());
-    EXPECT_NE(access().mainMenu(), nullptr);
-    EXPECT_TRUE(mpv.calls().empty()) << "playback waits for the window's first drawing";
+    EXPECT_EQ(cameraNames(), (QStringList{u"Front door"_s, u"Yard"_s, u"Garage"_s}));
+    ASSERT_NE(findWindow(), nullptr);
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_EQ(menus().size(), 3);
+    EXPECT_TRUE(mpv.calls().empty()) << "playback waits until the window is first drawn";
     queue.runPending();
-    EXPECT_TRUE(mpv.calls().empty()) << "which has not happened in this turn";
+    EXPECT_TRUE(mpv.calls().empty()) << "the window has not been drawn in this turn";
     startPlaying();
-    EXPECT_NE(access().mpv(), nullptr);
+    EXPECT_EQ(mpv.liveCores(), 1);
 }
 
-TEST_F(LaunchTest, LoggingStartsWithTheLaunch) {
+TEST_F(LaunchTest, FirstLogLineReportsTheLaunch) {
     launch(threeCameras());
     ASSERT_FALSE(log.lines().isEmpty());
-    qsizetype first = 0; // the saving of the list by this test comes before
+    qsizetype first = 0; // skips what this test itself has saved
     while (log.lines().at(first).text.startsWith(u"Saved"_s))
         ++first;
     EXPECT_EQ(log.lines().at(first).text, u"Lumvik is launching."_s);
     EXPECT_EQ(log.lines().at(first + 1).text, u"Loaded 3 cameras."_s);
 }
 
-TEST_F(LaunchTest, WithoutAListShowsTheEmptyStateAndMakesNoPlayer) {
+TEST_F(LaunchTest, WithoutAListTheEmptyStateIsShownAndNoPlayerIsCreated) {
     launch();
     queue.runPending();
-    EXPECT_TRUE(eventually([&] { return access().window()->isExposed(); }));
+    EXPECT_TRUE(eventually([&] { return window().isExposed(); }));
     queue.runPending();
-    EXPECT_TRUE(access().emptyStateLabel()->isVisible());
+    EXPECT_TRUE(emptyStateLabel()->isVisible());
     EXPECT_EQ(queue.submittedCount(), 0U);
     EXPECT_TRUE(mpv.calls().empty());
     EXPECT_TRUE(errors().isEmpty());
 }
 
-TEST_F(LaunchTest, WithCamerasHidesTheEmptyState) {
+TEST_F(LaunchTest, WithCamerasTheEmptyStateIsHidden) {
     launch(threeCameras());
-    EXPECT_FALSE(access().emptyStateLabel()->isVisible());
+    EXPECT_FALSE(emptyStateLabel()->isVisible());
 }
 
-TEST_F(LaunchTest, WithAnUnreadableListGoesOnWithoutCameras) {
+TEST_F(LaunchTest, UnreadableListCountsAsNoCameras) {
     home.damageCameras();
     launch();
     EXPECT_TRUE(errors().contains(u"No usable camera configuration could be loaded."_s));
     EXPECT_EQ(errors().count(u"No usable camera configuration could be loaded."_s), 1);
-    EXPECT_TRUE(access().cameras().isEmpty());
-    EXPECT_TRUE(access().emptyStateLabel()->isVisible());
+    EXPECT_TRUE(cameraNames().isEmpty());
+    EXPECT_TRUE(emptyStateLabel()->isVisible());
     EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
-TEST_F(LaunchTest, ClosingBeforeTheFirstDrawingKeepsPlaybackFromStarting) {
+TEST_F(LaunchTest, ClosingBeforeTheFirstDrawingPreventsPlayback) {
     launch(threeCameras());
-    access().window()->performClose();
+    window().performClose();
     queue.runPending();
     QCoreApplication::processEvents();
     EXPECT_TRUE(mpv.calls().empty());
-    EXPECT_EQ(access().playerGeneration(), 0);
+    EXPECT_EQ(playerGeneration(), 0);
 }
 
-TEST_F(LaunchTest, ControllerThatIsGoneIsNotCalledBack) {
+TEST_F(LaunchTest, DestroyedControllerIsNotCalledBack) {
     launch(threeCameras());
     delegate.reset();
     queue.runPending();
@@ -85,12 +87,12 @@ TEST_F(LaunchTest, TerminationLogsAndStopsThePlayer) {
     delegate->applicationWillTerminate();
     EXPECT_EQ(log.lines(u"lifecycle"_s).last(),
               (LoggedLine{LogLevel::standard, u"lifecycle"_s, u"Lumvik is terminating."_s}));
-    EXPECT_EQ(access().mpv(), nullptr);
+    EXPECT_EQ(mpv.liveCores(), 0);
     EXPECT_EQ(mpv.liveCores(), 0);
     EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::stopped);
 }
 
-TEST_F(LaunchTest, TerminationBeforeAnythingWasDrawnStartsNoPlayerAfterwards) {
+TEST_F(LaunchTest, TerminationBeforeTheFirstDrawingPreventsPlayback) {
     launch(threeCameras());
     delegate->applicationWillTerminate();
     queue.runPending();
@@ -106,7 +108,7 @@ TEST_F(LaunchTest, TerminationTwiceIsHarmless) {
     EXPECT_EQ(mpv.texts(), calls);
 }
 
-TEST_F(LaunchTest, ClosingTheLastWindowEndsTheApplication) {
+TEST_F(LaunchTest, ClosingTheLastWindowQuitsTheApplication) {
     launchAndPlay(threeCameras());
     EXPECT_TRUE(delegate->applicationShouldTerminateAfterLastWindowClosed());
     delegate->closeCameraViewer();
@@ -117,77 +119,80 @@ TEST_F(LaunchTest, ClosingTheLastWindowEndsTheApplication) {
 
 TEST_F(LaunchTest, ResigningActiveHidesTheControls) {
     launch(threeCameras());
-    access().pointerIsOverViewer() = true;
-    access().cameraMenuIsOpen() = true;
-    delegate->updateViewerControls(false);
-    ASSERT_TRUE(access().viewerControlsAreVisible());
+    setPointerOverViewer(true);
+    delegate->menuWillOpen();
+    ASSERT_TRUE(controlsAreWanted());
     delegate->applicationDidResignActive();
     EXPECT_FALSE(access().pointerIsOverViewer());
     EXPECT_FALSE(access().cameraMenuIsOpen());
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    EXPECT_FALSE(controlsAreWanted());
 }
 
 TEST_F(LaunchTest, ResigningActiveClosesTheMainMenu) {
     launch(threeCameras());
-    access().mainMenuStrip()->openMenu(1);
-    ASSERT_TRUE(access().mainMenuStrip()->menuIsOpen());
+    mainMenuStrip()->openMenu(1);
+    ASSERT_TRUE(mainMenuStrip()->menuIsOpen());
     delegate->applicationDidResignActive();
-    EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
+    EXPECT_FALSE(mainMenuStrip()->menuIsOpen());
 }
 
 TEST_F(LaunchTest, ResigningActiveDoesNothingWhileTheViewerCloses) {
     launch(threeCameras());
-    access().pointerIsOverViewer() = true;
-    access().isClosingViewer() = true;
+    delegate->closeCameraViewer();
+    QMenu menu;
+    menu.addAction(u"Item"_s);
+    menu.popup(QPoint());
+    ASSERT_EQ(QApplication::activePopupWidget(), &menu);
     delegate->applicationDidResignActive();
-    EXPECT_TRUE(access().pointerIsOverViewer());
+    EXPECT_EQ(QApplication::activePopupWidget(), &menu)
+        << "otherwise the menu would have been closed";
+    menu.close();
 }
 
-TEST_F(LaunchTest, AnotherStartAsksForTheListOfCameras) {
+TEST_F(LaunchTest, AnotherInstanceCanOpenTheCameraList) {
     launch(threeCameras());
     EXPECT_TRUE(
         delegate->handleLaunchRequest({LaunchRequest::Action::showCameraAddresses, "token"}));
-    EXPECT_EQ(access().settingsController(), nullptr) << "who asks is answered first";
+    EXPECT_EQ(access().settingsController(), nullptr) << "the request is answered first";
     queue.runPending();
     EXPECT_NE(access().settingsController(), nullptr);
 }
 
-TEST_F(LaunchTest, WhatTheProgramsOwnStartOpensIsFreedWhenItCloses) {
+TEST_F(LaunchTest, EditorOpenedAtLaunchIsDestroyedWhenItCloses) {
     launch(threeCameras());
     delegate->performSoon(LaunchRequest::Action::showCameraAddresses);
     EXPECT_EQ(access().settingsController(), nullptr) << "there is no event loop yet";
     QPointer<CameraSettingsController> editor;
     bool wasOpen = false;
-    QEventLoop program;
-    QTimer::singleShot(0, &program, [&] {
+    QEventLoop eventLoop;
+    QTimer::singleShot(0, &eventLoop, [&] {
         queue.runPending();
         editor = access().settingsController().get();
         wasOpen = !editor.isNull();
         if (wasOpen)
             editor->close();
         queue.runPending();
-        program.quit();
+        eventLoop.quit();
     });
-    program.exec();
+    eventLoop.exec();
     EXPECT_TRUE(wasOpen);
-    EXPECT_FALSE(editor) << "with it, its addresses and passwords stay in memory";
+    EXPECT_FALSE(editor) << "a living editor would keep addresses and passwords in memory";
 }
 
-TEST_F(LaunchTest, AnotherStartBringsTheOpenAlertToTheFront) {
+TEST_F(LaunchTest, AnotherInstanceBringsAnOpenAlertToTheFront) {
     launch(threeCameras());
     QDialog alert;
     alert.setModal(true);
     alert.show();
-    access().window()->requestActivate();
-    ASSERT_TRUE(
-        eventually([this] { return QGuiApplication::focusWindow() == access().window().get(); }));
+    window().requestActivate();
+    ASSERT_TRUE(eventually([this] { return QGuiApplication::focusWindow() == &window(); }));
     EXPECT_TRUE(delegate->handleLaunchRequest({LaunchRequest::Action::showCameraAddresses, {}}));
     EXPECT_TRUE(eventually([&] { return QGuiApplication::focusWindow() == alert.windowHandle(); }));
     queue.runPending();
     EXPECT_EQ(access().settingsController(), nullptr) << "the alert comes first";
 }
 
-TEST_F(LaunchTest, AnotherStartIsNotServedWhileTheProgramEnds) {
+TEST_F(LaunchTest, AnotherInstanceIsRefusedDuringTermination) {
     launch(threeCameras());
     delegate->applicationWillTerminate();
     EXPECT_FALSE(delegate->handleLaunchRequest({LaunchRequest::Action::showCameraAddresses, {}}));

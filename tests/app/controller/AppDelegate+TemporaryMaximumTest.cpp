@@ -1,38 +1,37 @@
 #include "AreaFixture.h"
+#include "fakes/Named.h"
 
 namespace lumvik::test {
 namespace {
 
-const QString frameKey = u"mainWindowFrame"_s;
 const QString untouched = u"nothing was saved"_s;
 
 class TemporaryMaximumTest : public AreaFixture {
   protected:
-    [[nodiscard]] QRect frame() { return access().window()->frame(); }
+    [[nodiscard]] QRect frame() { return window().frame(); }
     [[nodiscard]] QString storedFrame() { return home.userDefaults().string(frameKey); }
-    /// From now on a frame that is stored is recognised.
+    /// Replaces the stored frame by a mark, so that a later write can be detected.
     void markStoredFrame() { home.userDefaults().set(frameKey, untouched); }
 
-    const QRect maximum{0, 175, 800, 450}; // on a screen of 800 by 800
+    const QRect maximum{0, 175, 800, 450}; // the screen has 800 by 800 points
 };
 
 TEST_F(TemporaryMaximumTest, FillsTheScreenWithTheVideosShape) {
     rightClick();
     EXPECT_TRUE(access().isTemporarilyMaximized());
-    EXPECT_EQ(access().restoreFrameBeforeTemporaryMaximum(), originalFrame);
     EXPECT_EQ(frame(), maximum);
     settle();
-    EXPECT_EQ(access().window()->geometry(), maximum);
+    EXPECT_EQ(window().geometry(), maximum);
 }
 
-TEST_F(TemporaryMaximumTest, IsAnOrdinaryWindow) {
-    access().stayOnTopButton()->setOn(true);
+TEST_F(TemporaryMaximumTest, KeepsTheLevelAndShapeOfTheWindow) {
+    stayOnTopButton()->setOn(true);
     delegate->toggleStayOnTop();
     rightClick();
     settle();
-    EXPECT_TRUE(access().window()->hasOrdinaryFrame());
-    EXPECT_EQ(access().window()->level(), WindowLevel::floating);
-    EXPECT_EQ(access().window()->contentAspectRatio(), (ContentAspectRatio{1920, 1080}));
+    EXPECT_TRUE(window().hasOrdinaryFrame());
+    EXPECT_EQ(window().level(), WindowLevel::floating);
+    EXPECT_EQ(window().contentAspectRatio(), (ContentAspectRatio{1920, 1080}));
 }
 
 TEST_F(TemporaryMaximumTest, IsNeverRemembered) {
@@ -40,23 +39,23 @@ TEST_F(TemporaryMaximumTest, IsNeverRemembered) {
     rightClick();
     settle();
     queue.advance(10);
-    access().window()->setPosition(0, 100); // moved by the user meanwhile
-    EXPECT_TRUE(eventually([&] { return access().window()->y() == 100; }));
+    window().setPosition(0, 100); // as if the user moved the window
+    EXPECT_TRUE(eventually([&] { return window().y() == 100; }));
     EXPECT_EQ(storedFrame(), untouched);
 }
 
-TEST_F(TemporaryMaximumTest, SecondRightClickBringsTheFrameBack) {
+TEST_F(TemporaryMaximumTest, SecondRightClickRestoresTheFrame) {
     rightClick();
     settle();
     rightClick();
     EXPECT_EQ(frame(), originalFrame);
     settle();
-    EXPECT_EQ(access().window()->geometry(), originalFrame);
+    EXPECT_EQ(window().geometry(), originalFrame);
 }
 
-TEST_F(TemporaryMaximumTest, FrameThatTheUserPutPartlyOutComesBackSo) {
+TEST_F(TemporaryMaximumTest, PartlyOffScreenFrameIsRestoredUnchanged) {
     const QRect partlyOut(500, 300, 640, 360);
-    access().window()->setGeometry(partlyOut);
+    window().setGeometry(partlyOut);
     ASSERT_TRUE(eventually([&] { return frame() == partlyOut; }));
     rightClick();
     settle();
@@ -64,24 +63,24 @@ TEST_F(TemporaryMaximumTest, FrameThatTheUserPutPartlyOutComesBackSo) {
     EXPECT_EQ(frame(), partlyOut);
 }
 
-TEST_F(TemporaryMaximumTest, PlaceOnAScreenThatHasGoneIsStillTheWindowsAfterwards) {
+TEST_F(TemporaryMaximumTest, WindowKeepsItsPlaceOnADisconnectedScreen) {
     const WindowPlace place{{500, 300, 640, 360}, {0, 0, 1600, 1000}};
-    access().window()->restorePlace(place);
+    window().restorePlace(place);
     settle();
-    const QRect refuge(160, 300, 640, 360);
-    ASSERT_EQ(frame(), refuge);
+    const QRect temporaryPosition(160, 300, 640, 360);
+    ASSERT_EQ(frame(), temporaryPosition);
     rightClick();
     settle();
     EXPECT_EQ(frame(), maximum);
     rightClick();
     settle();
-    EXPECT_EQ(frame(), refuge);
-    EXPECT_EQ(access().window()->place(), place);
+    EXPECT_EQ(frame(), temporaryPosition);
+    EXPECT_EQ(window().place(), place);
     queue.advance(0.35);
     EXPECT_EQ(storedFrame(), u"{{500, 300}, {640, 360}}"_s);
 }
 
-TEST_F(TemporaryMaximumTest, FrameIsRememberedOnlyAfterTheWayBack) {
+TEST_F(TemporaryMaximumTest, FrameIsRememberedOnlyOnceItIsRestored) {
     rightClick();
     settle();
     markStoredFrame();
@@ -92,11 +91,10 @@ TEST_F(TemporaryMaximumTest, FrameIsRememberedOnlyAfterTheWayBack) {
     EXPECT_EQ(storedFrame(), untouched);
     queue.advance(0.02);
     EXPECT_FALSE(access().isTemporarilyMaximized());
-    EXPECT_EQ(access().restoreFrameBeforeTemporaryMaximum(), std::nullopt);
     EXPECT_EQ(storedFrame(), u"{{31, 17}, {640, 360}}"_s);
 }
 
-TEST_F(TemporaryMaximumTest, FrameThatWasRememberedIsTakenAtTheNextLaunch) {
+TEST_F(TemporaryMaximumTest, RememberedFrameIsUsedAtTheNextLaunch) {
     rightClick();
     settle();
     rightClick();
@@ -105,7 +103,7 @@ TEST_F(TemporaryMaximumTest, FrameThatWasRememberedIsTakenAtTheNextLaunch) {
     ASSERT_EQ(storedFrame(), u"{{31, 17}, {640, 360}}"_s);
     delegate.reset();
     launch();
-    EXPECT_EQ(access().window()->geometry(), originalFrame);
+    EXPECT_EQ(window().geometry(), originalFrame);
 }
 
 TEST_F(TemporaryMaximumTest, LaterMovesAreRememberedAgain) {
@@ -114,12 +112,12 @@ TEST_F(TemporaryMaximumTest, LaterMovesAreRememberedAgain) {
     rightClick();
     settle();
     queue.advance(0.35);
-    access().window()->setPosition(60, 70);
+    window().setPosition(60, 70);
     EXPECT_TRUE(eventually([&] { return storedFrame().startsWith(u"60 70 640 360 "_s); }))
         << qPrintable(storedFrame());
 }
 
-TEST_F(TemporaryMaximumTest, CanBeHadAgainAndAgain) {
+TEST_F(TemporaryMaximumTest, CanBeToggledRepeatedly) {
     for (int round = 0; round < 3; ++round) {
         rightClick();
         EXPECT_EQ(frame(), maximum);
@@ -127,12 +125,12 @@ TEST_F(TemporaryMaximumTest, CanBeHadAgainAndAgain) {
         rightClick();
         settle();
         queue.advance(0.35);
-        EXPECT_EQ(access().window()->geometry(), originalFrame);
+        EXPECT_EQ(window().geometry(), originalFrame);
         EXPECT_FALSE(access().isTemporarilyMaximized());
     }
 }
 
-TEST_F(TemporaryMaximumTest, WithoutASavedFrameOnlyTheMarkGoes) {
+TEST_F(TemporaryMaximumTest, WithoutASavedFrameTheWindowStaysAsItIs) {
     access().isTemporarilyMaximized() = true;
     markStoredFrame();
     rightClick();
@@ -142,9 +140,9 @@ TEST_F(TemporaryMaximumTest, WithoutASavedFrameOnlyTheMarkGoes) {
     EXPECT_EQ(storedFrame(), untouched);
 }
 
-TEST_F(TemporaryMaximumTest, WithoutAVideoTheWindowsShapeIsKept) {
-    access().appliedVideoAspectRatio().reset();
-    access().window()->setContentAspectRatio({});
+TEST_F(TemporaryMaximumTest, WithoutAVideoTheShapeOfTheWindowIsKept) {
+    delegate->loadCamera(0);
+    window().setContentAspectRatio({});
     resizeWindow({600, 300});
     rightClick();
     EXPECT_EQ(frame(), QRect(0, 200, 800, 400));
@@ -152,18 +150,18 @@ TEST_F(TemporaryMaximumTest, WithoutAVideoTheWindowsShapeIsKept) {
 
 // ---- Right-clicks in quick succession ----
 
-TEST_F(TemporaryMaximumTest, SecondRightClickOnTheWayThereLeadsBack) {
+TEST_F(TemporaryMaximumTest, SecondRightClickDuringTheAnimationReversesIt) {
     rightClick();
     rightClick();
     EXPECT_EQ(frame(), originalFrame);
     settle();
     queue.advance(0.35);
     EXPECT_FALSE(access().isTemporarilyMaximized());
-    EXPECT_EQ(access().window()->geometry(), originalFrame);
+    EXPECT_EQ(window().geometry(), originalFrame);
     EXPECT_EQ(storedFrame(), u"{{31, 17}, {640, 360}}"_s);
 }
 
-TEST_F(TemporaryMaximumTest, RightClicksOnTheWayBackDelayItsEnd) {
+TEST_F(TemporaryMaximumTest, RightClicksDuringTheRestoreDelayItsEnd) {
     rightClick();
     settle();
     markStoredFrame();
@@ -172,12 +170,13 @@ TEST_F(TemporaryMaximumTest, RightClicksOnTheWayBackDelayItsEnd) {
     rightClick();
     EXPECT_EQ(frame(), originalFrame);
     queue.advance(0.3);
-    EXPECT_TRUE(access().isTemporarilyMaximized()) << "0.35 s from the last one";
+    EXPECT_TRUE(access().isTemporarilyMaximized())
+        << "the restore ends 0.35 s after the last right-click";
     EXPECT_EQ(storedFrame(), untouched);
     queue.advance(0.06);
     EXPECT_FALSE(access().isTemporarilyMaximized());
     EXPECT_EQ(storedFrame(), u"{{31, 17}, {640, 360}}"_s);
-    EXPECT_TRUE(queue.delays().size() <= 1) << "the watchdog's at most";
+    EXPECT_TRUE(queue.delays().size() <= 1) << "at most the watchdog is left";
 }
 
 TEST_F(TemporaryMaximumTest, ManyRightClicksNeverLoseTheFrame) {
@@ -193,35 +192,39 @@ TEST_F(TemporaryMaximumTest, ManyRightClicksNeverLoseTheFrame) {
             settle();
         }
         EXPECT_FALSE(access().isTemporarilyMaximized()) << clicks;
-        EXPECT_EQ(access().window()->geometry(), originalFrame) << clicks;
+        EXPECT_EQ(window().geometry(), originalFrame) << clicks;
     }
 }
 
-// ---- Where it does nothing ----
+// ---- States without a temporary maximum ----
 
 class NoTemporaryMaximum : public TemporaryMaximumTest,
-                           public testing::WithParamInterface<Qt::WindowState> {};
+                           public testing::WithParamInterface<Named<Qt::WindowState>> {};
 
-TEST_P(NoTemporaryMaximum, InAWindowThatHasNoFrameOfItsOwn) {
-    access().window()->setWindowState(GetParam());
-    ASSERT_FALSE(access().window()->hasOrdinaryFrame());
+TEST_P(NoTemporaryMaximum, WithoutAnOrdinaryFrame) {
+    window().setWindowState(GetParam().value);
+    ASSERT_FALSE(window().hasOrdinaryFrame());
+    const QRect before = frame();
     delegate->secondaryClick();
     EXPECT_FALSE(access().isTemporarilyMaximized());
-    EXPECT_EQ(access().restoreFrameBeforeTemporaryMaximum(), std::nullopt);
+    EXPECT_EQ(frame(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(, NoTemporaryMaximum,
-                         testing::Values(Qt::WindowFullScreen, Qt::WindowMaximized,
-                                         Qt::WindowMinimized),
-                         [](const auto &row) { return "Row" + std::to_string(row.index); });
+using NamedState = Named<Qt::WindowState>;
 
-TEST_F(TemporaryMaximumTest, DoesNothingInAClosingViewer) {
+INSTANTIATE_TEST_SUITE_P(, NoTemporaryMaximum,
+                         testing::Values(NamedState{Qt::WindowFullScreen, "InFullScreen"},
+                                         NamedState{Qt::WindowMaximized, "WhileMaximised"},
+                                         NamedState{Qt::WindowMinimized, "WhileMinimised"}),
+                         nameOfParameter);
+
+TEST_F(TemporaryMaximumTest, DoesNothingWhileTheViewerCloses) {
     delegate->closeCameraViewer();
     delegate->toggleTemporaryMaximum();
     EXPECT_FALSE(access().isTemporarilyMaximized());
 }
 
-TEST_F(TemporaryMaximumTest, EndOfTheWayBackFindsNobodyAfterTheProgramsEnd) {
+TEST_F(TemporaryMaximumTest, EndOfTheRestoreAfterDestructionIsHarmless) {
     rightClick();
     settle();
     rightClick();

@@ -1,4 +1,4 @@
-// When updates are looked for, and what the user hears of it.
+// When the controller checks for updates, and what it shows the user.
 
 #include "ControllerFixture.h"
 #include "platform/PreferenceKeys.h"
@@ -10,7 +10,7 @@ namespace {
 
 class UpdatesTest : public ControllerFixture {
   protected:
-    /// The last check that succeeded was this long ago, in seconds.
+    /// Stores that the last successful check was this many seconds ago.
     void lastCheckedAgo(qint64 seconds) {
         home.userDefaults().set(PreferenceKeys::lastAutomaticUpdateCheck, date.addSecs(-seconds));
     }
@@ -19,7 +19,7 @@ class UpdatesTest : public ControllerFixture {
     }
     void expectAlert(const QString &title, const QString &message, const QStringList &buttons) {
         ASSERT_EQ(alerts.shown().size(), 1);
-        EXPECT_EQ(alerts.sheets(), 1) << "on the window, not in its way";
+        EXPECT_EQ(alerts.sheets(), 1) << "the alert is a sheet, which does not block the caller";
         const Alert &alert = alerts.shown().first();
         EXPECT_EQ(alert.messageText, title);
         EXPECT_EQ(alert.informativeText, message);
@@ -41,7 +41,7 @@ TEST_F(UpdatesTest, FirstLaunchChecks) {
     EXPECT_EQ(updates.begun(), 1);
 }
 
-TEST_F(UpdatesTest, LaunchWithoutCamerasChecksAsWell) {
+TEST_F(UpdatesTest, LaunchWithoutCamerasAlsoChecks) {
     launch(CameraList());
     EXPECT_EQ(updates.begun(), 1);
 }
@@ -68,27 +68,27 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(LastCheck{"JustNow", 0, false}, LastCheck{"TwentyThreeHours", 23 * 3600, false},
                     LastCheck{"OneSecondShortOfADay", 86'399, false},
                     LastCheck{"ADay", 86'400, true}, LastCheck{"AMonth", 30 * 86'400, true},
-                    // The clock was put back a little; it was wrong by years.
+                    // The clock was set back by a little, or had been wrong by years.
                     LastCheck{"InAnHour", -3600, false}, LastCheck{"InAlmostADay", -86'399, false},
                     LastCheck{"InADay", -86'400, true}, LastCheck{"InAYear", -365 * 86'400, true}),
     [](const auto &row) { return std::string(row.param.what); });
 
-TEST_F(UpdatesTest, WhatIsNoDateCountsAsNone) {
+TEST_F(UpdatesTest, InvalidDateCountsAsNoPreviousCheck) {
     home.userDefaults().set(PreferenceKeys::lastAutomaticUpdateCheck, u"yesterday"_s);
     launch(threeCameras());
     EXPECT_EQ(updates.begun(), 1);
 }
 
-TEST_F(UpdatesTest, AutomaticCheckThatFindsNothingStoresTheDateAndSaysNothing) {
+TEST_F(UpdatesTest, AutomaticCheckWithoutAnUpdateStoresTheDateSilently) {
     launch(threeCameras());
-    EXPECT_EQ(lastCheck(), std::nullopt) << "only once it has succeeded";
+    EXPECT_EQ(lastCheck(), std::nullopt) << "the date is stored only once the check has succeeded";
     updates.answerCurrent(0);
     EXPECT_EQ(lastCheck(), date);
     EXPECT_TRUE(alerts.shown().isEmpty());
     EXPECT_TRUE(updateErrors().isEmpty());
 }
 
-TEST_F(UpdatesTest, AutomaticCheckThatFailsIsLoggedOnlyAndMadeAgainAtTheNextLaunch) {
+TEST_F(UpdatesTest, FailedAutomaticCheckIsOnlyLoggedAndStoresNoDate) {
     launch(threeCameras());
     updates.answerFailed(0, u"The update server is unavailable."_s);
     EXPECT_TRUE(alerts.shown().isEmpty());
@@ -96,7 +96,7 @@ TEST_F(UpdatesTest, AutomaticCheckThatFailsIsLoggedOnlyAndMadeAgainAtTheNextLaun
     EXPECT_EQ(lastCheck(), std::nullopt);
 }
 
-TEST_F(UpdatesTest, AutomaticCheckThatFindsAnUpdateOffersIt) {
+TEST_F(UpdatesTest, AutomaticCheckOffersAnAvailableUpdate) {
     launch(threeCameras());
     updates.answerAvailable(0, u"1.6.1"_s);
     expectAlert(u"Lumvik 1.6.1 is available"_s,
@@ -115,7 +115,7 @@ TEST_F(UpdatesTest, LaterOpensNothing) {
     EXPECT_TRUE(openedUrls.isEmpty());
 }
 
-TEST_F(UpdatesTest, ManualCheckThatFindsNothingSaysSo) {
+TEST_F(UpdatesTest, ManualCheckWithoutAnUpdateShowsAnAlert) {
     lastCheckedAgo(3600);
     launch(threeCameras());
     delegate->checkForUpdates();
@@ -126,7 +126,7 @@ TEST_F(UpdatesTest, ManualCheckThatFindsNothingSaysSo) {
     EXPECT_EQ(lastCheck(), date) << "manual checks count as well";
 }
 
-TEST_F(UpdatesTest, ManualCheckThatFailsSaysWhy) {
+TEST_F(UpdatesTest, FailedManualCheckShowsTheReason) {
     lastCheckedAgo(3600);
     launch(threeCameras());
     delegate->checkForUpdates();
@@ -136,7 +136,7 @@ TEST_F(UpdatesTest, ManualCheckThatFailsSaysWhy) {
     EXPECT_EQ(lastCheck(), date.addSecs(-3600));
 }
 
-TEST_F(UpdatesTest, SecondCheckReplacesTheFirstAndAnswersAlone) {
+TEST_F(UpdatesTest, SecondCheckCancelsTheFirst) {
     launch(threeCameras());
     delegate->checkForUpdates();
     EXPECT_TRUE(updates.wasCancelled(0));
@@ -148,7 +148,7 @@ TEST_F(UpdatesTest, SecondCheckReplacesTheFirstAndAnswersAlone) {
     EXPECT_EQ(alerts.shown().size(), 1);
 }
 
-TEST_F(UpdatesTest, CheckMayBeMadeWhileOneThatIsOverIsStillKept) {
+TEST_F(UpdatesTest, CheckAfterAFinishedCheckIsPossible) {
     launch(threeCameras());
     updates.answerCurrent(0);
     delegate->checkForUpdates();
@@ -161,34 +161,34 @@ TEST_F(UpdatesTest, TerminationCancelsTheCheck) {
     delegate->applicationWillTerminate();
     EXPECT_TRUE(updates.wasCancelled(0));
     delegate->checkForUpdates();
-    EXPECT_EQ(updates.begun(), 1) << "none is begun any more";
+    EXPECT_EQ(updates.begun(), 1) << "no further check is started";
 }
 
-TEST_F(UpdatesTest, OutcomeForAViewerThatClosesIsNotShown) {
+TEST_F(UpdatesTest, UpdateIsNotOfferedWhileTheViewerCloses) {
     launch(threeCameras());
     delegate->checkForUpdates();
-    access().isClosingViewer() = true;
+    delegate->closeCameraViewer();
     updates.answerAvailable(1, u"1.6.1"_s);
     EXPECT_TRUE(alerts.shown().isEmpty());
     EXPECT_EQ(lastCheck(), date);
 }
 
-TEST_F(UpdatesTest, FailureForAViewerThatClosesIsNotShown) {
+TEST_F(UpdatesTest, FailureIsNotShownWhileTheViewerCloses) {
     launch(threeCameras());
     delegate->checkForUpdates();
-    access().isClosingViewer() = true;
+    delegate->closeCameraViewer();
     updates.answerFailed(1, u"x"_s);
     EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
-TEST_F(UpdatesTest, AbsurdVersionFitsIntoTheAlert) {
+TEST_F(UpdatesTest, OverlongVersionIsShortenedInTheAlert) {
     launch(threeCameras());
     updates.answerAvailable(0, u"99."_s + QString(60'000, u'9'));
     EXPECT_LT(alerts.shown().first().messageText.size(), 80);
     EXPECT_TRUE(alerts.shown().first().messageText.startsWith(u"Lumvik 99.999"_s));
 }
 
-TEST_F(UpdatesTest, SheetThatOutlivesTheControllerOpensNothing) {
+TEST_F(UpdatesTest, SheetThatOutlivesTheControllerDoesNothing) {
     launch(threeCameras());
     updates.answerAvailable(0, u"1.6.1"_s);
     delegate.reset();
@@ -196,7 +196,7 @@ TEST_F(UpdatesTest, SheetThatOutlivesTheControllerOpensNothing) {
     EXPECT_TRUE(openedUrls.isEmpty());
 }
 
-TEST_F(UpdatesTest, PageThatNothingOpensIsShownToBeCopied) {
+TEST_F(UpdatesTest, PageThatNoProgramOpensIsShownForCopying) {
     urlsCanBeOpened = false;
     launch(threeCameras());
     updates.answerAvailable(0, u"1.6.1"_s);

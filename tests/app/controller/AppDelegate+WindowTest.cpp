@@ -1,4 +1,5 @@
 #include "ControllerFixture.h"
+#include "fakes/Named.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -6,14 +7,10 @@
 namespace lumvik::test {
 namespace {
 
-const QString frameKey = u"mainWindowFrame"_s;
-
 class WindowTest : public ControllerFixture {
   protected:
-    [[nodiscard]] QRect frame() {
-        return {access().window()->position(), access().window()->size()};
-    }
-    /// What the preferences will hold after the program has ended.
+    [[nodiscard]] QRect frame() { return {window().position(), window().size()}; }
+    /// The window frame in the preferences file.
     [[nodiscard]] QString storedFrame() {
         home.userDefaults().synchronize();
         return home.userDefaults().string(frameKey);
@@ -26,11 +23,11 @@ class WindowTest : public ControllerFixture {
 
 TEST_F(WindowTest, IsBlackBorderlessAndHasItsTitle) {
     launch(threeCameras());
-    EXPECT_EQ(access().window()->title(), u"Lumvik"_s);
-    EXPECT_EQ(access().window()->color(), QColor(Qt::black));
-    EXPECT_TRUE(access().window()->flags().testFlag(Qt::FramelessWindowHint));
-    EXPECT_EQ(access().window()->minimumSize(), QSize(480, 270));
-    EXPECT_EQ(access().window()->contentAspectRatio(), (ContentAspectRatio{16, 9}));
+    EXPECT_EQ(window().title(), u"Lumvik"_s);
+    EXPECT_EQ(window().color(), QColor(Qt::black));
+    EXPECT_TRUE(window().flags().testFlag(Qt::FramelessWindowHint));
+    EXPECT_EQ(window().minimumSize(), QSize(480, 270));
+    EXPECT_EQ(window().contentAspectRatio(), (ContentAspectRatio{16, 9}));
 }
 
 TEST_F(WindowTest, IsCentredAtTheFirstLaunch) {
@@ -44,34 +41,34 @@ TEST_F(WindowTest, IsCentredAtTheFirstLaunch) {
     EXPECT_LE(std::abs(frame().center().y() - area.center().y()), 1);
 }
 
-TEST_F(WindowTest, TakesItsSavedFrame) {
+TEST_F(WindowTest, RestoresItsSavedFrame) {
     storePreference(frameKey, u"31 17 640 360 0 0 800 800"_s);
     launch(threeCameras());
     EXPECT_EQ(frame(), QRect(31, 17, 640, 360));
 }
 
-TEST_F(WindowTest, IsWholeAndItsPlaceRememberedWhenTheScreenOfItsSavedFrameHasGone) {
+TEST_F(WindowTest, IsMovedOnScreenButKeepsItsPlaceWhenItsScreenIsDisconnected) {
     const QString saved = u"500 300 640 360 0 0 1600 1000"_s;
     storePreference(frameKey, saved);
     launch(threeCameras());
-    EXPECT_EQ(frame(), QRect(160, 300, 640, 360)) << "on 800 by 800 points";
+    EXPECT_EQ(frame(), QRect(160, 300, 640, 360)) << "the screen has 800 by 800 points";
     QCoreApplication::processEvents();
     EXPECT_EQ(home.userDefaults().string(frameKey), saved);
 }
 
-TEST_F(WindowTest, IsPartlyOutOfTheScreenWhereTheUserPutItSo) {
+TEST_F(WindowTest, StaysPartlyOffScreenWhereTheUserPutIt) {
     storePreference(frameKey, u"500 300 640 360 0 0 800 800"_s);
     launch(threeCameras());
     EXPECT_EQ(frame(), QRect(500, 300, 640, 360));
 }
 
-TEST_F(WindowTest, IsWholeInItsSmallestSizeIfItWas) {
+TEST_F(WindowTest, SavedFrameBelowTheMinimumSizeIsEnlargedOnScreen) {
     storePreference(frameKey, u"640 640 160 160 0 0 800 800"_s);
     launch(threeCameras());
     EXPECT_EQ(frame(), QRect(320, 530, 480, 270));
 }
 
-TEST_F(WindowTest, IsCentredWhenTheSavedFrameIsNone) {
+TEST_F(WindowTest, IsCentredWhenTheSavedFrameIsInvalid) {
     storePreference(frameKey, u"somewhere"_s);
     launch(threeCameras());
     const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
@@ -80,25 +77,25 @@ TEST_F(WindowTest, IsCentredWhenTheSavedFrameIsNone) {
 
 TEST_F(WindowTest, RemembersItsFrameAfterMovesAndResizes) {
     launch(threeCameras());
-    access().window()->setContentAspectRatio({});
-    access().window()->setGeometry(20, 30, 500, 300);
+    window().setContentAspectRatio({});
+    window().setGeometry(20, 30, 500, 300);
     ASSERT_TRUE(eventually([&] { return frame() == QRect(20, 30, 500, 300); }));
     EXPECT_TRUE(eventually([&] { return storedFrame().startsWith(u"20 30 500 300 "_s); }))
         << qPrintable(storedFrame());
-    access().window()->setPosition(50, 60);
+    window().setPosition(50, 60);
     EXPECT_TRUE(eventually([&] { return storedFrame().startsWith(u"50 60 500 300 "_s); }))
         << qPrintable(storedFrame());
 }
 
 TEST_F(WindowTest, MoveJustBeforeMinimisingIsRemembered) {
     launch(threeCameras());
-    access().window()->setContentAspectRatio({});
-    access().window()->setGeometry(20, 30, 500, 300);
+    window().setContentAspectRatio({});
+    window().setGeometry(20, 30, 500, 300);
     ASSERT_TRUE(eventually([&] { return storedFrame().startsWith(u"20 30 500 300 "_s); }));
     queue.advance(10);
-    access().window()->setPosition(50, 60);
+    window().setPosition(50, 60);
     ASSERT_TRUE(eventually([&] { return storedFrame().startsWith(u"50 60 500 300 "_s); }));
-    access().window()->setWindowState(Qt::WindowMinimized);
+    window().setWindowState(Qt::WindowMinimized);
     queue.runPending();
     EXPECT_TRUE(storedFrame().startsWith(u"50 60 500 300 "_s)) << qPrintable(storedFrame());
 }
@@ -107,100 +104,103 @@ TEST_F(WindowTest, TemporaryMaximumIsNotRemembered) {
     storePreference(frameKey, u"31 17 640 360 0 0 800 800"_s);
     launch(threeCameras());
     const QString before = storedFrame();
-    access().isTemporarilyMaximized() = true;
-    access().window()->setContentAspectRatio({});
+    delegate->toggleTemporaryMaximum();
+    window().setContentAspectRatio({});
     resizeWindow({700, 500});
     delegate->windowDidMove();
     delegate->windowDidResize();
     EXPECT_EQ(storedFrame(), before);
-    access().isTemporarilyMaximized() = false;
-    delegate->windowDidMove();
-    EXPECT_NE(storedFrame(), before);
+    delegate->toggleTemporaryMaximum();
+    queue.advance(0.35);
+    EXPECT_NE(storedFrame(), before) << "the frame is stored again, in another notation";
 }
 
-TEST_F(WindowTest, StandsAmongOthersUntilPinned) {
+TEST_F(WindowTest, IsAtTheNormalLevelUntilPinned) {
     launch(threeCameras());
-    EXPECT_FALSE(access().stayOnTopButton()->isOn());
-    EXPECT_EQ(access().window()->level(), WindowLevel::normal);
-    access().stayOnTopButton()->setOn(true);
+    EXPECT_FALSE(stayOnTopButton()->isOn());
+    EXPECT_EQ(window().level(), WindowLevel::normal);
+    stayOnTopButton()->setOn(true);
     delegate->toggleStayOnTop();
-    EXPECT_EQ(access().window()->level(), WindowLevel::floating);
+    EXPECT_EQ(window().level(), WindowLevel::floating);
     EXPECT_TRUE(home.userDefaults().boolean(u"staysOnTop"_s));
-    access().stayOnTopButton()->setOn(false);
+    stayOnTopButton()->setOn(false);
     delegate->toggleStayOnTop();
-    EXPECT_EQ(access().window()->level(), WindowLevel::normal);
+    EXPECT_EQ(window().level(), WindowLevel::normal);
     EXPECT_FALSE(home.userDefaults().boolean(u"staysOnTop"_s));
 }
 
 TEST_F(WindowTest, IsPinnedAgainAtTheNextLaunch) {
     storePreference(u"staysOnTop"_s, true);
     launch(threeCameras());
-    EXPECT_TRUE(access().stayOnTopButton()->isOn());
-    EXPECT_EQ(access().window()->level(), WindowLevel::floating);
+    EXPECT_TRUE(stayOnTopButton()->isOn());
+    EXPECT_EQ(window().level(), WindowLevel::floating);
 }
 
 TEST_F(WindowTest, ShowsTheRememberedCamera) {
     storePreference(u"selectedCameraIndex"_s, 2);
     launchAndPlay(threeCameras());
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 2);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
     EXPECT_TRUE(playbackLog().contains(u"Loading camera index 2 for selection generation 0."_s));
 }
 
 class RememberedCameraOutsideTheList : public WindowTest,
-                                       public testing::WithParamInterface<int> {};
+                                       public testing::WithParamInterface<Named<int>> {};
 
-TEST_P(RememberedCameraOutsideTheList, IsNotApplied) {
-    storePreference(u"selectedCameraIndex"_s, GetParam());
+TEST_P(RememberedCameraOutsideTheList, IsIgnored) {
+    storePreference(u"selectedCameraIndex"_s, GetParam().value);
     launch(threeCameras());
-    EXPECT_EQ(access().cameraPicker()->indexOfSelectedItem(), 0);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(, RememberedCameraOutsideTheList, testing::Values(-1, 3, 1000000),
-                         [](const auto &row) { return "Row" + std::to_string(row.index); });
+INSTANTIATE_TEST_SUITE_P(, RememberedCameraOutsideTheList,
+                         testing::Values(Named<int>{-1, "BeforeTheFirst"},
+                                         Named<int>{3, "AfterTheLast"},
+                                         Named<int>{1000000, "FarAfterTheLast"}),
+                         nameOfParameter);
 
 // ---- Closing ----
 
-TEST_F(WindowTest, ClosingStopsThePlayerAndEndsTheSelection) {
+TEST_F(WindowTest, ClosingStopsThePlayerAndAdvancesTheSelectionGeneration) {
     launchAndPlay(threeCameras());
-    access().pointerIsOverViewer() = true;
-    access().cameraMenuIsOpen() = true;
-    access().playbackSelectionGeneration() = 4;
+    setPointerOverViewer(true);
+    delegate->menuWillOpen();
+    const std::int64_t selection = access().selectionGeneration();
     delegate->closeCameraViewer();
-    EXPECT_TRUE(access().isClosingViewer());
-    EXPECT_EQ(access().playbackSelectionGeneration(), 5);
-    EXPECT_EQ(access().mpv(), nullptr);
+    EXPECT_FALSE(window().isVisible());
+    EXPECT_EQ(access().selectionGeneration(), selection + 1);
+    EXPECT_EQ(mpv.liveCores(), 0);
     EXPECT_EQ(mpv.liveCores(), 0);
     EXPECT_FALSE(access().pointerIsOverViewer());
     EXPECT_FALSE(access().cameraMenuIsOpen());
     EXPECT_EQ(terminations, 1);
 }
 
-TEST_F(WindowTest, ClosingLeavesNothingThatCouldStartAPlayer) {
+TEST_F(WindowTest, ClosingCancelsEverythingThatCouldStartAPlayer) {
     launchAndPlay(threeCameras());
     delegate->toggleFocusArea();
-    ASSERT_TRUE(access().interactionView()->isSelectingFocusArea());
+    ASSERT_TRUE(interactionView()->isSelectingFocusArea());
     mpv.sendEndFile(MPV_END_FILE_REASON_ERROR, MPV_ERROR_LOADING_FAILED);
     ASSERT_TRUE(runUntil([this] { return access().playbackRetry() != nullptr; }));
-    ASSERT_NE(access().playbackWatchdog(), nullptr);
+    ASSERT_EQ(queue.delays().size(), 2U) << "the watchdog and the attempt";
     delegate->closeCameraViewer();
-    EXPECT_FALSE(access().interactionView()->isSelectingFocusArea());
-    EXPECT_EQ(access().playbackWatchdog(), nullptr);
+    EXPECT_FALSE(interactionView()->isSelectingFocusArea());
+    EXPECT_TRUE(queue.delays().empty());
     EXPECT_EQ(access().playbackRetry(), nullptr);
     mpv.forgetCalls();
     queue.advance(120);
     EXPECT_EQ(mpv.position("mpv_create"), -1);
 }
 
-TEST_F(WindowTest, ClosingTwiceCountsOnce) {
+TEST_F(WindowTest, ClosingTwiceQuitsOnce) {
     launchAndPlay(threeCameras());
     delegate->closeCameraViewer();
     delegate->closeCameraViewer();
-    access().window()->close();
-    EXPECT_EQ(access().playbackSelectionGeneration(), 1);
+    window().close();
+    EXPECT_EQ(access().selectionGeneration(), 1);
     EXPECT_EQ(terminations, 1);
 }
 
-TEST_F(WindowTest, GraphicsThatFailAreShownOnceAndEndTheProgram) {
+TEST_F(WindowTest, GraphicsFailureIsShownOnceAndQuits) {
     launch(threeCameras());
     delegate->graphicsFailed(u"no context"_s);
     delegate->graphicsFailed(u"no context"_s);

@@ -1,4 +1,4 @@
-// What else ends the choice of an area, or a focused view.
+// Events that cancel the selection of an area or restore the whole picture.
 
 #include "AreaFixture.h"
 
@@ -10,62 +10,62 @@ using testing::IsEmpty;
 
 class AreaEndsTest : public AreaFixture {
   protected:
-    /// The settings of the last three calls that set one.
+    /// The last three properties set since the previous call of `newSettings`.
     std::vector<std::string> lastSettings() {
         const std::vector<std::string> all = newSettings();
         return all.size() < 3 ? all : std::vector<std::string>(all.end() - 3, all.end());
     }
 };
 
-TEST_F(AreaEndsTest, AnotherCameraBringsTheWholePictureBack) {
+TEST_F(AreaEndsTest, AnotherCameraRestoresTheWholePicture) {
     choose(area);
     newSettings();
     delegate->selectCamera(1);
     EXPECT_TRUE(isOriginal());
     EXPECT_EQ(newSettings(), originalSettings);
-    EXPECT_EQ(access().window()->frame(), originalFrame);
-    EXPECT_TRUE(eventually([&] { return access().window()->minimumSize() == QSize(480, 270); }));
+    EXPECT_EQ(window().frame(), originalFrame);
+    EXPECT_TRUE(eventually([&] { return window().minimumSize() == QSize(480, 270); }));
 }
 
-TEST_F(AreaEndsTest, TheSameCameraLoadedAgainBringsTheWholePictureBack) {
+TEST_F(AreaEndsTest, ReloadingTheCameraRestoresTheWholePicture) {
     choose(area);
     delegate->loadCamera(0);
     EXPECT_TRUE(isOriginal());
     EXPECT_EQ(lastSettings(), originalSettings);
 }
 
-TEST_F(AreaEndsTest, RecoveryBringsTheWholePictureBack) {
+TEST_F(AreaEndsTest, RecoveryRestoresTheWholePicture) {
     choose(area);
     settle();
     newSettings();
     delegate->schedulePlaybackRecovery(
         {.reason = u"test"_s, .urgency = RecoveryUrgency::immediate});
-    EXPECT_TRUE(isFocused()) << "not before the stream is loaded again";
+    EXPECT_TRUE(isFocused()) << "the area is kept until the stream is loaded again";
     queue.advance(60);
     EXPECT_TRUE(runUntil([&] { return isOriginal(); }));
     EXPECT_THAT(newSettings(), testing::IsSupersetOf(originalSettings));
-    EXPECT_EQ(access().window()->frame(), originalFrame);
+    EXPECT_EQ(window().frame(), originalFrame);
 }
 
-TEST_F(AreaEndsTest, ANewPlayerShowsTheWholePicture) {
+TEST_F(AreaEndsTest, NewPlayerShowsTheWholePicture) {
     choose(area);
     delegate->stopPlayerEngine();
     newSettings();
     delegate->startPlayer();
     EXPECT_TRUE(isOriginal());
     EXPECT_THAT(newSettings(), testing::Not(Contains(testing::StartsWith("video-crop=6"))));
-    EXPECT_EQ(access().window()->contentAspectRatio(), (ContentAspectRatio{1920, 1080}));
+    EXPECT_EQ(window().contentAspectRatio(), (ContentAspectRatio{1920, 1080}));
 }
 
-TEST_F(AreaEndsTest, ALoadEndsTheChoice) {
+TEST_F(AreaEndsTest, LoadingACameraCancelsTheSelection) {
     delegate->toggleFocusArea();
     delegate->selectCamera(1);
     EXPECT_TRUE(isOriginal());
-    EXPECT_FALSE(access().interactionView()->isSelectingFocusArea());
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    EXPECT_FALSE(interactionView()->isSelectingFocusArea());
+    EXPECT_FALSE(controlsAreWanted());
 }
 
-TEST_F(AreaEndsTest, ALoadInThePauseKeepsTheAreaBack) {
+TEST_F(AreaEndsTest, LoadingBeforeTheAreaIsShownDiscardsTheArea) {
     delegate->toggleFocusArea();
     drag({100, 250}, {300, 150});
     delegate->selectCamera(1);
@@ -76,15 +76,15 @@ TEST_F(AreaEndsTest, ALoadInThePauseKeepsTheAreaBack) {
     EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
-TEST_F(AreaEndsTest, AnotherApplicationCancelsTheChoice) {
+TEST_F(AreaEndsTest, ActivatingAnotherApplicationCancelsTheSelection) {
     delegate->toggleFocusArea();
     delegate->applicationDidResignActive();
     EXPECT_TRUE(isOriginal());
-    EXPECT_FALSE(access().interactionView()->isSelectingFocusArea());
-    EXPECT_FALSE(access().viewerControlsAreVisible());
+    EXPECT_FALSE(interactionView()->isSelectingFocusArea());
+    EXPECT_FALSE(controlsAreWanted());
 }
 
-TEST_F(AreaEndsTest, AnotherApplicationCancelsTheChoiceInThePause) {
+TEST_F(AreaEndsTest, ActivatingAnotherApplicationBeforeTheAreaIsShownDiscardsTheArea) {
     delegate->toggleFocusArea();
     drag({100, 250}, {300, 150});
     delegate->applicationDidResignActive();
@@ -93,43 +93,42 @@ TEST_F(AreaEndsTest, AnotherApplicationCancelsTheChoiceInThePause) {
     EXPECT_THAT(newSettings(), IsEmpty());
 }
 
-TEST_F(AreaEndsTest, AnotherApplicationLeavesTheFocusedView) {
+TEST_F(AreaEndsTest, ActivatingAnotherApplicationKeepsTheShownArea) {
     choose(area);
     delegate->applicationDidResignActive();
     EXPECT_TRUE(isFocused());
 }
 
-TEST_F(AreaEndsTest, ClosingCancelsTheChoice) {
+TEST_F(AreaEndsTest, ClosingCancelsTheSelection) {
     delegate->toggleFocusArea();
     delegate->closeCameraViewer();
-    EXPECT_FALSE(access().interactionView()->isSelectingFocusArea());
+    EXPECT_FALSE(interactionView()->isSelectingFocusArea());
 }
 
-TEST_F(AreaEndsTest, ClosingInThePauseKeepsTheAreaBack) {
+TEST_F(AreaEndsTest, ClosingBeforeTheAreaIsShownDiscardsTheArea) {
     delegate->toggleFocusArea();
     drag({100, 250}, {300, 150});
     delegate->closeCameraViewer();
-    EXPECT_FALSE(access().interactionView()->isFinalizingFocusSelection());
+    EXPECT_FALSE(interactionView()->isFinalizingFocusSelection());
     newSettings();
     queue.advance(1);
-    EXPECT_EQ(access().focusCrop(), std::nullopt);
+    EXPECT_FALSE(isFocused());
     EXPECT_THAT(newSettings(), IsEmpty());
     EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
-TEST_F(AreaEndsTest, AClosingViewerTakesNothingMore) {
+TEST_F(AreaEndsTest, ClosingViewerIgnoresFurtherInput) {
     choose(area);
     delegate->closeCameraViewer();
     newSettings();
     delegate->toggleFocusArea();
     delegate->secondaryClick();
     delegate->focusSelectionCompleted(area);
-    EXPECT_EQ(access().focusCrop(), crop);
-    EXPECT_FALSE(access().isShowingFullCameraTemporarily());
+    EXPECT_TRUE(isFocused());
     EXPECT_THAT(newSettings(), IsEmpty());
 }
 
-TEST_F(AreaEndsTest, AWindowThatIsResizedInThePauseEndsTheChoice) {
+TEST_F(AreaEndsTest, ResizingBeforeTheAreaIsShownDiscardsTheArea) {
     delegate->toggleFocusArea();
     drag({100, 250}, {300, 150});
     resizeWindow({560, 315});
@@ -138,32 +137,31 @@ TEST_F(AreaEndsTest, AWindowThatIsResizedInThePauseEndsTheChoice) {
     EXPECT_THAT(newSettings(), IsEmpty());
 }
 
-// ---- A window that fills the screen ----
+// ---- Full screen ----
 
-TEST_F(AreaEndsTest, FullScreenStaysAndIsNoFrameToComeBackTo) {
-    access().window()->showFullScreen();
-    ASSERT_FALSE(access().window()->hasOrdinaryFrame());
-    ASSERT_TRUE(eventually(
-        [&] { return access().interactionView()->size() == QSizeF(access().window()->size()); }));
-    const QRect screen = access().window()->geometry();
+TEST_F(AreaEndsTest, FullScreenIsKeptAndNotRemembered) {
+    window().showFullScreen();
+    ASSERT_FALSE(window().hasOrdinaryFrame());
+    ASSERT_TRUE(eventually([&] { return interactionView()->size() == QSizeF(window().size()); }));
+    const QRect screen = window().geometry();
     choose({100, 250, 200, 100});
     EXPECT_TRUE(isFocused());
-    EXPECT_EQ(access().restoreFrameBeforeFocus(), std::nullopt);
-    EXPECT_EQ(access().window()->geometry(), screen);
+    EXPECT_EQ(window().geometry(), screen);
     delegate->toggleFocusArea();
     EXPECT_TRUE(isOriginal());
-    EXPECT_EQ(access().window()->geometry(), screen);
+    EXPECT_EQ(window().geometry(), screen);
 }
 
-TEST_F(AreaEndsTest, FocusedFrameComesBackAfterFullScreen) {
+TEST_F(AreaEndsTest, OriginalFrameIsRestoredAfterFullScreen) {
     choose(area);
     settle();
-    access().window()->showFullScreen();
-    ASSERT_FALSE(access().window()->hasOrdinaryFrame());
+    window().showFullScreen();
+    ASSERT_FALSE(window().hasOrdinaryFrame());
     delegate->toggleFocusArea();
-    EXPECT_EQ(access().window()->frame(), originalFrame) << "where it leads";
-    access().window()->showNormal();
-    EXPECT_TRUE(eventually([&] { return access().window()->geometry() == originalFrame; }));
+    EXPECT_EQ(window().frame(), originalFrame)
+        << "the frame that the window takes after full screen";
+    window().showNormal();
+    EXPECT_TRUE(eventually([&] { return window().geometry() == originalFrame; }));
 }
 
 } // namespace

@@ -6,8 +6,9 @@
 
 namespace lumvik::test {
 
-/// The controller with a player that shows a picture of 1920 by 1080, in a window of 640 by 360 at
-/// (31, 17) on a screen of 800 by 800: three pixels of the picture to a point.
+/// The controller with a player that shows a picture of 1920 by 1080 pixels. The window has 640 by
+/// 360 points, so that three pixels correspond to one point, and is at (31, 17) on a screen of 800
+/// by 800 points.
 class AreaFixture : public ControllerFixture {
   protected:
     void SetUp() override {
@@ -15,13 +16,12 @@ class AreaFixture : public ControllerFixture {
         launchAndPlay(threeCameras());
         delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::StartFile{}, 1);
         reportVideo(1920, 1080);
-        ASSERT_EQ(access().window()->frame(), originalFrame);
-        ASSERT_TRUE(
-            eventually([&] { return access().interactionView()->size() == QSizeF(640, 360); }));
+        ASSERT_EQ(window().frame(), originalFrame);
+        ASSERT_TRUE(eventually([&] { return interactionView()->size() == QSizeF(640, 360); }));
         newSettings();
     }
 
-    /// What has been set at the engine since the last call, in order, as "name=value".
+    /// The properties that were set since the last call, in order, as "name=value".
     std::vector<std::string> newSettings() {
         std::vector<std::string> settings;
         for (const MpvCall &call : mpv.callsTo("mpv_set_property_string"))
@@ -31,15 +31,14 @@ class AreaFixture : public ControllerFixture {
     }
 
     void send(QEvent::Type type, QPointF at, Qt::MouseButton button, Qt::MouseButtons buttons) {
-        QMouseEvent event(type, at, access().window()->mapToGlobal(at), button, buttons,
-                          Qt::NoModifier);
-        QCoreApplication::sendEvent(access().window().get(), &event);
+        QMouseEvent event(type, at, window().mapToGlobal(at), button, buttons, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window(), &event);
     }
     void rightClick(QPointF at = {300, 200}) {
         send(QEvent::MouseButtonPress, at, Qt::RightButton, Qt::RightButton);
         send(QEvent::MouseButtonRelease, at, Qt::RightButton, {});
     }
-    /// Drags with the left button, up to the pause in which the area stands.
+    /// Drags with the left button. The area is shown a moment after the button is released.
     void drag(QPointF from, QPointF to) {
         send(QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
         send(QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton);
@@ -47,31 +46,30 @@ class AreaFixture : public ControllerFixture {
     }
     void movePointerOut() {
         QEvent leave(QEvent::Leave);
-        QCoreApplication::sendEvent(access().window().get(), &leave);
+        QCoreApplication::sendEvent(&window(), &leave);
     }
-    /// Chooses an area as the user does.
+    /// Selects an area as the user does, and waits until it is shown.
     void choose(const QRectF &chosen) {
         delegate->toggleFocusArea();
-        drag(chosen.bottomLeft(), chosen.topRight()); // from below, where no control lies
+        drag(chosen.bottomLeft(),
+             chosen.topRight()); // starts at the bottom, away from the controls
         queue.advance(0.3);
     }
-    /// Waits until the window has come to where it is led, and its content has followed.
+    /// Waits until the window has reached its frame and the content has the window's size.
     void settle() {
         EXPECT_TRUE(eventually([&] {
-            const auto &window = access().window();
-            return window->geometry() == window->frame() &&
-                   access().interactionView()->size() == QSizeF(window->size());
+            return window().geometry() == window().frame() &&
+                   interactionView()->size() == QSizeF(window().size());
         }));
     }
 
-    [[nodiscard]] QString buttonText() { return access().focusViewerButton()->label(); }
+    [[nodiscard]] QString buttonText() { return focusViewerButton()->label(); }
     [[nodiscard]] bool isOriginal() {
-        return !access().focusCrop() && !access().isSelectingFocusArea() &&
-               !access().isShowingFullCameraTemporarily() && !access().restoreFrameBeforeFocus() &&
-               buttonText() == u"Focus on an Area"_s;
+        return !focusViewerButton()->showsRestoreIcon() &&
+               !focusViewerButton()->isSelectingArea() && buttonText() == u"Focus on an Area"_s;
     }
     [[nodiscard]] bool isFocused() {
-        return access().focusCrop() && !access().isSelectingFocusArea() &&
+        return focusViewerButton()->showsRestoreIcon() && !focusViewerButton()->isSelectingArea() &&
                buttonText() == u"Show Original View"_s;
     }
 

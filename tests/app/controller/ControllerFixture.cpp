@@ -1,16 +1,15 @@
 #include "ControllerFixture.h"
 
+#include <QGuiApplication>
 #include <QQuickWindow>
 #include <QTest>
-
-#include <utility>
 
 namespace lumvik::test {
 
 namespace {
 
-// Set before the application object is made: with it the platform without a display does not pass
-// for X11.
+// Set before the application object is created. Without this variable, the platform plugin without
+// a display offers GLX and is taken for X11.
 const bool avoidsX11 = qputenv("QT_QPA_OFFSCREEN_NO_GLX", "1");
 
 } // namespace
@@ -24,7 +23,7 @@ ControllerFixture::~ControllerFixture() {
 
 void ControllerFixture::SetUpTestSuite() {
     ASSERT_TRUE(avoidsX11);
-    // Once for the whole program: it cannot be changed after the first window.
+    // Set once for the whole process: the API cannot be changed after the first window.
     static const bool drawsBySoftware = [] {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         return true;
@@ -70,7 +69,7 @@ void ControllerFixture::startPlaying() {
     queue.runPending();
     EXPECT_TRUE(eventually([this] {
         queue.runPending();
-        return access().playerGeneration() > 0;
+        return playerGeneration() > 0;
     }));
 }
 
@@ -84,9 +83,9 @@ bool ControllerFixture::eventually(const std::function<bool()> &predicate) {
 }
 
 void ControllerFixture::resizeWindow(const QSize &size) {
-    access().window()->resize(size);
-    // The event arrives in a later turn, and with it the layout.
-    EXPECT_TRUE(eventually([&] { return access().videoHost()->size() == QSizeF(size); }));
+    window().resize(size);
+    // The resize event, and with it the new layout, arrives in a later turn of the event loop.
+    EXPECT_TRUE(eventually([&] { return videoHost()->size() == QSizeF(size); }));
 }
 
 void ControllerFixture::reportVideo(std::int64_t width, std::int64_t height,
@@ -98,19 +97,98 @@ void ControllerFixture::reportVideo(std::int64_t width, std::int64_t height,
     queue.runPending();
 }
 
-void ControllerFixture::whilePlaybackIsBarred(const std::function<void(const char *why)> &check) {
-    access().isClosingViewer() = true;
+void ControllerFixture::setPointerOverViewer(bool isOver) {
+    // The controller ignores a pointer that enters while another application is active.
+    if (isOver) {
+        EXPECT_TRUE(eventually(
+            [] { return QGuiApplication::applicationState() == Qt::ApplicationActive; }));
+    }
+    delegate->viewerHoverChanged(isOver);
+    delegate->updateViewerControls(false);
+}
+
+void ControllerFixture::failRecoveryAttempts(int count) {
+    for (int attempt = 0; attempt < count; ++attempt) {
+        delegate->schedulePlaybackRecovery({.reason = u"a test"_s});
+        while (access().playbackRetry() != nullptr)
+            queue.advance(0.05);
+    }
+}
+
+void ControllerFixture::whilePlaybackIsImpossible(
+    const std::function<void(const char *why)> &check) {
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    window().performClose();
     check("closing");
-    access().isClosingViewer() = false;
-    access().systemIsSleeping() = true;
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    sleepMonitor.sleep();
     check("sleeping");
-    access().systemIsSleeping() = false;
-    access().networkPathIsSatisfied() = false;
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    networkPath.report({});
+    queue.runPending();
     check("no path");
-    access().networkPathIsSatisfied() = true;
-    const CameraList cameras = std::exchange(access().cameras(), {});
+    launch(CameraList());
+    queue.runPending();
     check("no camera");
-    access().cameras() = cameras;
+}
+
+void ControllerFixture::loseGraphics() {
+    Q_EMIT window().sceneGraphInvalidated();
+    queue.runPending();
+}
+
+void ControllerFixture::restoreGraphics() {
+    Q_EMIT window().sceneGraphInitialized();
+    queue.runPending();
+}
+
+ViewerWindow *ControllerFixture::findWindow() {
+    for (QWindow *each : QGuiApplication::allWindows()) {
+        if (auto *viewer = dynamic_cast<ViewerWindow *>(each))
+            return viewer;
+    }
+    return nullptr;
+}
+
+ViewerWindow &ControllerFixture::window() {
+    ViewerWindow *viewer = findWindow();
+    if (viewer == nullptr)
+        qFatal("There is no viewer window.");
+    return *viewer;
+}
+
+QList<QMenu *> ControllerFixture::menus() {
+    QList<QMenu *> menus;
+    for (const MainMenuTitle *title : mainMenuStrip()->titles())
+        menus.append(title->popUp());
+    return menus;
+}
+
+QStringList ControllerFixture::cameraNames() {
+    QStringList names;
+    for (const QAction *item : cameraPicker()->menu().actions())
+        names.append(item->text());
+    return names;
+}
+
+std::int64_t ControllerFixture::playerGeneration() const {
+    const QString beginning = u"Starting video engine generation "_s;
+    const QList<LoggedLine> lines = log.lines();
+    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        if (line->text.startsWith(beginning))
+            return line->text.sliced(beginning.size()).chopped(1).toLongLong();
+        if (line->text == u"Lumvik is launching."_s)
+            break;
+    }
+    return 0;
+}
+
+bool ControllerFixture::probeIsUnderWay() const {
+    return !network.connections.empty() && network.connections.back()->isStarted &&
+           !network.connections.back()->isCancelled;
 }
 
 QStringList ControllerFixture::errors() const {

@@ -11,6 +11,8 @@
 #include "fakes/TemporaryHome.h"
 #include "fakes/VirtualMainQueue.h"
 
+#include <QMenu>
+#include <QQuickItem>
 #include <QTimeZone>
 
 #include <gmock/gmock.h>
@@ -22,50 +24,109 @@
 
 namespace lumvik::test {
 
+/// The preference that holds the window frame.
+inline const QString frameKey = QStringLiteral("mainWindowFrame");
+
 using namespace Qt::StringLiterals;
 
-/// The controller with everything around it replaced: the engine, the clock, the network, the
-/// machine's sleep, chance, the alerts, and the folders of the user. Its window is a real one on a
-/// platform without a display, drawn by software.
+/// The controller with its whole environment replaced: the engine, the clock, the network, the
+/// machine's sleep, the random numbers, the alerts and the user's folders. Its window is a real one
+/// on a platform without a display, drawn by software.
+///
+///     TEST_F(MyTest, PausesOnSleep) {
+///         launchAndPlay(threeCameras());
+///         sleepMonitor.sleep();
+///         EXPECT_EQ(mpv.texts().back(), "mpv_command_string(core 1, stop)");
+///     }
+///
+/// A test drives the controller through its public operations and through the fakes below. It
+/// observes the calls to the engine, the log, the window and its views, the alerts and the stored
+/// preferences. `access` is for the little that shows nowhere else.
 class ControllerFixture : public testing::Test {
   protected:
-    /// Waits for the players, whose end may have been left to a thread.
+    /// Waits for the players, because a thread may still be destroying one.
     ~ControllerFixture() override;
 
     static void SetUpTestSuite();
 
-    /// Makes the controller and launches it with `cameras` on the disk.
+    /// Creates the controller and launches it with `cameras` stored on disk.
     void launch(const CameraList &cameras);
-    /// Launches what is on the disk already.
+    /// Creates the controller and launches it with whatever is on disk.
     void launch();
-    /// Runs deferred work and draws the window until a player was made, or its start has failed.
+    /// Runs deferred work and draws the window until a player was created or has failed to start.
     void startPlaying();
-    /// Both.
+    /// Calls `launch` and then `startPlaying`.
     void launchAndPlay(const CameraList &cameras);
 
-    /// Runs the event loop until `predicate` answers true.
+    /// Runs the event loop until `predicate` returns true. Returns false after ten seconds.
     [[nodiscard]] bool eventually(const std::function<bool()> &predicate);
 
-    /// Gives the window's content a size, as the user would.
-    void resizeWindow(const QSize &size);
-
-    /// Makes the engine report a video of this shape, and lets the news arrive.
-    void reportVideo(std::int64_t width, std::int64_t height, std::int64_t rotation = 0);
-
-    /// Calls `check` in each of the conditions in which nothing may be played, with that one's
-    /// name: while the viewer closes, while the machine sleeps, without a network path, without a
-    /// camera. Afterwards all is as it was.
-    void whilePlaybackIsBarred(const std::function<void(const char *why)> &check);
-
-    /// Brings what the pump's thread has submitted to the controller.
+    /// Runs deferred work, including what the pump's thread submits, until `predicate` returns
+    /// true.
     [[nodiscard]] bool runUntil(const std::function<bool()> &predicate) {
         return queue.runUntil(predicate);
     }
 
-    [[nodiscard]] AppDelegateAccess access() { return AppDelegateAccess(*delegate); }
+    /// Gives the window's content a size, as the user would.
+    void resizeWindow(const QSize &size);
+
+    /// Moves the pointer over the viewer or away from it, and finishes the fade of the controls.
+    void setPointerOverViewer(bool isOver);
+
+    /// Makes the engine report a video of this shape, and delivers the report.
+    void reportVideo(std::int64_t width, std::int64_t height, std::int64_t rotation = 0);
+
+    /// Lets `count` attempts at recovery in a row run without bringing a picture.
+    void failRecoveryAttempts(int count);
+
+    /// Calls `check` in each condition in which nothing may be played, and passes the name of the
+    /// condition: the viewer is closing, the machine sleeps, there is no network path, there is no
+    /// camera. Launches a new controller for each condition, with three cameras except in the last.
+    void whilePlaybackIsImpossible(const std::function<void(const char *why)> &check);
+
+    /// Lets the window's graphics fail, as when a driver is replaced, and notifies the controller.
+    void loseGraphics();
+    /// Brings the window's graphics back and notifies the controller.
+    void restoreGraphics();
+
+    // ---- The window and its views ----
+
+    /// The viewer window; null before the launch has created it.
+    [[nodiscard]] static ViewerWindow *findWindow();
+    [[nodiscard]] static ViewerWindow &window();
+    [[nodiscard]] static MPVOpenGLView *videoHost() { return view<MPVOpenGLView>(); }
+    [[nodiscard]] static CameraPicker *cameraPicker() { return view<CameraPicker>(); }
+    [[nodiscard]] static EmptyStateLabel *emptyStateLabel() { return view<EmptyStateLabel>(); }
+    [[nodiscard]] static PinToggleButton *stayOnTopButton() { return view<PinToggleButton>(); }
+    [[nodiscard]] static FocusViewerButton *focusViewerButton() {
+        return view<FocusViewerButton>();
+    }
+    [[nodiscard]] static CloseViewerButton *closeViewerButton() {
+        return view<CloseViewerButton>();
+    }
+    [[nodiscard]] static MainMenuStrip *mainMenuStrip() { return view<MainMenuStrip>(); }
+    [[nodiscard]] static DraggableContentView *interactionView() {
+        return view<DraggableContentView>();
+    }
+    /// The menus of the main menu, from left to right.
+    [[nodiscard]] static QList<QMenu *> menus();
+    /// Whether the controls are shown or fading in. The close button is enabled exactly then.
+    [[nodiscard]] static bool controlsAreWanted() { return closeViewerButton()->isEnabled(); }
+    /// The names of the cameras that the picker offers.
+    [[nodiscard]] static QStringList cameraNames();
+
+    // ---- What the log and the network show ----
+
+    /// How many players the running controller has started, or tried to start.
+    [[nodiscard]] std::int64_t playerGeneration() const;
+    /// Whether a preflight probe has begun and not ended.
+    [[nodiscard]] bool probeIsUnderWay() const;
+    /// The texts of the log's `playback` category.
     [[nodiscard]] QStringList playbackLog() const { return log.texts(u"playback"_s); }
-    /// The texts of the log's lines at level error.
+    /// The texts of all log lines at level error.
     [[nodiscard]] QStringList errors() const;
+
+    [[nodiscard]] AppDelegateAccess access() { return AppDelegateAccess(*delegate); }
 
     const CapturedLog log;
     FakeMpv mpv;
@@ -76,21 +137,31 @@ class ControllerFixture : public testing::Test {
     FakeSleepMonitor sleepMonitor;
     FakeNetworkPath networkPath;
     FakeNetwork network;
-    double random = 0; // what chance answers, 0 to below 1
-    int terminations = 0;
-    int loadedPlayers = 0; // how often a player's first picture was told
+    double random = 0;     // the next random numbers, from 0 to below 1
+    int terminations = 0;  // how often the controller has asked to quit
+    int loadedPlayers = 0; // how often a player's first picture was reported
     int exitLimits = 0;    // how often the time until the exit was limited
     FakeUpdates updates;
     QDateTime date{QDate(2026, 5, 1), QTime(12, 0), QTimeZone::utc()};
     InstalledVersion installedVersion{.version = u"1.5"_s, .build = u"7"_s};
     QString webHost = u"maker.example"_s;
     QString feedbackAddress = u"feedback@maker.example"_s;
-    QList<QUrl> openedUrls; // with the user's other programs
+    QList<QUrl> openedUrls; // passed to the user's other programs
     bool urlsCanBeOpened = true;
     std::unique_ptr<AppDelegate> delegate;
+
+  private:
+    template<typename View>
+    [[nodiscard]] static View *view() {
+        for (QQuickItem *item : window().contentItem()->childItems()) {
+            if (auto *found = dynamic_cast<View *>(item))
+                return found;
+        }
+        return nullptr;
+    }
 };
 
-/// Three cameras, the first with a password.
+/// Three cameras. The address of the first contains a password.
 [[nodiscard]] CameraList threeCameras();
 
 } // namespace lumvik::test

@@ -3,11 +3,12 @@
 #include "ControllerFixture.h"
 
 #include <QKeyEvent>
+#include <QTest>
 
 namespace lumvik::test {
 namespace {
 
-/// A menu's items from top to bottom, a separator as "---".
+/// The titles of a menu's items from top to bottom, with "---" for a separator.
 QStringList titles(const QMenu &menu) {
     QStringList titles;
     for (const QAction *item : menu.actions())
@@ -19,7 +20,7 @@ bool press(const MainMenu &menu, Qt::Key key, Qt::KeyboardModifiers modifiers) {
     return menu.performKeyEquivalent(QKeyEvent(QEvent::KeyPress, key, modifiers));
 }
 
-/// A main menu whose items note their names.
+/// A main menu whose items record their names in `ran`.
 class MainMenuTest : public testing::Test {
   protected:
     std::function<void()> note(const QString &name) {
@@ -37,7 +38,7 @@ class MainMenuTest : public testing::Test {
                    .showAbout = note(u"about"_s)}};
 };
 
-TEST_F(MainMenuTest, HasItsMenusAndItemsInOrder) {
+TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
     const QList<QMenu *> menus = menu.menus();
     ASSERT_EQ(menus.size(), 3);
     EXPECT_EQ(menus.at(0)->title(), u"Lumvik"_s);
@@ -62,7 +63,7 @@ TEST_F(MainMenuTest, RunsTheActionOfEachItem) {
                            u"help"_s, u"quick help"_s, u"feedback"_s, u"about"_s}));
 }
 
-TEST_F(MainMenuTest, ObeysItsKeys) {
+TEST_F(MainMenuTest, RunsActionsByTheirKeys) {
     EXPECT_TRUE(press(menu, Qt::Key_Comma, Qt::ControlModifier));
     EXPECT_TRUE(press(menu, Qt::Key_Q, Qt::ControlModifier));
     EXPECT_TRUE(press(menu, Qt::Key_W, Qt::ControlModifier));
@@ -83,7 +84,7 @@ TEST_F(MainMenuTest, IgnoresOtherKeys) {
     EXPECT_TRUE(ran.isEmpty());
 }
 
-TEST_F(MainMenuTest, NamesTheFullScreenItemAfterWhatItWouldDo) {
+TEST_F(MainMenuTest, FullScreenItemIsNamedAfterItsAction) {
     menu.setIsFullScreen(true);
     EXPECT_EQ(titles(*menu.menus().at(1)).last(), u"Exit Full Screen"_s);
     menu.setIsFullScreen(false);
@@ -111,26 +112,28 @@ class ControllersMenuTest : public ControllerFixture {};
 
 TEST_F(ControllersMenuTest, QuitsAndCloses) {
     launchAndPlay(threeCameras());
-    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_Q, Qt::ControlModifier));
+    QTest::keyClick(&window(), Qt::Key_Q, Qt::ControlModifier);
     EXPECT_EQ(terminations, 1);
-    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_W, Qt::ControlModifier));
-    EXPECT_TRUE(access().isClosingViewer());
+    QTest::keyClick(&window(), Qt::Key_W, Qt::ControlModifier);
+    EXPECT_EQ(terminations, 2);
+    EXPECT_FALSE(window().isVisible());
 }
 
-TEST_F(ControllersMenuTest, TakesTheKeysThatTheWindowDoesNotUse) {
+TEST_F(ControllersMenuTest, HandlesKeysThatTheWindowIgnores) {
     launch(threeCameras());
-    ASSERT_TRUE(eventually([&] { return access().window()->isActive(); }));
+    ASSERT_TRUE(eventually([&] { return window().isActive(); }));
     QKeyEvent quit(QEvent::KeyPress, Qt::Key_Q, Qt::ControlModifier);
-    QCoreApplication::sendEvent(access().window().get(), &quit);
+    QCoreApplication::sendEvent(&window(), &quit);
     EXPECT_EQ(terminations, 1);
 }
 
 TEST_F(ControllersMenuTest, SwitchesFullScreen) {
     launch(threeCameras());
-    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_F11, Qt::NoModifier));
-    EXPECT_TRUE(access().window()->windowStates().testFlag(Qt::WindowFullScreen));
-    EXPECT_TRUE(press(*access().mainMenu(), Qt::Key_F11, Qt::NoModifier));
-    EXPECT_FALSE(access().window()->windowStates().testFlag(Qt::WindowFullScreen));
+    ASSERT_TRUE(eventually([&] { return window().isActive(); }));
+    QTest::keyClick(&window(), Qt::Key_F11);
+    EXPECT_TRUE(window().windowStates().testFlag(Qt::WindowFullScreen));
+    QTest::keyClick(&window(), Qt::Key_F11);
+    EXPECT_FALSE(window().windowStates().testFlag(Qt::WindowFullScreen));
 }
 
 } // namespace

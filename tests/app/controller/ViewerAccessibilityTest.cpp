@@ -12,8 +12,7 @@ class AccessibilityTest : public ControllerFixture {
     void SetUp() override {
         launch(threeCameras());
         QAccessible::setActive(true);
-        access().pointerIsOverViewer() = true;
-        delegate->updateViewerControls(false);
+        setPointerOverViewer(true);
     }
     static QString name(QObject *control) {
         QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(control);
@@ -25,105 +24,104 @@ class AccessibilityTest : public ControllerFixture {
     }
 };
 
-TEST_F(AccessibilityTest, ControlsHaveTheirNames) {
-    EXPECT_EQ(name(access().cameraPicker()), u"Choose a camera"_s);
-    EXPECT_EQ(name(access().stayOnTopButton()), u"Stay on Top"_s);
-    EXPECT_EQ(name(access().focusViewerButton()), u"Focus on an Area"_s);
-    EXPECT_EQ(name(access().closeViewerButton()), u"Close Camera"_s);
+TEST_F(AccessibilityTest, ControlsHaveAccessibleNames) {
+    EXPECT_EQ(name(cameraPicker()), u"Choose a camera"_s);
+    EXPECT_EQ(name(stayOnTopButton()), u"Stay on Top"_s);
+    EXPECT_EQ(name(focusViewerButton()), u"Focus on an Area"_s);
+    EXPECT_EQ(name(closeViewerButton()), u"Close Camera"_s);
 }
 
-TEST_F(AccessibilityTest, ControlsHaveTheirRoles) {
-    EXPECT_EQ(role(access().cameraPicker()), QAccessible::ComboBox);
-    EXPECT_EQ(role(access().stayOnTopButton()), QAccessible::CheckBox);
-    EXPECT_EQ(role(access().focusViewerButton()), QAccessible::Button);
-    EXPECT_EQ(role(access().closeViewerButton()), QAccessible::Button);
+TEST_F(AccessibilityTest, ControlsHaveAccessibleRoles) {
+    EXPECT_EQ(role(cameraPicker()), QAccessible::ComboBox);
+    EXPECT_EQ(role(stayOnTopButton()), QAccessible::CheckBox);
+    EXPECT_EQ(role(focusViewerButton()), QAccessible::Button);
+    EXPECT_EQ(role(closeViewerButton()), QAccessible::Button);
 }
 
-TEST_F(AccessibilityTest, PinTellsWhetherItIsOn) {
-    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(access().stayOnTopButton());
+TEST_F(AccessibilityTest, PinReportsWhetherItIsOn) {
+    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(stayOnTopButton());
     ASSERT_NE(pin, nullptr);
     EXPECT_TRUE(pin->state().checkable);
     EXPECT_FALSE(pin->state().checked);
-    access().stayOnTopButton()->setOn(true);
+    stayOnTopButton()->setOn(true);
     EXPECT_TRUE(pin->state().checked);
 }
 
 TEST_F(AccessibilityTest, MenuStripIsAMenuBarThatCanBeOpened) {
-    EXPECT_EQ(name(access().mainMenuStrip()), u"Main Menu"_s);
-    EXPECT_EQ(role(access().mainMenuStrip()), QAccessible::MenuBar);
-    QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(access().mainMenuStrip());
+    EXPECT_EQ(name(mainMenuStrip()), u"Main Menu"_s);
+    EXPECT_EQ(role(mainMenuStrip()), QAccessible::MenuBar);
+    QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(mainMenuStrip());
     ASSERT_NE(strip->parent(), nullptr);
     EXPECT_GE(strip->parent()->indexOfChild(strip), 0);
-    EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
+    EXPECT_FALSE(mainMenuStrip()->menuIsOpen());
     strip->actionInterface()->doAction(QAccessibleActionInterface::showMenuAction());
-    EXPECT_TRUE(access().mainMenuStrip()->menuIsOpen());
-    access().mainMenu()->menus().first()->close();
+    EXPECT_TRUE(mainMenuStrip()->menuIsOpen());
+    menus().first()->close();
 }
 
 TEST_F(AccessibilityTest, ControlsCanBePressed) {
-    QAccessibleInterface *close =
-        QAccessible::queryAccessibleInterface(access().closeViewerButton());
+    QAccessibleInterface *close = QAccessible::queryAccessibleInterface(closeViewerButton());
     ASSERT_NE(close, nullptr);
     ASSERT_NE(close->actionInterface(), nullptr);
     close->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    EXPECT_EQ(terminations, 0) << "whoever presses is not to wait for what follows";
+    EXPECT_EQ(terminations, 0) << "the caller does not wait for the effect";
     EXPECT_TRUE(QTest::qWaitFor([this] { return terminations == 1; }));
 }
 
 TEST_F(AccessibilityTest, PinCanBePressed) {
-    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(access().stayOnTopButton());
+    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(stayOnTopButton());
     ASSERT_NE(pin, nullptr);
     ASSERT_NE(pin->actionInterface(), nullptr);
     pin->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-    EXPECT_TRUE(QTest::qWaitFor([this] { return access().stayOnTopButton()->isOn(); }));
-    EXPECT_EQ(access().window()->level(), WindowLevel::floating);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return stayOnTopButton()->isOn(); }));
+    EXPECT_EQ(window().level(), WindowLevel::floating);
 }
 
-TEST_F(AccessibilityTest, AnAlertComesBeforeWhatIsPressed) {
+TEST_F(AccessibilityTest, ControlsCannotBePressedUnderAnAlert) {
     const auto press = [](QObject *object) {
         QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(object);
         interface->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QTest::qWait(0); // what is pressed acts in a later turn
+        QTest::qWait(0); // a pressed control acts in a later turn
     };
-    QAction *quit = access().mainMenu()->menus().first()->actions().last();
+    QAction *quit = menus().first()->actions().last();
     const auto expectNothingIsPressed = [&](const char *why) {
         SCOPED_TRACE(why);
-        press(access().stayOnTopButton());
-        press(access().mainMenuStrip());
+        press(stayOnTopButton());
+        press(mainMenuStrip());
         press(quit);
-        EXPECT_FALSE(access().stayOnTopButton()->isOn());
-        EXPECT_FALSE(access().mainMenuStrip()->menuIsOpen());
+        EXPECT_FALSE(stayOnTopButton()->isOn());
+        EXPECT_FALSE(mainMenuStrip()->menuIsOpen());
         EXPECT_EQ(terminations, 0);
     };
-    const auto hangOn = [](QDialog &sheet, QWindow &window) {
+    const auto attach = [](QDialog &sheet, QWindow &window) {
         sheet.setWindowModality(Qt::WindowModal);
-        sheet.winId(); // makes its window
+        sheet.winId(); // creates the window
         sheet.windowHandle()->setTransientParent(&window);
         sheet.show();
     };
     QDialog alert;
     alert.setModal(true);
     alert.show();
-    expectNothingIsPressed("an alert for all of the program");
+    expectNothingIsPressed("an application-modal alert");
     QWindow other;
     QDialog sheetOfAnother;
-    hangOn(sheetOfAnother, other);
-    expectNothingIsPressed("under a later one that does not matter");
+    attach(sheetOfAnother, other);
+    expectNothingIsPressed("an application-modal alert under a later, unrelated sheet");
     alert.close();
     QDialog sheet;
-    hangOn(sheet, *access().window());
-    expectNothingIsPressed("one that hangs on the viewer");
+    attach(sheet, window());
+    expectNothingIsPressed("a sheet attached to the viewer");
     sheet.close();
     ASSERT_TRUE(sheetOfAnother.isVisible());
-    press(access().stayOnTopButton());
-    EXPECT_TRUE(access().stayOnTopButton()->isOn());
+    press(stayOnTopButton());
+    EXPECT_TRUE(stayOnTopButton()->isOn());
     press(quit);
     EXPECT_EQ(terminations, 1);
 }
 
-TEST_F(AccessibilityTest, ControlsAreFoundFromTheWindow) {
-    QAccessibleInterface *window = QAccessible::queryAccessibleInterface(access().window().get());
-    ASSERT_NE(window, nullptr);
+TEST_F(AccessibilityTest, ControlsAreDescendantsOfTheWindow) {
+    QAccessibleInterface *viewer = QAccessible::queryAccessibleInterface(&window());
+    ASSERT_NE(viewer, nullptr);
     QStringList names;
     const std::function<void(QAccessibleInterface *)> walk = [&](QAccessibleInterface *node) {
         for (int child = 0; child < node->childCount(); ++child) {
@@ -131,17 +129,17 @@ TEST_F(AccessibilityTest, ControlsAreFoundFromTheWindow) {
             walk(node->child(child));
         }
     };
-    walk(window);
+    walk(viewer);
     for (const QString &expected :
          {u"Choose a camera"_s, u"Stay on Top"_s, u"Focus on an Area"_s, u"Close Camera"_s})
         EXPECT_TRUE(names.contains(expected)) << qPrintable(names.join(u", "_s));
 }
 
-TEST_F(AccessibilityTest, StripHoldsItsTitlesAndTheyTheirMenus) {
-    QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(access().mainMenuStrip());
+TEST_F(AccessibilityTest, MenuStripContainsTitlesThatContainMenus) {
+    QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(mainMenuStrip());
     ASSERT_EQ(strip->childCount(), 3);
     for (int index = 0; index < 3; ++index) {
-        const QMenu *menu = access().mainMenu()->menus().at(index);
+        const QMenu *menu = menus().at(index);
         QAccessibleInterface *title = strip->child(index);
         EXPECT_EQ(title->role(), QAccessible::MenuItem);
         EXPECT_EQ(title->text(QAccessible::Name), menu->title());
@@ -154,8 +152,8 @@ TEST_F(AccessibilityTest, StripHoldsItsTitlesAndTheyTheirMenus) {
     }
 }
 
-TEST_F(AccessibilityTest, PickerHoldsItsRowsOpenOrNot) {
-    QAccessibleInterface *picker = QAccessible::queryAccessibleInterface(access().cameraPicker());
+TEST_F(AccessibilityTest, PickerContainsItsItemsWhetherOpenOrClosed) {
+    QAccessibleInterface *picker = QAccessible::queryAccessibleInterface(cameraPicker());
     ASSERT_EQ(picker->childCount(), 1);
     QAccessibleInterface *menu = picker->child(0);
     ASSERT_EQ(menu->childCount(), 3);
@@ -171,34 +169,33 @@ TEST_F(AccessibilityTest, PickerHoldsItsRowsOpenOrNot) {
         EXPECT_TRUE(item->state().invisible);
     }
     EXPECT_EQ(names, (QStringList{u"Front door"_s, u"Yard"_s, u"Garage"_s}));
-    access().cameraPicker()->openMenu();
+    cameraPicker()->openMenu();
     EXPECT_FALSE(menu->child(1)->state().invisible);
     EXPECT_TRUE(menu->child(0)->state().focused);
     EXPECT_EQ(menu->focusChild(), menu->child(0));
     menu->child(1)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    EXPECT_TRUE(eventually([&] { return access().cameraPicker()->indexOfSelectedItem() == 1; }));
-    EXPECT_TRUE(menu->child(1)->state().invisible) << "the menu is still open";
+    EXPECT_TRUE(eventually([&] { return cameraPicker()->indexOfSelectedItem() == 1; }));
+    EXPECT_TRUE(menu->child(1)->state().invisible) << "the menu is closed";
     EXPECT_TRUE(menu->child(1)->state().checked);
 }
 
-TEST_F(AccessibilityTest, ControlIsFocusedWhileItHasTheKeyboard) {
-    ASSERT_TRUE(eventually([this] { return access().window()->isActive(); }));
-    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(access().stayOnTopButton());
-    QAccessibleInterface *window = QAccessible::queryAccessibleInterface(access().window().get());
+TEST_F(AccessibilityTest, ControlReportsKeyboardFocus) {
+    ASSERT_TRUE(eventually([this] { return window().isActive(); }));
+    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(stayOnTopButton());
+    QAccessibleInterface *viewer = QAccessible::queryAccessibleInterface(&window());
     EXPECT_TRUE(pin->state().focusable);
     EXPECT_FALSE(pin->state().focused);
-    EXPECT_TRUE(window->state().focused);
+    EXPECT_TRUE(viewer->state().focused);
     pin->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
     EXPECT_TRUE(pin->state().focused);
-    EXPECT_FALSE(window->state().focused);
-    EXPECT_EQ(window->focusChild(), pin);
+    EXPECT_FALSE(viewer->state().focused);
+    EXPECT_EQ(viewer->focusChild(), pin);
 }
 
-TEST_F(AccessibilityTest, HiddenControlComesWhenItIsAskedToTakeTheKeyboard) {
-    ASSERT_TRUE(eventually([this] { return access().window()->isActive(); }));
-    access().pointerIsOverViewer() = false;
-    delegate->updateViewerControls(false);
-    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(access().stayOnTopButton());
+TEST_F(AccessibilityTest, HiddenControlIsShownWhenItIsGivenKeyboardFocus) {
+    ASSERT_TRUE(eventually([this] { return window().isActive(); }));
+    setPointerOverViewer(false);
+    QAccessibleInterface *pin = QAccessible::queryAccessibleInterface(stayOnTopButton());
     ASSERT_TRUE(pin->state().invisible);
     pin->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
     EXPECT_FALSE(pin->state().invisible);
@@ -206,13 +203,13 @@ TEST_F(AccessibilityTest, HiddenControlComesWhenItIsAskedToTakeTheKeyboard) {
 }
 
 TEST_F(AccessibilityTest, PictureIsNamedAfterItsCamera) {
-    EXPECT_EQ(role(access().interactionView()), QAccessible::Graphic);
-    EXPECT_EQ(name(access().interactionView()), u"Picture of Front door"_s);
+    EXPECT_EQ(role(interactionView()), QAccessible::Graphic);
+    EXPECT_EQ(name(interactionView()), u"Picture of Front door"_s);
     delegate->selectCamera(2);
-    EXPECT_EQ(name(access().interactionView()), u"Picture of Garage"_s);
+    EXPECT_EQ(name(interactionView()), u"Picture of Garage"_s);
 }
 
-TEST(Accessibility, AmpersandOfACamerasNameIsRead) {
+TEST(Accessibility, AmpersandInACameraNameIsKept) {
     CameraPicker picker({}, nullptr);
     picker.setItems({u"Front & back"_s, u"&&"_s});
     QAccessibleInterface *menu = QAccessible::queryAccessibleInterface(&picker)->child(0);

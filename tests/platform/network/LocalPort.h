@@ -1,46 +1,43 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <cstdint>
 #include <vector>
 
 namespace lumvik::test {
 
-/// A port of an address of this machine's, bound for as long as it lives. What connects to it finds
-/// it in one of several conditions. Belongs to the network of the thread that makes it.
+/// A port that is bound to a local address while this object exists, and whose behaviour towards
+/// clients can be chosen. It belongs to the network namespace of the thread that creates it.
 class LocalPort {
   public:
     enum class Behaviour {
-        refusing,  ///< Bound, but nobody listens.
-        listening, ///< Connections are taken.
-        full,      ///< The queue of connections is full: further ones are never answered.
+        refusing,  ///< Bound but not listening.
+        listening, ///< Connections are accepted.
+        full,      ///< The backlog is full, so further connections get no answer.
     };
 
     explicit LocalPort(Behaviour behaviour, const char *address = "127.0.0.1");
-    LocalPort(const LocalPort &) = delete;
-    LocalPort &operator=(const LocalPort &) = delete;
-    ~LocalPort();
 
-    /// False where the system has no such address, or no such kind of address.
+    /// Returns false if the system has no such address or does not support its family.
     [[nodiscard]] bool isBound() const { return m_isBound; }
     [[nodiscard]] std::uint16_t port() const { return m_port; }
 
-    /// Takes the next connection; false when none comes.
+    /// Accepts the next connection. Returns false if none arrives within the deadline.
     [[nodiscard]] bool accept();
-    /// Takes and closes what has come so far, so that the queue of connections does not fill.
-    void takeAll() const;
-    /// Whether the taken connection is open and nothing was sent over it.
-    [[nodiscard]] bool peerIsSilent() const;
-    /// Whether the taken connection ends without a byte and without a reset.
-    [[nodiscard]] bool peerEnds() const;
+    /// Accepts and closes all connections so far, so that the backlog does not fill.
+    void acceptAndCloseAll() const;
+    /// Returns whether the accepted connection is open and no data has arrived over it.
+    [[nodiscard]] bool peerIsIdle() const;
+    /// Returns whether the accepted connection ends without any data and without a reset.
+    [[nodiscard]] bool peerEndsCleanly() const;
 
   private:
-    void hangUp();
-
-    int m_listener = -1;
-    int m_peer = -1;
+    FileDescriptor m_listener;
+    FileDescriptor m_peer;
     bool m_isBound = false;
     std::uint16_t m_port = 0;
-    std::vector<int> m_fillers;
+    std::vector<FileDescriptor> m_fillers;
 };
 
 } // namespace lumvik::test

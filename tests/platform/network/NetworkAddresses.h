@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-// IP addresses from their spelling.
+// Helpers that parse IP addresses.
 
 namespace lumvik::test {
 

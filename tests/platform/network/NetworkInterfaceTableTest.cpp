@@ -49,7 +49,7 @@ TEST_F(NetworkInterfaceTableTest, FollowsLinkAddressAndRemoval) {
     EXPECT_EQ(state(), NetworkState{});
 }
 
-TEST_F(NetworkInterfaceTableTest, ADeletedLinkTakesItsAddressesAndRoutesAlong) {
+TEST_F(NetworkInterfaceTableTest, DeletingALinkRemovesItsAddressesAndRoutes) {
     apply(link(2, "eth0"));
     apply(addressMessage(RTM_NEWADDR, 2, "192.0.2.2"));
     apply(routeMessage(RTM_NEWROUTE, 2, "192.0.2.1"));
@@ -57,7 +57,7 @@ TEST_F(NetworkInterfaceTableTest, ADeletedLinkTakesItsAddressesAndRoutesAlong) {
     EXPECT_EQ(state(), NetworkState{});
 }
 
-TEST_F(NetworkInterfaceTableTest, ALinkMessageKeepsTheAddresses) {
+TEST_F(NetworkInterfaceTableTest, LinkMessageKeepsTheAddresses) {
     apply(link(2, "eth0"));
     apply(addressMessage(RTM_NEWADDR, 2, "192.0.2.2"));
     apply(link(2, "lan0"));
@@ -66,27 +66,27 @@ TEST_F(NetworkInterfaceTableTest, ALinkMessageKeepsTheAddresses) {
     EXPECT_EQ(state().interfaces[0].addresses.size(), 1U);
 }
 
-TEST_F(NetworkInterfaceTableTest, ALinkMessageWithoutANameKeepsTheName) {
+TEST_F(NetworkInterfaceTableTest, LinkMessageWithoutANameKeepsTheName) {
     apply(link(2, "wlan0"));
     apply(Message(RTM_NEWLINK).with(ifinfomsg{AF_UNSPEC, 0, ARPHRD_ETHER, 2, upAndRunning, 0}));
     EXPECT_EQ(state().interfaces.at(0).name, "wlan0");
     EXPECT_TRUE(state().interfaces.at(0).isWireless);
 }
 
-TEST_F(NetworkInterfaceTableTest, AWirelessInterfaceStaysOneWhateverItsName) {
+TEST_F(NetworkInterfaceTableTest, WirelessInterfaceStaysWirelessAfterRenaming) {
     apply(link(2, "wlan0"));
     apply(link(2, "air0"));
     apply(addressMessage(RTM_NEWADDR, 2, "192.0.2.2"));
     EXPECT_EQ(signature(), wiFi);
 }
 
-TEST_F(NetworkInterfaceTableTest, APortThatLeavesABridgeIsNotADeletedLink) {
+TEST_F(NetworkInterfaceTableTest, PortLeavingABridgeIsNotADeletedLink) {
     apply(link(2, "eth0"));
     apply(Message(RTM_DELLINK).with(ifinfomsg{AF_BRIDGE, 0, ARPHRD_ETHER, 2, upAndRunning, 0}));
     EXPECT_EQ(state().interfaces.size(), 1U);
 }
 
-TEST_F(NetworkInterfaceTableTest, ABridgeIsAskedAboutAgainWhenAPortJoinsOrLeaves) {
+TEST_F(NetworkInterfaceTableTest, BridgeAttributesAreReadAgainWhenAPortJoinsOrLeaves) {
     apply(link(3, "br0"));
     apply(addressMessage(RTM_NEWADDR, 3, "192.0.2.2"));
     EXPECT_EQ(signature(), nothing);
@@ -98,7 +98,7 @@ TEST_F(NetworkInterfaceTableTest, ABridgeIsAskedAboutAgainWhenAPortJoinsOrLeaves
     EXPECT_EQ(signature(), nothing);
 }
 
-TEST_F(NetworkInterfaceTableTest, ARenewedAddressChangesNothing) {
+TEST_F(NetworkInterfaceTableTest, RenewingAnAddressChangesNothing) {
     apply(link(2, "eth0"));
     apply(addressMessage(RTM_NEWADDR, 2, "2001:db8::2"));
     const NetworkState before = state();
@@ -106,7 +106,7 @@ TEST_F(NetworkInterfaceTableTest, ARenewedAddressChangesNothing) {
     EXPECT_EQ(state(), before);
 }
 
-TEST_F(NetworkInterfaceTableTest, AnAddressCountsOnceTheKernelHasMadeSureOfIt) {
+TEST_F(NetworkInterfaceTableTest, AddressCountsOnceTheKernelHasConfirmedIt) {
     apply(link(2, "eth0"));
     apply(addressMessage(RTM_NEWADDR, 2, "2001:db8::2", IFA_F_TENTATIVE));
     EXPECT_EQ(signature(), nothing);
@@ -118,7 +118,7 @@ TEST_F(NetworkInterfaceTableTest, AnAddressCountsOnceTheKernelHasMadeSureOfIt) {
     EXPECT_EQ(signature(), ethernet);
 }
 
-TEST_F(NetworkInterfaceTableTest, BetweenTwoPointsTheOwnAddressCounts) {
+TEST_F(NetworkInterfaceTableTest, LocalAddressOfAPointToPointLinkCounts) {
     apply(link(2, "tun0"));
     apply(addressMessage(RTM_NEWADDR, 2, "192.0.2.1").withAddress(IFA_LOCAL, "169.254.0.1"));
     EXPECT_EQ(signature(), nothing);
@@ -126,12 +126,12 @@ TEST_F(NetworkInterfaceTableTest, BetweenTwoPointsTheOwnAddressCounts) {
     EXPECT_EQ(signature(), ethernet);
 }
 
-TEST_F(NetworkInterfaceTableTest, AnAddressOfAnUnknownInterfaceIsLeftAside) {
+TEST_F(NetworkInterfaceTableTest, AddressOfAnUnknownInterfaceIsIgnored) {
     apply(addressMessage(RTM_NEWADDR, 9, "192.0.2.2"));
     EXPECT_EQ(state(), NetworkState{});
 }
 
-// MARK: Routes
+// Routes
 
 TEST_F(NetworkInterfaceTableTest, FollowsADefaultRoute) {
     apply(link(2, "tun0"));
@@ -143,7 +143,7 @@ TEST_F(NetworkInterfaceTableTest, FollowsADefaultRoute) {
     EXPECT_EQ(signature(), ethernet);
 }
 
-TEST_F(NetworkInterfaceTableTest, OtherRoutesAreNone) {
+TEST_F(NetworkInterfaceTableTest, IgnoresRoutesThatAreNotDefaultRoutes) {
     const auto applyWith = [&](void (*change)(rtmsg &)) {
         rtmsg header = routeHeader(AF_INET);
         change(header);
@@ -163,7 +163,7 @@ TEST_F(NetworkInterfaceTableTest, OtherRoutesAreNone) {
     EXPECT_EQ(state().defaultRoutes.size(), 1U);
 }
 
-TEST_F(NetworkInterfaceTableTest, AReplacedRouteIsGoneWithoutAMessageOfItsOwn) {
+TEST_F(NetworkInterfaceTableTest, ReplacingARouteRemovesTheOldOne) {
     apply(routeMessage(RTM_NEWROUTE, 2, "192.0.2.1"));
     apply(routeMessage(RTM_NEWROUTE, 3, "198.51.100.1", 600));
     apply(routeMessage(RTM_NEWROUTE, 2, "fe80::1"));
@@ -175,17 +175,17 @@ TEST_F(NetworkInterfaceTableTest, AReplacedRouteIsGoneWithoutAMessageOfItsOwn) {
     EXPECT_EQ(routes[2].interfaceIndex, 4);
 }
 
-TEST_F(NetworkInterfaceTableTest, AnInterfaceThatGoesDownLosesItsRoutes) {
+TEST_F(NetworkInterfaceTableTest, InterfaceThatGoesDownLosesItsRoutes) {
     apply(link(2, "eth0"));
     apply(routeMessage(RTM_NEWROUTE, 2, "192.0.2.1"));
-    apply(link(2, "eth0", IFF_UP)); // without carrier it keeps them
+    apply(link(2, "eth0", IFF_UP)); // losing the carrier keeps the routes
     EXPECT_EQ(state().defaultRoutes.size(), 1U);
     apply(link(2, "eth0", 0));
     apply(link(2, "eth0"));
     EXPECT_EQ(signature(), nothing);
 }
 
-TEST_F(NetworkInterfaceTableTest, TheLastAddressOfVersion4TakesTheRoutesAlong) {
+TEST_F(NetworkInterfaceTableTest, RemovingTheLastIPv4AddressRemovesTheIPv4Routes) {
     apply(link(2, "eth0"));
     apply(addressMessage(RTM_NEWADDR, 2, "192.0.2.2"));
     apply(addressMessage(RTM_NEWADDR, 2, "169.254.1.1"));
@@ -199,7 +199,7 @@ TEST_F(NetworkInterfaceTableTest, TheLastAddressOfVersion4TakesTheRoutesAlong) {
     EXPECT_EQ(state().defaultRoutes[0].family, AF_INET6);
 }
 
-TEST_F(NetworkInterfaceTableTest, ARouteGoesWithTheAddressItSendsFrom) {
+TEST_F(NetworkInterfaceTableTest, RemovingTheSourceAddressOfARouteRemovesTheRoute) {
     for (const int index : {2, 3}) {
         apply(link(index, "eth"));
         apply(addressMessage(RTM_NEWADDR, static_cast<unsigned>(index), "192.0.2.2"));
@@ -207,12 +207,12 @@ TEST_F(NetworkInterfaceTableTest, ARouteGoesWithTheAddressItSendsFrom) {
     }
     apply(routeMessage(RTM_NEWROUTE, 2, "192.0.2.1").withAddress(RTA_PREFSRC, "192.0.2.2"));
     apply(addressMessage(RTM_DELADDR, 2, "192.0.2.2"));
-    EXPECT_EQ(state().defaultRoutes.size(), 1U); // the other interface still holds it
+    EXPECT_EQ(state().defaultRoutes.size(), 1U); // the other interface still has the address
     apply(addressMessage(RTM_DELADDR, 3, "192.0.2.2"));
     EXPECT_EQ(state().defaultRoutes.size(), 0U);
 }
 
-TEST_F(NetworkInterfaceTableTest, ARouteOverSeveralInterfacesCountsForEach) {
+TEST_F(NetworkInterfaceTableTest, RouteOverSeveralInterfacesCountsForEach) {
     const std::vector<char> hops = twoNextHops();
     apply(link(2, "eth0"));
     apply(link(3, "wlan0"));
@@ -228,9 +228,9 @@ TEST_F(NetworkInterfaceTableTest, ARouteOverSeveralInterfacesCountsForEach) {
     EXPECT_EQ(signature(), nothing);
 }
 
-// MARK: Lists
+// Complete lists
 
-TEST_F(NetworkInterfaceTableTest, WhatACompleteListDoesNotMentionIsGone) {
+TEST_F(NetworkInterfaceTableTest, CompleteListRemovesWhatItDoesNotContain) {
     using Listing = NetworkInterfaceTable::Listing;
     for (const int index : {2, 3}) {
         apply(link(index, "eth"));
@@ -257,7 +257,7 @@ TEST_F(NetworkInterfaceTableTest, WhatACompleteListDoesNotMentionIsGone) {
     EXPECT_EQ(state().defaultRoutes[0].gateway, bytesOf("192.0.2.9"));
 }
 
-TEST_F(NetworkInterfaceTableTest, AListThatIsBegunAgainForgetsWhatTheFirstMentioned) {
+TEST_F(NetworkInterfaceTableTest, RestartedListForgetsWhatTheFirstContained) {
     using Listing = NetworkInterfaceTable::Listing;
     apply(link(2, "eth0"));
     m_table.beginListing(Listing::links);
@@ -267,9 +267,9 @@ TEST_F(NetworkInterfaceTableTest, AListThatIsBegunAgainForgetsWhatTheFirstMentio
     EXPECT_EQ(state(), NetworkState{});
 }
 
-// MARK: Malformed messages
+// Malformed messages
 
-TEST_F(NetworkInterfaceTableTest, NoMessageThatIsCutShortIsReadPastItsEnd) {
+TEST_F(NetworkInterfaceTableTest, TruncatedMessageIsNotReadPastItsEnd) {
     const std::vector<char> hops = twoNextHops();
     apply(link(2, "eth0"));
     std::vector<Message> messages;
@@ -285,7 +285,8 @@ TEST_F(NetworkInterfaceTableTest, NoMessageThatIsCutShortIsReadPastItsEnd) {
             const auto copy = message.cutTo(length);
             NetworkInterfaceTable table = m_table;
             table.apply(*reinterpret_cast<const nlmsghdr *>(copy.get()));
-            // Between two attributes a cut cannot be told from an end; nothing else may get in.
+            // A message cut between two attributes is still valid. No data other than the original
+            // may appear.
             for (const NetworkInterface &found : table.state().interfaces) {
                 EXPECT_TRUE(found.index == 2 || found.name.empty() || found.name == "eth1");
                 for (const InterfaceAddress &held : found.addresses)

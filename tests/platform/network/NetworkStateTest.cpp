@@ -30,7 +30,7 @@ DefaultRoute route(int interfaceIndex, const char *gateway) {
 }
 
 struct Row {
-    const char *what;
+    const char *description;
     std::vector<NetworkInterface> interfaces;
     std::vector<DefaultRoute> routes;
     NetworkPathSignature expected;
@@ -70,73 +70,92 @@ NetworkInterface loopback(NetworkInterface interface) {
     });
 }
 
-TEST(NetworkPathSignature, IsReadFromWhatIsInUse) {
+TEST(NetworkPathSignature, DependsOnTheInterfacesInUse) {
     const std::vector<InterfaceAddress> none;
     const std::vector<InterfaceAddress> global = {address("192.0.2.2")};
     const std::vector<Row> rows = {
-        {"no interface at all", {}, {}, nothing},
-        {"loopback never counts", {loopback(interface(1, global))}, {}, nothing},
-        {"nor with a default route", {loopback(interface(1, none))}, {route(1, "::")}, nothing},
+        {"no interfaces", {}, {}, nothing},
+        {"loopback with an address", {loopback(interface(1, global))}, {}, nothing},
+        {"loopback with a default route",
+         {loopback(interface(1, none))},
+         {route(1, "::")},
+         nothing},
         {"a wired interface", {interface(2, global)}, {}, ethernet},
-        {"a wireless one", {wireless(interface(2, global))}, {}, wiFi},
+        {"a wireless interface", {wireless(interface(2, global))}, {}, wiFi},
         {"a tunnel", {tunnel(interface(2, global))}, {}, other},
-        {"a modem that dials",
+        {"a dial-up modem",
          {changed(interface(2, global), [](NetworkInterface &i) { i.hardwareType = ARPHRD_PPP; })},
          {},
          other},
-        {"a bridge over a cable", {bridge(interface(2, global), true)}, {}, ethernet},
-        {"a bridge of guests", {bridge(interface(2, global), false)}, {}, nothing},
-        {"a bridge of guests that is the way out",
+        {"a bridge over hardware", {bridge(interface(2, global), true)}, {}, ethernet},
+        {"a virtual bridge", {bridge(interface(2, global), false)}, {}, nothing},
+        {"a virtual bridge with a default route",
          {bridge(interface(2, global), false)},
          {route(2, "192.0.2.1")},
          ethernet},
-        {"the way out beside a bridge of guests",
+        {"a default route beside a virtual bridge",
          {wireless(interface(2, global)), bridge(interface(3, global), false)},
          {route(2, "192.0.2.1")},
          wiFi},
-        {"all kinds together",
+        {"all kinds of interface",
          {interface(2, global), wireless(interface(3, global)), tunnel(interface(4, global))},
          {},
          {.isSatisfied = true, .usesWiFi = true, .usesEthernet = true, .usesOther = true}},
         {"no carrier", {withoutCarrier(interface(2, global))}, {}, nothing},
-        {"switched off", {down(interface(2, global))}, {}, nothing},
+        {"interface down", {down(interface(2, global))}, {}, nothing},
         {"no address", {interface(2, none)}, {}, nothing},
-        {"an address of version 6", {interface(2, {address("2001:db8::2")})}, {}, ethernet},
-        {"a unique local one", {interface(2, {address("fd00::2")})}, {}, ethernet},
-        {"link-local, 4", {interface(2, {address("169.254.7.7")})}, {}, nothing},
-        {"just beside link-local, 4", {interface(2, {address("169.253.7.7")})}, {}, ethernet},
-        {"link-local, 6", {interface(2, {address("fe80::2")})}, {}, nothing},
-        {"link-local to its last bit, 6", {interface(2, {address("febf::2")})}, {}, nothing},
-        {"just beside link-local, 6", {interface(2, {address("fec0::2")})}, {}, ethernet},
-        {"loopback address, 4", {interface(2, {address("127.0.0.2")})}, {}, nothing},
-        {"loopback address, 6", {interface(2, {address("::1")})}, {}, nothing},
-        {"any address", {interface(2, {address("0.0.0.0"), address("::")})}, {}, nothing},
-        {"link-local beside a global one",
+        {"an IPv6 address", {interface(2, {address("2001:db8::2")})}, {}, ethernet},
+        {"a unique local IPv6 address", {interface(2, {address("fd00::2")})}, {}, ethernet},
+        {"a link-local IPv4 address", {interface(2, {address("169.254.7.7")})}, {}, nothing},
+        {"an IPv4 address just outside the link-local range",
+         {interface(2, {address("169.253.7.7")})},
+         {},
+         ethernet},
+        {"a link-local IPv6 address", {interface(2, {address("fe80::2")})}, {}, nothing},
+        {"an IPv6 address at the end of the link-local range",
+         {interface(2, {address("febf::2")})},
+         {},
+         nothing},
+        {"an IPv6 address just outside the link-local range",
+         {interface(2, {address("fec0::2")})},
+         {},
+         ethernet},
+        {"an IPv4 loopback address", {interface(2, {address("127.0.0.2")})}, {}, nothing},
+        {"an IPv6 loopback address", {interface(2, {address("::1")})}, {}, nothing},
+        {"the unspecified addresses",
+         {interface(2, {address("0.0.0.0"), address("::")})},
+         {},
+         nothing},
+        {"a link-local and a global address",
          {interface(2, {address("fe80::2"), address("2001:db8::2")})},
          {},
          ethernet},
-        {"only a default route", {tunnel(interface(2, none))}, {route(2, "0.0.0.0")}, other},
-        {"a default route, 6", {wireless(interface(2, none))}, {route(2, "fe80::1")}, wiFi},
-        {"a route through what has no carrier",
+        {"a default route without an address",
+         {tunnel(interface(2, none))},
+         {route(2, "0.0.0.0")},
+         other},
+        {"an IPv6 default route", {wireless(interface(2, none))}, {route(2, "fe80::1")}, wiFi},
+        {"a route through an interface without carrier",
          {withoutCarrier(interface(2, none))},
          {route(2, "192.0.2.1")},
          nothing},
-        {"a route through what is off",
+        {"a route through an interface that is down",
          {down(interface(2, none))},
          {route(2, "192.0.2.1")},
          nothing},
-        {"a route through what is not known", {}, {route(2, "192.0.2.1")}, nothing},
-        {"kinds of what is idle do not count",
+        {"a route through an unknown interface", {}, {route(2, "192.0.2.1")}, nothing},
+        {"unusable interfaces of other kinds",
          {interface(2, global), withoutCarrier(wireless(interface(3, global))),
           tunnel(interface(4, none))},
          {},
          ethernet},
     };
     for (const Row &row : rows)
-        EXPECT_EQ(networkPathSignature({row.interfaces, row.routes}), row.expected) << row.what;
+        EXPECT_EQ(networkPathSignature({row.interfaces, row.routes}), row.expected)
+            << row.description;
 }
 
-TEST(NetworkInUse, LeavesOutWhatNoConnectionDependsOn) {
+TEST(NetworkInUse, OmitsWhatNoConnectionDependsOn) {
     const NetworkState plain = {{interface(2, {address("192.0.2.2")})}, {}};
     NetworkState embellished = plain;
     embellished.interfaces[0].name = "renamed";
@@ -146,14 +165,14 @@ TEST(NetworkInUse, LeavesOutWhatNoConnectionDependsOn) {
     EXPECT_EQ(networkInUse(embellished), networkInUse(plain));
 }
 
-TEST(NetworkInUse, IsTheSameWhateverJoinsABridgeThatIsTheWayOut) {
+TEST(NetworkInUse, IsUnaffectedByThePortsOfABridgeWithADefaultRoute) {
     const NetworkInterface plain = interface(2, {address("192.0.2.2")});
     const std::vector<DefaultRoute> routes = {route(2, "192.0.2.1")};
     EXPECT_EQ(networkInUse({{bridge(plain, false)}, routes}),
               networkInUse({{bridge(plain, true)}, routes}));
 }
 
-TEST(NetworkInUse, DiffersWhenAnAddressOrARouteDoes) {
+TEST(NetworkInUse, DiffersWhenAnAddressARouteOrAnInterfaceDiffers) {
     const NetworkState plain = {{interface(2, {address("192.0.2.2")})}, {route(2, "192.0.2.1")}};
     const NetworkState otherAddress = {{interface(2, {address("192.0.2.3")})},
                                        {route(2, "192.0.2.1")}};

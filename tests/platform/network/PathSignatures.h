@@ -6,7 +6,7 @@
 
 namespace lumvik {
 
-/// For failure messages.
+/// Prints a signature in failure messages.
 inline void PrintTo(const NetworkPathSignature &signature, std::ostream *stream) {
     *stream << "satisfied " << signature.isSatisfied << ", Wi-Fi " << signature.usesWiFi
             << ", Ethernet " << signature.usesEthernet << ", other " << signature.usesOther;
@@ -14,12 +14,12 @@ inline void PrintTo(const NetworkPathSignature &signature, std::ostream *stream)
 
 namespace test {
 
-/// The signatures that the tests expect, by name.
+/// Signatures that the tests expect.
 inline constexpr NetworkPathSignature nothing{};
 inline constexpr NetworkPathSignature wiFi{.isSatisfied = true, .usesWiFi = true};
 inline constexpr NetworkPathSignature ethernet{.isSatisfied = true, .usesEthernet = true};
 inline constexpr NetworkPathSignature other{.isSatisfied = true, .usesOther = true};
-/// What is assumed where nothing can be known.
+/// The signature that is assumed if nothing can be determined.
 inline constexpr NetworkPathSignature satisfied{.isSatisfied = true};
 
 } // namespace test

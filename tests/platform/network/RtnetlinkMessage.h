@@ -15,7 +15,7 @@
 #include <memory>
 #include <vector>
 
-// The kernel's messages about its network, made by hand.
+// Builds messages like those that the kernel sends about its network.
 
 namespace lumvik::test {
 
@@ -49,8 +49,8 @@ class Message {
     }
     [[nodiscard]] nlmsghdr &header() { return *reinterpret_cast<nlmsghdr *>(m_buffer.data()); }
 
-    /// The first `length` bytes, which is also what the header then says, in memory of just that
-    /// size: the address sanitizer notices a read past the end.
+    /// Returns a copy of the first `length` bytes, with the header's length adjusted. The memory
+    /// has exactly that size, so the address sanitizer detects reads past the end.
     [[nodiscard]] std::unique_ptr<char[]> cutTo(std::uint32_t length) {
         auto copy = std::make_unique<char[]>(length);
         std::memcpy(copy.get(), m_buffer.data(), length);

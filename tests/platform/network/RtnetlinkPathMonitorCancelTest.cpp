@@ -4,7 +4,7 @@
 #include <atomic>
 #include <future>
 
-// How it ends.
+// Tests of cancelling and destroying the monitor.
 
 namespace lumvik::test {
 namespace {
@@ -32,7 +32,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, NothingIsReportedAfterCancel) {
     }
 }
 
-TEST_F(RtnetlinkPathMonitorTest, CancelWaitsForAHandlerThatRuns) {
+TEST_F(RtnetlinkPathMonitorTest, CancelWaitsForARunningHandler) {
     RtnetlinkPathMonitor monitor;
     std::promise<void> entered;
     std::promise<void> mayReturn;
@@ -51,17 +51,17 @@ TEST_F(RtnetlinkPathMonitorTest, CancelWaitsForAHandlerThatRuns) {
         monitor.cancel();
         return isFinished.load();
     });
-    // One that does not wait returns well within this.
+    // A call that does not wait returns well within this time.
     EXPECT_EQ(cancelled.wait_for(200ms), std::future_status::timeout);
     mayReturn.set_value();
     EXPECT_TRUE(cancelled.get());
 }
 
-TEST_F(RtnetlinkPathMonitorTest, CancelClosesTheSocketAndIsHarmlessAtAnyTime) {
+TEST_F(RtnetlinkPathMonitorTest, CancelClosesTheSocketAndMayBeCalledAtAnyTime) {
     drain(m_queue);
     const int before = openDescriptors();
     for (int round = 0; round < 10; ++round) {
-        makeMonitor(); // drops the one before, as it is
+        makeMonitor(); // destroys the previous monitor in its current state
         m_monitor->start(m_queue);
         if (round % 2 == 0) {
             EXPECT_FALSE(m_recorder.waitForCount(1).empty());
@@ -75,7 +75,7 @@ TEST_F(RtnetlinkPathMonitorTest, CancelClosesTheSocketAndIsHarmlessAtAnyTime) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST_F(RtnetlinkPathMonitorTest, CancelledBeforeItStartsItNeverReports) {
+TEST_F(RtnetlinkPathMonitorTest, MonitorCancelledBeforeStartNeverReports) {
     makeMonitor();
     m_monitor->cancel();
     m_monitor->start(m_queue);
@@ -85,7 +85,7 @@ TEST_F(RtnetlinkPathMonitorTest, CancelledBeforeItStartsItNeverReports) {
     m_monitor.reset();
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ADestroyedMonitorIsCancelled) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, DestructionCancelsTheMonitor) {
     plugIn();
     startAndWaitFor(ethernet);
     m_monitor.reset();

@@ -9,7 +9,7 @@
 #include <future>
 #include <thread>
 
-// What the kernel does not send, or not in time.
+// Tests of messages that the kernel fails to send or sends late.
 
 namespace lumvik::test {
 namespace {
@@ -19,8 +19,8 @@ using RtnetlinkPathMonitorNamespaceTest = RtnetlinkPathMonitorNamespaceFixture;
 
 using namespace std::chrono_literals;
 
-/// Two thousand addresses come and go while nobody reads; what does not fit into the socket is
-/// lost.
+/// Returns a shell command that adds and removes a thousand addresses faster than the monitor reads
+/// the announcements. Those that do not fit into the socket's buffer are lost.
 std::string burst() {
     return "for n in $(seq 1000); do a=10.$((n / 250)).$((n % 250)).1/32; "
            "echo addr add $a dev near; echo addr del $a dev near; done | ip -batch -; "
@@ -28,7 +28,7 @@ std::string burst() {
            "ip link set near down; ip link del near";
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, LostAnnouncementsAreMadeUpForByListingAgain) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, LostAnnouncementsCauseANewListing) {
     plugIn();
     const CapturedLog log;
     startAndWaitFor(ethernet, {.receiveBufferSize = 4096});
@@ -39,14 +39,14 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, LostAnnouncementsAreMadeUpForByListing
             .contains(QStringLiteral(
                 "Announcements of network changes were lost; listing the interfaces again.")));
 
-    // And it follows what comes after.
+    // Later changes are followed again.
     plugIn();
     EXPECT_TRUE(m_recorder.waitForLast(ethernet));
     run("ip addr del 192.0.2.2/24 dev near");
     EXPECT_TRUE(m_recorder.waitForLast(nothing));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ABurstWhileItReadsEndsWithWhatIsTrue) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, BurstOfAnnouncementsEndsWithTheCorrectState) {
     for (const int size : {0, 4096}) {
         plugIn();
         startAndWaitFor(ethernet, {.receiveBufferSize = size});
@@ -60,7 +60,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ABurstWhileItReadsEndsWithWhatIsTrue) 
     }
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ManyAddressesTakeSeveralAnswersToList) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ListOfManyAddressesInSeveralPartsIsRead) {
     plugIn();
     run("for n in $(seq 1500); do echo addr add 10.$((n / 250)).$((n % 250)).1/32 dev near; done "
         "| ip -batch -; ip addr del 192.0.2.2/24 dev near");
@@ -69,26 +69,25 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ManyAddressesTakeSeveralAnswersToList)
     EXPECT_TRUE(m_recorder.waitForLast(nothing));
 }
 
-/// A log of one line.
+/// A log that consists of one line.
 QList<LoggedLine> logged(LogLevel level, const QString &text) {
     return {{level, QStringLiteral("network"), text}};
 }
 
-/// Lets no descriptor be opened while it lives.
-class NoMoreDescriptors {
+/// Prevents the process from opening descriptors while this object exists.
+class DescriptorExhaustion {
   public:
-    NoMoreDescriptors() {
-        // Every number below the first free one is taken, and no further one is allowed.
-        const int firstFree = ::dup(STDERR_FILENO);
-        ::close(firstFree);
+    DescriptorExhaustion() {
+        // All numbers below the first free one are in use, so this limit allows no new descriptor.
+        const int firstFree = FileDescriptor(::dup(STDERR_FILENO)).get();
         m_isSet = firstFree >= 0 && ::getrlimit(RLIMIT_NOFILE, &m_before) == 0;
-        const rlimit none{.rlim_cur = static_cast<rlim_t>(firstFree),
-                          .rlim_max = m_before.rlim_max};
-        m_isSet = m_isSet && ::setrlimit(RLIMIT_NOFILE, &none) == 0;
+        const rlimit limit{.rlim_cur = static_cast<rlim_t>(firstFree),
+                           .rlim_max = m_before.rlim_max};
+        m_isSet = m_isSet && ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
     }
-    NoMoreDescriptors(const NoMoreDescriptors &) = delete;
-    NoMoreDescriptors &operator=(const NoMoreDescriptors &) = delete;
-    ~NoMoreDescriptors() {
+    DescriptorExhaustion(const DescriptorExhaustion &) = delete;
+    DescriptorExhaustion &operator=(const DescriptorExhaustion &) = delete;
+    ~DescriptorExhaustion() {
         if (m_isSet)
             ::setrlimit(RLIMIT_NOFILE, &m_before);
     }
@@ -101,15 +100,15 @@ class NoMoreDescriptors {
 
 TEST_F(RtnetlinkPathMonitorTest, WithoutASocketThePathCountsAsSatisfiedAndOneErrorIsLogged) {
 #ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "The undefined-behaviour sanitizer takes objects for invalid when it can open "
-                    "no pipe.";
+    GTEST_SKIP() << "The undefined-behaviour sanitizer reports valid objects as invalid when it "
+                    "cannot open a pipe.";
 #endif
     const CapturedLog log;
     makeMonitor();
-    drain(m_queue); // the thread has opened what it needs itself
+    drain(m_queue); // by now the thread has opened its own descriptors
     {
-        const NoMoreDescriptors none;
-        ASSERT_TRUE(none.isSet());
+        const DescriptorExhaustion exhaustion;
+        ASSERT_TRUE(exhaustion.isSet());
         m_monitor->start(m_queue);
         EXPECT_EQ(m_recorder.waitForCount(1), Updates{satisfied});
     }
@@ -119,10 +118,11 @@ TEST_F(RtnetlinkPathMonitorTest, WithoutASocketThePathCountsAsSatisfiedAndOneErr
     m_monitor->cancel();
 }
 
-/// Stands between the monitor and its socket. Used on the monitor's thread, told from any.
+/// Interferes with the monitor's reads from its socket. `receive` runs on the monitor's thread; the
+/// public variables may be used on any thread.
 class Interference {
   public:
-    std::atomic_int failures = 0; ///< How many of the next reads fail for want of memory.
+    std::atomic_int failures = 0; ///< The number of coming reads that fail with ENOMEM.
     std::atomic_bool losesLists = false;
     std::atomic_int lostLists = 0;
 
@@ -134,7 +134,7 @@ class Interference {
         }
         for (;;) {
             const ssize_t length = mnl_socket_recvfrom(socket, buffer, size);
-            // Announcements of the kernel's own carry no number.
+            // Announcements, unlike replies, have the sequence number 0.
             if (length <= 0 || !losesLists || static_cast<nlmsghdr *>(buffer)->nlmsg_seq == 0)
                 return length;
             const std::uint32_t number = static_cast<nlmsghdr *>(buffer)->nlmsg_seq;
@@ -150,10 +150,10 @@ class Interference {
     }
 
   private:
-    std::uint32_t m_lastLost = 0; // the number of the list lost last
+    std::uint32_t m_lastLost = 0; // the sequence number of the last lost list
 };
 
-bool comesTrue(const std::function<bool()> &condition) {
+bool becomesTrue(const std::function<bool()> &condition) {
     const auto end = std::chrono::steady_clock::now() + Recorder::deadline;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end)
@@ -163,7 +163,7 @@ bool comesTrue(const std::function<bool()> &condition) {
     return true;
 }
 
-TEST_F(RtnetlinkPathMonitorTest, AFailureAtTheStartIsToldOnceAndTriedAgain) {
+TEST_F(RtnetlinkPathMonitorTest, FailureAtTheStartIsLoggedOnceAndRetried) {
     const CapturedLog log;
     Interference interference;
     interference.failures = 3;
@@ -172,7 +172,7 @@ TEST_F(RtnetlinkPathMonitorTest, AFailureAtTheStartIsToldOnceAndTriedAgain) {
     const Updates updates = m_recorder.waitForCount(2);
     ASSERT_GE(updates.size(), 2U);
     EXPECT_EQ(updates[0], satisfied);
-    EXPECT_NE(updates[1], satisfied) << "no kind of interface is known of a mere guess";
+    EXPECT_NE(updates[1], satisfied) << "the second report must be based on a list";
     EXPECT_EQ(interference.failures, 0);
     EXPECT_EQ(
         log.lines(),
@@ -182,12 +182,12 @@ TEST_F(RtnetlinkPathMonitorTest, AFailureAtTheStartIsToldOnceAndTriedAgain) {
     drain(m_queue);
 }
 
-TEST_F(RtnetlinkPathMonitorTest, ListsThatTheKernelDoesNotSendAreAskedForAgain) {
+TEST_F(RtnetlinkPathMonitorTest, ListsThatTheKernelDoesNotSendAreRequestedAgain) {
     Interference interference;
     interference.losesLists = true;
     makeMonitor(interference.options());
     m_monitor->start(m_queue);
-    EXPECT_TRUE(comesTrue([&] { return interference.lostLists >= 3; }));
+    EXPECT_TRUE(becomesTrue([&] { return interference.lostLists >= 3; }));
     EXPECT_EQ(m_recorder.updates(), Updates{});
     interference.losesLists = false;
     EXPECT_FALSE(m_recorder.waitForCount(1).empty());
@@ -195,7 +195,7 @@ TEST_F(RtnetlinkPathMonitorTest, ListsThatTheKernelDoesNotSendAreAskedForAgain) 
     drain(m_queue);
 }
 
-TEST_F(RtnetlinkPathMonitorTest, AMonitorThatIsCancelledAfterAFailureIsNotOpenedAgain) {
+TEST_F(RtnetlinkPathMonitorTest, MonitorCancelledAfterAFailureIsNotReopened) {
     Interference interference;
     interference.failures = 1'000'000;
     makeMonitor(interference.options());
@@ -204,7 +204,7 @@ TEST_F(RtnetlinkPathMonitorTest, AMonitorThatIsCancelledAfterAFailureIsNotOpened
     m_monitor->cancel();
     drain(m_queue);
     const int left = interference.failures;
-    // Several times as long as it would take.
+    // Several times the reopening interval.
     EXPECT_EQ(std::async(std::launch::async,
                          [&] {
                              const auto end = std::chrono::steady_clock::now() + 200ms;
@@ -218,14 +218,14 @@ TEST_F(RtnetlinkPathMonitorTest, AMonitorThatIsCancelledAfterAFailureIsNotOpened
 }
 
 TEST_F(RtnetlinkPathMonitorNamespaceTest,
-       AfterAFailureTheLastReportStandsAndChangesAreFollowedAgain) {
+       LastReportRemainsValidAfterAFailureAndChangesAreFollowedAgain) {
     const CapturedLog log;
     Interference interference;
     plugIn();
     startAndWaitFor(ethernet, interference.options());
     interference.failures = 3;
-    run("ip link set near mtu 1400"); // gives it something to read
-    EXPECT_TRUE(comesTrue([&] { return interference.failures == 0; }));
+    run("ip link set near mtu 1400"); // causes an announcement
+    EXPECT_TRUE(becomesTrue([&] { return interference.failures == 0; }));
     EXPECT_EQ(m_recorder.updates(), Updates{});
     run("ip addr del 192.0.2.2/24 dev near");
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
@@ -240,7 +240,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest,
     drain(m_queue);
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, WhatChangesDuringAFailureIsReportedAfterIt) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ChangesDuringAFailureAreReportedAfterwards) {
     Interference interference;
     plugIn();
     startAndWaitFor(ethernet, interference.options());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PathSignatures.h"
+#include "platform/FileDescriptor.h"
 #include "platform/QueueWork.h"
 #include "platform/network/RtnetlinkPathMonitor.h"
 
@@ -28,11 +29,11 @@
 
 namespace lumvik::test {
 
-/// Collects what the monitor reports, on its thread, for the test to wait for.
+/// Collects the monitor's reports, which arrive on its thread, and lets the test wait for them.
 class Recorder {
   public:
     using Updates = std::vector<NetworkPathSignature>;
-    /// How long a slow machine may take for what takes milliseconds.
+    /// The time limit on a slow machine for operations that normally take milliseconds.
     static constexpr std::chrono::seconds deadline{20};
 
     void add(const NetworkPathSignature &signature) {
@@ -50,7 +51,7 @@ class Recorder {
         const std::lock_guard lock(m_mutex);
         m_updates.clear();
     }
-    /// All updates once there are `count` of them, or as many as came within the deadline.
+    /// Waits for `count` updates or the deadline and returns all updates.
     [[nodiscard]] Updates waitForCount(std::size_t count) {
         return waitUntil([=](const Updates &updates) { return updates.size() >= count; });
     }
@@ -73,23 +74,7 @@ class Recorder {
     Updates m_updates;
 };
 
-/// A descriptor that closes itself.
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int descriptor) : m_descriptor(descriptor) {}
-    FileDescriptor(const FileDescriptor &) = delete;
-    FileDescriptor &operator=(const FileDescriptor &) = delete;
-    ~FileDescriptor() {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    [[nodiscard]] int get() const { return m_descriptor; }
-
-  private:
-    int m_descriptor;
-};
-
-/// The exit status of a shell command, which runs in the calling thread's network namespace.
+/// Runs a shell command in the network namespace of the calling thread and returns its wait status.
 inline int shell(const std::string &command) {
     std::string text = command;
     std::string name = "sh";
@@ -106,7 +91,7 @@ inline int shell(const std::string &command) {
     return status;
 }
 
-/// Watches the network of the machine that the test runs on, whatever that is like.
+/// Monitors the network of the machine on which the test runs.
 class RtnetlinkPathMonitorFixture : public testing::Test {
   protected:
     using Updates = Recorder::Updates;
@@ -123,37 +108,39 @@ class RtnetlinkPathMonitorFixture : public testing::Test {
     std::unique_ptr<RtnetlinkPathMonitor> m_monitor;
 };
 
-/// Gives each test a network of its own: the thread that the monitor watches from moves into a new
-/// network namespace, which at first has nothing but a loopback interface that is down. A second
-/// thread changes things in there.
+/// Gives each test a network of its own: the monitor's thread moves into a new network namespace,
+/// which initially contains only a loopback interface that is down. A second thread makes changes
+/// in that namespace.
 class RtnetlinkPathMonitorNamespaceFixture : public RtnetlinkPathMonitorFixture {
   protected:
     void SetUp() override {
         const int error = runOn(m_queue, [] { return ::unshare(CLONE_NEWNET) == 0 ? 0 : errno; });
         if (error == EPERM || error == EINVAL || error == ENOSYS) {
-            GTEST_SKIP() << "A network namespace may not be made here (" << std::strerror(error)
+            GTEST_SKIP() << "A network namespace cannot be created here (" << std::strerror(error)
                          << "); run as root to include this test.";
         }
         ASSERT_EQ(error, 0) << std::strerror(error);
-        const FileDescriptor space(runOn(
+        const FileDescriptor networkNamespace(runOn(
             m_queue, [] { return ::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC); }));
-        ASSERT_EQ(runOn(m_commands, [&] { return ::setns(space.get(), CLONE_NEWNET); }), 0);
+        ASSERT_EQ(runOn(m_commands, [&] { return ::setns(networkNamespace.get(), CLONE_NEWNET); }),
+                  0);
     }
 
     void run(const std::string &command) {
         ASSERT_EQ(runOn(m_commands, [&] { return shell(command); }), 0) << command;
     }
-    /// While the command runs the monitor cannot read: it finds all that happened at once.
+    /// Runs the command on the monitor's thread. The monitor cannot read meanwhile and then finds
+    /// all changes at once.
     void runWhileTheMonitorWaits(const std::string &command) {
         ASSERT_EQ(runOn(m_queue, [&] { return shell(command); }), 0) << command;
     }
-    /// A cable: the end "near" with an address, and the end "far", both up.
+    /// Creates a virtual cable with the ends "near", which has an address, and "far". Both are up.
     void plugIn() {
         run("ip link add near type veth peer name far; ip link set near up; ip link set far up;"
             "ip addr add 192.0.2.2/24 dev near");
     }
-    /// Starts the monitor and forgets the updates until the path is as given: carrier takes a
-    /// moment to be noticed.
+    /// Starts the monitor, waits until it reports the given signature, and discards the reports so
+    /// far. Detecting the carrier takes a moment.
     void startAndWaitFor(const NetworkPathSignature &signature,
                          RtnetlinkPathMonitor::Options options = {}) {
         makeMonitor(std::move(options));
@@ -161,24 +148,24 @@ class RtnetlinkPathMonitorNamespaceFixture : public RtnetlinkPathMonitorFixture 
         ASSERT_TRUE(m_recorder.waitForLast(signature));
         m_recorder.clear();
     }
-    [[nodiscard]] bool hasVersion6() {
+    [[nodiscard]] bool hasIPv6() {
         return runOn(m_commands, [] {
                    return shell("test $(cat /proc/sys/net/ipv6/conf/all/disable_ipv6) = 0 "
                                 "2>/dev/null");
                }) == 0;
     }
-    /// A tunnel, up, with carrier as long as the descriptor is open; none where the system has no
-    /// such device, or does not let it be used.
-    [[nodiscard]] std::unique_ptr<FileDescriptor> openTunnel() {
-        auto tunnel = std::make_unique<FileDescriptor>(
+    /// Creates a tunnel that is up and has carrier while the descriptor is open. Returns no
+    /// descriptor if the system has no tunnels or does not permit them.
+    [[nodiscard]] FileDescriptor openTunnel() {
+        FileDescriptor tunnel(
             runOn(m_commands, [] { return ::open("/dev/net/tun", O_RDWR | O_CLOEXEC); }));
-        if (tunnel->get() < 0)
-            return nullptr;
+        if (!tunnel.isOpen())
+            return {};
         ifreq request{};
         std::strcpy(request.ifr_name, "tunnel");
         request.ifr_flags = IFF_TUN | IFF_NO_PI;
-        if (::ioctl(tunnel->get(), TUNSETIFF, &request) != 0)
-            return nullptr;
+        if (::ioctl(tunnel.get(), TUNSETIFF, &request) != 0)
+            return {};
         run("ip link set tunnel up");
         return tunnel;
     }

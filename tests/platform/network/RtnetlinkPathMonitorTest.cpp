@@ -2,14 +2,14 @@
 
 #include <atomic>
 
-// What is reported of a network that changes.
+// Tests of the reports about a changing network.
 
 namespace lumvik::test {
 namespace {
 
 using RtnetlinkPathMonitorNamespaceTest = RtnetlinkPathMonitorNamespaceFixture;
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ReportsOnceThatThereIsNothing) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ReportsOnceThatNothingIsConnected) {
     makeMonitor();
     m_monitor->start(m_queue);
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
@@ -18,7 +18,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ReportsOnceThatThereIsNothing) {
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, TheFirstReportKnowsAllThatIsThere) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, FirstReportIsComplete) {
     plugIn();
     startAndWaitFor(ethernet);
     RtnetlinkPathMonitor second;
@@ -30,7 +30,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, TheFirstReportKnowsAllThatIsThere) {
     second.cancel();
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ALostCarrierIsReportedAndItsReturn) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, LossAndReturnOfTheCarrierAreReported) {
     plugIn();
     run("ip route add default via 192.0.2.1");
     startAndWaitFor(ethernet);
@@ -40,7 +40,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ALostCarrierIsReportedAndItsReturn) {
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ARemovedAddressLeavesNothingToItsDefaultRoute) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, RemovedAddressMakesItsDefaultRouteUseless) {
     plugIn();
     run("ip route add default via 192.0.2.1");
     startAndWaitFor(ethernet);
@@ -50,8 +50,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ARemovedAddressLeavesNothingToItsDefau
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest,
-       AReplacedAddressIsReportedAsALossEvenWhenAllIsReadAtOnce) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ReplacedAddressIsReportedAsALossEvenIfReadAtOnce) {
     plugIn();
     run("ip route add default via 192.0.2.1");
     startAndWaitFor(ethernet);
@@ -60,7 +59,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest,
     EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, ethernet, ethernet}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ASecondInterfaceIsReportedThoughTheKindsAreTheSame) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, SecondInterfaceOfTheSameKindIsReported) {
     plugIn();
     startAndWaitFor(ethernet);
     run("ip link add bridge type bridge; ip addr add 198.51.100.2/24 dev bridge; "
@@ -71,7 +70,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ASecondInterfaceIsReportedThoughTheKin
     EXPECT_TRUE(m_recorder.waitForLast(nothing));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, WhatChangesNothingIsNotReported) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, IrrelevantChangesAreNotReported) {
     plugIn();
     startAndWaitFor(ethernet);
     run("ip addr change 192.0.2.2/24 dev near valid_lft 1000 preferred_lft 1000;"
@@ -84,8 +83,8 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, WhatChangesNothingIsNotReported) {
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, AnAddressOfVersion6CountsOnceItIsConfirmed) {
-    if (!hasVersion6())
+TEST_F(RtnetlinkPathMonitorNamespaceTest, IPv6AddressCountsOnceItIsConfirmed) {
+    if (!hasIPv6())
         GTEST_SKIP() << "this system has no IPv6";
     run("ip link add near type veth peer name far; ip link set near up; ip link set far up");
     startAndWaitFor(nothing);
@@ -95,21 +94,21 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, AnAddressOfVersion6CountsOnceItIsConfi
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{ethernet, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ATunnelIsAnotherKind) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, TunnelCountsAsAnotherKind) {
     startAndWaitFor(nothing);
     auto tunnel = openTunnel();
-    if (!tunnel)
+    if (!tunnel.isOpen())
         GTEST_SKIP() << "this system has no tunnels";
     run("ip addr add 192.0.2.2/24 dev tunnel");
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{other});
-    tunnel.reset(); // the interface goes with it
+    tunnel.reset(); // removes the interface
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{other, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ADefaultRouteIsEnough) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, DefaultRouteIsSufficient) {
     startAndWaitFor(nothing);
     const auto tunnel = openTunnel();
-    if (!tunnel)
+    if (!tunnel.isOpen())
         GTEST_SKIP() << "this system has no tunnels";
     run("ip route add default dev tunnel");
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{other});
@@ -117,12 +116,12 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ADefaultRouteIsEnough) {
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{other, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ADefaultRouteOfVersion6IsEnough) {
-    if (!hasVersion6())
+TEST_F(RtnetlinkPathMonitorNamespaceTest, IPv6DefaultRouteIsSufficient) {
+    if (!hasIPv6())
         GTEST_SKIP() << "this system has no IPv6";
     startAndWaitFor(nothing);
     const auto tunnel = openTunnel();
-    if (!tunnel)
+    if (!tunnel.isOpen())
         GTEST_SKIP() << "this system has no tunnels";
     run("ip -6 route add default dev tunnel");
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{other});
@@ -130,9 +129,9 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ADefaultRouteOfVersion6IsEnough) {
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{other, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ARenamedInterfaceStaysTheSame) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, RenamedInterfaceKeepsItsKind) {
     plugIn();
-    startAndWaitFor(wiFi, {.factsOf = [](const std::string &name) {
+    startAndWaitFor(wiFi, {.readAttributes = [](const std::string &name) {
                         return SysfsInterfaceAttributes{.isWireless = name == "near"};
                     }});
     run("ip link set near down; ip link set near name renamed; ip link set renamed up");
@@ -141,10 +140,10 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ARenamedInterfaceStaysTheSame) {
     EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, wiFi, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ABridgeOfContainersIsNoPathBesideAPulledCable) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, ContainerBridgeIsNoPathWhenTheCableIsPulled) {
     std::atomic_bool hasHardware = false;
     plugIn();
-    startAndWaitFor(ethernet, {.factsOf = [&](const std::string &name) {
+    startAndWaitFor(ethernet, {.readAttributes = [&](const std::string &name) {
                         return SysfsInterfaceAttributes{.isBridge = name == "bridge",
                                                         .bridgesHardware = hasHardware};
                     }});
@@ -153,7 +152,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ABridgeOfContainersIsNoPathBesideAPull
         "ip link set bridge up; ip link set port up; ip link set socket up");
     run("ip link set far down");
     EXPECT_EQ(m_recorder.waitForCount(1), Updates{nothing});
-    // A port that joins, itself without an address, makes the bridge a path.
+    // A port without an address of its own turns the bridge into a path.
     hasHardware = true;
     run("ip link add wire type veth peer name end; ip link set wire master bridge");
     EXPECT_EQ(m_recorder.waitForCount(2), (Updates{nothing, ethernet}));
@@ -162,7 +161,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ABridgeOfContainersIsNoPathBesideAPull
     EXPECT_EQ(m_recorder.waitForCount(3), (Updates{nothing, ethernet, nothing}));
 }
 
-TEST_F(RtnetlinkPathMonitorNamespaceTest, ADeletedInterfaceIsReported) {
+TEST_F(RtnetlinkPathMonitorNamespaceTest, DeletedInterfaceIsReported) {
     plugIn();
     startAndWaitFor(ethernet);
     run("ip link del near");

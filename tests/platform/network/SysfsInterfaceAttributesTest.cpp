@@ -11,14 +11,14 @@
 namespace lumvik::test {
 namespace {
 
-/// A folder laid out like /sys/class/net.
+/// Reads attributes from a folder laid out like /sys/class/net.
 class SysfsInterfaceAttributesTest : public testing::Test {
   protected:
     void add(const std::string &name, const std::vector<std::string> &entries) const {
         for (const std::string &entry : entries)
             std::filesystem::create_directories(folder() / name / entry);
     }
-    [[nodiscard]] SysfsInterfaceAttributes facts(const std::string &name) const {
+    [[nodiscard]] SysfsInterfaceAttributes attributes(const std::string &name) const {
         return readSysfsInterfaceAttributesIn(folder(), name);
     }
     [[nodiscard]] std::filesystem::path folder() const { return m_folder.path().toStdString(); }
@@ -27,26 +27,26 @@ class SysfsInterfaceAttributesTest : public testing::Test {
     QTemporaryDir m_folder;
 };
 
-TEST_F(SysfsInterfaceAttributesTest, ThereAreNoneWithoutAnEntry) {
+TEST_F(SysfsInterfaceAttributesTest, AttributesAreFalseWithoutEntries) {
     add("lo", {"queues"});
     for (const char *name : {"lo", "no such interface"}) {
-        EXPECT_FALSE(facts(name).isWireless) << name;
-        EXPECT_FALSE(facts(name).isBridge) << name;
+        EXPECT_FALSE(attributes(name).isWireless) << name;
+        EXPECT_FALSE(attributes(name).isBridge) << name;
     }
     EXPECT_FALSE(readSysfsInterfaceAttributes("no such interface").isWireless);
     EXPECT_FALSE(readSysfsInterfaceAttributes("lo").isBridge);
 }
 
-TEST_F(SysfsInterfaceAttributesTest, AWirelessInterfaceIsKnownByEitherEntry) {
+TEST_F(SysfsInterfaceAttributesTest, EitherEntryIdentifiesAWirelessInterface) {
     add("wlan0", {"device", "phy80211"});
     add("ath0", {"device", "wireless"});
     add("eth0", {"device"});
-    EXPECT_TRUE(facts("wlan0").isWireless);
-    EXPECT_TRUE(facts("ath0").isWireless);
-    EXPECT_FALSE(facts("eth0").isWireless);
+    EXPECT_TRUE(attributes("wlan0").isWireless);
+    EXPECT_TRUE(attributes("ath0").isWireless);
+    EXPECT_FALSE(attributes("eth0").isWireless);
 }
 
-TEST_F(SysfsInterfaceAttributesTest, ABridgeIsOverHardwareWhenAPortIsOrStandsOnADevice) {
+TEST_F(SysfsInterfaceAttributesTest, BridgeIsOverHardwareIfAPortIsOrUsesADevice) {
     add("eth0", {"device"});
     add("veth1", {"queues"});
     add("bond0", {"lower_eth0"});
@@ -54,7 +54,7 @@ TEST_F(SysfsInterfaceAttributesTest, ABridgeIsOverHardwareWhenAPortIsOrStandsOnA
     const struct {
         const char *name;
         std::vector<std::string> entries;
-        bool isOverHardware;
+        bool bridgesHardware;
     } rows[] = {
         {"empty", {"bridge", "brif"}, false},
         {"guests", {"bridge", "brif/veth1", "lower_veth1"}, false},
@@ -65,11 +65,11 @@ TEST_F(SysfsInterfaceAttributesTest, ABridgeIsOverHardwareWhenAPortIsOrStandsOnA
     };
     for (const auto &row : rows) {
         add(row.name, row.entries);
-        EXPECT_TRUE(facts(row.name).isBridge) << row.name;
-        EXPECT_EQ(facts(row.name).bridgesHardware, row.isOverHardware) << row.name;
+        EXPECT_TRUE(attributes(row.name).isBridge) << row.name;
+        EXPECT_EQ(attributes(row.name).bridgesHardware, row.bridgesHardware) << row.name;
     }
-    EXPECT_FALSE(facts("eth0").isBridge);
-    EXPECT_FALSE(facts("bond0").isBridge);
+    EXPECT_FALSE(attributes("eth0").isBridge);
+    EXPECT_FALSE(attributes("bond0").isBridge);
 }
 
 } // namespace

@@ -17,7 +17,7 @@
 
 namespace lumvik {
 
-/// For failure messages.
+/// Prints a state in failure messages.
 inline void PrintTo(NetworkConnection::State state, std::ostream *stream) {
     static constexpr const char *names[] = {"preparing", "waiting", "failed", "ready", "cancelled"};
     *stream << names[static_cast<int>(state)];
@@ -25,12 +25,13 @@ inline void PrintTo(NetworkConnection::State state, std::ostream *stream) {
 
 namespace test {
 
-/// What a connection reports, readable from any thread.
+/// Collects the states that a connection reports. Readable on any thread.
 class Reports {
   public:
     using State = NetworkConnection::State;
     using States = std::vector<State>;
-    /// How long a slow machine may take for what takes milliseconds; in milliseconds itself.
+    /// The time limit on a slow machine, in milliseconds, for operations that normally take
+    /// milliseconds.
     static constexpr int deadline = 20'000;
 
     [[nodiscard]] NetworkConnection::StateUpdateHandler handler() {
@@ -47,7 +48,7 @@ class Reports {
         const States all = states();
         return !all.empty() && all.back() == state;
     }
-    [[nodiscard]] bool comeTo(State state) const {
+    [[nodiscard]] bool reach(State state) const {
         return QTest::qWaitFor([&] { return endWith(state); }, deadline);
     }
 
@@ -56,7 +57,7 @@ class Reports {
     States m_states;
 };
 
-/// Connections from a queue of the test's own, which end before it.
+/// Runs connections on a queue of the test's own, which outlives them.
 class TcpConnectionFixture : public testing::Test {
   protected:
     using State = Reports::State;

@@ -9,14 +9,14 @@
 #include <chrono>
 #include <future>
 
-// The handler: where it runs, and what may be done meanwhile.
+// Tests of the handler: its thread, its removal, and what it may do.
 
 namespace lumvik::test {
 namespace {
 
 using TcpConnectionTest = TcpConnectionFixture;
 
-TEST_F(TcpConnectionTest, TheHandlerRunsOnTheQueue) {
+TEST_F(TcpConnectionTest, HandlerRunsOnTheQueue) {
     const LocalPort port(LocalPort::Behaviour::listening);
     std::atomic<void *> queueThread = nullptr;
     queue.async([&] { queueThread = QThread::currentThread(); });
@@ -32,21 +32,21 @@ TEST_F(TcpConnectionTest, TheHandlerRunsOnTheQueue) {
     EXPECT_EQ(elsewhere, 0);
 }
 
-TEST_F(TcpConnectionTest, AHandlerThatWasRemovedIsNotBegunAnyMore) {
+TEST_F(TcpConnectionTest, RemovedHandlerIsNotCalledAgain) {
     const LocalPort port(LocalPort::Behaviour::listening);
-    std::atomic_int begunTooLate = 0;
-    std::atomic_int begunAtAll = 0;
+    std::atomic_int callsAfterRemoval = 0;
+    std::atomic_int calls = 0;
     for (int n = 0; n < 500; ++n) {
         const auto removed = std::make_shared<std::atomic_bool>(false);
         const auto begun = std::make_shared<std::atomic_bool>(false);
         TcpConnection connection(loopback, port.port());
         connection.setStateUpdateHandler([&, removed, begun](State) {
             *begun = true;
-            ++begunAtAll;
-            begunTooLate += removed->load() ? 1 : 0;
+            ++calls;
+            callsAfterRemoval += removed->load() ? 1 : 0;
         });
         connection.start(queue);
-        // Removed at once, or after a while that grows, or as soon as it has begun.
+        // The handler is removed at once, after a growing delay, or as soon as it has started.
         const QDeadlineTimer latest(n % 3 == 2 ? deadline : 0);
         for (int spin = 0; n % 3 != 0 && !*begun; ++spin) {
             if (latest.hasExpired() && spin >= n * 20)
@@ -57,11 +57,11 @@ TEST_F(TcpConnectionTest, AHandlerThatWasRemovedIsNotBegunAnyMore) {
         connection.cancel();
     }
     drain(queue);
-    EXPECT_EQ(begunTooLate, 0);
-    EXPECT_GT(begunAtAll, 100);
+    EXPECT_EQ(callsAfterRemoval, 0);
+    EXPECT_GT(calls, 100);
 }
 
-TEST_F(TcpConnectionTest, RemovingTheHandlerWaitsUntilItHasReturned) {
+TEST_F(TcpConnectionTest, RemovingTheHandlerWaitsForARunningCall) {
     const LocalPort port(LocalPort::Behaviour::listening);
     std::atomic_bool running = false;
     std::promise<void> mayReturn;
@@ -79,13 +79,13 @@ TEST_F(TcpConnectionTest, RemovingTheHandlerWaitsUntilItHasReturned) {
         connection.setStateUpdateHandler({});
         return returned.load();
     });
-    // A removal that does not wait is over well within this.
+    // A removal that does not wait returns well within this time.
     EXPECT_EQ(removed.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
     mayReturn.set_value();
     EXPECT_TRUE(removed.get());
 }
 
-TEST_F(TcpConnectionTest, CancellingDoesNotWaitForTheHandler) {
+TEST_F(TcpConnectionTest, CancelDoesNotWaitForTheHandler) {
     const LocalPort port(LocalPort::Behaviour::listening);
     std::atomic_bool running = false;
     std::atomic_bool mayReturn = false;
@@ -106,7 +106,7 @@ TEST_F(TcpConnectionTest, CancellingDoesNotWaitForTheHandler) {
     drain(queue);
 }
 
-TEST_F(TcpConnectionTest, TheHandlerMayRemoveItselfAndCancel) {
+TEST_F(TcpConnectionTest, HandlerMayRemoveItselfAndCancel) {
     const LocalPort port(LocalPort::Behaviour::listening);
     std::atomic_int calls = 0;
     TcpConnection connection(loopback, port.port());
@@ -121,7 +121,7 @@ TEST_F(TcpConnectionTest, TheHandlerMayRemoveItselfAndCancel) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(TcpConnectionTest, TheLastReferenceMayBeDroppedByTheHandler) {
+TEST_F(TcpConnectionTest, HandlerMayDropTheLastReference) {
     const LocalPort port(LocalPort::Behaviour::listening);
     auto *owner =
         new std::shared_ptr<TcpConnection>(std::make_shared<TcpConnection>(loopback, port.port()));

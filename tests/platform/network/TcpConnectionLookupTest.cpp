@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <string>
 
-// Hosts that are given by name.
+// Tests with hosts given by name.
 
 namespace lumvik::test {
 namespace {
@@ -24,7 +24,7 @@ using testing::ElementsAre;
 TEST_F(TcpConnectionTest, ConnectsToAName) {
     LocalPort port(LocalPort::Behaviour::listening);
     const auto connection = started(QStringLiteral("localhost"), port.port());
-    EXPECT_TRUE(reports.comeTo(State::ready));
+    EXPECT_TRUE(reports.reach(State::ready));
     EXPECT_TRUE(port.accept());
 }
 
@@ -32,21 +32,21 @@ TEST_F(TcpConnectionTest, FailsWhenTheNameDoesNotExist) {
     const auto connection =
         started(QStringLiteral("absent.example"), 554,
                 [](const std::string &, int) { return tl::unexpected(LookupError::noSuchName); });
-    EXPECT_TRUE(reports.comeTo(State::failed));
+    EXPECT_TRUE(reports.reach(State::failed));
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::failed));
 }
 
-TEST_F(TcpConnectionTest, WaitsWhileNoNameServerCanBeAskedAndConnectsOnceOneAnswers) {
+TEST_F(TcpConnectionTest, WaitsWhileNoNameServerIsReachableAndThenConnects) {
     LocalPort port(LocalPort::Behaviour::listening);
     const auto asked = std::make_shared<std::atomic_int>(0);
     const auto connection = started(QStringLiteral("camera.example"), 554,
                                     [asked, answer = numericalAddresses(loopback, port.port())](
                                         const std::string &, int) -> LookupResult {
                                         if (++*asked < 3)
-                                            return tl::unexpected(LookupError::notNow);
+                                            return tl::unexpected(LookupError::temporary);
                                         return answer;
                                     });
-    EXPECT_TRUE(reports.comeTo(State::ready));
+    EXPECT_TRUE(reports.reach(State::ready));
     EXPECT_TRUE(port.accept());
     EXPECT_EQ(*asked, 3);
     const States states = reports.states();
@@ -54,23 +54,23 @@ TEST_F(TcpConnectionTest, WaitsWhileNoNameServerCanBeAskedAndConnectsOnceOneAnsw
     EXPECT_EQ(std::count(states.begin(), states.end(), State::waiting), 1);
 }
 
-TEST(HostLookup, OnlyAServerThatIsOutOfReachIsWorthAskingAgain) {
-    EXPECT_EQ(lookupError(EAI_AGAIN), LookupError::notNow);
+TEST(HostLookup, OnlyAnUnreachableNameServerIsATemporaryError) {
+    EXPECT_EQ(lookupError(EAI_AGAIN), LookupError::temporary);
     for (const int number : {EAI_NONAME, EAI_FAIL, EAI_FAMILY, EAI_MEMORY, EAI_SYSTEM})
         EXPECT_EQ(lookupError(number), LookupError::noSuchName) << number;
 }
 
-TEST_F(TcpConnectionTest, FailsWhenTheNameIsNone) {
+TEST_F(TcpConnectionTest, FailsWhenTheNameIsInvalid) {
     for (const QString &host : {QString(), QStringLiteral("a..b"), QStringLiteral("a b")}) {
         Reports ownReports;
         TcpConnection connection(host, 554);
         connection.setStateUpdateHandler(ownReports.handler());
         connection.start(queue);
-        EXPECT_TRUE(ownReports.comeTo(State::failed)) << qPrintable(host);
+        EXPECT_TRUE(ownReports.reach(State::failed)) << qPrintable(host);
     }
 }
 
-TEST_F(TcpConnectionTest, AsksTheResolverForAnInternationalNameInAscii) {
+TEST_F(TcpConnectionTest, PassesAnInternationalNameToTheResolverInAscii) {
     std::mutex mutex;
     std::string asked;
     const auto connection =
@@ -79,7 +79,7 @@ TEST_F(TcpConnectionTest, AsksTheResolverForAnInternationalNameInAscii) {
             asked = name + ' ' + std::to_string(port);
             return std::vector<SocketAddress>();
         });
-    ASSERT_TRUE(reports.comeTo(State::failed));
+    ASSERT_TRUE(reports.reach(State::failed));
     const std::scoped_lock lock(mutex);
     EXPECT_EQ(asked, "xn--kamera-tr-x9a.example 8554");
 }
@@ -92,7 +92,7 @@ TEST_F(TcpConnectionTest, TriesEachAddressOfANameUntilOneConnects) {
             return std::vector{numericalAddresses(loopback, refusing.port()).at(0),
                                numericalAddresses(loopback, listening.port()).at(0)};
         });
-    EXPECT_TRUE(reports.comeTo(State::ready));
+    EXPECT_TRUE(reports.reach(State::ready));
     EXPECT_TRUE(listening.accept());
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::ready));
 }
@@ -103,34 +103,34 @@ TEST_F(TcpConnectionTest, FailsWhenNoAddressOfANameConnects) {
         started(QStringLiteral("two.example"), 554, [&](const std::string &, int) {
             return std::vector(2, numericalAddresses(loopback, port.port()).at(0));
         });
-    EXPECT_TRUE(reports.comeTo(State::failed));
+    EXPECT_TRUE(reports.reach(State::failed));
 }
 
-TEST_F(TcpConnectionTest, WaitsWhereTheSystemDoesNotKnowTheKindOfAddress) {
+TEST_F(TcpConnectionTest, WaitsIfTheSystemDoesNotSupportTheAddressFamily) {
     SocketAddress address = numericalAddresses(loopback, 554).at(0);
-    address.storage.ss_family = AF_MAX; // as good as IPv6 where that is not built in
+    address.storage.ss_family = AF_MAX; // rejected just like IPv6 on a system without it
     const auto connection =
         started(QStringLiteral("six.example"), 554,
                 [address](const std::string &, int) { return std::vector{address}; });
-    EXPECT_TRUE(reports.comeTo(State::waiting));
+    EXPECT_TRUE(reports.reach(State::waiting));
 }
 
-TEST_F(TcpConnectionTest, CancelsWithoutWaitingForALookupThatHangs) {
+TEST_F(TcpConnectionTest, CancelsWithoutWaitingForAHangingLookup) {
     const HangingResolver hanging;
     const LocalPort port(LocalPort::Behaviour::listening);
     auto connection = started(QStringLiteral("slow.example"), 554,
                               hanging.resolver(numericalAddresses(loopback, port.port())));
     ASSERT_TRUE(hanging.waitUntilAsked());
     connection->cancel();
-    EXPECT_TRUE(reports.comeTo(State::cancelled));
+    EXPECT_TRUE(reports.reach(State::cancelled));
     connection.reset();
-    // The late answer finds nobody.
+    // The late result must be ignored.
     EXPECT_TRUE(hanging.letGo());
     drain(queue);
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::cancelled));
 }
 
-TEST_F(TcpConnectionTest, ALookupMayOutliveTheQueue) {
+TEST_F(TcpConnectionTest, LookupMayOutliveTheQueue) {
     const HangingResolver hanging;
     {
         SerialQueue shortLived(QStringLiteral("short"));
@@ -141,18 +141,18 @@ TEST_F(TcpConnectionTest, ALookupMayOutliveTheQueue) {
     EXPECT_TRUE(hanging.letGo());
 }
 
-TEST_F(TcpConnectionTest, ALookupThatHangsHoldsNoOtherOfTheSameName) {
+TEST_F(TcpConnectionTest, HangingLookupDoesNotBlockAnotherOfTheSameName) {
     const HangingResolver hanging;
     TcpConnection first(QStringLiteral("localhost"), 554, hanging.resolver());
     first.start(queue);
     ASSERT_TRUE(hanging.waitUntilAsked());
     const LocalPort port(LocalPort::Behaviour::listening);
     const auto second = started(QStringLiteral("localhost"), port.port());
-    EXPECT_TRUE(reports.comeTo(State::ready));
+    EXPECT_TRUE(reports.reach(State::ready));
     EXPECT_TRUE(hanging.letGo());
 }
 
-TEST_F(TcpConnectionTest, LookupsThatHangDoNotPileUpAndLaterOnesComeToTheirTurn) {
+TEST_F(TcpConnectionTest, HangingLookupsAreLimitedAndLaterOnesFollow) {
     const HangingResolver hanging;
     for (int n = 0; n < 1000; ++n) {
         TcpConnection connection(QStringLiteral("slow.example"), 554, hanging.resolver());
@@ -162,14 +162,14 @@ TEST_F(TcpConnectionTest, LookupsThatHangDoNotPileUpAndLaterOnesComeToTheirTurn)
     ASSERT_TRUE(hanging.waitUntilAsked());
     const LocalPort port(LocalPort::Behaviour::listening);
     const auto connection = started(QStringLiteral("localhost"), port.port());
-    ASSERT_TRUE(reports.comeTo(State::preparing));
+    ASSERT_TRUE(reports.reach(State::preparing));
     EXPECT_FALSE(reports.endWith(State::ready));
     EXPECT_LE(hanging.asked(), lookupLimit);
     EXPECT_TRUE(hanging.letGo());
-    EXPECT_TRUE(reports.comeTo(State::ready));
+    EXPECT_TRUE(reports.reach(State::ready));
 }
 
-TEST_F(TcpConnectionTest, TheProcessEndsWhileALookupHangs) {
+TEST_F(TcpConnectionTest, ProcessExitsWhileALookupHangs) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     QElapsedTimer elapsed;
     elapsed.start();

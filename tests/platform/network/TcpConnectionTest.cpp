@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-// Hosts at hand, given by number.
+// Tests with local hosts given by numerical address.
 
 namespace lumvik::test {
 namespace {
@@ -12,26 +12,26 @@ using TcpConnectionTest = TcpConnectionFixture;
 
 using testing::ElementsAre;
 
-TEST_F(TcpConnectionTest, IsReadyWhenTheHostListensAndSendsNothing) {
+TEST_F(TcpConnectionTest, BecomesReadyWhenTheHostListensAndSendsNothing) {
     LocalPort port(LocalPort::Behaviour::listening);
     const auto connection = started(loopback, port.port());
-    ASSERT_TRUE(reports.comeTo(State::ready));
+    ASSERT_TRUE(reports.reach(State::ready));
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::ready));
     ASSERT_TRUE(port.accept());
-    EXPECT_TRUE(port.peerIsSilent());
+    EXPECT_TRUE(port.peerIsIdle());
     connection->cancel();
-    EXPECT_TRUE(port.peerEnds());
-    EXPECT_TRUE(reports.comeTo(State::cancelled));
+    EXPECT_TRUE(port.peerEndsCleanly());
+    EXPECT_TRUE(reports.reach(State::cancelled));
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::ready, State::cancelled));
 }
 
-TEST_F(TcpConnectionTest, EndsTheConnectionWhenItIsDestroyedAndReportsNothingMore) {
+TEST_F(TcpConnectionTest, DestructionClosesTheConnectionAndReportsNothing) {
     LocalPort port(LocalPort::Behaviour::listening);
     auto connection = started(loopback, port.port());
-    ASSERT_TRUE(reports.comeTo(State::ready));
+    ASSERT_TRUE(reports.reach(State::ready));
     ASSERT_TRUE(port.accept());
     connection.reset();
-    EXPECT_TRUE(port.peerEnds());
+    EXPECT_TRUE(port.peerEndsCleanly());
     drain(queue);
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::ready));
 }
@@ -39,7 +39,7 @@ TEST_F(TcpConnectionTest, EndsTheConnectionWhenItIsDestroyedAndReportsNothingMor
 TEST_F(TcpConnectionTest, FailsWhenTheHostRefuses) {
     const LocalPort port(LocalPort::Behaviour::refusing);
     const auto connection = started(loopback, port.port());
-    ASSERT_TRUE(reports.comeTo(State::failed));
+    ASSERT_TRUE(reports.reach(State::failed));
     connection->cancel();
     drain(queue);
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::failed));
@@ -50,21 +50,21 @@ TEST_F(TcpConnectionTest, ConnectsOverIPv6WithoutBrackets) {
     if (!port.isBound())
         GTEST_SKIP() << "this system has no IPv6";
     const auto connection = started(QStringLiteral("::1"), port.port());
-    EXPECT_TRUE(reports.comeTo(State::ready));
+    EXPECT_TRUE(reports.reach(State::ready));
     EXPECT_TRUE(port.accept());
 }
 
-TEST_F(TcpConnectionTest, StaysPreparingWhileNobodyAnswers) {
+TEST_F(TcpConnectionTest, StaysPreparingWhileTheHostDoesNotAnswer) {
     const LocalPort port(LocalPort::Behaviour::full);
     const auto connection = started(loopback, port.port());
-    ASSERT_TRUE(reports.comeTo(State::preparing));
+    ASSERT_TRUE(reports.reach(State::preparing));
     EXPECT_FALSE(QTest::qWaitFor([&] { return reports.states().size() > 1; }, 700));
     connection->cancel();
-    EXPECT_TRUE(reports.comeTo(State::cancelled));
+    EXPECT_TRUE(reports.reach(State::cancelled));
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::cancelled));
 }
 
-TEST_F(TcpConnectionTest, CancelledBeforeTheStartItNeverConnects) {
+TEST_F(TcpConnectionTest, ConnectionCancelledBeforeStartNeverConnects) {
     LocalPort port(LocalPort::Behaviour::listening);
     TcpConnection connection(loopback, port.port());
     connection.setStateUpdateHandler(reports.handler());
@@ -74,7 +74,7 @@ TEST_F(TcpConnectionTest, CancelledBeforeTheStartItNeverConnects) {
     EXPECT_TRUE(reports.states().empty());
 }
 
-TEST_F(TcpConnectionTest, AThousandConnectionsLeaveNoDescriptor) {
+TEST_F(TcpConnectionTest, ThousandConnectionsLeaveNoDescriptorOpen) {
     LocalPort listening(LocalPort::Behaviour::listening);
     const LocalPort refusing(LocalPort::Behaviour::refusing);
     const LocalPort full(LocalPort::Behaviour::full);
@@ -90,7 +90,7 @@ TEST_F(TcpConnectionTest, AThousandConnectionsLeaveNoDescriptor) {
             drain(queue);
         connection.cancel();
         drain(queue);
-        listening.takeAll();
+        listening.acceptAndCloseAll();
     }
     drain(queue);
     EXPECT_EQ(openDescriptors(), before);

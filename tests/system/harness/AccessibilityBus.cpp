@@ -14,10 +14,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto startDeadline = 30s;
-constexpr auto answerDeadline = 30s;
+constexpr auto busStartDeadline = 30s;
+constexpr auto busAnswerDeadline = 30s;
 
-/// Whether the service answers that it has a bus for assistive technology.
+/// Whether the service reports a bus for assistive technology.
 bool serviceHasBus(const QString &sessionBus) {
     const QString name = QStringLiteral("accessibility-bus-test");
     bool hasBus = false;
@@ -40,7 +40,7 @@ AccessibilityBus::AccessibilityBus(const TestDesktop &desktop) : m_desktop(deskt
 QProcessEnvironment AccessibilityBus::environment() const {
     QProcessEnvironment environment = m_desktop.environment();
     environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
-    // The bus that the service starts has its socket here.
+    // The service creates the socket of its bus here.
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtimeFolder.path());
     environment.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
     return environment;
@@ -53,7 +53,7 @@ testing::AssertionResult AccessibilityBus::start() {
                                               {QStringLiteral("--launch-immediately")});
         !started)
         return started;
-    if (eventually(startDeadline, [this] { return serviceHasBus(m_bus.address()); }))
+    if (eventually(busStartDeadline, [this] { return serviceHasBus(m_bus.address()); }))
         return testing::AssertionSuccess();
     return testing::AssertionFailure()
            << "the accessibility bus " << m_service->stateDescription().toStdString() << "\n"
@@ -61,7 +61,7 @@ testing::AssertionResult AccessibilityBus::start() {
 }
 
 ViewerProcess::Variables AccessibilityBus::viewerVariables() const {
-    // Without a desktop's settings nobody says that assistive technology is in use.
+    // There are no desktop settings that report assistive technology as being in use.
     return {{QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address()},
             {QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1")}};
 }
@@ -75,11 +75,11 @@ testing::AssertionResult AccessibilityReader::lookAt(qint64 processId, ReaderMem
     QStringList arguments{QStringLiteral(LUMVIK_ACCESSIBILITY_READER), QString::number(processId)};
     if (memory == ReaderMemory::remembers)
         arguments.append(QStringLiteral("--remember"));
-    // The system's Python, which has the system's packages.
+    // The system's Python has access to the system's packages.
     if (const auto started = m_process.start(QStringLiteral("/usr/bin/python3"), arguments);
         !started)
         return started;
-    if (eventually(startDeadline, [this] { return !m_process.standardOutput().isEmpty(); })) {
+    if (eventually(busStartDeadline, [this] { return !m_process.standardOutput().isEmpty(); })) {
         m_answers = 1;
         return testing::AssertionSuccess();
     }
@@ -92,7 +92,7 @@ QJsonObject AccessibilityReader::ask(const QJsonArray &command) {
     const QByteArray line = QJsonDocument(command).toJson(QJsonDocument::Compact);
     m_process.writeLine(line);
     const bool hasAnswered = eventually(
-        answerDeadline, [this] { return m_process.standardOutput().size() > m_answers; });
+        busAnswerDeadline, [this] { return m_process.standardOutput().size() > m_answers; });
     EXPECT_TRUE(hasAnswered) << "no answer to " << line.toStdString() << "\n"
                              << m_process.standardError().join(u'\n').toStdString();
     if (!hasAnswered)

@@ -16,41 +16,41 @@ namespace lumvik::test {
 
 class TestDesktop;
 
-/// What a reader knows of the program it looks at: what it asks for each time, or what it was told
-/// once and the news since, as screen readers do.
+/// How a reader gets its information about a program: by asking each time, or from a cache that it
+/// updates from events, as screen readers do.
 enum class ReaderMemory { none, remembers };
 
-/// A program that looks at another one as a screen reader does (accessibility.py). Main thread
+/// A process that inspects another program as a screen reader does (accessibility.py). Main thread
 /// only.
 class AccessibilityReader {
   public:
     explicit AccessibilityReader(const QProcessEnvironment &environment);
 
-    /// Begins to look at a program, which must run.
+    /// Starts to inspect a program, which must be running.
     [[nodiscard]] testing::AssertionResult lookAt(qint64 processId, ReaderMemory memory);
-    /// Gives a command (see accessibility.py) and waits for its answer. A refusal, such as that
-    /// there is no such object, is an object with "error".
+    /// Sends a command (see accessibility.py) and waits for the reply. An error, such as a missing
+    /// object, is reported as an object with the key "error".
     [[nodiscard]] QJsonObject ask(const QJsonArray &command);
 
   private:
     ChildProcess m_process;
-    qsizetype m_answers = 0; // how many lines of the process have been read
+    qsizetype m_answers = 0; // the number of lines read from the process
 };
 
-/// A session bus of a test's own with the service for assistive technology on it (AT-SPI). Main
-/// thread only; must not outlive its desktop.
+/// A private session bus with the accessibility service AT-SPI. Main thread only. Must not outlive
+/// its desktop.
 class AccessibilityBus {
   public:
     explicit AccessibilityBus(const TestDesktop &desktop);
 
-    /// Whether there is a message bus at all on this machine.
+    /// Whether a message bus can be started on this machine.
     [[nodiscard]] bool isPossible() const { return m_bus.isRunning(); }
-    /// Starts the service and waits until it is there.
+    /// Starts the service and waits until it is available.
     [[nodiscard]] testing::AssertionResult start();
-    /// What a viewer needs in its environment to be seen here.
+    /// The environment variables that make a viewer visible on this bus.
     [[nodiscard]] ViewerProcess::Variables viewerVariables() const;
 
-    /// What programs need that look at others here.
+    /// The environment for programs that inspect others on this bus.
     [[nodiscard]] QProcessEnvironment environment() const;
 
   private:

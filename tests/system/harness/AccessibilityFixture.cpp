@@ -15,7 +15,7 @@ void AccessibilityFixture::SetUp() {
         GTEST_SKIP() << "there is no dbus-daemon";
     ASSERT_TRUE(bus->start());
 
-    // A calm picture: a busy viewer answers a reader's many small questions slowly.
+    // Few frames per second, because a busy viewer replies slowly to a reader's many small queries.
     CameraSetup first;
     first.size = QSize(320, 180);
     first.framesPerSecond = 5;
@@ -41,11 +41,11 @@ void AccessibilityFixture::startViewerAndReader() {
 }
 
 void AccessibilityFixture::startRememberingReader() {
-    // The toolkit takes the keyboard back only from what it has told of since somebody listens.
+    // Qt reports a loss of focus only for objects that it has announced since a client listens.
     keyboard.press(QStringLiteral("Tab"));
     keyboard.press(QStringLiteral("Escape"));
-    ASSERT_TRUE(tells(QStringLiteral("object:state-changed:focused"), QStringLiteral("frame"),
-                      QStringLiteral("Lumvik")));
+    ASSERT_TRUE(isAnnounced(QStringLiteral("object:state-changed:focused"), QStringLiteral("frame"),
+                            QStringLiteral("Lumvik")));
     ASSERT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
     rememberingReader = std::make_unique<AccessibilityReader>(bus->environment());
     ASSERT_TRUE(rememberingReader->lookAt(viewer->process().processId(), ReaderMemory::remembers));
@@ -89,8 +89,8 @@ void AccessibilityFixture::act(const QString &role, const QString &name, const Q
         << QJsonDocument(answer).toJson(QJsonDocument::Compact).toStdString();
 }
 
-testing::AssertionResult AccessibilityFixture::tells(const QString &kind, const QString &role,
-                                                     const QString &name, int detail) {
+testing::AssertionResult AccessibilityFixture::isAnnounced(const QString &kind, const QString &role,
+                                                           const QString &name, int detail) {
     QString seen;
     const bool told = eventually(20s, [&] {
         const QJsonArray events =
@@ -106,10 +106,10 @@ testing::AssertionResult AccessibilityFixture::tells(const QString &kind, const 
     });
     if (told)
         return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "what was told: " << seen.toStdString();
+    return testing::AssertionFailure() << "events: " << seen.toStdString();
 }
 
-void AccessibilityFixture::forgetEvents() {
+void AccessibilityFixture::discardEvents() {
     (void)reader->ask({QStringLiteral("events")});
 }
 
@@ -121,7 +121,7 @@ QString AccessibilityFixture::wholeTree(ReaderMemory memory) const {
                           : QString::fromUtf8(QJsonDocument(tree).toJson(QJsonDocument::Indented));
 }
 
-testing::AssertionResult AccessibilityFixture::newsIsComplete() const {
+testing::AssertionResult AccessibilityFixture::cacheIsUpToDate() const {
     QString is;
     QString known;
     if (eventually(10s, [&] {
@@ -137,7 +137,8 @@ testing::AssertionResult AccessibilityFixture::newsIsComplete() const {
         ++line;
     return testing::AssertionFailure()
            << "it is\n"
-           << lines.mid(qMax(0, line - 12), 24).join(u'\n').toStdString() << "\nbut is known as\n"
+           << lines.mid(qMax(0, line - 12), 24).join(u'\n').toStdString()
+           << "\nbut the cache contains\n"
            << knownLines.mid(qMax(0, line - 12), 24).join(u'\n').toStdString();
 }
 

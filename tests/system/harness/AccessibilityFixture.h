@@ -9,8 +9,8 @@
 
 namespace lumvik::test {
 
-/// Whole-program tests that look at the viewer through AT-SPI, as a screen reader does, with three
-/// cameras in its list, of which the first two run and the first has a password.
+/// Whole-program tests that inspect the viewer through AT-SPI, as a screen reader does. Its list
+/// contains three cameras. The first two run, and the first one has a password.
 class AccessibilityFixture : public EditorFixture {
   protected:
     static inline const QString password = QStringLiteral("s3cret-word");
@@ -20,30 +20,30 @@ class AccessibilityFixture : public EditorFixture {
     /// Starts the viewer and the reader and waits for the first camera's picture.
     void startViewerAndReader();
 
-    /// Starts a second reader, which remembers what it is told.
+    /// Starts a second reader, which keeps a cache.
     void startRememberingReader();
 
-    /// What AT-SPI says of an object; with "error" when there is none.
+    /// The properties of an object as AT-SPI reports them, or an object with the key "error" when
+    /// there is no such object.
     [[nodiscard]] QJsonObject find(const QString &role, const QString &name) const;
     [[nodiscard]] QStringList states(const QString &role, const QString &name) const;
     [[nodiscard]] bool has(const QString &role, const QString &name, const QString &state) const;
-    /// Waits until the object has the state, or not any more.
+    /// Waits until the object has the state, or no longer has it when `expected` is false.
     [[nodiscard]] testing::AssertionResult comesToHave(const QString &role, const QString &name,
                                                        const QString &state,
                                                        bool expected = true) const;
-    /// Performs an action, and fails the test unless it is taken.
+    /// Performs an action, and fails the test when the object refuses it.
     void act(const QString &role, const QString &name, const QString &action);
-    /// Waits until an event of this kind has come from the object; with this detail, if one is
-    /// given. What came before it is forgotten.
-    [[nodiscard]] testing::AssertionResult tells(const QString &kind, const QString &role,
-                                                 const QString &name, int detail = 1);
-    /// Forgets what has been told until now.
-    void forgetEvents();
-    /// Everything that AT-SPI tells of the program, as text; by the reader that remembers, or by
-    /// the one that does not.
+    /// Waits for an event of this kind and detail from the object. Earlier events are discarded.
+    [[nodiscard]] testing::AssertionResult isAnnounced(const QString &kind, const QString &role,
+                                                       const QString &name, int detail = 1);
+    /// Discards the events received so far.
+    void discardEvents();
+    /// Everything that AT-SPI reports about the program, as text. `memory` selects the reader with
+    /// the cache or the one without.
     [[nodiscard]] QString wholeTree(ReaderMemory memory = ReaderMemory::none) const;
-    /// Waits until a reader that remembers knows everything as it is.
-    [[nodiscard]] testing::AssertionResult newsIsComplete() const;
+    /// Waits until the cache of the second reader agrees with the program.
+    [[nodiscard]] testing::AssertionResult cacheIsUpToDate() const;
 
     std::unique_ptr<AccessibilityBus> bus;
     std::unique_ptr<AccessibilityReader> reader;

@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The share of the picture's brightness that the dimming leaves.
+/// The share of the picture's brightness that remains when it is dimmed.
 constexpr double dimmed = 0.58;
 
 /// Some of the bars, clear of the controls, as shares of a picture that is not turned.
@@ -28,7 +28,7 @@ int evenFloor(double value) {
 }
 
 /// The parts of the camera's picture that never change and need no font: the bars, the black band
-/// below them beside the name, and the ramp. All else is transparent.
+/// below them beside the name, and the ramp. Everything else is transparent.
 QImage knownPicture(QSize size) {
     QImage picture(size, QImage::Format_ARGB32);
     picture.fill(Qt::transparent);
@@ -42,7 +42,7 @@ QImage knownPicture(QSize size) {
                 picture.setPixel(x, y, qRgb(colour.red, colour.green, colour.blue));
         }
     }
-    // The camera's letters keep clear of the band's upper and lower tenth.
+    // The camera's text does not reach the upper and lower tenth of the band.
     const int band = evenFloor(size.height() * PictureLayout::name.height);
     for (int x = 0; x < size.width(); ++x) {
         for (int y = barsEnd; y < barsEnd + band / 10; ++y)
@@ -58,7 +58,7 @@ QTransform turned(int degrees) {
     return QTransform().rotate(degrees);
 }
 
-/// How far away blurred borders and scaling may take a pixel's colour from.
+/// The distance over which blurred borders and scaling can affect a pixel's colour.
 constexpr int reach = 2;
 
 /// An engine's own crop (from 0.36 on) lets the outermost pixels of an area take a share of their
@@ -69,11 +69,12 @@ constexpr int reach = 2;
 /// the textures, not to the crop, and has no property for it.
 constexpr bool edgesAreMixed = MPV_CLIENT_API_VERSION > MPV_MAKE_VERSION(2, 0);
 
-/// The largest share that what lies outside can have of such a pixel: three quarters, of the colour
-/// of a pixel that has it in common with its neighbour beyond the edge. It is less for brightness.
+/// The largest share that the outside can have of such a pixel. It is three quarters for the colour
+/// of a pixel that shares its colour sample with a neighbour beyond the edge, and less for the
+/// brightness.
 constexpr double largestShare = 0.75;
 
-/// The colour around a pixel, where it is known and the same all around within `area`.
+/// The colour around a pixel, if it is known and uniform within `area`.
 std::optional<QColor> evenColour(const QImage &picture, QPoint pixel, QRect area) {
     const QRect around =
         QRect(pixel - QPoint(reach, reach), pixel + QPoint(reach, reach)).intersected(area);
@@ -88,7 +89,7 @@ std::optional<QColor> evenColour(const QImage &picture, QPoint pixel, QRect area
     return colour;
 }
 
-/// How far the colours around a pixel are from `colour` at most, if all of them are known.
+/// The largest distance of the colours around a pixel from `colour`, if all of them are known.
 std::optional<int> spreadAround(const QImage &picture, QPoint pixel, const QColor &colour) {
     int spread = 0;
     const QRect around = QRect(pixel - QPoint(reach, reach), pixel + QPoint(reach, reach))
@@ -104,7 +105,7 @@ std::optional<int> spreadAround(const QImage &picture, QPoint pixel, const QColo
     return spread;
 }
 
-/// From 0 to `length` - 1, close together at both ends.
+/// Sample positions from 0 to `length` - 1, denser at both ends.
 QList<int> samples(int length) {
     QList<int> positions;
     constexpr int steps = 24;
@@ -146,7 +147,7 @@ CameraProcess *AreaFixture::showCamera(int degrees, const ViewerProcess::Variabl
     if (!isLive || !isThere || !isShown)
         return nullptr;
     const QImage picture = screen.window(viewer->window()).transformed(turned(degrees).inverted());
-    m_bareBars = meanColour(
+    m_undimmedBars = meanColour(
         picture, pixelsOf({steadyBars.x(), steadyBars.y(), steadyBars.width(), steadyBars.height()},
                           picture.size()));
     return camera;
@@ -159,7 +160,7 @@ double AreaFixture::brightness() const {
         picture, pixelsOf({steadyBars.x(), steadyBars.y(), steadyBars.width(), steadyBars.height()},
                           picture.size()));
     return static_cast<double>(now.red() + now.green() + now.blue()) /
-           (m_bareBars.red() + m_bareBars.green() + m_bareBars.blue());
+           (m_undimmedBars.red() + m_undimmedBars.green() + m_undimmedBars.blue());
 }
 
 testing::AssertionResult AreaFixture::becomesDimmed() const {
@@ -169,7 +170,7 @@ testing::AssertionResult AreaFixture::becomesDimmed() const {
     return testing::AssertionFailure() << "the picture has " << is << " of its brightness";
 }
 
-testing::AssertionResult AreaFixture::becomesBare() const {
+testing::AssertionResult AreaFixture::becomesUndimmed() const {
     double is = 0;
     if (eventually(20s, [&] { return std::abs((is = brightness()) - 1) < 0.02; }))
         return testing::AssertionSuccess();
@@ -177,7 +178,7 @@ testing::AssertionResult AreaFixture::becomesBare() const {
 }
 
 void AreaFixture::beginSelection() {
-    ASSERT_NO_FATAL_FAILURE(clickControl(controls().focus()));
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().area()));
     ASSERT_TRUE(becomesDimmed());
 }
 
@@ -187,7 +188,7 @@ void AreaFixture::dragWithoutRelease(QPoint from, QPoint to) {
     pointer.glideTo(onScreen(to * scale), 4);
 }
 
-void AreaFixture::focusOn(QRect area) {
+void AreaFixture::selectArea(QRect area) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     dragWithoutRelease(area.topLeft(), area.topLeft() + QPoint(area.width(), area.height()));
     pointer.release();
@@ -195,7 +196,7 @@ void AreaFixture::focusOn(QRect area) {
 }
 
 void AreaFixture::showOriginalView() {
-    ASSERT_NO_FATAL_FAILURE(clickControl(controls().focus()));
+    ASSERT_NO_FATAL_FAILURE(clickControl(controls().area()));
     movePointerAway();
 }
 
@@ -218,7 +219,7 @@ testing::AssertionResult AreaFixture::isArea(const QImage &picture, QRect area) 
     const QImage known = knownPicture(cameras.front()->setup().size).transformed(turned(m_degrees));
     const double scaleX = static_cast<double>(area.width()) / picture.width();
     const double scaleY = static_cast<double>(area.height()) / picture.height();
-    // The outermost pixels that can be judged where it is not known what lies beyond the edge.
+    // The outermost pixels that can be checked when the colour beyond the edge is unknown.
     const int atX = edgesAreMixed ? static_cast<int>(std::ceil((reach + 1) / scaleX)) : 0;
     const int atY = edgesAreMixed ? static_cast<int>(std::ceil((reach + 1) / scaleY)) : 0;
     std::array<int, 4> compared{}; // at the left, right, upper and lower edge
@@ -227,7 +228,7 @@ testing::AssertionResult AreaFixture::isArea(const QImage &picture, QRect area) 
             const QPoint source(area.x() + static_cast<int>((x + 0.5) * scaleX),
                                 area.y() + static_cast<int>((y + 0.5) * scaleY));
             const auto expected = evenColour(known, source, area);
-            // What may be mixed in must be known.
+            // The colours that may be mixed in must be known.
             const auto spread = edgesAreMixed && expected ? spreadAround(known, source, *expected)
                                                           : std::optional(0);
             if (!expected || !spread)

@@ -7,38 +7,38 @@
 
 namespace lumvik::test {
 
-/// What the tests of the focus area start from: the viewer shows a camera with one pixel of the
-/// picture to each point of its window, so that a rectangle dragged with the pointer is the same
-/// rectangle in the picture.
+/// The starting point of the tests of areas. The viewer shows a camera with one picture pixel per
+/// point of its window, so a rectangle dragged with the pointer is the same rectangle in the
+/// picture.
 class AreaFixture : public ViewerFixture {
   protected:
     using ViewerFixture::ViewerFixture;
 
-    /// As large as the window that a first start opens, in points.
+    /// The size of the window at a first start, in points.
     static constexpr QSize pictureSize{1120, 630};
 
-    /// Starts a camera hung in the wall turned by `degrees`, and the viewer, and waits for the
-    /// picture, pixel for point. Null, and a test failure, when it does not come.
+    /// Starts a camera that is rotated by `degrees` and the viewer, and waits for the picture. When
+    /// the picture does not appear, the test fails and the result is null.
     CameraProcess *showCamera(int degrees = 0, const ViewerProcess::Variables &variables = {});
 
-    /// Clicks the focus button and waits until the picture is dimmed.
+    /// Clicks the area button and waits until the picture is dimmed.
     void beginSelection();
     /// Presses the left button at one point of the window and moves to another, both in points.
     void dragWithoutRelease(QPoint from, QPoint to);
-    /// Selects this area of the window, in points, and takes the pointer away.
-    void focusOn(QRect area);
-    /// Clicks the focus button of a window that shows an area, and takes the pointer away.
+    /// Selects this area of the window, in points, and moves the pointer away.
+    void selectArea(QRect area);
+    /// Clicks the area button of a window that shows an area, and moves the pointer away.
     void showOriginalView();
 
-    /// How bright the colour bars are, in shares of what they are in the bare picture.
+    /// The brightness of the colour bars, relative to that in the undimmed picture.
     [[nodiscard]] double brightness() const;
-    /// Waits until the picture is as dark as it is under a selection; or bare again.
+    /// Wait until the picture is dimmed as during a selection, or no longer dimmed.
     [[nodiscard]] testing::AssertionResult becomesDimmed() const;
-    [[nodiscard]] testing::AssertionResult becomesBare() const;
-    /// Waits until the camera's whole picture, stretched as may be, fills the window.
+    [[nodiscard]] testing::AssertionResult becomesUndimmed() const;
+    /// Waits until the camera's whole picture fills the window, possibly stretched.
     [[nodiscard]] testing::AssertionResult showsWholePicture() const;
     /// Waits until this area of the picture, and nothing else, fills the window from edge to edge.
-    /// All four edges are looked at, and each must be one whose colour is known.
+    /// All four edges are checked, so the colour next to each edge must be known.
     [[nodiscard]] testing::AssertionResult showsArea(QRect area) const;
 
   private:
@@ -46,7 +46,7 @@ class AreaFixture : public ViewerFixture {
     [[nodiscard]] testing::AssertionResult isArea(const QImage &picture, QRect area) const;
 
     int m_degrees = 0;
-    QColor m_bareBars; // the mean colour of some bars without a selection
+    QColor m_undimmedBars; // the mean colour of some bars without a selection
 };
 
 } // namespace lumvik::test

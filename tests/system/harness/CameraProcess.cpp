@@ -8,8 +8,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto startDeadline = 30s;
-constexpr auto answerDeadline = 20s;
+constexpr auto cameraStartDeadline = 30s;
+constexpr auto cameraAnswerDeadline = 20s;
 
 } // namespace
 
@@ -23,7 +23,7 @@ testing::AssertionResult CameraProcess::start() {
     if (const auto started = m_process.start(command.first(), command.mid(1)); !started)
         return started;
     static const QString readyPrefix = QStringLiteral("ready ");
-    const bool settled = eventually(startDeadline, [this] {
+    const bool settled = eventually(cameraStartDeadline, [this] {
         return !m_process.standardOutput().isEmpty() || !m_process.isRunning();
     });
     if (!settled || m_process.standardOutput().isEmpty() ||
@@ -81,7 +81,8 @@ QString CameraProcess::urlWithPassword(const QString &password) const {
 QString CameraProcess::command(const QByteArray &command) {
     const qsizetype answers = m_process.standardOutput().size();
     m_process.writeLine(command);
-    if (eventually(answerDeadline, [&] { return m_process.standardOutput().size() > answers; }))
+    if (eventually(cameraAnswerDeadline,
+                   [&] { return m_process.standardOutput().size() > answers; }))
         return m_process.standardOutput().at(answers);
     ADD_FAILURE() << "the camera does not answer \"" << command.toStdString() << "\" and "
                   << m_process.stateDescription().toStdString();

@@ -7,27 +7,27 @@
 
 namespace lumvik::test {
 
-/// What a test camera is started with.
+/// The options that a test camera is started with.
 struct CameraSetup {
     QString name = QStringLiteral("Test");
     QSize size = QSize(640, 360);
     int framesPerSecond = 15;
     /// Frames from one key frame to the next.
     int keyFrameInterval = 15;
-    /// The camera asks for these when the user is not empty.
+    /// The camera requires this user name and password when the user is not empty.
     QString user;
     QString password;
-    /// Whether the capture time stands in the picture (see camera/ClockPattern.h).
+    /// Whether the picture contains the capture time (see testcamera/ClockPattern.h).
     bool withClock = false;
     /// The numerical address to serve on.
     QString address = QStringLiteral("127.0.0.1");
-    /// A command that becomes the camera, whose path and arguments follow it, such as one that
-    /// enters a namespace first.
+    /// A command that executes the camera, whose path and arguments are appended. For example, it
+    /// can enter a namespace first.
     QStringList launcher;
     /// "h264" or "h265".
     QString codec = QStringLiteral("h264");
-    /// The port to serve on; 0 takes one that is free. Another than 0 is for a camera that takes
-    /// the place of one that has gone.
+    /// The port to serve on. 0 takes any free port. Another value lets a camera replace one that
+    /// has ended.
     int port = 0;
 };
 
@@ -40,16 +40,17 @@ class CameraProcess {
     /// Starts the camera and waits until it serves.
     [[nodiscard]] testing::AssertionResult start();
 
-    /// The address with user and password where the camera asks for them, percent-encoded.
+    /// The address. It includes the percent-encoded user name and password when the camera requires
+    /// them.
     [[nodiscard]] QString url() const;
-    /// The same with another password, raw.
+    /// The same address with another password, which is given without percent-encoding.
     [[nodiscard]] QString urlWithPassword(const QString &password) const;
-    /// The port that it serves on, once it is started.
+    /// The port of the started camera.
     [[nodiscard]] int port() const { return QUrl(m_address).port(); }
     [[nodiscard]] const CameraSetup &setup() const { return m_setup; }
 
-    /// Sends one command ("freeze", "rotate 90", …) and answers the camera's answer line; empty,
-    /// and a test failure, when none comes.
+    /// Sends one command ("freeze", "rotate 90", …) and returns the camera's reply. When no reply
+    /// arrives, the test fails and the result is empty.
     QString command(const QByteArray &command);
 
     [[nodiscard]] ChildProcess &process() { return m_process; }

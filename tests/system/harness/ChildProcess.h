@@ -13,16 +13,16 @@
 
 namespace lumvik::test {
 
-/// A program that a test starts, whose output is collected line by line and which never outlives
-/// it.
+/// A program that a test starts. Its output is collected line by line, and it never outlives the
+/// test.
 ///
-/// The destructor asks it to end (SIGTERM), kills it after three seconds, and reaps it; should the
-/// test's own process be killed, the kernel ends it. Everything goes by process id, never by name.
-/// Made and used on the main thread; output arrives while the event loop runs (see Eventually.h) or
-/// when it is asked for.
+/// The destructor sends SIGTERM, kills the process after three seconds, and reaps it. The kernel
+/// ends the process when the test's own process is killed. Processes are addressed by id, never by
+/// name. Main thread only. Output is collected while the event loop runs (see Eventually.h) and
+/// when it is queried.
 class ChildProcess {
   public:
-    /// `name` is what failure messages call the program.
+    /// `name` identifies the program in failure messages.
     ChildProcess(QString name, const QProcessEnvironment &environment);
     ChildProcess(const ChildProcess &) = delete;
     ChildProcess &operator=(const ChildProcess &) = delete;
@@ -33,7 +33,7 @@ class ChildProcess {
                                                  const QStringList &arguments);
 
     [[nodiscard]] bool isRunning() const;
-    /// 0 when it does not run.
+    /// The process id, or 0 when the program does not run.
     [[nodiscard]] qint64 processId() const;
 
     /// The complete lines written so far, without their line breaks.
@@ -44,11 +44,11 @@ class ChildProcess {
     void writeLine(const QByteArray &line);
     void sendSignal(int signalNumber);
 
-    /// Waits until the process is gone.
+    /// Waits until the process has exited.
     [[nodiscard]] testing::AssertionResult waitForExit(std::chrono::milliseconds deadline);
-    /// What it returned; nothing while it runs and when a signal ended it.
+    /// The exit status. Empty while the process runs and when a signal ended it.
     [[nodiscard]] std::optional<int> exitStatus() const;
-    /// In words: "runs", "exited with status 0", "was ended by signal 11".
+    /// The state in words: "runs", "exited with status 0", "was ended by signal 11".
     [[nodiscard]] QString stateDescription() const;
 
     /// Ends the process as the destructor does.
@@ -59,8 +59,9 @@ class ChildProcess {
     void collectAll();
 
     QString m_name;
-    std::unique_ptr<QProcess> m_process; // outlived by nothing; its signals have it as context
-    QByteArray m_outputRest;             // the line that is not complete yet
+    std::unique_ptr<QProcess>
+        m_process;           // destroyed last; the context of its own signal connections
+    QByteArray m_outputRest; // the incomplete last line
     QByteArray m_errorRest;
     QStringList m_output;
     QStringList m_error;

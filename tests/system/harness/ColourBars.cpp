@@ -9,14 +9,14 @@ namespace lumvik::test {
 
 namespace {
 
-/// The inner half of a rectangle, clear of blurred edges.
+/// The inner half of a rectangle, without its blurred edges.
 QRect middleOf(const QRect &area) {
     const int dx = area.width() / 4;
     const int dy = area.height() / 4;
     return area.adjusted(dx, dy, -dx, -dy);
 }
 
-/// Now, on the clock that the camera puts into its picture.
+/// The current time of the clock that the camera shows in its picture.
 quint32 clockNow() {
     timespec time{};
     ::clock_gettime(CLOCK_MONOTONIC, &time);
@@ -57,7 +57,7 @@ std::optional<int> pictureAge(const QImage &picture) {
     const auto captured = captureTime(picture);
     if (!captured)
         return std::nullopt;
-    // The difference is right even where the 32 bits begin anew.
+    // The difference is correct even when the 32-bit value wraps around.
     return static_cast<int>(clockNow() - *captured);
 }
 

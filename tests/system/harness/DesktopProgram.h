@@ -14,8 +14,8 @@ namespace lumvik::test {
 
 class TestDesktop;
 
-/// A program with windows on a desktop. Its windows are told by the process id that they name
-/// (_NET_WM_PID). Main thread only; must not outlive its desktop.
+/// A program with windows on a desktop. Its windows are identified by their process id
+/// (_NET_WM_PID). Main thread only. Must not outlive its desktop.
 class DesktopProgram {
   public:
     DesktopProgram(const TestDesktop &desktop, const QString &name,
@@ -32,17 +32,16 @@ class DesktopProgram {
     /// The window that `waitForWindow` found.
     [[nodiscard]] xcb_window_t window() const { return m_window; }
 
-    /// All windows of the program that are on the screen now and show themselves as such: those
-    /// with a title, and menus.
+    /// The visible windows of the program that have a title or are menus.
     [[nodiscard]] QList<xcb_window_t> windowsOnScreen() const;
-    /// Those of them that keep the window manager out: menus and tool tips.
+    /// The visible windows that bypass the window manager: menus and tool tips.
     [[nodiscard]] QList<xcb_window_t> popUps() const;
 
-    /// Where the inside of the main window is; an empty rectangle when it has gone.
+    /// The geometry of the main window's content. Empty when the window does not exist any more.
     [[nodiscard]] QRect geometry() const;
     /// Whether the window manager keeps the main window above others.
     [[nodiscard]] bool isAbove() const;
-    /// Whether the keyboard goes to the main window.
+    /// Whether the main window has the keyboard focus.
     [[nodiscard]] bool hasFocus() const;
     [[nodiscard]] SizeHints normalHints() const;
 

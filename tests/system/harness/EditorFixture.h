@@ -12,11 +12,11 @@
 
 namespace lumvik::test {
 
-/// Whole-program tests of the editor: finds its window and what is selected in it, and reads what
-/// it has stored.
+/// The base of whole-program tests of the editor. It finds the editor's window and its selected
+/// row, and reads the stored list.
 class EditorFixture : public ViewerFixture {
   protected:
-    static inline const QColor houseColour{203, 93, 82};
+    static inline const QColor accentColour{203, 93, 82};
 
     void openEditor() {
         keyboard.press(QStringLiteral("ctrl+comma"));
@@ -47,24 +47,24 @@ class EditorFixture : public ViewerFixture {
     [[nodiscard]] QPoint selectedRow() const {
         std::optional<QPoint> found;
         EXPECT_TRUE(eventually(std::chrono::seconds(20), [&] {
-            found = houseColouredRow();
+            found = accentColouredRow();
             return found.has_value();
         })) << "no row is selected";
         return found.value_or(QPoint());
     }
-    /// The top left corner of what is filled with the house colour.
-    [[nodiscard]] std::optional<QPoint> houseColouredRow() const {
+    /// The top left corner of the region that is filled with the accent colour.
+    [[nodiscard]] std::optional<QPoint> accentColouredRow() const {
         const QRect window = desktop.x().geometry(editor).value_or(QRect());
         const QImage picture = screen.area(window);
-        const auto isHouseColour = [&](int x, int y) {
-            return colourDistance(picture.pixelColor(x, y), houseColour) <= 2;
+        const auto isAccentColour = [&](int x, int y) {
+            return colourDistance(picture.pixelColor(x, y), accentColour) <= 2;
         };
-        // Rounded corners begin a little later than the row; a line in its middle tells its left.
+        // The row has rounded corners, so its left edge is measured along its middle.
         for (int y = 0; y + 20 < picture.height(); ++y) {
-            if (!isHouseColour(picture.width() / 2, y))
+            if (!isAccentColour(picture.width() / 2, y))
                 continue;
             int x = 0;
-            while (x < picture.width() && !isHouseColour(x, y + 20))
+            while (x < picture.width() && !isAccentColour(x, y + 20))
                 ++x;
             return window.topLeft() + QPoint(x, y);
         }
@@ -75,14 +75,14 @@ class EditorFixture : public ViewerFixture {
         constexpr int rowHeight = 44;
         return first + QPoint(13, rowHeight / 2 + row * rowHeight);
     }
-    /// Whether a line in the house colour marks the gap before a row as the place of a drop, seen
-    /// left of what hangs at the pointer. `first` is the first row's top left corner.
+    /// Whether a line in the accent colour marks the gap before a row as the drop position. The
+    /// line is checked to the left of the dragged row. `first` is the first row's top left corner.
     [[nodiscard]] bool gapIsMarked(QPoint first, int row) const {
         const QRect line(first + QPoint(8, row * 44 - 2), QSize(10, 2));
         return colourDistance(meanColour(screen.area(line), QRect(QPoint(), line.size())),
-                              houseColour) < 40;
+                              accentColour) < 40;
     }
-    /// The cameras on the disk.
+    /// The cameras in the stored list.
     [[nodiscard]] QJsonArray stored() const {
         return QJsonDocument::fromJson(home.readDataFile(QStringLiteral("cameras.json")))
             .object()
@@ -101,8 +101,8 @@ class EditorFixture : public ViewerFixture {
             addresses.append(camera.toObject().value(QStringLiteral("url")).toString());
         return addresses;
     }
-    /// Waits for a window of the program, with this title if one is given, that has the keyboard
-    /// and is neither the editor nor the viewer.
+    /// Waits until a window that is neither the editor nor the viewer has the keyboard focus. The
+    /// window must have this title unless the title is empty.
     [[nodiscard]] testing::AssertionResult dialogAppears(const QString &title = {}) {
         const bool found = eventually(std::chrono::seconds(20), [&] {
             const xcb_window_t focused = desktop.x().focusedWindow();

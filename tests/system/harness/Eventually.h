@@ -7,17 +7,18 @@
 
 namespace lumvik::test {
 
-/// Runs the event loop until `predicate` answers true or `deadline` has passed, and answers what
-/// the predicate said last. It is asked at least once, and about a hundred times a second.
+/// Runs the event loop until `predicate` returns true or `deadline` has passed, and returns the
+/// last result of the predicate. The predicate is called at least once, and about a hundred times a
+/// second.
 ///
-/// Deadlines say how long a slow machine may take, not how long something is expected to take: a
-/// test that passes never waits for one.
+/// A deadline is the time that a slow machine may need, not the expected duration. A passing test
+/// never waits for a deadline.
 [[nodiscard]] inline bool eventually(std::chrono::milliseconds deadline,
                                      const std::function<bool()> &predicate) {
     return QTest::qWaitFor(predicate, static_cast<int>(deadline.count()));
 }
 
-/// Whether `predicate` answers true for all of `duration`, asked with the event loop running.
+/// Runs the event loop for `duration`, and returns whether `predicate` returned true throughout.
 [[nodiscard]] inline bool always(std::chrono::milliseconds duration,
                                  const std::function<bool()> &predicate) {
     return !QTest::qWaitFor([&] { return !predicate(); }, static_cast<int>(duration.count()));

@@ -34,7 +34,8 @@ bool matches(const QString &pattern, const QString &line) {
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern)).match(line).hasMatch();
 }
 
-/// The first pattern of `story` that `lines` do not tell in its turn; null when they tell it all.
+/// The first pattern of `story` that `lines` do not contain in order. Null when they contain all of
+/// them.
 QString missingIn(const QStringList &lines, const QStringList &story) {
     auto line = lines.cbegin();
     for (const QString &pattern : story) {
@@ -78,7 +79,7 @@ CameraProcess *FaultFixture::showCamera(const CameraSetup &setup) {
     CameraProcess *camera = startListedCamera(setup);
     if (camera == nullptr)
         return nullptr;
-    // What is asked is when the picture comes, not how fast this machine draws large ones.
+    // A small window keeps the drawing time of this machine out of the measurement.
     home.setPreference(QStringLiteral("mainWindowFrame"),
                        QStringLiteral("{{200, 200}, {480, 270}}"));
     startViewerAndWaitForPicture();
@@ -90,7 +91,7 @@ CameraProcess *FaultFixture::showCamera(const CameraSetup &setup) {
 }
 
 testing::AssertionResult FaultFixture::pictureIsLive(Milliseconds deadline) const {
-    testing::AssertionResult bars = testing::AssertionFailure() << "never looked";
+    testing::AssertionResult bars = testing::AssertionFailure() << "no screenshot was taken";
     QImage before;
     bool moves = false;
     const bool isLive = eventually(deadline, [&] {
@@ -98,7 +99,7 @@ testing::AssertionResult FaultFixture::pictureIsLive(Milliseconds deadline) cons
         bars = picture.isNull() ? testing::AssertionFailure() << "the window is not on the screen"
                                 : showsColourBars(picture);
         if (!bars) {
-            before = {}; // a picture from before the bars went proves nothing
+            before = {}; // a picture from before the bars disappeared proves nothing
             return false;
         }
         const QImage moving = picture.copy(pixelsOf(PictureLayout::motion, picture.size()));
@@ -115,7 +116,7 @@ testing::AssertionResult FaultFixture::pictureIsLive(Milliseconds deadline) cons
 }
 
 testing::AssertionResult FaultFixture::isLiveAgainWithin(Milliseconds limit, qsizetype mark) {
-    if (const auto told = logTells({resumed}, mark, limit - sinceFault()); !told)
+    if (const auto told = logShows({resumed}, mark, limit - sinceFault()); !told)
         return told;
     const auto isLive = pictureIsLive(std::max(limit - sinceFault(), Milliseconds::zero()));
     report("live again after", sinceFault(), limit);
@@ -137,7 +138,7 @@ QStringList FaultFixture::logLines(qsizetype mark) const {
     return lines;
 }
 
-testing::AssertionResult FaultFixture::logTells(const QStringList &story, qsizetype mark,
+testing::AssertionResult FaultFixture::logShows(const QStringList &story, qsizetype mark,
                                                 Milliseconds deadline) const {
     QString missing;
     const bool isTold = eventually(std::max(deadline, Milliseconds::zero()), [&] {
@@ -148,7 +149,7 @@ testing::AssertionResult FaultFixture::logTells(const QStringList &story, qsizet
         return testing::AssertionSuccess();
     return testing::AssertionFailure()
            << "within " << deadline.count() << " ms the log does not tell \""
-           << missing.toStdString() << "\" in its turn; it says:\n"
+           << missing.toStdString() << "\" in this order. The log:\n"
            << logLines(mark).join(u'\n').toStdString();
 }
 
@@ -159,8 +160,8 @@ qsizetype FaultFixture::countInLog(const QString &pattern, qsizetype mark) const
 }
 
 testing::AssertionResult FaultFixture::neverTwoAttemptsPending(qsizetype mark) const {
-    // An attempt that ran shows itself by its preflight; one that frames, another selection, a lost
-    // network or sleep made needless, by theirs.
+    // An attempt that ran is followed by its preflight. An unnecessary attempt is followed by the
+    // line about frames, another selection, a lost network or sleep.
     const QString ended =
         QStringLiteral("%1|%2|%3|debug network: The local-network preflight .*|info network: "
                        "Network path update: satisfied=false.*|default lifecycle: The Mac is .*")
@@ -208,7 +209,7 @@ testing::AssertionResult FaultFixture::windowIsBlack() const {
     if (picture.isNull())
         return testing::AssertionFailure() << "the window is not on the screen";
     if (!isDark(picture, picture.rect(), 8))
-        return testing::AssertionFailure() << "something is to be seen in the window";
+        return testing::AssertionFailure() << "the window is not black";
     return testing::AssertionSuccess() << "the window is black";
 }
 
@@ -237,7 +238,7 @@ QString FaultFixture::scheduling(const QString &number, const QString &reason) {
 }
 
 QString FaultFixture::backingOff(int number, const QString &reason) {
-    // Up to 0.35 s, by chance, come on top of each.
+    // Each delay has a random addition of up to 0.35 s.
     static const QStringList delays{
         QStringLiteral("0\\.[5-8]\\d+"),  QStringLiteral("1\\.[0-3]\\d+"),
         QStringLiteral("2\\.[0-3]\\d+"),  QStringLiteral("4\\.[0-3]\\d+"),

@@ -11,17 +11,20 @@
 
 namespace lumvik::test {
 
-/// The forms in which a secret may turn up in text: as it is, as it stands in an address, and as it
-/// is sent in HTTP's basic authentication by the user "viewer".
+/// A pattern for the log line that the viewer writes when the engine begins to open a stream.
+inline const QString began =
+    QStringLiteral("debug playback: mpv began opening the selected stream\\.");
+
+/// The forms in which a secret may appear in text: plain, percent-encoded as in an address, and
+/// encoded as in HTTP basic authentication by the user "viewer".
 [[nodiscard]] QList<QByteArray> formsOfSecret(const QString &secret);
 
-/// What the tests of faults start from: the real viewer shows the real test camera, live; then
-/// something breaks, for as long as it really takes, and the moving picture has to come back in
-/// time.
+/// The starting point of the fault tests. The real viewer shows the live picture of the test
+/// camera. Then a fault occurs in real time, and the moving picture must return within a limit.
 ///
-/// The camera has a user and a password with every character that has a meaning in an address. At
-/// the end of every test the viewer, unless the test ended it itself, must end within three seconds
-/// of being asked to, with status 0, and must never have written a password.
+/// The camera requires a user name and a password with every character that has a special meaning
+/// in an address. At the end of every test the viewer must exit with status 0 within three seconds
+/// of SIGTERM, unless the test has ended it already. It must never have written a password.
 class FaultFixture : public ViewerFixture {
   protected:
     using Milliseconds = std::chrono::milliseconds;
@@ -30,75 +33,78 @@ class FaultFixture : public ViewerFixture {
 
     void TearDown() override;
 
-    /// A small, cheap camera with a password.
+    /// A camera with a password and a small picture that is cheap to decode.
     [[nodiscard]] static CameraSetup faultCamera();
     /// The same with the capture time in its picture.
     [[nodiscard]] static CameraSetup faultCameraWithClock();
 
-    /// Starts the camera as the only one in the list, the viewer in a window of the smallest size,
-    /// and waits until the picture moves. Null, and a test failure, when it does not.
+    /// Starts the camera as the only one in the list and the viewer in a window of the smallest
+    /// size, and waits until the picture moves. When it does not, the test fails and the result is
+    /// null.
     CameraProcess *showCamera(const CameraSetup &setup = faultCamera());
 
-    /// Begins to measure: the fault is over, or has just happened where the limit counts from then.
+    /// Starts the measurement. The fault is over, or has just occurred when the limit counts from
+    /// its beginning.
     void faultIsOver() { m_sinceFault.start(); }
     [[nodiscard]] Milliseconds sinceFault() const { return Milliseconds(m_sinceFault.elapsed()); }
 
-    /// Waits until the camera's colour bars fill the window and the parts of its picture that
-    /// change do change.
+    /// Waits until the camera's colour bars fill the window and the changing parts of its picture
+    /// change.
     [[nodiscard]] testing::AssertionResult pictureIsLive(Milliseconds deadline) const;
-    /// Waits until the viewer says, in its log from `mark` on, that frames are there again, and
-    /// until the picture is live, all within `limit` of `faultIsOver`. Prints how long it took.
+    /// Waits until the viewer's log from `mark` on reports frames and the picture is live, both
+    /// within `limit` of `faultIsOver`. Prints the time that this took.
     [[nodiscard]] testing::AssertionResult isLiveAgainWithin(Milliseconds limit, qsizetype mark);
     /// Prints a measured time beside its limit, and keeps it with the test's results.
     static void report(const char *what, Milliseconds measured, Milliseconds limit);
 
-    /// Waits until the log from line `mark` on tells this story: for each pattern a line that
-    /// matches all of it, in this order, with any others between. A line is "level category: text"
-    /// here, without its time.
+    /// Waits until the log from line `mark` on contains a line for each pattern, in this order.
+    /// Each pattern must match its line completely, and other lines may come in between. Lines have
+    /// the form "level category: text", without the time.
     [[nodiscard]] testing::AssertionResult
-    logTells(const QStringList &story, qsizetype mark,
+    logShows(const QStringList &story, qsizetype mark,
              Milliseconds deadline = Milliseconds::zero()) const;
-    /// The log's lines from `mark` on, as `logTells` sees them.
+    /// The log's lines from `mark` on, as `logShows` sees them.
     [[nodiscard]] QStringList logLines(qsizetype mark) const;
     /// How many of them match `pattern` as a whole.
     [[nodiscard]] qsizetype countInLog(const QString &pattern, qsizetype mark) const;
 
-    /// Whether every attempt at recovery that was scheduled since `mark` had come to its end (it
-    /// ran, or frames or a camera's selection made it needless) before the next was scheduled.
+    /// Whether every recovery attempt that was scheduled since `mark` ended before the next one was
+    /// scheduled. An attempt ends when it runs, or when frames or the selection of a camera make it
+    /// unnecessary.
     [[nodiscard]] testing::AssertionResult neverTwoAttemptsPending(qsizetype mark) const;
     /// Whether no recovery was scheduled since `mark`.
     [[nodiscard]] testing::AssertionResult nothingScheduled(qsizetype mark) const;
 
-    /// Waits until the camera has one connection, which plays, and fails the test where two ever
-    /// played at once.
+    /// Waits until the camera has exactly one connection, which plays, and fails the test when two
+    /// connections ever played at once.
     static void expectOneStream(CameraProcess &camera);
 
-    /// Whether the window is all black, controls apart.
+    /// Whether the window is black apart from its controls.
     [[nodiscard]] testing::AssertionResult windowIsBlack() const;
 
-    /// Asks the viewer to end, as a session's end would: it must be gone within three seconds, with
-    /// status 0, having written no password.
+    /// Sends SIGTERM to the viewer, as the end of a session does. It must exit with status 0 within
+    /// three seconds and must not have written a password.
     void expectOrderlyEnd();
-    /// Fails the test where the viewer has written `secret` in any form.
+    /// Fails the test when the viewer has written `secret` in any form.
     void expectNeverWritten(const QString &secret) const;
 
     /// A pattern for the line that schedules attempt `number` ("1", "\\d+") for `reason`.
     [[nodiscard]] static QString scheduling(const QString &number, const QString &reason);
 
-    /// The same for an attempt that waits as long as its number, 1 or more, asks for, and makes a
-    /// new engine where its number is a multiple of three.
+    /// The same for an attempt with the delay that its number, 1 or more, implies. Every third
+    /// attempt creates a new engine.
     [[nodiscard]] static QString backingOff(int number, const QString &reason);
 
     static const QString user;
     static const QString password;
-    // Patterns for lines that nearly every story tells.
+    // Patterns of log lines that nearly every test expects.
     static const QString anyScheduling;
     static const QString loading;
     static const QString resumed;
     static const QString streamEnded;
     static const QString probing;
 
-    /// What a test camera counts of the connections that play.
+    /// A test camera's statistics of its playing connections.
     struct Streams {
         int now = 0;
         int most = 0; ///< At once, ever.

@@ -60,8 +60,8 @@ void Pointer::click(Button button) {
 Keyboard::Keyboard(const TestDesktop &desktop) : m_desktop(desktop) {}
 
 void Keyboard::press(const QString &key) {
-    // Without "--clearmodifiers", which lets go of the mouse and presses it again: no test holds a
-    // modifier.
+    // The call omits "--clearmodifiers", which would release and press the mouse button. No test
+    // holds a modifier.
     xdotool(m_desktop, {QStringLiteral("key"), key});
 }
 

@@ -8,17 +8,17 @@ using namespace std::chrono_literals;
 
 const QString NameFaultFixture::startedGeneration =
     QStringLiteral("default playback: Starting video engine generation %1\\.");
-const QString NameFaultFixture::deafName = QStringLiteral("camera.example");
+const QString NameFaultFixture::hostName = QStringLiteral("camera.example");
 
 namespace {
 
-// What a user notices. How much of it drawing and a busy machine take differs from run to run, so
-// that it is reported only.
+// A delay that a user notices. Drawing and a busy machine contribute a varying part, so this limit
+// is only reported.
 constexpr auto noticeableHold = 250ms;
-// Half of the shortest look-up in these tests, which lasts two seconds for each of its attempts: a
-// thread that waited for a name server would be held for longer than this on any machine.
+// Half of the shortest look-up in these tests, which takes two seconds per attempt. A thread that
+// waited for a name server would be blocked for longer than this on any machine.
 constexpr auto longestHold = 1s;
-const QString deafServer = QStringLiteral("192.0.2.53");
+const QString unresponsiveServer = QStringLiteral("192.0.2.53");
 
 } // namespace
 
@@ -26,7 +26,8 @@ QString NameFaultFixture::named(const QString &name, int port) {
     QUrl url;
     url.setScheme(QStringLiteral("rtsp"));
     url.setUserName(user);
-    // As it stands in an address: taken as it is, what means something there would do so.
+    // Percent-encoded as in an address, because a plain password would change the meaning of the
+    // address.
     url.setPassword(QString::fromLatin1(QUrl::toPercentEncoding(password)), QUrl::TolerantMode);
     url.setHost(name);
     url.setPort(port);
@@ -34,18 +35,18 @@ QString NameFaultFixture::named(const QString &name, int port) {
     return url.toString(QUrl::FullyEncoded);
 }
 
-void NameFaultFixture::startNetworkWithDeafNameServer(const QByteArray &options) {
+void NameFaultFixture::startNetworkWithUnresponsiveNameServer(const QByteArray &options) {
     ASSERT_NO_FATAL_FAILURE(startNetwork());
-    ASSERT_TRUE(network.useNameServers("nameserver " + deafServer.toLatin1() + "\noptions " +
-                                           options + '\n',
+    ASSERT_TRUE(network.useNameServers("nameserver " + unresponsiveServer.toLatin1() +
+                                           "\noptions " + options + '\n',
                                        "127.0.0.1 localhost\n"));
-    ASSERT_TRUE(network.addSwallowingAddress(deafServer));
+    ASSERT_TRUE(network.addBlackHoleAddress(unresponsiveServer));
 }
 
 void NameFaultFixture::startMeasuredViewer() {
     ASSERT_NO_FATAL_FAILURE(startSmallViewer());
-    // What starting takes is not the question here.
-    ASSERT_TRUE(logTells({probing}, 0, 10s));
+    // The time that starting takes must not count.
+    ASSERT_TRUE(logShows({probing}, 0, 10s));
     responsiveness = std::make_unique<Responsiveness>(desktop.display(), viewer->window());
 }
 

@@ -31,8 +31,9 @@ namespace {
 
 constexpr auto recoveryLimit = 5s;
 constexpr auto endLimit = 3s;
-/// When a picture that stands still must be gone, from the cut: it may be ten seconds old, the
-/// program looks every two, and what was already under way is still shown.
+/// The time after the interruption within which a still picture must disappear. A picture may be
+/// ten seconds old, the program checks every two seconds, and frames that were already under way
+/// are still shown.
 constexpr auto blackLimit = 12500ms;
 
 } // namespace
@@ -66,13 +67,13 @@ void NetworkFaultFixture::startSmallViewer() {
     startViewer();
 }
 
-void NetworkFaultFixture::testCut(const Cut &cut, Milliseconds duration) {
+void NetworkFaultFixture::testInterruption(const Cut &cut, Milliseconds duration) {
     ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
     const qsizetype mark = viewer->logMark();
     ASSERT_TRUE(cut.begin(network));
     QElapsedTimer sinceCut;
     sinceCut.start();
-    ASSERT_TRUE(logTells({pathLost}, mark, 3s));
+    ASSERT_TRUE(logShows({pathLost}, mark, 3s));
     bool wasBlack = false;
     expectThroughout(duration - Milliseconds(sinceCut.elapsed()), [&] {
         const auto isBlack = windowIsBlack();
@@ -91,7 +92,7 @@ void NetworkFaultFixture::testCut(const Cut &cut, Milliseconds duration) {
     ASSERT_TRUE(cut.end(network));
     expectOneAttempt(upMark, Connection::mayLiveOn);
     EXPECT_TRUE(
-        logTells({pathFound, scheduling(QStringLiteral("1"), networkReason), resumed}, upMark));
+        logShows({pathFound, scheduling(QStringLiteral("1"), networkReason), resumed}, upMark));
 }
 
 void NetworkFaultFixture::expectOneAttempt(qsizetype mark, Connection connection) {
@@ -100,10 +101,10 @@ void NetworkFaultFixture::expectOneAttempt(qsizetype mark, Connection connection
         QStringLiteral("default playback: Scheduling recovery \\d+ in 0\\.\\d+ seconds; "
                        "recreate=true; reason=%1\\.")
             .arg(networkReason);
-    EXPECT_TRUE(logTells({immediate, resumed}, mark));
+    EXPECT_TRUE(logShows({immediate, resumed}, mark));
     const qsizetype started = countInLog(engineStarted, mark);
     if (connection == Connection::isDead || started > 0) {
-        EXPECT_TRUE(logTells(
+        EXPECT_TRUE(logShows(
             {immediate, probing,
              QStringLiteral("debug network: The local-network preflight reached ready state\\."),
              engineStarted, loading, resumed},
@@ -111,7 +112,7 @@ void NetworkFaultFixture::expectOneAttempt(qsizetype mark, Connection connection
     }
     std::cout << "[          ] " << (started > 0 ? "by a new player" : "by the old connection")
               << std::endl;
-    // A second attempt would come within a second of the first one's end.
+    // A second attempt would follow within a second of the end of the first one.
     expectThroughout(2s, [&]() -> testing::AssertionResult {
         if (countInLog(anyScheduling, mark) == 1 && countInLog(engineStarted, mark) <= 1)
             return testing::AssertionSuccess();

@@ -7,14 +7,16 @@
 
 namespace lumvik::test {
 
-/// Faults of the network between the viewer and the camera: each runs on a machine of its own, with
-/// a cable between them (see CameraNetwork). The screen is reached past that network.
+/// Faults of the network between the viewer and the camera. Each runs on a simulated machine of its
+/// own, and a cable connects the two (see CameraNetwork). The connection to the display does not
+/// use this network.
 class NetworkFaultFixture : public FaultFixture {
   protected:
-    /// Skips the test where the system permits no networks of one's own.
+    /// Skips the test when the system does not permit private networks.
     void SetUp() override;
 
-    /// Where the camera and the viewer are started from then on. Fails the test where they cannot.
+    /// Starts the network in which the camera and the viewer are started from then on. Fails the
+    /// test when this is impossible.
     void startNetwork(CameraNetwork::Cable cable = CameraNetwork::Cable::plugged);
     /// The camera for this network.
     [[nodiscard]] CameraSetup networkCamera() const;
@@ -23,7 +25,7 @@ class NetworkFaultFixture : public FaultFixture {
     /// Starts the viewer in a small window, whatever its cameras may be.
     void startSmallViewer();
 
-    /// What ends the traffic, and what lets it through again.
+    /// An interruption of the network: how it begins and how it ends.
     struct Cut {
         const char *name;
         std::function<testing::AssertionResult(CameraNetwork &)> begin;
@@ -31,30 +33,30 @@ class NetworkFaultFixture : public FaultFixture {
     };
     /// The viewer's own interface is switched off.
     static const Cut interfaceDown;
-    /// The other end of the cable is dead, so that the viewer's interface has no carrier.
+    /// The other end of the cable is down, so the viewer's interface has no carrier.
     static const Cut cableOut;
 
-    /// Cuts the network for `duration` while the picture is live: playback is parked, and the
-    /// picture that stands still does not do so for long. Then the live picture is back within five
-    /// seconds, after one attempt at most.
-    void testCut(const Cut &cut, Milliseconds duration);
+    /// Interrupts the network for `duration` while the picture is live. Playback must be suspended,
+    /// and the still picture must not stay for long. Afterwards the live picture must return within
+    /// five seconds, after at most one attempt.
+    void testInterruption(const Cut &cut, Milliseconds duration);
 
     enum class Connection {
-        mayLiveOn, ///< Pictures that it still brings make the attempt needless before its time.
-        isDead,    ///< Only a new one brings the picture back.
+        mayLiveOn, ///< Frames that still arrive make the scheduled attempt unnecessary.
+        isDead,    ///< Only a new connection restores the picture.
     };
-    /// Waits until the live picture is back, within five seconds of `faultIsOver`, and fails the
-    /// test where there was not exactly one attempt since `mark`, one that re-creates the player.
+    /// Waits until the live picture returns within five seconds of `faultIsOver`. Fails the test
+    /// unless exactly one attempt, which re-creates the player, was scheduled since `mark`.
     void expectOneAttempt(qsizetype mark, Connection connection);
-    /// Runs on for `duration` and fails the test where `condition` stops being so.
+    /// Runs the event loop for `duration` and fails the test when `condition` does not hold
+    /// throughout.
     static void expectThroughout(Milliseconds duration,
                                  const std::function<testing::AssertionResult()> &condition);
 
-    /// Drags the window by its picture, with whatever it shows, and fails the test where it does
-    /// not follow.
+    /// Drags the window by its picture and fails the test when it does not follow.
     void expectWindowMoves();
-    /// Clicks the close button and fails the test where the viewer has not ended in order within
-    /// three seconds.
+    /// Clicks the close button and fails the test unless the viewer exits cleanly within three
+    /// seconds.
     void expectCloseButtonEndsViewer();
 
     static const QString pathLost;

@@ -1,6 +1,7 @@
 #include "NetworkNamespace.h"
 
 #include "Eventually.h"
+#include "platform/FileDescriptor.h"
 
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -24,7 +25,7 @@ namespace {
 
 constexpr int commandDeadline = 20'000; // ms
 
-/// Only the superuser may make other namespaces without one for the users around them.
+/// Only the superuser may create other namespaces without a user namespace.
 bool isSuperuser() {
     return ::geteuid() == 0;
 }
@@ -80,7 +81,8 @@ testing::AssertionResult NetworkNamespace::start(const NetworkNamespace *owner) 
     } else {
         command = unsharing();
     }
-    // It holds the namespace, and ends with its standard input, even when the test is killed.
+    // The process keeps the namespace alive. It ends when its standard input closes, even when the
+    // test is killed.
     command << QStringLiteral("cat");
     m_holder = std::make_unique<ChildProcess>(QStringLiteral("the namespace's holder"),
                                               QProcessEnvironment::systemEnvironment());
@@ -119,9 +121,9 @@ testing::AssertionResult NetworkNamespace::replaceFile(const QString &path,
     if (!file.open(QFile::WriteOnly) || file.write(content) != content.size())
         return testing::AssertionFailure() << "cannot write " << own.toStdString();
     file.close();
-    // Everybody reads such files, whoever the program inside takes itself for.
+    // Such files are readable by everybody, since the program inside may run as another user.
     file.setPermissions(file.permissions() | QFile::ReadGroup | QFile::ReadOther);
-    // The file that a link leads to, as the link itself cannot be covered.
+    // The target of a symbolic link is replaced, because a link cannot be a mount point.
     return runToTheEnd(launcher() << QStringLiteral("mount") << QStringLiteral("--bind") << own
                                   << QFileInfo(path).canonicalFilePath());
 }
@@ -129,17 +131,15 @@ testing::AssertionResult NetworkNamespace::replaceFile(const QString &path,
 testing::AssertionResult
 NetworkNamespace::call(const std::function<testing::AssertionResult()> &action) const {
     testing::AssertionResult result = testing::AssertionFailure() << "nothing was called";
-    // On a thread of its own, which ends there, so that nothing else is ever inside.
+    // A separate thread enters the namespace and ends there, so no other code ever runs inside.
     std::thread([&] {
         const QByteArray path =
             QStringLiteral("/proc/%1/ns/net").arg(m_holder->processId()).toLatin1();
-        const int descriptor = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
-        if (descriptor < 0 || ::setns(descriptor, CLONE_NEWNET) != 0)
+        const FileDescriptor descriptor(::open(path.constData(), O_RDONLY | O_CLOEXEC));
+        if (!descriptor.isOpen() || ::setns(descriptor.get(), CLONE_NEWNET) != 0)
             result = testing::AssertionFailure() << "cannot enter: " << std::strerror(errno);
         else
             result = action();
-        if (descriptor >= 0)
-            ::close(descriptor);
     }).join();
     return result;
 }
@@ -193,13 +193,13 @@ testing::AssertionResult CameraNetwork::useNameServers(const QByteArray &resolvC
         return done;
     if (const auto done = m_viewer.replaceFile(QStringLiteral("/etc/hosts"), hosts); !done)
         return done;
-    // Not whatever else the machine would ask.
+    // Only the files are used, not the machine's other name services.
     return m_viewer.replaceFile(QStringLiteral("/etc/nsswitch.conf"),
                                 resolvConf.isEmpty() ? "hosts: files\n" : "hosts: files dns\n");
 }
 
-testing::AssertionResult CameraNetwork::addSwallowingAddress(const QString &address) {
-    // Sent to a network card that nobody has.
+testing::AssertionResult CameraNetwork::addBlackHoleAddress(const QString &address) {
+    // Packets go to a hardware address that does not exist.
     return m_viewer.run(QStringLiteral("ip neighbour replace %1 lladdr 02:00:00:00:00:01 dev "
                                        "viewer0 nud permanent")
                             .arg(address));

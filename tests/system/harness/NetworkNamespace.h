@@ -15,33 +15,33 @@
 
 namespace lumvik::test {
 
-/// A network of a test's own, with nothing in it but a loopback interface: a network and a mount
-/// namespace, which exist as long as the object or a program in them. Nothing that is done in it
-/// changes anything outside.
+/// A private network with only a loopback interface. It consists of a network namespace and a mount
+/// namespace, which exist as long as the object or a program in them. Changes inside do not affect
+/// the rest of the system.
 ///
 /// Programs enter it through `launcher()`. Main thread only.
 class NetworkNamespace {
   public:
-    /// Why this system does not let the tests make one; null where it does.
+    /// The reason why this system does not permit such namespaces. Null when it does.
     [[nodiscard]] static QString obstacle();
 
-    /// Makes it; inside the user namespace of `owner`, where there is one, so that interfaces can
-    /// be passed between the two.
+    /// Creates the namespaces. With an `owner` they belong to its user namespace, so that
+    /// interfaces can be moved between the two.
     [[nodiscard]] testing::AssertionResult start(const NetworkNamespace *owner = nullptr);
 
-    /// A command that becomes the program whose path and arguments follow it, inside.
+    /// A command that executes the program whose path and arguments follow it inside the namespace.
     [[nodiscard]] QStringList launcher() const;
-    /// The process that stands for the namespace, as `ip link add … netns` takes it.
+    /// The process that represents the namespace for `ip link add … netns`.
     [[nodiscard]] QString processId() const;
 
-    /// Runs a command inside, the words of which are separated by spaces, and waits for it. What it
-    /// writes is left in `output`.
+    /// Runs a command inside the namespace and waits for it. Spaces separate its words. Its output
+    /// is stored in `output`.
     [[nodiscard]] testing::AssertionResult run(const QString &command,
                                                QByteArray *output = nullptr) const;
-    /// Lets a system's file be another one, inside.
+    /// Replaces a system file inside the namespace.
     [[nodiscard]] testing::AssertionResult replaceFile(const QString &path,
                                                        const QByteArray &content);
-    /// Calls `action` on a thread that is inside. Only for the superuser.
+    /// Calls `action` on a thread inside the namespace. Only for the superuser.
     [[nodiscard]] testing::AssertionResult
     call(const std::function<testing::AssertionResult()> &action) const;
 
@@ -50,8 +50,8 @@ class NetworkNamespace {
     QTemporaryDir m_folder; // the replaced files
 };
 
-/// Two machines and the cable between them: the viewer's, with the interface "viewer0", and the
-/// camera's, each a network namespace.
+/// Two simulated machines and the cable between them. The machine of the viewer, with the interface
+/// "viewer0", and that of the camera are network namespaces.
 class CameraNetwork {
   public:
     static const QString viewerAddress;
@@ -60,19 +60,19 @@ class CameraNetwork {
     enum class Cable { plugged, unplugged };
 
     [[nodiscard]] testing::AssertionResult start(Cable cable = Cable::plugged);
-    /// Makes the cable and gives both ends their addresses. The system takes a moment to find that
-    /// it can be used.
+    /// Creates the cable and gives both ends their addresses. The system needs a moment before the
+    /// connection is usable.
     [[nodiscard]] testing::AssertionResult plugIn() const;
 
     [[nodiscard]] NetworkNamespace &viewer() { return m_viewer; }
     [[nodiscard]] const NetworkNamespace &camera() const { return m_camera; }
 
-    /// From now on names are looked up as these files say; without name servers in the hosts file
-    /// alone.
+    /// Replaces resolv.conf and hosts for the viewer. Without name servers, only the hosts file is
+    /// used.
     [[nodiscard]] testing::AssertionResult useNameServers(const QByteArray &resolvConf,
                                                           const QByteArray &hosts);
-    /// An address to which everything is sent and from which nothing comes.
-    [[nodiscard]] testing::AssertionResult addSwallowingAddress(const QString &address);
+    /// Makes an address reachable that swallows every packet and never replies.
+    [[nodiscard]] testing::AssertionResult addBlackHoleAddress(const QString &address);
 
   private:
     NetworkNamespace m_viewer;

@@ -7,7 +7,7 @@ namespace lumvik::test {
 
 namespace {
 
-/// Counts the pixels inside `area` that `matches`, as a share of all of them.
+/// The share of the pixels inside `area` for which `matches` returns true.
 template<typename Matches>
 double share(const QImage &picture, QRect area, Matches matches) {
     area &= picture.rect();

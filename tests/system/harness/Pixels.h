@@ -6,7 +6,8 @@
 
 namespace lumvik::test {
 
-/// The mean colour inside `area`, which must touch the picture; parts outside it do not count.
+/// The mean colour inside `area`, which must intersect the picture. Parts outside the picture are
+/// ignored.
 [[nodiscard]] QColor meanColour(const QImage &picture, QRect area);
 
 /// The largest difference between two colours in any of red, green and blue, 0 to 255.

@@ -1,5 +1,5 @@
-// Stands before the engine in a viewer that a test runs, and rejects its first "loadfile", as the
-// engine does when it runs out of memory. Everything else goes through.
+// Preloaded before libmpv into a viewer that a test runs. Rejects the first "loadfile" command, as
+// libmpv does when it runs out of memory, and forwards everything else.
 
 #include <dlfcn.h>
 #include <mpv/client.h>

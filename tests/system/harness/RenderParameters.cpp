@@ -1,5 +1,5 @@
-// Stands before the engine in a viewer that a test runs, and says on standard error what a render
-// context is created with. Everything goes through.
+// Preloaded before libmpv into a viewer that a test runs. Prints the parameters of each render
+// context to standard error, and forwards every call.
 
 #include <dlfcn.h>
 #include <mpv/render_gl.h>

@@ -10,11 +10,11 @@
 
 namespace lumvik::test {
 
-/// How long a program lets the user wait: asks its window twenty times a second, from construction
-/// to destruction, for a sign of life, as a window manager does of a window that seems to hang. The
-/// toolkit answers from the event loop of the program's main thread.
+/// Measures how long a program blocks its window. It pings the window twenty times a second from
+/// construction to destruction, as a window manager pings a window that seems to be frozen. The
+/// toolkit replies from the event loop of the program's main thread.
 ///
-/// It works on a thread and a connection of its own.
+/// The measurement uses a thread and an X connection of its own.
 class Responsiveness {
   public:
     Responsiveness(const QString &display, xcb_window_t window);
@@ -22,9 +22,9 @@ class Responsiveness {
     Responsiveness &operator=(const Responsiveness &) = delete;
     ~Responsiveness();
 
-    /// The longest wait for an answer so far, that for one which has not come included.
+    /// The longest wait for a reply so far, including the current one.
     [[nodiscard]] std::chrono::milliseconds longest() const;
-    /// How many answers have come.
+    /// The number of replies received.
     [[nodiscard]] int answers() const { return m_answers; }
 
   private:

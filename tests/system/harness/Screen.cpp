@@ -31,7 +31,7 @@ testing::AssertionResult
 Screen::waitUntil(xcb_window_t window,
                   const std::function<testing::AssertionResult(const QImage &)> &predicate,
                   std::chrono::milliseconds deadline) const {
-    testing::AssertionResult verdict = testing::AssertionFailure() << "never looked";
+    testing::AssertionResult verdict = testing::AssertionFailure() << "no screenshot was taken";
     const bool satisfied = eventually(deadline, [&] {
         const QImage picture = Screen::window(window);
         verdict = picture.isNull()

@@ -15,11 +15,11 @@ const QString SleepFaultFixture::waking =
 
 namespace {
 
-constexpr auto recoveryLimit = 5s;
-/// A login manager that goes by its defaults waits no longer before the machine sleeps anyway.
+constexpr auto wakeRecoveryLimit = 5s;
+/// By default, the login manager lets the machine sleep after this time at the latest.
 constexpr auto inhibitLimit = 5s;
 
-/// How many connections of this machine lead to a port of the loopback interface and are open.
+/// The number of open connections to a port of the loopback interface.
 int establishedConnections(int port) {
     QFile file(QStringLiteral("/proc/net/tcp"));
     EXPECT_TRUE(file.open(QFile::ReadOnly));
@@ -55,11 +55,11 @@ void SleepFaultFixture::fallAsleep() {
     timer.start();
     logind->announceSleep();
     ASSERT_TRUE(eventually(inhibitLimit, [this] { return logind->openInhibitors() == 0; }));
-    // Asked before anything else is waited for: the machine would sleep now.
+    // This is checked before any further wait, because the machine would sleep now.
     EXPECT_EQ(establishedConnections(camera->port()), 0);
     report("asleep after", Milliseconds(timer.elapsed()), inhibitLimit);
-    EXPECT_TRUE(logTells({sleeping}, mark, 1s));
-    // The camera takes its time to notice.
+    EXPECT_TRUE(logShows({sleeping}, mark, 1s));
+    // The camera notices slightly later.
     EXPECT_TRUE(
         eventually(1s, [this] { return camera->command("clients") == QStringLiteral("ok 0"); }));
 }
@@ -68,7 +68,7 @@ void SleepFaultFixture::testSleep(Milliseconds duration) {
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     const qsizetype mark = viewer->logMark();
     ASSERT_NO_FATAL_FAILURE(fallAsleep());
-    // The program runs on here, as it also does for a while when a machine is put to sleep.
+    // The program keeps running, as it does for a while on a real machine that goes to sleep.
     testing::AssertionResult verdict = testing::AssertionSuccess();
     EXPECT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
     EXPECT_TRUE(always(duration, [&] {
@@ -84,8 +84,8 @@ void SleepFaultFixture::testSleep(Milliseconds duration) {
     const qsizetype wakeMark = viewer->logMark();
     faultIsOver();
     logind->announceWake();
-    ASSERT_TRUE(isLiveAgainWithin(recoveryLimit, wakeMark));
-    EXPECT_TRUE(logTells(
+    ASSERT_TRUE(isLiveAgainWithin(wakeRecoveryLimit, wakeMark));
+    EXPECT_TRUE(logShows(
         {waking,
          QStringLiteral("default playback: Scheduling recovery 1 in 0\\.\\d+ seconds; "
                         "recreate=true; reason=system wake\\."),

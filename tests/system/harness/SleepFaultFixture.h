@@ -8,20 +8,20 @@
 
 namespace lumvik::test {
 
-/// A machine that sleeps and wakes: the viewer finds a login manager's double on what it takes for
-/// the system bus.
+/// A machine that sleeps and wakes. The viewer uses a private bus as its system bus, on which a
+/// test double of the login manager runs.
 class SleepFaultFixture : public FaultFixture {
   protected:
-    /// Skips the test where there is no message bus to be started.
+    /// Skips the test when no message bus can be started.
     void SetUp() override;
 
-    /// Shows the camera and waits until the viewer holds sleep off.
+    /// Shows the camera and waits until the viewer holds a sleep inhibitor.
     void showCameraAndAwaitInhibitor();
-    /// Announces sleep and waits until the viewer lets the machine sleep, which it must not before
-    /// the stream has stopped.
+    /// Announces sleep and waits until the viewer releases its inhibitor, which it may do only
+    /// after the stream has stopped.
     void fallAsleep();
-    /// Sleeps for `duration`, in which nothing happens; then one attempt brings the live picture
-    /// back within five seconds.
+    /// Sleeps for `duration`, during which nothing may happen. Then one attempt must restore the
+    /// live picture within five seconds.
     void testSleep(Milliseconds duration);
 
     static const QString sleeping;

@@ -14,9 +14,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto startDeadline = 30s;
+constexpr auto desktopStartDeadline = 30s;
 
-/// Clicking focuses and raises a window; new windows get the focus; nothing else is bound, so that
+/// A click focuses and raises a window, and new windows get the focus. Nothing else is bound, so
 /// every key and button reaches the program under test.
 constexpr const char *openboxConfiguration = R"(<?xml version="1.0" encoding="UTF-8"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
@@ -39,7 +39,7 @@ QString lastLines(const ChildProcess &process) {
     return process.standardError().mid(qMax(0, process.standardError().size() - 10)).join(u'\n');
 }
 
-/// The test's own surroundings without anything that belongs to a session or steers Qt.
+/// The environment of the test process without variables that belong to a session or configure Qt.
 QProcessEnvironment neutralEnvironment() {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     static const QStringList sessionPrefixes = {QStringLiteral("QT_"),     QStringLiteral("XDG_"),
@@ -77,8 +77,8 @@ TestDesktop::~TestDesktop() {
 testing::AssertionResult TestDesktop::resize(QSize size) {
     const QString output = QStringLiteral("screen");
     const QString mode = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
-    // The virtual screen knows its first size only, and asks of others no more than a name and
-    // plausible numbers: the clock, and the visible and other parts of lines and columns.
+    // The virtual screen knows only its initial size. A new mode needs just a name and plausible
+    // timings.
     QStringList newMode = {QStringLiteral("--newmode"), mode, QStringLiteral("40")};
     for (const int extent : {size.width(), size.height()}) {
         for (const int more : {0, 1, 2, 3})
@@ -88,13 +88,13 @@ testing::AssertionResult TestDesktop::resize(QSize size) {
         ChildProcess change(QStringLiteral("xrandr"), environment());
         if (const auto started = change.start(QStringLiteral("xrandr"), arguments); !started)
             return started;
-        if (const auto ended = change.waitForExit(startDeadline); !ended)
+        if (const auto ended = change.waitForExit(desktopStartDeadline); !ended)
             return ended;
         if (change.exitStatus() != 0)
             return testing::AssertionFailure() << lastLines(change).toStdString();
         return testing::AssertionSuccess();
     };
-    // A size that was there before has its mode already.
+    // The mode exists already when the screen has had this size before.
     if (run(newMode)) {
         if (const auto added = run({QStringLiteral("--addmode"), output, mode}); !added)
             return added;
@@ -149,8 +149,8 @@ testing::AssertionResult TestDesktop::restartWindowManager() {
 testing::AssertionResult TestDesktop::startScreen() {
     m_screen =
         std::make_unique<ChildProcess>(QStringLiteral("the virtual screen"), neutralEnvironment());
-    // The screen writes its display number to its standard output once it serves. Without -noreset
-    // it would start afresh, forgetting every property, whenever its last client has gone.
+    // The X server writes its display number to standard output once it is ready. Without -noreset
+    // it would reset and lose every property when its last client disconnects.
     const QString geometry = QStringLiteral("%1x%2x24").arg(m_size.width()).arg(m_size.height());
     const auto started = m_screen->start(
         QStringLiteral("Xvfb"),
@@ -159,7 +159,7 @@ testing::AssertionResult TestDesktop::startScreen() {
          QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset")});
     if (!started)
         return started;
-    const bool serves = eventually(startDeadline, [this] {
+    const bool serves = eventually(desktopStartDeadline, [this] {
         return !m_screen->standardOutput().isEmpty() || !m_screen->isRunning();
     });
     if (!serves || m_screen->standardOutput().isEmpty()) {
@@ -180,8 +180,9 @@ testing::AssertionResult TestDesktop::startWindowManager() {
     const auto started = m_kind == WindowManager::openbox ? startOpenbox() : startXfwm4();
     if (!started)
         return started;
-    const bool settled = eventually(
-        startDeadline, [this] { return windowManagerIsReady() || !m_windowManager->isRunning(); });
+    const bool settled = eventually(desktopStartDeadline, [this] {
+        return windowManagerIsReady() || !m_windowManager->isRunning();
+    });
     if (settled && m_windowManager->isRunning())
         return testing::AssertionSuccess();
     return testing::AssertionFailure()
@@ -232,15 +233,15 @@ testing::AssertionResult TestDesktop::startSessionBus() {
          QStringLiteral("--print-address"), QStringLiteral("--address=") + address});
     if (!started)
         return started;
-    if (!eventually(startDeadline, [this] { return !m_bus->standardOutput().isEmpty(); }))
+    if (!eventually(desktopStartDeadline, [this] { return !m_bus->standardOutput().isEmpty(); }))
         return testing::AssertionFailure() << "the session bus names no address";
     m_busAddress = m_bus->standardOutput().first();
     return testing::AssertionSuccess();
 }
 
 bool TestDesktop::windowManagerIsReady() const {
-    // The root names a window that must name itself, so that what a window manager left behind when
-    // it ended does not count.
+    // The property of the root refers to a window that must refer to itself. This excludes a
+    // property that an ended window manager has left behind.
     const QList<quint32> named =
         m_connection->numbers(m_connection->root(), "_NET_SUPPORTING_WM_CHECK");
     return !named.isEmpty() &&

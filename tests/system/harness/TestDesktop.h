@@ -16,12 +16,12 @@ class ChildProcess;
 
 enum class WindowManager { none, openbox, xfwm4 };
 
-/// A desktop of a test's own: a virtual screen (Xvfb, 24 bits deep, reachable on this machine only)
-/// and a window manager on it, started by `start` and ended by the destructor.
+/// A private desktop: a virtual screen (Xvfb, 24 bits deep, reachable only from this machine) and a
+/// window manager. `start` starts both, and the destructor ends them.
 ///
-/// The display number is the first one free, so any number of desktops stand side by side. The
-/// window manager reads a configuration written here and a home folder that is empty otherwise: no
-/// theme, key binding or file of the user's has a say. Main thread only.
+/// The desktop takes the first free display number, so any number of desktops can run side by side.
+/// The window manager uses a generated configuration and an otherwise empty home folder. Themes,
+/// key bindings and files of the user have no effect. Main thread only.
 class TestDesktop {
   public:
     explicit TestDesktop(WindowManager windowManager = WindowManager::openbox,
@@ -33,25 +33,25 @@ class TestDesktop {
     /// Starts the screen and the window manager and waits until both are ready.
     [[nodiscard]] testing::AssertionResult start();
 
-    /// Ends the window manager, leaving the windows, and starts it again.
+    /// Ends the window manager while the windows stay, and starts it again.
     [[nodiscard]] testing::AssertionResult restartWindowManager();
 
-    /// Makes the screen another one of this size, no larger than the first, as when a monitor is
-    /// unplugged and another one is left.
+    /// Gives the screen this size, which must not exceed the initial one. This simulates a monitor
+    /// that is unplugged while another one remains.
     [[nodiscard]] testing::AssertionResult resize(QSize size);
-    /// Ends the screen under all programs on it.
+    /// Kills the X server while programs still use it.
     void killScreen();
 
-    /// Such as ":3".
+    /// The name of the display, such as ":3".
     [[nodiscard]] QString display() const;
     [[nodiscard]] QSize size() const;
     [[nodiscard]] QRect area() const;
 
-    /// What a program on this desktop finds: the display, software OpenGL, a UTF-8 locale, and
-    /// nothing of the session that the tests themselves run in.
+    /// The environment for a program on this desktop: the display, software OpenGL and a UTF-8
+    /// locale. It contains nothing of the session in which the tests run.
     [[nodiscard]] QProcessEnvironment environment() const;
 
-    /// The test's own look at the display; valid between `start` and destruction.
+    /// The test's own connection to the display. Valid from `start` until destruction.
     [[nodiscard]] XConnection &x() const;
 
   private:
@@ -70,7 +70,7 @@ class TestDesktop {
     // Ended in the reverse order: window manager, its bus, our connection, the screen.
     std::unique_ptr<ChildProcess> m_screen;
     std::unique_ptr<XConnection> m_connection;
-    std::unique_ptr<ChildProcess> m_bus; // xfwm4 alone needs one
+    std::unique_ptr<ChildProcess> m_bus; // only xfwm4 needs a bus
     QString m_busAddress;
     std::unique_ptr<ChildProcess> m_windowManager;
 };

@@ -33,7 +33,7 @@ TestHome::TestHome() {
     QDir folder(m_folder.path());
     for (const QString &name : {configurationName, dataName, cacheName, runtimeName})
         folder.mkdir(name);
-    // The runtime folder must belong to its user alone, or libraries refuse it.
+    // Libraries reject a runtime folder that others can access.
     QFile::setPermissions(folder.filePath(runtimeName),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     setPreference(QStringLiteral("lastAutomaticUpdateCheck"),
@@ -86,7 +86,7 @@ void TestHome::writePreferencesFile(const QByteArray &bytes) const {
 
 QVariant TestHome::preference(const QString &key) const {
     QSettings settings(preferencesPath(), QSettings::IniFormat);
-    settings.sync(); // reads anew what another process may have written since
+    settings.sync(); // reads what another process may have written
     return settings.value(key);
 }
 

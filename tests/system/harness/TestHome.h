@@ -10,39 +10,39 @@
 
 namespace lumvik::test {
 
-/// A camera as it stands in the camera list.
+/// An entry of the camera list.
 struct ListedCamera {
     QString name;
     QString url;
 };
 
-/// The home folder of an imaginary user: empty at first, prepared and read by the test, gone with
-/// the object. Updates count as looked for just now, so that no test asks a server. It outlives the
-/// viewer's process, so that a second start finds what the first one left.
+/// The temporary home folder of a simulated user, which the test prepares and reads. The date of
+/// the last update check is preset to today, so that no test contacts a server. The folder outlives
+/// the viewer's process, so that a later start finds the files of an earlier one.
 class TestHome {
   public:
     TestHome();
 
-    /// `base` with this home in it, and the log sent to standard error.
+    /// `base` with this home folder, and with the log sent to standard error.
     [[nodiscard]] QProcessEnvironment environment(QProcessEnvironment base) const;
 
-    /// The folder of the camera list; it exists only once somebody made it.
+    /// The folder of the camera list. It does not exist until the test or the viewer creates it.
     [[nodiscard]] QString dataFolder() const;
-    /// The names of all files and folders in it, hidden ones included.
+    /// The names of all files and folders in the data folder, including hidden ones.
     [[nodiscard]] QStringList dataFolderEntries() const;
 
     /// Writes the camera list as the program itself would.
     void writeCameras(const QList<ListedCamera> &cameras) const;
-    /// Writes any bytes under any name ("cameras.json", "cameras.last-good.json") in the data
-    /// folder.
+    /// Writes a file with these bytes to the data folder, such as "cameras.json" or
+    /// "cameras.last-good.json".
     void writeDataFile(const QString &name, const QByteArray &bytes) const;
     [[nodiscard]] QByteArray readDataFile(const QString &name) const;
 
-    /// Stores one preference, before the viewer starts.
+    /// Stores a preference. To be called before the viewer starts.
     void setPreference(const QString &key, const QVariant &value) const;
     /// Replaces the whole preferences file by these bytes.
     void writePreferencesFile(const QByteArray &bytes) const;
-    /// What the file holds now under `key`; invalid when nothing.
+    /// The value that the preferences file contains for `key`. Invalid when there is none.
     [[nodiscard]] QVariant preference(const QString &key) const;
 
   private:

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace lumvik::test {
 
@@ -15,18 +14,14 @@ UnresponsivePort::UnresponsivePort(Behaviour behaviour)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto *generic = reinterpret_cast<sockaddr *>(&address);
-    // A bound socket that does not listen refuses; one that listens accepts in the kernel, up to
-    // the length of its queue, without anybody taking the connections out.
-    bool ready =
-        ::bind(m_socket, generic, size) == 0 && ::getsockname(m_socket, generic, &size) == 0;
-    if (behaviour == Behaviour::silent)
-        ready = ready && ::listen(m_socket, 128) == 0;
-    EXPECT_TRUE(ready) << "no port of the loopback interface can be had";
+    // A bound socket that does not listen refuses connections. For one that listens, the kernel
+    // accepts connections up to the length of its queue although the program never does.
+    bool ready = ::bind(m_socket.get(), generic, size) == 0 &&
+                 ::getsockname(m_socket.get(), generic, &size) == 0;
+    if (behaviour == Behaviour::unresponsive)
+        ready = ready && ::listen(m_socket.get(), 128) == 0;
+    EXPECT_TRUE(ready) << "no port of the loopback interface is available";
     m_port = ntohs(address.sin_port);
-}
-
-UnresponsivePort::~UnresponsivePort() {
-    ::close(m_socket);
 }
 
 QString UnresponsivePort::url() const {

@@ -1,38 +1,37 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <QString>
 
 #include <ostream>
 
 namespace lumvik::test {
 
-/// A TCP port of the loopback interface behind which no camera is, held for the object's lifetime
-/// so that no other program gets it.
+/// A TCP port of the loopback interface without a camera. The port is reserved for the lifetime of
+/// the object.
 class UnresponsivePort {
   public:
     enum class Behaviour {
         /// Connections are refused.
         refusing,
-        /// Connections are accepted, and nothing ever comes back.
-        silent,
+        /// Connections are accepted but never get a reply.
+        unresponsive,
     };
 
     explicit UnresponsivePort(Behaviour behaviour);
-    UnresponsivePort(const UnresponsivePort &) = delete;
-    UnresponsivePort &operator=(const UnresponsivePort &) = delete;
-    ~UnresponsivePort();
 
-    /// An address that a camera at this port would have.
+    /// The address of a camera at this port.
     [[nodiscard]] QString url() const;
 
   private:
-    int m_socket = -1;
+    FileDescriptor m_socket;
     int m_port = 0;
 };
 
 /// For the names of tests.
 inline void PrintTo(UnresponsivePort::Behaviour behaviour, std::ostream *stream) {
-    *stream << (behaviour == UnresponsivePort::Behaviour::refusing ? "refusing" : "silent");
+    *stream << (behaviour == UnresponsivePort::Behaviour::refusing ? "refusing" : "unresponsive");
 }
 
 } // namespace lumvik::test

@@ -111,14 +111,15 @@ ViewerControls ViewerFixture::controls() const {
 
 void ViewerFixture::showControls() {
     pointer.moveTo(viewer->geometry().center());
-    // A second motion, in case the first one arrived before the window had its first.
+    // A second motion covers the case that the first one arrived before the window was ready.
     pointer.moveTo(viewer->geometry().center() + QPoint(2, 2));
     ASSERT_TRUE(eventually(20s, [this] { return controlsAreVisible(); }))
         << "the controls do not appear under the pointer";
 }
 
 bool ViewerFixture::controlsAreVisible() const {
-    // A light symbol on a dark ground. Without it, whatever is in the corner is one of the two.
+    // The corner contains both light and dark pixels only when the light symbol is drawn on its
+    // dark background.
     const QImage picture = screen.window(viewer->window());
     const QRect button = controls().close();
     return shareOfLightPixels(picture, button, 180) > 0.02 &&
@@ -145,9 +146,9 @@ void ViewerFixture::resizeWindow(QSize size) {
                       QString::number(size.width()), QString::number(size.height())});
 }
 
-testing::AssertionResult ViewerFixture::comesToBe(QRect geometry,
-                                                  std::chrono::milliseconds deadline) const {
-    // It may pass there on its way to another frame.
+testing::AssertionResult ViewerFixture::reachesFrame(QRect geometry,
+                                                     std::chrono::milliseconds deadline) const {
+    // The window may only pass this geometry on its way to another one.
     constexpr int rest = 400;
     QElapsedTimer sinceThere;
     const bool rests = eventually(deadline, [&] {
@@ -194,7 +195,7 @@ testing::AssertionResult ViewerFixture::hasShape(QSize shape) const {
     if (std::abs(width - size.width()) > 2) {
         return testing::AssertionFailure()
                << "the content of " << size.width() << "x" << size.height()
-               << " has not the shape of " << shape.width() << "x" << shape.height();
+               << " does not have the aspect ratio of " << shape.width() << "x" << shape.height();
     }
     const SizeHints hints = viewer->normalHints();
     for (const auto &aspect : {hints.minimumAspect, hints.maximumAspect}) {

@@ -15,16 +15,16 @@
 
 namespace lumvik::test {
 
-/// Where the viewer's controls are, in pixels from its window's top left corner, for a content of
-/// `size` pixels at least 290 points wide and `scale` pixels to the point.
+/// The rectangles of the viewer's controls, in pixels from its window's top left corner. The
+/// content has `size` pixels, `scale` pixels per point, and is at least 290 points wide.
 class ViewerControls {
   public:
     explicit ViewerControls(QSize size, int scale = 1) : m_size(size), m_scale(scale) {}
 
     [[nodiscard]] QRect close() const { return button(0); }
-    [[nodiscard]] QRect focus() const { return button(1); }
+    [[nodiscard]] QRect area() const { return button(1); }
     [[nodiscard]] QRect pin() const { return button(2); }
-    /// The right end of the picker: it is at least this wide.
+    /// The right end of the picker, which is at least this wide.
     [[nodiscard]] QRect picker() const;
     /// The left end of the strip with the menus' titles.
     [[nodiscard]] QRect menuStrip() const;
@@ -37,9 +37,9 @@ class ViewerControls {
     int m_scale;
 };
 
-/// What every whole-program test starts from: a desktop with openbox, an empty home, the pointer in
-/// the screen's far corner, and neither camera nor viewer running. When a test fails, the screen is
-/// saved and the viewer's log printed.
+/// The starting point of every whole-program test: a desktop with openbox, an empty home folder,
+/// the pointer in the screen's bottom right corner, and neither a camera nor a viewer running. When
+/// a test fails, a screenshot is saved and the viewer's log is printed.
 class ViewerFixture : public testing::Test {
   protected:
     explicit ViewerFixture(WindowManager windowManager = WindowManager::openbox,
@@ -48,20 +48,19 @@ class ViewerFixture : public testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-    /// Starts a camera, which runs until the end of the test. Null, and a test failure, when it
-    /// does not come up.
+    /// Starts a camera, which runs until the end of the test. When it does not start, the test
+    /// fails and the result is null.
     CameraProcess *startCamera(const CameraSetup &setup = {});
     /// Starts a camera and makes it the only one in the list.
     CameraProcess *startListedCamera(const CameraSetup &setup = {});
 
-    /// Starts the viewer, ending the one that runs.
+    /// Starts the viewer after ending one that is running.
     void startViewer(const ViewerProcess::Variables &variables = {});
-    /// Starts the viewer and waits until the picture of a test camera, as sharp as it comes, fills
-    /// its window.
+    /// Starts the viewer and waits until the sharp picture of a test camera fills its window.
     void startViewerAndWaitForPicture(const ViewerProcess::Variables &variables = {});
     /// Waits until the picture of a test camera fills the viewer's window from edge to edge.
     [[nodiscard]] testing::AssertionResult pictureFillsTheWindow() const;
-    /// Ends the viewer as a session's end would, and fails the test unless it ends in order.
+    /// Ends the viewer as the end of a session does, and fails the test unless it exits cleanly.
     void endViewer();
 
     /// A point of the viewer's window on the screen.
@@ -76,24 +75,25 @@ class ViewerFixture : public testing::Test {
     [[nodiscard]] bool controlsAreVisible() const;
     /// Shows the controls and clicks into the middle of one.
     void clickControl(QRect inWindow);
-    /// Moves the pointer to the screen's far corner.
+    /// Moves the pointer to the screen's bottom right corner.
     void movePointerAway();
 
     /// Asks the window manager to move or to resize the viewer's window.
     void moveWindow(QPoint position);
     void resizeWindow(QSize size);
-    /// Waits until the viewer's window has come to rest exactly here.
+    /// Waits until the viewer's window has come to rest with exactly this geometry.
     [[nodiscard]] testing::AssertionResult
-    comesToBe(QRect geometry, std::chrono::milliseconds deadline = std::chrono::seconds(20)) const;
-    /// The window's frame that the preferences hold now.
+    reachesFrame(QRect geometry,
+                 std::chrono::milliseconds deadline = std::chrono::seconds(20)) const;
+    /// The window frame that is stored in the preferences.
     [[nodiscard]] QString storedFrame() const;
 
-    /// Puts a white window of another program here, which takes the keyboard's focus; it stays
-    /// until the end of the test. Null, and a test failure, when it does not come up.
+    /// Opens a white window of another program here, which takes the keyboard focus and stays until
+    /// the end of the test. When it does not open, the test fails and the result is null.
     DesktopProgram *startWhiteWindow(QRect place);
 
-    /// Whether the window's content has this shape, to two pixels, and asks the window manager to
-    /// keep it.
+    /// Whether the window's content has this aspect ratio to within two pixels, and its size hints
+    /// ask the window manager to keep the ratio.
     [[nodiscard]] testing::AssertionResult hasShape(QSize shape) const;
 
     TestDesktop desktop;
@@ -104,7 +104,8 @@ class ViewerFixture : public testing::Test {
     std::vector<std::unique_ptr<CameraProcess>> cameras;
     std::unique_ptr<ViewerProcess> viewer;
     std::unique_ptr<DesktopProgram> whiteWindow;
-    /// What every viewer is started through and with; see ViewerProcess.
+    /// The launcher and the environment variables of every viewer that the test starts (see
+    /// ViewerProcess).
     QStringList viewerLauncher;
     ViewerProcess::Variables viewerVariables;
     int scale = 1;

@@ -15,26 +15,26 @@ struct LogLine {
     QString text;
 };
 
-/// The viewer itself, as a user would run it, on a desktop and with a home folder of a test's own.
+/// The viewer, run as by a user, with a private desktop and a private home folder.
 ///
-/// The destructor ends the process; when the running test has failed by then, it prints what the
-/// viewer wrote. Main thread only; must outlive neither its desktop nor its home.
+/// The destructor ends the process and prints its output when the test has failed. Main thread
+/// only. Must not outlive its desktop or its home.
 class ViewerProcess : public DesktopProgram {
   public:
     using Variables = QList<std::pair<QString, QString>>;
 
-    /// `variables` are added to the environment, replacing what is there.
+    /// `variables` are added to the environment and replace existing ones.
     ViewerProcess(const TestDesktop &desktop, const TestHome &home,
                   const Variables &variables = {});
     ~ViewerProcess();
 
-    /// Starts the program and waits until its window is on the screen. `launcher` is a command
-    /// that becomes the program whose path follows it, such as one that enters a namespace first.
+    /// Starts the program and waits until its window is on the screen. `launcher` is a command that
+    /// executes the program whose path is appended. For example, it can enter a namespace first.
     [[nodiscard]] testing::AssertionResult start(const QStringList &launcher = {});
 
-    /// The log so far. What is on standard error without being a log line is not in it.
+    /// The log so far. Other output on standard error is left out.
     [[nodiscard]] QList<LogLine> log() const;
-    /// How many log lines there are so far: a mark for `waitForLog`.
+    /// The number of log lines so far, for use as a mark with `waitForLog`.
     [[nodiscard]] qsizetype logMark() const { return log().size(); }
 
     /// Waits for a line of this level and category whose whole text matches `text`, among the lines
@@ -47,10 +47,10 @@ class ViewerProcess : public DesktopProgram {
     [[nodiscard]] bool hasLogged(const QString &level, const QString &category,
                                  const QString &textPattern, qsizetype from = 0) const;
 
-    /// Waits until a live picture is shown, by the viewer's own account.
+    /// Waits until the viewer's log reports a live picture.
     [[nodiscard]] testing::AssertionResult waitForLiveVideo(qsizetype from = 0) const;
 
-    /// Waits for the process to end of itself with status 0.
+    /// Waits until the process exits by itself with status 0.
     [[nodiscard]] testing::AssertionResult exitsInOrder(std::chrono::milliseconds deadline);
 
     /// Everything that the program wrote to standard output and standard error.

@@ -22,15 +22,15 @@ namespace {
 
 const QColor background{0x20, 0x40, 0x60};
 
-/// How weston's configuration asks for drawing without OpenGL: another way from version 12 on, and
-/// both together are refused.
+/// The setting for drawing without OpenGL. Weston 12 changed it, and rejects a configuration with
+/// both forms.
 QByteArray withoutOpenGl() {
     QProcess weston;
     weston.start(QStringLiteral("weston"), {QStringLiteral("--version")});
     EXPECT_TRUE(weston.waitForFinished(20'000));
     const QRegularExpression version(QStringLiteral("weston (\\d+)\\."));
     const auto match = version.match(QString::fromUtf8(weston.readAllStandardOutput()));
-    EXPECT_TRUE(match.hasMatch()) << "weston does not tell its version";
+    EXPECT_TRUE(match.hasMatch()) << "weston does not report its version";
     return match.captured(1).toInt() >= 12 ? "renderer=pixman" : "use-pixman=true";
 }
 
@@ -59,13 +59,13 @@ void WaylandFixture::startSession(XWayland xWayland, int idleTime) {
         return QFile::exists(runtimeFolder + QStringLiteral("/wayland-test"));
     })) << compositor->standardError().join(u'\n').toStdString();
     ASSERT_TRUE(eventually(30s, [this] {
-        // Not in a corner, where the pointer may be.
+        // The checked point is not in a corner, where the pointer may be.
         return colourDistance(screen.pixel(QPoint(desktop.size().width() / 3, 5)), background) < 3;
     })) << "the session's background does not appear";
-    ASSERT_NO_FATAL_FAILURE(takeHoldOfPointer());
+    ASSERT_NO_FATAL_FAILURE(alignSessionPointer());
     if (xWayland == XWayland::none)
         return;
-    // It names its display in its log, and starts the server with the first client.
+    // Weston logs the display of XWayland, and starts the server with the first client.
     static const QRegularExpression listening(
         QStringLiteral("xserver listening on display (:\\d+)"));
     ASSERT_TRUE(eventually(30s, [this] {
@@ -76,7 +76,7 @@ void WaylandFixture::startSession(XWayland xWayland, int idleTime) {
     })) << compositor->standardError().join(u'\n').toStdString();
 }
 
-void WaylandFixture::takeHoldOfPointer() {
+void WaylandFixture::alignSessionPointer() {
     const QPoint there = desktop.area().bottomRight() - QPoint(40, 40);
     const auto isThere = [&] {
         const QImage picture = screen.area(QRect(there, QSize(6, 10)));
@@ -172,7 +172,8 @@ std::chrono::milliseconds WaylandFixture::processorTime() const {
     QFile file(QStringLiteral("/proc/%1/stat").arg(viewer->processId()));
     if (!file.open(QFile::ReadOnly))
         return {};
-    // After the name, which may hold spaces: user time is field 14 of all, system time 15.
+    // The fields are counted after the name, which may contain spaces. User time is field 14 and
+    // system time field 15.
     const QByteArray stat = file.readAll();
     const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
     const qint64 ticks = fields.value(11).toLongLong() + fields.value(12).toLongLong();

@@ -15,16 +15,16 @@
 
 namespace lumvik::test {
 
-/// A session of Wayland's. The compositor is weston, which draws its screen into a window of the
-/// test's own desktop, where it can be looked at and gets a real pointer and keyboard.
+/// A Wayland session. The compositor is Weston, which draws into a window of the test's own
+/// desktop. There the test can take screenshots and use a pointer and a keyboard.
 class WaylandFixture : public testing::Test {
   protected:
     enum class XWayland { none, offered };
 
     void TearDown() override;
 
-    /// `idleTime`, in seconds, is how long nobody has to touch anything for the session to turn
-    /// its screen off; 0 for never.
+    /// Starts the session. `idleTime` is the time without input, in seconds, after which the
+    /// session turns its screen off. 0 means never.
     void startSession(XWayland xWayland = XWayland::none, int idleTime = 0);
     /// Starts a camera that is in the list under two names.
     void startCamera();
@@ -32,12 +32,12 @@ class WaylandFixture : public testing::Test {
     void startViewer();
     void endViewer();
 
-    /// Where the viewer's window is: everything that is not the session's background. The pointer
-    /// must be in the window or in the screen's far corner.
+    /// The rectangle of the viewer's window, which is everything apart from the session's
+    /// background. The pointer must be in the window or in the screen's bottom right corner.
     [[nodiscard]] QRect windowArea() const;
     /// The window's area once it shows the camera, which is small enough not to fill the screen.
     [[nodiscard]] QRect shownPicture() const;
-    /// Drags the picture by its middle, and takes the pointer away.
+    /// Drags the picture by its middle, and moves the pointer away.
     void drag(QPoint distance);
     /// Shows the controls of the window at `start`, and waits until its close button's cross, which
     /// is white, has faded in.
@@ -60,12 +60,12 @@ class WaylandFixture : public testing::Test {
     std::unique_ptr<ChildProcess> viewer;
 
   private:
-    /// Brings the session's own pointer to where the desktop's is, in the far corner. It begins
-    /// elsewhere, and follows the steps of the other one as soon as the session hears of them; in
-    /// the near corner it is stopped by the edges, wherever it was.
-    void takeHoldOfPointer();
+    /// Aligns the session's pointer with the desktop's pointer in the bottom right corner. The
+    /// session's pointer starts at another position and only follows relative motion. A detour to
+    /// the top left corner, where the edges stop it, removes the difference.
+    void alignSessionPointer();
 
-    QString m_xDisplay; // XWayland's; empty without it
+    QString m_xDisplay; // the display of XWayland; empty without it
 };
 
 } // namespace lumvik::test

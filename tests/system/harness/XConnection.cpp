@@ -165,9 +165,8 @@ xcb_window_t XConnection::focusedWindow() const {
 }
 
 bool XConnection::keyboardIsGrabbed() const {
-    // There is no way to ask but to try. The grab is for a window that is not on the screen, which
-    // the server refuses for that reason unless there is the better one; so nothing changes by
-    // asking.
+    // The only way to find out is to try. The grab is for a window that is not viewable, so the
+    // server refuses it in any case. An existing grab shows as a different error.
     const auto reply = owned(
         xcb_grab_keyboard_reply(m_connection,
                                 xcb_grab_keyboard(m_connection, 0, m_hiddenWindow, XCB_CURRENT_TIME,
@@ -190,7 +189,7 @@ QImage XConnection::grab(QRect area) const {
     const int bytesPerLine = area.width() * 4;
     if (!reply || xcb_get_image_data_length(reply.get()) < bytesPerLine * area.height())
         return {};
-    // The copy is needed: QImage does not own what it is given.
+    // The copy is necessary because QImage does not own the buffer that it wraps.
     return QImage(xcb_get_image_data(reply.get()), area.width(), area.height(), bytesPerLine,
                   QImage::Format_RGB32)
         .copy();

@@ -16,7 +16,8 @@
 
 namespace lumvik::test {
 
-/// What a window asks of the window manager in WM_NORMAL_HINTS. Absent parts are not flagged there.
+/// The requests of a window to the window manager in WM_NORMAL_HINTS. Hints that are not set are
+/// empty.
 struct SizeHints {
     std::optional<QSize> minimumSize;
     /// Width and height of the smallest and of the largest aspect ratio allowed.
@@ -24,11 +25,11 @@ struct SizeHints {
     std::optional<QSize> maximumAspect;
 };
 
-/// A test's own connection to a display: reads what other programs put there (windows, properties,
-/// pixels) and sends the few requests that only a window manager or pager sends.
+/// A test's own connection to a display. It reads the windows, properties and pixels of other
+/// programs, and sends a few requests that only a window manager or pager sends.
 ///
-/// Every question goes to the server when it is asked; nothing is cached but atom names. A window
-/// that has gone answers as one without properties. Main thread only.
+/// Every query goes to the server, and only atom names are cached. A window that does not exist any
+/// more is treated as one without properties. Main thread only.
 class XConnection {
   public:
     /// Connects to a display such as ":3"; null when there is none.
@@ -43,9 +44,9 @@ class XConnection {
     /// after their parents.
     [[nodiscard]] QList<xcb_window_t> viewableWindows() const;
     [[nodiscard]] bool isViewable(xcb_window_t window) const;
-    /// Whether the window keeps the window manager out, as menus and tool tips do.
+    /// Whether the window bypasses the window manager, as menus and tool tips do.
     [[nodiscard]] bool overridesRedirect(xcb_window_t window) const;
-    /// Where the window's inside is, in pixels from the root's top left corner.
+    /// The geometry of the window's content, in pixels from the root's top left corner.
     [[nodiscard]] std::optional<QRect> geometry(xcb_window_t window) const;
 
     /// A property of 32-bit numbers (CARDINAL, WINDOW, ATOM…); empty when there is none.
@@ -61,14 +62,15 @@ class XConnection {
     [[nodiscard]] SizeHints normalHints(xcb_window_t window) const;
 
     [[nodiscard]] QPoint pointerPosition() const;
-    /// Which window the keyboard goes to.
+    /// The window that has the keyboard focus.
     [[nodiscard]] xcb_window_t focusedWindow() const;
 
-    /// Whether another program keeps all keys to itself, as a window manager does while it moves or
+    /// Whether another program has grabbed the keyboard, as a window manager does while it moves or
     /// resizes a window.
     [[nodiscard]] bool keyboardIsGrabbed() const;
 
-    /// What is on the screen inside `area` (in root pixels, cut to the screen).
+    /// The contents of the screen inside `area`, which is in root coordinates and is clipped to the
+    /// screen.
     [[nodiscard]] QImage grab(QRect area) const;
 
     /// Asks the window manager to close a window, as a task bar does.
@@ -82,7 +84,7 @@ class XConnection {
 
     xcb_connection_t *m_connection; // owned
     const xcb_screen_t *m_screen;   // part of the connection
-    xcb_window_t m_hiddenWindow;    // never mapped; goes with the connection
+    xcb_window_t m_hiddenWindow;    // never mapped; destroyed with the connection
     mutable QHash<QByteArray, xcb_atom_t> m_atoms;
 };
 

@@ -1,23 +1,23 @@
 #!/usr/bin/env python3
-"""Looks at a program through AT-SPI, as a screen reader does, and answers a test's questions.
+"""Inspects a program through AT-SPI, as a screen reader does, on behalf of a test.
 
     accessibility.py PID [--remember]
 
-reads one command a line, a JSON list, and answers each with one line of JSON: {"answer": ...} or
-{"error": "..."}. "Name" and "role" name the first object of the program that has both.
+reads one command per line, a JSON list, and replies to each with one line of JSON: {"answer": ...} or
+{"error": "..."}. "role" and "name" select the first object of the program that has both.
 
     ["tree"]                         the program's objects, each with name, description, role, states,
                                      actions, text and children
     ["find", role, name]             that object, without its children
-    ["act", role, name, action]      performs an action of it, named as in the tree
-    ["focus", role, name]            asks for the keyboard to come to it
-    ["focused"]                      the object that got the keyboard last, in the tree or not
-    ["events"]                       what has happened since the last time: [kind, detail, role, name]
+    ["act", role, name, action]      performs an action of that object, named as in the tree
+    ["focus", role, name]            requests the keyboard focus for that object
+    ["focused"]                      the object that got the keyboard focus last, in the tree or not
+    ["events"]                       the events since the last call: [kind, detail, role, name]
 
-With --remember it goes by what it was told once and by the news since, as screen readers do; without, it
-asks the program again each time.
+With --remember the script keeps a cache that it updates from events, as screen readers do. Without this
+option it asks the program each time.
 
-It needs the session's bus in the environment, as every program with AT-SPI does.
+The environment must contain the address of the session bus, as for every program that uses AT-SPI.
 """
 
 import json
@@ -38,7 +38,7 @@ EVENTS = (
 
 
 def role_of(node):
-    # A push button is called a button from AT-SPI 2.53 on.
+    # AT-SPI 2.53 renamed "push button" to "button".
     name = node.getRoleName()
     return "push button" if name == "button" else name
 
@@ -77,7 +77,7 @@ class Program:
             if event.type.endswith(":focused") and event.detail1:
                 self.focused = event.source
             self.events.append([event.type, event.detail1, role_of(event.source), event.source.name])
-        except Exception as problem:  # an object that has gone since
+        except Exception as problem:  # the object no longer exists
             self.events.append([str(event.type), event.detail1, "", str(problem)])
 
 
@@ -97,8 +97,8 @@ def text_of(node):
 
 
 def described(node):
-    # Whether something could be seen, were it not for what surrounds it: the toolkit has no news of that, but
-    # of what is shown.
+    # The state "visible" ignores the surroundings of an object. Qt sends no events for it, but does for
+    # the state "showing".
     states = [pyatspi.stateToString(state) for state in node.getState().getStates()
               if state != pyatspi.STATE_VISIBLE]
     return {"name": node.name, "description": node.description, "role": role_of(node),
