@@ -1,17 +1,19 @@
 // lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL]
 //
-// Watches a rectangle of the X screen that shows the test camera's picture with its clock pattern,
-// and prints a line each time the shown capture time changes:
+// Watches a rectangle of the X screen that shows the test camera's picture with its clock pattern.
+// Prints a line for every new frame, recognised by its capture time:
 //
 //     MOMENT DELAY INK
 //
-// MOMENT is when it was seen (CLOCK_MONOTONIC) and DELAY how long after its capture that was, both
-// in milliseconds. INK is how much of a line through the camera's name is bright, in thousandths:
-// it tells a camera with a long name from one with a short name.
+// MOMENT is the time at which the program saw the frame (CLOCK_MONOTONIC), and DELAY is the
+// frame's latency, the time since its capture. Both are in milliseconds. INK is the share of
+// bright pixels in a row through the camera's name, in thousandths. It distinguishes a camera with
+// a long name from a camera with a short name.
 //
-// It prints "ready" once it watches, and runs until it is ended. It looks every INTERVAL
-// milliseconds (2 by default), which is also how late it can be. Only three single rows of pixels
-// are fetched, through shared memory, because it shares the processor with what is being measured.
+// The program prints "ready" when it starts to watch, and runs until it is terminated. It reads the
+// screen every INTERVAL milliseconds (default: 2), so a MOMENT can be late by one interval. It
+// fetches only three rows of pixels, through shared memory, because it shares the processor with
+// the programs that are being measured.
 
 #include "testcamera/ClockPattern.h"
 #include "testcamera/PictureLayout.h"
@@ -36,10 +38,11 @@ namespace PictureLayout = lumvik::test::PictureLayout;
 
 constexpr int bytesPerPixel = 4;
 constexpr int screenDepth = 24;
-/// What is fetched: a row of pixels through the middle of each of these.
+/// The parts of the picture of which one row of pixels, through the middle, is fetched.
 enum Row : unsigned { upperCells, lowerCells, cameraName, rowCount };
 
-/// A time further away than this is an accident: some picture whose checksum happens to fit.
+/// The longest latency that is believed, in milliseconds. A greater one means that the checksum of
+/// another picture happens to match.
 constexpr std::int64_t longestDelay = 60'000;
 
 struct Area {
@@ -69,7 +72,7 @@ struct Free {
     void operator()(void *memory) const { std::free(memory); }
 };
 
-/// The rows of pixels, fetched from the X server into memory shared with it.
+/// Fetches rows of pixels from the X server through shared memory.
 class ScreenRows {
   public:
     explicit ScreenRows(const Area &area) : m_area(area) {
@@ -86,9 +89,9 @@ class ScreenRows {
         share();
     }
 
-    /// False when the server is gone or refuses.
+    /// Fetches the rows. Returns false if the X server has exited or refuses the request.
     bool fetch() {
-        // All requests go out before an answer is awaited, so that the server handles them
+        // All requests are sent before the first reply is awaited, so that the server handles them
         // together.
         const std::array cookies{request(upperCells), request(lowerCells), request(cameraName)};
         bool isComplete = true;
@@ -107,7 +110,7 @@ class ScreenRows {
         });
     }
 
-    /// In thousandths.
+    /// Returns the share of bright pixels in the row through the camera's name, in thousandths.
     [[nodiscard]] int ink() const {
         const int width = static_cast<int>(m_area.width * PictureLayout::name.width);
         int bright = 0;
@@ -122,19 +125,20 @@ class ScreenRows {
         const int id = shmget(IPC_PRIVATE, size, IPC_CREAT | 0600);
         void *memory = id < 0 ? nullptr : shmat(id, nullptr, 0);
         if (memory == nullptr || memory == reinterpret_cast<void *>(-1))
-            fail("there is no shared memory");
+            fail("cannot allocate shared memory");
         m_pixels = static_cast<const unsigned char *>(memory);
         m_segment = xcb_generate_id(m_connection.get());
         const std::unique_ptr<xcb_generic_error_t, Free> error(xcb_request_check(
             m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment,
                                                        static_cast<std::uint32_t>(id), 0)));
-        // Marked for removal now, it goes away with its last user however this program ends.
+        // The segment is marked for removal now and disappears with its last user, even if this
+        // program crashes.
         shmctl(id, IPC_RMID, nullptr);
         if (error)
-            fail("the X server does not share memory");
+            fail("the X server does not support shared memory");
     }
 
-    /// The height of a row in the picture, from 0 at the top to 1.
+    /// Returns the vertical position of a row in the picture, from 0 (top) to 1 (bottom).
     static double heightOf(Row row) {
         constexpr double share = ClockPattern::heightShare;
         switch (row) {
@@ -180,7 +184,7 @@ Area parseArea(int argc, char **argv) {
     if (argc == 6)
         area.interval = std::atoi(argv[5]);
     if (area.width < 40 || area.height < 40 || area.interval < 1)
-        fail("the rectangle is too small, or the interval is none");
+        fail("the rectangle or the interval is too small");
     return area;
 }
 
@@ -209,7 +213,7 @@ int main(int argc, char **argv) {
         const std::int64_t now = monotonicMilliseconds();
         const auto shown = rows.shownTime();
         if (shown && shown != last) {
-            // The pattern holds the time modulo 2^32.
+            // The pattern contains the time in milliseconds modulo 2^32.
             const auto delay = static_cast<std::int32_t>(static_cast<std::uint32_t>(now) - *shown);
             if (delay >= 0 && delay < longestDelay) {
                 last = shown;
@@ -218,5 +222,5 @@ int main(int argc, char **argv) {
         }
         waitForNextLook(next, area.interval);
     }
-    fail("the X server is gone");
+    fail("the X server has exited");
 }

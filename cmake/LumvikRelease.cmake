@@ -1,6 +1,6 @@
-# What a build for users adds to the compiler's and the linker's flags, for all targets alike.
+# Compiler and linker flags for release builds. They apply to all targets.
 
-# Paths of the machine that built it say nothing to users, and would make every build another one.
+# Paths of the build machine are of no use to users and would make builds irreproducible.
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_options(
     "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build" "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
@@ -15,15 +15,15 @@ include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
-# Some systems' compilers define it already, with another number.
+# Some systems' compilers define _FORTIFY_SOURCE by default, with a different value.
 add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
 add_compile_options(-fstack-protector-strong -Wformat -Wformat-security)
-foreach(flag -fstack-clash-protection -fcf-protection) # not on every processor
+foreach(flag -fstack-clash-protection -fcf-protection) # not available for all processors
   string(MAKE_C_IDENTIFIER "LUMVIK_HAS${flag}" known)
   check_cxx_compiler_flag("-Werror ${flag}" ${known})
   if(${known})
     add_compile_options(${flag})
   endif()
 endforeach()
-# Addresses of functions are all settled at the start, and then read-only.
+# The dynamic linker resolves all functions at the start and then makes the table of their addresses read-only.
 add_link_options("LINKER:-z,relro,-z,now")

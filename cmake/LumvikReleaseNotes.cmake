@@ -1,14 +1,14 @@
-# CHANGELOG.md in the forms in which software centres (AppStream) and Debian packages want it.
+# Converts CHANGELOG.md to the formats of software centres (AppStream) and of Debian packages.
 #
 # lumvik_release_notes(CHANGELOG MAINTAINER) sets in the caller's scope
 #   LUMVIK_RELEASES          <release> elements, newest first
-#   LUMVIK_DEBIAN_CHANGELOG  a Debian changelog
-#   LUMVIK_DATE              the day of the newest release, 2026-01-31
+#   LUMVIK_DEBIAN_CHANGELOG  a Debian change log
+#   LUMVIK_DATE              the date of the newest release, such as 2026-01-31
 #
-# A version's heading is "## 0.1.0 (2026-01-31)"; one that is not released yet counts as released now, which is
-# SOURCE_DATE_EPOCH where that is set.
+# The heading of a version is "## 0.1.0 (2026-01-31)". A version without a date is not released yet. It gets the current
+# date, or that of SOURCE_DATE_EPOCH if the variable is set.
 
-# Words of `text` in lines of at most 76 characters, the first one after `first`, others after `next`.
+# Wraps `text` in lines of at most 76 characters. The first line begins with `first`, the others begin with `next`.
 function(lumvik_wrap text first next result)
   string(REPLACE " " ";" words "${text}")
   set(wrapped "")
@@ -29,7 +29,8 @@ endfunction()
 
 function(lumvik_release_notes changelog maintainer)
   file(READ "${changelog}" text)
-  # What would be taken for punctuation of lists is spelled otherwise for a while, and a note takes one line.
+  # Semicolons and brackets have a meaning in CMake's lists, so control characters replace them meanwhile. Each note is
+  # joined to one line.
   string(ASCII 1 semicolon)
   string(ASCII 2 opening)
   string(ASCII 3 closing)
@@ -91,13 +92,13 @@ function(lumvik_release_notes changelog maintainer)
   set(LUMVIK_DATE "${newest}" PARENT_SCOPE)
 endfunction()
 
-# "2026-01-31" as mails and Debian's changelogs write it: "Sat, 31 Jan 2026 00:00:00 +0000".
+# Converts "2026-01-31" to the format of mails and Debian change logs: "Sat, 31 Jan 2026 00:00:00 +0000".
 function(lumvik_mail_date date result)
   string(REGEX MATCH "^([0-9]+)-0?([0-9]+)-0?([0-9]+)$" matched "${date}")
   set(year "${CMAKE_MATCH_1}")
   set(month "${CMAKE_MATCH_2}")
   set(day "${CMAKE_MATCH_3}")
-  # The day of the week, counted with the year's beginning moved to March.
+  # Sakamoto's method for the day of the week, in which the year starts in March.
   set(offsets 0 3 2 5 0 3 5 1 4 6 2 4)
   set(names Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec)
   set(weekdays Sun Mon Tue Wed Thu Fri Sat)

@@ -1,4 +1,4 @@
-# Warnings and sanitizers as interface targets, and the one way in which this project makes a library.
+# The interface targets for warnings and sanitizers, and the functions that add this project's libraries.
 
 add_library(lumvik_warnings INTERFACE)
 target_compile_options(lumvik_warnings INTERFACE
@@ -19,8 +19,8 @@ endif()
 option(LUMVIK_PRECOMPILED_HEADERS "Precompile the headers of Qt, GoogleTest and the standard library" ON)
 option(LUMVIK_UNITY_TESTS "Compile several test sources at once" ON)
 
-# A compiler cache is used where one is installed. It refuses precompiled headers unless it is told that their macros
-# and dates do not matter.
+# A compiler cache is used where one is installed. It refuses precompiled headers unless CCACHE_SLOPPINESS allows
+# it to ignore their macros and dates.
 find_program(LUMVIK_CCACHE ccache)
 if(LUMVIK_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER
@@ -34,7 +34,8 @@ set(LUMVIK_TOOLKIT_DEFINITIONS
 # lumvik_precompiled(NAME HEADERS... LIBRARIES... DEFINITIONS...) precompiles system headers once for all targets that
 # call lumvik_use_precompiled. The compiler rejects a precompiled header if the target that uses it lacks a macro
 # that was defined here, or defines one that a header tested for. LIBRARIES therefore contribute their include
-# folders only, and headers whose content depends on the target's macros (such as <QTest>) must not be listed.
+# folders only, and headers whose content depends on the target's macros (such as <QTest>) must not be listed. It also
+# rejects one that was compiled with -fPIC in a program compiled with -fPIE, so both get -fPIC.
 function(lumvik_precompiled name)
   if(NOT LUMVIK_PRECOMPILED_HEADERS)
     return()
@@ -48,21 +49,19 @@ function(lumvik_precompiled name)
   endforeach()
   target_compile_definitions(${name} PRIVATE ${LUMVIK_TOOLKIT_DEFINITIONS} ${arg_DEFINITIONS})
   target_link_libraries(${name} PRIVATE lumvik_warnings lumvik_sanitizers)
-  target_compile_options(${name} PRIVATE -pthread -fpch-preprocess)
-  set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${name} PRIVATE -fPIC -pthread -fpch-preprocess)
   target_precompile_headers(${name} PRIVATE ${arg_HEADERS})
 endfunction()
 
 # lumvik_use_precompiled(TARGET NAME) lets a target use the headers that NAME has precompiled.
 function(lumvik_use_precompiled target name)
   if(LUMVIK_PRECOMPILED_HEADERS)
-    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
-    target_compile_options(${target} PRIVATE -pthread -fpch-preprocess)
+    target_compile_options(${target} PRIVATE -fPIC -pthread -fpch-preprocess)
     target_precompile_headers(${target} REUSE_FROM ${name})
   endif()
 endfunction()
 
-# lumvik_library(NAME SOURCES...) makes a static library whose headers are included from the root of the tree
+# lumvik_library(NAME SOURCES...) adds a static library whose headers are included from the root of the tree
 # ("platform/LumvikLog.h"). LUMVIK_PRECOMPILED names the precompiled headers that it uses.
 function(lumvik_library name)
   add_library(${name} STATIC ${ARGN})
@@ -73,7 +72,7 @@ function(lumvik_library name)
   lumvik_use_precompiled(${name} ${LUMVIK_PRECOMPILED})
 endfunction()
 
-# lumvik_use_xcb(NAME) gives a target XCB where it was found; the code asks for LUMVIK_HAVE_XCB.
+# lumvik_use_xcb(NAME) links a target to XCB and defines LUMVIK_HAVE_XCB for it, if XCB was found.
 function(lumvik_use_xcb name)
   if(TARGET PkgConfig::XCB)
     target_compile_definitions(${name} PRIVATE LUMVIK_HAVE_XCB)

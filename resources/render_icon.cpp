@@ -1,6 +1,6 @@
-// Writes the program's icon as pictures, for desktops that do not draw vector graphics themselves:
+// lumvik-render-icon SIZE FILE [SIZE FILE...]
 //
-//   lumvik-render-icon SIZE FILE [SIZE FILE...]
+// Writes the program's icon as PNG files, for desktops that do not support SVG icons.
 
 #include "style/ApplicationIcon.h"
 

@@ -24,7 +24,8 @@ OutletHolder *outletOf(GstRTSPMedia *media) {
 void abortConnection(GSocket *socket) {
     sockaddr nobody{};
     nobody.sa_family = AF_UNSPEC;
-    ::connect(g_socket_get_fd(socket), &nobody, sizeof nobody);
+    // Nothing can be done about a failure, and the connection is closed in any case.
+    (void)::connect(g_socket_get_fd(socket), &nobody, sizeof nobody);
 }
 
 bool hasEncoder(VideoCodec codec) {

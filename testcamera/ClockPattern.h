@@ -21,7 +21,12 @@ inline constexpr int rows = 2;
 /// The part of the picture's height that the pattern takes, counted from the bottom.
 inline constexpr double heightShare = 0.2;
 
-using Cells = std::array<bool, static_cast<std::size_t>(columns *rows)>;
+using Cells = std::array<bool, static_cast<std::size_t>(columns) * rows>;
+
+/// The position of a cell in `Cells`.
+[[nodiscard]] constexpr std::size_t cellIndex(int row, int column) {
+    return static_cast<std::size_t>(row) * columns + static_cast<std::size_t>(column);
+}
 
 [[nodiscard]] constexpr std::uint8_t checksum(std::uint32_t milliseconds) {
     const auto folded = (milliseconds >> 24U) ^ (milliseconds >> 16U) ^ (milliseconds >> 8U) ^
@@ -68,7 +73,7 @@ template<typename Luma>
                     sum += luma(std::clamp(x, 0, width - 1), std::clamp(y, 0, height - 1));
                 }
             }
-            cells[static_cast<std::size_t>(row * columns + column)] = sum > 9 * 127;
+            cells[cellIndex(row, column)] = sum > 9 * 127;
         }
     }
     return decode(cells);

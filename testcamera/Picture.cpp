@@ -61,8 +61,10 @@ QFont clockFont(QSize cell) {
 Picture::Picture(QSize size, const QString &name, Bottom bottom) : m_size(size), m_bottom(bottom) {
     const int lumaStride = roundUp(size.width(), 4);
     const int chromaStride = roundUp(size.width() / 2, 4);
-    const auto lumaSize = static_cast<std::size_t>(lumaStride * size.height());
-    const auto chromaSize = static_cast<std::size_t>(chromaStride * (size.height() / 2));
+    const auto lumaSize =
+        static_cast<std::size_t>(lumaStride) * static_cast<std::size_t>(size.height());
+    const auto chromaSize =
+        static_cast<std::size_t>(chromaStride) * static_cast<std::size_t>(size.height() / 2);
     m_planes = {{{0, lumaStride}, {lumaSize, chromaStride}, {lumaSize + chromaSize, chromaStride}}};
     m_data.resize(lumaSize + 2 * chromaSize);
     prepareDigits();
@@ -99,7 +101,7 @@ Picture::Rectangle Picture::pixels(PictureLayout::Region region) const {
 
 void Picture::fillLuma(Rectangle area, std::uint8_t luma) {
     for (int y = area.top; y < area.top + area.height; ++y)
-        std::memset(&m_data[static_cast<std::size_t>(y * m_planes[0].stride + area.left)], luma,
+        std::memset(&m_data[m_planes[0].at(area.left, y)], luma,
                     static_cast<std::size_t>(area.width));
 }
 
@@ -107,16 +109,15 @@ void Picture::fill(Rectangle area, YCbCr colour) {
     fillLuma(area, colour.y);
     for (std::size_t n = 1; n < m_planes.size(); ++n) {
         for (int y = area.top / 2; y < (area.top + area.height) / 2; ++y)
-            std::memset(&m_data[m_planes[n].offset +
-                                static_cast<std::size_t>(y * m_planes[n].stride + area.left / 2)],
-                        n == 1 ? colour.cb : colour.cr, static_cast<std::size_t>(area.width / 2));
+            std::memset(&m_data[m_planes[n].at(area.left / 2, y)], n == 1 ? colour.cb : colour.cr,
+                        static_cast<std::size_t>(area.width / 2));
     }
 }
 
 void Picture::copyLuma(int left, int top, const QImage &grey) {
     for (int y = 0; y < grey.height(); ++y)
-        std::memcpy(&m_data[static_cast<std::size_t>((top + y) * m_planes[0].stride + left)],
-                    grey.constScanLine(y), static_cast<std::size_t>(grey.width()));
+        std::memcpy(&m_data[m_planes[0].at(left, top + y)], grey.constScanLine(y),
+                    static_cast<std::size_t>(grey.width()));
 }
 
 void Picture::paintStaticParts(const QString &name) {
@@ -183,8 +184,7 @@ void Picture::paintPattern(std::uint32_t milliseconds) {
         for (int column = 0; column < ClockPattern::columns; ++column) {
             const int left = area.width * column / ClockPattern::columns;
             const int right = area.width * (column + 1) / ClockPattern::columns;
-            const bool white =
-                cells[static_cast<std::size_t>(row * ClockPattern::columns + column)];
+            const bool white = cells[ClockPattern::cellIndex(row, column)];
             fillLuma({left, top, right - left, bottom - top}, white ? whiteLuma : blackLuma);
         }
     }

@@ -38,6 +38,12 @@ class Picture {
     struct Plane {
         std::size_t offset = 0;
         int stride = 0;
+
+        /// The position of a sample in `m_data`.
+        [[nodiscard]] std::size_t at(int x, int y) const {
+            return offset + static_cast<std::size_t>(y) * static_cast<std::size_t>(stride) +
+                   static_cast<std::size_t>(x);
+        }
     };
     struct Rectangle {
         int left = 0;

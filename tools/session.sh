@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What tools/demo and tools/screenshots have in common: a folder of their own, test cameras, a screen in memory,
-# and an orderly end of everything that was started. Sourced by them, from the project's root.
+# Functions shared by tools/demo, tools/screenshots and tools/check-package: a temporary folder, test cameras, a virtual
+# screen, and an orderly end of all processes that were started. The scripts source this file from the project's root.
 
 folder=$(mktemp -d)
 started=()
@@ -9,7 +9,7 @@ finish() {
     for pid in "${started[@]}"; do
         kill "$pid" 2>/dev/null || true
     done
-    # Everything here ends on a TERM; what does not is not waited for for ever.
+    # The processes normally exit on SIGTERM. Those that have not exited after five seconds are killed.
     for _ in $(seq 50); do
         local left=no
         for pid in "${started[@]}"; do
@@ -29,14 +29,16 @@ trap 'exit 130' INT TERM HUP
 
 say() { printf '%s\n' "$*"; }
 
-# Polls a command until it succeeds: wait_for SECONDS WHAT COMMAND... Gives up, and ends everything, when that
-# takes too long or what was started last has ended.
+# wait_for SECONDS WHAT COMMAND...: polls the command until it succeeds. Ends the script with an error if that takes
+# longer than SECONDS or if the process that was started last has exited.
 wait_for() {
     local deadline=$((SECONDS + $1)) what=$2 problem=
     shift 2
     until "$@"; do
-        if [ "$SECONDS" -ge "$deadline" ]; then problem="There was no sign of $what in time."; fi
-        if ! kill -0 "${started[-1]}" 2>/dev/null; then problem="It ended before there was $what."; fi
+        if [ "$SECONDS" -ge "$deadline" ]; then problem="Timed out while waiting for $what."; fi
+        if ! kill -0 "${started[-1]}" 2>/dev/null; then
+            problem="The process that was started last exited while the script waited for $what."
+        fi
         if [ -n "$problem" ]; then
             say "$problem" >&2
             cat "$folder"/*.log >&2 || true
@@ -46,10 +48,10 @@ wait_for() {
     done
 }
 
-# Installs what is missing and builds the program and the test camera: build_programs FOLDER [PACKAGES], the
-# latter as for tools/install-dependencies
+# build_programs FOLDER [PACKAGES]: installs missing packages and builds the program and the test camera in FOLDER.
+# PACKAGES is an argument of tools/install-dependencies (default: demo).
 build_programs() {
-    say "Installing what is missing…"
+    say "Installing missing packages…"
     tools/install-dependencies "${2:-demo}"
     say "Building Lumvik and the test camera ($1)…"
     cmake --preset release -B "$1" -DLUMVIK_BUILD_TESTS=OFF -DLUMVIK_BUILD_BENCHMARKS=OFF >/dev/null
@@ -57,7 +59,7 @@ build_programs() {
     programs=$1/bin
 }
 
-# start_camera ID NAME OPTIONS...
+# start_camera ID NAME OPTIONS...: starts a test camera. `address ID` prints its address.
 start_camera() {
     local log="$folder/$1.log" name=$2
     shift 2
@@ -70,21 +72,22 @@ start_camera() {
 address_of() { sed -n 's/^ready //p' "$1"; }
 address() { address_of "$folder/$1.log"; }
 
-# Gives the viewer folders of its own, so that the user's are left alone.
+# Gives the viewer separate folders, so that the user's files are not touched.
 use_own_folders() {
     export XDG_DATA_HOME=$folder/data XDG_CONFIG_HOME=$folder/config XDG_CACHE_HOME=$folder/cache
-    # The name on the session bus is that of the user's own Lumvik.
+    # The user's own Lumvik may already have the name on the session bus.
     export LUMVIK_SESSION_BUS=no
     mkdir -p "$XDG_DATA_HOME/lumvik" "$XDG_CONFIG_HOME/lumvik"
     write_preferences
 }
-# write_preferences [LINE...]: a fresh set. Updates count as looked for: no server is to be asked.
+# write_preferences [LINE...]: writes new preferences. A recent date of the last check prevents an automatic update
+# check.
 write_preferences() {
     printf '%s\n' '[General]' "lastAutomaticUpdateCheck=$(date -u +%FT%TZ)" "$@" \
         >"$XDG_CONFIG_HOME/lumvik/lumvik.conf"
 }
 
-# start_screen WIDTH HEIGHT: a screen in memory with a window manager.
+# start_screen WIDTH HEIGHT: starts a virtual screen with a window manager.
 start_screen() {
     Xvfb -displayfd 3 -screen 0 "$1x$2x24" -nolisten tcp \
         3>"$folder/display" 2>"$folder/xvfb.log" >/dev/null &
@@ -92,7 +95,7 @@ start_screen() {
     wait_for 20 "the screen" test -s "$folder/display"
     DISPLAY=":$(tr -d '\n' <"$folder/display")"
     export DISPLAY
-    # Nothing of the user's desktop is to be seen in pictures.
+    # Settings of the user's desktop must not affect the screenshots.
     unset WAYLAND_DISPLAY XDG_CURRENT_DESKTOP QT_QPA_PLATFORM QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE \
         QT_FONT_DPI QT_SCREEN_SCALE_FACTORS QT_AUTO_SCREEN_SCALE_FACTOR QT_SCALE_FACTOR_ROUNDING_POLICY
     export LC_ALL=C.UTF-8

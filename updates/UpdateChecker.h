@@ -41,7 +41,7 @@ struct LumvikUpdateCheckError {
 };
 
 /// The shortest time between two automatic checks, in seconds: one day.
-inline constexpr std::int64_t automaticUpdateCheckPeriod = 24 * 60 * 60;
+inline constexpr std::int64_t automaticUpdateCheckPeriod = 86'400;
 
 using LumvikUpdateCheckOutcome = tl::expected<LumvikUpdateCheckResult, LumvikUpdateCheckError>;
 

@@ -4,8 +4,8 @@
 
 namespace lumvik {
 
-/// The shape that a window's content is to keep, as a width and a height of which only the quotient
-/// matters. An empty ratio keeps nothing.
+/// The aspect ratio that a window's content keeps. Only the quotient of width and height matters.
+/// An empty ratio allows any shape.
 struct ContentAspectRatio {
     int width = 0;
     int height = 0;
@@ -14,9 +14,9 @@ struct ContentAspectRatio {
     friend bool operator==(const ContentAspectRatio &, const ContentAspectRatio &) = default;
 };
 
-/// The size nearest to `size` that has the shape `ratio` to within a pixel: the same area, no
-/// smaller than `minimum` and, where that allows, no larger than `maximum`. `size` itself when the
-/// ratio is empty or already met to within a pixel.
+/// Returns a size of the same area as `size` that has the aspect ratio `ratio` to within a pixel.
+/// It is no smaller than `minimum` and, where `minimum` allows, no larger than `maximum`. Returns
+/// `size` itself if the ratio is empty or `size` already has it to within a pixel.
 [[nodiscard]] QSize sizeWithAspectRatio(const QSize &size, ContentAspectRatio ratio,
                                         const QSize &minimum, const QSize &maximum);
 

@@ -33,7 +33,7 @@ std::optional<bool> buttonIsDownForX11() {
     if (reply == nullptr)
         return std::nullopt;
     constexpr unsigned anyButton =
-        XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3; // the others are wheels
+        XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3; // 4 and 5 are the wheel
     return (reply->mask & anyButton) != 0;
 }
 

@@ -10,23 +10,23 @@ namespace lumvik {
 
 namespace {
 
-/// Knows where the pointer was when a menu opened, and keeps the menu from two errors about it.
+/// Remembers where the pointer was when a menu opened, and works around two faults in QMenu.
 ///
-/// A click would not count: a menu ignores one where the pointer already was when it opened, since
-/// that is the second half of a double-click on what opened it. It asks the toolkit for that place,
-/// which is beyond all numbers until a pointer has moved over the program; the distance to it
-/// overflows, and from Qt 6.8 on a mouse that arrives in one motion, or a finger, finds its click
-/// ignored wherever it is. More than six motions count as a move in any case. So before a click
-/// that is elsewhere than the pointer was, the menu is told often enough that the pointer is where
-/// it is.
+/// The first fault is an ignored click. A menu ignores a click at the position that the pointer had
+/// when the menu opened, because the click may be the second half of a double-click on the control
+/// that opened the menu. Until the pointer has moved over one of the program's windows, Qt reports
+/// an infinite pointer position, and the distance to it overflows. From Qt 6.8 on, a menu then
+/// ignores every click of a mouse that arrived in one motion, and every tap. QMenu accepts the
+/// click in any case after more than six mouse moves. Before a click at another position, this
+/// filter therefore sends the menu enough mouse moves.
 ///
-/// The active row would be lost: under Wayland, from Qt 6.8 on, a menu that was opened by a press
-/// hears that the pointer left it although it never was there, and the arrow keys would begin at
-/// the first row instead of at the active one.
-class PointerAtOpening : public QObject {
+/// The second fault is a lost highlight. Under Wayland, from Qt 6.8 on, a menu that was opened by a
+/// press receives a leave event although the pointer was never inside the menu. The arrow keys
+/// would then start at the first row instead of at the highlighted one.
+class MenuEventFilter : public QObject {
   public:
     void watch(QMenu &menu) {
-        m_place = QCursor::pos();
+        m_openingPosition = QCursor::pos();
         m_wasInside = false;
         menu.installEventFilter(this);
     }
@@ -35,38 +35,38 @@ class PointerAtOpening : public QObject {
         if (event->type() == QEvent::Leave)
             return !m_wasInside;
         if (event->type() == QEvent::MouseMove) {
-            const QPoint place = static_cast<QMouseEvent *>(event)->position().toPoint();
-            m_wasInside = m_wasInside || static_cast<QMenu *>(object)->rect().contains(place);
+            const QPoint position = static_cast<QMouseEvent *>(event)->position().toPoint();
+            m_wasInside = m_wasInside || static_cast<QMenu *>(object)->rect().contains(position);
         } else if (event->type() == QEvent::MouseButtonPress) {
-            tellThatItMoved(*object, static_cast<QMouseEvent &>(*event));
+            sendMouseMoves(*object, static_cast<QMouseEvent &>(*event));
         }
         return false;
     }
 
   private:
-    void tellThatItMoved(QObject &menu, const QMouseEvent &press) {
-        const QPoint moved = press.globalPosition().toPoint() - m_place;
+    void sendMouseMoves(QObject &menu, const QMouseEvent &press) {
+        const QPoint moved = press.globalPosition().toPoint() - m_openingPosition;
         if (moved.manhattanLength() <= QApplication::startDragDistance())
             return;
-        constexpr int motionsThatCount = 7;
-        for (int motion = 0; motion < motionsThatCount; ++motion) {
+        constexpr int sufficientMoves = 7;
+        for (int motion = 0; motion < sufficientMoves; ++motion) {
             QMouseEvent move(QEvent::MouseMove, press.position(), press.globalPosition(),
                              Qt::NoButton, Qt::NoButton, press.modifiers());
             QCoreApplication::sendEvent(&menu, &move);
         }
     }
 
-    QPoint m_place; // on the screen
+    QPoint m_openingPosition; // in screen coordinates
     bool m_wasInside = false;
 };
 
 } // namespace
 
 void popUpMenu(QMenu &menu, QWindow &window, const QPoint &position, QAction *active) {
-    menu.winId(); // makes the menu's own window
+    menu.winId(); // creates the menu's window handle
     menu.windowHandle()->setTransientParent(&window);
-    static PointerAtOpening pointer;
-    pointer.watch(menu);
+    static MenuEventFilter filter;
+    filter.watch(menu);
     menu.popup(window.mapToGlobal(position));
     if (active != nullptr)
         menu.setActiveAction(active);
@@ -76,7 +76,7 @@ void closePopUpMenus() {
     QWidget *last = nullptr;
     for (QWidget *popup = QApplication::activePopupWidget(); popup != nullptr && popup != last;
          popup = QApplication::activePopupWidget()) {
-        last = popup; // one that refuses would be met again
+        last = popup; // avoids an endless loop if a menu refuses to close
         popup->close();
     }
 }

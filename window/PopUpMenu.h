@@ -8,13 +8,12 @@ class QWindow;
 
 namespace lumvik {
 
-/// Opens `menu` over `window` with its top left corner at `position` in the window, and `active`,
-/// if any, highlighted. The menu belongs to the window for the window manager, so that it stays
-/// above a window that stays on top and is placed right where clients cannot place windows
-/// themselves.
+/// Opens `menu` with its top left corner at `position` in `window`, and highlights `active` if it
+/// is not null. The menu becomes a transient child of the window. Window managers therefore keep it
+/// above a window that stays on top, and Wayland compositors can place it relative to the window.
 void popUpMenu(QMenu &menu, QWindow &window, const QPoint &position, QAction *active = nullptr);
 
-/// Closes every menu that is open, from the innermost out.
+/// Closes all open menus, starting with the innermost submenu.
 void closePopUpMenus();
 
 } // namespace lumvik

@@ -2,53 +2,55 @@
 
 namespace lumvik {
 
-void ScreenChangeMemory::frameRested(const QRect &frame, const QList<QRect> &screens) {
-    if (isRefuge(frame)) {
-        m_refuge = frame;
-        m_refugeWasReached = true;
+void ScreenChangeMemory::frameSettled(const QRect &frame, const QList<QRect> &screens) {
+    if (isTemporaryFrame(frame)) {
+        m_temporaryFrame = frame;
+        m_temporaryFrameWasReached = true;
         return;
     }
-    frameGiven(frame, screens);
+    frameWasSet(frame, screens);
 }
 
-bool ScreenChangeMemory::isRefuge(const QRect &frame) const {
-    // A window manager may let it come to rest a little smaller, in its video's shape.
-    return m_home && (m_refugeWasReached ? frame == m_refuge : m_refuge.contains(frame));
+bool ScreenChangeMemory::isTemporaryFrame(const QRect &frame) const {
+    // The window may settle at a slightly smaller size, because a window manager keeps the video's
+    // aspect ratio.
+    return m_ownFrame && (m_temporaryFrameWasReached ? frame == m_temporaryFrame
+                                                     : m_temporaryFrame.contains(frame));
 }
 
-void ScreenChangeMemory::frameGiven(const QRect &frame, const QList<QRect> &screens) {
-    m_home.reset();
-    m_rested = frame;
+void ScreenChangeMemory::frameWasSet(const QRect &frame, const QList<QRect> &screens) {
+    m_ownFrame.reset();
+    m_settledFrame = frame;
     m_screen = screenOf(frame, screens);
     m_shownPart = m_screen.contains(frame) ? ShownPart::all : ShownPart::enoughToHold;
 }
 
-QRect ScreenChangeMemory::frameRestored(const QRect &frame, const std::optional<QRect> &area,
-                                        const QList<QRect> &screens) {
-    frameGiven(frame, area ? QList<QRect>{*area} : QList<QRect>());
+QRect ScreenChangeMemory::restoreFrame(const QRect &frame, const std::optional<QRect> &area,
+                                       const QList<QRect> &screens) {
+    frameWasSet(frame, area ? QList<QRect>{*area} : QList<QRect>());
     return screensChanged(screens).value_or(frame);
 }
 
-void ScreenChangeMemory::frameReshaped(const QRect &before, const QRect &after) {
-    if (!isRefuge(before))
+void ScreenChangeMemory::frameWasReshaped(const QRect &before, const QRect &after) {
+    if (!isTemporaryFrame(before))
         return;
-    m_refuge = after;
-    m_refugeWasReached = false;
+    m_temporaryFrame = after;
+    m_temporaryFrameWasReached = false;
 }
 
 std::optional<QRect> ScreenChangeMemory::screensChanged(const QList<QRect> &screens) {
-    const std::optional<QRect> own = m_home ? m_home : m_rested;
+    const std::optional<QRect> own = m_ownFrame ? m_ownFrame : m_settledFrame;
     if (!own)
         return std::nullopt;
-    const QRect place = frameOnScreens(*own, screens, m_shownPart);
-    if (place == *own) {
-        m_home.reset();
+    const QRect frame = frameOnScreens(*own, screens, m_shownPart);
+    if (frame == *own) {
+        m_ownFrame.reset();
     } else {
-        m_home = own;
-        m_refuge = place;
-        m_refugeWasReached = false;
+        m_ownFrame = own;
+        m_temporaryFrame = frame;
+        m_temporaryFrameWasReached = false;
     }
-    return place;
+    return frame;
 }
 
 } // namespace lumvik

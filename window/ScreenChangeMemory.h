@@ -9,44 +9,48 @@
 
 namespace lumvik {
 
-/// Where a window belongs when screens come and go, or get another size in points with another
-/// scale: on a screen that is there, and back where it was once that place is there again, unless
-/// it was given another place meanwhile. What was to be seen whole is to be seen whole elsewhere.
-/// In points; `screens` are the areas of the screens there are.
+/// Decides where a window belongs when screens are added, removed or scaled. A window whose screen
+/// disappears gets a temporary frame on another screen. It returns to its own frame when that
+/// screen is available again, unless the user or the program moved it in the meantime. A window
+/// that was completely visible stays completely visible on the other screen.
+///
+/// All frames are in points. `screens` lists the areas of the screens that are available now.
 class ScreenChangeMemory {
   public:
-    /// The window has stood here for a while.
-    void frameRested(const QRect &frame, const QList<QRect> &screens);
+    /// The window has kept this frame for a while.
+    void frameSettled(const QRect &frame, const QList<QRect> &screens);
 
-    /// The window was given this frame on purpose, which is its own place from now on.
-    void frameGiven(const QRect &frame, const QList<QRect> &screens);
+    /// The window was deliberately set to this frame, which is its own frame from now on.
+    void frameWasSet(const QRect &frame, const QList<QRect> &screens);
 
-    /// The window is to get a frame from earlier, when its screen was `area`, if that is known.
-    /// Answers where it belongs on the screens there are now.
-    [[nodiscard]] QRect frameRestored(const QRect &frame, const std::optional<QRect> &area,
-                                      const QList<QRect> &screens);
+    /// The window is to get a saved frame. `area` is the area of its screen at the time of saving,
+    /// if it is known. Returns the frame that the window gets on the screens available now.
+    [[nodiscard]] QRect restoreFrame(const QRect &frame, const std::optional<QRect> &area,
+                                     const QList<QRect> &screens);
 
-    /// The program gave the window another shape where it stands.
-    void frameReshaped(const QRect &before, const QRect &after);
+    /// The program changed the window's aspect ratio, and its frame with it, from `before` to
+    /// `after`.
+    void frameWasReshaped(const QRect &before, const QRect &after);
 
-    /// Where the window belongs on the screens there are now; nothing as long as none of its places
-    /// is known.
+    /// Returns the frame that the window gets on the screens available now, or nothing if no frame
+    /// of the window is known yet.
     [[nodiscard]] std::optional<QRect> screensChanged(const QList<QRect> &screens);
 
-    /// The window's own place while it stands elsewhere for want of the screen; else nothing.
-    [[nodiscard]] std::optional<QRect> home() const { return m_home; }
-    /// The screen of that place as it was; empty if it is not known.
-    [[nodiscard]] QRect homeScreen() const { return m_screen; }
-    /// Whether this is where the window stands instead.
-    [[nodiscard]] bool isRefuge(const QRect &frame) const;
+    /// The window's own frame while the window has a temporary one; otherwise nothing.
+    [[nodiscard]] std::optional<QRect> ownFrame() const { return m_ownFrame; }
+    /// The area of the screen of the own frame when that frame was set or settled; empty if it is
+    /// not known.
+    [[nodiscard]] QRect ownScreen() const { return m_screen; }
+    /// Whether `frame` is the window's temporary frame.
+    [[nodiscard]] bool isTemporaryFrame(const QRect &frame) const;
 
   private:
-    std::optional<QRect> m_rested; // the last frame that was not for want of a screen
-    QRect m_screen;                // where that was
-    ShownPart m_shownPart = ShownPart::enoughToHold; // of that frame
-    std::optional<QRect> m_home;
-    QRect m_refuge; // where it stands instead
-    bool m_refugeWasReached = false;
+    std::optional<QRect> m_settledFrame;             // the last frame that was not a temporary one
+    QRect m_screen;                                  // the screen of m_settledFrame
+    ShownPart m_shownPart = ShownPart::enoughToHold; // of m_settledFrame
+    std::optional<QRect> m_ownFrame;
+    QRect m_temporaryFrame;
+    bool m_temporaryFrameWasReached = false;
 };
 
 } // namespace lumvik

@@ -12,10 +12,10 @@ namespace lumvik {
 
 namespace {
 
-// Window managers push windows about while screens change, which is over long before a window
-// counts as resting.
-constexpr auto rest = std::chrono::seconds(1);
-constexpr auto settling = std::chrono::milliseconds(300);
+// Window managers may move windows while the screens change. A frame must therefore stay unchanged
+// for much longer than the screens before it counts as settled.
+constexpr auto settledFrameDelay = std::chrono::seconds(1);
+constexpr auto settledScreensDelay = std::chrono::milliseconds(300);
 
 } // namespace
 
@@ -31,47 +31,48 @@ QList<QRect> availableAreas() {
 }
 
 ScreenFollower::ScreenFollower(Window window) : m_window(std::move(window)) {
-    m_rested.setSingleShot(true);
-    m_rested.setInterval(rest);
-    connect(&m_rested, &QTimer::timeout, this, &ScreenFollower::frameRested);
-    m_settled.setSingleShot(true);
-    m_settled.setInterval(settling);
-    connect(&m_settled, &QTimer::timeout, this, &ScreenFollower::screensSettled);
+    m_frameSettled.setSingleShot(true);
+    m_frameSettled.setInterval(settledFrameDelay);
+    connect(&m_frameSettled, &QTimer::timeout, this, &ScreenFollower::recordSettledFrame);
+    m_screensSettled.setSingleShot(true);
+    m_screensSettled.setInterval(settledScreensDelay);
+    connect(&m_screensSettled, &QTimer::timeout, this, &ScreenFollower::screensSettled);
     for (QScreen *screen : QGuiApplication::screens())
         follow(screen);
     connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
         follow(screen);
-        m_settled.start();
+        m_screensSettled.start();
     });
-    connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { m_settled.start(); });
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { m_screensSettled.start(); });
 }
 
 void ScreenFollower::follow(QScreen *screen) {
-    connect(screen, &QScreen::geometryChanged, this, [this] { m_settled.start(); });
+    connect(screen, &QScreen::geometryChanged, this, [this] { m_screensSettled.start(); });
 }
 
-void ScreenFollower::frameRested() {
-    if (m_settled.isActive() || mouseButtonIsDown()) {
-        m_rested.start();
+void ScreenFollower::recordSettledFrame() {
+    if (m_screensSettled.isActive() || mouseButtonIsDown()) {
+        m_frameSettled.start();
         return;
     }
     const auto frame = m_window.frame();
     if (!frame)
         return;
-    const auto before = home();
-    m_memory.frameRested(*frame, availableAreas());
-    if (home() != before)
-        m_window.homeChanged();
+    const auto before = m_memory.ownFrame();
+    m_memory.frameSettled(*frame, availableAreas());
+    if (m_memory.ownFrame() != before)
+        m_window.ownFrameChanged();
 }
 
 void ScreenFollower::screensSettled() {
-    const auto before = home();
-    const auto place = m_memory.screensChanged(availableAreas());
-    if (place && place != m_window.frame())
-        m_window.move(*place);
-    // A window manager may have been faster, and its frame have been taken for the user's.
-    if (home() != before)
-        m_window.homeChanged();
+    const auto before = m_memory.ownFrame();
+    const auto frame = m_memory.screensChanged(availableAreas());
+    if (frame && frame != m_window.frame())
+        m_window.move(*frame);
+    // Report the change even if the window was not moved: the window manager may have moved it to
+    // this frame first, and that frame was then taken for the user's choice.
+    if (m_memory.ownFrame() != before)
+        m_window.ownFrameChanged();
 }
 
 } // namespace lumvik

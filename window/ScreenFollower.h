@@ -11,49 +11,34 @@ class QScreen;
 
 namespace lumvik {
 
-/// The parts of all screens that panels leave free, the primary screen's first, in points.
+/// Returns the parts of all screens that panels leave free, in points. The primary screen comes
+/// first.
 [[nodiscard]] QList<QRect> availableAreas();
 
-/// Moves a window when the screens change: onto one that is there, and back where it was once its
-/// own is there again. For windows whose place is the program's business. Main thread only.
+/// Moves a window when screens are added, removed or scaled, as its ScreenChangeMemory decides. Use
+/// it only where the program, not the compositor, places windows. Main thread only.
 class ScreenFollower final : public QObject {
     Q_OBJECT
 
   public:
     struct Window {
-        /// The frame that the window has or is on its way to; nothing while it is not the user's
-        /// choice, as in full screen.
+        /// Returns the frame that the window has or is being animated to; nothing while the user
+        /// did not choose the frame, as in full screen.
         std::function<std::optional<QRect>()> frame;
         std::function<void(const QRect &)> move;
-        /// `home` has become another.
-        std::function<void()> homeChanged;
+        /// ScreenChangeMemory::ownFrame has changed.
+        std::function<void()> ownFrameChanged;
     };
     explicit ScreenFollower(Window window);
 
-    /// To be told of every move and size of the window.
-    void frameHasChanged() { m_rested.start(); }
-    /// The program gives the window this frame, which is its own place from now on.
-    void frameWasGiven(const QRect &frame) { m_memory.frameGiven(frame, availableAreas()); }
+    /// Must be called whenever the window has been moved or resized.
+    void frameHasChanged() { m_frameSettled.start(); }
+    /// Records the window's current frame as settled. While the screens are changing or a mouse
+    /// button is held down, the frame is recorded later.
+    void recordSettledFrame();
 
-    /// The program gives the window a frame from earlier, when its screen was `area`, if that is
-    /// known. Answers where the window is to go: it may belong where there is no screen now.
-    [[nodiscard]] QRect frameIsRestored(const QRect &frame, const std::optional<QRect> &area) {
-        return m_memory.frameRestored(frame, area, availableAreas());
-    }
-
-    /// The program gives the window another shape where it stands.
-    void frameIsReshaped(const QRect &before, const QRect &after) {
-        m_memory.frameReshaped(before, after);
-    }
-    /// Takes the frame that the window has now for one in which it has rested.
-    void frameRested();
-
-    /// The window's own place while it stands elsewhere for want of the screen; else nothing.
-    [[nodiscard]] std::optional<QRect> home() const { return m_memory.home(); }
-    /// The screen of that place as it was; empty if it is not known.
-    [[nodiscard]] QRect homeScreen() const { return m_memory.homeScreen(); }
-    /// Whether this is where the window stands instead.
-    [[nodiscard]] bool isRefuge(const QRect &frame) const { return m_memory.isRefuge(frame); }
+    /// The window's own and temporary frames, for the window to read and to update.
+    [[nodiscard]] ScreenChangeMemory &memory() { return m_memory; }
 
   private:
     void follow(QScreen *screen);
@@ -61,8 +46,8 @@ class ScreenFollower final : public QObject {
 
     Window m_window;
     ScreenChangeMemory m_memory;
-    QTimer m_rested;  // fires when the window has not moved for a while
-    QTimer m_settled; // fires when the screens have not changed for a moment
+    QTimer m_frameSettled;   // fires when the window has not moved for a while
+    QTimer m_screensSettled; // fires when the screens have not changed for a moment
 };
 
 } // namespace lumvik

@@ -4,8 +4,8 @@ namespace lumvik {
 
 namespace {
 
-/// Refusals of more sizes than these are forgotten, oldest first.
-constexpr qsizetype mostRequests = 16;
+/// How many refused requests are remembered. The oldest one is forgotten first.
+constexpr qsizetype maximumRequests = 16;
 
 } // namespace
 
@@ -17,7 +17,7 @@ std::optional<QSize> ShapeCorrection::sizeToAskFor(const QSize &size, const QSiz
     const Request request{.from = size, .to = shaped};
     if (m_requests.contains(request))
         return std::nullopt;
-    if (m_requests.size() == mostRequests)
+    if (m_requests.size() == maximumRequests)
         m_requests.removeFirst();
     m_requests.append(request);
     return shaped;

@@ -7,18 +7,18 @@
 
 namespace lumvik {
 
-/// Decides whether a window in the wrong shape asks for the right one. A window manager may refuse
-/// a size, as tiling ones do, and answers by sending the old size again; asking again then would
-/// never end. So the same request is not made twice from the same size until the window has had the
-/// right shape or is to have another one.
+/// Decides whether a window with the wrong aspect ratio requests a corrected size. A window manager
+/// may refuse a size, as tiling window managers do, by sending the old size again. Repeating the
+/// request would then never end. The same request is therefore not made twice from the same size
+/// until the window has had the right aspect ratio or is to have a different one.
 class ShapeCorrection {
   public:
-    /// The size to ask for, when the window has `size` and ought to have `shaped`; nothing when it
-    /// has it already or the request was refused before.
+    /// Returns the size to request for a window that has `size` and should have `shaped`. Returns
+    /// nothing if the window already has that size or the request was refused before.
     [[nodiscard]] std::optional<QSize> sizeToAskFor(const QSize &size, const QSize &shaped);
 
-    /// Forgets every refusal: the window is to have another shape, or may be treated differently
-    /// now.
+    /// Forgets all refusals. Call this when the window is to have a different aspect ratio, or when
+    /// the window manager may now grant what it refused.
     void reset() { m_requests.clear(); }
 
   private:
@@ -27,8 +27,8 @@ class ShapeCorrection {
         QSize to;
         friend bool operator==(const Request &, const Request &) = default;
     };
-    /// Those since the right shape was had last. More than one, since a window manager that rounds
-    /// sizes to its own grid may answer in circles.
+    /// The requests since the window last had the right aspect ratio. A window manager that rounds
+    /// sizes to its own grid may cycle through several sizes, so one request is not enough.
     QList<Request> m_requests;
 };
 

@@ -7,10 +7,10 @@
 
 namespace lumvik {
 
-/// The largest frame, centred on `visibleArea` (both in points), whose content has the shape
-/// `ratio` (width over height). `frame` is the window's frame now and `content` the size of what
-/// lies in it; the difference is what surrounds the content, and stays. Without a ratio the
-/// content's own shape is kept, but nothing narrower than 1 : 4.
+/// Returns the largest frame, centred in `visibleArea`, whose content has the aspect ratio `ratio`
+/// (width over height). All sizes are in points. `frame` is the window's current frame and
+/// `content` the size of the content in it. The margins between the two stay as they are. Without a
+/// ratio the content's own aspect ratio is kept, but none narrower than 1 : 4.
 [[nodiscard]] QRect temporaryMaximumFrame(const QRect &frame, const QSize &content,
                                           const QRect &visibleArea, std::optional<double> ratio);
 

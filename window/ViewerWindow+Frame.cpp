@@ -1,5 +1,5 @@
-// The viewer window's frames: where it belongs, how it is remembered, and the way from one to
-// another.
+// The viewer window's frame: where the window belongs, what is remembered, and the animation to
+// another frame.
 
 #include "window/MouseButtonState.h"
 #include "window/ViewerWindow.h"
@@ -13,8 +13,8 @@ namespace lumvik {
 
 namespace {
 
-/// Whether `value` lies between two others, in any order, give or take what a window manager
-/// rounds.
+/// Returns whether `value` lies between `one` and `other`, which may be in any order. Small
+/// deviations are tolerated, because window managers round coordinates.
 bool liesBetween(int value, int one, int other) {
     constexpr int rounding = 2;
     return value >= qMin(one, other) - rounding && value <= qMax(one, other) + rounding;
@@ -27,13 +27,13 @@ bool ViewerWindow::isPlacedByProgram() {
 }
 
 QRect ViewerWindow::rememberedFrame() const {
-    if (m_screens && m_screens->home())
-        return *m_screens->home();
+    if (m_screens && m_screens->memory().ownFrame())
+        return *m_screens->memory().ownFrame();
     QRect remembered = frame();
-    // Where the compositor alone knows the place, the window believes itself at the origin.
+    // If only the compositor knows the position, Qt reports the window at the origin.
     if (m_restored) {
         remembered.moveTopLeft(m_restored->frame.topLeft());
-        // Made smaller for a small screen, and left so.
+        // The window was reduced to fit a small screen, and the user did not resize it.
         if (remembered.size() == m_restored->shownSize)
             remembered.setSize(m_restored->frame.size());
     }
@@ -42,8 +42,8 @@ QRect ViewerWindow::rememberedFrame() const {
 
 QString ViewerWindow::savedFrame() const {
     QRect area = screenOf(frame(), availableAreas());
-    if (m_screens && m_screens->home())
-        area = m_screens->homeScreen();
+    if (m_screens && m_screens->memory().ownFrame())
+        area = m_screens->memory().ownScreen();
     else if (m_restored)
         area = m_restored->screenArea.value_or(QRect());
     return savedFrameString(rememberedFrame(), area);
@@ -55,8 +55,8 @@ QRect ViewerWindow::onScreens(const QRect &frame) {
 
 WindowPlace ViewerWindow::place() const {
     const QRect frame = this->frame();
-    if (m_screens && m_screens->isRefuge(frame))
-        return {*m_screens->home(), m_screens->homeScreen()};
+    if (m_screens && m_screens->memory().isTemporaryFrame(frame))
+        return {*m_screens->memory().ownFrame(), m_screens->memory().ownScreen()};
     return {frame, screenOf(frame, availableAreas())};
 }
 
@@ -66,14 +66,16 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
         return false;
     const auto area = screenFromString(text);
     QRect restored(frame->topLeft(), frame->size().expandedTo(minimumSize()));
-    // What was whole stays so when it has to be made larger.
+    // If the window was completely visible, it stays so when the minimum size enlarges it.
     if (area && area->contains(*frame))
         restored = frameOnScreens(restored, {*area}, ShownPart::all);
     const QRect earlier = restored;
-    restored = m_screens ? m_screens->frameIsRestored(earlier, area) : onScreens(earlier);
+    restored = m_screens ? m_screens->memory().restoreFrame(earlier, area, availableAreas())
+                         : onScreens(earlier);
     if (!isPlacedByProgram())
         m_restored = {earlier, area, restored.size()};
-    // The shape of the last video, most likely: kept until this one's is known.
+    // This is most likely the aspect ratio of the last video. It is kept until the ratio of the new
+    // one is known.
     m_ratio = {restored.width(), restored.height()};
     m_sizeHints.setAspectRatio(m_ratio);
     setGeometry(restored);
@@ -92,12 +94,14 @@ QRect ViewerWindow::frame() const {
 
 void ViewerWindow::setFrame(const QRect &frame) {
     if (m_screens)
-        m_screens->frameWasGiven(onScreens(frame));
+        m_screens->memory().frameWasSet(onScreens(frame), availableAreas());
     goToFrame(frame);
 }
 
 void ViewerWindow::restorePlace(const WindowPlace &place) {
-    goToFrame(m_screens ? m_screens->frameIsRestored(place.frame, place.screenArea) : place.frame);
+    goToFrame(m_screens ? m_screens->memory().restoreFrame(place.frame, place.screenArea,
+                                                           availableAreas())
+                        : place.frame);
 }
 
 void ViewerWindow::goToFrame(const QRect &frame) {
@@ -105,26 +109,27 @@ void ViewerWindow::goToFrame(const QRect &frame) {
         m_ordinaryFrame = frame;
         return;
     }
-    // From where the window is to be seen now, or will be once the last way is over.
-    m_wayBegan = isOnItsWay() ? geometry() : this->frame();
+    // The animation starts where the window is visible now or, if the last animation has ended,
+    // where that animation led.
+    m_animationStart = isBeingAnimated() ? geometry() : this->frame();
     m_frameAnimation.stop();
     m_requestedFrame = onScreens(frame);
     m_requestWasRepeated = false;
-    // It would force every size on the way into the shape.
+    // With an aspect ratio set, the window manager would change every size of the animation.
     m_sizeHints.setAspectRatio({});
-    m_frameAnimation.setStartValue(m_wayBegan);
+    m_frameAnimation.setStartValue(m_animationStart);
     m_frameAnimation.setEndValue(*m_requestedFrame);
     m_frameAnimation.start();
 }
 
 void ViewerWindow::setSmallestSize(const QSize &size) {
     m_smallestSize = size;
-    if (!isOnItsWay())
+    if (!isBeingAnimated())
         setMinimumSize(size);
 }
 
 void ViewerWindow::finishFrameAnimation() {
-    if (isOnItsWay())
+    if (isBeingAnimated())
         m_frameAnimation.setCurrentTime(m_frameAnimation.duration());
 }
 
@@ -141,8 +146,8 @@ void ViewerWindow::frameSettled() {
         m_frameSettled.start();
         return;
     }
-    // A request for the frame in which the toolkit believes the window to be is never sent, and a
-    // late report of the way there may have made it believe so wrongly.
+    // Qt sends no request for a frame that it believes the window already has. A late report from
+    // the animation may have made Qt believe so wrongly, so the request is repeated once.
     const QRect requested = *m_requestedFrame;
     if (geometry() != requested && !std::exchange(m_requestWasRepeated, true)) {
         setGeometry(requested);
@@ -151,20 +156,20 @@ void ViewerWindow::frameSettled() {
     }
     giveUpRequestedFrame();
     if (geometry() != requested && m_delegate.didMove)
-        m_delegate.didMove(); // it was refused, and what was told until now is not the frame
+        m_delegate.didMove(); // the frame was refused, so frame() has changed
 }
 
 void ViewerWindow::geometryWasReported() {
     if (!m_frameSettled.isActive() || !m_requestedFrame)
         return;
-    // Place and size may be of different moments: the toolkit looks up the place when it hears of a
-    // size.
+    // Position and size may belong to different steps of the animation, because Qt queries the
+    // position when a size is reported.
     const QRect is = geometry();
     const QRect &end = *m_requestedFrame;
-    if (liesBetween(is.x(), m_wayBegan.x(), end.x()) &&
-        liesBetween(is.y(), m_wayBegan.y(), end.y()) &&
-        liesBetween(is.width(), m_wayBegan.width(), end.width()) &&
-        liesBetween(is.height(), m_wayBegan.height(), end.height()))
+    if (liesBetween(is.x(), m_animationStart.x(), end.x()) &&
+        liesBetween(is.y(), m_animationStart.y(), end.y()) &&
+        liesBetween(is.width(), m_animationStart.width(), end.width()) &&
+        liesBetween(is.height(), m_animationStart.height(), end.height()))
         m_frameSettled.start();
     else
         giveUpRequestedFrame();
@@ -180,7 +185,7 @@ void ViewerWindow::giveUpRequestedFrame() {
 void ViewerWindow::stateChanged() {
     m_sizeSettled.start();
     if (!hasOrdinaryFrame()) {
-        if (isOnItsWay()) {
+        if (isBeingAnimated()) {
             m_ordinaryFrame = m_requestedFrame;
             m_frameAnimation.stop();
             setMinimumSize(m_smallestSize);
@@ -210,7 +215,7 @@ void ViewerWindow::toggleMaximized() {
         showMaximized();
 }
 
-// ---- Screens that come and go ----
+// ---- Changing screens ----
 
 void ViewerWindow::followScreens() {
     if (!isPlacedByProgram())
@@ -218,10 +223,10 @@ void ViewerWindow::followScreens() {
     m_screens = std::make_unique<ScreenFollower>(ScreenFollower::Window{
         .frame = [this] { return hasOrdinaryFrame() ? std::optional(frame()) : std::nullopt; },
         .move = [this](const QRect &frame) { goToFrame(frame); },
-        .homeChanged =
+        .ownFrameChanged =
             [this] {
                 if (m_delegate.didMove)
-                    m_delegate.didMove(); // what is to be remembered has become another frame
+                    m_delegate.didMove(); // the frame to remember has changed
             },
     });
 }

@@ -20,10 +20,10 @@ namespace lumvik {
 
 namespace {
 
-/// Takes away the depth and stencil buffers, which the toolkit would create, and clear for every
-/// picture. They serve scenes with many opaque items, and clips that are not upright rectangles;
-/// here a few translucent controls lie over the picture. It has to be done before the window is
-/// created.
+/// Disables the depth and stencil buffers. Qt would otherwise create them and clear them for every
+/// picture. They are useful for scenes with many opaque items, and for clips that are not upright
+/// rectangles, but this window only shows a few translucent controls over the picture. Must be
+/// called before the native window is created.
 void drawWithoutDepthAndStencil(QQuickWindow &window) {
     QQuickGraphicsConfiguration graphics = window.graphicsConfiguration();
     graphics.setDepthBufferFor2D(false);
@@ -34,16 +34,15 @@ void drawWithoutDepthAndStencil(QQuickWindow &window) {
     window.setFormat(format);
 }
 
-/// How long after the last size a window that the window manager left in another shape is
-/// corrected, in milliseconds. Correcting each size of an interactive resize would fight with the
-/// pointer.
+/// The time from the last change of the size until a wrong aspect ratio is corrected, in
+/// milliseconds. Correcting each step of an interactive resize would fight with the pointer.
 constexpr int shapeCorrectionDelay = 150;
 
-/// How long the window is on its way to a new frame, in milliseconds.
+/// The duration of the animation to a new frame, in milliseconds.
 constexpr int frameAnimationTime = 200;
 
-/// How long nothing is heard of the window manager when all its answers to an animation have come,
-/// in milliseconds.
+/// Once the window manager has reported no frame for this time after an animation, in milliseconds,
+/// all its replies to the animation have arrived.
 constexpr int frameSettlingTime = 300;
 
 } // namespace
@@ -67,8 +66,9 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
     m_frameAnimation.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&m_frameAnimation, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &frame) {
-                // One that has ended tells of a value when it is given new ones, too.
-                if (isOnItsWay())
+                // An animation that is not running also emits valueChanged when its start or end
+                // value is set.
+                if (isBeingAnimated())
                     setGeometry(frame.toRect());
             });
     connect(&m_frameAnimation, &QVariantAnimation::finished, this,
@@ -82,7 +82,7 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
             whenFirstDrawn(std::exchange(m_firstDrawn, nullptr));
     });
     followScreens();
-    // Connected always: Qt ends the process itself when nobody listens.
+    // This signal is always connected, because Qt aborts the process if it is not.
     connect(this, &QQuickWindow::sceneGraphError, this,
             [this](QQuickWindow::SceneGraphError, const QString &message) {
                 if (m_delegate.graphicsFailed)
@@ -102,8 +102,8 @@ QRect ViewerWindow::visibleArea() const {
 void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
     m_ratio = ratio;
     m_shapeCorrection.reset();
-    if (isOnItsWay())
-        return; // the end of the way sees to it
+    if (isBeingAnimated())
+        return; // frameAnimationEnded sets the ratio
     m_sizeHints.setAspectRatio(ratio);
     correctShape();
 }
@@ -111,8 +111,8 @@ void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
 void ViewerWindow::correctShape() {
     if (!hasOrdinaryFrame())
         return;
-    // A window that the user holds goes where the pointer says, and is put right afterwards; so is
-    // one on its way to another frame.
+    // A window that the user is moving or resizing, or that is going to another frame, is corrected
+    // afterwards.
     if (mouseButtonIsDown() || m_requestedFrame) {
         m_sizeSettled.start();
         return;
@@ -125,7 +125,7 @@ void ViewerWindow::correctShape() {
     const QRect before(position(), size());
     QRect frame(QPoint(), *shaped);
     frame.moveCenter(before.center());
-    // A window that was wholly on its screen stays so.
+    // A window that was completely on its screen stays so.
     if (area.contains(before)) {
         frame.moveLeft(
             qBound(area.left(), frame.left(), qMax(area.left(), area.right() + 1 - frame.width())));
@@ -133,7 +133,7 @@ void ViewerWindow::correctShape() {
             qBound(area.top(), frame.top(), qMax(area.top(), area.bottom() + 1 - frame.height())));
     }
     if (m_screens)
-        m_screens->frameIsReshaped(before, frame);
+        m_screens->memory().frameWasReshaped(before, frame);
     setGeometry(frame);
 }
 
@@ -178,32 +178,32 @@ void ViewerWindow::performClose() {
 }
 
 bool ViewerWindow::event(QEvent *event) {
-    // A close can arrive more than once (button, window manager, termination); the first one
-    // counts.
+    // A close event can arrive more than once: from the button, the window manager and the
+    // shutdown. Only the first one counts.
     if (event->type() == QEvent::Close && !m_isClosing) {
         m_isClosing = true;
         m_frameAnimation.stop();
         m_frameSettled.stop();
         if (m_screens)
-            m_screens->frameRested(); // there is no time left in which it could
+            m_screens->recordSettledFrame(); // the timer will not fire any more
         if (m_delegate.willClose)
             m_delegate.willClose();
     }
     if (event->type() == QEvent::WindowBlocked) {
-        // The release of a button that is held goes to nobody now.
+        // The item that grabbed the mouse will not receive the release of the button.
         if (QQuickItem *item = mouseGrabberItem())
             item->ungrabMouse();
     }
-    if (giveToOpenMenu(*event))
+    if (forwardToOpenMenu(*event))
         return true;
     if (event->type() == QEvent::MouseButtonPress)
         mouseButtonPressed(static_cast<QMouseEvent *>(event)->button());
     return QQuickWindow::event(event);
 }
 
-bool ViewerWindow::giveToOpenMenu(QEvent &event) {
-    // Where menus hold pointer and keyboard, as under X11, nothing of this comes here. Under
-    // Wayland the keyboard stays with the window, and so do presses that miss the menu.
+bool ViewerWindow::forwardToOpenMenu(QEvent &event) {
+    // If menus grab the pointer and the keyboard, as under X11, these events never arrive here.
+    // Under Wayland the window still receives key events, and presses outside the menu.
     QWidget *menu = QApplication::activePopupWidget();
     if (menu == nullptr)
         return false;
@@ -219,8 +219,8 @@ bool ViewerWindow::giveToOpenMenu(QEvent &event) {
 }
 
 void ViewerWindow::mouseButtonPressed(Qt::MouseButton button) {
-    // The left button may take hold of the window; any may ask for another frame, which begins
-    // where this one leads.
+    // The left button may start dragging the window. Any button may trigger another animation,
+    // which starts where the current one leads.
     if (button == Qt::LeftButton)
         giveUpRequestedFrame();
     else

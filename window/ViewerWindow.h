@@ -15,30 +15,33 @@
 
 namespace lumvik {
 
-/// How a window stands to others: among them, or above those that are not floating.
+/// The stacking level of a window. A floating window stays above normal ones.
 enum class WindowLevel { normal, floating };
 
-/// What a ViewerWindow reports, each on the main thread. The receiver holds itself weakly.
+/// The callbacks of a ViewerWindow, all called on the main thread. They should hold their receiver
+/// only weakly.
 struct ViewerWindowDelegate {
     std::function<void()> didMove;
     std::function<void()> didResize;
-    /// The window entered or left full screen, was maximised, minimised or restored. Comes before
-    /// or after the `didMove` and `didResize` of the same change.
+    /// The window entered or left full screen, or was maximised, minimised or restored. The call
+    /// may come before or after the `didMove` and `didResize` of the same change.
     std::function<void()> didChangeState;
     /// The user or the window manager asked for the window to close, or `performClose` was called.
     /// The window is hidden after this returns.
     std::function<void()> willClose;
-    /// A key was pressed that no item took; answers whether it was used. A key goes to the item
-    /// with the focus and up through its parents first, and only then here: no item above the
-    /// picture takes the keys of the main menu, whichever has the focus.
+    /// A key was pressed that no item accepted. Returns whether the key was used. A key event goes
+    /// to the focused item and its parents first. The items over the picture do not accept the
+    /// keys of the main menu, so these keys arrive here whichever item has the focus.
     std::function<bool(QKeyEvent &)> keyDown;
-    /// A button of the mouse was pressed over the window; comes before the item under it hears.
+    /// A mouse button was pressed over the window. Called before the item under the pointer
+    /// receives the press.
     std::function<void()> mouseDown;
-    /// The window's graphics cannot be set up or were lost for good; the text is Qt's.
+    /// The window's graphics could not be initialised or were permanently lost. The text is Qt's
+    /// error message.
     std::function<void(const QString &)> graphicsFailed;
 };
 
-/// A frame, and the available area of its screen at the time, in points.
+/// A window frame together with the available area of its screen at the same time, in points.
 struct WindowPlace {
     QRect frame;
     QRect screenArea;
@@ -46,77 +49,82 @@ struct WindowPlace {
     friend bool operator==(const WindowPlace &, const WindowPlace &) = default;
 };
 
-/// The borderless, black window of the viewer: its shape, level, remembered frame and closing.
-/// It holds no controls and knows nothing of cameras; those are items in it. Main thread only.
+/// The borderless, black window of the viewer. It manages its own aspect ratio, stacking level,
+/// remembered frame and closing. The picture and the controls are items in the window; this class
+/// does not depend on them. Main thread only.
 class ViewerWindow final : public QQuickWindow {
     Q_OBJECT
 
   public:
-    /// The smallest content of a window that shows a whole picture, in points.
+    /// The minimum content size of a window that shows the full picture, in points.
     static constexpr QSize minimumViewerSize{480, 270};
 
     explicit ViewerWindow(ViewerWindowDelegate delegate);
     ~ViewerWindow() override;
 
-    /// Keeps the content in this shape from now on, and takes it on at once around the window's
-    /// centre. An empty ratio frees the shape.
+    /// Sets the aspect ratio that the content keeps from now on. The window is resized to it at
+    /// once, around its centre. An empty ratio allows any shape.
     void setContentAspectRatio(ContentAspectRatio ratio);
     [[nodiscard]] ContentAspectRatio contentAspectRatio() const { return m_ratio; }
 
-    /// Puts the window above others or among them, without re-creating, hiding or moving it.
+    /// Sets the stacking level without re-creating, hiding or moving the window.
     void setLevel(WindowLevel level);
     [[nodiscard]] WindowLevel level() const;
 
-    /// The frame that is worth remembering: the one from before while its screen is gone, else
-    /// `frame`. Where windows do not know their place it is in the restored one, and in the
-    /// restored size as long as it was only made smaller for the screen.
+    /// Returns the frame to remember. This is `frame()`, or the window's own frame while the window
+    /// has a temporary frame because its screen is gone. Where the program does not place windows,
+    /// the result has the restored position, and also the restored size as long as the window was
+    /// only reduced to fit the screen.
     [[nodiscard]] QRect rememberedFrame() const;
-    /// The text from which `setFrameFromString` restores this frame (see WindowFrame.h).
+    /// Returns the remembered frame as text for `setFrameFromString` (see WindowFrame.h).
     [[nodiscard]] QString savedFrame() const;
-    /// Moves and sizes the window, and keeps that shape; false, without effect, when the text is no
-    /// frame.
+    /// Moves and resizes the window to the frame in `text`, and keeps the aspect ratio of that
+    /// frame. Returns false, without effect, if the text contains no valid frame.
     bool setFrameFromString(const QString &text);
     /// Centres the window on its screen.
     void centre();
 
-    /// The frame that the window has or, after `setFrame`, is on its way to, in points.
+    /// Returns the frame that the window has or, after `setFrame`, is going to have, in points.
     [[nodiscard]] QRect frame() const;
-    /// Moves and sizes the window in a short animation, which a press of the mouse brings to its
-    /// end. A window in full screen, maximised or minimised takes the frame when it is back.
+    /// Moves and resizes the window in a short animation. Pressing a mouse button completes the
+    /// animation at once. A window that is in full screen, maximised or minimised takes the frame
+    /// once it has left that state.
     ///
-    /// A frame that lies on no screen is moved onto one. On the way the window manager is not asked
-    /// to keep the shape, and its news of the way are not believed: on a busy desktop they arrive
-    /// long after the end.
+    /// A frame that is on no screen is moved onto one. During the animation the window manager is
+    /// not asked to keep the aspect ratio. The frames of the animation that the window manager
+    /// reports back are ignored, because on a busy desktop they arrive long after its end.
     void setFrame(const QRect &frame);
-    /// Where the window belongs: the frame that it has or is on its way to or, while it stands
-    /// there only for want of its screen, its own.
+    /// Returns where the window belongs: `frame()`, or the window's own frame while `frame()` is a
+    /// temporary one because the screen is gone.
     [[nodiscard]] WindowPlace place() const;
-    /// `setFrame` with a place from earlier: what was whole there is shown whole, and goes where it
-    /// was once the screen is so again.
+    /// Like `setFrame`, but with a place from earlier. A window that was completely visible there
+    /// is shown completely. If its screen is different now, the window returns to that frame once
+    /// the screen is as it was.
     void restorePlace(const WindowPlace &place);
-    /// The smallest size that the content may have, in points, from the end of an animation on.
+    /// Sets the minimum size of the content, in points. A running animation ends before the new
+    /// minimum takes effect.
     void setSmallestSize(const QSize &size);
-    /// The part of the window's screen that panels leave free.
+    /// Returns the part of the window's screen that panels leave free.
     [[nodiscard]] QRect visibleArea() const;
 
-    /// Whether programs place their windows and keep them on top here: everywhere but under
-    /// Wayland.
+    /// Returns whether programs can place their windows and keep them on top. This is the case
+    /// everywhere except under Wayland.
     [[nodiscard]] static bool isPlacedByProgram();
 
-    /// Whether the window's size and place are the user's choice: not in full screen, not maximised
-    /// and not minimised.
+    /// Returns whether the user chooses the window's size and position: the window is not in full
+    /// screen, not maximised and not minimised.
     [[nodiscard]] bool hasOrdinaryFrame() const;
 
     void toggleFullScreen();
-    /// Maximises the window by the desktop's own means, or brings it back. Does nothing in full
-    /// screen and to a minimised window.
+    /// Maximises the window through the window manager, or restores it. Does nothing if the window
+    /// is in full screen or minimised.
     void toggleMaximized();
 
     /// Closes the window as if its close button had been pressed.
     void performClose();
 
-    /// Runs `action` once the window's first frame has been drawn, in a later turn: outside the
-    /// drawing itself, and also if the frame has been drawn already.
+    /// Calls `action` from the event loop once the window has been drawn for the first time, or
+    /// soon if that has already happened. `action` never runs during the drawing itself.
     void whenFirstDrawn(std::function<void()> action);
 
   protected:
@@ -129,7 +137,7 @@ class ViewerWindow final : public QQuickWindow {
     struct RestoredFrame {
         QRect frame;
         std::optional<QRect> screenArea; // if it is known
-        QSize shownSize;                 // on the screens there are now
+        QSize shownSize;                 // the size that fits the current screens
     };
 
     void correctShape();
@@ -137,19 +145,20 @@ class ViewerWindow final : public QQuickWindow {
     void frameAnimationEnded();
     void frameSettled();
     void geometryWasReported();
-    /// Somebody else, the user or the window manager, has another frame in mind.
+    /// Forgets the requested frame, because it was reached or refused, or because the user or the
+    /// window manager wants a different one.
     void giveUpRequestedFrame();
     [[nodiscard]] static QRect onScreens(const QRect &frame);
-    /// `setFrame` without a word about whose choice the frame is.
+    /// Does what `setFrame` does, but does not record the frame as the window's own.
     void goToFrame(const QRect &frame);
     void stateChanged();
     void followScreens();
-    /// Lets a menu that is open have what is meant for it. Whether that was done.
-    bool giveToOpenMenu(QEvent &event);
+    /// Lets an open menu handle the event if it is meant for the menu. Returns whether it was.
+    bool forwardToOpenMenu(QEvent &event);
     void mouseButtonPressed(Qt::MouseButton button);
-    /// Tells assistive technology whether this is the window that the user works in.
+    /// Reports to assistive technology whether this is the active window.
     void reportActivity();
-    [[nodiscard]] bool isOnItsWay() const {
+    [[nodiscard]] bool isBeingAnimated() const {
         return m_frameAnimation.state() == QAbstractAnimation::Running;
     }
 
@@ -157,18 +166,20 @@ class ViewerWindow final : public QQuickWindow {
     X11SizeHints m_sizeHints;
     ContentAspectRatio m_ratio;
     ShapeCorrection m_shapeCorrection;
-    QTimer m_sizeSettled; // fires when sizes have stopped arriving
+    QTimer m_sizeSettled; // fires when the size has not changed for a moment
     QVariantAnimation m_frameAnimation;
-    /// Where the animation leads, until nothing has been heard of the window manager for a moment.
+    /// The target of the animation. It is set until the window manager has reported no frame for a
+    /// moment after the end of the animation.
     std::optional<QRect> m_requestedFrame;
-    QRect m_wayBegan; // the frame in which the animation began
+    QRect m_animationStart;
     bool m_requestWasRepeated = false;
-    QTimer m_frameSettled;                // fires when that moment is over
-    QSize m_smallestSize;                 // the smallest size once the animation has ended
-    std::optional<QRect> m_ordinaryFrame; // to be taken when the window's frame is ordinary again
-    /// The frame from the last time, where windows do not know their place.
+    QTimer m_frameSettled; // fires when m_requestedFrame is to be reset
+    QSize m_smallestSize;  // the minimum size once the animation has ended
+    /// The frame that the window takes when it has left full screen or the like.
+    std::optional<QRect> m_ordinaryFrame;
+    /// The frame restored by `setFrameFromString`, where the program does not place windows.
     std::optional<RestoredFrame> m_restored;
-    std::unique_ptr<ScreenFollower> m_screens; // null where the program places no windows
+    std::unique_ptr<ScreenFollower> m_screens; // null where the program does not place windows
     std::function<void()> m_firstDrawn;
     bool m_wasDrawn = false;
     bool m_isClosing = false;

@@ -11,7 +11,7 @@ namespace lumvik {
 namespace {
 
 constexpr double largestSide = 32767;
-/// What has to show of a frame, in points, for the user to take hold of the window.
+/// How much of a frame must be visible, in points, for the user to be able to drag the window.
 constexpr QSize leastOverlap{48, 24};
 
 std::optional<QRect> plausibleFrame(const std::array<double, 4> &numbers) {
@@ -25,7 +25,7 @@ std::optional<QRect> plausibleFrame(const std::array<double, 4> &numbers) {
     return frame.isEmpty() ? std::nullopt : std::optional(frame);
 }
 
-/// The frame in four captures, the first of which has this number.
+/// Returns the frame in four consecutive captures, starting with capture number `first`.
 std::optional<QRect> frameFromCaptures(const QRegularExpressionMatch &match, int first = 1) {
     if (!match.hasMatch())
         return std::nullopt;
@@ -35,13 +35,13 @@ std::optional<QRect> frameFromCaptures(const QRegularExpressionMatch &match, int
     return plausibleFrame(numbers);
 }
 
-/// A pattern in which each # stands for a number, which it captures.
+/// Makes a regular expression from `pattern`, in which each # matches and captures a number.
 QRegularExpression numbersPattern(QString pattern) {
     pattern.replace(u'#', QStringLiteral("(-?\\d{1,9}(?:\\.\\d{1,9})?)"));
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern));
 }
 
-/// Matches what savedFrameString makes, with eight captures.
+/// Matches a text made by savedFrameString, with eight captures.
 QRegularExpressionMatch matchSavedFrame(const QString &text) {
     static const QRegularExpression saved =
         numbersPattern(QStringLiteral("\\s*#\\s+#\\s+#\\s+#\\s+#\\s+#\\s+#\\s+#\\s*"));
@@ -87,7 +87,8 @@ QRect screenOf(const QRect &frame, const QList<QRect> &screens) {
         const QRect common = screen.intersected(frame);
         return static_cast<qint64>(common.width()) * common.height();
     };
-    // The first of equals, so that the first screen takes a frame that touches none.
+    // std::max_element returns the first of equal elements, so a frame that touches no screen goes
+    // to the first one.
     const auto most =
         std::max_element(screens.begin(), screens.end(),
                          [&](const QRect &a, const QRect &b) { return overlap(a) < overlap(b); });

@@ -42,7 +42,7 @@ bool X11SizeHints::nativeEventFilter(const QByteArray &eventType, void *message,
 
 void X11SizeHints::apply() {
     const auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    // Some platforms answer with an interface that has no connection behind it.
+    // Some platforms return an interface that has no connection.
     if (x11 == nullptr || x11->connection() == nullptr || m_window.handle() == nullptr)
         return;
     xcb_connection_t *connection = x11->connection();
@@ -56,8 +56,9 @@ void X11SizeHints::apply() {
     const ContentAspectRatio current =
         hasAspect ? ContentAspectRatio{hints.min_aspect_num, hints.min_aspect_den}
                   : ContentAspectRatio{};
-    // Only a difference is written, since the write itself is notified too. A base size would be
-    // subtracted before the ratio is judged, so none may stand beside it.
+    // The hints are written only if they differ, because writing them causes another notification.
+    // A window manager subtracts the base size before it applies the ratio, so the hints must not
+    // contain a base size together with a ratio.
     const bool hasBaseSize = (hints.flags & XCB_ICCCM_SIZE_HINT_BASE_SIZE) != 0 &&
                              (hints.base_width != 0 || hints.base_height != 0);
     if (current == m_ratio && !(hasBaseSize && !m_ratio.isEmpty()))

@@ -8,11 +8,13 @@
 
 namespace lumvik {
 
-/// Keeps the aspect ratio in a window's WM_NORMAL_HINTS on X11, so that the window manager itself
-/// keeps the shape while the user resizes. Qt has no call for it and writes the hints anew, without
-/// the ratio, whenever a size limit or the geometry changes; this puts the ratio back each time.
+/// Sets the aspect ratio in a window's WM_NORMAL_HINTS on X11, so that the window manager itself
+/// keeps the aspect ratio while the user resizes the window. Qt has no function for this, and it
+/// rewrites the hints without the ratio whenever a size limit or the geometry changes. This class
+/// restores the ratio each time.
 ///
-/// On other windowing systems it does nothing. Lives with its window, on the main thread.
+/// On other windowing systems the class does nothing. It must not outlive its window. Main thread
+/// only.
 class X11SizeHints final : public QAbstractNativeEventFilter {
   public:
     explicit X11SizeHints(QWindow &window);
@@ -20,7 +22,7 @@ class X11SizeHints final : public QAbstractNativeEventFilter {
     X11SizeHints &operator=(const X11SizeHints &) = delete;
     ~X11SizeHints() override;
 
-    /// Sets the ratio to keep; an empty one removes it.
+    /// Sets the aspect ratio. An empty ratio removes it from the hints.
     void setAspectRatio(ContentAspectRatio ratio);
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;

@@ -1,1 +1,1 @@
-"""The parts of benchmarks/compare, which measures Lumvik and other players side by side."""
+"""The modules of benchmarks/compare, some of which benchmarks/soak also uses."""

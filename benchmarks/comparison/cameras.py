@@ -1,4 +1,4 @@
-"""The test camera, and a network between it and a viewer that can stand still."""
+"""The test camera, and a relay that simulates a network stall between the camera and a viewer."""
 
 import queue
 import socket
@@ -9,7 +9,7 @@ from .processes import Child, Failure
 
 
 class TestCamera(Child):
-    """A lumvik-test-camera with the clock in its picture. `url` is where it serves."""
+    """A lumvik-test-camera process with the clock pattern in its picture. `url` is its address."""
 
     def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25, port=0):
         super().__init__(
@@ -17,25 +17,25 @@ class TestCamera(Child):
              "--fps", str(fps), "--gop", str(fps), "--clock", "--exit-with-stdin"],
             environment, f"{folder}/camera-{name}.log",
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        answer = self.process.stdout.readline().split()
-        if len(answer) != 2 or answer[0] != "ready":
+        reply = self.process.stdout.readline().split()
+        if len(reply) != 2 or reply[0] != "ready":
             self.end()
             raise Failure("the test camera did not start: " + self.last_words())
-        self.url = answer[1]
+        self.url = reply[1]
 
     def command(self, line):
-        """Sends a command and returns the camera's answer; one that is not understood is a Failure."""
+        """Sends a command and returns the camera's reply. Raises Failure if the camera rejects the command."""
         self.process.stdin.write(line + "\n")
         self.process.stdin.flush()
-        answer = self.process.stdout.readline().strip()
-        if not answer.startswith("ok"):
-            raise Failure(f"the camera answers \"{line}\" with \"{answer}\"")
-        return answer.removeprefix("ok").strip()
+        reply = self.process.stdout.readline().strip()
+        if not reply.startswith("ok"):
+            raise Failure(f"the camera replied \"{reply}\" to \"{line}\"")
+        return reply.removeprefix("ok").strip()
 
 
 class StallingNetwork:
-    """Passes TCP connections on to a camera on loopback; while it is stalled nothing is passed on, but all
-    of it is kept and comes late, as when a radio link fails for a moment."""
+    """Relays TCP connections to a camera on the loopback interface. While the relay is stalled, it keeps all
+    data and delivers it late, like a radio link that fails for a moment."""
 
     def __init__(self, url):
         rest = url.removeprefix("rtsp://")
@@ -54,12 +54,12 @@ class StallingNetwork:
 
     def __exit__(self, *_):
         self._flows.set()
-        for one in [self._listener, *self._sockets]:
+        for connection in [self._listener, *self._sockets]:
             try:
-                one.shutdown(socket.SHUT_RDWR)
+                connection.shutdown(socket.SHUT_RDWR)
             except OSError:
-                pass  # it was never connected, or no longer is
-            one.close()
+                pass  # the socket is not connected
+            connection.close()
 
     def stall(self):
         self._flows.clear()
@@ -75,8 +75,8 @@ class StallingNetwork:
                 return  # closed
             camera = socket.create_connection(self._camera)
             self._sockets += [viewer, camera]
-            for one in (viewer, camera):
-                one.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            for connection in (viewer, camera):
+                connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             self._connect(viewer, camera)
             self._connect(camera, viewer)
 
@@ -101,4 +101,4 @@ class StallingNetwork:
                 sink.sendall(data)
             sink.shutdown(socket.SHUT_WR)
         except OSError:
-            pass  # the other side is gone
+            pass  # the peer has closed the connection

@@ -1,4 +1,4 @@
-"""A screen in memory with a window manager and a pointer, and the reader of the clock on that screen."""
+"""A virtual screen with a window manager and a pointer, and a reader of the clock on that screen."""
 
 import os
 import re
@@ -9,11 +9,11 @@ import threading
 from .processes import Child, Failure, wait_until
 
 SCREEN = (1280, 800)
-WINDOW = (40, 30, 1120, 630)  # x, y, width, height of every program's window
+WINDOW = (40, 30, 1120, 630)  # x, y, width and height of each program's window
 POINTER_AWAY = (1270, 790)
 
-# Every ordinary window comes up without a frame at the same place and in the same size. Programs that can
-# be told their place are told the same; this is for those that cannot.
+# All normal windows get the same position and size and no decoration. Programs with options for these are also
+# started with them; the rules cover the programs without such options.
 OPENBOX_RULES = """<?xml version="1.0"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
   <theme><keepBorder>no</keepBorder></theme>
@@ -29,7 +29,7 @@ OPENBOX_RULES = """<?xml version="1.0"?>
 
 
 class Desktop:
-    """Xvfb with openbox. Use it in a `with` statement; `environment` is for programs that open windows."""
+    """Xvfb with openbox. Use it in a `with` statement. Start programs that open windows with `environment`."""
 
     def __init__(self, folder):
         self._folder = folder
@@ -85,7 +85,7 @@ class Desktop:
         self.move_pointer(*POINTER_AWAY)
 
     def move_pointer_over_picture(self):
-        # By way of a second place: programs hear of motion, not of where a pointer stands.
+        # The second move is needed because programs react to motion events, not to the pointer's position.
         x, y, width, height = WINDOW
         self.move_pointer(x + width // 2, y + height // 2)
         self.move_pointer(x + width // 2 + 10, y + height // 2)
@@ -96,7 +96,7 @@ class Desktop:
         return place and (int(place[1]), int(place[2]))
 
     def windows(self):
-        """The identifiers of the ordinary windows."""
+        """Returns the identifiers of the windows that the window manager manages."""
         return re.findall(r"0x[0-9a-f]+", self.output("xprop", "-root", "_NET_CLIENT_LIST"))
 
     def place_of(self, window):
@@ -107,19 +107,19 @@ class Desktop:
     def require_window_in_place(self):
         places = [self.place_of(window) for window in self.windows()]
         if places != [WINDOW]:
-            raise Failure(f"the window should be at {WINDOW}, but there is {places}")
+            raise Failure(f"expected one window at {WINDOW}, found {places}")
 
 
 class ScreenClock:
-    """Collects what lumvik-screen-clock sees: `changes` is a list of (moment, delay, ink), times
-    in milliseconds; what ink is, screen_clock.cpp says."""
+    """Collects the output of lumvik-screen-clock. `changes` is a list of (moment, delay, ink), as explained in
+    screen_clock.cpp. Times are in milliseconds."""
 
     def __init__(self, program, desktop, folder, interval=2):
         self.changes = []
         self._child = Child([program, *map(str, WINDOW), str(interval)], desktop.environment,
                             f"{folder}/screen-clock.log", stdout=subprocess.PIPE, text=True)
         if self._child.process.stdout.readline().strip() != "ready":
-            raise Failure("the screen cannot be watched: " + self._child.last_words())
+            raise Failure("lumvik-screen-clock did not start: " + self._child.last_words())
         self._thread = threading.Thread(target=self._collect, daemon=True)
         self._thread.start()
 
@@ -136,7 +136,7 @@ class ScreenClock:
             self.changes.append(tuple(int(field) for field in line.split()))
 
     def first_since(self, moment, is_wanted=lambda ink: True):
-        """When the first picture was seen that was also captured since `moment`, or None."""
+        """Returns when the first frame captured at or after `moment` was seen, or None."""
         first = None
         for seen, delay, ink in reversed(self.changes):
             if seen < moment:
@@ -146,7 +146,7 @@ class ScreenClock:
         return first
 
     def between(self, begin, end):
-        """The delays of the pictures that were seen in a span of time."""
+        """Returns the latencies of the frames that were seen from `begin` to `end`."""
         return [delay for seen, delay, _ in self.changes if begin <= seen < end]
 
 

@@ -1,7 +1,7 @@
-"""What is done with each program, and what is measured on the way.
+"""The experiments: what is done with each program, and what is measured.
 
-Each experiment starts a program afresh, and answers with {metric: value}; a metric that could not be had is
-left out. `lengths` says how long things last, in seconds."""
+Each experiment starts a new process of the program and returns {metric: value}, without the metrics that could not
+be measured. `Lengths` contains the durations, in seconds."""
 
 import statistics
 import time
@@ -15,14 +15,14 @@ FIRST_PICTURE_SECONDS = 30
 
 @dataclass(frozen=True)
 class Lengths:
-    settle: float = 4  # from the first picture to the steady state
-    steady: float = 10  # how long the steady state is watched
-    stall: float = 3  # how long the network stands still
-    after_stall: tuple = (2, 12)  # after it flows again, when the delay is measured…
-    late_after_stall: tuple = (18, 22)  # …and measured again
+    settle: float = 4  # from the first frame to the steady state
+    steady: float = 10  # how long the steady state is measured
+    stall: float = 3  # how long the network stalls
+    after_stall: tuple = (2, 12)  # when the latency is measured, after the end of the stall…
+    late_after_stall: tuple = (18, 22)  # …and when it is measured again
     switches: int = 4
-    turn: float = 4  # how long the controls are hidden or shown at a time…
-    turns: int = 5  # …and how often each
+    turn: float = 4  # how long the controls stay hidden or shown…
+    turns: int = 5  # …and how often they are each
 
 
 QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), switches=2,
@@ -31,25 +31,25 @@ QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10)
 
 @dataclass
 class Bench:
-    """What the experiments work with."""
+    """What all experiments use."""
 
     desktop: object
     clock: object
     folder: str
     camera_program: str
     lengths: Lengths
-    groups: set  # the groups of rows that are wanted
+    groups: set  # the requested groups of rows
 
     def camera(self, **options):
         return TestCamera(self.camera_program, self.desktop.environment, self.folder, **options)
 
     def wait_for_picture(self, child, since, is_wanted=lambda ink: True):
-        """Waits for a picture captured after `since`; answers when it was seen."""
+        """Waits for a frame captured after `since` and returns when it was seen."""
         def seen():
             if not child.is_running():
                 raise Failure("it ended by itself: " + child.last_words())
             return self.clock.first_since(since, is_wanted)
-        return wait_until(seen, FIRST_PICTURE_SECONDS, "a picture on the screen")
+        return wait_until(seen, FIRST_PICTURE_SECONDS, "a frame on the screen")
 
     def no_window_is_left(self):
         wait_until(lambda: not self.desktop.windows(), 10, "the end of the last window")
@@ -85,7 +85,7 @@ def _watch_steady_state(bench, child, suffix):
 
 
 def steady(bench, program, size="1280x720", suffix=""):
-    """From the start to the first picture, then delay, processor and memory in the steady state."""
+    """Measures the time from the start to the first frame, then latency, CPU and memory in the steady state."""
     bench.no_window_is_left()
     start = "start" if program.has_run(bench.folder) else "start_first"
     with bench.camera(size=size) as camera:
@@ -102,7 +102,7 @@ def steady_large(bench, program):
 
 
 def standstill(bench, program):
-    """The delay after the network between camera and viewer stood still."""
+    """Measures the latency after a stall of the network between the camera and the viewer."""
     lengths = bench.lengths
     bench.no_window_is_left()
     with bench.camera() as camera, StallingNetwork(camera.url) as network:
@@ -124,7 +124,7 @@ def standstill(bench, program):
 
 
 def controls(bench, program):
-    """The processor's time with the controls hidden and shown, in turns, in one run of the viewer."""
+    """Measures the viewer's CPU time while its controls are hidden and shown in turn. Skips other programs."""
     if program.is_peer:
         return {}
     lengths = bench.lengths
@@ -141,7 +141,7 @@ def controls(bench, program):
                     bench.desktop.move_pointer_over_picture()
                 else:
                     bench.desktop.move_pointer_away()
-                time.sleep(1)  # the fade is no part of it
+                time.sleep(1)  # until the controls have faded in or out
                 begin, before = milliseconds(), cpu_seconds(child.pid)
                 time.sleep(lengths.turn)
                 used[metric].append((cpu_seconds(child.pid) - before) * 1000
@@ -152,13 +152,13 @@ def controls(bench, program):
     return figures
 
 
-# Cameras that can be told apart on the screen by how much of their name's line is bright.
+# Names that the reader of the screen can distinguish by their share of bright pixels, called ink.
 SHORT_NAME, LONG_NAME = "I", "MMMMMMMM"
 INK_BETWEEN = 100
 
 
 def switching(bench, program):
-    """From choosing another camera to its first picture, as it is recognised by its name."""
+    """Measures the time from choosing another camera to its first frame, which is recognised by the name in it."""
     if not program.can_switch:
         return {}
     bench.no_window_is_left()

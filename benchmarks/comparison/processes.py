@@ -1,4 +1,4 @@
-"""Starting, watching and ending child processes. Only what was started here is ever ended."""
+"""Starts, watches and ends child processes, and measures what they use."""
 
 import os
 import subprocess
@@ -8,11 +8,11 @@ POLL_SECONDS = 0.02
 
 
 class Failure(Exception):
-    """Something that a measurement needs did not happen; the text says what."""
+    """Something that a measurement requires did not happen. The message describes it."""
 
 
 def wait_until(condition, seconds, what):
-    """Polls until `condition()` is true and returns what it answered; after `seconds` it is a Failure."""
+    """Polls until `condition()` returns a true value, and returns that. Raises Failure after `seconds`."""
     deadline = time.monotonic() + seconds
     while True:
         answer = condition()
@@ -67,20 +67,22 @@ class Child:
 
 
 def _stat_fields(pid):
-    """The fields of /proc/PID/stat from the third (state) on; the name before them can hold anything."""
+    """Returns the fields of /proc/PID/stat from the third (state) on.
+
+    The name of the program comes before them and can contain any character."""
     with open(f"/proc/{pid}/stat") as stat:
         return stat.read().rpartition(")")[2].split()
 
 
 def family(pid):
-    """The process and all its descendants."""
+    """Returns the process and all its descendants."""
     children = {}
     for entry in os.listdir("/proc"):
         if entry.isdigit():
             try:
                 children.setdefault(int(_stat_fields(entry)[1]), []).append(int(entry))
             except OSError:
-                pass  # it has just ended
+                pass  # the process has just exited
     members = [pid]
     for member in members:
         members.extend(children.get(member, []))
@@ -88,7 +90,7 @@ def family(pid):
 
 
 def cpu_seconds(pid):
-    """Processor time that the process, its threads and its descendants have used so far."""
+    """Returns the CPU time that the process, its threads and its descendants have used so far."""
     ticks = 0
     for member in family(pid):
         try:
@@ -108,7 +110,9 @@ def _kilobytes(path, key):
 
 
 def memory_megabytes(pid):
-    """Resident and proportional memory (pages shared with others counted by share), in MiB."""
+    """Returns the resident and the proportional memory of a process and its descendants, in MiB.
+
+    In the latter, each shared page is divided among the processes that share it."""
     members = family(pid)
     resident = sum(_kilobytes(f"/proc/{member}/status", "VmRSS") for member in members)
     proportional = sum(_kilobytes(f"/proc/{member}/smaps_rollup", "Pss") for member in members)
@@ -116,11 +120,11 @@ def memory_megabytes(pid):
 
 
 def machine_busy_share(seconds):
-    """How much of all cores is in use, from 0 to 1, over the coming `seconds`."""
+    """Measures for `seconds` and returns the share of CPU time in use, from 0 to 1, averaged over all cores."""
     def totals():
         with open("/proc/stat") as stat:
             times = [int(field) for field in stat.readline().split()[1:9]]
-        return sum(times), times[3] + times[4]  # all; idle and waiting for disks
+        return sum(times), times[3] + times[4]  # total; idle and waiting for I/O
 
     all_before, idle_before = totals()
     time.sleep(seconds)

@@ -1,4 +1,4 @@
-"""The programs that are compared: how each is started, and how another camera is chosen in it."""
+"""The compared programs: how to start each of them, and how to choose another camera in it."""
 
 import datetime
 import json
@@ -28,7 +28,7 @@ class Program:
         return shutil.which(self.executable) is not None
 
     def cache(self, folder):
-        """Where it, or the OpenGL that it uses, keeps what it has compiled, from run to run."""
+        """Returns the folder in which the program and its OpenGL library keep compiled shaders between runs."""
         return f"{folder}/{self.label}-cache"
 
     def has_run(self, folder):
@@ -39,7 +39,7 @@ class Program:
         return dict(desktop.environment, XDG_CACHE_HOME=self.cache(folder))
 
     def start(self, desktop, folder, urls):
-        """Starts it on the first of `urls`; the others are cameras that may be switched to later."""
+        """Starts the program with the first of `urls`. The others are cameras for a later switch."""
         return Child(self.command(folder, urls[0]), self.environment(desktop, folder),
                      f"{folder}/{self.label}.log")
 
@@ -53,7 +53,7 @@ class Mpv(Program):
         self._options = options
 
     def command(self, folder, url):
-        # Without "gpu-sw" it refuses to draw by OpenGL in software, which is all that Xvfb has.
+        # Without --gpu-sw, mpv refuses OpenGL in software, and Xvfb has no other.
         return ["mpv", *self._options, "--gpu-sw=yes", f"--input-ipc-server={folder}/mpv-socket", "--no-border",
                 f"--geometry={WIDTH}x{HEIGHT}+{X}+{Y}", "--quiet", url]
 
@@ -63,7 +63,7 @@ class Mpv(Program):
         self._connection = connection
 
     def switch(self, url):
-        """Chooses the camera, and returns when."""
+        """Chooses the camera and returns the time at which it did."""
         moment = time.monotonic() * 1000
         line = json.dumps({"command": ["loadfile", url]}) + "\n"
         self._connection.sendall(line.encode())
@@ -84,7 +84,7 @@ class FFplay(Program):
 
 
 class GStreamer(Program):
-    """The bare pipeline, with no buffer for jitter and no clock at the end of it."""
+    """A minimal pipeline without a jitter buffer. The sink shows each frame at once, whatever its time stamp."""
 
     executable = "gst-launch-1.0"
 
@@ -98,7 +98,7 @@ class GStreamer(Program):
 
 
 class Lumvik(Program):
-    """The viewer, with a new home for each run. `variables` are added to its environment."""
+    """The viewer, with a new home folder for each run. `variables` are added to its environment."""
 
     is_peer = False
     can_switch = True
@@ -127,16 +127,16 @@ class Lumvik(Program):
                                    for n, url in enumerate(urls, 1)]}, file)
         with open(f"{home}/config/lumvik/lumvik.conf", "w") as file:
             file.write("[General]\nmainWindowFrame=%d %d %d %d 0 0 %d %d\n" % (*WINDOW, *SCREEN))
-            # As on every start of a day but the first: no server is asked for updates.
+            # A recent date of the last check prevents an automatic update check.
             now = datetime.datetime.now(datetime.timezone.utc)
             file.write("lastAutomaticUpdateCheck=%s\n" % now.strftime("%Y-%m-%dT%H:%M:%SZ"))
 
     def prepare_switch(self, desktop, _folder):
-        """Opens the picker's menu and goes to the other camera, so that Return chooses it."""
+        """Opens the picker's menu and highlights the other camera, so that Return chooses it."""
         margin, gap, button = 12, 6, 28
         picker = X + WIDTH - margin - 3 * (button + gap) - 20, Y + margin + 12
         desktop.move_pointer(picker[0], Y + HEIGHT // 3)
-        # It executes each line as it comes, so that no start of a program is in the measured time.
+        # This xdotool executes each line as it arrives, so the measured time does not include starting a process.
         self._input = subprocess.Popen(["xdotool", "-"], stdin=subprocess.PIPE, text=True,
                                        env=desktop.environment)
         self._send("mousemove %d %d" % picker)
@@ -172,13 +172,13 @@ class Lumvik(Program):
 
 
 def player_options(source_root):
-    """The fixed options of Lumvik's engine as command-line options of mpv, from the engine's source."""
+    """Reads the fixed player options from Lumvik's source and returns them as command-line options of mpv."""
     with open(f"{source_root}/engine/PlayerOptions.h") as file:
         block = re.search(r"playerOptions\{(.*?)\n\};", file.read(), re.S)
     options = re.findall(r'PlayerSetting\{"([^"]+)", "([^"]*)"\}', block.group(1)) if block else []
     if not options:
-        raise Failure("engine/PlayerOptions.h is not as it was; the options cannot be read from it")
-    # A program draws into a window of its own.
+        raise Failure("the format of engine/PlayerOptions.h has changed, and the player options cannot be read from it")
+    # mpv itself opens a window. Lumvik's video output renders into the viewer's window.
     return [f"--{name}={'gpu' if name == 'vo' else value}" for name, value in options]
 
 
@@ -195,7 +195,7 @@ def peers(source_root):
 
 
 def parse_variant(text):
-    """A --variant: LABEL=PATH[,NAME=VALUE…]."""
+    """Returns the program that a --variant (LABEL=PATH[,NAME=VALUE…]) describes."""
     label, separator, rest = text.partition("=")
     path, *variables = rest.split(",")
     if not separator or not label or not path or any("=" not in one for one in variables):

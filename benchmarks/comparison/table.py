@@ -6,32 +6,32 @@ from dataclasses import dataclass
 
 @dataclass(frozen=True)
 class Row:
-    group: str  # what --rows chooses
+    group: str  # the name of the group for --rows
     metric: str
     title: str
     unit: str
     form: str = "%.0f"
-    is_ranked: bool = True  # less is better; otherwise it is told for information
+    is_ranked: bool = True  # whether the programs are ranked by this metric; less is better
 
 
 ROWS = [
-    Row("start", "start", "Start of the program to first picture", "ms"),
-    Row("start", "start_first", "The same, for the very first time", "ms"),
-    Row("delay", "delay_median", "Delay from capture to screen, median", "ms"),
-    Row("delay", "delay_p95", "Delay from capture to screen, 95th percentile", "ms"),
-    Row("delay", "delay_fps", "New pictures a second on the screen (of 25)", "1/s", "%.1f", False),
-    Row("standstill", "stall_median", "Delay 2–12 s after a 3 s standstill, median", "ms"),
-    Row("standstill", "stall_p95", "Delay 2–12 s after a 3 s standstill, 95th percentile", "ms"),
-    Row("standstill", "stall_late_median", "Delay 18–22 s after a 3 s standstill, median", "ms"),
-    Row("cpu", "cpu", "Processor, 1280 × 720 at 25", "cores", "%.3f"),
-    Row("cpu", "cpu_large", "Processor, 1920 × 1080 at 25", "cores", "%.3f"),
-    Row("cpu", "delay_large_fps", "New pictures a second at 1920 × 1080", "1/s", "%.1f", False),
-    Row("controls", "controls_hidden", "Processor, controls hidden", "cores", "%.3f", False),
-    Row("controls", "controls_shown", "Processor, controls shown", "cores", "%.3f", False),
-    Row("controls", "controls_ratio", "Controls shown to hidden", "ratio", "%.2f", False),
+    Row("start", "start", "Start of the program to the first frame", "ms"),
+    Row("start", "start_first", "The same, in the very first run", "ms"),
+    Row("delay", "delay_median", "Latency from capture to screen, median", "ms"),
+    Row("delay", "delay_p95", "Latency from capture to screen, 95th percentile", "ms"),
+    Row("delay", "delay_fps", "New frames per second on the screen (of 25)", "1/s", "%.1f", False),
+    Row("standstill", "stall_median", "Latency 2–12 s after a 3 s stall, median", "ms"),
+    Row("standstill", "stall_p95", "Latency 2–12 s after a 3 s stall, 95th percentile", "ms"),
+    Row("standstill", "stall_late_median", "Latency 18–22 s after a 3 s stall, median", "ms"),
+    Row("cpu", "cpu", "CPU, 1280 × 720 at 25 fps", "cores", "%.3f"),
+    Row("cpu", "cpu_large", "CPU, 1920 × 1080 at 25 fps", "cores", "%.3f"),
+    Row("cpu", "delay_large_fps", "New frames per second at 1920 × 1080", "1/s", "%.1f", False),
+    Row("controls", "controls_hidden", "CPU, controls hidden", "cores", "%.3f", False),
+    Row("controls", "controls_shown", "CPU, controls shown", "cores", "%.3f", False),
+    Row("controls", "controls_ratio", "CPU, controls shown to hidden", "ratio", "%.2f", False),
     Row("memory", "rss", "Memory, resident (RSS)", "MiB"),
     Row("memory", "pss", "Memory, proportional (PSS)", "MiB"),
-    Row("switch", "switch", "Choosing another camera to its first picture", "ms"),
+    Row("switch", "switch", "Choosing another camera to its first frame", "ms"),
 ]
 
 GROUPS = list(dict.fromkeys(row.group for row in ROWS))
@@ -43,7 +43,7 @@ def median(results, label, metric):
 
 
 def markdown(results, programs, groups):
-    """The medians of all runs. Beside a figure of Lumvik's, in brackets, its ratio to the best peer's."""
+    """Returns the medians of all runs as a table. Lumvik's figures include the ratio to the best of its peers."""
     rows = [row for row in ROWS if row.group in groups]
     lines = ["| | " + " | ".join(program.label for program in programs) + " |",
              "|---|" + "---:|" * len(programs)]

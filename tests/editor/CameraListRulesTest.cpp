@@ -221,33 +221,35 @@ TEST(Drop, MovesOneRowAndKeepsTheOthersInOrder) {
     }
 }
 
-const CameraList before{{u"Front"_s, u"rtsp://front/"_s},
-                        {u"Yard"_s, u"rtsp://yard/"_s},
-                        {u"Garage"_s, u"rtsp://garage/"_s}};
+const CameraList savedList{{u"Front"_s, u"rtsp://front/"_s},
+                           {u"Yard"_s, u"rtsp://yard/"_s},
+                           {u"Garage"_s, u"rtsp://garage/"_s}};
 
 TEST(SelectionAfterSaving, FollowsTheSameCamera) {
-    EXPECT_EQ(selectionAfterSaving(1, before, {before.at(2), before.at(1)}), 1);
-    EXPECT_EQ(selectionAfterSaving(2, before, {before.at(2), before.at(2)}), 0)
+    EXPECT_EQ(selectionAfterSaving(1, savedList, {savedList.at(2), savedList.at(1)}), 1);
+    EXPECT_EQ(selectionAfterSaving(2, savedList, {savedList.at(2), savedList.at(2)}), 0)
         << "the first of two equal cameras";
 }
 
 TEST(SelectionAfterSaving, FollowsTheNameWhenTheAddressChanged) {
-    EXPECT_EQ(selectionAfterSaving(
-                  1, before, {before.at(0), {u"YARD"_s, u"rtsp://new/"_s}, {u"Yard"_s, u"x"_s}}),
-              1);
+    EXPECT_EQ(
+        selectionAfterSaving(1, savedList,
+                             {savedList.at(0), {u"YARD"_s, u"rtsp://new/"_s}, {u"Yard"_s, u"x"_s}}),
+        1);
 }
 
 TEST(SelectionAfterSaving, PrefersTheSameCameraOverTheSameName) {
-    EXPECT_EQ(selectionAfterSaving(1, before, {{u"yard"_s, u"rtsp://new/"_s}, before.at(1)}), 1);
+    EXPECT_EQ(selectionAfterSaving(1, savedList, {{u"yard"_s, u"rtsp://new/"_s}, savedList.at(1)}),
+              1);
 }
 
 TEST(SelectionAfterSaving, KeepsTheRowOrTakesTheLastOneWithoutAMatch) {
     const CameraList two{{u"One"_s, u"rtsp://1/"_s}, {u"Two"_s, u"rtsp://2/"_s}};
-    EXPECT_EQ(selectionAfterSaving(0, before, two), 0);
-    EXPECT_EQ(selectionAfterSaving(1, before, two), 1);
-    EXPECT_EQ(selectionAfterSaving(2, before, two), 1);
+    EXPECT_EQ(selectionAfterSaving(0, savedList, two), 0);
+    EXPECT_EQ(selectionAfterSaving(1, savedList, two), 1);
+    EXPECT_EQ(selectionAfterSaving(2, savedList, two), 1);
     EXPECT_EQ(selectionAfterSaving(-1, {}, two), 0) << "no camera was shown before";
-    EXPECT_EQ(selectionAfterSaving(7, before, two), 1);
+    EXPECT_EQ(selectionAfterSaving(7, savedList, two), 1);
 }
 
 } // namespace

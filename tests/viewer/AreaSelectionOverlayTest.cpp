@@ -10,8 +10,8 @@ namespace {
 
 using namespace test;
 
-const QColor ground(100, 150, 200);
-const QColor dimmed = darkened(ground, 0.42);
+const QColor overlayGround(100, 150, 200);
+const QColor dimmed = darkened(overlayGround, 0.42);
 const QColor badgeColour = darkened(dimmed, 0.78);
 
 class AreaSelectionOverlayTest : public testing::Test {
@@ -20,7 +20,7 @@ class AreaSelectionOverlayTest : public testing::Test {
 
     [[nodiscard]] QImage paint(const std::optional<QRectF> &selection, bool isDragging = true) {
         overlay.setSelection(selection, isDragging);
-        return paintedItem(overlay, ground);
+        return paintedItem(overlay, overlayGround);
     }
     static QRectF badge(bool isDragging) {
         const QFontMetricsF metrics(systemFont(12, QFont::DemiBold));
@@ -53,7 +53,7 @@ TEST_F(AreaSelectionOverlayTest, DimsAllButTheSelection) {
                                  QPoint(200, 57), QPoint(200, 163)})
         EXPECT_TRUE(pixelIs(image, outside, dimmed));
     for (const QPoint inside : {QPoint(104, 64), QPoint(200, 100), QPoint(295, 155)})
-        EXPECT_TRUE(pixelIs(image, inside, ground));
+        EXPECT_TRUE(pixelIs(image, inside, overlayGround));
 }
 
 TEST_F(AreaSelectionOverlayTest, OutlinesTheSelectionInWhiteDashes) {
@@ -62,7 +62,7 @@ TEST_F(AreaSelectionOverlayTest, OutlinesTheSelectionInWhiteDashes) {
     for (const int dash : {103, 113, 123, 193, 283})
         EXPECT_TRUE(pixelIs(image, {dash, 60}, Qt::white));
     for (const int gap : {108, 118, 128, 198, 288})
-        EXPECT_TRUE(pixelIs(image, {gap, 60}, ground));
+        EXPECT_TRUE(pixelIs(image, {gap, 60}, overlayGround));
 }
 
 TEST_F(AreaSelectionOverlayTest, OutlinesAllFourSides) {
@@ -121,7 +121,7 @@ TEST_F(AreaSelectionOverlayTest, BadgeHasRoundCornersAndWhiteText) {
 
 TEST_F(AreaSelectionOverlayTest, BadgeLiesOverTheSelection) {
     const QImage image = paint(QRectF(0, 0, 480, 270));
-    EXPECT_TRUE(pixelIs(image, {240, 251}, darkened(ground, 0.78)));
+    EXPECT_TRUE(pixelIs(image, {240, 251}, darkened(overlayGround, 0.78)));
 }
 
 } // namespace

@@ -9,38 +9,38 @@ namespace lumvik {
 namespace {
 
 constexpr QSize minimum{480, 270};
-constexpr QSize screen{1600, 1000};
+constexpr QSize screenSize{1600, 1000};
 
-TEST(SizeWithAspectRatio, LeavesASizeOfTheRightShapeAlone) {
-    EXPECT_EQ(sizeWithAspectRatio({1120, 630}, {16, 9}, minimum, screen), QSize(1120, 630));
-    EXPECT_EQ(sizeWithAspectRatio({1121, 630}, {16, 9}, minimum, screen), QSize(1121, 630))
-        << "a pixel is no difference";
+TEST(SizeWithAspectRatio, KeepsASizeThatAlreadyHasTheRatio) {
+    EXPECT_EQ(sizeWithAspectRatio({1120, 630}, {16, 9}, minimum, screenSize), QSize(1120, 630));
+    EXPECT_EQ(sizeWithAspectRatio({1121, 630}, {16, 9}, minimum, screenSize), QSize(1121, 630))
+        << "a deviation of one pixel is tolerated";
 }
 
-TEST(SizeWithAspectRatio, LeavesEverySizeAloneWithoutARatio) {
-    EXPECT_EQ(sizeWithAspectRatio({500, 500}, {}, minimum, screen), QSize(500, 500));
-    EXPECT_EQ(sizeWithAspectRatio({500, 500}, {16, 0}, minimum, screen), QSize(500, 500));
+TEST(SizeWithAspectRatio, KeepsEverySizeIfTheRatioIsEmpty) {
+    EXPECT_EQ(sizeWithAspectRatio({500, 500}, {}, minimum, screenSize), QSize(500, 500));
+    EXPECT_EQ(sizeWithAspectRatio({500, 500}, {16, 0}, minimum, screenSize), QSize(500, 500));
 }
 
 TEST(SizeWithAspectRatio, KeepsTheArea) {
-    EXPECT_EQ(sizeWithAspectRatio({1120, 630}, {4, 3}, minimum, screen), QSize(970, 727));
+    EXPECT_EQ(sizeWithAspectRatio({1120, 630}, {4, 3}, minimum, screenSize), QSize(970, 727));
 }
 
-TEST(SizeWithAspectRatio, ComesBackToWhereItWas) {
-    const QSize narrow = sizeWithAspectRatio({1120, 630}, {4, 3}, minimum, screen);
-    EXPECT_EQ(sizeWithAspectRatio(narrow, {16, 9}, minimum, screen), QSize(1120, 630));
+TEST(SizeWithAspectRatio, ReturnsToTheFirstSizeWhenTheRatioIsRestored) {
+    const QSize narrow = sizeWithAspectRatio({1120, 630}, {4, 3}, minimum, screenSize);
+    EXPECT_EQ(sizeWithAspectRatio(narrow, {16, 9}, minimum, screenSize), QSize(1120, 630));
 }
 
 TEST(SizeWithAspectRatio, StaysWithinTheScreen) {
-    EXPECT_EQ(sizeWithAspectRatio({1600, 900}, {9, 16}, minimum, screen), QSize(563, 1000));
+    EXPECT_EQ(sizeWithAspectRatio({1600, 900}, {9, 16}, minimum, screenSize), QSize(563, 1000));
 }
 
 TEST(SizeWithAspectRatio, StaysAboveTheMinimum) {
-    EXPECT_EQ(sizeWithAspectRatio({480, 270}, {9, 16}, minimum, screen), QSize(480, 853));
-    EXPECT_EQ(sizeWithAspectRatio({480, 270}, {4, 1}, minimum, screen), QSize(1080, 270));
+    EXPECT_EQ(sizeWithAspectRatio({480, 270}, {9, 16}, minimum, screenSize), QSize(480, 853));
+    EXPECT_EQ(sizeWithAspectRatio({480, 270}, {4, 1}, minimum, screenSize), QSize(1080, 270));
 }
 
-TEST(SizeWithAspectRatio, HasTheShapeWheneverTheLimitsAllow) {
+TEST(SizeWithAspectRatio, HasTheRatioForEverySizeWithinTheLimits) {
     std::mt19937 random(1);
     const auto number = [&](int from, int to) {
         return std::uniform_int_distribution(from, to)(random);

@@ -15,151 +15,154 @@ class ScreenChangeMemoryTest : public testing::Test {
     ScreenChangeMemory memory;
 };
 
-TEST_F(ScreenChangeMemoryTest, BeforeTheFirstRestNothingIsKnown) {
+TEST_F(ScreenChangeMemoryTest, HasNoFrameBeforeTheFirstOneHasSettled) {
     EXPECT_EQ(memory.screensChanged({laptop}), std::nullopt);
-    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, AWindowWhoseScreenStaysIsNotMoved) {
-    memory.frameRested(onLaptop, {laptop, monitor});
+TEST_F(ScreenChangeMemoryTest, KeepsAWindowWhoseScreenStaysAvailable) {
+    memory.frameSettled(onLaptop, {laptop, monitor});
     EXPECT_EQ(memory.screensChanged({laptop}), onLaptop);
-    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, GoesToAScreenThatIsThereAndComesBack) {
-    memory.frameRested(onMonitor, {laptop, monitor});
-    const auto refuge = memory.screensChanged({laptop});
-    ASSERT_TRUE(refuge);
-    EXPECT_TRUE(laptop.contains(*refuge));
-    EXPECT_EQ(refuge->size(), onMonitor.size());
-    EXPECT_EQ(memory.home(), onMonitor);
-    memory.frameRested(*refuge, {laptop});
-    EXPECT_EQ(memory.home(), onMonitor) << "it rests there for want of its screen";
+TEST_F(ScreenChangeMemoryTest, MovesTheWindowToAnAvailableScreenAndBack) {
+    memory.frameSettled(onMonitor, {laptop, monitor});
+    const auto temporary = memory.screensChanged({laptop});
+    ASSERT_TRUE(temporary);
+    EXPECT_TRUE(laptop.contains(*temporary));
+    EXPECT_EQ(temporary->size(), onMonitor.size());
+    EXPECT_EQ(memory.ownFrame(), onMonitor);
+    memory.frameSettled(*temporary, {laptop});
+    EXPECT_EQ(memory.ownFrame(), onMonitor) << "the window settled in its temporary frame";
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), onMonitor);
-    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, AWindowThatIsTooLargeGetsItsSizeBack) {
+TEST_F(ScreenChangeMemoryTest, RestoresTheSizeOfAWindowThatWasReducedToFit) {
     const QRect large(1400, 100, 1920, 1080);
-    memory.frameRested(large, {laptop, monitor});
-    const auto refuge = memory.screensChanged({laptop});
-    ASSERT_TRUE(refuge);
-    EXPECT_TRUE(laptop.contains(*refuge));
+    memory.frameSettled(large, {laptop, monitor});
+    const auto temporary = memory.screensChanged({laptop});
+    ASSERT_TRUE(temporary);
+    EXPECT_TRUE(laptop.contains(*temporary));
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), large);
 }
 
-TEST_F(ScreenChangeMemoryTest, APlaceGivenMeanwhileCounts) {
-    memory.frameRested(onMonitor, {laptop, monitor});
+TEST_F(ScreenChangeMemoryTest, AFrameChosenInTheMeantimeReplacesTheOwnFrame) {
+    memory.frameSettled(onMonitor, {laptop, monitor});
     ASSERT_TRUE(memory.screensChanged({laptop}));
-    memory.frameRested(onLaptop, {laptop});
-    EXPECT_EQ(memory.home(), std::nullopt);
+    memory.frameSettled(onLaptop, {laptop});
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), onLaptop);
 }
 
-TEST_F(ScreenChangeMemoryTest, AFrameGivenOnPurposeCountsAtOnce) {
-    memory.frameRested(onMonitor, {laptop, monitor});
-    const auto refuge = memory.screensChanged({laptop});
-    ASSERT_TRUE(refuge);
-    memory.frameGiven(*refuge, {laptop});
-    EXPECT_EQ(memory.home(), std::nullopt);
-    EXPECT_EQ(memory.screensChanged({laptop, monitor}), refuge);
+TEST_F(ScreenChangeMemoryTest, AFrameThatWasSetBecomesTheOwnFrameAtOnce) {
+    memory.frameSettled(onMonitor, {laptop, monitor});
+    const auto temporary = memory.screensChanged({laptop});
+    ASSERT_TRUE(temporary);
+    memory.frameWasSet(*temporary, {laptop});
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
+    EXPECT_EQ(memory.screensChanged({laptop, monitor}), temporary);
 }
 
-TEST_F(ScreenChangeMemoryTest, AWindowManagerMayLetItRestALittleSmaller) {
-    memory.frameRested(onMonitor, {laptop, monitor});
-    const auto refuge = memory.screensChanged({laptop});
-    ASSERT_TRUE(refuge);
-    const QRect smaller = refuge->adjusted(0, 4, 0, -4);
-    memory.frameRested(smaller, {laptop});
-    EXPECT_EQ(memory.home(), onMonitor);
-    memory.frameRested(smaller, {laptop});
-    EXPECT_EQ(memory.home(), onMonitor);
-    // Once it has come to rest there, another frame is somebody's choice.
-    memory.frameRested(*refuge, {laptop});
-    EXPECT_EQ(memory.home(), std::nullopt);
+TEST_F(ScreenChangeMemoryTest, KeepsTheOwnFrameIfTheWindowSettlesSlightlySmaller) {
+    memory.frameSettled(onMonitor, {laptop, monitor});
+    const auto temporary = memory.screensChanged({laptop});
+    ASSERT_TRUE(temporary);
+    const QRect smaller = temporary->adjusted(0, 4, 0, -4);
+    memory.frameSettled(smaller, {laptop});
+    EXPECT_EQ(memory.ownFrame(), onMonitor);
+    memory.frameSettled(smaller, {laptop});
+    EXPECT_EQ(memory.ownFrame(), onMonitor);
+    // After the window has settled there, a different frame is the user's choice.
+    memory.frameSettled(*temporary, {laptop});
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, SeveralChangesOnTheWayLeadHomeAllTheSame) {
-    memory.frameRested(onMonitor, {laptop, monitor});
+TEST_F(ScreenChangeMemoryTest, RestoresTheOwnFrameAfterSeveralScreenChanges) {
+    memory.frameSettled(onMonitor, {laptop, monitor});
     ASSERT_TRUE(memory.screensChanged({laptop}));
     ASSERT_TRUE(memory.screensChanged({QRect(0, 0, 800, 600)}));
     ASSERT_TRUE(memory.screensChanged({laptop}));
     EXPECT_EQ(memory.screensChanged({monitor}), onMonitor);
 }
 
-TEST_F(ScreenChangeMemoryTest, WhatWasToBeSeenWholeIsToBeSeenWholeOnASmallerScreen) {
-    // As when the scale is doubled, which leaves a screen half as many points.
+TEST_F(ScreenChangeMemoryTest, ACompletelyVisibleWindowStaysSoOnASmallerScreen) {
+    // Doubling the scale factor halves the size of a screen in points.
     const QRect place(700, 300, 560, 315);
-    memory.frameRested(place, {laptop});
+    memory.frameSettled(place, {laptop});
     const QRect doubled(0, 0, 640, 400);
     EXPECT_EQ(memory.screensChanged({doubled}), QRect(80, 85, 560, 315));
-    EXPECT_EQ(memory.home(), place);
+    EXPECT_EQ(memory.ownFrame(), place);
     EXPECT_EQ(memory.screensChanged({laptop}), place);
-    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, WhatHungOverAnEdgeMayDoSoOnASmallerScreen) {
+TEST_F(ScreenChangeMemoryTest, AWindowAcrossAnEdgeMayStaySoOnASmallerScreen) {
     const QRect place(1000, 300, 560, 315);
-    memory.frameRested(place, {laptop});
+    memory.frameSettled(place, {laptop});
     EXPECT_EQ(memory.screensChanged({QRect(0, 0, 1100, 800)}), place);
-    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, WhatSpansTwoScreensMayBeCutWhenOneGoes) {
+TEST_F(ScreenChangeMemoryTest, AWindowAcrossTwoScreensMayBeCutOffWhenOneDisappears) {
     const QRect place(1200, 300, 560, 315);
-    memory.frameRested(place, {laptop, monitor});
+    memory.frameSettled(place, {laptop, monitor});
     EXPECT_EQ(memory.screensChanged({laptop}), place);
 }
 
-TEST_F(ScreenChangeMemoryTest, WithoutAnyScreenTheFrameIsKept) {
-    memory.frameRested(onMonitor, {laptop, monitor});
+TEST_F(ScreenChangeMemoryTest, KeepsTheFrameIfThereAreNoScreens) {
+    memory.frameSettled(onMonitor, {laptop, monitor});
     EXPECT_EQ(memory.screensChanged({}), onMonitor);
 }
 
-TEST_F(ScreenChangeMemoryTest, AFrameFromEarlierGoesWhereItWasOnceItsScreenIsThere) {
-    const auto place = memory.frameRestored(onMonitor, monitor, {laptop});
+TEST_F(ScreenChangeMemoryTest, ARestoredFrameIsUsedOnceItsScreenIsAvailable) {
+    const auto place = memory.restoreFrame(onMonitor, monitor, {laptop});
     EXPECT_TRUE(laptop.contains(place));
-    EXPECT_EQ(memory.home(), onMonitor);
-    EXPECT_EQ(memory.homeScreen(), monitor);
-    memory.frameRested(place, {laptop});
-    EXPECT_EQ(memory.home(), onMonitor);
+    EXPECT_EQ(memory.ownFrame(), onMonitor);
+    EXPECT_EQ(memory.ownScreen(), monitor);
+    memory.frameSettled(place, {laptop});
+    EXPECT_EQ(memory.ownFrame(), onMonitor);
     EXPECT_EQ(memory.screensChanged({laptop, monitor}), onMonitor);
-    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, AFrameFromEarlierIsAsWholeAsItWas) {
+TEST_F(ScreenChangeMemoryTest, ARestoredFrameIsCompletelyVisibleOnlyIfItWasBefore) {
     const QRect onEdge(900, 100, 640, 360);
     const QRect wider(0, 0, 1920, 1080);
-    EXPECT_EQ(memory.frameRestored(onEdge, laptop, {laptop}), onEdge) << "the user put it there";
-    EXPECT_EQ(memory.home(), std::nullopt);
-    EXPECT_EQ(memory.frameRestored(onEdge, wider, {laptop}), QRect(640, 100, 640, 360));
-    EXPECT_EQ(memory.home(), onEdge);
-    EXPECT_EQ(memory.frameRestored(onEdge, std::nullopt, {laptop}), onEdge)
-        << "nobody knows what it was";
-    EXPECT_EQ(memory.home(), std::nullopt);
+    EXPECT_EQ(memory.restoreFrame(onEdge, laptop, {laptop}), onEdge)
+        << "the user left it across the edge";
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
+    EXPECT_EQ(memory.restoreFrame(onEdge, wider, {laptop}), QRect(640, 100, 640, 360));
+    EXPECT_EQ(memory.ownFrame(), onEdge);
+    EXPECT_EQ(memory.restoreFrame(onEdge, std::nullopt, {laptop}), onEdge)
+        << "it is unknown whether it was completely visible";
+    EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, TheRefugeMayBeALittleSmallerUntilItWasReached) {
-    const QRect refuge = memory.frameRestored(onMonitor, monitor, {laptop});
-    const QRect smaller = refuge.adjusted(0, 0, 0, -3);
-    EXPECT_TRUE(memory.isRefuge(smaller));
-    memory.frameRested(smaller, {laptop});
-    EXPECT_TRUE(memory.isRefuge(smaller));
-    EXPECT_FALSE(memory.isRefuge(smaller.adjusted(0, 0, 0, -3))) << "the user's wish";
-    EXPECT_FALSE(memory.isRefuge(refuge));
+TEST_F(ScreenChangeMemoryTest, TheTemporaryFrameMayBeSlightlySmallerUntilItIsReached) {
+    const QRect temporary = memory.restoreFrame(onMonitor, monitor, {laptop});
+    const QRect smaller = temporary.adjusted(0, 0, 0, -3);
+    EXPECT_TRUE(memory.isTemporaryFrame(smaller));
+    memory.frameSettled(smaller, {laptop});
+    EXPECT_TRUE(memory.isTemporaryFrame(smaller));
+    EXPECT_FALSE(memory.isTemporaryFrame(smaller.adjusted(0, 0, 0, -3)))
+        << "the user chose this frame";
+    EXPECT_FALSE(memory.isTemporaryFrame(temporary));
 }
 
-TEST_F(ScreenChangeMemoryTest, AnotherShapeFromTheProgramIsNoOtherPlace) {
-    const QRect refuge = memory.frameRestored(onMonitor, monitor, {laptop});
-    memory.frameRested(refuge, {laptop});
-    const QRect wider = refuge.adjusted(-40, 0, 0, -20);
-    memory.frameReshaped(onLaptop, wider);
-    EXPECT_TRUE(memory.isRefuge(refuge)) << "it stood elsewhere";
-    memory.frameReshaped(refuge, wider);
-    memory.frameRested(wider, {laptop});
-    EXPECT_EQ(memory.home(), onMonitor);
-    memory.frameRested(onLaptop, {laptop});
-    EXPECT_EQ(memory.home(), std::nullopt) << "the user's wish";
+TEST_F(ScreenChangeMemoryTest, ReshapingByTheProgramKeepsTheFrameTemporary) {
+    const QRect temporary = memory.restoreFrame(onMonitor, monitor, {laptop});
+    memory.frameSettled(temporary, {laptop});
+    const QRect wider = temporary.adjusted(-40, 0, 0, -20);
+    memory.frameWasReshaped(onLaptop, wider);
+    EXPECT_TRUE(memory.isTemporaryFrame(temporary))
+        << "the reshaped frame was not the temporary one";
+    memory.frameWasReshaped(temporary, wider);
+    memory.frameSettled(wider, {laptop});
+    EXPECT_EQ(memory.ownFrame(), onMonitor);
+    memory.frameSettled(onLaptop, {laptop});
+    EXPECT_EQ(memory.ownFrame(), std::nullopt) << "the user chose this frame";
 }
 
 } // namespace

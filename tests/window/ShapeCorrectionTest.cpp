@@ -8,47 +8,48 @@ namespace {
 constexpr QSize wide{1600, 500};
 constexpr QSize tall{500, 900};
 constexpr QSize right{1120, 630};
-constexpr QSize rightToo{900, 506};
+constexpr QSize alsoRight{900, 506};
 
-TEST(ShapeCorrection, AsksForNothingWhenTheShapeIsRight) {
+TEST(ShapeCorrection, RequestsNothingIfTheSizeIsRight) {
     ShapeCorrection correction;
     EXPECT_EQ(correction.sizeToAskFor(right, right), std::nullopt);
 }
 
-TEST(ShapeCorrection, AsksOnceForWhatIsRefused) {
+TEST(ShapeCorrection, RequestsARefusedSizeOnlyOnce) {
     ShapeCorrection correction;
     EXPECT_EQ(correction.sizeToAskFor(wide, right), right);
     EXPECT_EQ(correction.sizeToAskFor(wide, right), std::nullopt);
     EXPECT_EQ(correction.sizeToAskFor(wide, right), std::nullopt);
 }
 
-TEST(ShapeCorrection, AsksAgainFromAnotherSize) {
+TEST(ShapeCorrection, RequestsAgainFromAnotherSize) {
     ShapeCorrection correction;
     EXPECT_EQ(correction.sizeToAskFor(wide, right), right);
     EXPECT_EQ(correction.sizeToAskFor(tall, right), right);
-    EXPECT_EQ(correction.sizeToAskFor(tall, rightToo), rightToo) << "another request";
+    EXPECT_EQ(correction.sizeToAskFor(tall, alsoRight), alsoRight)
+        << "a different size is requested";
 }
 
-TEST(ShapeCorrection, AsksAgainOnceTheShapeWasRight) {
+TEST(ShapeCorrection, RequestsAgainAfterTheSizeWasRight) {
     ShapeCorrection correction;
     EXPECT_EQ(correction.sizeToAskFor(wide, right), right);
     EXPECT_EQ(correction.sizeToAskFor(right, right), std::nullopt);
     EXPECT_EQ(correction.sizeToAskFor(wide, right), right);
 }
 
-TEST(ShapeCorrection, AsksAgainAfterAReset) {
+TEST(ShapeCorrection, RequestsAgainAfterAReset) {
     ShapeCorrection correction;
     EXPECT_EQ(correction.sizeToAskFor(wide, right), right);
     correction.reset();
     EXPECT_EQ(correction.sizeToAskFor(wide, right), right);
 }
 
-TEST(ShapeCorrection, EndsWhenTheAnswersGoInCircles) {
+TEST(ShapeCorrection, StopsWhenTheWindowManagerCyclesThroughSizes) {
     ShapeCorrection correction;
     EXPECT_EQ(correction.sizeToAskFor(wide, right), right);
-    EXPECT_EQ(correction.sizeToAskFor(tall, rightToo), rightToo);
+    EXPECT_EQ(correction.sizeToAskFor(tall, alsoRight), alsoRight);
     EXPECT_EQ(correction.sizeToAskFor(wide, right), std::nullopt);
-    EXPECT_EQ(correction.sizeToAskFor(tall, rightToo), std::nullopt);
+    EXPECT_EQ(correction.sizeToAskFor(tall, alsoRight), std::nullopt);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// The window's way from one frame to another. What the window manager reports is played by setting
-// the geometry from here.
+// Tests of the animation from one frame to another. The tests set the geometry themselves to
+// simulate reports from the window manager.
 
 #include "window/ViewerWindow.h"
 
@@ -11,8 +11,8 @@
 namespace lumvik {
 namespace {
 
-// Set before the application object is made: with it the platform without a display does not pass
-// for X11.
+// This variable keeps Qt's offscreen platform from offering the X11 interface. It must be set
+// before the application object is created.
 const bool avoidsX11 = qputenv("QT_QPA_OFFSCREEN_NO_GLX", "1");
 
 constexpr QRect first{60, 60, 640, 360};
@@ -52,17 +52,17 @@ class ViewerWindowTest : public testing::Test {
                          .graphicsFailed = nullptr}};
 };
 
-TEST_F(ViewerWindowTest, FrameIsTheOneItIsOnItsWayTo) {
+TEST_F(ViewerWindowTest, FrameIsTheTargetOfTheAnimation) {
     EXPECT_EQ(window.frame(), first);
     window.setFrame(second);
     EXPECT_EQ(window.frame(), second);
     EXPECT_EQ(window.rememberedFrame(), second);
-    EXPECT_EQ(window.geometry(), first) << "it has just begun";
+    EXPECT_EQ(window.geometry(), first) << "the animation has just begun";
     EXPECT_TRUE(arrivesAt(second));
     EXPECT_EQ(window.frame(), second);
 }
 
-TEST_F(ViewerWindowTest, PressOfTheMouseEndsTheWayAtOnce) {
+TEST_F(ViewerWindowTest, MousePressCompletesTheAnimationAtOnce) {
     for (const auto button : {Qt::LeftButton, Qt::RightButton}) {
         window.setFrame(second);
         press(button);
@@ -73,58 +73,58 @@ TEST_F(ViewerWindowTest, PressOfTheMouseEndsTheWayAtOnce) {
     }
 }
 
-TEST_F(ViewerWindowTest, NextWayBeginsWhereTheLastOneLeads) {
+TEST_F(ViewerWindowTest, NextAnimationStartsWhereTheLastOneLeads) {
     window.setFrame(second);
     press(Qt::RightButton);
-    window.setGeometry(QRect(50, 80, 570, 330)); // a late report of the way
+    window.setGeometry(QRect(50, 80, 570, 330)); // a late report from the animation
     window.setFrame(first);
     EXPECT_EQ(window.frame(), first);
     EXPECT_TRUE(arrivesAt(first));
 }
 
-TEST_F(ViewerWindowTest, LateReportOfTheWayIsNotBelieved) {
+TEST_F(ViewerWindowTest, LateReportFromTheAnimationIsIgnored) {
     window.setFrame(second);
     ASSERT_TRUE(arrivesAt(second));
-    // The size of one step with the place of another.
+    // A report may combine the size of one step with the position of another.
     window.setGeometry(QRect(58, 98, 510, 350));
     EXPECT_EQ(window.frame(), second);
-    EXPECT_TRUE(arrivesAt(second)) << "it is asked for again";
+    EXPECT_TRUE(arrivesAt(second)) << "the frame is requested again";
 }
 
-TEST_F(ViewerWindowTest, RefusedFrameIsAskedForOnceMoreAndThenGivenUp) {
+TEST_F(ViewerWindowTest, RefusedFrameIsRequestedOnceMoreAndThenGivenUp) {
     window.setFrame(second);
     ASSERT_TRUE(arrivesAt(second));
     window.setGeometry(first);
-    ASSERT_TRUE(arrivesAt(second)) << "asked for again";
+    ASSERT_TRUE(arrivesAt(second)) << "the frame is requested again";
     const int before = moves;
     window.setGeometry(first);
     EXPECT_TRUE(eventually([this] { return window.frame() == first; }));
-    EXPECT_GT(moves, before) << "whoever remembers the frame is told";
+    EXPECT_GT(moves, before) << "didMove reports that frame() has changed";
     EXPECT_EQ(window.geometry(), first);
 }
 
-TEST_F(ViewerWindowTest, FrameThatNobodyAskedForHereIsSomebodysWish) {
+TEST_F(ViewerWindowTest, FrameOutsideTheAnimationIsTheUsersChoice) {
     window.setFrame(second);
     ASSERT_TRUE(arrivesAt(second));
-    const QRect wish(200, 300, 480, 270);
-    window.setGeometry(wish);
-    EXPECT_TRUE(eventually([&] { return window.frame() == wish; }));
-    EXPECT_EQ(window.geometry(), wish);
+    const QRect chosen(200, 300, 480, 270);
+    window.setGeometry(chosen);
+    EXPECT_TRUE(eventually([&] { return window.frame() == chosen; }));
+    EXPECT_EQ(window.geometry(), chosen);
 }
 
-TEST_F(ViewerWindowTest, SmallestSizeCountsFromTheEndOfTheWay) {
+TEST_F(ViewerWindowTest, SmallestSizeAppliesFromTheEndOfTheAnimation) {
     window.setSmallestSize({160, 160});
     window.setGeometry(QRect(60, 60, 200, 180));
     ASSERT_TRUE(arrivesAt({60, 60, 200, 180}));
     window.setFrame(first);
     window.setSmallestSize(ViewerWindow::minimumViewerSize);
-    EXPECT_EQ(window.size(), QSize(200, 180)) << "no leap at the beginning";
+    EXPECT_EQ(window.size(), QSize(200, 180)) << "the size must not jump at the start";
     EXPECT_TRUE(arrivesAt(first));
     EXPECT_TRUE(
         eventually([this] { return window.minimumSize() == ViewerWindow::minimumViewerSize; }));
 }
 
-TEST_F(ViewerWindowTest, ShapeGivenOnTheWayIsTakenOnAtItsEnd) {
+TEST_F(ViewerWindowTest, AspectRatioSetDuringTheAnimationAppliesAtItsEnd) {
     window.setFrame({60, 60, 640, 480});
     window.setContentAspectRatio({16, 9});
     EXPECT_TRUE(eventually([this] {
@@ -133,7 +133,7 @@ TEST_F(ViewerWindowTest, ShapeGivenOnTheWayIsTakenOnAtItsEnd) {
     }));
 }
 
-TEST_F(ViewerWindowTest, FrameInFullScreenIsTakenAfterwards) {
+TEST_F(ViewerWindowTest, FrameSetInFullScreenIsTakenAfterwards) {
     window.showFullScreen();
     ASSERT_TRUE(eventually([this] { return !window.hasOrdinaryFrame(); }));
     window.setFrame(second);
@@ -142,7 +142,7 @@ TEST_F(ViewerWindowTest, FrameInFullScreenIsTakenAfterwards) {
     EXPECT_TRUE(arrivesAt(second));
 }
 
-TEST_F(ViewerWindowTest, FullScreenOnTheWayLeadsToTheFrameAfterwards) {
+TEST_F(ViewerWindowTest, FullScreenDuringTheAnimationLeadsToItsTargetAfterwards) {
     window.setFrame(second);
     window.showFullScreen();
     ASSERT_TRUE(eventually([this] { return !window.hasOrdinaryFrame(); }));
@@ -150,21 +150,21 @@ TEST_F(ViewerWindowTest, FullScreenOnTheWayLeadsToTheFrameAfterwards) {
     EXPECT_TRUE(arrivesAt(second));
 }
 
-TEST_F(ViewerWindowTest, FrameOnNoScreenIsMovedOntoOne) {
+TEST_F(ViewerWindowTest, FrameOutsideAllScreensIsMovedOntoOne) {
     window.setFrame({5000, 5000, 640, 360});
     const QRect screen = window.visibleArea();
     EXPECT_TRUE(screen.contains(window.frame()));
     EXPECT_EQ(window.frame().size(), QSize(640, 360));
 }
 
-TEST_F(ViewerWindowTest, FrameFromALargerScreenIsShownWholeAndRememberedAsItWas) {
+TEST_F(ViewerWindowTest, FrameFromALargerScreenIsShownCompletelyAndRememberedUnchanged) {
     const WindowPlace earlier{{500, 300, 640, 360}, {0, 0, 1600, 1000}};
     window.restorePlace(earlier);
-    EXPECT_EQ(window.frame(), QRect(160, 300, 640, 360)) << "on 800 by 800 points";
+    EXPECT_EQ(window.frame(), QRect(160, 300, 640, 360)) << "the screen has 800 by 800 points";
     EXPECT_EQ(window.place(), earlier);
     EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 1600 1000"));
     window.restorePlace({earlier.frame, {0, 0, 800, 800}});
-    EXPECT_EQ(window.frame(), earlier.frame) << "the user put it there";
+    EXPECT_EQ(window.frame(), earlier.frame) << "the user left it across the edge";
     EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 800 800"));
 }
 

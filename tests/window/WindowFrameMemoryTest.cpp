@@ -9,12 +9,12 @@ const QString own = QStringLiteral("100 50 1120 630 0 0 1600 1000");
 const QString moved = QStringLiteral("0 0 1120 630 0 0 1600 1000");
 const QString maximised = QStringLiteral("0 0 1600 1000 0 0 1600 1000");
 
-TEST(WindowFrameMemory, HasNothingToPutRightBeforeTheFirstFrame) {
+TEST(WindowFrameMemory, ReturnsNothingBeforeTheFirstFrame) {
     const WindowFrameMemory memory;
     EXPECT_EQ(memory.frameBeforeChange(100), std::nullopt);
 }
 
-TEST(WindowFrameMemory, GivesTheFrameFromBeforeAChangeOfSeveralSteps) {
+TEST(WindowFrameMemory, ReturnsTheFrameFromBeforeAChangeInSeveralSteps) {
     WindowFrameMemory memory;
     memory.note(own, 10);
     memory.note(moved, 20);
@@ -22,21 +22,22 @@ TEST(WindowFrameMemory, GivesTheFrameFromBeforeAChangeOfSeveralSteps) {
     EXPECT_EQ(memory.frameBeforeChange(20.2), own);
 }
 
-TEST(WindowFrameMemory, LeavesAFrameThatHasSettled) {
+TEST(WindowFrameMemory, ReturnsNothingIfTheLatestFrameHasSettled) {
     WindowFrameMemory memory;
     memory.note(own, 10);
     memory.note(moved, 20);
     EXPECT_EQ(memory.frameBeforeChange(20.5), std::nullopt);
 }
 
-TEST(WindowFrameMemory, LeavesTheFrameWhenTheStateComesFirst) {
+TEST(WindowFrameMemory, ReturnsNothingIfTheStateChangesBeforeTheFrame) {
     WindowFrameMemory memory;
     memory.note(own, 10);
-    EXPECT_EQ(memory.frameBeforeChange(10.1), std::nullopt) << "none but the own one was noted";
+    EXPECT_EQ(memory.frameBeforeChange(10.1), std::nullopt)
+        << "only the original frame was recorded";
     EXPECT_EQ(memory.frameBeforeChange(60), std::nullopt);
 }
 
-TEST(WindowFrameMemory, CountsALongDragAsOneChange) {
+TEST(WindowFrameMemory, TreatsALongDragAsOneChange) {
     WindowFrameMemory memory;
     memory.note(own, 10);
     for (int step = 0; step < 50; ++step)
@@ -45,7 +46,7 @@ TEST(WindowFrameMemory, CountsALongDragAsOneChange) {
     EXPECT_EQ(memory.frameBeforeChange(25), own);
 }
 
-TEST(WindowFrameMemory, KnowsTheLatestFrameThatStoodForAWhile) {
+TEST(WindowFrameMemory, ReturnsTheLatestFrameThatHadSettled) {
     WindowFrameMemory memory;
     memory.note(own, 10);
     memory.note(moved, 20);

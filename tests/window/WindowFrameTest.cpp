@@ -5,7 +5,7 @@
 namespace lumvik {
 namespace {
 
-TEST(SavedFrameString, HoldsTheWindowThenTheScreen) {
+TEST(SavedFrameString, ContainsTheWindowThenTheScreen) {
     EXPECT_EQ(savedFrameString({100, 50, 1120, 630}, {0, 0, 1920, 1080}),
               QStringLiteral("100 50 1120 630 0 0 1920 1080"));
     EXPECT_EQ(savedFrameString({-1200, -5, 480, 270}, {-1920, -100, 1920, 1080}),
@@ -23,7 +23,7 @@ TEST(FrameFromString, ReadsThePlainForm) {
     EXPECT_EQ(frameFromString(QStringLiteral("{{-1.5,0.4},{480.2,270}}")), QRect(-2, 0, 480, 270));
 }
 
-TEST(PlainFrameString, HoldsPlaceAndSizeInBraces) {
+TEST(PlainFrameString, ContainsPositionAndSizeInBraces) {
     EXPECT_EQ(plainFrameString({31, 17, 640, 360}), QStringLiteral("{{31, 17}, {640, 360}}"));
     EXPECT_EQ(plainFrameString({-1200, -5, 480, 270}), QStringLiteral("{{-1200, -5}, {480, 270}}"));
 }
@@ -34,13 +34,13 @@ TEST(PlainFrameString, IsReadBackAsTheSameFrame) {
         EXPECT_EQ(frameFromString(plainFrameString(frame)), frame);
 }
 
-class UselessFrame : public testing::TestWithParam<const char *> {};
+class InvalidFrameText : public testing::TestWithParam<const char *> {};
 
-TEST_P(UselessFrame, IsRefused) {
+TEST_P(InvalidFrameText, IsRejected) {
     EXPECT_EQ(frameFromString(QString::fromUtf8(GetParam())), std::nullopt);
 }
 
-INSTANTIATE_TEST_SUITE_P(FrameFromString, UselessFrame,
+INSTANTIATE_TEST_SUITE_P(FrameFromString, InvalidFrameText,
                          testing::Values("", " ", "nonsense", "1 2 3", "1 2 3 4", "1 2 3 4 5 6 7",
                                          "1 2 3 4 5 6 7 8 9", "1 2 0 270 0 0 1600 1000",
                                          "1 2 480 -270 0 0 1600 1000",
@@ -50,7 +50,7 @@ INSTANTIATE_TEST_SUITE_P(FrameFromString, UselessFrame,
                                          "{{1, 2}, {3}}", "{{1, 2}, {0, 0}}", "{{a, b}, {c, d}}",
                                          "{{1, 2}, {3, 4}} 5", "١ ٢ ٤٨٠ ٢٧٠ 0 0 1600 1000"));
 
-TEST(ScreenFromString, IsWhatWasSavedWithTheFrame) {
+TEST(ScreenFromString, ReadsTheScreenThatWasSavedWithTheFrame) {
     const QRect screen(-1920, -100, 1920, 1080);
     EXPECT_EQ(screenFromString(savedFrameString({-1200, 35, 970, 727}, screen)), screen);
     EXPECT_EQ(screenFromString(savedFrameString({-1200, 35, 970, 727}, {})), std::nullopt);
@@ -58,53 +58,54 @@ TEST(ScreenFromString, IsWhatWasSavedWithTheFrame) {
     EXPECT_EQ(screenFromString(QStringLiteral("1 2 480 270 0 0 1600")), std::nullopt);
 }
 
-TEST(ScreenOf, IsTheOneThatHoldsMostOfTheFrame) {
+TEST(ScreenOf, IsTheScreenThatOverlapsTheFrameMost) {
     const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 800, 600}};
     EXPECT_EQ(screenOf({100, 100, 480, 270}, screens), screens[0]);
     EXPECT_EQ(screenOf({1361, 100, 480, 270}, screens), screens[1]);
-    EXPECT_EQ(screenOf({1360, 100, 480, 270}, screens), screens[0]) << "the first of equals";
+    EXPECT_EQ(screenOf({1360, 100, 480, 270}, screens), screens[0])
+        << "the first of two equal overlaps";
     EXPECT_EQ(screenOf({5000, 100, 480, 270}, screens), screens[0]);
     EXPECT_EQ(screenOf({100, 100, 480, 270}, {}), QRect());
 }
 
-TEST(FrameOnScreens, LeavesAVisibleFrameAlone) {
+TEST(FrameOnScreens, KeepsAVisibleFrame) {
     const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 1920, 1080}};
     EXPECT_EQ(frameOnScreens({100, 100, 480, 270}, screens), QRect(100, 100, 480, 270));
     EXPECT_EQ(frameOnScreens({3000, 900, 480, 270}, screens), QRect(3000, 900, 480, 270));
 }
 
-TEST(FrameOnScreens, MovesALostFrameToTheFirstScreen) {
+TEST(FrameOnScreens, MovesAFrameOutsideAllScreensToTheFirstOne) {
     const QList<QRect> screens{{0, 0, 1600, 1000}};
     EXPECT_EQ(frameOnScreens({1600, 100, 480, 270}, screens), QRect(1120, 100, 480, 270));
     EXPECT_EQ(frameOnScreens({-3000, -2000, 480, 270}, screens), QRect(0, 0, 480, 270));
     EXPECT_EQ(frameOnScreens({5000, 5000, 480, 270}, screens), QRect(1120, 730, 480, 270));
 }
 
-TEST(FrameOnScreens, MovesAFrameOfWhichOnlyASliverShows) {
+TEST(FrameOnScreens, MovesAFrameThatIsBarelyVisible) {
     const QList<QRect> screens{{0, 0, 1600, 1000}};
     EXPECT_EQ(frameOnScreens({1552, 976, 480, 270}, screens), QRect(1552, 976, 480, 270));
     EXPECT_EQ(frameOnScreens({1553, 976, 480, 270}, screens), QRect(1120, 730, 480, 270));
     EXPECT_EQ(frameOnScreens({1552, 977, 480, 270}, screens), QRect(1120, 730, 480, 270));
     EXPECT_EQ(frameOnScreens({-433, 10, 480, 270}, screens), QRect(0, 10, 480, 270));
     EXPECT_EQ(frameOnScreens({10, 10, 20, 10}, screens), QRect(10, 10, 20, 10))
-        << "a small frame need only show whole";
+        << "a frame smaller than the required part only has to be visible itself";
 }
 
-TEST(FrameOnScreens, ShrinksALostFrameThatIsTooLarge) {
+TEST(FrameOnScreens, ShrinksAFrameOutsideAllScreensThatIsTooLarge) {
     EXPECT_EQ(frameOnScreens({5000, 0, 3200, 1800}, {{0, 24, 1600, 976}}), QRect(0, 24, 1600, 900));
 }
 
-TEST(FrameOnScreens, ShrinksAFrameThatIsLargerThanItsScreenHasBecome) {
+TEST(FrameOnScreens, ShrinksAFrameThatIsLargerThanItsScreen) {
     const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 800, 500}};
     EXPECT_EQ(frameOnScreens({1840, 185, 1120, 630}, screens), QRect(1600, 50, 800, 450));
 }
 
-TEST(FrameOnScreens, JudgesByTheScreenThatHoldsMostOfTheFrame) {
+TEST(FrameOnScreens, UsesTheScreenThatOverlapsTheFrameMost) {
     const QList<QRect> screens{{0, 0, 800, 500}, {800, 0, 1920, 1080}};
     EXPECT_EQ(frameOnScreens({780, 0, 1120, 630}, screens), QRect(780, 0, 1120, 630));
 }
 
-TEST(FrameOnScreens, ShowsAllOfAFrameWhereThatIsAskedFor) {
+TEST(FrameOnScreens, ShowsTheWholeFrameIfRequested) {
     const QList<QRect> screens{{0, 0, 1600, 1000}, {1600, 0, 1920, 1080}};
     const auto whole = [&](const QRect &frame) {
         return frameOnScreens(frame, screens, ShownPart::all);
@@ -116,17 +117,17 @@ TEST(FrameOnScreens, ShowsAllOfAFrameWhereThatIsAskedFor) {
     EXPECT_EQ(whole({10, 10, 20, 10}), QRect(10, 10, 20, 10));
 }
 
-TEST(FrameOnScreens, KeepsTheFrameWithoutAnyScreen) {
+TEST(FrameOnScreens, KeepsTheFrameIfThereAreNoScreens) {
     EXPECT_EQ(frameOnScreens({5000, 0, 480, 270}, {}), QRect(5000, 0, 480, 270));
     EXPECT_EQ(frameOnScreens({5000, 0, 480, 270}, {}, ShownPart::all), QRect(5000, 0, 480, 270));
 }
 
-TEST(CentredFrame, LiesInTheMiddle) {
+TEST(CentredFrame, IsInTheMiddleOfTheArea) {
     EXPECT_EQ(centredFrame({1120, 630}, {0, 0, 1600, 1000}), QRect(240, 185, 1120, 630));
     EXPECT_EQ(centredFrame({1120, 630}, {1600, 40, 1920, 1040}), QRect(2000, 245, 1120, 630));
 }
 
-TEST(CentredFrame, FitsIntoASmallScreen) {
+TEST(CentredFrame, IsReducedToFitASmallScreen) {
     EXPECT_EQ(centredFrame({1120, 630}, {0, 0, 800, 600}), QRect(0, 75, 800, 450));
 }
 

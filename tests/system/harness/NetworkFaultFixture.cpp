@@ -30,7 +30,7 @@ const NetworkFaultFixture::Cut NetworkFaultFixture::cableOut = {
 namespace {
 
 constexpr auto recoveryLimit = 5s;
-constexpr auto endLimit = 3s;
+constexpr auto closingLimit = 3s;
 /// The time after the interruption within which a still picture must disappear. A picture may be
 /// ten seconds old, the program checks every two seconds, and frames that were already under way
 /// are still shown.
@@ -151,8 +151,8 @@ void NetworkFaultFixture::expectCloseButtonEndsViewer() {
     QElapsedTimer timer;
     timer.start();
     pointer.click();
-    EXPECT_TRUE(viewer->exitsInOrder(endLimit));
-    report("closed after", Milliseconds(timer.elapsed()), endLimit);
+    EXPECT_TRUE(viewer->exitsInOrder(closingLimit));
+    report("closed after", Milliseconds(timer.elapsed()), closingLimit);
 }
 
 } // namespace lumvik::test
