@@ -4,8 +4,9 @@
 
 namespace lumvik {
 
-/// An accessible object, `Object`, on which assistive technology can act. What the actions are and
-/// do is said by the class derived from it; no action has a key of its own unless that says so.
+/// Adds actions to an accessible object of the class `Object`, so that assistive technology can
+/// operate it. Derived classes define the actions. Actions have no keyboard shortcuts unless a
+/// derived class defines them.
 template<class Object>
 class AccessibleWithActions : public Object, public QAccessibleActionInterface {
   public:

@@ -7,7 +7,7 @@ namespace lumvik {
 
 namespace {
 
-/// A rectangle of the picture as it is seen, in pixels.
+/// A rectangle of the rotated picture, in pixels.
 struct DisplayedArea {
     std::int64_t left = 0;
     std::int64_t top = 0;
@@ -20,7 +20,7 @@ struct DisplayedArea {
 
 constexpr std::int64_t smallestSide = 2;
 
-/// What is not positive, and what is no number, becomes 0.
+/// Returns 0 for values that are not positive or not a number.
 std::int64_t clampedDown(double value, std::int64_t limit) {
     return value > 0
                ? static_cast<std::int64_t>(std::min(std::floor(value), static_cast<double>(limit)))
@@ -39,7 +39,8 @@ std::optional<DisplayedArea> displayedArea(const QRectF &selection, const QSizeF
     const std::int64_t height = geometry.displayedHeight();
     if (!(view.width() > 0) || !(view.height() > 0) || width <= 0 || height <= 0)
         return std::nullopt;
-    // The picture fills the view, so the larger scale counts, and what sticks out is cut evenly.
+    // The picture fills the view, so the larger scale applies. The picture is cut equally on both
+    // sides.
     const double scale = std::max(view.width() / static_cast<double>(width),
                                   view.height() / static_cast<double>(height));
     const double offsetX = (view.width() - static_cast<double>(width) * scale) / 2;
@@ -53,7 +54,7 @@ std::optional<DisplayedArea> displayedArea(const QRectF &selection, const QSizeF
     return area;
 }
 
-/// The same area before the picture was turned.
+/// Returns the same area of the picture before rotation.
 VideoFocusCrop sourceArea(const DisplayedArea &area, const VideoSourceGeometry &geometry) {
     const QSizeF source(static_cast<qreal>(geometry.width), static_cast<qreal>(geometry.height));
     switch (geometry.rotation) {
@@ -84,7 +85,7 @@ VideoFocusCrop sourceArea(const DisplayedArea &area, const VideoSourceGeometry &
     }
 }
 
-/// The area within the source, whatever numbers led there.
+/// Returns the area clipped to the source, whatever the rounding did.
 VideoFocusCrop clamped(VideoFocusCrop crop, const VideoSourceGeometry &geometry) {
     const auto clampedStart = [](std::int64_t start, std::int64_t length) {
         return std::min(std::max<std::int64_t>(length - smallestSide, 0),
@@ -127,7 +128,7 @@ QRect windowFrameForArea(const QRect &frame, double ratio, const QRect &visibleA
     }
     const QSize size(static_cast<int>(std::lround(width)), static_cast<int>(std::lround(height)));
     QRect focused(QPoint(), size.expandedTo(minimumAreaContentSize));
-    // QRect's own centre is a pixel off for even sizes.
+    // QRect::center() is off by one for even sizes.
     focused.moveTopLeft({frame.x() + (frame.width() - focused.width()) / 2,
                          frame.y() + (frame.height() - focused.height()) / 2});
     const auto kept = [](int start, int length, int areaStart, int areaLength) {

@@ -11,27 +11,30 @@
 
 namespace lumvik {
 
-/// The smallest content, in points, of a window that shows a chosen area. Less than that of one
-/// that shows a whole picture, since the area may be of any shape.
+/// The smallest content size, in points, of a window that shows an area. It is smaller than that of
+/// a window that shows the whole picture, because an area may have any shape.
 inline constexpr QSize minimumAreaContentSize{160, 160};
 
-/// The area of the source under a rectangle on the screen. `selection` is in points from the view's
-/// top left corner and may reach beyond it; `view` is the view's size; the view shows the whole
-/// picture of `geometry`, scaled to fill it and centred, so that one direction may be cut.
+/// Returns the area of the source, in pixels, that a rectangle on the screen covers. `selection` is
+/// in points from the top left corner of the view and may extend beyond the view. `view` is the
+/// size of the view, in points. The view shows the whole picture of `geometry`, scaled to fill the
+/// view and centred, so the picture may be cut in one direction.
 ///
-/// The result is rounded outwards to whole pixels, lies within the source and is at least 2 × 2.
-/// Nothing when the view or the picture has no size, or when less than 2 × 2 pixels of the picture
-/// lie under the rectangle.
+/// The result is rounded outwards to whole pixels, lies within the source and is at least 2 × 2
+/// pixels. Returns nothing if the view or the picture has no size, or if the rectangle covers less
+/// than 2 × 2 pixels of the picture.
 [[nodiscard]] std::optional<VideoFocusCrop>
 videoFocusCrop(const QRectF &selection, const QSizeF &view, const VideoSourceGeometry &geometry);
 
-/// Width over height of the area as it is seen, turned with the picture.
+/// Returns the aspect ratio (width over height) of an area as the user sees it, after the picture
+/// has been rotated.
 [[nodiscard]] double displayedRatio(const VideoFocusCrop &crop,
                                     const std::optional<VideoSourceGeometry> &geometry);
 
-/// The frame that a window at `frame` takes to show an area of the shape `ratio` (width over
-/// height, finite and above 0): about as high as before and around the same centre, but within
-/// `visibleArea`, and no smaller than minimumAreaContentSize.
+/// Returns the window frame in which a window at `frame` shows an area with the aspect ratio
+/// `ratio` (width over height, finite and above 0). The result has about the same height and the
+/// same centre as `frame`, but lies within `visibleArea` and is no smaller than
+/// `minimumAreaContentSize`.
 [[nodiscard]] QRect windowFrameForArea(const QRect &frame, double ratio, const QRect &visibleArea);
 
 } // namespace lumvik

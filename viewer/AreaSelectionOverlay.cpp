@@ -14,8 +14,8 @@ constexpr float dimAlpha = 0.42F;
 constexpr float badgeAlpha = 0.78F;
 constexpr qreal badgeRadius = 8;
 constexpr qreal badgeFromBottom = 18;
-constexpr qreal badgeMarginX = 12; // at each side of the text
-constexpr qreal badgeMarginY = 5;  // above and below it
+constexpr qreal badgeMarginX = 12; // on each side of the text
+constexpr qreal badgeMarginY = 5;  // above and below the text
 constexpr qreal outlineWidth = 2;
 constexpr qreal dashLength = 6;
 constexpr qreal dashGap = 4;
@@ -64,7 +64,8 @@ void AreaSelectionOverlay::paint(QPainter *painter) {
 
     if (hasArea) {
         QPen outline(Qt::white, outlineWidth, Qt::CustomDashLine, Qt::FlatCap, Qt::MiterJoin);
-        outline.setDashPattern({dashLength / outlineWidth, dashGap / outlineWidth}); // in widths
+        outline.setDashPattern(
+            {dashLength / outlineWidth, dashGap / outlineWidth}); // in units of the line width
         painter->setPen(outline);
         painter->setBrush(Qt::NoBrush);
         painter->drawRect(m_selection->adjusted(0.5, 0.5, -0.5, -0.5));

@@ -8,22 +8,23 @@
 
 namespace lumvik {
 
-/// What is drawn while an area of the picture is chosen: everything but the area darkened, a dashed
-/// outline around it, and a badge near the lower edge that says what to do. Hidden otherwise, and
-/// then no part of any frame. Main thread only.
+/// Draws the selection of an area of the picture: it darkens everything except the selected area,
+/// draws a dashed outline around the area, and shows a badge with a hint near the lower edge. The
+/// overlay is hidden unless an area is being selected. Main thread only.
 class AreaSelectionOverlay final : public QQuickPaintedItem {
     Q_OBJECT
 
   public:
     explicit AreaSelectionOverlay(QQuickItem *parent);
 
-    /// `selection` in this item's coordinates; nothing when nothing is selected yet. `isDragging`
-    /// while the button is held.
+    /// `selection` is in this item's coordinates, and empty if nothing is selected yet.
+    /// `isDragging` is true while the mouse button is held.
     void setSelection(const std::optional<QRectF> &selection, bool isDragging);
 
-    /// The badge's text.
+    /// Returns the text of the badge.
     [[nodiscard]] static QString hint(bool isDragging);
-    /// The badge's place in a view of `view` points for a text of `text` points.
+    /// Returns the rectangle of the badge in a view of the size `view`, for a text of the size
+    /// `text` (both in points).
     [[nodiscard]] static QRectF badgeRect(const QSizeF &view, const QSizeF &text);
 
     void paint(QPainter *painter) override;

@@ -20,7 +20,7 @@ constexpr qreal highlightInsetY = 1;
 constexpr qreal highlightRadius = 6;
 constexpr QRectF checkMark{9, 8, 12, 12};
 constexpr qreal titleLeft = 29;
-constexpr qreal titleFromBottom = 6; // to the lower end of the letters' descenders
+constexpr qreal titleFromBottom = 6; // from the descenders of the title to the bottom of the row
 constexpr qreal titleRight = 10;
 constexpr int scrollerHeight = 14;
 constexpr int menuMargin = 5; // above the first and below the last row
@@ -31,7 +31,8 @@ QColor menuColour() {
 QColor frameColour() {
     return {84, 84, 88};
 }
-/// Text on the dark ground: white, but not as loud as the highlighted row's.
+/// The colour of text on the dark background. It is less bright than the text of the highlighted
+/// row.
 QColor labelColour() {
     return QColor::fromRgbF(1, 1, 1, 0.85F);
 }
@@ -64,10 +65,10 @@ void MirelCameraMenuItemView::draw(QPainter &painter, const QRectF &bounds,
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(bounds.topLeft());
-    const QColor &house = LumvikPalette::mirel();
+    const QColor &accent = LumvikPalette::mirel();
     if (isHighlighted) {
         painter.setPen(Qt::NoPen);
-        painter.setBrush(house);
+        painter.setBrush(accent);
         painter.drawRoundedRect(
             QRectF(QPointF(), bounds.size())
                 .adjusted(highlightInsetX, highlightInsetY, -highlightInsetX, -highlightInsetY),
@@ -75,7 +76,7 @@ void MirelCameraMenuItemView::draw(QPainter &painter, const QRectF &bounds,
     }
     if (isSelected) {
         Symbols::draw(painter, QStringLiteral("checkmark"), checkMark,
-                      isHighlighted ? QColor(Qt::white) : house);
+                      isHighlighted ? QColor(Qt::white) : accent);
     }
     const QFontMetricsF metrics(titleFont());
     painter.setFont(titleFont());
@@ -88,7 +89,7 @@ void MirelCameraMenuItemView::draw(QPainter &painter, const QRectF &bounds,
 
 void MirelCameraMenuItemView::activate() const {
     closePopUpMenus();
-    // A copy, since what it does may replace the items and this view with them.
+    // The handler is copied, because it may replace the items and thereby destroy this view.
     const auto handler = activationHandler;
     if (handler)
         handler();
@@ -102,14 +103,14 @@ CameraMenuStyle::CameraMenuStyle(ViewOfItem viewOfItem)
 
 void CameraMenuStyle::polish(QWidget *widget) {
     QProxyStyle::polish(widget);
-    widget->setPalette(menuPalette()); // for what the rows do not draw: the scrolling arrows
+    widget->setPalette(menuPalette()); // for the scroll arrows, which the rows do not draw
 }
 
 void CameraMenuStyle::drawControl(ControlElement element, const QStyleOption *option,
                                   QPainter *painter, const QWidget *widget) const {
     const auto *menu = qobject_cast<const QMenu *>(widget);
     if (element == CE_MenuItem && menu != nullptr) {
-        // Of a long menu's first and last row perhaps only a part is inside.
+        // The first and the last visible row of a long menu may be cut.
         const QAction *item = menu->actionAt(option->rect.intersected(menu->rect()).center());
         if (const auto *view = item == nullptr ? nullptr : m_viewOfItem(item)) {
             view->draw(*painter, QRectF(option->rect), option->state.testFlag(State_Selected));
@@ -117,7 +118,7 @@ void CameraMenuStyle::drawControl(ControlElement element, const QStyleOption *op
         }
     }
     if (element == CE_MenuEmptyArea)
-        return; // the ground is drawn already
+        return; // the background has been drawn already
     QProxyStyle::drawControl(element, option, painter, widget);
 }
 

@@ -11,36 +11,36 @@
 
 namespace lumvik {
 
-/// Draws one row of the camera picker's menu, to match the viewer's dark look: a rounded highlight,
-/// a check mark on the camera that is shown, and the camera's name. Main thread only.
+/// Draws one row of the camera picker's menu in the viewer's dark style: a rounded highlight, a
+/// check mark for the camera that is shown, and the camera's name. Main thread only.
 class MirelCameraMenuItemView {
   public:
-    /// A row's size, in points.
+    /// The size of a row, in points.
     static constexpr QSize size{210, 28};
 
-    /// Draws `item`; `handler` runs when it is chosen, with the menu closed.
+    /// Draws `item`. `handler` runs when the user chooses the item, after the menu has closed.
     MirelCameraMenuItemView(QAction *item, const QString &name, std::function<void()> handler);
 
     void draw(QPainter &painter, const QRectF &bounds, bool isHighlighted) const;
 
-    /// What choosing the row does: closes the menu at once and runs the handler.
+    /// Called when the user chooses the row. Closes the menu at once and runs the handler.
     void activate() const;
 
     QPointer<QAction> menuItem; ///< The item that this view draws.
-    bool isSelected = false;    ///< Whether it is the camera that is shown.
+    bool isSelected = false;    ///< Whether this row is the camera that is shown.
     std::function<void()> activationHandler;
 
   private:
-    QString m_name; // the item's own text has its ampersands doubled
+    QString m_name; // without the doubled ampersands of the item's text
 };
 
-/// The look of the camera picker's menu around its rows, which draw themselves. It is the same in
-/// every desktop theme, as the picture and the controls over it are.
+/// Draws the camera picker's menu around its rows, which draw themselves. The menu looks the same
+/// in every desktop theme, like the controls over the picture.
 class CameraMenuStyle final : public QProxyStyle {
     Q_OBJECT
 
   public:
-    /// Finds the view of a menu's item; null for one that has none.
+    /// Returns the view that draws a menu item, or null if the item has none.
     using ViewOfItem = std::function<const MirelCameraMenuItemView *(const QAction *)>;
 
     explicit CameraMenuStyle(ViewOfItem viewOfItem);

@@ -13,14 +13,14 @@ namespace lumvik {
 namespace {
 
 constexpr qreal cornerRadius = 8;
-constexpr qreal textMargin = 8;  // at each side of the title, within its rectangle
-constexpr qreal arrowSpace = 12; // what the title leaves at its right for the arrow
+constexpr qreal textMargin = 8;  // on each side of the title, within the title's rectangle
+constexpr qreal arrowSpace = 12; // to the right of the title, for the arrow
 constexpr QSizeF arrowSize{8, 10};
 constexpr qreal arrowMargin = 7; // between the arrow and the right edge
 constexpr qreal menuGap = 4;     // between the picker and its menu
 constexpr float groundAlpha = 0.66F;
 
-/// A name as it can stand in a menu, which takes a tab for the beginning of a key equivalent.
+/// Returns a name that is safe in a menu, where a tab character would start a keyboard shortcut.
 QString inOneLine(QString name) {
     for (QChar &each : name) {
         if (each.category() == QChar::Other_Control)
@@ -94,10 +94,10 @@ void CameraPicker::styleCameraPickerMenu() {
     m_itemViews.clear();
     for (int index = 0; index < m_names.size(); ++index) {
         const QString &name = m_names.at(index);
-        // In a menu "&" would make the letter behind it a key.
+        // In a menu, "&" would turn the next letter into an access key.
         QAction *item =
             m_menu->addAction(QString(name).replace(QLatin1Char('&'), QLatin1String("&&")));
-        item->setCheckable(true); // drawn by the view; this is for assistive technology
+        item->setCheckable(true); // for assistive technology; the view draws the check mark
         item->setData(index);
         m_itemViews.push_back(std::make_unique<MirelCameraMenuItemView>(item, name, [this, index] {
             if (m_delegate.cameraChosen)

@@ -12,22 +12,24 @@
 
 namespace lumvik {
 
-/// What the picker reports, each on the main thread.
+/// The callbacks of a camera picker. All run on the main thread.
 struct CameraPickerDelegate {
     std::function<void()> menuWillOpen;
     std::function<void()> menuDidClose;
-    /// The user chose the item at an index, with the menu closed already.
+    /// The user has chosen the item at `index`. The menu has closed already.
     std::function<void(int index)> cameraChosen;
 };
 
-/// Where things lie in the closed picker.
+/// The layout of the closed picker.
 struct ViewerCameraPickerCell {
-    /// The title's place in `bounds` for a line of `titleHeight`: from the left edge on, in the
-    /// vertical middle, leaving room for the arrow at the right.
+    /// Returns the rectangle of the title within `bounds`, for a line of the height `titleHeight`
+    /// (in points). The title begins at the left edge, is centred vertically, and leaves room for
+    /// the arrow at the right.
     [[nodiscard]] static QRectF titleRect(const QRectF &bounds, qreal titleHeight);
 };
 
-/// The chooser that lists the cameras by name and shows the selected one. Main thread only.
+/// The control that shows the name of the selected camera and offers all cameras in a menu. Main
+/// thread only.
 class CameraPicker final : public ViewerControl {
     Q_OBJECT
 
@@ -35,30 +37,30 @@ class CameraPicker final : public ViewerControl {
     CameraPicker(CameraPickerDelegate delegate, QQuickItem *parent);
     ~CameraPicker() override;
 
-    /// Replaces the items; the first one, if any, is selected. A menu that is open closes, since
-    /// what it offers is not there any more.
+    /// Replaces the items and selects the first one, if there is one. Closes an open menu, because
+    /// its items no longer exist.
     void setItems(const QStringList &names);
 
-    /// Selects an item without reporting it, in the open menu too. An index outside the items is
-    /// ignored.
+    /// Selects an item without calling the delegate. An open menu shows the new selection as well.
+    /// An index outside the items is ignored.
     void selectItem(int index);
-    /// The selected index, -1 without items.
+    /// Returns the selected index, or -1 if there are no items.
     [[nodiscard]] int indexOfSelectedItem() const { return m_selected; }
 
-    /// The name of the selected camera; empty without one.
+    /// Returns the name of the selected camera, or an empty text if there are no items.
     [[nodiscard]] QString value() const override { return m_names.value(m_selected); }
 
     [[nodiscard]] QMenu *popUp() const override { return m_menu.get(); }
 
-    /// The width that shows the whole title, in points.
+    /// Returns the width, in points, at which the whole title is visible.
     [[nodiscard]] qreal naturalWidth() const;
 
-    /// Opens the menu at the picker, with the check mark on the selected camera.
+    /// Opens the menu next to the picker. The selected camera has a check mark.
     void openMenu();
 
-    /// The menu of the items, in their order.
+    /// The menu, whose items are in the order of the cameras.
     [[nodiscard]] const QMenu &menu() const { return *m_menu; }
-    /// The view of the item at an index.
+    /// The view that draws the item at `index`.
     [[nodiscard]] const MirelCameraMenuItemView &itemView(int index) const {
         return *m_itemViews.at(static_cast<std::size_t>(index));
     }
@@ -76,7 +78,7 @@ class CameraPicker final : public ViewerControl {
     CameraPickerDelegate m_delegate;
     QStringList m_names;
     int m_selected = -1;
-    std::vector<std::unique_ptr<MirelCameraMenuItemView>> m_itemViews; // one for each item
+    std::vector<std::unique_ptr<MirelCameraMenuItemView>> m_itemViews; // one per item
     CameraMenuStyle m_menuStyle;
     std::unique_ptr<QMenu> m_menu;
 };

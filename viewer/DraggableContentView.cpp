@@ -19,13 +19,13 @@ namespace lumvik {
 
 namespace {
 
-/// How often it is looked whether the user has let go of the window, in milliseconds.
+/// The interval of the checks whether the user has released the window, in milliseconds.
 constexpr int afterDragInterval = 150;
 
-/// How long a finished selection stands before it is handed over, in seconds.
+/// How long a finished selection stays visible before the completion handler runs, in seconds.
 constexpr double finalizingTime = 0.3;
 
-/// The rectangle that spans two points.
+/// Returns the rectangle between two opposite corners.
 QRectF spanned(const QPointF &one, const QPointF &other) {
     return QRectF(one, other).normalized();
 }
@@ -63,7 +63,8 @@ DraggableContentView::DraggableContentView(MainQueue &mainQueue, QQuickItem *par
     setAcceptHoverEvents(true);
     m_afterDrag.setInterval(afterDragInterval);
     connect(&m_afterDrag, &QTimer::timeout, this, &DraggableContentView::checkHoverAfterDrag);
-    // An item made in a window is told of it by its base class, before this class exists.
+    // The base class's constructor reports the window of a new item before this class is
+    // constructed.
     if (window() != nullptr)
         window()->installEventFilter(this);
 }
@@ -101,7 +102,7 @@ bool DraggableContentView::eventFilter(QObject *, QEvent *event) {
         reportHover(true);
         break;
     case QEvent::MouseMove:
-        // With a button held the window hears of the pointer wherever it goes.
+        // While a button is held, the window receives pointer events from the whole screen.
         reportHover(QRectF(QPointF(), window()->size())
                         .contains(static_cast<QMouseEvent *>(event)->position()));
         break;
@@ -178,7 +179,7 @@ void DraggableContentView::mouseUngrabEvent() {
     m_pressed.reset();
     m_grabPoint.reset();
     if (m_isSelectingFocusArea && m_focusSelectionStart) {
-        // The rest of the drag went elsewhere. The user may begin another.
+        // Another item received the rest of the drag. The user may start a new one.
         m_focusSelectionStart.reset();
         m_focusSelectionRect.reset();
         showFocusSelection();
@@ -226,7 +227,7 @@ void DraggableContentView::beginDrag(const QPointF &pressed) {
 }
 
 void DraggableContentView::windowManagerTookOver() {
-    // The release never comes, and without it every later event would still be for this item.
+    // The release event never arrives. Without it, this item would receive all later events.
     QMetaObject::invokeMethod(
         this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
     m_afterDrag.start();
@@ -236,7 +237,7 @@ void DraggableContentView::checkHoverAfterDrag() {
     if (mouseButtonIsDown())
         return;
     m_afterDrag.stop();
-    // Under Wayland no one is told where windows and pointer are; there the leaving is reported.
+    // Under Wayland, clients cannot query the pointer, but the compositor reports that it has left.
     if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return;
     if (window() != nullptr &&
@@ -279,7 +280,7 @@ void DraggableContentView::selectTo(const QPointF &point) {
 
 void DraggableContentView::finishFocusSelection() {
     const QRectF area = m_focusSelectionRect.value_or(QRectF());
-    if (area.width() < smallestFocusSelection || area.height() < smallestFocusSelection) {
+    if (area.width() < smallestAreaSelection || area.height() < smallestAreaSelection) {
         cancelFocusSelection(CancellationNotice::notify);
         return;
     }
@@ -321,7 +322,7 @@ void DraggableContentView::showFocusSelection() {
 void DraggableContentView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) {
     QQuickItem::geometryChange(newGeometry, oldGeometry);
     m_overlay->setSize(newGeometry.size());
-    // Under a rectangle drawn over another size lies another part of the picture.
+    // In a view of another size, the rectangle covers another part of the picture.
     if (newGeometry.size() != oldGeometry.size() && m_focusSelectionRect)
         cancelFocusSelection(CancellationNotice::notify);
 }

@@ -11,25 +11,28 @@
 
 namespace lumvik {
 
-/// The margin along the window's edges, in points, in which a drag resizes instead of moving.
+/// The width, in points, of the margin along the window's edges in which a drag resizes the window
+/// instead of moving it.
 inline constexpr qreal resizeMargin = 6;
 
-/// The edges of a content of `size` that `position` lies within `margin` of; none in the middle.
+/// Returns the edges of a content of the size `size` that are within `margin` of `position`.
+/// Returns none if `position` is in the middle. All values are in points.
 [[nodiscard]] Qt::Edges resizeEdges(const QPointF &position, const QSizeF &size,
                                     qreal margin = resizeMargin);
 
-/// The cursor that says what a drag from these edges does.
+/// Returns the cursor that indicates what a drag from these edges does.
 [[nodiscard]] Qt::CursorShape resizeCursor(Qt::Edges edges);
 
-/// The smallest width and height of an area that can be chosen, in points; less is a click.
-inline constexpr qreal smallestFocusSelection = 12;
+/// The smallest width and height of an area that the user can select, in points. A smaller
+/// rectangle counts as a click.
+inline constexpr qreal smallestAreaSelection = 12;
 
-/// Whether whoever waits for the end of a selection is told that it was cancelled.
+/// Whether cancelling a selection calls the handler for cancelled selections.
 enum class CancellationNotice { notify, keepSilent };
 
-/// What assistive technology is told of the picture under the surface.
+/// The description of the picture for assistive technology.
 struct PictureText {
-    QString name; ///< What it shows; empty while there is no picture to speak of.
+    QString name; ///< What the picture shows. Empty while there is no picture.
     QString description;
 
     friend bool operator==(const PictureText &, const PictureText &) = default;
@@ -37,21 +40,22 @@ struct PictureText {
 
 class AreaSelectionOverlay;
 
-/// The transparent surface over the whole picture, under the controls: it reports whether the
-/// pointer is over the viewer and when the right button is pressed, lets the user drag the
-/// borderless window by its picture and resize it at its edges, and runs the selection of an area
-/// of the picture. It knows nothing of cameras or the player. Main thread only.
+/// The transparent surface over the whole picture and below the controls. It reports whether the
+/// pointer is over the viewer and when the right mouse button is pressed. It lets the user move the
+/// borderless window by dragging the picture and resize it at its edges. It also runs the selection
+/// of an area. It has no access to cameras or the player. Main thread only.
 ///
-/// The pointer is followed with an event filter at the window: there, leaving this surface for a
-/// control that lies over it is no leaving at all. Moving and resizing begin once the pointer has
-/// moved the usual drag distance, so that a click never takes the window along, and are the window
-/// manager's from then on. It keeps the release and the leaving to itself; so afterwards the
-/// surface looks for itself where the pointer is.
+/// Pointer. An event filter on the window follows the pointer, because the pointer is still over
+/// the viewer when it moves from this surface to a control. Moving and resizing begin after the
+/// usual drag distance, so that a click never moves the window. From then on the window manager
+/// handles the drag and receives the release of the button and the leave event. The surface
+/// therefore queries the position of the pointer after a drag.
 ///
-/// A selection goes from idle to selecting (`beginFocusSelection`), with the release of the button
-/// over a large enough area to finalizing, in which the area stands for 0.3 s so that the user sees
-/// what was chosen before the picture changes, and back to idle. Anything else cancels it: Escape,
-/// the right button, too small an area, a view that changes its size under the area.
+/// Selection. A selection starts with `beginFocusSelection`. When the button is released over a
+/// large enough rectangle, the selection is finalizing: the rectangle stays visible for 0.3 s, so
+/// that the user sees it before the picture changes. Then the completion handler runs. Escape, the
+/// right button, a rectangle that is too small, or a change of the view's size cancels the
+/// selection.
 class DraggableContentView final : public QQuickItem {
     Q_OBJECT
 
@@ -59,42 +63,45 @@ class DraggableContentView final : public QQuickItem {
     DraggableContentView(MainQueue &mainQueue, QQuickItem *parent);
     ~DraggableContentView() override;
 
-    /// Told true whenever the pointer enters or moves over the viewer, false when it left.
+    /// `hoverChanged` runs with true whenever the pointer enters the viewer or moves over it, and
+    /// with false when the pointer has left the viewer.
     void setHoverChanged(std::function<void(bool isOver)> hoverChanged) {
         m_hoverChanged = std::move(hoverChanged);
     }
-    /// Runs when the right button is pressed and no area is being chosen.
+    /// `secondaryClick` runs when the right button is pressed while no area is being selected.
     void setSecondaryClick(std::function<void()> secondaryClick) {
         m_secondaryClick = std::move(secondaryClick);
     }
-    /// Told the chosen area, in this view's coordinates (points, from the top left corner).
+    /// `completed` runs with the selected area, in this view's coordinates (points from the top
+    /// left corner).
     void setFocusSelectionCompleted(std::function<void(const QRectF &area)> completed) {
         m_focusSelectionCompleted = std::move(completed);
     }
-    /// Runs when a selection has ended without an area.
+    /// `cancelled` runs when a selection has ended without an area.
     void setFocusSelectionCancelled(std::function<void()> cancelled) {
         m_focusSelectionCancelled = std::move(cancelled);
     }
-    /// Answers where the visible controls are, in this view's coordinates. What happens there is
-    /// none of this view's business, even while they do not react.
+    /// `viewerControlRects` returns the rectangles of the visible controls, in this view's
+    /// coordinates. This view ignores events there, even while the controls are disabled.
     void setViewerControlRects(std::function<QList<QRectF>()> viewerControlRects) {
         m_viewerControlRects = std::move(viewerControlRects);
     }
 
-    /// Tells assistive technology what the picture is now.
+    /// Sets the description of the picture for assistive technology.
     void setPictureText(const PictureText &text);
     [[nodiscard]] const PictureText &pictureText() const { return m_pictureText; }
 
-    /// Enters selection mode, with the keyboard, afresh if it is on already.
+    /// Starts a selection and takes the keyboard focus. Restarts a selection that is already
+    /// running.
     void beginFocusSelection();
-    /// Ends a selection, also one that is complete but has not been handed over. Harmless without.
+    /// Cancels a selection, even one that is finalizing. Does nothing without one.
     void cancelFocusSelection(CancellationNotice notice);
 
-    /// Whether selection mode is on.
+    /// Whether the user is selecting an area.
     [[nodiscard]] bool isSelectingFocusArea() const { return m_isSelectingFocusArea; }
-    /// Whether a finished selection stands on the screen and waits to be handed over.
+    /// Whether a finished selection is still visible and the completion handler has not run yet.
     [[nodiscard]] bool isFinalizingFocusSelection() const { return m_isFinalizingFocusSelection; }
-    /// The current selection, in this view's coordinates.
+    /// The selected rectangle so far, in this view's coordinates.
     [[nodiscard]] std::optional<QRectF> focusSelectionRect() const { return m_focusSelectionRect; }
 
     [[nodiscard]] bool contains(const QPointF &point) const override;
@@ -124,7 +131,7 @@ class DraggableContentView final : public QQuickItem {
     void finishFocusSelection();
     void handOverFocusSelection(const QRectF &area);
     void dropFocusSelection();
-    /// Brings cursor and overlay up to date with the selection.
+    /// Updates the cursor and the overlay after a change of the selection.
     void showFocusSelection();
 
     MainQueue &m_mainQueue;
@@ -134,12 +141,12 @@ class DraggableContentView final : public QQuickItem {
     std::function<void()> m_focusSelectionCancelled;
     std::function<QList<QRectF>()> m_viewerControlRects;
 
-    /// Where a press came that may become a drag of the window.
+    /// The position of a press that may become a drag of the window.
     std::optional<QPointF> m_pressed;
-    /// Where in the window the pointer holds it while it is dragged without the window manager's
-    /// help.
+    /// The position in the window at which the pointer holds it, while the window is dragged
+    /// without the help of the window manager.
     std::optional<QPoint> m_grabPoint;
-    QTimer m_afterDrag; // runs from a drag's beginning until the pointer has been looked for
+    QTimer m_afterDrag; // runs from the start of a drag until the pointer has been found again
 
     std::optional<QPointF> m_focusSelectionStart; // while the button is held
     std::optional<QRectF> m_focusSelectionRect;

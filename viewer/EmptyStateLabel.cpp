@@ -46,7 +46,7 @@ void EmptyStateLabel::itemChange(ItemChange change, const ItemChangeData &value)
 
 void EmptyStateLabel::paint(QPainter *painter) {
     painter->setFont(labelFont());
-    // Secondary text on black: quieter than a title, still well readable.
+    // The text is less bright than a title, but still easy to read on black.
     painter->setPen(QColor::fromRgbF(1, 1, 1, 0.62F));
     painter->drawText(boundingRect(), textFlags, text());
 }

@@ -4,8 +4,8 @@
 
 namespace lumvik {
 
-/// The message in the middle of the viewer while no camera is configured. It wraps within its
-/// width.
+/// The message in the middle of the viewer while no camera is configured. The text wraps at the
+/// width of the label.
 class EmptyStateLabel final : public QQuickPaintedItem {
     Q_OBJECT
 
@@ -15,7 +15,7 @@ class EmptyStateLabel final : public QQuickPaintedItem {
     /// The text of the message.
     [[nodiscard]] static QString text();
 
-    /// The height that the text takes when wrapped to `width`, in points.
+    /// Returns the height of the text when it is wrapped at `width` (both in points).
     [[nodiscard]] static qreal heightForWidth(qreal width);
 
     void paint(QPainter *painter) override;

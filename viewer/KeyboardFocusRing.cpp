@@ -7,7 +7,7 @@ namespace lumvik {
 namespace {
 
 constexpr qreal lineWidth = 2;
-constexpr float groundAlpha = 0.72F; // of the dark lines at both sides of the white one
+constexpr float groundAlpha = 0.72F; // the opacity of the dark lines
 
 } // namespace
 

@@ -4,24 +4,24 @@
 
 namespace lumvik {
 
-/// The shape of what a KeyboardFocusRing surrounds.
+/// The shape that a KeyboardFocusRing surrounds.
 struct OutlinedShape {
     QRectF bounds; // in points, in the coordinates of the outlined control
     qreal cornerRadius = 0;
 };
 
-/// The ring around the control that has the keyboard: white between two dark lines, so that it is
-/// seen over dark pictures and light ones and beside a control of any colour. It is a child of its
-/// control, fades with it, and takes no part in what the pointer does. Main thread only.
+/// The ring around the control that has the keyboard focus. It is white between two dark lines, so
+/// that it is visible over dark and bright pictures and next to a control of any colour. The ring
+/// is a child of its control, fades together with it, and ignores the pointer. Main thread only.
 class KeyboardFocusRing final : public QQuickPaintedItem {
     Q_OBJECT
 
   public:
-    /// How far the ring reaches beyond what it surrounds, in points: less than the gap between two
+    /// How far the ring extends beyond the shape, in points. It is less than the gap between two
     /// controls.
     static constexpr qreal reach = 4;
 
-    /// Not shown at first.
+    /// The ring is hidden at first.
     explicit KeyboardFocusRing(QQuickItem *control);
 
     void surround(const OutlinedShape &shape);

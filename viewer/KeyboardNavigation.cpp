@@ -16,27 +16,27 @@ KeyboardNavigation::KeyboardNavigation(QQuickWindow &window, QList<ViewerControl
     : m_window(window)
     , m_controls(std::move(controls)) {
     connect(&window, &QQuickWindow::activeFocusItemChanged, this,
-            &KeyboardNavigation::keyboardCameOrWent);
+            &KeyboardNavigation::keyboardFocusChanged);
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this,
             &KeyboardNavigation::focusWindowChanged);
     for (ViewerControl *control : std::as_const(m_controls))
         control->setKeyboardAsked([self = QPointer(this), control] {
             if (self)
-                self->reach(*control);
+                self->focusControl(*control);
         });
 }
 
 bool KeyboardNavigation::isOnControls() const {
-    return m_isReaching || current() != nullptr;
+    return m_isFocusing || current() != nullptr;
 }
 
 ViewerControl *KeyboardNavigation::current() const {
-    // Not the active one: a menu takes the keyboard for a while, and gives it back.
+    // The active item does not count, because an open menu borrows the keyboard.
     auto *control = qobject_cast<ViewerControl *>(m_window.contentItem()->scopedFocusItem());
     return m_controls.contains(control) ? control : nullptr;
 }
 
-bool KeyboardNavigation::walk(Direction direction) {
+bool KeyboardNavigation::moveFocus(Direction direction) {
     const bool goesForwards = direction == Direction::forwards;
     const auto next = [this, goesForwards]() -> ViewerControl * {
         const QList<ViewerControl *> controls = usableControls();
@@ -48,60 +48,61 @@ bool KeyboardNavigation::walk(Direction direction) {
             return goesForwards ? controls.first() : controls.last();
         return controls.at((now + (goesForwards ? 1 : count - 1)) % count);
     };
-    return setOut(next, goesForwards ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+    return showAndFocus(next, goesForwards ? Qt::TabFocusReason : Qt::BacktabFocusReason);
 }
 
-void KeyboardNavigation::reach(ViewerControl &control) {
+void KeyboardNavigation::focusControl(ViewerControl &control) {
     if (QGuiApplication::focusWindow() != &m_window) {
-        m_awaited = &control;
+        m_awaitedControl = &control;
         m_window.requestActivate();
         return;
     }
-    m_awaited = nullptr;
-    (void)setOut([&] { return usableControls().contains(&control) ? &control : nullptr; },
-                 Qt::OtherFocusReason);
+    m_awaitedControl = nullptr;
+    (void)showAndFocus([&] { return usableControls().contains(&control) ? &control : nullptr; },
+                       Qt::OtherFocusReason);
 }
 
-bool KeyboardNavigation::setOut(const std::function<ViewerControl *()> &choose,
-                                Qt::FocusReason reason) {
-    m_isReaching = true;
-    reportChange(); // what is hidden appears, and can be used
+bool KeyboardNavigation::showAndFocus(const std::function<ViewerControl *()> &choose,
+                                      Qt::FocusReason reason) {
+    m_isFocusing = true;
+    reportChange(); // hidden controls appear and become usable
     ViewerControl *control = choose();
     if (control != nullptr)
         control->forceActiveFocus(reason);
-    m_isReaching = false;
+    m_isFocusing = false;
     reportChange();
     return control != nullptr;
 }
 
-bool KeyboardNavigation::leave() {
-    m_awaited = nullptr; // what was asked for long ago would come as a surprise
+bool KeyboardNavigation::clearFocus() {
+    m_awaitedControl =
+        nullptr; // a focus change that was requested long ago would surprise the user
     ViewerControl *control = current();
     if (control == nullptr)
         return false;
     control->setFocus(false);
-    reportChange(); // the window does not tell while it has not got the keyboard
+    reportChange(); // an inactive window does not report the change
     return true;
 }
 
-void KeyboardNavigation::keyboardCameOrWent() {
+void KeyboardNavigation::keyboardFocusChanged() {
     if (m_wasOnControls && !isOnControls())
-        tellThatWindowHasKeyboard();
+        notifyThatWindowHasFocus();
     reportChange();
 }
 
 void KeyboardNavigation::focusWindowChanged(const QWindow *focusWindow) {
     if (focusWindow == nullptr || focusWindow->type() == Qt::Popup)
-        return; // a menu, or nobody knows yet
+        return; // a menu has the focus, or no window has it yet
     if (focusWindow != &m_window)
-        leave();
-    else if (m_awaited != nullptr)
-        reach(*m_awaited);
+        clearFocus();
+    else if (m_awaitedControl != nullptr)
+        focusControl(*m_awaitedControl);
     else if (current() == nullptr)
-        tellThatWindowHasKeyboard();
+        notifyThatWindowHasFocus();
 }
 
-void KeyboardNavigation::tellThatWindowHasKeyboard() {
+void KeyboardNavigation::notifyThatWindowHasFocus() {
     if (QGuiApplication::focusWindow() != &m_window)
         return;
     QAccessibleEvent focused(&m_window, QAccessible::Focus);

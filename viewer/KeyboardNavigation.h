@@ -12,55 +12,56 @@ namespace lumvik {
 
 class ViewerControl;
 
-/// The keyboard's way over the controls of a window: forwards and backwards through those that can
-/// be used, line by line as they stand on the screen, and around at the ends.
+/// Moves the keyboard focus between the controls of a window. It visits the usable controls
+/// forwards or backwards, in reading order, and wraps around at the ends.
 ///
-/// The controls may be hidden when the keyboard sets out; whoever shows them asks `isOnControls`
-/// and is told when the answer changes. Assistive technology that asks for a control's keyboard
-/// comes here, too. Made by the controller, which hands it the keys that no control takes. Main
-/// thread only.
+/// The controls may be hidden when the focus moves to them. The owner shows them while
+/// `isOnControls` is true and is notified of changes. Requests of assistive technology to focus a
+/// control are handled here as well. Owned by the controller, which passes on the keys that no
+/// control uses. Main thread only.
 class KeyboardNavigation final : public QObject {
     Q_OBJECT
 
   public:
     enum class Direction { forwards, backwards };
 
-    /// `controls`, in any order, are items of `window`; it and they must outlive the path.
+    /// `controls` are items of `window`, in any order. The window and the items must outlive this
+    /// object.
     KeyboardNavigation(QQuickWindow &window, QList<ViewerControl *> controls);
 
-    /// `changed` runs whenever `isOnControls` answers something else than before.
+    /// `changed` runs whenever the result of `isOnControls` has changed.
     void setChanged(std::function<void()> changed) { m_changed = std::move(changed); }
 
-    /// Whether a control has the keyboard, or is just being given it.
+    /// Whether a control has the keyboard focus or is about to get it.
     [[nodiscard]] bool isOnControls() const;
-    /// The control that has the keyboard, perhaps lent to a menu; null without one, and while
-    /// another window has the keyboard.
+    /// Returns the control that has the keyboard focus, even if its menu is using the keyboard for
+    /// the moment. Returns null if no control has it or if another window is active.
     [[nodiscard]] ViewerControl *current() const;
 
-    /// Gives the keyboard to the next control, or to the first or last one when none has it. False
-    /// when there is none to be used.
-    bool walk(Direction direction);
-    /// Gives the keyboard to one of the controls, as soon as the window has it. Does nothing to one
-    /// that cannot be used even when it is shown.
-    void reach(ViewerControl &control);
-    /// Takes the keyboard away from the controls. False when none had it.
-    bool leave();
+    /// Moves the focus to the next control, or to the first or the last one if no control has it.
+    /// Returns false if no control is usable.
+    bool moveFocus(Direction direction);
+    /// Moves the focus to `control` as soon as the window is active. Does nothing if the control
+    /// would not be usable even while it is shown.
+    void focusControl(ViewerControl &control);
+    /// Removes the focus from the controls. Returns false if no control had it.
+    bool clearFocus();
 
   private:
-    /// Lets the controls appear, and gives the keyboard to the one that `choose` answers, if any.
-    bool setOut(const std::function<ViewerControl *()> &choose, Qt::FocusReason reason);
-    void keyboardCameOrWent();
+    /// Shows the controls and moves the focus to the one that `choose` returns, if it returns one.
+    bool showAndFocus(const std::function<ViewerControl *()> &choose, Qt::FocusReason reason);
+    void keyboardFocusChanged();
     void focusWindowChanged(const QWindow *focusWindow);
-    /// Tells assistive technology that no control has the keyboard, but the window itself.
-    void tellThatWindowHasKeyboard();
+    /// Notifies assistive technology that the window itself has the focus instead of a control.
+    void notifyThatWindowHasFocus();
     void reportChange();
     [[nodiscard]] QList<ViewerControl *> usableControls() const;
 
     QQuickWindow &m_window;
     QList<ViewerControl *> m_controls;
     std::function<void()> m_changed;
-    ViewerControl *m_awaited = nullptr; // is given the keyboard when the window gets it
-    bool m_isReaching = false;          // on the way to a control that may not be shown yet
+    ViewerControl *m_awaitedControl = nullptr; // gets the focus when the window becomes active
+    bool m_isFocusing = false; // the focus is moving to a control that may still be hidden
     bool m_wasOnControls = false;
 };
 

@@ -18,8 +18,9 @@ namespace lumvik {
 namespace {
 
 constexpr qreal cornerRadius = 8;
-constexpr qreal titleMargin = 9; // at each side of a title
-constexpr qreal stripMargin = 3; // between the strip's ends and the outer titles' margins
+constexpr qreal titleMargin = 9; // on each side of a title
+constexpr qreal stripMargin =
+    3; // between the ends of the strip and the margins of the outer titles
 constexpr qreal menuGap = 4;
 constexpr qreal highlightRadius = 5;
 
@@ -81,7 +82,7 @@ MainMenuStrip::MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent)
         auto *title = new MainMenuTitle(*menu, this);
         title->setAction([this, index] { openMenu(index); });
         m_titles.append(title);
-        // Judged in a later turn: walking from menu to menu closes one before it opens the next.
+        // Evaluated in a later turn, because an arrow key closes one menu before it opens the next.
         connect(menu, &QMenu::aboutToShow, this, &MainMenuStrip::menuVisibilityChanged,
                 Qt::QueuedConnection);
         connect(menu, &QMenu::aboutToHide, this, &MainMenuStrip::menuVisibilityChanged,
@@ -119,7 +120,7 @@ void MainMenuStrip::openMenu(int index) {
         return;
     MainMenuTitle &title = *m_titles.at(index);
     if (keyboardIndex() >= 0)
-        title.forceActiveFocus(Qt::OtherFocusReason); // it goes along from menu to menu
+        title.forceActiveFocus(Qt::OtherFocusReason); // the focus follows the open menu
     const QPointF below(0, title.height() + menuGap);
     const QPoint position =
         isVisible() ? title.mapToScene(below).toPoint() : QPoint(qRound(menuGap), qRound(menuGap));
@@ -148,7 +149,7 @@ void MainMenuStrip::menuVisibilityChanged() {
 
 int MainMenuStrip::keyboardIndex() const {
     for (int index = 0; index < m_titles.size(); ++index) {
-        if (m_titles.at(index)->hasFocus()) // an open menu has borrowed it
+        if (m_titles.at(index)->hasFocus()) // an open menu is using the keyboard
             return index;
     }
     return -1;
@@ -181,7 +182,7 @@ void MainMenuStrip::keyPressEvent(QKeyEvent *event) {
 }
 
 void MainMenuStrip::mousePressEvent(QMouseEvent *event) {
-    event->accept(); // between the titles, where a press must not take hold of the window
+    event->accept(); // a press between the titles must not drag the window
 }
 
 void MainMenuStrip::paint(QPainter *painter) {

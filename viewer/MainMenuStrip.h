@@ -10,17 +10,17 @@
 
 namespace lumvik {
 
-/// One title of the main menu's strip: a press on it opens its menu. Main thread only.
+/// One title in the strip of the main menu. Pressing it opens its menu. Main thread only.
 class MainMenuTitle final : public ViewerControl {
     Q_OBJECT
 
   public:
-    /// `menu` stays the caller's and must outlive the title.
+    /// `menu` is owned by the caller and must outlive the title.
     MainMenuTitle(QMenu &menu, QQuickItem *strip);
 
     /// Highlights the title while its menu is open.
     void setMenuIsOpen(bool isOpen);
-    /// The width that shows the title with its margins, in points.
+    /// Returns the width of the title with its margins, in points.
     [[nodiscard]] qreal naturalWidth() const;
 
     [[nodiscard]] QMenu *popUp() const override { return &m_menu; }
@@ -36,17 +36,18 @@ class MainMenuTitle final : public ViewerControl {
     bool m_menuIsOpen = false;
 };
 
-/// The main menu's titles in a small strip over the picture. A press on a title opens its menu; the
-/// arrow keys then walk from one menu to the next, and from title to title while one of them has
-/// the keyboard. Main thread only.
+/// A small strip over the picture with the titles of the main menu. Pressing a title opens its
+/// menu. The left and right arrow keys move from one open menu to the next, and from title to title
+/// while a title has the keyboard focus. Main thread only.
 class MainMenuStrip final : public QQuickPaintedItem {
     Q_OBJECT
 
   public:
-    /// `menus` stay the caller's and must outlive the strip.
+    /// `menus` are owned by the caller and must outlive the strip.
     MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent);
 
-    /// Told true when one of the menus opens, false when the last one closed.
+    /// `menuOpenChanged` runs with true when one of the menus opens and with false when the last
+    /// one has closed.
     void setMenuOpenChanged(std::function<void(bool isOpen)> menuOpenChanged) {
         m_menuOpenChanged = std::move(menuOpenChanged);
     }
@@ -54,10 +55,10 @@ class MainMenuStrip final : public QQuickPaintedItem {
     /// The titles, from left to right.
     [[nodiscard]] const QList<MainMenuTitle *> &titles() const { return m_titles; }
 
-    /// The width that shows all titles, in points.
+    /// Returns the width of all titles together, in points.
     [[nodiscard]] qreal naturalWidth() const;
 
-    /// Opens the menu at `index` under its title, or at the window's top left corner while the
+    /// Opens the menu at `index` below its title, or in the top left corner of the window while the
     /// strip is hidden.
     void openMenu(int index);
     /// Whether one of the menus is open.
@@ -74,14 +75,15 @@ class MainMenuStrip final : public QQuickPaintedItem {
 
   private:
     [[nodiscard]] int openMenuIndex() const;
-    /// The title that has the keyboard; -1 for none.
+    /// Returns the index of the title that has the keyboard focus, or -1.
     [[nodiscard]] int keyboardIndex() const;
-    /// The menu beside `index` that the left or the right arrow key leads to, around at the ends.
+    /// Returns the index of the menu to which the left or the right arrow key moves from `index`.
+    /// It wraps around at the ends.
     [[nodiscard]] int indexBeside(int index, int key) const;
     void menuVisibilityChanged();
 
     QList<QMenu *> m_menus;
-    QList<MainMenuTitle *> m_titles; // children, one for each menu
+    QList<MainMenuTitle *> m_titles; // children, one per menu
     std::function<void(bool)> m_menuOpenChanged;
     int m_openIndex = -1; // the menu whose title is highlighted
 };

@@ -16,21 +16,21 @@ namespace lumvik {
 
 namespace {
 
-/// The dynamic property of a menu that holds the control which opens it.
+/// The dynamic property of a menu that contains the control that opens the menu.
 constexpr const char *openingControl = "lumvikOpeningControl";
 
-/// Null for a menu that no control opens, and once the control is gone.
+/// Returns the control that opens `menu`, or null if there is none or if it has been destroyed.
 ViewerControl *controlOf(const QMenu &menu) {
     return qobject_cast<ViewerControl *>(menu.property(openingControl).value<QPointer<QObject>>());
 }
 
-/// The menu that an item was added to, which owns it.
+/// Returns the menu that owns an item.
 QMenu *menuOf(const QAction &item) {
     return qobject_cast<QMenu *>(item.parent());
 }
 
-/// An item's text as it is read: with an ampersand marking a key taken out, and a doubled one
-/// single.
+/// Returns the text of an item as the user reads it: without the ampersand that marks an access
+/// key, and with single instead of doubled ampersands.
 QString readableText(const QAction &item) {
     QString text;
     const QString marked = item.text();
@@ -137,14 +137,14 @@ class AccessibleMenuItem final : public AccessibleWithActions<QAccessibleObject>
     void doAction(const QString &name) override {
         if (!actionNames().contains(name))
             return;
-        // In a later turn: what an item does may show an alert, and the caller waits for the
-        // answer.
+        // The action may show an alert and is therefore run in a later turn. The caller waits for
+        // this function to return.
         QMetaObject::invokeMethod(
             item(),
             [item = item()] {
                 closePopUpMenus();
                 if (!modalWindowBlocksViewer())
-                    item->trigger(); // which does nothing to a disabled one
+                    item->trigger(); // does nothing if the item is disabled
             },
             Qt::QueuedConnection);
     }
@@ -167,7 +167,7 @@ void send(QObject *object, QAccessible::Event event) {
     QAccessible::updateAccessibility(&news);
 }
 
-/// Tells of a menu that has opened or closed. The toolkit tells of windows only.
+/// Notifies assistive technology that a menu has opened or closed. Qt does this for windows only.
 void menuOpenedOrClosed(QMenu &menu, ViewerControl &control) {
     if (!QAccessible::isActive())
         return;
@@ -175,7 +175,7 @@ void menuOpenedOrClosed(QMenu &menu, ViewerControl &control) {
     send(&menu, event);
     for (QAction *item : menu.actions())
         send(item, event);
-    // When it closes, the keyboard is where it was before.
+    // When the menu closes, the previous item has the keyboard focus again.
     if (!menu.isVisible() && control.hasActiveFocus())
         send(&control, QAccessible::Focus);
 }
@@ -185,7 +185,8 @@ void menuOpenedOrClosed(QMenu &menu, ViewerControl &control) {
 void describeMenuOf(QMenu &menu, ViewerControl &control) {
     menu.setProperty(openingControl, QVariant::fromValue(QPointer<QObject>(&control)));
     const auto tell = [menu = &menu, control = &control] { menuOpenedOrClosed(*menu, *control); };
-    // In a later turn, when it has opened or closed. The control is gone before the menu.
+    // Runs in a later turn, after the menu has opened or closed. The control may be destroyed
+    // earlier.
     QObject::connect(&menu, &QMenu::aboutToShow, &control, tell, Qt::QueuedConnection);
     QObject::connect(&menu, &QMenu::aboutToHide, &control, tell, Qt::QueuedConnection);
 }

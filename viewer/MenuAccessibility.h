@@ -10,13 +10,13 @@ namespace lumvik {
 
 class ViewerControl;
 
-/// Lets assistive technology find `menu` under the control that opens it, and its items in it, open
-/// or not. The toolkit knows a menu as a window of its own only, which nobody finds while it is
-/// closed. Main thread only.
+/// Makes `menu` and its items available to assistive technology as children of the control that
+/// opens the menu, whether or not the menu is open. Qt exposes a menu only as a top-level window,
+/// which assistive technology cannot find while the menu is closed. Main thread only.
 void describeMenuOf(QMenu &menu, ViewerControl &control);
 
-/// Makes what assistive technology sees of such a menu or of an item in one; null for every other
-/// object. To be called by the accessibility factory, with the object's class as it gets it.
+/// Creates the accessible interface of such a menu or of one of its items. Returns null for all
+/// other objects. Called by the accessibility factory with the class name that the factory gets.
 [[nodiscard]] QAccessibleInterface *makeAccessibleMenu(const QString &className, QObject *object);
 
 } // namespace lumvik

@@ -2,10 +2,9 @@
 
 namespace lumvik {
 
-/// Whether an alert waits for the user, who can do nothing with the viewer before: one for the
-/// whole program, or one that hangs on the viewer. What does not come by pointer or key, which the
-/// toolkit holds back itself, asks this: assistive technology, and other starts of the program.
-/// Main thread only.
+/// Whether an open alert blocks the viewer: an alert for the whole program, or one that is attached
+/// to the viewer. Qt itself blocks the pointer and the keyboard during an alert. Actions of
+/// assistive technology and requests of later instances must check this function. Main thread only.
 [[nodiscard]] bool modalWindowBlocksViewer();
 
 } // namespace lumvik

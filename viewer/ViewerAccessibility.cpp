@@ -32,8 +32,8 @@ QAccessible::Role accessibleRole(ViewerControl::Role role) {
     return QAccessible::Button;
 }
 
-/// What everything in the window has in common to assistive technology: it is a Qt Quick item,
-/// known under the item that it lies in, if that one is known as well, and else under the window.
+/// The common base of all accessible objects in the window. Each describes a Qt Quick item. Its
+/// parent is the accessible object of the parent item, or the window if the parent item has none.
 class AccessibleItem : public QAccessibleObject {
   public:
     explicit AccessibleItem(QQuickItem *item) : QAccessibleObject(item) {}
@@ -68,7 +68,7 @@ class AccessibleItem : public QAccessibleObject {
     [[nodiscard]] QQuickItem *item() const { return static_cast<QQuickItem *>(object()); }
 };
 
-/// A control as assistive technology sees it, with the menu that it opens.
+/// The accessible object of a control. Its child is the menu that the control opens.
 class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
   public:
     explicit AccessibleControl(ViewerControl *control) : AccessibleWithActions(control) {}
@@ -87,7 +87,7 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
             return {};
         if (kind == QAccessible::Name)
             return control()->label();
-        // Screen readers on Linux ask a chooser for its name and description only.
+        // Screen readers on Linux read only the name and the description of a combo box.
         const bool asksForValue = kind == QAccessible::Value || kind == QAccessible::Description;
         return asksForValue ? control()->value() : QString();
     }
@@ -101,7 +101,7 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
         state.disabled = !control()->isEnabled() || control()->isUnavailable();
         state.checkable = control()->role() == ViewerControl::Role::toggle;
         state.checked = control()->isOn();
-        state.focusable = true; // hidden ones are shown when they are asked to take the keyboard
+        state.focusable = true; // a hidden control is shown when it gets the focus
         state.focused = control()->hasActiveFocus();
         state.hasPopup = popUp() != nullptr;
         state.expandable = state.hasPopup;
@@ -131,7 +131,8 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
             control()->askForKeyboard();
             return;
         }
-        // In a later turn: what it does may show an alert, and the caller waits for the answer.
+        // The action may show an alert and is therefore run in a later turn. The caller waits for
+        // this function to return.
         QMetaObject::invokeMethod(
             control(),
             [control = control()] {
@@ -146,8 +147,8 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
     [[nodiscard]] QMenu *popUp() const { return isValid() ? control()->popUp() : nullptr; }
 };
 
-/// The strip with the main menu's titles as assistive technology sees it: pressing it opens the
-/// first menu, in which the arrow keys walk on.
+/// The accessible object of the main menu's strip. Pressing it opens the first menu. From there the
+/// arrow keys lead to the other menus.
 class AccessibleMenuStrip final : public AccessibleWithActions<AccessibleItem> {
   public:
     explicit AccessibleMenuStrip(MainMenuStrip *strip) : AccessibleWithActions(strip) {}
@@ -186,7 +187,7 @@ class AccessibleMenuStrip final : public AccessibleWithActions<AccessibleItem> {
     [[nodiscard]] MainMenuStrip *strip() const { return static_cast<MainMenuStrip *>(object()); }
 };
 
-/// The message of the empty state as assistive technology sees it.
+/// The accessible object of the message of the empty state.
 class AccessibleMessage final : public AccessibleItem {
   public:
     explicit AccessibleMessage(EmptyStateLabel *label) : AccessibleItem(label) {}
@@ -202,8 +203,8 @@ class AccessibleMessage final : public AccessibleItem {
     }
 };
 
-/// The picture as assistive technology sees it, by the surface that covers it. It is not there
-/// while no camera is shown.
+/// The accessible object of the picture. It describes the surface that covers the picture, and is
+/// invisible while no camera is shown.
 class AccessiblePicture final : public AccessibleItem {
   public:
     explicit AccessiblePicture(DraggableContentView *surface) : AccessibleItem(surface) {}
@@ -229,8 +230,8 @@ class AccessiblePicture final : public AccessibleItem {
     }
 };
 
-/// A window with controls as assistive technology sees it: its children are the picture, the
-/// message, the strip and the controls, shown or not (those that are not say so themselves).
+/// The accessible object of the viewer's window. Its children are the picture, the message, the
+/// strip and the controls, including hidden ones, which have the state "invisible".
 class AccessibleWindow final : public QAccessibleObject {
   public:
     explicit AccessibleWindow(QQuickWindow *window) : QAccessibleObject(window) {}
@@ -263,7 +264,7 @@ class AccessibleWindow final : public QAccessibleObject {
         if (!isValid())
             return state;
         state.invisible = !window()->isVisible();
-        // The toolkit calls a window active also while one that belongs to it has the keyboard.
+        // Qt also calls a window active while one of its child windows has the focus.
         state.active = QGuiApplication::focusWindow() == window();
         state.focusable = true;
         state.focused = state.active && control() == nullptr;
@@ -271,7 +272,7 @@ class AccessibleWindow final : public QAccessibleObject {
     }
 
   private:
-    /// The control that has the keyboard; null for none.
+    /// Returns the control that has the keyboard focus, or null.
     [[nodiscard]] ViewerControl *control() const {
         return isValid() ? qobject_cast<ViewerControl *>(window()->activeFocusItem()) : nullptr;
     }
@@ -282,7 +283,7 @@ class AccessibleWindow final : public QAccessibleObject {
         QList<QQuickItem *> items;
         if (!isValid())
             return items;
-        // They lie directly in the content, in the order of their creation.
+        // The controls are direct children of the content item, in the order of their creation.
         for (QQuickItem *item : window()->contentItem()->childItems()) {
             if (qobject_cast<ViewerControl *>(item) != nullptr ||
                 qobject_cast<MainMenuStrip *>(item) != nullptr ||
@@ -294,7 +295,7 @@ class AccessibleWindow final : public QAccessibleObject {
     }
 };
 
-/// Asked for an object's class first and then for each class above it.
+/// Qt calls this function with the class of an object first and then with each of its base classes.
 QAccessibleInterface *makeAccessible(const QString &className, QObject *object) {
     if (className == QLatin1String(ViewerControl::staticMetaObject.className()))
         return new AccessibleControl(static_cast<ViewerControl *>(object));

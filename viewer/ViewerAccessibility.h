@@ -2,12 +2,12 @@
 
 namespace lumvik {
 
-/// Describes the viewer's window to assistive technology, from now on: the picture, the message of
-/// the empty state, the menu strip with its titles, the controls, and the menus of both. Harmless
-/// when repeated. Main thread only.
+/// Makes the viewer's window available to assistive technology: the picture, the message of the
+/// empty state, the menu strip with its titles, the controls, and their menus. May be called
+/// repeatedly. Main thread only.
 ///
-/// Qt Quick does that itself only once a QML engine has loaded its module, and there is none here.
-/// Nothing of it ever holds a camera's address, which may hold a password.
+/// Qt Quick does this itself only after a QML engine has loaded its module, and this program has no
+/// QML engine. The descriptions never contain a camera's address, which may contain a password.
 void describeControlsToAssistiveTechnology();
 
 } // namespace lumvik

@@ -6,8 +6,8 @@
 
 namespace lumvik {
 
-/// The common look of the viewer's three buttons: a dark translucent rounded rectangle, readable
-/// over any picture, with a small white symbol.
+/// The base class of the viewer's three buttons. It draws a dark, translucent, rounded rectangle
+/// that is readable over any picture, with a small white symbol.
 class ViewerButton : public ViewerControl {
     Q_OBJECT
 
@@ -23,7 +23,7 @@ class ViewerButton : public ViewerControl {
     [[nodiscard]] virtual QString symbolName() const = 0;
 };
 
-/// "Stay on Top": on or off.
+/// The toggle button "Stay on Top".
 class PinToggleButton final : public ViewerButton {
     Q_OBJECT
 
@@ -44,17 +44,17 @@ class PinToggleButton final : public ViewerButton {
     bool m_isOn = false;
 };
 
-/// Begins and cancels the choice of an area, and brings the whole picture back.
+/// The button that starts and cancels the selection of an area and restores the whole picture.
 class FocusViewerButton final : public ViewerButton {
     Q_OBJECT
 
   public:
     explicit FocusViewerButton(QQuickItem *parent);
 
-    /// While an area is shown, the button brings back the whole picture and says so.
+    /// While an area is shown, the button restores the whole picture and shows a matching symbol.
     void setShowsRestoreIcon(bool shows);
     [[nodiscard]] bool showsRestoreIcon() const { return m_showsRestoreIcon; }
-    /// While an area is being chosen the button is darker, and cancels.
+    /// While an area is being selected, the button is darker and cancels the selection.
     void setSelectingArea(bool selects);
     [[nodiscard]] bool isSelectingArea() const { return m_isSelectingArea; }
 
@@ -67,7 +67,7 @@ class FocusViewerButton final : public ViewerButton {
     bool m_isSelectingArea = false;
 };
 
-/// "Close Camera".
+/// The button "Close Camera".
 class CloseViewerButton final : public ViewerButton {
     Q_OBJECT
 

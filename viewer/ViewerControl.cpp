@@ -12,12 +12,11 @@ namespace lumvik {
 
 namespace {
 
-/// How long the pointer rests on a control before its tool tip shows, in milliseconds, as toolkits
-/// have it.
+/// How long the pointer must rest on a control until its tool tip appears, in milliseconds. This is
+/// the usual delay of tool tips.
 constexpr int toolTipDelay = 700;
 
-/// Wayland shows a tool tip only as part of the window that it belongs to, and the toolkit knows
-/// this of widgets alone.
+/// Sets the parent window of a tool tip. Wayland requires it, and Qt sets it for widgets only.
 void attachToolTip(QWindow &window) {
     if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return;
@@ -92,19 +91,19 @@ bool ViewerControl::opensMenu() const {
 
 void ViewerControl::mousePressEvent(QMouseEvent *event) {
     hideToolTip();
-    event->accept(); // so that the release comes here too
+    event->accept(); // so that this item also receives the release
     if (!opensMenu())
         return;
-    // A menu opens on the press, so that one can press, move to an item and let go.
+    // A menu opens on the press, so that the user can press, move to an item and release.
     performClick();
-    // The release goes to the menu that opened, and would be missed here for ever.
+    // The open menu receives the release, so this item must not wait for it.
     QMetaObject::invokeMethod(
         this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
 }
 
 void ViewerControl::mouseReleaseEvent(QMouseEvent *event) {
     event->accept();
-    // Releasing outside takes the click back, as everywhere.
+    // As in other programs, releasing the button outside the control cancels the click.
     if (!opensMenu() && contains(event->position()))
         performClick();
 }
@@ -119,7 +118,7 @@ void ViewerControl::keyPressEvent(QKeyEvent *event) {
         return;
     }
     event->accept();
-    if (!event->isAutoRepeat()) // a key that is held is one click
+    if (!event->isAutoRepeat()) // holding a key is one click
         performClick();
 }
 
@@ -133,9 +132,9 @@ void ViewerControl::showToolTip() {
     if (window() == nullptr || !isEnabled() || !isVisible())
         return;
     if (QApplication::activePopupWidget() != nullptr)
-        return; // it would lie over the menu
+        return; // the tool tip would cover the menu
     if (m_role == Role::menuTitle)
-        return; // its label can be read already
+        return; // the label is visible already
     const QPointF below = mapToScene(QPointF(0, height()));
     QToolTip::showText(window()->mapToGlobal(below).toPoint(), m_label);
     attachToolTip(*window());
@@ -162,13 +161,13 @@ void ViewerControl::itemChange(ItemChange change, const ItemChangeData &value) {
     if (change == ItemVisibleHasChanged || change == ItemEnabledHasChanged)
         visibilityOrUseChanged(change);
     else if (change == ItemActiveFocusHasChanged)
-        keyboardCameOrWent();
+        keyboardFocusChanged();
 }
 
 void ViewerControl::visibilityOrUseChanged(ItemChange change) {
     if (!isVisible())
         hideToolTip();
-    // The toolkit would give the keyboard back to a control that had it when it was hidden.
+    // Qt would return the focus to a control that had it when it was hidden.
     if (!isVisible() || !isEnabled())
         setFocus(false);
     QAccessible::State what;
@@ -182,7 +181,7 @@ void ViewerControl::visibilityOrUseChanged(ItemChange change) {
     }
 }
 
-void ViewerControl::keyboardCameOrWent() {
+void ViewerControl::keyboardFocusChanged() {
     m_outline->setVisible(hasActiveFocus());
     QAccessible::State what;
     what.focused = true;

@@ -13,17 +13,18 @@ class QMenu;
 
 namespace lumvik {
 
-/// A control over the picture: it draws itself, reacts to a click, shows a tool tip, and reports
-/// its name, role and state to assistive technology, which can click it too. Main thread only.
+/// The base class of the controls over the picture. A control draws itself, reacts to a click, and
+/// shows a tool tip. It reports its name, role and state to assistive technology, which can also
+/// click it. Main thread only.
 ///
-/// A click never gives it the keyboard; who walks there with the keys (see KeyboardNavigation)
-/// does. It is outlined then, Space and Return click it, and every other key goes on to the window.
-/// A control that is hidden or disabled loses the keyboard for good.
+/// A click does not give a control the keyboard focus; only KeyboardNavigation does. A control with
+/// the focus has a ring around it. Space and Return click it, and the window receives all other
+/// keys. A control that is hidden or disabled loses the focus and does not get it back.
 class ViewerControl : public QQuickPaintedItem {
     Q_OBJECT
 
   public:
-    /// What the control is to assistive technology.
+    /// The role of the control for assistive technology.
     enum class Role { button, toggle, popUpButton, menuTitle };
 
     ViewerControl(Role role, const QString &label, QQuickItem *parent);
@@ -36,30 +37,30 @@ class ViewerControl : public QQuickPaintedItem {
     /// `action` runs on each click.
     void setAction(std::function<void()> action) { m_action = std::move(action); }
 
-    /// `asked` runs when assistive technology wants the keyboard to come to the control, hidden or
-    /// not.
+    /// `asked` runs when assistive technology requests the keyboard focus for the control. The
+    /// control may be hidden.
     void setKeyboardAsked(std::function<void()> asked) { m_keyboardAsked = std::move(asked); }
-    /// Asks for that.
+    /// Requests the keyboard focus as assistive technology does.
     void askForKeyboard() const {
         if (m_keyboardAsked)
             m_keyboardAsked();
     }
 
-    /// The system has no means for what the control does: `reason` says so in place of the label,
-    /// for good. The control is dimmed and does nothing; it stays under the pointer and the keys,
-    /// so that the reason can be read.
+    /// Disables the control permanently, because the system does not support its function. `reason`
+    /// replaces the label. The control is dimmed and does nothing, but can still be hovered and
+    /// focused, so that the user can read the reason.
     void setUnavailable(const QString &reason);
     [[nodiscard]] bool isUnavailable() const { return m_isUnavailable; }
 
-    /// Does what a click does, if the control is enabled and available.
+    /// Acts like a click if the control is enabled and available.
     void performClick();
 
     [[nodiscard]] Role role() const { return m_role; }
     /// Whether a toggle is on.
     [[nodiscard]] virtual bool isOn() const { return false; }
-    /// What is chosen in a control that offers a choice; else empty.
+    /// The chosen value of a control that offers a choice. Empty for other controls.
     [[nodiscard]] virtual QString value() const { return {}; }
-    /// The menu that a click opens; null for a control that opens none.
+    /// The menu that a click opens. Null for a control without a menu.
     [[nodiscard]] virtual QMenu *popUp() const { return nullptr; }
 
   protected:
@@ -71,20 +72,20 @@ class ViewerControl : public QQuickPaintedItem {
     void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
     void itemChange(ItemChange change, const ItemChangeData &value) override;
 
-    /// What is outlined while the control has the keyboard.
+    /// The shape that the focus ring surrounds.
     [[nodiscard]] virtual OutlinedShape outlinedShape() const = 0;
 
-    /// Tells assistive technology that what is set in `what` has changed.
+    /// Notifies assistive technology that the states in `what` have changed.
     void accessibleStateChanged(QAccessible::State what);
-    /// Told that `value` has changed.
+    /// Notifies assistive technology that `value` has changed.
     void accessibleValueChanged();
-    /// Runs first on each click; a toggle changes its state here.
+    /// Runs before the action on each click. A toggle changes its state here.
     virtual void willPerformAction() {}
 
   private:
     [[nodiscard]] bool opensMenu() const;
     void visibilityOrUseChanged(ItemChange change);
-    void keyboardCameOrWent();
+    void keyboardFocusChanged();
     void showToolTip();
     void hideToolTip();
 

@@ -5,7 +5,7 @@
 
 namespace lumvik {
 
-/// Where the viewer's controls lie: in one row along the top edge, or, in a narrow window, in two.
+/// The arrangement of the controls: one row along the top edge, or two rows in a narrow window.
 enum class ViewerControlArrangement { regular, compact };
 
 /// Below this content width, in points, the compact arrangement is used.
@@ -16,8 +16,8 @@ inline constexpr qreal compactViewerWidth = 290;
                                              : ViewerControlArrangement::regular;
 }
 
-/// Rectangles in points from the content's top left corner. A null rectangle means that the thing
-/// is not shown.
+/// The rectangles of the controls, in points from the top left corner of the content. A control
+/// with a null rectangle is not shown.
 struct ViewerControlFrames {
     QRectF menuStrip;
     QRectF picker;
@@ -26,37 +26,36 @@ struct ViewerControlFrames {
     QRectF close;
 };
 
-/// What the layout depends on besides the arrangement, in points.
+/// The sizes that the layout depends on, in points.
 struct ViewerControlSizes {
     QSizeF content;
-    qreal pickerWidth = 0;    // what the picker needs to show its whole title
-    qreal menuStripWidth = 0; // what the strip needs to show its titles
+    qreal pickerWidth = 0;    // at which the whole title of the picker is visible
+    qreal menuStripWidth = 0; // at which all titles of the strip are visible
 };
 
-/// Lays the controls out. Margins to the container are 12, gaps are 6, buttons are 28 wide,
-/// everything is 24 high. The picker keeps its place beside the pin: its width gives way, down to
-/// 140, to the window's edge and to the menu strip. Where not even that leaves room for the strip,
-/// and in the compact arrangement, the strip is not shown (the menu key opens its menus
-/// everywhere).
+/// Returns the layout of the controls. The distance from the edges is 12, gaps are 6, buttons are
+/// 28 wide, and all controls are 24 high. The picker is next to the pin. It becomes narrower, down
+/// to 140, if the window or the menu strip leaves no more room. If that is not enough, and in the
+/// compact arrangement, the strip is hidden. The menu key opens its menus everywhere.
 [[nodiscard]] ViewerControlFrames viewerControlFrames(ViewerControlArrangement arrangement,
                                                       const ViewerControlSizes &sizes);
 
-/// What keeps the controls shown.
+/// The reasons to show the controls.
 struct ViewerControlReasons {
     bool pointerIsOverViewer = false;
     bool cameraMenuIsOpen = false;
     bool mainMenuIsOpen = false;
     bool keyboardIsOnControls = false;
-    bool isSelectingFocusArea = false; // the controls stay up while an area is being chosen
+    bool isSelectingFocusArea = false; // the controls stay visible during a selection
 };
 
-/// Whether the controls are to be shown: for any one reason.
+/// Whether the controls are shown. One reason is enough.
 [[nodiscard]] constexpr bool viewerControlsAreWanted(const ViewerControlReasons &reasons) {
     return reasons.pointerIsOverViewer || reasons.cameraMenuIsOpen || reasons.mainMenuIsOpen ||
            reasons.keyboardIsOnControls || reasons.isSelectingFocusArea;
 }
 
-/// Which controls react to the pointer.
+/// Which controls are enabled.
 struct ViewerControlEnablement {
     bool picker = false;
     bool pin = false;

@@ -32,10 +32,10 @@ bool AppDelegate::keyDown(QKeyEvent &event) {
 bool AppDelegate::moveKeyboardFocus(const QKeyEvent &event) {
     const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
     if (event.key() == Qt::Key_Tab && modifiers == Qt::NoModifier)
-        return keyboardNavigation->walk(KeyboardNavigation::Direction::forwards);
+        return keyboardNavigation->moveFocus(KeyboardNavigation::Direction::forwards);
     if (event.key() == Qt::Key_Backtab &&
         (modifiers == Qt::ShiftModifier || modifiers == Qt::NoModifier))
-        return keyboardNavigation->walk(KeyboardNavigation::Direction::backwards);
+        return keyboardNavigation->moveFocus(KeyboardNavigation::Direction::backwards);
     if (event.key() != Qt::Key_Escape || modifiers != Qt::NoModifier)
         return false;
     // The interaction view may have lost the keyboard focus since the selection began, so Escape
@@ -44,7 +44,7 @@ bool AppDelegate::moveKeyboardFocus(const QKeyEvent &event) {
         interactionView->cancelFocusSelection(CancellationNotice::notify);
         return true;
     }
-    return keyboardNavigation->leave();
+    return keyboardNavigation->clearFocus();
 }
 
 void AppDelegate::mouseDown() {
@@ -53,7 +53,7 @@ void AppDelegate::mouseDown() {
     // The pointer is over the viewer, even if it has not moved since the program lost the focus and
     // the controls were hidden.
     pointerIsOverViewer = true;
-    keyboardNavigation->leave();
+    keyboardNavigation->clearFocus();
 }
 
 void AppDelegate::openMainMenu() {

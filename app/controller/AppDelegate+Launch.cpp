@@ -93,7 +93,7 @@ void AppDelegate::applicationDidResignActive() {
     if (interactionView != nullptr)
         interactionView->cancelFocusSelection(CancellationNotice::notify);
     if (keyboardNavigation)
-        keyboardNavigation->leave();
+        keyboardNavigation->clearFocus();
     pointerIsOverViewer = false;
     cameraMenuIsOpen = false;
     updateViewerControls(true);

@@ -26,6 +26,11 @@ struct CropCase {
     const char *crop;
 };
 
+/// Prints the name of a case, so that test names are stable.
+void PrintTo(const CropCase &row, std::ostream *stream) {
+    *stream << row.name;
+}
+
 class AreaCropTable : public testing::TestWithParam<CropCase> {};
 
 TEST_P(AreaCropTable, IsTheAreaUnderTheSelection) {
@@ -35,9 +40,9 @@ TEST_P(AreaCropTable, IsTheAreaUnderTheSelection) {
 
 const VideoSourceGeometry wide{1920, 1080, 0};
 const VideoSourceGeometry square{1024, 1024, 0};
-const QSizeF wideView(480, 270);   // four pixels of `wide` to a point
+const QSizeF wideView(480, 270);   // four pixels of `wide` per point
 const QSizeF tallView(270, 480);   // the same for `wide` when turned
-const QSizeF squareView(512, 512); // two pixels of `square` to a point
+const QSizeF squareView(512, 512); // two pixels of `square` per point
 
 VideoSourceGeometry turned(int rotation) {
     return {1920, 1080, rotation};
@@ -111,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
         CropCase{"PictureOfOneLine", {0, 0, 480, 270}, wideView, {1920, 1, 0}, "nothing"}),
     nameOfCase);
 
-TEST(FocusCrop, KnowsTheSourceItWasMadeFor) {
+TEST(FocusCrop, ContainsTheSizeOfItsSource) {
     const auto crop = videoFocusCrop({30, 20, 100, 50}, tallView, turned(90));
     ASSERT_TRUE(crop);
     EXPECT_EQ(crop->sourceSize, QSizeF(1920, 1080)) << "before the rotation";
@@ -150,12 +155,12 @@ class RandomCases {
         return std::uniform_real_distribution<qreal>(from, to)(m_generator);
     }
 
-    std::mt19937_64 m_generator{20240611}; // the same cases at every run
+    std::mt19937_64 m_generator{20240611}; // the same cases in every run
 };
 
 constexpr int randomCases = 20000;
 
-/// How the view shows the picture of a case.
+/// The mapping from the picture of a case to its view.
 struct Projection {
     explicit Projection(const RandomCase &of)
         : geometry(of.geometry)
@@ -167,7 +172,7 @@ struct Projection {
                       2,
                   shown * scale) {}
 
-    /// Where a point of the source is seen, clockwise turns of the picture taken into account.
+    /// Returns the position in the view of a point of the source, after clockwise rotation.
     [[nodiscard]] QPointF toScreen(QPointF source) const {
         qreal width = static_cast<qreal>(geometry.width);
         qreal height = static_cast<qreal>(geometry.height);
@@ -186,7 +191,7 @@ struct Projection {
     VideoSourceGeometry geometry;
     QSizeF shown;   // the picture as it is seen, in pixels
     qreal scale;    // points to a pixel
-    QRectF picture; // in the view, which may cut it
+    QRectF picture; // in view coordinates; may extend beyond the view
 };
 
 std::string described(const RandomCase &made) {
@@ -218,7 +223,7 @@ TEST(AnyAreaCrop, LiesWithinTheSource) {
     EXPECT_GT(crops, randomCases / 2);
 }
 
-TEST(AnyAreaCrop, CoversTheSelectionAndLessThanAPixelMore) {
+TEST(AnyAreaCrop, ExceedsTheSelectionByLessThanAPixel) {
     RandomCases cases;
     for (int count = 0; count < randomCases; ++count) {
         const RandomCase made = cases.next();
@@ -239,7 +244,7 @@ TEST(AnyAreaCrop, CoversTheSelectionAndLessThanAPixelMore) {
     }
 }
 
-TEST(AnyAreaCrop, IsMissingOnlyWhereHardlyAnyPictureIsSelected) {
+TEST(AnyAreaCrop, IsMissingOnlyIfHardlyAnyPictureIsSelected) {
     RandomCases cases;
     int missing = 0;
     for (int count = 0; count < randomCases; ++count) {

@@ -58,7 +58,7 @@ TEST_F(AreaSelectionOverlayTest, DimsAllButTheSelection) {
 
 TEST_F(AreaSelectionOverlayTest, OutlinesTheSelectionInWhiteDashes) {
     const QImage image = paint(area);
-    // Six points on and four off, from the corner on, along the middle of the upper line.
+    // The upper line has dashes of six points and gaps of four, starting at the corner.
     for (const int dash : {103, 113, 123, 193, 283})
         EXPECT_TRUE(pixelIs(image, {dash, 60}, Qt::white));
     for (const int gap : {108, 118, 128, 198, 288})
@@ -78,12 +78,12 @@ TEST_F(AreaSelectionOverlayTest, HasNoOutlineWithoutASelection) {
     EXPECT_EQ(pixelsLike(paint(QRectF(100, 60, 0, 0)), {90, 50, 220, 120}, Qt::white), 0);
 }
 
-TEST_F(AreaSelectionOverlayTest, HintsSayWhatToDo) {
+TEST_F(AreaSelectionOverlayTest, HintsDescribeTheNextStep) {
     EXPECT_EQ(AreaSelectionOverlay::hint(false), QStringLiteral("Drag to select an area"));
     EXPECT_EQ(AreaSelectionOverlay::hint(true), QStringLiteral("Release to focus"));
 }
 
-TEST_F(AreaSelectionOverlayTest, BadgeLies18PointsAboveTheLowerEdge) {
+TEST_F(AreaSelectionOverlayTest, BadgeIs18PointsAboveTheLowerEdge) {
     EXPECT_EQ(AreaSelectionOverlay::badgeRect({480, 270}, {100, 15}),
               QRectF(240 - 50 - 12, 270 - 18 - 25, 124, 25));
 }
@@ -119,7 +119,7 @@ TEST_F(AreaSelectionOverlayTest, BadgeHasRoundCornersAndWhiteText) {
     EXPECT_GT(brightest, 200);
 }
 
-TEST_F(AreaSelectionOverlayTest, BadgeLiesOverTheSelection) {
+TEST_F(AreaSelectionOverlayTest, BadgeCoversTheSelection) {
     const QImage image = paint(QRectF(0, 0, 480, 270));
     EXPECT_TRUE(pixelIs(image, {240, 251}, darkened(overlayGround, 0.78)));
 }

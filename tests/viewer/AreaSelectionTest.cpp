@@ -13,7 +13,7 @@
 namespace lumvik {
 namespace {
 
-/// The choice of an area with the mouse, in a view of 480 by 270 points.
+/// Selects areas with the mouse in a view of 480 × 270 points.
 class AreaSelectionTest : public testing::Test {
   protected:
     AreaSelectionTest() {
@@ -42,13 +42,13 @@ class AreaSelectionTest : public testing::Test {
         moveTo(to);
         release(to);
     }
-    /// Whether the view took the key.
+    /// Returns whether the view consumed the key.
     bool sendKey(Qt::Key key) {
         QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
         QCoreApplication::sendEvent(view.get(), &event);
         return event.isAccepted();
     }
-    /// Brings the view to the pause after a finished selection.
+    /// Finishes a selection, so that the view is in the pause afterwards.
     void finishSelection() {
         view->beginFocusSelection();
         drag(area.topLeft(), area.bottomRight());
@@ -78,7 +78,7 @@ TEST_F(AreaSelectionTest, IsOffAtFirst) {
     EXPECT_FALSE(overlay().isVisible());
 }
 
-TEST_F(AreaSelectionTest, TakesTheKeyboardAndTheCrosshair) {
+TEST_F(AreaSelectionTest, TakesTheFocusAndShowsTheCrosshair) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     view->beginFocusSelection();
     EXPECT_TRUE(view->isSelectingFocusArea());
@@ -88,7 +88,7 @@ TEST_F(AreaSelectionTest, TakesTheKeyboardAndTheCrosshair) {
     EXPECT_EQ(view->cursor().shape(), Qt::ArrowCursor);
 }
 
-TEST_F(AreaSelectionTest, CrosshairStaysAtTheEdges) {
+TEST_F(AreaSelectionTest, CrosshairIsKeptAtTheEdges) {
     const QPointF corner(2, 2);
     const auto hover = [&] {
         QHoverEvent event(QEvent::HoverMove, corner, corner, corner);
@@ -115,7 +115,7 @@ TEST_F(AreaSelectionTest, SpansFromThePressToThePointer) {
     EXPECT_EQ(view->focusSelectionRect(), QRectF(40, 20, 60, 40)) << "up and to the left";
 }
 
-TEST_F(AreaSelectionTest, FollowsNoPointerWithoutAPress) {
+TEST_F(AreaSelectionTest, IgnoresThePointerWithoutAPress) {
     view->beginFocusSelection();
     send(QEvent::MouseMove, {200, 100}, Qt::NoButton, Qt::NoButton);
     EXPECT_EQ(view->focusSelectionRect(), std::nullopt);
@@ -130,7 +130,7 @@ TEST_F(AreaSelectionTest, IsClippedToTheView) {
     EXPECT_EQ(view->focusSelectionRect(), QRectF(0, 0, 400, 200));
 }
 
-TEST_F(AreaSelectionTest, IsHandedOverAfterAPause) {
+TEST_F(AreaSelectionTest, IsReportedAfterAPause) {
     finishSelection();
     EXPECT_FALSE(view->isSelectingFocusArea());
     EXPECT_EQ(view->focusSelectionRect(), area);
@@ -145,7 +145,7 @@ TEST_F(AreaSelectionTest, IsHandedOverAfterAPause) {
     EXPECT_EQ(cancellations, 0);
 }
 
-TEST_F(AreaSelectionTest, IsOverBeforeItIsHandedOver) {
+TEST_F(AreaSelectionTest, EndsBeforeItIsReported) {
     view->setFocusSelectionCompleted([this](const QRectF &) {
         EXPECT_TRUE(isIdle());
         EXPECT_FALSE(overlay().isVisible());
@@ -162,10 +162,15 @@ struct SizeCase {
     bool completes;
 };
 
-class FocusSelectionOfSize : public AreaSelectionTest,
-                             public testing::WithParamInterface<SizeCase> {};
+/// Prints the name of a case, so that test names are stable.
+void PrintTo(const SizeCase &row, std::ostream *stream) {
+    *stream << row.name;
+}
 
-TEST_P(FocusSelectionOfSize, CompletesFromTwelvePointsOn) {
+class AreaSelectionOfSize : public AreaSelectionTest,
+                            public testing::WithParamInterface<SizeCase> {};
+
+TEST_P(AreaSelectionOfSize, CompletesFromTwelvePointsOn) {
     view->beginFocusSelection();
     const QPointF from(50, 50);
     drag(from, from + QPointF(GetParam().size.width(), GetParam().size.height()));
@@ -175,7 +180,7 @@ TEST_P(FocusSelectionOfSize, CompletesFromTwelvePointsOn) {
     EXPECT_TRUE(isIdle());
 }
 
-INSTANTIATE_TEST_SUITE_P(, FocusSelectionOfSize,
+INSTANTIATE_TEST_SUITE_P(, AreaSelectionOfSize,
                          testing::Values(SizeCase{"Smallest", {12, 12}, true},
                                          SizeCase{"TooNarrow", {11.9, 40}, false},
                                          SizeCase{"TooLow", {40, 11.9}, false},
@@ -194,14 +199,14 @@ TEST_F(AreaSelectionTest, ReleaseWithoutAPressCancels) {
 
 // ---- Cancelling ----
 
-TEST_F(AreaSelectionTest, EscapeCancelsAndIsTaken) {
+TEST_F(AreaSelectionTest, EscapeCancelsAndIsConsumed) {
     view->beginFocusSelection();
     EXPECT_TRUE(sendKey(Qt::Key_Escape));
     EXPECT_EQ(cancellations, 1);
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(AreaSelectionTest, EscapeIsPassedOnOtherwise) {
+TEST_F(AreaSelectionTest, EscapeIsPassedOnWithoutASelection) {
     EXPECT_FALSE(sendKey(Qt::Key_Escape));
     EXPECT_EQ(cancellations, 0);
     finishSelection();
@@ -240,7 +245,7 @@ TEST_F(AreaSelectionTest, RightButtonCancelsInTheMiddleOfADrag) {
     EXPECT_EQ(window.position(), QPoint(100, 100)) << "what is left of the drag moves nothing";
 }
 
-TEST_F(AreaSelectionTest, CancellingInThePauseKeepsTheAreaBack) {
+TEST_F(AreaSelectionTest, CancellingInThePauseDiscardsTheArea) {
     finishSelection();
     view->cancelFocusSelection(CancellationNotice::notify);
     EXPECT_EQ(cancellations, 1);
@@ -250,7 +255,7 @@ TEST_F(AreaSelectionTest, CancellingInThePauseKeepsTheAreaBack) {
     EXPECT_TRUE(queue.delays().empty());
 }
 
-TEST_F(AreaSelectionTest, CancellingIsToldOnlyOnRequestAndOnlyIfThereWasSomething) {
+TEST_F(AreaSelectionTest, CancellationIsReportedOnlyOnRequestAndOnlyOfASelection) {
     view->cancelFocusSelection(CancellationNotice::notify);
     EXPECT_EQ(cancellations, 0);
     view->beginFocusSelection();
@@ -262,7 +267,7 @@ TEST_F(AreaSelectionTest, CancellingIsToldOnlyOnRequestAndOnlyIfThereWasSomethin
     EXPECT_EQ(cancellations, 1);
 }
 
-TEST_F(AreaSelectionTest, AnotherSizeOfTheViewCancelsWhatIsMarked) {
+TEST_F(AreaSelectionTest, ResizingTheViewCancelsASelectedRectangle) {
     finishSelection();
     view->setSize({400, 225});
     EXPECT_EQ(cancellations, 1);
@@ -270,7 +275,7 @@ TEST_F(AreaSelectionTest, AnotherSizeOfTheViewCancelsWhatIsMarked) {
     EXPECT_TRUE(completed.isEmpty());
 }
 
-TEST_F(AreaSelectionTest, AnotherSizeOfTheViewLeavesASelectionThatHasNotBegun) {
+TEST_F(AreaSelectionTest, ResizingTheViewKeepsASelectionWithoutARectangle) {
     view->beginFocusSelection();
     view->setSize({400, 225});
     EXPECT_TRUE(view->isSelectingFocusArea());
@@ -278,7 +283,7 @@ TEST_F(AreaSelectionTest, AnotherSizeOfTheViewLeavesASelectionThatHasNotBegun) {
     EXPECT_EQ(overlay().size(), QSizeF(400, 225));
 }
 
-TEST_F(AreaSelectionTest, ADragThatIsTakenAwayCanBeBegunAgain) {
+TEST_F(AreaSelectionTest, InterruptedDragCanBeRestarted) {
     view->beginFocusSelection();
     press({100, 60});
     moveTo({200, 150});
@@ -298,7 +303,7 @@ TEST_F(AreaSelectionTest, PressesAreIgnoredInThePause) {
     finishSelection();
     press({50, 200});
     moveTo({90, 230});
-    moveTo({100, 240}); // the second one would take the window along
+    moveTo({100, 240}); // a second move would start a window drag
     release({100, 240});
     EXPECT_EQ(view->focusSelectionRect(), area);
     EXPECT_EQ(window.position(), QPoint(100, 100));
@@ -314,7 +319,7 @@ TEST_F(AreaSelectionTest, RightButtonNoLongerCancelsInThePause) {
     EXPECT_EQ(completed, QList<QRectF>{area});
 }
 
-TEST_F(AreaSelectionTest, BegunAgainInThePauseForgetsTheFirstArea) {
+TEST_F(AreaSelectionTest, RestartInThePauseDiscardsTheFirstArea) {
     finishSelection();
     view->beginFocusSelection();
     EXPECT_EQ(view->focusSelectionRect(), std::nullopt);
@@ -324,14 +329,14 @@ TEST_F(AreaSelectionTest, BegunAgainInThePauseForgetsTheFirstArea) {
     EXPECT_TRUE(view->isSelectingFocusArea());
 }
 
-TEST_F(AreaSelectionTest, AViewThatIsGoneHandsNothingOver) {
+TEST_F(AreaSelectionTest, DestroyedViewReportsNothing) {
     finishSelection();
     view.reset();
     queue.advance(1);
     EXPECT_TRUE(completed.isEmpty());
 }
 
-// ---- What is drawn ----
+// ---- Drawing ----
 
 TEST_F(AreaSelectionTest, OverlayFillsTheViewWhileThereIsASelection) {
     EXPECT_FALSE(overlay().isVisible());
@@ -344,7 +349,7 @@ TEST_F(AreaSelectionTest, OverlayFillsTheViewWhileThereIsASelection) {
     EXPECT_FALSE(overlay().isVisible());
 }
 
-TEST_F(AreaSelectionTest, OverlaySaysReleaseOnlyWhileTheButtonIsHeld) {
+TEST_F(AreaSelectionTest, OverlayAsksForTheReleaseOnlyWhileTheButtonIsHeld) {
     const QColor ground(100, 150, 200);
     AreaSelectionOverlay expected(nullptr);
     expected.setSize({480, 270});

@@ -10,7 +10,7 @@ namespace {
 constexpr QRect frame{100, 100, 800, 450};
 constexpr QRect screen{0, 0, 1600, 1000};
 
-TEST(DisplayedRatio, IsThatOfTheAreaAsItIsSeen) {
+TEST(DisplayedRatio, IsTheRatioOfTheRotatedArea) {
     const VideoFocusCrop crop{.x = 0, .y = 0, .width = 640, .height = 360, .sourceSize = {}};
     EXPECT_DOUBLE_EQ(displayedRatio(crop, std::nullopt), 16.0 / 9);
     EXPECT_DOUBLE_EQ(displayedRatio(crop, VideoSourceGeometry{1920, 1080, 0}), 16.0 / 9);
@@ -43,11 +43,11 @@ TEST(AreaWindowFrame, StaysOnTheVisibleArea) {
     EXPECT_EQ(windowFrameForArea({1400, 700, 160, 480}, 1, visible), QRect(1110, 510, 480, 480));
 }
 
-TEST(AreaWindowFrame, BeginsAtTheCornerOfAnAreaThatIsTooSmall) {
+TEST(AreaWindowFrame, StartsAtTheCornerOfAScreenThatIsTooSmall) {
     EXPECT_EQ(windowFrameForArea(frame, 1, {20, 40, 100, 100}), QRect(20, 40, 160, 160));
 }
 
-TEST(AreaWindowFrame, OfAnyShapeLiesOnTheVisibleArea) {
+TEST(AreaWindowFrame, OfAnyShapeIsWithinTheVisibleArea) {
     std::mt19937_64 generator(7);
     const auto integer = [&](int from, int to) {
         return std::uniform_int_distribution<int>(from, to)(generator);
@@ -63,7 +63,7 @@ TEST(AreaWindowFrame, OfAnyShapeLiesOnTheVisibleArea) {
         ASSERT_GE(focused.width(), 160) << count;
         ASSERT_GE(focused.height(), 160) << count;
         if (focused.width() > 160 && focused.height() > 160) {
-            // The area's shape, but for the rounding to whole points.
+            // The shape of the area, apart from rounding to whole points.
             ASSERT_NEAR(focused.width(), ratio * focused.height(), 1 + ratio) << count;
         }
     }

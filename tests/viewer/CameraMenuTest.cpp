@@ -50,14 +50,14 @@ TEST_F(CameraMenuRow, IsHighlightedWithinThreePointsAtTheSidesAndOneAboveAndBelo
         EXPECT_TRUE(pixelIs(image, corner, menuBackground)) << "round corners";
 }
 
-TEST_F(CameraMenuRow, HasNoGroundOfItsOwnOtherwise) {
+TEST_F(CameraMenuRow, HasNoBackgroundUnlessHighlighted) {
     const QImage image = paint(false);
     EXPECT_EQ(pixelsLike(image, image.rect(), LumvikPalette::mirel()), 0);
     EXPECT_TRUE(pixelIs(image, {5, 14}, menuBackground));
     EXPECT_TRUE(pixelIs(image, {200, 14}, menuBackground));
 }
 
-TEST_F(CameraMenuRow, IsTickedInTheHouseColour) {
+TEST_F(CameraMenuRow, HasATickInTheAccentColour) {
     EXPECT_EQ(pixelsLike(paint(false), tickPlace, menuBackground), 144)
         << "no tick unless selected";
     row.isSelected = true;
@@ -67,13 +67,13 @@ TEST_F(CameraMenuRow, IsTickedInTheHouseColour) {
     EXPECT_EQ(pixelsLike(image, {0, 0, 9, 28}, menuBackground), 9 * 28) << "nothing beside it";
 }
 
-TEST_F(CameraMenuRow, IsTickedInWhiteWhenHighlighted) {
+TEST_F(CameraMenuRow, HasAWhiteTickWhenHighlighted) {
     EXPECT_EQ(pixelsLike(paint(true), tickPlace, Qt::white), 0);
     row.isSelected = true;
     EXPECT_GT(pixelsLike(paint(true), tickPlace, Qt::white), 5);
 }
 
-/// The rectangle of what is drawn in the part of the row that belongs to the name.
+/// Returns the bounding rectangle of the name that is drawn in a row.
 QRect inked(const QImage &image, const QColor &behind) {
     QRect ink;
     for (int y = 2; y < image.height() - 2; ++y) {
@@ -85,7 +85,7 @@ QRect inked(const QImage &image, const QColor &behind) {
     return ink;
 }
 
-TEST_F(CameraMenuRow, ShowsTheNameBehindTheTick) {
+TEST_F(CameraMenuRow, ShowsTheNameAfterTheTick) {
     const QRect ink = inked(paint(false), menuBackground);
     const QFontMetricsF metrics(systemFont(12, QFont::Medium));
     EXPECT_NEAR(ink.left(), 29, 2);
@@ -140,7 +140,7 @@ class CameraMenuTest : public testing::Test {
     QMenu *menu = nullptr;
 };
 
-TEST_F(CameraMenuTest, HasRowsOfTheirSizeOneBelowTheOther) {
+TEST_F(CameraMenuTest, StacksItsRows) {
     ASSERT_NE(menu, nullptr);
     const QRect first = menu->actionGeometry(menu->actions().at(0));
     const QRect second = menu->actionGeometry(menu->actions().at(1));

@@ -29,7 +29,7 @@ class CameraPickerTest : public testing::Test {
     QQuickWindow window;
     QList<bool> reports;
     QList<int> chosen;
-    std::optional<bool> menuWasOpen; // when a camera was chosen
+    std::optional<bool> menuWasOpen; // at the time when a camera was chosen
     CameraPicker picker{{.menuWillOpen = [this] { reports.append(true); },
                          .menuDidClose = [this] { reports.append(false); },
                          .cameraChosen =
@@ -53,7 +53,7 @@ TEST_F(CameraPickerTest, TicksExactlyTheSelectedItemAtEachOpening) {
     }
 }
 
-TEST_F(CameraPickerTest, LeavesNothingBehindWhenItsMenuCloses) {
+TEST_F(CameraPickerTest, OpeningAndClosingItsMenuLeaksNoObjects) {
     const auto objects = [&] {
         picker.openMenu();
         const auto count = openMenu()->findChildren<QObject *>().size();
@@ -66,7 +66,7 @@ TEST_F(CameraPickerTest, LeavesNothingBehindWhenItsMenuCloses) {
         EXPECT_EQ(objects(), first);
 }
 
-TEST_F(CameraPickerTest, TellsWhenItsMenuIsClosedFromOutside) {
+TEST_F(CameraPickerTest, ReportsThatItsMenuWasClosedByOthers) {
     picker.openMenu();
     ASSERT_NE(openMenu(), nullptr);
     closePopUpMenus();
@@ -74,7 +74,7 @@ TEST_F(CameraPickerTest, TellsWhenItsMenuIsClosedFromOutside) {
     EXPECT_EQ(reports, (QList<bool>{true, false}));
 }
 
-TEST_F(CameraPickerTest, TellsAssistiveTechnologyWhichCameraIsSelected) {
+TEST_F(CameraPickerTest, ReportsTheSelectedCameraToAssistiveTechnology) {
     QAccessible::setActive(true);
     QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(&picker);
     ASSERT_NE(interface, nullptr);
@@ -90,9 +90,9 @@ TEST(ViewerCameraPickerCell, LeavesRoomForTheArrowBesideTheTitle) {
     EXPECT_EQ(ViewerCameraPickerCell::titleRect({0, 0, 200, 24}, 13), QRectF(0, 5.5, 188, 13));
 }
 
-// ---- Its items ----
+// ---- Items ----
 
-TEST_F(CameraPickerTest, ItemsAreNumberedAsTheCameras) {
+TEST_F(CameraPickerTest, ItemsHaveTheIndexesOfTheCameras) {
     ASSERT_EQ(picker.menu().actions().size(), 2);
     for (int index = 0; index < 2; ++index) {
         EXPECT_EQ(picker.menu().actions().at(index)->data().toInt(), index);
@@ -100,7 +100,7 @@ TEST_F(CameraPickerTest, ItemsAreNumberedAsTheCameras) {
     }
 }
 
-TEST_F(CameraPickerTest, FollowsAListThatIsReplaced) {
+TEST_F(CameraPickerTest, ShowsAReplacedList) {
     picker.selectItem(1);
     picker.setItems({QStringLiteral("One"), QStringLiteral("Two"), QStringLiteral("Three")});
     EXPECT_EQ(picker.indexOfSelectedItem(), 0);
@@ -142,7 +142,7 @@ TEST_F(CameraPickerTest, IgnoresAnIndexOutsideTheItems) {
     EXPECT_TRUE(picker.itemView(1).isSelected);
 }
 
-TEST_F(CameraPickerTest, ShowsAnAmpersandAsOne) {
+TEST_F(CameraPickerTest, ShowsAmpersandsUnchanged) {
     picker.setItems({QStringLiteral("Front & back")});
     EXPECT_EQ(picker.value(), QStringLiteral("Front & back"));
     EXPECT_EQ(picker.menu().actions().first()->text(), QStringLiteral("Front && back"))
@@ -174,7 +174,7 @@ TEST_F(CameraPickerTest, ClosesItsMenuBeforeTheCameraIsChosen) {
     EXPECT_EQ(picker.indexOfSelectedItem(), 0) << "selecting it is the chooser's business";
 }
 
-TEST_F(CameraPickerTest, ARowThatIsActivatedClosesTheMenuItself) {
+TEST_F(CameraPickerTest, ActivatedRowClosesTheMenu) {
     picker.openMenu();
     ASSERT_NE(openMenu(), nullptr);
     picker.itemView(1).activate();

@@ -48,7 +48,7 @@ TEST(ResizeCursor, PointsAlongTheDrag) {
     EXPECT_EQ(resizeCursor(Qt::LeftEdge | Qt::BottomEdge), Qt::SizeBDiagCursor);
 }
 
-TEST(DraggableContentView, FollowsThePointerFromTheMomentItIsMade) {
+TEST(DraggableContentView, FollowsThePointerFromItsCreation) {
     QQuickWindow window;
     QList<bool> reports;
     test::VirtualMainQueue queue;
@@ -61,7 +61,7 @@ TEST(DraggableContentView, FollowsThePointerFromTheMomentItIsMade) {
     EXPECT_EQ(reports, (QList<bool>{true, false}));
 }
 
-TEST(DraggableContentView, FollowsThePointerThatAHeldButtonTakesOutOfTheWindow) {
+TEST(DraggableContentView, FollowsADraggedPointerOutOfTheWindow) {
     QQuickWindow window;
     window.resize(480, 270);
     QList<bool> reports;
@@ -76,7 +76,7 @@ TEST(DraggableContentView, FollowsThePointerThatAHeldButtonTakesOutOfTheWindow) 
     EXPECT_EQ(reports, (QList<bool>{true, false, true}));
 }
 
-TEST(DraggableContentView, LeavesWhatLiesUnderTheControlsToThem) {
+TEST(DraggableContentView, IgnoresEventsOverTheControls) {
     test::VirtualMainQueue queue;
     DraggableContentView view(queue, nullptr);
     view.setSize({480, 270});
@@ -92,7 +92,7 @@ TEST(DraggableContentView, LeavesWhatLiesUnderTheControlsToThem) {
     EXPECT_TRUE(view.contains({100, 20})) << "the controls are gone";
 }
 
-/// Without a window manager: the surface then moves the window itself.
+/// Drags without a window manager, so that the surface moves the window itself.
 class DraggingTest : public testing::Test {
   protected:
     DraggingTest() {
@@ -114,7 +114,7 @@ class DraggingTest : public testing::Test {
     DraggableContentView view{queue, window.contentItem()};
 };
 
-TEST_F(DraggingTest, BeginsOnlyPastTheDragDistance) {
+TEST_F(DraggingTest, StartsOnlyBeyondTheDragDistance) {
     ASSERT_GT(distance, 1);
     press({200, 100});
     moveTo({200 + distance - 1, 100});
@@ -132,7 +132,7 @@ TEST_F(DraggingTest, EndsWithTheRelease) {
     EXPECT_EQ(window.position(), QPoint(100, 100));
 }
 
-TEST_F(DraggingTest, DoesNotBeginOnAVisibleControl) {
+TEST_F(DraggingTest, DoesNotStartOnAVisibleControl) {
     QList<QRectF> rects{{190, 90, 28, 24}};
     view.setViewerControlRects([&] { return rects; });
     press({200, 100});
@@ -140,14 +140,14 @@ TEST_F(DraggingTest, DoesNotBeginOnAVisibleControl) {
     moveTo({310, 100});
     release({310, 100});
     EXPECT_EQ(window.position(), QPoint(100, 100));
-    rects.clear(); // as when they have faded out
+    rects.clear(); // as after the controls have faded out
     press({200, 100});
     moveTo({300, 100});
     moveTo({310, 100});
     EXPECT_EQ(window.position(), QPoint(210, 100));
 }
 
-TEST_F(DraggingTest, IsNoneWithTheRightButton) {
+TEST_F(DraggingTest, DoesNotStartWithTheRightButton) {
     int clicks = 0;
     view.setSecondaryClick([&] { ++clicks; });
     send(QEvent::MouseButtonPress, {200, 100}, Qt::RightButton, Qt::RightButton);
@@ -159,7 +159,7 @@ TEST_F(DraggingTest, IsNoneWithTheRightButton) {
     EXPECT_EQ(clicks, 1);
 }
 
-TEST_F(DraggingTest, IsNoneWhileAnAreaIsChosen) {
+TEST_F(DraggingTest, DoesNotStartDuringAnAreaSelection) {
     view.beginFocusSelection();
     press({200, 100});
     moveTo({300, 100});

@@ -19,16 +19,16 @@ TEST_F(KeyboardFocusRingTest, IsNotShownAtFirst) {
     EXPECT_FALSE(outline.isVisible());
 }
 
-TEST_F(KeyboardFocusRingTest, LiesAroundItsControl) {
+TEST_F(KeyboardFocusRingTest, SurroundsItsControl) {
     EXPECT_EQ(QRectF(outline.position(), outline.size()), QRectF(-4, -4, 36, 32));
 }
 
-TEST_F(KeyboardFocusRingTest, LeavesItsControlFree) {
+TEST_F(KeyboardFocusRingTest, DoesNotCoverItsControl) {
     const QImage image = paintedItem(outline, Qt::transparent);
     EXPECT_EQ(pixelsLike(image, QRect(6, 6, 24, 20), Qt::transparent), 24 * 20);
 }
 
-TEST_F(KeyboardFocusRingTest, IsWhiteBetweenDarkLinesOnEveryGround) {
+TEST_F(KeyboardFocusRingTest, IsWhiteBetweenDarkLinesOnEveryBackground) {
     for (const QColor &ground : {QColor(Qt::black), QColor(Qt::white), QColor(203, 93, 82)}) {
         const QImage image = paintedItem(outline, ground);
         for (const int line : {1, 2}) {

@@ -11,8 +11,8 @@ namespace {
 
 using Direction = KeyboardNavigation::Direction;
 
-/// A window with three buttons, made in another order than they stand in, which are hidden unless
-/// the keyboard is on them.
+/// A window with three buttons. They are created in another order than they are arranged, and are
+/// hidden unless one of them has the focus.
 class KeyboardNavigationTest : public testing::Test {
   protected:
     KeyboardNavigationTest() {
@@ -34,11 +34,11 @@ class KeyboardNavigationTest : public testing::Test {
         button.setSize({28, 24});
         button.setVisible(false);
     }
-    /// Where so many steps lead to, one after the other.
+    /// Returns the controls that have the focus after each of the given number of steps.
     QList<ViewerControl *> walked(Direction direction, int steps) {
         QList<ViewerControl *> controls;
         for (int step = 0; step < steps; ++step) {
-            EXPECT_TRUE(path.walk(direction));
+            EXPECT_TRUE(path.moveFocus(direction));
             controls.append(path.current());
         }
         return controls;
@@ -52,40 +52,40 @@ class KeyboardNavigationTest : public testing::Test {
     QList<bool> reports;
 };
 
-TEST_F(KeyboardNavigationTest, LeadsLineByLineAndAround) {
+TEST_F(KeyboardNavigationTest, MovesInReadingOrderAndWrapsAround) {
     EXPECT_EQ(walked(Direction::forwards, 4),
               (QList<ViewerControl *>{&left, &right, &below, &left}));
 }
 
-TEST_F(KeyboardNavigationTest, LeadsBackwardsFromTheLastOne) {
+TEST_F(KeyboardNavigationTest, MovesBackwardsFromTheLastControl) {
     EXPECT_EQ(walked(Direction::backwards, 4),
               (QList<ViewerControl *>{&below, &right, &left, &below}));
 }
 
-TEST_F(KeyboardNavigationTest, PassesOverWhatIsDisabled) {
+TEST_F(KeyboardNavigationTest, SkipsDisabledControls) {
     right.setEnabled(false);
     EXPECT_EQ(walked(Direction::forwards, 3), (QList<ViewerControl *>{&left, &below, &left}));
 }
 
-TEST_F(KeyboardNavigationTest, LeadsNowhereWhenNothingCanBeUsed) {
+TEST_F(KeyboardNavigationTest, DoesNothingIfNoControlIsUsable) {
     for (ViewerButton *button : {&left, &right, &below})
         button->setEnabled(false);
-    EXPECT_FALSE(path.walk(Direction::forwards));
+    EXPECT_FALSE(path.moveFocus(Direction::forwards));
     EXPECT_FALSE(path.isOnControls());
     EXPECT_EQ(reports, (QList<bool>{true, false}));
 }
 
-TEST_F(KeyboardNavigationTest, TellsWhenItReachesTheControlsAndWhenItLeavesThem) {
+TEST_F(KeyboardNavigationTest, ReportsWhenTheControlsGainAndLoseTheFocus) {
     walked(Direction::forwards, 3);
     EXPECT_EQ(reports, (QList<bool>{true}));
-    EXPECT_TRUE(path.leave());
+    EXPECT_TRUE(path.clearFocus());
     EXPECT_EQ(reports, (QList<bool>{true, false}));
     EXPECT_EQ(path.current(), nullptr);
-    EXPECT_FALSE(path.leave()) << "it had left";
+    EXPECT_FALSE(path.clearFocus()) << "it had left";
     EXPECT_EQ(walked(Direction::forwards, 1), (QList<ViewerControl *>{&left}));
 }
 
-TEST_F(KeyboardNavigationTest, ReachesTheControlThatIsAskedFor) {
+TEST_F(KeyboardNavigationTest, FocusesTheRequestedControl) {
     below.askForKeyboard();
     EXPECT_EQ(path.current(), &below);
     right.setEnabled(false);
@@ -93,7 +93,7 @@ TEST_F(KeyboardNavigationTest, ReachesTheControlThatIsAskedFor) {
     EXPECT_EQ(path.current(), &below) << "one that cannot be used";
 }
 
-TEST_F(KeyboardNavigationTest, ForgetsWhatWasAskedForWhenTheKeyboardGoesElsewhere) {
+TEST_F(KeyboardNavigationTest, DropsARequestWhenTheFocusMovesElsewhere) {
     QWindow first;
     QWindow second;
     const auto activate = [](QWindow &other) {
@@ -103,14 +103,14 @@ TEST_F(KeyboardNavigationTest, ForgetsWhatWasAskedForWhenTheKeyboardGoesElsewher
     };
     ASSERT_NO_FATAL_FAILURE(activate(first));
     window.hide();
-    path.reach(right); // which the window cannot get the keyboard for
+    path.focusControl(right); // the window cannot become active
     ASSERT_NE(QGuiApplication::focusWindow(), &window);
     ASSERT_NO_FATAL_FAILURE(activate(second));
     ASSERT_NO_FATAL_FAILURE(activate(window));
     EXPECT_EQ(path.current(), nullptr);
 }
 
-TEST_F(KeyboardNavigationTest, ControlThatIsHiddenOrDisabledLosesTheKeyboardForGood) {
+TEST_F(KeyboardNavigationTest, HiddenOrDisabledControlDoesNotRegainTheFocus) {
     walked(Direction::forwards, 1);
     left.setEnabled(false);
     EXPECT_FALSE(path.isOnControls());
@@ -125,7 +125,7 @@ TEST_F(KeyboardNavigationTest, ControlThatIsHiddenOrDisabledLosesTheKeyboardForG
     EXPECT_FALSE(path.isOnControls());
 }
 
-TEST_F(KeyboardNavigationTest, SpaceReturnAndEnterClickOnceHoweverLongTheyAreHeld) {
+TEST_F(KeyboardNavigationTest, HeldSpaceReturnOrEnterClicksOnce) {
     int clicks = 0;
     left.setAction([&] { ++clicks; });
     walked(Direction::forwards, 1);
@@ -139,7 +139,7 @@ TEST_F(KeyboardNavigationTest, SpaceReturnAndEnterClickOnceHoweverLongTheyAreHel
     EXPECT_EQ(clicks, 3);
 }
 
-TEST_F(KeyboardNavigationTest, ClickDoesNotBringTheKeyboard) {
+TEST_F(KeyboardNavigationTest, ClickDoesNotGiveFocus) {
     left.setVisible(true);
     QTest::mouseClick(&window, Qt::LeftButton, {}, QPoint(20, 20));
     EXPECT_EQ(path.current(), nullptr);

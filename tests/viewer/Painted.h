@@ -10,7 +10,7 @@
 
 namespace lumvik::test {
 
-/// What `draw` paints on a ground of one colour, one pixel to a point.
+/// Returns what `draw` paints on a background of one colour, at one pixel per point.
 template<typename Draw>
 QImage painted(const QSize &size, const QColor &ground, Draw draw) {
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
@@ -20,12 +20,12 @@ QImage painted(const QSize &size, const QColor &ground, Draw draw) {
     return image;
 }
 
-/// The same of an item, at the item's size.
+/// Returns what an item paints, at the size of the item.
 inline QImage paintedItem(QQuickPaintedItem &item, const QColor &ground) {
     return painted(item.size().toSize(), ground, [&](QPainter &painter) { item.paint(&painter); });
 }
 
-/// Whether two colours are the same but for the rounding of their blending.
+/// Whether two colours are equal apart from rounding errors of blending.
 inline bool looksLike(const QColor &one, const QColor &other, int tolerance = 2) {
     return std::abs(one.red() - other.red()) <= tolerance &&
            std::abs(one.green() - other.green()) <= tolerance &&
@@ -33,13 +33,13 @@ inline bool looksLike(const QColor &one, const QColor &other, int tolerance = 2)
            std::abs(one.alpha() - other.alpha()) <= tolerance;
 }
 
-/// `ground` under black of an opacity.
+/// Returns `ground` darkened by black of the given opacity.
 inline QColor darkened(const QColor &ground, double alpha) {
     const auto dark = [&](int part) { return static_cast<int>(part * (1 - alpha) + 0.5); };
     return {dark(ground.red()), dark(ground.green()), dark(ground.blue())};
 }
 
-/// How many pixels of `area` look like `colour`.
+/// Returns the number of pixels in `area` that have the colour `colour`.
 inline int pixelsLike(const QImage &image, const QRect &area, const QColor &colour) {
     int count = 0;
     for (int y = area.top(); y <= area.bottom(); ++y) {
@@ -49,7 +49,7 @@ inline int pixelsLike(const QImage &image, const QRect &area, const QColor &colo
     return count;
 }
 
-/// Fails with the place and both colours unless the pixel has the colour.
+/// Fails with the position and both colours unless the pixel has the expected colour.
 inline testing::AssertionResult pixelIs(const QImage &image, const QPoint &place,
                                         const QColor &colour) {
     const QColor found = image.pixelColor(place);

@@ -13,14 +13,14 @@ QColor black(float alpha) {
     return QColor::fromRgbF(0, 0, 0, alpha);
 }
 
-/// What the button's fill looks like where no symbol lies over it.
+/// Returns the colour of the button where no symbol covers it.
 QColor fill(ViewerButton &button) {
     return paintedItem(button, Qt::transparent).pixelColor(3, 12);
 }
 
 constexpr QRectF symbolPlace(28 / 2.0 - 6.5, 24 / 2.0 - 6.5, 13, 13);
 
-/// What lies in the symbol's place when `name` is drawn over `ground`.
+/// Returns the image of the symbol `name` drawn over the colour `ground`.
 QImage symbol(const QString &name, const QColor &ground) {
     return painted({28, 24}, ground,
                    [&](QPainter &painter) {
@@ -52,7 +52,7 @@ TEST_F(ViewerButtonsTest, AreDarkAndTranslucent) {
     EXPECT_TRUE(looksLike(fill(close), black(0.76F)));
 }
 
-TEST_F(ViewerButtonsTest, FillTheirBoundsButHalfAPointAndTheRoundCorners) {
+TEST_F(ViewerButtonsTest, FillTheirBoundsExceptHalfAPointAndTheRoundCorners) {
     const QImage image = paintedItem(close, Qt::transparent);
     EXPECT_TRUE(pixelIs(image, {1, 12}, black(0.76F)));
     EXPECT_TRUE(pixelIs(image, {26, 12}, black(0.76F)));
@@ -64,7 +64,7 @@ TEST_F(ViewerButtonsTest, FillTheirBoundsButHalfAPointAndTheRoundCorners) {
         EXPECT_TRUE(pixelIs(image, corner, Qt::transparent));
 }
 
-TEST_F(ViewerButtonsTest, HaveSymbolsThatDiffer) {
+TEST_F(ViewerButtonsTest, HaveDifferentSymbols) {
     const QStringList names{QStringLiteral("pin"), QStringLiteral("pin.fill"),
                             QStringLiteral("viewfinder"), QStringLiteral("arrow.counterclockwise"),
                             QStringLiteral("xmark")};
@@ -77,7 +77,7 @@ TEST_F(ViewerButtonsTest, HaveSymbolsThatDiffer) {
     }
 }
 
-TEST_F(ViewerButtonsTest, PinTakesTheHouseColourAndAFullSymbolWhenOn) {
+TEST_F(ViewerButtonsTest, PinHasTheAccentColourAndAFilledSymbolWhenOn) {
     EXPECT_SYMBOL(pin, "pin");
     pin.setOn(true);
     EXPECT_TRUE(looksLike(fill(pin), LumvikPalette::mirel()));
@@ -87,7 +87,7 @@ TEST_F(ViewerButtonsTest, PinTakesTheHouseColourAndAFullSymbolWhenOn) {
     EXPECT_SYMBOL(pin, "pin");
 }
 
-TEST_F(ViewerButtonsTest, AClickTogglesThePinBeforeItsActionRuns) {
+TEST_F(ViewerButtonsTest, ClickTogglesThePinBeforeItsActionRuns) {
     QList<bool> states;
     pin.setAction([&] { states.append(pin.isOn()); });
     pin.performClick();
@@ -95,7 +95,7 @@ TEST_F(ViewerButtonsTest, AClickTogglesThePinBeforeItsActionRuns) {
     EXPECT_EQ(states, (QList<bool>{true, false}));
 }
 
-TEST_F(ViewerButtonsTest, FocusButtonIsDarkerWhileAnAreaIsChosen) {
+TEST_F(ViewerButtonsTest, FocusButtonIsDarkerDuringAnAreaSelection) {
     focus.setSelectingArea(true);
     EXPECT_TRUE(looksLike(fill(focus), black(0.9F)));
     EXPECT_SYMBOL(focus, "viewfinder");
@@ -104,7 +104,7 @@ TEST_F(ViewerButtonsTest, FocusButtonIsDarkerWhileAnAreaIsChosen) {
     EXPECT_SYMBOL(focus, "arrow.counterclockwise");
 }
 
-TEST_F(ViewerButtonsTest, FocusButtonShowsTheWayBackWhileAnAreaIsShown) {
+TEST_F(ViewerButtonsTest, FocusButtonHasTheRestoreSymbolWhileAnAreaIsShown) {
     EXPECT_SYMBOL(focus, "viewfinder");
     focus.setShowsRestoreIcon(true);
     EXPECT_TRUE(looksLike(fill(focus), black(0.76F)));
@@ -117,14 +117,14 @@ TEST_F(ViewerButtonsTest, CloseButtonIsACross) {
     EXPECT_SYMBOL(close, "xmark");
 }
 
-TEST_F(ViewerButtonsTest, SayWhatTheyDo) {
+TEST_F(ViewerButtonsTest, HaveLabels) {
     EXPECT_EQ(pin.label(), QStringLiteral("Stay on Top"));
     pin.setOn(true);
     EXPECT_EQ(pin.label(), QStringLiteral("Stay on Top"));
     EXPECT_EQ(close.label(), QStringLiteral("Close Camera"));
 }
 
-TEST_F(ViewerButtonsTest, FocusButtonSaysWhatItWouldDoNow) {
+TEST_F(ViewerButtonsTest, LabelOfTheFocusButtonDescribesTheNextClick) {
     EXPECT_EQ(focus.label(), QStringLiteral("Focus on an Area"));
     focus.setSelectingArea(true);
     EXPECT_EQ(focus.label(), QStringLiteral("Cancel Area Selection"));
@@ -136,7 +136,7 @@ TEST_F(ViewerButtonsTest, FocusButtonSaysWhatItWouldDoNow) {
     EXPECT_EQ(focus.label(), QStringLiteral("Show Original View"));
 }
 
-TEST_F(ViewerButtonsTest, DisabledOnesDoNothing) {
+TEST_F(ViewerButtonsTest, DisabledButtonsDoNothing) {
     int clicks = 0;
     close.setAction([&] { ++clicks; });
     close.setEnabled(false);

@@ -17,7 +17,7 @@ TEST(ViewerControlArrangement, ChangesAt290Points) {
     EXPECT_EQ(viewerControlArrangement(4000), regular);
 }
 
-TEST(ViewerControlFrames, LieInOneRowInARegularWindow) {
+TEST(ViewerControlFrames, FormOneRowInARegularWindow) {
     const auto frames = viewerControlFrames(
         regular, {.content = {1120, 630}, .pickerWidth = 200, .menuStripWidth = 170});
     EXPECT_EQ(frames.close, QRectF(1080, 12, 28, 24));
@@ -34,7 +34,7 @@ TEST(ViewerControlFrames, GiveThePickerAtLeast140Points) {
     EXPECT_EQ(frames.picker.right(), frames.pin.left() - 6);
 }
 
-TEST(ViewerControlFrames, NeverLetThePickerOverlapTheStrip) {
+TEST(ViewerControlFrames, PickerNeverOverlapsTheStrip) {
     const auto frames = viewerControlFrames(
         regular, {.content = {480, 270}, .pickerWidth = 1000, .menuStripWidth = 170});
     ASSERT_FALSE(frames.menuStrip.isNull());
@@ -42,7 +42,7 @@ TEST(ViewerControlFrames, NeverLetThePickerOverlapTheStrip) {
     EXPECT_EQ(frames.picker.right(), frames.pin.left() - 6);
 }
 
-TEST(ViewerControlFrames, GiveUpTheStripWhereThereIsNoRoom) {
+TEST(ViewerControlFrames, HideTheStripIfThereIsNoRoom) {
     const auto frames = viewerControlFrames(
         regular, {.content = {300, 270}, .pickerWidth = 1000, .menuStripWidth = 170});
     EXPECT_TRUE(frames.menuStrip.isNull());
@@ -50,7 +50,7 @@ TEST(ViewerControlFrames, GiveUpTheStripWhereThereIsNoRoom) {
     EXPECT_EQ(frames.picker.right(), frames.pin.left() - 6);
 }
 
-TEST(ViewerControlFrames, LieInTwoRowsInACompactWindow) {
+TEST(ViewerControlFrames, FormTwoRowsInACompactWindow) {
     const auto frames = viewerControlFrames(
         compact, {.content = {200, 270}, .pickerWidth = 60, .menuStripWidth = 170});
     EXPECT_EQ(frames.close, QRectF(160, 12, 28, 24));
@@ -78,18 +78,19 @@ TEST(ViewerControlFrames, NeverOverlapAtAnyWidth) {
     }
 }
 
-TEST(ViewerControls, AreWantedForAnyOneReason) {
-    for (unsigned reasons = 0; reasons < 16; ++reasons) {
+TEST(ViewerControls, AreShownForAnySingleReason) {
+    for (unsigned reasons = 0; reasons < 32; ++reasons) {
         EXPECT_EQ(viewerControlsAreWanted({.pointerIsOverViewer = (reasons & 1U) != 0,
                                            .cameraMenuIsOpen = (reasons & 2U) != 0,
                                            .mainMenuIsOpen = (reasons & 4U) != 0,
-                                           .isSelectingFocusArea = (reasons & 8U) != 0}),
+                                           .keyboardIsOnControls = (reasons & 8U) != 0,
+                                           .isSelectingFocusArea = (reasons & 16U) != 0}),
                   reasons != 0)
             << reasons;
     }
 }
 
-TEST(ViewerControlEnablement, NeedsVisibilityAndForTwoOfThemACamera) {
+TEST(ViewerControlEnablement, RequiresVisibilityAndForTwoControlsACamera) {
     EXPECT_EQ(viewerControlEnablement(false, true), ViewerControlEnablement{});
     EXPECT_EQ(viewerControlEnablement(false, false), ViewerControlEnablement{});
     EXPECT_EQ(viewerControlEnablement(true, true),
