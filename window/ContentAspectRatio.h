@@ -4,7 +4,7 @@
 
 namespace lumvik {
 
-/// The aspect ratio that a window's content keeps. Only the quotient of width and height matters.
+/// The aspect ratio that a window's content keeps. Only the ratio of width to height matters.
 /// An empty ratio allows any shape.
 struct ContentAspectRatio {
     int width = 0;

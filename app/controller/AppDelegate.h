@@ -131,7 +131,7 @@ class AppDelegate final : public QObject {
     /// Does what the focus button offers: starts the selection of an area, cancels it, or returns
     /// from an area to the whole picture.
     void toggleFocusArea();
-    /// Makes `crop` fill the window and releases the window's aspect ratio.
+    /// Makes `crop` fill the window and stops constraining the window's aspect ratio.
     void applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping);
     /// Ends a selection or a focused view. The whole picture and the window's frame from before
     /// are restored.

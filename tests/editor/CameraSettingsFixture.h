@@ -160,7 +160,7 @@ class CameraSettings : public testing::Test {
     const CameraConfigurationStore store{storage};
     FakeAlerts alerts;
     FakeFilePanels panels;
-    /// Called instead of the store's `save` if it is set.
+    /// If set, this is called instead of the store's `save`.
     std::function<tl::expected<void, StoreError>(const CameraList &)> saving;
     QList<CameraList> saved; ///< Every list that was passed to the save handler.
     int closings = 0;

@@ -81,7 +81,8 @@ class FakeMpv {
 
     void setCreateFails(bool fails);
     void setCreateClientFails(bool fails);
-    /// Set the results of mpv_initialize, mpv_render_context_create and of the command `name`.
+    /// These set the results of mpv_initialize, of mpv_render_context_create and of the command
+    /// `name`.
     void setInitializeResult(int result);
     void setRenderContextCreateResult(int result);
     void setCommandResult(const std::string &name, int result);

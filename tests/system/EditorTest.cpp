@@ -53,7 +53,8 @@ TEST_F(EditorTest, RowCanBeMovedByDragging) {
     pointer.moveTo(handle(first, 2));
     pointer.press();
     pointer.glideTo(gap + QPoint(30, 0), 20);
-    // A line in the accent colour marks the gap. It is visible to the left of the dragged row.
+    // A line in the accent colour marks where the dragged row will be dropped. It is visible to the
+    // left of the dragged row.
     EXPECT_TRUE(eventually(10s, [&] { return gapIsMarked(first, 1); })) << "nothing marks the gap";
     pointer.release();
     keyboard.press(QStringLiteral("Return"));

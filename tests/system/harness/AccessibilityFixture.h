@@ -34,7 +34,8 @@ class AccessibilityFixture : public EditorFixture {
                                                        bool expected = true) const;
     /// Performs an action, and fails the test when the object refuses it.
     void act(const QString &role, const QString &name, const QString &action);
-    /// Waits for an event of this kind and detail from the object. Earlier events are discarded.
+    /// Waits until the object has emitted an event with this kind and detail. Earlier events are
+    /// discarded.
     [[nodiscard]] testing::AssertionResult isAnnounced(const QString &kind, const QString &role,
                                                        const QString &name, int detail = 1);
     /// Discards the events received so far.

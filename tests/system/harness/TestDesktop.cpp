@@ -77,8 +77,8 @@ TestDesktop::~TestDesktop() {
 testing::AssertionResult TestDesktop::resize(QSize size) {
     const QString output = QStringLiteral("screen");
     const QString mode = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
-    // The virtual screen knows only its initial size. A new mode needs just a name and plausible
-    // timings.
+    // The virtual screen supports only the size that it was started with. A new mode needs just a
+    // name and plausible timings.
     QStringList newMode = {QStringLiteral("--newmode"), mode, QStringLiteral("40")};
     for (const int extent : {size.width(), size.height()}) {
         for (const int more : {0, 1, 2, 3})
