@@ -21,7 +21,7 @@ namespace {
 /// The longest request that is accepted, in bytes. Requests and replies are single lines.
 constexpr qint64 longestRequest = 4096;
 /// How long a client's connection may stay open.
-constexpr auto clientTimeout = 5s;
+constexpr auto requestTimeLimit = 5s;
 /// The time between two attempts to become the first instance or to reach it, in milliseconds.
 constexpr unsigned long pollInterval = 20;
 /// The reply to a request that was carried out.
@@ -109,7 +109,7 @@ void SingleInstance::acceptClients() {
         QObject::connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
         QObject::connect(client, &QLocalSocket::readyRead, &m_server,
                          [this, client] { replyTo(*client); });
-        QTimer::singleShot(clientTimeout, client, &QLocalSocket::abort);
+        QTimer::singleShot(requestTimeLimit, client, &QLocalSocket::abort);
         replyTo(*client);
     }
 }

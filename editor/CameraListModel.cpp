@@ -1,5 +1,6 @@
 #include "editor/CameraListModel.h"
 
+#include "configuration/CameraAddress.h"
 #include "editor/CameraListRules.h"
 #include "platform/LumvikLog.h"
 

@@ -28,16 +28,6 @@ struct CameraListProblem {
 /// nothing to show. There is no upper limit apart from the size of the stored document.
 constexpr qsizetype fewestCameras = 1;
 
-/// Returns whether `address` can be played: it is a valid URL with the scheme "rtsp" (in upper or
-/// lower case) and a host. The address is not trimmed.
-[[nodiscard]] bool isCameraAddress(const QString &address);
-
-/// Returns the description of an address for screen readers. It contains the host and the port, but
-/// neither the user, the password nor the path, all of which may be secret: people nearby can hear
-/// the speech, and speech services may log it. A screen reader reads the whole address only while
-/// the field is being edited.
-[[nodiscard]] QString spokenAddress(const QString &address);
-
 /// Returns the list with white space trimmed from all strings, or the first problem that is found.
 /// An empty list is checked first, then the name and the address of each row in turn.
 [[nodiscard]] tl::expected<CameraList, CameraListProblem>

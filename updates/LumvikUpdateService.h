@@ -4,6 +4,7 @@
 #include "platform/SerialQueue.h"
 #include "platform/network/HostLookup.h"
 #include "updates/LumvikUpdateManifest.h"
+#include "updates/ManifestDownload.h"
 #include "updates/UpdateChecker.h"
 #include "updates/WebsiteUrl.h"
 
@@ -28,10 +29,6 @@ namespace lumvik {
 
 /// The settings of the update service. The defaults are those of the program; tests change them.
 struct LumvikUpdateSettings {
-    /// The default time limit of a check. Long enough for a slow connection that needs several
-    /// addresses or redirections, and short enough for a user who waits for the result.
-    static constexpr std::chrono::seconds defaultTimeLimit{15};
-
     /// The host of the Lumvik website, in lower case. The manifest is fetched from this host, and
     /// its download page must be on the same host.
     QString webHost = defaultWebHost();
@@ -40,7 +37,7 @@ struct LumvikUpdateSettings {
     /// The certificate authorities to trust, or the system's authorities if not set.
     std::optional<QList<QSslCertificate>> authorities = std::nullopt;
     /// The time limit of one check, from the look-up of the host to the last byte.
-    std::chrono::milliseconds timeLimit = defaultTimeLimit;
+    std::chrono::milliseconds timeLimit = ManifestDownload::defaultTimeLimit;
     NameResolver resolver = resolveWithSystem;
 
     /// Returns the host of the Lumvik website, as configured when the program was built.

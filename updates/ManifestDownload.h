@@ -47,6 +47,10 @@ struct DownloadRequest {
 /// shared pointer. Destruction aborts the transfer without waiting for the network.
 class ManifestDownload : public std::enable_shared_from_this<ManifestDownload> {
   public:
+    /// The time limit of a whole download, and thus of an update check. Long enough for a slow
+    /// connection that needs several addresses or redirections, and short enough for a user who
+    /// waits for the result.
+    static constexpr std::chrono::seconds defaultTimeLimit{15};
     /// The longest permitted body in bytes. A manifest has a few hundred bytes; the limit keeps a
     /// faulty or malicious server from filling the memory.
     static constexpr qsizetype maximumBodySize = 65'536;

@@ -40,9 +40,6 @@ struct LumvikUpdateCheckError {
                            const LumvikUpdateCheckError &) = default;
 };
 
-/// The shortest time between two automatic checks, in seconds: one day.
-inline constexpr std::int64_t automaticUpdateCheckPeriod = 86'400;
-
 using LumvikUpdateCheckOutcome = tl::expected<LumvikUpdateCheckResult, LumvikUpdateCheckError>;
 
 /// A running check. Deleting this object does not cancel the check.

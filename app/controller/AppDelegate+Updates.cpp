@@ -3,6 +3,7 @@
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
 #include "platform/PreferenceKeys.h"
+#include "updates/UpdateSchedule.h"
 
 #include <QPointer>
 
@@ -24,13 +25,10 @@ QString shownVersion(const LumvikUpdateManifest &manifest) {
 } // namespace
 
 void AppDelegate::checkForUpdatesIfNeeded() {
-    if (const auto last = environment.userDefaults.date(PreferenceKeys::lastAutomaticUpdateCheck)) {
-        // A date further ahead than the period was stored while the clock was wrong.
-        const qint64 passed = last->secsTo(environment.currentDate());
-        if (passed < automaticUpdateCheckPeriod && passed > -automaticUpdateCheckPeriod)
-            return;
-    }
-    performUpdateCheck(UpdateCheckOrigin::automatic);
+    if (automaticUpdateCheckIsDue(
+            environment.userDefaults.date(PreferenceKeys::lastAutomaticUpdateCheck),
+            environment.currentDate()))
+        performUpdateCheck(UpdateCheckOrigin::automatic);
 }
 
 void AppDelegate::checkForUpdates() {

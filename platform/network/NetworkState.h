@@ -1,15 +1,13 @@
 #pragma once
 
-#include "platform/network/NetworkPathMonitor.h"
-
 #include <array>
 #include <cstdint>
 #include <string>
 #include <tuple>
 #include <vector>
 
-// Plain values that describe the machine's network, and what follows from them for the viewer.
-// NetworkInterfaceTable obtains the values from the kernel.
+// Plain values that describe the network interfaces, addresses and routes of this machine. The
+// values are maintained by NetworkInterfaceTable; UsableNetwork.h has the rules that judge them.
 
 namespace lumvik {
 
@@ -22,10 +20,6 @@ struct InterfaceAddress {
     int family = 0; ///< AF_INET or AF_INET6.
     AddressBytes bytes{};
     std::uint8_t prefixLength = 0;
-
-    /// Returns whether machines beyond the local link can be reached from this address: it is not a
-    /// link-local, loopback or "any" address.
-    [[nodiscard]] bool reachesOthers() const;
 
     friend bool operator==(const InterfaceAddress &, const InterfaceAddress &) = default;
     friend bool operator<(const InterfaceAddress &a, const InterfaceAddress &b) {
@@ -75,19 +69,5 @@ struct NetworkState {
 
     friend bool operator==(const NetworkState &, const NetworkState &) = default;
 };
-
-/// Returns the part of `state` that can carry traffic. It contains the interfaces other than
-/// loopback that are up, have carrier, and have either an address that reaches other networks or a
-/// default route, along with these addresses and routes. Names are left out. While two states are
-/// equal in this respect, no connection has a reason to break.
-///
-/// A bridge over virtual interfaces only, as container and virtual machine managers create them,
-/// counts only with a default route. Such a bridge has an address whether or not the machine is
-/// connected to anything, and gains carrier as soon as a guest starts.
-[[nodiscard]] NetworkState networkInUse(const NetworkState &state);
-
-/// Returns the signature of `state`: satisfied if any interface is in use, together with the kinds
-/// of interface in use.
-[[nodiscard]] NetworkPathSignature networkPathSignature(const NetworkState &state);
 
 } // namespace lumvik

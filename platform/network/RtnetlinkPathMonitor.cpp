@@ -2,6 +2,7 @@
 
 #include "platform/LumvikLog.h"
 #include "platform/SerialQueue.h"
+#include "platform/network/UsableNetwork.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -286,10 +287,10 @@ void RtnetlinkPathMonitor::Watch::reportIfChanged() {
     if (!m_socket || (!m_reported && !isComplete))
         return;
     m_hasFailed = m_hasFailed && !isComplete;
-    NetworkState inUse = networkInUse(m_table.state());
-    if (m_reported == inUse)
+    NetworkState usable = usableNetwork(m_table.state());
+    if (m_reported == usable)
         return;
-    m_reported = std::move(inUse);
+    m_reported = std::move(usable);
     report(networkPathSignature(*m_reported));
 }
 

@@ -20,7 +20,7 @@ namespace lumvik {
 /// The monitor lists the links, addresses and routes, reports the result, and then follows the
 /// kernel's announcements on the queue's thread. It applies and reports announcements one by one,
 /// without waiting for the network to settle. A replaced address is therefore reported as a lost
-/// and a regained path, which is what it means for open connections. Every change of networkInUse
+/// and a regained path, which is what it means for open connections. Every change of usableNetwork
 /// is reported, so the same signature may be reported twice in a row if an address changes on an
 /// interface of the same kind. Renewing the lifetime of an address is not a change. If
 /// announcements are lost, everything is listed again.

@@ -2,6 +2,7 @@
 
 #include "PathSignatures.h"
 #include "RtnetlinkMessage.h"
+#include "platform/network/UsableNetwork.h"
 
 #include <gtest/gtest.h>
 

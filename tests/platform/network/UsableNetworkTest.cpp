@@ -1,4 +1,4 @@
-#include "platform/network/NetworkState.h"
+#include "platform/network/UsableNetwork.h"
 
 #include "NetworkAddresses.h"
 #include "PathSignatures.h"
@@ -70,7 +70,7 @@ NetworkInterface loopback(NetworkInterface interface) {
     });
 }
 
-TEST(NetworkPathSignature, DependsOnTheInterfacesInUse) {
+TEST(NetworkPathSignature, DependsOnTheUsableInterfaces) {
     const std::vector<InterfaceAddress> none;
     const std::vector<InterfaceAddress> global = {address("192.0.2.2")};
     const std::vector<Row> rows = {
@@ -155,24 +155,24 @@ TEST(NetworkPathSignature, DependsOnTheInterfacesInUse) {
             << row.description;
 }
 
-TEST(NetworkInUse, OmitsWhatNoConnectionDependsOn) {
+TEST(UsableNetwork, OmitsWhatNoConnectionDependsOn) {
     const NetworkState plain = {{interface(2, {address("192.0.2.2")})}, {}};
     NetworkState embellished = plain;
     embellished.interfaces[0].name = "renamed";
     embellished.interfaces[0].addresses.push_back(address("fe80::2"));
     embellished.interfaces.push_back(down(interface(3, {address("198.51.100.2")})));
     embellished.defaultRoutes.push_back(route(3, "198.51.100.1"));
-    EXPECT_EQ(networkInUse(embellished), networkInUse(plain));
+    EXPECT_EQ(usableNetwork(embellished), usableNetwork(plain));
 }
 
-TEST(NetworkInUse, IsUnaffectedByThePortsOfABridgeWithADefaultRoute) {
+TEST(UsableNetwork, IsUnaffectedByThePortsOfABridgeWithADefaultRoute) {
     const NetworkInterface plain = interface(2, {address("192.0.2.2")});
     const std::vector<DefaultRoute> routes = {route(2, "192.0.2.1")};
-    EXPECT_EQ(networkInUse({{bridge(plain, false)}, routes}),
-              networkInUse({{bridge(plain, true)}, routes}));
+    EXPECT_EQ(usableNetwork({{bridge(plain, false)}, routes}),
+              usableNetwork({{bridge(plain, true)}, routes}));
 }
 
-TEST(NetworkInUse, DiffersWhenAnAddressARouteOrAnInterfaceDiffers) {
+TEST(UsableNetwork, DiffersWhenAnAddressARouteOrAnInterfaceDiffers) {
     const NetworkState plain = {{interface(2, {address("192.0.2.2")})}, {route(2, "192.0.2.1")}};
     const NetworkState otherAddress = {{interface(2, {address("192.0.2.3")})},
                                        {route(2, "192.0.2.1")}};
@@ -180,9 +180,9 @@ TEST(NetworkInUse, DiffersWhenAnAddressARouteOrAnInterfaceDiffers) {
                                      {route(2, "192.0.2.9")}};
     const NetworkState otherInterface = {{interface(3, {address("192.0.2.2")})},
                                          {route(3, "192.0.2.1")}};
-    EXPECT_NE(networkInUse(plain), networkInUse(otherAddress));
-    EXPECT_NE(networkInUse(plain), networkInUse(otherRoute));
-    EXPECT_NE(networkInUse(plain), networkInUse(otherInterface));
+    EXPECT_NE(usableNetwork(plain), usableNetwork(otherAddress));
+    EXPECT_NE(usableNetwork(plain), usableNetwork(otherRoute));
+    EXPECT_NE(usableNetwork(plain), usableNetwork(otherInterface));
 }
 
 } // namespace
