@@ -123,7 +123,7 @@ void SingleInstance::replyTo(QLocalSocket &client) {
     if (!client.canReadLine())
         return;
     const auto request = decodeLaunchRequest(client.readLine());
-    // A client without a reply tries again, and becomes the first instance once this one has
+    // A client that gets no reply tries again, and becomes the first instance once this one has
     // exited.
     if (request && m_handler && m_handler(*request)) {
         client.write(done);

@@ -25,5 +25,5 @@ foreach(flag -fstack-clash-protection -fcf-protection) # not available for all p
     add_compile_options(${flag})
   endif()
 endforeach()
-# The dynamic linker resolves all functions at the start and then makes the table of their addresses read-only.
+# The dynamic linker resolves all functions at startup and then makes the table of their addresses read-only.
 add_link_options("LINKER:-z,relro,-z,now")

@@ -5,7 +5,7 @@
 #   LUMVIK_DEBIAN_CHANGELOG  a Debian change log
 #   LUMVIK_DATE              the date of the newest release, such as 2026-01-31
 #
-# The heading of a version is "## 0.1.0 (2026-01-31)". A version without a date is not released yet. It gets the current
+# The heading of a version is "## 0.1.0 (2026-01-31)". A version without a date is unreleased and gets the current
 # date, or that of SOURCE_DATE_EPOCH if the variable is set.
 
 # Wraps `text` in lines of at most 76 characters. The first line begins with `first`, the others begin with `next`.
@@ -29,7 +29,7 @@ endfunction()
 
 function(lumvik_release_notes changelog maintainer)
   file(READ "${changelog}" text)
-  # Semicolons and brackets have a meaning in CMake's lists, so control characters replace them meanwhile. Each note is
+  # Semicolons and brackets are special in CMake's lists, so control characters replace them temporarily. Each note is
   # joined to one line.
   string(ASCII 1 semicolon)
   string(ASCII 2 opening)

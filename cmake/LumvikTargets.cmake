@@ -15,12 +15,13 @@ if(LUMVIK_SANITIZE)
   target_link_options(lumvik_sanitizers INTERFACE -fsanitize=${LUMVIK_SANITIZE})
 endif()
 
-# Faster builds. Precompiled headers and unity builds hide missing #include lines, so the release preset does without.
+# Precompiled headers and unity builds shorten the build but hide missing #include lines, so the release preset uses
+# neither.
 option(LUMVIK_PRECOMPILED_HEADERS "Precompile the headers of Qt, GoogleTest and the standard library" ON)
 option(LUMVIK_UNITY_TESTS "Compile several test sources at once" ON)
 
-# A compiler cache is used where one is installed. It refuses precompiled headers unless CCACHE_SLOPPINESS allows
-# it to ignore their macros and dates.
+# ccache is used where it is installed. ccache refuses precompiled headers unless CCACHE_SLOPPINESS allows it to
+# ignore their macros and dates.
 find_program(LUMVIK_CCACHE ccache)
 if(LUMVIK_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER
@@ -34,8 +35,8 @@ set(LUMVIK_TOOLKIT_DEFINITIONS
 # lumvik_precompiled(NAME HEADERS... LIBRARIES... DEFINITIONS...) precompiles system headers once for all targets that
 # call lumvik_use_precompiled. The compiler rejects a precompiled header if the target that uses it lacks a macro
 # that was defined here, or defines one that a header tested for. LIBRARIES therefore contribute their include
-# folders only, and headers whose content depends on the target's macros (such as <QTest>) must not be listed. It also
-# rejects one that was compiled with -fPIC in a program compiled with -fPIE, so both get -fPIC.
+# folders only, and headers whose content depends on the target's macros (such as <QTest>) must not be listed. A
+# header precompiled with -fPIC is also rejected in a program compiled with -fPIE, so both get -fPIC.
 function(lumvik_precompiled name)
   if(NOT LUMVIK_PRECOMPILED_HEADERS)
     return()

@@ -23,11 +23,11 @@ constexpr std::string_view temporaryPrefix = ".lumvik-";
 constexpr std::string_view temporarySuffix = ".saving";
 /// The hexadecimal digits of a 64-bit random number.
 constexpr std::size_t temporaryDigits = 16;
-/// How often the creation of a temporary file is tried. An attempt fails if the random name is in
+/// The number of attempts to create a temporary file. An attempt fails if the random name is in
 /// use, which practically never happens, or if a concurrent removeInterruptedWrites removes the new
 /// file before it is locked, which is rare.
 constexpr int creationAttempts = 100;
-/// How many symbolic links are followed, which is the limit of the Linux kernel.
+/// The maximum number of symbolic links that are followed. The Linux kernel has the same limit.
 constexpr int longestLinkChain = 40;
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
@@ -46,7 +46,7 @@ bool isTemporaryName(std::string_view name) {
     return digits.find_first_not_of("0123456789abcdef") == std::string_view::npos;
 }
 
-/// A new, empty and locked file in a folder. The destructor removes it unless it was renamed.
+/// A locked temporary file. The destructor removes the file unless it was renamed.
 class TemporaryFile {
   public:
     TemporaryFile() = default;
@@ -64,7 +64,7 @@ class TemporaryFile {
   private:
     [[nodiscard]] bool lock();
 
-    fs::path m_path; // Empty when there is no file to remove.
+    fs::path m_path; // The path is empty when there is no file to remove.
     FileDescriptor m_file;
 };
 
@@ -78,8 +78,9 @@ int TemporaryFile::create(const fs::path &folder) {
         if (!m_file.isOpen())
             return errno;
         m_path = path;
-        // The umask may have cleared bits that the owner needs. The call fails on a file system
-        // without permissions. The caller notices that when it sets the final file's permissions.
+        // The umask may have cleared permission bits that the owner needs. A failure of fchmod is
+        // ignored: on a file system without permissions, CameraConfigurationStore fails to set the
+        // permissions of the final file and reports that error.
         static_cast<void>(::fchmod(m_file.get(), ownerOnly));
         if (lock())
             return 0;
@@ -89,7 +90,8 @@ int TemporaryFile::create(const fs::path &folder) {
 
 /// Takes the lock that keeps removeInterruptedWrites of other processes from removing the file.
 /// Returns false when another process removed the file before it was locked. On a file system
-/// without locks the file is safe without one, because nothing that cannot be locked is removed.
+/// without locks, the file needs no lock: removeInterruptedWrites removes only files that it can
+/// lock.
 bool TemporaryFile::lock() {
     while (::flock(m_file.get(), LOCK_EX) != 0 && errno == EINTR) {
     }
@@ -112,8 +114,8 @@ int TemporaryFile::write(const QByteArray &bytes) {
         next += written;
         left -= written;
     }
-    // Some file systems report a full disk only here. The bytes must also reach the disk before
-    // the rename does.
+    // Some file systems report a full disk only when the file is flushed. The bytes must also be on
+    // the disk before the file is renamed.
     while (::fsync(m_file.get()) != 0) {
         if (errno != EINTR)
             return errno;
@@ -128,7 +130,7 @@ int TemporaryFile::renameTo(const fs::path &path) {
     return 0;
 }
 
-/// Replaces `path` by the target of its symbolic links. The final target need not exist. Returns
+/// Replaces `path` with the target of its symbolic links. The final target need not exist. Returns
 /// ELOOP when the links form a cycle, and 0 otherwise.
 int followLinks(fs::path &path) {
     for (int count = 0; count <= longestLinkChain; ++count) {
@@ -151,7 +153,8 @@ int refusalToReplace(const fs::path &path) {
         return EISDIR;
     if (!S_ISREG(status.st_mode))
         return ENODEV;
-    // The superuser respects this bit as well, although the system would allow the write.
+    // A read-only file is not replaced even if the superuser runs the program, although the system
+    // would permit the write.
     if ((status.st_mode & S_IWUSR) == 0)
         return EACCES;
     return ::access(path.c_str(), W_OK) == 0 ? 0 : errno;

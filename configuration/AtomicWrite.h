@@ -11,28 +11,28 @@ namespace lumvik {
 ///
 ///  - A reader of the file sees either all of the old bytes or all of the new ones, even after a
 ///    crash or a power failure. The new bytes are written to a temporary file in the same folder
-///    and flushed to the disk before the temporary file is renamed. A full disk is therefore
-///    detected before the old file is touched.
+///    and flushed to the disk before the temporary file is renamed. A full disk therefore never
+///    damages the old file.
 ///  - Other users can never read the new bytes: only the owner can read and write the temporary
 ///    file, and its permissions are set before the first byte is written.
 ///  - A symbolic link at `path` is followed and kept. The file that it points to is replaced.
-///  - A file that its owner may not write is left alone and EACCES is returned. The rename would
-///    succeed, but somebody made the file read-only for a reason. Anything other than a regular
-///    file is left alone as well: EISDIR for a folder, ENODEV for the rest.
+///  - A read-only file is left alone and EACCES is returned. The system would let a rename replace
+///    a read-only file, but somebody made it read-only for a reason. Anything other than a regular
+///    file is left alone as well. The error is EISDIR for a folder and ENODEV for everything else.
 ///
-/// A process that is killed during a write leaves its temporary file behind. Each write removes
-/// such files from the folder (see removeInterruptedWrites).
+/// A process that is killed during a write leaves its temporary file behind. The next write to the
+/// same folder removes that temporary file (see removeInterruptedWrites).
 [[nodiscard]] int writeFileAtomically(const QByteArray &bytes, std::filesystem::path path);
 
-/// Removes the temporary files that interrupted writes of this user have left in `folder`. These
-/// are regular files whose names consist of ".lumvik-", sixteen hexadecimal digits and ".saving".
-/// A file that a running process is still writing is kept for as long as the write takes: the
-/// writer holds a lock on it, and the system releases the lock however that process ends.
+/// Removes the temporary files that interrupted writes of this user have left in `folder`. Only
+/// regular files whose names consist of ".lumvik-", sixteen hexadecimal digits and ".saving"
+/// are removed. A file that a running process is still writing is kept: the writer holds a lock on
+/// the file, and the system releases the lock when the process ends, even after a crash.
 void removeInterruptedWrites(const std::filesystem::path &folder);
 
 /// Flushes the directory entries of `folder` to the disk, so that a file created or renamed there
-/// survives a power failure. Errors are ignored: some file systems do not support this call, and a
-/// rename that cannot be flushed cannot be undone either.
+/// survives a power failure. Errors are ignored: some file systems cannot flush a folder, and a
+/// completed rename cannot be undone.
 void synchronizeFolder(const std::filesystem::path &folder);
 
 } // namespace lumvik

@@ -10,7 +10,7 @@ namespace {
 
 /// Returns whether `text` contains white space, control characters or zero-width spaces. White
 /// space in an address is a typing error, and zero-width spaces come with text that is copied from
-/// web pages. No camera can be reached at such an address.
+/// web pages. No camera can be reached at an address that contains such characters.
 bool containsWhiteSpace(const QString &text) {
     return std::any_of(text.begin(), text.end(), [](QChar each) {
         return each.isSpace() || each.category() == QChar::Other_Control || each == u'\u200B' ||
@@ -32,7 +32,7 @@ QString spokenAddress(const QString &address) {
     if (trimmed.isEmpty() || trimmed == QLatin1String("rtsp://")) // The address of a new camera.
         return QStringLiteral("No address yet");
     // If the password is not percent-encoded, QUrl may take a part of it for the host. Any "@"
-    // other than the one that ends the user information is a sign of such a password.
+    // other than the one that ends the user information indicates such a password.
     const QUrl url(trimmed);
     const bool hasOnlyUserDelimiter =
         trimmed.count(QLatin1Char('@')) == (url.userInfo(QUrl::FullyEncoded).isEmpty() ? 0 : 1);

@@ -20,13 +20,13 @@ constexpr QByteArrayView byteOrderMark = "\xEF\xBB\xBF";
 /// The first code point that may appear unescaped in a JSON string.
 constexpr unsigned char firstPrintable = 0x20;
 
-/// Checks the strings of a JSON document before QJsonDocument parses it. QJsonDocument is more
-/// lenient than JSON in two respects and loses a character in a third:
-///  - It accepts control characters in strings. JSON forbids them, and they are a sign of damage:
-///    after a power failure, a file system may leave a block of zero bytes in a file.
-///  - It accepts escape sequences that do not exist, such as "\q".
-///  - It drops a U+FEFF at the beginning of a string. The check replaces the character by an
-///    escape sequence, which QJsonDocument keeps.
+/// Checks the strings of a JSON document before QJsonDocument parses it. QJsonDocument accepts two
+/// kinds of invalid strings and drops a character of some valid ones:
+///  - QJsonDocument accepts control characters in strings. JSON forbids them, and they indicate a
+///    damaged file: after a power failure, a file may contain a block of zero bytes.
+///  - QJsonDocument accepts invalid escape sequences, such as "\q".
+///  - QJsonDocument drops a U+FEFF at the beginning of a string. The check replaces the U+FEFF with
+///    an escape sequence, which QJsonDocument decodes correctly.
 class TextCheck {
   public:
     explicit TextCheck(const QByteArray &bytes) : m_bytes(bytes) {}
@@ -76,11 +76,11 @@ class TextCheck {
     const QByteArray &m_bytes;
     QByteArray m_result;
     qsizetype m_at = 0;
-    qsizetype m_copied = 0; // How many bytes of m_bytes are already in m_result.
+    qsizetype m_copied = 0; // The number of bytes of m_bytes that m_result already covers.
 };
 
 tl::expected<Camera, DecodingError> decodedCamera(const QJsonValue &value) {
-    const QJsonObject object = value.toObject(); // Empty when the value is not an object.
+    const QJsonObject object = value.toObject(); // Empty if `value` is not an object.
     const QJsonValue name = object.value(nameKey);
     const QJsonValue url = object.value(urlKey);
     if (!name.isString() || !url.isString())

@@ -9,10 +9,10 @@
 
 namespace lumvik {
 
-/// The camera-list document, which is stored, exported and imported. It has value semantics.
+/// A camera-list document, which is stored, exported and imported. Documents have value semantics.
 ///
-/// Its encoded form is a JSON object with the single member "cameras": an array of objects, each
-/// with the strings "name" and "url":
+/// The encoded form of a document is a JSON object with the single member "cameras": an array of
+/// objects, each with the strings "name" and "url":
 ///
 ///     {
 ///         "cameras": [
@@ -28,18 +28,18 @@ struct CameraConfiguration {
     friend bool operator==(const CameraConfiguration &, const CameraConfiguration &) = default;
 
     /// Returns the document as JSON in UTF-8. The output is indented by four spaces, its keys are
-    /// sorted and its slashes are not escaped. There is no byte-order mark and no final line break.
-    /// Equal lists always produce the same bytes, and `decoded` restores every string unchanged.
+    /// sorted and its slashes are not escaped. The output has no byte-order mark and no final line
+    /// break. Equal lists always produce the same bytes, and `decoded` restores every string
+    /// unchanged.
     [[nodiscard]] QByteArray encoded() const;
 
     /// Parses a document. Unknown members are ignored. Strings are neither trimmed nor validated,
     /// and duplicate cameras are kept. An empty array is a valid document: the caller decides
     /// whether it accepts an empty list.
     ///
-    /// Where JSON leaves room for interpretation: the last of several members with the same key
-    /// counts; a byte-order mark before the object is skipped, because some text editors write
-    /// one; a document that is nested deeper than 1024 levels, the limit of QJsonDocument, is
-    /// refused.
+    /// If several members have the same key, the last of them is used. A byte-order mark before
+    /// the object is skipped, because some text editors write one. A document that is nested
+    /// deeper than 1024 levels, the limit of QJsonDocument, is refused.
     [[nodiscard]] static tl::expected<CameraConfiguration, DecodingError>
     decoded(const QByteArray &bytes);
 };

@@ -11,8 +11,8 @@ namespace lumvik {
 
 namespace {
 
-/// Errors that the user can do something about have a message of their own. All others have the
-/// system's message.
+/// Returns the reason for a failure as the user sees it. Errors that the user can resolve have
+/// texts of their own. All other errors have the system's text.
 QString reasonText(FileError::Operation operation, int systemError) {
     switch (systemError) {
     case EACCES:
@@ -85,7 +85,7 @@ QString errorDescription(DecodingError error) {
 }
 
 QString errorDescription(const FileError &error) {
-    // The user may have named the file after a camera's address, so the name is redacted as well.
+    // The user may have named the file after a camera's address, so the file name is redacted.
     const QString name = QFileInfo(error.path).fileName();
     return LumvikLog::redacted(
         attemptText(error.operation).arg(name, reasonText(error.operation, error.systemError)));

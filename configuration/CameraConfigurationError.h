@@ -6,17 +6,17 @@
 
 namespace lumvik {
 
-/// The mistakes that a user can make with a camera list. Each has a fixed message.
+/// The mistakes that a user can make with a camera list. Each mistake has a fixed message.
 enum class CameraConfigurationError {
     noCameras,   ///< A list that must contain a camera is empty.
     invalidFile, ///< A file chosen for import contains no camera list or an empty one.
 };
 
-/// Why bytes are not a camera-list document. An error names the kind of fault and never quotes the
-/// document, because documents contain passwords.
+/// The reasons why a file is not a camera-list document. An error names the kind of fault and never
+/// quotes the document, because documents contain passwords.
 enum class DecodingError {
-    notJson,       ///< Not one complete JSON document in UTF-8.
-    notAnObject,   ///< JSON whose top level is not an object.
+    notJson,       ///< The file is not one complete JSON document in UTF-8.
+    notAnObject,   ///< The top level of the JSON document is not an object.
     noCameraArray, ///< The member "cameras" is missing or not an array.
     badCamera,     ///< An element is not an object with the strings "name" and "url".
 };
@@ -35,8 +35,8 @@ struct FileError {
 /// Any error that loading, saving, importing or exporting a camera list can return.
 using StoreError = std::variant<CameraConfigurationError, DecodingError, FileError>;
 
-/// Returns the message that the user sees for an error. It contains at most the last component of
-/// a file's path and never a camera's address.
+/// Returns the message that the user sees for an error. The message contains at most the last
+/// component of a file's path and never a camera's address.
 [[nodiscard]] QString errorDescription(CameraConfigurationError error);
 [[nodiscard]] QString errorDescription(DecodingError error);
 [[nodiscard]] QString errorDescription(const FileError &error);

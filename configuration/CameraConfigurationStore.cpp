@@ -16,7 +16,7 @@ namespace lumvik {
 
 namespace {
 
-// Only the owner has access, because addresses contain passwords.
+// Only the owner may access the folder and its files, because addresses contain passwords.
 constexpr mode_t folderMode = 0700;
 constexpr mode_t fileMode = 0600;
 
@@ -111,15 +111,16 @@ tl::expected<CameraList, StoreError> CameraConfigurationStore::load() const {
 }
 
 /// Reads the list again and copies it byte for byte, so that the recovery copy equals the file that
-/// is on the disk now. A failure is ignored: the cameras are usable without a recovery copy.
+/// is currently on the disk. Errors are ignored, because the cameras are usable without a recovery
+/// copy.
 void CameraConfigurationStore::refreshRecoveryCopy() const {
     const auto primary = readDocument(m_fileManager, primaryLocation());
     if (primary && !primary->cameras.isEmpty())
         static_cast<void>(writeProtected(primary->bytes, recoveryLocation()));
 }
 
-/// Returns the list from the recovery copy. `problem` is the reason why the list itself is
-/// unusable, and it is returned when the recovery copy is unusable as well.
+/// Returns the list from the recovery copy. `problem` is the error of the list itself, which is
+/// returned if the recovery copy cannot be read either.
 tl::expected<CameraList, StoreError>
 CameraConfigurationStore::recovered(const StoreError &problem) const {
     const LogChannel &log = LumvikLog::configuration();
@@ -142,8 +143,7 @@ tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &
     if (auto made = m_fileManager.createDirectory(appSupportDirectory(), folderMode); !made)
         return tl::unexpected(StoreError(std::move(made.error())));
     const QByteArray document = CameraConfiguration{cameras}.encoded();
-    // A list that is too large to be loaded again would be lost, so it must not replace the old
-    // one.
+    // A list that is too large to be loaded must not replace the old list.
     if (document.size() > largestDocument)
         return tl::unexpected(tooLarge(primaryLocation()));
     if (auto written = writeProtected(document, primaryLocation()); !written)

@@ -12,7 +12,7 @@
 namespace lumvik {
 
 /// Keeps the user's camera list on disk. The store writes the current list, a last-known-good
-/// recovery copy that replaces a damaged list, and the files that the user exports.
+/// recovery copy that is loaded instead of a damaged list, and the files that the user exports.
 ///
 /// The store caches nothing in memory: every call reads or writes the disk and returns when the
 /// operation is complete. Writes are atomic (see AtomicWrite.h). Only the owner can read and write
@@ -23,26 +23,26 @@ class CameraConfigurationStore {
     /// A larger file is not a camera list, and reading it would only waste memory.
     static constexpr qint64 largestDocument = qint64{64} * 1024 * 1024;
 
-    /// Creates a store in `appSupportDirectoryOverride`, or in the user's data folder without one.
-    /// `fileManager` must outlive the store.
+    /// Creates a store in `appSupportDirectoryOverride` if it is set, and otherwise in the user's
+    /// data folder. `fileManager` must outlive the store.
     explicit CameraConfigurationStore(
         std::optional<QString> appSupportDirectoryOverride = std::nullopt,
         const FileManager &fileManager = FileManager::standard());
 
-    /// Returns the store that the whole program shares. It is created on first use.
+    /// Returns the store that the whole program shares. The shared store is created on first use.
     [[nodiscard]] static CameraConfigurationStore &shared();
 
-    /// Returns the folder of the list and its recovery copy without creating it. The default is
-    /// "lumvik" in $XDG_DATA_HOME, which in turn defaults to ~/.local/share. The process is aborted
-    /// if the user has no home folder.
+    /// Returns the folder of the list and its recovery copy without creating it. The default folder
+    /// is "lumvik" in $XDG_DATA_HOME, which in turn defaults to ~/.local/share. The process is
+    /// aborted if the user has no home folder.
     [[nodiscard]] QString appSupportDirectory() const;
 
     /// Returns the stored list, which is empty when none has ever been saved. A good list is copied
     /// to the recovery copy. When the list is damaged or empty, the recovery copy is returned
     /// instead, and the damaged file stays in place until the next save.
     ///
-    /// Fails when neither file contains a camera. The error is noCameras when the last file that
-    /// was read is a valid document without cameras, and otherwise the error of the list itself.
+    /// Fails when neither the list nor the recovery copy contains a camera. The error is noCameras
+    /// if one of the two is a valid document without cameras, and otherwise the error of the list.
     [[nodiscard]] tl::expected<CameraList, StoreError> load() const;
 
     /// Stores the list and its recovery copy, and creates the folder (mode 0700) if necessary. The
@@ -50,8 +50,9 @@ class CameraConfigurationStore {
     [[nodiscard]] tl::expected<void, StoreError> save(const CameraList &cameras) const;
 
     /// Writes the list to the file at `location`. The store's own files are not touched. An empty
-    /// list is refused with noCameras. When only the permissions cannot be set, for example on a
-    /// memory stick without permissions, the complete file stays and the error is returned.
+    /// list is refused with noCameras. If the file is written but its permissions cannot be set,
+    /// for example on a memory stick without permissions, the file is kept and an error is
+    /// returned.
     [[nodiscard]] tl::expected<void, StoreError> exportCameras(const CameraList &cameras,
                                                                const QString &location) const;
 

@@ -35,7 +35,8 @@ int refusalToRead(const struct stat &status) {
 /// Reads to the end of the file, but at most one byte more than `limit`. The extra byte tells the
 /// caller that the file is too large. Returns an errno value on failure.
 tl::expected<QByteArray, int> readUpTo(int descriptor, qint64 limit, qint64 expectedSize) {
-    // The size is only a hint: the file may be growing, and some file systems always report 0.
+    // The reported size is only a hint: the file may be growing, and some file systems always
+    // report 0.
     QByteArray bytes;
     bytes.resize(std::min(expectedSize, limit) + 1);
     qint64 used = 0;
@@ -63,10 +64,10 @@ int makeDirectory(const std::filesystem::path &path, mode_t mode) {
     if (::stat(path.c_str(), &status) == 0)
         return S_ISDIR(status.st_mode) ? 0 : ENOTDIR;
     if (::mkdir(path.c_str(), mode) != 0) {
-        const int error = errno; // EEXIST when another instance was faster, which is no failure.
+        const int error = errno; // EEXIST if another instance created the folder first.
         return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? 0 : error;
     }
-    // The umask may have cleared bits that the owner needs.
+    // The umask may have cleared permission bits that the owner needs.
     if (::chmod(path.c_str(), mode) != 0)
         return errno;
     synchronizeFolder(path.parent_path());
@@ -90,7 +91,8 @@ bool FileManager::fileExists(const QString &path) const {
 tl::expected<QByteArray, FileError> FileManager::contents(const QString &path, qint64 limit) const {
     const QByteArray nativePath = QFile::encodeName(path);
     // The file type is checked before the file is opened, because merely opening some devices has
-    // side effects. It is checked again afterwards, because the file may have been replaced.
+    // side effects. The type of the opened file is checked again, because the file may have been
+    // replaced in the meantime.
     struct stat status {};
     if (::stat(nativePath.constData(), &status) != 0)
         return failure(Operation::read, path, errno);

@@ -25,14 +25,14 @@ class FileManager {
 
     [[nodiscard]] static const FileManager &standard();
 
-    /// Returns whether anything exists at `path`. Links are followed, so a broken link does not
-    /// count. Also returns true when the system denies the check: a list that cannot be accessed
+    /// Returns whether anything exists at `path`. Links are followed, so a broken link counts as
+    /// missing. Also returns true when the system denies the check: a list that cannot be accessed
     /// must be reported as an error and not be mistaken for one that was never saved.
     [[nodiscard]] virtual bool fileExists(const QString &path) const;
 
     /// Returns all bytes of the regular file at `path`, or EFBIG if there are more than `limit`.
     /// Anything other than a regular file is refused without being opened, so that a pipe cannot
-    /// block the program: EISDIR for a folder, ENODEV for the rest.
+    /// block the program. The error is EISDIR for a folder and ENODEV for everything else.
     [[nodiscard]] virtual tl::expected<QByteArray, FileError> contents(const QString &path,
                                                                        qint64 limit) const;
 
@@ -41,7 +41,7 @@ class FileManager {
     [[nodiscard]] virtual tl::expected<void, FileError> createDirectory(const QString &path,
                                                                         mode_t mode) const;
 
-    /// Replaces the contents of the file at `path` by `bytes`. Other processes see either all of
+    /// Replaces the contents of the file at `path` with `bytes`. Other processes see either all of
     /// the old contents or all of the new ones (see AtomicWrite.h).
     [[nodiscard]] virtual tl::expected<void, FileError> writeAtomically(const QByteArray &bytes,
                                                                         const QString &path) const;

@@ -18,23 +18,24 @@ namespace {
 constexpr QMargins cellSpacing{
     CameraFieldDelegate::columnSpacing / 2, CameraFieldDelegate::rowSpacing / 2,
     CameraFieldDelegate::columnSpacing / 2, CameraFieldDelegate::rowSpacing / 2};
-/// Between the field and the edges of its cell, in addition to the cell spacing.
+/// The margins between a field and the edges of its cell, in addition to the cell spacing.
 constexpr QMargins fieldMargins{8, 4, 8, 6};
 constexpr int textMargin = 7;
 constexpr qreal fieldRadius = 6;
 constexpr int outlineWidth = 1;
-/// The outline of the field that is being edited or that has the focus.
+/// The width of the outline of a field that is being edited or that has the focus.
 constexpr int strongOutlineWidth = 2;
 /// The margin that QLineEdit itself leaves at the left and right of its text.
 constexpr int lineEditMargin = 2;
 
 constexpr int handleFontSize = 15;
 constexpr int nameFontSize = 13;
-/// The fixed-width font of addresses looks larger than the proportional font of names.
+/// Addresses have a smaller size, because their fixed-width font looks larger than the proportional
+/// font of names.
 constexpr int addressFontSize = 12;
 
-// Both length limits only have to exceed every imported text: QLineEdit's default limit of 32,767
-// would truncate a longer text as soon as it is edited.
+// The length limits of the fields exceed the length of every realistic text. QLineEdit's default
+// limit of 32,767 would truncate a longer imported text as soon as the user edits it.
 
 /// The length limit of a camera's name in UTF-16 code units.
 constexpr int longestName = 1024 * 1024;
@@ -153,7 +154,8 @@ void CameraFieldDelegate::setModelData(QWidget *editor, QAbstractItemModel *mode
 
 void CameraFieldDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
                                                const QModelIndex &) const {
-    // The editor's text is drawn at the place of the cell's text and leaves the outline visible.
+    // The editor draws its text exactly where the cell draws it, and leaves the outline of the
+    // field visible.
     constexpr int indent = textMargin - lineEditMargin;
     editor->setGeometry(
         fieldRect(option.rect).adjusted(indent, strongOutlineWidth, -indent, -strongOutlineWidth));
@@ -170,15 +172,15 @@ bool CameraFieldDelegate::eventFilter(QObject *watched, QEvent *event) {
         field->setModified(true);
         Q_EMIT commitData(field);
     }
-    // Qt would close the editor in a later iteration of the event loop. A second Return, which
-    // presses the Save button, could arrive before that and be lost in the closing editor.
+    // By default, Qt closes a field editor in a later iteration of the event loop. A second Return,
+    // which is meant for the Save button, would then be lost if it arrived in the closing editor.
     if (key == Qt::Key_Return || key == Qt::Key_Enter) {
         Q_EMIT commitData(field);
         Q_EMIT closeEditor(field, SubmitModelCache);
         return true;
     }
-    // The edit stays open while another window has the focus, so that the user can copy an address
-    // there and paste it here.
+    // An edit stays open while another window has the focus, so that the user can copy an address
+    // from that window and paste it into the field.
     if (field != nullptr && event->type() == QEvent::FocusOut &&
         static_cast<QFocusEvent *>(event)->reason() == Qt::ActiveWindowFocusReason)
         return false;

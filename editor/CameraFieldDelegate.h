@@ -13,7 +13,8 @@ class CameraFieldDelegate final : public QStyledItemDelegate {
   public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    /// The space between two cells in points. Each of the cells contains half of it.
+    /// The space between two columns and between two rows, in points. Each of the two neighbouring
+    /// cells contains half of the space.
     static constexpr int columnSpacing = 8;
     static constexpr int rowSpacing = 6;
 

@@ -98,7 +98,7 @@ QVariant CameraListModel::headerData(int section, Qt::Orientation orientation, i
     if (role == Qt::TextAlignmentRole)
         return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
     if (role == Qt::AccessibleTextRole && section == order)
-        return QStringLiteral("Order"); // The column has no visible title.
+        return QStringLiteral("Order"); // The handle column has no visible title.
     if (role != Qt::DisplayRole)
         return {};
     switch (section) {
@@ -113,7 +113,7 @@ QVariant CameraListModel::headerData(int section, Qt::Orientation orientation, i
 
 Qt::ItemFlags CameraListModel::flags(const QModelIndex &index) const {
     if (!index.isValid())
-        return Qt::ItemIsDropEnabled; // A drop is possible between rows and below them.
+        return Qt::ItemIsDropEnabled; // Rows can be dropped between and below rows.
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled;
     if (index.column() != order)
         flags |= Qt::ItemIsEditable;

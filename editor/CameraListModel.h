@@ -9,8 +9,8 @@ namespace lumvik {
 /// The table model of the editor's draft. Each camera is a row. The columns are the drag handle,
 /// the name and the address.
 ///
-/// A dragged row is transferred as its row number in a private MIME type. Nothing else can
-/// therefore be dropped on the table, and a row cannot be dropped on another program. Main thread
+/// A dragged row is transferred as its row number in a private MIME type. The table therefore
+/// accepts no data from other programs, and other programs accept no row of the table. Main thread
 /// only.
 class CameraListModel final : public QAbstractTableModel {
     Q_OBJECT
@@ -23,7 +23,7 @@ class CameraListModel final : public QAbstractTableModel {
 
     explicit CameraListModel(CameraList cameras);
 
-    /// Returns the draft. Its strings are exactly as the user typed them.
+    /// Returns the draft, whose strings are exactly as the user typed them.
     [[nodiscard]] const CameraList &cameras() const { return m_cameras; }
     /// Replaces the whole draft.
     void setCameras(CameraList cameras);

@@ -19,9 +19,10 @@ namespace lumvik {
 namespace {
 
 /// Returns a window rectangle of `size`, centred in the available area of a screen. The size is
-/// reduced if the window and its title bar would not fit.
+/// reduced if the window and its title bar would not fit into that area.
 QRect centredGeometry(const QSize &size, const QRect &available) {
-    // An upper bound in points. The actual height is known only after the window was shown.
+    // An upper bound of the height of the title bar, in points. The actual height is known only
+    // after the window has been shown.
     constexpr int titleBarHeight = 40;
     QRect geometry(QPoint(), size.boundedTo(available.size() - QSize(0, titleBarHeight)));
     geometry.moveCenter(available.center());
@@ -68,8 +69,8 @@ void CameraSettingsController::connectWindow() {
     connect(m_tableView, &CameraTableView::selectedRowChanged, this, &Self::updateRemoveButton);
     connect(m_tableView, &CameraTableView::moveRequested, this, &Self::moveSelectedCamera);
     connect(m_tableView, &CameraTableView::removalRequested, m_window->removeButton,
-            &QPushButton::click); // A disabled button ignores the click.
-    // Queued, because the drag is still in progress when the drop is reported.
+            &QPushButton::click); // A disabled Remove button ignores clicks.
+    // The connection is queued, because the drag is still in progress when the drop is reported.
     connect(m_model.get(), &CameraListModel::rowDropped, this, &Self::selectDroppedRow,
             Qt::QueuedConnection);
     m_window->openUrl = m_environment.openUrl;
@@ -98,18 +99,19 @@ void CameraSettingsController::show(int selectedRow, bool staysOnTop, const QScr
 }
 
 void CameraSettingsController::bringToFront() {
-    // Set on the widget: it learns of a changed window state only in a later event, and would
-    // otherwise still report the window as minimised.
+    // The state is set on the QWidget. The widget is notified of a state that is set on its QWindow
+    // only in a later event, and would report the window as minimised until then.
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
-    // The request may come from outside the program, after the viewer was activated. QWidget's own
-    // activation would use an older time stamp than the viewer's, and the window manager would
-    // reject it.
+    // The request may come from outside the program, just after the viewer was activated.
+    // QWidget::activateWindow() would then use an older time stamp than the activation of the
+    // viewer, and the window manager would ignore the call.
     if (QWindow *window = m_window->windowHandle())
         activateWindow(*window, {});
 }
 
 void CameraSettingsController::setStaysOnTop(bool staysOnTop) {
-    // Set on the QWindow: QWidget::setWindowFlag() would hide and recreate the window.
+    // The flag is set on the QWindow, because QWidget::setWindowFlag() would hide and recreate the
+    // window.
     if (QWindow *window = m_window->windowHandle())
         window->setFlag(Qt::WindowStaysOnTopHint, staysOnTop);
 }
@@ -127,8 +129,8 @@ void CameraSettingsController::windowDidClose() {
 
 void CameraSettingsController::updateRemoveButton() {
     const bool canRemove = canRemoveCamera(draftCameras().size(), m_tableView->selectedRow() >= 0);
-    // A button that becomes disabled passes the focus to its neighbour, so the next press of the
-    // space bar would sort the list.
+    // A disabled button passes the focus to its neighbour. The next press of the space bar would
+    // then sort the list instead of doing nothing.
     if (!canRemove && m_window->removeButton->hasFocus())
         m_tableView->setFocus();
     m_window->removeButton->setEnabled(canRemove);
@@ -245,7 +247,8 @@ std::optional<CameraList> CameraSettingsController::validatedDraft() {
     if (validated)
         return *std::move(validated);
     const CameraListProblem &problem = validated.error();
-    LumvikLog::protectAddresses(addressesOf(draftCameras())); // A name may contain an address.
+    // A camera's name may contain an address.
+    LumvikLog::protectAddresses(addressesOf(draftCameras()));
     showAlert(problem.title + LumvikLog::redacted(problem.nameInTitle), problem.message);
     if (problem.row) {
         m_tableView->editCell(*problem.row, problem.field == CameraField::name

@@ -35,8 +35,8 @@ struct CameraSettingsEnvironment {
 struct CameraSettingsHandlers {
     /// Saves and applies a validated list. The editor stays open when an error is returned.
     std::function<tl::expected<void, StoreError>(const CameraList &)> save;
-    /// Called once when the window has closed. The editor must not be destroyed within the call,
-    /// but may be in a later iteration of the event loop.
+    /// Called once when the window has closed. The handler must not destroy the editor, but may
+    /// schedule its destruction for a later iteration of the event loop.
     std::function<void()> close;
     /// Called for a key that no widget in the window handled. Returns whether the key was handled.
     std::function<bool(QKeyEvent &)> keyDown;
@@ -47,8 +47,8 @@ struct CameraSettingsHandlers {
 /// or discard the changes.
 ///
 /// The editor works on a draft: neither the viewer nor the stored list changes until `save`
-/// succeeds. AppDelegate owns at most one editor at a time, from the menu item "Camera Addresses…"
-/// until the window closes. Main thread only.
+/// succeeds. AppDelegate owns at most one editor at a time. The editor exists from the choice of
+/// the menu item "Camera Addresses…" until its window closes. Main thread only.
 class CameraSettingsController final : public QObject {
     Q_OBJECT
 
@@ -69,8 +69,8 @@ class CameraSettingsController final : public QObject {
     [[nodiscard]] CameraSettingsWindow &window() { return *m_window; }
     [[nodiscard]] const CameraList &draftCameras() const;
 
-    // The actions of the buttons. All except `cancel` first commit an edit in progress, so that the
-    // text typed so far is included.
+    // The actions of the buttons. All actions except `cancel` first commit an edit in progress, so
+    // that the text typed so far is part of the draft.
     void addCamera();
     void removeCamera();
     void sortCameras(Qt::SortOrder order);
@@ -87,8 +87,8 @@ class CameraSettingsController final : public QObject {
     void updateRemoveButton();
     void windowDidClose();
     void showAlert(const QString &title, const QString &message);
-    /// Returns the validated list. If the draft is invalid, shows an alert, starts editing the cell
-    /// at fault and returns nothing.
+    /// Returns the validated list. If the draft is invalid, shows an alert, starts editing the
+    /// invalid cell and returns nothing.
     [[nodiscard]] std::optional<CameraList> validatedDraft();
     void selectDroppedRow(int row);
 

@@ -20,10 +20,10 @@ constexpr QSize initialSize{900, 620};
 /// The smallest size in which all buttons fit into one row and several cameras are visible.
 constexpr QSize minimumWindowSize{760, 480};
 constexpr QMargins windowMargins{30, 26, 30, 20};
-/// Between the parts of the window, and between the groups of buttons.
+/// The space between the parts of the window, and between the groups of buttons.
 constexpr int sectionSpacing = 16;
 constexpr int headingSpacing = 6;
-/// Between a button's title and its left and right edges.
+/// The space between the title of a button and its left and right edges.
 constexpr int buttonPadding = 14;
 constexpr QMargins tableInsets{10, 8, 10, 18};
 constexpr int headingFontSize = 22;

@@ -13,7 +13,7 @@ class CameraListModel;
 class CameraTableView;
 
 /// The editor's window, which lays out the heading, the explanation, the table, the buttons and the
-/// footer. CameraSettingsController implements their behaviour. Main thread only.
+/// footer. CameraSettingsController implements the behaviour of the controls. Main thread only.
 class CameraSettingsWindow final : public QDialog {
     Q_OBJECT
 
@@ -32,9 +32,9 @@ class CameraSettingsWindow final : public QDialog {
     QPushButton *cancelButton = nullptr;
     QPushButton *saveButton = nullptr;
 
-    /// Called with the address of the footer's link when the user clicks it.
+    /// Called with the address of the footer's link when the user clicks the link.
     std::function<void(const QUrl &)> openUrl;
-    /// Called whenever the window is closed, in whatever way.
+    /// Called whenever the window is closed, whether by a button, a key or the window manager.
     std::function<void()> didClose;
     /// Called for a key that no widget in the window handled. Returns whether the key was handled.
     std::function<bool(QKeyEvent &)> keyDown;

@@ -22,35 +22,36 @@ namespace {
 
 // Lengths are in points.
 
-/// The height of a row apart from CameraFieldDelegate::rowSpacing.
+/// The height of a row without CameraFieldDelegate::rowSpacing.
 constexpr int rowHeightWithoutSpacing = 38;
-/// Wide enough for the handle's symbol and easy to hit with the pointer.
+/// The width of the drag handle, which is easy to hit with the pointer.
 constexpr int handleWidth = 28;
 /// The initial width of the name column. The address column gets the rest of the window.
 constexpr int nameWidth = 205;
-/// Enough for a name of two short words.
+/// The minimum width of the name column shows a name of two short words.
 constexpr int minimumNameWidth = 150;
-/// Enough for an address with a numeric host, a port and a short path.
+/// The minimum width of the address column shows an address with a numeric host, a port and a short
+/// path.
 constexpr int minimumAddressWidth = 330;
 constexpr qreal dropLineThickness = 3;
-/// Between the line that marks the drop position and the edges of the table.
+/// The space between the line that marks the drop position and the edges of the table.
 constexpr qreal dropLineInset = 4;
 
-/// Does not draw the backgrounds of rows and cells, because CameraTableView::paintRow() does. Draws
+/// A style that leaves the backgrounds of rows and cells to CameraTableView::paintRow(), and draws
 /// the drop position as a line across the whole table.
 class CameraTableStyle final : public QProxyStyle {
   public:
     void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
                      const QWidget *widget) const override {
         if (element == CE_HeaderSection)
-            return; // The titles have no background of their own.
+            return; // Column titles have no background of their own.
         const auto *header = qstyleoption_cast<const QStyleOptionHeader *>(option);
         if (element != CE_HeaderLabel || header == nullptr) {
             QProxyStyle::drawControl(element, option, painter, widget);
             return;
         }
         QStyleOptionHeader label = *header;
-        // Align the titles with the texts in the fields.
+        // Align the column titles with the texts in the fields.
         const int indent = CameraFieldDelegate::textIndent();
         label.rect.adjust(indent, 0, -indent, 0);
         QProxyStyle::drawControl(element, &label, painter, widget);
@@ -203,7 +204,8 @@ bool CameraTableView::edit(const QModelIndex &index, EditTrigger trigger, QEvent
 }
 
 void CameraTableView::rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) {
-    // Another row becomes the current one, and the table must not scroll to it.
+    // Removing the current row makes another row current, and the table must not scroll to that
+    // row.
     const bool scrolled = hasAutoScroll();
     setAutoScroll(false);
     QTableView::rowsAboutToBeRemoved(parent, first, last);
@@ -226,7 +228,7 @@ void CameraTableView::keyPressEvent(QKeyEvent *event) {
     else if (event->key() == Qt::Key_Delete && event->modifiers() == Qt::NoModifier)
         Q_EMIT removalRequested();
     else if (event->key() == Qt::Key_Space && currentIndex().isValid())
-        edit(currentIndex(), EditKeyPressed, event); // Unlike typing, this keeps the text.
+        edit(currentIndex(), EditKeyPressed, event); // Unlike typing, Space keeps the text.
     else
         QTableView::keyPressEvent(event);
 }
@@ -238,8 +240,8 @@ QModelIndex CameraTableView::moveCursor(CursorAction action, Qt::KeyboardModifie
     if (action == MoveNext || action == MoveLeft || action == MoveHome)
         return next.siblingAtColumn(CameraListModel::name);
     if (action == MovePrevious) {
-        // Backwards from a name to the address in the row above, or from the first field of the
-        // table to the last one.
+        // Shift+Tab moves from a name to the address in the row above, and from the first field of
+        // the table to the last field.
         const int row = (next.row() > 0 ? next.row() : m_cameras.rowCount()) - 1;
         return m_cameras.index(row, CameraListModel::address);
     }
@@ -291,7 +293,7 @@ void CameraTableView::startDrag(Qt::DropActions supportedActions) {
 }
 
 QPixmap CameraTableView::dragImageOfRow(int row) const {
-    // The image is translucent, so that the drop position beneath it stays visible.
+    // The drag image is translucent, so that the drop position beneath it stays visible.
     constexpr qreal opacity = 0.8;
     const QRect bounds = rowRect(row);
     QPixmap image(bounds.size() * devicePixelRatio());

@@ -6,7 +6,7 @@ namespace lumvik {
 
 class CameraListModel;
 
-/// Whether the table scrolls to a row that is selected by the program.
+/// Whether the table scrolls to a row that the program selects.
 enum class Scrolling { keepPlace, intoView };
 
 /// The table of cameras. Rows have rounded backgrounds and can be dragged by any of their cells; a
@@ -37,15 +37,16 @@ class CameraTableView final : public QTableView {
 
   protected:
     void paintEvent(QPaintEvent *event) override;
-    /// Does nothing while an alert or a file panel is open. If the current cell is a drag handle,
-    /// edits the name in the same row. Otherwise behaves as in QTableView.
+    /// Starts an edit like QTableView, with two exceptions: no edit starts while an alert or a file
+    /// panel is open, and a key pressed on a drag handle edits the name in the same row.
     using QTableView::edit;
     bool edit(const QModelIndex &index, EditTrigger trigger, QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void startDrag(Qt::DropActions supportedActions) override;
     void keyPressEvent(QKeyEvent *event) override;
-    /// Moves as in QTableView, but skips the drag handles, so that Tab goes from field to field.
+    /// Moves the current cell like QTableView, but skips the drag handles, so that Tab moves from
+    /// field to field.
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void rowsAboutToBeRemoved(const QModelIndex &parent, int first, int last) override;
     void selectionChanged(const QItemSelection &selected,

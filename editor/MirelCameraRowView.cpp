@@ -8,7 +8,7 @@ namespace lumvik {
 
 namespace {
 
-// In points.
+// Lengths are in points.
 constexpr qreal insetX = 2;
 constexpr qreal insetY = 1;
 constexpr qreal cornerRadius = 7;

@@ -12,7 +12,7 @@ namespace lumvik {
 
 namespace {
 
-/// In points.
+/// The width of the insertion point, in points.
 constexpr int insertionPointWidth = 2;
 
 /// Hides Qt's insertion point, which has the colour of the text. MirelFieldEditor draws its own.
@@ -56,7 +56,7 @@ QColor MirelFieldEditor::insertionPointColor() const {
 
 void MirelFieldEditor::applyAccentColours() {
     QPalette colours = palette();
-    // Set for all colour groups, so that an inactive window keeps the colours as well.
+    // The colours are set for all colour groups, so that they also apply in an inactive window.
     colours.setColor(QPalette::Highlight, mirelSelection().background);
     colours.setColor(QPalette::HighlightedText, mirelSelection().foreground);
     if (colours != palette())
@@ -93,7 +93,7 @@ void MirelFieldEditor::paintEvent(QPaintEvent *event) {
     QLineEdit::paintEvent(event);
     if (!m_insertionPointIsOn || isReadOnly())
         return;
-    // cursorRect() is wider than the line that is drawn.
+    // cursorRect() is wider than the insertion point.
     QRect line = cursorRect();
     line.setLeft(line.center().x());
     line.setWidth(insertionPointWidth);

@@ -16,8 +16,8 @@ struct SelectedTextAttributes {
 };
 
 /// The text field in which a camera's name or address is edited. Selected text is white on the
-/// accent colour, and the insertion point has the accent colour. These colours stay in effect
-/// whatever palette the desktop theme or other code sets. Main thread only.
+/// accent colour, and the insertion point has the accent colour. The desktop theme and palettes
+/// that other code sets do not change these colours. Main thread only.
 class MirelFieldEditor final : public QLineEdit {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ class MirelFieldEditor final : public QLineEdit {
     /// Returns white on the accent colour.
     [[nodiscard]] static const SelectedTextAttributes &mirelSelection();
 
-    /// Returns the colours in effect, which always equal mirelSelection.
+    /// Returns the current colours of selected text, which always equal mirelSelection().
     [[nodiscard]] SelectedTextAttributes selectedTextAttributes() const;
     /// Returns the accent colour.
     [[nodiscard]] QColor insertionPointColor() const;

@@ -6,7 +6,7 @@ namespace lumvik {
 
 namespace {
 
-/// The longest wait for one event, in seconds. It is only an upper bound, because `stop` wakes the
+/// The longest wait for one event, in seconds. `stop` does not take that long, because it wakes the
 /// pump.
 constexpr double eventTimeout = 0.5;
 

@@ -11,12 +11,12 @@
 
 namespace lumvik {
 
-/// Pumps the event queue of one player on a dedicated thread. Delivers the relevant events to the
-/// main thread, each with the generation of the player that produced it.
+/// Pumps the event queue of one player on a dedicated thread. The loop delivers the relevant events
+/// to the main thread, each with the generation of the player that produced it.
 ///
 /// The controller creates and starts one loop for each player, and stops and deletes it before it
-/// destroys the player. A loop starts and stops at most once; further calls do nothing. `start`,
-/// `stop` and the destructor must be called on the main thread.
+/// destroys the player. A loop starts and stops at most once; further calls of `start` and `stop`
+/// do nothing. `start`, `stop` and the destructor must be called on the main thread.
 class MPVEventLoop {
   public:
     /// Runs on the main thread for each event. Events may still arrive after `stop`; the receiver
@@ -29,12 +29,12 @@ class MPVEventLoop {
                  Handler handler);
     MPVEventLoop(const MPVEventLoop &) = delete;
     MPVEventLoop &operator=(const MPVEventLoop &) = delete;
-    /// Stops the pump first.
+    /// Stops the pump before the members are destroyed.
     ~MPVEventLoop();
 
     void start();
 
-    /// Asks the pump to finish and waits until it has. Wakes the pump, so the wait lasts no longer
+    /// Asks the pump to finish and waits for it. The pump is woken, so the wait lasts no longer
     /// than the handling of one event.
     void stop();
 
@@ -50,8 +50,8 @@ class MPVEventLoop {
     std::mutex lock; // guards the two flags below; never held while calling libmpv
     bool shouldStop = false;
     bool didStart = false;
-    // Declared last, so that its thread is joined before any member that the pump uses is
-    // destroyed.
+    // The queue is declared last, so that its thread is joined before any member that the pump uses
+    // is destroyed.
     SerialQueue queue;
 };
 

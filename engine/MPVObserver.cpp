@@ -20,11 +20,12 @@ struct MPVObserver::Client {
     mpv_handle *handle = nullptr; // owned; null once the observer is destroyed
     MainQueue *mainQueue = nullptr;
     Handlers handlers;
-    bool isShuttingDown = false; // remaining events are logged but no longer reported
+    bool isShuttingDown = false; // messages are still logged, but changes are not reported
     std::weak_ptr<Client> self;
     std::atomic_bool wakeUpIsPending = false;
 
-    /// libmpv calls this on any of its threads while it holds internal locks, so it only posts.
+    /// libmpv calls this function on any of its threads while it holds internal locks. The function
+    /// therefore only posts a task to the main thread.
     static void wakeUp(void *context) {
         auto *client = static_cast<Client *>(context);
         if (!client->wakeUpIsPending.exchange(true)) {
@@ -35,8 +36,8 @@ struct MPVObserver::Client {
         }
     }
 
-    /// Handles the queued events, at most `maximumEventsPerTurn` of them. Posts another turn if
-    /// more may be left.
+    /// Handles the queued events, at most `maximumEventsPerTurn` of them. Posts another call of
+    /// this function if more events may be left.
     void drain() {
         wakeUpIsPending = false;
         bool parametersChanged = false;
@@ -57,8 +58,8 @@ struct MPVObserver::Client {
         }
         if (events == maximumEventsPerTurn)
             wakeUp(this);
-        // Several changes are reported once, because querying the new values briefly blocks the
-        // engine.
+        // Several changes of a property are reported as one, because querying the new values
+        // briefly blocks the engine.
         if (parametersChanged && !isShuttingDown)
             handlers.videoParametersChanged();
         if (endChanged && !isShuttingDown)
@@ -95,7 +96,8 @@ MPVObserver::MPVObserver(mpv_handle *player, MainQueue &mainQueue, const char *l
 MPVObserver::~MPVObserver() {
     if (m_client->handle == nullptr)
         return;
-    // When this call returns, no wake-up callback is running, so none can access a deleted client.
+    // After this call has returned, no wake-up callback is running, so no callback can access a
+    // deleted client.
     mpv_set_wakeup_callback(m_client->handle, nullptr, nullptr);
     m_client->isShuttingDown = true;
     m_client->drain(); // the last messages often explain why playback ended

@@ -10,28 +10,28 @@
 
 namespace lumvik {
 
-/// A second libmpv client of a player. It covers what the event loop does not: changes of the
-/// decoded picture's shape, the end of a stream (at which the engine keeps showing the last frame
-/// and sends no event), and the engine's own messages, which go to the log.
+/// A second libmpv client of a player. The observer covers what the event loop does not: changes of
+/// the decoded picture's shape, the end of a stream (at which the engine keeps showing the last
+/// frame and sends no event), and the engine's own messages, which go to the log.
 ///
 /// The observer has its own event queue, so that a flood of messages cannot overflow the queue that
-/// playback supervision depends on. Use it on the main thread only. Delete it before its player is
-/// destroyed; otherwise the destruction waits for it.
+/// playback supervision depends on. Use the observer on the main thread only. Delete the observer
+/// before its player is destroyed; otherwise the destruction of the player waits for the observer.
 class MPVObserver {
   public:
-    /// The handlers run on the main thread when a property may have changed. None of them may be
-    /// empty. They receive no value, because it could be outdated by then; query the player
-    /// instead.
+    /// The handlers run on the main thread when a property may have changed. No handler may be
+    /// empty. The handlers receive no value, because a value could be outdated when the handler
+    /// runs; query the player instead.
     struct Handlers {
         /// The size or rotation of the decoded picture changed, or a picture appeared or
         /// disappeared.
         std::function<void()> videoParametersChanged;
-        /// The player reached the stream's last frame, or left it.
+        /// The player reached the end of the stream, or is no longer at the end.
         std::function<void()> endReachedChanged;
     };
 
-    /// Observes `player`. `logLevel` is the least severe level of engine messages to log, by
-    /// libmpv's name ("no" to "trace").
+    /// Observes `player`. `logLevel` is the least severe level of engine messages to log, as a name
+    /// that libmpv defines ("no" to "trace").
     MPVObserver(mpv_handle *player, MainQueue &mainQueue, const char *logLevel, Handlers handlers);
     MPVObserver(const MPVObserver &) = delete;
     MPVObserver &operator=(const MPVObserver &) = delete;

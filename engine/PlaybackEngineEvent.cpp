@@ -10,7 +10,7 @@ namespace {
 
 /// Returns the numerical value of a field whose type is an enumeration of libmpv. The value is
 /// copied as bytes: a library that is newer than the header may send values that the enumeration
-/// lacks, and reading such a value as the enumeration is undefined.
+/// lacks, and reading such a value as the enumeration is undefined behaviour.
 template<typename Enumeration>
 std::int32_t numberIn(const Enumeration &field) {
     static_assert(sizeof(Enumeration) == sizeof(std::int32_t));

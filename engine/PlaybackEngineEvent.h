@@ -8,13 +8,14 @@
 
 namespace lumvik {
 
-/// The events of a player that the program acts on. There are no types for other libmpv events.
+/// The events of a player that the program acts on. The libmpv events that the program ignores have
+/// no types here.
 namespace PlaybackEngineEvents {
 
 /// A stream ended. The reason and the error code are libmpv's numbers.
 struct EndFile {
-    /// The reason for an end event that carries no data. All bits are set, so that it differs from
-    /// every reason that libmpv defines.
+    /// The value of `reason` for an end event that carries no data. All bits are set, so that the
+    /// value differs from every reason that libmpv defines.
     static constexpr std::uint32_t unknownReason = 0xFFFFFFFFU;
 
     std::uint32_t reason = unknownReason;

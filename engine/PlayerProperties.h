@@ -9,8 +9,8 @@
 
 namespace lumvik {
 
-/// Returns the player's property `name` as text, or an empty text when it has no value. Blocks
-/// briefly, until the engine can reply. This also applies to the other functions in this file.
+/// Returns the player's property `name` as text, or an empty text when it has no value. Like the
+/// other functions in this file, this function blocks briefly, until the engine can reply.
 [[nodiscard]] inline std::string textProperty(mpv_handle *player, const char *name) {
     struct Free {
         void operator()(char *text) const { mpv_free(text); }

@@ -52,7 +52,8 @@ bool PlayerTeardown::finish(std::chrono::milliseconds timeLimit) {
     std::erase_if(m_pending, [end](Pending &player) {
         if (!waitUntil(player.destroyed, end))
             return false;
-        // Libraries release their thread-local data when the thread ends, so wait for that as well.
+        // Libraries release their thread-local data when the thread ends, so the player counts as
+        // destroyed only after its thread has ended.
         player.thread.join();
         return true;
     });

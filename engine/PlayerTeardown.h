@@ -11,14 +11,15 @@ namespace lumvik {
 
 /// Destroys players without blocking the main thread for long.
 ///
-/// Destroying a player waits for the stream that it is opening. This takes milliseconds, except
-/// during a look-up by a name server that does not reply: such a look-up cannot be cancelled and
-/// may take half a minute. The player has no connection to the camera at that point, so the next
-/// player can start alongside it. Use this class on the main thread only.
+/// Destroying a player waits for the stream that it is opening. The wait takes milliseconds, except
+/// while the engine looks up a host name and the name server does not reply: such a look-up cannot
+/// be cancelled and may take half a minute. During the look-up the player has no connection to the
+/// camera, so the next player can start alongside it. Use this class on the main thread only.
 class PlayerTeardown {
   public:
-    /// How long `destroy` blocks the main thread at most. Longer than a player needs whose stream
-    /// is open or was refused, and short enough for the window not to appear frozen.
+    /// The longest time for which `destroy` blocks the main thread. A player whose stream is open
+    /// or was refused is destroyed within this time. The window does not appear frozen during so
+    /// short a wait.
     static constexpr std::chrono::milliseconds longestWait{200};
 
     PlayerTeardown() = default;
@@ -28,13 +29,14 @@ class PlayerTeardown {
     ~PlayerTeardown();
 
     /// Destroys `player`, whose render context and other clients must already be destroyed. Returns
-    /// when the player is destroyed, or after `longestWait`; in that case the destruction continues
-    /// on a separate thread.
+    /// when the player is destroyed, or after `longestWait`; in the latter case the destruction
+    /// continues on a separate thread.
     void destroy(mpv_handle *player);
 
     /// Waits until every player passed to `destroy` is destroyed, for at most `timeLimit` in total.
-    /// Returns whether all are destroyed. As long as one is not, the process must not exit by
-    /// returning from main, which would destroy static objects that the engine still uses.
+    /// Returns whether all are destroyed. As long as a player is not destroyed, the process must
+    /// not exit by returning from main, which would destroy static objects that the engine still
+    /// uses.
     [[nodiscard]] bool finish(std::chrono::milliseconds timeLimit);
 
   private:

@@ -26,9 +26,10 @@ struct VideoFocusCrop {
 
 /// Makes `player` show only the area `crop` of its picture. Main thread only.
 ///
-/// mpv 0.35 has no "video-crop" property. There, a filter cuts out the same pixels. The filter has
-/// no access to frames that stay on the graphics card. A decoder that leaves them there is
-/// therefore replaced by one that copies them back, until `removeVideoCrop` is called.
+/// mpv 0.35 has no "video-crop" property, so a filter cuts out the same pixels. The filter cannot
+/// access frames that stay on the graphics card. A decoder that keeps its frames on the card is
+/// therefore replaced by a decoder that copies them to main memory, until `removeVideoCrop` is
+/// called.
 void setVideoCrop(mpv_handle *player, const VideoFocusCrop &crop);
 
 /// Makes `player` show the whole picture temporarily. Keeps the decoder, because changing it would

@@ -16,25 +16,27 @@ namespace lumvik {
 ///
 /// While catching up, frames that follow each other without a pause are dropped. One frame every
 /// `drawingInterval` is still drawn, so that the user sees the picture move. Catching up lasts at
-/// most as long as the stall did, which is enough for cameras of any frame rate. It ends earlier
-/// once frames arrive with pauses again.
+/// most as long as the stall did, within the limits below. As much time as the stall took is enough
+/// for cameras of any frame rate. Catching up ends earlier once frames arrive with pauses again.
 ///
-/// This is a plain value type. All times are in seconds, on any one clock.
+/// VideoFramePacing is a plain value type. All times are in seconds and must come from the same
+/// clock.
 class VideoFramePacing {
   public:
     enum class Verdict { draw, skip };
 
     /// After this many seconds without a frame, a backlog is assumed.
     static constexpr double shortestStall = 0.3;
-    /// A frame announced less than this many seconds after the previous one was shown comes from
+    /// A frame announced less than this many seconds after the previous frame was shown comes from
     /// the backlog. Live frames arrive further apart.
     static constexpr double shortestPause = 0.008;
     /// The interval in seconds at which frames are drawn while catching up.
     static constexpr double drawingInterval = 0.05;
-    /// The shortest and the longest time of catching up in seconds, however long the stall was.
+    /// The limits of the time allowed for catching up, in seconds, however short or long the stall
+    /// was.
     static constexpr double shortestCatchUp = 1.0;
     static constexpr double longestCatchUp = 5.0;
-    /// The number of consecutive frames with pauses before them that ends the catching up.
+    /// Catching up ends early after this many consecutive frames that each followed a pause.
     static constexpr int pausesUntilCaughtUp = 3;
 
     /// Returns what to do with a new frame that is announced at `now`.

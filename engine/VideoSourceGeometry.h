@@ -26,17 +26,17 @@ struct VideoSourceGeometry {
 videoSourceGeometry(std::int64_t width, std::int64_t height, std::int64_t rotation);
 
 /// The narrowest and the widest ratio of width to height that a window adopts from its video. A
-/// window outside this range would be a useless strip.
+/// window with a ratio outside this range would be too narrow or too flat to be useful.
 inline constexpr double narrowestAspectRatio = 0.25;
 inline constexpr double widestAspectRatio = 4.0;
 
-/// The smallest change of the ratio that is worth reshaping the window for. At 1000 points of width
-/// or height it amounts to about one point.
+/// The smallest change of the ratio that is worth reshaping the window for. In a window that is
+/// 1000 points wide or high, this change amounts to about one point.
 inline constexpr double noticeableAspectRatioChange = 0.001;
 
 /// Returns the ratio of displayed width to height that the window should adopt, or nothing if the
-/// window should keep its shape. The window keeps it if the ratio lies outside the range of usable
-/// ratios, or hardly differs from the ratio `applied` before.
+/// window should keep its shape. The window keeps its shape if the ratio lies outside the range of
+/// usable ratios, or hardly differs from the ratio `applied` before.
 [[nodiscard]] std::optional<double> aspectRatioToApply(const VideoSourceGeometry &geometry,
                                                        std::optional<double> applied);
 

@@ -27,7 +27,7 @@ void draw(QPainter &painter, const QString &name, const QRectF &rect, const QCol
     }
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
 
-    // The drawings are white. They serve as a mask for the colour, at the painter's own scale.
+    // The white drawings serve as a mask for the colour, at the painter's own scale.
     const qreal scale = painter.combinedTransform().m11();
     const QSize pixels = (rect.size() * scale).toSize().expandedTo(QSize(1, 1));
     QImage image(pixels, QImage::Format_ARGB32_Premultiplied);

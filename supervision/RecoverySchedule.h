@@ -15,7 +15,7 @@ struct RecoveryPolicy {
     double immediateDelay;
     /// A random part of this time is added to every delay.
     double longestJitter;
-    /// Every attempt whose number is a multiple of this one re-creates the player.
+    /// Every attempt whose number is a multiple of this number re-creates the player.
     std::int64_t attemptsPerRecreation;
 };
 

@@ -24,8 +24,8 @@ bool isDigit(char byte) {
 /// not closed.
 qsizetype endOfString(const QByteArray &json, qsizetype at) {
     constexpr std::string_view escapes = "\"\\/bfnrtu";
-    constexpr unsigned char firstPrintable =
-        0x20; // the characters before it are control characters
+    // Characters with lower codes are control characters.
+    constexpr unsigned char firstPrintable = 0x20;
     for (; at < json.size(); ++at) {
         if (json.at(at) == '"')
             return at;
@@ -63,15 +63,16 @@ QString unreadable(QLatin1String key) {
 }
 
 std::optional<std::int64_t> wholeNumber(const QJsonValue &value) {
-    // For a value that is not a whole number within 64 bits, toInteger returns the given default.
+    // QJsonValue::toInteger() returns the given default if the value is not a whole number within
+    // 64 bits. Only in that case do two different defaults yield different numbers.
     const qint64 number = value.toInteger(0);
     if (!value.isDouble() || number != value.toInteger(1))
         return std::nullopt;
     return number;
 }
 
-/// Whether the address `page` is written with exactly this scheme, host and path. It is split into
-/// its parts by the regular expression of RFC 3986, appendix B.
+/// Returns whether the address `page` is written with exactly this scheme, host and path. The
+/// regular expression that splits the address is based on RFC 3986, appendix B.
 bool hasExactParts(const QString &page, const QString &scheme, const QString &host,
                    const QString &path) {
     static const QRegularExpression parts(QRegularExpression::anchoredPattern(
@@ -83,8 +84,8 @@ bool hasExactParts(const QString &page, const QString &scheme, const QString &ho
            match.captured(u"host") == host && match.captured(u"path") == path;
 }
 
-/// Whether the manifest refers to the Lumvik download page. This must hold both for the address as
-/// written and for the QUrl made from it, because the QUrl is what is opened.
+/// Returns whether the manifest refers to the Lumvik download page. Both the address as written and
+/// the QUrl made from it must match, because the program opens the QUrl.
 bool isDownloadPage(const LumvikUpdateManifest &manifest, const QString &webHost) {
     const QString scheme = QStringLiteral("https");
     const QString path = QStringLiteral("/lumvik");
@@ -95,8 +96,9 @@ bool isDownloadPage(const LumvikUpdateManifest &manifest, const QString &webHost
            url.scheme() == scheme && url.host() == website.host() && url.path() == path;
 }
 
-/// Whether `text` is two to four numbers separated by dots. The pattern is anchored, because "$"
-/// would permit a line break at the end; "[0-9]" excludes digits of other scripts.
+/// Returns whether `text` consists of two to four numbers separated by dots. The pattern is
+/// anchored, because "$" would permit a line break at the end; "[0-9]" excludes digits of other
+/// scripts.
 bool isVersion(const QString &text) {
     static const QRegularExpression pattern(
         QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+(?:\\.[0-9]+){1,3}")));
@@ -121,7 +123,7 @@ tl::expected<LumvikUpdateManifest, QString> decodeUpdateManifest(const QByteArra
         return tl::unexpected(unreadable(versionKey));
     if (!build)
         return tl::unexpected(unreadable(buildKey));
-    // An empty address is not a valid URL. A value that is not a string is empty here.
+    // A value that is not a string yields an empty address, which is not a valid URL.
     if (!QUrl(page, QUrl::StrictMode).isValid())
         return tl::unexpected(unreadable(downloadPageKey));
     return LumvikUpdateManifest{version.toString(), *build, page};

@@ -67,8 +67,8 @@ InstalledVersion LumvikUpdateSettings::runningVersion() {
     return {.version = QStringLiteral(LUMVIK_VERSION), .build = QStringLiteral(LUMVIK_BUILD)};
 }
 
-/// One check. The completion handler is only touched on the main thread; the worker just passes the
-/// check along.
+/// One update check. Only the main thread uses the completion handler. The worker stores checks and
+/// passes them back to the main thread.
 class LumvikUpdateService::Check final : public UpdateCheck,
                                          public std::enable_shared_from_this<Check> {
   public:
@@ -85,13 +85,13 @@ class LumvikUpdateService::Check final : public UpdateCheck,
     }
 
   private:
-    Completion m_completion; ///< Empty after it has run or the check was cancelled.
+    Completion m_completion; ///< Empty after the handler has run or the check was cancelled.
     const std::weak_ptr<Worker> m_worker;
     const std::shared_ptr<SerialQueueHandle> m_queueHandle;
 };
 
-/// The part of the service that lives on the queue's thread. It runs one check at a time and keeps
-/// the others waiting.
+/// The part of the service that runs on the queue's thread. The worker runs one check at a time and
+/// keeps a list of waiting checks.
 class LumvikUpdateService::Worker : public std::enable_shared_from_this<Worker> {
   public:
     Worker(MainQueue &mainQueue, LumvikUpdateSettings settings, SerialQueue &queue)
@@ -108,7 +108,7 @@ class LumvikUpdateService::Worker : public std::enable_shared_from_this<Worker> 
     }
 
     /// Removes a check that has finished or was cancelled, unless it has already been removed.
-    /// Begins the next one if the check was running.
+    /// Begins the next check if the removed one was running.
     void remove(const std::shared_ptr<Check> &check) {
         std::erase(m_waiting, check);
         if (m_running == check)
@@ -156,8 +156,8 @@ void LumvikUpdateService::Worker::begin() {
 void LumvikUpdateService::Worker::finish(LumvikUpdateCheckOutcome outcome) {
     m_mainQueue.async(
         [check = m_running, outcome = std::move(outcome)] { check->deliver(outcome); });
-    // Removed in a later turn, because the download that is deleted with the check may be the
-    // caller.
+    // The check is removed in a later task, because removing it deletes the download, which may be
+    // the caller of this function.
     queueHandle->async([worker = weak_from_this(), check = m_running] {
         if (const auto self = worker.lock())
             self->remove(check);
@@ -184,7 +184,7 @@ LumvikUpdateService::~LumvikUpdateService() {
             running->cancel();
     }
     m_worker->queueHandle->close();
-    // This is the last task. The queue's destructor waits for it.
+    // The last task destroys the worker. The queue's destructor waits for that task.
     m_queue.async([worker = std::move(m_worker)]() mutable { worker.reset(); });
 }
 

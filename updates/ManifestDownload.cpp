@@ -27,7 +27,8 @@ std::uint16_t portOf(const QUrl &address) {
     return static_cast<std::uint16_t>(address.port(httpsPort));
 }
 
-/// Returns the value of the "Host" header. Qt would derive it from the numerical address.
+/// Returns the value of the "Host" header. Qt would derive the header from the numerical address
+/// to which it connects.
 QByteArray hostHeader(const QUrl &address) {
     QString host = hostName(address);
     if (host.contains(u':'))
@@ -56,7 +57,7 @@ ManifestDownload::ManifestDownload(DownloadRequest request,
     , m_manager(new QNetworkAccessManager) {
     m_manager->setProxy(QNetworkProxy::NoProxy);
     m_timeLimitTimer->setSingleShot(true);
-    m_timeLimitTimer->setTimerType(Qt::PreciseTimer); // the default type may be five percent off
+    m_timeLimitTimer->setTimerType(Qt::PreciseTimer); // Coarse timers may be five percent off.
     m_connectionTimer->setSingleShot(true);
     QObject::connect(m_timeLimitTimer.get(), &QTimer::timeout, m_timeLimitTimer.get(), [this] {
         finish(tl::unexpected(transferErrorText(QNetworkReply::TimeoutError, {})));
@@ -89,8 +90,8 @@ void ManifestDownload::fetch(const QUrl &address) {
 void ManifestDownload::lookUp() {
     const bool begun =
         lookUpHost(hostName(m_address), portOf(m_address), m_request.resolver,
-                   // The reference is weak, and only tasks on the queue make it strong, because the
-                   // download must be destroyed on the queue's thread.
+                   // The download must be destroyed on the queue's thread. The look-up therefore
+                   // holds a weak reference, which only tasks on the queue lock.
                    [queueHandle = m_queueHandle, download = weak_from_this()](LookupResult result) {
                        queueHandle->async([download, result = std::move(result)] {
                            if (const auto self = download.lock())
@@ -127,8 +128,8 @@ void ManifestDownload::send(const SocketAddress &address) {
     m_hasHead = false;
     m_body.clear();
     m_reply.reset(m_manager->get(request(address)));
-    // The buffer is larger than the longest permitted body, so that Qt always delivers the first
-    // excess byte.
+    // The read buffer is larger than the longest permitted body, so that Qt always delivers the
+    // first excess byte.
     m_reply->setReadBufferSize(2 * maximumBodySize);
     m_replyContext = std::make_unique<QObject>();
     QNetworkReply *const reply = m_reply.get();
@@ -190,7 +191,7 @@ void ManifestDownload::readBody() {
 }
 
 void ManifestDownload::handleReplyFinished() {
-    const auto self = shared_from_this(); // finishing may release the download
+    const auto self = shared_from_this(); // The completion may release the download.
     if (m_reply->error() != QNetworkReply::NoError)
         return handleError();
     readBody();
@@ -232,8 +233,8 @@ void ManifestDownload::dropReply() {
     if (!m_reply)
         return;
     m_replyContext.reset();
-    // Deleting the reply aborts the transfer. It is not aborted explicitly: if an error were
-    // already pending, Qt would complain about a second one.
+    // Deleting the reply aborts the transfer. The reply is not aborted explicitly, because Qt would
+    // print a warning if another error were already pending.
     m_reply.reset();
 }
 

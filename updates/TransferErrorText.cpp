@@ -17,7 +17,7 @@ QString sentence(const QString &description) {
 } // namespace
 
 QString transferErrorText(QNetworkReply::NetworkError error, const QString &description) {
-    // Qt's own descriptions of the remaining kinds of errors are good enough.
+    // Qt's descriptions of all other kinds of errors are good enough.
     if (error == QNetworkReply::ConnectionRefusedError)
         return QStringLiteral("The update server refused the connection.");
     if (error == QNetworkReply::RemoteHostClosedError)

@@ -9,8 +9,9 @@
 
 namespace lumvik {
 
-/// Parses a decimal integer: ASCII digits, optionally preceded by one sign, and nothing else, not
-/// even spaces. Returns nothing if `text` is anything else or the number does not fit into 64 bits.
+/// Parses a decimal integer, which consists of ASCII digits, optionally preceded by one sign.
+/// Spaces are not allowed. Returns nothing for any other text and for numbers that do not fit into
+/// 64 bits.
 [[nodiscard]] std::optional<std::int64_t> decimalInteger(QStringView text);
 
 /// Returns the numbers of a version text, in order: one for each non-empty piece between dots.

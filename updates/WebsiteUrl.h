@@ -6,7 +6,7 @@
 
 namespace lumvik {
 
-/// The port of HTTPS servers.
+/// The default port of HTTPS.
 inline constexpr std::uint16_t httpsPort = 443;
 
 /// Returns the https URL of the page `path` on the website `host`. Returns an invalid URL if `host`

@@ -20,13 +20,14 @@ struct DisplayedArea {
 
 constexpr std::int64_t smallestSide = 2;
 
-/// Returns 0 for values that are not positive or not a number.
+/// Rounds `value` down to an integer between 0 and `limit`. Returns 0 for NaN.
 std::int64_t clampedDown(double value, std::int64_t limit) {
     return value > 0
                ? static_cast<std::int64_t>(std::min(std::floor(value), static_cast<double>(limit)))
                : 0;
 }
 
+/// Rounds `value` up to an integer between 0 and `limit`. Returns 0 for NaN.
 std::int64_t clampedUp(double value, std::int64_t limit) {
     return value > 0
                ? static_cast<std::int64_t>(std::min(std::ceil(value), static_cast<double>(limit)))
@@ -54,7 +55,7 @@ std::optional<DisplayedArea> displayedArea(const QRectF &selection, const QSizeF
     return area;
 }
 
-/// Returns the same area of the picture before rotation.
+/// Returns the part of the unrotated picture that the user sees as `area` after the rotation.
 VideoFocusCrop sourceArea(const DisplayedArea &area, const VideoSourceGeometry &geometry) {
     const QSizeF source(static_cast<qreal>(geometry.width), static_cast<qreal>(geometry.height));
     switch (geometry.rotation) {
@@ -85,7 +86,7 @@ VideoFocusCrop sourceArea(const DisplayedArea &area, const VideoSourceGeometry &
     }
 }
 
-/// Returns the area clipped to the source, whatever the rounding did.
+/// Returns `crop` restricted to the source, in case rounding has moved an edge beyond it.
 VideoFocusCrop clamped(VideoFocusCrop crop, const VideoSourceGeometry &geometry) {
     const auto clampedStart = [](std::int64_t start, std::int64_t length) {
         return std::min(std::max<std::int64_t>(length - smallestSide, 0),

@@ -11,8 +11,8 @@
 
 namespace lumvik {
 
-/// The smallest content size, in points, of a window that shows an area. It is smaller than that of
-/// a window that shows the whole picture, because an area may have any shape.
+/// The smallest content size, in points, of a window that shows an area. An area may have any
+/// shape, so this minimum is smaller than that of a window that shows the whole picture.
 inline constexpr QSize minimumAreaContentSize{160, 160};
 
 /// Returns the area of the source, in pixels, that a rectangle on the screen covers. `selection` is

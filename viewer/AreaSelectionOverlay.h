@@ -8,7 +8,7 @@
 
 namespace lumvik {
 
-/// Draws the selection of an area of the picture: it darkens everything except the selected area,
+/// Draws the selection of an area of the picture: darkens everything except the selected area,
 /// draws a dashed outline around the area, and shows a badge with a hint near the lower edge. The
 /// overlay is hidden unless an area is being selected. Main thread only.
 class AreaSelectionOverlay final : public QQuickPaintedItem {
@@ -17,8 +17,9 @@ class AreaSelectionOverlay final : public QQuickPaintedItem {
   public:
     explicit AreaSelectionOverlay(QQuickItem *parent);
 
-    /// `selection` is in this item's coordinates, and empty if nothing is selected yet.
-    /// `isDragging` is true while the mouse button is held.
+    /// Sets the selected rectangle and redraws the overlay. `selection` is in this item's
+    /// coordinates, and empty if nothing is selected yet. `isDragging` is true while the mouse
+    /// button is held.
     void setSelection(const std::optional<QRectF> &selection, bool isDragging);
 
     /// Returns the text of the badge.

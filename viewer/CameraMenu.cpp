@@ -31,7 +31,7 @@ QColor menuColour() {
 QColor frameColour() {
     return {84, 84, 88};
 }
-/// The colour of text on the dark background. It is less bright than the text of the highlighted
+/// The colour of text on the dark background, which is less bright than the text of the highlighted
 /// row.
 QColor labelColour() {
     return QColor::fromRgbF(1, 1, 1, 0.85F);
@@ -89,13 +89,14 @@ void MirelCameraMenuItemView::draw(QPainter &painter, const QRectF &bounds,
 
 void MirelCameraMenuItemView::activate() const {
     closePopUpMenus();
-    // The handler is copied, because it may replace the items and thereby destroy this view.
+    // The handler is copied, because the handler may replace the items and thereby destroy this
+    // view.
     const auto handler = activationHandler;
     if (handler)
         handler();
 }
 
-// ---- The menu around them ----
+// ---- The menu ----
 
 CameraMenuStyle::CameraMenuStyle(ViewOfItem viewOfItem)
     : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion")))
@@ -110,7 +111,8 @@ void CameraMenuStyle::drawControl(ControlElement element, const QStyleOption *op
                                   QPainter *painter, const QWidget *widget) const {
     const auto *menu = qobject_cast<const QMenu *>(widget);
     if (element == CE_MenuItem && menu != nullptr) {
-        // The first and the last visible row of a long menu may be cut.
+        // The first and the last visible row of a long menu may be partly hidden, so the item is
+        // looked up at the centre of the row's visible part.
         const QAction *item = menu->actionAt(option->rect.intersected(menu->rect()).center());
         if (const auto *view = item == nullptr ? nullptr : m_viewOfItem(item)) {
             view->draw(*painter, QRectF(option->rect), option->state.testFlag(State_Selected));

@@ -20,7 +20,8 @@ constexpr qreal arrowMargin = 7; // between the arrow and the right edge
 constexpr qreal menuGap = 4;     // between the picker and its menu
 constexpr float groundAlpha = 0.66F;
 
-/// Returns a name that is safe in a menu, where a tab character would start a keyboard shortcut.
+/// Returns `name` with control characters replaced by spaces. In a menu item, a tab character would
+/// separate the text from a keyboard shortcut.
 QString inOneLine(QString name) {
     for (QChar &each : name) {
         if (each.category() == QChar::Other_Control)

@@ -12,7 +12,7 @@
 
 namespace lumvik {
 
-/// The callbacks of a camera picker. All run on the main thread.
+/// The callbacks of a camera picker. All callbacks run on the main thread.
 struct CameraPickerDelegate {
     std::function<void()> menuWillOpen;
     std::function<void()> menuDidClose;

@@ -19,7 +19,7 @@ namespace lumvik {
 
 namespace {
 
-/// The interval of the checks whether the user has released the window, in milliseconds.
+/// The interval at which the view checks whether the user has released the window, in milliseconds.
 constexpr int afterDragInterval = 150;
 
 /// How long a finished selection stays visible before the completion handler runs, in seconds.
@@ -64,7 +64,7 @@ DraggableContentView::DraggableContentView(MainQueue &mainQueue, QQuickItem *par
     m_afterDrag.setInterval(afterDragInterval);
     connect(&m_afterDrag, &QTimer::timeout, this, &DraggableContentView::checkHoverAfterDrag);
     // The base class's constructor reports the window of a new item before this class is
-    // constructed.
+    // constructed, so the `itemChange` of this class is not called for it.
     if (window() != nullptr)
         window()->installEventFilter(this);
 }
@@ -179,7 +179,8 @@ void DraggableContentView::mouseUngrabEvent() {
     m_pressed.reset();
     m_grabPoint.reset();
     if (m_isSelectingFocusArea && m_focusSelectionStart) {
-        // Another item received the rest of the drag. The user may start a new one.
+        // Another item receives the rest of this drag, so the unfinished rectangle is discarded.
+        // The user may drag again.
         m_focusSelectionStart.reset();
         m_focusSelectionRect.reset();
         showFocusSelection();
@@ -227,7 +228,8 @@ void DraggableContentView::beginDrag(const QPointF &pressed) {
 }
 
 void DraggableContentView::windowManagerTookOver() {
-    // The release event never arrives. Without it, this item would receive all later events.
+    // The window manager receives the release of the button. This item therefore has to end its
+    // mouse grab itself; otherwise it would receive all later mouse events.
     QMetaObject::invokeMethod(
         this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
     m_afterDrag.start();
@@ -237,7 +239,8 @@ void DraggableContentView::checkHoverAfterDrag() {
     if (mouseButtonIsDown())
         return;
     m_afterDrag.stop();
-    // Under Wayland, clients cannot query the pointer, but the compositor reports that it has left.
+    // Under Wayland, clients cannot query the pointer, but the compositor reports when the pointer
+    // leaves the window.
     if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return;
     if (window() != nullptr &&
@@ -322,7 +325,8 @@ void DraggableContentView::showFocusSelection() {
 void DraggableContentView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) {
     QQuickItem::geometryChange(newGeometry, oldGeometry);
     m_overlay->setSize(newGeometry.size());
-    // In a view of another size, the rectangle covers another part of the picture.
+    // In a view of a different size, the selected rectangle would cover a different part of the
+    // picture.
     if (newGeometry.size() != oldGeometry.size() && m_focusSelectionRect)
         cancelFocusSelection(CancellationNotice::notify);
 }

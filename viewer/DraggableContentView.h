@@ -16,11 +16,13 @@ namespace lumvik {
 inline constexpr qreal resizeMargin = 6;
 
 /// Returns the edges of a content of the size `size` that are within `margin` of `position`.
-/// Returns none if `position` is in the middle. All values are in points.
+/// Returns no edges if `position` is farther from all edges or outside the content. All values are
+/// in points.
 [[nodiscard]] Qt::Edges resizeEdges(const QPointF &position, const QSizeF &size,
                                     qreal margin = resizeMargin);
 
-/// Returns the cursor that indicates what a drag from these edges does.
+/// Returns the cursor that indicates whether a drag that starts at `edges` resizes the window, and
+/// in which direction.
 [[nodiscard]] Qt::CursorShape resizeCursor(Qt::Edges edges);
 
 /// The smallest width and height of an area that the user can select, in points. A smaller
@@ -40,22 +42,22 @@ struct PictureText {
 
 class AreaSelectionOverlay;
 
-/// The transparent surface over the whole picture and below the controls. It reports whether the
-/// pointer is over the viewer and when the right mouse button is pressed. It lets the user move the
-/// borderless window by dragging the picture and resize it at its edges. It also runs the selection
-/// of an area. It has no access to cameras or the player. Main thread only.
+/// The transparent surface over the whole picture and below the controls. The surface reports
+/// whether the pointer is over the viewer and when the right mouse button is pressed. The user can
+/// drag the surface to move the borderless window, and drag its edges to resize the window. The
+/// surface also runs the selection of an area. This class has no access to cameras or the player.
+/// Main thread only.
 ///
-/// Pointer. An event filter on the window follows the pointer, because the pointer is still over
-/// the viewer when it moves from this surface to a control. Moving and resizing begin after the
-/// usual drag distance, so that a click never moves the window. From then on the window manager
-/// handles the drag and receives the release of the button and the leave event. The surface
-/// therefore queries the position of the pointer after a drag.
+/// An event filter on the window follows the pointer, because the pointer is still over the viewer
+/// when it moves from this surface to a control. Moving and resizing begin after the usual drag
+/// distance, so that a click never moves the window. Once a drag has begun, the window manager
+/// handles it and receives the release of the button and the leave event. The surface therefore
+/// queries the position of the pointer after a drag.
 ///
-/// Selection. A selection starts with `beginFocusSelection`. When the button is released over a
-/// large enough rectangle, the selection is finalizing: the rectangle stays visible for 0.3 s, so
-/// that the user sees it before the picture changes. Then the completion handler runs. Escape, the
-/// right button, a rectangle that is too small, or a change of the view's size cancels the
-/// selection.
+/// A selection starts with `beginFocusSelection`. When the button is released over a large enough
+/// rectangle, the selection is finalizing: the rectangle stays visible for 0.3 s, so that the user
+/// sees it before the picture changes, and then the completion handler runs. Escape, the right
+/// button, a rectangle that is too small, or a change of the view's size cancels the selection.
 class DraggableContentView final : public QQuickItem {
     Q_OBJECT
 
@@ -82,7 +84,8 @@ class DraggableContentView final : public QQuickItem {
         m_focusSelectionCancelled = std::move(cancelled);
     }
     /// `viewerControlRects` returns the rectangles of the visible controls, in this view's
-    /// coordinates. This view ignores events there, even while the controls are disabled.
+    /// coordinates. This view ignores events inside these rectangles, even while the controls are
+    /// disabled.
     void setViewerControlRects(std::function<QList<QRectF>()> viewerControlRects) {
         m_viewerControlRects = std::move(viewerControlRects);
     }
@@ -94,7 +97,8 @@ class DraggableContentView final : public QQuickItem {
     /// Starts a selection and takes the keyboard focus. Restarts a selection that is already
     /// running.
     void beginFocusSelection();
-    /// Cancels a selection, even one that is finalizing. Does nothing without one.
+    /// Cancels a selection, even one that is finalizing. Does nothing if no selection is in
+    /// progress.
     void cancelFocusSelection(CancellationNotice notice);
 
     /// Whether the user is selecting an area.
@@ -143,16 +147,16 @@ class DraggableContentView final : public QQuickItem {
 
     /// The position of a press that may become a drag of the window.
     std::optional<QPointF> m_pressed;
-    /// The position in the window at which the pointer holds it, while the window is dragged
-    /// without the help of the window manager.
+    /// The position in the window at which the user grabbed the window. Only set while this view
+    /// moves the window itself, because the window manager does not.
     std::optional<QPoint> m_grabPoint;
-    QTimer m_afterDrag; // runs from the start of a drag until the pointer has been found again
+    QTimer m_afterDrag; // runs while the window manager handles a drag
 
     std::optional<QPointF> m_focusSelectionStart; // while the button is held
     std::optional<QRectF> m_focusSelectionRect;
     bool m_isFinalizingFocusSelection = false;
     bool m_isSelectingFocusArea = false;
-    std::shared_ptr<WorkItem> m_handOver; // due while finalizing
+    std::shared_ptr<WorkItem> m_handOver; // runs at the end of finalizing
     AreaSelectionOverlay *m_overlay;      // a child
     PictureText m_pictureText;
 };

@@ -31,7 +31,8 @@ bool KeyboardNavigation::isOnControls() const {
 }
 
 ViewerControl *KeyboardNavigation::current() const {
-    // The active item does not count, because an open menu borrows the keyboard.
+    // The scope's focus item is queried instead of the window's active focus item, because an open
+    // menu takes the keyboard for the moment.
     auto *control = qobject_cast<ViewerControl *>(m_window.contentItem()->scopedFocusItem());
     return m_controls.contains(control) ? control : nullptr;
 }

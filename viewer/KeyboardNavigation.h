@@ -12,13 +12,12 @@ namespace lumvik {
 
 class ViewerControl;
 
-/// Moves the keyboard focus between the controls of a window. It visits the usable controls
+/// Moves the keyboard focus between the controls of a window. The focus visits the usable controls
 /// forwards or backwards, in reading order, and wraps around at the ends.
 ///
-/// The controls may be hidden when the focus moves to them. The owner shows them while
-/// `isOnControls` is true and is notified of changes. Requests of assistive technology to focus a
-/// control are handled here as well. Owned by the controller, which passes on the keys that no
-/// control uses. Main thread only.
+/// The controls may be hidden when the focus moves to them. The controller owns this object, calls
+/// it for keys that no control uses, and shows the controls while `isOnControls` is true. This
+/// class also handles requests of assistive technology to focus a control. Main thread only.
 class KeyboardNavigation final : public QObject {
     Q_OBJECT
 
@@ -35,16 +34,16 @@ class KeyboardNavigation final : public QObject {
     /// Whether a control has the keyboard focus or is about to get it.
     [[nodiscard]] bool isOnControls() const;
     /// Returns the control that has the keyboard focus, even if its menu is using the keyboard for
-    /// the moment. Returns null if no control has it or if another window is active.
+    /// the moment. Returns null if no control has the focus or if another window is active.
     [[nodiscard]] ViewerControl *current() const;
 
-    /// Moves the focus to the next control, or to the first or the last one if no control has it.
-    /// Returns false if no control is usable.
+    /// Moves the focus to the next control, or to the first or the last one if no control has the
+    /// focus. Returns false if no control is usable.
     bool moveFocus(Direction direction);
     /// Moves the focus to `control` as soon as the window is active. Does nothing if the control
     /// would not be usable even while it is shown.
     void focusControl(ViewerControl &control);
-    /// Removes the focus from the controls. Returns false if no control had it.
+    /// Removes the focus from the controls. Returns false if no control had the focus.
     bool clearFocus();
 
   private:

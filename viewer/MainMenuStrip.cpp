@@ -82,7 +82,8 @@ MainMenuStrip::MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent)
         auto *title = new MainMenuTitle(*menu, this);
         title->setAction([this, index] { openMenu(index); });
         m_titles.append(title);
-        // Evaluated in a later turn, because an arrow key closes one menu before it opens the next.
+        // The connections are queued, because an arrow key closes one menu before it opens the
+        // next.
         connect(menu, &QMenu::aboutToShow, this, &MainMenuStrip::menuVisibilityChanged,
                 Qt::QueuedConnection);
         connect(menu, &QMenu::aboutToHide, this, &MainMenuStrip::menuVisibilityChanged,
@@ -149,7 +150,7 @@ void MainMenuStrip::menuVisibilityChanged() {
 
 int MainMenuStrip::keyboardIndex() const {
     for (int index = 0; index < m_titles.size(); ++index) {
-        if (m_titles.at(index)->hasFocus()) // an open menu is using the keyboard
+        if (m_titles.at(index)->hasFocus()) // stays true while a menu is open
             return index;
     }
     return -1;

@@ -10,12 +10,12 @@
 
 namespace lumvik {
 
-/// One title in the strip of the main menu. Pressing it opens its menu. Main thread only.
+/// One title in the strip of the main menu. Pressing the title opens its menu. Main thread only.
 class MainMenuTitle final : public ViewerControl {
     Q_OBJECT
 
   public:
-    /// `menu` is owned by the caller and must outlive the title.
+    /// The caller owns `menu`, which must outlive the title.
     MainMenuTitle(QMenu &menu, QQuickItem *strip);
 
     /// Highlights the title while its menu is open.
@@ -43,7 +43,7 @@ class MainMenuStrip final : public QQuickPaintedItem {
     Q_OBJECT
 
   public:
-    /// `menus` are owned by the caller and must outlive the strip.
+    /// The caller owns `menus`, which must outlive the strip.
     MainMenuStrip(QList<QMenu *> menus, QQuickItem *parent);
 
     /// `menuOpenChanged` runs with true when one of the menus opens and with false when the last
@@ -78,7 +78,7 @@ class MainMenuStrip final : public QQuickPaintedItem {
     /// Returns the index of the title that has the keyboard focus, or -1.
     [[nodiscard]] int keyboardIndex() const;
     /// Returns the index of the menu to which the left or the right arrow key moves from `index`.
-    /// It wraps around at the ends.
+    /// The index wraps around at the ends.
     [[nodiscard]] int indexBeside(int index, int key) const;
     void menuVisibilityChanged();
 

@@ -16,7 +16,7 @@ namespace lumvik {
 
 namespace {
 
-/// The dynamic property of a menu that contains the control that opens the menu.
+/// The name of the dynamic property in which a menu stores the control that opens it.
 constexpr const char *openingControl = "lumvikOpeningControl";
 
 /// Returns the control that opens `menu`, or null if there is none or if it has been destroyed.
@@ -137,8 +137,8 @@ class AccessibleMenuItem final : public AccessibleWithActions<QAccessibleObject>
     void doAction(const QString &name) override {
         if (!actionNames().contains(name))
             return;
-        // The action may show an alert and is therefore run in a later turn. The caller waits for
-        // this function to return.
+        // The action runs in a later turn of the event loop, because it may show an alert and the
+        // caller waits for this function to return.
         QMetaObject::invokeMethod(
             item(),
             [item = item()] {
@@ -167,7 +167,8 @@ void send(QObject *object, QAccessible::Event event) {
     QAccessible::updateAccessibility(&news);
 }
 
-/// Notifies assistive technology that a menu has opened or closed. Qt does this for windows only.
+/// Notifies assistive technology that a menu has opened or closed. Qt sends such notifications for
+/// windows only.
 void menuOpenedOrClosed(QMenu &menu, ViewerControl &control) {
     if (!QAccessible::isActive())
         return;
@@ -175,7 +176,7 @@ void menuOpenedOrClosed(QMenu &menu, ViewerControl &control) {
     send(&menu, event);
     for (QAction *item : menu.actions())
         send(item, event);
-    // When the menu closes, the previous item has the keyboard focus again.
+    // After the menu has closed, the item that had the keyboard focus before has it again.
     if (!menu.isVisible() && control.hasActiveFocus())
         send(&control, QAccessible::Focus);
 }
@@ -185,8 +186,8 @@ void menuOpenedOrClosed(QMenu &menu, ViewerControl &control) {
 void describeMenuOf(QMenu &menu, ViewerControl &control) {
     menu.setProperty(openingControl, QVariant::fromValue(QPointer<QObject>(&control)));
     const auto tell = [menu = &menu, control = &control] { menuOpenedOrClosed(*menu, *control); };
-    // Runs in a later turn, after the menu has opened or closed. The control may be destroyed
-    // earlier.
+    // The connections are queued, so that the notification is sent after the menu has opened or
+    // closed. No notification is sent if the control has been destroyed by then.
     QObject::connect(&menu, &QMenu::aboutToShow, &control, tell, Qt::QueuedConnection);
     QObject::connect(&menu, &QMenu::aboutToHide, &control, tell, Qt::QueuedConnection);
 }

@@ -15,8 +15,9 @@ class ViewerControl;
 /// which assistive technology cannot find while the menu is closed. Main thread only.
 void describeMenuOf(QMenu &menu, ViewerControl &control);
 
-/// Creates the accessible interface of such a menu or of one of its items. Returns null for all
-/// other objects. Called by the accessibility factory with the class name that the factory gets.
+/// Creates the accessible interface of a menu passed to `describeMenuOf`, or of one of its items.
+/// Returns null for all other objects. The accessibility factory calls this function with the class
+/// name that the factory receives from Qt.
 [[nodiscard]] QAccessibleInterface *makeAccessibleMenu(const QString &className, QObject *object);
 
 } // namespace lumvik

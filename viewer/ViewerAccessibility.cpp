@@ -32,8 +32,9 @@ QAccessible::Role accessibleRole(ViewerControl::Role role) {
     return QAccessible::Button;
 }
 
-/// The common base of all accessible objects in the window. Each describes a Qt Quick item. Its
-/// parent is the accessible object of the parent item, or the window if the parent item has none.
+/// The common base of all accessible objects in the window. Each object describes a Qt Quick item.
+/// The parent of the object is the accessible object of the parent item, or the window if the
+/// parent item has none.
 class AccessibleItem : public QAccessibleObject {
   public:
     explicit AccessibleItem(QQuickItem *item) : QAccessibleObject(item) {}
@@ -68,7 +69,7 @@ class AccessibleItem : public QAccessibleObject {
     [[nodiscard]] QQuickItem *item() const { return static_cast<QQuickItem *>(object()); }
 };
 
-/// The accessible object of a control. Its child is the menu that the control opens.
+/// The accessible object of a control. The menu that the control opens is the child of this object.
 class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
   public:
     explicit AccessibleControl(ViewerControl *control) : AccessibleWithActions(control) {}
@@ -87,7 +88,8 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
             return {};
         if (kind == QAccessible::Name)
             return control()->label();
-        // Screen readers on Linux read only the name and the description of a combo box.
+        // Screen readers on Linux read only the name and the description of a combo box, so the
+        // description contains the value.
         const bool asksForValue = kind == QAccessible::Value || kind == QAccessible::Description;
         return asksForValue ? control()->value() : QString();
     }
@@ -131,8 +133,8 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
             control()->askForKeyboard();
             return;
         }
-        // The action may show an alert and is therefore run in a later turn. The caller waits for
-        // this function to return.
+        // The action runs in a later turn of the event loop, because it may show an alert and the
+        // caller waits for this function to return.
         QMetaObject::invokeMethod(
             control(),
             [control = control()] {
@@ -147,8 +149,8 @@ class AccessibleControl final : public AccessibleWithActions<AccessibleItem> {
     [[nodiscard]] QMenu *popUp() const { return isValid() ? control()->popUp() : nullptr; }
 };
 
-/// The accessible object of the main menu's strip. Pressing it opens the first menu. From there the
-/// arrow keys lead to the other menus.
+/// The accessible object of the main menu's strip. Pressing the strip opens the first menu, from
+/// which the arrow keys lead to the other menus.
 class AccessibleMenuStrip final : public AccessibleWithActions<AccessibleItem> {
   public:
     explicit AccessibleMenuStrip(MainMenuStrip *strip) : AccessibleWithActions(strip) {}
@@ -203,8 +205,8 @@ class AccessibleMessage final : public AccessibleItem {
     }
 };
 
-/// The accessible object of the picture. It describes the surface that covers the picture, and is
-/// invisible while no camera is shown.
+/// The accessible object of the picture. This object describes the surface that covers the picture,
+/// and has the state "invisible" while no camera is shown.
 class AccessiblePicture final : public AccessibleItem {
   public:
     explicit AccessiblePicture(DraggableContentView *surface) : AccessibleItem(surface) {}
@@ -230,8 +232,8 @@ class AccessiblePicture final : public AccessibleItem {
     }
 };
 
-/// The accessible object of the viewer's window. Its children are the picture, the message, the
-/// strip and the controls, including hidden ones, which have the state "invisible".
+/// The accessible object of the viewer's window. The children of this object are the picture, the
+/// message, the strip and the controls. Hidden children have the state "invisible".
 class AccessibleWindow final : public QAccessibleObject {
   public:
     explicit AccessibleWindow(QQuickWindow *window) : QAccessibleObject(window) {}

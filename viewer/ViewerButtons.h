@@ -6,8 +6,8 @@
 
 namespace lumvik {
 
-/// The base class of the viewer's three buttons. It draws a dark, translucent, rounded rectangle
-/// that is readable over any picture, with a small white symbol.
+/// The base class of the viewer's three buttons. A button draws a small white symbol on a dark,
+/// translucent, rounded rectangle, so that the symbol is visible over any picture.
 class ViewerButton : public ViewerControl {
     Q_OBJECT
 

@@ -12,11 +12,12 @@ namespace lumvik {
 
 namespace {
 
-/// How long the pointer must rest on a control until its tool tip appears, in milliseconds. This is
-/// the usual delay of tool tips.
+/// How long the pointer must rest on a control until its tool tip appears, in milliseconds. Qt uses
+/// the same delay for widgets.
 constexpr int toolTipDelay = 700;
 
-/// Sets the parent window of a tool tip. Wayland requires it, and Qt sets it for widgets only.
+/// Sets the parent window of a tool tip. Wayland requires a parent window, and Qt sets one only for
+/// the tool tips of widgets.
 void attachToolTip(QWindow &window) {
     if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return;
@@ -167,7 +168,8 @@ void ViewerControl::itemChange(ItemChange change, const ItemChangeData &value) {
 void ViewerControl::visibilityOrUseChanged(ItemChange change) {
     if (!isVisible())
         hideToolTip();
-    // Qt would return the focus to a control that had it when it was hidden.
+    // If the focus were not removed here, a control that had the focus when it was hidden would get
+    // the focus back when it is shown again.
     if (!isVisible() || !isEnabled())
         setFocus(false);
     QAccessible::State what;

@@ -14,12 +14,13 @@ class QMenu;
 namespace lumvik {
 
 /// The base class of the controls over the picture. A control draws itself, reacts to a click, and
-/// shows a tool tip. It reports its name, role and state to assistive technology, which can also
-/// click it. Main thread only.
+/// shows a tool tip. A control reports its name, role and state to assistive technology, which can
+/// also click the control. Main thread only.
 ///
 /// A click does not give a control the keyboard focus; only KeyboardNavigation does. A control with
-/// the focus has a ring around it. Space and Return click it, and the window receives all other
-/// keys. A control that is hidden or disabled loses the focus and does not get it back.
+/// the focus has a ring around it. Space and Return click the control that has the focus, and the
+/// window receives all other keys. A control that is hidden or disabled loses the focus, and does
+/// not get the focus back when it is shown or enabled again.
 class ViewerControl : public QQuickPaintedItem {
     Q_OBJECT
 
@@ -38,9 +39,9 @@ class ViewerControl : public QQuickPaintedItem {
     void setAction(std::function<void()> action) { m_action = std::move(action); }
 
     /// `asked` runs when assistive technology requests the keyboard focus for the control. The
-    /// control may be hidden.
+    /// control may be hidden at that time.
     void setKeyboardAsked(std::function<void()> asked) { m_keyboardAsked = std::move(asked); }
-    /// Requests the keyboard focus as assistive technology does.
+    /// Requests the keyboard focus for the control on behalf of assistive technology.
     void askForKeyboard() const {
         if (m_keyboardAsked)
             m_keyboardAsked();

@@ -29,14 +29,15 @@ struct ViewerControlFrames {
 /// The sizes that the layout depends on, in points.
 struct ViewerControlSizes {
     QSizeF content;
-    qreal pickerWidth = 0;    // at which the whole title of the picker is visible
-    qreal menuStripWidth = 0; // at which all titles of the strip are visible
+    qreal pickerWidth = 0;    // the width at which the whole title is visible
+    qreal menuStripWidth = 0; // the width at which all titles are visible
 };
 
-/// Returns the layout of the controls. The distance from the edges is 12, gaps are 6, buttons are
-/// 28 wide, and all controls are 24 high. The picker is next to the pin. It becomes narrower, down
-/// to 140, if the window or the menu strip leaves no more room. If that is not enough, and in the
-/// compact arrangement, the strip is hidden. The menu key opens its menus everywhere.
+/// Returns the layout of the controls. In points, the distance from the edges is 12, gaps are 6,
+/// buttons are 28 wide, and all controls are 24 high. In the regular arrangement, the picker is
+/// next to the pin button, and becomes narrower, down to 140 points, if the window or the menu
+/// strip leaves no more room. The strip is hidden if even the narrowest picker leaves no room for
+/// it, and in the compact arrangement. The menu key opens the menus even while the strip is hidden.
 [[nodiscard]] ViewerControlFrames viewerControlFrames(ViewerControlArrangement arrangement,
                                                       const ViewerControlSizes &sizes);
 
@@ -49,7 +50,7 @@ struct ViewerControlReasons {
     bool isSelectingFocusArea = false; // the controls stay visible during a selection
 };
 
-/// Whether the controls are shown. One reason is enough.
+/// Whether the controls are shown. A single reason is enough to show them.
 [[nodiscard]] constexpr bool viewerControlsAreWanted(const ViewerControlReasons &reasons) {
     return reasons.pointerIsOverViewer || reasons.cameraMenuIsOpen || reasons.mainMenuIsOpen ||
            reasons.keyboardIsOnControls || reasons.isSelectingFocusArea;

@@ -15,8 +15,9 @@ struct ContentAspectRatio {
 };
 
 /// Returns a size of the same area as `size` that has the aspect ratio `ratio` to within a pixel.
-/// It is no smaller than `minimum` and, where `minimum` allows, no larger than `maximum`. Returns
-/// `size` itself if the ratio is empty or `size` already has it to within a pixel.
+/// The returned size is no smaller than `minimum` and, where `minimum` allows, no larger than
+/// `maximum`. Returns `size` itself if the ratio is empty or `size` already has it to within a
+/// pixel.
 [[nodiscard]] QSize sizeWithAspectRatio(const QSize &size, ContentAspectRatio ratio,
                                         const QSize &minimum, const QSize &maximum);
 

@@ -12,17 +12,17 @@ namespace {
 
 /// Remembers where the pointer was when a menu opened, and works around two faults in QMenu.
 ///
-/// The first fault is an ignored click. A menu ignores a click at the position that the pointer had
+/// The first fault concerns clicks. A menu ignores a click at the position that the pointer had
 /// when the menu opened, because the click may be the second half of a double-click on the control
 /// that opened the menu. Until the pointer has moved over one of the program's windows, Qt reports
-/// an infinite pointer position, and the distance to it overflows. From Qt 6.8 on, a menu then
-/// ignores every click of a mouse that arrived in one motion, and every tap. QMenu accepts the
-/// click in any case after more than six mouse moves. Before a click at another position, this
-/// filter therefore sends the menu enough mouse moves.
+/// an infinite pointer position, and the calculation of the distance from this position to the
+/// click overflows. From Qt 6.8 on, the menu then ignores every tap, and every click of a mouse
+/// whose pointer arrived in one motion. After more than six mouse moves, QMenu accepts any click.
+/// Before a click at a different position, this filter therefore sends the menu enough mouse moves.
 ///
-/// The second fault is a lost highlight. Under Wayland, from Qt 6.8 on, a menu that was opened by a
-/// press receives a leave event although the pointer was never inside the menu. The arrow keys
-/// would then start at the first row instead of at the highlighted one.
+/// The second fault concerns the highlighted row. Under Wayland, from Qt 6.8 on, a menu that was
+/// opened by a press receives a leave event although the pointer was never inside the menu. The
+/// leave event would remove the highlight, and the arrow keys would start at the first row.
 class MenuEventFilter : public QObject {
   public:
     void watch(QMenu &menu) {

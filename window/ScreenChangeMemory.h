@@ -10,36 +10,37 @@
 namespace lumvik {
 
 /// Decides where a window belongs when screens are added, removed or scaled. A window whose screen
-/// disappears gets a temporary frame on another screen. It returns to its own frame when that
-/// screen is available again, unless the user or the program moved it in the meantime. A window
-/// that was completely visible stays completely visible on the other screen.
+/// disappears gets a temporary frame on another screen. The window returns to its own frame when
+/// that screen is available again, unless the user or the program moved the window in the meantime.
+/// A window that was completely visible stays completely visible on the other screen.
 ///
 /// All frames are in points. `screens` lists the areas of the screens that are available now.
 class ScreenChangeMemory {
   public:
-    /// The window has kept this frame for a while.
+    /// Records that the window has kept `frame` for a while.
     void frameSettled(const QRect &frame, const QList<QRect> &screens);
 
-    /// The window was deliberately set to this frame, which is its own frame from now on.
+    /// Records that the window was deliberately set to `frame`, which is its own frame from now on.
     void frameWasSet(const QRect &frame, const QList<QRect> &screens);
 
-    /// The window is to get a saved frame. `area` is the area of its screen at the time of saving,
-    /// if it is known. Returns the frame that the window gets on the screens available now.
+    /// Records a saved `frame` as the window's own frame. `area` is the area of the window's screen
+    /// at the time of saving, if the area is known. Returns the frame that the window gets on the
+    /// screens available now.
     [[nodiscard]] QRect restoreFrame(const QRect &frame, const std::optional<QRect> &area,
                                      const QList<QRect> &screens);
 
-    /// The program changed the window's aspect ratio, and its frame with it, from `before` to
-    /// `after`.
+    /// Records that the program changed the window's frame from `before` to `after` in order to
+    /// change its aspect ratio.
     void frameWasReshaped(const QRect &before, const QRect &after);
 
     /// Returns the frame that the window gets on the screens available now, or nothing if no frame
     /// of the window is known yet.
     [[nodiscard]] std::optional<QRect> screensChanged(const QList<QRect> &screens);
 
-    /// The window's own frame while the window has a temporary one; otherwise nothing.
+    /// Returns the window's own frame while the window has a temporary one, and otherwise nothing.
     [[nodiscard]] std::optional<QRect> ownFrame() const { return m_ownFrame; }
-    /// The area of the screen of the own frame when that frame was set or settled; empty if it is
-    /// not known.
+    /// Returns the area that the window's screen had when the window's own frame was set or
+    /// settled. The result is empty if the area is not known.
     [[nodiscard]] QRect ownScreen() const { return m_screen; }
     /// Whether `frame` is the window's temporary frame.
     [[nodiscard]] bool isTemporaryFrame(const QRect &frame) const;

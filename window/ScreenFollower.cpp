@@ -69,8 +69,8 @@ void ScreenFollower::screensSettled() {
     const auto frame = m_memory.screensChanged(availableAreas());
     if (frame && frame != m_window.frame())
         m_window.move(*frame);
-    // Report the change even if the window was not moved: the window manager may have moved it to
-    // this frame first, and that frame was then taken for the user's choice.
+    // The change is reported even if the window was not moved here. The window manager may have
+    // moved the window to this frame earlier, and the frame then counted as the user's choice.
     if (m_memory.ownFrame() != before)
         m_window.ownFrameChanged();
 }

@@ -11,22 +11,22 @@ class QScreen;
 
 namespace lumvik {
 
-/// Returns the parts of all screens that panels leave free, in points. The primary screen comes
-/// first.
+/// Returns the parts of all screens that panels leave free, in points. The area of the primary
+/// screen is the first element.
 [[nodiscard]] QList<QRect> availableAreas();
 
 /// Moves a window when screens are added, removed or scaled, as its ScreenChangeMemory decides. Use
-/// it only where the program, not the compositor, places windows. Main thread only.
+/// this class only where the program, not the compositor, places windows. Main thread only.
 class ScreenFollower final : public QObject {
     Q_OBJECT
 
   public:
     struct Window {
-        /// Returns the frame that the window has or is being animated to; nothing while the user
-        /// did not choose the frame, as in full screen.
+        /// Returns the frame that the window has or is being animated to. Returns nothing while the
+        /// user does not choose the frame, for example in full screen.
         std::function<std::optional<QRect>()> frame;
         std::function<void(const QRect &)> move;
-        /// ScreenChangeMemory::ownFrame has changed.
+        /// Called when the result of ScreenChangeMemory::ownFrame has changed.
         std::function<void()> ownFrameChanged;
     };
     explicit ScreenFollower(Window window);

@@ -4,7 +4,7 @@ namespace lumvik {
 
 namespace {
 
-/// How many refused requests are remembered. The oldest one is forgotten first.
+/// The maximum number of requests to remember. The oldest request is forgotten first.
 constexpr qsizetype maximumRequests = 16;
 
 } // namespace

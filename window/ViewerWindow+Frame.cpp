@@ -1,5 +1,5 @@
-// The viewer window's frame: where the window belongs, what is remembered, and the animation to
-// another frame.
+// This part of ViewerWindow implements the window's frame: its place on the screens, the remembered
+// frame, and the animation to a new frame.
 
 #include "window/MouseButtonState.h"
 #include "window/ViewerWindow.h"
@@ -33,7 +33,8 @@ QRect ViewerWindow::rememberedFrame() const {
     // If only the compositor knows the position, Qt reports the window at the origin.
     if (m_restored) {
         remembered.moveTopLeft(m_restored->frame.topLeft());
-        // The window was reduced to fit a small screen, and the user did not resize it.
+        // A window that still has the size with which it was shown was not resized by the user. Its
+        // restored size is remembered even if the window was reduced to fit a small screen.
         if (remembered.size() == m_restored->shownSize)
             remembered.setSize(m_restored->frame.size());
     }
@@ -66,7 +67,8 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
         return false;
     const auto area = screenFromString(text);
     QRect restored(frame->topLeft(), frame->size().expandedTo(minimumSize()));
-    // If the window was completely visible, it stays so when the minimum size enlarges it.
+    // A window that was completely visible stays completely visible when the minimum size enlarges
+    // it.
     if (area && area->contains(*frame))
         restored = frameOnScreens(restored, {*area}, ShownPart::all);
     const QRect earlier = restored;
@@ -74,8 +76,8 @@ bool ViewerWindow::setFrameFromString(const QString &text) {
                          : onScreens(earlier);
     if (!isPlacedByProgram())
         m_restored = {earlier, area, restored.size()};
-    // This is most likely the aspect ratio of the last video. It is kept until the ratio of the new
-    // one is known.
+    // The restored frame most likely has the aspect ratio of the last video. The window keeps this
+    // ratio until the ratio of the new video is known.
     m_ratio = {restored.width(), restored.height()};
     m_sizeHints.setAspectRatio(m_ratio);
     setGeometry(restored);
@@ -109,8 +111,8 @@ void ViewerWindow::goToFrame(const QRect &frame) {
         m_ordinaryFrame = frame;
         return;
     }
-    // The animation starts where the window is visible now or, if the last animation has ended,
-    // where that animation led.
+    // The animation starts at the window's visible frame or, if no animation is running, at
+    // `frame()`.
     m_animationStart = isBeingAnimated() ? geometry() : this->frame();
     m_frameAnimation.stop();
     m_requestedFrame = onScreens(frame);
@@ -147,7 +149,7 @@ void ViewerWindow::frameSettled() {
         return;
     }
     // Qt sends no request for a frame that it believes the window already has. A late report from
-    // the animation may have made Qt believe so wrongly, so the request is repeated once.
+    // the animation may have misled Qt in this way, so the request is repeated once.
     const QRect requested = *m_requestedFrame;
     if (geometry() != requested && !std::exchange(m_requestWasRepeated, true)) {
         setGeometry(requested);

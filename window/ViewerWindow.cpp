@@ -20,10 +20,10 @@ namespace lumvik {
 
 namespace {
 
-/// Disables the depth and stencil buffers. Qt would otherwise create them and clear them for every
-/// picture. They are useful for scenes with many opaque items, and for clips that are not upright
-/// rectangles, but this window only shows a few translucent controls over the picture. Must be
-/// called before the native window is created.
+/// Disables the depth and stencil buffers. Qt would otherwise create these buffers and clear them
+/// whenever the window is drawn. The buffers are useful for scenes with many opaque items, and for
+/// clips that are not upright rectangles, but this window only shows a few translucent controls
+/// over the picture. This function must be called before the native window is created.
 void drawWithoutDepthAndStencil(QQuickWindow &window) {
     QQuickGraphicsConfiguration graphics = window.graphicsConfiguration();
     graphics.setDepthBufferFor2D(false);
@@ -35,14 +35,14 @@ void drawWithoutDepthAndStencil(QQuickWindow &window) {
 }
 
 /// The time from the last change of the size until a wrong aspect ratio is corrected, in
-/// milliseconds. Correcting each step of an interactive resize would fight with the pointer.
+/// milliseconds. Correcting each step of a resize by the user would fight with the pointer.
 constexpr int shapeCorrectionDelay = 150;
 
 /// The duration of the animation to a new frame, in milliseconds.
 constexpr int frameAnimationTime = 200;
 
-/// Once the window manager has reported no frame for this time after an animation, in milliseconds,
-/// all its replies to the animation have arrived.
+/// All replies of the window manager to an animation are assumed to have arrived when it has
+/// reported no frame for this time, in milliseconds.
 constexpr int frameSettlingTime = 300;
 
 } // namespace
@@ -82,7 +82,8 @@ ViewerWindow::ViewerWindow(ViewerWindowDelegate delegate)
             whenFirstDrawn(std::exchange(m_firstDrawn, nullptr));
     });
     followScreens();
-    // This signal is always connected, because Qt aborts the process if it is not.
+    // Qt aborts the process on a graphics error if sceneGraphError is not connected, so the signal
+    // is always connected.
     connect(this, &QQuickWindow::sceneGraphError, this,
             [this](QQuickWindow::SceneGraphError, const QString &message) {
                 if (m_delegate.graphicsFailed)
@@ -111,8 +112,8 @@ void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
 void ViewerWindow::correctShape() {
     if (!hasOrdinaryFrame())
         return;
-    // A window that the user is moving or resizing, or that is going to another frame, is corrected
-    // afterwards.
+    // A window that the user is moving or resizing, or that is still changing to a requested frame,
+    // is corrected afterwards.
     if (mouseButtonIsDown() || m_requestedFrame) {
         m_sizeSettled.start();
         return;
@@ -125,7 +126,7 @@ void ViewerWindow::correctShape() {
     const QRect before(position(), size());
     QRect frame(QPoint(), *shaped);
     frame.moveCenter(before.center());
-    // A window that was completely on its screen stays so.
+    // A window that was completely on its screen stays completely on it.
     if (area.contains(before)) {
         frame.moveLeft(
             qBound(area.left(), frame.left(), qMax(area.left(), area.right() + 1 - frame.width())));
@@ -179,18 +180,19 @@ void ViewerWindow::performClose() {
 
 bool ViewerWindow::event(QEvent *event) {
     // A close event can arrive more than once: from the button, the window manager and the
-    // shutdown. Only the first one counts.
+    // shutdown. Only the first close event counts.
     if (event->type() == QEvent::Close && !m_isClosing) {
         m_isClosing = true;
         m_frameAnimation.stop();
         m_frameSettled.stop();
         if (m_screens)
-            m_screens->recordSettledFrame(); // the timer will not fire any more
+            m_screens->recordSettledFrame(); // the timer will not fire after the close
         if (m_delegate.willClose)
             m_delegate.willClose();
     }
     if (event->type() == QEvent::WindowBlocked) {
-        // The item that grabbed the mouse will not receive the release of the button.
+        // A blocked window does not receive the release of the mouse button, so the item that has
+        // grabbed the mouse would keep it.
         if (QQuickItem *item = mouseGrabberItem())
             item->ungrabMouse();
     }
@@ -202,8 +204,8 @@ bool ViewerWindow::event(QEvent *event) {
 }
 
 bool ViewerWindow::forwardToOpenMenu(QEvent &event) {
-    // If menus grab the pointer and the keyboard, as under X11, these events never arrive here.
-    // Under Wayland the window still receives key events, and presses outside the menu.
+    // If menus grab the pointer and the keyboard, as under X11, this window never receives these
+    // events. Under Wayland the window still receives key events, and presses outside the menu.
     QWidget *menu = QApplication::activePopupWidget();
     if (menu == nullptr)
         return false;
@@ -220,7 +222,7 @@ bool ViewerWindow::forwardToOpenMenu(QEvent &event) {
 
 void ViewerWindow::mouseButtonPressed(Qt::MouseButton button) {
     // The left button may start dragging the window. Any button may trigger another animation,
-    // which starts where the current one leads.
+    // which starts at the target of the current one.
     if (button == Qt::LeftButton)
         giveUpRequestedFrame();
     else

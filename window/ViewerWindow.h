@@ -18,8 +18,8 @@ namespace lumvik {
 /// The stacking level of a window. A floating window stays above normal ones.
 enum class WindowLevel { normal, floating };
 
-/// The callbacks of a ViewerWindow, all called on the main thread. They should hold their receiver
-/// only weakly.
+/// The callbacks of a ViewerWindow, all called on the main thread. The callbacks should hold their
+/// receiver only weakly.
 struct ViewerWindowDelegate {
     std::function<void()> didMove;
     std::function<void()> didResize;
@@ -27,17 +27,17 @@ struct ViewerWindowDelegate {
     /// may come before or after the `didMove` and `didResize` of the same change.
     std::function<void()> didChangeState;
     /// The user or the window manager asked for the window to close, or `performClose` was called.
-    /// The window is hidden after this returns.
+    /// The window is hidden after this callback has returned.
     std::function<void()> willClose;
     /// A key was pressed that no item accepted. Returns whether the key was used. A key event goes
-    /// to the focused item and its parents first. The items over the picture do not accept the
-    /// keys of the main menu, so these keys arrive here whichever item has the focus.
+    /// to the focused item and its parents first. The items over the picture do not accept the keys
+    /// of the main menu, so this callback receives these keys whichever item has the focus.
     std::function<bool(QKeyEvent &)> keyDown;
     /// A mouse button was pressed over the window. Called before the item under the pointer
     /// receives the press.
     std::function<void()> mouseDown;
-    /// The window's graphics could not be initialised or were permanently lost. The text is Qt's
-    /// error message.
+    /// The window's graphics could not be initialised or were permanently lost. The argument is
+    /// Qt's error message.
     std::function<void(const QString &)> graphicsFailed;
 };
 
@@ -49,9 +49,9 @@ struct WindowPlace {
     friend bool operator==(const WindowPlace &, const WindowPlace &) = default;
 };
 
-/// The borderless, black window of the viewer. It manages its own aspect ratio, stacking level,
-/// remembered frame and closing. The picture and the controls are items in the window; this class
-/// does not depend on them. Main thread only.
+/// The borderless, black window of the viewer. The window manages its own aspect ratio, stacking
+/// level, remembered frame and closing. The picture and the controls are items in the window; this
+/// class does not depend on these items. Main thread only.
 class ViewerWindow final : public QQuickWindow {
     Q_OBJECT
 
@@ -62,8 +62,8 @@ class ViewerWindow final : public QQuickWindow {
     explicit ViewerWindow(ViewerWindowDelegate delegate);
     ~ViewerWindow() override;
 
-    /// Sets the aspect ratio that the content keeps from now on. The window is resized to it at
-    /// once, around its centre. An empty ratio allows any shape.
+    /// Sets the aspect ratio that the content keeps from now on. The window is resized to this
+    /// ratio at once, around its centre. An empty ratio allows any shape.
     void setContentAspectRatio(ContentAspectRatio ratio);
     [[nodiscard]] ContentAspectRatio contentAspectRatio() const { return m_ratio; }
 
@@ -71,10 +71,10 @@ class ViewerWindow final : public QQuickWindow {
     void setLevel(WindowLevel level);
     [[nodiscard]] WindowLevel level() const;
 
-    /// Returns the frame to remember. This is `frame()`, or the window's own frame while the window
-    /// has a temporary frame because its screen is gone. Where the program does not place windows,
-    /// the result has the restored position, and also the restored size as long as the window was
-    /// only reduced to fit the screen.
+    /// Returns the frame to remember: `frame()`, or the window's own frame while the window has a
+    /// temporary frame because its screen is gone. Where the program does not place windows, the
+    /// result has the restored position, and also the restored size as long as the window was only
+    /// reduced to fit the screen.
     [[nodiscard]] QRect rememberedFrame() const;
     /// Returns the remembered frame as text for `setFrameFromString` (see WindowFrame.h).
     [[nodiscard]] QString savedFrame() const;
@@ -92,14 +92,15 @@ class ViewerWindow final : public QQuickWindow {
     ///
     /// A frame that is on no screen is moved onto one. During the animation the window manager is
     /// not asked to keep the aspect ratio. The frames of the animation that the window manager
-    /// reports back are ignored, because on a busy desktop they arrive long after its end.
+    /// reports back are ignored, because on a busy desktop these reports arrive long after the end
+    /// of the animation.
     void setFrame(const QRect &frame);
     /// Returns where the window belongs: `frame()`, or the window's own frame while `frame()` is a
     /// temporary one because the screen is gone.
     [[nodiscard]] WindowPlace place() const;
-    /// Like `setFrame`, but with a place from earlier. A window that was completely visible there
-    /// is shown completely. If its screen is different now, the window returns to that frame once
-    /// the screen is as it was.
+    /// Like `setFrame`, but for a place that was recorded earlier. A window that was completely
+    /// visible at that place is shown completely again. If the window's screen has changed since,
+    /// the window returns to the recorded frame once the screen is as it was.
     void restorePlace(const WindowPlace &place);
     /// Sets the minimum size of the content, in points. A running animation ends before the new
     /// minimum takes effect.
@@ -107,7 +108,7 @@ class ViewerWindow final : public QQuickWindow {
     /// Returns the part of the window's screen that panels leave free.
     [[nodiscard]] QRect visibleArea() const;
 
-    /// Returns whether programs can place their windows and keep them on top. This is the case
+    /// Returns whether programs can place their windows and keep them on top. Programs can do so
     /// everywhere except under Wayland.
     [[nodiscard]] static bool isPlacedByProgram();
 
@@ -123,8 +124,9 @@ class ViewerWindow final : public QQuickWindow {
     /// Closes the window as if its close button had been pressed.
     void performClose();
 
-    /// Calls `action` from the event loop once the window has been drawn for the first time, or
-    /// soon if that has already happened. `action` never runs during the drawing itself.
+    /// Calls `action` from the event loop once the window has been drawn for the first time. If the
+    /// window has already been drawn, `action` runs in a later turn of the event loop. `action`
+    /// never runs during the drawing itself.
     void whenFirstDrawn(std::function<void()> action);
 
   protected:
@@ -136,7 +138,7 @@ class ViewerWindow final : public QQuickWindow {
   private:
     struct RestoredFrame {
         QRect frame;
-        std::optional<QRect> screenArea; // if it is known
+        std::optional<QRect> screenArea; // if the area is known
         QSize shownSize;                 // the size that fits the current screens
     };
 
@@ -149,11 +151,12 @@ class ViewerWindow final : public QQuickWindow {
     /// window manager wants a different one.
     void giveUpRequestedFrame();
     [[nodiscard]] static QRect onScreens(const QRect &frame);
-    /// Does what `setFrame` does, but does not record the frame as the window's own.
+    /// Like `setFrame`, but does not record the frame as the window's own.
     void goToFrame(const QRect &frame);
     void stateChanged();
     void followScreens();
-    /// Lets an open menu handle the event if it is meant for the menu. Returns whether it was.
+    /// Lets an open menu handle the event if the event is meant for the menu. Returns whether the
+    /// event was meant for the menu.
     bool forwardToOpenMenu(QEvent &event);
     void mouseButtonPressed(Qt::MouseButton button);
     /// Reports to assistive technology whether this is the active window.
@@ -168,14 +171,14 @@ class ViewerWindow final : public QQuickWindow {
     ShapeCorrection m_shapeCorrection;
     QTimer m_sizeSettled; // fires when the size has not changed for a moment
     QVariantAnimation m_frameAnimation;
-    /// The target of the animation. It is set until the window manager has reported no frame for a
-    /// moment after the end of the animation.
+    /// The target of the animation. The target is reset when the window manager has reported no
+    /// frame for a moment after the end of the animation.
     std::optional<QRect> m_requestedFrame;
     QRect m_animationStart;
     bool m_requestWasRepeated = false;
     QTimer m_frameSettled; // fires when m_requestedFrame is to be reset
     QSize m_smallestSize;  // the minimum size once the animation has ended
-    /// The frame that the window takes when it has left full screen or the like.
+    /// The frame that the window takes when it is no longer in full screen, maximised or minimised.
     std::optional<QRect> m_ordinaryFrame;
     /// The frame restored by `setFrameFromString`, where the program does not place windows.
     std::optional<RestoredFrame> m_restored;

@@ -87,8 +87,8 @@ QRect screenOf(const QRect &frame, const QList<QRect> &screens) {
         const QRect common = screen.intersected(frame);
         return static_cast<qint64>(common.width()) * common.height();
     };
-    // std::max_element returns the first of equal elements, so a frame that touches no screen goes
-    // to the first one.
+    // std::max_element returns the first of equal elements, so the result for a frame that touches
+    // no screen is the first screen.
     const auto most =
         std::max_element(screens.begin(), screens.end(),
                          [&](const QRect &a, const QRect &b) { return overlap(a) < overlap(b); });

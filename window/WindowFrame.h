@@ -8,9 +8,9 @@
 
 namespace lumvik {
 
-/// Returns the text that saves a window's frame. It consists of eight numbers: x, y, width and
-/// height of the frame, then those of its screen without panels. The coordinates are those of the
-/// whole desktop, with the origin at the top left.
+/// Returns the text that saves a window's frame. The text consists of eight numbers: x, y, width
+/// and height of the frame, then the same four numbers for the part of the screen that panels leave
+/// free. The coordinates are those of the whole desktop, with the origin at the top left.
 [[nodiscard]] QString savedFrameString(const QRect &frame, const QRect &screen);
 
 /// Returns the plain form of a frame: "{{x, y}, {w, h}}".
@@ -35,11 +35,11 @@ enum class ShownPart {
 /// an empty rectangle if there are no screens.
 [[nodiscard]] QRect screenOf(const QRect &frame, const QList<QRect> &screens);
 
-/// Fits a frame to the available screens. The screen that overlaps the frame most counts, or the
-/// first one if none does. A frame that is no larger than this screen and has the required part on
-/// it is returned as it is. Any other frame is moved as little as possible to lie completely on the
-/// screen, and if it is too large, it is reduced with its aspect ratio kept. Without screens the
-/// result is `frame` itself.
+/// Fits a frame to the available screens. The frame is fitted to the screen that overlaps it most,
+/// or to the first screen if none overlaps it. A frame that is no larger than this screen and has
+/// the required part on it is returned as it is. Any other frame is moved as little as possible to
+/// lie completely on the screen. A frame that is too large is also reduced, with its aspect ratio
+/// kept. Without screens the result is `frame` itself.
 [[nodiscard]] QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens,
                                    ShownPart part = ShownPart::enoughToHold);
 

@@ -3,8 +3,8 @@
 namespace lumvik {
 
 void WindowFrameMemory::note(const QString &saved, TimeStamp now) {
-    // The first frame is the one that the window was created with. It counts as settled because
-    // there is no earlier one.
+    // The first frame is the one that the window was created with. The first frame counts as
+    // settled, because there is no earlier frame.
     if (m_settled.isEmpty())
         m_settled = saved;
     else if (now - m_latestAt >= settlingTime)

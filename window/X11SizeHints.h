@@ -9,12 +9,12 @@
 namespace lumvik {
 
 /// Sets the aspect ratio in a window's WM_NORMAL_HINTS on X11, so that the window manager itself
-/// keeps the aspect ratio while the user resizes the window. Qt has no function for this, and it
-/// rewrites the hints without the ratio whenever a size limit or the geometry changes. This class
-/// restores the ratio each time.
+/// keeps the aspect ratio while the user resizes the window. Qt has no function for setting the
+/// ratio, and rewrites the hints without the ratio whenever a size limit or the geometry changes.
+/// This class restores the ratio after each such change.
 ///
-/// On other windowing systems the class does nothing. It must not outlive its window. Main thread
-/// only.
+/// On other windowing systems the class does nothing. The object must not outlive its window. Main
+/// thread only.
 class X11SizeHints final : public QAbstractNativeEventFilter {
   public:
     explicit X11SizeHints(QWindow &window);

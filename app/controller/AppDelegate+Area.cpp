@@ -66,7 +66,7 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
         return;
     }
     // Between two streams, the engine may still describe the old video or already describe the new
-    // one. Neither is what the user sees.
+    // one. Neither description matches the screen.
     const bool hasPicture = videoHost->expectsPicture();
     if (hasPicture)
         updateWindowAspectRatio(mpv);

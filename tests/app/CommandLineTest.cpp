@@ -47,7 +47,7 @@ using NamedText = test::Named<const char *>;
 
 class WrongCommandLineTest : public testing::TestWithParam<NamedText> {};
 
-TEST_P(WrongCommandLineTest, IsRefusedWithoutBeingRepeated) {
+TEST_P(WrongCommandLineTest, IsRefusedWithoutQuotingItsArguments) {
     const auto parsed = parse({QString::fromLatin1(GetParam().value)});
     ASSERT_FALSE(parsed);
     EXPECT_EQ(parsed.error().status, 2);

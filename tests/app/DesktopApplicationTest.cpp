@@ -48,7 +48,7 @@ class DesktopApplicationTest : public testing::Test {
         });
         ASSERT_TRUE(eventually([this] { return nameIsOwned(); }));
     }
-    /// Calls a method of the application as the desktop does, and waits for the reply.
+    /// Calls a method of the application over the bus, like a desktop, and waits for the reply.
     QDBusMessage call(const QString &method, const QVariantList &arguments) {
         QDBusMessage message =
             QDBusMessage::createMethodCall(name, QStringLiteral("/com/tandrel/Lumvik"),
@@ -122,13 +122,13 @@ TEST_F(DesktopApplicationTest, CallDuringTerminationIsAnError) {
     EXPECT_EQ(call(QStringLiteral("Activate"), {QVariantMap()}).type(), QDBusMessage::ErrorMessage);
 }
 
-TEST_F(DesktopApplicationTest, StoppingReleasesTheName) {
+TEST_F(DesktopApplicationTest, StoppingReleasesTheBusName) {
     startApplication();
     application.stop();
     EXPECT_TRUE(eventually([this] { return !nameIsOwned(); }));
 }
 
-TEST_F(DesktopApplicationTest, NameIsTakenOnlyAfterItsOwnerHasStopped) {
+TEST_F(DesktopApplicationTest, BusNameIsTakenOnlyAfterItsOwnerHasStopped) {
     startApplication();
     const test::CapturedLog log;
     DesktopApplication second(bus.address(), 10s);
@@ -189,11 +189,11 @@ TEST_F(SessionBusAddressTest, ComesFromTheEnvironmentOrTheRuntimeFolder) {
     EXPECT_EQ(DesktopApplication::addressesForName(), QStringLiteral("unix:path=/tmp/bus"));
 }
 
-TEST_F(SessionBusAddressTest, IsEmptyForTheNameIfNoNameIsWanted) {
+TEST_F(SessionBusAddressTest, IsEmptyForTheBusNameIfNoBusNameIsWanted) {
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/tmp/bus");
     qputenv("LUMVIK_SESSION_BUS", "no");
     EXPECT_EQ(DesktopApplication::addressesForName(), QString());
-    // Qt connects to this bus nevertheless, and must be kept from it when it is unresponsive.
+    // Qt connects to the session bus even if no name is wanted, so this address is still returned.
     EXPECT_EQ(DesktopApplication::sessionBusAddresses(), QStringLiteral("unix:path=/tmp/bus"));
 }
 

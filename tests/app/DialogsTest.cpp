@@ -1,4 +1,4 @@
-// The dialogs behind alerts and file panels, as the user sees them.
+// Tests of the dialogs that show alerts and choose files.
 
 #include "app/MessageBoxAlerts.h"
 #include "app/QtFilePanels.h"
@@ -56,7 +56,7 @@ class AlertBox : public testing::Test {
 };
 
 TEST_F(AlertBox, ShowsItsTextsUnchanged) {
-    // Alerts are not redacted, whatever the passwords are, because the user has to read them.
+    // Alerts are never redacted, because the user has to read them.
     LumvikLog::protectAddresses({u"rtsp://u:2@a/"_s, u"rtsp://u:camera@a/"_s});
     for (const QString &text :
          {u"Enter a full RTSP address beginning with rtsp://."_s, u"Enter a name for camera 2."_s,
@@ -116,7 +116,7 @@ TEST_F(AlertBox, BelongsToTheActiveWindow) {
     above.runModal(alertSaying(u"a"_s, u"b"_s));
 }
 
-/// Sheets, with a visible window that they belong to.
+/// Shows sheets that belong to a visible window.
 class Sheet : public testing::Test {
   protected:
     void SetUp() override {
@@ -161,7 +161,7 @@ TEST_F(Sheet, ClosesWithItsWindow) {
     EXPECT_EQ(answers, QList<int>{1});
 }
 
-TEST_F(Sheet, ReportsOneButtonEvenIfItsWindowIsHiddenInTheSameTurn) {
+TEST_F(Sheet, ReportsOneButtonEvenIfItsWindowIsHiddenAtTheSameTime) {
     present();
     box()->defaultButton()->click();
     window.hide();
@@ -245,7 +245,7 @@ TEST_F(FilePanelDialog, ExportSuggestsAFileName) {
     EXPECT_EQ(chosen, folder.filePath(u"other.txt"_s));
 }
 
-TEST_F(FilePanelDialog, NameWithoutSuffixIsCompleted) {
+TEST_F(FilePanelDialog, FileNameWithoutASuffixReceivesOne) {
     EXPECT_EQ(save([this](QFileDialog &dialog) { answer(dialog, folder.filePath(u"mine"_s)); }),
               folder.filePath(u"mine.json"_s));
 }

@@ -29,8 +29,8 @@ class SingleInstanceTest : public testing::Test {
         for (const auto &thread : threads)
             thread->wait();
     }
-    /// Starts a later instance, on a thread of its own because the event loop of the first instance
-    /// must run meanwhile.
+    /// Starts a later instance on its own thread, so that the event loop of the first instance can
+    /// run at the same time.
     [[nodiscard]] std::future<Outcome> start(const LaunchRequest &request,
                                              std::chrono::milliseconds limit = 20s) {
         std::packaged_task<Outcome()> claim(
@@ -76,7 +76,7 @@ TEST_F(SingleInstanceTest, RequestBeforeTheFirstListensIsServedLater) {
     SingleInstance first(path);
     ASSERT_EQ(first.claim({}), Outcome::first);
     std::future<Outcome> second = start({});
-    // The second instance has sent its request. The first does not reply yet.
+    // The second instance has sent its request, and the first instance has not replied yet.
     QCoreApplication::processEvents();
     EXPECT_NE(second.wait_for(50ms), std::future_status::ready);
     first.listen(keep);
@@ -96,7 +96,7 @@ TEST_F(SingleInstanceTest, ManySimultaneousRequestsAreAllServed) {
     EXPECT_EQ(requests.size(), 20U);
 }
 
-TEST_F(SingleInstanceTest, InstanceThatDeclinesIsSucceeded) {
+TEST_F(SingleInstanceTest, SecondInstanceReplacesOneThatDeclinesItsRequest) {
     std::optional<SingleInstance> first(path);
     ASSERT_EQ(first->claim({}), Outcome::first);
     bool hasDeclined = false;
@@ -111,7 +111,7 @@ TEST_F(SingleInstanceTest, InstanceThatDeclinesIsSucceeded) {
     EXPECT_EQ(outcome(second), Outcome::first);
 }
 
-TEST_F(SingleInstanceTest, InstanceThatExitsWithoutAReplyIsSucceeded) {
+TEST_F(SingleInstanceTest, SecondInstanceReplacesOneThatExitsWithoutAReply) {
     std::optional<SingleInstance> first(path);
     ASSERT_EQ(first->claim({}), Outcome::first);
     std::future<Outcome> second = start({});

@@ -34,7 +34,7 @@ TEST_F(TerminationTest, IsUnderWayAfterASignal) {
         ::raise(SIGTERM);
         EXPECT_TRUE(termination.isUnderWay()) << "before the event loop has handled the signal";
     }
-    const TerminationSignals reset([] {}); // forgets the signal for the tests that follow
+    const TerminationSignals reset([] {}); // clears the signal for the tests that follow
     EXPECT_FALSE(termination.isUnderWay());
 }
 

@@ -29,7 +29,7 @@ namespace {
 
 using namespace test;
 
-/// A temporary file that an interrupted write has left behind.
+/// The name of a temporary file that an interrupted write has left behind.
 const QString leftover = u".lumvik-0123456789abcdef.saving"_s;
 
 bool isTemporary(const QString &name) {
@@ -46,7 +46,7 @@ class AtomicWrite : public testing::Test {
     const SystemCallsRestored restored;
 };
 
-TEST_F(AtomicWrite, CreatesAndReplacesAFile) {
+TEST_F(AtomicWrite, CreatesAFileAndReplacesIt) {
     EXPECT_EQ(write("one"), 0);
     EXPECT_EQ(write(""), 0);
     EXPECT_EQ(bytesOf(folder.path(u"file"_s)), "");
@@ -121,7 +121,7 @@ TEST_F(AtomicWrite, WritesToAFileSystemWithoutLocksOrPermissions) {
     putBytes(folder.path(leftover), "leftover");
     EXPECT_EQ(write("bytes"), 0);
     EXPECT_EQ(bytesOf(folder.path(u"file"_s)), "bytes");
-    // Without locks it is unknown whether the leftover file is still being written.
+    // Without locks, the writer cannot know whether the leftover file is still being written.
     EXPECT_EQ(folder.names(), (QStringList{leftover, u"file"_s}));
 }
 
@@ -147,7 +147,7 @@ TEST_F(AtomicWrite, FileIsPrivateBeforeTheFirstByteWithAnyUmask) {
             struct stat status {};
             if (call == "fchmod") {
                 EXPECT_EQ(::fstat(descriptor, &status), 0);
-                EXPECT_EQ(status.st_mode & 0077, 0U); // Private from the moment of its creation.
+                EXPECT_EQ(status.st_mode & 0077, 0U); // The file is private from the start.
             }
             if (call == "write") {
                 ++writes;
@@ -209,12 +209,12 @@ TEST_F(AtomicWrite, FileThatAnotherProcessIsStillWritingIsKept) {
     EXPECT_EQ(folder.names(), QStringList(u"file"_s));
 }
 
-TEST_F(AtomicWrite, WriterStartsAgainWhenItsFileWasRemovedBeforeItWasLocked) {
+TEST_F(AtomicWrite, WriteIsRetriedWhenItsTemporaryFileIsRemovedBeforeTheLock) {
     int removals = 0;
     systemCalls().before = [&](const std::string &call, int) {
         if (call == "flock" && removals == 0) {
             ++removals;
-            systemCalls().before = nullptr; // removeInterruptedWrites also calls flock.
+            systemCalls().before = nullptr; // removeInterruptedWrites() calls flock() as well.
             removeInterruptedWrites(QFile::encodeName(folder.path()).toStdString());
             EXPECT_EQ(folder.names(), QStringList());
         }
@@ -237,8 +237,8 @@ class InterruptedSave : public testing::Test {
         return CameraConfigurationStore(storage);
     }
 
-    /// Checks the conditions that hold at every moment: both files contain one of the complete
-    /// lists, and every file in the folder is private.
+    /// Expects that the stored list and its recovery copy are each complete, and that every file in
+    /// the folder is private.
     void expectConsistent() const {
         for (const QString &name : {u"cameras.json"_s, u"cameras.last-good.json"_s}) {
             const QByteArray bytes = bytesOf(storage + u'/' + name);
@@ -278,8 +278,8 @@ class InterruptedSave : public testing::Test {
     CapturedLog log;
 };
 
-/// Runs `work` in a child process that is killed just before its `fatal`th system call. Returns
-/// whether the process got that far.
+/// Runs `work` in a child process that is killed just before its system call number `fatal`.
+/// Returns false if the process finished before that call.
 bool isKilledDuring(int fatal, const std::function<void()> &work) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -350,7 +350,7 @@ TEST_F(InterruptedSave, ProcessKilledAtARandomMomentLosesNothing) {
     for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
         const pid_t child = startSaving();
         ASSERT_GT(child, 0);
-        // The process is killed at a random moment. The test does not wait for an event here.
+        // This sleep chooses the random moment of the kill and does not wait for an event.
         std::this_thread::sleep_for(std::chrono::microseconds(microseconds(random)));
         ASSERT_EQ(::kill(child, SIGKILL), 0);
         int status = 0;
@@ -416,7 +416,7 @@ class FolderObserver {
                 struct stat status {};
                 const QByteArray path = m_folder + '/' + QFile::encodeName(name);
                 if (::lstat(path.constData(), &status) != 0)
-                    continue; // The file was already removed.
+                    continue; // The file has already been removed.
                 m_temporaryFilesSeen += isTemporary(name) ? 1 : 0;
                 m_readableFilesSeen += (status.st_mode & 0077) != 0 ? 1 : 0;
             }
@@ -431,7 +431,8 @@ class FolderObserver {
     std::atomic<int> m_temporaryFilesSeen = 0;
     std::atomic<int> m_readableFilesSeen = 0;
     std::atomic<int> m_partialListsSeen = 0;
-    std::thread m_thread; // Declared last, so that it starts after everything else is initialised.
+    // The thread is the last member, so that it starts after all others are initialised.
+    std::thread m_thread;
 };
 
 TEST_F(InterruptedSave, ConcurrentReaderNeverSeesAReadableTemporaryFileOrAPartialList) {

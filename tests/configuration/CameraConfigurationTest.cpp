@@ -26,7 +26,7 @@ Decoded decoded(const QByteArray &bytes) {
 }
 
 /// Returns a document with one camera. `text` is inserted unchanged between the quotation marks of
-/// its name.
+/// the camera's name.
 QByteArray documentNaming(const QByteArray &text) {
     return R"({"cameras":[{"name":")" + text + R"(","url":"u"}]})";
 }
@@ -61,7 +61,7 @@ TEST(Camera, IndexOfFindsACameraByItsValue) {
     EXPECT_EQ(twoCameras().indexOf(Camera{u"YARD"_s, u"rtsp://camera.example/yard"_s}), -1);
 }
 
-TEST(CameraConfigurationErrors, HaveFixedMessagesInAFixedOrder) {
+TEST(CameraConfigurationErrors, MessagesAndOrderAreFixed) {
     EXPECT_EQ(errorDescription(CameraConfigurationError::noCameras), u"No cameras were found."_s);
     EXPECT_EQ(errorDescription(CameraConfigurationError::invalidFile),
               u"The selected file does not contain a supported camera list."_s);
@@ -103,7 +103,7 @@ TEST(CameraConfigurationErrors, PasswordInAFileNameIsRedacted) {
     EXPECT_FALSE(text.contains(u"opensesame"_s)) << qPrintable(text);
 }
 
-TEST(CameraDocument, EncodedFormMatchesTheExample) {
+TEST(CameraDocument, EncodedFormIsIndentedJsonWithoutFinalLineBreak) {
     EXPECT_EQ(CameraConfiguration{twoCameras()}.encoded(),
               "{\n"
               "    \"cameras\": [\n"
@@ -231,71 +231,77 @@ const QByteArray goodCamera = R"({"name":"n","url":"u"})";
 INSTANTIATE_TEST_SUITE_P(
     All, RefusedDocuments,
     testing::Values(
-        Refused{"nothing", "", DecodingError::notJson},
-        Refused{"blanks", " \n\t", DecodingError::notJson},
+        Refused{"empty document", "", DecodingError::notJson},
+        Refused{"blanks only", " \n\t", DecodingError::notJson},
         Refused{"a word", "cameras", DecodingError::notJson},
         Refused{"null", "null", DecodingError::notJson},
         Refused{"only a byte-order mark", "\xEF\xBB\xBF", DecodingError::notJson},
         Refused{"bare array", "[" + goodCamera + "]", DecodingError::notAnObject},
         Refused{"bare camera", goodCamera, DecodingError::noCameraArray},
         Refused{"empty object", "{}", DecodingError::noCameraArray},
-        Refused{"other case of the key", R"({"Cameras":[]})", DecodingError::noCameraArray},
-        Refused{"cameras null", R"({"cameras":null})", DecodingError::noCameraArray},
-        Refused{"cameras an object", R"({"cameras":{}})", DecodingError::noCameraArray},
-        Refused{"cameras a text", R"({"cameras":"[]"})", DecodingError::noCameraArray},
-        Refused{"cameras a number", R"({"cameras":0})", DecodingError::noCameraArray},
-        Refused{"camera null", R"({"cameras":[null]})", DecodingError::badCamera},
-        Refused{"camera a text", R"({"cameras":["rtsp://a"]})", DecodingError::badCamera},
-        Refused{"camera an array", R"({"cameras":[["n","u"]]})", DecodingError::badCamera},
-        Refused{"camera empty", R"({"cameras":[{}]})", DecodingError::badCamera},
-        Refused{"name missing", R"({"cameras":[{"url":"u"}]})", DecodingError::badCamera},
-        Refused{"name null", R"({"cameras":[{"name":null,"url":"u"}]})", DecodingError::badCamera},
-        Refused{"name a number", R"({"cameras":[{"name":1,"url":"u"}]})", DecodingError::badCamera},
-        Refused{"name a bool", R"({"cameras":[{"name":true,"url":"u"}]})",
+        Refused{"key in another case", R"({"Cameras":[]})", DecodingError::noCameraArray},
+        Refused{"cameras is null", R"({"cameras":null})", DecodingError::noCameraArray},
+        Refused{"cameras is an object", R"({"cameras":{}})", DecodingError::noCameraArray},
+        Refused{"cameras is a string", R"({"cameras":"[]"})", DecodingError::noCameraArray},
+        Refused{"cameras is a number", R"({"cameras":0})", DecodingError::noCameraArray},
+        Refused{"camera is null", R"({"cameras":[null]})", DecodingError::badCamera},
+        Refused{"camera is a string", R"({"cameras":["rtsp://a"]})", DecodingError::badCamera},
+        Refused{"camera is an array", R"({"cameras":[["n","u"]]})", DecodingError::badCamera},
+        Refused{"camera is empty", R"({"cameras":[{}]})", DecodingError::badCamera},
+        Refused{"name is missing", R"({"cameras":[{"url":"u"}]})", DecodingError::badCamera},
+        Refused{"name is null", R"({"cameras":[{"name":null,"url":"u"}]})",
                 DecodingError::badCamera},
-        Refused{"url missing", R"({"cameras":[{"name":"n"}]})", DecodingError::badCamera},
-        Refused{"url null", R"({"cameras":[{"name":"n","url":null}]})", DecodingError::badCamera},
-        Refused{"url a number", R"({"cameras":[{"name":"n","url":554}]})",
+        Refused{"name is a number", R"({"cameras":[{"name":1,"url":"u"}]})",
                 DecodingError::badCamera},
-        Refused{"url an array", R"({"cameras":[{"name":"n","url":["u"]}]})",
+        Refused{"name is a Boolean", R"({"cameras":[{"name":true,"url":"u"}]})",
+                DecodingError::badCamera},
+        Refused{"url is missing", R"({"cameras":[{"name":"n"}]})", DecodingError::badCamera},
+        Refused{"url is null", R"({"cameras":[{"name":"n","url":null}]})",
+                DecodingError::badCamera},
+        Refused{"url is a number", R"({"cameras":[{"name":"n","url":554}]})",
+                DecodingError::badCamera},
+        Refused{"url is an array", R"({"cameras":[{"name":"n","url":["u"]}]})",
                 DecodingError::badCamera},
         Refused{"one bad camera among good ones",
                 R"({"cameras":[)" + goodCamera + R"(,{"name":"n"},)" + goodCamera + "]}",
                 DecodingError::badCamera},
-        Refused{"something behind", R"({"cameras":[]} x)", DecodingError::notJson},
+        Refused{"text after the document", R"({"cameras":[]} x)", DecodingError::notJson},
         Refused{"two documents", R"({"cameras":[]}{"cameras":[]})", DecodingError::notJson},
-        Refused{"zero byte behind", QByteArray(R"({"cameras":[]})") + '\0', DecodingError::notJson},
-        Refused{"something before", R"(x{"cameras":[]})", DecodingError::notJson},
-        Refused{"comma behind the last camera", R"({"cameras":[)" + goodCamera + ",]}",
+        Refused{"zero byte after the document", QByteArray(R"({"cameras":[]})") + '\0',
+                DecodingError::notJson},
+        Refused{"text before the document", R"(x{"cameras":[]})", DecodingError::notJson},
+        Refused{"comma after the last camera", R"({"cameras":[)" + goodCamera + ",]}",
                 DecodingError::notJson},
         Refused{"comment", R"(/* mine */{"cameras":[]})", DecodingError::notJson},
-        Refused{"apostrophes", "{'cameras':[]}", DecodingError::notJson},
+        Refused{"apostrophes instead of quotation marks", "{'cameras':[]}", DecodingError::notJson},
         Refused{"key without quotation marks", "{cameras:[]}", DecodingError::notJson},
-        Refused{"number that is none", R"({"cameras":[],"x":01})", DecodingError::notJson},
-        Refused{"stray byte in a text", documentNaming("a\xFF"), DecodingError::notJson},
+        Refused{"invalid number", R"({"cameras":[],"x":01})", DecodingError::notJson},
+        Refused{"stray byte in a string", documentNaming("a\xFF"), DecodingError::notJson},
         Refused{"Latin-1",
                 documentNaming("K\xFC"
                                "che"),
                 DecodingError::notJson},
-        Refused{"character cut in half", documentNaming("\xE2\x82"), DecodingError::notJson},
-        Refused{"overlong slash", documentNaming("\xC0\xAF"), DecodingError::notJson},
-        Refused{"surrogate as UTF-8", documentNaming("\xED\xA0\x80"), DecodingError::notJson},
-        Refused{"beyond Unicode", documentNaming("\xF4\x90\x80\x80"), DecodingError::notJson},
+        Refused{"truncated character", documentNaming("\xE2\x82"), DecodingError::notJson},
+        Refused{"overlong encoding of a slash", documentNaming("\xC0\xAF"), DecodingError::notJson},
+        Refused{"surrogate in UTF-8", documentNaming("\xED\xA0\x80"), DecodingError::notJson},
+        Refused{"code point beyond Unicode", documentNaming("\xF4\x90\x80\x80"),
+                DecodingError::notJson},
         Refused{"stray byte in an ignored member", "{\"cameras\":[],\"x\":\"\xFF\"}",
                 DecodingError::notJson},
         Refused{"stray byte in a key", "{\"cameras\":[],\"\xFF\":1}", DecodingError::notJson},
-        Refused{"stray byte outside of texts", "{\"cameras\":[\xFF]}", DecodingError::notJson},
+        Refused{"stray byte outside strings", "{\"cameras\":[\xFF]}", DecodingError::notJson},
         Refused{"UTF-16", QByteArray("{\0\"\0", 4), DecodingError::notJson},
-        Refused{"UTF-16 with its mark", QByteArray("\xFF\xFE{\0}\0", 6), DecodingError::notJson},
-        Refused{"zero bytes", QByteArray(4096, '\0'), DecodingError::notJson},
-        Refused{"zero byte in a text", documentNaming(QByteArray("a\0b", 3)),
+        Refused{"UTF-16 with a byte-order mark", QByteArray("\xFF\xFE{\0}\0", 6),
                 DecodingError::notJson},
-        Refused{"line break in a text", documentNaming("a\nb"), DecodingError::notJson},
-        Refused{"tab in a text", documentNaming("a\tb"), DecodingError::notJson},
-        Refused{"unknown escape", documentNaming("\\q"), DecodingError::notJson},
-        Refused{"zero byte as escape", documentNaming(QByteArray("\\\0", 2)),
+        Refused{"zero bytes only", QByteArray(4096, '\0'), DecodingError::notJson},
+        Refused{"zero byte in a string", documentNaming(QByteArray("a\0b", 3)),
                 DecodingError::notJson},
-        Refused{"broken escape", documentNaming("\\u12g4"), DecodingError::notJson},
+        Refused{"line break in a string", documentNaming("a\nb"), DecodingError::notJson},
+        Refused{"tab in a string", documentNaming("a\tb"), DecodingError::notJson},
+        Refused{"unknown escape sequence", documentNaming("\\q"), DecodingError::notJson},
+        Refused{"zero byte in an escape sequence", documentNaming(QByteArray("\\\0", 2)),
+                DecodingError::notJson},
+        Refused{"invalid escape sequence", documentNaming("\\u12g4"), DecodingError::notJson},
         Refused{"nested too deeply", R"({"cameras":[],"x":)" + QByteArray(1000000, '['),
                 DecodingError::notJson}));
 
@@ -320,20 +326,21 @@ TEST_P(AcceptedDocuments, AreDecoded) {
 INSTANTIATE_TEST_SUITE_P(
     All, AcceptedDocuments,
     testing::Values(
-        Accepted{"compact", documentNaming("n"), u"n"_s},
-        Accepted{"blanks around", " \r\n\t" + documentNaming("n") + "\r\n", u"n"_s},
-        Accepted{"byte-order mark before", "\xEF\xBB\xBF" + documentNaming("n"), u"n"_s},
+        Accepted{"compact document", documentNaming("n"), u"n"_s},
+        Accepted{"surrounding blanks", " \r\n\t" + documentNaming("n") + "\r\n", u"n"_s},
+        Accepted{"leading byte-order mark", "\xEF\xBB\xBF" + documentNaming("n"), u"n"_s},
         Accepted{"keys in another order", R"({"cameras":[{"url":"u","name":"n"}]})", u"n"_s},
-        Accepted{"slashes escaped", documentNaming("a\\/b"), u"a/b"_s},
-        Accepted{"every escape", documentNaming(R"(\"\\\/\b\f\n\r\t\u0041)"),
+        Accepted{"escaped slashes", documentNaming("a\\/b"), u"a/b"_s},
+        Accepted{"every escape sequence", documentNaming(R"(\"\\\/\b\f\n\r\t\u0041)"),
                  u"\"\\/\b\f\n\r\tA"_s},
-        Accepted{"escaped pair", documentNaming(R"(\ud83d\ude00)"), u"😀"_s},
-        Accepted{"escaped zero", documentNaming(R"(a\u0000b)"), u"a"_s + QChar(0) + u"b"_s},
+        Accepted{"escaped surrogate pair", documentNaming(R"(\ud83d\ude00)"), u"😀"_s},
+        Accepted{"escaped zero character", documentNaming(R"(a\u0000b)"),
+                 u"a"_s + QChar(0) + u"b"_s},
         Accepted{"escaped key", R"({"\u0063ameras":[{"name":"n","url":"u"}]})", u"n"_s},
-        Accepted{"quotation mark behind a backslash", documentNaming(R"(\\\")"), u"\\\""_s},
-        Accepted{"mark first in the text", documentNaming("\xEF\xBB\xBFx"),
+        Accepted{"quotation mark after a backslash", documentNaming(R"(\\\")"), u"\\\""_s},
+        Accepted{"byte-order mark at the start of a string", documentNaming("\xEF\xBB\xBFx"),
                  QString(QChar(0xfeff)) + u"x"_s},
-        Accepted{"last of two members counts",
+        Accepted{"last of two members is used",
                  R"({"cameras":[],"cameras":[{"name":"m","name":"n","url":"u"}]})", u"n"_s},
         Accepted{"nesting in an ignored member",
                  R"({"x":)" + QByteArray(1000, '[') + QByteArray(1000, ']') +
@@ -358,7 +365,7 @@ TEST(CameraDocument, DocumentWithAZeroByteAtAnyPositionIsRefused) {
 
 /// Damaged input must never crash the decoder. If a damaged document is accepted, the decoded list
 /// must survive another round trip.
-TEST(CameraDocument, DocumentWithAnyReplacedByteIsRefusedOrStillConsistent) {
+TEST(CameraDocument, DocumentWithAnyReplacedByteIsRefusedOrSurvivesARoundTrip) {
     const QByteArray whole = CameraConfiguration{twoCameras()}.encoded();
     for (qsizetype at = 0; at < whole.size(); ++at) {
         for (int byte = 0; byte < 256; ++byte) {
@@ -384,7 +391,7 @@ TEST(CameraDocument, TenThousandCamerasAreEncodedAndDecodedQuickly) {
     EXPECT_EQ(back->cameras, cameras);
     RecordProperty("encoding_ms", static_cast<int>(encoding));
     RecordProperty("decoding_ms", static_cast<int>(decoding));
-    // A generous limit in milliseconds that detects quadratic run time.
+    // The limit in milliseconds is so generous that only quadratic run time exceeds it.
     EXPECT_LT(encoding + decoding, 5000);
 }
 

@@ -12,14 +12,14 @@ void inChildProcess(const std::function<void()> &body);
 
 /// Runs `body` in a child process as a user to whom permission bits apply. If the current user is
 /// the superuser, the child process runs as "nobody", who first becomes the owner of `folder` and
-/// its contents. Any other user stays the same.
+/// its contents. Otherwise, the child process runs as the current user.
 void asOrdinaryUser(const QString &folder, const std::function<void()> &body);
 
 /// Runs `body` in a child process in which a memory disk of the size `kilobytes` is mounted at
 /// `folder`. Skips the test if the system does not allow mounting.
 void onSmallDisk(const QString &folder, int kilobytes, const std::function<void()> &body);
 
-/// Remounts read-only the disk that onSmallDisk mounted at `folder`.
+/// Makes the disk that onSmallDisk mounted at `folder` read-only.
 void makeDiskReadOnly(const QString &folder);
 
 } // namespace lumvik::test

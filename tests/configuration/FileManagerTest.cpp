@@ -12,7 +12,7 @@ namespace {
 
 using namespace test;
 
-/// More bytes than any file of these tests has.
+/// A limit in bytes that no file in these tests exceeds.
 constexpr qint64 defaultLimit = 1024 * 1024;
 
 class FileManagerTest : public testing::Test {

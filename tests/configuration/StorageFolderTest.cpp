@@ -1,4 +1,4 @@
-// Tests of where the camera list is stored.
+// Tests of the folder in which the camera list is stored.
 
 #include "StoreFixture.h"
 

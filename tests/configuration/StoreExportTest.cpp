@@ -13,7 +13,7 @@ namespace {
 
 using namespace test;
 
-TEST_F(Store, ExportWritesOneFileAndNothingElse) {
+TEST_F(Store, ExportWritesOnlyTheExportedFile) {
     const QString out = folder.path(u"lumvik-cameras.json"_s);
     ASSERT_TRUE(store.exportCameras(twoCameras(), out).has_value());
     EXPECT_EQ(bytesOf(out), documentOf(twoCameras()));
@@ -36,7 +36,7 @@ TEST_F(Store, ExportOfAnEmptyListLeavesAnExistingFileAlone) {
     EXPECT_EQ(bytesOf(out), "mine");
 }
 
-TEST_F(Store, ExportReplacesAPublicFileByAPrivateOne) {
+TEST_F(Store, ExportReplacesAPublicFileWithAPrivateFile) {
     const QString out = folder.path(u"out.json"_s);
     putBytes(out, QByteArray(100000, 'x'));
     setMode(out, 0666);
@@ -70,7 +70,7 @@ TEST_F(Store, ExportOverAFolderOrADeviceFails) {
     EXPECT_TRUE(S_ISCHR(status.st_mode));
 }
 
-TEST_F(Store, ExportThatCannotBeMadePrivateReportsAnErrorAndKeepsTheFile) {
+TEST_F(Store, ExportedFileThatCannotBeMadePrivateIsKeptAndAnErrorIsReturned) {
     const QString out = folder.path(u"out.json"_s);
     const NoPermissions files(out);
     const auto exported = CameraConfigurationStore(storage, files).exportCameras(twoCameras(), out);
@@ -116,7 +116,7 @@ TEST_F(Store, TenThousandCamerasAreSavedAndLoadedQuickly) {
     const qint64 loading = timer.elapsed();
     RecordProperty("saving_ms", static_cast<int>(saving));
     RecordProperty("loading_ms", static_cast<int>(loading));
-    // A generous limit in milliseconds that detects quadratic run time.
+    // The limit in milliseconds is so generous that only quadratic run time exceeds it.
     EXPECT_LT(saving + loading, 10000);
 }
 

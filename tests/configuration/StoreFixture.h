@@ -11,7 +11,7 @@
 
 namespace lumvik::test {
 
-/// Log lines of the store.
+/// Texts that the store logs.
 inline const QString primaryInvalid =
     u"Primary camera configuration is invalid; attempting owner-only recovery."_s;
 inline const QString notRefreshed =

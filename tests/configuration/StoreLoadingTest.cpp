@@ -36,7 +36,7 @@ TEST_F(Store, GoodListIsLoaded) {
     EXPECT_EQ(log.lines(), QList{line(LogLevel::info, u"Loaded 2 cameras."_s)});
 }
 
-TEST_F(Store, GoodListIsCopiedByteForByteOverTheRecoveryCopy) {
+TEST_F(Store, LoadedListReplacesTheRecoveryCopyByteForByte) {
     const QByteArray handMade =
         "\r\n {\"cameras\":[{\"url\":\"u\",\"name\":\"n\",\"id\":1}],\"x\":2}\n\n";
     putPrimary(handMade);
@@ -56,7 +56,7 @@ TEST_F(Store, LoadingDoesNotChangeThePermissionsOfTheList) {
     EXPECT_EQ(modeOf(primary()), 0644);
 }
 
-TEST_F(Store, EmptyListIsLoadedFromTheRecoveryCopy) {
+TEST_F(Store, RecoveryCopyIsLoadedWhenTheListIsEmpty) {
     putPrimary(emptyDocument);
     putRecovery(documentOf(twoCameras()));
     expectLoads(twoCameras());
@@ -64,7 +64,7 @@ TEST_F(Store, EmptyListIsLoadedFromTheRecoveryCopy) {
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, DamagedListIsLoadedFromTheRecoveryCopyAndNotChanged) {
+TEST_F(Store, RecoveryCopyIsLoadedWhenTheListIsDamagedAndNeitherFileIsChanged) {
     putPrimary("not JSON at all");
     putRecovery(documentOf(twoCameras()));
     setMode(recovery(), 0640);
@@ -78,7 +78,7 @@ TEST_F(Store, DamagedListIsLoadedFromTheRecoveryCopyAndNotChanged) {
                           u"Recovered 2 cameras from the last-known-good configuration."_s)}));
 }
 
-TEST_F(Store, RecoveryIsRepeatedUntilTheNextSave) {
+TEST_F(Store, RecoveryCopyIsLoadedEveryTimeUntilTheNextSave) {
     putPrimary("damaged");
     putRecovery(documentOf(twoCameras()));
     expectLoads(twoCameras());
@@ -90,51 +90,51 @@ TEST_F(Store, RecoveryIsRepeatedUntilTheNextSave) {
     EXPECT_EQ(log.lines(), QList{line(LogLevel::info, u"Loaded 2 cameras."_s)});
 }
 
-TEST_F(Store, DamagedListWithoutRecoveryCopyFailsWithItsOwnError) {
+TEST_F(Store, LoadOfADamagedListWithoutRecoveryCopyFailsWithTheErrorOfTheList) {
     putPrimary("damaged");
     expectLoadFails(DecodingError::notJson);
     EXPECT_EQ(log.lines(), QList{line(LogLevel::error, primaryInvalid)});
     EXPECT_EQ(storedNames(), QStringList(u"cameras.json"_s));
 }
 
-TEST_F(Store, EmptyListWithoutRecoveryCopyFailsWithNoCameras) {
+TEST_F(Store, LoadOfAnEmptyListWithoutRecoveryCopyFailsWithNoCameras) {
     putPrimary(emptyDocument);
     expectLoadFails(CameraConfigurationError::noCameras);
 }
 
-TEST_F(Store, DamagedListAndDamagedCopyFailWithTheErrorOfTheList) {
+TEST_F(Store, LoadOfDamagedListAndRecoveryCopyFailsWithTheErrorOfTheList) {
     putPrimary(R"({"cameras":[{}]})");
     putRecovery("damaged");
     expectLoadFails(DecodingError::badCamera);
     EXPECT_EQ(bytesOf(recovery()), "damaged");
 }
 
-TEST_F(Store, EmptyListAndDamagedCopyFailWithNoCameras) {
+TEST_F(Store, LoadOfEmptyListAndDamagedRecoveryCopyFailsWithNoCameras) {
     putPrimary(emptyDocument);
     putRecovery("damaged");
     expectLoadFails(CameraConfigurationError::noCameras);
 }
 
-TEST_F(Store, DamagedListAndEmptyCopyFailWithNoCameras) {
+TEST_F(Store, LoadOfDamagedListAndEmptyRecoveryCopyFailsWithNoCameras) {
     putPrimary("damaged");
     putRecovery(emptyDocument);
     expectLoadFails(CameraConfigurationError::noCameras);
     EXPECT_EQ(log.lines(), QList{line(LogLevel::error, primaryInvalid)});
 }
 
-TEST_F(Store, EmptyListAndEmptyCopyFailWithNoCameras) {
+TEST_F(Store, LoadOfEmptyListAndRecoveryCopyFailsWithNoCameras) {
     putPrimary(emptyDocument);
     putRecovery(emptyDocument);
     expectLoadFails(CameraConfigurationError::noCameras);
 }
 
-TEST_F(Store, FolderInTheCopysPlaceCountsAsDamaged) {
+TEST_F(Store, FolderInPlaceOfTheRecoveryCopyCountsAsDamagedCopy) {
     putPrimary("damaged");
     ASSERT_TRUE(QDir().mkpath(recovery()));
     expectLoadFails(DecodingError::notJson);
 }
 
-TEST_F(Store, ListTruncatedAtAnyByteIsLoadedFromTheRecoveryCopy) {
+TEST_F(Store, RecoveryCopyIsLoadedWhenTheListIsTruncatedAtAnyByte) {
     const QByteArray whole = documentOf({{u"n"_s, u"rtsp://a"_s}});
     putRecovery(documentOf(twoCameras()));
     for (qsizetype length = 0; length < whole.size(); ++length) {
@@ -144,7 +144,7 @@ TEST_F(Store, ListTruncatedAtAnyByteIsLoadedFromTheRecoveryCopy) {
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, ListThatIsNotUtf8IsLoadedFromTheRecoveryCopy) {
+TEST_F(Store, RecoveryCopyIsLoadedWhenTheListIsNotUtf8) {
     putPrimary("{\"cameras\":[{\"name\":\"K\xFC"
                "che\",\"url\":\"u\"}]}");
     putRecovery(documentOf(twoCameras()));
@@ -153,7 +153,7 @@ TEST_F(Store, ListThatIsNotUtf8IsLoadedFromTheRecoveryCopy) {
 
 // ---- Something other than a regular file in the place of the list ----
 
-TEST_F(Store, FolderInTheListsPlaceCountsAsDamaged) {
+TEST_F(Store, FolderInPlaceOfTheListCountsAsDamagedList) {
     ASSERT_TRUE(QDir().mkpath(primary()));
     expectLoadFails(readError(EISDIR));
     putRecovery(documentOf(twoCameras()));
@@ -161,7 +161,7 @@ TEST_F(Store, FolderInTheListsPlaceCountsAsDamaged) {
     expectSaveFails(writeError(EISDIR));
 }
 
-TEST_F(Store, PipeInTheListsPlaceCountsAsDamagedAndDoesNotBlock) {
+TEST_F(Store, PipeInPlaceOfTheListCountsAsDamagedListAndDoesNotBlock) {
     makeStorage();
     ASSERT_EQ(::mkfifo(qPrintable(primary()), 0600), 0);
     expectLoadFails(readError(ENODEV));
@@ -170,7 +170,7 @@ TEST_F(Store, PipeInTheListsPlaceCountsAsDamagedAndDoesNotBlock) {
     expectSaveFails(writeError(ENODEV));
 }
 
-TEST_F(Store, PipeInTheCopysPlaceDoesNotBlock) {
+TEST_F(Store, PipeInPlaceOfTheRecoveryCopyDoesNotBlock) {
     putPrimary("damaged");
     ASSERT_EQ(::mkfifo(qPrintable(recovery()), 0600), 0);
     expectLoadFails(DecodingError::notJson);
@@ -179,7 +179,7 @@ TEST_F(Store, PipeInTheCopysPlaceDoesNotBlock) {
     expectLoads(twoCameras());
 }
 
-TEST_F(Store, SocketInTheListsPlaceCountsAsDamaged) {
+TEST_F(Store, SocketInPlaceOfTheListCountsAsDamagedList) {
     makeStorage();
     const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address{};
@@ -190,14 +190,14 @@ TEST_F(Store, SocketInTheListsPlaceCountsAsDamaged) {
     ::close(descriptor);
 }
 
-TEST_F(Store, EndlessDeviceInTheListsPlaceCountsAsDamaged) {
+TEST_F(Store, EndlessDeviceInPlaceOfTheListCountsAsDamagedList) {
     makeStorage();
     ASSERT_EQ(::symlink("/dev/zero", qPrintable(primary())), 0);
     expectLoadFails(readError(ENODEV));
     expectSaveFails(writeError(ENODEV));
 }
 
-TEST_F(Store, ListLargerThanSixtyFourMebibytesCountsAsDamaged) {
+TEST_F(Store, ListLargerThanSixtyFourMebibytesCountsAsDamagedList) {
     putPrimary({});
     ASSERT_EQ(::truncate(qPrintable(primary()), 64 * 1024 * 1024 + 1), 0);
     expectLoadFails(readError(EFBIG));
@@ -205,7 +205,7 @@ TEST_F(Store, ListLargerThanSixtyFourMebibytesCountsAsDamaged) {
     expectLoads(twoCameras());
 }
 
-TEST_F(Store, ListTooLargeToBeLoadedAgainIsNotSavedAndTheOldListStays) {
+TEST_F(Store, ListTooLargeToBeLoadedIsNotSavedAndTheOldListIsKept) {
     expectSaves(twoCameras());
     const CameraList huge{{u"Long"_s, QString(65 * 1024 * 1024, QLatin1Char('x'))}};
     const auto saved = store.save(huge);
@@ -231,7 +231,7 @@ TEST_F(Store, CyclicLinkCountsAsAMissingListAndIsNotReplaced) {
     expectSaveFails(writeError(ELOOP));
 }
 
-TEST_F(Store, FileInTheFoldersPlaceCountsAsAMissingListAndFailsASave) {
+TEST_F(Store, FileInPlaceOfTheFolderCountsAsMissingListAndPreventsASave) {
     putBytes(storage, "mine");
     expectLoads({});
     expectSaveFails({FileError::Operation::createFolder, storage, ENOTDIR});
@@ -240,7 +240,7 @@ TEST_F(Store, FileInTheFoldersPlaceCountsAsAMissingListAndFailsASave) {
 
 // ---- Permissions, as a user other than the superuser ----
 
-TEST_F(Store, UnreadableListIsLoadedFromTheRecoveryCopy) {
+TEST_F(Store, RecoveryCopyIsLoadedWhenTheListIsUnreadable) {
     putPrimary(documentOf(manyCameras(3)));
     setMode(primary(), 0000);
     asOrdinaryUser(folder.path(), [this] { expectLoadFails(readError(EACCES)); });
@@ -248,14 +248,14 @@ TEST_F(Store, UnreadableListIsLoadedFromTheRecoveryCopy) {
     asOrdinaryUser(folder.path(), [this] { expectLoads(twoCameras()); });
 }
 
-TEST_F(Store, UnreadableCopyCountsAsDamaged) {
+TEST_F(Store, UnreadableRecoveryCopyCountsAsDamagedCopy) {
     putPrimary("damaged");
     putRecovery(documentOf(twoCameras()));
     setMode(recovery(), 0000);
     asOrdinaryUser(folder.path(), [this] { expectLoadFails(DecodingError::notJson); });
 }
 
-TEST_F(Store, InaccessibleFolderIsAnErrorAndNotAFirstRun) {
+TEST_F(Store, InaccessibleFolderIsAnErrorAndDoesNotCountAsFirstRun) {
     putPrimary(documentOf(twoCameras()));
     setMode(storage, 0000);
     asOrdinaryUser(folder.path(), [this] {

@@ -1,4 +1,4 @@
-// Tests of saving the camera list, also on full and read-only disks.
+// Tests of saving the camera list, including on full and read-only disks.
 
 #include "StoreFixture.h"
 
@@ -41,13 +41,13 @@ TEST_F(Store, SavedListCanBeLoaded) {
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, SurroundingSpacesAndDuplicatesAreKept) {
+TEST_F(Store, SavedListKeepsSurroundingSpacesAndDuplicates) {
     const CameraList cameras{{u" a "_s, u" rtsp://x \t"_s}, {u" a "_s, u" rtsp://x \t"_s}};
     expectSaves(cameras);
     expectLoads(cameras);
 }
 
-TEST_F(Store, UnknownMembersAreLostWithTheNextSave) {
+TEST_F(Store, UnknownMembersAreRemovedByTheNextSave) {
     putPrimary(R"({"cameras":[{"name":"n","url":"u","id":5}],"theme":"dark"})");
     const auto loaded = store.load();
     ASSERT_TRUE(loaded);
@@ -101,7 +101,7 @@ TEST_P(StoreWithUmask, FoldersAndFilesHaveExactlyTheRequiredModes) {
 
 INSTANTIATE_TEST_SUITE_P(Masks, StoreWithUmask, testing::Values(0000, 0022, 0077, 0277, 0777));
 
-TEST_F(Store, ExistingFolderKeepsItsMode) {
+TEST_F(Store, ExistingStorageFolderKeepsItsMode) {
     makeStorage();
     setMode(storage, 0755);
     expectSaves(twoCameras());
@@ -109,7 +109,7 @@ TEST_F(Store, ExistingFolderKeepsItsMode) {
     EXPECT_EQ(modeOf(primary()), 0600);
 }
 
-TEST_F(Store, FolderMayBeALink) {
+TEST_F(Store, StorageFolderMayBeASymbolicLink) {
     ASSERT_TRUE(QDir().mkpath(folder.path(u"elsewhere"_s)));
     ASSERT_EQ(::symlink("elsewhere", qPrintable(storage)), 0);
     expectSaves(twoCameras());
@@ -117,7 +117,7 @@ TEST_F(Store, FolderMayBeALink) {
     EXPECT_TRUE(QFile::exists(folder.path(u"elsewhere/cameras.json"_s)));
 }
 
-TEST_F(Store, LinkedListIsSavedAtTheTargetOfTheLink) {
+TEST_F(Store, SaveThroughASymbolicLinkReplacesTheTargetOfTheLink) {
     makeStorage();
     ASSERT_TRUE(QDir().mkpath(folder.path(u"dotfiles"_s)));
     const QString kept = folder.path(u"dotfiles/lumvik.json"_s);
@@ -132,7 +132,7 @@ TEST_F(Store, LinkedListIsSavedAtTheTargetOfTheLink) {
     expectLoads(twoCameras());
 }
 
-TEST_F(Store, SaveCreatesTheMissingTargetOfALink) {
+TEST_F(Store, SaveThroughASymbolicLinkCreatesAMissingTarget) {
     makeStorage();
     const QString kept = folder.path(u"kept.json"_s);
     ASSERT_EQ(::symlink(qPrintable(kept), qPrintable(primary())), 0);
@@ -141,7 +141,7 @@ TEST_F(Store, SaveCreatesTheMissingTargetOfALink) {
     EXPECT_TRUE(QFileInfo(primary()).isSymLink());
 }
 
-TEST_F(Store, RecoveryCopyThatIsALinkToTheListLosesNothing) {
+TEST_F(Store, RecoveryCopyMayBeASymbolicLinkToTheList) {
     expectSaves(manyCameras(3));
     ASSERT_TRUE(QFile::remove(recovery()));
     ASSERT_EQ(::symlink("cameras.json", qPrintable(recovery())), 0);
@@ -150,7 +150,7 @@ TEST_F(Store, RecoveryCopyThatIsALinkToTheListLosesNothing) {
     expectLoads(twoCameras());
 }
 
-TEST_F(Store, ReadOnlyCopyDoesNotFailASave) {
+TEST_F(Store, ReadOnlyRecoveryCopyDoesNotPreventASave) {
     putRecovery(documentOf(manyCameras(3)));
     setMode(recovery(), 0444);
     expectSaves(twoCameras());
@@ -159,7 +159,7 @@ TEST_F(Store, ReadOnlyCopyDoesNotFailASave) {
     EXPECT_EQ(bytesOf(recovery()), documentOf(manyCameras(3)));
 }
 
-TEST_F(Store, FolderInTheCopysPlaceFailsNeitherSaveNorLoad) {
+TEST_F(Store, FolderInPlaceOfTheRecoveryCopyPreventsNeitherSaveNorLoad) {
     ASSERT_TRUE(QDir().mkpath(recovery()));
     expectSaves(twoCameras());
     EXPECT_EQ(log.lines(), QList{line(LogLevel::error, notRefreshed)});
@@ -169,7 +169,7 @@ TEST_F(Store, FolderInTheCopysPlaceFailsNeitherSaveNorLoad) {
     EXPECT_TRUE(QFileInfo(recovery()).isDir());
 }
 
-TEST_F(Store, ReadOnlyListAndItsCopyAreNotReplaced) {
+TEST_F(Store, SaveReplacesNeitherAReadOnlyListNorItsRecoveryCopy) {
     expectSaves(twoCameras());
     log.clear();
     setMode(primary(), 0400);
@@ -180,7 +180,7 @@ TEST_F(Store, ReadOnlyListAndItsCopyAreNotReplaced) {
     EXPECT_EQ(storedNames().size(), 2);
 }
 
-TEST_F(Store, ListThatCannotBeMadePrivateFailsTheSaveAndKeepsTheCopy) {
+TEST_F(Store, SaveFailsAndKeepsTheRecoveryCopyIfTheListCannotBeMadePrivate) {
     expectSaves(twoCameras());
     const NoPermissions files(primary());
     const auto saved = CameraConfigurationStore(storage, files).save(manyCameras(3));
@@ -190,7 +190,7 @@ TEST_F(Store, ListThatCannotBeMadePrivateFailsTheSaveAndKeepsTheCopy) {
     EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
 }
 
-TEST_F(Store, CopyThatCannotBeMadePrivateFailsNeitherSaveNorLoad) {
+TEST_F(Store, RecoveryCopyThatCannotBeMadePrivatePreventsNeitherSaveNorLoad) {
     const NoPermissions files(recovery());
     const CameraConfigurationStore hampered(storage, files);
     EXPECT_TRUE(hampered.save(twoCameras()).has_value());
@@ -198,7 +198,7 @@ TEST_F(Store, CopyThatCannotBeMadePrivateFailsNeitherSaveNorLoad) {
     EXPECT_TRUE(hampered.load().has_value());
 }
 
-TEST_F(Store, RecoveryCopyHasTheContentsOfTheSecondRead) {
+TEST_F(Store, LoadCopiesTheListFromASecondReadToTheRecoveryCopy) {
     putPrimary(documentOf(twoCameras()));
     const QByteArray second = documentOf(manyCameras(3, u"New"_s));
     const ChangingFile files(second);
@@ -206,7 +206,7 @@ TEST_F(Store, RecoveryCopyHasTheContentsOfTheSecondRead) {
     EXPECT_EQ(bytesOf(recovery()), second);
 }
 
-TEST_F(Store, FailedOrDamagedSecondReadChangesNeitherTheRecoveryCopyNorTheResult) {
+TEST_F(Store, LoadSucceedsAndKeepsTheRecoveryCopyIfTheSecondReadFails) {
     putPrimary(documentOf(twoCameras()));
     const QByteArray old = documentOf(manyCameras(3, u"Old"_s));
     putRecovery(old);
@@ -219,7 +219,7 @@ TEST_F(Store, FailedOrDamagedSecondReadChangesNeitherTheRecoveryCopyNorTheResult
 
 // ---- Full and read-only disks ----
 
-TEST_F(Store, FullDiskKeepsTheOldListAndLeavesNoTemporaryFile) {
+TEST_F(Store, SaveToAFullDiskKeepsTheOldListAndLeavesNoTemporaryFile) {
     makeStorage();
     onSmallDisk(storage, 64, [this] {
         expectSaves(twoCameras());
@@ -230,11 +230,11 @@ TEST_F(Store, FullDiskKeepsTheOldListAndLeavesNoTemporaryFile) {
         EXPECT_EQ(bytesOf(recovery()), documentOf(twoCameras()));
         EXPECT_EQ(storedNames().size(), 2);
         expectLoads(twoCameras());
-        expectSaves(manyCameras(3)); // The failed save has freed its space.
+        expectSaves(manyCameras(3)); // The failed save has released its space.
     });
 }
 
-TEST_F(Store, DiskThatFillsUpAfterTheListOnlyLosesTheRecoveryCopy) {
+TEST_F(Store, SaveSucceedsIfOnlyTheRecoveryCopyDoesNotFitOnTheDisk) {
     makeStorage();
     onSmallDisk(storage, 64, [this] {
         const CameraList half = manyCameras(350);
@@ -251,7 +251,7 @@ TEST_F(Store, DiskThatFillsUpAfterTheListOnlyLosesTheRecoveryCopy) {
     });
 }
 
-TEST_F(Store, ReadOnlyDiskCanBeLoadedFromAndFailsASave) {
+TEST_F(Store, ListOnAReadOnlyDiskCanBeLoadedButNotSaved) {
     makeStorage();
     onSmallDisk(storage, 64, [this] {
         expectSaves(twoCameras());

@@ -17,7 +17,7 @@ namespace {
 /// The descriptor that is reported for calls with a path.
 constexpr int noDescriptor = -1;
 
-/// Returns whether the call is to be executed. Otherwise errno is set.
+/// Returns whether the call is to be executed. Sets errno if the call is to fail.
 bool allowed(const char *call, int descriptor) {
     const int error = systemCalls().before ? systemCalls().before(call, descriptor) : 0;
     if (error != 0)

@@ -8,7 +8,7 @@ namespace lumvik::test {
 
 /// Hooks for the system calls that change files. A test can observe each call before it is
 /// executed, make it fail or kill the process at that point. The linker redirects the calls (see
-/// CMakeLists.txt). Without hooks they go straight to the system.
+/// CMakeLists.txt). Without hooks, every call goes straight to the system.
 struct SystemCalls {
     /// Called before each system call with its name ("write", "rename", …) and its descriptor,
     /// which is -1 for calls with a path. Returns 0 to execute the call, or the errno value to fail

@@ -17,8 +17,8 @@ Camera camera(const QString &name) {
     return {name, u"rtsp://%1.example/"_s.arg(name)};
 }
 
-/// A model of four cameras. QAbstractItemModelTester checks that it is consistent after each
-/// change.
+/// A model of four cameras. QAbstractItemModelTester checks after each change that the
+/// model is consistent.
 class CameraListDraft : public testing::Test {
   protected:
     [[nodiscard]] QStringList names() const {
@@ -45,7 +45,7 @@ class CameraListDraft : public testing::Test {
 TEST_F(CameraListDraft, HasARowForEachCameraAndThreeColumns) {
     EXPECT_EQ(model.rowCount(), 4);
     EXPECT_EQ(model.columnCount(), 3);
-    EXPECT_EQ(model.rowCount(model.index(0, 0)), 0) << "no rows within rows";
+    EXPECT_EQ(model.rowCount(model.index(0, 0)), 0) << "a row has no child rows";
     EXPECT_EQ(model.columnCount(model.index(0, 0)), 0);
 }
 
@@ -91,7 +91,7 @@ TEST_F(CameraListDraft, EditedTextIsNotTrimmed) {
     EXPECT_EQ(model.cameras().at(2), camera(u"c"_s));
 }
 
-TEST_F(CameraListDraft, ChangedTextIsReportedOnceForItsCellOnly) {
+TEST_F(CameraListDraft, ChangedTextIsReportedOnceAndOnlyForTheChangedCell) {
     QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
     const QModelIndex cell = model.index(1, CameraListModel::name);
     model.setData(cell, u"Yard"_s, Qt::EditRole);
@@ -145,7 +145,7 @@ TEST_F(CameraListDraft, DraggedRowIsTransferredAsItsNumberInAPrivateType) {
     EXPECT_EQ(model.mimeData({}), nullptr);
 }
 
-TEST_F(CameraListDraft, OnlyMovesOfItsOwnRowsAreAccepted) {
+TEST_F(CameraListDraft, DropAcceptsOnlyMovesOfTableRows) {
     QMimeData row;
     row.setData(CameraListModel::cameraRowType(), "1");
     QMimeData text;
@@ -173,14 +173,14 @@ TEST_F(CameraListDraft, DropIntoAGapMovesTheRowThere) {
     EXPECT_EQ(dropped.at(2).first().toInt(), 3);
 }
 
-TEST_F(CameraListDraft, DropOntoARowGoesAboveItAndDropBelowAllRowsGoesToTheEnd) {
+TEST_F(CameraListDraft, DropOntoARowInsertsAboveThatRowAndDropBelowAllRowsAppends) {
     ASSERT_TRUE(drop("3", -1, model.index(1, CameraListModel::address)));
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"d"_s, u"b"_s, u"c"_s}));
     ASSERT_TRUE(drop("0", -1));
     EXPECT_EQ(names(), (QStringList{u"d"_s, u"b"_s, u"c"_s, u"a"_s}));
 }
 
-TEST_F(CameraListDraft, DroppingARowOntoItsOwnPlaceIsAcceptedAndChangesNothing) {
+TEST_F(CameraListDraft, DroppingARowAtItsOwnPositionIsAcceptedAndChangesNothing) {
     ASSERT_TRUE(drop("1", 1));
     ASSERT_TRUE(drop("1", 2));
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s, u"c"_s, u"d"_s}));

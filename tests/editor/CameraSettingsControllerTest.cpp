@@ -1,4 +1,4 @@
-// Tests of the editor's window, and of saving and closing.
+// Tests of the editor's window, including saving and closing.
 
 #include "CameraSettingsFixture.h"
 
@@ -13,7 +13,7 @@ using namespace test;
 
 // ---- The window ----
 
-TEST_F(CameraSettings, WindowHasItsTitleAndSize) {
+TEST_F(CameraSettings, WindowHasTheExpectedTitleSizesAndButtons) {
     open({u"a"_s});
     EXPECT_EQ(window().windowTitle(), u"Cameras"_s);
     EXPECT_EQ(window().size(), QSize(900, 620));
@@ -53,7 +53,7 @@ TEST_F(CameraSettings, ExplanationFollowsTheDesktopPalette) {
     }
 }
 
-TEST_F(CameraSettings, WindowHasItsHeadingExplanationAndFooter) {
+TEST_F(CameraSettings, WindowShowsHeadingExplanationAndFooter) {
     open({u"a"_s});
     QStringList texts;
     for (const QLabel *label : window().findChildren<QLabel *>())
@@ -66,7 +66,7 @@ TEST_F(CameraSettings, WindowHasItsHeadingExplanationAndFooter) {
                            u"A Free App by <a href=\"https://maker.example/\">Tandrel</a>"_s}));
 }
 
-TEST_F(CameraSettings, ButtonsHaveTheirTitlesAndToolTips) {
+TEST_F(CameraSettings, ButtonsHaveTheExpectedTitlesAndToolTips) {
     open({u"a"_s});
     QStringList titles;
     for (const QPushButton *button : window().findChildren<QPushButton *>())
@@ -78,7 +78,7 @@ TEST_F(CameraSettings, ButtonsHaveTheirTitlesAndToolTips) {
     EXPECT_TRUE(window().saveButton->isDefault());
 }
 
-TEST_F(CameraSettings, TableHasItsColumnsAndRowHeight) {
+TEST_F(CameraSettings, TableHasTheExpectedColumnsAndRowHeight) {
     open({u"a"_s, u"b"_s});
     const QHeaderView &header = *table().horizontalHeader();
     QStringList titles;
@@ -105,17 +105,18 @@ TEST_F(CameraSettings, ColumnsKeepTheirMinimumWidths) {
     EXPECT_EQ(header.sectionSize(nameColumn), 250);
     header.resizeSection(nameColumn, 800);
     window().resize(window().minimumSize());
-    EXPECT_GE(header.sectionSize(addressColumn), 330) << "also in a smaller window";
+    EXPECT_GE(header.sectionSize(addressColumn), 330)
+        << "the minimum width also applies in a smaller window";
 }
 
 TEST_F(CameraSettings, OpensWithTheGivenCameraSelected) {
     open({u"a"_s, u"b"_s, u"c"_s}, 1);
     EXPECT_EQ(table().selectedRow(), 1);
     EXPECT_TRUE(window().removeButton->isEnabled());
-    EXPECT_EQ(field(), nullptr) << "nothing is edited yet";
+    EXPECT_EQ(field(), nullptr) << "no cell is being edited";
 }
 
-TEST_F(CameraSettings, OpensWithoutSelectionWhenNoSuchCameraIsInTheList) {
+TEST_F(CameraSettings, OpensWithoutSelectionIfTheGivenRowDoesNotExist) {
     for (const int row : {-1, 2}) {
         open({u"a"_s, u"b"_s}, row);
         EXPECT_EQ(table().selectedRow(), -1) << row;
@@ -123,7 +124,7 @@ TEST_F(CameraSettings, OpensWithoutSelectionWhenNoSuchCameraIsInTheList) {
     }
 }
 
-TEST_F(CameraSettings, StaysOnTopOnRequest) {
+TEST_F(CameraSettings, WindowStaysOnTopOnRequest) {
     open(camerasNamed({u"a"_s}), 0, true);
     EXPECT_TRUE(window().windowHandle()->flags() & Qt::WindowStaysOnTopHint);
     editor->setStaysOnTop(false);
@@ -163,7 +164,7 @@ TEST_F(CameraSettings, EverySecondRowHasABandAndTheSelectedRowHasTheAccentColour
     EXPECT_EQ(background(3), QColor(1, 2, 3));
     EXPECT_EQ(background(2), QColor(203, 93, 82));
     EXPECT_EQ(background(0), image.pixelColor(4, image.height() - 4))
-        << "the background of the window";
+        << "a row without a band shows the background of the window";
     EXPECT_EQ(background(4), background(0));
 }
 
@@ -171,12 +172,12 @@ TEST_F(CameraSettings, OpensWithTheGivenCameraScrolledIntoView) {
     open(manyCameras(60), 50);
     EXPECT_EQ(table().selectedRow(), 50);
     EXPECT_TRUE(QTest::qWaitFor([this] { return isInView(50); }, patience));
-    EXPECT_EQ(field(), nullptr) << "nothing is edited yet";
+    EXPECT_EQ(field(), nullptr) << "no cell is being edited";
 }
 
 // ---- Saving and closing ----
 
-TEST_F(CameraSettings, SaveStoresTheTrimmedListAndCloses) {
+TEST_F(CameraSettings, SaveStoresTheTrimmedListAndClosesTheWindow) {
     open(CameraList{{u"  Yard "_s, u"\tRTSP://Yard.Example/A b"_s.chopped(2) + u" \n"_s},
                     cameraNamed(u"b"_s)});
     press(window().saveButton);
@@ -239,7 +240,7 @@ TEST_F(CameraSettings, AddressInTheNameFieldIsNotShownInAnAlert) {
                 u"Enter a full RTSP address beginning with rtsp://."_s);
 }
 
-TEST_F(CameraSettings, InvalidCellIsScrolledIntoView) {
+TEST_F(CameraSettings, SaveScrollsAnInvalidCellIntoView) {
     CameraList cameras = manyCameras(60);
     cameras[55].url = u"nonsense"_s;
     open(cameras);
@@ -248,7 +249,7 @@ TEST_F(CameraSettings, InvalidCellIsScrolledIntoView) {
     EXPECT_TRUE(isInView(55));
 }
 
-TEST_F(CameraSettings, ProblemsAreReportedOneAfterAnother) {
+TEST_F(CameraSettings, InvalidFieldsAreReportedOneAfterAnother) {
     open(CameraList{{u""_s, u"nonsense"_s}, {u""_s, u""_s}});
     press(window().saveButton);
     expectAlert(u"Camera name required"_s, u"Enter a name for camera 1."_s);
@@ -265,7 +266,7 @@ TEST_F(CameraSettings, ProblemsAreReportedOneAfterAnother) {
     expectEdited(1, nameColumn);
 }
 
-TEST_F(CameraSettings, SaveThatFailsKeepsTheWindowOpen) {
+TEST_F(CameraSettings, FailedSaveShowsAnAlertAndKeepsTheWindowOpen) {
     open(CameraList{{u" a "_s, cameraNamed(u"a"_s).url}});
     const StoreError error = FileError{FileError::Operation::write, folder.path(u"x"_s), ENOSPC};
     saving = [error](const CameraList &) { return tl::unexpected(error); };
@@ -274,13 +275,13 @@ TEST_F(CameraSettings, SaveThatFailsKeepsTheWindowOpen) {
                 u"The file “x” could not be written: the disk is full."_s);
     EXPECT_EQ(saved.size(), 1);
     expectNothingChanged({{u" a "_s, cameraNamed(u"a"_s).url}});
-    saving = nullptr; // The fault was removed.
+    saving = nullptr; // From now on, the store saves the list.
     press(window().saveButton);
     EXPECT_EQ(alerts.shown().size(), 1);
     EXPECT_EQ(closings, 1);
 }
 
-TEST_F(CameraSettings, SaveReportsAFileInThePlaceOfTheFolder) {
+TEST_F(CameraSettings, SaveReportsAFileInPlaceOfTheStorageFolder) {
     putBytes(storage, "a file where the folder belongs");
     open({u"a"_s});
     press(window().saveButton);

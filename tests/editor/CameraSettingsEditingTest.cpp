@@ -1,4 +1,4 @@
-// Tests of typing, adding, removing, sorting and moving in the editor.
+// Tests of typing in the editor, and of adding, removing, sorting and moving cameras.
 
 #include "CameraSettingsFixture.h"
 #include "configuration/ChildCase.h"
@@ -24,7 +24,7 @@ TEST_F(CameraSettings, ClickSelectsTheRow) {
     EXPECT_EQ(field(), nullptr);
 }
 
-TEST_F(CameraSettings, DragHandleIsNotCoveredAndNotEditable) {
+TEST_F(CameraSettings, DragHandleIsNeitherCoveredByAFieldNorEditable) {
     open({u"a"_s, u"b"_s});
     doubleClick(0, nameColumn);
     ASSERT_NE(field(), nullptr);
@@ -57,7 +57,7 @@ TEST_F(CameraSettings, EachKeystrokeUpdatesTheDraftWithoutTrimming) {
     EXPECT_EQ(names().first(), u"a 1"_s);
     key(Qt::Key_Home);
     type(u" xy"_s);
-    EXPECT_EQ(names().first(), u" xya 1"_s) << "the insertion point stays behind the typed text";
+    EXPECT_EQ(names().first(), u" xya 1"_s) << "the insertion point stays after the typed text";
     key(Qt::Key_Backspace);
     EXPECT_EQ(names().first(), u" xa 1"_s);
     EXPECT_EQ(draft().at(1), cameraNamed(u"b"_s));
@@ -75,7 +75,7 @@ TEST_F(CameraSettings, FieldsHavePlaceholdersAndAccessibleNames) {
     EXPECT_EQ(field()->accessibleName(), u"RTSP Address 1"_s);
 }
 
-TEST_F(CameraSettings, FieldSelectsTextInTheAccentColour) {
+TEST_F(CameraSettings, SelectedTextOfAFieldHasTheAccentColours) {
     open({u"a"_s});
     doubleClick(0, addressColumn);
     ASSERT_NE(field(), nullptr);
@@ -94,13 +94,13 @@ TEST_F(CameraSettings, TabMovesTheEditToTheNextCell) {
     expectEdited(1, nameColumn);
 }
 
-TEST_F(CameraSettings, FirstEscapeCancelsTheEditAndSecondClosesTheWindow) {
+TEST_F(CameraSettings, FirstEscapeCancelsTheEditAndSecondEscapeClosesTheWindow) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
     ASSERT_EQ(names().at(1), u"Yard"_s);
     key(Qt::Key_Escape);
-    EXPECT_EQ(names().at(1), u"b"_s) << "the text from before the edit";
+    EXPECT_EQ(names().at(1), u"b"_s) << "Escape restores the text from before the edit";
     EXPECT_EQ(field(), nullptr);
     EXPECT_TRUE(window().isVisible());
     EXPECT_EQ(closings, 0);
@@ -120,7 +120,7 @@ TEST_F(CameraSettings, EscapeRestoresOnlyTheTextOfTheEditedCell) {
     EXPECT_EQ(draft().first(), (Camera{u"Yard"_s, cameraNamed(u"a"_s).url}));
 }
 
-TEST_F(CameraSettings, FirstReturnEndsTheEditAndSecondSaves) {
+TEST_F(CameraSettings, FirstReturnEndsTheEditAndSecondReturnSavesTheList) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
@@ -135,7 +135,7 @@ TEST_F(CameraSettings, FirstReturnEndsTheEditAndSecondSaves) {
     EXPECT_EQ(saved.first().at(1).name, u"Yard"_s);
 }
 
-TEST_F(CameraSettings, SecondReturnSavesEvenIfItFollowsImmediately) {
+TEST_F(CameraSettings, ReturnPressedTwiceInImmediateSuccessionSavesTheList) {
     for (const Qt::Key returnKey : {Qt::Key_Return, Qt::Key_Enter}) {
         saved.clear();
         open({u"a"_s, u"b"_s});
@@ -154,7 +154,7 @@ TEST_F(CameraSettings, SecondReturnSavesEvenIfItFollowsImmediately) {
     }
 }
 
-TEST_F(CameraSettings, ReturnInTheTableSaves) {
+TEST_F(CameraSettings, ReturnInTheTableSavesTheList) {
     open({u"a"_s, u"b"_s});
     click(1, nameColumn);
     key(Qt::Key_Return);
@@ -162,7 +162,7 @@ TEST_F(CameraSettings, ReturnInTheTableSaves) {
     EXPECT_EQ(closings, 1);
 }
 
-TEST_F(CameraSettings, UnhandledKeysArePassedToTheKeyHandler) {
+TEST_F(CameraSettings, KeysThatNoWidgetHandlesArePassedToTheKeyHandler) {
     open({u"a"_s});
     key(Qt::Key_F5);
     key(Qt::Key_F7);
@@ -175,7 +175,7 @@ TEST_F(CameraSettings, UnhandledKeysArePassedToTheKeyHandler) {
 
 // ---- Adding and removing ----
 
-TEST_F(CameraSettings, AddAppendsACameraAndStartsEditingItsName) {
+TEST_F(CameraSettings, AddButtonAppendsACameraAndStartsEditingItsName) {
     open({u"a"_s, u"b"_s, u"c"_s});
     press(window().addButton);
     ASSERT_EQ(draft().size(), 4);
@@ -192,7 +192,7 @@ TEST_F(CameraSettings, AddedCameraIsScrolledIntoView) {
     expectEdited(60, nameColumn);
 }
 
-TEST_F(CameraSettings, OnlyCameraAddedToAnEmptyListCannotBeRemoved) {
+TEST_F(CameraSettings, CameraAddedToAnEmptyListCannotBeRemovedUntilAnotherIsAdded) {
     open(CameraList(), -1);
     press(window().addButton);
     expectEdited(0, nameColumn);
@@ -241,7 +241,7 @@ TEST_F(CameraSettings, RemovingTheOnlyCameraIsRefused) {
     expectNothingChanged(camerasNamed({u"a"_s}));
 }
 
-TEST_F(CameraSettings, RemovingWithoutSelectionDoesNothing) {
+TEST_F(CameraSettings, RemovingACameraWithoutSelectionDoesNothing) {
     open({u"a"_s, u"b"_s}, -1);
     EXPECT_FALSE(window().removeButton->isEnabled());
     editor->removeCamera();
@@ -257,7 +257,7 @@ TEST_F(CameraSettings, RemoveButtonFollowsTheSelection) {
     EXPECT_FALSE(window().removeButton->isEnabled());
 }
 
-TEST_F(CameraSettings, RemovingDuringAnEditRemovesTheRow) {
+TEST_F(CameraSettings, RemovingDuringAnEditRemovesTheEditedRow) {
     open({u"a"_s, u"b"_s, u"c"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
@@ -267,7 +267,7 @@ TEST_F(CameraSettings, RemovingDuringAnEditRemovesTheRow) {
     EXPECT_EQ(table().selectedRow(), 1);
 }
 
-TEST_F(CameraSettings, RemovingDoesNotScroll) {
+TEST_F(CameraSettings, RemovingACameraDoesNotScrollTheTable) {
     open(manyCameras(60), 30);
     QScrollBar &bar = *table().verticalScrollBar();
     bar.setValue(0);
@@ -292,7 +292,7 @@ TEST_F(CameraSettings, SortingIgnoresCaseAndKeepsTheSelection) {
     EXPECT_TRUE(window().removeButton->isEnabled());
 }
 
-TEST_F(CameraSettings, SortingWithoutSelectionSelectsNothing) {
+TEST_F(CameraSettings, SortingWithoutSelectionSelectsNoCamera) {
     open({u"b"_s, u"a"_s}, -1);
     press(window().sortAscendingButton);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s}));
@@ -300,7 +300,7 @@ TEST_F(CameraSettings, SortingWithoutSelectionSelectsNothing) {
     EXPECT_FALSE(window().removeButton->isEnabled());
 }
 
-TEST_F(CameraSettings, SortingSelectsTheFirstOfEqualCameras) {
+TEST_F(CameraSettings, SortingSelectsTheFirstOfSeveralEqualCameras) {
     open({u"b"_s, u"a"_s, u"b"_s}, 2);
     press(window().sortAscendingButton);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s, u"b"_s}));
@@ -359,7 +359,7 @@ TEST_F(CameraSettings, TabSkipsTheDragHandles) {
     EXPECT_NE(field(), nullptr);
 }
 
-TEST_F(CameraSettings, AltDownWithoutSelectionMovesNothing) {
+TEST_F(CameraSettings, AltDownWithoutSelectionMovesNoCamera) {
     open({u"a"_s, u"b"_s}, -1);
     key(Qt::Key_Down, Qt::AltModifier);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"b"_s}));

@@ -38,7 +38,7 @@ TEST_F(CameraSettings, ImportOfOneCameraDisablesTheRemoveButton) {
     EXPECT_FALSE(window().removeButton->isEnabled());
 }
 
-TEST_F(CameraSettings, CancelledImportKeepsTheTypedText) {
+TEST_F(CameraSettings, CancelledImportEndsTheEditAndKeepsTheTypedText) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
     type(u"Yard"_s);
@@ -58,7 +58,7 @@ TEST_F(CameraSettings, ImportOfFiveThousandCamerasSelectsTheFirstOne) {
     timer.start();
     press(window().importButton);
     table().viewport()->repaint();
-    // A generous limit in milliseconds that detects quadratic run time.
+    // The limit in milliseconds is so generous that only quadratic run time exceeds it.
     EXPECT_LT(timer.elapsed(), 5000);
     EXPECT_EQ(draft(), imported);
     EXPECT_EQ(table().selectedRow(), 0);
@@ -125,12 +125,12 @@ TEST_F(UnreadableImports, MissingFileIsReported) {
     expectRefusal(u"it does not exist."_s);
 }
 
-TEST_F(UnreadableImports, FolderIsReported) {
+TEST_F(UnreadableImports, FolderInPlaceOfTheFileIsReported) {
     ASSERT_TRUE(QDir().mkpath(*panels.chosen));
     expectRefusal(u"a folder is in its place."_s);
 }
 
-TEST_F(UnreadableImports, SocketIsReported) {
+TEST_F(UnreadableImports, SocketInPlaceOfTheFileIsReported) {
     QLocalServer socket;
     ASSERT_TRUE(socket.listen(*panels.chosen));
     expectRefusal(u"what is in its place is not a file."_s);
@@ -140,7 +140,7 @@ TEST_F(UnreadableImports, TooLargeFileIsReported) {
     QFile big(*panels.chosen);
     ASSERT_TRUE(big.open(QIODevice::WriteOnly));
     for (const qint64 size : {CameraConfigurationStore::largestDocument + 1, qint64{1} << 30}) {
-        ASSERT_TRUE(big.resize(size)); // A sparse file, which occupies no space on the disk.
+        ASSERT_TRUE(big.resize(size)); // A sparse file occupies no space.
         expectRefusal(u"the file is too large."_s);
     }
 }
@@ -223,7 +223,7 @@ TEST_F(CameraSettings, ExportOfAnEmptyListIsRefused) {
     expectNothingChanged({});
 }
 
-TEST_F(CameraSettings, ExportIntoAReadOnlyFolderIsReported) {
+TEST_F(CameraSettings, ExportIntoAReadOnlyFolderShowsAnAlert) {
     open({u"a"_s});
     const QString readOnly = folder.path(u"read-only"_s);
     ASSERT_TRUE(QDir().mkpath(readOnly));
@@ -239,7 +239,7 @@ TEST_F(CameraSettings, ExportIntoAReadOnlyFolderIsReported) {
     });
 }
 
-TEST_F(CameraSettings, ExportOntoAFullDiskKeepsTheOldFile) {
+TEST_F(CameraSettings, ExportToAFullDiskShowsAnAlertAndKeepsTheOldFile) {
     CameraList many;
     for (int n = 0; n < 2000; ++n)
         many.append(cameraNamed(QString::number(n)));
@@ -259,7 +259,7 @@ TEST_F(CameraSettings, ExportOntoAFullDiskKeepsTheOldFile) {
     });
 }
 
-TEST_F(CameraSettings, ExportIntoAMissingFolderIsReported) {
+TEST_F(CameraSettings, ExportIntoAMissingFolderShowsAnAlert) {
     open({u"a"_s});
     panels.chosen = folder.path(u"missing/out.json"_s);
     press(window().exportButton);

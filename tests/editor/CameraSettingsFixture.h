@@ -25,7 +25,7 @@ inline constexpr int patience = 5000;
 inline constexpr int nameColumn = CameraListModel::name;
 inline constexpr int addressColumn = CameraListModel::address;
 
-/// The accent colour, as the user sees it.
+/// The expected accent colour.
 inline const QColor accent(203, 93, 82);
 
 inline Camera cameraNamed(const QString &name) {
@@ -129,7 +129,7 @@ class CameraSettings : public testing::Test {
 
     // ---- Expectations ----
 
-    /// Exactly one alert was shown, and it had these texts.
+    /// Expects that exactly one alert was shown, with these texts.
     void expectAlert(const QString &title, const QString &message) const {
         ASSERT_EQ(alerts.shown().size(), 1);
         const Alert &alert = alerts.shown().first();
@@ -138,14 +138,14 @@ class CameraSettings : public testing::Test {
         EXPECT_EQ(alert.style, Alert::Style::warning);
         EXPECT_EQ(alert.buttons.size(), 1);
     }
-    /// The window is still open with the draft `cameras`, and nothing was saved.
+    /// Expects that the window is still open with the draft `cameras` and that nothing was saved.
     void expectNothingChanged(const CameraList &cameras) const {
         EXPECT_EQ(draft(), cameras);
         EXPECT_TRUE(window().isVisible());
         EXPECT_EQ(closings, 0);
         EXPECT_FALSE(QFile::exists(storage));
     }
-    /// The cell is being edited, and its whole text is selected.
+    /// Expects that the cell is being edited and that its whole text is selected.
     void expectEdited(int row, int column) const {
         ASSERT_NE(field(), nullptr);
         EXPECT_EQ(table().currentIndex(), cell(row, column));
@@ -160,7 +160,7 @@ class CameraSettings : public testing::Test {
     const CameraConfigurationStore store{storage};
     FakeAlerts alerts;
     FakeFilePanels panels;
-    /// If set, this is called instead of the store's `save`.
+    /// If set, this function is called instead of the store's `save`.
     std::function<tl::expected<void, StoreError>(const CameraList &)> saving;
     QList<CameraList> saved; ///< Every list that was passed to the save handler.
     int closings = 0;

@@ -26,7 +26,7 @@ TEST_F(CameraSettings, TabMovesFromTheTableThroughEveryButtonAndBack) {
     EXPECT_NE(QApplication::focusWidget(), &table());
 }
 
-TEST_F(CameraSettings, CellThatTypingWouldEditIsMarked) {
+TEST_F(CameraSettings, CurrentCellIsHighlightedWhileTheTableHasTheFocus) {
     open({u"a"_s, u"b"_s});
     const auto edge = [this](int column) {
         const QRect field = CameraFieldDelegate::fieldRect(table().visualRect(cell(0, column)));
@@ -41,7 +41,7 @@ TEST_F(CameraSettings, CellThatTypingWouldEditIsMarked) {
     EXPECT_NE(edge(addressColumn), marked);
 }
 
-TEST_F(CameraSettings, KeysOnADragHandleEditTheName) {
+TEST_F(CameraSettings, F2AndTypingOnADragHandleEditTheNameInTheSameRow) {
     open({u"a"_s, u"b"_s});
     click(1, CameraListModel::order);
     key(Qt::Key_F2);
@@ -52,7 +52,7 @@ TEST_F(CameraSettings, KeysOnADragHandleEditTheName) {
     EXPECT_EQ(names(), (QStringList{u"new"_s, u"b"_s}));
 }
 
-TEST_F(CameraSettings, LeftAndHomeStopAtTheName) {
+TEST_F(CameraSettings, LeftAndHomeKeysStopAtTheNameColumn) {
     open({u"a"_s});
     for (const Qt::Key each : {Qt::Key_Left, Qt::Key_Home}) {
         key(Qt::Key_Right);
@@ -62,14 +62,14 @@ TEST_F(CameraSettings, LeftAndHomeStopAtTheName) {
     }
 }
 
-TEST_F(CameraSettings, SpaceStartsAnEditAndKeepsTheText) {
+TEST_F(CameraSettings, SpaceKeyStartsAnEditAndKeepsTheText) {
     open({u"a"_s});
     key(Qt::Key_Space);
     expectEdited(0, nameColumn);
     EXPECT_EQ(names(), QStringList(u"a"_s));
 }
 
-TEST_F(CameraSettings, DeleteRemovesTheSelectedCamera) {
+TEST_F(CameraSettings, DeleteKeyRemovesTheSelectedCamera) {
     open({u"a"_s, u"b"_s, u"c"_s}, 1);
     key(Qt::Key_Delete);
     EXPECT_EQ(names(), (QStringList{u"a"_s, u"c"_s}));
@@ -132,7 +132,7 @@ TEST_F(CameraSettings, EditContinuesAfterAnotherWindowHadTheFocus) {
     EXPECT_EQ(names(), QStringList(u"half way"_s));
 }
 
-TEST_F(CameraSettings, AddWhileAnotherWindowHasTheFocusEndsTheEdit) {
+TEST_F(CameraSettings, AddingWhileAnotherWindowHasTheFocusEndsTheEdit) {
     open({u"a"_s, u"b"_s});
     doubleClick(0, nameColumn);
     type(u"half"_s);

@@ -90,8 +90,8 @@ void expectInsetRoundedShape(const QImage &image, const QColor &colour) {
         for (const int x : {0, 1, right - 1, right})
             EXPECT_EQ(image.pixelColor(x, y).alpha(), 0) << x << ' ' << y;
     }
-    // A quarter circle leaves (1 - pi/4) of its square empty. With a radius of 6 or 8 points the
-    // area would differ by 3 pixels.
+    // A quarter circle leaves (1 - pi/4) of its square empty. With a radius of 6 or 8 points, the
+    // area would differ by about 3 pixels.
     const qreal expected = (1 - std::numbers::pi / 4) * 7 * 7;
     EXPECT_NEAR(missingInCorner(image, {2, 1}, {1, 1}), expected, 0.7);
     EXPECT_NEAR(missingInCorner(image, {right - 2, 1}, {-1, 1}), expected, 0.7);
@@ -121,7 +121,7 @@ TEST(MirelCameraRowView, BandIsDrawnAtThePositionOfTheRow) {
 TEST(MirelCameraRowView, SelectionDoesNotChangeTheBand) {
     MirelCameraRowView row;
     row.isSelected = true;
-    EXPECT_TRUE(isEmpty(background(row))) << "no band without the flag";
+    EXPECT_TRUE(isEmpty(background(row))) << "a row without usesAlternateBackground has no band";
     row.usesAlternateBackground = true;
     expectInsetRoundedShape(background(row), band);
 }

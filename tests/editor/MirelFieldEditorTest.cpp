@@ -42,7 +42,7 @@ QList<int> accentColumns(const QImage &image) {
     return columns;
 }
 
-/// A field editor in a window. The insertion point does not blink.
+/// A field editor in a window. Blinking of the insertion point is disabled.
 class FieldEditor : public testing::Test {
   protected:
     FieldEditor() {
@@ -67,7 +67,8 @@ class FieldEditor : public testing::Test {
         EXPECT_EQ(field.insertionPointColor(), accent);
     }
 
-    /// Selected text is drawn in the accent colour and not in `colour`, which other code has set.
+    /// Expects that selected text is drawn in the accent colours and not in `colour`, the highlight
+    /// colour of another palette.
     void expectSelectionIsDrawnInAccentColour(const QColor &colour) {
         field.setText(u"Camera"_s);
         field.selectAll();
@@ -90,10 +91,10 @@ TEST_F(FieldEditor, MirelSelectionIsWhiteOnTheAccentColour) {
     EXPECT_EQ(&MirelFieldEditor::mirelSelection(), &MirelFieldEditor::mirelSelection());
 }
 
-TEST_F(FieldEditor, HasTheAccentColoursFromTheStart) {
+TEST_F(FieldEditor, NewFieldHasTheAccentColours) {
     expectAccentColours();
     EXPECT_EQ(field.palette().color(QPalette::Inactive, QPalette::Highlight), accent)
-        << "also while another window is active";
+        << "the colours also apply while another window is active";
 }
 
 TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursWhateverPaletteIsSet) {
@@ -132,7 +133,7 @@ TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursWhenTheDesktopPaletteChange
     expectAccentColours();
 }
 
-TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursInAnotherWindow) {
+TEST_F(FieldEditor, SelectedTextKeepsTheAccentColoursAfterAMoveToAnotherWindow) {
     show();
     QWidget blueWindow;
     QPalette palette;

@@ -4,9 +4,9 @@
 
 namespace lumvik {
 
-/// Gives tests the private state of the controller that cannot be observed or brought about from
-/// outside. Everything else is tested through the controller's public operations, the fakes and the
-/// views in the window; see ControllerFixture.
+/// Gives tests access to private state of the controller that cannot be observed or set through its
+/// public operations. For everything else, tests use the public operations, the fakes and the views
+/// in the window; see ControllerFixture.
 ///
 ///     AppDelegateAccess access(delegate);
 ///     EXPECT_EQ(access.playbackState(), PlaybackSupervisorState::starting);
@@ -15,39 +15,47 @@ struct AppDelegateAccess {
 
     // ---- Read only ----
 
-    /// How often the selection has changed. Closing counts as a change, which shows nowhere else.
+    /// Returns how often the selection has changed. Closing the viewer also counts as a change,
+    /// which has no other visible effect.
     [[nodiscard]] auto selectionGeneration() const { return delegate.playbackSelectionGeneration; }
-    /// The pending attempt at recovery; null without one. In the main queue its timer is one of
-    /// many.
+    /// Returns the pending recovery attempt, or null if no attempt is pending. The delays of the
+    /// main queue do not tell which timer belongs to the attempt.
     [[nodiscard]] const auto &playbackRetry() const { return delegate.playbackRetry; }
-    /// The number of attempts in a row. Its reset shows only in the next attempt.
+    /// Returns the number of consecutive recovery attempts. From outside, a reset of this number
+    /// can be observed only at the next attempt.
     [[nodiscard]] auto playbackRetryCount() const { return delegate.playbackRetryCount; }
-    /// The time of the last frame. The watchdog makes it visible only ten seconds later.
+    /// Returns the time of the last frame. From outside, this time can be observed only ten seconds
+    /// later, when the watchdog reports a stall.
     [[nodiscard]] const auto &lastFrameRenderedAt() const { return delegate.lastFrameRenderedAt; }
-    /// The video's geometry. It is recorded even where the window does not take its shape.
+    /// Returns the geometry of the video, which is recorded even if the window does not take its
+    /// aspect ratio.
     [[nodiscard]] const auto &sourceVideoGeometry() const { return delegate.sourceVideoGeometry; }
-    /// The rectangles of the visible controls. The surface asks for them through a callback.
+    /// Returns the rectangles of the visible controls, which the video surface requests through a
+    /// callback.
     [[nodiscard]] auto viewerControlRects() const { return delegate.viewerControlRects(); }
-    /// The fade of the controls. From outside, its curve could only be sampled in real time.
+    /// Returns the fade of the controls. From outside, its progress could only be sampled in real
+    /// time.
     [[nodiscard]] const auto &viewerControlFade() const { return delegate.viewerControlFade; }
-    /// Cleared when the viewer closes, which the controls no longer show.
+    /// Whether the pointer is over the viewer. Closing the viewer resets this flag, and no visible
+    /// control shows the reset.
     [[nodiscard]] bool pointerIsOverViewer() const { return delegate.pointerIsOverViewer; }
-    /// Cleared when the viewer closes, like `pointerIsOverViewer`.
+    /// Whether the camera menu is open. Closing the viewer resets this flag like
+    /// `pointerIsOverViewer`.
     [[nodiscard]] bool cameraMenuIsOpen() const { return delegate.cameraMenuIsOpen; }
-    /// The open editor; null without one. Tests call the operations behind its buttons, which are
-    /// tested with the editor itself.
+    /// Returns the open editor, or null if the editor is closed. Tests of the controller call the
+    /// editor's operations directly, because the editor's own tests cover its buttons.
     [[nodiscard]] const auto &settingsController() const { return delegate.settingsController; }
 
-    // ---- Also set by tests, to conditions that no public operation brings about ----
+    // ---- State that tests also set, to values that no public operation produces ----
 
-    /// The supervisor's state, which no log line names. Tests set states that do not fit the
-    /// player.
+    /// Returns the supervisor's state, which is not logged. Tests set states that contradict the
+    /// state of the player.
     [[nodiscard]] auto &playbackState() const { return delegate.playbackState; }
-    /// The number of players started. One test sets the largest number. To read it, use
-    /// ControllerFixture::playerGeneration.
+    /// Returns the number of players that were started. One test sets the largest possible number.
+    /// To read the number, use ControllerFixture::playerGeneration.
     [[nodiscard]] auto &playerGeneration() const { return delegate.playerGeneration; }
-    /// Whether the window is temporarily maximised or still being restored, which shows nowhere
-    /// else. One test sets it without a frame to restore.
+    /// Whether the window is temporarily maximised or still being restored, which cannot be
+    /// observed from outside. One test sets this flag without a window frame to restore.
     [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
 
     AppDelegate &delegate;

@@ -10,7 +10,7 @@
 
 namespace lumvik::test {
 
-/// One line as a sink received it.
+/// A log line as the log sink received it.
 struct LoggedLine {
     LogLevel level = LogLevel::standard;
     QString category;
@@ -19,8 +19,9 @@ struct LoggedLine {
     friend bool operator==(const LoggedLine &, const LoggedLine &) = default;
 };
 
-/// Collects every log line during its lifetime. It replaces the current log sink and restores it
-/// afterwards. There can be only one CapturedLog at a time; it can be used from any thread.
+/// Collects all log lines. The constructor replaces the current log sink, and the destructor
+/// restores that sink. Only one CapturedLog may exist at a time. All functions may be called on any
+/// thread.
 ///
 ///     const CapturedLog log;
 ///     store.load();
@@ -32,13 +33,13 @@ class CapturedLog {
     CapturedLog &operator=(const CapturedLog &) = delete;
     ~CapturedLog() { LumvikLog::setSink(std::move(m_previous)); }
 
-    /// All lines so far, in order.
+    /// Returns all lines so far, in order.
     [[nodiscard]] QList<LoggedLine> lines() const {
         const std::scoped_lock lock(m_lines->mutex);
         return m_lines->list;
     }
 
-    /// The lines of one category, in order.
+    /// Returns the lines of one category, in order.
     [[nodiscard]] QList<LoggedLine> lines(const QString &category) const {
         QList<LoggedLine> chosen;
         for (const LoggedLine &line : lines()) {
@@ -48,7 +49,7 @@ class CapturedLog {
         return chosen;
     }
 
-    /// The texts of one category, in order.
+    /// Returns the texts of the lines of one category, in order.
     [[nodiscard]] QStringList texts(const QString &category) const {
         QStringList texts;
         for (const LoggedLine &line : lines(category))
@@ -67,7 +68,8 @@ class CapturedLog {
         QList<LoggedLine> list;
     };
 
-    /// Shares ownership of the lines, so that a thread may still log while the capture ends.
+    /// A sink that shares ownership of the lines with the CapturedLog, because a thread may still
+    /// log while the CapturedLog is being destroyed.
     class Sink final : public LogSink {
       public:
         explicit Sink(std::shared_ptr<Lines> lines) : m_lines(std::move(lines)) {}

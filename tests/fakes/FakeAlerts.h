@@ -9,8 +9,8 @@
 
 namespace lumvik::test {
 
-/// Records the alerts that would have been shown. Modal alerts are answered at once, sheets by
-/// `answerSheet`. Main thread only.
+/// Records alerts instead of showing them. Modal alerts are answered at once, and sheets are
+/// answered by `answerSheet`. This class may be used on the main thread only.
 class FakeAlerts final : public Alerts {
   public:
     int runModal(const Alert &alert) override {
@@ -26,7 +26,7 @@ class FakeAlerts final : public Alerts {
         ++m_sheets;
         m_answered = std::move(answered);
     }
-    /// How many of the alerts were sheets.
+    /// Returns how many of the alerts were sheets.
     [[nodiscard]] int sheets() const { return m_sheets; }
     /// Answers the sheet that was shown last, as the user would.
     void answerSheet(int button) {
@@ -34,10 +34,10 @@ class FakeAlerts final : public Alerts {
             answered(button);
     }
 
-    /// All alerts so far, in order.
+    /// Returns all alerts so far, in order.
     [[nodiscard]] const QList<Alert> &shown() const { return m_shown; }
 
-    /// The informative texts of all alerts so far, in order.
+    /// Returns the informative texts of all alerts so far, in order.
     [[nodiscard]] QStringList texts() const {
         QStringList texts;
         for (const Alert &alert : m_shown)
@@ -47,11 +47,12 @@ class FakeAlerts final : public Alerts {
 
     void clear() { m_shown.clear(); }
 
-    /// Sets the index of the button with which modal alerts are answered from now on. Initially 0,
-    /// the default button.
+    /// Sets the index of the button with which modal alerts are answered from now on. The initial
+    /// index is 0, which means the default button.
     void setAnswer(int button) { m_answer = button; }
 
-    /// Sets what runs while a modal alert is open, for events during the alert's own event loop.
+    /// Sets a function that is called while a modal alert is open. The function simulates events in
+    /// the event loop of the alert.
     void setWhileOpen(std::function<void()> whileOpen) { m_whileOpen = std::move(whileOpen); }
 
   private:

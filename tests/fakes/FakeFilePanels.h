@@ -18,9 +18,9 @@ class FakeFilePanels final : public FilePanels {
         return chosen;
     }
 
-    std::optional<QString> chosen; ///< The path that the user chooses; nothing to cancel.
-    QList<FilePanel> opened;       ///< The panels shown so far to open a file.
-    QList<FilePanel> saved;
+    std::optional<QString> chosen; ///< The path that the user chooses. Empty to cancel.
+    QList<FilePanel> opened;       ///< The open panels that were shown so far.
+    QList<FilePanel> saved;        ///< The save panels that were shown so far.
 };
 
 } // namespace lumvik::test

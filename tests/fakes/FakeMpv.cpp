@@ -13,7 +13,8 @@ namespace lumvik::test {
 
 namespace {
 
-/// Adds an event to the queue of every live client for which `wants` returns true, and wakes it.
+/// Adds an event to the queue of every live client for which `wants` returns true, and calls the
+/// wake-up callbacks of these clients.
 template<typename Predicate>
 void deliver(FakeMpv::State &fake, const QueuedEvent &event, Predicate wants) {
     std::vector<WakeupCallback> wakeups;

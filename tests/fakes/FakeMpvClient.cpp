@@ -60,7 +60,7 @@ mpv_handle *mpv_create() {
     FakeMpv::State &fake = FakeMpv::State::current();
     const std::scoped_lock guard(fake.mutex);
     fake.record(__func__, "library");
-    // The real mpv_create also refuses every other locale.
+    // Like the real mpv_create, this function fails in every locale other than "C".
     if (fake.createFails || std::strcmp(std::setlocale(LC_NUMERIC, nullptr), "C") != 0)
         return nullptr;
     fake.handles.push_back(std::make_unique<mpv_handle>());

@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-// The state of FakeMpv, shared by the class that tests use (FakeMpv.cpp) and the libmpv functions
-// that the code under test calls (FakeMpvClient.cpp, FakeMpvRenderer.cpp).
+// The state of FakeMpv, which is shared by the class that tests use (FakeMpv.cpp) and the libmpv
+// functions that the code under test calls (FakeMpvClient.cpp, FakeMpvRenderer.cpp).
 
 namespace lumvik::test {
 
@@ -25,11 +25,11 @@ struct QueuedEvent {
     mpv_event_id id = MPV_EVENT_NONE;
     std::optional<mpv_event_end_file> endFile;
     std::optional<mpv_log_level> logLevel;
-    std::string name; // the name of a property, or the prefix of a log message
-    std::string text; // the text of a log message
+    std::string name; // the name of the property, or the prefix of the log message
+    std::string text; // the text of the log message
 };
 
-/// The callback of a client for new events.
+/// The callback with which a client is notified of new events.
 struct WakeupCallback {
     void (*function)(void *) = nullptr;
     void *context = nullptr;
@@ -37,8 +37,8 @@ struct WakeupCallback {
 
 } // namespace lumvik::test
 
-/// A libmpv handle. It is kept after mpv_destroy until the fake is destroyed, so that a later use
-/// is detected rather than undefined.
+/// A libmpv handle. A destroyed handle is kept until the FakeMpv is destroyed, so that the fake
+/// library can detect that the handle is used after its destruction.
 struct mpv_handle {
     int core = 0;
     int client = 0; // 0 for the core's own handle
@@ -61,7 +61,8 @@ struct mpv_handle {
     }
 };
 
-/// A libmpv renderer. It is kept after it was freed, like mpv_handle.
+/// A libmpv renderer. Like a destroyed mpv_handle, a freed renderer is kept to detect its later
+/// use.
 struct mpv_render_context {
     int number = 0;
     int core = 0;
@@ -74,8 +75,8 @@ struct mpv_render_context {
 
 namespace lumvik::test {
 
-/// The state of the fake library. Its members are used with `mutex` held; callbacks are called
-/// without it.
+/// The state of the fake library. Its members may be used only while `mutex` is held. Callbacks are
+/// called while `mutex` is not held.
 struct FakeMpv::State {
     mutable std::mutex mutex;
     mutable std::condition_variable changed;
@@ -127,12 +128,13 @@ struct FakeMpv::State {
 
     // ---- For the libmpv functions ----
 
-    /// The state of the existing FakeMpv. Without one, and in a callback, this is a misuse.
+    /// Returns the state of the existing FakeMpv. Calling this function without a FakeMpv, or in a
+    /// callback, is reported as a misuse.
     static State &current();
     /// Makes `state` the current state, which may be null, and returns the previous one.
     static State *setCurrent(State *state);
 
-    /// Returns the object if it may be used. Otherwise the call of `function` is a misuse.
+    /// Returns the object if it may be used. Otherwise reports the call of `function` as a misuse.
     mpv_handle &checked(mpv_handle *handle, const char *function) const;
     mpv_render_context &checked(mpv_render_context *renderer, const char *function) const;
     void record(const char *function, const std::string &object,

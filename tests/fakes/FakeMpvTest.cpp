@@ -8,7 +8,7 @@
 namespace lumvik::test {
 namespace {
 
-/// The parameters with which a renderer is created.
+/// The parameters with which `makeRenderer` creates a renderer.
 struct Creation {
     mpv_opengl_init_params openGL{[](void *, const char *) -> void * { return nullptr; }, nullptr};
     std::array<mpv_render_param, 3> parameters{
@@ -42,7 +42,7 @@ TEST(FakeMpv, RecordsCallsInOrderWithTheirArguments) {
     EXPECT_EQ(mpv.position("mpv_wakeup"), -1);
 }
 
-TEST(FakeMpv, FailsOnRequest) {
+TEST(FakeMpv, CallsReturnTheFailuresThatTheTestSet) {
     FakeMpv mpv;
     mpv.setCreateFails(true);
     EXPECT_EQ(mpv_create(), nullptr);
@@ -58,7 +58,7 @@ TEST(FakeMpv, FailsOnRequest) {
     mpv_terminate_destroy(core);
 }
 
-TEST(FakeMpv, RefusesLocalesOtherThanC) {
+TEST(FakeMpv, CreationFailsInLocalesOtherThanC) {
     const FakeMpv mpv;
     ASSERT_NE(std::setlocale(LC_NUMERIC, "C.UTF-8"), nullptr);
     EXPECT_EQ(mpv_create(), nullptr);
@@ -137,7 +137,7 @@ TEST(FakeMpvDeathTest, UseOfAFreedRendererIsMisuse) {
     mpv_terminate_destroy(core);
 }
 
-TEST(FakeMpvDeathTest, TerminatingWhileAnotherClientLivesIsMisuse) {
+TEST(FakeMpvDeathTest, TerminatingACoreWhileAnotherClientExistsIsMisuse) {
     const FakeMpv mpv;
     mpv_handle *core = mpv_create();
     mpv_handle *client = mpv_create_client(core, "other");

@@ -10,7 +10,7 @@
 
 namespace lumvik::test {
 
-/// A connection that reports states on request of the test, on the test's own thread.
+/// A connection that reports states when the test calls `report`, on the thread of the test.
 class FakeConnection final : public NetworkConnection {
   public:
     FakeConnection(QString toHost, std::uint16_t toPort, std::optional<State> answer)
@@ -48,7 +48,8 @@ class FakeConnection final : public NetworkConnection {
 /// Creates FakeConnection objects and keeps all of them.
 class FakeNetwork {
   public:
-    /// The state that each connection reports as soon as it is started; nothing to report none.
+    /// The state that each connection reports when it is started. If empty, a started connection
+    /// reports no state.
     std::optional<NetworkConnection::State> answer = NetworkConnection::State::ready;
 
     [[nodiscard]] NetworkConnectionFactory factory() {
@@ -61,8 +62,8 @@ class FakeNetwork {
     std::vector<std::shared_ptr<FakeConnection>> connections; // in order of creation
 };
 
-/// Reports network paths on request of the test, on the test's own thread, to the monitor that the
-/// controller owns. Must outlive that monitor.
+/// Reports network paths to the controller under test when the test calls `report`, on the thread
+/// of the test. A FakeNetworkPath must outlive the monitor that it makes.
 class FakeNetworkPath {
   public:
     [[nodiscard]] std::unique_ptr<NetworkPathMonitor> makeMonitor() {

@@ -6,7 +6,7 @@
 
 namespace lumvik::test {
 
-/// Announces sleep and wake on request of the test.
+/// Announces sleep and waking when the test calls `sleep` and `wake`.
 class FakeSleepMonitor final : public SleepMonitor {
   public:
     void start(std::function<void(SleepDelay)> willSleep, std::function<void()> didWake) override {

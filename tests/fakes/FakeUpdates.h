@@ -6,19 +6,19 @@
 
 namespace lumvik::test {
 
-/// Records the update checks of the controller under test; the test decides their outcomes. Must
-/// outlive the controller. Main thread only.
+/// Records the update checks of the controller under test. The test decides the outcome of each
+/// check. A FakeUpdates must outlive the controller and may be used on the main thread only.
 class FakeUpdates {
   public:
-    /// Creates the update service that is passed to the controller.
+    /// Creates the update checker that is passed to the controller.
     [[nodiscard]] std::unique_ptr<UpdateChecker> makeChecker() {
         return std::make_unique<Checker>(*this);
     }
 
-    /// How many checks were started so far.
+    /// Returns how many checks were started so far.
     [[nodiscard]] int begun() const { return static_cast<int>(m_checks.size()); }
     [[nodiscard]] bool wasCancelled(int check) const { return !at(check)->completion; }
-    /// Ends the check `number`, counted from 0. Does nothing if it was cancelled.
+    /// Ends the check with the index `number`. Does nothing if this check was cancelled.
     void answer(int number, LumvikUpdateCheckOutcome outcome) const {
         if (const auto completion = std::exchange(at(number)->completion, nullptr))
             completion(std::move(outcome));

@@ -12,9 +12,9 @@
 
 namespace lumvik::test {
 
-/// Provides a resolver whose look-ups do not return until `letGo` is called, as with a name server
-/// that does not reply. It replaces the system's resolver. The resolvers may outlive this object,
-/// which can be used from any thread.
+/// Provides resolvers whose look-ups do not return until `letGo` is called, as with a name server
+/// that does not reply. Tests use these resolvers instead of the system's resolver. The resolvers
+/// may outlive this object. All functions may be called on any thread.
 ///
 ///     const HangingResolver hanging;
 ///     TcpConnection connection(host, 554, hanging.resolver());
@@ -24,7 +24,7 @@ namespace lumvik::test {
 ///     EXPECT_TRUE(hanging.letGo());
 class HangingResolver {
   public:
-    /// How long the functions below wait at most. Usually they wait only for milliseconds.
+    /// The time limit of `waitUntilAsked` and `letGo`, which usually wait only for milliseconds.
     static constexpr std::chrono::seconds patience{30};
 
     /// Returns a resolver that resolves every name to `answer`, after `letGo` was called.
@@ -41,18 +41,19 @@ class HangingResolver {
         };
     }
 
-    /// How many look-ups were started so far.
+    /// Returns how many look-ups were started so far.
     [[nodiscard]] int asked() const {
         const std::scoped_lock lock(m_shared->mutex);
         return m_shared->asked;
     }
-    /// Waits for the first look-up. Returns false when none is started. Runs no event loop.
+    /// Waits for the first look-up without running an event loop. Returns false if no look-up
+    /// starts within `patience`.
     [[nodiscard]] bool waitUntilAsked() const {
         std::unique_lock lock(m_shared->mutex);
         return m_shared->changed.wait_for(lock, patience, [&] { return m_shared->asked > 0; });
     }
-    /// Lets all look-ups return from now on and waits until those in progress have returned.
-    /// Returns false when they do not. Runs no event loop.
+    /// Lets all look-ups return from now on, and waits for the look-ups in progress without running
+    /// an event loop. Returns false if these look-ups do not return within `patience`.
     [[nodiscard]] bool letGo() const {
         std::unique_lock lock(m_shared->mutex);
         m_shared->isLetGo = true;

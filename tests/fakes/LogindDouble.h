@@ -20,8 +20,9 @@ struct InhibitRequest {
     QString mode;
 };
 
-/// A login manager on a private bus. It grants inhibitors, and announces sleep and wake on request
-/// of the test. It works only while the event loop of the thread that created it runs.
+/// A fake login manager on a private bus. The fake grants inhibitors, and announces sleep and
+/// waking when the test asks for it. A LogindDouble works only while the event loop of the thread
+/// that created it runs.
 class LogindDouble : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
@@ -30,7 +31,7 @@ class LogindDouble : public QObject, protected QDBusContext {
     enum class Behaviour {
         granting,
         refusing,
-        hesitating, ///< Grants an inhibitor only at `grantPending`.
+        hesitating, ///< Grants an inhibitor only when `grantPending` is called.
     };
 
     explicit LogindDouble(const QString &busAddress, Behaviour behaviour = Behaviour::granting);
@@ -39,7 +40,7 @@ class LogindDouble : public QObject, protected QDBusContext {
     /// Whether this object owns the login manager's name on the bus.
     [[nodiscard]] bool isPresent() const { return m_isPresent; }
     [[nodiscard]] QList<InhibitRequest> requests() const { return m_requests; }
-    /// How many of the granted inhibitors are still held.
+    /// Returns how many of the granted inhibitors are still held.
     [[nodiscard]] int openInhibitors() const;
 
     void grantPending();
@@ -61,12 +62,12 @@ class LogindDouble : public QObject, protected QDBusContext {
     Behaviour m_behaviour;
     QList<InhibitRequest> m_requests;
     QList<QDBusMessage> m_pending;
-    std::vector<int>
-        m_inhibitors; ///< Read ends of pipes, which report the end when the inhibitor is closed.
+    std::vector<int> m_inhibitors; ///< Read ends of pipes. Closing an inhibitor closes the write
+                                   ///< end of its pipe.
 };
 
-/// Sends a sleep signal on `bus` without being the login manager: to every receiver, or only to
-/// `receiver`.
+/// Sends a sleep signal on `bus` from a connection that does not belong to the login manager. The
+/// signal goes only to `receiver`, or to every receiver if `receiver` is empty.
 void forgeSleep(QDBusConnection &bus, bool isBeginning, const QString &receiver = {});
 
 } // namespace lumvik::test

@@ -5,9 +5,9 @@
 
 namespace lumvik::test {
 
-/// A test parameter together with its name. The parameter is printed as that name. This matters
-/// because ctest makes the printed text a part of the test's name, which must not change from run
-/// to run, as an address or the bytes of an object would.
+/// A test parameter together with a name, which is printed for the parameter. ctest makes the
+/// printed text a part of the test's name. Printed addresses or bytes of an object would change
+/// that name from run to run.
 ///
 ///     constexpr Named<Moment> moments[] = {{Moment::asleep, "WhileAsleep"}};
 ///     INSTANTIATE_TEST_SUITE_P(All, QuitInSleepTest, testing::ValuesIn(moments), nameOfParameter);

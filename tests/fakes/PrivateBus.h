@@ -6,14 +6,14 @@
 
 namespace lumvik::test {
 
-/// A message bus for one test, without access restrictions. It runs from construction to
-/// destruction.
+/// A message bus for one test, without access restrictions. The constructor starts the bus, and the
+/// destructor ends it.
 ///
 ///     const PrivateBus bus;
 ///     if (!bus.isRunning())
 ///         GTEST_SKIP() << "there is no dbus-daemon";
 ///
-/// A program uses it as the system bus if DBUS_SYSTEM_BUS_ADDRESS contains `address()`.
+/// A program uses this bus as the system bus if DBUS_SYSTEM_BUS_ADDRESS contains `address()`.
 class PrivateBus {
   public:
     PrivateBus();

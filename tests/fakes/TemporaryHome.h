@@ -10,7 +10,7 @@
 
 namespace lumvik::test {
 
-/// A camera store and user defaults in a temporary folder, which is deleted with this object.
+/// A camera store and user defaults in a temporary folder. The destructor deletes the folder.
 class TemporaryHome {
   public:
     TemporaryHome() { EXPECT_TRUE(m_folder.isValid()); }
@@ -28,7 +28,7 @@ class TemporaryHome {
     /// Stores a camera list in the same way as the program.
     void saveCameras(const CameraList &cameras) { EXPECT_TRUE(m_store.save(cameras).has_value()); }
 
-    /// Leaves an unreadable camera list on disk, without a recovery copy.
+    /// Writes a camera list that cannot be parsed, and removes its recovery copy.
     void damageCameras() {
         saveCameras({});
         QFile::remove(storeFolder() + QStringLiteral("/cameras.last-good.json"));

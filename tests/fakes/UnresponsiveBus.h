@@ -7,16 +7,16 @@
 
 namespace lumvik::test {
 
-/// A message bus that never replies: a local socket that programs can connect to, because the
-/// kernel completes the connection, but that nothing accepts connections from. It exists from
-/// construction to destruction.
+/// A message bus that never replies. The bus is a local socket that never accepts a connection.
+/// Programs can connect to the socket nevertheless, because the kernel completes their connections.
+/// The socket exists from construction to destruction.
 ///
-/// A program uses it as the system bus if DBUS_SYSTEM_BUS_ADDRESS contains `address()`.
+/// A program uses this bus as the system bus if DBUS_SYSTEM_BUS_ADDRESS contains `address()`.
 class UnresponsiveBus {
   public:
     enum class Queue {
         open, ///< Programs can connect.
-        full, ///< Programs wait for a connection, or are told to try again.
+        full, ///< Connecting blocks, or fails with EAGAIN on a non-blocking socket.
     };
 
     explicit UnresponsiveBus(Queue queue = Queue::open);

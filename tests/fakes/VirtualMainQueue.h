@@ -16,7 +16,7 @@
 
 namespace lumvik::test {
 
-/// A main queue with a virtual clock, which stands still until the test moves it. A wait of thirty
+/// A main queue with a virtual clock, which moves only when the test moves it. A wait of thirty
 /// seconds takes microseconds, and the order of all work is deterministic.
 ///
 ///     VirtualMainQueue queue;
@@ -24,10 +24,11 @@ namespace lumvik::test {
 ///     queue.advance(30);
 ///     EXPECT_EQ(runs, 1);
 ///
-/// Nothing runs by itself. `runPending` runs the work that is due now. `advance` moves the clock
-/// and runs each piece of work that becomes due at its own time. `runUntil` waits for work from
-/// other threads. The thread that creates the queue is its main thread; calling any function other
-/// than `async` on another thread terminates the process.
+/// Work runs only when the test calls `runPending`, `advance` or `runUntil`. `runPending` runs the
+/// work that is due now. `advance` moves the clock and runs each piece of work that becomes due at
+/// its own time. `runUntil` waits for work from other threads. The thread that creates the queue is
+/// its main thread; calling any function other than `async` on another thread terminates the
+/// process.
 class VirtualMainQueue final : public MainQueue {
   public:
     ~VirtualMainQueue() override = default;
@@ -62,7 +63,7 @@ class VirtualMainQueue final : public MainQueue {
 
     // ---- For tests ----
 
-    /// Runs the work that is due now, and the work that it submits, until nothing is left.
+    /// Runs all work that is due now, including work that is submitted meanwhile.
     void runPending() { advance(0); }
 
     /// Moves the clock by `seconds` and runs all work that becomes due, in order.
@@ -72,11 +73,13 @@ class VirtualMainQueue final : public MainQueue {
         runSubmitted();
         while (runNextTimer(end))
             runSubmitted();
-        m_now = std::max(m_now, end); // work with a nested loop may have moved the clock further
+        // Work that called advance() itself may have moved the clock beyond `end`.
+        m_now = std::max(m_now, end);
     }
 
-    /// Moves the clock by `seconds` without running anything, as while the machine sleeps. Work
-    /// that became due runs with the next `advance`, and a repeating timer only once.
+    /// Moves the clock by `seconds` without running any work, which simulates that the machine
+    /// sleeps. The next `advance` runs the work that became due. A repeating timer that became due
+    /// several times runs only once.
     void jump(double seconds) {
         requireMainThread();
         m_now += seconds;
@@ -85,7 +88,8 @@ class VirtualMainQueue final : public MainQueue {
     }
 
     /// Runs the work that is due and the work that other threads submit, until `predicate` returns
-    /// true. Returns false if it has not within `deadline` of real time. The clock stands still.
+    /// true. Returns false if `predicate` is still false after `deadline` of real time. The virtual
+    /// clock does not move.
     template<typename Predicate>
     [[nodiscard]] bool runUntil(Predicate predicate,
                                 std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
@@ -96,28 +100,29 @@ class VirtualMainQueue final : public MainQueue {
                 return true;
             if (std::chrono::steady_clock::now() >= end)
                 return false;
-            // New work ends the wait. The time-out is for conditions that change without any work.
+            // New work ends the wait. The time-out is for a `predicate` that changes without any
+            // work.
             std::unique_lock guard(m_mutex);
             m_arrived.wait_for(guard, std::chrono::milliseconds(5),
                                [this] { return !m_submitted.empty(); });
         }
     }
 
-    /// Waits until another thread has submitted work, without running it. Returns false after
-    /// `deadline`.
+    /// Waits until another thread has submitted work, without running that work. Returns false if
+    /// no work is submitted within `deadline`.
     [[nodiscard]] bool waitForWork(std::chrono::milliseconds deadline = std::chrono::seconds(10)) {
         std::unique_lock guard(m_mutex);
         return m_arrived.wait_for(guard, deadline, [this] { return !m_submitted.empty(); });
     }
 
-    /// How many pieces of submitted work wait to run, without delayed work.
+    /// Returns how many pieces of submitted work wait to run. Delayed work is not counted.
     [[nodiscard]] std::size_t submittedCount() const {
         const std::scoped_lock guard(m_mutex);
         return m_submitted.size();
     }
 
-    /// The seconds until each piece of delayed work and each timer is due, in ascending order.
-    /// Cancelled work is not included.
+    /// Returns the seconds until each piece of delayed work and each timer is due, in ascending
+    /// order. Cancelled work is not included.
     [[nodiscard]] std::vector<double> delays() const {
         std::vector<double> delays;
         for (const Entry &entry : m_timers) {
@@ -170,7 +175,7 @@ class VirtualMainQueue final : public MainQueue {
         }
     }
 
-    /// Runs the first piece of delayed work that is due by `end`. Returns false when there is none.
+    /// Runs the first piece of delayed work that is due by `end`. Returns false if no work is due.
     bool runNextTimer(TimeStamp end) {
         std::erase_if(m_timers, [](const Entry &entry) { return entry.isOver(); });
         const auto next = std::min_element(
@@ -180,8 +185,8 @@ class VirtualMainQueue final : public MainQueue {
         if (next == m_timers.end() || next->due > end)
             return false;
         m_now = std::max(m_now, next->due);
-        // Copied and removed from the list before it runs, because it may add to the list or cancel
-        // itself.
+        // The work is copied and removed from the list before it runs, because it may add to the
+        // list or cancel itself.
         const Work work = next->work;
         if (next->interval) {
             next->due += *next->interval;
@@ -194,7 +199,7 @@ class VirtualMainQueue final : public MainQueue {
     }
 
     std::thread::id m_mainThread = std::this_thread::get_id();
-    TimeStamp m_now = 1000; // not 0, which would hide a time that was never set
+    TimeStamp m_now = 1000; // A start at 0 would hide a time stamp that was never set.
     std::uint64_t m_nextNumber = 0;
     std::vector<Entry> m_timers;
     mutable std::mutex m_mutex; // guards m_submitted

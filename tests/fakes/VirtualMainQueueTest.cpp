@@ -32,7 +32,7 @@ TEST(VirtualMainQueue, RunsDelayedWorkWhenItIsDue) {
     EXPECT_DOUBLE_EQ(queue.now() - start, 61.5);
 }
 
-TEST(VirtualMainQueue, RunsWorkThatWasAddedMeanwhile) {
+TEST(VirtualMainQueue, RunsWorkThatOtherWorkAdded) {
     VirtualMainQueue queue;
     std::vector<int> order;
     std::shared_ptr<WorkItem> second;
@@ -49,7 +49,8 @@ TEST(VirtualMainQueue, KeepsCancelledWorkFromRunning) {
     VirtualMainQueue queue;
     int runs = 0;
     const auto item = queue.after(1, [&] { ++runs; });
-    static_cast<void>(queue.after(1, [&] { runs += 10; })); // dropping does not cancel
+    // Dropping the returned item does not cancel the work.
+    static_cast<void>(queue.after(1, [&] { runs += 10; }));
     EXPECT_EQ(queue.delays(), (std::vector<double>{1, 1}));
     item->cancel();
     EXPECT_EQ(queue.delays(), (std::vector<double>{1}));
@@ -68,7 +69,7 @@ TEST(VirtualMainQueue, RepeatsTimersUntilTheyAreDestroyed) {
     EXPECT_EQ(dropped, 3);
 }
 
-TEST(VirtualMainQueue, TimersMayEndThemselves) {
+TEST(VirtualMainQueue, TimerMayDestroyItselfWhileItRuns) {
     VirtualMainQueue queue;
     int runs = 0;
     std::unique_ptr<RepeatingTimer> timer;

@@ -15,8 +15,8 @@
 namespace lumvik::test {
 namespace {
 
-/// Returns data that must not appear in a dump. It is generated at run time, so this program's own
-/// data does not contain it.
+/// Returns data that must not appear in a dump. The data is generated at run time, so the program
+/// file does not contain it.
 QByteArray secret() {
     QByteArray text;
     for (int n = 0; n < 64; ++n)
@@ -47,7 +47,7 @@ QByteArray dumpFilter() {
     return file.open(QFile::ReadOnly) ? file.readAll().trimmed() : QByteArray();
 }
 
-/// For child processes: exits with `status` if the condition is false.
+/// Exits with `status` if the condition is false. Intended for child processes.
 void require(bool condition, int status) {
     if (!condition)
         std::_Exit(status);
@@ -90,7 +90,7 @@ class CoreFileTest : public testing::Test {
   protected:
     void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "sanitizers disable core dumps because theirs would be huge";
+        GTEST_SKIP() << "sanitizers disable core dumps because their dumps would be huge";
 #endif
         QFile pattern(QStringLiteral("/proc/sys/kernel/core_pattern"));
         ASSERT_TRUE(pattern.open(QFile::ReadOnly));
@@ -140,7 +140,7 @@ TEST_F(CoreFileTest, CrashLeavesNoFileOnceDumpsAreForbidden) {
 TEST_F(CoreFileTest, DumpThatIgnoresTheSizeLimitContainsNoMemory) {
     const QByteArray dump = dumpOf([] {
         (void)forbidCoreDumps();
-        allowFiles(); // as the kernel does when it pipes dumps to a program
+        allowFiles(); // the kernel also ignores the size limit when it pipes dumps to a program
     });
     ASSERT_TRUE(dump.startsWith("\x7f"
                                 "ELF"));

@@ -28,7 +28,7 @@ class DisplayConnectionMonitorTest : public testing::Test {
         });
     }
 
-    FileDescriptor nearEnd; // the monitored one
+    FileDescriptor nearEnd; // the monitored end
     FileDescriptor farEnd;
     std::promise<void> reported;
     int calls = 0; // counted on the monitor's thread, read after that thread has ended
@@ -50,7 +50,7 @@ TEST_F(DisplayConnectionMonitorTest, ReportsClosingEvenWithUnreadData) {
     EXPECT_EQ(::read(nearEnd.get(), &unread, 1), 1) << "the monitor must not consume data";
 }
 
-TEST_F(DisplayConnectionMonitorTest, IgnoresDataThatIsSent) {
+TEST_F(DisplayConnectionMonitorTest, IgnoresIncomingData) {
     ASSERT_EQ(::write(farEnd.get(), "x", 1), 1);
     monitor.reset();
     EXPECT_EQ(calls, 0);

@@ -23,7 +23,7 @@ TEST(FileDescriptorTest, HoldsNothingByDefault) {
     EXPECT_LT(none.get(), 0);
 }
 
-TEST(FileDescriptorTest, TakesTheResultOfAFailedCall) {
+TEST(FileDescriptorTest, AcceptsTheResultOfAFailedCall) {
     FileDescriptor missing(::open("/nonexistent/file", O_RDONLY | O_CLOEXEC));
     EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(missing.isOpen());
@@ -48,7 +48,7 @@ TEST(FileDescriptorTest, ResetClosesAtOnceAndOnlyOnce) {
     file.reset();
     EXPECT_FALSE(file.isOpen());
     EXPECT_FALSE(isOpen(descriptor));
-    // The kernel gives out the lowest free number again. A second close would hit this file.
+    // The kernel reuses the lowest free number, so a second close would close this new file.
     const FileDescriptor next = opened();
     ASSERT_EQ(next.get(), descriptor);
     file.reset();

@@ -25,7 +25,7 @@ class InstanceLockTest : public testing::Test {
 TEST_F(InstanceLockTest, FirstCallerAcquiresTheLock) {
     InstanceLock first(path);
     EXPECT_EQ(first.tryLock(), Result::acquired);
-    EXPECT_EQ(first.tryLock(), Result::acquired) << "second call";
+    EXPECT_EQ(first.tryLock(), Result::acquired) << "a second call by the holder also succeeds";
 }
 
 TEST_F(InstanceLockTest, LockIsHeldUntilItsHolderIsDestroyed) {

@@ -28,7 +28,7 @@ inline bool never(const std::function<bool()> &predicate) {
     return !QTest::qWaitFor(predicate, 200);
 }
 
-/// Another client of the bus.
+/// A client of the bus other than the monitor.
 class BusClient {
   public:
     explicit BusClient(const QString &address)
@@ -68,13 +68,14 @@ class LogindSleepMonitorFixture : public testing::Test {
             },
             [this] { ++wakes; });
     }
-    /// Starts the monitor and waits until it has been granted its inhibitor. Later messages from
-    /// the login manager arrive after that.
+    /// Starts the monitor and waits until it has been granted its inhibitor. Messages that the
+    /// login manager sends after this call therefore arrive while the monitor holds the inhibitor.
     void startHolding(LogindSleepMonitor &monitor) {
         start(monitor);
         ASSERT_TRUE(eventually([&] { return isHeld(monitor); }));
     }
-    /// Checks the monitor too, because a signal may overtake a reply that was sent before it.
+    /// Also checks the monitor, because a signal may overtake a reply that was sent before the
+    /// signal.
     [[nodiscard]] bool isHeld(const LogindSleepMonitor &monitor) const {
         return logind->openInhibitors() == 1 && monitor.holdsInhibitor();
     }

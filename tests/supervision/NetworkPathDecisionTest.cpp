@@ -18,7 +18,7 @@ TEST(NetworkPathDecision, FirstUsablePathChangesNothing) {
         EXPECT_EQ(networkPathAction(std::nullopt, now), NetworkPathAction::none);
 }
 
-TEST(NetworkPathDecision, UnusablePathSuspendsWhateverWasBefore) {
+TEST(NetworkPathDecision, UnusablePathSuspendsRegardlessOfThePreviousPath) {
     EXPECT_EQ(networkPathAction(std::nullopt, none), NetworkPathAction::suspend);
     for (const NetworkPathSignature &before : {none, wiFi, both, wifiThatLeadsNowhere}) {
         EXPECT_EQ(networkPathAction(before, none), NetworkPathAction::suspend);

@@ -113,7 +113,7 @@ TEST_F(NetworkPathTest, PathLossCancelsTheAttemptAndItsReturnContinuesCounting) 
     report(noPath);
     EXPECT_EQ(access().playbackRetry(), nullptr);
     EXPECT_EQ(access().playbackState(), State::suspended);
-    EXPECT_EQ(mpv.liveCores(), 1) << "the player is left as it is";
+    EXPECT_EQ(mpv.liveCores(), 1) << "the player is kept unchanged";
     queue.advance(60);
     EXPECT_EQ(playerGeneration(), generation);
     report(wiFi);

@@ -21,7 +21,7 @@ struct Snapshot {
     WorkItem *retry;
     const NetworkConnection *probe;
     std::optional<TimeStamp> lastFrame;
-    qsizetype logLines; // every load is logged
+    qsizetype logLines; // the number of log lines; each load adds one
 
     friend bool operator==(const Snapshot &, const Snapshot &) = default;
 };
@@ -35,7 +35,7 @@ class RandomEventsTest : public ControllerFixture, public testing::WithParamInte
 
     [[nodiscard]] int pick(int count) { return static_cast<int>(m_random() % unsigned(count)); }
 
-    /// The probe that is under way; null without one.
+    /// The probe that is under way; null if no probe is under way.
     [[nodiscard]] const NetworkConnection *probe() const {
         return probeIsUnderWay() ? network.connections.back().get() : nullptr;
     }
@@ -83,7 +83,7 @@ class RandomEventsTest : public ControllerFixture, public testing::WithParamInte
                 .usesOther = pick(4) == 0};
     }
 
-    /// Makes one random event happen. Returns whether it was a frame of the current player.
+    /// Makes one random event happen. Returns whether the event was a frame of the current player.
     bool step() {
         switch (pick(15)) {
         case 0:
@@ -176,8 +176,8 @@ class RandomEventsTest : public ControllerFixture, public testing::WithParamInte
     /// Checks the invariants after each step.
     void check(State stateBefore, std::int64_t generationBefore, bool couldStart, bool wasFrame) {
         ASSERT_LE(mpv.liveCores(), 1);
-        // One delay each for the watchdog, an attempt, the fallback of a probe and the limit of a
-        // sleep delay, and two for the view.
+        // At most six delays can be scheduled: one each for the watchdog, an attempt, the fallback
+        // of a probe and the limit of a sleep delay, and two for the view.
         ASSERT_LE(queue.delays().size(), 6U);
         if (probe() != m_probe) {
             m_probe = probe();
@@ -217,8 +217,8 @@ class RandomEventsTest : public ControllerFixture, public testing::WithParamInte
         EXPECT_GT(attempts, 20) << "too few attempts for a meaningful test";
     }
 
-    /// Checks that playback recovers by itself from the state that the events have led to, once the
-    /// obstacles are gone.
+    /// Checks that playback recovers by itself after the random events, once nothing prevents it
+    /// any longer.
     void checkThatPlaybackRecovers() {
         network.answer = Connection::ready;
         mpv.setCreateFails(false);

@@ -26,7 +26,7 @@ struct Row {
 
 class BackOffTable : public testing::TestWithParam<Row> {};
 
-TEST_P(BackOffTable, GivesTheBaseDelayAndAtMostTheJitterMore) {
+TEST_P(BackOffTable, GivesTheBaseDelayPlusAtMostTheJitter) {
     const auto [number, delay] = GetParam();
     EXPECT_EQ(recoveryAttempt(number, afterBackOff, ifDue, 0).delay, delay);
     const double longest = recoveryAttempt(number, afterBackOff, ifDue, almostOne).delay;

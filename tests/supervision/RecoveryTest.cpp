@@ -109,7 +109,7 @@ TEST_F(RecoveryTest, ImmediateNinthAttemptHasAShortDelayAndRecreates) {
     EXPECT_EQ(playerGeneration(), generation + 1);
 }
 
-TEST_F(RecoveryTest, FirstRequestWinsOverALaterOne) {
+TEST_F(RecoveryTest, PendingRequestIsNotReplacedByALaterOne) {
     failRecoveryAttempts(6);
     const std::int64_t generation = playerGeneration();
     const std::int64_t loadsBefore = loads();
@@ -183,7 +183,7 @@ TEST_F(RecoveryTest, NothingIsScheduledOnceTheViewerCloses) {
     fail();
     window().performClose();
     EXPECT_EQ(access().playbackRetry(), nullptr);
-    EXPECT_TRUE(queue.delays().empty()) << "the watchdog is gone as well";
+    EXPECT_TRUE(queue.delays().empty()) << "the watchdog is cancelled as well";
     EXPECT_EQ(exitLimits, 1);
     queue.advance(60);
     EXPECT_EQ(loads(), 1);
@@ -204,7 +204,7 @@ TEST_F(RecoveryTest, TerminationCancelsTheAttempt) {
     EXPECT_EQ(access().playbackRetry(), nullptr);
     EXPECT_TRUE(networkPath.isCancelled);
     EXPECT_FALSE(sleepMonitor.isWatching());
-    EXPECT_TRUE(queue.delays().empty()) << "the watchdog is gone as well";
+    EXPECT_TRUE(queue.delays().empty()) << "the watchdog is cancelled as well";
     queue.advance(60);
     EXPECT_EQ(mpv.liveCores(), 0);
 }
@@ -254,7 +254,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "Overflow"}),
     nameOfParameter);
 
-TEST_F(RecoveryTest, OnlyTheStartOfAFileChangesTheStateAmongProgressReports) {
+TEST_F(RecoveryTest, OfAllProgressReportsOnlyTheStartOfAFileChangesTheState) {
     delegate->recordRenderedFrame(1);
     delegate->handlePlaybackEngineEvent(FileLoaded{}, 1);
     delegate->handlePlaybackEngineEvent(PlaybackRestart{}, 1);

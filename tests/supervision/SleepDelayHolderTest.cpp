@@ -12,7 +12,7 @@ namespace {
 
 class SleepDelayHolderTest : public testing::Test {
   protected:
-    /// Creates a delay. `isHeld` returns whether anything still holds it.
+    /// Creates a delay. `isHeld` returns whether anything still holds the delay created last.
     [[nodiscard]] SleepMonitor::SleepDelay newDelay() {
         auto delay = std::make_shared<int>(0);
         m_delay = delay;

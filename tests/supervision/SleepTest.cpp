@@ -44,7 +44,7 @@ TEST_F(SleepTest, WakeRequestsANewPlayerAtOnce) {
     EXPECT_EQ(mpv.liveCores(), 1);
 }
 
-TEST_F(SleepTest, PendingAttemptNeverRunsButStillCounts) {
+TEST_F(SleepTest, AttemptPendingAtSleepNeverRunsButStillCounts) {
     failRecoveryAttempts(4);
     mpv.forgetCalls();
     delegate->schedulePlaybackRecovery({.reason = u"a test"_s});
@@ -141,7 +141,7 @@ TEST_F(SleepTest, EngineThatNeverReportsTheEndDelaysSleepForOnlyTwoSeconds) {
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, StreamThatFailsMeanwhileReleasesTheDelay) {
+TEST_F(SleepTest, StreamThatFailsDuringTheDelayReleasesIt) {
     sleepMonitor.sleep();
     delegate->handlePlaybackEngineEvent(EndFile{4, -13}, 1);
     EXPECT_FALSE(sleepMonitor.isHeldOff());
@@ -167,7 +167,7 @@ TEST_F(SleepTest, LostGraphicsReleaseTheDelay) {
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, SecondAnnouncementHasItsOwnLimit) {
+TEST_F(SleepTest, SecondSleepAnnouncementHasItsOwnLimit) {
     sleepMonitor.sleep();
     queue.advance(1.5);
     sleepMonitor.sleep();
@@ -196,7 +196,7 @@ TEST_F(SleepTest, SecondWakeChangesNothing) {
     EXPECT_EQ(playerGeneration(), 2);
 }
 
-TEST_F(SleepTest, UnannouncedSleepIsNoticedByTheFirstTickAfterIt) {
+TEST_F(SleepTest, UnannouncedSleepIsNoticedByTheNextTickOfTheWatchdog) {
     delegate->recordRenderedFrame(1);
     queue.jump(3600);
     queue.advance(2);
@@ -209,7 +209,7 @@ TEST_F(SleepTest, WithoutAPlayerTheMachineSleepsAtOnce) {
     EXPECT_FALSE(sleepMonitor.isHeldOff());
 }
 
-TEST_F(SleepTest, LimitOfAnEarlierSleepDoesNotCutALaterOneShort) {
+TEST_F(SleepTest, LimitOfAnEarlierSleepDoesNotShortenALaterDelay) {
     sleepMonitor.sleep();
     sleepMonitor.wake();
     EXPECT_FALSE(sleepMonitor.isHeldOff());

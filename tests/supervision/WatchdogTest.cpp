@@ -150,7 +150,7 @@ TEST_F(WatchdogTest, SuspendedAndBackingOffPlaybackIsNotJudged) {
     }
 }
 
-TEST_F(WatchdogTest, UnannouncedEndOfStreamIsFoundByTheTick) {
+TEST_F(WatchdogTest, UnannouncedEndOfStreamIsFoundByTheNextTick) {
     playFor(1);
     mpv.setProperty("eof-reached", 1);
     queue.advance(2);
@@ -173,7 +173,7 @@ TEST_F(WatchdogTest, DecoderIsLoggedOncePerPlayer) {
         return log.texts(u"playback"_s).filter(u"The video is decoded"_s);
     };
     mpv.setTextProperty("hwdec-current", "no");
-    EXPECT_TRUE(named().isEmpty()) << "before there is a picture";
+    EXPECT_TRUE(named().isEmpty()) << "no decoder is logged before there is a picture";
     playFor(1);
     EXPECT_EQ(named(), QStringList(u"The video is decoded in software."_s));
     EXPECT_EQ(loadedPlayers, 1);

@@ -1,5 +1,5 @@
-// How the viewer appears to assistive technology, which actions it offers there, and how its
-// controls are operated without a mouse.
+// Tests what the viewer exposes to assistive technology, and that its controls can be operated
+// without a mouse.
 
 #include "system/harness/AccessibilityFixture.h"
 #include "system/harness/Eventually.h"
@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 const QString focusGained = u"object:state-changed:focused"_s;
 const QString checkedChanged = u"object:state-changed:checked"_s;
 
-/// A control by its role and name.
+/// Identifies a control by its accessible role and name.
 struct Control {
     QString role;
     QString name;
@@ -33,7 +33,7 @@ const QList<Control> controlsInOrder{{u"menu item"_s, u"Lumvik"_s},
                                      focus,
                                      close};
 
-TEST_F(AccessibilityTest, HiddenControlsHaveNamesAndAreNotShown) {
+TEST_F(AccessibilityTest, HiddenControlsAreExposedButNotAsShowing) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     for (const Control &control : controlsInOrder) {
         EXPECT_TRUE(has(control.role, control.name, u"focusable"_s)) << qPrintable(control.name);
@@ -59,7 +59,7 @@ TEST_F(AccessibilityTest, PointerRevealsTheControlsToAssistiveTechnology) {
     EXPECT_TRUE(cacheIsUpToDate());
 }
 
-TEST_F(AccessibilityTest, TabFocusesEachControlInOrderAndShowsThem) {
+TEST_F(AccessibilityTest, TabShowsTheControlsAndFocusesEachInOrder) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(startRememberingReader());
     EXPECT_FALSE(controlsAreVisible());
@@ -79,7 +79,7 @@ TEST_F(AccessibilityTest, TabFocusesEachControlInOrderAndShowsThem) {
     EXPECT_TRUE(cacheIsUpToDate());
 }
 
-TEST_F(AccessibilityTest, PictureIsNamedAfterItsCameraAndSaysWhetherItIsLive) {
+TEST_F(AccessibilityTest, PictureNamesItsCameraAndTellsWhetherItIsLive) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     const QJsonObject picture = find(u"image"_s, u"Picture of Front & back"_s);
     EXPECT_EQ(picture.value(u"description"_s), u"Live"_s);
@@ -184,7 +184,7 @@ TEST_F(AccessibilityTest, EditorExposesItsRowsAndButtons) {
     EXPECT_TRUE(isAnnounced(focusGained, u"table cell"_s, u"Yard"_s));
 }
 
-TEST_F(AccessibilityTest, EditorErrorsAreAlertsThatSayWhatIsWrong) {
+TEST_F(AccessibilityTest, EditorErrorsAreExposedAsAlertsWithTheirText) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(openEditor());
     act(u"push button"_s, u"Add Camera"_s, u"Press"_s);
@@ -221,7 +221,8 @@ TEST_F(AccessibilityTest, AddressesAreExposedOnlyInTheFieldThatEditsThem) {
     keyboard.press(u"F2"_s);
     ASSERT_TRUE(isAnnounced(focusGained, u"text"_s, u"RTSP Address 1"_s));
     const QJsonObject field = reader->ask({u"focused"_s}).value(u"answer"_s).toObject();
-    EXPECT_EQ(field.value(u"text"_s), cameras.front()->url()) << "what is edited can be read";
+    EXPECT_EQ(field.value(u"text"_s), cameras.front()->url())
+        << "the text of the edited field is not exposed";
 }
 
 } // namespace

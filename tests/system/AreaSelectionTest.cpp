@@ -1,4 +1,5 @@
-// Selecting an area: what the window shows meanwhile, and every way to cancel the selection.
+// Tests the selection of an area: what the window shows during the selection, and every way to
+// cancel it.
 
 #include "system/harness/AreaFixture.h"
 #include "system/harness/Eventually.h"
@@ -21,7 +22,8 @@ class AreaSelectionTest : public AreaFixture {
     [[nodiscard]] testing::AssertionResult selectionIsCancelled() const {
         if (const auto bare = becomesUndimmed(); !bare)
             return bare;
-        // The viewer waits for less than this before it shows a finished selection.
+        // If the selection had succeeded, the viewer would show the selected area within this
+        // second.
         const bool stays = always(1s, [this] {
             return viewer->geometry() == original && std::abs(brightness() - 1) < 0.02;
         });
@@ -33,9 +35,10 @@ class AreaSelectionTest : public AreaFixture {
     QRect original;
 };
 
-TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeSaysWhatToDo) {
+TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeShowsInstructions) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
-    // The badge with its text, and a rectangle of the same size above it in the ramp.
+    // `badge` contains the badge with its text. `beside` is a rectangle of the same size above the
+    // badge, in the brightness ramp of the picture.
     const QRect badge(original.width() / 2 - 70, original.height() - 18 - 24, 140, 22);
     const QRect beside(original.width() / 2 - 70, original.height() - 18 - 24 - 40, 140, 22);
     const auto badgeIsThere = [&](const QImage &picture) -> testing::AssertionResult {
@@ -61,7 +64,7 @@ TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeSaysWhatT
         if (colourDistance(outside, QColor(111, 111, 111)) > 12)
             return testing::AssertionFailure()
                    << "outside the rectangle the colour is " << outside.name().toStdString();
-        // The gaps in the outline are two thirds as long as its dashes.
+        // The outline is dashed, and its gaps are two thirds as long as its dashes.
         const double white = shareOfLightPixels(picture, QRect(200, 60, 240, 1), 230);
         if (white < 0.4 || white > 0.8)
             return testing::AssertionFailure() << "the outline is white for " << white;
@@ -70,7 +73,7 @@ TEST_F(AreaSelectionTest, PictureIsDimmedOutsideTheRectangleAndTheBadgeSaysWhatT
     EXPECT_TRUE(screen.waitUntil(viewer->window(), rectangleIsBare, 10s));
     EXPECT_TRUE(screen.waitUntil(viewer->window(), badgeIsThere, 10s));
     EXPECT_GT(shareOfDifferentPixels(before, screen.window(viewer->window()).copy(badge)), 0.05)
-        << "the badge says the same as before the drag";
+        << "the text of the badge does not change during the drag";
     keyboard.press(QStringLiteral("Escape"));
     pointer.release();
 }
@@ -94,7 +97,7 @@ TEST_F(AreaSelectionTest, EscapeDuringADragCancelsTheSelection) {
     EXPECT_TRUE(showsArea({160, 0, 320, 314}));
 }
 
-TEST_F(AreaSelectionTest, RightClickOnlyCancelsTheSelection) {
+TEST_F(AreaSelectionTest, RightClickCancelsTheSelectionWithoutEnlargingTheWindow) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     pointer.moveTo(original.center());
     pointer.click(Pointer::Button::right);
@@ -114,7 +117,7 @@ TEST_F(AreaSelectionTest, AreaButtonCancelsTheSelection) {
     EXPECT_TRUE(selectionIsCancelled());
 }
 
-TEST_F(AreaSelectionTest, ClickOrTooSmallADragCancelsTheSelection) {
+TEST_F(AreaSelectionTest, ClickOrTooNarrowDragCancelsTheSelection) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     pointer.moveTo(original.center());
     pointer.click();
@@ -134,7 +137,7 @@ TEST_F(AreaSelectionTest, SmallestAcceptedDragIsTwelveByTwelvePoints) {
 
 TEST_F(AreaSelectionTest, DragOutOfTheWindowIsClippedToThePicture) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
-    // The drag leaves the window at the top right, so it covers the full height of the red and the
+    // The drag leaves the window at the top right, so the clipped area is exactly the red and the
     // blue bar.
     dragWithoutRelease({800, 314}, {1120 + 90, -70});
     pointer.release();
@@ -153,7 +156,7 @@ TEST_F(AreaSelectionTest, LosingTheKeyboardFocusCancelsTheSelection) {
     xdotool(desktop, {QStringLiteral("windowfocus"), QString::number(other->window())});
     EXPECT_TRUE(becomesUndimmed());
     EXPECT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
-    // The pointer keeps moving although the selection has been cancelled.
+    // The user finishes the drag although the selection has already been cancelled.
     pointer.glideTo(onScreen(QPoint(600, 400)), 3);
     pointer.release();
     EXPECT_TRUE(selectionIsCancelled());
@@ -168,8 +171,8 @@ TEST_F(AreaSelectionTest, LosingTheKeyboardFocusCancelsTheSelection) {
 TEST_F(AreaSelectionTest, ClicksBeforeTheChosenAreaIsShownAreIgnored) {
     ASSERT_NO_FATAL_FAILURE(beginSelection());
     dragWithoutRelease({160, 0}, {480, 314});
-    // One xdotool call sends all clicks well within the pause during which the rectangle stays
-    // visible.
+    // A single xdotool call sends all clicks, so they arrive during the short pause before the
+    // selected area is shown.
     xdotool(desktop, {QStringLiteral("mouseup"), QStringLiteral("1"), QStringLiteral("click"),
                       QStringLiteral("1"), QStringLiteral("click"), QStringLiteral("3"),
                       QStringLiteral("mousedown"), QStringLiteral("1"),

@@ -1,4 +1,5 @@
-// An area selected with the pointer fills the window, and the original view can be restored.
+// Tests that an area selected with the pointer fills the window, and that the original view can be
+// restored.
 
 #include "system/harness/AreaFixture.h"
 #include "system/harness/ColourBars.h"
@@ -9,15 +10,14 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The window frame of a first start: centred on the screen.
+/// The default window frame, which is centred on the screen.
 constexpr QRect originalFrame{240, 185, 1120, 630};
-/// Exactly the yellow and the cyan bar.
+/// The area of the yellow and the cyan bar.
 constexpr QRect twoBars{160, 0, 320, 314};
-/// The window frame that shows the two bars: its height and centre are those of the original window
-/// frame.
+/// The window frame that shows `twoBars`, with the height and the centre of `originalFrame`.
 constexpr QRect frameOfTwoBars{479, 185, 642, 630};
-/// An area slightly larger than the two bars, with edges at odd pixels. It includes some white at
-/// the left, green at the right, and black at the bottom.
+/// An area slightly larger than the two bars, with edges at odd pixels. The area includes some
+/// white at the left, green at the right, and black at the bottom.
 constexpr QRect moreThanTwoBars{155, 3, 331, 319};
 
 class AreaTest : public AreaFixture {
@@ -35,7 +35,7 @@ class AreaTest : public AreaFixture {
     }
 };
 
-TEST_F(AreaTest, ChosenAreaFillsTheWindowAndTheButtonRestoresTheOriginalView) {
+TEST_F(AreaTest, ChosenAreaFillsTheWindowAndTheAreaButtonRestoresTheOriginalView) {
     ASSERT_TRUE(showCamera());
     ASSERT_TRUE(reachesFrame(originalFrame));
     ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
@@ -77,12 +77,13 @@ TEST_F(AreaTest, DragInAnyDirectionChoosesTheSameArea) {
 
 TEST_F(AreaTest, WindowStaysWithinTheScreen) {
     ASSERT_TRUE(showCamera());
-    // A window frame at the right edge of the screen, away from the corner where the pointer rests.
+    // This window frame touches the right edge of the screen and avoids the corner where the
+    // pointer rests.
     const QRect atTheEdge(480, 300, 1120, 630);
     moveWindow(atTheEdge.topLeft());
     ASSERT_TRUE(reachesFrame(atTheEdge));
-    // An area with the aspect ratio 2:1 makes the window 140 pixels wider. There is no room for the
-    // right half of these pixels.
+    // An area with the aspect ratio 2:1 makes the window 140 pixels wider. The screen has no room
+    // to the right of the window, so the window grows only to the left.
     const QRect wide(160, 100, 320, 160);
     ASSERT_NO_FATAL_FAILURE(selectArea(wide));
     EXPECT_TRUE(reachesFrame({340, 300, 1260, 630}));
@@ -90,8 +91,8 @@ TEST_F(AreaTest, WindowStaysWithinTheScreen) {
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
     ASSERT_TRUE(reachesFrame(atTheEdge));
     ASSERT_TRUE(pictureFillsTheWindow());
-    // At this height the area would be wider than the screen, so the window becomes as wide as the
-    // screen.
+    // At the height of the window this area would be wider than the screen, so the window becomes
+    // exactly as wide as the screen.
     const QRect strip(160, 100, 640, 160);
     ASSERT_NO_FATAL_FAILURE(selectArea(strip));
     EXPECT_TRUE(reachesFrame({0, 415, 1600, 400}));
@@ -130,7 +131,7 @@ TEST_F(AreaTest, WindowShowingAnAreaCanBeResizedToAnyShape) {
     EXPECT_TRUE(isInOriginalView());
 }
 
-TEST_F(AreaTest, RightClickTogglesTheWholePictureInTheSameWindowFrame) {
+TEST_F(AreaTest, RightClickTogglesBetweenAreaAndWholePictureInTheSameWindowFrame) {
     ASSERT_TRUE(showCamera());
     ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
     ASSERT_TRUE(reachesFrame(frameOfTwoBars));
@@ -147,7 +148,7 @@ TEST_F(AreaTest, RightClickTogglesTheWholePictureInTheSameWindowFrame) {
         EXPECT_TRUE(showsArea(twoBars));
         EXPECT_EQ(viewer->geometry(), frameOfTwoBars);
     }
-    // The button also restores the original view while the whole picture is shown.
+    // The area button must restore the original view even while the window shows the whole picture.
     pointer.moveTo(frameOfTwoBars.center());
     pointer.click(Pointer::Button::right);
     ASSERT_NO_FATAL_FAILURE(showOriginalView());
@@ -171,14 +172,14 @@ TEST_F(AreaTest, ReloadedStreamRestoresTheOriginalView) {
     EXPECT_TRUE(showsArea(twoBars));
 }
 
-/// Cameras that report a rotation.
-class TurnedAreaTest : public AreaTest, public testing::WithParamInterface<int> {};
+/// Uses a camera that reports a rotation of 90, 180 or 270 degrees.
+class RotatedAreaTest : public AreaTest, public testing::WithParamInterface<int> {};
 
-TEST_P(TurnedAreaTest, ChosenAreaFillsTheWindowAndTheButtonRestoresTheOriginalView) {
+TEST_P(RotatedAreaTest, ChosenAreaFillsTheWindowAndTheAreaButtonRestoresTheOriginalView) {
     ASSERT_TRUE(showCamera(GetParam()));
     const QRect before = viewer->geometry();
-    // In the coordinates of the displayed picture: the second and third bar without their outer
-    // ends.
+    // The area contains the second and the third bar without their outer ends, in coordinates of
+    // the displayed picture.
     const QRect area = [&] {
         switch (GetParam()) {
         case 90:
@@ -202,7 +203,7 @@ TEST_P(TurnedAreaTest, ChosenAreaFillsTheWindowAndTheButtonRestoresTheOriginalVi
     EXPECT_TRUE(showsWholePicture());
 }
 
-INSTANTIATE_TEST_SUITE_P(Quarters, TurnedAreaTest, testing::Values(90, 180, 270));
+INSTANTIATE_TEST_SUITE_P(Quarters, RotatedAreaTest, testing::Values(90, 180, 270));
 
 /// Uses a screen that is large enough for the default window at two pixels per point.
 class DoubleScaleAreaTest : public AreaFixture {
@@ -210,7 +211,7 @@ class DoubleScaleAreaTest : public AreaFixture {
     DoubleScaleAreaTest() : AreaFixture(WindowManager::openbox, QSize(2560, 1600)) { scale = 2; }
 };
 
-TEST_F(DoubleScaleAreaTest, ChosenAreaFillsTheWindowAndTheButtonRestoresTheOriginalView) {
+TEST_F(DoubleScaleAreaTest, ChosenAreaFillsTheWindowAndTheAreaButtonRestoresTheOriginalView) {
     ASSERT_TRUE(showCamera(0, {{QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2")}}));
     const QRect before = viewer->geometry();
     ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));

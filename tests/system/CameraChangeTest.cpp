@@ -1,4 +1,4 @@
-// A camera that returns with another picture size, rotation, codec or password.
+// Tests cameras that change their picture size, rotation, codec or password while the viewer runs.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -39,15 +39,15 @@ TEST_F(CameraChangeTest, NewResolutionIsShownWithTheNextKeyFrame) {
     camera->command("size 640x480");
     faultIsOver();
     EXPECT_TRUE(takesTheShape({640, 480}));
-    // The camera sends a key frame in the new size at once. The picture must be correct from this
-    // frame on.
+    // The camera sends a key frame in the new size at once. The picture must be correct from that
+    // key frame on.
     EXPECT_TRUE(pictureIsLive(2s));
     report("live in the new shape after", sinceFault(), 2s);
     EXPECT_TRUE(nothingScheduled(mark));
     expectOneStream(*camera);
 }
 
-TEST_F(CameraChangeTest, NewShapeIsShownAfterAReload) {
+TEST_F(CameraChangeTest, NewPictureSizeIsShownAfterAReload) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
@@ -60,7 +60,7 @@ TEST_F(CameraChangeTest, NewShapeIsShownAfterAReload) {
     expectOneStream(*camera);
 }
 
-TEST_F(CameraChangeTest, RotatedCameraIsShownUprightAfterAReload) {
+TEST_F(CameraChangeTest, NewRotationIsAppliedAfterAReload) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();
@@ -79,7 +79,7 @@ TEST_F(CameraChangeTest, RotatedCameraIsShownUprightAfterAReload) {
     expectOneStream(*camera);
 }
 
-TEST_F(CameraChangeTest, NewCodecIsShown) {
+TEST_F(CameraChangeTest, PictureReturnsAfterACodecChange) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     const qsizetype mark = viewer->logMark();

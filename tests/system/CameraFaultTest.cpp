@@ -1,5 +1,5 @@
-// How the viewer handles a camera that ends its stream, stalls, stops replying, closes connections
-// or is killed.
+// Tests how the viewer handles a camera that ends its stream, stalls, stops replying, closes
+// connections or is killed.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -20,7 +20,7 @@ const QString probeFailed = QStringLiteral("error network: The local-network pre
 const QString newEngine = QStringLiteral("default playback: Starting video engine generation 2\\.");
 const QString endedReason = QStringLiteral("mpv ended the stream");
 
-/// A stream is lost while the camera keeps serving.
+/// Tests of streams that are lost while the camera remains reachable.
 class LostStreamTest : public FaultFixture, public testing::WithParamInterface<const char *> {};
 
 TEST_P(LostStreamTest, PictureReturnsAtOnce) {
@@ -47,8 +47,7 @@ INSTANTIATE_TEST_SUITE_P(All, LostStreamTest, testing::Values("end", "drop", "dr
 
 class CameraFaultTest : public FaultFixture {
   protected:
-    /// Runs the event loop for `duration` and fails the test when `condition` does not hold
-    /// throughout.
+    /// Runs the event loop for `duration` and fails the test unless `condition` holds throughout.
     static void expectThroughout(Milliseconds duration,
                                  const std::function<testing::AssertionResult()> &condition) {
         testing::AssertionResult verdict = testing::AssertionSuccess();
@@ -127,10 +126,12 @@ TEST_F(CameraFaultTest, LongStallBlanksThePictureUntilTheCameraResumes) {
     }));
     const Milliseconds requested(sinceLastFrame.elapsed());
     report("recovery requested after the last frame by", requested, 12s);
-    // The time of the last frame is known only to the interval between two screenshots.
+    // The limits allow for 30 ms because the time of the last frame is measured by repeated
+    // screenshots.
     EXPECT_GE(requested, 10s - 30ms);
     EXPECT_LE(requested, 12s + 30ms);
-    // A still picture must not look live from now on.
+    // The viewer must remove the last picture when it requests recovery, because a still picture
+    // would look live.
     EXPECT_TRUE(eventually(500ms, [this] { return bool{windowIsBlack()}; }));
     expectThroughout(20s - Milliseconds(hang.elapsed()), [this] { return windowIsBlack(); });
 

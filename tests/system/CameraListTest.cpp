@@ -1,4 +1,4 @@
-// How the viewer handles the camera list that it finds at start.
+// Tests how the viewer handles the camera list that it finds at start.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -50,7 +50,7 @@ TEST_F(CameraListTest, FirstStartShowsTheEmptyStateAndWritesNothing) {
     EXPECT_TRUE(home.dataFolderEntries().isEmpty());
 }
 
-TEST_F(CameraListTest, EmptyStateIsCentredOnTheScreenAndItsMenusOpen) {
+TEST_F(CameraListTest, WindowWithoutCamerasIsCentredOnTheScreenAndItsMenusOpen) {
     startViewer();
     QRect centred(QPoint(), QSize(1120, 630));
     centred.moveCenter(desktop.area().center());
@@ -80,7 +80,7 @@ TEST_F(CameraListTest, ValidListIsCopiedForRecovery) {
               QFile::Permissions());
 }
 
-TEST_F(CameraListTest, DamagedListFallsBackToTheLastGoodOne) {
+TEST_F(CameraListTest, LastGoodListIsUsedWhenTheListIsDamaged) {
     ASSERT_TRUE(startListedCamera());
     home.writeDataFile(QStringLiteral("cameras.last-good.json"),
                        home.readDataFile(QStringLiteral("cameras.json")));
@@ -96,7 +96,7 @@ TEST_F(CameraListTest, DamagedListFallsBackToTheLastGoodOne) {
     EXPECT_EQ(home.readDataFile(QStringLiteral("cameras.json")), "{\"cameras\": [{\"na");
 }
 
-TEST_F(CameraListTest, TwoDamagedListsLeadToTheEmptyState) {
+TEST_F(CameraListTest, EmptyStateIsShownWhenBothListsAreDamaged) {
     home.writeDataFile(QStringLiteral("cameras.json"), "\xFF\xFE nothing");
     home.writeDataFile(QStringLiteral("cameras.last-good.json"), "[]");
     startViewer();

@@ -1,4 +1,4 @@
-// The ways to close the viewer, with a working camera and with unreachable ones.
+// Tests every way to close the viewer, with a working camera and with an unreachable camera.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/Pixels.h"

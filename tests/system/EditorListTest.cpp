@@ -1,4 +1,5 @@
-// The editor window with whole camera lists: import and export, saving, and invalid entries.
+// Tests of the editor window with whole camera lists: import and export, saving, and invalid
+// entries.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/EditorFixture.h"
@@ -40,7 +41,7 @@ class EditorListTest : public EditorFixture {
         keyboard.press(QStringLiteral("Return"));
         ASSERT_TRUE(eventually(20s, [this] { return editorHasFocus(); }))
             << "the panel does not close";
-        // Qt learns of the focus change slightly later.
+        // Qt processes the focus change slightly later than the X server.
         ASSERT_TRUE(eventually(20s, [this] { return aButtonHasTheFocus(); }));
     }
     /// Whether one of the buttons on the left is drawn with the blue edge that marks the keyboard
@@ -60,7 +61,7 @@ class EditorListTest : public EditorFixture {
         const auto row = accentColouredRow();
         if (!row)
             return false;
-        // The fields for the name and the address, along the middle of the row.
+        // The name field and the address field, as ranges of x coordinates within the row.
         for (const auto &[from, to] : {std::pair(50, 210), std::pair(252, 790)}) {
             const QImage line = screen.area(QRect(row->x() + from, row->y() + 21, to - from, 1));
             for (int x = 0; x < line.width(); ++x) {
@@ -95,7 +96,9 @@ TEST_F(EditorListTest, ExportedListIsRestoredByImport) {
 
     backToTable(exportButton);
     keyboard.press(QStringLiteral("Delete"));
-    pressButton(removeButton); // leaves one row, and the table gets the focus
+    // Only one row is left after the removal, so the editor disables "Remove" and gives the
+    // keyboard focus to the table.
+    pressButton(removeButton);
     keyboard.press(QStringLiteral("Return"));
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
     EXPECT_EQ(storedNames(), QStringList(names.last()));
@@ -103,7 +106,8 @@ TEST_F(EditorListTest, ExportedListIsRestoredByImport) {
     ASSERT_NO_FATAL_FAILURE(openEditor());
     pressButton(importButton - 1); // Tab skips "Remove", which is disabled
     ASSERT_NO_FATAL_FAILURE(chooseFile(QStringLiteral("Import Camera List"), path));
-    keyboard.press(QStringLiteral("Return")); // saves, although another button has the focus
+    // Return saves the list although another button has the keyboard focus.
+    keyboard.press(QStringLiteral("Return"));
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
     EXPECT_EQ(storedNames(), names);
     EXPECT_EQ(storedAddresses(), addresses);
@@ -119,7 +123,8 @@ TEST_F(EditorListTest, InvalidAddressIsOpenedForEditingAfterTheAlert) {
     keyboard.press(QStringLiteral("Return"));
     ASSERT_TRUE(eventually(20s, [this] { return editorHasFocus(); }));
     ASSERT_TRUE(eventually(20s, [this] { return aFieldHasTheFocus(); }));
-    type(QStringLiteral("rtsp://127.0.0.1:9/two")); // replaces the whole text, which is selected
+    // The whole text of the field is selected, so typing replaces it.
+    type(QStringLiteral("rtsp://127.0.0.1:9/two"));
     press(QStringLiteral("Return"), 2);
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); }));
     EXPECT_EQ(storedAddresses().at(1), QStringLiteral("rtsp://127.0.0.1:9/two"));
@@ -150,7 +155,8 @@ TEST_F(EditorListTest, SavingDuringBackOffLoadsTheNewAddressAtOnce) {
     const QString wrong = QStringLiteral("rtsp://127.0.0.1:%1/").arg(camera->port());
     home.writeCameras({{QStringLiteral("Yard"), wrong}});
     startViewer();
-    // The next attempt is several seconds away now.
+    // The fourth recovery attempt is delayed by several seconds, so only saving can load the camera
+    // at once.
     ASSERT_TRUE(viewer->waitForLog(QStringLiteral("default"), QStringLiteral("playback"),
                                    QStringLiteral("Scheduling recovery 4 in .*"), 60s));
     camera->command("accept");
@@ -226,7 +232,7 @@ TEST_F(EditorListTest, FirstRowCanBeDraggedBelowTheLast) {
     pointer.press();
     pointer.glideTo(handle(first, 4), 20);
     pointer.release();
-    // The row stays selected in its new position.
+    // The dragged row stays selected in its new position.
     EXPECT_TRUE(eventually(20s, [&] {
         const auto row = accentColouredRow();
         return row && row->y() > first.y() + 80;
@@ -237,7 +243,7 @@ TEST_F(EditorListTest, FirstRowCanBeDraggedBelowTheLast) {
               (QStringList{QStringLiteral("Two"), QStringLiteral("Three"), QStringLiteral("One")}));
 }
 
-TEST_F(EditorListTest, UpperCaseSchemeIsStoredAsTypedAndPlays) {
+TEST_F(EditorListTest, AddressWithUpperCaseSchemeIsStoredAsTypedAndPlays) {
     CameraProcess *camera = startCamera();
     ASSERT_TRUE(camera);
     const QString address = QStringLiteral("RTSP") + camera->url().sliced(4);

@@ -1,4 +1,4 @@
-// The editor of the camera list in its real window: adding, moving, cancelling.
+// Tests of the camera list editor in the whole program: adding and moving cameras, and cancelling.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/EditorFixture.h"
@@ -10,13 +10,13 @@ using EditorTest = EditorFixture;
 
 using namespace std::chrono_literals;
 
-TEST_F(EditorTest, FirstCameraAddedInTheEmptyStatePlays) {
+TEST_F(EditorTest, CameraAddedToAnEmptyListPlays) {
     CameraSetup setup;
     CameraProcess *camera = startCamera(setup);
     ASSERT_TRUE(camera);
     startViewer();
     ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
-    // Opens the first menu of the menu strip. Return then chooses its first item.
+    // Opens the first menu of the menu strip, so that Return chooses the menu's first item.
     pointer.moveTo(onScreen(controls().menuStrip().topLeft() + QPoint(20, 12)));
     pointer.click();
     ASSERT_TRUE(eventually(
@@ -30,8 +30,8 @@ TEST_F(EditorTest, FirstCameraAddedInTheEmptyStatePlays) {
     type(QStringLiteral("Yard"));
     keyboard.press(QStringLiteral("Tab"));
     type(camera->url());
-    keyboard.press(QStringLiteral("Return")); // ends the edit
-    keyboard.press(QStringLiteral("Return")); // saves
+    keyboard.press(QStringLiteral("Return")); // The first Return ends the edit.
+    keyboard.press(QStringLiteral("Return")); // The second Return saves the list.
     ASSERT_TRUE(eventually(20s, [this] { return editorIsClosed(); })) << "the list is not saved";
     EXPECT_EQ(storedNames(), QStringList(QStringLiteral("Yard")));
     ASSERT_TRUE(viewer->waitForLiveVideo());
@@ -48,13 +48,13 @@ TEST_F(EditorTest, RowCanBeMovedByDragging) {
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openEditor());
     const QPoint first = selectedRow();
-    // A drop on the lower half of the first row goes to the gap below that row.
+    // Dropping a row on the lower half of the first row moves it below the first row.
     const QPoint gap = handle(first, 0) + QPoint(0, 6);
     pointer.moveTo(handle(first, 2));
     pointer.press();
     pointer.glideTo(gap + QPoint(30, 0), 20);
-    // A line in the accent colour marks where the dragged row will be dropped. It is visible to the
-    // left of the dragged row.
+    // A line in the accent colour marks where the dragged row will be dropped. The dragged row
+    // leaves the left end of this line uncovered.
     EXPECT_TRUE(eventually(10s, [&] { return gapIsMarked(first, 1); })) << "nothing marks the gap";
     pointer.release();
     keyboard.press(QStringLiteral("Return"));
@@ -63,7 +63,7 @@ TEST_F(EditorTest, RowCanBeMovedByDragging) {
               (QStringList{QStringLiteral("One"), QStringLiteral("Three"), QStringLiteral("Two")}));
 }
 
-TEST_F(EditorTest, EscapeCancelsTheEditAndThenClosesTheWindow) {
+TEST_F(EditorTest, EscapeCancelsTheEditAndASecondEscapeClosesTheEditor) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openEditor());

@@ -24,7 +24,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::HasSubstr;
 
-/// A desktop with the mpv player, which draws in software.
+/// Provides a desktop on which tests start the mpv player. The player draws in software.
 class HarnessTest : public testing::Test {
   protected:
     void SetUp() override { ASSERT_TRUE(desktop.start()); }
@@ -56,7 +56,7 @@ class HarnessTest : public testing::Test {
         const QColor colour = meanColour(picture, picture.rect());
         if (colourDistance(colour, QColor(0xC0, 0x20, 0x40)) <= 8)
             return testing::AssertionSuccess();
-        return testing::AssertionFailure() << "it is " << colour.name().toStdString();
+        return testing::AssertionFailure() << "the mean colour is " << colour.name().toStdString();
     }
 
     TestDesktop desktop;
@@ -74,7 +74,7 @@ TEST_F(HarnessTest, StillPictureIsNotReportedAsMoving) {
     startStillPicture();
     const auto verdict = screen.changesWithin(player->geometry(), 500ms);
     EXPECT_FALSE(verdict);
-    EXPECT_THAT(verdict.message(), HasSubstr("stands still"));
+    EXPECT_THAT(verdict.message(), HasSubstr("does not change"));
 }
 
 TEST_F(HarnessTest, WrongColourIsReportedWithTheColourSeen) {
@@ -90,7 +90,7 @@ TEST_F(HarnessTest, WrongColourIsReportedWithTheColourSeen) {
     EXPECT_THAT(verdict.message(), HasSubstr("not within 100 ms: 19"));
 }
 
-TEST_F(HarnessTest, CoveredWindowShowsWhatCoversIt) {
+TEST_F(HarnessTest, ScreenshotOfACoveredWindowShowsTheCoveringWindow) {
     startStillPicture();
     const auto first = std::move(player);
     startPlayer({QStringLiteral("--geometry=320x180+100+50"), QStringLiteral("--ontop"),
@@ -123,7 +123,7 @@ TEST_F(HarnessTest, ExitedProgramIsReportedWithoutWaiting) {
     EXPECT_LT(timer.elapsed(), 30000);
 }
 
-TEST_F(HarnessTest, WindowIsWhereTheProgramPutIt) {
+TEST_F(HarnessTest, WindowHasTheRequestedGeometry) {
     startStillPicture();
     EXPECT_EQ(player->geometry(), QRect(100, 50, 320, 180));
     // The player dithers, so a plain colour appears as two adjacent shades.
@@ -145,7 +145,7 @@ TEST_F(HarnessTest, WindowKeptAboveOthersIsRecognised) {
     EXPECT_FALSE(player->isAbove());
 }
 
-TEST_F(HarnessTest, AspectHintIsRead) {
+TEST_F(HarnessTest, AspectRatioHintIsRead) {
     startMovingPicture();
     ASSERT_TRUE(
         eventually(10s, [this] { return player->normalHints().minimumAspect.has_value(); }));
@@ -167,7 +167,7 @@ TEST_F(HarnessTest, PointerPressesReachTheWindow) {
     ASSERT_TRUE(eventually(20s, [&] {
         pointer.moveTo(before.center() + QPoint(++way % 60, 0));
         return desktop.x().keyboardIsGrabbed();
-    })) << "the window manager does not take over";
+    })) << "the window manager does not start to move the window";
     pointer.glideTo(before.center() + QPoint(90, 40));
     EXPECT_TRUE(eventually(10s, [&] { return player->geometry().topLeft() != before.topLeft(); }))
         << "the window does not follow the drag";
@@ -216,12 +216,12 @@ TEST_F(HarnessTest, ScreenshotIsSavedInTheArtifactsFolder) {
     EXPECT_EQ(QImage(path).size(), desktop.size());
 }
 
-TEST_F(HarnessTest, FailedToolIsATestFailure) {
+TEST_F(HarnessTest, FailedXdotoolCallIsATestFailure) {
     EXPECT_NONFATAL_FAILURE(xdotool(desktop, {QStringLiteral("no-such-command")}),
                             "no-such-command");
 }
 
-TEST(TestDesktopTest, DestructorEndsItsProcesses) {
+TEST(TestDesktopTest, DestructorEndsTheDisplayServer) {
     QString display;
     {
         TestDesktop desktop;
@@ -247,7 +247,7 @@ TEST(TestDesktopTest, StartsWithoutAWindowManager) {
     EXPECT_EQ(Screen(desktop).all().size(), QSize(800, 600));
 }
 
-TEST(TestDesktopTest, StartsWithAnotherWindowManager) {
+TEST(TestDesktopTest, StartsWithXfwm4) {
     TestDesktop desktop(WindowManager::xfwm4);
     ASSERT_TRUE(desktop.start());
     const auto named = desktop.x().numbers(desktop.x().root(), "_NET_SUPPORTING_WM_CHECK");
@@ -255,7 +255,7 @@ TEST(TestDesktopTest, StartsWithAnotherWindowManager) {
     EXPECT_EQ(desktop.x().title(named.first()), QStringLiteral("Xfwm4"));
 }
 
-/// Paints a picture with the colour bars of the test camera.
+/// Returns a picture with the colour bars of the test camera.
 QImage paintedBars(QSize size) {
     QImage picture(size, QImage::Format_RGB32);
     picture.fill(Qt::black);

@@ -1,5 +1,6 @@
-// The Help menu and the update check of the real program: dialogs, addresses that are opened in the
-// user's other programs, and a web server with a certificate of a test authority.
+// Tests the Help menu and the update check of the whole program. A substitute for xdg-open records
+// the addresses that the program opens, and the update server has a certificate of a test
+// authority.
 
 #include "system/harness/ChildProcess.h"
 #include "system/harness/Eventually.h"
@@ -22,7 +23,7 @@ class HelpTest : public ViewerFixture {
         ASSERT_NO_FATAL_FAILURE(ViewerFixture::SetUp());
         ASSERT_TRUE(QDir(folder.path()).mkdir(QStringLiteral("bin")));
     }
-    /// Installs an "xdg-open" that writes down the addresses it is asked to open.
+    /// Installs an "xdg-open" that records the addresses it is asked to open.
     void installBrowser(int exitStatus = 0) {
         const QString path = folder.filePath(QStringLiteral("bin/xdg-open"));
         QFile script(path);
@@ -54,8 +55,8 @@ class HelpTest : public ViewerFixture {
         startViewer(variables());
         ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
     }
-    /// Chooses an item of the main menu with the keyboard. `menu` counts the menus from the left,
-    /// `item` the presses of Down.
+    /// Chooses an item of the main menu with the keyboard. `menu` is the index of the menu from
+    /// the left, and `item` is the number of times that Down is pressed.
     void chooseItem(int menu, int item) {
         keyboard.press(QStringLiteral("F10"));
         ASSERT_TRUE(eventually(20s, [this] {
@@ -73,7 +74,7 @@ class HelpTest : public ViewerFixture {
             keyboard.press(QStringLiteral("Down"));
         keyboard.press(QStringLiteral("Return"));
     }
-    /// Waits until another window of the program than the viewer has the keyboard focus.
+    /// Waits until a window of the program other than the viewer window has the keyboard focus.
     [[nodiscard]] testing::AssertionResult dialogAppears(std::chrono::milliseconds deadline = 20s) {
         const bool found = eventually(deadline, [&] {
             dialog = desktop.x().focusedWindow();
@@ -121,7 +122,7 @@ TEST_F(HelpTest, AboutPanelOpensAboveThePinnedViewerWhoseVideoContinues) {
     saveScreenshot(QStringLiteral("about"));
     const QImage before = screen.area(viewer->geometry());
     EXPECT_TRUE(eventually(10s, [&] { return screen.area(viewer->geometry()) != before; }))
-        << "the picture does not go on";
+        << "the video does not continue";
     closeDialog(QStringLiteral("Escape"));
 }
 
@@ -141,7 +142,7 @@ TEST_F(HelpTest, OpenSheetDoesNotDelayExit) {
     endViewer();
 }
 
-TEST_F(HelpTest, HelpAndFeedbackOpenTheUsersPrograms) {
+TEST_F(HelpTest, HelpAndFeedbackAddressesArePassedToXdgOpen) {
     installBrowser();
     start();
     keyboard.press(QStringLiteral("F1"));
@@ -155,7 +156,7 @@ TEST_F(HelpTest, HelpAndFeedbackOpenTheUsersPrograms) {
     })) << openedAddresses().toStdString();
 }
 
-TEST_F(HelpTest, AddressIsShownWhenTheOpenerFails) {
+TEST_F(HelpTest, AddressIsShownWhenXdgOpenFails) {
     installBrowser(3);
     start();
     keyboard.press(QStringLiteral("F1"));
@@ -164,7 +165,7 @@ TEST_F(HelpTest, AddressIsShownWhenTheOpenerFails) {
     closeDialog(QStringLiteral("Return"));
 }
 
-TEST_F(HelpTest, AddressIsShownWhenThereIsNoOpener) {
+TEST_F(HelpTest, AddressIsShownWhenXdgOpenIsMissing) {
     start();
     keyboard.press(QStringLiteral("F1"));
     ASSERT_TRUE(dialogAppears());
@@ -172,8 +173,8 @@ TEST_F(HelpTest, AddressIsShownWhenThereIsNoOpener) {
     closeDialog(QStringLiteral("Return"));
 }
 
-/// Runs the program on a machine that has only a loopback interface. The update server can run
-/// there.
+/// Runs the program in a network namespace that has only a loopback interface. The update server
+/// can run in the same namespace.
 class UpdateTest : public HelpTest {
   protected:
     void SetUp() override {
@@ -185,7 +186,7 @@ class UpdateTest : public HelpTest {
                                         "127.0.0.1 localhost " LUMVIK_WEB_HOST "\n"));
         viewerLauncher = network.launcher();
     }
-    /// Serves an update manifest with this version and makes the system trust the server's
+    /// Serves an update manifest with `version`, and makes the viewer's system trust the server's
     /// certificate authority.
     void serve(const QByteArray &version) {
         const QDir root(folder.path());
@@ -231,11 +232,11 @@ class UpdateTest : public HelpTest {
 
     NetworkNamespace network;
     TestAuthority authority;
-    ChildProcess server{QStringLiteral("the maker's server"),
+    ChildProcess server{QStringLiteral("the update server"),
                         QProcessEnvironment::systemEnvironment()};
 };
 
-TEST_F(UpdateTest, NewVersionIsOfferedAtLaunchAndItsPageOpens) {
+TEST_F(UpdateTest, NewVersionIsOfferedAtLaunchAndItsDownloadPageOpens) {
     installBrowser();
     ASSERT_NO_FATAL_FAILURE(serve("99.1"));
     ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());

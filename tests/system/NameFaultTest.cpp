@@ -1,4 +1,4 @@
-// Cameras whose host names cannot be resolved, and name servers that do not reply.
+// Tests of cameras whose host names cannot be resolved, and name servers that do not reply.
 
 #include "fakes/Named.h"
 #include "system/harness/Eventually.h"
@@ -29,7 +29,7 @@ TEST_F(NameFaultTest, UnresolvableNameIsRetriedUntilItResolves) {
     expectWindowMoves();
     pointer.moveTo(desktop.area().bottomRight());
 
-    // The fourth attempt is delayed by four seconds and finds the name.
+    // The fourth attempt is delayed by four seconds, so the name can be resolved by then.
     ASSERT_TRUE(logShows({QStringLiteral("default playback: Scheduling recovery 4 .*")}, 0, 5s));
     const qsizetype mark = viewer->logMark();
     faultIsOver();
@@ -63,9 +63,10 @@ TEST_F(NameFaultTest, UnresponsiveNameServerDoesNotBlockMovingOrClosing) {
     expectCloseButtonEndsViewer();
 }
 
-/// The first camera's name cannot be resolved. The second camera works.
+/// In this test, the host name of the first camera cannot be resolved, and the second camera works.
 TEST_F(NameFaultTest, SwitchingCamerasDuringALookUpDoesNotBlockTheWindow) {
-    // Here a look-up takes four seconds. With the defaults of most systems it takes ten.
+    // With these options a look-up takes four seconds. With the defaults of most systems, a look-up
+    // takes ten seconds.
     ASSERT_NO_FATAL_FAILURE(startNetworkWithUnresponsiveNameServer("timeout:2 attempts:2"));
     CameraProcess *camera = startCamera(networkCamera());
     ASSERT_TRUE(camera);
@@ -85,7 +86,8 @@ TEST_F(NameFaultTest, SwitchingCamerasDuringALookUpDoesNotBlockTheWindow) {
         const qsizetype mark = viewer->logMark();
         faultIsOver();
         choose(QStringLiteral("Down"));
-        // The engine cannot cancel the look-up and opens nothing else until it has finished.
+        // The engine cannot cancel the look-up, so it opens the next camera only when the look-up
+        // has finished.
         EXPECT_TRUE(isLiveAgainWithin(8s, mark));
         choose(QStringLiteral("Up"));
         ASSERT_TRUE(logShows({resumed, loading}, mark, 2s));
@@ -93,17 +95,18 @@ TEST_F(NameFaultTest, SwitchingCamerasDuringALookUpDoesNotBlockTheWindow) {
     expectResponsive("longest hold");
 }
 
-/// The moments at which the viewer is terminated. The fixture checks at the end of every test that
-/// the viewer exits cleanly and in time.
+/// The moments at which the tests terminate the viewer. The fixture checks at the end of every test
+/// that the viewer exits cleanly and in time.
 enum class LookupMoment { probeLooksUp, engineLooksUp };
 
-constexpr Named<LookupMoment> lookupMoments[] = {{LookupMoment::probeLooksUp, "OfThePreflight"},
-                                                 {LookupMoment::engineLooksUp, "OfTheEngine"}};
+constexpr Named<LookupMoment> lookupMoments[] = {
+    {LookupMoment::probeLooksUp, "LookupByThePreflight"},
+    {LookupMoment::engineLooksUp, "LookupByTheEngine"}};
 
 class QuitInLookupTest : public NameFaultFixture,
                          public testing::WithParamInterface<Named<LookupMoment>> {};
 
-TEST_P(QuitInLookupTest, ViewerEndsInTime) {
+TEST_P(QuitInLookupTest, ViewerExitsInTime) {
     ASSERT_NO_FATAL_FAILURE(startNetworkWithUnresponsiveNameServer("timeout:30 attempts:2"));
     home.writeCameras({{QStringLiteral("Named"), named(hostName)}});
     ASSERT_NO_FATAL_FAILURE(startSmallViewer());

@@ -1,4 +1,4 @@
-// A network that disappears, returns or changes while the viewer runs.
+// Tests how the viewer handles a network that disappears, returns or changes while the viewer runs.
 
 #include "fakes/Named.h"
 #include "platform/FileDescriptor.h"
@@ -40,7 +40,7 @@ TEST_F(NetworkFaultTest, NewAddressCausesOneReconnection) {
     EXPECT_TRUE(logShows({pathLost, pathFound, anyScheduling}, mark));
 }
 
-TEST_F(NetworkFaultTest, RenamedInterfaceCausesOneAttempt) {
+TEST_F(NetworkFaultTest, RenamedInterfaceCausesOneRecoveryAttempt) {
     ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
     const qsizetype mark = viewer->logMark();
     // Most kernels rename an interface only while it is down.
@@ -54,7 +54,7 @@ TEST_F(NetworkFaultTest, RenamedInterfaceCausesOneAttempt) {
     expectOneAttempt(upMark, Connection::mayLiveOn);
 }
 
-/// A tunnel interface inside a namespace. It disappears when the object is destroyed.
+/// Owns a tunnel interface inside a network namespace. Destroying the object removes the interface.
 class Tunnel {
   public:
     [[nodiscard]] testing::AssertionResult open(const NetworkNamespace &in, const char *name) {
@@ -73,7 +73,7 @@ class Tunnel {
     FileDescriptor m_descriptor;
 };
 
-TEST_F(NetworkFaultTest, SecondInterfaceOfAnotherKindCausesOneAttempt) {
+TEST_F(NetworkFaultTest, SecondInterfaceOfAnotherKindCausesOneRecoveryAttempt) {
     ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
     Tunnel tunnel;
     if (const auto opened = tunnel.open(network.viewer(), "tunnel0"); !opened)
@@ -85,7 +85,7 @@ TEST_F(NetworkFaultTest, SecondInterfaceOfAnotherKindCausesOneAttempt) {
     expectOneAttempt(mark, Connection::mayLiveOn);
 }
 
-TEST_F(NetworkFaultTest, SecondInterfaceOfTheSameKindChangesNothing) {
+TEST_F(NetworkFaultTest, SecondInterfaceOfTheSameKindCausesNoRecovery) {
     ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
     const qsizetype mark = viewer->logMark();
     ASSERT_TRUE(network.viewer().run(QStringLiteral("ip link add viewer1 type veth peer name "
@@ -102,7 +102,8 @@ TEST_F(NetworkFaultTest, SecondInterfaceOfTheSameKindChangesNothing) {
 
 TEST_F(NetworkFaultTest, ViewerStartedWithoutANetworkWaitsForOne) {
     ASSERT_NO_FATAL_FAILURE(startNetwork(CameraNetwork::Cable::unplugged));
-    // The camera serves on an address that its interface gets only later.
+    // The loopback interface gets the camera's address, because the camera's network interface does
+    // not exist while the cable is unplugged.
     ASSERT_TRUE(network.camera().run(
         QStringLiteral("ip address add %1/32 dev lo").arg(CameraNetwork::cameraAddress)));
     ASSERT_TRUE(startListedCamera(networkCamera()));
@@ -131,13 +132,13 @@ TEST_F(NetworkFaultTest, ViewerStartedWithoutANetworkCanBeClosed) {
     expectCloseButtonEndsViewer();
 }
 
-/// The moments at which the viewer is terminated. The fixture checks at the end of every test that
-/// the viewer exits cleanly and in time.
+/// The moments at which the tests terminate the viewer. The fixture checks at the end of every test
+/// that the viewer exits cleanly and in time.
 enum class NetworkMoment {
-    interfaceGoesDown, ///< At once.
-    interfaceIsDown,   ///< A few seconds later, while the stream's connection is still open.
+    interfaceGoesDown, ///< Right after the interface went down.
+    interfaceIsDown,   ///< The interface is down, but the stream's connection is still open.
     attemptIsDue,      ///< The interface is up again and the recovery attempt is scheduled.
-    playerStarts,      ///< A moment later, while the new connection is established.
+    playerStarts,      ///< The recovery attempt has begun with its preflight.
 };
 
 constexpr Named<NetworkMoment> networkMoments[] = {
@@ -149,7 +150,7 @@ constexpr Named<NetworkMoment> networkMoments[] = {
 class QuitWithoutNetworkTest : public NetworkFaultFixture,
                                public testing::WithParamInterface<Named<NetworkMoment>> {};
 
-TEST_P(QuitWithoutNetworkTest, ViewerEndsInTime) {
+TEST_P(QuitWithoutNetworkTest, ViewerExitsInTime) {
     const NetworkMoment moment = GetParam().value;
     ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
     const qsizetype mark = viewer->logMark();

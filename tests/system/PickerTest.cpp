@@ -1,5 +1,5 @@
-// The camera picker: its menu, operated with the mouse and the keyboard, and switching between
-// cameras.
+// Tests of the camera picker: its menu, operated with the mouse and the keyboard, and switching
+// between cameras.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -17,7 +17,7 @@ const QColor accentColour(203, 93, 82);
 
 class PickerTest : public ViewerFixture {
   protected:
-    /// Starts one camera and lists it.
+    /// Starts a camera and adds it to the camera list.
     void addCamera(const QString &name, QSize size = QSize(640, 360)) {
         CameraSetup setup;
         setup.name = name;
@@ -34,7 +34,7 @@ class PickerTest : public ViewerFixture {
         ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("Front"), {640, 360}));
         ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("Yard"), {640, 480}));
     }
-    /// Lists one camera under four names.
+    /// Writes a camera list that contains one camera under four names.
     void listFourNames() {
         ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("Front")));
         for (const char *name : {"Yard", "Garage", "Gate"})
@@ -44,7 +44,7 @@ class PickerTest : public ViewerFixture {
 
     void openPicker() {
         ASSERT_NO_FATAL_FAILURE(showControls());
-        // A tool tip would count as a pop-up too, so none may be open.
+        // A tool tip also counts as a pop-up, so an open tool tip must close first.
         ASSERT_TRUE(eventually(20s, [this] { return viewer->popUps().isEmpty(); }));
         pointer.moveTo(onScreen(controls().picker()));
         pointer.click();
@@ -54,17 +54,18 @@ class PickerTest : public ViewerFixture {
     }
     [[nodiscard]] bool menuIsClosed() const { return viewer->popUps().isEmpty(); }
 
-    /// The rectangle of a row of the open menu, in screen coordinates. The first row is 0.
+    /// Returns the rectangle of a row of the open menu in screen coordinates. The first row has the
+    /// index 0.
     [[nodiscard]] QRect row(int index) const {
         constexpr QSize size(210, 28);
         const int count = static_cast<int>(m_listed.size());
-        // The rows fill the menu except for equal margins above and below.
+        // The rows fill the menu except for equal margins at its edges.
         return {
             QPoint(menu.x() + (menu.width() - size.width()) / 2,
                    menu.y() + (menu.height() - count * size.height()) / 2 + index * size.height()),
             size};
     }
-    /// The rows whose background right of the name has the accent colour.
+    /// Returns the rows whose background to the right of the name has the accent colour.
     [[nodiscard]] QList<int> highlightedRows() const {
         QList<int> rows;
         for (int index = 0; index < m_listed.size(); ++index) {
@@ -75,13 +76,13 @@ class PickerTest : public ViewerFixture {
         }
         return rows;
     }
-    /// The rectangle in the menu that is filled with the accent colour.
+    /// Returns the rectangle in the menu that is filled with the accent colour.
     [[nodiscard]] QRect highlight() const {
         const QImage picture = screen.area(menu);
         const auto isFilled = [&](int x, int y) {
             return colourDistance(picture.pixelColor(x, y), accentColour) <= 1;
         };
-        const int column = picture.width() * 3 / 4; // right of the names
+        const int column = picture.width() * 3 / 4; // to the right of the names
         int top = 0;
         while (top < picture.height() - 1 && !isFilled(column, top))
             ++top;
@@ -97,8 +98,8 @@ class PickerTest : public ViewerFixture {
             ++right;
         return QRect(QPoint(left, top), QPoint(right, bottom)).translated(menu.topLeft());
     }
-    /// The rows with a tick. The tick has the accent colour, or is white on a row that is filled
-    /// with the accent colour.
+    /// Returns the rows with a tick. The tick is white on a highlighted row, and has the accent
+    /// colour on other rows.
     [[nodiscard]] QList<int> tickedRows() const {
         QList<int> rows;
         for (int index = 0; index < m_listed.size(); ++index) {
@@ -146,7 +147,7 @@ class PickerTest : public ViewerFixture {
         EXPECT_TRUE(cameraIsLoaded(1));
     }
 
-    QRect menu; // the open menu on the screen
+    QRect menu; // the rectangle of the open menu, in screen coordinates
 
   private:
     QList<ListedCamera> m_listed;
@@ -203,14 +204,15 @@ TEST_F(PickerTest, CameraChosenByTheKeyboardIsShown) {
 TEST_F(PickerTest, RowCanBeClickedAfterASinglePointerMotion) {
     ASSERT_NO_FATAL_FAILURE(addTwoCameras());
     startViewerAndWaitForPicture();
-    constexpr int placeOnTheKeyboardsPath = 4; // after the main menu's three titles
+    // The picker follows the three titles of the main menu in the Tab order.
+    constexpr int placeOnTheKeyboardsPath = 4;
     for (int place = 0; place < placeOnTheKeyboardsPath; ++place)
         keyboard.press(QStringLiteral("Tab"));
     ASSERT_TRUE(eventually(10s, [this] { return controlsAreVisible(); }));
     keyboard.press(QStringLiteral("Return"));
     ASSERT_TRUE(eventually(20s, [this] { return !menuIsClosed(); }));
     menu = desktop.x().geometry(viewer->popUps().value(0)).value_or(QRect());
-    pointer.moveTo(row(1).center()); // in one motion
+    pointer.moveTo(row(1).center());
     pointer.click();
     expectYardIsShown();
     movePointerAway();
@@ -221,7 +223,8 @@ TEST_F(PickerTest, KeysMoveTheHighlightButNotTheTick) {
     home.setPreference(QStringLiteral("selectedCameraIndex"), 1);
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openPicker());
-    EXPECT_TRUE(highlights(1)) << "the menu does not begin at the camera shown";
+    EXPECT_TRUE(highlights(1))
+        << "the row of the current camera is not highlighted when the menu opens";
     EXPECT_TRUE(hasTicked(1));
     EXPECT_EQ(highlight(), QRect(row(1).topLeft() + QPoint(3, 1), QSize(210 - 6, 28 - 2)));
     const struct {
@@ -246,7 +249,7 @@ TEST_F(PickerTest, KeysMoveTheHighlightButNotTheTick) {
     movePointerAway();
 }
 
-TEST_F(PickerTest, MenuClosedByEscapeChangesNothing) {
+TEST_F(PickerTest, EscapeClosesTheMenuWithoutSwitchingTheCamera) {
     ASSERT_NO_FATAL_FAILURE(addTwoCameras());
     startViewerAndWaitForPicture();
     ASSERT_NO_FATAL_FAILURE(openPicker());
@@ -278,8 +281,8 @@ TEST_F(PickerTest, MenuClosesBeforeThePictureChanges) {
     ASSERT_NO_FATAL_FAILURE(openPicker());
     pointer.moveTo(row(2).center());
     ASSERT_TRUE(highlights(2));
-    // Every screenshot shows one moment. The old picture must still be visible in every screenshot
-    // that shows the menu's row.
+    // One screenshot captures the menu's row and the picture at the same moment. Every screenshot
+    // that shows the row must also show the old picture.
     const QRect place = viewer->geometry();
     const QRect bar = pixelsOf(PictureLayout::bar(3), place.size())
                           .translated(place.topLeft())
@@ -304,11 +307,11 @@ TEST_F(PickerTest, MenuClosesBeforeThePictureChanges) {
     movePointerAway();
 }
 
-/// Switches between two cameras that are recognised by the names in their pictures.
-class SwitchTest : public PickerTest, public testing::WithParamInterface<QSize> {
+/// Switches between two cameras, which are distinguished by the names in their pictures.
+class CameraSwitchTest : public PickerTest, public testing::WithParamInterface<QSize> {
   protected:
-    /// The part of the picture that contains the camera's name, scaled to a fixed size. Null while
-    /// no camera's picture fills the window.
+    /// Returns the part of the picture that contains the camera's name, scaled to a fixed size. The
+    /// image is null while no camera's picture fills the window.
     [[nodiscard]] QImage nameShown() const {
         const QImage picture = screen.window(viewer->window());
         constexpr int barsClearOfTheMenu = 4;
@@ -330,7 +333,7 @@ class SwitchTest : public PickerTest, public testing::WithParamInterface<QSize> 
     }
 };
 
-TEST_P(SwitchTest, OldPictureNeverReappearsAfterTheNewOne) {
+TEST_P(CameraSwitchTest, OldPictureNeverReappearsAfterTheNewOne) {
     ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("I")));
     ASSERT_NO_FATAL_FAILURE(addCamera(QStringLiteral("WWWWWWWWWW"), GetParam()));
     startViewerAndWaitForPicture();
@@ -363,7 +366,8 @@ TEST_P(SwitchTest, OldPictureNeverReappearsAfterTheNewOne) {
     movePointerAway();
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, SwitchTest, testing::Values(QSize(640, 360), QSize(640, 480)),
+INSTANTIATE_TEST_SUITE_P(Shapes, CameraSwitchTest,
+                         testing::Values(QSize(640, 360), QSize(640, 480)),
                          [](const testing::TestParamInfo<QSize> &size) {
                              return std::to_string(size.param.width()) + "x" +
                                     std::to_string(size.param.height());

@@ -1,5 +1,5 @@
-// The picture on the screen is the right one, moves and has low latency, and the window takes its
-// aspect ratio.
+// Tests that the window shows the camera's moving picture with low latency, and that the window
+// takes the aspect ratio of the picture.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -18,8 +18,8 @@ using namespace std::chrono_literals;
 
 class PictureTest : public ViewerFixture {
   protected:
-    /// Shows a camera with a clock in the smallest window. A large window would measure how fast
-    /// the machine draws without a graphics card instead of the age of the picture.
+    /// Shows a camera with a clock in the smallest window. On a machine without a graphics card,
+    /// the time to draw a large window would dominate the measured latency.
     void showClock() {
         CameraSetup setup;
         setup.withClock = true;
@@ -69,12 +69,12 @@ TEST_F(PictureTest, FrozenCameraShowsAStillPicture) {
     startViewerAndWaitForPicture();
     camera->command("freeze");
     const QRect window = viewer->geometry();
-    // Frames that are already under way arrive first. Then the last picture stays on the screen.
+    // The viewer still shows the frames that the camera had sent before it froze.
     EXPECT_TRUE(eventually(10s, [&] { return !screen.changesWithin(window, 1s); }));
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
-TEST_F(PictureTest, WindowTakesTheShapeOfAFourToThreeCamera) {
+TEST_F(PictureTest, WindowTakesTheAspectRatioOfAFourToThreeCamera) {
     ASSERT_TRUE(startListedCamera(cameraOfSize({640, 480})));
     startViewerAndWaitForPicture();
     EXPECT_TRUE(eventually(10s, [this] {
@@ -83,7 +83,7 @@ TEST_F(PictureTest, WindowTakesTheShapeOfAFourToThreeCamera) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
-TEST_F(PictureTest, WindowTakesTheShapeOfAnUprightCamera) {
+TEST_F(PictureTest, WindowTakesTheAspectRatioOfAPortraitCamera) {
     ASSERT_TRUE(startListedCamera(cameraOfSize({540, 960})));
     startViewerAndWaitForPicture();
     EXPECT_TRUE(eventually(10s, [this] {
@@ -93,7 +93,7 @@ TEST_F(PictureTest, WindowTakesTheShapeOfAnUprightCamera) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
-TEST_F(PictureTest, WindowTakesTheShapeOfARotatedCamera) {
+TEST_F(PictureTest, WindowTakesTheAspectRatioOfARotatedCamera) {
     CameraProcess *camera = startListedCamera(cameraOfSize({640, 360}));
     ASSERT_TRUE(camera);
     camera->command("rotate 90");
@@ -108,7 +108,7 @@ TEST_F(PictureTest, WindowTakesTheShapeOfARotatedCamera) {
     EXPECT_TRUE(screen.waitUntil(viewer->window(), showsBarsOnTheirSide, 10s));
 }
 
-TEST_F(PictureTest, WindowFollowsACameraThatChangesItsShape) {
+TEST_F(PictureTest, WindowFollowsACameraThatChangesItsAspectRatio) {
     CameraProcess *camera = startListedCamera(cameraOfSize({640, 360}));
     ASSERT_TRUE(camera);
     startViewerAndWaitForPicture();
@@ -132,8 +132,7 @@ TEST_F(PictureTest, PictureIsLiveAgainAfterTheWindowWasMinimised) {
 
     xdotool(desktop, {QStringLiteral("windowminimize"), id});
     ASSERT_TRUE(eventually(10s, [this] { return !desktop.x().isViewable(viewer->window()); }));
-    // This is long enough for a player that waited for each frame to be drawn to fall seconds
-    // behind.
+    // A player that waited for each frame to be drawn would fall seconds behind in this time.
     EXPECT_TRUE(always(6s, [this] { return !desktop.x().isViewable(viewer->window()); }));
     xdotool(desktop, {QStringLiteral("windowactivate"), id});
     ASSERT_TRUE(eventually(10s, [this] { return desktop.x().isViewable(viewer->window()); }));
@@ -147,8 +146,8 @@ TEST_F(PictureTest, PictureIsLiveAgainAfterTheWindowWasMinimised) {
 TEST_F(PictureTest, PictureIsLiveAgainAfterTheProgramWasStopped) {
     ASSERT_NO_FATAL_FAILURE(showClock());
     ASSERT_TRUE(pictureIsLiveWithin(10s));
-    // The camera keeps sending meanwhile, so three seconds of old frames are waiting in the
-    // connection.
+    // The camera keeps sending while the viewer is stopped, so three seconds of old frames wait in
+    // the connection.
     viewer->process().sendSignal(SIGSTOP);
     EXPECT_TRUE(always(3s, [this] { return viewer->process().isRunning(); }));
     viewer->process().sendSignal(SIGCONT);
@@ -173,7 +172,7 @@ TEST_F(DoubleScaleTest, PictureFillsTheWindowAndTheCloseButtonWorks) {
     EXPECT_TRUE(viewer->exitsInOrder(20s));
 }
 
-TEST_F(DoubleScaleTest, WindowTakesTheShapeOfAFourToThreeCamera) {
+TEST_F(DoubleScaleTest, WindowTakesTheAspectRatioOfAFourToThreeCamera) {
     ASSERT_TRUE(startListedCamera(cameraOfSize({640, 480})));
     startViewerAndWaitForPicture(doubleScale);
     EXPECT_TRUE(eventually(10s, [this] {

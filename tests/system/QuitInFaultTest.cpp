@@ -1,4 +1,4 @@
-// The viewer must exit promptly even when it is terminated during a fault.
+// Tests that the viewer exits promptly even when it is terminated during a fault.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/FaultFixture.h"
@@ -13,10 +13,10 @@ using namespace std::chrono_literals;
 
 const QString retryScheduled = QStringLiteral("default playback: Scheduling recovery .*");
 
-/// A fault, and the log lines that show that the viewer is in the middle of it.
+/// A fault, and the log lines that show that the viewer has reached the intended stage of it.
 struct Fault {
     const char *name;
-    /// A command to the camera, or "kill".
+    /// The command that is sent to the camera. "kill" kills the camera process instead.
     const char *command;
     /// Patterns of log lines that must follow the fault in this order.
     QStringList middle;
@@ -48,21 +48,21 @@ const QString engine2 = QStringLiteral("default playback: Starting video engine 
 INSTANTIATE_TEST_SUITE_P(
     All, QuitInFaultTest,
     testing::Values(Fault{"EndOfStream", "end", {retryScheduled}},
-                    Fault{"EndOfStreamJustNow", "end", {}},
+                    Fault{"EndOfStreamUnnoticed", "end", {}},
                     Fault{"ConnectionClosed", "drop", {retryScheduled}},
                     Fault{"ConnectionReset", "drop reset", {retryScheduled, probing}},
                     Fault{"CameraDied", "kill", {retryScheduled, retryScheduled}},
-                    Fault{"CameraDiedAndTheEngineIsNew", "kill", {engine2}},
-                    Fault{"Frozen", "freeze", {}},
-                    Fault{"FrozenAndNoticed", "freeze", {retryScheduled, began}},
-                    Fault{"Silent", "silent", {retryScheduled, began}},
-                    Fault{"SilentAndNoticed", "silent", {began, retryScheduled}},
+                    Fault{"CameraDiedAndTheEngineWasReplaced", "kill", {engine2}},
+                    Fault{"Stalled", "freeze", {}},
+                    Fault{"StalledAndNoticed", "freeze", {retryScheduled, began}},
+                    Fault{"Unresponsive", "silent", {retryScheduled, began}},
+                    Fault{"UnresponsiveAndNoticed", "silent", {began, retryScheduled}},
                     Fault{"Refusing", "refuse", {retryScheduled, retryScheduled}},
-                    Fault{"HangingUp", "hangup", {retryScheduled, began, retryScheduled}},
-                    Fault{"NewShape", "size 640x480", {}}, Fault{"Turned", "rotate 90", {}}),
+                    Fault{"ClosingEveryStream", "hangup", {retryScheduled, began, retryScheduled}},
+                    Fault{"NewPictureSize", "size 640x480", {}}, Fault{"Rotated", "rotate 90", {}}),
     [](const testing::TestParamInfo<Fault> &fault) { return fault.param.name; });
 
-/// Faults and states that the camera does not cause.
+/// Tests of faults and states that the camera does not cause.
 class QuitInViewerFaultTest : public FaultFixture {};
 
 TEST_F(QuitInViewerFaultTest, ViewerExitsPromptlyAfterBeingStopped) {

@@ -1,4 +1,4 @@
-// How the window behaves when its screen changes its size or scale, is locked, or disappears.
+// Tests how the window behaves when its screen changes in size or scale, is locked, or disappears.
 
 #include "system/harness/ChildProcess.h"
 #include "system/harness/DesktopProgram.h"
@@ -21,14 +21,13 @@ class ScreenChangeTest : public ViewerFixture {
   protected:
     using ViewerFixture::ViewerFixture;
 
-    /// Starts a camera and the viewer, and gives the viewer this window frame.
+    /// Starts a camera and the viewer, and gives the viewer's window the given frame.
     void startWithFrame(QRect frame) {
         ASSERT_TRUE(startListedCamera());
         ASSERT_NO_FATAL_FAILURE(startViewerAndWaitForPicture());
         ASSERT_NO_FATAL_FAILURE(resizeWindow(frame.size()));
         ASSERT_NO_FATAL_FAILURE(moveWindow(frame.topLeft()));
         ASSERT_TRUE(reachesFrame(frame));
-        // Waits until the viewer has stored the window frame.
         const QString stored = QStringLiteral("%1 %2 %3 %4 ")
                                    .arg(frame.x())
                                    .arg(frame.y())
@@ -37,7 +36,7 @@ class ScreenChangeTest : public ViewerFixture {
         ASSERT_TRUE(eventually(10s, [&] { return storedFrame().startsWith(stored); }))
             << storedFrame().toStdString();
     }
-    /// The viewer remembers a position once the window has stayed there for a second.
+    /// Waits for longer than the second after which the viewer remembers a new window position.
     static void waitUntilSettled() {
         QElapsedTimer rest;
         rest.start();
@@ -51,7 +50,7 @@ TEST_F(ScreenChangeTest, ProgramExitsWithItsDisplayServerAndKeepsItsSettings) {
     const QByteArray list = home.readDataFile(QStringLiteral("cameras.json"));
     const QString stored = storedFrame();
     ASSERT_FALSE(stored.isEmpty());
-    // A display server that does not wait for its clients ends a session in this way.
+    // Killing the display server simulates a session that ends without waiting for its programs.
     desktop.killScreen();
     EXPECT_TRUE(viewer->process().waitForExit(10s));
     EXPECT_TRUE(viewer->process().exitStatus().has_value()) << "the viewer was ended by a signal";
@@ -64,16 +63,17 @@ TEST_F(ScreenChangeTest, WindowStaysVisibleOnASmallerScreen) {
     ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
     ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
     const QString stored = storedFrame();
-    // The large monitor is unplugged, and a small one is left.
+    // Simulates that the large monitor is unplugged and a small monitor is left.
     ASSERT_TRUE(desktop.resize(QSize(800, 600)));
     EXPECT_TRUE(eventually(20s, [this] {
         return QRect(QPoint(), QSize(800, 600)).contains(viewer->geometry());
     })) << "the window is out of sight";
     EXPECT_TRUE(pictureFillsTheWindow());
-    ASSERT_NO_FATAL_FAILURE(waitUntilSettled()); // another window frame would be stored by then
+    // If the viewer stored the new window frame, it would do so within this time.
+    ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
     EXPECT_TRUE(eventually(10s, [&] { return storedFrame() == stored; }))
         << "the stored window frame has changed: " << storedFrame().toStdString();
-    // The large monitor is plugged in again.
+    // Simulates that the large monitor is plugged in again.
     ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
     EXPECT_TRUE(reachesFrame(frame));
     EXPECT_TRUE(pictureFillsTheWindow());
@@ -110,13 +110,13 @@ TEST_F(ScreenChangeTest, PositionChosenOnTheRemainingScreenIsRemembered) {
     EXPECT_TRUE(eventually(10s, [&] {
         return storedFrame().startsWith(QStringLiteral("20 30 640 360 "));
     })) << storedFrame().toStdString();
-    // The chosen position must stay when the larger screen returns.
+    // The window must keep its chosen position when the larger screen returns.
     ASSERT_TRUE(desktop.resize(QSize(1600, 1000)));
     EXPECT_TRUE(reachesFrame(chosen));
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(ScreenChangeTest, LockedScreenChangesNothing) {
+TEST_F(ScreenChangeTest, LockingTheScreenAffectsNeitherPlaybackNorTheWindow) {
     const QRect frame(200, 150, 800, 450);
     ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
     const QString stored = storedFrame();
@@ -129,15 +129,15 @@ TEST_F(ScreenChangeTest, LockedScreenChangesNothing) {
         return desktop.x().keyboardIsGrabbed() &&
                colourDistance(screen.pixel(frame.center()), QColor(0x20, 0x40, 0x60)) < 3;
     })) << "the screen is not locked";
-    // This is longer than the limit after which a still picture counts as stalled.
+    // Fifteen seconds are longer than the limit after which a still picture counts as stalled.
     EXPECT_TRUE(always(15s, [&] { return viewer->logMark() == mark; }))
         << viewer->allOutput().toStdString();
     lock.end();
     EXPECT_TRUE(pictureFillsTheWindow());
-    EXPECT_TRUE(screen.changesWithin(frame, 10s)) << "the picture stands still";
+    EXPECT_TRUE(screen.changesWithin(frame, 10s)) << "the picture is frozen";
     EXPECT_EQ(viewer->geometry(), frame);
     EXPECT_EQ(storedFrame(), stored);
-    // The viewer receives the pointer and the keyboard again.
+    // The viewer must react to the pointer again.
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
     EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
     ASSERT_NO_FATAL_FAILURE(endViewer());
@@ -172,7 +172,8 @@ class ScaleChangeTest : public ScreenChangeTest {
         scale = newScale;
     }
 
-    /// Starts with this window frame, enlarges the window, and then sets the scale to 2.
+    /// Starts the viewer with the given window frame, enlarges the window, and then sets the scale
+    /// to 2.
     void startEnlargedAndDoubleTheScale(QRect frame) {
         ASSERT_NO_FATAL_FAILURE(startWithFrame(frame));
         pointer.moveTo(frame.center());
@@ -181,12 +182,13 @@ class ScaleChangeTest : public ScreenChangeTest {
         movePointerAway();
         ASSERT_NO_FATAL_FAILURE(waitUntilSettled());
         ASSERT_NO_FATAL_FAILURE(setScale(2));
-        // The screen keeps its number of pixels, so it has half as many points.
+        // The screen keeps its number of pixels, so its width and height in points are
+        // halved.
         ASSERT_TRUE(eventually(
             10s, [this] { return viewer->normalHints().minimumSize == QSize(960, 540); }));
         ASSERT_TRUE(reachesFrame(QRect(0, 160, 2560, 1440)));
     }
-    /// Restores the enlarged window.
+    /// Restores the enlarged window with a right-click, and checks that the window reaches `frame`.
     void bringBackTo(QRect frame) {
         pointer.moveTo(QPoint(1280, 800));
         pointer.click(Pointer::Button::right);
@@ -218,7 +220,7 @@ TEST_F(ScaleChangeTest, WindowStaysVisibleAndReturnsToItsFrame) {
     EXPECT_TRUE(reachesFrame(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
     EXPECT_TRUE(pictureFillsTheWindow());
     EXPECT_EQ(viewer->normalHints().minimumSize, QSize(960, 540));
-    // The controls are in their places and work.
+    // The controls must be at their scaled positions and must work.
     ASSERT_NO_FATAL_FAILURE(showControls());
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
     EXPECT_TRUE(eventually(10s, [this] { return viewer->isAbove(); }));
@@ -239,8 +241,8 @@ TEST_F(ScaleChangeTest, EnlargedWindowReturnsToItsFrame) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(ScaleChangeTest, EnlargedWindowReturnsFullyOntoTheScreen) {
-    // Part of this window frame lies outside the screen once the screen has half as many points.
+TEST_F(ScaleChangeTest, EnlargedWindowIsRestoredFullyOnTheScreen) {
+    // At twice the scale, part of this window frame would lie outside the screen.
     ASSERT_NO_FATAL_FAILURE(startEnlargedAndDoubleTheScale(QRect(600, 300, 1120, 630)));
     ASSERT_NO_FATAL_FAILURE(bringBackTo(QRect(2560 - 2240, 1600 - 1260, 2240, 1260)));
     ASSERT_NO_FATAL_FAILURE(endViewer());

@@ -1,5 +1,5 @@
-// Starting the program while it is already running: as a command, and over the session bus as
-// desktop menus do.
+// Tests starting the program while it is already running, both from the command line and over the
+// session bus, which desktop menus use.
 
 #include "fakes/PrivateBus.h"
 #include "system/harness/ChildProcess.h"
@@ -46,8 +46,8 @@ class ActivationRequests {
                                      XCB_CW_EVENT_MASK, &mask);
         xcb_flush(m_connection.get());
     }
-    /// The latest time stamp, in milliseconds of the X server, with which `window` asked to be
-    /// activated. 0 when it never did.
+    /// Returns the latest time stamp with which `window` asked to be activated, in milliseconds of
+    /// the X server's clock. Returns 0 if `window` has never asked.
     [[nodiscard]] std::uint32_t latest(xcb_window_t window) {
         using Event = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
         while (const Event event{xcb_poll_for_event(m_connection.get()), &std::free}) {
@@ -75,8 +75,8 @@ class SecondStartTest : public EditorFixture {
     void start() {
         ASSERT_NO_FATAL_FAILURE(startViewer());
         ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
-        // The viewer asks to be activated when its window is mapped, before it draws. A late
-        // request would restore a window that a test has minimised meanwhile.
+        // The viewer asks to be activated when its window is mapped, before it draws. An activation
+        // request that arrives late would restore a window that a test has minimised.
         const auto showsText = [](const QImage &picture) {
             return testing::AssertionResult(shareOfLightPixels(picture, picture.rect(), 60) > 0);
         };
@@ -140,7 +140,7 @@ TEST_F(SecondStartTest, RestoresTheMinimisedWindow) {
 TEST_F(SecondStartTest, HandsOverTheStartupIdOfItsLauncher) {
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(cover());
-    // The startup ID contains a time stamp, as that of a launcher does.
+    // Launchers put a time stamp into the startup ID, so this startup ID contains one.
     ASSERT_TRUE(startAgain({}, {{QStringLiteral("DESKTOP_STARTUP_ID"),
                                  QStringLiteral("panel \"1\"_TIME4294967295")}}));
     ASSERT_NO_FATAL_FAILURE(expectSecondInstanceEnds());
@@ -159,13 +159,13 @@ TEST_F(SecondStartTest, OpensTheEditorInTheRunningInstance) {
     ASSERT_NO_FATAL_FAILURE(expectSecondInstanceEnds());
     EXPECT_TRUE(eventually(20s, [this] { return editorHasFocus(); }));
     EXPECT_TRUE(isInFront());
-    // Strict window managers reject an activation request that is older than the window they
-    // activated last.
+    // Strict window managers reject an activation request whose time stamp is older than that of
+    // the last activation.
     EXPECT_GT(requests.latest(viewer->window()), 0U);
     EXPECT_GE(requests.latest(editor), requests.latest(viewer->window()));
 }
 
-TEST_F(SecondStartTest, FirstInstanceOpensTheEditorItself) {
+TEST_F(SecondStartTest, FirstInstanceOpensTheEditorOnRequest) {
     viewer = std::make_unique<ViewerProcess>(desktop, home);
     ASSERT_TRUE(viewer->process().start(QStringLiteral(LUMVIK_VIEWER_PROGRAM),
                                         {QStringLiteral("--camera-addresses")}));
@@ -289,7 +289,7 @@ TEST_F(SessionBusTest, CheckForUpdatesActionStartsACheck) {
         call(QStringLiteral("ActivateAction"),
              {QStringLiteral("check-for-updates"), QVariantList(), QVariantMap()}));
     EXPECT_TRUE(dialogAppears());
-    viewer.reset(); // must end before its network does
+    viewer.reset(); // The viewer must end before its network namespace does.
 }
 
 TEST_F(SessionBusTest, SecondStartBringsTheRunningInstanceToTheFront) {
@@ -306,7 +306,7 @@ TEST_F(SessionBusTest, BusNameIsReleasedOnExit) {
     EXPECT_TRUE(eventually(20s, [this] { return !nameIsOwned(); }));
 }
 
-/// The session bus accepts connections but never replies.
+/// Uses a session bus that accepts connections but never replies.
 class UnresponsiveSessionBusTest : public SecondStartTest {
   protected:
     void offerUnresponsiveBus() {
@@ -329,10 +329,10 @@ TEST_F(UnresponsiveSessionBusTest, SecondStartIsNotDelayed) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(UnresponsiveSessionBusTest, StartWithoutABusNameIsNotDelayed) {
+TEST_F(UnresponsiveSessionBusTest, StartIsNotDelayedWhenTheSessionBusIsDisabled) {
     ASSERT_NO_FATAL_FAILURE(offerUnresponsiveBus());
     viewerVariables.append({QStringLiteral("LUMVIK_SESSION_BUS"), QStringLiteral("no")});
-    // Qt would wait for the bus for longer than a start may take.
+    // If Qt connected to this session bus, it would wait for longer than the start may take.
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }

@@ -1,4 +1,4 @@
-// The program discloses a camera's password only in the connection to that camera.
+// Tests that the program discloses a camera's password only in the connection to that camera.
 
 #include "system/harness/FaultFixture.h"
 
@@ -44,7 +44,8 @@ class SecrecyTest : public ViewerFixture {
         return titles;
     }
 
-    /// Checks everything about the running viewer that other programs can see.
+    /// Checks that `secret` is neither in the command line nor in a window title of the viewer,
+    /// which other programs can read.
     void expectNotDisclosed(const QString &secret) const {
         ASSERT_FALSE(commandLine().isEmpty());
         expectAbsent(commandLine(), secret, "the command line");

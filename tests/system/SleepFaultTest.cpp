@@ -1,4 +1,4 @@
-// A machine that sleeps and wakes, and system buses that do not report it.
+// Tests how the viewer handles sleep and waking, and system buses that do not report sleep.
 
 #include "fakes/Named.h"
 #include "fakes/UnresponsiveBus.h"
@@ -35,7 +35,7 @@ TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotDelayedAndPausesTheRecovery) {
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     const qsizetype faultMark = viewer->logMark();
     camera->command("refuse");
-    // The third attempt is delayed by two seconds, so that sleep begins before it.
+    // The third attempt is delayed by two seconds, so sleep begins before this attempt.
     ASSERT_TRUE(
         logShows({QStringLiteral("default playback: Scheduling recovery 3 .*")}, faultMark, 20s));
     ASSERT_NO_FATAL_FAILURE(fallAsleep());
@@ -46,7 +46,7 @@ TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotDelayedAndPausesTheRecovery) {
     faultIsOver();
     logind->announceWake();
     EXPECT_TRUE(isLiveAgainWithin(5s, mark));
-    // The attempt number keeps counting, but the attempt after waking is immediate.
+    // Waking does not reset the attempt number, but the attempt after waking is made at once.
     EXPECT_TRUE(logShows({waking,
                           QStringLiteral("default playback: Scheduling recovery 4 in 0\\.\\d+ "
                                          "seconds; recreate=true; reason=system wake\\."),
@@ -55,7 +55,7 @@ TEST_F(SleepFaultTest, SleepDuringARecoveryIsNotDelayedAndPausesTheRecovery) {
     EXPECT_EQ(countInLog(anyScheduling, mark), 1);
 }
 
-/// System buses that do not report sleep.
+/// Uses system buses that do not report sleep.
 class MissingSleepSignalTest : public FaultFixture {
   protected:
     /// Checks that the viewer shows the camera, logs why it cannot detect sleep, and recovers from
@@ -99,8 +99,8 @@ TEST_F(MissingSleepSignalTest, ViewerExitsWhileItWaitsForAnUnresponsiveSystemBus
     expectOrderlyEnd();
 }
 
-/// The moments at which the viewer is terminated. The fixture checks at the end of every test that
-/// the viewer exits cleanly and in time.
+/// The moments at which the tests terminate the viewer. The fixture checks at the end of every test
+/// that the viewer exits cleanly and in time.
 enum class SleepMoment { sleepIsAnnounced, asleep, attemptIsDue, playerStarts };
 
 constexpr Named<SleepMoment> sleepMoments[] = {
@@ -112,7 +112,7 @@ constexpr Named<SleepMoment> sleepMoments[] = {
 class QuitInSleepTest : public SleepFaultFixture,
                         public testing::WithParamInterface<Named<SleepMoment>> {};
 
-TEST_P(QuitInSleepTest, ViewerEndsInTime) {
+TEST_P(QuitInSleepTest, ViewerExitsInTime) {
     const SleepMoment moment = GetParam().value;
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     const qsizetype mark = viewer->logMark();

@@ -1,4 +1,4 @@
-// Faults that last for a minute or more.
+// Tests of faults that last between twenty seconds and two minutes.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 class SlowCameraFaultTest : public FaultFixture {
   protected:
     /// Lets the fault last for `duration`. During this time the window must be black and at most
-    /// one attempt may be pending.
+    /// one recovery attempt may be pending.
     void waitOutFault(Milliseconds duration, qsizetype mark) const {
         testing::AssertionResult verdict = testing::AssertionSuccess();
         EXPECT_TRUE(always(duration, [&] {
@@ -93,8 +93,8 @@ TEST_F(SlowCameraFaultTest, CameraStalledForAMinuteIsShownOnceItResumes) {
     const int streams = streamsOf(*camera).all;
     camera->command("thaw");
     faultIsOver();
-    // The picture returns at once on the same connection. An attempt that is already under way
-    // takes a little longer.
+    // The picture returns at once if the connection survived the stall. The picture returns a
+    // little later if a recovery attempt was already under way.
     EXPECT_TRUE(isLiveAgainWithin(4s, mark));
     const Milliseconds liveAfter = sinceFault();
     const bool isSameConnection = streamsOf(*camera).all == streams;
@@ -111,7 +111,7 @@ TEST_F(SlowCameraFaultTest, CameraClosingStreamsForTwentySecondsIsRetriedRarely)
     ASSERT_TRUE(logShows({streamEnded}, mark, 3s));
     ASSERT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
     waitOutFault(20s, mark);
-    // The attempts follow after 0.5, 1, 2, 4 and 8 seconds. Each delay has some jitter, and each
+    // The recovery attempts are delayed by 0.5, 1, 2, 4 and 8 seconds plus some jitter, and each
     // attempt takes some time.
     const int attempts = streamsOf(*camera).all - 1;
     EXPECT_GE(attempts, 4);
@@ -145,7 +145,7 @@ TEST_F(SlowCameraFaultTest, PictureIsLiveAtOnceAfterAMinuteMinimised) {
                            }
                            return oldest <= 500;
                        }))
-        << "a picture of " << oldest << " ms ago was shown";
+        << "a picture that was " << oldest << " ms old was shown";
     EXPECT_GE(looks, 10);
     report("oldest picture after the return", Milliseconds(oldest), 500ms);
     EXPECT_TRUE(nothingScheduled(mark));

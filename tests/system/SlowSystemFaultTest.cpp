@@ -1,4 +1,4 @@
-// Faults of the surrounding system that last for a long time.
+// Tests of long network interruptions, long sleep, and name servers that never reply.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/NameFaultFixture.h"
@@ -31,8 +31,8 @@ TEST_F(NameFaultTest, UnresponsiveNameServerNeverBlocksTheWindowWhilePlayersAreR
     ASSERT_NO_FATAL_FAILURE(startNetworkWithUnresponsiveNameServer("timeout:30 attempts:5"));
     home.writeCameras({{QStringLiteral("Named"), named(hostName)}});
     ASSERT_NO_FATAL_FAILURE(startMeasuredViewer());
-    // Attempts 3 and 6 replace the player. Each earlier attempt waits eight to ten seconds for a
-    // picture, and their delays add up to a minute.
+    // Attempts 3 and 6 replace the player. The time limit is long because each attempt waits eight
+    // to ten seconds for a picture, and because the delays between the attempts grow.
     const auto replacing = [](int attempt) {
         return QStringLiteral("default playback: Scheduling recovery %1 in .* recreate=true; .*")
             .arg(attempt);

@@ -1,4 +1,4 @@
-// The window enlarged temporarily by a right-click, and full screen.
+// Tests of full screen, and of the temporary enlargement of the window by a right-click.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/ViewerFixture.h"
@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 class TemporaryMaximumTest : public ViewerFixture {
   protected:
-    /// Shows a camera in a viewer with this window frame.
+    /// Shows a camera in a viewer whose window has the given frame.
     void showCamera(QRect frame, QSize picture = QSize(640, 360)) {
         CameraSetup setup;
         setup.size = picture;
@@ -28,7 +28,7 @@ class TemporaryMaximumTest : public ViewerFixture {
 
     void rightClick() { pointer.click(Pointer::Button::right); }
 
-    /// Whether the stored window frame is this one, in either of its two formats.
+    /// Whether the stored window frame is `frame`, in either of the two storage formats.
     [[nodiscard]] bool stored(QRect frame) const {
         const QString text = storedFrame();
         return text == plainForm(frame) || text.startsWith(QStringLiteral("%1 %2 %3 %4 ")
@@ -45,8 +45,8 @@ class TemporaryMaximumTest : public ViewerFixture {
             .arg(frame.height());
     }
 
-    /// Waits until the window has this geometry, and fails when the stored window frame changes
-    /// from `remembered` meanwhile.
+    /// Waits until the window has the given geometry. Fails if the stored window frame differs from
+    /// `remembered` at any time.
     [[nodiscard]] testing::AssertionResult reachesFrameWithoutStoringIt(QRect geometry,
                                                                         QRect remembered) const {
         QString wrong;
@@ -56,7 +56,8 @@ class TemporaryMaximumTest : public ViewerFixture {
             return viewer->geometry() == geometry;
         });
         if (!wrong.isEmpty())
-            return testing::AssertionFailure() << "on the way it stored " << wrong.toStdString();
+            return testing::AssertionFailure()
+                   << "meanwhile the viewer stored the window frame " << wrong.toStdString();
         return came ? reachesFrame(geometry) : reachesFrame(geometry, 0ms);
     }
 };
@@ -65,7 +66,7 @@ constexpr QRect frame{150, 120, 800, 450};
 /// The largest 16:9 window on a screen of 1600 x 1000 pixels without panels.
 constexpr QRect maximum{0, 50, 1600, 900};
 
-TEST_F(TemporaryMaximumTest, RightClickEnlargesTheWindowAndASecondOneRestoresItsFrame) {
+TEST_F(TemporaryMaximumTest, RightClickEnlargesTheWindowAndASecondRightClickRestoresIt) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
     rightClick();
     EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
@@ -79,7 +80,7 @@ TEST_F(TemporaryMaximumTest, RightClickEnlargesTheWindowAndASecondOneRestoresIts
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame; }));
     EXPECT_TRUE(pictureFillsTheWindow());
 
-    // From now on the window frame is stored again.
+    // Once the window is restored, the viewer must store its new window frames again.
     moveWindow({30, 40});
     const QRect moved(QPoint(30, 40), frame.size());
     EXPECT_TRUE(reachesFrame(moved));
@@ -88,7 +89,8 @@ TEST_F(TemporaryMaximumTest, RightClickEnlargesTheWindowAndASecondOneRestoresIts
 }
 
 TEST_F(TemporaryMaximumTest, NarrowPictureIsEnlargedToTheHeightOfTheScreen) {
-    // A 5:4 picture avoids rounding: window managers round the height of other aspect ratios down.
+    // Window managers round the height down for other aspect ratios. A 5:4 picture avoids this
+    // rounding.
     const QRect narrow(150, 120, 600, 480);
     ASSERT_NO_FATAL_FAILURE(showCamera(narrow, {600, 480}));
     rightClick();
@@ -98,10 +100,10 @@ TEST_F(TemporaryMaximumTest, NarrowPictureIsEnlargedToTheHeightOfTheScreen) {
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, RapidRightClicksEndInAKnownFrame) {
+TEST_F(TemporaryMaximumTest, ThreeRapidRightClicksEndAtTheOriginalFrame) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
-    // The third click arrives while the second one still restores the window, and also ends at the
-    // original window frame.
+    // The third click arrives while the second click is still restoring the window. Both of these
+    // clicks end at the original window frame.
     xdotool(desktop, {QStringLiteral("click"), QStringLiteral("--repeat"), QStringLiteral("3"),
                       QStringLiteral("--delay"), QStringLiteral("60"), QStringLiteral("3")});
     EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
@@ -131,7 +133,7 @@ TEST_F(TemporaryMaximumTest, FullScreenKeepsTheFrameAndIgnoresRightClicks) {
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, FullScreenReturnsToTheEnlargedWindow) {
+TEST_F(TemporaryMaximumTest, LeavingFullScreenReturnsToTheEnlargedWindow) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
     rightClick();
     ASSERT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
@@ -146,7 +148,7 @@ TEST_F(TemporaryMaximumTest, FullScreenReturnsToTheEnlargedWindow) {
     movePointerAway();
 }
 
-TEST_F(TemporaryMaximumTest, ClosingTheEnlargedWindowKeepsTheEarlierFrame) {
+TEST_F(TemporaryMaximumTest, ClosingTheEnlargedWindowKeepsTheStoredFrame) {
     ASSERT_NO_FATAL_FAILURE(showCamera(frame));
     rightClick();
     ASSERT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));

@@ -1,5 +1,5 @@
-// Faults of the viewer itself: it is stopped, or it shows a menu or an alert while its camera
-// disconnects.
+// Tests that the picture returns after the viewer process was stopped, and after the camera
+// disconnected while a menu or an alert was open.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 
 class ViewerFaultTest : public FaultFixture {
   protected:
-    /// The median age of the pictures on the screen, sampled for one second.
+    /// Returns the median age of the pictures on the screen, sampled for one second.
     [[nodiscard]] int medianAge() const {
         std::vector<int> ages;
         EXPECT_TRUE(always(1s, [&] {
@@ -30,8 +30,8 @@ class ViewerFaultTest : public FaultFixture {
         return *middle;
     }
 
-    /// Waits until the log from `mark` on reports frames and the uncovered motion strip of the
-    /// picture changes.
+    /// Waits until the log after `mark` reports that playback has resumed. Then checks that the
+    /// motion strip of the picture, which no menu or alert covers, changes.
     void expectMovementWithin(Milliseconds limit, qsizetype mark) {
         ASSERT_TRUE(logShows({resumed}, mark, limit - sinceFault()));
         const QRect window = viewer->geometry();
@@ -49,7 +49,7 @@ TEST_F(ViewerFaultTest, LatencyIsUnchangedAfterTheViewerWasStoppedForFiveSeconds
     viewer->process().sendSignal(SIGSTOP);
     EXPECT_TRUE(always(5s, [this] { return viewer->process().isRunning(); }));
     EXPECT_GT(pictureAge(screen.window(viewer->window())).value_or(0), 4500)
-        << "the viewer did not stand still";
+        << "the viewer was not stopped";
     viewer->process().sendSignal(SIGCONT);
     faultIsOver();
     const int frame = 1000 / camera->setup().framesPerSecond;
@@ -61,7 +61,7 @@ TEST_F(ViewerFaultTest, LatencyIsUnchangedAfterTheViewerWasStoppedForFiveSeconds
     const int after = medianAge();
     report("delay before", Milliseconds(before), 500ms);
     report("delay after", Milliseconds(after), 500ms);
-    EXPECT_LE(after, before + frame) << "the picture stays late";
+    EXPECT_LE(after, before + frame) << "the latency has increased";
     EXPECT_TRUE(nothingScheduled(mark));
     EXPECT_TRUE(pictureIsLive(2s));
     expectOneStream(*camera);
@@ -88,8 +88,8 @@ TEST_F(ViewerFaultTest, PictureReturnsWhileAMenuIsOpen) {
 TEST_F(ViewerFaultTest, PictureReturnsWhileAnAlertIsOpen) {
     CameraProcess *camera = startListedCamera(faultCamera());
     ASSERT_TRUE(camera);
-    // The engine rejects the first load, as it does when it runs out of memory. An alert reports
-    // this and stays open while the next attempt succeeds.
+    // The preloaded library makes the engine reject the first load command. The viewer reports the
+    // rejection in an alert, which stays open while the next attempt succeeds.
     startViewer({{QStringLiteral("LD_PRELOAD"), QStringLiteral(LUMVIK_REJECTED_LOAD)}});
     faultIsOver();
     ASSERT_TRUE(logShows(

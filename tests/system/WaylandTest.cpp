@@ -1,4 +1,4 @@
-// The program in a Wayland session without X11.
+// Tests of the program in a Wayland session without X11.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -47,7 +47,7 @@ TEST_F(WaylandOnlyTest, PinIsDimmedAndHasNoEffect) {
     EXPECT_LT(lightest(pin), 190);
     pointer.moveTo(pin.center());
     pointer.moveTo(pin.center() + QPoint(2, 2));
-    // The tool tip below the pin gives the reason.
+    // The tool tip below the pin explains why the pin has no effect.
     const QColor paper(255, 255, 220);
     const auto tipIsShown = [&] {
         const QImage below = screen.area(QRect(pin.left() - 60, pin.bottom() + 1, 100, 40));
@@ -66,10 +66,10 @@ TEST_F(WaylandOnlyTest, PinIsDimmedAndHasNoEffect) {
     EXPECT_FALSE(home.preference(QStringLiteral("staysOnTop")).toBool());
 }
 
-TEST_F(WaylandOnlyTest, MenuFollowsTheKeyboardAndClosesOnAClickOnThePicture) {
+TEST_F(WaylandOnlyTest, PickerFollowsTheKeyboardAndClosesOnAClickOnThePicture) {
     ASSERT_NO_FATAL_FAILURE(showControls(start));
     const QRect picker = ViewerControls(start.size()).picker().translated(start.topLeft());
-    // This rectangle shows two rows of the menu when it is open, and colour bars otherwise.
+    // This rectangle shows two rows of the menu while the menu is open, and colour bars otherwise.
     const QRect place(picker.left(), picker.bottom() + 12, picker.width(), 30);
     const QImage bars = screen.area(place);
     const auto menuIsOpen = [&] { return shareOfDifferentPixels(screen.area(place), bars) > 0.5; };
@@ -92,16 +92,17 @@ TEST_F(WaylandOnlyTest, MenuFollowsTheKeyboardAndClosesOnAClickOnThePicture) {
     EXPECT_TRUE(eventually(20s, [&] {
         return home.preference(QStringLiteral("selectedCameraIndex")).toInt() == 1;
     })) << "the arrow keys choose nothing";
-    EXPECT_EQ(windowArea().size(), start.size()) << "the click that closed the menu did more";
+    EXPECT_EQ(windowArea().size(), start.size())
+        << "the click that closed the menu also changed the window size";
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandOnlyTest, WindowShowingAnAreaStaysOnTheScreen) {
+TEST_F(WaylandOnlyTest, WindowTakesTheAspectRatioOfTheAreaWithoutBecomingWider) {
     ASSERT_NO_FATAL_FAILURE(showControls(start));
     const QRect focus = ViewerControls(start.size()).area().translated(start.topLeft());
     pointer.moveTo(focus.center());
     pointer.click();
-    // The selected area is flat, and the window takes its aspect ratio.
+    // The selected area is much wider than high, so the window must become lower to show it.
     const QPoint from = start.topLeft() + QPoint(100, 80);
     pointer.moveTo(from);
     pointer.press();
@@ -127,7 +128,7 @@ TEST_F(WaylandTest, ViewerWithoutACameraIsIdle) {
     ASSERT_NO_FATAL_FAILURE(startSession());
     ASSERT_NO_FATAL_FAILURE(startViewer());
     ASSERT_TRUE(eventually(60s, [this] { return windowArea().width() > 200; }));
-    // Waits until the work of starting is done and the program uses almost no processor time.
+    // Waits until the program has finished starting and uses almost no processor time.
     const auto usedWithin = [this](std::chrono::milliseconds time) {
         const auto before = processorTime();
         QElapsedTimer clock;
@@ -140,7 +141,7 @@ TEST_F(WaylandTest, ViewerWithoutACameraIsIdle) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(WaylandTest, PlaybackSurvivesAScreenThatIsOff) {
+TEST_F(WaylandTest, PlaybackContinuesAfterTheScreenWasOff) {
     ASSERT_NO_FATAL_FAILURE(startSession(XWayland::none, 5));
     ASSERT_NO_FATAL_FAILURE(startCamera());
     ASSERT_NO_FATAL_FAILURE(startViewer());
@@ -161,8 +162,8 @@ TEST_F(WaylandTest, PlaybackSurvivesAScreenThatIsOff) {
     pointer.moveTo(area.center());
     EXPECT_TRUE(eventually(20s, [&] {
         return static_cast<bool>(showsColourBars(screen.area(area), 40));
-    })) << "the picture does not come back";
-    EXPECT_TRUE(screen.changesWithin(area, 10s)) << "the picture stands still";
+    })) << "the picture does not return";
+    EXPECT_TRUE(screen.changesWithin(area, 10s)) << "the picture is frozen";
     EXPECT_EQ(viewer->standardError().filter(QStringLiteral("Starting video engine")).size(), 1);
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }

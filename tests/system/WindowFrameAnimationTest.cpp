@@ -1,4 +1,4 @@
-// How the window moves from one window frame to another.
+// Tests that the window changes from one window frame to another without jumps.
 
 #include "system/harness/AreaFixture.h"
 #include "system/harness/Eventually.h"
@@ -27,11 +27,11 @@ class WindowFrameAnimationTest : public AreaFixture {
         }
         return path;
     }
-    /// Whether the width changes in one direction only.
+    /// Whether the window's width only grows or only shrinks along `path`.
     [[nodiscard]] static testing::AssertionResult neverTurnsBack(const QList<QRect> &path) {
         const bool grows = path.last().width() > path.first().width();
         for (qsizetype n = 1; n < path.size(); ++n) {
-            // A window manager that keeps an aspect ratio may round by a pixel.
+            // A window manager that keeps an aspect ratio may round the width by a pixel.
             const int way = path.at(n).width() - path.at(n - 1).width();
             if (grows ? way < -1 : way > 1) {
                 return testing::AssertionFailure() << "from " << path.at(n - 1).width() << " to "

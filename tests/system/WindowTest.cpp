@@ -1,4 +1,5 @@
-// The window: its controls, moving and resizing, staying on top, and its remembered window frame.
+// Tests of the window: its controls, moving and resizing, staying on top, and its remembered window
+// frame.
 
 #include "system/harness/ColourBars.h"
 #include "system/harness/Eventually.h"
@@ -41,7 +42,7 @@ TEST_F(WindowTest, ControlsAreVisibleOnlyWhileThePointerIsOverTheWindow) {
                                             12);
         },
         10s))
-        << "the picture under the button does not come back";
+        << "the picture under the button does not return";
 }
 
 TEST_F(WindowTest, MinimumSizeIsRequestedAndEnforced) {
@@ -76,7 +77,7 @@ TEST_F(WindowTest, DraggingThePictureMovesTheWindow) {
     EXPECT_EQ(viewer->geometry().size(), before.size());
 }
 
-TEST_F(WindowTest, ClickWithASlightMotionMovesNothing) {
+TEST_F(WindowTest, ClickWithASlightMotionDoesNotMoveTheWindow) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
@@ -198,7 +199,7 @@ TEST_F(WindowTest, InvalidPreferencesAreIgnored) {
     }
 }
 
-TEST_F(WindowTest, PinKeepsTheSameWindowAboveAndIsRemembered) {
+TEST_F(WindowTest, PinKeepsTheWindowAboveOthersAndIsRemembered) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const xcb_window_t window = viewer->window();
@@ -238,7 +239,7 @@ TEST_F(WindowTest, PictureStaysVisibleWhileThePinIsToggled) {
     movePointerAway();
 }
 
-TEST_F(WindowTest, DragThatBeginsOnAVisibleControlMovesNothing) {
+TEST_F(WindowTest, DragThatBeginsOnAVisibleControlDoesNotMoveTheWindow) {
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
     const QRect before = viewer->geometry();
@@ -250,7 +251,7 @@ TEST_F(WindowTest, DragThatBeginsOnAVisibleControlMovesNothing) {
         EXPECT_TRUE(always(300ms, [&] {
             return viewer->geometry() == before && !desktop.x().keyboardIsGrabbed();
         }));
-        // A control that is released elsewhere does nothing.
+        // Releasing the button away from the control must have no effect.
         pointer.release();
         EXPECT_TRUE(always(500ms, [&] {
             return viewer->geometry() == before && !viewer->isAbove() &&
@@ -268,7 +269,7 @@ TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenOverAHiddenControl) {
     DesktopProgram *other = startWhiteWindow({0, 0, 100, 100});
     ASSERT_TRUE(other);
     ASSERT_TRUE(eventually(10s, [&] { return other->hasFocus(); }));
-    // The viewer notices the focus change slightly later.
+    // The viewer notices the focus change slightly later than the X server.
     ASSERT_TRUE(eventually(10s, [this] { return !controlsAreVisible(); }));
     pointer.moveTo(onScreen(controls().close()));
     EXPECT_TRUE(always(1s, [this] { return !controlsAreVisible(); }))
@@ -290,7 +291,7 @@ TEST_F(WindowTest, FirstPressOnAnInactiveWindowDragsItEvenOverAHiddenControl) {
     movePointerAway();
 }
 
-TEST_F(WindowTest, PinnedViewerStaysAboveALaterWindow) {
+TEST_F(WindowTest, PinnedViewerStaysAboveANewWindow) {
     home.setPreference(QStringLiteral("staysOnTop"), true);
     ASSERT_TRUE(startListedCamera());
     startViewerAndWaitForPicture();
@@ -301,7 +302,7 @@ TEST_F(WindowTest, PinnedViewerStaysAboveALaterWindow) {
     EXPECT_TRUE(showsColourBars(screen.window(viewer->window())));
 }
 
-TEST_F(WindowTest, WindowIdentifiesTheProgramToTheDesktop) {
+TEST_F(WindowTest, WindowHasTheIconAndTheClassOfTheProgram) {
     startViewer();
     // The property holds the width, the height and the pixels of each icon size in turn.
     const QList<quint32> icon = desktop.x().numbers(viewer->window(), "_NET_WM_ICON");

@@ -1,4 +1,5 @@
-// The program in a Wayland session that offers an X server for X11 programs, as most desktops do.
+// Tests of the program in a Wayland session with XWayland, the X server that most Wayland desktops
+// offer to X11 programs.
 
 #include "system/harness/Eventually.h"
 #include "system/harness/Pixels.h"
@@ -19,7 +20,7 @@ class XWaylandTest : public WaylandFixture {
         ASSERT_FALSE(HasFailure());
     }
     [[nodiscard]] ViewerControls controls() const { return ViewerControls(start.size()); }
-    /// Shows the controls and clicks into the middle of one.
+    /// Shows the controls and clicks the centre of the control whose rectangle is `inWindow`.
     void clickControl(QRect inWindow) {
         ASSERT_NO_FATAL_FAILURE(showControls(start));
         pointer.moveTo(inWindow.translated(start.topLeft()).center());
@@ -60,7 +61,7 @@ TEST_F(XWaylandTest, DraggingThePictureMovesTheWindow) {
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
 
-TEST_F(XWaylandTest, PinIsAvailable) {
+TEST_F(XWaylandTest, PinCanBeSwitchedOn) {
     ASSERT_NO_FATAL_FAILURE(clickControl(controls().pin()));
     EXPECT_TRUE(
         eventually(20s, [this] { return home.preference(QStringLiteral("staysOnTop")).toBool(); }));
@@ -72,7 +73,7 @@ TEST_F(XWaylandTest, CameraIsChosenByPointerAndByKeyboard) {
     const auto selected = [this] {
         return home.preference(QStringLiteral("selectedCameraIndex")).toInt();
     };
-    // This rectangle shows two rows of the menu when it is open, and colour bars otherwise.
+    // This rectangle shows two rows of the menu while the menu is open, and colour bars otherwise.
     const QRect place(picker.left(), picker.bottom() + 12, picker.width(), 30);
     const QImage bars = screen.area(place);
     const auto open = [&] {
@@ -82,7 +83,8 @@ TEST_F(XWaylandTest, CameraIsChosenByPointerAndByKeyboard) {
         })) << "the menu does not open";
     };
     ASSERT_NO_FATAL_FAILURE(open());
-    // The pointer moves to the lower row. The session's pointer may overshoot by one step.
+    // The pointer moves to the lower row of the menu, and may overshoot by one step in a Wayland
+    // session.
     pointer.glideTo(QPoint(place.center().x(), place.bottom() - 2), 16);
     pointer.click();
     EXPECT_TRUE(eventually(20s, [&] { return selected() == 1; })) << "the pointer chooses nothing";

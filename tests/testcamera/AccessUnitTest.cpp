@@ -28,8 +28,8 @@ TEST(AccessUnit, ParameterSetsAreExtracted) {
 TEST(AccessUnit, OrientationIsInsertedBeforeTheFirstSlice) {
     const QByteArray head = bytes({0, 0, 0, 1, 0x67, 1});
     const QByteArray slices = bytes({0, 0, 0, 1, 0x65, 4, 0, 0, 1, 0x65, 5});
-    // A quarter turn clockwise is three quarters of a turn anticlockwise: 0xC000, starting at the
-    // fourth bit.
+    // A quarter turn clockwise is three quarters of a turn anticlockwise. The encoded angle 0xC000
+    // starts at the fourth bit.
     const QByteArray turn = bytes({0, 0, 0, 1, 0x06, 47, 3, 0x18, 0x00, 0x09, 0x80});
     EXPECT_EQ(AccessUnit::withOrientation(VideoCodec::H264, view(head + slices), 90),
               head + turn + slices);

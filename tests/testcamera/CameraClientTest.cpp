@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-// Which clients the test camera accepts, and how it counts them.
+// Tests of how the test camera accepts and counts clients.
 
 namespace lumvik::test {
 namespace {
@@ -22,7 +22,7 @@ QByteArray basic(const QByteArray &credentials) {
     return "Accept: application/sdp\r\nAuthorization: Basic " + credentials.toBase64() + "\r\n";
 }
 
-/// The response to a digest challenge for DESCRIBE.
+/// Returns the headers of a DESCRIBE request that answers a digest challenge.
 QByteArray digest(const QByteArray &challenge, const QByteArray &uri, const QByteArray &password) {
     const auto field = [&challenge](const QByteArray &name) {
         const qsizetype begin = challenge.indexOf(name + "=\"") + name.size() + 2;
@@ -59,7 +59,7 @@ TEST(TestCamera, PasswordIsRequestedAndChecked) {
     EXPECT_EQ(described->status, 200);
 }
 
-TEST(TestCamera, PlayerWithThePasswordIsServed) {
+TEST(TestCamera, OnlyAPlayerWithThePasswordIsServed) {
     const RunningTestCamera camera(words("--user anna --password secret"));
     QUrl url = camera.url();
     url.setUserName(QStringLiteral("anna"));
@@ -72,7 +72,7 @@ TEST(TestCamera, PlayerWithThePasswordIsServed) {
     EXPECT_EQ(stranger.pictures(), 0);
 }
 
-TEST(TestCamera, UnknownPathIsNotFound) {
+TEST(TestCamera, RequestForAnUnknownPathIsRefused) {
     const RunningTestCamera camera(words("--path /yard/2"));
     EXPECT_EQ(camera.url().path(), QStringLiteral("/yard/2"));
     RtspConversation right(camera.url());
@@ -104,7 +104,7 @@ TEST(TestCamera, StreamsAreCountedWhileTheyPlay) {
     EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 0 0 0"));
     auto first = watch(camera);
     EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 1 1 1"));
-    RtspConversation onlooker(camera.url()); // connected, but not playing
+    RtspConversation onlooker(camera.url()); // This client connects but does not play.
     ASSERT_TRUE(onlooker.connectToServer());
     ASSERT_TRUE(onlooker.request("OPTIONS"));
     EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 1 1 1"));
@@ -115,7 +115,8 @@ TEST(TestCamera, StreamsAreCountedWhileTheyPlay) {
     EXPECT_EQ(camera.command("streams"), QStringLiteral("ok 0 2 2"));
 }
 
-/// Performs this many steps of a conversation. Returns whether every step succeeded.
+/// Sends nothing (0), OPTIONS (1) or DESCRIBE (2), or plays the stream (3). Returns whether the
+/// requests succeeded.
 bool converse(RtspConversation &client, int steps) {
     switch (steps) {
     case 1:
@@ -136,7 +137,7 @@ TEST(TestCamera, SurvivesManyClientsThatDisconnectAbruptly) {
         for (int n = 0; n < 20; ++n) {
             auto client = std::make_unique<RtspConversation>(camera.url());
             ASSERT_TRUE(client->connectToServer());
-            // Clients disconnect at every stage of the conversation.
+            // The clients disconnect at different stages of the conversation.
             EXPECT_TRUE(converse(*client, n % 4));
             crowd.push_back(std::move(client));
         }

@@ -10,18 +10,18 @@
 #include <cerrno>
 #include <utility>
 
-// The faults that the test camera simulates.
+// Tests of the faults that the test camera simulates.
 
 namespace lumvik::test {
 namespace {
 
-TEST(TestCamera, FreezeStopsThePicturesAndThawResumesWithThePresentTime) {
+TEST(TestCamera, FreezeStopsThePicturesAndThawResumesThemWithTheCurrentTime) {
     RunningTestCamera camera(words("--clock"));
     const StreamPlayer player(camera.url());
     const auto watcher = watch(camera);
     ASSERT_TRUE(waitUntil([&] { return player.shownTime().has_value(); }));
     EXPECT_EQ(camera.command("freeze"), QStringLiteral("ok"));
-    observeFor(300); // Pictures that were already under way arrive.
+    observeFor(300); // The last pictures sent before the freeze arrive.
     const int pictures = watcher->pictures();
     const std::uint32_t frozenTime = player.shownTime().value_or(0);
     observeFor(1000);
@@ -47,7 +47,7 @@ TEST(TestCamera, FrozenCameraAcceptsClientsButSendsNoPictures) {
     EXPECT_GE(watcher.keyFrames(), 1);
 }
 
-TEST(TestCamera, EndSaysGoodbyeAndLaterClientsAreServed) {
+TEST(TestCamera, EndCommandSendsAGoodbyePacketAndLaterClientsAreServed) {
     RunningTestCamera camera;
     const auto watcher = watch(camera);
     const StreamPlayer player(camera.url());
@@ -60,7 +60,7 @@ TEST(TestCamera, EndSaysGoodbyeAndLaterClientsAreServed) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-TEST(TestCamera, DropClosesEveryConnectionAndLaterClientsAreServed) {
+TEST(TestCamera, DropCommandClosesEveryConnectionAndLaterClientsAreServed) {
     RunningTestCamera camera;
     const auto first = watch(camera);
     const auto second = watch(camera);
@@ -71,7 +71,7 @@ TEST(TestCamera, DropClosesEveryConnectionAndLaterClientsAreServed) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-/// A plain TCP connection that shows how the other side ended it.
+/// A plain TCP connection that reports how the camera closed the connection.
 class BareConnection {
   public:
     enum class Ending { None, Orderly, Reset };
@@ -86,7 +86,7 @@ class BareConnection {
     }
 
     [[nodiscard]] bool isConnected() const { return m_isConnected; }
-    /// Waits for the other side to end the connection.
+    /// Waits until the camera closes the connection, and returns how it was closed.
     [[nodiscard]] Ending waitForEnding() const {
         char byte = 0;
         ssize_t count = -1;
@@ -104,7 +104,7 @@ class BareConnection {
     bool m_isConnected = false;
 };
 
-TEST(TestCamera, DropIsOrderlyUnlessAResetIsRequested) {
+TEST(TestCamera, DropCommandResetsConnectionsOnlyOnRequest) {
     RunningTestCamera camera;
     for (const auto &[command, ending] : {std::pair("drop", BareConnection::Ending::Orderly),
                                           std::pair("drop reset", BareConnection::Ending::Reset)}) {
@@ -117,7 +117,7 @@ TEST(TestCamera, DropIsOrderlyUnlessAResetIsRequested) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-TEST(TestCamera, RefusesConnectionsUntilToldToAcceptThemOnTheSamePort) {
+TEST(TestCamera, RefusesConnectionsUntilTheAcceptCommandReopensTheSamePort) {
     RunningTestCamera camera;
     const auto watcher = watch(camera);
     EXPECT_EQ(camera.command("refuse"), QStringLiteral("ok"));
@@ -131,7 +131,7 @@ TEST(TestCamera, RefusesConnectionsUntilToldToAcceptThemOnTheSamePort) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-TEST(TestCamera, SilentCameraAcceptsConnectionsButNeverReplies) {
+TEST(TestCamera, SilentCameraAcceptsConnectionsButSendsNoReplies) {
     RunningTestCamera camera;
     const auto watcher = watch(camera);
     EXPECT_EQ(camera.command("silent"), QStringLiteral("ok"));
@@ -147,7 +147,7 @@ TEST(TestCamera, SilentCameraAcceptsConnectionsButNeverReplies) {
     EXPECT_GE(watch(camera)->pictures(), 3);
 }
 
-TEST(TestCamera, ClosesPlayingClientsAfterHangUpUntilToldToStay) {
+TEST(TestCamera, HangUpCommandClosesEveryPlayingClientUntilTheStayCommand) {
     RunningTestCamera camera;
     const auto watcher = watch(camera);
     EXPECT_EQ(camera.command("hangup"), QStringLiteral("ok"));

@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <vector>
 
-// The content and the timing of the test camera's picture.
+// Tests of the content and the timing of the test camera's picture.
 
 namespace lumvik::test {
 namespace {
@@ -20,7 +20,8 @@ namespace {
 /// The tolerance for the rounding of players when they convert colours.
 constexpr int colourTolerance = 6;
 
-/// The largest difference between the decoded bars and the documented colours in any channel.
+/// Returns the largest difference in any channel between the decoded bars and the documented
+/// colours.
 int worstBarError(const QImage &picture) {
     int worst = 0;
     for (int n = 0; n < PictureLayout::barCount; ++n) {
@@ -54,7 +55,7 @@ int median(std::vector<int> values) {
     return values[values.size() / 2];
 }
 
-TEST(TestCamera, BarsHaveTheirColoursInBothCodecs) {
+TEST(TestCamera, BarsHaveTheDocumentedColoursInBothCodecs) {
     for (const VideoCodec codec : {VideoCodec::H264, VideoCodec::H265}) {
         const RunningTestCamera camera(
             words(codec == VideoCodec::H264 ? "--codec h264" : "--codec h265"));
@@ -66,7 +67,7 @@ TEST(TestCamera, BarsHaveTheirColoursInBothCodecs) {
     }
 }
 
-TEST(TestCamera, FrameRateIsAsConfigured) {
+TEST(TestCamera, FrameRateAndKeyFrameIntervalMatchTheOptions) {
     RunningTestCamera camera(words("--fps 20 --gop 10"));
     const auto watcher = watch(camera);
     const int pictures = watcher->pictures();
@@ -80,7 +81,7 @@ TEST(TestCamera, FrameRateIsAsConfigured) {
     EXPECT_NEAR(watcher->keyFrames() - keyFrames, 4, 1);
 }
 
-TEST(TestCamera, NewClientGetsAKeyFrameAtOnce) {
+TEST(TestCamera, NewClientReceivesAKeyFrameAtOnce) {
     RunningTestCamera camera(words("--gop 1000"));
     const auto first = watch(camera);
     RtspConversation second(camera.url());
@@ -93,7 +94,7 @@ TEST(TestCamera, NewClientGetsAKeyFrameAtOnce) {
     EXPECT_LT(timer.elapsed(), 2000);
 }
 
-TEST(TestCamera, ClockShowsWhenThePictureWasPaintedAndAdvances) {
+TEST(TestCamera, ClockPatternContainsTheTimeAtWhichThePictureWasPainted) {
     RunningTestCamera camera(words("--clock --size 1280x720"));
     const StreamPlayer player(camera.url());
     ASSERT_TRUE(waitUntil([&] { return player.shownTime().has_value(); }));
@@ -103,14 +104,15 @@ TEST(TestCamera, ClockShowsWhenThePictureWasPaintedAndAdvances) {
     EXPECT_LT(player.shownTime().value_or(0) - first, 30000U);
     const std::vector<int> delays = player.delays();
     EXPECT_GE(delays.size() * 20, static_cast<std::size_t>(player.pictures()) * 19);
-    // The time from painting to decoding. The limit is generous because the machine may be busy.
+    // The limit for the time from painting to decoding is generous, because the machine may be
+    // busy.
     EXPECT_LT(median(delays), 150);
     EXPECT_GE(*std::min_element(delays.begin(), delays.end()), 0);
     RecordProperty("MedianDelayMilliseconds", median(delays));
     std::printf("median delay from painting to decoded picture: %d ms\n", median(delays));
 }
 
-TEST(TestCamera, SizeChangesForRunningAndForNewClients) {
+TEST(TestCamera, SizeCommandAffectsRunningAndNewClients) {
     RunningTestCamera camera;
     const StreamPlayer running(camera.url());
     ASSERT_TRUE(waitUntil([&] { return running.pictures() >= 3; }));
@@ -134,7 +136,7 @@ TEST(TestCamera, RotationIsSignalledInTheStream) {
     EXPECT_TRUE(camera.command("rotate 45").startsWith(QLatin1String("error ")));
 }
 
-TEST(TestCamera, CodecChangesOnlyForLaterClients) {
+TEST(TestCamera, CodecCommandAffectsOnlyLaterClients) {
     RunningTestCamera camera;
     const StreamPlayer running(camera.url());
     ASSERT_TRUE(waitUntil([&] { return running.pictures() >= 3; }));

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// The test camera as a program: its arguments, its standard input, its exit.
+// Tests of the arguments, the standard input and the exit codes of the test camera.
 
 namespace lumvik::test {
 namespace {
@@ -24,7 +24,7 @@ int exitCodeOf(const QStringList &arguments, QByteArray *message = nullptr) {
     return process.exitCode();
 }
 
-TEST(TestCamera, InvalidOptionsAndAPortInUseHaveTheirOwnExitCodes) {
+TEST(TestCamera, InvalidOptionsAndAPortInUseHaveDifferentExitCodes) {
     QByteArray message;
     EXPECT_EQ(exitCodeOf(words("--size huge"), &message), 2);
     EXPECT_TRUE(message.contains("huge")) << message.constData();
@@ -34,7 +34,7 @@ TEST(TestCamera, InvalidOptionsAndAPortInUseHaveTheirOwnExitCodes) {
     EXPECT_TRUE(message.contains(port.toLatin1())) << message.constData();
 }
 
-TEST(TestCamera, KeepsServingWithoutStandardInputUntilTerminated) {
+TEST(TestCamera, KeepsServingAfterItsStandardInputIsClosedUntilTerminated) {
     QProcess process;
     process.start(cameraProgram(), words("--port 0 --size 320x180"));
     ASSERT_TRUE(waitUntil([&] { return process.canReadLine(); }, 20000));
@@ -51,7 +51,7 @@ TEST(TestCamera, KeepsServingWithoutStandardInputUntilTerminated) {
     EXPECT_EQ(process.exitCode(), 0);
 }
 
-TEST(TestCamera, ExitsWithStandardInputWhenConfigured) {
+TEST(TestCamera, ExitsWhenItsStandardInputIsClosedIfConfigured) {
     RunningTestCamera camera;
     camera.process().closeWriteChannel();
     ASSERT_TRUE(camera.process().waitForFinished(10000));

@@ -7,7 +7,7 @@
 namespace lumvik::test {
 namespace {
 
-TEST(ClockPattern, EncodedTimesDecodeUnchanged) {
+TEST(ClockPattern, DecodedTimeEqualsTheEncodedTime) {
     for (std::uint64_t time = 0; time <= 0xFFFFFFFFU; time += 99991)
         ASSERT_EQ(ClockPattern::decode(ClockPattern::encode(static_cast<std::uint32_t>(time))),
                   time);
@@ -39,7 +39,7 @@ TEST(ClockPattern, SingleWrongCellIsAlmostAlwaysRejected) {
     EXPECT_LE(accepted * 100, tried);
 }
 
-TEST(ClockPattern, PictureTornBetweenItsRowsIsRejected) {
+TEST(ClockPattern, PatternWithRowsOfTwoPicturesIsAlmostAlwaysRejected) {
     constexpr std::uint32_t apart = 40;
     constexpr int pairs = 20000;
     int torn = 0;
@@ -56,7 +56,7 @@ TEST(ClockPattern, PictureTornBetweenItsRowsIsRejected) {
         accepted += ClockPattern::decode(mixed).has_value() ? 1 : 0;
     }
     EXPECT_GT(torn, 100);
-    EXPECT_LE(accepted * 50, torn); // Eight bits of checksum let about one in 256 pass.
+    EXPECT_LE(accepted * 50, torn); // An eight-bit checksum misses one error in 256.
 }
 
 TEST(ClockPattern, PatternIsReadFromAPictureOfAnySize) {

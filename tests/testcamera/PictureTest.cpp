@@ -13,7 +13,7 @@ int lumaAt(const Picture &picture, int x, int y) {
     return picture.data()[static_cast<std::size_t>(y * stride + x)];
 }
 
-TEST(Picture, CaptureTimeIsShownInThePattern) {
+TEST(Picture, ClockPatternContainsTheCaptureTime) {
     for (const QSize size : {QSize(1280, 720), QSize(640, 360), QSize(322, 182)}) {
         Picture picture(size, QStringLiteral("Front"), Picture::Bottom::ClockPattern);
         for (const std::uint32_t time : {0U, 123456U, 0xFFFFFFFFU}) {
@@ -25,7 +25,7 @@ TEST(Picture, CaptureTimeIsShownInThePattern) {
     }
 }
 
-TEST(Picture, OnlyTheWallClockAndTheMotionStripChangeWithoutAPattern) {
+TEST(Picture, WithoutAClockPatternOnlyTheWallClockAndTheMotionStripChange) {
     const QSize size(640, 360);
     Picture picture(size, QStringLiteral("Front"), Picture::Bottom::Ramp);
     picture.paint(1000, QTime(12, 34, 56, 0));

@@ -108,7 +108,7 @@ bool RtspConversation::takeResponse() {
     response.status = lines.takeFirst().split(' ').value(1).toInt();
     for (const QByteArray &line : lines) {
         const qsizetype colon = line.indexOf(':');
-        // All headers of the same name are kept, such as several authentication challenges.
+        // Headers of the same name are joined, such as several authentication challenges.
         QByteArray &value = response.headers[line.left(colon).trimmed().toLower()];
         value += (value.isEmpty() ? "" : ", ") + line.mid(colon + 1).trimmed();
     }
@@ -126,8 +126,8 @@ void RtspConversation::countRtp(const QByteArray &packet) {
     constexpr unsigned message = 6;
     constexpr unsigned orientation = 47;
     if (indicator == message && byteAt(packet, rtpHeaderLength + 1) == orientation) {
-        // Three flags are followed by sixteen bits of anticlockwise rotation. The upper two bits
-        // are quarter turns.
+        // The message begins with three flags and sixteen bits of anticlockwise rotation. The upper
+        // two of the sixteen bits are quarter turns.
         const unsigned quarters = byteAt(packet, rtpHeaderLength + 3) >> 3U & 3U;
         m_rotation = static_cast<int>((4 - quarters) % 4 * 90);
     }
@@ -138,8 +138,8 @@ void RtspConversation::countRtp(const QByteArray &packet) {
         indicator == fragmentUnit && (fragment & 0x80U) != 0 && (fragment & 0x1FU) == keySlice;
     if (indicator == keySlice || beginsFragmentedKey)
         ++m_keyFrames;
-    // The parameter sets at the start of a stream are packets without the marker that ends a
-    // picture.
+    // Packets of parameter sets are not counted. In other packets, the marker indicates the end of
+    // a picture.
     const bool holdsSlice = indicator == 1 || indicator == keySlice || indicator == fragmentUnit;
     if (holdsSlice && (byteAt(packet, 1) & 0x80U) != 0)
         ++m_pictures;

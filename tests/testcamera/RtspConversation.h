@@ -8,13 +8,13 @@
 
 namespace lumvik::test {
 
-/// A minimal RTSP client on one TCP connection with an interleaved stream, so that tests see
-/// exactly what a camera sends. Main thread only.
+/// A minimal RTSP client that receives the stream over its RTSP connection and records what the
+/// camera sends. Main thread only.
 class RtspConversation {
   public:
     struct Response {
         int status = 0;
-        /// Header names are in lower case.
+        /// The headers by name. Header names are in lower case.
         QMap<QByteArray, QByteArray> headers;
         QByteArray body;
     };
@@ -26,7 +26,7 @@ class RtspConversation {
     /// Closes the connection with a reset, as happens when a program dies with unread data.
     void abort() { m_socket.abort(); }
 
-    /// Sends a request and waits for its response. Empty when none arrives in time.
+    /// Sends a request and returns its response, or nothing if no response arrives in time.
     [[nodiscard]] std::optional<Response> request(const QByteArray &method,
                                                   const QByteArray &headers = {},
                                                   const QByteArray &suffix = {},
@@ -36,17 +36,17 @@ class RtspConversation {
 
     /// Reads the data that has arrived and updates the counts.
     void readArrived();
-    /// The number of pictures so far, counted by RTP packets with the marker set.
+    /// Returns the number of pictures so far, counted by RTP packets with the marker set.
     [[nodiscard]] int pictures();
-    /// The number of key frames so far.
+    /// Returns the number of key frames so far.
     [[nodiscard]] int keyFrames();
-    /// The clockwise rotation in degrees of the last orientation message. Empty before the first
-    /// one.
+    /// Returns the clockwise rotation in degrees from the last orientation message, or nothing
+    /// before the first message.
     [[nodiscard]] std::optional<int> rotation();
-    /// Whether an RTCP BYE packet has arrived.
+    /// Returns whether an RTCP BYE packet has arrived.
     [[nodiscard]] bool saidGoodbye();
     [[nodiscard]] bool isClosed();
-    /// The error of the closed socket.
+    /// Returns the last error of the socket.
     [[nodiscard]] QAbstractSocket::SocketError error() const { return m_socket.error(); }
 
   private:

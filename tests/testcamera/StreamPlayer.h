@@ -13,8 +13,8 @@
 
 namespace lumvik::test {
 
-/// Plays a stream without a window and with minimal latency, and keeps the last picture. Used on
-/// the main thread. Pictures arrive on a thread of GStreamer.
+/// Plays a stream without a window and with minimal latency, and keeps the last picture. The player
+/// is used on the main thread. Pictures arrive on a thread of GStreamer.
 class StreamPlayer {
   public:
     explicit StreamPlayer(const QUrl &url, VideoCodec codec = VideoCodec::H264);
@@ -23,14 +23,14 @@ class StreamPlayer {
     ~StreamPlayer();
 
     [[nodiscard]] int pictures() const;
-    /// The last picture in RGB, as a player shows it. Null before the first picture.
+    /// Returns the last picture in RGB, or a null image before the first picture.
     [[nodiscard]] QImage picture() const;
-    /// The time in the clock pattern of the last picture.
+    /// Returns the time in the clock pattern of the last picture.
     [[nodiscard]] std::optional<std::uint32_t> shownTime() const;
-    /// The time from painting to decoding in milliseconds, for each picture with a readable clock
-    /// pattern.
+    /// Returns the time from painting to decoding in milliseconds for each picture with a readable
+    /// clock pattern.
     [[nodiscard]] std::vector<int> delays() const;
-    /// Whether the stream has ended or failed.
+    /// Returns whether the stream has ended or failed.
     [[nodiscard]] bool hasEnded() const;
 
   private:

@@ -19,7 +19,7 @@ namespace {
 constexpr std::chrono::milliseconds dripInterval{5};
 
 /// Returns a header with its name in lower case. The names of headers are case-insensitive, and the
-/// case that Qt sends differs between versions.
+/// case that Qt sends differs between versions of Qt.
 QByteArray withLowerCaseName(const QByteArray &header) {
     const qsizetype nameEnd = std::max<qsizetype>(header.indexOf(':'), 0);
     return header.first(nameEnd).toLower() + header.sliced(nameEnd);

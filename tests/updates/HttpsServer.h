@@ -24,7 +24,7 @@ namespace lumvik::test {
 /// A request as the server received it.
 struct Request {
     QByteArray line;           ///< For example "GET / HTTP/1.1".
-    QList<QByteArray> headers; ///< Without line breaks, and with the names in lower case.
+    QList<QByteArray> headers; ///< Header names are in lower case. Line breaks are removed.
 
     [[nodiscard]] QByteArray path() const { return line.split(' ').value(1); }
     /// Returns the value of a header, which is null if the header is missing.
@@ -47,10 +47,10 @@ struct Response {
 [[nodiscard]] Response responseWith(int status, const QByteArray &body,
                                     const QList<QByteArray> &headers = {});
 
-/// An HTTPS server on the loopback interface. Runs on its own thread.
+/// An HTTPS server on the loopback interface. The server runs on its own thread.
 class HttpsServer {
   public:
-    /// Returns the response to a request. Runs on the server's thread.
+    /// Returns the response to a request. The handler runs on the server's thread.
     using Handler = std::function<Response(const Request &)>;
 
     HttpsServer(const Credentials &credentials, Handler handler,
@@ -72,10 +72,10 @@ class HttpsServer {
 
     const Handler m_handler;
     std::unique_ptr<SerialQueue> m_queue;
-    QSslServer *m_server = nullptr; // lives on m_queue's thread
+    QSslServer *m_server = nullptr; // Used on m_queue's thread only.
     std::uint16_t m_port = 0;
 
-    mutable std::mutex m_mutex; // guards the members below
+    mutable std::mutex m_mutex; // Guards the members below.
     QList<Request> m_requests;
     int m_openConnections = 0;
 };

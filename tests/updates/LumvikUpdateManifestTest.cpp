@@ -63,7 +63,7 @@ TEST(ManifestDecoding, RefusesInvalidJsonThatQtAccepts) {
         expectSentence(decodeUpdateManifest(json(input, "7")), input);
 }
 
-TEST(ManifestDecoding, AcceptsPointsAndEscapesInStrings) {
+TEST(ManifestDecoding, AcceptsDotsAndEscapeSequencesInStrings) {
     const auto manifest = decodeUpdateManifest(
         json(R"(".\"\\\/\b\f\n\r\t\u0034.")", "7", R"("https:\/\/updates.example\/lumvik")"));
     ASSERT_TRUE(manifest);
@@ -135,7 +135,7 @@ tl::expected<void, ManifestFault> validated(const QString &version, std::int64_t
     return validateUpdateManifest({version, build, downloadPage}, manifestHost);
 }
 
-/// An address, printed as text. GoogleTest would print a QString as numbers.
+/// An address that is printed as text, because GoogleTest would print a QString as numbers.
 struct Page {
     QString address;
 

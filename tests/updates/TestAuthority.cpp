@@ -59,7 +59,8 @@ Credentials TestAuthority::issued(const QString &host, const QDateTime &from,
                                   const QDateTime &until) const {
     write(QStringLiteral("leaf.ext"), "subjectAltName=DNS:" + host.toUtf8() + "\n");
     run(QStringLiteral("req %1 -keyout leaf.key -out leaf.csr -subj /CN=%2").arg(newKey, host));
-    // "openssl ca" is the only issuing command that accepts a period in the past in all versions.
+    // "openssl ca" is the only command that can issue an expired certificate in all versions of
+    // OpenSSL.
     const QString format = QStringLiteral("yyyyMMddHHmmss'Z'");
     run(QStringLiteral("ca -batch -notext -config ca.conf -in leaf.csr -out leaf.crt "
                        "-startdate %1 -enddate %2 -extfile leaf.ext")

@@ -14,8 +14,8 @@ struct Credentials {
     QSslKey key;
 };
 
-/// A certificate authority for the duration of a test. It keeps its files in a temporary folder and
-/// requires the openssl program.
+/// A certificate authority for the duration of a test. The authority keeps its files in a temporary
+/// folder and requires the openssl program.
 class TestAuthority {
   public:
     TestAuthority();

@@ -9,7 +9,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-TEST(TransferErrorText, QtsDescriptionBecomesASentence) {
+TEST(TransferErrorText, DescriptionFromQtBecomesASentence) {
     constexpr auto kind = QNetworkReply::UnknownNetworkError;
     EXPECT_EQ(transferErrorText(kind, u"network unreachable"_s), u"Network unreachable."_s);
     EXPECT_EQ(transferErrorText(kind, u" a\n  b. "_s), u"A b."_s);

@@ -16,7 +16,7 @@ using testing::IsEmpty;
 constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t smallest = std::numeric_limits<std::int64_t>::min();
 
-TEST(DecimalInteger, AllowsOnlyDigitsAndOneSign) {
+TEST(DecimalInteger, ConsistsOfDigitsAndAtMostOneSign) {
     EXPECT_EQ(decimalInteger(u"7"), 7);
     EXPECT_EQ(decimalInteger(u"007"), 7);
     EXPECT_EQ(decimalInteger(u"-7"), -7);
@@ -27,7 +27,7 @@ TEST(DecimalInteger, AllowsOnlyDigitsAndOneSign) {
     EXPECT_EQ(decimalInteger(u"7"_s + QChar(u'\0')), std::nullopt);
 }
 
-TEST(DecimalInteger, FitsIntoSixtyFourBits) {
+TEST(DecimalInteger, MustFitIntoSixtyFourBits) {
     EXPECT_EQ(decimalInteger(u"9223372036854775807"), largest);
     EXPECT_EQ(decimalInteger(u"-9223372036854775808"), smallest);
     EXPECT_EQ(decimalInteger(u"9223372036854775808"), std::nullopt);
@@ -42,7 +42,7 @@ TEST(NumericVersionParts, AreTheNumbersBetweenTheDots) {
     EXPECT_THAT(numericVersionParts(u"01.004"_s), ElementsAre(1, 4));
 }
 
-TEST(NumericVersionParts, TextWithoutPiecesHasNone) {
+TEST(NumericVersionParts, TextWithoutPiecesHasNoNumbers) {
     EXPECT_THAT(numericVersionParts(QString()), IsEmpty());
     EXPECT_THAT(numericVersionParts(u""_s), IsEmpty());
     EXPECT_THAT(numericVersionParts(u"..."_s), IsEmpty());

@@ -41,7 +41,7 @@ TEST_P(AreaCropTable, IsTheAreaUnderTheSelection) {
 const VideoSourceGeometry wide{1920, 1080, 0};
 const VideoSourceGeometry square{1024, 1024, 0};
 const QSizeF wideView(480, 270);   // four pixels of `wide` per point
-const QSizeF tallView(270, 480);   // the same for `wide` when turned
+const QSizeF tallView(270, 480);   // four pixels of the rotated `wide` per point
 const QSizeF squareView(512, 512); // two pixels of `square` per point
 
 VideoSourceGeometry turned(int rotation) {
@@ -119,7 +119,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(FocusCrop, ContainsTheSizeOfItsSource) {
     const auto crop = videoFocusCrop({30, 20, 100, 50}, tallView, turned(90));
     ASSERT_TRUE(crop);
-    EXPECT_EQ(crop->sourceSize, QSizeF(1920, 1080)) << "before the rotation";
+    EXPECT_EQ(crop->sourceSize, QSizeF(1920, 1080))
+        << "the source size is that before the rotation";
 }
 
 // ---- Any selection in any view of any picture ----
@@ -155,7 +156,7 @@ class RandomCases {
         return std::uniform_real_distribution<qreal>(from, to)(m_generator);
     }
 
-    std::mt19937_64 m_generator{20240611}; // the same cases in every run
+    std::mt19937_64 m_generator{20240611}; // a fixed seed, so that every run has the same cases
 };
 
 constexpr int randomCases = 20000;
@@ -190,7 +191,7 @@ struct Projection {
 
     VideoSourceGeometry geometry;
     QSizeF shown;   // the picture as it is seen, in pixels
-    qreal scale;    // points to a pixel
+    qreal scale;    // points per pixel
     QRectF picture; // in view coordinates; may extend beyond the view
 };
 

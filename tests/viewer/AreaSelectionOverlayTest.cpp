@@ -71,7 +71,8 @@ TEST_F(AreaSelectionOverlayTest, OutlinesAllFourSides) {
     EXPECT_GT(pixelsLike(image, {299, 64, 1, 90}, Qt::white), 40);
     EXPECT_GT(pixelsLike(image, {104, 60, 190, 1}, Qt::white), 80);
     EXPECT_GT(pixelsLike(image, {104, 159, 190, 1}, Qt::white), 80);
-    EXPECT_EQ(pixelsLike(image, {103, 63, 194, 94}, Qt::white), 0) << "none within";
+    EXPECT_EQ(pixelsLike(image, {103, 63, 194, 94}, Qt::white), 0)
+        << "nothing white is within the outline";
 }
 
 TEST_F(AreaSelectionOverlayTest, HasNoOutlineWithoutASelection) {
@@ -94,10 +95,10 @@ TEST_F(AreaSelectionOverlayTest, BadgeIsDrawnAsWideAsItsText) {
         const QRectF place = badge(isDragging);
         ASSERT_GT(place.width(), 24);
         const int middle = static_cast<int>(place.center().y());
-        EXPECT_TRUE(pixelIs(image, {240, 251}, badgeColour)) << "its lowest line";
-        EXPECT_TRUE(pixelIs(image, {240, 252}, dimmed)) << "below it";
+        EXPECT_TRUE(pixelIs(image, {240, 251}, badgeColour)) << "the lowest line of the badge";
+        EXPECT_TRUE(pixelIs(image, {240, 252}, dimmed)) << "below the badge";
         EXPECT_TRUE(pixelIs(image, {240, qCeil(place.top()) + 1}, badgeColour));
-        EXPECT_TRUE(pixelIs(image, {240, qFloor(place.top()) - 1}, dimmed)) << "above it";
+        EXPECT_TRUE(pixelIs(image, {240, qFloor(place.top()) - 1}, dimmed)) << "above the badge";
         EXPECT_TRUE(pixelIs(image, {qCeil(place.left()) + 1, middle}, badgeColour));
         EXPECT_TRUE(pixelIs(image, {qFloor(place.left()) - 1, middle}, dimmed));
         EXPECT_TRUE(pixelIs(image, {qFloor(place.right()) - 2, middle}, badgeColour));
@@ -109,7 +110,7 @@ TEST_F(AreaSelectionOverlayTest, BadgeIsDrawnAsWideAsItsText) {
 TEST_F(AreaSelectionOverlayTest, BadgeHasRoundCornersAndWhiteText) {
     const QImage image = paint(std::nullopt, false);
     const QRectF place = badge(false);
-    EXPECT_TRUE(pixelIs(image, {qFloor(place.left()) + 1, 251}, dimmed)) << "a corner";
+    EXPECT_TRUE(pixelIs(image, {qFloor(place.left()) + 1, 251}, dimmed)) << "a corner of the badge";
     const QRect text = place.adjusted(12, 5, -12, -5).toAlignedRect();
     int brightest = 0;
     for (int y = text.top(); y <= text.bottom(); ++y) {

@@ -48,7 +48,7 @@ class AreaSelectionTest : public testing::Test {
         QCoreApplication::sendEvent(view.get(), &event);
         return event.isAccepted();
     }
-    /// Finishes a selection, so that the view is in the pause afterwards.
+    /// Finishes a selection. The view then pauses before it reports the area.
     void finishSelection() {
         view->beginFocusSelection();
         drag(area.topLeft(), area.bottomRight());
@@ -112,7 +112,8 @@ TEST_F(AreaSelectionTest, SpansFromThePressToThePointer) {
     moveTo({130, 90});
     EXPECT_EQ(view->focusSelectionRect(), QRectF(100, 60, 30, 30));
     moveTo({40, 20});
-    EXPECT_EQ(view->focusSelectionRect(), QRectF(40, 20, 60, 40)) << "up and to the left";
+    EXPECT_EQ(view->focusSelectionRect(), QRectF(40, 20, 60, 40))
+        << "the drag went up and to the left";
 }
 
 TEST_F(AreaSelectionTest, IgnoresThePointerWithoutAPress) {
@@ -210,7 +211,7 @@ TEST_F(AreaSelectionTest, EscapeIsPassedOnWithoutASelection) {
     EXPECT_FALSE(sendKey(Qt::Key_Escape));
     EXPECT_EQ(cancellations, 0);
     finishSelection();
-    EXPECT_FALSE(sendKey(Qt::Key_Escape)) << "nothing is being chosen any more";
+    EXPECT_FALSE(sendKey(Qt::Key_Escape)) << "the selection has already ended";
 }
 
 TEST_F(AreaSelectionTest, OtherKeysArePassedOn) {
@@ -220,7 +221,7 @@ TEST_F(AreaSelectionTest, OtherKeysArePassedOn) {
     EXPECT_TRUE(view->isSelectingFocusArea());
 }
 
-TEST_F(AreaSelectionTest, RightButtonCancelsAndIsNoSecondaryClick) {
+TEST_F(AreaSelectionTest, RightButtonCancelsAndDoesNotCountAsASecondaryClick) {
     view->beginFocusSelection();
     rightClick({200, 100});
     EXPECT_EQ(cancellations, 1);
@@ -242,10 +243,11 @@ TEST_F(AreaSelectionTest, RightButtonCancelsInTheMiddleOfADrag) {
     queue.advance(1);
     EXPECT_TRUE(completed.isEmpty());
     EXPECT_TRUE(isIdle());
-    EXPECT_EQ(window.position(), QPoint(100, 100)) << "what is left of the drag moves nothing";
+    EXPECT_EQ(window.position(), QPoint(100, 100))
+        << "the rest of the drag does not move the window";
 }
 
-TEST_F(AreaSelectionTest, CancellingInThePauseDiscardsTheArea) {
+TEST_F(AreaSelectionTest, CancellingInThePauseBeforeTheReportDiscardsTheArea) {
     finishSelection();
     view->cancelFocusSelection(CancellationNotice::notify);
     EXPECT_EQ(cancellations, 1);
@@ -255,7 +257,7 @@ TEST_F(AreaSelectionTest, CancellingInThePauseDiscardsTheArea) {
     EXPECT_TRUE(queue.delays().empty());
 }
 
-TEST_F(AreaSelectionTest, CancellationIsReportedOnlyOnRequestAndOnlyOfASelection) {
+TEST_F(AreaSelectionTest, CancellationIsReportedOnlyIfRequestedAndOnlyDuringASelection) {
     view->cancelFocusSelection(CancellationNotice::notify);
     EXPECT_EQ(cancellations, 0);
     view->beginFocusSelection();
@@ -297,9 +299,9 @@ TEST_F(AreaSelectionTest, InterruptedDragCanBeRestarted) {
     EXPECT_EQ(completed, QList<QRectF>{area});
 }
 
-// ---- The pause ----
+// ---- The pause before the report ----
 
-TEST_F(AreaSelectionTest, PressesAreIgnoredInThePause) {
+TEST_F(AreaSelectionTest, PressesAreIgnoredInThePauseBeforeTheReport) {
     finishSelection();
     press({50, 200});
     moveTo({90, 230});
@@ -311,7 +313,7 @@ TEST_F(AreaSelectionTest, PressesAreIgnoredInThePause) {
     EXPECT_EQ(completed, QList<QRectF>{area});
 }
 
-TEST_F(AreaSelectionTest, RightButtonNoLongerCancelsInThePause) {
+TEST_F(AreaSelectionTest, RightButtonDoesNotCancelInThePauseBeforeTheReport) {
     finishSelection();
     rightClick({200, 100});
     EXPECT_EQ(secondaryClicks, 1);
@@ -319,7 +321,7 @@ TEST_F(AreaSelectionTest, RightButtonNoLongerCancelsInThePause) {
     EXPECT_EQ(completed, QList<QRectF>{area});
 }
 
-TEST_F(AreaSelectionTest, RestartInThePauseDiscardsTheFirstArea) {
+TEST_F(AreaSelectionTest, NewSelectionInThePauseBeforeTheReportDiscardsTheFirstArea) {
     finishSelection();
     view->beginFocusSelection();
     EXPECT_EQ(view->focusSelectionRect(), std::nullopt);
@@ -344,7 +346,7 @@ TEST_F(AreaSelectionTest, OverlayFillsTheViewWhileThereIsASelection) {
     EXPECT_TRUE(overlay().isVisible());
     EXPECT_EQ(overlay().size(), QSizeF(480, 270));
     drag(area.topLeft(), area.bottomRight());
-    EXPECT_TRUE(overlay().isVisible()) << "the area stands for a moment";
+    EXPECT_TRUE(overlay().isVisible()) << "the area stays visible for a moment";
     queue.advance(0.3);
     EXPECT_FALSE(overlay().isVisible());
 }
@@ -362,7 +364,7 @@ TEST_F(AreaSelectionTest, OverlayAsksForTheReleaseOnlyWhileTheButtonIsHeld) {
     press(area.topLeft());
     moveTo(area.bottomRight());
     EXPECT_TRUE(shows(area, true));
-    EXPECT_FALSE(shows(area, false)) << "the two hints do differ";
+    EXPECT_FALSE(shows(area, false)) << "the two hints are different";
     release(area.bottomRight());
     EXPECT_TRUE(shows(area, false));
 }

@@ -47,7 +47,7 @@ TEST_F(CameraMenuRow, IsHighlightedWithinThreePointsAtTheSidesAndOneAboveAndBelo
     EXPECT_TRUE(pixelIs(image, {105, 26}, house));
     EXPECT_TRUE(pixelIs(image, {105, 27}, menuBackground));
     for (const QPoint corner : {QPoint(3, 1), QPoint(206, 1), QPoint(3, 26), QPoint(206, 26)})
-        EXPECT_TRUE(pixelIs(image, corner, menuBackground)) << "round corners";
+        EXPECT_TRUE(pixelIs(image, corner, menuBackground)) << "the highlight has round corners";
 }
 
 TEST_F(CameraMenuRow, HasNoBackgroundUnlessHighlighted) {
@@ -59,12 +59,13 @@ TEST_F(CameraMenuRow, HasNoBackgroundUnlessHighlighted) {
 
 TEST_F(CameraMenuRow, HasATickInTheAccentColour) {
     EXPECT_EQ(pixelsLike(paint(false), tickPlace, menuBackground), 144)
-        << "no tick unless selected";
+        << "only a selected row has a tick";
     row.isSelected = true;
     const QImage image = paint(false);
     EXPECT_GT(pixelsLike(image, tickPlace, LumvikPalette::mirel()), 5);
     EXPECT_EQ(pixelsLike(image, tickPlace, Qt::white), 0);
-    EXPECT_EQ(pixelsLike(image, {0, 0, 9, 28}, menuBackground), 9 * 28) << "nothing beside it";
+    EXPECT_EQ(pixelsLike(image, {0, 0, 9, 28}, menuBackground), 9 * 28)
+        << "nothing is drawn beside the tick";
 }
 
 TEST_F(CameraMenuRow, HasAWhiteTickWhenHighlighted) {
@@ -91,7 +92,7 @@ TEST_F(CameraMenuRow, ShowsTheNameAfterTheTick) {
     EXPECT_NEAR(ink.left(), 29, 2);
     EXPECT_NEAR(ink.width(), metrics.horizontalAdvance(QStringLiteral("Front pqgy")), 4);
     EXPECT_LE(ink.bottom(), 28 - 6);
-    EXPECT_GE(ink.bottom(), 28 - 6 - metrics.descent()) << "letters reach below the line";
+    EXPECT_GE(ink.bottom(), 28 - 6 - metrics.descent()) << "descenders reach below the baseline";
 }
 
 TEST_F(CameraMenuRow, ShowsTheNameInWhiteWhenHighlighted) {
@@ -150,16 +151,16 @@ TEST_F(CameraMenuTest, StacksItsRows) {
     EXPECT_EQ(second.left(), first.left());
 }
 
-TEST_F(CameraMenuTest, DrawsItsRowsWithTheirViews) {
+TEST_F(CameraMenuTest, DrawsTheHighlightAndTickOfItsRows) {
     ASSERT_NE(menu, nullptr);
     menu->setActiveAction(menu->actions().at(0));
-    EXPECT_TRUE(pixelIs(row(0), {4, 14}, LumvikPalette::mirel())) << "highlighted";
-    EXPECT_EQ(pixelsLike(row(0), tickPlace, Qt::white), 0) << "not selected";
+    EXPECT_TRUE(pixelIs(row(0), {4, 14}, LumvikPalette::mirel())) << "the row is highlighted";
+    EXPECT_EQ(pixelsLike(row(0), tickPlace, Qt::white), 0) << "the row is not selected";
     EXPECT_TRUE(pixelIs(row(1), {4, 14}, menuBackground));
-    EXPECT_GT(pixelsLike(row(1), tickPlace, LumvikPalette::mirel()), 5) << "ticked";
+    EXPECT_GT(pixelsLike(row(1), tickPlace, LumvikPalette::mirel()), 5) << "the row is ticked";
     menu->setActiveAction(menu->actions().at(1));
     EXPECT_TRUE(pixelIs(row(0), {4, 14}, menuBackground));
-    EXPECT_GT(pixelsLike(row(1), tickPlace, Qt::white), 5) << "ticked and highlighted";
+    EXPECT_GT(pixelsLike(row(1), tickPlace, Qt::white), 5) << "the row is ticked and highlighted";
 }
 
 TEST_F(CameraMenuTest, MovesItsTickWithTheSelection) {

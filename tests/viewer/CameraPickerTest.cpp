@@ -66,7 +66,7 @@ TEST_F(CameraPickerTest, OpeningAndClosingItsMenuLeaksNoObjects) {
         EXPECT_EQ(objects(), first);
 }
 
-TEST_F(CameraPickerTest, ReportsThatItsMenuWasClosedByOthers) {
+TEST_F(CameraPickerTest, ReportsWhenItsMenuIsClosedFromOutside) {
     picker.openMenu();
     ASSERT_NE(openMenu(), nullptr);
     closePopUpMenus();
@@ -100,7 +100,7 @@ TEST_F(CameraPickerTest, ItemsHaveTheIndexesOfTheCameras) {
     }
 }
 
-TEST_F(CameraPickerTest, ShowsAReplacedList) {
+TEST_F(CameraPickerTest, ShowsTheCamerasOfANewList) {
     picker.selectItem(1);
     picker.setItems({QStringLiteral("One"), QStringLiteral("Two"), QStringLiteral("Three")});
     EXPECT_EQ(picker.indexOfSelectedItem(), 0);
@@ -146,7 +146,7 @@ TEST_F(CameraPickerTest, ShowsAmpersandsUnchanged) {
     picker.setItems({QStringLiteral("Front & back")});
     EXPECT_EQ(picker.value(), QStringLiteral("Front & back"));
     EXPECT_EQ(picker.menu().actions().first()->text(), QStringLiteral("Front && back"))
-        << "one alone would underline the letter behind it";
+        << "a single ampersand would underline the next letter";
 }
 
 TEST_F(CameraPickerTest, OpensNothingWithoutItems) {
@@ -171,7 +171,7 @@ TEST_F(CameraPickerTest, ClosesItsMenuBeforeTheCameraIsChosen) {
     EXPECT_EQ(chosen, QList<int>{1});
     EXPECT_EQ(menuWasOpen, false);
     EXPECT_EQ(reports, (QList<bool>{true, false}));
-    EXPECT_EQ(picker.indexOfSelectedItem(), 0) << "selecting it is the chooser's business";
+    EXPECT_EQ(picker.indexOfSelectedItem(), 0) << "the picker leaves the selection to its owner";
 }
 
 TEST_F(CameraPickerTest, ActivatedRowClosesTheMenu) {

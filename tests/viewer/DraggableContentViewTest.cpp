@@ -31,7 +31,7 @@ TEST(ResizeEdges, MeetInTheCorners) {
     EXPECT_EQ(resizeEdges({479, 269}, size), Qt::RightEdge | Qt::BottomEdge);
 }
 
-TEST(ResizeEdges, AreNotOutside) {
+TEST(ResizeEdges, DoNotExtendBeyondTheWindow) {
     EXPECT_EQ(resizeEdges({-1, 10}, {480, 270}), Qt::Edges());
     EXPECT_EQ(resizeEdges({10, 300}, {480, 270}), Qt::Edges());
 }
@@ -87,9 +87,9 @@ TEST(DraggableContentView, IgnoresEventsOverTheControls) {
     EXPECT_FALSE(view.contains({410, 30}));
     EXPECT_TRUE(view.contains({300, 20}));
     EXPECT_TRUE(view.contains({100, 40}));
-    EXPECT_FALSE(view.contains({500, 20})) << "outside";
+    EXPECT_FALSE(view.contains({500, 20})) << "the position is outside the view";
     rects.clear();
-    EXPECT_TRUE(view.contains({100, 20})) << "the controls are gone";
+    EXPECT_TRUE(view.contains({100, 20})) << "no control covers this position any more";
 }
 
 /// Drags without a window manager, so that the surface moves the window itself.
@@ -122,7 +122,7 @@ TEST_F(DraggingTest, StartsOnlyBeyondTheDragDistance) {
     moveTo({200 + distance, 100});
     moveTo({260, 110});
     EXPECT_EQ(window.position(), QPoint(160, 110))
-        << "where it was pressed stays under the pointer";
+        << "the pressed point of the window stays under the pointer";
 }
 
 TEST_F(DraggingTest, EndsWithTheRelease) {
@@ -151,7 +151,7 @@ TEST_F(DraggingTest, DoesNotStartWithTheRightButton) {
     int clicks = 0;
     view.setSecondaryClick([&] { ++clicks; });
     send(QEvent::MouseButtonPress, {200, 100}, Qt::RightButton, Qt::RightButton);
-    EXPECT_EQ(clicks, 1) << "with the press";
+    EXPECT_EQ(clicks, 1) << "the click is reported when the button is pressed";
     send(QEvent::MouseMove, {300, 100}, Qt::NoButton, Qt::RightButton);
     send(QEvent::MouseMove, {310, 100}, Qt::NoButton, Qt::RightButton);
     send(QEvent::MouseButtonRelease, {310, 100}, Qt::RightButton, {});

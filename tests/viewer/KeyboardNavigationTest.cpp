@@ -11,8 +11,8 @@ namespace {
 
 using Direction = KeyboardNavigation::Direction;
 
-/// A window with three buttons. They are created in another order than they are arranged, and are
-/// hidden unless one of them has the focus.
+/// A window with three buttons, which are created in a different order from their arrangement. The
+/// buttons are hidden unless one of them has the focus.
 class KeyboardNavigationTest : public testing::Test {
   protected:
     KeyboardNavigationTest() {
@@ -81,7 +81,7 @@ TEST_F(KeyboardNavigationTest, ReportsWhenTheControlsGainAndLoseTheFocus) {
     EXPECT_TRUE(path.clearFocus());
     EXPECT_EQ(reports, (QList<bool>{true, false}));
     EXPECT_EQ(path.current(), nullptr);
-    EXPECT_FALSE(path.clearFocus()) << "it had left";
+    EXPECT_FALSE(path.clearFocus()) << "the focus had already left the controls";
     EXPECT_EQ(walked(Direction::forwards, 1), (QList<ViewerControl *>{&left}));
 }
 
@@ -90,7 +90,7 @@ TEST_F(KeyboardNavigationTest, FocusesTheRequestedControl) {
     EXPECT_EQ(path.current(), &below);
     right.setEnabled(false);
     right.askForKeyboard();
-    EXPECT_EQ(path.current(), &below) << "one that cannot be used";
+    EXPECT_EQ(path.current(), &below) << "an unusable control does not take the focus";
 }
 
 TEST_F(KeyboardNavigationTest, DropsARequestWhenTheFocusMovesElsewhere) {

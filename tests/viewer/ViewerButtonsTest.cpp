@@ -100,7 +100,8 @@ TEST_F(ViewerButtonsTest, FocusButtonIsDarkerDuringAnAreaSelection) {
     EXPECT_TRUE(looksLike(fill(focus), black(0.9F)));
     EXPECT_SYMBOL(focus, "viewfinder");
     focus.setShowsRestoreIcon(true);
-    EXPECT_TRUE(looksLike(fill(focus), black(0.9F))) << "the fill depends on the choosing alone";
+    EXPECT_TRUE(looksLike(fill(focus), black(0.9F)))
+        << "the colour depends only on whether an area is being selected";
     EXPECT_SYMBOL(focus, "arrow.counterclockwise");
 }
 
@@ -113,7 +114,7 @@ TEST_F(ViewerButtonsTest, FocusButtonHasTheRestoreSymbolWhileAnAreaIsShown) {
     EXPECT_SYMBOL(focus, "viewfinder");
 }
 
-TEST_F(ViewerButtonsTest, CloseButtonIsACross) {
+TEST_F(ViewerButtonsTest, CloseButtonShowsACross) {
     EXPECT_SYMBOL(close, "xmark");
 }
 

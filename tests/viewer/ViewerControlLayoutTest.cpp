@@ -90,7 +90,7 @@ TEST(ViewerControls, AreShownForAnySingleReason) {
     }
 }
 
-TEST(ViewerControlEnablement, RequiresVisibilityAndForTwoControlsACamera) {
+TEST(ViewerControlEnablement, RequiresVisibilityAndForTwoOfTheControlsAlsoACamera) {
     EXPECT_EQ(viewerControlEnablement(false, true), ViewerControlEnablement{});
     EXPECT_EQ(viewerControlEnablement(false, false), ViewerControlEnablement{});
     EXPECT_EQ(viewerControlEnablement(true, true),

@@ -74,7 +74,7 @@ TEST_F(ScreenChangeMemoryTest, KeepsTheOwnFrameIfTheWindowSettlesSlightlySmaller
     EXPECT_EQ(memory.ownFrame(), onMonitor);
     memory.frameSettled(smaller, {laptop});
     EXPECT_EQ(memory.ownFrame(), onMonitor);
-    // After the window has settled there, a different frame is the user's choice.
+    // After the window has settled in its temporary frame, a different frame is the user's choice.
     memory.frameSettled(*temporary, {laptop});
     EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
@@ -87,7 +87,7 @@ TEST_F(ScreenChangeMemoryTest, RestoresTheOwnFrameAfterSeveralScreenChanges) {
     EXPECT_EQ(memory.screensChanged({monitor}), onMonitor);
 }
 
-TEST_F(ScreenChangeMemoryTest, ACompletelyVisibleWindowStaysSoOnASmallerScreen) {
+TEST_F(ScreenChangeMemoryTest, ACompletelyVisibleWindowStaysCompletelyVisibleOnASmallerScreen) {
     // Doubling the scale factor halves the size of a screen in points.
     const QRect place(700, 300, 560, 315);
     memory.frameSettled(place, {laptop});
@@ -98,7 +98,7 @@ TEST_F(ScreenChangeMemoryTest, ACompletelyVisibleWindowStaysSoOnASmallerScreen) 
     EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 
-TEST_F(ScreenChangeMemoryTest, AWindowAcrossAnEdgeMayStaySoOnASmallerScreen) {
+TEST_F(ScreenChangeMemoryTest, AWindowAcrossAnEdgeMayStayAcrossItOnASmallerScreen) {
     const QRect place(1000, 300, 560, 315);
     memory.frameSettled(place, {laptop});
     EXPECT_EQ(memory.screensChanged({QRect(0, 0, 1100, 800)}), place);
@@ -131,12 +131,12 @@ TEST_F(ScreenChangeMemoryTest, ARestoredFrameIsCompletelyVisibleOnlyIfItWasBefor
     const QRect onEdge(900, 100, 640, 360);
     const QRect wider(0, 0, 1920, 1080);
     EXPECT_EQ(memory.restoreFrame(onEdge, laptop, {laptop}), onEdge)
-        << "the user left it across the edge";
+        << "the user left the window partly beyond the edge";
     EXPECT_EQ(memory.ownFrame(), std::nullopt);
     EXPECT_EQ(memory.restoreFrame(onEdge, wider, {laptop}), QRect(640, 100, 640, 360));
     EXPECT_EQ(memory.ownFrame(), onEdge);
     EXPECT_EQ(memory.restoreFrame(onEdge, std::nullopt, {laptop}), onEdge)
-        << "it is unknown whether it was completely visible";
+        << "it is unknown whether the window was completely visible";
     EXPECT_EQ(memory.ownFrame(), std::nullopt);
 }
 

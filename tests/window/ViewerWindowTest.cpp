@@ -73,7 +73,7 @@ TEST_F(ViewerWindowTest, MousePressCompletesTheAnimationAtOnce) {
     }
 }
 
-TEST_F(ViewerWindowTest, NextAnimationStartsWhereTheLastOneLeads) {
+TEST_F(ViewerWindowTest, NextAnimationStartsAtTheTargetOfThePreviousOne) {
     window.setFrame(second);
     press(Qt::RightButton);
     window.setGeometry(QRect(50, 80, 570, 330)); // a late report from the animation
@@ -91,7 +91,7 @@ TEST_F(ViewerWindowTest, LateReportFromTheAnimationIsIgnored) {
     EXPECT_TRUE(arrivesAt(second)) << "the frame is requested again";
 }
 
-TEST_F(ViewerWindowTest, RefusedFrameIsRequestedOnceMoreAndThenGivenUp) {
+TEST_F(ViewerWindowTest, RefusedFrameIsRequestedAgainOnceAndThenGivenUp) {
     window.setFrame(second);
     ASSERT_TRUE(arrivesAt(second));
     window.setGeometry(first);
@@ -133,7 +133,7 @@ TEST_F(ViewerWindowTest, AspectRatioSetDuringTheAnimationAppliesAtItsEnd) {
     }));
 }
 
-TEST_F(ViewerWindowTest, FrameSetInFullScreenIsTakenAfterwards) {
+TEST_F(ViewerWindowTest, FrameSetInFullScreenIsUsedAfterwards) {
     window.showFullScreen();
     ASSERT_TRUE(eventually([this] { return !window.hasOrdinaryFrame(); }));
     window.setFrame(second);
@@ -142,7 +142,7 @@ TEST_F(ViewerWindowTest, FrameSetInFullScreenIsTakenAfterwards) {
     EXPECT_TRUE(arrivesAt(second));
 }
 
-TEST_F(ViewerWindowTest, FullScreenDuringTheAnimationLeadsToItsTargetAfterwards) {
+TEST_F(ViewerWindowTest, AnimationInterruptedByFullScreenReachesItsTargetAfterwards) {
     window.setFrame(second);
     window.showFullScreen();
     ASSERT_TRUE(eventually([this] { return !window.hasOrdinaryFrame(); }));
@@ -164,7 +164,7 @@ TEST_F(ViewerWindowTest, FrameFromALargerScreenIsShownCompletelyAndRememberedUnc
     EXPECT_EQ(window.place(), earlier);
     EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 1600 1000"));
     window.restorePlace({earlier.frame, {0, 0, 800, 800}});
-    EXPECT_EQ(window.frame(), earlier.frame) << "the user left it across the edge";
+    EXPECT_EQ(window.frame(), earlier.frame) << "the user left the window partly beyond the edge";
     EXPECT_EQ(window.savedFrame(), QStringLiteral("500 300 640 360 0 0 800 800"));
 }
 

@@ -63,7 +63,7 @@ TEST(ScreenOf, IsTheScreenThatOverlapsTheFrameMost) {
     EXPECT_EQ(screenOf({100, 100, 480, 270}, screens), screens[0]);
     EXPECT_EQ(screenOf({1361, 100, 480, 270}, screens), screens[1]);
     EXPECT_EQ(screenOf({1360, 100, 480, 270}, screens), screens[0])
-        << "the first of two equal overlaps";
+        << "the first of two screens with equal overlaps";
     EXPECT_EQ(screenOf({5000, 100, 480, 270}, screens), screens[0]);
     EXPECT_EQ(screenOf({100, 100, 480, 270}, {}), QRect());
 }

@@ -126,7 +126,7 @@ TEST_F(AreaTest, AreaDraggedPastTheViewIsLimitedToThePicture) {
     EXPECT_THAT(newSettings(), Contains("video-crop=720x480+1200+600"));
 }
 
-TEST_F(AreaTest, NarrowAreaGivesAWindowOf160Points) {
+TEST_F(AreaTest, WindowOfANarrowOrFlatAreaIsAtLeast160PointsWideAndHigh) {
     choose({100, 60, 12, 280});
     EXPECT_EQ(window().frame().size(), QSize(160, 360));
     delegate->toggleFocusArea();
@@ -144,7 +144,7 @@ TEST_F(AreaTest, WindowFrameOfTheAreaIsRemembered) {
 }
 
 TEST_F(AreaTest, RotatedPictureIsCroppedBeforeItIsRotated) {
-    reportVideo(1080, 1920, 90); // rotated by 90 degrees, it looks as before
+    reportVideo(1080, 1920, 90); // the shown picture has the same shape as before
     choose(area);
     EXPECT_THAT(newSettings(), Contains("video-crop=300x600+450+1020"));
     EXPECT_EQ(window().frame().size(), QSize(720, 360))

@@ -43,7 +43,7 @@ TEST_F(PickerTest, OpenMenuKeepsTheControlsShown) {
     EXPECT_FALSE(controlsAreWanted());
 }
 
-TEST_F(PickerTest, OtherMenusDoNotCountAsThePickers) {
+TEST_F(PickerTest, OtherMenusDoNotCountAsTheMenuOfThePicker) {
     QMenu *other = menus().first();
     popUpMenu(*other, window(), {20, 40});
     ASSERT_EQ(openMenu(), other);

@@ -22,7 +22,7 @@ class CameraSettingsTest : public ControllerFixture {
         ASSERT_NE(access().settingsController(), nullptr);
     }
     [[nodiscard]] CameraSettingsWindow &editor() { return access().settingsController()->window(); }
-    /// The list that the controller works with, as a newly opened editor shows it.
+    /// Returns the camera list that the controller uses, by opening an editor and reading its list.
     [[nodiscard]] CameraList camerasInUse() {
         delegate->showCameraSettings();
         const CameraList cameras = access().settingsController()->draftCameras();
@@ -109,7 +109,8 @@ TEST_F(CameraSettingsTest, SavedListIsStoredShownAndPlayed) {
     EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
     EXPECT_EQ(storedSelection(), 2);
     EXPECT_EQ(access().selectionGeneration(), 1);
-    EXPECT_EQ(loads(threeCameras().at(0).url), 1U) << "although it is the camera that was shown";
+    EXPECT_EQ(loads(threeCameras().at(0).url), 1U)
+        << "the camera is loaded again although it was already shown";
     EXPECT_EQ(access().settingsController(), nullptr) << "the window has closed";
 }
 

@@ -90,7 +90,7 @@ TEST_F(ControlsTest, AreShownWhileAnAreaIsSelected) {
     EXPECT_TRUE(allAreShown());
     setPointerOverViewer(true);
     setPointerOverViewer(false);
-    EXPECT_TRUE(allAreShown()) << "although the pointer has left";
+    EXPECT_TRUE(allAreShown()) << "the controls stay shown although the pointer has left";
     delegate->toggleFocusArea();
     delegate->updateViewerControls(false);
     EXPECT_TRUE(allAreHidden());
@@ -121,7 +121,7 @@ TEST_F(ControlsTest, RectsExcludeControlsTooTransparentToBeSeen) {
     EXPECT_EQ(access().viewerControlRects().first().topLeft(), stayOnTopButton()->position());
 }
 
-TEST_F(ControlsTest, HiddenControlsLeaveTheirPlaceToTheSurface) {
+TEST_F(ControlsTest, HiddenControlsLetTheSurfaceReceiveThePointer) {
     launch(threeCameras());
     show(true);
     const QPointF inside = closeViewerButton()->position() + QPointF(5, 5);
@@ -155,12 +155,14 @@ TEST_F(ControlsTest, FadeFor200MillisecondsAndAreFaintOnlyBriefly) {
 TEST_F(ControlsTest, FadeInAndOutAndAreHiddenOnlyAfterwards) {
     launch(threeCameras());
     show(true, true);
-    EXPECT_TRUE(closeViewerButton()->isVisible()) << "visible before the fade";
+    EXPECT_TRUE(closeViewerButton()->isVisible())
+        << "the button becomes visible before it fades in";
     EXPECT_LT(closeViewerButton()->opacity(), 1);
     EXPECT_TRUE(eventually([&] { return allAreShown(); }));
     show(false, true);
-    EXPECT_TRUE(closeViewerButton()->isVisible()) << "hidden only after the fade";
-    EXPECT_FALSE(closeViewerButton()->isEnabled()) << "disabled at once";
+    EXPECT_TRUE(closeViewerButton()->isVisible())
+        << "the button is hidden only after it has faded out";
+    EXPECT_FALSE(closeViewerButton()->isEnabled()) << "the button is disabled at once";
     EXPECT_TRUE(eventually([&] { return allAreHidden(); }));
 }
 
@@ -240,7 +242,7 @@ TEST_F(ControlsTest, ActOnlyWhileEnabled) {
     show(true);
     show(false);
     stayOnTopButton()->performClick();
-    EXPECT_FALSE(stayOnTopButton()->isOn()) << "disabled while hidden";
+    EXPECT_FALSE(stayOnTopButton()->isOn()) << "the pin is disabled while it is hidden";
     show(true);
     stayOnTopButton()->performClick();
     EXPECT_TRUE(stayOnTopButton()->isOn());

@@ -45,7 +45,7 @@ class HelpTest : public ControllerFixture {
                 }
             }
         }
-        FAIL() << "there is no such item";
+        FAIL() << "the menu item does not exist";
     }
 };
 

@@ -7,7 +7,8 @@
 namespace lumvik::test {
 namespace {
 
-/// The viewer without a mouse. The pointer is never over the viewer unless a test puts it there.
+/// Tests how the viewer is used without a mouse. The pointer is never over the viewer unless a test
+/// puts it there.
 class KeyboardTest : public ControllerFixture {
   protected:
     void launchActive(const CameraList &cameras) {
@@ -19,12 +20,12 @@ class KeyboardTest : public ControllerFixture {
     }
     /// The label of the control with the keyboard focus; empty without one.
     [[nodiscard]] QString current() {
-        // An open menu borrows the keyboard. The control keeps the window's focus meanwhile.
+        // While a menu is open, it receives the keys, but the control keeps the window's focus.
         const auto *control =
             dynamic_cast<ViewerControl *>(window().contentItem()->scopedFocusItem());
         return control == nullptr ? QString() : control->label();
     }
-    /// The labels of the controls that Tab visits until it returns to the first one.
+    /// The labels of the controls that Tab visits until the first control has the focus again.
     [[nodiscard]] QStringList tabOrder() {
         QStringList labels;
         for (press(Qt::Key_Tab); !labels.contains(current()) && labels.size() < 20;
@@ -81,7 +82,8 @@ TEST_F(KeyboardTest, ControlsAreShownWhileOneHasKeyboardFocus) {
     EXPECT_TRUE(eventually([this] { return closeViewerButton()->opacity() == 1; }));
     delegate->viewerHoverChanged(true);
     delegate->viewerHoverChanged(false);
-    EXPECT_TRUE(controlsAreWanted()) << "although the pointer came and went";
+    EXPECT_TRUE(controlsAreWanted())
+        << "the controls stay shown although the pointer has entered and left";
     press(Qt::Key_Escape);
     EXPECT_EQ(current(), QString());
     EXPECT_FALSE(controlsAreWanted());
@@ -170,7 +172,7 @@ TEST_F(KeyboardTest, ArrowKeysMoveFromMenuToMenu) {
     EXPECT_EQ(current(), u"Help"_s);
 }
 
-TEST_F(KeyboardTest, ClickRemovesKeyboardFocusAndCountsAsPointer) {
+TEST_F(KeyboardTest, ClickRemovesKeyboardFocusAndKeepsTheControlsShown) {
     launchActive(threeCameras());
     press(Qt::Key_Tab);
     QTest::mouseClick(&window(), Qt::LeftButton, {},

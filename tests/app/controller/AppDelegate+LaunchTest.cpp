@@ -31,7 +31,7 @@ TEST_F(LaunchTest, LaunchLoadsCamerasAndShowsTheWindowBeforeCreatingAPlayer) {
 TEST_F(LaunchTest, FirstLogLineReportsTheLaunch) {
     launch(threeCameras());
     ASSERT_FALSE(log.lines().isEmpty());
-    qsizetype first = 0; // skips what this test itself has saved
+    qsizetype first = 0; // skips the log lines that this test caused by saving a list
     while (log.lines().at(first).text.startsWith(u"Saved"_s))
         ++first;
     EXPECT_EQ(log.lines().at(first).text, u"Lumvik is launching."_s);
@@ -189,7 +189,7 @@ TEST_F(LaunchTest, AnotherInstanceBringsAnOpenAlertToTheFront) {
     EXPECT_TRUE(delegate->handleLaunchRequest({LaunchRequest::Action::showCameraAddresses, {}}));
     EXPECT_TRUE(eventually([&] { return QGuiApplication::focusWindow() == alert.windowHandle(); }));
     queue.runPending();
-    EXPECT_EQ(access().settingsController(), nullptr) << "the alert comes first";
+    EXPECT_EQ(access().settingsController(), nullptr) << "no editor opens while an alert is open";
 }
 
 TEST_F(LaunchTest, AnotherInstanceIsRefusedDuringTermination) {

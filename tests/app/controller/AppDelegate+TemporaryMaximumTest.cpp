@@ -10,7 +10,7 @@ class TemporaryMaximumTest : public AreaFixture {
   protected:
     [[nodiscard]] QRect frame() { return window().frame(); }
     [[nodiscard]] QString storedFrame() { return home.userDefaults().string(frameKey); }
-    /// Replaces the stored frame by a mark, so that a later write can be detected.
+    /// Replaces the stored frame with a marker that any later write overwrites.
     void markStoredFrame() { home.userDefaults().set(frameKey, untouched); }
 
     const QRect maximum{0, 175, 800, 450}; // the screen has 800 by 800 points
@@ -176,7 +176,7 @@ TEST_F(TemporaryMaximumTest, RightClicksDuringTheRestoreDelayItsEnd) {
     queue.advance(0.06);
     EXPECT_FALSE(access().isTemporarilyMaximized());
     EXPECT_EQ(storedFrame(), u"{{31, 17}, {640, 360}}"_s);
-    EXPECT_TRUE(queue.delays().size() <= 1) << "at most the watchdog is left";
+    EXPECT_TRUE(queue.delays().size() <= 1) << "no delay is left except that of the watchdog";
 }
 
 TEST_F(TemporaryMaximumTest, ManyRightClicksNeverLoseTheFrame) {

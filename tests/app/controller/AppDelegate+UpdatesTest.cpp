@@ -10,7 +10,7 @@ namespace {
 
 class UpdatesTest : public ControllerFixture {
   protected:
-    /// Stores that the last successful check was this many seconds ago.
+    /// Stores a date this many seconds ago as the date of the last successful check.
     void lastCheckedAgo(qint64 seconds) {
         home.userDefaults().set(PreferenceKeys::lastAutomaticUpdateCheck, date.addSecs(-seconds));
     }
@@ -36,12 +36,12 @@ class UpdatesTest : public ControllerFixture {
     }
 };
 
-TEST_F(UpdatesTest, FirstLaunchChecks) {
+TEST_F(UpdatesTest, FirstLaunchChecksForUpdates) {
     launch(threeCameras());
     EXPECT_EQ(updates.begun(), 1);
 }
 
-TEST_F(UpdatesTest, LaunchWithoutCamerasAlsoChecks) {
+TEST_F(UpdatesTest, LaunchWithoutCamerasAlsoChecksForUpdates) {
     launch(CameraList());
     EXPECT_EQ(updates.begun(), 1);
 }
@@ -57,7 +57,7 @@ void PrintTo(const LastCheck &row, std::ostream *out) {
 
 class LastChecks : public UpdatesTest, public testing::WithParamInterface<LastCheck> {};
 
-TEST_P(LastChecks, DecideWhetherALaunchChecks) {
+TEST_P(LastChecks, DecideWhetherALaunchChecksForUpdates) {
     lastCheckedAgo(GetParam().secondsAgo);
     launch(threeCameras());
     EXPECT_EQ(updates.begun(), GetParam().checksAgain ? 1 : 0);
@@ -68,7 +68,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(LastCheck{"JustNow", 0, false}, LastCheck{"TwentyThreeHours", 23 * 3600, false},
                     LastCheck{"OneSecondShortOfADay", 86'399, false},
                     LastCheck{"ADay", 86'400, true}, LastCheck{"AMonth", 30 * 86'400, true},
-                    // The clock was set back by a little, or had been wrong by years.
+                    // A stored date is in the future if the clock has been set back since the
+                    // check.
                     LastCheck{"InAnHour", -3600, false}, LastCheck{"InAlmostADay", -86'399, false},
                     LastCheck{"InADay", -86'400, true}, LastCheck{"InAYear", -365 * 86'400, true}),
     [](const auto &row) { return std::string(row.param.what); });
@@ -123,7 +124,7 @@ TEST_F(UpdatesTest, ManualCheckWithoutAnUpdateShowsAnAlert) {
     updates.answerCurrent(0);
     expectAlert(u"Lumvik is up to date"_s,
                 u"You’re using the newest available version of Lumvik."_s, {u"OK"_s});
-    EXPECT_EQ(lastCheck(), date) << "manual checks count as well";
+    EXPECT_EQ(lastCheck(), date) << "a manual check also stores the date";
 }
 
 TEST_F(UpdatesTest, FailedManualCheckShowsTheReason) {
@@ -148,7 +149,7 @@ TEST_F(UpdatesTest, SecondCheckCancelsTheFirst) {
     EXPECT_EQ(alerts.shown().size(), 1);
 }
 
-TEST_F(UpdatesTest, CheckAfterAFinishedCheckIsPossible) {
+TEST_F(UpdatesTest, AnotherCheckCanBeginAfterOneHasFinished) {
     launch(threeCameras());
     updates.answerCurrent(0);
     delegate->checkForUpdates();

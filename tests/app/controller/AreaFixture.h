@@ -48,7 +48,7 @@ class AreaFixture : public ControllerFixture {
         QEvent leave(QEvent::Leave);
         QCoreApplication::sendEvent(&window(), &leave);
     }
-    /// Selects an area as the user does, and waits until it is shown.
+    /// Selects an area with the mouse and waits until the area is shown.
     void choose(const QRectF &chosen) {
         delegate->toggleFocusArea();
         drag(chosen.bottomLeft(),

@@ -49,7 +49,7 @@ class UnsoundTokenTest : public testing::TestWithParam<Named<QByteArray>> {};
 TEST_P(UnsoundTokenTest, IsDroppedButTheRequestIsKept) {
     const LaunchRequest bare{Action::showCameraAddresses, {}};
     EXPECT_EQ(LaunchRequest::with(bare.action, GetParam().value), bare);
-    // Another version of the program may send such a token nevertheless.
+    // Another version of the program may send an unsound token.
     EXPECT_EQ(decodeLaunchRequest(encode({bare.action, GetParam().value})), bare);
 }
 

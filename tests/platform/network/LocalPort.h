@@ -8,7 +8,7 @@
 namespace lumvik::test {
 
 /// A port that is bound to a local address while this object exists, and whose behaviour towards
-/// clients can be chosen. It belongs to the network namespace of the thread that creates it.
+/// clients can be chosen. The port belongs to the network namespace of the thread that creates it.
 class LocalPort {
   public:
     enum class Behaviour {

@@ -231,7 +231,7 @@ TEST_F(NetworkInterfaceTableTest, RouteOverSeveralInterfacesCountsForEach) {
 
 // Complete lists
 
-TEST_F(NetworkInterfaceTableTest, CompleteListRemovesWhatItDoesNotContain) {
+TEST_F(NetworkInterfaceTableTest, CompleteListRemovesEntriesThatItDoesNotContain) {
     using Listing = NetworkInterfaceTable::Listing;
     for (const int index : {2, 3}) {
         apply(link(index, "eth"));
@@ -258,7 +258,7 @@ TEST_F(NetworkInterfaceTableTest, CompleteListRemovesWhatItDoesNotContain) {
     EXPECT_EQ(state().defaultRoutes[0].gateway, bytesOf("192.0.2.9"));
 }
 
-TEST_F(NetworkInterfaceTableTest, RestartedListForgetsWhatTheFirstContained) {
+TEST_F(NetworkInterfaceTableTest, RestartedListDiscardsTheEntriesOfTheInterruptedList) {
     using Listing = NetworkInterfaceTable::Listing;
     apply(link(2, "eth0"));
     m_table.beginListing(Listing::links);
@@ -286,8 +286,8 @@ TEST_F(NetworkInterfaceTableTest, TruncatedMessageIsNotReadPastItsEnd) {
             const auto copy = message.cutTo(length);
             NetworkInterfaceTable table = m_table;
             table.apply(*reinterpret_cast<const nlmsghdr *>(copy.get()));
-            // A message cut between two attributes is still valid. No data other than the original
-            // may appear.
+            // A message cut between two attributes is still valid, but it must yield only data of
+            // the original message.
             for (const NetworkInterface &found : table.state().interfaces) {
                 EXPECT_TRUE(found.index == 2 || found.name.empty() || found.name == "eth1");
                 for (const InterfaceAddress &held : found.addresses)

@@ -20,7 +20,7 @@ using RtnetlinkPathMonitorNamespaceTest = RtnetlinkPathMonitorNamespaceFixture;
 using namespace std::chrono_literals;
 
 /// Returns a shell command that adds and removes a thousand addresses faster than the monitor reads
-/// the announcements. Those that do not fit into the socket's buffer are lost.
+/// the announcements. Announcements that do not fit into the socket's buffer are lost.
 std::string burst() {
     return "for n in $(seq 1000); do a=10.$((n / 250)).$((n % 250)).1/32; "
            "echo addr add $a dev near; echo addr del $a dev near; done | ip -batch -; "
@@ -39,7 +39,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, LostAnnouncementsCauseANewListing) {
             .contains(QStringLiteral(
                 "Announcements of network changes were lost; listing the interfaces again.")));
 
-    // Later changes are followed again.
+    // The monitor follows later changes again.
     plugIn();
     EXPECT_TRUE(m_recorder.waitForLast(ethernet));
     run("ip addr del 192.0.2.2/24 dev near");
@@ -69,7 +69,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, ListOfManyAddressesInSeveralPartsIsRea
     EXPECT_TRUE(m_recorder.waitForLast(nothing));
 }
 
-/// A log that consists of one line.
+/// Returns a log that consists of one line.
 QList<LoggedLine> logged(LogLevel level, const QString &text) {
     return {{level, QStringLiteral("network"), text}};
 }
@@ -204,7 +204,7 @@ TEST_F(RtnetlinkPathMonitorTest, MonitorCancelledAfterAFailureIsNotReopened) {
     m_monitor->cancel();
     drain(m_queue);
     const int left = interference.failures;
-    // Several times the reopening interval.
+    // The wait is several times the reopening interval.
     EXPECT_EQ(std::async(std::launch::async,
                          [&] {
                              const auto end = std::chrono::steady_clock::now() + 200ms;

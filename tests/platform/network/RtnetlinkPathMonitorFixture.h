@@ -29,7 +29,8 @@
 
 namespace lumvik::test {
 
-/// Collects the monitor's reports, which arrive on its thread, and lets the test wait for them.
+/// Collects the monitor's reports, which arrive on the monitor's thread, and lets the test wait for
+/// them.
 class Recorder {
   public:
     using Updates = std::vector<NetworkPathSignature>;
@@ -129,8 +130,8 @@ class RtnetlinkPathMonitorNamespaceFixture : public RtnetlinkPathMonitorFixture 
     void run(const std::string &command) {
         ASSERT_EQ(runOn(m_commands, [&] { return shell(command); }), 0) << command;
     }
-    /// Runs the command on the monitor's thread. The monitor cannot read meanwhile and then finds
-    /// all changes at once.
+    /// Runs the command on the monitor's thread. The monitor cannot read during the command and
+    /// therefore finds all changes at once.
     void runWhileTheMonitorWaits(const std::string &command) {
         ASSERT_EQ(runOn(m_queue, [&] { return shell(command); }), 0) << command;
     }
@@ -154,8 +155,8 @@ class RtnetlinkPathMonitorNamespaceFixture : public RtnetlinkPathMonitorFixture 
                                 "2>/dev/null");
                }) == 0;
     }
-    /// Creates a tunnel that is up and has carrier while the descriptor is open. Returns no
-    /// descriptor if the system has no tunnels or does not permit them.
+    /// Creates a tunnel that is up and has carrier while the returned descriptor is open. Returns
+    /// no descriptor if the system has no tunnels or does not permit them.
     [[nodiscard]] FileDescriptor openTunnel() {
         FileDescriptor tunnel(
             runOn(m_commands, [] { return ::open("/dev/net/tun", O_RDWR | O_CLOEXEC); }));

@@ -46,7 +46,7 @@ TEST_F(SysfsInterfaceAttributesTest, EitherEntryIdentifiesAWirelessInterface) {
     EXPECT_FALSE(attributes("eth0").isWireless);
 }
 
-TEST_F(SysfsInterfaceAttributesTest, BridgeIsOverHardwareIfAPortIsOrUsesADevice) {
+TEST_F(SysfsInterfaceAttributesTest, BridgeIsOverHardwareIfAPortIsAHardwareDeviceOrUsesOne) {
     add("eth0", {"device"});
     add("veth1", {"queues"});
     add("bond0", {"lower_eth0"});

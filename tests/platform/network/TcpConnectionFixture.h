@@ -25,7 +25,7 @@ inline void PrintTo(NetworkConnection::State state, std::ostream *stream) {
 
 namespace test {
 
-/// Collects the states that a connection reports. Readable on any thread.
+/// Collects the states that a connection reports. The states can be read on any thread.
 class Reports {
   public:
     using State = NetworkConnection::State;
@@ -57,7 +57,7 @@ class Reports {
     States m_states;
 };
 
-/// Runs connections on a queue of the test's own, which outlives them.
+/// Runs connections on the test's own queue, which outlives the connections.
 class TcpConnectionFixture : public testing::Test {
   protected:
     using State = Reports::State;

@@ -108,7 +108,7 @@ TEST_F(TcpConnectionTest, FailsWhenNoAddressOfANameConnects) {
 
 TEST_F(TcpConnectionTest, WaitsIfTheSystemDoesNotSupportTheAddressFamily) {
     SocketAddress address = numericalAddresses(loopback, 554).at(0);
-    address.storage.ss_family = AF_MAX; // rejected just like IPv6 on a system without it
+    address.storage.ss_family = AF_MAX; // rejected like an IPv6 address on a system without IPv6
     const auto connection =
         started(QStringLiteral("six.example"), 554,
                 [address](const std::string &, int) { return std::vector{address}; });
@@ -152,7 +152,7 @@ TEST_F(TcpConnectionTest, HangingLookupDoesNotBlockAnotherOfTheSameName) {
     EXPECT_TRUE(hanging.letGo());
 }
 
-TEST_F(TcpConnectionTest, HangingLookupsAreLimitedAndLaterOnesFollow) {
+TEST_F(TcpConnectionTest, NumberOfHangingLookupsIsLimitedAndLaterOnesRunAfterwards) {
     const HangingResolver hanging;
     for (int n = 0; n < 1000; ++n) {
         TcpConnection connection(QStringLiteral("slow.example"), 554, hanging.resolver());

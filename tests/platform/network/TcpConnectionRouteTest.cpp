@@ -9,7 +9,7 @@
 
 #include <atomic>
 
-// Tests with hosts to which the machine has no route, or gets one later.
+// Tests with hosts to which the machine has no route, or to which a route is added later.
 
 namespace lumvik::test {
 namespace {

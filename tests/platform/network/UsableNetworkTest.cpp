@@ -155,7 +155,7 @@ TEST(NetworkPathSignature, DependsOnTheUsableInterfaces) {
             << row.description;
 }
 
-TEST(UsableNetwork, OmitsWhatNoConnectionDependsOn) {
+TEST(UsableNetwork, OmitsEverythingThatNoConnectionDependsOn) {
     const NetworkState plain = {{interface(2, {address("192.0.2.2")})}, {}};
     NetworkState embellished = plain;
     embellished.interfaces[0].name = "renamed";

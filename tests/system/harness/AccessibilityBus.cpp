@@ -17,7 +17,7 @@ namespace {
 constexpr auto busStartDeadline = 30s;
 constexpr auto busAnswerDeadline = 30s;
 
-/// Whether the service reports a bus for assistive technology.
+/// Whether the accessibility service reports the address of its bus.
 bool serviceHasBus(const QString &sessionBus) {
     const QString name = QStringLiteral("accessibility-bus-test");
     bool hasBus = false;
@@ -40,7 +40,7 @@ AccessibilityBus::AccessibilityBus(const TestDesktop &desktop) : m_desktop(deskt
 QProcessEnvironment AccessibilityBus::environment() const {
     QProcessEnvironment environment = m_desktop.environment();
     environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address());
-    // The service creates the socket of its bus here.
+    // The accessibility service creates the socket of its bus in this folder.
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtimeFolder.path());
     environment.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
     return environment;
@@ -61,12 +61,13 @@ testing::AssertionResult AccessibilityBus::start() {
 }
 
 ViewerProcess::Variables AccessibilityBus::viewerVariables() const {
-    // There are no desktop settings that report assistive technology as being in use.
+    // The test desktop does not report that assistive technology is in use. The second variable
+    // makes Qt expose the viewer on the accessibility bus anyway.
     return {{QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus.address()},
             {QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1")}};
 }
 
-// ---- The reader ----
+// ---- Inspecting a program ----
 
 AccessibilityReader::AccessibilityReader(const QProcessEnvironment &environment)
     : m_process(QStringLiteral("the reader"), environment) {}
@@ -75,7 +76,7 @@ testing::AssertionResult AccessibilityReader::lookAt(qint64 processId, ReaderMem
     QStringList arguments{QStringLiteral(LUMVIK_ACCESSIBILITY_READER), QString::number(processId)};
     if (memory == ReaderMemory::remembers)
         arguments.append(QStringLiteral("--remember"));
-    // The system's Python has access to the system's packages.
+    // The distribution's packages, such as pyatspi, are available only to the system's own Python.
     if (const auto started = m_process.start(QStringLiteral("/usr/bin/python3"), arguments);
         !started)
         return started;

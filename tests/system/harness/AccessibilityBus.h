@@ -16,8 +16,8 @@ namespace lumvik::test {
 
 class TestDesktop;
 
-/// How a reader gets its information about a program: by asking each time, or from a cache that it
-/// updates from events, as screen readers do.
+/// How a reader obtains information about a program: by querying the program each time, or from a
+/// cache that the reader updates from events, as screen readers do.
 enum class ReaderMemory { none, remembers };
 
 /// A process that inspects another program as a screen reader does (accessibility.py). Main thread
@@ -29,7 +29,7 @@ class AccessibilityReader {
     /// Starts to inspect a program, which must be running.
     [[nodiscard]] testing::AssertionResult lookAt(qint64 processId, ReaderMemory memory);
     /// Sends a command (see accessibility.py) and waits for the reply. An error, such as a missing
-    /// object, is reported as an object with the key "error".
+    /// accessible object, is returned as a JSON object with the key "error".
     [[nodiscard]] QJsonObject ask(const QJsonArray &command);
 
   private:
@@ -45,12 +45,12 @@ class AccessibilityBus {
 
     /// Whether a message bus can be started on this machine.
     [[nodiscard]] bool isPossible() const { return m_bus.isRunning(); }
-    /// Starts the service and waits until it is available.
+    /// Starts the accessibility service and waits until its bus is available.
     [[nodiscard]] testing::AssertionResult start();
     /// The environment variables that make a viewer visible on this bus.
     [[nodiscard]] ViewerProcess::Variables viewerVariables() const;
 
-    /// The environment for programs that inspect others on this bus.
+    /// The environment for programs that inspect other programs through this bus.
     [[nodiscard]] QProcessEnvironment environment() const;
 
   private:

@@ -15,7 +15,8 @@ void AccessibilityFixture::SetUp() {
         GTEST_SKIP() << "there is no dbus-daemon";
     ASSERT_TRUE(bus->start());
 
-    // Few frames per second, because a busy viewer replies slowly to a reader's many small queries.
+    // The cameras send only a few frames per second, because a busy viewer replies slowly to a
+    // reader's many small queries.
     CameraSetup first;
     first.size = QSize(320, 180);
     first.framesPerSecond = 5;
@@ -41,7 +42,8 @@ void AccessibilityFixture::startViewerAndReader() {
 }
 
 void AccessibilityFixture::startRememberingReader() {
-    // Qt reports a loss of focus only for objects that it has announced since a client listens.
+    // Qt reports that an object lost the focus only if Qt announced the object after a client began
+    // to listen. Tab and Escape make Qt announce the window.
     keyboard.press(QStringLiteral("Tab"));
     keyboard.press(QStringLiteral("Escape"));
     ASSERT_TRUE(isAnnounced(QStringLiteral("object:state-changed:focused"), QStringLiteral("frame"),
@@ -136,7 +138,7 @@ testing::AssertionResult AccessibilityFixture::cacheIsUpToDate() const {
     while (line < lines.size() && lines.value(line) == knownLines.value(line))
         ++line;
     return testing::AssertionFailure()
-           << "it is\n"
+           << "the program has\n"
            << lines.mid(qMax(0, line - 12), 24).join(u'\n').toStdString()
            << "\nbut the cache contains\n"
            << knownLines.mid(qMax(0, line - 12), 24).join(u'\n').toStdString();

@@ -17,18 +17,20 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// The share of the picture's brightness that remains when it is dimmed.
+/// The share of the picture's brightness that remains when the picture is dimmed.
 constexpr double dimmed = 0.58;
 
-/// Some of the bars, clear of the controls, as shares of a picture that is not turned.
+/// A part of the colour bars that the controls do not cover, as shares of the width and height of
+/// an unrotated picture.
 constexpr QRectF steadyBars{0.6, 0.2, 0.3, 0.25};
 
 int evenFloor(double value) {
     return static_cast<int>(value + 0.001) & ~1;
 }
 
-/// The parts of the camera's picture that never change and need no font: the bars, the black band
-/// below them beside the name, and the ramp. Everything else is transparent.
+/// The parts of the camera's picture that never change and contain no text: the colour bars, the
+/// upper edge of the black band below the bars, and the grey ramp. All other pixels are
+/// transparent.
 QImage knownPicture(QSize size) {
     QImage picture(size, QImage::Format_ARGB32);
     picture.fill(Qt::transparent);
@@ -42,7 +44,7 @@ QImage knownPicture(QSize size) {
                 picture.setPixel(x, y, qRgb(colour.red, colour.green, colour.blue));
         }
     }
-    // The camera's text does not reach the upper and lower tenth of the band.
+    // The camera draws no text in the upper tenth of the black band.
     const int band = evenFloor(size.height() * PictureLayout::name.height);
     for (int x = 0; x < size.width(); ++x) {
         for (int y = barsEnd; y < barsEnd + band / 10; ++y)
@@ -58,23 +60,27 @@ QTransform turned(int degrees) {
     return QTransform().rotate(degrees);
 }
 
-/// The distance over which blurred borders and scaling can affect a pixel's colour.
+/// The distance over which blurred borders and scaling can affect a pixel's colour, in pixels of
+/// the camera's picture.
 constexpr int reach = 2;
 
-/// An engine's own crop (from 0.36 on) lets the outermost pixels of an area take a share of their
-/// colour from outside of it; a filter's crop does not. It only says where the renderer starts and
-/// ends to read in the whole picture's textures, and every way of scaling but "nearest" mixes the
-/// pixels around a place: at the edge of the area half a pixel of brightness, and of colours, which
-/// most streams have for every second pixel only, twice that. The renderer clamps its reading to
-/// the textures, not to the crop, and has no property for it.
+/// Whether the outermost pixels of an area may take a share of their colour from outside the area.
+/// This happens with the property "video-crop" of libmpv 0.36 and later. The property only selects
+/// the part of the whole picture's textures that is drawn. Every scaler except "nearest" also reads
+/// neighbouring pixels, and the renderer does not keep these reads inside the crop. The mixing
+/// reaches half a pixel beyond the edge for brightness. For colour, the mixing reaches a whole
+/// pixel, because most streams store colour at half the resolution. libmpv has no property that
+/// prevents this. A crop filter, which is used with older versions, does not mix pixels in this
+/// way.
 constexpr bool edgesAreMixed = MPV_CLIENT_API_VERSION > MPV_MAKE_VERSION(2, 0);
 
-/// The largest share that the outside can have of such a pixel. It is three quarters for the colour
-/// of a pixel that shares its colour sample with a neighbour beyond the edge, and less for the
-/// brightness.
+/// The largest share that pixels outside the area can contribute to a pixel at its edge. This share
+/// is three quarters for the colour of a pixel that shares its colour sample with a pixel beyond
+/// the edge, and less for the brightness.
 constexpr double largestShare = 0.75;
 
-/// The colour around a pixel, if it is known and uniform within `area`.
+/// The colour of a pixel. Empty unless all nearby pixels inside `area` are known and have this
+/// colour.
 std::optional<QColor> evenColour(const QImage &picture, QPoint pixel, QRect area) {
     const QRect around =
         QRect(pixel - QPoint(reach, reach), pixel + QPoint(reach, reach)).intersected(area);
@@ -89,7 +95,8 @@ std::optional<QColor> evenColour(const QImage &picture, QPoint pixel, QRect area
     return colour;
 }
 
-/// The largest distance of the colours around a pixel from `colour`, if all of them are known.
+/// The largest difference between `colour` and the colours near a pixel. Empty unless all of these
+/// colours are known.
 std::optional<int> spreadAround(const QImage &picture, QPoint pixel, const QColor &colour) {
     int spread = 0;
     const QRect around = QRect(pixel - QPoint(reach, reach), pixel + QPoint(reach, reach))
@@ -219,16 +226,18 @@ testing::AssertionResult AreaFixture::isArea(const QImage &picture, QRect area) 
     const QImage known = knownPicture(cameras.front()->setup().size).transformed(turned(m_degrees));
     const double scaleX = static_cast<double>(area.width()) / picture.width();
     const double scaleY = static_cast<double>(area.height()) / picture.height();
-    // The outermost pixels that can be checked when the colour beyond the edge is unknown.
+    // When the colours beyond an edge are unknown, pixels closer to the edge than `atX` or `atY`
+    // cannot be checked.
     const int atX = edgesAreMixed ? static_cast<int>(std::ceil((reach + 1) / scaleX)) : 0;
     const int atY = edgesAreMixed ? static_cast<int>(std::ceil((reach + 1) / scaleY)) : 0;
-    std::array<int, 4> compared{}; // at the left, right, upper and lower edge
+    std::array<int, 4> compared{}; // pixels at the left, right, upper and lower edge
     for (const int y : samples(picture.height())) {
         for (const int x : samples(picture.width())) {
             const QPoint source(area.x() + static_cast<int>((x + 0.5) * scaleX),
                                 area.y() + static_cast<int>((y + 0.5) * scaleY));
             const auto expected = evenColour(known, source, area);
-            // The colours that may be mixed in must be known.
+            // A pixel is checked only if all neighbouring colours that may be mixed into it are
+            // known.
             const auto spread = edgesAreMixed && expected ? spreadAround(known, source, *expected)
                                                           : std::optional(0);
             if (!expected || !spread)
@@ -248,7 +257,8 @@ testing::AssertionResult AreaFixture::isArea(const QImage &picture, QRect area) 
     }
     for (const int count : compared) {
         if (count < 4)
-            return testing::AssertionFailure() << "an edge of this area cannot be judged";
+            return testing::AssertionFailure()
+                   << "too few pixels at an edge of this area can be checked";
     }
     return testing::AssertionSuccess();
 }

@@ -84,8 +84,8 @@ QString CameraProcess::command(const QByteArray &command) {
     if (eventually(cameraAnswerDeadline,
                    [&] { return m_process.standardOutput().size() > answers; }))
         return m_process.standardOutput().at(answers);
-    ADD_FAILURE() << "the camera does not answer \"" << command.toStdString() << "\" and "
-                  << m_process.stateDescription().toStdString();
+    ADD_FAILURE() << "the camera does not reply to \"" << command.toStdString()
+                  << "\"; its process " << m_process.stateDescription().toStdString();
     return {};
 }
 

@@ -7,43 +7,44 @@
 
 namespace lumvik::test {
 
-/// The options that a test camera is started with.
+/// The options with which a test camera is started.
 struct CameraSetup {
     QString name = QStringLiteral("Test");
     QSize size = QSize(640, 360);
     int framesPerSecond = 15;
-    /// Frames from one key frame to the next.
+    /// The number of frames from one key frame to the next.
     int keyFrameInterval = 15;
-    /// The camera requires this user name and password when the user is not empty.
+    /// The camera requires this user name and `password` when the user name is not empty.
     QString user;
     QString password;
     /// Whether the picture contains the capture time (see testcamera/ClockPattern.h).
     bool withClock = false;
-    /// The numerical address to serve on.
+    /// The numerical IP address at which the camera serves.
     QString address = QStringLiteral("127.0.0.1");
-    /// A command that executes the camera, whose path and arguments are appended. For example, it
-    /// can enter a namespace first.
+    /// A command that starts the camera, for example after entering a network namespace. The
+    /// camera's path and arguments are appended to the command.
     QStringList launcher;
     /// "h264" or "h265".
     QString codec = QStringLiteral("h264");
-    /// The port to serve on. 0 takes any free port. Another value lets a camera replace one that
-    /// has ended.
+    /// The port at which the camera serves. 0 selects any free port. A fixed port lets a camera
+    /// take the place of an earlier camera.
     int port = 0;
 };
 
-/// The test camera as a process of its own: a live RTSP server on the loopback interface. Main
-/// thread only.
+/// The test camera as a process of its own: a live RTSP server, by default on the loopback
+/// interface. Main thread only.
 class CameraProcess {
   public:
     explicit CameraProcess(CameraSetup setup = {});
 
-    /// Starts the camera and waits until it serves.
+    /// Starts the camera and waits until the camera is ready.
     [[nodiscard]] testing::AssertionResult start();
 
-    /// The address. It includes the percent-encoded user name and password when the camera requires
-    /// them.
+    /// The camera's address, which includes the percent-encoded user name and password when the
+    /// camera requires them.
     [[nodiscard]] QString url() const;
-    /// The same address with another password, which is given without percent-encoding.
+    /// The camera's address with `password` in place of its own password. `password` must not be
+    /// percent-encoded.
     [[nodiscard]] QString urlWithPassword(const QString &password) const;
     /// The port of the started camera.
     [[nodiscard]] int port() const { return QUrl(m_address).port(); }
@@ -60,7 +61,7 @@ class CameraProcess {
 
     CameraSetup m_setup;
     ChildProcess m_process;
-    QString m_address; // as the camera gives it, without credentials
+    QString m_address; // as the camera reports it, without user name and password
 };
 
 } // namespace lumvik::test

@@ -15,7 +15,8 @@ ChildProcess::ChildProcess(QString name, const QProcessEnvironment &environment)
     : m_name(std::move(name))
     , m_process(std::make_unique<QProcess>()) {
     m_process->setProcessEnvironment(environment);
-    // Runs in the child between fork and exec.
+    // The kernel kills the child when the test's process dies. The modifier runs in the child
+    // between fork and exec.
     m_process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     QObject::connect(m_process.get(), &QProcess::readyReadStandardOutput, m_process.get(),
                      [this] { collect(QProcess::StandardOutput, m_outputRest, m_output); });

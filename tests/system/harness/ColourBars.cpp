@@ -9,14 +9,14 @@ namespace lumvik::test {
 
 namespace {
 
-/// The inner half of a rectangle, without its blurred edges.
+/// The inner half of a rectangle. The edges are left out because they are blurred.
 QRect middleOf(const QRect &area) {
     const int dx = area.width() / 4;
     const int dy = area.height() / 4;
     return area.adjusted(dx, dy, -dx, -dy);
 }
 
-/// The current time of the clock that the camera shows in its picture.
+/// The current time, in milliseconds, of the clock that the camera shows in its picture.
 quint32 clockNow() {
     timespec time{};
     ::clock_gettime(CLOCK_MONOTONIC, &time);

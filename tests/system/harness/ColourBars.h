@@ -12,12 +12,13 @@
 
 namespace lumvik::test {
 
-/// Where a region of the test camera's picture is when the picture fills `size` pixels.
+/// The pixels that a region of the test camera's picture occupies when the picture has the size
+/// `size`.
 [[nodiscard]] QRect pixelsOf(const PictureLayout::Region &region, QSize size);
 
-/// Whether `picture`, which must be the test camera's picture from edge to edge, shows the colour
-/// bars. The middle of each bar may differ from its colour by at most `tolerance` (of 255) in red,
-/// green and blue.
+/// Whether `picture` shows the test camera's colour bars. `picture` must contain the camera's whole
+/// picture from edge to edge. In the middle of each bar, the mean red, green and blue may each
+/// differ from the bar's colour by at most `tolerance` (of 255).
 [[nodiscard]] testing::AssertionResult showsColourBars(const QImage &picture, int tolerance = 12);
 
 /// The capture time in the picture of a camera with a clock, in milliseconds of CLOCK_MONOTONIC

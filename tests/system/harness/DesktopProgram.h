@@ -24,22 +24,23 @@ class DesktopProgram {
     [[nodiscard]] ChildProcess &process() { return m_process; }
     [[nodiscard]] const ChildProcess &process() const { return m_process; }
 
-    /// Waits until the program's main window is on the screen: a window that the window manager may
-    /// manage, with this title, that belongs to no other window.
+    /// Waits until the program's main window is on the screen. The main window has this title, does
+    /// not bypass the window manager, and is not a transient window of another window.
     [[nodiscard]] testing::AssertionResult waitForWindow(const QString &title,
                                                          std::chrono::milliseconds deadline);
 
     /// The window that `waitForWindow` found.
     [[nodiscard]] xcb_window_t window() const { return m_window; }
 
-    /// The visible windows of the program that have a title or are menus.
+    /// The visible windows of the program. Only windows with the property _NET_WM_PID are found,
+    /// which toolkits set on top-level windows.
     [[nodiscard]] QList<xcb_window_t> windowsOnScreen() const;
     /// The visible windows that bypass the window manager: menus and tool tips.
     [[nodiscard]] QList<xcb_window_t> popUps() const;
 
-    /// The geometry of the main window's content. Empty when the window does not exist any more.
+    /// The geometry of the main window's content. Empty when the window no longer exists.
     [[nodiscard]] QRect geometry() const;
-    /// Whether the window manager keeps the main window above others.
+    /// Whether the window manager keeps the main window above other windows.
     [[nodiscard]] bool isAbove() const;
     /// Whether the main window has the keyboard focus.
     [[nodiscard]] bool hasFocus() const;

@@ -12,8 +12,8 @@
 
 namespace lumvik::test {
 
-/// The base of whole-program tests of the editor. It finds the editor's window and its selected
-/// row, and reads the stored list.
+/// The base of whole-program tests of the editor. The fixture finds the editor's window and its
+/// selected row, and reads the stored camera list.
 class EditorFixture : public ViewerFixture {
   protected:
     static inline const QColor accentColour{203, 93, 82};
@@ -43,7 +43,7 @@ class EditorFixture : public ViewerFixture {
         xdotool(desktop,
                 {QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("20"), text});
     }
-    /// The top left corner of the selected row on the screen, once it is drawn.
+    /// Waits until a row is drawn as selected, and returns the row's top left corner on the screen.
     [[nodiscard]] QPoint selectedRow() const {
         std::optional<QPoint> found;
         EXPECT_TRUE(eventually(std::chrono::seconds(20), [&] {
@@ -59,7 +59,7 @@ class EditorFixture : public ViewerFixture {
         const auto isAccentColour = [&](int x, int y) {
             return colourDistance(picture.pixelColor(x, y), accentColour) <= 2;
         };
-        // The row has rounded corners, so its left edge is measured along its middle.
+        // The row has rounded corners, so the left edge of the row is measured at half its height.
         for (int y = 0; y + 20 < picture.height(); ++y) {
             if (!isAccentColour(picture.width() / 2, y))
                 continue;
@@ -70,19 +70,20 @@ class EditorFixture : public ViewerFixture {
         }
         return std::nullopt;
     }
-    /// The middle of a row's handle, where `first` is the first row's top left corner.
+    /// The middle of the drag handle of row `row`. `first` is the top left corner of the first row.
     [[nodiscard]] static QPoint handle(QPoint first, int row) {
         constexpr int rowHeight = 44;
         return first + QPoint(13, rowHeight / 2 + row * rowHeight);
     }
-    /// Whether a line in the accent colour marks the gap before a row as the drop position. The
-    /// line is checked to the left of the dragged row. `first` is the first row's top left corner.
+    /// Whether a line in the accent colour marks the gap before row `row` as the drop position.
+    /// Only the left end of the line is checked, to the left of the dragged row. `first` is the top
+    /// left corner of the first row.
     [[nodiscard]] bool gapIsMarked(QPoint first, int row) const {
         const QRect line(first + QPoint(8, row * 44 - 2), QSize(10, 2));
         return colourDistance(meanColour(screen.area(line), QRect(QPoint(), line.size())),
                               accentColour) < 40;
     }
-    /// The cameras in the stored list.
+    /// The cameras in the stored camera list.
     [[nodiscard]] QJsonArray stored() const {
         return QJsonDocument::fromJson(home.readDataFile(QStringLiteral("cameras.json")))
             .object()
@@ -101,8 +102,8 @@ class EditorFixture : public ViewerFixture {
             addresses.append(camera.toObject().value(QStringLiteral("url")).toString());
         return addresses;
     }
-    /// Waits until a window that is neither the editor nor the viewer has the keyboard focus. The
-    /// window must have this title unless the title is empty.
+    /// Waits until a dialog has the keyboard focus, that is, a window of the viewer other than the
+    /// editor and the main window. The dialog must have the title `title` unless `title` is empty.
     [[nodiscard]] testing::AssertionResult dialogAppears(const QString &title = {}) {
         const bool found = eventually(std::chrono::seconds(20), [&] {
             const xcb_window_t focused = desktop.x().focusedWindow();

@@ -8,11 +8,11 @@
 namespace lumvik::test {
 
 /// Runs the event loop until `predicate` returns true or `deadline` has passed, and returns the
-/// last result of the predicate. The predicate is called at least once, and about a hundred times a
-/// second.
+/// last result of the predicate. The predicate is called at least once, and then about a hundred
+/// times per second.
 ///
 /// A deadline is the time that a slow machine may need, not the expected duration. A passing test
-/// never waits for a deadline.
+/// never waits until its deadline.
 [[nodiscard]] inline bool eventually(std::chrono::milliseconds deadline,
                                      const std::function<bool()> &predicate) {
     return QTest::qWaitFor(predicate, static_cast<int>(deadline.count()));

@@ -34,8 +34,8 @@ bool matches(const QString &pattern, const QString &line) {
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern)).match(line).hasMatch();
 }
 
-/// The first pattern of `story` that `lines` do not contain in order. Null when they contain all of
-/// them.
+/// The first pattern of `story` that matches no line after the match of the previous pattern. Null
+/// when `lines` match all patterns in order.
 QString missingIn(const QStringList &lines, const QStringList &story) {
     auto line = lines.cbegin();
     for (const QString &pattern : story) {
@@ -79,7 +79,7 @@ CameraProcess *FaultFixture::showCamera(const CameraSetup &setup) {
     CameraProcess *camera = startListedCamera(setup);
     if (camera == nullptr)
         return nullptr;
-    // A small window keeps the drawing time of this machine out of the measurement.
+    // A small window is drawn quickly, so drawing adds little to the measured times.
     home.setPreference(QStringLiteral("mainWindowFrame"),
                        QStringLiteral("{{200, 200}, {480, 270}}"));
     startViewerAndWaitForPicture();
@@ -99,7 +99,7 @@ testing::AssertionResult FaultFixture::pictureIsLive(Milliseconds deadline) cons
         bars = picture.isNull() ? testing::AssertionFailure() << "the window is not on the screen"
                                 : showsColourBars(picture);
         if (!bars) {
-            before = {}; // a picture from before the bars disappeared proves nothing
+            before = {}; // compare only pictures taken since the bars appeared
             return false;
         }
         const QImage moving = picture.copy(pixelsOf(PictureLayout::motion, picture.size()));
@@ -112,7 +112,7 @@ testing::AssertionResult FaultFixture::pictureIsLive(Milliseconds deadline) cons
     if (isLive)
         return testing::AssertionSuccess() << "the picture is live";
     return testing::AssertionFailure() << "the picture is not live within " << deadline.count()
-                                       << " ms: " << (bars ? "it stands still" : bars.message());
+                                       << " ms: " << (bars ? "it does not change" : bars.message());
 }
 
 testing::AssertionResult FaultFixture::isLiveAgainWithin(Milliseconds limit, qsizetype mark) {
@@ -148,7 +148,7 @@ testing::AssertionResult FaultFixture::logShows(const QStringList &story, qsizet
     if (isTold)
         return testing::AssertionSuccess();
     return testing::AssertionFailure()
-           << "within " << deadline.count() << " ms the log does not tell \""
+           << "within " << deadline.count() << " ms the log contains no line for \""
            << missing.toStdString() << "\" in this order. The log:\n"
            << logLines(mark).join(u'\n').toStdString();
 }
@@ -160,8 +160,8 @@ qsizetype FaultFixture::countInLog(const QString &pattern, qsizetype mark) const
 }
 
 testing::AssertionResult FaultFixture::neverTwoAttemptsPending(qsizetype mark) const {
-    // An attempt that ran is followed by its preflight. An unnecessary attempt is followed by the
-    // line about frames, another selection, a lost network or sleep.
+    // An attempt that runs logs its preflight. When an attempt becomes unnecessary, the viewer logs
+    // the reason: resumed frames, another selected camera, a lost network or sleep.
     const QString ended =
         QStringLiteral("%1|%2|%3|debug network: The local-network preflight .*|info network: "
                        "Network path update: satisfied=false.*|default lifecycle: The Mac is .*")
@@ -238,7 +238,7 @@ QString FaultFixture::scheduling(const QString &number, const QString &reason) {
 }
 
 QString FaultFixture::backingOff(int number, const QString &reason) {
-    // Each delay has a random addition of up to 0.35 s.
+    // The viewer adds a random time of up to 0.35 s to each delay.
     static const QStringList delays{
         QStringLiteral("0\\.[5-8]\\d+"),  QStringLiteral("1\\.[0-3]\\d+"),
         QStringLiteral("2\\.[0-3]\\d+"),  QStringLiteral("4\\.[0-3]\\d+"),

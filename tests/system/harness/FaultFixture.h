@@ -15,16 +15,16 @@ namespace lumvik::test {
 inline const QString began =
     QStringLiteral("debug playback: mpv began opening the selected stream\\.");
 
-/// The forms in which a secret may appear in text: plain, percent-encoded as in an address, and
-/// encoded as in HTTP basic authentication by the user "viewer".
+/// Returns the forms in which a secret may appear in text: plain, percent-encoded as in an address,
+/// and Base64-encoded, with and without the user name "viewer", as in basic authentication.
 [[nodiscard]] QList<QByteArray> formsOfSecret(const QString &secret);
 
-/// The starting point of the fault tests. The real viewer shows the live picture of the test
-/// camera. Then a fault occurs in real time, and the moving picture must return within a limit.
+/// The base of the fault tests. In each test, the viewer first shows the live picture of a test
+/// camera. Then a fault occurs, and the live picture must return within a time limit.
 ///
-/// The camera requires a user name and a password with every character that has a special meaning
-/// in an address. At the end of every test the viewer must exit with status 0 within three seconds
-/// of SIGTERM, unless the test has ended it already. It must never have written a password.
+/// The camera requires a user name and a password that contains characters with a special meaning
+/// in an address. If the viewer still runs at the end of a test, it must exit with status 0 within
+/// three seconds of SIGTERM, and must never have written the password.
 class FaultFixture : public ViewerFixture {
   protected:
     using Milliseconds = std::chrono::milliseconds;
@@ -35,80 +35,82 @@ class FaultFixture : public ViewerFixture {
 
     /// A camera with a password and a small picture that is cheap to decode.
     [[nodiscard]] static CameraSetup faultCamera();
-    /// The same with the capture time in its picture.
+    /// The camera of `faultCamera`, with the capture time in its picture.
     [[nodiscard]] static CameraSetup faultCameraWithClock();
 
-    /// Starts the camera as the only one in the list and the viewer in a window of the smallest
-    /// size, and waits until the picture moves. When it does not, the test fails and the result is
-    /// null.
+    /// Starts the camera, which becomes the only entry of the camera list, and the viewer in a
+    /// window of the smallest size. Then waits until the picture is live. When the picture does not
+    /// become live, the test fails and the result is null.
     CameraProcess *showCamera(const CameraSetup &setup = faultCamera());
 
-    /// Starts the measurement. The fault is over, or has just occurred when the limit counts from
-    /// its beginning.
+    /// Starts to measure the recovery time. To be called when the fault ends, or when the fault
+    /// begins if the limit counts from its beginning.
     void faultIsOver() { m_sinceFault.start(); }
     [[nodiscard]] Milliseconds sinceFault() const { return Milliseconds(m_sinceFault.elapsed()); }
 
-    /// Waits until the camera's colour bars fill the window and the changing parts of its picture
-    /// change.
+    /// Waits until the camera's colour bars fill the window and the moving part of the picture
+    /// changes.
     [[nodiscard]] testing::AssertionResult pictureIsLive(Milliseconds deadline) const;
-    /// Waits until the viewer's log from `mark` on reports frames and the picture is live, both
-    /// within `limit` of `faultIsOver`. Prints the time that this took.
+    /// Waits until the viewer's log from line `mark` on reports resumed frames and the picture is
+    /// live. Both must happen within `limit` of the call of `faultIsOver`. Prints the measured
+    /// time.
     [[nodiscard]] testing::AssertionResult isLiveAgainWithin(Milliseconds limit, qsizetype mark);
-    /// Prints a measured time beside its limit, and keeps it with the test's results.
+    /// Prints a measured time and its limit, and records the time in the test's results.
     static void report(const char *what, Milliseconds measured, Milliseconds limit);
 
     /// Waits until the log from line `mark` on contains a line for each pattern, in this order.
-    /// Each pattern must match its line completely, and other lines may come in between. Lines have
-    /// the form "level category: text", without the time.
+    /// Each pattern must match its line completely, and other lines may be in between. Log lines
+    /// have the form "level category: text", without the time.
     [[nodiscard]] testing::AssertionResult
     logShows(const QStringList &story, qsizetype mark,
              Milliseconds deadline = Milliseconds::zero()) const;
-    /// The log's lines from `mark` on, as `logShows` sees them.
+    /// The log's lines from line `mark` on, in the form that `logShows` uses.
     [[nodiscard]] QStringList logLines(qsizetype mark) const;
-    /// How many of them match `pattern` as a whole.
+    /// The number of log lines from line `mark` on that match `pattern` completely.
     [[nodiscard]] qsizetype countInLog(const QString &pattern, qsizetype mark) const;
 
-    /// Whether every recovery attempt that was scheduled since `mark` ended before the next one was
-    /// scheduled. An attempt ends when it runs, or when frames or the selection of a camera make it
-    /// unnecessary.
+    /// Whether every recovery attempt that was scheduled since log line `mark` ended before the
+    /// next attempt was scheduled. An attempt ends when it runs, or when resumed frames, another
+    /// selected camera, a lost network or sleep make it unnecessary.
     [[nodiscard]] testing::AssertionResult neverTwoAttemptsPending(qsizetype mark) const;
-    /// Whether no recovery was scheduled since `mark`.
+    /// Whether no recovery was scheduled since log line `mark`.
     [[nodiscard]] testing::AssertionResult nothingScheduled(qsizetype mark) const;
 
-    /// Waits until the camera has exactly one connection, which plays, and fails the test when two
-    /// connections ever played at once.
+    /// Waits until the camera has exactly one connection and this connection plays a stream. Fails
+    /// the test if two connections have ever played at the same time.
     static void expectOneStream(CameraProcess &camera);
 
-    /// Whether the window is black apart from its controls.
+    /// Whether the whole window is black. The controls must be hidden.
     [[nodiscard]] testing::AssertionResult windowIsBlack() const;
 
-    /// Sends SIGTERM to the viewer, as the end of a session does. It must exit with status 0 within
-    /// three seconds and must not have written a password.
+    /// Sends SIGTERM to the viewer, as happens at the end of a desktop session. The viewer must
+    /// exit with status 0 within three seconds and must not have written the password.
     void expectOrderlyEnd();
     /// Fails the test when the viewer has written `secret` in any form.
     void expectNeverWritten(const QString &secret) const;
 
-    /// A pattern for the line that schedules attempt `number` ("1", "\\d+") for `reason`.
+    /// A pattern for the log line that schedules recovery attempt `number` for `reason`. `number`
+    /// is itself a pattern, such as "1" or "\\d+".
     [[nodiscard]] static QString scheduling(const QString &number, const QString &reason);
 
-    /// The same for an attempt with the delay that its number, 1 or more, implies. Every third
-    /// attempt creates a new engine.
+    /// A pattern for the log line that schedules recovery attempt `number` with the delay that
+    /// belongs to this number, which is at least 1. Every third attempt creates a new player.
     [[nodiscard]] static QString backingOff(int number, const QString &reason);
 
     static const QString user;
     static const QString password;
-    // Patterns of log lines that nearly every test expects.
+    // Patterns for log lines that nearly every test expects.
     static const QString anyScheduling;
     static const QString loading;
     static const QString resumed;
     static const QString streamEnded;
     static const QString probing;
 
-    /// A test camera's statistics of its playing connections.
+    /// A test camera's statistics about the connections that play a stream.
     struct Streams {
-        int now = 0;
-        int most = 0; ///< At once, ever.
-        int all = 0;  ///< Since the camera was started.
+        int now = 0;  ///< The current number.
+        int most = 0; ///< The largest number at the same time.
+        int all = 0;  ///< The total since the camera was started.
     };
     static Streams streamsOf(CameraProcess &camera);
 

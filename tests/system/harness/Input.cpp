@@ -24,7 +24,7 @@ void Pointer::moveTo(QPoint point) {
     xdotool(m_desktop,
             {QStringLiteral("mousemove"), QString::number(point.x()), QString::number(point.y())});
     EXPECT_TRUE(eventually(5s, [&] { return m_desktop.x().pointerPosition() == point; }))
-        << "the pointer does not go to " << point.x() << ", " << point.y();
+        << "the pointer does not reach " << point.x() << ", " << point.y();
 }
 
 void Pointer::glideTo(QPoint point, int steps) {
@@ -60,8 +60,8 @@ void Pointer::click(Button button) {
 Keyboard::Keyboard(const TestDesktop &desktop) : m_desktop(desktop) {}
 
 void Keyboard::press(const QString &key) {
-    // The call omits "--clearmodifiers", which would release and press the mouse button. No test
-    // holds a modifier.
+    // The option "--clearmodifiers" is not used, because it would release a pressed mouse button
+    // and press the button again. No test holds a modifier key.
     xdotool(m_desktop, {QStringLiteral("key"), key});
 }
 

@@ -12,11 +12,12 @@ const QString NameFaultFixture::hostName = QStringLiteral("camera.example");
 
 namespace {
 
-// A delay that a user notices. Drawing and a busy machine contribute a varying part, so this limit
-// is only reported.
+// The shortest delay that a user notices. Drawing and other load on the machine add a varying time,
+// so a longer delay is reported but does not fail the test.
 constexpr auto noticeableHold = 250ms;
-// Half of the shortest look-up in these tests, which takes two seconds per attempt. A thread that
-// waited for a name server would be blocked for longer than this on any machine.
+// The longest delay that the tests accept. It is half the duration of the shortest look-up, which
+// takes two seconds per attempt. A thread that waits for a name server is blocked for longer than
+// this on any machine.
 constexpr auto longestHold = 1s;
 const QString unresponsiveServer = QStringLiteral("192.0.2.53");
 
@@ -26,8 +27,8 @@ QString NameFaultFixture::named(const QString &name, int port) {
     QUrl url;
     url.setScheme(QStringLiteral("rtsp"));
     url.setUserName(user);
-    // Percent-encoded as in an address, because a plain password would change the meaning of the
-    // address.
+    // The password is percent-encoded, because its special characters would change the meaning of
+    // the address.
     url.setPassword(QString::fromLatin1(QUrl::toPercentEncoding(password)), QUrl::TolerantMode);
     url.setHost(name);
     url.setPort(port);
@@ -45,7 +46,7 @@ void NameFaultFixture::startNetworkWithUnresponsiveNameServer(const QByteArray &
 
 void NameFaultFixture::startMeasuredViewer() {
     ASSERT_NO_FATAL_FAILURE(startSmallViewer());
-    // The time that starting takes must not count.
+    // The measurement must not include the time that the viewer needs to start.
     ASSERT_TRUE(logShows({probing}, 0, 10s));
     responsiveness = std::make_unique<Responsiveness>(desktop.display(), viewer->window());
 }

@@ -31,9 +31,9 @@ namespace {
 
 constexpr auto recoveryLimit = 5s;
 constexpr auto closingLimit = 3s;
-/// The time after the interruption within which a still picture must disappear. A picture may be
-/// ten seconds old, the program checks every two seconds, and frames that were already under way
-/// are still shown.
+/// The time after the interruption within which a still picture must disappear. The viewer hides a
+/// picture that is ten seconds old, and checks the age of the picture every two seconds. The
+/// remaining time is for frames that were in transit.
 constexpr auto blackLimit = 12500ms;
 
 } // namespace
@@ -110,13 +110,14 @@ void NetworkFaultFixture::expectOneAttempt(qsizetype mark, Connection connection
              engineStarted, loading, resumed},
             mark));
     }
-    std::cout << "[          ] " << (started > 0 ? "by a new player" : "by the old connection")
+    std::cout << "[          ] "
+              << (started > 0 ? "live through a new player" : "live through the old connection")
               << std::endl;
-    // A second attempt would follow within a second of the end of the first one.
+    // A second recovery attempt would follow within one second of the end of the first attempt.
     expectThroughout(2s, [&]() -> testing::AssertionResult {
         if (countInLog(anyScheduling, mark) == 1 && countInLog(engineStarted, mark) <= 1)
             return testing::AssertionSuccess();
-        return testing::AssertionFailure() << "there was not one attempt:\n"
+        return testing::AssertionFailure() << "there was not exactly one attempt:\n"
                                            << logLines(mark).join(u'\n').toStdString();
     });
     EXPECT_TRUE(pictureIsLive(1s));

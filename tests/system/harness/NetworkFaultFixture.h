@@ -7,53 +7,59 @@
 
 namespace lumvik::test {
 
-/// Faults of the network between the viewer and the camera. Each runs on a simulated machine of its
-/// own, and a cable connects the two (see CameraNetwork). The connection to the display does not
-/// use this network.
+/// The base of tests with faults of the network between the viewer and the camera. The viewer and
+/// the camera run on two simulated machines, which a simulated cable connects (see CameraNetwork).
+/// The viewer's connection to the display does not use this network.
 class NetworkFaultFixture : public FaultFixture {
   protected:
     /// Skips the test when the system does not permit private networks.
     void SetUp() override;
 
-    /// Starts the network in which the camera and the viewer are started from then on. Fails the
-    /// test when this is impossible.
+    /// Starts the simulated network. The viewer, and cameras with the setup `networkCamera()`, run
+    /// in this network if they are started later. Fails the test when the network cannot be
+    /// started.
     void startNetwork(CameraNetwork::Cable cable = CameraNetwork::Cable::plugged);
-    /// The camera for this network.
+    /// The setup of a camera in the simulated network.
     [[nodiscard]] CameraSetup networkCamera() const;
-    /// Starts the network, the camera and the viewer, and waits until the picture moves.
+    /// Starts the network, the camera and the viewer, and waits until the picture is live.
     void showCameraOverNetwork();
-    /// Starts the viewer in a small window, whatever its cameras may be.
+    /// Starts the viewer in a small window, without waiting for a picture.
     void startSmallViewer();
 
-    /// An interruption of the network: how it begins and how it ends.
+    /// An interruption of the network, with functions that begin and end the interruption.
     struct Cut {
         const char *name;
         std::function<testing::AssertionResult(CameraNetwork &)> begin;
         std::function<testing::AssertionResult(CameraNetwork &)> end;
     };
-    /// The viewer's own interface is switched off.
+    /// An interruption in which the viewer's network interface is switched off.
     static const Cut interfaceDown;
-    /// The other end of the cable is down, so the viewer's interface has no carrier.
+    /// An interruption in which the camera's network interface is switched off, so the viewer's
+    /// interface loses its carrier.
     static const Cut cableOut;
 
-    /// Interrupts the network for `duration` while the picture is live. Playback must be suspended,
-    /// and the still picture must not stay for long. Afterwards the live picture must return within
-    /// five seconds, after at most one attempt.
+    /// Interrupts the network for `duration` while the picture is live. During the interruption,
+    /// the viewer must not schedule a recovery, and a still picture must disappear in time. After
+    /// the interruption, the live picture must return within five seconds, and exactly one recovery
+    /// attempt may be scheduled.
     void testInterruption(const Cut &cut, Milliseconds duration);
 
     enum class Connection {
-        mayLiveOn, ///< Frames that still arrive make the scheduled attempt unnecessary.
-        isDead,    ///< Only a new connection restores the picture.
+        mayLiveOn, ///< Frames may still arrive over the old connection and make the scheduled
+                   ///< attempt unnecessary.
+        isDead,    ///< Only a new connection can restore the picture.
     };
-    /// Waits until the live picture returns within five seconds of `faultIsOver`. Fails the test
-    /// unless exactly one attempt, which re-creates the player, was scheduled since `mark`.
+    /// Waits until the live picture returns, which must happen within five seconds of
+    /// `faultIsOver`. Fails the test unless exactly one recovery attempt was scheduled from log
+    /// line `mark` on, and that attempt was to create a new player.
     void expectOneAttempt(qsizetype mark, Connection connection);
     /// Runs the event loop for `duration` and fails the test when `condition` does not hold
     /// throughout.
     static void expectThroughout(Milliseconds duration,
                                  const std::function<testing::AssertionResult()> &condition);
 
-    /// Drags the window by its picture and fails the test when it does not follow.
+    /// Drags the window by its picture, and fails the test when the window does not follow the
+    /// pointer.
     void expectWindowMoves();
     /// Clicks the close button and fails the test unless the viewer exits cleanly within three
     /// seconds.

@@ -25,7 +25,8 @@ namespace {
 
 constexpr int commandDeadline = 20'000; // ms
 
-/// Only the superuser may create other namespaces without a user namespace.
+/// Whether the tests run as the superuser. Other users must create a user namespace in order to
+/// create a network namespace.
 bool isSuperuser() {
     return ::geteuid() == 0;
 }
@@ -81,8 +82,8 @@ testing::AssertionResult NetworkNamespace::start(const NetworkNamespace *owner) 
     } else {
         command = unsharing();
     }
-    // The process keeps the namespace alive. It ends when its standard input closes, even when the
-    // test is killed.
+    // The process `cat` keeps the namespace alive. It exits when its standard input is closed,
+    // which also happens when the test is killed.
     command << QStringLiteral("cat");
     m_holder = std::make_unique<ChildProcess>(QStringLiteral("the namespace's holder"),
                                               QProcessEnvironment::systemEnvironment());
@@ -92,7 +93,7 @@ testing::AssertionResult NetworkNamespace::start(const NetworkNamespace *owner) 
     const bool settled = eventually(
         20s, [this] { return !m_holder->standardOutput().isEmpty() || !m_holder->isRunning(); });
     if (!settled || m_holder->standardOutput().isEmpty()) {
-        return testing::AssertionFailure() << "no namespace can be made: "
+        return testing::AssertionFailure() << "cannot create a namespace: "
                                            << m_holder->standardError().join(u'\n').toStdString();
     }
     return run(QStringLiteral("ip link set lo up"));
@@ -121,7 +122,8 @@ testing::AssertionResult NetworkNamespace::replaceFile(const QString &path,
     if (!file.open(QFile::WriteOnly) || file.write(content) != content.size())
         return testing::AssertionFailure() << "cannot write " << own.toStdString();
     file.close();
-    // Such files are readable by everybody, since the program inside may run as another user.
+    // Every user must be able to read the file, because the program in the namespace may run as
+    // another user.
     file.setPermissions(file.permissions() | QFile::ReadGroup | QFile::ReadOther);
     // The target of a symbolic link is replaced, because a link cannot be a mount point.
     return runToTheEnd(launcher() << QStringLiteral("mount") << QStringLiteral("--bind") << own
@@ -131,7 +133,8 @@ testing::AssertionResult NetworkNamespace::replaceFile(const QString &path,
 testing::AssertionResult
 NetworkNamespace::call(const std::function<testing::AssertionResult()> &action) const {
     testing::AssertionResult result = testing::AssertionFailure() << "nothing was called";
-    // A separate thread enters the namespace and ends there, so no other code ever runs inside.
+    // Only a separate thread enters the namespace. The thread ends after `action`, so no other code
+    // runs in the namespace.
     std::thread([&] {
         const QByteArray path =
             QStringLiteral("/proc/%1/ns/net").arg(m_holder->processId()).toLatin1();
@@ -160,7 +163,7 @@ testing::AssertionResult CameraNetwork::start(Cable cable) {
     });
     if (isUp)
         return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "the cable does not come up: " << state.toStdString();
+    return testing::AssertionFailure() << "the link does not come up: " << state.toStdString();
 }
 
 testing::AssertionResult CameraNetwork::plugIn() const {
@@ -193,13 +196,14 @@ testing::AssertionResult CameraNetwork::useNameServers(const QByteArray &resolvC
         return done;
     if (const auto done = m_viewer.replaceFile(QStringLiteral("/etc/hosts"), hosts); !done)
         return done;
-    // Only the files are used, not the machine's other name services.
+    // The viewer must use only these files and name servers, and none of the machine's other name
+    // services.
     return m_viewer.replaceFile(QStringLiteral("/etc/nsswitch.conf"),
                                 resolvConf.isEmpty() ? "hosts: files\n" : "hosts: files dns\n");
 }
 
 testing::AssertionResult CameraNetwork::addBlackHoleAddress(const QString &address) {
-    // Packets go to a hardware address that does not exist.
+    // Packets are sent to a hardware address that does not exist.
     return m_viewer.run(QStringLiteral("ip neighbour replace %1 lladdr 02:00:00:00:00:01 dev "
                                        "viewer0 nud permanent")
                             .arg(address));

@@ -14,7 +14,7 @@ namespace lumvik::test {
 [[nodiscard]] int colourDistance(const QColor &one, const QColor &other);
 
 /// The share, 0 to 1, of pixels that differ by more than coding noise would explain (24 in any of
-/// red, green and blue). Pictures of different sizes differ everywhere.
+/// red, green and blue). Pictures of different sizes count as completely different.
 [[nodiscard]] double shareOfDifferentPixels(const QImage &one, const QImage &other);
 
 /// The share, 0 to 1, of pixels inside `area` that are at least `level` (0 to 255) bright.

@@ -1,5 +1,5 @@
-// Preloaded before libmpv into a viewer that a test runs. Rejects the first "loadfile" command, as
-// libmpv does when it runs out of memory, and forwards everything else.
+// A library that tests preload into the viewer, in front of libmpv. This library rejects the first
+// "loadfile" command, as libmpv does when memory runs out, and forwards all other commands.
 
 #include <dlfcn.h>
 #include <mpv/client.h>

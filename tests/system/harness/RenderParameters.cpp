@@ -1,5 +1,5 @@
-// Preloaded before libmpv into a viewer that a test runs. Prints the parameters of each render
-// context to standard error, and forwards every call.
+// A library that tests preload into the viewer, in front of libmpv. This library prints to standard
+// error which display each render context receives, and forwards every call.
 
 #include <dlfcn.h>
 #include <mpv/render_gl.h>

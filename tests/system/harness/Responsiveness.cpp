@@ -58,7 +58,8 @@ void Responsiveness::run(xcb_connection_t *connection, xcb_window_t window) {
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     const xcb_atom_t protocols = atom(connection, "WM_PROTOCOLS");
     const xcb_atom_t ping = atom(connection, "_NET_WM_PING");
-    // Replies go to the root window, and toolkits differ in how they address them.
+    // Replies are sent to the root window. Toolkits use different event masks for them, so both
+    // masks are selected.
     const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection, root, XCB_CW_EVENT_MASK, &mask);
 

@@ -10,11 +10,12 @@
 
 namespace lumvik::test {
 
-/// Measures how long a program blocks its window. It pings the window twenty times a second from
-/// construction to destruction, as a window manager pings a window that seems to be frozen. The
-/// toolkit replies from the event loop of the program's main thread.
+/// Measures the longest time in which a program's window does not reply to a ping. From
+/// construction to destruction, the object pings the window up to twenty times per second, as a
+/// window manager does to detect a frozen window. The program's toolkit replies to a ping from the
+/// event loop of the main thread.
 ///
-/// The measurement uses a thread and an X connection of its own.
+/// The measurement uses its own thread and its own X connection.
 class Responsiveness {
   public:
     Responsiveness(const QString &display, xcb_window_t window);
@@ -22,7 +23,7 @@ class Responsiveness {
     Responsiveness &operator=(const Responsiveness &) = delete;
     ~Responsiveness();
 
-    /// The longest wait for a reply so far, including the current one.
+    /// The longest wait for a reply so far, including the current wait.
     [[nodiscard]] std::chrono::milliseconds longest() const;
     /// The number of replies received.
     [[nodiscard]] int answers() const { return m_answers; }

@@ -57,8 +57,8 @@ testing::AssertionResult Screen::changesWithin(QRect area,
         return testing::AssertionSuccess() << "the picture changes";
     return testing::AssertionFailure()
            << "the picture inside " << area.width() << "x" << area.height() << "+" << area.x()
-           << "+" << area.y() << " stands still for " << deadline.count()
-           << " ms; the most that differed was " << most * 100 << " % of the pixels";
+           << "+" << area.y() << " does not change within " << deadline.count() << " ms; at most "
+           << most * 100 << " % of the pixels differed";
 }
 
 QString Screen::save(const QString &name) const {

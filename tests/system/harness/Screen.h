@@ -17,16 +17,16 @@ namespace lumvik::test {
 class TestDesktop;
 
 /// Screenshots of a desktop. Every image is cut out of the whole screen, so the image of a covered
-/// window shows what covers it. Main thread only. Must not outlive its desktop.
+/// window shows the windows above it. Main thread only. Must not outlive its desktop.
 class Screen {
   public:
     explicit Screen(const TestDesktop &desktop);
 
     [[nodiscard]] QImage all() const;
-    /// The part inside `area`, in pixels from the top left corner.
+    /// The part of the screen inside `area`, which is in pixels from the screen's top left corner.
     [[nodiscard]] QImage area(QRect area) const;
-    /// The part of the screen that the window occupies. Null when the window does not exist any
-    /// more or is off the screen.
+    /// The part of the screen that the window occupies. Null when the window no longer exists or is
+    /// outside the screen.
     [[nodiscard]] QImage window(xcb_window_t window) const;
     [[nodiscard]] QColor pixel(QPoint point) const;
 
@@ -37,13 +37,14 @@ class Screen {
               const std::function<testing::AssertionResult(const QImage &)> &predicate,
               std::chrono::milliseconds deadline) const;
 
-    /// Whether the picture inside `area` changes before the deadline. More than one pixel in a
-    /// thousand must differ visibly.
+    /// Waits until the part of the screen inside `area` changes. More than one pixel in a thousand
+    /// must differ visibly.
     [[nodiscard]] testing::AssertionResult changesWithin(QRect area,
                                                          std::chrono::milliseconds deadline) const;
 
-    /// Writes the whole screen as "NAME.png" to the folder $LUMVIK_TEST_ARTIFACTS when this
-    /// variable is set. Returns the path, or an empty string.
+    /// Saves the whole screen as "NAME.png" in the folder $LUMVIK_TEST_ARTIFACTS if this
+    /// environment variable is set. Returns the path of the file, or an empty string if no file was
+    /// saved.
     QString save(const QString &name) const;
 
   private:

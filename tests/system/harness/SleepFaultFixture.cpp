@@ -16,10 +16,11 @@ const QString SleepFaultFixture::waking =
 namespace {
 
 constexpr auto wakeRecoveryLimit = 5s;
-/// By default, the login manager lets the machine sleep after this time at the latest.
+/// By default, the login manager waits at most this long for an inhibitor before the machine
+/// sleeps.
 constexpr auto inhibitLimit = 5s;
 
-/// The number of open connections to a port of the loopback interface.
+/// The number of established TCP connections to a port.
 int establishedConnections(int port) {
     QFile file(QStringLiteral("/proc/net/tcp"));
     EXPECT_TRUE(file.open(QFile::ReadOnly));
@@ -55,11 +56,11 @@ void SleepFaultFixture::fallAsleep() {
     timer.start();
     logind->announceSleep();
     ASSERT_TRUE(eventually(inhibitLimit, [this] { return logind->openInhibitors() == 0; }));
-    // This is checked before any further wait, because the machine would sleep now.
+    // The connections are counted before any further wait, because a real machine would sleep now.
     EXPECT_EQ(establishedConnections(camera->port()), 0);
     report("asleep after", Milliseconds(timer.elapsed()), inhibitLimit);
     EXPECT_TRUE(logShows({sleeping}, mark, 1s));
-    // The camera notices slightly later.
+    // The camera notices slightly later that its connection was closed.
     EXPECT_TRUE(
         eventually(1s, [this] { return camera->command("clients") == QStringLiteral("ok 0"); }));
 }
@@ -68,7 +69,8 @@ void SleepFaultFixture::testSleep(Milliseconds duration) {
     ASSERT_NO_FATAL_FAILURE(showCameraAndAwaitInhibitor());
     const qsizetype mark = viewer->logMark();
     ASSERT_NO_FATAL_FAILURE(fallAsleep());
-    // The program keeps running, as it does for a while on a real machine that goes to sleep.
+    // The viewer keeps running during this simulated sleep. Programs on a real machine also run for
+    // a while before the machine sleeps.
     testing::AssertionResult verdict = testing::AssertionSuccess();
     EXPECT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
     EXPECT_TRUE(always(duration, [&] {
@@ -95,7 +97,7 @@ void SleepFaultFixture::testSleep(Milliseconds duration) {
     EXPECT_TRUE(always(2s, [&] { return countInLog(anyScheduling, wakeMark) == 1; }));
     EXPECT_TRUE(pictureIsLive(1s));
     EXPECT_TRUE(eventually(2s, [this] { return logind->openInhibitors() == 1; }))
-        << "the next sleep is not held off";
+        << "the viewer holds no inhibitor for the next sleep";
 }
 
 } // namespace lumvik::test

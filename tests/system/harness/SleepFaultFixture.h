@@ -8,8 +8,8 @@
 
 namespace lumvik::test {
 
-/// A machine that sleeps and wakes. The viewer uses a private bus as its system bus, on which a
-/// test double of the login manager runs.
+/// The base of tests in which the machine sleeps and wakes. The viewer's system bus is a private
+/// bus, on which a test double of the login manager runs.
 class SleepFaultFixture : public FaultFixture {
   protected:
     /// Skips the test when no message bus can be started.
@@ -17,11 +17,12 @@ class SleepFaultFixture : public FaultFixture {
 
     /// Shows the camera and waits until the viewer holds a sleep inhibitor.
     void showCameraAndAwaitInhibitor();
-    /// Announces sleep and waits until the viewer releases its inhibitor, which it may do only
-    /// after the stream has stopped.
+    /// Announces sleep and waits until the viewer releases its inhibitor. The viewer may release
+    /// the inhibitor only after the stream has stopped.
     void fallAsleep();
-    /// Sleeps for `duration`, during which nothing may happen. Then one attempt must restore the
-    /// live picture within five seconds.
+    /// Simulates sleep for `duration`, during which the window must be black and the viewer must
+    /// neither schedule a recovery nor connect to the camera. Then exactly one recovery attempt
+    /// must restore the live picture within five seconds.
     void testSleep(Milliseconds duration);
 
     static const QString sleeping;
@@ -29,7 +30,7 @@ class SleepFaultFixture : public FaultFixture {
 
     PrivateBus bus;
     std::unique_ptr<LogindDouble> logind;
-    CameraProcess *camera = nullptr; // one of `cameras`
+    CameraProcess *camera = nullptr; // owned by `cameras`
 };
 
 } // namespace lumvik::test

@@ -19,9 +19,9 @@ enum class WindowManager { none, openbox, xfwm4 };
 /// A private desktop: a virtual screen (Xvfb, 24 bits deep, reachable only from this machine) and a
 /// window manager. `start` starts both, and the destructor ends them.
 ///
-/// The desktop takes the first free display number, so any number of desktops can run side by side.
-/// The window manager uses a generated configuration and an otherwise empty home folder. Themes,
-/// key bindings and files of the user have no effect. Main thread only.
+/// The desktop takes the first free display number, so several desktops can run at the same time.
+/// The window manager uses a generated configuration and an otherwise empty home folder. The user's
+/// themes, key bindings and files have no effect. Main thread only.
 class TestDesktop {
   public:
     explicit TestDesktop(WindowManager windowManager = WindowManager::openbox,
@@ -33,11 +33,11 @@ class TestDesktop {
     /// Starts the screen and the window manager and waits until both are ready.
     [[nodiscard]] testing::AssertionResult start();
 
-    /// Ends the window manager while the windows stay, and starts it again.
+    /// Restarts the window manager. The windows of programs stay open.
     [[nodiscard]] testing::AssertionResult restartWindowManager();
 
-    /// Gives the screen this size, which must not exceed the initial one. This simulates a monitor
-    /// that is unplugged while another one remains.
+    /// Changes the size of the screen to `size`, which must not exceed the initial size. A smaller
+    /// screen simulates the unplugging of one of several monitors.
     [[nodiscard]] testing::AssertionResult resize(QSize size);
     /// Kills the X server while programs still use it.
     void killScreen();
@@ -48,7 +48,7 @@ class TestDesktop {
     [[nodiscard]] QRect area() const;
 
     /// The environment for a program on this desktop: the display, software OpenGL and a UTF-8
-    /// locale. It contains nothing of the session in which the tests run.
+    /// locale. Variables of the desktop session in which the tests run are left out.
     [[nodiscard]] QProcessEnvironment environment() const;
 
     /// The test's own connection to the display. Valid from `start` until destruction.
@@ -65,9 +65,10 @@ class TestDesktop {
 
     WindowManager m_kind;
     QSize m_size;
-    QTemporaryDir m_folder; // the window manager's configuration, home and bus socket
+    QTemporaryDir m_folder; // contains the window manager's configuration, home and bus socket
     QString m_display;
-    // Ended in the reverse order: window manager, its bus, our connection, the screen.
+    // These objects are destroyed in reverse order, so that each program ends before the programs
+    // on which it depends.
     std::unique_ptr<ChildProcess> m_screen;
     std::unique_ptr<XConnection> m_connection;
     std::unique_ptr<ChildProcess> m_bus; // only xfwm4 needs a bus

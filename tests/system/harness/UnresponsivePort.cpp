@@ -14,8 +14,9 @@ UnresponsivePort::UnresponsivePort(Behaviour behaviour)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     auto *generic = reinterpret_cast<sockaddr *>(&address);
-    // A bound socket that does not listen refuses connections. For one that listens, the kernel
-    // accepts connections up to the length of its queue although the program never does.
+    // A bound socket that does not listen refuses connections. For a socket that listens, the
+    // kernel establishes connections until the queue is full, although the program never accepts
+    // them.
     bool ready = ::bind(m_socket.get(), generic, size) == 0 &&
                  ::getsockname(m_socket.get(), generic, &size) == 0;
     if (behaviour == Behaviour::unresponsive)

@@ -21,7 +21,7 @@ class UnresponsivePort {
 
     explicit UnresponsivePort(Behaviour behaviour);
 
-    /// The address of a camera at this port.
+    /// The address of a supposed camera at this port.
     [[nodiscard]] QString url() const;
 
   private:
@@ -29,7 +29,7 @@ class UnresponsivePort {
     int m_port = 0;
 };
 
-/// For the names of tests.
+/// Makes GoogleTest print a behaviour as text.
 inline void PrintTo(UnresponsivePort::Behaviour behaviour, std::ostream *stream) {
     *stream << (behaviour == UnresponsivePort::Behaviour::refusing ? "refusing" : "unresponsive");
 }

@@ -14,7 +14,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// In points, from the top and the outer edge of the viewer's content.
+// The layout of the viewer's controls, in points. `margin` is the distance from the top and the
+// sides of the window's content.
 constexpr int margin = 12;
 constexpr int gap = 6;
 constexpr QSize buttonSize(28, 24);
@@ -55,7 +56,7 @@ void ViewerFixture::TearDown() {
                                                          QLatin1String(info->name()));
         const QString path = screen.save(QString(name).replace(u'/', u'-'));
         if (!path.isEmpty())
-            GTEST_LOG_(INFO) << "The screen as it was: " << path.toStdString();
+            GTEST_LOG_(INFO) << "Screenshot of the failure: " << path.toStdString();
     }
     viewer.reset();
     whiteWindow.reset();
@@ -111,15 +112,15 @@ ViewerControls ViewerFixture::controls() const {
 
 void ViewerFixture::showControls() {
     pointer.moveTo(viewer->geometry().center());
-    // A second motion covers the case that the first one arrived before the window was ready.
+    // A second motion is necessary if the first motion arrived before the window was ready.
     pointer.moveTo(viewer->geometry().center() + QPoint(2, 2));
     ASSERT_TRUE(eventually(20s, [this] { return controlsAreVisible(); }))
         << "the controls do not appear under the pointer";
 }
 
 bool ViewerFixture::controlsAreVisible() const {
-    // The corner contains both light and dark pixels only when the light symbol is drawn on its
-    // dark background.
+    // The close button's rectangle contains both light and dark pixels only when the light symbol
+    // is visible on its dark background.
     const QImage picture = screen.window(viewer->window());
     const QRect button = controls().close();
     return shareOfLightPixels(picture, button, 180) > 0.02 &&
@@ -148,7 +149,8 @@ void ViewerFixture::resizeWindow(QSize size) {
 
 testing::AssertionResult ViewerFixture::reachesFrame(QRect geometry,
                                                      std::chrono::milliseconds deadline) const {
-    // The window may only pass this geometry on its way to another one.
+    // The window must keep the geometry, because it may only pass through this geometry on the way
+    // to another.
     constexpr int rest = 400;
     QElapsedTimer sinceThere;
     const bool rests = eventually(deadline, [&] {
@@ -200,9 +202,9 @@ testing::AssertionResult ViewerFixture::hasShape(QSize shape) const {
     const SizeHints hints = viewer->normalHints();
     for (const auto &aspect : {hints.minimumAspect, hints.maximumAspect}) {
         if (!aspect)
-            return testing::AssertionFailure() << "the size hints name no aspect ratio";
+            return testing::AssertionFailure() << "the size hints contain no aspect ratio";
         if (qint64{aspect->width()} * shape.height() != qint64{aspect->height()} * shape.width()) {
-            return testing::AssertionFailure() << "the size hints name the aspect ratio "
+            return testing::AssertionFailure() << "the size hints contain the aspect ratio "
                                                << aspect->width() << ":" << aspect->height();
         }
     }

@@ -31,7 +31,7 @@ ViewerProcess::~ViewerProcess() {
     const QString state = process().stateDescription();
     process().end();
     if (testing::Test::HasFailure()) {
-        std::cout << "The viewer " << state.toStdString() << ". What it wrote:\n"
+        std::cout << "The viewer " << state.toStdString() << ". Its output:\n"
                   << allOutput().toStdString() << std::endl;
     }
 }

@@ -22,8 +22,8 @@ namespace {
 
 const QColor background{0x20, 0x40, 0x60};
 
-/// The setting for drawing without OpenGL. Weston 12 changed it, and rejects a configuration with
-/// both forms.
+/// The setting that makes Weston draw without OpenGL. Weston 12 renamed the setting, and rejects a
+/// configuration that contains both names.
 QByteArray withoutOpenGl() {
     QProcess weston;
     weston.start(QStringLiteral("weston"), {QStringLiteral("--version")});
@@ -59,13 +59,14 @@ void WaylandFixture::startSession(XWayland xWayland, int idleTime) {
         return QFile::exists(runtimeFolder + QStringLiteral("/wayland-test"));
     })) << compositor->standardError().join(u'\n').toStdString();
     ASSERT_TRUE(eventually(30s, [this] {
-        // The checked point is not in a corner, where the pointer may be.
+        // The checked point is not in a corner, because the pointer may cover a corner.
         return colourDistance(screen.pixel(QPoint(desktop.size().width() / 3, 5)), background) < 3;
     })) << "the session's background does not appear";
     ASSERT_NO_FATAL_FAILURE(alignSessionPointer());
     if (xWayland == XWayland::none)
         return;
-    // Weston logs the display of XWayland, and starts the server with the first client.
+    // Weston logs the display of XWayland immediately, but starts XWayland only when the first
+    // client connects.
     static const QRegularExpression listening(
         QStringLiteral("xserver listening on display (:\\d+)"));
     ASSERT_TRUE(eventually(30s, [this] {
@@ -92,7 +93,7 @@ void WaylandFixture::alignSessionPointer() {
         pointer.moveTo(QPoint(0, 0));
         pointer.moveTo(there);
         return eventually(1s, isThere);
-    })) << "the session's pointer does not follow";
+    })) << "the session's pointer does not follow the desktop's pointer";
     pointer.moveTo(desktop.area().bottomRight());
 }
 
@@ -172,8 +173,8 @@ std::chrono::milliseconds WaylandFixture::processorTime() const {
     QFile file(QStringLiteral("/proc/%1/stat").arg(viewer->processId()));
     if (!file.open(QFile::ReadOnly))
         return {};
-    // The fields are counted after the name, which may contain spaces. User time is field 14 and
-    // system time field 15.
+    // The fields before the end of the process name are skipped, because the name may contain
+    // spaces. User time is field 14, and system time is field 15.
     const QByteArray stat = file.readAll();
     const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
     const qint64 ticks = fields.value(11).toLongLong() + fields.value(12).toLongLong();

@@ -15,8 +15,9 @@
 
 namespace lumvik::test {
 
-/// A Wayland session. The compositor is Weston, which draws into a window of the test's own
-/// desktop. There the test can take screenshots and use a pointer and a keyboard.
+/// The base of the tests in a Wayland session. The compositor is Weston, which draws into a window
+/// on the test's X desktop. The tests take screenshots and simulate the pointer and the keyboard
+/// through this desktop.
 class WaylandFixture : public testing::Test {
   protected:
     enum class XWayland { none, offered };
@@ -24,30 +25,33 @@ class WaylandFixture : public testing::Test {
     void TearDown() override;
 
     /// Starts the session. `idleTime` is the time without input, in seconds, after which the
-    /// session turns its screen off. 0 means never.
+    /// session turns its screen off. With 0, the screen stays on.
     void startSession(XWayland xWayland = XWayland::none, int idleTime = 0);
-    /// Starts a camera that is in the list under two names.
+    /// Starts a camera, which appears in the camera list under two names.
     void startCamera();
-    /// Starts the viewer, which finds the session, and XWayland where it is offered.
+    /// Starts the viewer. Its environment names the session and, if XWayland is offered, the
+    /// display of XWayland.
     void startViewer();
     void endViewer();
 
-    /// The rectangle of the viewer's window, which is everything apart from the session's
-    /// background. The pointer must be in the window or in the screen's bottom right corner.
+    /// The rectangle of the viewer's window. The window is recognised by colours that differ from
+    /// the session's background. The pointer must be in the window or in the screen's bottom right
+    /// corner.
     [[nodiscard]] QRect windowArea() const;
-    /// The window's area once it shows the camera, which is small enough not to fill the screen.
+    /// Waits until the viewer's window shows the camera's picture, and returns the window's
+    /// rectangle.
     [[nodiscard]] QRect shownPicture() const;
-    /// Drags the picture by its middle, and moves the pointer away.
+    /// Drags the viewer's window by the middle of its picture, and moves the pointer away.
     void drag(QPoint distance);
-    /// Shows the controls of the window at `start`, and waits until its close button's cross, which
-    /// is white, has faded in.
+    /// Shows the controls of the viewer's window, which has the rectangle `start`, and waits until
+    /// the white cross of the close button has faded in.
     void showControls(QRect start);
     /// The brightest grey level inside `area` of the screen, 0 to 255.
     [[nodiscard]] int lightest(QRect area) const;
     /// The processor time that the viewer has used until now.
     [[nodiscard]] std::chrono::milliseconds processorTime() const;
     [[nodiscard]] bool hasLogged(const QString &text) const;
-    /// Whether the viewer has mapped a file of this name.
+    /// Whether the viewer has mapped a file with this name into its memory.
     [[nodiscard]] bool hasMapped(const QByteArray &fileName) const;
 
     TestDesktop desktop{WindowManager::none};

@@ -165,8 +165,9 @@ xcb_window_t XConnection::focusedWindow() const {
 }
 
 bool XConnection::keyboardIsGrabbed() const {
-    // The only way to find out is to try. The grab is for a window that is not viewable, so the
-    // server refuses it in any case. An existing grab shows as a different error.
+    // The X server reveals an existing grab only in reply to a request for another grab. The
+    // request names a window that is not viewable, so the server always refuses the request. The
+    // status in the reply shows whether another client holds a grab.
     const auto reply = owned(
         xcb_grab_keyboard_reply(m_connection,
                                 xcb_grab_keyboard(m_connection, 0, m_hiddenWindow, XCB_CURRENT_TIME,
@@ -189,7 +190,7 @@ QImage XConnection::grab(QRect area) const {
     const int bytesPerLine = area.width() * 4;
     if (!reply || xcb_get_image_data_length(reply.get()) < bytesPerLine * area.height())
         return {};
-    // The copy is necessary because QImage does not own the buffer that it wraps.
+    // The copy is necessary because the QImage does not own the buffer of the reply.
     return QImage(xcb_get_image_data(reply.get()), area.width(), area.height(), bytesPerLine,
                   QImage::Format_RGB32)
         .copy();

@@ -16,23 +16,25 @@
 
 namespace lumvik::test {
 
-/// The requests of a window to the window manager in WM_NORMAL_HINTS. Hints that are not set are
-/// empty.
+/// The size hints of a window for the window manager, from WM_NORMAL_HINTS. Hints that are not set
+/// are empty.
 struct SizeHints {
     std::optional<QSize> minimumSize;
-    /// Width and height of the smallest and of the largest aspect ratio allowed.
+    /// The smallest allowed aspect ratio, as a width and a height.
     std::optional<QSize> minimumAspect;
+    /// The largest allowed aspect ratio, as a width and a height.
     std::optional<QSize> maximumAspect;
 };
 
-/// A test's own connection to a display. It reads the windows, properties and pixels of other
-/// programs, and sends a few requests that only a window manager or pager sends.
+/// A test's own connection to an X display. Tests use the connection to read the windows,
+/// properties and pixels of other programs, and to send a few requests that normally only a window
+/// manager or pager sends.
 ///
-/// Every query goes to the server, and only atom names are cached. A window that does not exist any
-/// more is treated as one without properties. Main thread only.
+/// Every query is sent to the server, and only atoms are cached. A window that no longer exists is
+/// treated as a window without properties. Main thread only.
 class XConnection {
   public:
-    /// Connects to a display such as ":3"; null when there is none.
+    /// Connects to a display such as ":3". Returns null when the connection fails.
     [[nodiscard]] static std::unique_ptr<XConnection> open(const QString &display);
     XConnection(const XConnection &) = delete;
     XConnection &operator=(const XConnection &) = delete;
@@ -40,8 +42,8 @@ class XConnection {
 
     [[nodiscard]] xcb_window_t root() const;
 
-    /// All windows that are on the screen (mapped, like every ancestor), bottom to top, children
-    /// after their parents.
+    /// All viewable windows: windows that are mapped and whose ancestors are all mapped. The order
+    /// is from bottom to top, and children follow their parents.
     [[nodiscard]] QList<xcb_window_t> viewableWindows() const;
     [[nodiscard]] bool isViewable(xcb_window_t window) const;
     /// Whether the window bypasses the window manager, as menus and tool tips do.
@@ -49,15 +51,17 @@ class XConnection {
     /// The geometry of the window's content, in pixels from the root's top left corner.
     [[nodiscard]] std::optional<QRect> geometry(xcb_window_t window) const;
 
-    /// A property of 32-bit numbers (CARDINAL, WINDOW, ATOM…); empty when there is none.
+    /// The values of a property with 32-bit numbers (CARDINAL, WINDOW, ATOM…). Empty when the
+    /// window does not have the property.
     [[nodiscard]] QList<quint32> numbers(xcb_window_t window, const char *property) const;
-    /// A property of 8-bit text; null when there is none.
+    /// The text of a property with 8-bit characters. Null when the window does not have the
+    /// property.
     [[nodiscard]] QString text(xcb_window_t window, const char *property) const;
-    /// A property of atoms, by their names.
+    /// The names of the atoms in a property.
     [[nodiscard]] QStringList atomNames(xcb_window_t window, const char *property) const;
-    /// _NET_WM_NAME, or WM_NAME where that is missing.
+    /// The title from _NET_WM_NAME, or from WM_NAME when the window has no _NET_WM_NAME.
     [[nodiscard]] QString title(xcb_window_t window) const;
-    /// _NET_WM_PID; 0 when the window has none.
+    /// The process id from _NET_WM_PID. 0 when the window does not have this property.
     [[nodiscard]] qint64 processId(xcb_window_t window) const;
     [[nodiscard]] SizeHints normalHints(xcb_window_t window) const;
 

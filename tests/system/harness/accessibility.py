@@ -3,19 +3,20 @@
 
     accessibility.py PID [--remember]
 
-reads one command per line, a JSON list, and replies to each with one line of JSON: {"answer": ...} or
-{"error": "..."}. "role" and "name" select the first object of the program that has both.
+The script reads one command per line from standard input. Each command is a JSON list. The script replies
+to each command with one line of JSON: {"answer": ...} or {"error": "..."}. The arguments role and name
+select the first object of the program that has this role and this name.
 
     ["tree"]                         the program's objects, each with name, description, role, states,
                                      actions, text and children
-    ["find", role, name]             that object, without its children
-    ["act", role, name, action]      performs an action of that object, named as in the tree
-    ["focus", role, name]            requests the keyboard focus for that object
-    ["focused"]                      the object that got the keyboard focus last, in the tree or not
+    ["find", role, name]             the selected object, without its children
+    ["act", role, name, action]      performs an action of the selected object; the tree contains its name
+    ["focus", role, name]            requests the keyboard focus for the selected object
+    ["focused"]                      the object that got the keyboard focus last, even if it is not in the tree
     ["events"]                       the events since the last call: [kind, detail, role, name]
 
 With --remember the script keeps a cache that it updates from events, as screen readers do. Without this
-option it asks the program each time.
+option, the script queries the program each time.
 
 The environment must contain the address of the session bus, as for every program that uses AT-SPI.
 """
@@ -38,7 +39,7 @@ EVENTS = (
 
 
 def role_of(node):
-    # AT-SPI 2.53 renamed "push button" to "button".
+    # AT-SPI 2.53 renamed the role "push button" to "button".
     name = node.getRoleName()
     return "push button" if name == "button" else name
 
@@ -97,8 +98,8 @@ def text_of(node):
 
 
 def described(node):
-    # The state "visible" ignores the surroundings of an object. Qt sends no events for it, but does for
-    # the state "showing".
+    # The state "visible" is left out, because Qt sends no events when it changes. Qt does send events for the
+    # state "showing", which also depends on the surroundings of the object.
     states = [pyatspi.stateToString(state) for state in node.getState().getStates()
               if state != pyatspi.STATE_VISIBLE]
     return {"name": node.name, "description": node.description, "role": role_of(node),
@@ -136,7 +137,7 @@ def answer(program, command, *arguments):
 
 
 def main():
-    Atspi.set_timeout(20000, 60000)  # milliseconds; a busy machine takes its time
+    Atspi.set_timeout(20000, 60000)  # in milliseconds; a busy machine replies slowly
     program = Program(int(sys.argv[1]), "--remember" in sys.argv)
     pyatspi.Registry.registerEventListener(program.note, *EVENTS)
 
