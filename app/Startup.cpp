@@ -1,6 +1,7 @@
 #include "app/Startup.h"
 
 #include "app/DesktopApplication.h"
+#include "app/OpenGLProbe.h"
 #include "platform/BusProbe.h"
 #include "platform/DisplayConnectionMonitor.h"
 #include "platform/LumvikLog.h"
@@ -25,6 +26,9 @@
 namespace lumvik {
 
 namespace {
+
+/// Tells Qt's X11 platform plugin how to use OpenGL.
+constexpr const char *openGLIntegration = "QT_XCB_GL_INTEGRATION";
 
 void setDefault(const char *name, const char *value) {
     if (!qEnvironmentVariableIsSet(name))
@@ -61,11 +65,9 @@ void prepareToolkit() {
     // X11 is preferred, even through XWayland, because Wayland clients can neither place their
     // windows nor keep them on top.
     setDefault("QT_QPA_PLATFORM", "xcb;wayland");
-    // EGL can share decoded surfaces with OpenGL; GLX cannot.
-    setDefault("QT_XCB_GL_INTEGRATION", "xcb_egl");
     // The basic render loop runs on the main thread, which the engine's render context requires.
     qputenv("QSG_RENDER_LOOP", "basic");
-    // The engine can draw only with the OpenGL back end.
+    // The back end is chosen by `prepareRenderer`, because the engine must draw in the same way.
     qunsetenv("QT_QUICK_BACKEND");
     // Each of Qt's platform plugins uses and removes only its own system's activation token. The
     // token of a windowing system that is not available is removed here, so that no child inherits
@@ -77,11 +79,33 @@ void prepareToolkit() {
     // A requested frame is drawn in the next turn of the event loop, not 5 ms later.
     setDefault("QT_QPA_UPDATE_IDLE_TIME", "0");
 
+    // EGL can share decoded surfaces with OpenGL; GLX cannot.
+    setDefault(openGLIntegration, "xcb_egl");
+}
+
+RendererChoice chooseRendererForThisDisplay() {
+    const QString requested = qEnvironmentVariable("LUMVIK_RENDERER");
+    return chooseRenderer({.requested = requested,
+                           .openGLHasFailed = qEnvironmentVariableIsSet(openGLFailedVariable),
+                           .hasGraphicsDevice = hasGraphicsDevice(),
+                           .describeOpenGL = [] { return describeOpenGL(openGLCacheFile()); }});
+}
+
+void prepareRenderer(const RendererChoice &choice) {
+    if (choice.kind == RendererKind::software) {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        // Otherwise Qt would load the OpenGL driver when it connects to the display.
+        qputenv(openGLIntegration, "none");
+        return;
+    }
     QQuickWindow::setGraphicsApi(QSGRendererInterface::OpenGL);
     QSurfaceFormat format = QSurfaceFormat::defaultFormat();
-    format.setRenderableType(QSurfaceFormat::OpenGL);
-    format.setVersion(3, 2);
-    format.setProfile(QSurfaceFormat::CoreProfile);
+    // Without a request for a version, the driver offers the best that it has.
+    if (!choice.openGL || hasPreferredOpenGL(*choice.openGL)) {
+        format.setRenderableType(QSurfaceFormat::OpenGL);
+        format.setVersion(preferredOpenGLMajor, preferredOpenGLMinor);
+        format.setProfile(QSurfaceFormat::CoreProfile);
+    }
     format.setSwapBehavior(QSurfaceFormat::DoubleBuffer);
     format.setRedBufferSize(8);
     format.setGreenBufferSize(8);

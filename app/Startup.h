@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/RendererChoice.h"
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,10 +15,21 @@ class DisplayConnectionMonitor;
 /// called before large allocations, because it does not affect existing ones.
 void prepareMemory();
 
-/// Selects the windowing system, the render loop and the OpenGL version. Must be called before the
-/// application object is created. Sets environment variables of this process. The user's own values
-/// take precedence, except for the render loop and the back end.
+/// Selects the windowing system and the render loop. Must be called before the application object
+/// is created. Sets environment variables of this process. The user's own values take precedence,
+/// except for the render loop and the back end.
 void prepareToolkit();
+
+/// Set in the environment of an instance that replaces one in which OpenGL has failed.
+inline constexpr const char *openGLFailedVariable = "LUMVIK_OPENGL_FAILED";
+
+/// Chooses how windows are drawn on this process's display. May start a child process (see
+/// OpenGLProbe.h). Must be called after `prepareToolkit`.
+[[nodiscard]] RendererChoice chooseRendererForThisDisplay();
+
+/// Makes the toolkit draw windows as chosen. Must be called after `prepareToolkit`, and before the
+/// application object is created.
+void prepareRenderer(const RendererChoice &choice);
 
 /// Prevents this process from using an unresponsive session bus. Qt uses the bus for themes and
 /// accessibility, and would wait a minute for its reply before it shows the first window. Blocks

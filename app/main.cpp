@@ -2,6 +2,7 @@
 #include "app/DesktopApplication.h"
 #include "app/DesktopOpener.h"
 #include "app/MessageBoxAlerts.h"
+#include "app/OpenGLProbe.h"
 #include "app/QtFilePanels.h"
 #include "app/SingleInstance.h"
 #include "app/Startup.h"
@@ -14,6 +15,7 @@
 #include "platform/ExitGuard.h"
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
+#include "platform/ProcessRestart.h"
 #include "platform/TerminationSignals.h"
 #include "platform/network/RtnetlinkPathMonitor.h"
 #include "platform/network/TcpConnection.h"
@@ -27,6 +29,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -112,6 +115,8 @@ std::optional<int> handOverToFirstInstance(SingleInstance &instance, const Launc
 struct System {
     Alerts &alerts;
     const DesktopOpener opener;
+    const RendererChoice renderer;
+    char **argv; ///< The arguments of the program, for a restart.
     QtMainQueue mainQueue{};
     UserDefaults userDefaults{UserDefaults::standardPath()};
     QtFilePanels filePanels{};
@@ -135,6 +140,15 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
             .limitTimeToExit = [] { endProcessWithin(longestExit); },
             .playerHasLoaded = [&exitGuard] { exitGuard.renew(); },
             .terminate = [&system] { system.termination.request(); },
+            .restartWithSoftwareRenderer =
+                [&system] {
+                    if (system.renderer.kind == RendererKind::software)
+                        return false;
+                    qputenv(openGLFailedVariable, "1");
+                    requestRestart(system.argv);
+                    system.termination.request();
+                    return true;
+                },
             .openUrl =
                 [&system](const QUrl &address, const std::function<void()> &failed) {
                     system.opener.open(address, failed);
@@ -175,6 +189,14 @@ void serveLaunchRequests(AppDelegate &delegate, const Termination &termination,
     desktopApplication.start(handle);
 }
 
+/// Logs how windows are drawn, and why.
+void logRenderer(const RendererChoice &choice) {
+    LumvikLog::lifecycle().info(
+        choice.kind == RendererKind::software
+            ? QStringLiteral("The window is drawn without OpenGL: %1.").arg(choice.reason)
+            : QStringLiteral("The window is drawn with OpenGL: %1.").arg(choice.reason));
+}
+
 /// Runs the program until it quits. Returns the exit status.
 int run(LaunchRequest::Action action, System &system, SingleInstance &instance) {
     ExitGuard exitGuard;
@@ -192,6 +214,7 @@ int run(LaunchRequest::Action action, System &system, SingleInstance &instance) 
     delegate.performSoon(action);
     const int status = QApplication::exec();
     if (!delegate.finishPlayers(longestPlayerTeardown)) {
+        restartIfRequested();
         // An engine may still be waiting for a name server. It would crash if its libraries were
         // unloaded.
         std::_Exit(status);
@@ -199,25 +222,29 @@ int run(LaunchRequest::Action action, System &system, SingleInstance &instance) 
     return status;
 }
 
-} // namespace
-
-int main(int argc, char **argv) {
+/// Starts the program and runs it until it quits. Returns the exit status.
+int launch(int argc, char **argv) {
     const CoreDumpSettings usersCoreDumps = forbidCoreDumps();
     prepareMemory();
     // The environment for programs that Lumvik starts.
     QProcessEnvironment usersEnvironment = QProcessEnvironment::systemEnvironment();
     const QByteArray activationToken = takeActivationToken(usersEnvironment);
+    usersEnvironment.remove(QString::fromLatin1(openGLFailedVariable));
     // --help and --version work without a display.
     const QString version = LumvikUpdateSettings::runningVersion().version;
     if (const auto early = parseCommandLine(commandLine(argc, argv), version);
         !early && early.error().status == 0)
         return report(early.error());
     prepareToolkit();
+    if (argc == 2 && std::strcmp(argv[1], describeOpenGLOption) == 0)
+        return runOpenGLProbe(argc, argv);
     if (const auto problem = missingDisplay()) {
         std::fprintf(stderr, "%s\n", problem->c_str());
         return 1;
     }
     avoidUnresponsiveSessionBus();
+    const RendererChoice renderer = chooseRendererForThisDisplay();
+    prepareRenderer(renderer);
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Lumvik"));
     QApplication::setWindowIcon(applicationIcon());
@@ -234,6 +261,18 @@ int main(int argc, char **argv) {
     if (const auto status = handOverToFirstInstance(
             instance, LaunchRequest::with(*action, activationToken), alerts))
         return *status;
-    System system{.alerts = alerts, .opener = DesktopOpener(usersEnvironment, usersCoreDumps)};
+    System system{.alerts = alerts,
+                  .opener = DesktopOpener(usersEnvironment, usersCoreDumps),
+                  .renderer = renderer,
+                  .argv = argv};
+    logRenderer(renderer);
     return run(*action, system, instance);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const int status = launch(argc, argv);
+    restartIfRequested();
+    return status;
 }

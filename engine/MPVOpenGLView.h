@@ -1,29 +1,32 @@
 #pragma once
 
 #include "engine/VideoFramePacing.h"
+#include "engine/VideoRenderer.h"
 #include "platform/MainQueue.h"
 
 #include <QQuickItem>
 #include <QSize>
 
 #include <mpv/client.h>
-#include <mpv/render_gl.h>
 
 #include <functional>
 #include <memory>
+#include <span>
 
 namespace lumvik {
 
 /// The view into which libmpv draws, below everything else in its window.
 ///
-/// The picture is rendered directly into the window's framebuffer, inside the scene graph's render
-/// pass and before the scene itself, so that it is never copied. The window must use the basic
-/// render loop, which renders on the main thread: every call of this class and every OpenGL call
-/// happens there. The exception is libmpv's update callback, which only posts to the main thread.
+/// The view decides which of the engine's frames are drawn, when, and whether the window shows a
+/// picture or black. The view's VideoRenderer draws the frames with OpenGL or, where there is no
+/// graphics card, on the processor. The window must use the basic render loop or the software back
+/// end, which both draw on the main thread. Use this class on the main thread only. libmpv's update
+/// callback runs on other threads, but only posts a task to the main thread.
 ///
-/// While the window is not exposed, nothing is drawn. Announced frames are then fetched and
-/// dropped, because the engine would otherwise wait for each of them and fall behind permanently.
-/// Dropped frames still count as shown: they prove that the camera is delivering.
+/// While the window is not exposed, the view draws nothing, but fetches and drops every announced
+/// frame. The engine would otherwise wait for each frame to be fetched and would fall behind
+/// permanently. A dropped frame still counts as shown, because it proves that the camera is
+/// delivering.
 class MPVOpenGLView : public QQuickItem {
     Q_OBJECT
 
@@ -31,13 +34,25 @@ class MPVOpenGLView : public QQuickItem {
     explicit MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent = nullptr);
     ~MPVOpenGLView() override;
 
-    /// Creates the render context for `player` in the window's OpenGL context. Returns libmpv's
+    /// Creates the render context for `player` with the window's graphics. Returns libmpv's
     /// result, which is negative on failure. Calling this on any thread but the main thread
     /// terminates the process.
     [[nodiscard]] int configureWithMPV(mpv_handle *player);
 
-    /// Frees the render context, if there is one. This must happen before the player is destroyed.
-    /// Calling this on any thread but the main thread terminates the process.
+    /// Returns the properties that a player of this view must have, apart from those of
+    /// `livePlaybackProperties`. The window must have been drawn.
+    [[nodiscard]] std::span<const PlayerSetting> playerProperties() const {
+        return m_renderer->playerProperties();
+    }
+
+    /// Returns the name of the player's property that contains the rotation of the video, clockwise
+    /// in degrees.
+    [[nodiscard]] const char *rotationProperty() const { return m_renderer->rotationProperty(); }
+    /// Must be called when the parameters of the video have changed.
+    void videoParametersChanged();
+
+    /// Frees the render context, if there is one. Call this function before the player is
+    /// destroyed. Calling this on any thread but the main thread terminates the process.
     void shutdownRenderContext();
 
     /// Queries libmpv for pending updates and schedules a redraw when a frame is ready.
@@ -52,7 +67,7 @@ class MPVOpenGLView : public QQuickItem {
     /// Whether a picture is shown rather than black.
     [[nodiscard]] bool showsPicture() const { return m_showsPicture; }
     /// Shows and reports frames again.
-    void expectPicture() { m_expectsPicture = true; }
+    void expectPicture();
     [[nodiscard]] bool expectsPicture() const { return m_expectsPicture; }
 
     /// Sets the handler that runs once for every new frame, after the frame was shown.
@@ -62,8 +77,9 @@ class MPVOpenGLView : public QQuickItem {
     void setPictureHandler(std::function<void()> changed) { m_pictureChanged = std::move(changed); }
 
     /// Sets the handlers for the loss and the return of the window's graphics. `lost` runs after
-    /// they were lost while a player was attached; the render context has been freed by then.
-    /// `restored` runs when they are available again after a loss, with or without a player.
+    /// the graphics were lost while a player was attached; the render context has already been
+    /// freed at that time. `restored` runs when the graphics are available again after a loss, with
+    /// or without a player.
     void setGraphicsHandlers(std::function<void()> lost, std::function<void()> restored);
 
     /// The size of the area that libmpv renders into, in pixels.
@@ -73,33 +89,30 @@ class MPVOpenGLView : public QQuickItem {
     void itemChange(ItemChange change, const ItemChangeData &value) override;
     void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
 
-  private:
-    struct RenderContextDeleter {
-        void operator()(mpv_render_context *context) const;
-    };
+    QSGNode *updatePaintNode(QSGNode *node, UpdatePaintNodeData *data) override;
 
+  private:
+    /// Whether windows are drawn with OpenGL rather than by the software back end.
+    [[nodiscard]] static bool drawsWithOpenGL();
+    void requestDrawing();
     void adoptWindow(QQuickWindow *window);
     void draw();
     void reportShownFrame();
-    [[nodiscard]] bool nextFrameIsNew() const;
     void noteNextFrame();
     void setShowsPicture(bool shows);
     void skipPendingFrame();
     void drawLastFrameSoon();
     void graphicsWereInvalidated();
     void graphicsWereInitialized();
-    [[nodiscard]] bool makeContextCurrent();
-    void render(bool skip);
 
     friend void lumvik_render_update(void *context);
 
     MainQueue &m_mainQueue;
-    std::unique_ptr<mpv_render_context, RenderContextDeleter> m_renderContext;
+    std::unique_ptr<VideoRenderer> m_renderer;
     VideoFramePacing m_pacing;
     bool m_hasPendingVideoFrame = false;
     bool m_expectsPicture = true; // false from a load command until its stream starts
     bool m_showsPicture = false;  // whether the engine's last frame belongs to the expected stream
-    bool m_frameWasTaken = false; // a frame was fetched and must still be reported to the engine
     bool m_willDrawLastFrame = false; // a redraw is scheduled in case no further frame arrives
     bool m_graphicsWereLost = false;  // the graphics were lost and have not been restored yet
     std::shared_ptr<const std::function<void()>> m_frameRenderedHandler;
@@ -107,10 +120,6 @@ class MPVOpenGLView : public QQuickItem {
     std::function<void()> m_graphicsLost;
     std::function<void()> m_graphicsRestored;
 };
-
-/// Returns the address of an OpenGL function in the current context, for libmpv. `context` is
-/// unused.
-[[nodiscard]] void *lumvik_get_proc_address(void *context, const char *name);
 
 /// libmpv's update callback, where `context` is the view. May be called on any thread.
 void lumvik_render_update(void *context);

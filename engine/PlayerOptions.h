@@ -13,11 +13,11 @@ struct PlayerSetting {
 
 /// The options set between the creation and the initialisation of every player, in this order.
 ///
-/// The player ignores the user's mpv configuration, scripts and profiles. It shows no controls of
-/// its own, takes no keyboard input and plays no audio. It receives RTSP over TCP, without a cache,
-/// and probes streams as briefly as possible (for 0.2 seconds at most), so that a live picture
-/// appears quickly. "keep-open" keeps the last frame after a stream ends, and "panscan" makes the
-/// picture fill the view.
+/// The player ignores the user's mpv configuration, scripts and profiles. The player shows no
+/// controls of its own, takes no keyboard input and plays no audio. The player receives RTSP over
+/// TCP, without a cache, and probes streams as briefly as possible (for 0.2 seconds at most), so
+/// that a live picture appears quickly. "keep-open" keeps the last frame after a stream ends, and
+/// "panscan" makes the picture fill the view.
 inline constexpr std::array playerOptions{
     PlayerSetting{"config", "no"},
     PlayerSetting{"load-scripts", "no"},
@@ -49,28 +49,42 @@ consteval const char *playerOption(std::string_view name) {
     throw "No such player option."; // turns a misspelt name into a compile-time error
 }
 
-/// The properties set right after the initialisation of every player. They keep the latency of the
-/// picture low (see benchmarks/README.md for measurements).
+/// The properties set right after the initialisation of every player. These settings keep the
+/// latency of the picture low (see benchmarks/README.md for measurements).
 inline constexpr std::array livePlaybackProperties{
-    // Even without a cache, the engine would pause at the start to fill its buffer. The delay would
-    // never be made up, because there is no audio for the picture to follow.
+    // Even without a cache, the engine would pause at the start to fill its buffer. The delay from
+    // this pause would last as long as the stream, because there is no audio that the picture could
+    // catch up with.
     PlayerSetting{"cache-pause", "no"},
-    // Each decoding thread holds back one frame. With sixteen cores this would add 0.6 seconds.
+    // Each decoding thread holds back one frame. On a machine with sixteen cores, the default
+    // number of threads would add 0.6 seconds of latency.
     PlayerSetting{"vd-lavc-threads", "1"},
-    // Frames are shown as they arrive, regardless of their time stamps. This lets the picture catch
-    // up after the network has stalled.
+    // Frames are shown as they arrive, regardless of their time stamps, so that the picture catches
+    // up after a stall of the network.
     PlayerSetting{"untimed", "yes"},
     // By default the video output holds back one frame to measure the timing of the screen.
     PlayerSetting{"video-latency-hacks", "yes"},
-    // By default "keep-open" pauses the player at the end of a stream. The pause would survive a
-    // reload, and the next stream would freeze after its first frames.
+    // By default "keep-open" pauses the player at the end of a stream. The player would stay paused
+    // after a reload, and the next stream would freeze after its first frames.
     PlayerSetting{"keep-open-pause", "no"},
-    // The simple scalers, which are the defaults of mpv 0.35. The defaults of newer versions look
-    // up weights in tables. This is slower without a graphics card, and the software OpenGL of
-    // Debian 13 (Mesa 25.0) often reads garbage from such tables, so that the picture stays black.
+};
+
+/// Further properties of a player whose frames are drawn with OpenGL that the processor emulates.
+inline constexpr std::array emulatedOpenGLProperties{
+    // The simple scalers are the defaults of mpv 0.35. The defaults of newer versions look better,
+    // but they look up weights in tables. Such look-ups are slow without a graphics card, and the
+    // software OpenGL of Debian 13 (Mesa 25.0) often reads garbage from such tables, so that the
+    // picture stays black.
     PlayerSetting{"scale", "bilinear"},
     PlayerSetting{"dscale", "bilinear"},
     PlayerSetting{"dither-depth", "no"},
+};
+
+/// Further properties of a player whose frames are drawn without OpenGL.
+inline constexpr std::array softwareRendererProperties{
+    // Frames are rotated when they are drawn. libmpv 0.35 ends the process when it is to draw a
+    // frame that is rotated by a quarter turn without OpenGL.
+    PlayerSetting{"video-rotate", "no"},
 };
 
 } // namespace lumvik

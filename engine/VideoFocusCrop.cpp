@@ -12,9 +12,12 @@ namespace {
 constexpr const char *defaultDecoder = playerOption("hwdec");
 constexpr const char *copyingDecoder = "auto-copy-safe";
 
-std::string cropFilter(const VideoFocusCrop &crop) {
+/// Returns the filter for `crop`. `removesRotation` is for a player that must not rotate the video:
+/// a filtered frame otherwise carries the camera's rotation again.
+std::string cropFilter(const VideoFocusCrop &crop, bool removesRotation) {
     return "@focus:lavfi=[crop=" + std::to_string(crop.width) + ':' + std::to_string(crop.height) +
-           ':' + std::to_string(crop.x) + ':' + std::to_string(crop.y) + ":exact=1]";
+           ':' + std::to_string(crop.x) + ':' + std::to_string(crop.y) + ":exact=1" +
+           (removesRotation ? ",sidedata=mode=delete:type=DISPLAYMATRIX]" : "]");
 }
 
 /// Whether frames decoded by `decoder` (a value of "hwdec-current") stay on the graphics card.
@@ -41,7 +44,8 @@ void setVideoCrop(mpv_handle *player, const VideoFocusCrop &crop) {
         return;
     if (keepsFramesOnCard(textProperty(player, "hwdec-current")))
         mpv_set_property_string(player, "hwdec", copyingDecoder);
-    mpv_set_property_string(player, "vf", cropFilter(crop).c_str());
+    const bool removesRotation = textProperty(player, "video-rotate") == "no";
+    mpv_set_property_string(player, "vf", cropFilter(crop, removesRotation).c_str());
 }
 
 void hideVideoCrop(mpv_handle *player) {

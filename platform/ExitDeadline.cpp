@@ -1,5 +1,7 @@
 #include "platform/ExitDeadline.h"
 
+#include "platform/ProcessRestart.h"
+
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -13,6 +15,7 @@ namespace lumvik {
 namespace {
 
 extern "C" void exitNow(int) {
+    restartIfRequested();
     // Only async-signal-safe functions may be called in a signal handler, and logging is not among
     // them.
     constexpr std::string_view message = "Lumvik exits without waiting any longer.\n";

@@ -48,9 +48,14 @@ void AppDelegate::startPlayer() {
         failPlayerStart(handle, QStringLiteral("Lumvik could not initialize its video engine."));
         return;
     }
-    if (videoHost == nullptr)
-        qFatal("A player cannot start without a view for its video.");
     if (videoHost->configureWithMPV(handle) < 0) {
+        // Some OpenGL drivers suffice for the window, but not for the engine.
+        if (environment.restartWithSoftwareRenderer()) {
+            LumvikLog::playback().error(QStringLiteral(
+                "The video engine cannot draw with this OpenGL; Lumvik restarts without it."));
+            abandonPlayerStart(handle);
+            return;
+        }
         failPlayerStart(handle, QStringLiteral("Lumvik could not attach video to its window."));
         return;
     }
@@ -87,18 +92,27 @@ bool AppDelegate::initializePlayer(mpv_handle *handle) {
         });
     for (const PlayerSetting &property : livePlaybackProperties)
         mpv_set_property_string(handle, property.name, property.value);
+    if (videoHost == nullptr)
+        qFatal("A player cannot start without a view for its video.");
+    for (const PlayerSetting &property : videoHost->playerProperties())
+        mpv_set_property_string(handle, property.name, property.value);
     return true;
 }
 
 void AppDelegate::failPlayerStart(mpv_handle *handle, const QString &message) {
-    mpvObserver.reset();
-    if (handle != nullptr)
-        mpv_terminate_destroy(handle);
+    abandonPlayerStart(handle);
     // A shortage of memory, threads or graphics may be over in a moment. The watchdog does not
     // retry, because it needs a player.
     schedulePlaybackRecovery({.reason = QStringLiteral("video engine could not start")});
     playbackState = PlaybackSupervisorState::stopped;
     showPlaybackError(message);
+}
+
+void AppDelegate::abandonPlayerStart(mpv_handle *handle) {
+    mpvObserver.reset();
+    if (handle != nullptr)
+        mpv_terminate_destroy(handle);
+    playbackState = PlaybackSupervisorState::stopped;
 }
 
 void AppDelegate::attachPlayer(mpv_handle *handle) {
@@ -167,9 +181,10 @@ void AppDelegate::setMPVProperty(const char *name, const char *value) {
 }
 
 void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
+    videoHost->videoParametersChanged();
     const auto width = integerProperty(handle, "video-params/w");
     const auto height = integerProperty(handle, "video-params/h");
-    const auto rotation = integerProperty(handle, "video-params/rotate");
+    const auto rotation = integerProperty(handle, videoHost->rotationProperty());
     const auto geometry =
         videoSourceGeometry(width.value_or(0), height.value_or(0), rotation.value_or(0));
     if (!geometry)

@@ -257,7 +257,7 @@ void AppDelegate::windowWillClose() {
 void AppDelegate::graphicsFailed(const QString &details) {
     LumvikLog::lifecycle().error(
         QStringLiteral("The window's graphics could not be set up: %1").arg(details));
-    if (std::exchange(graphicsFailureIsShown, true))
+    if (std::exchange(graphicsFailureIsShown, true) || environment.restartWithSoftwareRenderer())
         return;
     environment.mainQueue.async([self = QPointer(this)] {
         if (!self || self->isClosingViewer)
@@ -266,8 +266,8 @@ void AppDelegate::graphicsFailed(const QString &details) {
             {.style = Alert::Style::warning,
              .messageText = QStringLiteral("Lumvik"),
              .informativeText = QStringLiteral(
-                 "Lumvik needs OpenGL 3.2 to show video, and this system offers none. Install or "
-                 "enable a graphics driver, then open Lumvik again."),
+                 "Lumvik cannot draw in its window. Restart the desktop session, then open Lumvik "
+                 "again."),
              .buttons = {QStringLiteral("Quit")}});
         // The controller may have been destroyed during the alert's nested event loop.
         if (self && !self->isClosingViewer)

@@ -339,6 +339,8 @@ class AppDelegate final : public QObject {
     [[nodiscard]] bool initializePlayer(mpv_handle *handle);
     void attachPlayer(mpv_handle *handle);
     void failPlayerStart(mpv_handle *handle, const QString &message);
+    /// Destroys a player that has no render context yet, if there is one.
+    void abandonPlayerStart(mpv_handle *handle);
 
     // AppDelegate+Supervisor.cpp
     /// Starts a new selection with the camera at `index` and cancels all work for the previous one.

@@ -41,6 +41,9 @@ struct AppEnvironment {
     std::function<void()> playerHasLoaded;
     /// Quits the application, in a later turn of the event loop.
     std::function<void()> terminate;
+    /// Replaces the application by a new instance that draws without OpenGL, in a later turn of the
+    /// event loop. Returns false, without effect, if this instance already does.
+    std::function<bool()> restartWithSoftwareRenderer = [] { return false; };
     /// Opens an address in the user's browser or mail program. `failed` runs if there is none.
     std::function<void(const QUrl &, const std::function<void()> &failed)> openUrl;
     std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;

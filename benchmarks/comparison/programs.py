@@ -171,22 +171,32 @@ class Lumvik(Program):
         desktop.move_pointer_away()
 
 
-def player_options(source_root):
-    """Reads the fixed player options from Lumvik's source and returns them as command-line options of mpv."""
+def player_options(source_root, video_output):
+    """Reads the fixed player options from Lumvik's source and returns them as command-line options of mpv.
+
+    mpv itself opens a window with `video_output`. Lumvik's video output renders into the viewer's window."""
     with open(f"{source_root}/engine/PlayerOptions.h") as file:
         block = re.search(r"playerOptions\{(.*?)\n\};", file.read(), re.S)
     options = re.findall(r'PlayerSetting\{"([^"]+)", "([^"]*)"\}', block.group(1)) if block else []
     if not options:
         raise Failure("the format of engine/PlayerOptions.h has changed, and the player options cannot be read from it")
-    # mpv itself opens a window. Lumvik's video output renders into the viewer's window.
-    return [f"--{name}={'gpu' if name == 'vo' else value}" for name, value in options]
+    return [f"--{name}={video_output if name == 'vo' else value}" for name, value in options]
+
+
+def viewers(executable):
+    """Returns the viewer with each of its renderers."""
+    return [
+        Lumvik("lumvik", executable, {"LUMVIK_RENDERER": "software"}),
+        Lumvik("lumvik-gl", executable, {"LUMVIK_RENDERER": "opengl"}),
+    ]
 
 
 def peers(source_root):
     scaled = ["videoscale", "!", "videoconvert", "!",
               f"video/x-raw,width={WIDTH},height={HEIGHT}", "!", "ximagesink", "sync=false"]
     return [
-        Mpv("mpv-same", player_options(source_root)),
+        Mpv("mpv-x11", player_options(source_root, "x11")),
+        Mpv("mpv-same", player_options(source_root, "gpu")),
         Mpv("mpv-low", ["--no-config", "--profile=low-latency", "--rtsp-transport=tcp",
                         "--audio=no", "--vo=gpu"]),
         FFplay("ffplay"),

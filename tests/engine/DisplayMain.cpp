@@ -21,9 +21,11 @@ int main(int argc, char **argv) {
     }
     qputenv("DISPLAY", screen.display().c_str());
     qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("LUMVIK_LOG", "stderr");
     qputenv("LIBGL_ALWAYS_SOFTWARE", "1");
     qunsetenv("WAYLAND_DISPLAY");
     lumvik::prepareToolkit();
+    lumvik::prepareRenderer(lumvik::chooseRendererForThisDisplay());
     int result = 1;
     {
         const QApplication application(argc, argv);

@@ -199,7 +199,7 @@ TEST_F(MPVEventLoopTest, SecondStartAndSecondStopDoNothing) {
     loop->start();
     ASSERT_TRUE(mpv.waitUntilPumpIdles(deadline));
     loop->stop();
-    loop->stop(); // if this waited for the pump, it would never return
+    loop->stop(); // a stop that waited for the pump would never return
     EXPECT_EQ(mpv.callsTo("mpv_wakeup").size(), 1U);
     const std::size_t waits = mpv.callsTo("mpv_wait_event").size();
     loop->start();

@@ -1,5 +1,6 @@
 // Tests that the real engine cuts an area out of a real camera's picture. The engine uses its
-// "video-crop" property if it has one, and a filter otherwise. Both must show the same pixels.
+// "video-crop" property if it has one, and a filter otherwise. The property and the filter must
+// show the same pixels.
 
 #include "RealViewFixture.h"
 #include "engine/VideoFocusCrop.h"
@@ -103,7 +104,7 @@ class RealCropTest : public RealViewFixture, public testing::WithParamInterface<
         if (GetParam().degrees != 0)
             camera.command("rotate " + QByteArray::number(GetParam().degrees));
         ASSERT_NO_FATAL_FAILURE(play(5));
-        // As in the program while an area is shown: the picture is stretched to fill the window.
+        // While an area is shown, the program stretches the picture to fill the window.
         ASSERT_GE(mpv_set_property_string(player, "keepaspect", "no"), 0);
         ASSERT_GE(mpv_set_property_string(player, "panscan", "0"), 0);
     }
@@ -154,7 +155,7 @@ TEST_P(RealCropTest, LeavesDecoderAndGeometryUnchanged) {
     ASSERT_TRUE(eventuallyShowsTwoBars());
     EXPECT_EQ(property("video-crop"), hasOwnCrop ? videoCropText(area) : "(none)");
     EXPECT_EQ(property("vf").empty(), hasOwnCrop) << property("vf");
-    // The decoder is unchanged, because here frames are decoded into memory, where filters can
+    // The decoder is unchanged, because this test decodes frames into memory, where filters can
     // access them.
     EXPECT_EQ(property("hwdec"), "auto-safe");
     EXPECT_EQ(property("hwdec-current"), decoder);

@@ -59,7 +59,7 @@ class RealEngineTest : public testing::Test {
             mpv_set_property_string(core.get(), each.name, each.value);
         return core;
     }
-    /// Takes events until an event with this id has arrived.
+    /// Reads events until one with this id has arrived.
     [[nodiscard]] bool waitForEvent(mpv_handle *core, mpv_event_id id) {
         return eventually(deadline, [&] { return takeEvents(core).contains(id); });
     }
@@ -77,7 +77,7 @@ class RealEngineTest : public testing::Test {
 // ---- Locale ----
 
 /// Creates a locale with a decimal comma and activates it for the lifetime of this object. `isSet`
-/// returns false if that fails.
+/// returns false if the locale cannot be created or activated.
 class CommaLocale {
   public:
     CommaLocale() {

@@ -33,15 +33,15 @@ class RealViewFixture : public testing::Test {
         std::setlocale(LC_NUMERIC, "C");
         window.setColor(Qt::black);
         window.resize(640, 360);
-        // Measures the view's drawing: handlers run in the order in which they were connected, and
-        // the view connects its own between the two below.
-        connectBeforeDrawing();
-        view = new MPVOpenGLView(queue, window.contentItem());
-        view->setSize(QSizeF(640, 360));
         QObject::connect(
-            &window, &QQuickWindow::beforeRenderPassRecording, &window,
+            &window, &QQuickWindow::beforeRendering, &window, [this] { drawing.start(); },
+            Qt::DirectConnection);
+        QObject::connect(
+            &window, &QQuickWindow::afterRendering, &window,
             [this] { drawingTimes.append(static_cast<double>(drawing.nsecsElapsed()) / 1e6); },
             Qt::DirectConnection);
+        view = new MPVOpenGLView(queue, window.contentItem());
+        view->setSize(QSizeF(640, 360));
         view->setFrameRenderedHandler([this] { ++frames; });
         bool isDrawn = false;
         const auto connection = QObject::connect(&window, &QQuickWindow::frameSwapped, &window,
@@ -56,12 +56,6 @@ class RealViewFixture : public testing::Test {
         delete view;
         mpv_terminate_destroy(player);
     }
-    void connectBeforeDrawing() {
-        QObject::connect(
-            &window, &QQuickWindow::beforeRenderPassRecording, &window, [this] { drawing.start(); },
-            Qt::DirectConnection);
-    }
-
     /// Creates the player and plays the camera's stream until `count` frames were shown. Pass "no"
     /// as `untimed` if frames should wait for their presentation time, unlike in the program.
     void play(int count, const char *untimed = "yes") {
@@ -71,6 +65,8 @@ class RealViewFixture : public testing::Test {
             mpv_set_option_string(player, option.name, option.value);
         ASSERT_GE(mpv_initialize(player), 0);
         for (const PlayerSetting &property : livePlaybackProperties)
+            mpv_set_property_string(player, property.name, property.value);
+        for (const PlayerSetting &property : view->playerProperties())
             mpv_set_property_string(player, property.name, property.value);
         mpv_set_property_string(player, "untimed", untimed);
         ASSERT_GE(view->configureWithMPV(player), 0);
@@ -97,7 +93,7 @@ class RealViewFixture : public testing::Test {
     mpv_handle *player = nullptr;
     MPVOpenGLView *view = nullptr;
     QElapsedTimer drawing;
-    QList<double> drawingTimes; // in milliseconds
+    QList<double> drawingTimes; // of the whole scene, in milliseconds
     int frames = 0;
 
   private:

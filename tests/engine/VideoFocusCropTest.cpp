@@ -53,6 +53,15 @@ TEST_F(VideoFocusCropTest, IsRemovedWithAnEmptyText) {
     EXPECT_THAT(newSettings(), ElementsAre("video-crop="));
 }
 
+TEST_F(VideoFocusCropTest, FilterRemovesTheRotationIfThePlayerMustNotRotate) {
+    simulateOlderEngine();
+    mpv.setTextProperty("video-rotate", "no");
+    setVideoCrop(player, crop);
+    EXPECT_THAT(newSettings(), ElementsAre("video-crop=640x360+120+80",
+                                           "vf=@focus:lavfi=[crop=640:360:120:80:exact=1,"
+                                           "sidedata=mode=delete:type=DISPLAYMATRIX]"));
+}
+
 TEST_F(VideoFocusCropTest, QueriesNoPropertiesIfTheEngineHasTheCropProperty) {
     setVideoCrop(player, crop);
     removeVideoCrop(player);

@@ -82,7 +82,7 @@ TEST_F(VideoFramePacingTest, DrawsEveryFrameAgainOnceItHasCaughtUp) {
         frameAfter(decoding);
     for (int n = 0; n < 100; ++n)
         ASSERT_EQ(frameAfter(0.04 - drawing), Verdict::draw);
-    // From now on, even two frames in quick succession are both drawn.
+    // The stream has caught up, so even two frames in quick succession are both drawn.
     EXPECT_EQ(frameAfter(0.001), Verdict::draw);
 }
 

@@ -1,5 +1,6 @@
 #include "FakeMpvState.h"
 
+#include <algorithm>
 #include <utility>
 
 // The libmpv functions for rendering.
@@ -13,6 +14,18 @@ MpvRenderCall renderCall(const mpv_render_param *parameters) {
         switch (static_cast<int>(parameters->type)) {
         case MPV_RENDER_PARAM_OPENGL_FBO:
             call.framebuffer = *static_cast<const mpv_opengl_fbo *>(parameters->data);
+            break;
+        case MPV_RENDER_PARAM_SW_SIZE:
+            std::copy_n(static_cast<const int *>(parameters->data), 2, call.softwareSize.begin());
+            break;
+        case MPV_RENDER_PARAM_SW_FORMAT:
+            call.softwareFormat = static_cast<const char *>(parameters->data);
+            break;
+        case MPV_RENDER_PARAM_SW_STRIDE:
+            call.softwareStride = *static_cast<const std::size_t *>(parameters->data);
+            break;
+        case MPV_RENDER_PARAM_SW_POINTER:
+            call.softwareBytes = parameters->data;
             break;
         case MPV_RENDER_PARAM_FLIP_Y:
             call.flipY = *static_cast<const int *>(parameters->data);
@@ -102,7 +115,7 @@ int mpv_render_context_get_info(mpv_render_context *context, mpv_render_param pa
     if (fake.frameInfoFails || parameter.type != MPV_RENDER_PARAM_NEXT_FRAME_INFO)
         return MPV_ERROR_NOT_IMPLEMENTED;
     auto *info = static_cast<mpv_render_frame_info *>(parameter.data);
-    // Without a new frame the last one would be drawn again, and a redraw has no target time.
+    // Without a new frame the last frame would be drawn again, and a redraw has no target time.
     constexpr std::uint64_t redraw = MPV_RENDER_FRAME_INFO_PRESENT | MPV_RENDER_FRAME_INFO_REDRAW;
     info->flags = fake.frameIsPending ? fake.frameInfo : fake.frameInfo == 0 ? 0 : redraw;
     const bool hasTime = info->flags != 0 && (info->flags & MPV_RENDER_FRAME_INFO_REDRAW) == 0;

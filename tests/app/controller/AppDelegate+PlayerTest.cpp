@@ -11,7 +11,7 @@ using testing::ElementsAre;
 
 class PlayerTest : public ControllerFixture {};
 
-/// Expects the state without a player, as after a failed start.
+/// Expects that there is no player, as after a failed start.
 #define EXPECT_NO_PLAYER()                                                                         \
     EXPECT_EQ(mpv.liveCores(), 0);                                                                 \
     EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::stopped);                         \
@@ -41,8 +41,8 @@ TEST_F(PlayerTest, SetsTheLivePropertiesAfterInitialisation) {
     launchAndPlay(threeCameras());
     EXPECT_THAT(settings(mpv, "mpv_set_property_string"),
                 ElementsAre("cache-pause=no", "vd-lavc-threads=1", "untimed=yes",
-                            "video-latency-hacks=yes", "keep-open-pause=no", "scale=bilinear",
-                            "dscale=bilinear", "dither-depth=no"));
+                            "video-latency-hacks=yes", "keep-open-pause=no", "video-rotate=no"))
+        << "windows without a display are drawn without OpenGL";
 }
 
 TEST_F(PlayerTest, CreatesConfiguresInitialisesAttachesAndLoadsInThisOrder) {
@@ -53,7 +53,7 @@ TEST_F(PlayerTest, CreatesConfiguresInitialisesAttachesAndLoadsInThisOrder) {
         "mpv_set_option_string(core 1, demuxer-lavf-analyzeduration",
         "mpv_initialize(core 1)",
         "mpv_set_property_string(core 1, cache-pause",
-        "mpv_render_context_create(core 1, opengl",
+        "mpv_render_context_create(core 1, sw",
         "mpv_render_context_set_update_callback(renderer 1, a callback)",
         "mpv_command(core 1, loadfile",
     };
@@ -98,9 +98,9 @@ TEST_F(PlayerTest, LogsTheGenerationAndTheLoadWithoutTheAddress) {
               }));
 }
 
-TEST_F(PlayerTest, StartsAfterTheToolkitHasSetTheLocale) {
+TEST_F(PlayerTest, StartsAfterQtHasSetTheLocale) {
     launch(threeCameras());
-    ASSERT_NE(std::setlocale(LC_NUMERIC, "C.UTF-8"), nullptr); // as Qt does
+    ASSERT_NE(std::setlocale(LC_NUMERIC, "C.UTF-8"), nullptr); // Qt also sets the locale
     startPlaying();
     EXPECT_EQ(mpv.liveCores(), 1) << "the engine refuses every locale except C";
 }
@@ -132,7 +132,7 @@ TEST_F(PlayerTest, FailedCreationShowsAnAlertAndLeavesNoPlayer) {
     queue.runPending();
     alerts.clear();
     delegate->startPlayer();
-    EXPECT_TRUE(alerts.shown().isEmpty()) << "the alert comes in a later turn";
+    EXPECT_TRUE(alerts.shown().isEmpty()) << "the alert is shown in a later turn of the event loop";
     queue.runPending();
     EXPECT_EQ(alerts.texts(), QStringList(u"Lumvik could not start its video engine."_s));
     EXPECT_EQ(alerts.shown().first().messageText, u"Lumvik"_s);
@@ -158,6 +158,18 @@ TEST_F(PlayerTest, FailedRendererShowsAnAlertAndDestroysTheHandle) {
     queue.runPending();
     EXPECT_NO_PLAYER();
     EXPECT_EQ(alerts.texts(), QStringList(u"Lumvik could not attach video to its window."_s));
+    EXPECT_EQ(mpv.texts().back(), "mpv_terminate_destroy(core 1)");
+    EXPECT_EQ(mpv.position("mpv_command"), -1);
+}
+
+TEST_F(PlayerTest, FailedOpenGLRendererRestartsTheProgramWithoutOpenGL) {
+    canRestartWithSoftwareRenderer = true;
+    mpv.setRenderContextCreateResult(-19);
+    launchAndPlay(threeCameras());
+    queue.runPending();
+    EXPECT_NO_PLAYER();
+    EXPECT_EQ(rendererRestarts, 1);
+    EXPECT_TRUE(alerts.texts().isEmpty());
     EXPECT_EQ(mpv.texts().back(), "mpv_terminate_destroy(core 1)");
     EXPECT_EQ(mpv.position("mpv_command"), -1);
 }
@@ -257,12 +269,12 @@ TEST_F(PlayerTest, LoadResetsTheStateOfThePreviousStream) {
     EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::starting);
     EXPECT_EQ(access().lastFrameRenderedAt(), std::nullopt);
     EXPECT_EQ(access().sourceVideoGeometry(), std::nullopt);
-    // From the load on, the watchdog waits eight seconds for the first frame.
+    // The watchdog waits eight seconds after the load for the first frame.
     queue.advance(7.9);
     EXPECT_EQ(access().playbackRetry(), nullptr);
     queue.advance(1.2);
     EXPECT_TRUE(playbackLog().last().endsWith(u"reason=no first video frame."_s));
-    // The same shape as before is applied anew.
+    // After a load, the window takes the video's shape again even if that shape is unchanged.
     window().setContentAspectRatio({});
     delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::StartFile{}, 1);
     reportVideo(1500, 1000);
@@ -278,7 +290,7 @@ TEST_F(PlayerTest, LoadOutsideTheListOrWithoutAPlayerDoesNothing) {
     EXPECT_EQ(log.lines().size(), lines);
     queue.advance(3.2);
     EXPECT_TRUE(playbackLog().last().endsWith(u"reason=no first video frame."_s))
-        << "the deadline is still that of the first load";
+        << "the deadline of the first load is unchanged";
     const qsizetype linesOfPlayer = log.lines().size();
     delegate->stopPlayerEngine();
     delegate->loadCamera(0);

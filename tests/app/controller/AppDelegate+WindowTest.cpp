@@ -47,7 +47,7 @@ TEST_F(WindowTest, RestoresItsSavedFrame) {
     EXPECT_EQ(frame(), QRect(31, 17, 640, 360));
 }
 
-TEST_F(WindowTest, IsMovedOnScreenButKeepsItsPlaceWhenItsScreenIsDisconnected) {
+TEST_F(WindowTest, IsMovedOnScreenButRemembersItsFrameIfItsScreenIsDisconnected) {
     const QString saved = u"500 300 640 360 0 0 1600 1000"_s;
     storePreference(frameKey, saved);
     launch(threeCameras());
@@ -112,7 +112,7 @@ TEST_F(WindowTest, TemporaryMaximumIsNotRemembered) {
     EXPECT_EQ(storedFrame(), before);
     delegate->toggleTemporaryMaximum();
     queue.advance(0.35);
-    EXPECT_NE(storedFrame(), before) << "the frame is stored again, in another notation";
+    EXPECT_NE(storedFrame(), before) << "the restored frame is stored again, in a different format";
 }
 
 TEST_F(WindowTest, IsAtTheNormalLevelUntilPinned) {
@@ -181,7 +181,8 @@ TEST_F(WindowTest, ClosingCancelsEverythingThatCouldStartAPlayer) {
     ASSERT_TRUE(interactionView()->isSelectingFocusArea());
     mpv.sendEndFile(MPV_END_FILE_REASON_ERROR, MPV_ERROR_LOADING_FAILED);
     ASSERT_TRUE(runUntil([this] { return access().playbackRetry() != nullptr; }));
-    ASSERT_EQ(queue.delays().size(), 2U) << "the watchdog and the attempt";
+    ASSERT_EQ(queue.delays().size(), 2U)
+        << "one delay of the watchdog and one of the recovery attempt";
     delegate->closeCameraViewer();
     EXPECT_FALSE(interactionView()->isSelectingFocusArea());
     EXPECT_TRUE(queue.delays().empty());
@@ -208,6 +209,16 @@ TEST_F(WindowTest, GraphicsFailureIsShownOnceAndQuits) {
     queue.runPending();
     EXPECT_EQ(alerts.shown().size(), 1);
     EXPECT_EQ(terminations, 1);
+}
+
+TEST_F(WindowTest, GraphicsFailureRestartsTheProgramWithoutOpenGL) {
+    canRestartWithSoftwareRenderer = true;
+    launch(threeCameras());
+    delegate->graphicsFailed(u"no context"_s);
+    delegate->graphicsFailed(u"no context"_s);
+    queue.runPending();
+    EXPECT_EQ(rendererRestarts, 1);
+    EXPECT_TRUE(alerts.shown().isEmpty());
 }
 
 } // namespace

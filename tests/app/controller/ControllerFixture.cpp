@@ -8,8 +8,8 @@ namespace lumvik::test {
 
 namespace {
 
-// Set before the application object is created. Without this variable, the platform plugin without
-// a display offers GLX and is taken for X11.
+// This variable must be set before the application object is created. Without the variable, Qt's
+// offscreen platform offers GLX, and the program takes it for X11.
 const bool avoidsX11 = qputenv("QT_QPA_OFFSCREEN_NO_GLX", "1");
 
 } // namespace
@@ -23,7 +23,8 @@ ControllerFixture::~ControllerFixture() {
 
 void ControllerFixture::SetUpTestSuite() {
     ASSERT_TRUE(avoidsX11);
-    // Set once for the whole process: the API cannot be changed after the first window.
+    // The graphics API is set once for the whole process, because it cannot change after the first
+    // window is created.
     static const bool drawsBySoftware = [] {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         return true;
@@ -50,6 +51,11 @@ void ControllerFixture::launch() {
                        .limitTimeToExit = [this] { ++exitLimits; },
                        .playerHasLoaded = [this] { ++loadedPlayers; },
                        .terminate = [this] { ++terminations; },
+                       .restartWithSoftwareRenderer =
+                           [this] {
+                               rendererRestarts += canRestartWithSoftwareRenderer ? 1 : 0;
+                               return canRestartWithSoftwareRenderer;
+                           },
                        .openUrl =
                            [this](const QUrl &address, const std::function<void()> &failed) {
                                openedUrls.append(address);
@@ -92,7 +98,8 @@ void ControllerFixture::reportVideo(std::int64_t width, std::int64_t height,
                                     std::int64_t rotation) {
     mpv.setProperty("video-params/w", width);
     mpv.setProperty("video-params/h", height);
-    mpv.setProperty("video-params/rotate", rotation);
+    for (const char *name : {"video-params/rotate", "video-dec-params/rotate"})
+        mpv.setProperty(name, rotation); // which of them is read depends on the renderer
     mpv.sendPropertyChange("video-params");
     queue.runPending();
 }

@@ -30,8 +30,8 @@ inline const QString frameKey = QStringLiteral("mainWindowFrame");
 using namespace Qt::StringLiterals;
 
 /// The controller with its whole environment replaced: the engine, the clock, the network, the
-/// machine's sleep, the random numbers, the alerts and the user's folders. Its window is a real one
-/// on a platform without a display, drawn by software.
+/// machine's sleep, the random numbers, the alerts and the user's folders. The controller's window
+/// is a real one, drawn in software on a platform without a display.
 ///
 ///     TEST_F(MyTest, PausesOnSleep) {
 ///         launchAndPlay(threeCameras());
@@ -39,12 +39,12 @@ using namespace Qt::StringLiterals;
 ///         EXPECT_EQ(mpv.texts().back(), "mpv_command_string(core 1, stop)");
 ///     }
 ///
-/// A test drives the controller through its public operations and through the fakes below. It
-/// observes the calls to the engine, the log, the window and its views, the alerts and the stored
-/// preferences. `access` is for the little that shows nowhere else.
+/// A test drives the controller through its public operations and through the fakes below. Tests
+/// observe the calls to the engine, the log, the window and its views, the alerts and the stored
+/// preferences. `access` is only for state that can be observed nowhere else.
 class ControllerFixture : public testing::Test {
   protected:
-    /// Waits for the players, because a thread may still be destroying one.
+    /// Waits for threads that may still be destroying a player.
     ~ControllerFixture() override;
 
     static void SetUpTestSuite();
@@ -61,13 +61,13 @@ class ControllerFixture : public testing::Test {
     /// Runs the event loop until `predicate` returns true. Returns false after ten seconds.
     [[nodiscard]] bool eventually(const std::function<bool()> &predicate);
 
-    /// Runs deferred work, including what the pump's thread submits, until `predicate` returns
+    /// Runs deferred work, including work that the pump's thread submits, until `predicate` returns
     /// true.
     [[nodiscard]] bool runUntil(const std::function<bool()> &predicate) {
         return queue.runUntil(predicate);
     }
 
-    /// Gives the window's content a size, as the user would.
+    /// Resizes the window's content, like a user.
     void resizeWindow(const QSize &size);
 
     /// Moves the pointer over the viewer or away from it, and finishes the fade of the controls.
@@ -76,15 +76,17 @@ class ControllerFixture : public testing::Test {
     /// Makes the engine report a video of this shape, and delivers the report.
     void reportVideo(std::int64_t width, std::int64_t height, std::int64_t rotation = 0);
 
-    /// Lets `count` attempts at recovery in a row run without bringing a picture.
+    /// Runs `count` recovery attempts in a row, none of which produces a picture.
     void failRecoveryAttempts(int count);
 
-    /// Calls `check` in each condition in which nothing may be played, and passes the name of the
-    /// condition: the viewer is closing, the machine sleeps, there is no network path, there is no
-    /// camera. Launches a new controller for each condition, with three cameras except in the last.
+    /// Calls `check` once for each condition in which playback is impossible, and passes the name
+    /// of the condition: the viewer is closing, the machine sleeps, there is no network path, there
+    /// is no camera. Launches a new controller for each condition, with three cameras except in the
+    /// last.
     void whilePlaybackIsImpossible(const std::function<void(const char *why)> &check);
 
-    /// Lets the window's graphics fail, as when a driver is replaced, and notifies the controller.
+    /// Makes the window's graphics fail, as if a driver had been replaced, and notifies the
+    /// controller.
     void loseGraphics();
     /// Brings the window's graphics back and notifies the controller.
     void restoreGraphics();
@@ -110,7 +112,7 @@ class ControllerFixture : public testing::Test {
     }
     /// The menus of the main menu, from left to right.
     [[nodiscard]] static QList<QMenu *> menus();
-    /// Whether the controls are shown or fading in. The close button is enabled exactly then.
+    /// Whether the controls are shown or fading in. The close button is enabled only in this state.
     [[nodiscard]] static bool controlsAreWanted() { return closeViewerButton()->isEnabled(); }
     /// The names of the cameras that the picker offers.
     [[nodiscard]] static QStringList cameraNames();
@@ -137,8 +139,11 @@ class ControllerFixture : public testing::Test {
     FakeSleepMonitor sleepMonitor;
     FakeNetworkPath networkPath;
     FakeNetwork network;
-    double random = 0;     // the next random numbers, from 0 to below 1
-    int terminations = 0;  // how often the controller has asked to quit
+    double random = 0;    // the next random numbers, from 0 to below 1
+    int terminations = 0; // how often the controller has asked to quit
+    /// Whether the program is drawn with OpenGL, so that a restart without OpenGL may help.
+    bool canRestartWithSoftwareRenderer = false;
+    int rendererRestarts = 0;
     int loadedPlayers = 0; // how often a player's first picture was reported
     int exitLimits = 0;    // how often the time until the exit was limited
     FakeUpdates updates;

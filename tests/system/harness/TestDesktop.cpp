@@ -16,8 +16,8 @@ namespace {
 
 constexpr auto desktopStartDeadline = 30s;
 
-/// A click focuses and raises a window, and new windows get the focus. Nothing else is bound, so
-/// every key and button reaches the program under test.
+/// In this configuration, a click focuses and raises a window, and new windows get the keyboard
+/// focus. No other keys and buttons are bound, so all input reaches the program under test.
 constexpr const char *openboxConfiguration = R"(<?xml version="1.0" encoding="UTF-8"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
   <focus><focusNew>yes</focusNew><followMouse>no</followMouse><focusLast>yes</focusLast></focus>
@@ -39,7 +39,8 @@ QString lastLines(const ChildProcess &process) {
     return process.standardError().mid(qMax(0, process.standardError().size() - 10)).join(u'\n');
 }
 
-/// The environment of the test process without variables that belong to a session or configure Qt.
+/// The environment of the test process without variables that belong to a desktop session or
+/// configure a toolkit.
 QProcessEnvironment neutralEnvironment() {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     static const QStringList sessionPrefixes = {QStringLiteral("QT_"),     QStringLiteral("XDG_"),
@@ -77,8 +78,8 @@ TestDesktop::~TestDesktop() {
 testing::AssertionResult TestDesktop::resize(QSize size) {
     const QString output = QStringLiteral("screen");
     const QString mode = QStringLiteral("%1x%2").arg(size.width()).arg(size.height());
-    // The virtual screen supports only the size that it was started with. A new mode needs just a
-    // name and plausible timings.
+    // The virtual screen initially supports only the size with which it was started. A new mode
+    // needs only a name and plausible timings.
     QStringList newMode = {QStringLiteral("--newmode"), mode, QStringLiteral("40")};
     for (const int extent : {size.width(), size.height()}) {
         for (const int more : {0, 1, 2, 3})
@@ -94,7 +95,7 @@ testing::AssertionResult TestDesktop::resize(QSize size) {
             return testing::AssertionFailure() << lastLines(change).toStdString();
         return testing::AssertionSuccess();
     };
-    // The mode exists already when the screen has had this size before.
+    // If the screen has had this size before, the mode already exists.
     if (run(newMode)) {
         if (const auto added = run({QStringLiteral("--addmode"), output, mode}); !added)
             return added;
@@ -129,13 +130,16 @@ QProcessEnvironment TestDesktop::environment() const {
     QProcessEnvironment environment = neutralEnvironment();
     environment.insert(QStringLiteral("DISPLAY"), m_display);
     environment.insert(QStringLiteral("LIBGL_ALWAYS_SOFTWARE"), QStringLiteral("1"));
+    // Tests of the picture are registered once for each renderer (see CMakeLists.txt).
+    if (const QString renderer = qEnvironmentVariable("LUMVIK_TEST_RENDERER"); !renderer.isEmpty())
+        environment.insert(QStringLiteral("LUMVIK_RENDERER"), renderer);
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
     return environment;
 }
 
 testing::AssertionResult TestDesktop::start() {
     if (!m_folder.isValid())
-        return testing::AssertionFailure() << "no temporary folder can be made";
+        return testing::AssertionFailure() << "cannot create a temporary folder";
     if (const auto result = startScreen(); !result)
         return result;
     return startWindowManager();
@@ -149,8 +153,8 @@ testing::AssertionResult TestDesktop::restartWindowManager() {
 testing::AssertionResult TestDesktop::startScreen() {
     m_screen =
         std::make_unique<ChildProcess>(QStringLiteral("the virtual screen"), neutralEnvironment());
-    // The X server writes its display number to standard output once it is ready. Without -noreset
-    // it would reset and lose every property when its last client disconnects.
+    // The X server writes its display number to standard output once it is ready. Without -noreset,
+    // the server would reset and lose all properties when its last client disconnects.
     const QString geometry = QStringLiteral("%1x%2x24").arg(m_size.width()).arg(m_size.height());
     const auto started = m_screen->start(
         QStringLiteral("Xvfb"),
@@ -165,7 +169,7 @@ testing::AssertionResult TestDesktop::startScreen() {
     if (!serves || m_screen->standardOutput().isEmpty()) {
         return testing::AssertionFailure()
                << "the virtual screen " << m_screen->stateDescription().toStdString()
-               << " and named no display: " << lastLines(*m_screen).toStdString();
+               << " and reported no display: " << lastLines(*m_screen).toStdString();
     }
     m_display = u':' + m_screen->standardOutput().first().trimmed();
     m_connection = XConnection::open(m_display);
@@ -234,14 +238,15 @@ testing::AssertionResult TestDesktop::startSessionBus() {
     if (!started)
         return started;
     if (!eventually(desktopStartDeadline, [this] { return !m_bus->standardOutput().isEmpty(); }))
-        return testing::AssertionFailure() << "the session bus names no address";
+        return testing::AssertionFailure() << "the session bus reports no address";
     m_busAddress = m_bus->standardOutput().first();
     return testing::AssertionSuccess();
 }
 
 bool TestDesktop::windowManagerIsReady() const {
-    // The property of the root refers to a window that must refer to itself. This excludes a
-    // property that an ended window manager has left behind.
+    // The root window's property names a window, and the same property of that window must name the
+    // window itself. A property that an earlier window manager left behind does not meet this
+    // condition.
     const QList<quint32> named =
         m_connection->numbers(m_connection->root(), "_NET_SUPPORTING_WM_CHECK");
     return !named.isEmpty() &&

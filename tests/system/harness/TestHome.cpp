@@ -33,7 +33,7 @@ TestHome::TestHome() {
     QDir folder(m_folder.path());
     for (const QString &name : {configurationName, dataName, cacheName, runtimeName})
         folder.mkdir(name);
-    // Libraries reject a runtime folder that others can access.
+    // Libraries reject a runtime folder that other users can access.
     QFile::setPermissions(folder.filePath(runtimeName),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     setPreference(QStringLiteral("lastAutomaticUpdateCheck"),
@@ -48,6 +48,10 @@ QProcessEnvironment TestHome::environment(QProcessEnvironment base) const {
     base.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_folder.filePath(runtimeName));
     base.insert(QStringLiteral("LUMVIK_LOG"), QStringLiteral("stderr"));
     return base;
+}
+
+QString TestHome::cacheFolder() const {
+    return m_folder.filePath(cacheName) + QStringLiteral("/lumvik");
 }
 
 QString TestHome::dataFolder() const {
@@ -86,7 +90,7 @@ void TestHome::writePreferencesFile(const QByteArray &bytes) const {
 
 QVariant TestHome::preference(const QString &key) const {
     QSettings settings(preferencesPath(), QSettings::IniFormat);
-    settings.sync(); // reads what another process may have written
+    settings.sync(); // reads changes that another process may have made
     return settings.value(key);
 }
 

@@ -16,33 +16,41 @@ struct ListedCamera {
     QString url;
 };
 
-/// The temporary home folder of a simulated user, which the test prepares and reads. The date of
-/// the last update check is preset to today, so that no test contacts a server. The folder outlives
-/// the viewer's process, so that a later start finds the files of an earlier one.
+/// The temporary home folder of a simulated user. Tests write and read its files. The preferences
+/// contain a recent update check, so that the viewer does not contact a server. The folder outlives
+/// the viewer's process, so that a viewer that is started again finds the files of the previous
+/// process.
 class TestHome {
   public:
     TestHome();
 
-    /// `base` with this home folder, and with the log sent to standard error.
+    /// The environment `base` with variables that select this home folder and send the log to
+    /// standard error.
     [[nodiscard]] QProcessEnvironment environment(QProcessEnvironment base) const;
 
-    /// The folder of the camera list. It does not exist until the test or the viewer creates it.
+    /// The folder that contains the camera list. The folder does not exist until the test or the
+    /// viewer creates it.
     [[nodiscard]] QString dataFolder() const;
     /// The names of all files and folders in the data folder, including hidden ones.
     [[nodiscard]] QStringList dataFolderEntries() const;
 
-    /// Writes the camera list as the program itself would.
+    /// Writes the camera list in the program's own format.
     void writeCameras(const QList<ListedCamera> &cameras) const;
-    /// Writes a file with these bytes to the data folder, such as "cameras.json" or
+    /// Writes `bytes` to a file in the data folder. `name` is for example "cameras.json" or
     /// "cameras.last-good.json".
     void writeDataFile(const QString &name, const QByteArray &bytes) const;
     [[nodiscard]] QByteArray readDataFile(const QString &name) const;
 
+    /// The folder for files that the viewer can create again. The folder does not exist until the
+    /// viewer creates it.
+    [[nodiscard]] QString cacheFolder() const;
+
     /// Stores a preference. To be called before the viewer starts.
     void setPreference(const QString &key, const QVariant &value) const;
-    /// Replaces the whole preferences file by these bytes.
+    /// Replaces the contents of the preferences file with `bytes`.
     void writePreferencesFile(const QByteArray &bytes) const;
-    /// The value that the preferences file contains for `key`. Invalid when there is none.
+    /// The value that the preferences file contains for `key`. Invalid when the file contains no
+    /// such value.
     [[nodiscard]] QVariant preference(const QString &key) const;
 
   private:

@@ -1,0 +1,178 @@
+#include "engine/SoftwareVideoRenderer.h"
+
+#include "engine/PlayerProperties.h"
+
+#include <QPainter>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QSGRenderNode>
+#include <QSGRendererInterface>
+
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+/// The alignment that libmpv recommends for images and their lines, in bytes. Conversions of
+/// unaligned images are slower.
+constexpr std::size_t imageAlignment = 64;
+
+/// The pixel format of the image as libmpv calls it. QImage::Format_RGB32 has the same layout.
+constexpr const char *pixelFormat = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? "bgr0" : "0rgb";
+
+/// Returns `degrees` as an angle from 0 to 270, rounded down to a multiple of 90. Cameras rotate
+/// their video in no other steps.
+int quarterTurns(std::int64_t degrees) {
+    return static_cast<int>(((degrees % 360) + 360) % 360 / 90 * 90);
+}
+
+} // namespace
+
+/// The view's node in the scene. The scene owns the node and may delete it after the renderer.
+class SoftwareVideoRenderer::Node final : public QSGRenderNode {
+  public:
+    explicit Node(std::shared_ptr<SoftwareVideoRenderer *> renderer)
+        : m_renderer(std::move(renderer)) {}
+
+    void setWindowAndSize(QQuickWindow *window, QSizeF size) {
+        m_window = window;
+        m_size = size;
+    }
+
+    void render(const RenderState * /*state*/) override {
+        auto *painter = static_cast<QPainter *>(m_window->rendererInterface()->getResource(
+            m_window, QSGRendererInterface::PainterResource));
+        if (painter != nullptr && *m_renderer != nullptr)
+            (*m_renderer)->paint(*painter);
+    }
+    [[nodiscard]] RenderingFlags flags() const override {
+        return BoundedRectRendering | OpaqueRendering;
+    }
+    [[nodiscard]] QRectF rect() const override { return {QPointF(), m_size}; }
+
+  private:
+    const std::shared_ptr<SoftwareVideoRenderer *> m_renderer;
+    QQuickWindow *m_window = nullptr;
+    QSizeF m_size;
+};
+
+SoftwareVideoRenderer::SoftwareVideoRenderer(QQuickItem &view, std::function<void()> drawFrame)
+    : m_view(view)
+    , m_drawFrame(std::move(drawFrame))
+    , m_self(std::make_shared<SoftwareVideoRenderer *>(this)) {
+    m_view.setFlag(QQuickItem::ItemHasContents);
+}
+
+SoftwareVideoRenderer::~SoftwareVideoRenderer() {
+    *m_self = nullptr;
+}
+
+void SoftwareVideoRenderer::requestDrawing(QQuickItem &view) {
+    m_drawingIsDue = true;
+    view.update();
+}
+
+QSGNode *SoftwareVideoRenderer::updateNode(QSGNode *node, QQuickItem &view) {
+    auto *videoNode = static_cast<Node *>(node);
+    if (videoNode == nullptr)
+        videoNode = new Node(m_self);
+    videoNode->setWindowAndSize(view.window(), view.size());
+    videoNode->markDirty(QSGNode::DirtyMaterial);
+    return videoNode;
+}
+
+std::span<const PlayerSetting> SoftwareVideoRenderer::playerProperties() {
+    return softwareRendererProperties;
+}
+
+const char *SoftwareVideoRenderer::rotationProperty() const {
+    // The rotation that the decoder reports. "video-params/rotate" is always 0, because the player
+    // is told not to rotate the video.
+    return "video-dec-params/rotate";
+}
+
+int SoftwareVideoRenderer::create(mpv_render_context **context, mpv_handle *player) {
+    std::array parameters{
+        mpv_render_param{MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_SW)},
+        mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
+    };
+    m_player = player;
+    m_rotation.reset();
+    return mpv_render_context_create(context, player, parameters.data());
+}
+
+void SoftwareVideoRenderer::drawInScene(QSize size, FrameUse use) {
+    m_showsImage = use == FrameUse::show && !size.isEmpty();
+    if (m_showsImage) {
+        if (!m_rotation)
+            m_rotation = quarterTurns(integerProperty(m_player, rotationProperty()).value_or(0));
+        prepareImage(unrotated(size));
+    }
+    if (!size.isEmpty())
+        fetch(unrotated(size), use);
+}
+
+void SoftwareVideoRenderer::prepareImage(QSize size) {
+    if (m_image.size() == size)
+        return;
+    const std::size_t bytesPerLine =
+        (static_cast<std::size_t>(size.width()) * 4 + imageAlignment - 1) & ~(imageAlignment - 1);
+    void *bytes =
+        std::aligned_alloc(imageAlignment, bytesPerLine * static_cast<std::size_t>(size.height()));
+    if (bytes == nullptr)
+        qBadAlloc();
+    m_image = QImage(static_cast<uchar *>(bytes), size.width(), size.height(),
+                     static_cast<qsizetype>(bytesPerLine), QImage::Format_RGB32, &std::free, bytes);
+}
+
+void SoftwareVideoRenderer::render(mpv_render_context *context, QSize size, FrameUse use) {
+    std::array<int, 2> dimensions{size.width(), size.height()};
+    auto bytesPerLine = static_cast<std::size_t>(m_image.bytesPerLine());
+    // A live picture is shown at once, and the main thread must not wait for the frame's target
+    // time.
+    int block = 0;
+    int skip = use == FrameUse::discard ? 1 : 0;
+    std::array parameters{
+        mpv_render_param{MPV_RENDER_PARAM_SW_SIZE, dimensions.data()},
+        mpv_render_param{MPV_RENDER_PARAM_SW_FORMAT, const_cast<char *>(pixelFormat)},
+        mpv_render_param{MPV_RENDER_PARAM_SW_STRIDE, &bytesPerLine},
+        mpv_render_param{MPV_RENDER_PARAM_SW_POINTER, skip == 0 ? m_image.bits() : nullptr},
+        mpv_render_param{MPV_RENDER_PARAM_BLOCK_FOR_TARGET_TIME, &block},
+        mpv_render_param{MPV_RENDER_PARAM_SKIP_RENDERING, &skip},
+        mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
+    };
+    mpv_render_context_render(context, parameters.data());
+}
+
+void SoftwareVideoRenderer::paint(QPainter &painter) {
+    const bool sizeHasChanged = m_showsImage && m_image.size() != unrotated(pixelSize(m_view));
+    if (std::exchange(m_drawingIsDue, false) || sizeHasChanged) {
+        m_showsImage = false;
+        m_drawFrame();
+    }
+    if (!m_showsImage) {
+        painter.fillRect(QRectF(QPointF(), m_view.size()), Qt::black);
+        return;
+    }
+    // The image has the size of the view in pixels, so that the copy is exact at every scale.
+    m_image.setDevicePixelRatio(m_view.window()->effectiveDevicePixelRatio());
+    if (m_rotation.value_or(0) == 0) {
+        painter.drawImage(QPointF(), m_image);
+        return;
+    }
+    const QSizeF shown = m_image.deviceIndependentSize();
+    painter.save();
+    painter.translate(m_view.width() / 2, m_view.height() / 2);
+    painter.rotate(*m_rotation);
+    painter.drawImage(QPointF(-shown.width() / 2, -shown.height() / 2), m_image);
+    painter.restore();
+}
+
+QSize SoftwareVideoRenderer::unrotated(QSize size) const {
+    return m_rotation == 90 || m_rotation == 270 ? size.transposed() : size;
+}
+
+} // namespace lumvik

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "engine/VideoRenderer.h"
+
+#include <QImage>
+
+#include <functional>
+#include <optional>
+
+class QPainter;
+
+namespace lumvik {
+
+/// Draws on the processor, without OpenGL. On a machine without a graphics card, this renderer
+/// needs a quarter of the time that OpenGL in software needs. The window must use the software back
+/// end of Qt Quick.
+///
+/// libmpv converts and scales each frame into an image that the renderer owns. The scene then
+/// copies only the part of the image that has to be redrawn. Controls that fade over the picture
+/// therefore cause no further conversion of the frame.
+class SoftwareVideoRenderer final : public VideoRenderer {
+  public:
+    /// `drawFrame` is called while the scene is being drawn, whenever a drawing of the view was
+    /// requested. `drawFrame` is expected to call `drawInScene`. `view` must outlive the renderer.
+    SoftwareVideoRenderer(QQuickItem &view, std::function<void()> drawFrame);
+    ~SoftwareVideoRenderer() override;
+
+    [[nodiscard]] std::span<const PlayerSetting> playerProperties() override;
+    [[nodiscard]] const char *rotationProperty() const override;
+    void videoHasChanged() override { m_rotation.reset(); }
+    void drawInScene(QSize size, FrameUse use) override;
+    void requestDrawing(QQuickItem &view) override;
+    QSGNode *updateNode(QSGNode *node, QQuickItem &view) override;
+
+  protected:
+    int create(mpv_render_context **context, mpv_handle *player) override;
+    void render(mpv_render_context *context, QSize size, FrameUse use) override;
+
+  private:
+    class Node;
+
+    /// Draws the view's part of the scene. The painter's origin is the view's top left corner, and
+    /// its clip is the part of the window that is redrawn.
+    void paint(QPainter &painter);
+    void prepareImage(QSize size);
+    /// Returns the size of the unrotated frame in a view of `size` pixels.
+    [[nodiscard]] QSize unrotated(QSize size) const;
+
+    QQuickItem &m_view;
+    std::function<void()> m_drawFrame;
+    /// Shared with the node, which may outlive the renderer.
+    std::shared_ptr<SoftwareVideoRenderer *> m_self;
+    /// The last frame as the camera sent it, not rotated, in the size of the view.
+    QImage m_image;
+    mpv_handle *m_player = nullptr; ///< The player that was attached last.
+    /// In degrees, clockwise: 0, 90, 180 or 270. Not set while unknown.
+    std::optional<int> m_rotation;
+    bool m_drawingIsDue = false;
+    bool m_showsImage = false; ///< False while the view is black.
+};
+
+} // namespace lumvik
