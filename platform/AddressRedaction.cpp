@@ -21,7 +21,8 @@ struct View {
     QList<qsizetype> from; // one element more than bytes; the last is the original's length
 };
 
-/// A part of the original text to withhold: [begin, end). Its first `kept` bytes stay.
+/// A part of the original text to withhold: [begin, end). The first `kept` bytes of the range stay
+/// visible.
 struct Range {
     qsizetype begin;
     qsizetype end;
@@ -53,8 +54,8 @@ int hexNumber(const QByteArray &bytes, qsizetype at, int digits) {
     return number;
 }
 
-/// Returns the length of the escape at `at`, or 0 if there is none, and the text that it stands
-/// for.
+/// Returns the length of the escape at `at`, or 0 if there is none, and the text that the escape
+/// represents.
 std::pair<qsizetype, QByteArray> escapeAt(const QByteArray &bytes, qsizetype at) {
     if (bytes.at(at) == '%') {
         const int code = hexNumber(bytes, at + 1, 2);
@@ -124,7 +125,7 @@ void findSecrets(const QByteArrayList &secrets, const View &view, std::vector<Ra
 
 void findForms(const View &view, std::vector<Range> &found) {
     // An address ends at white space or at a quoting character, unless an "@" follows before the
-    // next white space: then the quoting character belongs to the password.
+    // next white space. In that case, the quoting character belongs to the password.
     static const QRegularExpression &address = *lasting(QStringLiteral(
         R"(([A-Za-z][A-Za-z0-9+.-]{0,30}):[/\\]{2}(?:\\.|[^\s'"<>\\])+(?:['"<>][^\s@]*@(?:\\.|[^\s'"<>\\])*)*)"));
     static const QRegularExpression &header = *lasting(
@@ -159,9 +160,15 @@ class SecretCollector {
             add(m_address);
             add(m_address.sliced(m_start));
         }
-        for (qsizetype at = m_address.indexOf('@', m_start); at >= 0;
-             at = m_address.indexOf('@', at + 1))
+        const QList<qsizetype> delimiters = userDelimiters();
+        for (const qsizetype at : delimiters)
             addUserInfo(m_address.sliced(m_start, at - m_start));
+        if (!delimiters.isEmpty()) {
+            // The longest possible password contains all others, so its hosts include the hosts of
+            // all others.
+            const QByteArray longest = m_address.sliced(m_start, delimiters.last() - m_start);
+            addHostsIn(longest.sliced(longest.indexOf(':') + 1));
+        }
         addRequestTarget();
         addParameters();
         return m_found;
@@ -176,12 +183,25 @@ class SecretCollector {
         return scheme.match(QString::fromLatin1(address)).capturedLength();
     }
 
+    /// Returns the position of each "@" that may end the user information. If an address contains
+    /// very many, only the positions near its beginning and end are returned, because each position
+    /// adds almost the whole address to the secrets, and no real password contains more than a few.
+    [[nodiscard]] QList<qsizetype> userDelimiters() const {
+        constexpr qsizetype mostAtEachEnd = 8;
+        QList<qsizetype> positions;
+        for (qsizetype at = m_address.indexOf('@', m_start); at >= 0;
+             at = m_address.indexOf('@', at + 1))
+            positions.append(at);
+        if (positions.size() > 2 * mostAtEachEnd)
+            positions.remove(mostAtEachEnd, positions.size() - 2 * mostAtEachEnd);
+        return positions;
+    }
+
     void addUserInfo(const QByteArray &userInfo) {
         const qsizetype colon = userInfo.indexOf(':');
         const QByteArray password =
-            userInfo.sliced(colon + 1); // everything if there is no user name
+            userInfo.sliced(colon + 1); // all of it if there is no user name
         add(password);
-        addHostsIn(password);
         if (colon < 0)
             return;
         for (const QByteArray &pair : {userInfo, decodedOnce(userInfo)}) {
@@ -190,7 +210,8 @@ class SecretCollector {
         }
     }
 
-    /// In "p@ss/word" the engine takes "ss" for the host and reports that it cannot be found.
+    /// If the password is "p@ss/word", the engine takes "ss" for the host and reports that "ss"
+    /// cannot be found.
     void addHostsIn(const QByteArray &password) {
         for (qsizetype at = password.indexOf('@'); at >= 0; at = password.indexOf('@', at + 1)) {
             qsizetype end = at + 1;
@@ -243,8 +264,9 @@ class SecretCollector {
     QByteArrayList m_found;
 };
 
-/// Returns `original` with every range replaced and overlapping ranges merged. Replacing one range
-/// after another would let the first search destroy what the second looks for.
+/// Returns `original` with every range replaced and overlapping ranges merged. If each range were
+/// replaced as soon as it is found, a replacement could destroy a secret that a later search looks
+/// for.
 QByteArray withheld(const QByteArray &original, std::vector<Range> found) {
     std::sort(found.begin(), found.end(), [](const Range &a, const Range &b) {
         return a.begin != b.begin ? a.begin < b.begin : a.kept > b.kept;
@@ -292,8 +314,8 @@ QString AddressRedaction::redact(const QString &text) const {
     const QByteArray original = text.toUtf8();
     std::vector<Range> found;
     View view = viewOf(original);
-    // Two levels of escapes are undone, because an escaped address is escaped again when a command
-    // is dumped.
+    // Two levels of escapes are undone, because the engine escapes an already escaped address again
+    // when it logs a command.
     for (int level = 0; level <= 2; ++level) {
         findForms(view, found);
         findSecrets(m_secrets, view, found);

@@ -7,6 +7,8 @@
 namespace lumvik {
 namespace {
 
+using namespace Qt::StringLiterals;
+
 QString redact(const QString &text) {
     return AddressRedaction().redact(text);
 }
@@ -192,6 +194,14 @@ TEST(AddressRedaction, WithholdsAShortPasswordNextToAnyDelimiter) {
     EXPECT_EQ(redaction.redact(QStringLiteral("12; (12) [12] <12> 12& 12_x ?12 12, frame 1234")),
               QStringLiteral("[withheld]; ([withheld]) [[withheld]] <[withheld]> [withheld]& "
                              "[withheld]_x ?[withheld] [withheld], frame 1234"));
+}
+
+TEST(AddressRedaction, AddressWithVeryManyDelimitersNeedsLittleMemory) {
+    // If every delimiter added what precedes it, this address would need tens of gigabytes.
+    AddressRedaction redaction;
+    redaction.protect({u"rtsp://user:s3cret@"_s + u"a@"_s.repeated(200'000) + u"p4ssword@host/"_s});
+    EXPECT_EQ(redaction.redact(u"the password is s3cret, or p4ssword"_s),
+              u"the password is [withheld], or [withheld]"_s);
 }
 
 TEST(AddressRedaction, SearchesTextsThatAreNotValidUnicode) {
