@@ -1,15 +1,22 @@
 #include "platform/LogSinks.h"
 
+#include "platform/FileDescriptor.h"
+
 #include <QDateTime>
 #include <QFileInfo>
 #include <QTimeZone>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 
 #ifdef LUMVIK_HAVE_JOURNAL
-// Otherwise every journal entry would contain this file and line instead of the caller's.
+// Without this definition, every journal entry would name this file and line as its source.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 #endif
@@ -55,26 +62,66 @@ QString singleLine(QString text) {
     return text.trimmed();
 }
 
+/// Writes to standard error without ever waiting for a reader. Otherwise, a terminal that the user
+/// has paused or a full pipe would block the main thread and freeze the picture.
 class StandardErrorSink final : public LogSink {
   public:
     void write(const LogRecord &record) override {
-        QByteArray line = formattedLogLine(record);
-        line.append('\n');
+        QByteArray line = formattedLogLine(record) + '\n';
+        if (m_dropped > 0) {
+            line.prepend(
+                QStringLiteral("%1 log lines could not be written.\n").arg(m_dropped).toUtf8());
+        }
+        if (m_isWithinALine)
+            line.prepend('\n');
+        if (!send(line))
+            ++m_dropped;
+        else
+            m_dropped = 0;
+    }
+
+  private:
+    /// Opens the terminal or pipe behind standard error a second time, in non-blocking mode.
+    /// Standard error itself cannot be switched to non-blocking mode, because other processes share
+    /// it. Returns no descriptor for files and sockets.
+    static FileDescriptor openNonBlocking() {
+        struct stat status {};
+        if (::fstat(STDERR_FILENO, &status) != 0 ||
+            !(S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)))
+            return FileDescriptor();
+        return FileDescriptor(
+            ::open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    }
+
+    /// Writes as much of `text` as is possible without waiting. Returns whether at least one byte
+    /// was written.
+    bool send(const QByteArray &text) {
         // Writing a whole line with one call keeps lines of different threads and processes apart.
-        // A failure (a closed terminal, a full disk) must not stop the video, so the line is
-        // dropped.
-        const char *rest = line.constData();
-        auto left = static_cast<size_t>(line.size());
-        while (left > 0) {
-            const ssize_t written = ::write(STDERR_FILENO, rest, left);
+        // A pipe that is ready accepts at least PIPE_BUF bytes without waiting.
+        constexpr qsizetype largestPart = PIPE_BUF;
+        const FileDescriptor own = openNonBlocking();
+        const int target = own.isOpen() ? own.get() : STDERR_FILENO;
+        qsizetype sent = 0;
+        while (sent < text.size()) {
+            pollfd descriptor{.fd = target, .events = POLLOUT, .revents = 0};
+            if (::poll(&descriptor, 1, 0) <= 0 || (descriptor.revents & POLLOUT) == 0)
+                break;
+            const ssize_t written =
+                ::write(target, text.constData() + sent,
+                        static_cast<size_t>(std::min(largestPart, text.size() - sent)));
             if (written < 0 && errno == EINTR)
                 continue;
             if (written <= 0)
-                return;
-            rest += written;
-            left -= static_cast<size_t>(written);
+                break; // a closed terminal or a full disk must not stop the video either
+            sent += written;
         }
+        if (sent > 0)
+            m_isWithinALine = sent < text.size();
+        return sent > 0;
     }
+
+    qint64 m_dropped = 0;         ///< Lines dropped since the last line that was written.
+    bool m_isWithinALine = false; ///< Whether the last line was written only in part.
 };
 
 #ifdef LUMVIK_HAVE_JOURNAL
