@@ -20,6 +20,11 @@ namespace {
 /// unaligned images are slower.
 constexpr std::size_t imageAlignment = 64;
 
+/// After a part of the window was redrawn without a new frame, this many frames are drawn into the
+/// image before a frame is drawn directly again. While controls fade, each frame is thus drawn
+/// once.
+constexpr int framesAfterPartialRedraw = 25;
+
 /// The pixel format of the image as libmpv calls it. QImage::Format_RGB32 has the same layout.
 constexpr const char *pixelFormat = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? "bgr0" : "0rgb";
 
@@ -105,14 +110,18 @@ int SoftwareVideoRenderer::create(mpv_render_context **context, mpv_handle *play
 }
 
 void SoftwareVideoRenderer::drawInScene(QSize size, FrameUse use) {
-    m_showsImage = use == FrameUse::show && !size.isEmpty();
-    if (m_showsImage) {
-        if (!m_rotation)
-            m_rotation = quarterTurns(integerProperty(m_player, rotationProperty()).value_or(0));
-        prepareImage(unrotated(size));
+    m_frame = Frame::none;
+    if (size.isEmpty())
+        return;
+    if (use == FrameUse::show) {
+        m_frame = m_target.bytes != nullptr ? Frame::inWindow : Frame::inImage;
+        if (m_frame == Frame::inImage) {
+            prepareImage(unrotated(size));
+            m_target = {m_image.bits(), static_cast<std::size_t>(m_image.bytesPerLine())};
+        }
     }
-    if (!size.isEmpty())
-        fetch(unrotated(size), use);
+    fetch(unrotated(size), use);
+    m_target = {};
 }
 
 void SoftwareVideoRenderer::prepareImage(QSize size) {
@@ -130,7 +139,6 @@ void SoftwareVideoRenderer::prepareImage(QSize size) {
 
 void SoftwareVideoRenderer::render(mpv_render_context *context, QSize size, FrameUse use) {
     std::array<int, 2> dimensions{size.width(), size.height()};
-    auto bytesPerLine = static_cast<std::size_t>(m_image.bytesPerLine());
     // A live picture is shown at once, and the main thread must not wait for the frame's target
     // time.
     int block = 0;
@@ -138,8 +146,8 @@ void SoftwareVideoRenderer::render(mpv_render_context *context, QSize size, Fram
     std::array parameters{
         mpv_render_param{MPV_RENDER_PARAM_SW_SIZE, dimensions.data()},
         mpv_render_param{MPV_RENDER_PARAM_SW_FORMAT, const_cast<char *>(pixelFormat)},
-        mpv_render_param{MPV_RENDER_PARAM_SW_STRIDE, &bytesPerLine},
-        mpv_render_param{MPV_RENDER_PARAM_SW_POINTER, skip == 0 ? m_image.bits() : nullptr},
+        mpv_render_param{MPV_RENDER_PARAM_SW_STRIDE, &m_target.bytesPerLine},
+        mpv_render_param{MPV_RENDER_PARAM_SW_POINTER, m_target.bytes},
         mpv_render_param{MPV_RENDER_PARAM_BLOCK_FOR_TARGET_TIME, &block},
         mpv_render_param{MPV_RENDER_PARAM_SKIP_RENDERING, &skip},
         mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
@@ -148,22 +156,66 @@ void SoftwareVideoRenderer::render(mpv_render_context *context, QSize size, Fram
 }
 
 void SoftwareVideoRenderer::paint(QPainter &painter) {
-    const bool sizeHasChanged = m_showsImage && m_image.size() != unrotated(pixelSize(m_view));
-    if (std::exchange(m_drawingIsDue, false) || sizeHasChanged) {
-        m_showsImage = false;
+    if (!m_rotation && m_player != nullptr)
+        m_rotation = quarterTurns(integerProperty(m_player, rotationProperty()).value_or(0));
+    const bool isNew = std::exchange(m_drawingIsDue, false);
+    const bool hasWrongSize =
+        m_frame == Frame::inImage && m_image.size() != unrotated(pixelSize(m_view));
+    if (!isNew)
+        m_framesUntilDirect = framesAfterPartialRedraw;
+    else if (m_framesUntilDirect > 0)
+        --m_framesUntilDirect;
+    // A frame that was drawn directly is not kept, and has to be drawn again for a redraw.
+    if (isNew || hasWrongSize || m_frame == Frame::inWindow) {
+        m_target = m_framesUntilDirect == 0 ? windowTarget(painter) : Target{};
+        m_frame = Frame::none;
         m_drawFrame();
+        m_target = {};
     }
-    if (!m_showsImage) {
+    switch (m_frame) {
+    case Frame::none:
         painter.fillRect(QRectF(QPointF(), m_view.size()), Qt::black);
-        return;
+        break;
+    case Frame::inWindow:
+        m_image = {};
+        break;
+    case Frame::inImage:
+        paintImage(painter);
+        break;
     }
+}
+
+SoftwareVideoRenderer::Target SoftwareVideoRenderer::windowTarget(const QPainter &painter) const {
+    if (m_rotation.value_or(0) != 0 || painter.device()->devType() != QInternal::Image)
+        return {};
+    const auto &window = *static_cast<const QImage *>(painter.device());
+    const QSize size = pixelSize(m_view);
+    const qreal scale = m_view.window()->effectiveDevicePixelRatio();
+    const bool isOpaque = window.format() == QImage::Format_RGB32;
+    const bool isAtOrigin = painter.deviceTransform() == QTransform::fromScale(scale, scale);
+    // At a fractional scale, a part of a pixel remains at the edges, which must be blackened.
+    const bool fillsWindow = window.size() == size && QSizeF(size) == m_view.size() * scale;
+    const QRect view(QPoint(), m_view.size().toSize());
+    const bool isCompletelyRedrawn =
+        !painter.hasClipping() || painter.clipRegion().intersected(view) == QRegion(view);
+    if (!isOpaque || !isAtOrigin || !fillsWindow || !isCompletelyRedrawn)
+        return {};
+    // QImage::bits() would copy the image if somebody else referred to it.
+    return {const_cast<uchar *>(window.constBits()),
+            static_cast<std::size_t>(window.bytesPerLine())};
+}
+
+void SoftwareVideoRenderer::paintImage(QPainter &painter) {
     // The image has the size of the view in pixels, so that the copy is exact at every scale.
     m_image.setDevicePixelRatio(m_view.window()->effectiveDevicePixelRatio());
+    const QSizeF shown = m_image.deviceIndependentSize();
+    // At a fractional scale, a part of a pixel remains at the edges.
+    if (shown != QSizeF(unrotated(m_view.size().toSize())))
+        painter.fillRect(QRectF(QPointF(), m_view.size()), Qt::black);
     if (m_rotation.value_or(0) == 0) {
         painter.drawImage(QPointF(), m_image);
         return;
     }
-    const QSizeF shown = m_image.deviceIndependentSize();
     painter.save();
     painter.translate(m_view.width() / 2, m_view.height() / 2);
     painter.rotate(*m_rotation);

@@ -15,9 +15,10 @@ namespace lumvik {
 /// needs a quarter of the time that OpenGL in software needs. The window must use the software back
 /// end of Qt Quick.
 ///
-/// libmpv converts and scales each frame into an image that the renderer owns. The scene then
-/// copies only the part of the image that has to be redrawn. Controls that fade over the picture
-/// therefore cause no further conversion of the frame.
+/// libmpv converts and scales each frame. If the whole view is redrawn anyway, it does so directly
+/// in the window's back buffer. Otherwise it draws into an image of the renderer's own, from which
+/// the scene copies whatever part of the window has to be redrawn. Controls that fade over the
+/// picture therefore cause no further conversions.
 class SoftwareVideoRenderer final : public VideoRenderer {
   public:
     /// `drawFrame` is called while the scene is being drawn, whenever a drawing of the view was
@@ -39,10 +40,26 @@ class SoftwareVideoRenderer final : public VideoRenderer {
   private:
     class Node;
 
+    /// Where libmpv draws to.
+    struct Target {
+        uchar *bytes = nullptr; ///< The first line, or null if there is no target.
+        std::size_t bytesPerLine = 0;
+    };
+    /// Where the frame that the view shows is.
+    enum class Frame {
+        none, ///< The view is black.
+        inImage,
+        inWindow, ///< In the window's back buffer only.
+    };
+
     /// Draws the view's part of the scene. The painter's origin is the view's top left corner, and
     /// its clip is the part of the window that is redrawn.
     void paint(QPainter &painter);
+    void paintImage(QPainter &painter);
     void prepareImage(QSize size);
+    /// Returns the back buffer that `painter` draws to if libmpv may draw into it directly: the
+    /// view fills it, and all of it is redrawn. Otherwise returns no target.
+    [[nodiscard]] Target windowTarget(const QPainter &painter) const;
     /// Returns the size of the unrotated frame in a view of `size` pixels.
     [[nodiscard]] QSize unrotated(QSize size) const;
 
@@ -50,13 +67,16 @@ class SoftwareVideoRenderer final : public VideoRenderer {
     std::function<void()> m_drawFrame;
     /// Shared with the node, which may outlive the renderer.
     std::shared_ptr<SoftwareVideoRenderer *> m_self;
-    /// The last frame as the camera sent it, not rotated, in the size of the view.
+    /// The last frame as the camera sent it, not rotated, in the size of the view. Empty while
+    /// frames are drawn directly.
     QImage m_image;
     mpv_handle *m_player = nullptr; ///< The player that was attached last.
     /// In degrees, clockwise: 0, 90, 180 or 270. Not set while unknown.
     std::optional<int> m_rotation;
     bool m_drawingIsDue = false;
-    bool m_showsImage = false; ///< False while the view is black.
+    Frame m_frame = Frame::none;
+    Target m_target;
+    int m_framesUntilDirect = 0;
 };
 
 } // namespace lumvik

@@ -79,8 +79,8 @@ class VideoRenderer {
 
     /// Requests that the view is drawn in the next drawing cycle of its window.
     virtual void requestDrawing(QQuickItem &view) = 0;
-    /// Returns the node with which the view takes part in the scene, given the previous node. See
-    /// QQuickItem::updatePaintNode.
+    /// Returns the scene-graph node that represents the view. `node` is the previous node, or null.
+    /// See QQuickItem::updatePaintNode.
     virtual QSGNode *updateNode(QSGNode *node, QQuickItem &view);
 
   protected:

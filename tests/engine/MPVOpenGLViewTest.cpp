@@ -375,6 +375,41 @@ TEST_F(MPVOpenGLViewTest, RendersIntoTheWindowsPixels) {
     EXPECT_EQ(view->drawableSize(), QSize(640, 360) * window.devicePixelRatio());
 }
 
+/// CMakeLists.txt also registers this test with other scales.
+TEST_F(MPVOpenGLViewTest, SoftwareRendererShowsEachPixelOfTheEngineUnchanged) {
+    if (drawsWithOpenGL())
+        GTEST_SKIP() << "OpenGL draws directly into the window";
+    const auto pattern = [](int x, int y) {
+        return qRgb(x % 251, y % 241, (x + y) % 2 == 0 ? 0 : 255);
+    };
+    mpv.setPainter([&](const MpvRenderCall &call) {
+        auto *line = static_cast<uchar *>(call.softwareBytes);
+        for (int y = 0; y < call.softwareSize[1]; ++y, line += call.softwareStride) {
+            for (int x = 0; x < call.softwareSize[0]; ++x)
+                reinterpret_cast<QRgb *>(line)[x] = pattern(x, y);
+        }
+    });
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    const QSize size = view->drawableSize();
+    QString difference;
+    EXPECT_TRUE(eventually([&] {
+        const QImage shown = window.screen()->grabWindow(window.winId()).toImage();
+        difference = QStringLiteral("the window has another size");
+        if (shown.width() < size.width() || shown.height() < size.height())
+            return false;
+        for (int y = 0; y < size.height(); ++y) {
+            for (int x = 0; x < size.width(); ++x) {
+                if (shown.pixel(x, y) != pattern(x, y)) {
+                    difference = QStringLiteral("pixel %1, %2 differs").arg(x).arg(y);
+                    return false;
+                }
+            }
+        }
+        return true;
+    })) << qPrintable(difference);
+}
+
 /// CMakeLists.txt registers this test separately, with QT_SCALE_FACTOR=2.
 TEST_F(MPVOpenGLViewTest, RendersTwiceTheSizeAtScaleTwo) {
     if (window.devicePixelRatio() != 2)
