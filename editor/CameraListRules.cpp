@@ -24,10 +24,12 @@ CameraListProblem missingName(int row) {
             .field = CameraField::name};
 }
 
-CameraListProblem badAddress(int row, const QString &name) {
+CameraListProblem badAddress(int row, const Camera &camera) {
+    const QString problem = cameraAddressProblem(camera.url);
     return {.title = QStringLiteral("Check "),
-            .nameInTitle = name,
-            .message = QStringLiteral("Enter a full RTSP address beginning with rtsp://."),
+            .nameInTitle = camera.name,
+            .message = QStringLiteral("Enter a full RTSP address beginning with rtsp://.") +
+                       (problem.isEmpty() ? QString() : u' ' + problem),
             .row = row,
             .field = CameraField::address};
 }
@@ -50,7 +52,7 @@ tl::expected<CameraList, CameraListProblem> validatedCameras(const CameraList &c
         if (trimmed.name.isEmpty())
             return tl::unexpected(missingName(row));
         if (!isCameraAddress(trimmed.url))
-            return tl::unexpected(badAddress(row, trimmed.name));
+            return tl::unexpected(badAddress(row, trimmed));
         validated.append(trimmed);
     }
     return validated;

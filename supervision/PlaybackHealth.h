@@ -10,11 +10,15 @@ namespace lumvik {
 /// The watchdog's period, in seconds. A stall is therefore noticed up to two seconds after its
 /// limit has passed.
 inline constexpr double playbackWatchdogInterval = 2.0;
+/// The longest gap between two ticks of the watchdog, in seconds. A longer gap means that the
+/// process has stood still: it was stopped, or the machine slept without an announcement. Whatever
+/// the camera has sent meanwhile is old.
+inline constexpr double longestWatchdogGap = 6.0;
 /// The longest time from a camera load to the first drawn frame, in seconds. Connecting and waiting
 /// for the first key frame of a slow camera fit into it.
 inline constexpr double firstFrameDeadline = 8.0;
-/// The longest gap between two drawn frames while playing, in seconds. The limit is longer than the
-/// pauses of a busy network, because every recovery interrupts the picture.
+/// The longest permitted gap between two drawn frames during playback, in seconds. The limit is
+/// longer than the pauses of a busy network, because every recovery interrupts the picture.
 inline constexpr double heartbeatStallThreshold = 10.0;
 
 /// The state that the watchdog evaluates on each tick while a player instance exists.

@@ -11,12 +11,14 @@ namespace lumvik {
 struct RecoveryPolicy {
     /// The delay of the first, second, … attempt in a row. All later attempts use the last delay.
     std::array<double, 7> backOffDelays;
-    /// The delay of an immediate attempt.
+    /// The short delay before an attempt that is made because the cause of the failure is over.
     double immediateDelay;
     /// A random part of this time is added to every delay.
     double longestJitter;
     /// Every attempt whose number is a multiple of this number re-creates the player.
     std::int64_t attemptsPerRecreation;
+    /// Once a stream has shown pictures for this long, the next attempt counts as the first.
+    double shortestProvenStream;
 };
 
 /// The policy of the program.
@@ -25,12 +27,15 @@ struct RecoveryPolicy {
 /// costs one attempt every 30 s. Half a second is enough for an interface that has just come up to
 /// accept connections. The jitter keeps several viewers that have lost the same camera from
 /// returning to it at the same moment. A reload does not help if the engine itself is in a bad
-/// state, so every third attempt in a row replaces it.
+/// state, so every third attempt in a row replaces it. A camera that ends each stream after a few
+/// pictures, for example because it serves too many viewers, must not be asked twice a second: such
+/// streams count as failures.
 inline constexpr RecoveryPolicy recoveryPolicy{
     .backOffDelays = {0.5, 1.0, 2.0, 4.0, 8.0, 15.0, 30.0},
     .immediateDelay = 0.5,
     .longestJitter = 0.35,
     .attemptsPerRecreation = 3,
+    .shortestProvenStream = 5.0,
 };
 
 /// How soon a recovery attempt is made.

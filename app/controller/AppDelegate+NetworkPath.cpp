@@ -54,6 +54,8 @@ void AppDelegate::handleNetworkPath(const NetworkPathSignature &signature) {
     case NetworkPathAction::none:
         break;
     case NetworkPathAction::suspend:
+        if (selectedCameraIsReachable())
+            break; // the camera is on this computer
         cancelPlaybackRetry();
         cancelLocalNetworkProbe();
         playbackState = PlaybackSupervisorState::suspended;

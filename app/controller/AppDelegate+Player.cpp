@@ -1,6 +1,7 @@
 // The player instance: creation, configuration, loading, the video's geometry and destruction.
 
 #include "app/controller/AppDelegate.h"
+#include "configuration/CameraAddress.h"
 #include "engine/EngineAddress.h"
 #include "engine/PlayerOptions.h"
 #include "engine/PlayerProperties.h"
@@ -136,6 +137,10 @@ void AppDelegate::stopPlayerEngine() {
         videoHost->setFrameRenderedHandler(nullptr);
     mpvEventLoop.reset(); // blocks until the event pump has stopped
     mpvObserver.reset();
+    if (stalePictureCheck) {
+        stalePictureCheck->cancel();
+        stalePictureCheck.reset();
+    }
     mpv_handle *handle = std::exchange(mpv, nullptr);
     // The render context must be freed before the player that it belongs to.
     if (videoHost != nullptr)
@@ -163,7 +168,7 @@ void AppDelegate::loadCamera(int index) {
                                   .arg(playbackSelectionGeneration));
 
     const Camera &camera = cameras.at(index);
-    const QByteArray address = engineAddress(camera.url).toUtf8();
+    const QByteArray address = engineAddress(encodedCameraAddress(camera.url)).toUtf8();
     std::array<const char *, 4> command{"loadfile", address.constData(), "replace", nullptr};
     const int result = mpv_command(mpv, command.data());
     if (result >= 0)

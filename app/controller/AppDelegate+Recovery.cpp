@@ -1,14 +1,25 @@
 // Recovery attempts: scheduling, running and cancelling them.
 
 #include "app/controller/AppDelegate.h"
+#include "configuration/CameraAddress.h"
 #include "platform/LumvikLog.h"
+#include "supervision/CameraReachability.h"
+#include "supervision/PreflightTarget.h"
 
 #include <QPointer>
 
 namespace lumvik {
 
 bool AppDelegate::playbackIsPossible() const {
-    return !isClosingViewer && !systemIsSleeping && networkPathIsSatisfied;
+    return !isClosingViewer && !systemIsSleeping && selectedCameraIsReachable();
+}
+
+bool AppDelegate::selectedCameraIsReachable() const {
+    const int index = cameraPicker == nullptr ? -1 : cameraPicker->indexOfSelectedItem();
+    const auto target = index >= 0 && index < cameras.size()
+                            ? preflightTarget(encodedCameraAddress(cameras.at(index).url))
+                            : std::nullopt;
+    return cameraIsReachable(networkPathIsSatisfied, target ? target->host : QString());
 }
 
 void AppDelegate::schedulePlaybackRecovery(const PlaybackRecovery &request) {

@@ -43,6 +43,7 @@ void AppDelegate::systemDidWake() {
         QStringLiteral("The Mac woke; scheduling a fresh camera connection."));
     sleepDelayHolder.release();
     systemIsSleeping = false;
+    lastWatchdogTick = environment.mainQueue.now(); // the gap is explained by the sleep
     // The picture on the screen is from before the sleep, which may not have been announced.
     // Without a network path, that picture would otherwise stay until the path returns.
     lastFrameRenderedAt.reset();

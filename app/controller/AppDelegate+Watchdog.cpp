@@ -7,6 +7,7 @@
 
 #include <QPointer>
 
+#include <algorithm>
 #include <utility>
 
 namespace lumvik {
@@ -23,10 +24,15 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     if (generation != playerGeneration || mpv == nullptr || isClosingViewer || systemIsSleeping)
         return;
     const PlaybackSupervisorState previous = playbackState;
-    lastFrameRenderedAt = environment.mainQueue.now();
+    const TimeStamp now = environment.mainQueue.now();
+    lastFrameRenderedAt = now;
     playbackState = PlaybackSupervisorState::playing;
-    playbackRetryCount = 0;
+    if (previous != PlaybackSupervisorState::playing)
+        liveSince = now;
+    if (now - liveSince >= recoveryPolicy.shortestProvenStream)
+        playbackRetryCount = 0;
     cancelPlaybackRetry();
+    scheduleStalePictureCheck();
     if (previous != PlaybackSupervisorState::playing) {
         LumvikLog::playback().log(
             QStringLiteral("Live video frames resumed for player generation %1.").arg(generation));
@@ -49,18 +55,39 @@ void AppDelegate::playerHasLoaded() {
 
 void AppDelegate::startPlaybackWatchdog() {
     playbackWatchdog.reset();
+    lastWatchdogTick = environment.mainQueue.now();
     playbackWatchdog =
         environment.mainQueue.repeating(playbackWatchdogInterval, [self = QPointer(this)] {
             if (self)
-                self->evaluatePlaybackHealth();
+                self->watchdogDidFire();
         });
+}
+
+void AppDelegate::watchdogDidFire() {
+    const TimeStamp now = environment.mainQueue.now();
+    const TimeStamp gap = now - std::exchange(lastWatchdogTick, now);
+    if (gap >= longestWatchdogGap && !isClosingViewer && !systemIsSleeping && mpv != nullptr)
+        processDidStandStill(gap);
+    else
+        evaluatePlaybackHealth();
+}
+
+void AppDelegate::processDidStandStill(TimeStamp gap) {
+    LumvikLog::lifecycle().log(
+        QStringLiteral("Lumvik stood still for %1 seconds; scheduling a fresh camera connection.")
+            .arg(gap, 0, 'f', 1));
+    lastFrameRenderedAt.reset();
+    videoHost->forgetPicture(); // the frames that have piled up would look live
+    schedulePlaybackRecovery({.reason = QStringLiteral("process stood still"),
+                              .urgency = RecoveryUrgency::immediate,
+                              .recreation = PlayerRecreation::forced});
 }
 
 void AppDelegate::evaluatePlaybackHealth() {
     if (isClosingViewer || systemIsSleeping || mpv == nullptr)
         return;
     hideStalePicture();
-    if (!networkPathIsSatisfied)
+    if (!selectedCameraIsReachable())
         return;
     const bool isPlaying = playbackState == PlaybackSupervisorState::playing;
     switch (playbackVerdict({.state = playbackState,
@@ -92,6 +119,21 @@ void AppDelegate::hideStalePicture() {
     if (lastFrameRenderedAt &&
         environment.mainQueue.now() - *lastFrameRenderedAt >= heartbeatStallThreshold)
         videoHost->hidePicture();
+}
+
+void AppDelegate::scheduleStalePictureCheck() {
+    if (stalePictureCheck || !lastFrameRenderedAt)
+        return;
+    const TimeStamp age = environment.mainQueue.now() - *lastFrameRenderedAt;
+    stalePictureCheck = environment.mainQueue.after(std::max(0.0, heartbeatStallThreshold - age),
+                                                    [self = QPointer(this)] {
+                                                        if (!self)
+                                                            return;
+                                                        self->stalePictureCheck.reset();
+                                                        self->hideStalePicture();
+                                                        if (self->videoHost->showsPicture())
+                                                            self->scheduleStalePictureCheck();
+                                                    });
 }
 
 void AppDelegate::endReachedDidChange() {

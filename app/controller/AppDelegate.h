@@ -350,8 +350,10 @@ class AppDelegate final : public QObject {
     void streamDidEnd(const PlaybackEngineEvents::EndFile &end);
 
     // AppDelegate+Recovery.cpp
-    /// False while the viewer is closing, the system sleeps or no network path is usable.
+    /// False while the viewer is closing, the system sleeps or the camera cannot be reached.
     [[nodiscard]] bool playbackIsPossible() const;
+    /// Whether the selected camera can be reached over the current network path or needs none.
+    [[nodiscard]] bool selectedCameraIsReachable() const;
     void retryPlayback(std::int64_t selectionGeneration, bool recreatesPlayer);
     void cancelPlaybackRetry();
 
@@ -360,6 +362,13 @@ class AppDelegate final : public QObject {
     /// card decodes the video.
     void playerHasLoaded();
     void startPlaybackWatchdog();
+    /// Evaluates playback, unless the process has stood still since the previous call.
+    void watchdogDidFire();
+    /// Replaces the connection, whose pictures are old, after the process has stood still for `gap`
+    /// seconds.
+    void processDidStandStill(TimeStamp gap);
+    /// Hides the picture once its age reaches `heartbeatStallThreshold`.
+    void scheduleStalePictureCheck();
     void hideStalePicture();
     /// Called when the engine's end-of-stream flag changes.
     void endReachedDidChange();
@@ -408,8 +417,11 @@ class AppDelegate final : public QObject {
     std::int64_t playbackSelectionGeneration = 0; // counts the selections of a camera
     PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
     std::unique_ptr<RepeatingTimer> playbackWatchdog;
+    TimeStamp lastWatchdogTick = 0;              // or the last wake, if that was later
+    std::shared_ptr<WorkItem> stalePictureCheck; // scheduled while the picture may become too old
     std::shared_ptr<WorkItem> playbackRetry; // the scheduled recovery attempt; never more than one
-    std::int64_t playbackRetryCount = 0; // attempts since a frame was drawn or a camera was chosen
+    std::int64_t playbackRetryCount = 0;     // attempts since the last proven stream or selection
+    TimeStamp liveSince = 0;                 // when the frames of the current stream began
     std::optional<TimeStamp> lastFrameRenderedAt; // empty until the current load draws a frame
     TimeStamp lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity();
     std::optional<double> appliedVideoAspectRatio; // width over height

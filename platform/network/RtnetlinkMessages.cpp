@@ -20,7 +20,8 @@ template<typename Visit>
 bool visitAttributes(const nlmsghdr &message, std::size_t offset, Visit visit) {
     if (mnl_nlmsg_get_payload_len(&message) < offset)
         return false;
-    // libmnl's own end is rounded up to the start of the next message and therefore not used here.
+    // mnl_nlmsg_get_payload_tail is not used, because it rounds the end up to the start of the next
+    // message.
     const char *end = reinterpret_cast<const char *>(&message) + message.nlmsg_len;
     const auto *attribute =
         static_cast<const nlattr *>(mnl_nlmsg_get_payload_offset(&message, offset));
@@ -144,7 +145,7 @@ std::optional<AddressMessage> parsedAddress(const nlmsghdr &message) {
             return readAddress(payload(attribute), header.ifa_family, local.emplace());
         case IFA_ADDRESS:
             return readAddress(payload(attribute), header.ifa_family, address.emplace());
-        case IFA_FLAGS: // complete; the header has room for only eight
+        case IFA_FLAGS: // all flags; the header has room for only eight
             return readNumber(attribute, result.flags);
         default:
             return true;

@@ -10,7 +10,8 @@
 struct nlmsghdr;
 
 // Parses the kernel's rtnetlink messages about links, addresses and routes. `nlmsg_len` bytes of a
-// message must be readable. Nothing beyond them is read, whatever lengths its attributes claim.
+// message must be readable. The parsers never read beyond these bytes, whatever lengths the
+// message's attributes claim.
 
 namespace lumvik {
 
@@ -32,9 +33,10 @@ struct AddressMessage {
     InterfaceAddress address;
     std::uint32_t flags = 0; ///< IFA_F_ numbers.
 
-    /// Returns whether the address can be used as a source. An IPv6 address cannot be used while
-    /// the kernel checks whether another machine has it, nor if one does. The kernel announces when
-    /// this changes. An optimistic address is usable during the check.
+    /// Returns whether the address can be used as a source. An IPv6 address cannot be used if
+    /// another machine has the same address, or while the kernel checks whether one has. The kernel
+    /// sends a new message at the end of the check. An optimistic address is usable even during the
+    /// check.
     [[nodiscard]] bool isUsable() const;
 };
 

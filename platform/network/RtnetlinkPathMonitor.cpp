@@ -24,19 +24,22 @@ namespace {
 
 using Listing = NetworkInterfaceTable::Listing;
 
-/// Links come first because the addresses of unknown links are ignored.
+/// Links are listed first because the addresses of unknown links are ignored.
 constexpr std::array allListings = {Listing::links, Listing::addresses, Listing::routes};
+
+/// After this many failures in a row, the last report is too old to keep playback suspended.
+constexpr int failuresUntilUnknown = 3;
 
 constexpr unsigned announcements =
     RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
 
-/// The kernel puts at most this much into one message, however large the reader's buffer is.
+/// The kernel sends at most this many bytes at once, however large the reader's buffer is.
 constexpr std::size_t receiveSize = 32768;
 
 struct CloseSocket {
     void operator()(mnl_socket *socket) const { mnl_socket_close(socket); }
 };
-/// For objects that may be dropped while their own signal is being handled.
+/// Deletes objects that may be dropped while one of their signals is being handled.
 struct DeleteLater {
     void operator()(QObject *object) const { object->deleteLater(); }
 };
@@ -62,8 +65,8 @@ void putRequest(nlmsghdr &message, Listing listing) {
     message.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
 }
 
-/// Returns the error that ended a list as a positive number, or 0. Both NLMSG_DONE and NLMSG_ERROR
-/// begin with this number.
+/// Returns the error that ended a list as a positive number, or 0. The payload of both NLMSG_DONE
+/// and NLMSG_ERROR begins with the negative number.
 int listError(const nlmsghdr &message) {
     int error = 0;
     if (mnl_nlmsg_get_payload_len(&message) < sizeof error)
@@ -115,8 +118,10 @@ class RtnetlinkPathMonitor::Watch {
     Options m_options;
     Socket m_socket;
     std::unique_ptr<QSocketNotifier, DeleteLater> m_notifier;
-    std::unique_ptr<QTimer, DeleteLater> m_reopenTimer; // active while closed or awaiting a reply
-    bool m_hasFailed = false; // since the last complete lists; already logged
+    /// Active while the socket is closed or a reply is awaited.
+    std::unique_ptr<QTimer, DeleteLater> m_reopenTimer;
+    bool m_hasFailed = false; // whether a failure since the last complete lists was logged
+    int m_failures = 0;       // the number of failures since the last complete lists
     alignas(nlmsghdr) std::array<char, receiveSize> m_buffer{};
 
     NetworkInterfaceTable m_table;
@@ -124,7 +129,7 @@ class RtnetlinkPathMonitor::Watch {
     std::optional<Listing> m_runningList;           // the list that the kernel is sending
     bool m_isListIncomplete = false;                // the running list has to be repeated
     unsigned m_sequence = 0;                        // the sequence number of the last request
-    std::optional<NetworkState> m_reported;         // the state in use at the last report
+    std::optional<NetworkState> m_reported;         // the usable network at the last report
 };
 
 void RtnetlinkPathMonitor::Watch::setHandler(UpdateHandler handler) {
@@ -188,8 +193,8 @@ bool RtnetlinkPathMonitor::Watch::connect() {
     return mnl_socket_bind(m_socket.get(), announcements, MNL_SOCKET_AUTOPID) == 0;
 }
 
-/// Reads until the socket is empty and only then requests the next list. The kernel needs room in
-/// the receive buffer to begin its reply.
+/// Reads until the socket is empty and only then requests the next list, because the kernel needs
+/// room in the receive buffer for the beginning of its reply.
 void RtnetlinkPathMonitor::Watch::receive() {
     while (m_socket && !isCancelled()) {
         const ssize_t length = m_options.receive(m_socket.get(), m_buffer.data(), m_buffer.size());
@@ -287,6 +292,8 @@ void RtnetlinkPathMonitor::Watch::reportIfChanged() {
     if (!m_socket || (!m_reported && !isComplete))
         return;
     m_hasFailed = m_hasFailed && !isComplete;
+    if (isComplete)
+        m_failures = 0;
     NetworkState usable = usableNetwork(m_table.state());
     if (m_reported == usable)
         return;
@@ -304,14 +311,22 @@ void RtnetlinkPathMonitor::Watch::fail(int error) {
     closeSocket();
     const bool isFirstFailure = !std::exchange(m_hasFailed, true);
     if (m_reported) {
-        // The last report is still the best information. Another report would interrupt working
-        // connections.
+        // The last report is still the best information available. A different report would
+        // interrupt working connections.
         if (isFirstFailure) {
             LumvikLog::network().info(
                 QStringLiteral("Network changes cannot be followed for the moment: %1.")
                     .arg(qt_error_string(error)));
         }
         reopenAfter(m_options.reopenInterval);
+        if (++m_failures < failuresUntilUnknown || !m_reported->interfaces.empty())
+            return;
+        // The network may have returned unnoticed. Without this report, playback would never
+        // resume.
+        LumvikLog::network().error(
+            QStringLiteral("Network changes can no longer be followed; assuming a network."));
+        m_reported.reset();
+        report({.isSatisfied = true});
         return;
     }
     reopenAfter(m_options.startInterval);

@@ -18,12 +18,12 @@ bool canPassTraffic(const NetworkInterface &interface) {
 
 } // namespace
 
-bool reachesOtherNetworks(const InterfaceAddress &address) {
+bool reachesCameras(const InterfaceAddress &address) {
     const AddressBytes &bytes = address.bytes;
     if (bytes == AddressBytes{})
         return false;
     if (address.family == AF_INET)
-        return bytes[0] != 127 && !(bytes[0] == 169 && bytes[1] == 254);
+        return bytes[0] != 127;
     constexpr AddressBytes loopback{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
     return bytes != loopback && !(bytes[0] == 0xfe && (bytes[1] & 0xc0) == 0x80);
 }
@@ -35,9 +35,8 @@ NetworkState usableNetwork(const NetworkState &state) {
             continue;
         NetworkInterface used = interface;
         used.name.clear();
-        std::erase_if(used.addresses, [](const InterfaceAddress &address) {
-            return !reachesOtherNetworks(address);
-        });
+        std::erase_if(used.addresses,
+                      [](const InterfaceAddress &address) { return !reachesCameras(address); });
         const std::size_t routesBefore = usable.defaultRoutes.size();
         std::ranges::copy_if(
             state.defaultRoutes, std::back_inserter(usable.defaultRoutes),

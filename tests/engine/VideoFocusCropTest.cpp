@@ -93,7 +93,7 @@ TEST_F(VideoFocusCropTest, NewFilterReplacesThePreviousOne) {
                                            "vf=@focus:lavfi=[crop=640:360:0:80:exact=1]"));
 }
 
-TEST_F(VideoFocusCropTest, DoesNotUseAFilterAfterOtherFailures) {
+TEST_F(VideoFocusCropTest, UsesNoFilterIfTheCropPropertyExistsButCannotBeSet) {
     for (const int error : {MPV_ERROR_PROPERTY_UNAVAILABLE, MPV_ERROR_PROPERTY_FORMAT,
                             MPV_ERROR_PROPERTY_ERROR, MPV_ERROR_INVALID_PARAMETER}) {
         mpv.setSettingResult("video-crop", error);

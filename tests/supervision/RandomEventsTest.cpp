@@ -176,9 +176,10 @@ class RandomEventsTest : public ControllerFixture, public testing::WithParamInte
     /// Checks the invariants after each step.
     void check(State stateBefore, std::int64_t generationBefore, bool couldStart, bool wasFrame) {
         ASSERT_LE(mpv.liveCores(), 1);
-        // At most six delays can be scheduled: one each for the watchdog, an attempt, the fallback
-        // of a probe and the limit of a sleep delay, and two for the view.
-        ASSERT_LE(queue.delays().size(), 6U);
+        // At most seven delays can be scheduled: one each for the watchdog, an attempt, the
+        // fallback of a probe, the age of the picture and the limit of a sleep delay, and two for
+        // the view.
+        ASSERT_LE(queue.delays().size(), 7U);
         if (probe() != m_probe) {
             m_probe = probe();
             m_probeSeenAt = queue.now();
@@ -240,6 +241,8 @@ class RandomEventsTest : public ControllerFixture, public testing::WithParamInte
         delegate->handlePlaybackEngineEvent(StartFile{}, playerGeneration());
         delegate->recordRenderedFrame(playerGeneration());
         EXPECT_EQ(access().playbackState(), State::playing);
+        queue.advance(5);
+        delegate->recordRenderedFrame(playerGeneration());
         EXPECT_EQ(access().playbackRetryCount(), 0);
     }
 

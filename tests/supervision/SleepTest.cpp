@@ -200,7 +200,7 @@ TEST_F(SleepTest, UnannouncedSleepIsNoticedByTheNextTickOfTheWatchdog) {
     delegate->recordRenderedFrame(1);
     queue.jump(3600);
     queue.advance(2);
-    EXPECT_EQ(playbackLog().filter(u"reason=video frame heartbeat stalled."_s).size(), 1);
+    EXPECT_EQ(playbackLog().filter(u"reason=process stood still."_s).size(), 1);
 }
 
 TEST_F(SleepTest, WithoutAPlayerTheMachineSleepsAtOnce) {

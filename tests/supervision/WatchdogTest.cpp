@@ -86,7 +86,7 @@ TEST_F(WatchdogTest, NothingIsRequestedWithoutAPathOrWhileAsleep) {
     EXPECT_EQ(access().playbackRetryCount(), 1);
 }
 
-TEST_F(WatchdogTest, FirstFrameAfterARecoveryIsLoggedOnceAndEndsTheCount) {
+TEST_F(WatchdogTest, FirstFrameAfterARecoveryIsLoggedOnce) {
     playFor(1);
     (void)secondsUntilRequest();
     queue.advance(0.5);
@@ -96,7 +96,65 @@ TEST_F(WatchdogTest, FirstFrameAfterARecoveryIsLoggedOnceAndEndsTheCount) {
     playFor(1);
     EXPECT_EQ(playbackLog().mid(before),
               QStringList(u"Live video frames resumed for player generation 1."_s));
+}
+
+TEST_F(WatchdogTest, OnlyAStreamOfFiveSecondsEndsTheCountOfAttempts) {
+    playFor(1);
+    for (int attempt = 1; attempt <= 3; ++attempt) {
+        while (access().playbackRetry() == nullptr)
+            queue.advance(0.5);
+        EXPECT_EQ(access().playbackRetryCount(), attempt);
+        queue.advance(5);
+        delegate->handlePlaybackEngineEvent(StartFile{}, playerGeneration());
+        for (int frame = 0; frame < 49; ++frame) {
+            delegate->recordRenderedFrame(playerGeneration());
+            queue.advance(0.1);
+        }
+        EXPECT_EQ(access().playbackRetryCount(), attempt) << "the stream is 4.8 s old";
+    }
+    queue.advance(0.2);
+    delegate->recordRenderedFrame(playerGeneration());
     EXPECT_EQ(access().playbackRetryCount(), 0);
+}
+
+TEST_F(WatchdogTest, StreamsThatEndAfterAFewFramesAreRequestedEverLessOften) {
+    playFor(1);
+    const TimeStamp begin = queue.now();
+    int loadsInTheFirstMinute = 0;
+    qsizetype loads = 0;
+    while (queue.now() - begin < 300) {
+        delegate->handlePlaybackEngineEvent(EndFile{}, playerGeneration());
+        const std::ptrdiff_t before =
+            static_cast<std::ptrdiff_t>(mpv.callsTo("mpv_command").size());
+        while (static_cast<std::ptrdiff_t>(mpv.callsTo("mpv_command").size()) == before)
+            queue.advance(0.1);
+        ++loads;
+        loadsInTheFirstMinute += queue.now() - begin < 60 ? 1 : 0;
+        delegate->handlePlaybackEngineEvent(StartFile{}, playerGeneration());
+        for (int frame = 0; frame < 3; ++frame) {
+            delegate->recordRenderedFrame(playerGeneration());
+            queue.advance(0.04);
+        }
+    }
+    EXPECT_LE(loadsInTheFirstMinute, 8);
+    EXPECT_LE(loads, 17) << "later attempts are 30 s apart";
+}
+
+TEST_F(WatchdogTest, StandstillOfSixSecondsBlackensThePictureAndReplacesTheConnection) {
+    playFor(1);
+    queue.jump(6);
+    queue.advance(0);
+    EXPECT_EQ(playbackLog().filter(u"reason=process stood still."_s).size(), 1);
+    queue.advance(1);
+    EXPECT_EQ(playerGeneration(), 2) << "the connection is replaced";
+}
+
+TEST_F(WatchdogTest, ShortStandstillChangesNothing) {
+    playFor(2);
+    queue.jump(3.9); // the last tick was less than two seconds ago
+    queue.advance(0);
+    EXPECT_EQ(playbackLog().filter(u"stood still"_s).size(), 0);
+    EXPECT_EQ(playbackLog().filter(u"Scheduling recovery"_s).size(), 0);
 }
 
 TEST_F(WatchdogTest, LateFrameCancelsTheAttempt) {

@@ -74,6 +74,24 @@ TEST_F(SecrecyTest, CorrectPasswordIsNotDisclosed) {
     expectAbsent(viewer->allOutput().toUtf8(), password, "the log");
 }
 
+TEST_F(SecrecyTest, PasswordWithAtSignsPlaysAsTypedAndIsNotDisclosed) {
+    CameraSetup setup;
+    setup.user = QStringLiteral("me@home");
+    setup.password = QStringLiteral("p@ss@word");
+    CameraProcess *other = startCamera(setup);
+    ASSERT_TRUE(other);
+    QString address = other->url();
+    address.replace(QStringLiteral("%40"), QStringLiteral("@"));
+    ASSERT_TRUE(address.contains(QStringLiteral("me@home:p@ss@word@"))) << qPrintable(address);
+    home.writeCameras({{QStringLiteral("Secret"), address}});
+    startViewerAndWaitForPicture(talkative);
+    expectNotDisclosed(setup.password);
+    endViewer();
+    expectTalkativeLog();
+    expectAbsent(viewer->allOutput().toUtf8(), setup.password, "the log");
+    EXPECT_TRUE(home.readDataFile(QStringLiteral("cameras.json")).contains("p@ss@word"));
+}
+
 TEST_F(SecrecyTest, WrongPasswordIsNotDisclosed) {
     home.writeCameras({{QStringLiteral("Secret"), camera->urlWithPassword(wrongPassword)}});
     startViewer(talkative);

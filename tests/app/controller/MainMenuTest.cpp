@@ -91,7 +91,7 @@ TEST_F(MainMenuTest, FullScreenItemIsNamedAfterItsAction) {
     EXPECT_EQ(titles(*menu.menus().at(1)).last(), u"Enter Full Screen"_s);
 }
 
-TEST(MainMenu, DisablesItemsWithoutAnActionAndTheirKeys) {
+TEST(MainMenu, DisablesItemsThatHaveNoActionAndTheirKeys) {
     bool closed = false;
     MainMenuActions actions;
     actions.performClose = [&] { closed = true; };

@@ -121,9 +121,9 @@ TEST_F(NetworkInterfaceTableTest, AddressCountsOnceTheKernelHasConfirmedIt) {
 
 TEST_F(NetworkInterfaceTableTest, LocalAddressOfAPointToPointLinkCounts) {
     apply(link(2, "tun0"));
-    apply(addressMessage(RTM_NEWADDR, 2, "192.0.2.1").withAddress(IFA_LOCAL, "169.254.0.1"));
+    apply(addressMessage(RTM_NEWADDR, 2, "192.0.2.1").withAddress(IFA_LOCAL, "127.0.0.2"));
     EXPECT_EQ(signature(), nothing);
-    apply(addressMessage(RTM_NEWADDR, 2, "169.254.0.2").withAddress(IFA_LOCAL, "192.0.2.2"));
+    apply(addressMessage(RTM_NEWADDR, 2, "127.0.0.3").withAddress(IFA_LOCAL, "192.0.2.2"));
     EXPECT_EQ(signature(), ethernet);
 }
 

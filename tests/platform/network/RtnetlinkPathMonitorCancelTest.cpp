@@ -51,7 +51,7 @@ TEST_F(RtnetlinkPathMonitorTest, CancelWaitsForARunningHandler) {
         monitor.cancel();
         return isFinished.load();
     });
-    // A call that does not wait returns well within this time.
+    // If the call did not wait, it would return well within this time.
     EXPECT_EQ(cancelled.wait_for(200ms), std::future_status::timeout);
     mayReturn.set_value();
     EXPECT_TRUE(cancelled.get());

@@ -240,6 +240,22 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest,
     drain(m_queue);
 }
 
+TEST_F(RtnetlinkPathMonitorNamespaceTest, MissingNetworkIsDoubtedAfterSeveralFailures) {
+    const CapturedLog log;
+    Interference interference;
+    startAndWaitFor(nothing, interference.options());
+    interference.failures = 1'000'000;
+    run("ip link set lo up"); // causes an announcement
+    EXPECT_EQ(m_recorder.waitForCount(1), Updates{satisfied});
+    EXPECT_TRUE(log.texts(QStringLiteral("network"))
+                    .contains(QStringLiteral(
+                        "Network changes can no longer be followed; assuming a network.")));
+    interference.failures = 0;
+    EXPECT_EQ(m_recorder.waitForCount(2), (Updates{satisfied, nothing}));
+    m_monitor.reset();
+    drain(m_queue);
+}
+
 TEST_F(RtnetlinkPathMonitorNamespaceTest, ChangesDuringAFailureAreReportedAfterwards) {
     Interference interference;
     plugIn();

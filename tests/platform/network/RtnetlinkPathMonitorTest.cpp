@@ -76,7 +76,7 @@ TEST_F(RtnetlinkPathMonitorNamespaceTest, IrrelevantChangesAreNotReported) {
     run("ip addr change 192.0.2.2/24 dev near valid_lft 1000 preferred_lft 1000;"
         "ip addr change 192.0.2.2/24 dev near valid_lft 2000 preferred_lft 0;"
         "ip link set near mtu 1400; ip link set near promisc on;"
-        "ip addr add 169.254.1.1/16 dev near; ip addr add 127.0.0.1/8 dev lo; ip link set lo up;"
+        "ip addr add 127.0.0.2/8 dev near; ip addr add 127.0.0.1/8 dev lo; ip link set lo up;"
         "ip route add 203.0.113.0/24 via 192.0.2.1; ip route add default via 192.0.2.1 table 7;"
         "ip link add idle type veth peer name idle2; ip addr add 198.51.100.2/24 dev idle;"
         "ip addr del 192.0.2.2/24 dev near");
