@@ -1,19 +1,19 @@
 // lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL]
 //
-// Watches a rectangle of the X screen that shows the test camera's picture with its clock pattern.
-// Prints a line for every new frame, recognised by its capture time:
+// The program watches a rectangle of the X screen that shows the test camera's picture with its
+// clock pattern. It prints a line for every new frame, recognised by the frame's capture time:
 //
 //     MOMENT DELAY INK
 //
-// MOMENT is the time at which the program saw the frame (CLOCK_MONOTONIC), and DELAY is the
-// frame's latency, the time since its capture. Both are in milliseconds. INK is the share of
-// bright pixels in a row through the camera's name, in thousandths. It distinguishes a camera with
+// MOMENT is the time at which the program saw the frame (CLOCK_MONOTONIC), and DELAY is the frame's
+// latency, the time since its capture. MOMENT and DELAY are in milliseconds. INK is the share of
+// bright pixels in a row through the camera's name, in thousandths. INK distinguishes a camera with
 // a long name from a camera with a short name.
 //
-// The program prints "ready" when it starts to watch, and runs until it is terminated. It reads the
-// screen every INTERVAL milliseconds (default: 2), so a MOMENT can be late by one interval. It
-// fetches only three rows of pixels, through shared memory, because it shares the processor with
-// the programs that are being measured.
+// The program prints "ready" when it starts to watch, and runs until it is terminated. The screen
+// is read every INTERVAL milliseconds (default: 2), so a MOMENT can be late by one interval. Only
+// three rows of pixels are read, through shared memory, because lumvik-screen-clock shares the
+// processor with the programs that are being measured.
 
 #include "testcamera/ClockPattern.h"
 #include "testcamera/PictureLayout.h"
@@ -38,11 +38,11 @@ namespace PictureLayout = lumvik::test::PictureLayout;
 
 constexpr int bytesPerPixel = 4;
 constexpr int screenDepth = 24;
-/// The parts of the picture of which one row of pixels, through the middle, is fetched.
+/// The parts of the picture. One row of pixels is fetched through the middle of each part.
 enum Row : unsigned { upperCells, lowerCells, cameraName, rowCount };
 
-/// The longest latency that is believed, in milliseconds. A greater one means that the checksum of
-/// another picture happens to match.
+/// The longest plausible latency, in milliseconds. A longer latency means that the screen shows
+/// another picture whose checksum happens to match.
 constexpr std::int64_t longestDelay = 60'000;
 
 struct Area {
@@ -131,8 +131,8 @@ class ScreenRows {
         const std::unique_ptr<xcb_generic_error_t, Free> error(xcb_request_check(
             m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment,
                                                        static_cast<std::uint32_t>(id), 0)));
-        // The segment is marked for removal now and disappears with its last user, even if this
-        // program crashes.
+        // The segment is marked for removal at once. The kernel then removes it when its last user
+        // has exited, even if this program crashes.
         shmctl(id, IPC_RMID, nullptr);
         if (error)
             fail("the X server does not support shared memory");

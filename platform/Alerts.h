@@ -7,15 +7,15 @@
 
 namespace lumvik {
 
-/// A message that the user must answer. It is shown unchanged: code that inserts a camera's name or
-/// a message from the engine must first remove addresses from it (LumvikLog::redacted).
+/// A message that the user must answer. Alerts are shown unchanged, so code that inserts a camera's
+/// name or a message from the engine must first remove addresses from it with LumvikLog::redacted.
 struct Alert {
     enum class Style { warning, informational };
 
     Style style = Style::warning;
     QString messageText;     // a short text, in bold
-    QString informativeText; // the explanation below it
-    QStringList buttons;     // the first is the default and has the accent colour
+    QString informativeText; // the explanation below messageText
+    QStringList buttons;     // the first button is the default and has the accent colour
 };
 
 /// Shows alerts. Main thread only.
@@ -28,14 +28,14 @@ class Alerts {
 
     /// Shows `alert` above all of the program's windows, waits for the answer and returns the index
     /// of the chosen button. Dismissing the alert counts as choosing the last button. Timers and
-    /// deferred work continue meanwhile.
+    /// deferred work continue while the alert is shown.
     virtual int runModal(const Alert &alert) = 0;
 
-    /// Shows `alert` as a sheet on the window in use. That window is blocked until the user
-    /// answers; everything else continues. `answered` receives the button's index as in `runModal`,
-    /// once and in a later turn of the event loop. It is not called if the program ends first.
-    /// Without a window to attach to, the alert runs as in `runModal`, and `answered` is called
-    /// before this function returns.
+    /// Shows `alert` as a sheet on the window in use. The window is blocked until the user answers;
+    /// the rest of the program remains usable. `answered` is called once, in a later turn of the
+    /// event loop, with the button's index as in `runModal`. `answered` is not called if the
+    /// program ends first. If there is no window for the sheet, the alert is shown as by
+    /// `runModal`, and `answered` is called before `present` returns.
     virtual void present(const Alert &alert, std::function<void(int)> answered) = 0;
 };
 

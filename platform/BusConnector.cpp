@@ -59,7 +59,7 @@ BusConnector::~BusConnector() {
     disconnect();
     m_abandonment->setConnectorDestroyed();
     m_thread.reset();
-    // Closes a connection that was made but never handed over.
+    // Closes a connection that was made but not passed to `connected`.
     QDBusConnection::disconnectFromBus(m_connectionName);
 }
 

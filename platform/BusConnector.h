@@ -16,18 +16,21 @@ class SerialQueue;
 /// Connects to a message bus without blocking the main thread, even if the bus accepts the
 /// connection and then stops responding.
 ///
-/// The work is done on a separate thread that exists only while connecting. The connector is
-/// created, used and destroyed on the main thread. Destruction also ends the connection.
+/// The connection is made on a separate thread that exists only while connecting. The connector
+/// must be created, used and destroyed on the main thread. Destroying the connector also closes the
+/// connection.
 class BusConnector {
   public:
     struct Handlers {
         /// Runs on the connector's thread and may wait for the bus, for example to subscribe to
-        /// signals or claim a name. Returns an empty string on success, or else the problem in
-        /// plain words; the connection is then closed, along with everything set up on it.
+        /// signals or claim a name. Returns an empty string on success. Otherwise returns the
+        /// problem in plain words, and the connection is closed together with everything set up on
+        /// it.
         std::function<QString(QDBusConnection &bus)> prepare;
-        /// On the main thread.
+        /// Called on the main thread once `prepare` has succeeded.
         std::function<void(const QDBusConnection &bus)> connected;
-        /// On the main thread, with the reason in plain words, such as "there is no session bus".
+        /// Called on the main thread with the reason in plain words, such as "there is no session
+        /// bus".
         std::function<void(const QString &reason)> failed;
     };
 
@@ -38,13 +41,13 @@ class BusConnector {
     ~BusConnector();
 
     /// Connects to the first of `addresses` (as in DBUS_SESSION_BUS_ADDRESS) that responds within
-    /// `limit`. Only the first call has an effect. Handlers run only while `context` exists and
-    /// `disconnect` has not been called.
+    /// `limit`. Only the first call has an effect. `connected` and `failed` are called only while
+    /// `context` exists and `disconnect` has not been called.
     void connect(QObject &context, const QString &addresses, std::chrono::milliseconds limit,
                  Handlers handlers);
 
-    /// Closes the connection or abandons the attempt to connect. Returns at once. No handler starts
-    /// afterwards; a `prepare` that is already running finishes.
+    /// Closes the connection or abandons the attempt to connect. Returns at once. Afterwards,
+    /// neither `connected` nor `failed` is called, but `prepare` may still run.
     void disconnect();
 
   private:

@@ -64,7 +64,7 @@ bool waitToRead(int descriptor, int abandon, const QDeadlineTimer &deadline) {
     return changed > 0 && descriptors[0].revents == 0;
 }
 
-/// Waits for a moment. Returns false if `abandon` became readable meanwhile.
+/// Waits briefly. Returns false if `abandon` became readable meanwhile.
 bool pauseBriefly(int abandon) {
     pollfd descriptor = {abandon, POLLIN, 0};
     return ::poll(&descriptor, 1, 20) == 0;
@@ -73,14 +73,14 @@ bool pauseBriefly(int abandon) {
 BusState probe(int socket, const LocalAddress &local, int abandon, const QDeadlineTimer &deadline) {
     const auto *generic = reinterpret_cast<const sockaddr *>(&local.address);
     while (::connect(socket, generic, local.size) != 0) {
-        // The bus's queue of pending connections is full.
+        // EAGAIN means that the bus's queue of pending connections is full.
         if (errno != EAGAIN && errno != EINTR)
             return BusState::absent;
         if (deadline.hasExpired() || !pauseBriefly(abandon))
             return BusState::unresponsive;
     }
-    // This is the first step of the D-Bus handshake, which needs no credentials. The reply is not
-    // examined because the library repeats the handshake from the start.
+    // The request is the first step of the D-Bus handshake, which needs no credentials. The reply
+    // is not examined because the library repeats the handshake from the start.
     const QByteArray request("\0AUTH\r\n", 7);
     if (::send(socket, request.constData(), static_cast<std::size_t>(request.size()),
                MSG_NOSIGNAL) != request.size())

@@ -8,10 +8,10 @@
 namespace lumvik {
 
 /// Detects, on a separate thread, that the display server has closed its end of the connection. The
-/// main thread may be unable to notice this, because a graphics driver can block it by sending
+/// main thread may be unable to notice this, because a graphics driver can block it while sending
 /// frames to a display server that no longer exists.
 ///
-/// The monitor reads nothing from the connection.
+/// The monitor reads no data from the connection, because all data is for the toolkit.
 class DisplayConnectionMonitor {
   public:
     /// Monitors the socket `descriptor`. The socket belongs to the caller, who must keep it open

@@ -7,8 +7,8 @@ namespace lumvik {
 
 namespace {
 
-/// One registration for the guard itself and one for each of the first players. By then all
-/// libraries have been loaded.
+/// The guard registers its handler when it is created, and again when each of the first three
+/// players has loaded. All libraries have been loaded by that time.
 constexpr int mostRegistrations = 4;
 
 std::atomic_bool isGuarded;

@@ -14,8 +14,9 @@ class ExitGuard {
     ExitGuard(const ExitGuard &) = delete;
     ExitGuard &operator=(const ExitGuard &) = delete;
 
-    /// Also covers handlers that were registered later. Only the first few calls have an effect,
-    /// because each permanently takes memory.
+    /// Also covers exit handlers that were registered after the guard was created or last renewed.
+    /// Only the first few calls have an effect, because each one takes memory until the process
+    /// ends.
     void renew();
 
   private:

@@ -23,7 +23,7 @@ class FileDescriptor {
     [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
     [[nodiscard]] int get() const { return m_descriptor; }
 
-    /// Closes the descriptor now. Does nothing when there is none.
+    /// Closes the descriptor now. Does nothing if no descriptor is open.
     void reset() {
         if (m_descriptor >= 0)
             ::close(std::exchange(m_descriptor, -1));

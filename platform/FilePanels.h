@@ -27,8 +27,8 @@ class FilePanels {
     /// user cancels.
     virtual std::optional<QString> chooseFileToOpen(const FilePanel &panel, QWidget *parent) = 0;
 
-    /// Asks where to write a file. An existing file is chosen only with the user's consent. Returns
-    /// nothing if the user cancels.
+    /// Asks where to write a file. The panel asks the user to confirm the choice of an existing
+    /// file. Returns nothing if the user cancels.
     virtual std::optional<QString> chooseFileToSave(const FilePanel &panel, QWidget *parent) = 0;
 };
 

@@ -6,11 +6,11 @@
 
 namespace lumvik {
 
-/// A lock, based on a file, that one process at a time can hold.
+/// A file lock that only one process at a time can hold.
 ///
-/// The kernel keeps the lock and releases it when the process ends, however that happens. Unlike a
-/// process id written into the file, it cannot be attributed to a later process by mistake. The
-/// file itself is never removed. Destruction releases the lock.
+/// The kernel keeps the lock and releases it when the process ends, for whatever reason. A process
+/// id written into the file would be less reliable, because a later process can have the same id.
+/// The lock file is never removed. Destruction releases the lock.
 class InstanceLock {
   public:
     /// `path` is the path of the file. Its folder must exist.

@@ -67,8 +67,8 @@ void LogindSleepMonitor::start(std::function<void(SleepDelay)> willSleep,
     m_isWatching = true;
     m_willSleep = std::move(willSleep);
     m_didWake = std::move(didWake);
-    // Subscribing by service name filters out signals from other senders. The bus is asked for the
-    // owner of each name, and the call waits for its reply.
+    // Subscribing by service name filters out signals from other senders. The subscription asks the
+    // bus for the owner of each name and waits for the reply.
     const auto subscribe = [this](QDBusConnection &bus) {
         const bool isSubscribed =
             bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
@@ -109,7 +109,7 @@ void LogindSleepMonitor::prepareForSleep(bool isBeginning) {
     }
     m_isSleepAnnounced = true;
     m_sleepLimit.start();
-    // A copy, because the handler may stop the monitor.
+    // The handler is copied because it may stop the monitor, which clears `m_willSleep`.
     const auto willSleep = m_willSleep;
     willSleep(std::exchange(m_inhibitor, {}));
 }
@@ -127,7 +127,8 @@ void LogindSleepMonitor::ownerChanged(const QString &name, const QString &oldOwn
                                       const QString &newOwner) {
     if (!m_isWatching || name != logindService)
         return;
-    // A request sent while there was no login manager is answered by the new one.
+    // A request sent while there was no login manager is answered by the login manager that has
+    // just started.
     if (oldOwner.isEmpty() && m_isRequestPending)
         return;
     // The previous login manager can no longer answer its request.
@@ -135,7 +136,7 @@ void LogindSleepMonitor::ownerChanged(const QString &name, const QString &oldOwn
     m_isRequestPending = false;
     if (newOwner.isEmpty())
         return;
-    // The previous login manager's inhibitor is kept until the new one has granted its own.
+    // The previous login manager's inhibitor is kept until the new login manager has granted one.
     requestInhibitor();
     // The login manager that announced the sleep has stopped and can no longer announce the
     // wake-up.
@@ -156,7 +157,7 @@ void LogindSleepMonitor::requestInhibitor() {
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, watcher, request = ++m_lastRequest] {
                 watcher->deleteLater();
-                // A reply to an earlier request closes its own descriptor.
+                // The reply to an earlier request is dropped, which closes its descriptor.
                 if (request == m_lastRequest)
                     inhibitorAnswered(*watcher);
             });
@@ -172,7 +173,7 @@ void LogindSleepMonitor::inhibitorAnswered(const QDBusPendingCallWatcher &answer
             reportRefusal(reasonOf(reply.error()));
         return;
     }
-    // The descriptor must be taken out; otherwise the message keeps a copy of it open.
+    // The descriptor must be taken out of the reply, which would otherwise keep a copy of it open.
     FileDescriptor inhibitor(reply.value().takeFileDescriptor());
     // The machine may sleep once the descriptor is closed. An inhibitor that arrives after the
     // announcement would only delay the sleep.

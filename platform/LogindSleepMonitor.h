@@ -24,7 +24,8 @@ namespace lumvik {
 /// A login manager that starts or restarts later is picked up automatically.
 ///
 /// If there is no bus or no login manager, the monitor logs one line and no handler runs. If only
-/// the inhibitor is refused, it also logs one line, and `willSleep` receives an empty delay.
+/// the inhibitor is refused, the monitor also logs one line, and `willSleep` receives an empty
+/// delay.
 ///
 /// Everything happens on the main thread except connecting to the bus, which has a thread of its
 /// own because a bus may accept a connection and never reply. `main` owns the monitor and must
@@ -34,8 +35,8 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
 
   public:
     /// A bus that has not replied within `answerLimit` counts as absent. If the machine is still
-    /// running `sleepLimit` after its sleep was announced, it counts as awake. This covers a sleep
-    /// that was cancelled and a login manager that stopped before it announced the wake-up.
+    /// running `sleepLimit` after its sleep was announced, it counts as awake. `sleepLimit` covers
+    /// a sleep that was cancelled and a login manager that stopped before it announced the wake-up.
     explicit LogindSleepMonitor(QString busAddress = systemBusAddress(),
                                 std::chrono::milliseconds answerLimit = std::chrono::seconds(10),
                                 std::chrono::milliseconds sleepLimit = std::chrono::seconds(60));
@@ -52,7 +53,7 @@ class LogindSleepMonitor final : public QObject, public SleepMonitor {
     /// received it.
     [[nodiscard]] bool holdsInhibitor() const { return m_inhibitor != nullptr; }
 
-  private Q_SLOTS: // called by the bus, by name
+  private Q_SLOTS: // called by name from the D-Bus library
     void prepareForSleep(bool isBeginning);
     void ownerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
 

@@ -11,8 +11,8 @@ namespace lumvik {
 
 namespace {
 
-/// The state of the log, shared by all threads. It is never destroyed because library threads may
-/// log until the process ends.
+/// The state of the log, shared by all threads. The state is never destroyed, because library
+/// threads may log until the process ends.
 struct SharedLog {
     std::mutex mutex;
     std::unique_ptr<LogSink> sink;

@@ -7,8 +7,8 @@
 
 namespace lumvik {
 
-/// The importance of a log line. Every level is written. `standard`, named "default" in the output,
-/// is for events that matter to somebody who reviews the log of a whole night.
+/// The importance of a log line. Lines of every level are written. `standard`, named "default" in
+/// the output, is for events that matter to somebody who reviews the log of a whole night.
 enum class LogLevel { debug, info, standard, error };
 
 /// One log line as passed to a sink. Camera addresses have already been removed from the text.
@@ -29,8 +29,7 @@ class LogSink {
     virtual void write(const LogRecord &record) = 0;
 };
 
-/// One of the five channels of the program's log. Stateless apart from its name, usable on any
-/// thread.
+/// One of the five channels of the program's log. May be used on any thread.
 class LogChannel {
   public:
     explicit constexpr LogChannel(const char *category) : m_category(category) {}
@@ -51,7 +50,8 @@ class LogChannel {
 /// Lines go to the systemd journal if its socket exists, otherwise to standard error (see
 /// LogSinks.h). The sink is chosen when the first line is logged. Camera addresses and the
 /// passwords in them are removed from every text before a sink receives it. All logging passes
-/// through here, so no caller can forget this. All functions may be called on any thread.
+/// through LumvikLog, so no caller can forget to remove addresses. All functions may be called on
+/// any thread.
 namespace LumvikLog {
 
 inline constexpr const char *subsystem = "com.tandrel.Lumvik";
@@ -66,9 +66,9 @@ inline constexpr const char *subsystem = "com.tandrel.Lumvik";
 /// this to read what is logged.
 std::unique_ptr<LogSink> setSink(std::unique_ptr<LogSink> sink);
 
-/// Sets camera addresses whose parts must never appear in the log, in addition to everything that
-/// looks like an address. Call it whenever the camera list changes. Earlier addresses stay
-/// protected.
+/// Adds camera addresses whose parts must never appear in the log. Text that looks like an address
+/// is always removed. Call this function whenever the camera list changes. Addresses from earlier
+/// calls stay protected.
 void protectAddresses(const QStringList &addresses);
 
 /// Returns `text` without camera addresses and their passwords, for texts shown elsewhere than in

@@ -11,8 +11,8 @@ namespace lumvik {
 namespace {
 
 std::chrono::milliseconds milliseconds(double seconds) {
-    // Rounded up, because a deadline that is compared with now() must have passed when the work
-    // runs.
+    // The value is rounded up, because a deadline that is compared with now() must have passed when
+    // the work runs.
     return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
 }
 

@@ -58,8 +58,8 @@ class MainQueue {
     [[nodiscard]] virtual TimeStamp now() const = 0;
 };
 
-/// A main queue based on Qt's event loop. Create it on the main thread, after the application
-/// object. Its destruction drops the work that is still waiting.
+/// A main queue based on Qt's event loop. Create the queue on the main thread, after the
+/// application object. Destroying the queue drops the work that is still waiting.
 class QtMainQueue final : public MainQueue {
   public:
     void async(Work work) override;
@@ -68,7 +68,7 @@ class QtMainQueue final : public MainQueue {
     [[nodiscard]] TimeStamp now() const override;
 
   private:
-    QObject m_context; // belongs to the main thread; waiting work ends with it
+    QObject m_context; // belongs to the main thread; its destruction drops waiting work
 };
 
 } // namespace lumvik

@@ -21,8 +21,8 @@ inline constexpr bool staysOnTopByDefault = false;
 inline const QString selectedCameraIndex = QStringLiteral("selectedCameraIndex");
 inline constexpr int defaultCameraIndex = 0;
 
-/// The date of the last successful update check. Manual checks set it, too. By default, a check is
-/// due.
+/// The date of the last successful update check, whether automatic or manual. While no date is
+/// stored, an automatic check is due.
 inline const QString lastAutomaticUpdateCheck = QStringLiteral("lastAutomaticUpdateCheck");
 
 } // namespace lumvik::PreferenceKeys

@@ -23,8 +23,8 @@ void restartIfRequested() {
     char **arguments = restartArguments.load();
     if (arguments == nullptr)
         return;
-    // A running timer and blocked signals would be inherited by the new instance. The timer would
-    // end it, and a blocked signal could not end it any more.
+    // The new instance would inherit a running timer, which would end it, and a set of blocked
+    // signals, which could then not end it.
     const itimerval none{};
     setitimer(ITIMER_REAL, &none, nullptr);
     sigset_t empty;

@@ -25,13 +25,13 @@ SerialQueue::SerialQueue(const QString &label)
     m_thread->setObjectName(label);
     m_worker->moveToThread(m_thread.get());
     m_thread->start();
-    // Qt has named the thread after the whole object name. The first piece of work replaces that
-    // name, on the thread itself.
+    // Qt names the thread after the whole label. The first work item replaces that name with the
+    // short one.
     async([name = threadName(label)] { ::pthread_setname_np(::pthread_self(), name.constData()); });
 }
 
 SerialQueue::~SerialQueue() {
-    // Queued after all submitted work, so none of it is lost.
+    // The thread quits only after all submitted work, because that work is ahead in its queue.
     async([this] { m_thread->quit(); });
     m_thread->wait();
 }

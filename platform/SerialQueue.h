@@ -10,11 +10,11 @@ class QThread;
 
 namespace lumvik {
 
-/// A work queue with a thread of its own. Work runs in order of submission, one piece after
-/// another.
+/// A work queue with a thread of its own. Work runs in order of submission, one item at a time.
 ///
-/// The label is written in reverse domain name notation. The part after its last dot names the
-/// thread: the kernel keeps only fifteen characters, and the full labels of all queues begin alike.
+/// The label is written in reverse domain name notation. The thread is named after the last part of
+/// the label only, because the kernel limits a thread's name to fifteen characters and the labels
+/// of all queues begin alike.
 ///
 /// `async` may be called on any thread. Destruction waits for the work submitted so far and joins
 /// the thread, so it must not happen on the queue's own thread.

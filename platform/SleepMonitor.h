@@ -8,8 +8,8 @@ namespace lumvik {
 /// Reports when the machine is about to sleep and when it has woken. Main thread only.
 class SleepMonitor {
   public:
-    /// Delays the machine's sleep while it exists, for at most the few seconds that the system
-    /// grants.
+    /// Delays the machine's sleep while the object exists, for at most the few seconds that the
+    /// system grants.
     using SleepDelay = std::shared_ptr<void>;
 
     SleepMonitor() = default;
@@ -22,8 +22,8 @@ class SleepMonitor {
     /// system grants none. `didWake` runs after the machine has woken.
     virtual void start(std::function<void(SleepDelay)> willSleep,
                        std::function<void()> didWake) = 0;
-    /// Stops monitoring. Neither handler runs afterwards. May be called repeatedly, and before
-    /// `start`.
+    /// Stops monitoring. Neither handler runs afterwards. `stop` may be called repeatedly, and
+    /// before `start`.
     virtual void stop() = 0;
 };
 

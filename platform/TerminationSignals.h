@@ -15,8 +15,8 @@ namespace lumvik {
 /// down in order. A second signal ends the process at once, through the signal's default action, in
 /// case the orderly shutdown hangs.
 ///
-/// Only one instance may exist at a time. Create it on the main thread, after the application
-/// object.
+/// Only one instance may exist at a time. Create the instance on the main thread, after the
+/// application object.
 class TerminationSignals {
   public:
     explicit TerminationSignals(std::function<void()> terminate);
@@ -25,12 +25,12 @@ class TerminationSignals {
     ~TerminationSignals();
 
     /// Returns whether one of the signals has arrived. The call on the main thread may follow much
-    /// later. Any thread.
+    /// later. May be called on any thread.
     [[nodiscard]] static bool haveArrived() noexcept;
 
   private:
-    FileDescriptor m_handlerEnd;  ///< The signal handler writes to it.
-    FileDescriptor m_notifierEnd; ///< The notifier watches it.
+    FileDescriptor m_handlerEnd;  ///< Written to by the signal handler.
+    FileDescriptor m_notifierEnd; ///< Watched by the notifier.
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 

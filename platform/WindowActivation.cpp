@@ -41,7 +41,8 @@ xcb_atom_t atom(xcb_connection_t *connection, const char *name) {
 }
 
 /// Returns the X server's time, which window managers compare with the time of the user's last
-/// action. Uses its own connection, because Qt consumes all events of its connection.
+/// action. Uses a separate connection to the X server, because Qt consumes all events of the
+/// application's connection.
 std::optional<std::uint32_t> serverTime() {
     constexpr int timeout = 500; // ms
     const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
@@ -74,8 +75,8 @@ std::optional<std::uint32_t> serverTime() {
 }
 
 /// Sends the activation request that EWMH defines. Qt's own request contains the time of the last
-/// event that Qt has received. This is older than the user's action elsewhere, so the window
-/// manager would only mark the window as urgent.
+/// event that Qt has received. That event is older than the user's action outside the window, so
+/// the window manager would only mark the window as urgent.
 void requestActivation(xcb_connection_t *connection, QWindow &window, std::uint32_t time) {
     constexpr std::uint32_t fromApplication = 1;
     xcb_client_message_event_t message{};
@@ -92,8 +93,8 @@ void requestActivation(xcb_connection_t *connection, QWindow &window, std::uint3
     xcb_flush(connection);
 }
 
-/// Announces that the start `id` is complete, so that the busy pointer for it ends. The message is
-/// broadcast in pieces that fit into events.
+/// Announces that the program's startup with this `id` is complete, which ends the busy pointer.
+/// The message is broadcast in pieces that fit into events.
 void finishStartupNotification(xcb_connection_t *connection, QWindow &window,
                                const QByteArray &id) {
     QByteArray quoted = id;
@@ -128,8 +129,8 @@ void activateWindow(QWindow &window, const QByteArray &token) {
     if ((window.windowStates() & Qt::WindowMinimized) != 0)
         window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
     window.raise();
-    // Qt's Wayland plugin reads the token from this variable. It is set only on Wayland, because
-    // other threads read the environment and writing to it is not thread-safe.
+    // Qt's Wayland plugin reads the token from XDG_ACTIVATION_TOKEN. The variable is set only on
+    // Wayland, because other threads read the environment and writing to it is not thread-safe.
     const bool isPassedOn =
         !token.isEmpty() && QGuiApplication::platformName().startsWith(QStringLiteral("wayland"));
     if (isPassedOn)
@@ -158,7 +159,7 @@ std::optional<std::uint32_t> timeOfStartupId(const QByteArray &id) {
         return std::nullopt;
     bool isNumber = false;
     const std::uint32_t time = id.mid(start + mark.size()).toUInt(&isNumber);
-    // Zero means "unknown".
+    // A time of zero means "unknown".
     return isNumber && time != 0 ? std::optional(time) : std::nullopt;
 }
 

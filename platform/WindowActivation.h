@@ -12,7 +12,8 @@ namespace lumvik {
 /// Brings `window` to the front and gives it keyboard focus, as far as the desktop allows. Call it
 /// in response to a user's request made outside the window. `token` is what the desktop passed
 /// along with that request: an activation token (Wayland), a startup id (X11), or nothing. If the
-/// desktop shows a busy pointer until the program responds, this also ends it. Main thread only.
+/// desktop shows a busy pointer until the program responds, the function also ends the busy
+/// pointer. Main thread only.
 void activateWindow(QWindow &window, const QByteArray &token);
 
 /// Returns the time of the user's action that a startup id contains, in the X server's

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int orientationPayloadType = 47;
 
-/// The position of a unit in the stream: that of its start code, and that of its header.
+/// The positions of a unit's start code, header and end in the stream.
 struct Unit {
     std::size_t begin = 0;
     std::size_t header = 0;
@@ -54,8 +54,8 @@ class BitWriter {
             ++m_used;
         }
     }
-    /// Appends a one bit and then zero bits up to the end of the byte, unless the byte is already
-    /// complete.
+    /// Returns the bytes, after appending a one bit and then zero bits up to the end of an
+    /// incomplete last byte.
     [[nodiscard]] QByteArray aligned() {
         if (m_used % 8 != 0)
             put(1, 1);
@@ -67,7 +67,8 @@ class BitWriter {
     unsigned m_used = 0;
 };
 
-/// Inside a unit, two zero bytes and a value below four would look like a start code.
+/// Inserts a byte of value 3 after two zero bytes that precede a value below 4, because such a
+/// sequence inside a unit could be mistaken for a start code.
 QByteArray withEmulationPrevention(const QByteArray &raw) {
     QByteArray result;
     int zeros = 0;
@@ -84,15 +85,15 @@ QByteArray withEmulationPrevention(const QByteArray &raw) {
 
 QByteArray orientationUnit(VideoCodec codec, int degrees) {
     BitWriter payload;
-    payload.put(0, 1); // Not cancelled.
-    payload.put(0, 2); // Mirrored neither way.
-    // The message counts anticlockwise, and 2^16 is a full turn.
+    payload.put(0, 1); // not cancelled
+    payload.put(0, 2); // not mirrored in either direction
+    // The message specifies an anticlockwise rotation, and 2^16 is a full turn.
     payload.put(static_cast<unsigned>((360 - degrees) % 360) * 65536U / 360U, 16);
     if (codec == VideoCodec::H264) {
-        payload.put(0b010, 3); // Repetition period 1: holds until the next message.
-        payload.put(0, 1);     // No extension.
+        payload.put(0b010, 3); // repetition period 1: applies until the next message
+        payload.put(0, 1);     // no extension
     } else {
-        payload.put(1, 1); // Holds until the next message.
+        payload.put(1, 1); // applies until the next message
     }
     const QByteArray body = payload.aligned();
 
@@ -106,7 +107,7 @@ QByteArray orientationUnit(VideoCodec codec, int degrees) {
     if (codec == VideoCodec::H264)
         unit.append('\x06');
     else
-        unit.append("\x4E\x01", 2); // Prefix message, layer 0, temporal level 0.
+        unit.append("\x4E\x01", 2); // prefix message, layer 0, temporal level 0
     return unit + withEmulationPrevention(raw);
 }
 

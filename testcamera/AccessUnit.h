@@ -9,13 +9,13 @@
 
 namespace lumvik::test {
 
-/// Operations on one coded picture in byte-stream format (units with start codes), for both codecs.
+/// Functions for one coded picture in byte-stream format (units with start codes), in either codec.
 namespace AccessUnit {
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// Returns only the parameter sets, each with a start code. They suffice for a session description
-/// and contain no picture. Empty when there are none.
+/// Returns only the parameter sets, each with a start code. The parameter sets suffice for a
+/// session description and contain no picture. The result is empty if `unit` contains none.
 [[nodiscard]] QByteArray parameterSets(VideoCodec codec, Bytes unit);
 
 /// Returns the unit with a display orientation message before the first slice. The message asks

@@ -13,31 +13,33 @@ namespace lumvik::test {
 /// The commands that the test camera accepts on standard input.
 namespace CameraCommand {
 
-/// Connections stay open but frames stop.
+/// Connections stay open, but no more frames are sent.
 struct Freeze {};
-/// Frames continue with the present time.
+/// Frames are sent again after Freeze, starting with the present picture.
 struct Thaw {};
-/// Every stream ends in an orderly way. Later clients are served.
+/// Every stream ends in an orderly way. Clients that connect later are served.
 struct End {};
-/// Every connection is closed; later clients are served.
+/// Every connection is closed. Clients that connect later are served.
 struct Drop {
-    /// Orderly sends FIN, Reset sends RST.
+    /// `Orderly` sends FIN, and `Reset` sends RST.
     enum class Manner { Orderly, Reset };
     Manner manner = Manner::Orderly;
 };
-/// Connections are closed and new ones refused.
+/// Connections are closed, and new connections are refused.
 struct Refuse {};
-/// Listens again, on the same port.
+/// The camera listens again after Refuse, on the same port.
 struct Accept {};
-/// Connections are closed. New ones are accepted but never get a reply.
+/// Connections are closed. New connections are accepted but never get a reply.
 struct Silent {};
-/// New connections are served again. Those accepted during the silence are closed.
+/// New connections are served again after Silent. Connections accepted in the meantime are closed.
 struct Speak {};
-/// Connections are closed. New ones are closed when they start to play, before the first picture.
+/// Connections are closed. New connections are closed when they start to play, before the first
+/// picture.
 struct HangUp {};
-/// Clients that play are served again.
+/// Clients that start to play are served again after HangUp.
 struct Stay {};
-/// The picture has this size from the next frame on, for running clients too.
+/// The picture has the given size from the next frame on, even for clients that are already
+/// playing.
 struct Resize {
     QSize size;
 };
@@ -45,14 +47,14 @@ struct Resize {
 struct Rotate {
     int degrees = 0;
 };
-/// The codec for later clients.
+/// Clients that connect later get a stream in the given codec.
 struct UseCodec {
     VideoCodec codec = VideoCodec::H264;
 };
 /// Asks how many connections there are.
 struct Clients {};
-/// Asks for the number of playing connections, their highest number at once, and the number of play
-/// requests.
+/// Asks for the number of playing connections, the highest number of connections that have played
+/// at once, and the number of play requests.
 struct Streams {};
 struct Quit {};
 
@@ -64,7 +66,7 @@ using AnyCameraCommand = std::variant<
     CameraCommand::HangUp, CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
     CameraCommand::UseCodec, CameraCommand::Clients, CameraCommand::Streams, CameraCommand::Quit>;
 
-/// Parses one line. The error describes what is wrong with it.
+/// Parses one line. The error describes what is wrong with the line.
 [[nodiscard]] tl::expected<AnyCameraCommand, QString> parseCommand(const QString &line);
 
 } // namespace lumvik::test

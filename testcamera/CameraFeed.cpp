@@ -56,7 +56,7 @@ class MappedBuffer {
 
 } // namespace
 
-/// The end of the feed that serves one stream. All members are guarded by the feed's mutex.
+/// The part of the feed that serves one stream. All members are guarded by the feed's mutex.
 class CameraFeed::Outlet {
   public:
     enum class Stage { Created, NeedsParameterSets, Paused, NeedsKeyFrame, Flowing, Ended };
@@ -80,7 +80,7 @@ class CameraFeed::Outlet {
 
     const VideoCodec codec;
     Stage stage = Stage::Created;
-    /// The client started to play before the parameter sets were available.
+    /// Whether the client started to play before the parameter sets were available.
     bool playsAtOnce = false;
 
   private:
@@ -112,7 +112,7 @@ std::shared_ptr<CameraFeed::Outlet> CameraFeed::addOutlet(GstElement *source, Vi
         const std::lock_guard lock(m_mutex);
         m_outlets.push_back(outlet);
     }
-    // The outlet owns the source, so the source holds only a weak reference to it.
+    // The outlet owns the source, so the source holds only a weak reference to the outlet.
     struct Link {
         CameraFeed *feed;
         std::weak_ptr<Outlet> outlet;
@@ -207,7 +207,7 @@ void CameraFeed::outletStarted(const std::shared_ptr<Outlet> &outlet) {
     }
 }
 
-/// Does nothing while the parameter sets are unknown.
+/// Sends the parameter sets to an outlet that needs them, if they are known.
 void CameraFeed::sendParameterSets(Outlet &outlet) {
     const QByteArray &parameterSets = m_parameterSets[indexOf(outlet.codec)];
     if (outlet.stage != Stage::NeedsParameterSets || parameterSets.isEmpty())
@@ -233,8 +233,8 @@ void CameraFeed::run() {
         lock.unlock();
         perform(work, isTick ? next : Clock::now());
         lock.lock();
-        // After a pause of the machine, missed ticks are skipped instead of being made up in a
-        // burst.
+        // Ticks missed while the machine was suspended or busy are skipped instead of being made up
+        // in a burst.
         if (isTick)
             tick = std::max(tick + 1, (Clock::now() - begin) * m_framesPerSecond / second);
     }
@@ -319,7 +319,7 @@ void CameraFeed::deliver(VideoCodec codec, std::uint64_t generation,
                          const Encoder::CodedPicture &picture) {
     const std::lock_guard lock(m_mutex);
     if (generation != m_generation)
-        return; // The picture was encoded in an old size.
+        return; // the picture was encoded in an old size
     if (picture.isKeyFrame)
         m_parameterSets[indexOf(codec)] =
             AccessUnit::parameterSets(codec, MappedBuffer(picture.buffer).bytes());

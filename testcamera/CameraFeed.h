@@ -16,15 +16,17 @@
 
 namespace lumvik::test {
 
-/// The sensor and the encoders of the camera. Paints a picture at each tick of the frame rate,
-/// encodes it once per codec in use, and passes it to every playing stream.
+/// Simulates the sensor and the encoders of the camera. The feed paints a picture at each tick of
+/// the frame rate, encodes the picture once per codec in use, and passes it to every playing
+/// stream.
 ///
-/// Each RTSP stream has an outlet, which feeds an appsrc of its own. An outlet first gets only the
-/// parameter sets, so that a session can be described without waiting for a picture and without a
-/// picture that ages in a queue. When its client starts to play, the outlet gets a key frame and
-/// then every picture. Nothing is painted or encoded while no client is connected.
+/// Each RTSP stream has an outlet, which feeds an appsrc of its own. At first, an outlet gets only
+/// the parameter sets. A session can therefore be described without waiting for a picture, and no
+/// outdated picture waits in a queue. When the outlet's client starts to play, the outlet gets a
+/// key frame and then every picture. Nothing is painted or encoded while no client is connected.
 ///
-/// Owned by CameraServer. The public functions are thread-safe. Painting has a thread of its own.
+/// CameraServer owns the feed. The public functions are thread-safe. Pictures are painted on a
+/// separate thread.
 class CameraFeed {
   public:
     class Outlet;
@@ -34,26 +36,26 @@ class CameraFeed {
     CameraFeed &operator=(const CameraFeed &) = delete;
     ~CameraFeed();
 
-    /// Creates an outlet that feeds `source`, an appsrc that has not been started yet. It stays
-    /// registered until `removeOutlet`.
+    /// Creates an outlet that feeds `source`, an appsrc that has not been started yet. The outlet
+    /// stays registered until `removeOutlet`.
     [[nodiscard]] std::shared_ptr<Outlet> addOutlet(GstElement *source, VideoCodec codec);
     void removeOutlet(const std::shared_ptr<Outlet> &outlet);
     void play(const std::shared_ptr<Outlet> &outlet);
     void pause(const std::shared_ptr<Outlet> &outlet);
 
-    /// No picture is sent after this function has returned until `thaw` is called. Streams can
+    /// After this function has returned, no picture is sent until `thaw` is called. Streams can
     /// still be described.
     void freeze();
     void thaw();
     /// Ends every existing stream.
     void end();
     void resize(QSize size);
-    /// Clockwise, 0, 90, 180 or 270.
+    /// Asks players to turn the picture clockwise by 0, 90, 180 or 270 degrees.
     void rotate(int degrees);
 
   private:
     static constexpr std::size_t codecCount = 2;
-    using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, as GStreamer's system clock.
+    using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, like GStreamer's system clock
     /// Why the painter thread woke up: a picture is due, or a stream is waiting for its
     /// description.
     enum class Occasion { Tick, Description };
@@ -94,7 +96,7 @@ class CameraFeed {
     bool m_isFrozen = false;
     bool m_parametersWanted = false;
     bool m_stop = false;
-    /// Counts the size changes, so that a picture encoded in an old size can be recognised.
+    /// Counts the size changes, so that a picture encoded in a previous size can be recognised.
     std::uint64_t m_generation = 0;
 
     // Used only by the painter thread.

@@ -14,7 +14,7 @@ namespace lumvik::test {
 /// The options of the test camera's command line.
 struct CameraOptions {
     QString address = QStringLiteral("127.0.0.1");
-    /// 0 takes any free port.
+    /// 0 selects any free port.
     std::uint16_t port = 8554;
     QString path = QStringLiteral("/front");
     QString name = QStringLiteral("Front");
@@ -33,14 +33,13 @@ struct CameraOptions {
     bool showHelp = false;
 };
 
-/// Parses the command line, which starts with the program name. The error is a message for the
-/// user.
+/// Parses the command line, including the program name. The error is a message for the user.
 [[nodiscard]] tl::expected<CameraOptions, QString> parseOptions(const QStringList &arguments);
 
-/// The text for --help.
+/// Returns the text for --help.
 [[nodiscard]] QString optionsHelp();
 
-/// A size such as 1280x720: even, from 64x64 to 4096x2304.
+/// Parses a size such as 1280x720. Width and height must be even, from 64x64 to 4096x2304.
 [[nodiscard]] tl::expected<QSize, QString> parseSize(const QString &text);
 
 [[nodiscard]] tl::expected<VideoCodec, QString> parseCodec(const QString &text);

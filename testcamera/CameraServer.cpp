@@ -24,7 +24,7 @@ OutletHolder *outletOf(GstRTSPMedia *media) {
 void abortConnection(GSocket *socket) {
     sockaddr nobody{};
     nobody.sa_family = AF_UNSPEC;
-    // Nothing can be done about a failure, and the connection is closed in any case.
+    // A failure is ignored, because the connection is closed in any case.
     (void)::connect(g_socket_get_fd(socket), &nobody, sizeof nobody);
 }
 
@@ -149,7 +149,7 @@ void CameraServer::takeConnection(GObjectPointer<GSocket> socket) {
     }
     const GObjectPointer<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
     if (!remote)
-        return; // The client has disconnected already.
+        return; // the client has already disconnected
     auto *address = G_INET_SOCKET_ADDRESS(remote.get());
     gchar *host = g_inet_address_to_string(g_inet_socket_address_get_address(address));
     gst_rtsp_server_transfer_connection(m_server.get(), socket.release(), host,
@@ -157,13 +157,13 @@ void CameraServer::takeConnection(GObjectPointer<GSocket> socket) {
     g_free(host);
 }
 
-/// Creates the outlet, which exists as long as the stream that it feeds.
+/// Creates the outlet for a new stream. The outlet exists as long as the stream.
 void CameraServer::configureMedia(GstRTSPMedia *media) {
     const GstObjectPointer<GstElement> element(gst_rtsp_media_get_element(media));
     const GstObjectPointer<GstElement> source(
         gst_bin_get_by_name(GST_BIN(element.get()), "source"));
     struct Registration {
-        OutletHolder outlet; // Set first, so that outletOf finds it.
+        OutletHolder outlet; // the first member, where outletOf expects it
         CameraFeed *feed;
     };
     auto *registration = new Registration{m_feed.addOutlet(source.get(), m_codec), &m_feed};
@@ -197,7 +197,7 @@ void CameraServer::watchClient(GstRTSPClient *client) {
                      this);
 }
 
-/// Called once the answer to PLAY has been sent.
+/// Called once the reply to PLAY has been sent.
 void CameraServer::clientPlays(GstRTSPClient *client, GstRTSPMedia *media) {
     if (const auto known = find(client); known != m_clients.end())
         known->plays = true;
@@ -209,7 +209,8 @@ void CameraServer::clientPlays(GstRTSPClient *client, GstRTSPMedia *media) {
         m_feed.play(*outlet);
 }
 
-/// Closes a connection in an orderly way. The library then notices the end by itself.
+/// Closes a connection in an orderly way. gst-rtsp-server detects the end of the connection by
+/// itself.
 void CameraServer::hangUp(GstRTSPClient *client) {
     if (const auto known = find(client); known != m_clients.end())
         g_socket_shutdown(known->socket.get(), TRUE, TRUE, nullptr);
@@ -237,16 +238,16 @@ void CameraServer::forgetClient(GstRTSPClient *client) {
 
 void CameraServer::cleanUp() {
     m_longGoneClients = std::exchange(m_goneClients, {});
-    // Clients over UDP may disappear without notice. Their sessions time out.
+    // Clients over UDP may disappear without notice, so their sessions end through a time-out.
     const GObjectPointer<GstRTSPSessionPool> sessions(
         gst_rtsp_server_get_session_pool(m_server.get()));
     gst_rtsp_session_pool_cleanup(sessions.get());
 }
 
-/// Ends the connections at once. The library then notices their end by itself.
+/// Closes all connections at once. gst-rtsp-server detects their end by itself.
 void CameraServer::closeClients(CameraCommand::Drop::Manner manner) {
-    // Streams end first, so that nothing more is sent. Streams over UDP would outlive their
-    // connection.
+    // Streams are ended before the connections, so that nothing more is sent. Otherwise, streams
+    // over UDP would outlive their connections.
     const GObjectPointer<GstRTSPSessionPool> sessions(
         gst_rtsp_server_get_session_pool(m_server.get()));
     g_list_free_full(

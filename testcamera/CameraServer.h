@@ -12,15 +12,16 @@
 
 namespace lumvik::test {
 
-/// The RTSP side of the test camera. Accepts connections, passes them to gst-rtsp-server, and
+/// The RTSP side of the test camera, which accepts connections, passes them to gst-rtsp-server, and
 /// executes commands.
 ///
-/// The server accepts connections itself, so that it can refuse them, leave them without a reply,
-/// or reset them. Each client has a stream of its own, fed by an outlet of the CameraFeed. Owned by
-/// main. Used on the main thread with GLib's default context, which also serves all clients.
+/// CameraServer, not gst-rtsp-server, accepts connections, so that it can refuse them, leave them
+/// without a reply, or reset them. Each client has a stream of its own, fed by an outlet of the
+/// CameraFeed. The server must be used on the main thread with GLib's default context, which also
+/// serves all clients.
 class CameraServer {
   public:
-    /// Starts to serve. The error says why this failed, for example because the port is in use.
+    /// Starts to serve. The error is the reason for a failure, for example that the port is in use.
     [[nodiscard]] static tl::expected<std::unique_ptr<CameraServer>, QString>
     start(const CameraOptions &options);
 
@@ -28,10 +29,11 @@ class CameraServer {
     CameraServer &operator=(const CameraServer &) = delete;
     ~CameraServer();
 
-    /// The stream's address, with the real port and without credentials.
+    /// Returns the stream's address, with the actual port and without credentials.
     [[nodiscard]] QString url() const;
 
-    /// Executes a command. The value is the text to print after "ok". The caller handles Quit.
+    /// Executes a command. Returns the text to print after "ok", or the error. The caller handles
+    /// Quit.
     [[nodiscard]] tl::expected<QString, QString> perform(const AnyCameraCommand &command);
 
   private:
@@ -85,9 +87,9 @@ class CameraServer {
     std::vector<Client> m_clients;
     long m_mostPlaying = 0;
     long m_playRequests = 0;
-    /// Clients whose connection has ended recently. When sending failed at that moment,
-    /// gst-rtsp-server may still have a deferred call for them without holding a reference. They
-    /// are therefore kept until the second clean-up.
+    /// Clients whose connection has ended recently. If sending to a client failed at that moment,
+    /// gst-rtsp-server may still have a deferred call for the client without holding a reference.
+    /// Such clients are therefore kept until the second clean-up.
     std::vector<Client> m_goneClients;
     std::vector<Client> m_longGoneClients;
     std::unique_ptr<PortListener> m_listener;

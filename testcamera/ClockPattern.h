@@ -8,17 +8,17 @@
 namespace lumvik::test {
 
 /// The capture time as a pattern of black and white cells that survives video coding and scaling.
-/// It is used to measure the latency from capture to screen.
+/// The pattern is used to measure the latency from capture to screen.
 ///
 /// The pattern covers the bottom fifth of the picture: two rows of twenty equal cells, read left to
 /// right, top to bottom. Cell n is white when bit n (most significant first) of a 40-bit word is
 /// set: 32 bits of time in milliseconds (CLOCK_MONOTONIC modulo 2^32, which all processes of a
-/// machine share) and 8 bits of checksum, which exclude torn and blended pictures.
+/// machine share), followed by 8 bits of a checksum, which excludes torn and blended pictures.
 namespace ClockPattern {
 
 inline constexpr int columns = 20;
 inline constexpr int rows = 2;
-/// The part of the picture's height that the pattern takes, counted from the bottom.
+/// The height of the pattern, as a fraction of the picture's height.
 inline constexpr double heightShare = 0.2;
 
 using Cells = std::array<bool, static_cast<std::size_t>(columns) * rows>;
@@ -34,7 +34,7 @@ using Cells = std::array<bool, static_cast<std::size_t>(columns) * rows>;
     return static_cast<std::uint8_t>(folded & 0xFFU);
 }
 
-/// The cells that represent a time. True is white.
+/// Returns the cells that represent a time. True is white.
 [[nodiscard]] constexpr Cells encode(std::uint32_t milliseconds) {
     const std::uint64_t word = (std::uint64_t{milliseconds} << 8U) | checksum(milliseconds);
     Cells cells{};
@@ -43,7 +43,7 @@ using Cells = std::array<bool, static_cast<std::size_t>(columns) * rows>;
     return cells;
 }
 
-/// The time that the cells represent. Empty when the checksum does not match.
+/// Returns the time that the cells represent, or nothing if the checksum does not match.
 [[nodiscard]] constexpr std::optional<std::uint32_t> decode(const Cells &cells) {
     std::uint64_t word = 0;
     for (const bool cell : cells)
@@ -54,9 +54,9 @@ using Cells = std::array<bool, static_cast<std::size_t>(columns) * rows>;
     return milliseconds;
 }
 
-/// Reads the cell grid in a picture of `width` by `height` pixels. `luma(x, y)` returns the
-/// brightness of a pixel from 0 to 255. Each cell is judged by the mean of nine samples around its
-/// centre.
+/// Reads the time from the pattern in a picture of `width` by `height` pixels. `luma(x, y)` returns
+/// the brightness of a pixel from 0 to 255. A cell counts as white if the mean of nine samples
+/// around its centre is above 127.
 template<typename Luma>
 [[nodiscard]] std::optional<std::uint32_t> read(int width, int height, Luma luma) {
     const double cellWidth = static_cast<double>(width) / columns;

@@ -9,15 +9,15 @@
 
 namespace lumvik::test {
 
-/// Reads lines from standard input as they arrive. Used on the main thread with GLib's default
-/// context.
+/// Reads lines from standard input as they arrive. Must be used on the main thread with GLib's
+/// default context.
 class CommandReader {
   public:
     using LineHandler = std::function<void(const QString &)>;
     using EndHandler = std::function<void()>;
 
-    /// `onEnd` is called once when standard input has ended. A last line without a line feed is
-    /// read too.
+    /// `onEnd` is called once when standard input has ended. The last line need not end with a line
+    /// feed.
     CommandReader(LineHandler onLine, EndHandler onEnd);
     CommandReader(const CommandReader &) = delete;
     CommandReader &operator=(const CommandReader &) = delete;

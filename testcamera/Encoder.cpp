@@ -10,9 +10,10 @@ namespace lumvik::test {
 
 namespace {
 
-/// Constant quality keeps the bars exact. The maximum bit rate only limits key frames of large
-/// pictures. One thread encodes 1280x720 in a few milliseconds, and more threads would split
-/// pictures into slices.
+/// Returns the encoder's description for a pipeline. Constant quality keeps the bars exact. The
+/// maximum bit rate only limits key frames of large pictures. One thread encodes a 1280x720 picture
+/// in a few milliseconds. Only larger pictures are encoded by several threads, which split each
+/// picture into slices.
 QString encoderElement(const Encoder::Settings &settings) {
     const int pixels = settings.size.width() * settings.size.height();
     const int threads = std::clamp(pixels / (1280 * 720), 1, 4);
@@ -99,8 +100,8 @@ void Encoder::forceKeyFrame() {
         m_sink.get(), gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0));
 }
 
-/// A pool recycles the memory of the pictures and avoids the page faults of a new allocation for
-/// each frame.
+/// Creates a pool that reuses the pictures' memory. A new allocation for each frame would cause
+/// page faults.
 bool Encoder::preparePool(std::size_t bytes) {
     m_pool.reset(gst_buffer_pool_new());
     GstStructure *configuration = gst_buffer_pool_get_config(m_pool.get());
@@ -114,8 +115,8 @@ void Encoder::deliverSample() {
     if (sample == nullptr)
         return;
     GstBuffer *buffer = gst_sample_get_buffer(sample);
-    // Encoders shift their time stamps together with the segment, so the running time is the
-    // original time.
+    // Encoders shift both the time stamps and the segment, so the running time is the original
+    // time.
     const GstClockTime capturedAt = gst_segment_to_running_time(
         gst_sample_get_segment(sample), GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
     m_handler({buffer, !GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT), capturedAt});

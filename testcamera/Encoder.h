@@ -13,10 +13,10 @@
 
 namespace lumvik::test {
 
-/// Encodes pictures without delay: each picture that goes in comes out before the next one.
+/// Encodes pictures without delay: no picture has to wait for the next one.
 ///
-/// Owned by CameraFeed's painter thread, which makes every call. The handler receives the encoded
-/// pictures on the encoder's own thread until the destructor has returned.
+/// CameraFeed's painter thread owns the encoder and makes every call. The handler receives the
+/// encoded pictures on the encoder's own thread until the destructor has returned.
 class Encoder {
   public:
     struct Settings {
@@ -29,20 +29,21 @@ class Encoder {
         /// A byte stream with the parameter sets before each key frame. Valid only during the call.
         GstBuffer *buffer = nullptr;
         bool isKeyFrame = false;
-        /// When the picture was painted, on CLOCK_MONOTONIC.
+        /// The time at which the picture was painted, on CLOCK_MONOTONIC.
         GstClockTime capturedAt = 0;
     };
     using Handler = std::function<void(const CodedPicture &)>;
 
-    /// The error is GStreamer's message, for example when the codec's element is not installed.
+    /// Creates an encoder, or returns GStreamer's message, for example if the codec's element is
+    /// not installed.
     [[nodiscard]] static tl::expected<std::unique_ptr<Encoder>, QString>
     create(const Settings &settings, Handler handler);
     Encoder(const Encoder &) = delete;
     Encoder &operator=(const Encoder &) = delete;
     ~Encoder();
 
-    /// Copies an I420 picture with the layout of Picture::data(). When more than two pictures are
-    /// waiting, the oldest one is dropped.
+    /// Copies an I420 picture with the layout of Picture::data(). If more than two pictures are
+    /// waiting to be encoded, the oldest one is dropped.
     void encode(const std::vector<std::uint8_t> &picture, GstClockTime capturedAt);
 
     /// Makes the next picture a key frame.

@@ -88,7 +88,8 @@ Picture::YCbCr Picture::convert(PictureLayout::Colour colour) {
             round(128 + 224 * (red - luma) / 1.5748)};
 }
 
-/// Edges are at even pixels, so that no chroma sample belongs to two regions.
+/// Returns the region in pixels. The edges of the result have even positions, so that no chroma
+/// sample belongs to two regions.
 Picture::Rectangle Picture::pixels(PictureLayout::Region region) const {
     // The small addition keeps a product such as 0.7 * 720 from being rounded down to the next
     // lower pixel.

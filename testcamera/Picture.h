@@ -17,8 +17,8 @@ namespace lumvik::test {
 /// that every pixel is known and no conversion is necessary.
 ///
 /// The bars, the name and the background are painted once. `paint` updates only the changing parts,
-/// which takes a fraction of a millisecond per frame. Rows have the padding of GstVideoInfo. Not
-/// thread-safe. Needs a QGuiApplication for the fonts.
+/// which takes a fraction of a millisecond per frame. Rows have the same padding as in
+/// GstVideoInfo. The class is not thread-safe, and needs a QGuiApplication for the fonts.
 class Picture {
   public:
     enum class Bottom { Ramp, ClockPattern };
@@ -26,12 +26,13 @@ class Picture {
     /// `size` must be even in both directions.
     Picture(QSize size, const QString &name, Bottom bottom);
 
-    /// Updates the picture. `milliseconds` is CLOCK_MONOTONIC modulo 2^32 for the pattern and the
-    /// moving block. `wallTime` is the time that the wall clock shows.
+    /// Updates the picture. `milliseconds` is CLOCK_MONOTONIC modulo 2^32 and determines the clock
+    /// pattern and the position of the moving block. `wallTime` is the time that the wall clock
+    /// shows.
     void paint(std::uint32_t milliseconds, QTime wallTime);
 
     [[nodiscard]] QSize size() const { return m_size; }
-    /// The three planes one after another.
+    /// Returns the three planes, one after another.
     [[nodiscard]] const std::vector<std::uint8_t> &data() const { return m_data; }
 
   private:
@@ -39,7 +40,7 @@ class Picture {
         std::size_t offset = 0;
         int stride = 0;
 
-        /// The position of a sample in `m_data`.
+        /// Returns the position of a sample in `m_data`.
         [[nodiscard]] std::size_t at(int x, int y) const {
             return offset + static_cast<std::size_t>(y) * static_cast<std::size_t>(stride) +
                    static_cast<std::size_t>(x);

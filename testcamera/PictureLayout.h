@@ -9,8 +9,8 @@ namespace lumvik::test {
 ///
 /// From top to bottom: seven vertical colour bars; a black band with the camera's name on the left
 /// and the wall clock on the right; a dark strip through which a light block sweeps; and at the
-/// bottom, where ClockPattern.h lays its cells, the pattern (with --clock) or a static ramp from
-/// black to white (without). The layout is the same in both modes and for every picture size.
+/// bottom, the clock pattern (see ClockPattern.h) with --clock, or otherwise a static ramp from
+/// black to white. The layout is the same with and without --clock, and for every picture size.
 namespace PictureLayout {
 
 /// A part of the picture, as fractions of its width and height. The origin is at the top left.
@@ -21,15 +21,15 @@ struct Region {
     double height = 1;
 };
 
-/// Eight-bit R'G'B' as a player shows it (the stream is BT.709, limited range, and says so).
+/// An 8-bit R'G'B' colour as a player shows it. The stream is marked as BT.709 with limited range.
 struct Colour {
     int red = 0;
     int green = 0;
     int blue = 0;
 };
 
-/// The bars have an amplitude of 75 %, so that no channel is clipped. Decoded values are within 4
-/// of these.
+/// The bars have an amplitude of 75 %, so that no channel is clipped. Decoded values differ from
+/// these values by at most 4.
 inline constexpr int barCount = 7;
 inline constexpr std::array<Colour, barCount> barColours{{
     {191, 191, 191}, // white
@@ -41,19 +41,19 @@ inline constexpr std::array<Colour, barCount> barColours{{
     {0, 0, 191},     // blue
 }};
 
-/// All bars together. This region never changes.
+/// The region of all bars, which never changes.
 inline constexpr Region bars{0, 0, 1, 0.5};
 inline constexpr Region name{0, 0.5, 0.5, 0.2};
 inline constexpr Region wallClock{0.5, 0.5, 0.5, 0.2};
-/// Changes in each frame: the block crosses the strip once in `sweepMilliseconds`.
+/// The strip with the moving block, which crosses the strip once in `sweepMilliseconds`.
 inline constexpr Region motion{0, 0.7, 1, 0.1};
 inline constexpr double blockShare = 1.0 / 16;
 inline constexpr int sweepMilliseconds = 4000;
-/// The clock pattern with --clock, else a static ramp.
+/// The clock pattern with --clock, otherwise a static ramp.
 inline constexpr Region pattern{0, 0.8, 1, 0.2};
 
-/// The region of bar `index` (0 the leftmost, below barCount). Sample it near its middle: its edges
-/// are blurred by chroma subsampling and scaling.
+/// Returns the region of the bar `index`, counted from 0 at the left. Sample a bar near its middle,
+/// because chroma subsampling and scaling blur its edges.
 [[nodiscard]] constexpr Region bar(int index) {
     return {bars.width * index / barCount, bars.top, bars.width / barCount, bars.height};
 }

@@ -89,7 +89,7 @@ void PortListener::close() {
 void PortListener::acceptConnection() {
     GObjectPointer<GSocket> connection(g_socket_accept(m_socket.get(), nullptr, nullptr));
     if (!connection)
-        return; // The client has disconnected in the meantime.
+        return; // the client has disconnected in the meantime
     // Without TCP_NODELAY the end of a picture would wait for the acknowledgement of its beginning.
     g_socket_set_option(connection.get(), IPPROTO_TCP, TCP_NODELAY, 1, nullptr);
     m_handler(std::move(connection));

@@ -12,16 +12,17 @@
 
 namespace lumvik::test {
 
-/// The camera's TCP port. It can refuse connections temporarily and always keeps its number.
+/// The camera's TCP port, which can refuse connections temporarily without losing its number.
 ///
 /// While connections are refused, the port stays bound without listening. The system then replies
-/// to connection requests with a reset, and no other program can take the port. Used on the main
-/// thread with GLib's default context.
+/// to connection requests with a reset, and no other program can take the port. The class must be
+/// used on the main thread with GLib's default context.
 class PortListener {
   public:
     using Handler = std::function<void(GObjectPointer<GSocket>)>;
 
-    /// Listens on a numeric `address`. `port` 0 takes a free port. The error says what failed.
+    /// Listens on the numeric `address`. If `port` is 0, any free port is used. The error describes
+    /// what failed.
     [[nodiscard]] static tl::expected<std::unique_ptr<PortListener>, QString>
     open(const QString &address, std::uint16_t port, Handler handler);
 
@@ -44,7 +45,7 @@ class PortListener {
     GObjectPointer<GInetAddress> m_address;
     std::uint16_t m_port = 0;
     GObjectPointer<GSocket> m_socket;
-    /// Watches the socket while it listens.
+    /// Watches the socket while the socket listens.
     GSource *m_source = nullptr;
 };
 

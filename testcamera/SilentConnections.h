@@ -8,8 +8,8 @@
 
 namespace lumvik::test {
 
-/// Accepted connections that never get a reply. Incoming data is read and discarded. Used on the
-/// main thread with GLib's default context.
+/// Accepted connections that never get a reply. Incoming data is read and discarded. The class must
+/// be used on the main thread with GLib's default context.
 class SilentConnections {
   public:
     SilentConnections() = default;
@@ -18,7 +18,7 @@ class SilentConnections {
     ~SilentConnections() { closeAll(); }
 
     void add(GObjectPointer<GSocket> socket);
-    /// The number of connections that the clients have not closed yet.
+    /// Returns the number of connections that the clients have not closed yet.
     [[nodiscard]] std::size_t count() const { return m_connections.size(); }
     void closeAll();
 

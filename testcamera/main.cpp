@@ -61,7 +61,7 @@ int serve(const CameraOptions &options) {
 } // namespace
 
 int main(int argc, char **argv) {
-    // Qt is used only for its fonts. The event loop is that of GLib.
+    // Qt is used only for its fonts. GLib provides the event loop.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     std::signal(SIGPIPE, SIG_IGN);
     const QGuiApplication application(argc, argv);

@@ -32,7 +32,7 @@ bool KeyboardNavigation::isOnControls() const {
 
 ViewerControl *KeyboardNavigation::current() const {
     // The scope's focus item is queried instead of the window's active focus item, because an open
-    // menu takes the keyboard for the moment.
+    // menu temporarily holds the keyboard focus.
     auto *control = qobject_cast<ViewerControl *>(m_window.contentItem()->scopedFocusItem());
     return m_controls.contains(control) ? control : nullptr;
 }

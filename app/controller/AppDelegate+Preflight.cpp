@@ -2,6 +2,7 @@
 // as a fast test whether the host can be reached.
 
 #include "app/controller/AppDelegate.h"
+#include "configuration/CameraAddress.h"
 #include "platform/LumvikLog.h"
 #include "supervision/PreflightTarget.h"
 
@@ -17,7 +18,7 @@ void AppDelegate::requestLocalNetworkAccessAndStart() {
         return;
     const int index = cameraPicker->indexOfSelectedItem();
     const auto target = index >= 0 && index < cameras.size()
-                            ? preflightTarget(cameras.at(index).url)
+                            ? preflightTarget(encodedCameraAddress(cameras.at(index).url))
                             : std::nullopt;
     if (!target) {
         startOrReload();

@@ -9,7 +9,7 @@ from .processes import Child, Failure
 
 
 class TestCamera(Child):
-    """A lumvik-test-camera process with the clock pattern in its picture. `url` is its address."""
+    """A lumvik-test-camera process with the clock pattern in its picture. `url` is the stream's address."""
 
     def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25, port=0):
         super().__init__(
@@ -72,7 +72,7 @@ class StallingNetwork:
             try:
                 viewer, _ = self._listener.accept()
             except OSError:
-                return  # closed
+                return  # the listener has been closed
             camera = socket.create_connection(self._camera)
             self._sockets += [viewer, camera]
             for connection in (viewer, camera):

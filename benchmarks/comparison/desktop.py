@@ -12,8 +12,8 @@ SCREEN = (1280, 800)
 WINDOW = (40, 30, 1120, 630)  # x, y, width and height of each program's window
 POINTER_AWAY = (1270, 790)
 
-# All normal windows get the same position and size and no decoration. Programs with options for these are also
-# started with them; the rules cover the programs without such options.
+# All normal windows get the same position and size and no decoration. Programs that have options for this are also
+# started with these options; the rules are for the other programs.
 OPENBOX_RULES = """<?xml version="1.0"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
   <theme><keepBorder>no</keepBorder></theme>

@@ -1,4 +1,4 @@
-"""The experiments: what is done with each program, and what is measured.
+"""The experiments, which define how each program is used and what is measured.
 
 Each experiment starts a new process of the program and returns {metric: value}, without the metrics that could not
 be measured. `Lengths` contains the durations, in seconds."""
@@ -18,11 +18,11 @@ class Lengths:
     settle: float = 4  # from the first frame to the steady state
     steady: float = 10  # how long the steady state is measured
     stall: float = 3  # how long the network stalls
-    after_stall: tuple = (2, 12)  # when the latency is measured, after the end of the stall…
-    late_after_stall: tuple = (18, 22)  # …and when it is measured again
+    after_stall: tuple = (2, 12)  # when the latency is measured first, from the end of the stall
+    late_after_stall: tuple = (18, 22)  # when the latency is measured again, from the end of the stall
     switches: int = 4
-    turn: float = 4  # how long the controls stay hidden or shown…
-    turns: int = 5  # …and how often they are each
+    turn: float = 4  # how long the controls stay hidden or shown in each turn
+    turns: int = 5  # the number of turns with hidden controls, and also with shown controls
 
 
 QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), switches=2,
@@ -31,7 +31,7 @@ QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10)
 
 @dataclass
 class Bench:
-    """What all experiments use."""
+    """The tools and settings that all experiments share."""
 
     desktop: object
     clock: object
@@ -47,7 +47,7 @@ class Bench:
         """Waits for a frame captured after `since` and returns when it was seen."""
         def seen():
             if not child.is_running():
-                raise Failure("it ended by itself: " + child.last_words())
+                raise Failure("the program ended by itself: " + child.last_words())
             return self.clock.first_since(since, is_wanted)
         return wait_until(seen, FIRST_PICTURE_SECONDS, "a frame on the screen")
 
@@ -115,7 +115,7 @@ def standstill(bench, program):
             resumed = milliseconds()
             time.sleep(lengths.late_after_stall[1])
             if not child.is_running():
-                raise Failure("it ended by itself: " + child.last_words())
+                raise Failure("the program ended by itself: " + child.last_words())
             spans = {"stall": lengths.after_stall, "stall_late": lengths.late_after_stall}
             results = {}
             for name, (begin, end) in spans.items():
@@ -152,13 +152,13 @@ def controls(bench, program):
     return figures
 
 
-# Names that the reader of the screen can distinguish by their share of bright pixels, called ink.
+# Camera names that lumvik-screen-clock can distinguish by their share of bright pixels, called ink.
 SHORT_NAME, LONG_NAME = "I", "MMMMMMMM"
 INK_BETWEEN = 100
 
 
 def switching(bench, program):
-    """Measures the time from choosing another camera to its first frame, which is recognised by the name in it."""
+    """Measures the time from choosing another camera to its first frame, recognised by the name in the picture."""
     if not program.can_switch:
         return {}
     bench.no_window_is_left()

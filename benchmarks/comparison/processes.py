@@ -1,4 +1,4 @@
-"""Starts, watches and ends child processes, and measures what they use."""
+"""Starts, watches and ends child processes, and measures the resources that they use."""
 
 import os
 import subprocess
@@ -8,11 +8,11 @@ POLL_SECONDS = 0.02
 
 
 class Failure(Exception):
-    """Something that a measurement requires did not happen. The message describes it."""
+    """A measurement is impossible. The message gives the reason."""
 
 
 def wait_until(condition, seconds, what):
-    """Polls until `condition()` returns a true value, and returns that. Raises Failure after `seconds`."""
+    """Polls until `condition()` returns a true value, and returns that value. Raises Failure after `seconds`."""
     deadline = time.monotonic() + seconds
     while True:
         answer = condition()
@@ -69,7 +69,7 @@ class Child:
 def _stat_fields(pid):
     """Returns the fields of /proc/PID/stat from the third (state) on.
 
-    The name of the program comes before them and can contain any character."""
+    The program's name precedes these fields and can contain any character."""
     with open(f"/proc/{pid}/stat") as stat:
         return stat.read().rpartition(")")[2].split()
 
@@ -112,7 +112,7 @@ def _kilobytes(path, key):
 def memory_megabytes(pid):
     """Returns the resident and the proportional memory of a process and its descendants, in MiB.
 
-    In the latter, each shared page is divided among the processes that share it."""
+    In the proportional memory, each shared page is divided among the processes that share it."""
     members = family(pid)
     resident = sum(_kilobytes(f"/proc/{member}/status", "VmRSS") for member in members)
     proportional = sum(_kilobytes(f"/proc/{member}/smaps_rollup", "Pss") for member in members)

@@ -16,7 +16,7 @@ X, Y, WIDTH, HEIGHT = WINDOW
 
 
 class Program:
-    """One column of the table."""
+    """A program to be measured, which has one column in the table."""
 
     is_peer = True
     can_switch = False
@@ -39,7 +39,7 @@ class Program:
         return dict(desktop.environment, XDG_CACHE_HOME=self.cache(folder))
 
     def start(self, desktop, folder, urls):
-        """Starts the program with the first of `urls`. The others are cameras for a later switch."""
+        """Starts the program with the first of `urls`. The other addresses are for a later switch to another camera."""
         return Child(self.command(folder, urls[0]), self.environment(desktop, folder),
                      f"{folder}/{self.label}.log")
 
@@ -53,7 +53,7 @@ class Mpv(Program):
         self._options = options
 
     def command(self, folder, url):
-        # Without --gpu-sw, mpv refuses OpenGL in software, and Xvfb has no other.
+        # Without --gpu-sw, mpv refuses to use a software renderer for OpenGL, and Xvfb has no other renderer.
         return ["mpv", *self._options, "--gpu-sw=yes", f"--input-ipc-server={folder}/mpv-socket", "--no-border",
                 f"--geometry={WIDTH}x{HEIGHT}+{X}+{Y}", "--quiet", url]
 
@@ -63,7 +63,7 @@ class Mpv(Program):
         self._connection = connection
 
     def switch(self, url):
-        """Chooses the camera and returns the time at which it did."""
+        """Chooses the camera and returns the time of the choice."""
         moment = time.monotonic() * 1000
         line = json.dumps({"command": ["loadfile", url]}) + "\n"
         self._connection.sendall(line.encode())
@@ -136,7 +136,7 @@ class Lumvik(Program):
         margin, gap, button = 12, 6, 28
         picker = X + WIDTH - margin - 3 * (button + gap) - 20, Y + margin + 12
         desktop.move_pointer(picker[0], Y + HEIGHT // 3)
-        # This xdotool executes each line as it arrives, so the measured time does not include starting a process.
+        # "xdotool -" executes each line as it arrives, so the measured time does not include starting a process.
         self._input = subprocess.Popen(["xdotool", "-"], stdin=subprocess.PIPE, text=True,
                                        env=desktop.environment)
         self._send("mousemove %d %d" % picker)
@@ -174,7 +174,7 @@ class Lumvik(Program):
 def player_options(source_root, video_output):
     """Reads the fixed player options from Lumvik's source and returns them as command-line options of mpv.
 
-    mpv itself opens a window with `video_output`. Lumvik's video output renders into the viewer's window."""
+    `video_output` replaces Lumvik's own video output, which can only render into the viewer's window."""
     with open(f"{source_root}/engine/PlayerOptions.h") as file:
         block = re.search(r"playerOptions\{(.*?)\n\};", file.read(), re.S)
     options = re.findall(r'PlayerSetting\{"([^"]+)", "([^"]*)"\}', block.group(1)) if block else []

@@ -11,7 +11,7 @@ class Row:
     title: str
     unit: str
     form: str = "%.0f"
-    is_ranked: bool = True  # whether the programs are ranked by this metric; less is better
+    is_ranked: bool = True  # whether the programs are ranked by this metric; a lower figure is better
 
 
 ROWS = [
@@ -43,7 +43,7 @@ def median(results, label, metric):
 
 
 def markdown(results, programs, groups):
-    """Returns the medians of all runs as a table. Lumvik's figures include the ratio to the best of its peers."""
+    """Returns the medians of all runs as a table. Lumvik's figures include the ratio to the best peer's figure."""
     rows = [row for row in ROWS if row.group in groups]
     lines = ["| | " + " | ".join(program.label for program in programs) + " |",
              "|---|" + "---:|" * len(programs)]

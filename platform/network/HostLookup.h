@@ -32,13 +32,14 @@ enum class LookupError {
 using LookupResult = tl::expected<std::vector<SocketAddress>, LookupError>;
 
 /// Finds the addresses of a name. An empty result counts as `noSuchName`. The resolver may block
-/// indefinitely. It runs on a detached thread, so it must not use anything that is destroyed when
-/// the process exits.
+/// indefinitely. Because it runs on a detached thread, it must not use anything that is destroyed
+/// when the process exits.
 using NameResolver = std::function<LookupResult(const std::string &name, std::uint16_t port)>;
 
 /// Resolves a name as the system is configured to: hosts file, DNS and so on. The result includes
-/// addresses of families for which the machine itself has no address. Otherwise every name would
-/// appear not to exist while there is no network, although its host is only unreachable.
+/// addresses of families for which the machine itself has no address. Without those addresses,
+/// every name would appear not to exist while there is no network, although its host is only
+/// unreachable.
 [[nodiscard]] LookupResult resolveWithSystem(const std::string &name, std::uint16_t port);
 
 /// Translates a getaddrinfo error code other than 0.
@@ -56,13 +57,14 @@ using NameResolver = std::function<LookupResult(const std::string &name, std::ui
 /// The maximum number of concurrent look-ups.
 inline constexpr int lookupLimit = 32;
 
-/// Looks `host` up on a detached thread and calls `found` on it. Even process exit does not wait
-/// for this thread, because an unresponsive name server can delay a look-up for half a minute.
+/// Looks `host` up on a detached thread and calls `found` on it. Not even process exit waits for
+/// this thread, because an unresponsive name server can delay a look-up for half a minute.
 ///
-/// Qt's look-up is unsuitable for this reason: its threads are joined when the application object
-/// is destroyed, and a second look-up of the same name waits for the first.
+/// Qt's look-up is not used, because its threads are joined when the application object is
+/// destroyed, and because a second look-up of the same name waits for the first.
 ///
-/// Returns whether the look-up has started. It is refused while `lookupLimit` look-ups are running.
+/// Returns whether the look-up has started. A look-up is refused while `lookupLimit` others are
+/// running.
 [[nodiscard]] bool lookUpHost(const QString &host, std::uint16_t port, NameResolver resolver,
                               std::function<void(LookupResult)> found);
 

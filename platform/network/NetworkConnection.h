@@ -29,13 +29,13 @@ class NetworkConnection {
     virtual ~NetworkConnection() = default;
 
     /// Sets the handler, which runs on the queue given to `start` at every change of state. An
-    /// empty one removes it: once this function has returned, the previous handler is not called
-    /// again. Any thread.
+    /// empty handler removes the previous one. Once this function has returned, the previous
+    /// handler is not called again. May be called on any thread.
     virtual void setStateUpdateHandler(StateUpdateHandler handler) = 0;
     /// Starts connecting. Only the first call has an effect. `queue` must outlive the connection.
     virtual void start(SerialQueue &queue) = 0;
-    /// Abandons or closes the connection, over which nothing has been sent. Returns at once. May be
-    /// called repeatedly. Any thread.
+    /// Abandons the attempt to connect, or closes the connection. Returns at once. May be called
+    /// repeatedly and on any thread.
     virtual void cancel() = 0;
 };
 

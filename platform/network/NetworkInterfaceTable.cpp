@@ -13,7 +13,7 @@ namespace lumvik {
 
 namespace {
 
-/// Inserts `value` unless it is present. The vectors of a NetworkState are sorted.
+/// Inserts `value` into the sorted vector unless the vector already contains it.
 template<typename Value>
 void insertSorted(std::vector<Value> &values, const Value &value) {
     const auto place = std::lower_bound(values.begin(), values.end(), value);
@@ -55,8 +55,8 @@ void NetworkInterfaceTable::applyLink(const nlmsghdr &message) {
     const std::optional<LinkMessage> link = parsedLink(message);
     if (!link || link->interfaceIndex <= 0)
         return;
-    // A bridge announces its ports with its own family. Such a message for a departing port
-    // resembles the removal of a link.
+    // A bridge announces its ports in messages of the family AF_BRIDGE. When a port leaves the
+    // bridge, such a message looks like the removal of the link.
     if (link->family == AF_UNSPEC) {
         m_unlistedInterfaces.erase(link->interfaceIndex);
         if (message.nlmsg_type == RTM_DELLINK)
@@ -78,18 +78,20 @@ void NetworkInterfaceTable::updateInterface(const LinkMessage &link) {
     }
     if (!link.name.empty())
         interface->name = link.name;
-    // The kernel derives IFF_RUNNING from the operational state. It is set for "up" and also for
-    // "unknown", the state of tunnels and other devices without carrier detection.
+    // The kernel derives IFF_RUNNING from the operational state. The flag is set in the state "up"
+    // and also in the state "unknown", which tunnels and other devices without carrier detection
+    // have.
     interface->isUp = (link.flags & IFF_UP) != 0;
     interface->isRunning = (link.flags & IFF_RUNNING) != 0;
     interface->isLoopback = (link.flags & IFF_LOOPBACK) != 0;
     interface->hardwareType = link.hardwareType;
-    // Read at every message, because an earlier read may have failed if the interface had been
-    // renamed meanwhile.
+    // The attributes are read at every message, because an earlier read may have failed if the
+    // interface had been renamed meanwhile.
     const SysfsInterfaceAttributes attributes = m_readAttributes(interface->name);
     interface->isWireless = interface->isWireless || attributes.isWireless;
     interface->isBridge = interface->isBridge || attributes.isBridge;
-    // An interface that goes down loses its routes. For IPv4 routes the kernel sends no message.
+    // An interface that goes down loses its routes. The kernel sends no message about the lost IPv4
+    // routes.
     if (!interface->isUp)
         removeRoutesOf(index);
 }
@@ -110,8 +112,8 @@ void NetworkInterfaceTable::applyAddress(const nlmsghdr &message) {
         removeAddress(parsed->interfaceIndex, parsed->address);
         return;
     }
-    // An unknown interface has already been removed, or its link message was lost. In the second
-    // case the links are listed again, followed by their addresses.
+    // An unknown interface has already been removed, or its link message was lost. If the message
+    // was lost, the links and then the addresses are listed again.
     if (NetworkInterface *interface = find(parsed->interfaceIndex))
         insertSorted(interface->addresses, parsed->address);
 }
@@ -121,7 +123,7 @@ void NetworkInterfaceTable::applyRoute(const nlmsghdr &message) {
     if (routes.empty())
         return;
     const bool isNew = message.nlmsg_type == RTM_NEWROUTE;
-    // This is the only message about a replacement; the kernel announces no removal of the old
+    // When a route replaces an old route, the kernel does not announce the removal of the old
     // route.
     if (isNew && (message.nlmsg_flags & NLM_F_REPLACE) != 0) {
         std::erase_if(m_state.defaultRoutes, [&](const DefaultRoute &old) {

@@ -17,18 +17,18 @@ struct LinkMessage;
 /// Maintains the state of the network from the kernel's rtnetlink messages about links, addresses
 /// and routes.
 ///
-/// The kernel uses the same messages for announcements and for lists. An entry of the table that a
-/// complete list does not contain no longer exists. `beginListing`, called before the list is
-/// requested, and `endListing`, called after its last message, remove such entries. Announcements
-/// may arrive in between. Not thread-safe.
+/// The kernel uses the same messages to announce changes and to send lists. After a complete list,
+/// entries of the table that the list did not contain must be removed. For this purpose, call
+/// `beginListing` before requesting the list and `endListing` after the list's last message.
+/// Announcements may arrive in between. Not thread-safe.
 class NetworkInterfaceTable {
   public:
     using AttributeReader = std::function<SysfsInterfaceAttributes(const std::string &name)>;
     enum class Listing { links, addresses, routes };
 
-    /// `readAttributes` is called for an interface at each of its link messages, and for all
-    /// bridges at every link message, because a port joining or leaving a bridge is announced as a
-    /// link.
+    /// `readAttributes` is called for an interface at each of its link messages. `readAttributes`
+    /// is called for every bridge at any link message, because the kernel announces a port that
+    /// joins or leaves a bridge with a link message.
     explicit NetworkInterfaceTable(AttributeReader readAttributes = readSysfsInterfaceAttributes);
 
     /// Applies one message, of which `nlmsg_len` bytes must be readable. Malformed messages and
@@ -56,7 +56,7 @@ class NetworkInterfaceTable {
     AttributeReader m_readAttributes;
     NetworkState m_state;
 
-    // Entries that the current list has not mentioned yet.
+    // Entries of the table that the current list has not contained so far.
     std::set<int> m_unlistedInterfaces;
     std::set<std::pair<int, InterfaceAddress>> m_unlistedAddresses;
     std::set<DefaultRoute> m_unlistedRoutes;

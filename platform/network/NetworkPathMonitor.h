@@ -6,10 +6,9 @@ namespace lumvik {
 
 class SerialQueue;
 
-/// Describes what the machine's network can be used for. Two signatures are equal if all four
-/// members are.
+/// The kinds of network interfaces that the machine is using.
 struct NetworkPathSignature {
-    bool isSatisfied = false;  ///< Some interface is in use, so a camera may be reachable.
+    bool isSatisfied = false;  ///< An interface is in use, so a camera may be reachable.
     bool usesWiFi = false;     ///< A wireless interface is in use.
     bool usesEthernet = false; ///< A wired Ethernet interface is in use.
     bool usesOther = false; ///< Another kind of interface is in use, such as a tunnel or a modem.
@@ -29,12 +28,12 @@ class NetworkPathMonitor {
     virtual ~NetworkPathMonitor() = default;
 
     /// Sets the handler, which runs on the queue given to `start`: once with the current state,
-    /// then at every change. Call this before `start`.
+    /// then at every change. Must be called before `start`.
     virtual void setPathUpdateHandler(UpdateHandler handler) = 0;
     /// Starts monitoring. Only the first call has an effect. `queue` must outlive the monitor.
     virtual void start(SerialQueue &queue) = 0;
     /// Stops monitoring. Once this function has returned, the handler is not called again. May be
-    /// called repeatedly, and before `start`, but not on the queue itself.
+    /// called repeatedly, and before `start`, but not on the queue's thread.
     virtual void cancel() = 0;
 };
 

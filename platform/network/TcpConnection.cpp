@@ -42,7 +42,7 @@ int connectResult(const FileDescriptor &socket) {
     return ::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-/// For objects that may be dropped while their own signal is being handled.
+/// Deletes objects that may be dropped while one of their signals is being handled.
 struct DeleteLater {
     void operator()(QObject *object) const { object->deleteLater(); }
 };
@@ -83,13 +83,14 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     const std::uint16_t m_port;
     const NameResolver m_resolver;
 
-    /// Held while the handler runs, so that removing it can wait; recursive, so that the handler
-    /// can remove itself.
+    /// Held while the handler runs, so that removing the handler can wait for it. Recursive, so
+    /// that the handler can remove itself.
     std::recursive_mutex m_handlerMutex;
     std::shared_ptr<const StateUpdateHandler> m_handler;
 
-    std::mutex m_stateMutex; ///< Guards the next two. Never held while other code runs.
-    /// Set by `start`, closed by `cancel`. A pending look-up submits its result through it.
+    std::mutex m_stateMutex; ///< Guards the next two members. Never held while a callback runs.
+    /// Set by `start`, closed by `cancel`. A pending look-up submits its result through this
+    /// handle.
     std::optional<SerialQueueHandle> m_queue;
     bool m_isCancelled = false;
 
@@ -104,8 +105,8 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
 };
 
 void TcpConnection::Attempt::setHandler(StateUpdateHandler handler) {
-    // Destroyed after the lock is released, because objects that the old handler holds may call
-    // back into this connection.
+    // The previous handler is destroyed after the lock is released, because objects that it holds
+    // may call back into this connection.
     std::shared_ptr<const StateUpdateHandler> previous;
     const std::scoped_lock lock(m_handlerMutex);
     previous = std::exchange(
@@ -144,7 +145,8 @@ bool TcpConnection::Attempt::isCancelled() {
 void TcpConnection::Attempt::tryToConnect() {
     if (isCancelled())
         return;
-    // Parsed at every attempt, because an interface that returns may have a different index.
+    // The host is parsed at every attempt, because an interface named in it may have a different
+    // index when it reappears.
     std::vector<SocketAddress> numerical = numericalAddresses(m_host, m_port);
     if (!numerical.empty())
         takeAddresses(std::move(numerical));
@@ -226,8 +228,7 @@ void TcpConnection::Attempt::allAddressesTried() {
 }
 
 void TcpConnection::Attempt::retryLater() {
-    // The handler may have cancelled the connection just now. `close` then runs later and stops the
-    // timer.
+    // If the handler has just cancelled the connection, `close` runs later and stops the timer.
     if (!m_retry) {
         m_retry.reset(new QTimer);
         m_retry->setSingleShot(true);
@@ -254,7 +255,7 @@ void TcpConnection::Attempt::report(State state) {
         return;
     m_state = state;
     const std::scoped_lock lock(m_handlerMutex);
-    // A copy, because the handler may replace itself.
+    // The handler is copied because it may replace itself.
     if (const std::shared_ptr<const StateUpdateHandler> handler = m_handler)
         (*handler)(state);
 }

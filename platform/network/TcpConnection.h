@@ -9,21 +9,22 @@ namespace lumvik {
 
 /// A NetworkConnection that uses a plain system socket and works on the queue's thread.
 ///
-/// The addresses of a name are tried in order until one connects. The connection fails if none
-/// does. It waits if the machine has no route to any of them or no name server is reachable; it
-/// then retries several times a second until it is cancelled. Proxies are ignored.
+/// The addresses of a name are tried in order until one connects. If no address connects, the
+/// connection fails. If the machine has no route to any of the addresses, or if no name server is
+/// reachable, the connection waits and retries several times a second until it is cancelled.
+/// Proxies are ignored.
 ///
 /// Qt's socket class is not used because it reports a missing route, an unreachable host and a
 /// time-out as the same error.
 ///
-/// `start` reports `preparing`. Removing the handler waits until a handler that is running on the
-/// queue's thread has returned, unless that handler itself removes it. A handler must therefore not
-/// wait for the thread that removes it.
+/// `start` reports `preparing`. Removing the handler waits until a running call of the handler has
+/// returned, unless the handler removes itself. A handler must therefore not wait for the thread
+/// that removes it.
 class TcpConnection final : public NetworkConnection {
   public:
     TcpConnection(const QString &host, std::uint16_t port,
                   NameResolver resolver = resolveWithSystem);
-    /// Also removes the handler.
+    /// Removes the handler and cancels the connection.
     ~TcpConnection() override;
 
     void setStateUpdateHandler(StateUpdateHandler handler) override;

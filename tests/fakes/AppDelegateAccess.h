@@ -55,7 +55,7 @@ struct AppDelegateAccess {
     /// To read the number, use ControllerFixture::playerGeneration.
     [[nodiscard]] auto &playerGeneration() const { return delegate.playerGeneration; }
     /// Whether the window is temporarily maximised or still being restored, which cannot be
-    /// observed from outside. One test sets this flag without a window frame to restore.
+    /// observed from outside. One test sets this flag while there is no window frame to restore.
     [[nodiscard]] auto &isTemporarilyMaximized() const { return delegate.isTemporarilyMaximized; }
 
     AppDelegate &delegate;

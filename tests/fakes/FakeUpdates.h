@@ -15,7 +15,7 @@ class FakeUpdates {
         return std::make_unique<Checker>(*this);
     }
 
-    /// Returns how many checks were started so far.
+    /// Returns how many checks have been started so far.
     [[nodiscard]] int begun() const { return static_cast<int>(m_checks.size()); }
     [[nodiscard]] bool wasCancelled(int check) const { return !at(check)->completion; }
     /// Ends the check with the index `number`. Does nothing if this check was cancelled.

@@ -41,7 +41,7 @@ class HangingResolver {
         };
     }
 
-    /// Returns how many look-ups were started so far.
+    /// Returns how many look-ups have been started so far.
     [[nodiscard]] int asked() const {
         const std::scoped_lock lock(m_shared->mutex);
         return m_shared->asked;

@@ -45,7 +45,7 @@ TEST_F(LogindSleepMonitorTest, UnresponsiveBusBlocksNothing) {
             LogindSleepMonitor monitor(unresponsive.address());
             start(monitor);
             EXPECT_LT(elapsed.elapsed(), 2000) << "starting the monitor must not block";
-            // Other users of a bus are not blocked either.
+            // Connections to another bus are not blocked either.
             LogindDouble other(bus.address());
             EXPECT_TRUE(never([this] { return !log.lines().isEmpty(); }));
             elapsed.start();

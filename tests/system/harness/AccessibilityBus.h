@@ -26,7 +26,7 @@ class AccessibilityReader {
   public:
     explicit AccessibilityReader(const QProcessEnvironment &environment);
 
-    /// Starts to inspect a program, which must be running.
+    /// Selects the program to inspect, which must be running.
     [[nodiscard]] testing::AssertionResult lookAt(qint64 processId, ReaderMemory memory);
     /// Sends a command (see accessibility.py) and waits for the reply. An error, such as a missing
     /// accessible object, is returned as a JSON object with the key "error".

@@ -20,7 +20,7 @@ namespace {
 /// The share of the picture's brightness that remains when the picture is dimmed.
 constexpr double dimmed = 0.58;
 
-/// A part of the colour bars that the controls do not cover, as shares of the width and height of
+/// A part of the colour bars that the controls do not cover, as fractions of the width and height of
 /// an unrotated picture.
 constexpr QRectF steadyBars{0.6, 0.2, 0.3, 0.25};
 
