@@ -10,6 +10,7 @@
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
@@ -73,13 +74,19 @@ QString cacheKey() {
         QCryptographicHash::hash(facts, QCryptographicHash::Sha256).toHex().first(16));
 }
 
-std::optional<OpenGLDescription> probe() {
+/// Set in the environment of a probe. A probe must never start another one, whatever goes wrong.
+constexpr const char *probeVariable = "LUMVIK_IS_OPENGL_PROBE";
+
+std::optional<OpenGLDescription> probe(const QString &program) {
+    if (qEnvironmentVariableIsSet(probeVariable))
+        return std::nullopt;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(probeVariable), QStringLiteral("1"));
     QProcess child;
     child.setStandardInputFile(QProcess::nullDevice());
     child.setStandardErrorFile(QProcess::nullDevice());
-    // /proc names this program even if its file has been replaced by an update.
-    child.start(QStringLiteral("/proc/%1/exe").arg(::getpid()),
-                {QString::fromLatin1(describeOpenGLOption)});
+    child.setProcessEnvironment(environment);
+    child.start(program, {QString::fromLatin1(describeOpenGLOption)});
     if (!child.waitForFinished(static_cast<int>(probeTimeLimit.count()))) {
         child.kill();
         child.waitForFinished();
@@ -101,12 +108,16 @@ QString openGLCacheFile() {
            QStringLiteral("/lumvik/opengl.conf");
 }
 
-std::optional<OpenGLDescription> describeOpenGL(const QString &cacheFile) {
+QString ownProgram() {
+    return QStringLiteral("/proc/%1/exe").arg(::getpid());
+}
+
+std::optional<OpenGLDescription> describeOpenGL(const QString &cacheFile, const QString &program) {
     QSettings cache(cacheFile, QSettings::IniFormat);
     const QString key = cacheKey();
     if (const auto known = parseOpenGLDescription(cache.value(key).toString()))
         return known;
-    const auto openGL = probe();
+    const auto openGL = probe(program);
     // Only the latest result is kept, so that the file does not grow. Failures are not stored: they
     // may be over at the next start.
     cache.clear();

@@ -19,12 +19,16 @@ inline constexpr const char *describeOpenGLOption = "--describe-opengl";
 /// driver that has none, and this process may use it. `root` is the root of the file system.
 [[nodiscard]] bool hasGraphicsDevice(const QString &root = QStringLiteral("/"));
 
+/// Returns the path of the running program, which remains valid when an update replaces its file.
+[[nodiscard]] QString ownProgram();
+
 /// Returns what OpenGL reports on the display of this process, or nothing if there is no OpenGL.
 /// Starts this program as a child process unless the result for the same display, graphics devices
 /// and system start is stored in `cacheFile`. Blocks for a few tenths of a second, and for at most
 /// five seconds if the driver hangs, which counts as no OpenGL. Call it before the application
 /// object is created.
-[[nodiscard]] std::optional<OpenGLDescription> describeOpenGL(const QString &cacheFile);
+[[nodiscard]] std::optional<OpenGLDescription>
+describeOpenGL(const QString &cacheFile, const QString &program = ownProgram());
 
 /// Returns $XDG_CACHE_HOME/lumvik/opengl.conf, by default ~/.cache/lumvik/opengl.conf.
 [[nodiscard]] QString openGLCacheFile();

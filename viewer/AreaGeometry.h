@@ -11,6 +11,10 @@
 
 namespace lumvik {
 
+/// The smallest width and height of an area that the user can select, in points. A smaller
+/// rectangle counts as a click.
+inline constexpr qreal smallestAreaSelection = 12;
+
 /// The smallest content size, in points, of a window that shows an area. An area may have any
 /// shape, so this minimum is smaller than that of a window that shows the whole picture.
 inline constexpr QSize minimumAreaContentSize{160, 160};

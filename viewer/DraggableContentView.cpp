@@ -1,5 +1,6 @@
 #include "viewer/DraggableContentView.h"
 
+#include "viewer/AreaGeometry.h"
 #include "viewer/AreaSelectionOverlay.h"
 #include "window/MouseButtonState.h"
 

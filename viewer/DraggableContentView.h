@@ -25,10 +25,6 @@ inline constexpr qreal resizeMargin = 6;
 /// in which direction.
 [[nodiscard]] Qt::CursorShape resizeCursor(Qt::Edges edges);
 
-/// The smallest width and height of an area that the user can select, in points. A smaller
-/// rectangle counts as a click.
-inline constexpr qreal smallestAreaSelection = 12;
-
 /// Whether cancelling a selection calls the handler for cancelled selections.
 enum class CancellationNotice { notify, keepSilent };
 

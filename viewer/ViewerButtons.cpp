@@ -46,6 +46,10 @@ void PinToggleButton::setOn(bool on) {
     update();
 }
 
+void PinToggleButton::setUnavailableOnWayland() {
+    setUnavailable(QStringLiteral("Stay on Top is not possible in a Wayland session"));
+}
+
 QColor PinToggleButton::fillColour() const {
     return m_isOn ? LumvikPalette::mirel() : translucentBlack(0.76F);
 }

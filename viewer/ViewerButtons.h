@@ -33,6 +33,9 @@ class PinToggleButton final : public ViewerButton {
     [[nodiscard]] bool isOn() const override { return m_isOn; }
     /// Changes the state without running the action.
     void setOn(bool on);
+    /// Dims the button, because Wayland lets no program keep its window above others. The tool tip
+    /// says so.
+    void setUnavailableOnWayland();
 
   protected:
     void willPerformAction() override { setOn(!m_isOn); }

@@ -1,6 +1,6 @@
 #include "window/ViewerWindow.h"
 
-#include "platform/PreferenceKeys.h"
+#include "platform/PreferenceKeysAndDefaults.h"
 #include "window/MouseButtonState.h"
 #include "window/PopUpMenu.h"
 

@@ -2,7 +2,7 @@
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
-#include "platform/PreferenceKeys.h"
+#include "platform/PreferenceKeysAndDefaults.h"
 
 #include <type_traits>
 

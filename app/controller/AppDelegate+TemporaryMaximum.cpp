@@ -1,7 +1,7 @@
 // The temporary maximum: the largest window that its screen allows, and restoring its frame.
 
 #include "app/controller/AppDelegate.h"
-#include "platform/PreferenceKeys.h"
+#include "platform/PreferenceKeysAndDefaults.h"
 #include "window/TemporaryMaximum.h"
 #include "window/WindowFrame.h"
 

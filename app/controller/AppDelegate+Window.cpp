@@ -2,7 +2,7 @@
 
 #include "app/controller/AppDelegate.h"
 #include "platform/LumvikLog.h"
-#include "platform/PreferenceKeys.h"
+#include "platform/PreferenceKeysAndDefaults.h"
 #include "window/PopUpMenu.h"
 #include "window/WindowFrame.h"
 
@@ -130,8 +130,7 @@ void AppDelegate::createControls() {
                                     content);
     stayOnTopButton = new PinToggleButton(content);
     if (!ViewerWindow::isPlacedByProgram())
-        stayOnTopButton->setUnavailable(
-            QStringLiteral("Stay on Top is not possible in a Wayland session"));
+        stayOnTopButton->setUnavailableOnWayland();
     stayOnTopButton->setAction([self] {
         if (self)
             self->toggleStayOnTop();

@@ -61,12 +61,66 @@ TEST(OpenGLProbe, IncompleteOrForeignOutputIsNoDescription) {
         EXPECT_EQ(parseOpenGLDescription(output), std::nullopt) << qPrintable(output);
 }
 
-TEST(OpenGLProbe, StoredDescriptionIsUsedAndADamagedOneIsNot) {
-    // The test program understands no option for a probe, so only a stored description can be
-    // found.
-    QTemporaryDir folder;
-    const QString file = folder.filePath(u"opengl.conf"_s);
-    EXPECT_EQ(describeOpenGL(file), std::nullopt);
+/// A program that takes the place of the probe. It counts its runs.
+class ProbeProgram {
+  public:
+    /// The program runs `commands`, which are written for sh.
+    explicit ProbeProgram(const QByteArray &commands) {
+        QFile file(path());
+        EXPECT_TRUE(file.open(QFile::WriteOnly));
+        file.write("#!/bin/sh\necho >>\"$0.runs\"\n" + commands + '\n');
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    [[nodiscard]] QString path() const { return m_folder.filePath(u"probe"_s); }
+    [[nodiscard]] QString cacheFile() const { return m_folder.filePath(u"opengl.conf"_s); }
+    [[nodiscard]] qint64 runs() const { return QFileInfo(path() + u".runs"_s).size(); }
+
+  private:
+    QTemporaryDir m_folder;
+};
+
+TEST(OpenGLProbe, DescriptionIsStoredForTheNextStart) {
+    const ProbeProgram program("echo desktop 4.6 Graphics card");
+    const OpenGLDescription expected{u"Graphics card"_s, 4, 6, false};
+    EXPECT_EQ(describeOpenGL(program.cacheFile(), program.path()), expected);
+    EXPECT_EQ(describeOpenGL(program.cacheFile(), program.path()), expected);
+    EXPECT_EQ(program.runs(), 1);
+}
+
+TEST(OpenGLProbe, AnotherDisplayIsProbedAnew) {
+    const ProbeProgram program("echo desktop 4.6 Graphics card on $DISPLAY");
+    const QByteArray before = qgetenv("DISPLAY");
+    for (const char *display : {":1", ":2"}) {
+        qputenv("DISPLAY", display);
+        const auto openGL = describeOpenGL(program.cacheFile(), program.path());
+        EXPECT_TRUE(openGL && openGL->renderer.endsWith(QLatin1String(display)));
+    }
+    if (before.isNull())
+        qunsetenv("DISPLAY");
+    else
+        qputenv("DISPLAY", before);
+}
+
+TEST(OpenGLProbe, FailuresAreNotStored) {
+    for (const char *commands :
+         {"echo nonsense", "exit 0", "echo desktop 4.6 Graphics card; exit 1",
+          "echo desktop 4.6 Graphics card; kill -SEGV $$"}) {
+        const ProbeProgram program(commands);
+        EXPECT_EQ(describeOpenGL(program.cacheFile(), program.path()), std::nullopt) << commands;
+        EXPECT_EQ(describeOpenGL(program.cacheFile(), program.path()), std::nullopt) << commands;
+        EXPECT_EQ(program.runs(), 2) << commands;
+    }
+    EXPECT_EQ(describeOpenGL(u"/nonexistent/opengl.conf"_s, u"/nonexistent/probe"_s), std::nullopt);
+}
+
+TEST(OpenGLProbe, ProbeStartsNoFurtherProbe) {
+    const ProbeProgram program("test -n \"$LUMVIK_IS_OPENGL_PROBE\" && echo desktop 4.6 Card");
+    EXPECT_TRUE(describeOpenGL(program.cacheFile(), program.path()));
+    const ProbeProgram another("echo desktop 4.6 Card");
+    qputenv("LUMVIK_IS_OPENGL_PROBE", "1");
+    EXPECT_EQ(describeOpenGL(another.cacheFile(), another.path()), std::nullopt);
+    qunsetenv("LUMVIK_IS_OPENGL_PROBE");
+    EXPECT_EQ(another.runs(), 0);
 }
 
 } // namespace

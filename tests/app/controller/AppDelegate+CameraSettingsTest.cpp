@@ -4,7 +4,7 @@
 #include "editor/CameraListModel.h"
 #include "editor/CameraSettingsWindow.h"
 #include "editor/CameraTableView.h"
-#include "platform/PreferenceKeys.h"
+#include "platform/PreferenceKeysAndDefaults.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
 // When the controller checks for updates, and what it shows the user.
 
 #include "ControllerFixture.h"
-#include "platform/PreferenceKeys.h"
+#include "platform/PreferenceKeysAndDefaults.h"
 
 #include <QFile>
 
