@@ -9,7 +9,7 @@ namespace lumvik {
 
 /// When recovery attempts are made and what they do. Times are in seconds.
 struct RecoveryPolicy {
-    /// The delay of the first, second, … attempt in a row. All later attempts use the last delay.
+    /// The delays before consecutive attempts, in order. Later attempts use the last delay.
     std::array<double, 7> backOffDelays;
     /// The short delay before an attempt that is made because the cause of the failure is over.
     double immediateDelay;

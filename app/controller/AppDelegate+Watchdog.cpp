@@ -137,7 +137,7 @@ void AppDelegate::scheduleStalePictureCheck() {
 }
 
 void AppDelegate::endReachedDidChange() {
-    // While a stream is being replaced, its flag is out of date.
+    // While a stream is being replaced, the end-of-stream flag may still describe the old stream.
     if (isClosingViewer || systemIsSleeping || mpv == nullptr || !videoHost->expectsPicture())
         return;
     if (streamHasEnded(mpv))

@@ -103,8 +103,8 @@ class AppDelegate final : public QObject {
     /// Called when the window enters or leaves full screen, or is maximised, minimised or restored.
     void windowDidChangeState();
     void windowWillClose();
-    /// Tells the user that the window's graphics cannot be set up, and quits. `details` is for the
-    /// log.
+    /// Restarts the application without OpenGL, because the window's graphics cannot be set up. If
+    /// that is not possible, tells the user and quits. `details` is for the log.
     void graphicsFailed(const QString &details);
 
     // ---- Controls: AppDelegate+Controls.cpp ----
@@ -133,8 +133,8 @@ class AppDelegate final : public QObject {
     void toggleFocusArea();
     /// Makes `crop` fill the window and stops constraining the window's aspect ratio.
     void applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping);
-    /// Ends a selection or a focused view. The whole picture and the window's frame from before
-    /// are restored.
+    /// Ends a selection or a focused view. Restores the whole picture and, after a focused view,
+    /// the frame that the window had before.
     void restoreOriginalCameraView();
     /// Updates the focus button's icon and texts.
     void updateFocusButton();
@@ -147,9 +147,9 @@ class AppDelegate final : public QObject {
 
     // ---- Temporary maximum: AppDelegate+TemporaryMaximum.cpp ----
 
-    /// Makes the window as large as its screen allows, or restores the frame from before. The
-    /// enlarged frame is never stored. Does nothing in a window that is in full screen, maximised
-    /// or minimised.
+    /// Makes the window as large as its screen allows, or restores the frame that the window had
+    /// before it was enlarged. The enlarged frame is never stored. Does nothing in a window that is
+    /// in full screen, maximised or minimised.
     void toggleTemporaryMaximum();
 
     // ---- Player instance: AppDelegate+Player.cpp ----
@@ -216,7 +216,7 @@ class AppDelegate final : public QObject {
     // ---- Recovery: AppDelegate+Recovery.cpp ----
 
     /// Schedules a recovery attempt. Does nothing while the viewer is closing, the system sleeps,
-    /// no network path is usable, the camera list is empty, or an attempt is already scheduled.
+    /// the camera cannot be reached, the camera list is empty, or an attempt is already scheduled.
     void schedulePlaybackRecovery(const PlaybackRecovery &request);
 
     // ---- Rendered frames: AppDelegate+Watchdog.cpp ----
