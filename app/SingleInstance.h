@@ -32,6 +32,8 @@ class SingleInstance {
         handedOver, ///< Another instance has carried out the request.
         unanswered, ///< Another instance is running but has not replied.
     };
+    /// The exit status of a process whose request another instance has not answered.
+    static constexpr int unansweredExitStatus = 1;
     /// Determines whether this is the first instance, and otherwise passes `request` to the first
     /// one. If the first instance is exiting, waits and takes its place. Blocks for at most
     /// `limit`.

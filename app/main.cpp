@@ -108,7 +108,7 @@ std::optional<int> handOverToFirstInstance(SingleInstance &instance, const Launc
                      .messageText = QStringLiteral("Lumvik"),
                      .informativeText = problem,
                      .buttons = {QStringLiteral("OK")}});
-    return 1;
+    return SingleInstance::unansweredExitStatus;
 }
 
 /// The services that the controller uses.

@@ -2,6 +2,7 @@
 
 #include "engine/PlayerProperties.h"
 
+#include <QGuiApplication>
 #include <QPainter>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -191,7 +192,12 @@ SoftwareVideoRenderer::Target SoftwareVideoRenderer::windowTarget(const QPainter
     const auto &window = *static_cast<const QImage *>(painter.device());
     const QSize size = pixelSize(m_view);
     const qreal scale = m_view.window()->effectiveDevicePixelRatio();
-    const bool isOpaque = window.format() == QImage::Format_RGB32;
+    // libmpv leaves the fourth byte of each pixel undefined. Under X11, the back buffer always has
+    // a format with alpha, but the server ignores the alpha of an opaque window.
+    const bool isOpaque = window.format() == QImage::Format_RGB32 ||
+                          (window.format() == QImage::Format_ARGB32_Premultiplied &&
+                           QGuiApplication::platformName() == QLatin1String("xcb") &&
+                           !m_view.window()->format().hasAlpha());
     const bool isAtOrigin = painter.deviceTransform() == QTransform::fromScale(scale, scale);
     // At a fractional scale, a part of a pixel remains at the edges, which must be blackened.
     const bool fillsWindow = window.size() == size && QSizeF(size) == m_view.size() * scale;
