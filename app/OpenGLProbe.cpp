@@ -20,6 +20,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <memory>
 
 namespace lumvik {
 
@@ -82,14 +83,18 @@ std::optional<OpenGLDescription> probe(const QString &program) {
         return std::nullopt;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QString::fromLatin1(probeVariable), QStringLiteral("1"));
-    QProcess child;
+    auto owned = std::make_unique<QProcess>();
+    QProcess &child = *owned;
     child.setStandardInputFile(QProcess::nullDevice());
     child.setStandardErrorFile(QProcess::nullDevice());
     child.setProcessEnvironment(environment);
     child.start(program, {QString::fromLatin1(describeOpenGLOption)});
     if (!child.waitForFinished(static_cast<int>(probeTimeLimit.count()))) {
         child.kill();
-        child.waitForFinished();
+        // A driver that hangs in the kernel cannot even be killed. Then the object is leaked,
+        // because its destructor would wait.
+        if (!child.waitForFinished(static_cast<int>(probeTimeLimit.count()) / 10))
+            (void)owned.release();
         return std::nullopt;
     }
     if (child.exitStatus() != QProcess::NormalExit || child.exitCode() != 0)

@@ -142,7 +142,8 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
             .terminate = [&system] { system.termination.request(); },
             .restartWithSoftwareRenderer =
                 [&system] {
-                    if (system.renderer.kind == RendererKind::software)
+                    if (system.renderer.kind == RendererKind::software ||
+                        system.termination.isUnderWay())
                         return false;
                     qputenv(openGLFailedVariable, "1");
                     requestRestart(system.argv);

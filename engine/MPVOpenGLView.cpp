@@ -151,6 +151,7 @@ void MPVOpenGLView::consumeRenderUpdates() {
     noteNextFrame();
     if (window() == nullptr || !window()->isExposed()) {
         skipPendingFrame();
+        m_renderer->pictureBecameOld(*this);
     } else if (!drawingIsDue && m_hasPendingVideoFrame &&
                m_pacing.frameAnnounced(m_mainQueue.now()) == VideoFramePacing::Verdict::skip) {
         skipPendingFrame();

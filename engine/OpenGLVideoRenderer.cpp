@@ -110,11 +110,11 @@ void OpenGLVideoRenderer::drawInScene(QSize size, FrameUse use) {
     // The scene graph does not reset its OpenGL state, and its depth test alone would hide the
     // picture.
     QQuickOpenGLUtils::resetOpenGLState();
-    fetch(size, use);
+    (void)fetch(size, use); // after an error the window stays black
     m_view.window()->endExternalCommands();
 }
 
-void OpenGLVideoRenderer::render(mpv_render_context *context, QSize size, FrameUse use) {
+int OpenGLVideoRenderer::render(mpv_render_context *context, QSize size, FrameUse use) {
     mpv_opengl_fbo framebuffer{0, size.width(), size.height(), 0};
     int flip = 1;
     // By default, libmpv would block the main thread until the frame's target time. A live picture
@@ -128,7 +128,7 @@ void OpenGLVideoRenderer::render(mpv_render_context *context, QSize size, FrameU
         mpv_render_param{MPV_RENDER_PARAM_SKIP_RENDERING, &skip},
         mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
     };
-    mpv_render_context_render(context, parameters.data());
+    return mpv_render_context_render(context, parameters.data());
 }
 
 } // namespace lumvik

@@ -20,7 +20,7 @@ class OpenGLVideoRenderer final : public VideoRenderer {
     int create(mpv_render_context **context, mpv_handle *player) override;
     void enterGraphics() override;
     void leaveGraphics() override;
-    void render(mpv_render_context *context, QSize size, FrameUse use) override;
+    [[nodiscard]] int render(mpv_render_context *context, QSize size, FrameUse use) override;
 
   private:
     QQuickItem &m_view;

@@ -105,9 +105,17 @@ int SoftwareVideoRenderer::create(mpv_render_context **context, mpv_handle *play
         mpv_render_param{MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_SW)},
         mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
     };
-    m_player = player;
+    const int result = mpv_render_context_create(context, player, parameters.data());
+    if (result >= 0)
+        m_player = player;
+    return result;
+}
+
+void SoftwareVideoRenderer::wasDetached() {
+    m_player = nullptr;
     m_rotation.reset();
-    return mpv_render_context_create(context, player, parameters.data());
+    m_frame = Frame::none;
+    m_image = {};
 }
 
 void SoftwareVideoRenderer::drawInScene(QSize size, FrameUse use) {
@@ -121,7 +129,8 @@ void SoftwareVideoRenderer::drawInScene(QSize size, FrameUse use) {
             m_target = {m_image.bits(), static_cast<std::size_t>(m_image.bytesPerLine())};
         }
     }
-    fetch(unrotated(size), use);
+    if (!fetch(unrotated(size), use))
+        m_frame = Frame::none;
     m_target = {};
 }
 
@@ -138,7 +147,7 @@ void SoftwareVideoRenderer::prepareImage(QSize size) {
                      static_cast<qsizetype>(bytesPerLine), QImage::Format_RGB32, &std::free, bytes);
 }
 
-void SoftwareVideoRenderer::render(mpv_render_context *context, QSize size, FrameUse use) {
+int SoftwareVideoRenderer::render(mpv_render_context *context, QSize size, FrameUse use) {
     std::array<int, 2> dimensions{size.width(), size.height()};
     // A live picture is shown at once, and the main thread must not wait for the frame's target
     // time.
@@ -153,7 +162,7 @@ void SoftwareVideoRenderer::render(mpv_render_context *context, QSize size, Fram
         mpv_render_param{MPV_RENDER_PARAM_SKIP_RENDERING, &skip},
         mpv_render_param{MPV_RENDER_PARAM_INVALID, nullptr},
     };
-    mpv_render_context_render(context, parameters.data());
+    return mpv_render_context_render(context, parameters.data());
 }
 
 void SoftwareVideoRenderer::paint(QPainter &painter) {

@@ -30,12 +30,14 @@ class SoftwareVideoRenderer final : public VideoRenderer {
     [[nodiscard]] const char *rotationProperty() const override;
     void videoHasChanged() override { m_rotation.reset(); }
     void drawInScene(QSize size, FrameUse use) override;
+    void pictureBecameOld(QQuickItem &view) override { requestDrawing(view); }
     void requestDrawing(QQuickItem &view) override;
     QSGNode *updateNode(QSGNode *node, QQuickItem &view) override;
 
   protected:
     int create(mpv_render_context **context, mpv_handle *player) override;
-    void render(mpv_render_context *context, QSize size, FrameUse use) override;
+    void wasDetached() override;
+    [[nodiscard]] int render(mpv_render_context *context, QSize size, FrameUse use) override;
 
   private:
     class Node;
@@ -70,7 +72,7 @@ class SoftwareVideoRenderer final : public VideoRenderer {
     /// The last frame as the camera sent it, not rotated, in the size of the view. Empty while
     /// frames are drawn directly.
     QImage m_image;
-    mpv_handle *m_player = nullptr; ///< The player that was attached last.
+    mpv_handle *m_player = nullptr; ///< The attached player, or null.
     /// In degrees, clockwise: 0, 90, 180 or 270. Not set while unknown.
     std::optional<int> m_rotation;
     bool m_drawingIsDue = false;

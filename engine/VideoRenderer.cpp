@@ -36,6 +36,7 @@ void VideoRenderer::detach() {
     enterGraphics();
     m_context.reset();
     leaveGraphics();
+    wasDetached();
 }
 
 bool VideoRenderer::takeUpdate() {
@@ -58,13 +59,13 @@ void VideoRenderer::discard(QSize size) {
     // The engine may create or release textures even for a discarded frame, if its size has
     // changed.
     enterGraphics();
-    fetch(size, FrameUse::discard);
+    (void)fetch(size, FrameUse::discard);
     leaveGraphics();
 }
 
-void VideoRenderer::fetch(QSize size, FrameUse use) {
-    render(m_context.get(), size, use);
-    m_frameWasFetched = true;
+bool VideoRenderer::fetch(QSize size, FrameUse use) {
+    m_frameWasFetched = render(m_context.get(), size, use) >= 0;
+    return m_frameWasFetched;
 }
 
 bool VideoRenderer::reportShownFrame() {

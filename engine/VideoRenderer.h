@@ -77,6 +77,9 @@ class VideoRenderer {
     /// Returns the size of `view` in pixels, rounded down.
     [[nodiscard]] static QSize pixelSize(const QQuickItem &view);
 
+    /// Called when a frame was discarded because the window is hidden. The picture in the window is
+    /// old and must not be shown when the window reappears.
+    virtual void pictureBecameOld(QQuickItem & /*view*/) {}
     /// Requests that the view is drawn in the next drawing cycle of its window.
     virtual void requestDrawing(QQuickItem &view) = 0;
     /// Returns the scene-graph node that represents the view. `node` is the previous node, or null.
@@ -90,10 +93,13 @@ class VideoRenderer {
     virtual void enterGraphics() {}
     /// Called after each `enterGraphics`, once the calls of libmpv are done.
     virtual void leaveGraphics() {}
-    /// Calls mpv_render_context_render for a frame of `size` pixels.
-    virtual void render(mpv_render_context *context, QSize size, FrameUse use) = 0;
-    /// Fetches the next frame through `render`.
-    void fetch(QSize size, FrameUse use);
+    /// Called when the render context has been freed. Must forget the player and its last frame.
+    virtual void wasDetached() {}
+    /// Calls mpv_render_context_render for a frame of `size` pixels. Returns libmpv's result.
+    [[nodiscard]] virtual int render(mpv_render_context *context, QSize size, FrameUse use) = 0;
+    /// Fetches the next frame through `render`. Returns false if libmpv reports an error. Such a
+    /// frame does not count as shown: a picture that cannot be drawn must not pass for a live one.
+    bool fetch(QSize size, FrameUse use);
 
   private:
     struct ContextDeleter {

@@ -104,8 +104,8 @@ class StandardErrorSink final : public LogSink {
         qsizetype sent = 0;
         while (sent < text.size()) {
             pollfd descriptor{.fd = target, .events = POLLOUT, .revents = 0};
-            if (::poll(&descriptor, 1, 0) <= 0 || (descriptor.revents & POLLOUT) == 0)
-                break;
+            if (::poll(&descriptor, 1, 0) <= 0 || descriptor.revents != POLLOUT)
+                break; // nobody will ever read it, or not now
             const ssize_t written =
                 ::write(target, text.constData() + sent,
                         static_cast<size_t>(std::min(largestPart, text.size() - sent)));

@@ -1,5 +1,7 @@
 #include "platform/ProcessRestart.h"
 
+#include "platform/TerminationSignals.h"
+
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -21,7 +23,7 @@ void requestRestart(char **argv) {
 
 void restartIfRequested() {
     char **arguments = restartArguments.load();
-    if (arguments == nullptr)
+    if (arguments == nullptr || TerminationSignals::haveArrived())
         return;
     // The new instance would inherit a running timer, which would end it, and a set of blocked
     // signals, which could then not end it.

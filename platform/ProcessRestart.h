@@ -8,7 +8,8 @@ namespace lumvik {
 void requestRestart(char **argv);
 
 /// Replaces this process with a new instance of the program if a restart was requested. Returns
-/// only if no restart was requested or if the process cannot be replaced. Open files other than the
+/// only if no restart was requested, if the process has been asked to end, or if it cannot be
+/// replaced. Open files other than the
 /// standard streams are closed. Async-signal-safe.
 void restartIfRequested();
 

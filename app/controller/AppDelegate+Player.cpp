@@ -50,8 +50,9 @@ void AppDelegate::startPlayer() {
         return;
     }
     if (videoHost->configureWithMPV(handle) < 0) {
-        // Some OpenGL drivers suffice for the window, but not for the engine.
-        if (environment.restartWithSoftwareRenderer()) {
+        // Some OpenGL drivers suffice for the window, but not for the engine. If OpenGL has worked
+        // before, the failure may be over in a moment.
+        if (loadedPlayerGeneration == 0 && environment.restartWithSoftwareRenderer()) {
             LumvikLog::playback().error(QStringLiteral(
                 "The video engine cannot draw with this OpenGL; Lumvik restarts without it."));
             abandonPlayerStart(handle);

@@ -47,7 +47,7 @@ void AppDelegate::systemDidWake() {
     // The picture on the screen is from before the sleep, which may not have been announced.
     // Without a network path, that picture would otherwise stay until the path returns.
     lastFrameRenderedAt.reset();
-    videoHost->hidePicture();
+    videoHost->forgetPicture(); // frames that were received before the sleep would look live
     schedulePlaybackRecovery({.reason = QStringLiteral("system wake"),
                               .urgency = RecoveryUrgency::immediate,
                               .recreation = PlayerRecreation::forced});

@@ -345,6 +345,10 @@ void RtnetlinkPathMonitor::Watch::reopenAfter(std::chrono::milliseconds delay) {
         m_reopenTimer.reset(new QTimer);
         m_reopenTimer->setSingleShot(true);
         QObject::connect(m_reopenTimer.get(), &QTimer::timeout, m_reopenTimer.get(), [this] {
+            if (m_runningList && m_reported) {
+                fail(ETIMEDOUT); // the kernel has not sent the rest of a list
+                return;
+            }
             closeSocket();
             open();
         });

@@ -265,6 +265,39 @@ TEST_F(MPVOpenGLViewTest, UpdateWithoutAFrameDrawsNothing) {
     EXPECT_EQ(framesReported, 0) << "no frame is pending";
 }
 
+TEST_F(MPVOpenGLViewTest, FrameThatTheEngineCannotDrawDoesNotCountAsShown) {
+    mpv.setRenderResult(MPV_ERROR_UNSUPPORTED);
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    ASSERT_TRUE(eventually([&] { return !mpv.renderCalls().empty(); }));
+    redraw();
+    EXPECT_EQ(framesReported, 0) << "the watchdog would take the picture for live";
+    EXPECT_EQ(shownColour(), QColor(Qt::black));
+}
+
+TEST_F(MPVOpenGLViewTest, DetachedViewDoesNotUseThePlayerAnyMore) {
+    view->expectPicture(); // the rotation of the next stream is unknown
+    view->shutdownRenderContext();
+    mpv_terminate_destroy(std::exchange(player, nullptr));
+    mpv.forgetCalls();
+    redraw();
+    EXPECT_TRUE(mpv.calls().empty());
+}
+
+TEST_F(MPVOpenGLViewTest, ReappearingWindowDrawsTheNewestFrame) {
+    mpv.setPainter(&paintGreen);
+    hideWindow();
+    mpv.announceFrame(newFrame);
+    queue.runPending();
+    ASSERT_EQ(mpv.renderCalls().size(), 1U);
+    EXPECT_EQ(mpv.renderCalls().back().skipRendering, 1);
+    window.show();
+    EXPECT_TRUE(eventually([&] {
+        return mpv.renderCalls().size() > 1 && mpv.renderCalls().back().skipRendering != 1;
+    })) << "the picture from before would look live";
+    EXPECT_TRUE(eventually([&] { return shownColour() == QColor(Qt::green); }));
+}
+
 TEST_F(MPVOpenGLViewTest, HandlerMayClearItselfWhileItRuns) {
     view->setFrameRenderedHandler([this, marker = std::make_shared<int>(5)] {
         view->setFrameRenderedHandler(nullptr);

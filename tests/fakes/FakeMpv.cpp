@@ -244,6 +244,11 @@ bool FakeMpv::fireUpdateCallback() {
     return true;
 }
 
+void FakeMpv::setRenderResult(int result) {
+    const std::scoped_lock guard(m_state->mutex);
+    m_state->renderResult = result;
+}
+
 void FakeMpv::setFrameInfoFails(bool fails) {
     const std::scoped_lock guard(m_state->mutex);
     m_state->frameInfoFails = fails;

@@ -134,6 +134,8 @@ int mpv_render_context_render(mpv_render_context *context, mpv_render_param *par
         fake.frameIsPending = false;
         painter = fake.painter;
     }
+    if (fake.renderResult < 0)
+        return fake.renderResult;
     if (painter && call.skipRendering != 1)
         painter(call);
     return 0;

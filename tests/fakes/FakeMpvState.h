@@ -98,6 +98,7 @@ struct FakeMpv::State {
     int settingResult = 0;
     bool waitsTimeOut = true;
     bool frameInfoFails = false;
+    int renderResult = 0;
     bool frameIsPending = false;
     std::uint64_t frameInfo = 0;
 
