@@ -332,7 +332,8 @@ TEST_F(UnresponsiveSessionBusTest, SecondStartIsNotDelayed) {
 TEST_F(UnresponsiveSessionBusTest, StartIsNotDelayedWhenTheSessionBusIsDisabled) {
     ASSERT_NO_FATAL_FAILURE(offerUnresponsiveBus());
     viewerVariables.append({QStringLiteral("LUMVIK_SESSION_BUS"), QStringLiteral("no")});
-    // If Qt connected to this session bus, it would wait for longer than the start may take.
+    // If Qt connected to the unresponsive session bus, it would wait for longer than the start may
+    // take.
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_NO_FATAL_FAILURE(endViewer());
 }
