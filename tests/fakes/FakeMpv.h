@@ -142,7 +142,8 @@ class FakeMpv {
     void announceFrame(std::uint64_t info = MPV_RENDER_FRAME_INFO_PRESENT);
     /// Calls the update callback without a new frame. Returns false if no update callback is set.
     bool fireUpdateCallback();
-    /// Sets the result of mpv_render_context_render. A negative result means that nothing was drawn.
+    /// Sets the result of mpv_render_context_render. A negative result means that nothing was
+    /// drawn.
     void setRenderResult(int result);
     /// Makes mpv_render_context_get_info fail, as in older versions of libmpv.
     void setFrameInfoFails(bool fails);

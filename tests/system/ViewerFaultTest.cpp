@@ -80,9 +80,8 @@ TEST_F(ViewerFaultTest, NoOldPictureIsShownAfterTheViewerWasStoppedForTwelveSeco
                        "connection\\."),
         2s, mark));
     // Before the viewer has run again, the screen still shows the picture from before.
-    EXPECT_TRUE(eventually(1s, [&] {
-        return pictureAge(screen.window(viewer->window())).value_or(0) < 2000;
-    }));
+    EXPECT_TRUE(eventually(
+        1s, [&] { return pictureAge(screen.window(viewer->window())).value_or(0) < 2000; }));
     EXPECT_TRUE(always(3s, [&] {
         return pictureAge(screen.window(viewer->window())).value_or(0) < 2000;
     })) << "an old picture looks live";

@@ -20,8 +20,8 @@ namespace {
 /// The share of the picture's brightness that remains when the picture is dimmed.
 constexpr double dimmed = 0.58;
 
-/// A part of the colour bars that the controls do not cover, as fractions of the width and height of
-/// an unrotated picture.
+/// A part of the colour bars that the controls do not cover, as fractions of the width and height
+/// of an unrotated picture.
 constexpr QRectF steadyBars{0.6, 0.2, 0.3, 0.25};
 
 int evenFloor(double value) {
