@@ -120,9 +120,9 @@ QString ownProgram() {
 std::optional<OpenGLDescription> describeOpenGL(const QString &cacheFile, const QString &program) {
     QSettings cache(cacheFile, QSettings::IniFormat);
     const QString key = cacheKey();
-    if (const auto known = parseOpenGLDescription(cache.value(key).toString()))
+    if (auto known = parseOpenGLDescription(cache.value(key).toString()))
         return known;
-    const auto openGL = probe(program);
+    auto openGL = probe(program);
     // Only the latest result is kept, so that the file does not grow. Failures are not stored: they
     // may be over at the next start.
     cache.clear();
