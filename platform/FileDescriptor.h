@@ -23,6 +23,9 @@ class FileDescriptor {
     [[nodiscard]] bool isOpen() const { return m_descriptor >= 0; }
     [[nodiscard]] int get() const { return m_descriptor; }
 
+    /// Gives the descriptor up without closing it. The caller owns it from then on.
+    [[nodiscard]] int release() { return std::exchange(m_descriptor, -1); }
+
     /// Closes the descriptor now. Does nothing if no descriptor is open.
     void reset() {
         if (m_descriptor >= 0)

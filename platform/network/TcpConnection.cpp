@@ -61,6 +61,8 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     void setHandler(StateUpdateHandler handler);
     void start(SerialQueue &queue);
     void cancel();
+    /// On the queue's thread.
+    [[nodiscard]] FileDescriptor takeSocket();
 
   private:
     /// Any thread.
@@ -135,6 +137,10 @@ void TcpConnection::Attempt::cancel() {
         self->close();
         self->report(State::cancelled);
     });
+}
+
+FileDescriptor TcpConnection::Attempt::takeSocket() {
+    return m_state == State::ready ? std::move(m_socket) : FileDescriptor();
 }
 
 bool TcpConnection::Attempt::isCancelled() {
@@ -278,6 +284,10 @@ void TcpConnection::start(SerialQueue &queue) {
 
 void TcpConnection::cancel() {
     m_attempt->cancel();
+}
+
+FileDescriptor TcpConnection::takeSocket() {
+    return m_attempt->takeSocket();
 }
 
 } // namespace lumvik

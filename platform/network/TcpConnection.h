@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
 #include "platform/network/HostLookup.h"
 #include "platform/network/NetworkConnection.h"
 
@@ -30,6 +31,11 @@ class TcpConnection final : public NetworkConnection {
     void setStateUpdateHandler(StateUpdateHandler handler) override;
     void start(SerialQueue &queue) override;
     void cancel() override;
+
+    /// Takes the connected socket, which is non-blocking, out of a connection that has reported
+    /// `ready`. The connection reports nothing more. Call on the queue's thread. Returns a closed
+    /// descriptor in any other state.
+    [[nodiscard]] FileDescriptor takeSocket();
 
   private:
     class Attempt;
