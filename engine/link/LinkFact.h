@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QByteArray>
+
+namespace lumvik {
+
+/// Something that a camera link has found out. A plain value, without any part of the camera's
+/// address, user name or password.
+struct LinkFact {
+    enum class Kind {
+        Connecting,       ///< Looking up the name or connecting.
+        Connected,        ///< A TCP connection to the camera exists.
+        ConnectingFailed, ///< Refused, unreachable, not found, or no route.
+        Answered,         ///< The camera has answered a request: `method` and `status`.
+        LoginRefused,     ///< The camera refuses the user name or password, or wants one.
+        Redirected,       ///< The link follows a redirect to another port or path of the host.
+        RedirectRefused,  ///< A redirect to another host, or too many redirects.
+        Described,        ///< The camera has described a stream that contains video.
+        DescribedNoVideo, ///< The camera has described a stream without video.
+        FirstPacket,      ///< The first packet of media has arrived.
+        MarkersWrong,     ///< Delimiters are not added, because markers are set within pictures.
+        NotRtsp,         ///< What the camera sends cannot be understood; it is passed on unchanged.
+        TooLarge,        ///< A message, picture or description exceeds all reasonable bounds.
+        EndedByCamera,   ///< The camera has closed the connection.
+        EndedByEngine,   ///< The engine has closed its connection.
+        IntruderRefused, ///< Another process has connected to the link's port.
+    };
+
+    Kind kind = Kind::Connecting;
+    QByteArray method = {}; ///< Of the request, with `Answered` only.
+    int status = 0;         ///< With `Answered` only.
+};
+
+} // namespace lumvik

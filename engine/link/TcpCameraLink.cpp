@@ -1,0 +1,368 @@
+#include "engine/link/TcpCameraLink.h"
+
+#include "engine/link/LinkDialogue.h"
+#include "engine/link/OwnSocket.h"
+#include "platform/FileDescriptor.h"
+#include "platform/SerialQueue.h"
+#include "platform/network/TcpConnection.h"
+
+#include <QSocketNotifier>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+using Kind = LinkFact::Kind;
+using std::chrono::milliseconds;
+
+/// How many bytes wait for one side before the other side is not read any more. Large enough for a
+/// burst of key frames, small enough to keep memory bounded.
+constexpr qint64 longestBacklog = 1024LL * 1024;
+/// How long the camera may take to confirm the end of the session.
+constexpr milliseconds longestFarewell{500};
+
+/// Deletes objects that may be dropped while one of their signals is being handled.
+struct DeleteLater {
+    void operator()(QObject *object) const {
+        object->disconnect();
+        object->deleteLater();
+    }
+};
+template<typename Object>
+using LatePointer = std::unique_ptr<Object, DeleteLater>;
+
+/// Opens a port of the loopback interface. Returns a closed descriptor on failure.
+FileDescriptor listenOnLoopback(std::uint16_t &port) {
+    FileDescriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto *generic = reinterpret_cast<sockaddr *>(&address);
+    if (!listener.isOpen() || ::bind(listener.get(), generic, size) != 0 ||
+        ::listen(listener.get(), 4) != 0 || ::getsockname(listener.get(), generic, &size) != 0)
+        return {};
+    port = ntohs(address.sin_port);
+    return listener;
+}
+
+LatePointer<QTcpSocket> socketFor(FileDescriptor descriptor) {
+    LatePointer<QTcpSocket> socket(new QTcpSocket);
+    socket->setReadBufferSize(longestBacklog);
+    if (!socket->setSocketDescriptor(descriptor.release()))
+        return nullptr;
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    return socket;
+}
+
+} // namespace
+
+/// The sockets of a link. All functions except the constructor, `engineBase` and `waitUntilEnded`
+/// run on the queue's thread.
+class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
+  public:
+    Session(CameraEndpoint endpoint, SerialQueue &queue, FactHandler handler, NameResolver resolver,
+            FileDescriptor listener, QByteArray engineBase)
+        : m_queue(queue)
+        , m_handler(std::move(handler))
+        , m_resolver(std::move(resolver))
+        , m_host(endpoint.host)
+        , m_port(endpoint.port)
+        , m_engineBase(std::move(engineBase))
+        , m_dialogue(std::move(endpoint), m_engineBase)
+        , m_listener(std::move(listener)) {}
+
+    [[nodiscard]] SerialQueue &queue() { return m_queue; }
+    [[nodiscard]] QByteArray engineBase() const { return m_engineBase; }
+    [[nodiscard]] bool waitUntilEnded(milliseconds timeLimit);
+
+    /// Keeps the session alive until it has ended.
+    void start();
+    /// Ends the session with the camera in an orderly manner.
+    void close();
+
+  private:
+    void stopListening();
+    void connectToCamera();
+    void cameraStateChanged(NetworkConnection::State state);
+    void takeCameraSocket();
+    void acceptEngine();
+    void engineIsConnected(FileDescriptor descriptor);
+    void readFromCamera();
+    void readFromEngine();
+    void perform(const LinkDialogue::Output &output);
+    void cameraHasEnded();
+    void engineHasEnded();
+    void awaitFarewell();
+    void end();
+    void report(Kind kind) { report(LinkFact{kind}); }
+    void report(const LinkFact &fact) {
+        if (m_handler)
+            m_handler(fact);
+    }
+
+    SerialQueue &m_queue;
+    const FactHandler m_handler;
+    const NameResolver m_resolver;
+    const QString m_host;
+    std::uint16_t m_port;
+    const QByteArray m_engineBase;
+
+    std::shared_ptr<Session> m_self; ///< From `start` until the end.
+    LinkDialogue m_dialogue;
+    FileDescriptor m_listener;
+    LatePointer<QSocketNotifier> m_listenerNotifier;
+    std::shared_ptr<TcpConnection> m_connection; ///< While connecting to the camera.
+    LatePointer<QTcpSocket> m_camera;
+    LatePointer<QTcpSocket> m_engine;
+    LatePointer<QTimer> m_farewell;
+    QByteArray m_earlyForCamera; ///< What the engine said before the camera was connected.
+    bool m_isEnding = false;     ///< The engine's side is closed, and the camera's side is closing.
+    bool m_hasEnded = false;
+
+    std::mutex m_endMutex; ///< Guards the next member.
+    bool m_hasEndedForWaiters = false;
+    std::condition_variable m_endCondition;
+};
+
+bool TcpCameraLink::Session::waitUntilEnded(milliseconds timeLimit) {
+    std::unique_lock lock(m_endMutex);
+    return m_endCondition.wait_for(lock, timeLimit, [this] { return m_hasEndedForWaiters; });
+}
+
+void TcpCameraLink::Session::start() {
+    m_self = shared_from_this();
+    m_listenerNotifier.reset(new QSocketNotifier(m_listener.get(), QSocketNotifier::Read));
+    QObject::connect(m_listenerNotifier.get(), &QSocketNotifier::activated,
+                     m_listenerNotifier.get(), [this] { acceptEngine(); });
+    connectToCamera();
+}
+
+void TcpCameraLink::Session::stopListening() {
+    if (m_listenerNotifier)
+        m_listenerNotifier->setEnabled(false);
+    m_listenerNotifier.reset();
+    m_listener.reset();
+}
+
+void TcpCameraLink::Session::connectToCamera() {
+    report(Kind::Connecting);
+    m_connection = std::make_shared<TcpConnection>(m_host, m_port, m_resolver);
+    m_connection->setStateUpdateHandler([weak = weak_from_this()](NetworkConnection::State state) {
+        if (const auto self = weak.lock())
+            self->cameraStateChanged(state);
+    });
+    m_connection->start(m_queue);
+}
+
+void TcpCameraLink::Session::cameraStateChanged(NetworkConnection::State state) {
+    switch (state) {
+    case NetworkConnection::State::preparing:
+    case NetworkConnection::State::cancelled:
+        break;
+    case NetworkConnection::State::waiting: // the supervision decides when to try again
+    case NetworkConnection::State::failed:
+        report(Kind::ConnectingFailed);
+        end();
+        break;
+    case NetworkConnection::State::ready:
+        takeCameraSocket();
+        break;
+    }
+}
+
+void TcpCameraLink::Session::takeCameraSocket() {
+    m_camera = socketFor(m_connection->takeSocket());
+    m_connection.reset();
+    if (!m_camera)
+        return end();
+    report(Kind::Connected);
+    QTcpSocket *camera = m_camera.get();
+    QObject::connect(camera, &QTcpSocket::readyRead, camera, [this] { readFromCamera(); });
+    QObject::connect(camera, &QTcpSocket::bytesWritten, camera, [this] { readFromEngine(); });
+    QObject::connect(camera, &QTcpSocket::disconnected, camera, [this] { cameraHasEnded(); });
+    perform(m_dialogue.cameraReconnected());
+    if (m_camera) {
+        m_camera->write(std::exchange(m_earlyForCamera, {}));
+        m_camera->flush();
+    }
+}
+
+void TcpCameraLink::Session::acceptEngine() {
+    SocketAddress peer;
+    peer.size = sizeof peer.storage;
+    FileDescriptor descriptor(::accept4(m_listener.get(),
+                                        reinterpret_cast<sockaddr *>(&peer.storage), &peer.size,
+                                        SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (!descriptor.isOpen())
+        return;
+    if (!isOwnSocketAddress(peer))
+        return report(Kind::IntruderRefused);
+    stopListening();
+    engineIsConnected(std::move(descriptor));
+}
+
+void TcpCameraLink::Session::engineIsConnected(FileDescriptor descriptor) {
+    m_engine = socketFor(std::move(descriptor));
+    if (!m_engine)
+        return end();
+    QTcpSocket *engine = m_engine.get();
+    QObject::connect(engine, &QTcpSocket::readyRead, engine, [this] { readFromEngine(); });
+    QObject::connect(engine, &QTcpSocket::bytesWritten, engine, [this] { readFromCamera(); });
+    QObject::connect(engine, &QTcpSocket::disconnected, engine, [this] { engineHasEnded(); });
+    readFromEngine();
+}
+
+void TcpCameraLink::Session::readFromCamera() {
+    // While the engine does not read, the camera is not read either.
+    if (!m_camera || (m_engine && m_engine->bytesToWrite() >= longestBacklog))
+        return;
+    const QByteArray bytes = m_camera->readAll();
+    if (!bytes.isEmpty())
+        perform(m_dialogue.takeFromCamera(bytes));
+}
+
+void TcpCameraLink::Session::readFromEngine() {
+    if (!m_engine || (m_camera && m_camera->bytesToWrite() >= longestBacklog))
+        return;
+    const QByteArray bytes = m_engine->readAll();
+    if (!bytes.isEmpty())
+        perform(m_dialogue.takeFromEngine(bytes));
+}
+
+void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
+    // A handler may drop the last reference to this session.
+    const auto self = shared_from_this();
+    if (m_camera && !output.toCamera.isEmpty()) {
+        m_camera->write(output.toCamera);
+        m_camera->flush();
+    } else if (!m_camera) {
+        m_earlyForCamera += output.toCamera;
+    }
+    if (m_engine && !output.toEngine.isEmpty()) {
+        m_engine->write(output.toEngine);
+        m_engine->flush();
+    }
+    for (const LinkFact &fact : output.facts)
+        report(fact);
+    if (output.mustClose)
+        return end();
+    if (output.reconnectToPort) {
+        m_camera.reset();
+        m_port = *output.reconnectToPort;
+        connectToCamera();
+    } else if (m_isEnding && !m_dialogue.awaitsEnd()) {
+        end();
+    }
+}
+
+void TcpCameraLink::Session::cameraHasEnded() {
+    readFromCamera();
+    if (m_hasEnded || !m_camera)
+        return;
+    report(Kind::EndedByCamera);
+    m_camera.reset();
+    end();
+}
+
+void TcpCameraLink::Session::engineHasEnded() {
+    readFromEngine();
+    if (m_hasEnded || !m_engine)
+        return;
+    report(Kind::EndedByEngine);
+    close();
+}
+
+void TcpCameraLink::Session::close() {
+    if (m_hasEnded || m_isEnding)
+        return;
+    stopListening();
+    m_engine.reset();
+    if (!m_camera)
+        return end();
+    const QByteArray request = m_dialogue.takeTeardown();
+    m_camera->write(request);
+    m_camera->flush();
+    if (!m_dialogue.awaitsEnd())
+        return end();
+    awaitFarewell();
+}
+
+/// Goes on reading until the camera has confirmed the end. If the connection were closed with
+/// unread data, the system would reset it, and the camera might never read the request.
+void TcpCameraLink::Session::awaitFarewell() {
+    m_isEnding = true;
+    m_farewell.reset(new QTimer);
+    m_farewell->setSingleShot(true);
+    QObject::connect(m_farewell.get(), &QTimer::timeout, m_farewell.get(), [this] { end(); });
+    m_farewell->start(longestFarewell);
+}
+
+void TcpCameraLink::Session::end() {
+    if (std::exchange(m_hasEnded, true))
+        return;
+    const std::shared_ptr<Session> self = std::move(m_self);
+    stopListening();
+    m_farewell.reset();
+    if (m_connection)
+        m_connection->cancel();
+    m_connection.reset();
+    // What was received from the camera still reaches the engine.
+    if (m_engine) {
+        QTcpSocket *engine = m_engine.release();
+        engine->disconnect();
+        QObject::connect(engine, &QTcpSocket::disconnected, engine, &QObject::deleteLater);
+        engine->disconnectFromHost();
+        if (engine->state() == QAbstractSocket::UnconnectedState)
+            engine->deleteLater();
+    }
+    m_camera.reset();
+    const std::scoped_lock lock(m_endMutex);
+    m_hasEndedForWaiters = true;
+    m_endCondition.notify_all();
+}
+
+std::unique_ptr<TcpCameraLink> TcpCameraLink::open(const CameraEndpoint &endpoint,
+                                                   SerialQueue &queue, FactHandler handler,
+                                                   NameResolver resolver) {
+    std::uint16_t port = 0;
+    FileDescriptor listener = listenOnLoopback(port);
+    if (!listener.isOpen())
+        return nullptr;
+    const QByteArray base =
+        "rtsp://127.0.0.1:" + QByteArray::number(port) + '/' + RtspAuthentication::randomNonce();
+    const auto session = std::make_shared<Session>(endpoint, queue, std::move(handler),
+                                                   std::move(resolver), std::move(listener), base);
+    queue.async([session] { session->start(); });
+    return std::unique_ptr<TcpCameraLink>(new TcpCameraLink(session));
+}
+
+TcpCameraLink::TcpCameraLink(std::shared_ptr<Session> session) : m_session(std::move(session)) {}
+
+TcpCameraLink::~TcpCameraLink() {
+    close();
+}
+
+QByteArray TcpCameraLink::engineAddress() const {
+    return m_session->engineBase();
+}
+
+void TcpCameraLink::close() {
+    m_session->queue().async([session = m_session] { session->close(); });
+}
+
+bool TcpCameraLink::waitUntilClosed(milliseconds timeLimit) {
+    return m_session->waitUntilEnded(timeLimit);
+}
+
+} // namespace lumvik
