@@ -9,6 +9,8 @@
 #include "app/Termination.h"
 #include "app/controller/AppDelegate.h"
 #include "editor/CameraSettingsWindow.h"
+#include "engine/link/LinkLog.h"
+#include "engine/link/TcpCameraLink.h"
 #include "platform/CoreDumps.h"
 #include "platform/DisplayConnectionMonitor.h"
 #include "platform/ExitDeadline.h"
@@ -16,6 +18,7 @@
 #include "platform/LogindSleepMonitor.h"
 #include "platform/LumvikLog.h"
 #include "platform/ProcessRestart.h"
+#include "platform/SerialQueue.h"
 #include "platform/TerminationSignals.h"
 #include "platform/network/RtnetlinkPathMonitor.h"
 #include "platform/network/TcpConnection.h"
@@ -121,8 +124,19 @@ struct System {
     UserDefaults userDefaults{UserDefaults::standardPath()};
     QtFilePanels filePanels{};
     LogindSleepMonitor sleepMonitor{};
+    SerialQueue cameraLinkQueue{QLatin1String(LumvikLog::subsystem) +
+                                QStringLiteral(".camera-link")};
     Termination termination{mainQueue, &QCoreApplication::quit};
 };
+
+/// Returns an empty factory if the user wants the engine to connect to cameras itself.
+CameraLinkFactory cameraLinkFactory(SerialQueue &queue) {
+    if (qgetenv("LUMVIK_LINK") == "direct")
+        return {};
+    return [&queue](const CameraEndpoint &endpoint) {
+        return TcpCameraLink::open(endpoint, queue, logLinkFact);
+    };
+}
 
 AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
     return {.mainQueue = system.mainQueue,
@@ -136,6 +150,7 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
                 [](const QString &host, std::uint16_t port) {
                     return std::make_shared<TcpConnection>(host, port);
                 },
+            .openCameraLink = cameraLinkFactory(system.cameraLinkQueue),
             .random = [] { return QRandomGenerator::global()->generateDouble(); },
             .limitTimeToExit = [] { endProcessWithin(longestExit); },
             .playerHasLoaded = [&exitGuard] { exitGuard.renew(); },

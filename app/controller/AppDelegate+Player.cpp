@@ -5,11 +5,13 @@
 #include "engine/EngineAddress.h"
 #include "engine/PlayerOptions.h"
 #include "engine/PlayerProperties.h"
+#include "engine/link/CameraEndpoint.h"
 #include "platform/LumvikLog.h"
 
 #include <QPointer>
 
 #include <array>
+#include <chrono>
 #include <clocale>
 #include <cstring>
 #include <utility>
@@ -25,6 +27,10 @@ void useDecimalPoint() {
     if (std::strcmp(std::setlocale(LC_NUMERIC, nullptr), "C") != 0)
         std::setlocale(LC_NUMERIC, "C");
 }
+
+/// How long the program's end and the machine's sleep wait for a camera to confirm the end of its
+/// session. Cameras that serve few viewers keep the place occupied otherwise.
+constexpr std::chrono::milliseconds longestLinkFarewell{1000};
 
 } // namespace
 
@@ -146,6 +152,7 @@ void AppDelegate::stopPlayerEngine() {
     // The render context must be freed before the player that it belongs to.
     if (videoHost != nullptr)
         videoHost->shutdownRenderContext();
+    closeCameraLink(); // before the player, which would otherwise wait for the camera
     if (handle != nullptr)
         playerTeardown.destroy(handle);
     playbackState = PlaybackSupervisorState::stopped;
@@ -169,9 +176,18 @@ void AppDelegate::loadCamera(int index) {
                                   .arg(playbackSelectionGeneration));
 
     const Camera &camera = cameras.at(index);
-    const QByteArray address = engineAddress(encodedCameraAddress(camera.url)).toUtf8();
+    const auto endpoint = cameraEndpoint(camera.url);
+    if (!endpoint)
+        return refuseCameraAddress(index);
+    std::unique_ptr<CameraLink> link =
+        environment.openCameraLink ? environment.openCameraLink(*endpoint) : nullptr;
+    const QByteArray address =
+        link ? link->engineAddress() : engineAddress(encodedCameraAddress(camera.url)).toUtf8();
     std::array<const char *, 4> command{"loadfile", address.constData(), "replace", nullptr};
     const int result = mpv_command(mpv, command.data());
+    // The link of the previous load is closed after the command, so that the engine does not report
+    // the end of that stream.
+    cameraLink = std::move(link);
     if (result >= 0)
         return;
     LumvikLog::playback().error(
@@ -179,6 +195,26 @@ void AppDelegate::loadCamera(int index) {
     schedulePlaybackRecovery({.reason = QStringLiteral("mpv rejected the load command")});
     // Some users name a camera after its address.
     showPlaybackError(QStringLiteral("Could not open %1.").arg(LumvikLog::redacted(camera.name)));
+}
+
+void AppDelegate::refuseCameraAddress(int index) {
+    LumvikLog::playback().error(
+        QStringLiteral("Camera index %1 has no RTSP address that can be read.").arg(index));
+    mpv_command_string(mpv, "stop");
+    closeCameraLink();
+    // Another attempt cannot succeed before the address has been edited.
+    playbackState = PlaybackSupervisorState::suspended;
+    showPlaybackError(
+        QStringLiteral("Could not open %1.").arg(LumvikLog::redacted(cameras.at(index).name)));
+}
+
+void AppDelegate::closeCameraLink() {
+    if (!cameraLink)
+        return;
+    cameraLink->close();
+    if (isClosingViewer || systemIsSleeping)
+        cameraLink->waitUntilClosed(longestLinkFarewell);
+    cameraLink.reset();
 }
 
 void AppDelegate::setMPVProperty(const char *name, const char *value) {

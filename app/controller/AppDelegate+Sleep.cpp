@@ -34,6 +34,7 @@ void AppDelegate::systemWillSleep() {
         return;
     videoHost->forgetPicture(); // otherwise it would look live when the machine wakes
     mpv_command_string(mpv, "stop");
+    closeCameraLink();
 }
 
 void AppDelegate::systemDidWake() {

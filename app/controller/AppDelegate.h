@@ -341,6 +341,11 @@ class AppDelegate final : public QObject {
     void failPlayerStart(mpv_handle *handle, const QString &message);
     /// Destroys a player that has no render context yet, if there is one.
     void abandonPlayerStart(mpv_handle *handle);
+    /// Called when the camera at `index` has no address that can be loaded.
+    void refuseCameraAddress(int index);
+    /// Ends the session with the camera. Waits for that, at most `longestLinkFarewell`, if the
+    /// process or the network may be gone in a moment.
+    void closeCameraLink();
 
     // AppDelegate+Supervisor.cpp
     /// Starts a new selection with the camera at `index` and cancels all work for the previous one.
@@ -412,6 +417,7 @@ class AppDelegate final : public QObject {
     std::unique_ptr<MPVEventLoop> mpvEventLoop;
     std::unique_ptr<MPVObserver> mpvObserver;
     PlayerTeardown playerTeardown;
+    std::unique_ptr<CameraLink> cameraLink;       // of the current load; empty without a link
     std::int64_t playerGeneration = 0;            // counts the players that were started
     std::int64_t loadedPlayerGeneration = 0;      // the last player that has shown a picture
     std::int64_t playbackSelectionGeneration = 0; // counts the selections of a camera

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "configuration/CameraConfigurationStore.h"
+#include "engine/link/CameraLink.h"
 #include "platform/Alerts.h"
 #include "platform/FilePanels.h"
 #include "platform/MainQueue.h"
@@ -31,6 +32,8 @@ struct AppEnvironment {
     SleepMonitor &sleepMonitor;
     std::function<std::unique_ptr<NetworkPathMonitor>()> makeNetworkPathMonitor;
     NetworkConnectionFactory makeConnection;
+    /// Empty if the engine connects to cameras itself.
+    CameraLinkFactory openCameraLink = {};
     /// Returns a random number, uniformly distributed over [0, 1).
     std::function<double()> random;
     /// Called when the application starts to exit, possibly more than once. Limits the time that

@@ -47,6 +47,7 @@ void ControllerFixture::launch() {
                        .sleepMonitor = sleepMonitor,
                        .makeNetworkPathMonitor = [this] { return networkPath.makeMonitor(); },
                        .makeConnection = network.factory(),
+                       .openCameraLink = cameraLinks.factory(),
                        .random = [this] { return random; },
                        .limitTimeToExit = [this] { ++exitLimits; },
                        .playerHasLoaded = [this] { ++loadedPlayers; },

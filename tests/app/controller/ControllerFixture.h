@@ -3,6 +3,7 @@
 #include "fakes/AppDelegateAccess.h"
 #include "fakes/CapturingLogSink.h"
 #include "fakes/FakeAlerts.h"
+#include "fakes/FakeCameraLink.h"
 #include "fakes/FakeFilePanels.h"
 #include "fakes/FakeMpv.h"
 #include "fakes/FakeNetwork.h"
@@ -139,6 +140,7 @@ class ControllerFixture : public testing::Test {
     FakeSleepMonitor sleepMonitor;
     FakeNetworkPath networkPath;
     FakeNetwork network;
+    FakeCameraLinks cameraLinks;
     double random = 0;    // the next random numbers, from 0 to below 1
     int terminations = 0; // how often the controller has asked to quit
     /// Whether the program is drawn with OpenGL, so that a restart without OpenGL may help.
