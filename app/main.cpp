@@ -9,7 +9,6 @@
 #include "app/Termination.h"
 #include "app/controller/AppDelegate.h"
 #include "editor/CameraSettingsWindow.h"
-#include "engine/link/LinkLog.h"
 #include "engine/link/TcpCameraLink.h"
 #include "platform/CoreDumps.h"
 #include "platform/DisplayConnectionMonitor.h"
@@ -35,6 +34,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <utility>
 
 using namespace lumvik;
 using namespace std::chrono_literals;
@@ -133,8 +133,8 @@ struct System {
 CameraLinkFactory cameraLinkFactory(SerialQueue &queue) {
     if (qgetenv("LUMVIK_LINK") == "direct")
         return {};
-    return [&queue](const CameraEndpoint &endpoint) {
-        return TcpCameraLink::open(endpoint, queue, logLinkFact);
+    return [&queue](const CameraEndpoint &endpoint, LinkFactHandler handler) {
+        return TcpCameraLink::open(endpoint, queue, std::move(handler));
     };
 }
 

@@ -67,6 +67,13 @@ inline constexpr std::array livePlaybackProperties{
     // By default "keep-open" pauses the player at the end of a stream. The player would stay paused
     // after a reload, and the next stream would freeze after its first frames.
     PlayerSetting{"keep-open-pause", "no"},
+    // By default the engine reads one second ahead of a decoder that is too slow, and this second
+    // could not be left out any more (see StreamBacklog).
+    PlayerSetting{"demuxer-readahead-secs", "0.2"},
+    // Audio is not played, so cameras are not asked for it, and nothing but RTSP and its transports
+    // may be opened, whatever the camera's description contains.
+    PlayerSetting{"demuxer-lavf-o",
+                  "allowed_media_types=video,protocol_whitelist=%16%rtsp,tcp,rtp,udp"},
 };
 
 /// Further properties of a player whose frames are drawn with OpenGL that the processor emulates.

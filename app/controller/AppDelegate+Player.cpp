@@ -6,6 +6,7 @@
 #include "engine/PlayerOptions.h"
 #include "engine/PlayerProperties.h"
 #include "engine/link/CameraEndpoint.h"
+#include "engine/link/LinkLog.h"
 #include "platform/LumvikLog.h"
 
 #include <QPointer>
@@ -179,8 +180,7 @@ void AppDelegate::loadCamera(int index) {
     const auto endpoint = cameraEndpoint(camera.url);
     if (!endpoint)
         return refuseCameraAddress(index);
-    std::unique_ptr<CameraLink> link =
-        environment.openCameraLink ? environment.openCameraLink(*endpoint) : nullptr;
+    std::unique_ptr<CameraLink> link = openCameraLink(*endpoint);
     const QByteArray address =
         link ? link->engineAddress() : engineAddress(encodedCameraAddress(camera.url)).toUtf8();
     std::array<const char *, 4> command{"loadfile", address.constData(), "replace", nullptr};
@@ -206,6 +206,31 @@ void AppDelegate::refuseCameraAddress(int index) {
     playbackState = PlaybackSupervisorState::suspended;
     showPlaybackError(
         QStringLiteral("Could not open %1.").arg(LumvikLog::redacted(cameras.at(index).name)));
+}
+
+std::unique_ptr<CameraLink> AppDelegate::openCameraLink(const CameraEndpoint &endpoint) {
+    if (!environment.openCameraLink)
+        return nullptr;
+    const std::int64_t generation = ++cameraLinkGeneration;
+    return environment.openCameraLink(endpoint,
+                                      [self = QPointer(this), generation,
+                                       &mainQueue = environment.mainQueue](const LinkFact &fact) {
+                                          logLinkFact(fact);
+                                          mainQueue.async([self, generation, fact] {
+                                              if (self && generation == self->cameraLinkGeneration)
+                                                  self->handleLinkFact(fact);
+                                          });
+                                      });
+}
+
+void AppDelegate::handleLinkFact(const LinkFact &fact) {
+    if (isClosingViewer || systemIsSleeping || mpv == nullptr)
+        return;
+    // Pictures that are old and move would look live.
+    if (fact.kind == LinkFact::Kind::PictureIsLate)
+        videoHost->forgetPicture();
+    else if (fact.kind == LinkFact::Kind::PictureIsInTime)
+        videoHost->expectPicture();
 }
 
 void AppDelegate::closeCameraLink() {

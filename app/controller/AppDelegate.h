@@ -346,6 +346,10 @@ class AppDelegate final : public QObject {
     /// Ends the session with the camera. Waits for that, at most `longestLinkFarewell`, if the
     /// process or the network may be gone in a moment.
     void closeCameraLink();
+    /// Returns null if the engine must connect to the camera itself.
+    [[nodiscard]] std::unique_ptr<CameraLink> openCameraLink(const CameraEndpoint &endpoint);
+    /// Called with each fact about the current load.
+    void handleLinkFact(const LinkFact &fact);
 
     // AppDelegate+Supervisor.cpp
     /// Starts a new selection with the camera at `index` and cancels all work for the previous one.
@@ -417,9 +421,10 @@ class AppDelegate final : public QObject {
     std::unique_ptr<MPVEventLoop> mpvEventLoop;
     std::unique_ptr<MPVObserver> mpvObserver;
     PlayerTeardown playerTeardown;
-    std::unique_ptr<CameraLink> cameraLink;       // of the current load; empty without a link
-    std::int64_t playerGeneration = 0;            // counts the players that were started
-    std::int64_t loadedPlayerGeneration = 0;      // the last player that has shown a picture
+    std::unique_ptr<CameraLink> cameraLink;  // of the current load; empty without a link
+    std::int64_t cameraLinkGeneration = 0;   // counts the links, so that late facts are ignored
+    std::int64_t playerGeneration = 0;       // counts the players that were started
+    std::int64_t loadedPlayerGeneration = 0; // the last player that has shown a picture
     std::int64_t playbackSelectionGeneration = 0; // counts the selections of a camera
     PlaybackSupervisorState playbackState = PlaybackSupervisorState::stopped;
     std::unique_ptr<RepeatingTimer> playbackWatchdog;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/link/CameraEndpoint.h"
+#include "engine/link/LinkFact.h"
 
 #include <QByteArray>
 
@@ -32,8 +33,12 @@ class CameraLink {
     virtual bool waitUntilClosed(std::chrono::milliseconds timeLimit) = 0;
 };
 
+/// Receives facts on a thread of the link's.
+using LinkFactHandler = std::function<void(const LinkFact &)>;
+
 /// Starts to connect to a camera. Returns null if that is not possible on this machine at the
 /// moment; the engine then connects to the camera itself.
-using CameraLinkFactory = std::function<std::unique_ptr<CameraLink>(const CameraEndpoint &)>;
+using CameraLinkFactory =
+    std::function<std::unique_ptr<CameraLink>(const CameraEndpoint &, LinkFactHandler)>;
 
 } // namespace lumvik

@@ -1,6 +1,7 @@
 #include "engine/link/LinkDialogue.h"
 
 #include "engine/link/RtpPacket.h"
+#include "engine/link/VideoUnits.h"
 
 #include <algorithm>
 #include <utility>
@@ -52,6 +53,13 @@ bool isRedirect(int status) {
 }
 
 } // namespace
+
+QByteArray LinkDialogue::Output::bytesToEngine() const {
+    QByteArray bytes;
+    for (const EngineData &data : toEngine)
+        bytes += data.bytes;
+    return bytes;
+}
 
 LinkDialogue::LinkDialogue(CameraEndpoint endpoint, const QByteArray &engineBase,
                            RtspAuthentication::NonceMaker makeNonce)
@@ -131,12 +139,12 @@ void LinkDialogue::takeCameraItem(RtspParser::Item &&item, Output &output) {
             takeResponse(std::move(*message), output);
         } else {
             message->setUri(m_addresses.toEngine(message->uri()));
-            output.toEngine += message->encoded();
+            output.toEngine.push_back({message->encoded()});
         }
     } else if (auto *packet = std::get_if<InterleavedPacket>(&item)) {
         takePacket(std::move(*packet), output);
     } else if (const auto *unknown = std::get_if<UnknownBytes>(&item)) {
-        output.toEngine += unknown->bytes;
+        output.toEngine.push_back({unknown->bytes});
     }
 }
 
@@ -172,7 +180,7 @@ void LinkDialogue::takeResponse(RtspMessage &&response, Output &output) {
         return; // announces the real response, which the engine would then mistake for another's
     std::optional<Request> request = takeRequestFor(response);
     if (!request) {
-        output.toEngine += response.encoded();
+        output.toEngine.push_back({response.encoded()});
         return;
     }
     output.facts.push_back({Kind::Answered, request->message.method(), status});
@@ -263,7 +271,7 @@ void LinkDialogue::passResponse(const Request &request, RtspMessage &response, O
     if (status == 200 && method == "SETUP")
         takeSetup(request, response);
     if (!request.isOwn)
-        output.toEngine += response.encoded();
+        output.toEngine.push_back({response.encoded()});
 }
 
 void LinkDialogue::translateHeaders(RtspMessage &response) {
@@ -315,8 +323,10 @@ void LinkDialogue::takeSetup(const Request &request, const RtspMessage &response
     if (!channel)
         return;
     m_channels[*channel] = Channel();
-    if (medium != nullptr && !medium->videoFormats.empty())
-        m_channels[*channel].delimiter.emplace(medium->videoFormats);
+    if (medium == nullptr || medium->videoFormats.empty())
+        return;
+    m_channels[*channel].videoFormats = medium->videoFormats;
+    m_channels[*channel].delimiter.emplace(medium->videoFormats);
 }
 
 /// Returns the medium that a request for `uri` sets up, or null if that is not certain.
@@ -340,6 +350,7 @@ void LinkDialogue::takePacket(InterleavedPacket &&packet, Output &output) {
         close(Kind::TooLarge, output);
         return;
     }
+    const auto video = describe(packet); // before the delimiter, which changes the time stamp
     const auto channel = m_channels.find(packet.channel);
     if (channel != m_channels.end() && channel->second.delimiter) {
         channel->second.delimiter->process(packet.payload);
@@ -347,24 +358,45 @@ void LinkDialogue::takePacket(InterleavedPacket &&packet, Output &output) {
             !std::exchange(channel->second.reportedWrongMarkers, true))
             output.facts.push_back({Kind::MarkersWrong});
     }
-    output.toEngine += packet.encoded();
+    output.toEngine.push_back({packet.encoded(), video});
 }
 
-/// The engine joins the fragments of a picture without a limit.
+/// Returns nothing for a packet that is not certainly one of a video track.
+std::optional<EngineData::VideoPacket>
+LinkDialogue::describe(const InterleavedPacket &packet) const {
+    const auto channel = m_channels.find(packet.channel);
+    const auto header = parseRtpPacket(packet.payload);
+    if (channel == m_channels.end() || !header)
+        return std::nullopt;
+    const auto format = channel->second.videoFormats.find(header->payloadType);
+    if (format == channel->second.videoFormats.end() || format->second.hasDecodingOrder)
+        return std::nullopt;
+    const QByteArrayView content =
+        QByteArrayView(packet.payload)
+            .sliced(header->contentBegin, header->contentEnd - header->contentBegin);
+    return EngineData::VideoPacket{packet.channel, header->timeStamp,
+                                   beginsKeyPicture(content, format->second.codec)};
+}
+
+/// The engine collects what it receives, without a limit, until a new picture begins.
 bool LinkDialogue::isWithinBounds(const InterleavedPacket &packet) {
     const auto header = parseRtpPacket(packet.payload);
     const auto found = m_channels.find(packet.channel);
     if (!header || found == m_channels.end())
         return true;
     Channel &channel = found->second;
-    if (header->timeStamp != channel.timeStamp)
+    const auto format = channel.videoFormats.find(header->payloadType);
+    const QByteArrayView content =
+        QByteArrayView(packet.payload)
+            .sliced(header->contentBegin, header->contentEnd - header->contentBegin);
+    const bool canBeginPicture =
+        format == channel.videoFormats.end() || beginsSlice(content, format->second.codec);
+    if (header->timeStamp != channel.timeStamp && canBeginPicture) {
         channel.pictureSize = 0;
-    channel.timeStamp = header->timeStamp;
+        channel.timeStamp = header->timeStamp;
+    }
     channel.pictureSize += packet.payload.size();
-    const bool isWithin = channel.pictureSize <= largestPicture;
-    if (header->hasMarker)
-        channel.pictureSize = 0;
-    return isWithin;
+    return channel.pictureSize <= largestPicture;
 }
 
 void LinkDialogue::close(Kind reason, Output &output) {

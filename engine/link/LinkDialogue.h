@@ -7,6 +7,7 @@
 #include "engine/link/RtspAuthentication.h"
 #include "engine/link/RtspParser.h"
 #include "engine/link/SessionDescription.h"
+#include "engine/link/StreamBacklog.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -37,7 +38,7 @@ class LinkDialogue {
     /// What is to be done, in the order of the members.
     struct Output {
         QByteArray toCamera = {};
-        QByteArray toEngine = {};
+        std::vector<EngineData> toEngine = {};
         std::vector<LinkFact> facts = {};
         /// Set when the connection to the camera is to be replaced by a new one to this port.
         /// `cameraReconnected` must then be called.
@@ -45,6 +46,9 @@ class LinkDialogue {
         /// Whether both connections are to be closed, because the camera's data must not be passed
         /// on.
         bool mustClose = false;
+
+        /// All bytes for the engine.
+        [[nodiscard]] QByteArray bytesToEngine() const;
     };
 
     /// `engineBase` is the address that the engine was given, without "/" at the end.
@@ -88,12 +92,16 @@ class LinkDialogue {
     [[nodiscard]] const MediaDescription *mediumOf(const QByteArray &uri) const;
     void takePacket(InterleavedPacket &&packet, Output &output);
     [[nodiscard]] bool isWithinBounds(const InterleavedPacket &packet);
+    [[nodiscard]] std::optional<EngineData::VideoPacket>
+    describe(const InterleavedPacket &packet) const;
     static void close(LinkFact::Kind reason, Output &output);
 
     /// What is known of an interleaved channel.
     struct Channel {
+        std::map<int, VideoFormat> videoFormats; ///< By payload type; empty for other media.
         std::optional<AccessUnitDelimiter> delimiter;
-        qsizetype pictureSize = 0; ///< The bytes since the last marker or change of time stamp.
+        /// The bytes since the last beginning of a picture.
+        qsizetype pictureSize = 0;
         std::uint32_t timeStamp = 0;
         bool reportedWrongMarkers = false;
     };

@@ -18,6 +18,9 @@ struct LinkFact {
         Described,        ///< The camera has described a stream that contains video.
         DescribedNoVideo, ///< The camera has described a stream without video.
         FirstPacket,      ///< The first packet of media has arrived.
+        PictureIsLate,    ///< The engine is so far behind that its pictures are old.
+        PictureIsInTime,  ///< The engine has caught up.
+        PicturesOmitted,  ///< Old pictures were left out, because the engine was behind.
         MarkersWrong,     ///< Delimiters are not added, because markers are set within pictures.
         NotRtsp,         ///< What the camera sends cannot be understood; it is passed on unchanged.
         TooLarge,        ///< A message, picture or description exceeds all reasonable bounds.

@@ -37,6 +37,17 @@ void logLinkFact(const LinkFact &fact) {
     case LinkFact::Kind::DescribedNoVideo:
         log.error(QStringLiteral("The camera's stream contains no video."));
         break;
+    case LinkFact::Kind::PictureIsLate:
+        log.error(QStringLiteral("The video engine is more than a second behind the camera; its "
+                                 "pictures are not shown."));
+        break;
+    case LinkFact::Kind::PictureIsInTime:
+        log.log(QStringLiteral("The video engine has caught up with the camera."));
+        break;
+    case LinkFact::Kind::PicturesOmitted:
+        log.log(QStringLiteral("The video engine was behind the camera; old pictures were left "
+                               "out."));
+        break;
     case LinkFact::Kind::MarkersWrong:
         log.info(QStringLiteral("The camera marks the end of its pictures wrongly; each picture is "
                                 "shown when the next one begins."));

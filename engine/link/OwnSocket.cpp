@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -27,25 +28,34 @@ sockaddr_in asIPv4(const SocketAddress &address) {
     return copy;
 }
 
+bool isBoundTo(int descriptor, const SocketAddress &address) {
+    SocketAddress local;
+    local.size = sizeof local.storage;
+    // Fails for descriptors that are no sockets, and for one that was closed meanwhile.
+    return ::getsockname(descriptor, reinterpret_cast<sockaddr *>(&local.storage), &local.size) ==
+               0 &&
+           areEqual(asIPv4(local), asIPv4(address));
+}
+
 } // namespace
 
-bool isOwnSocketAddress(const SocketAddress &address) {
-    const sockaddr_in wanted = asIPv4(address);
+std::optional<int> ownSocketAt(const SocketAddress &address) {
     const std::unique_ptr<DIR, CloseFolder> descriptors(::opendir("/proc/self/fd"));
     if (!descriptors)
-        return false;
+        return std::nullopt;
     while (const dirent *entry = ::readdir(descriptors.get())) {
         const int descriptor = std::atoi(entry->d_name);
-        SocketAddress local;
-        local.size = sizeof local.storage;
-        // Fails for descriptors that are no sockets, and for one that was closed meanwhile.
-        if (entry->d_name[0] != '.' &&
-            ::getsockname(descriptor, reinterpret_cast<sockaddr *>(&local.storage), &local.size) ==
-                0 &&
-            areEqual(asIPv4(local), wanted))
-            return true;
+        if (entry->d_name[0] != '.' && isBoundTo(descriptor, address))
+            return descriptor;
     }
-    return false;
+    return std::nullopt;
+}
+
+std::optional<qsizetype> unreadBytes(int descriptor, const SocketAddress &address) {
+    int count = 0;
+    if (!isBoundTo(descriptor, address) || ::ioctl(descriptor, FIONREAD, &count) != 0)
+        return std::nullopt;
+    return count;
 }
 
 } // namespace lumvik

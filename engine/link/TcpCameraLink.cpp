@@ -10,8 +10,9 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <linux/sockios.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
+#include <sys/ioctl.h>
 
 #include <condition_variable>
 #include <mutex>
@@ -25,9 +26,15 @@ namespace {
 using Kind = LinkFact::Kind;
 using std::chrono::milliseconds;
 
-/// How many bytes wait for one side before the other side is not read any more. Large enough for a
-/// burst of key frames, small enough to keep memory bounded.
-constexpr qint64 longestBacklog = 1024LL * 1024;
+/// How many bytes of a stream wait for the engine before the camera is not read any more. More than
+/// ten seconds of any camera, so that old pictures can be left out here rather than arrive late.
+constexpr qsizetype largestBacklog = 32LL * 1024 * 1024;
+/// How many bytes a socket reads ahead.
+constexpr qint64 readBufferSize = 1024LL * 1024;
+/// How many bytes wait for the camera before the engine is not read any more.
+constexpr qint64 largestRequestBacklog = 1024LL * 1024;
+/// How often it is checked whether an engine that is behind has read more.
+constexpr milliseconds pumpInterval{2};
 /// How long the camera may take to confirm the end of the session.
 constexpr milliseconds longestFarewell{500};
 
@@ -58,7 +65,7 @@ FileDescriptor listenOnLoopback(std::uint16_t &port) {
 
 LatePointer<QTcpSocket> socketFor(FileDescriptor descriptor) {
     LatePointer<QTcpSocket> socket(new QTcpSocket);
-    socket->setReadBufferSize(longestBacklog);
+    socket->setReadBufferSize(readBufferSize);
     if (!socket->setSocketDescriptor(descriptor.release()))
         return nullptr;
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -71,8 +78,8 @@ LatePointer<QTcpSocket> socketFor(FileDescriptor descriptor) {
 /// run on the queue's thread.
 class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
   public:
-    Session(CameraEndpoint endpoint, SerialQueue &queue, FactHandler handler, NameResolver resolver,
-            FileDescriptor listener, QByteArray engineBase)
+    Session(CameraEndpoint endpoint, SerialQueue &queue, LinkFactHandler handler,
+            NameResolver resolver, FileDescriptor listener, QByteArray engineBase)
         : m_queue(queue)
         , m_handler(std::move(handler))
         , m_resolver(std::move(resolver))
@@ -98,6 +105,10 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     void takeCameraSocket();
     void acceptEngine();
     void engineIsConnected(FileDescriptor descriptor);
+    /// Gives the engine as much of the backlog as it may have.
+    void pump();
+    void reportLateness(StreamBacklog::TimePoint now);
+    [[nodiscard]] qsizetype unreadByEngine() const;
     void readFromCamera();
     void readFromEngine();
     void perform(const LinkDialogue::Output &output);
@@ -112,7 +123,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     }
 
     SerialQueue &m_queue;
-    const FactHandler m_handler;
+    const LinkFactHandler m_handler;
     const NameResolver m_resolver;
     const QString m_host;
     std::uint16_t m_port;
@@ -126,6 +137,12 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     LatePointer<QTcpSocket> m_camera;
     LatePointer<QTcpSocket> m_engine;
     LatePointer<QTimer> m_farewell;
+    StreamBacklog m_backlog;
+    LatePointer<QTimer> m_pumpTimer; ///< Runs while something waits for the engine.
+    SocketAddress m_engineAddress; ///< Of the engine's socket, which also belongs to this process.
+    int m_engineDescriptor = -1;   ///< The engine's; only for questions about unread bytes.
+    bool m_isLate = false;
+    std::int64_t m_reportedOmissions = 0;
     QByteArray m_earlyForCamera; ///< What the engine said before the camera was connected.
     bool m_isEnding = false;     ///< The engine's side is closed, and the camera's side is closing.
     bool m_hasEnded = false;
@@ -206,8 +223,11 @@ void TcpCameraLink::Session::acceptEngine() {
                                         SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (!descriptor.isOpen())
         return;
-    if (!isOwnSocketAddress(peer))
+    const std::optional<int> engineDescriptor = ownSocketAt(peer);
+    if (!engineDescriptor)
         return report(Kind::IntruderRefused);
+    m_engineAddress = peer;
+    m_engineDescriptor = *engineDescriptor;
     stopListening();
     engineIsConnected(std::move(descriptor));
 }
@@ -218,14 +238,13 @@ void TcpCameraLink::Session::engineIsConnected(FileDescriptor descriptor) {
         return end();
     QTcpSocket *engine = m_engine.get();
     QObject::connect(engine, &QTcpSocket::readyRead, engine, [this] { readFromEngine(); });
-    QObject::connect(engine, &QTcpSocket::bytesWritten, engine, [this] { readFromCamera(); });
+    QObject::connect(engine, &QTcpSocket::bytesWritten, engine, [this] { pump(); });
     QObject::connect(engine, &QTcpSocket::disconnected, engine, [this] { engineHasEnded(); });
     readFromEngine();
 }
 
 void TcpCameraLink::Session::readFromCamera() {
-    // While the engine does not read, the camera is not read either.
-    if (!m_camera || (m_engine && m_engine->bytesToWrite() >= longestBacklog))
+    if (!m_camera || m_backlog.size() >= largestBacklog)
         return;
     const QByteArray bytes = m_camera->readAll();
     if (!bytes.isEmpty())
@@ -233,7 +252,7 @@ void TcpCameraLink::Session::readFromCamera() {
 }
 
 void TcpCameraLink::Session::readFromEngine() {
-    if (!m_engine || (m_camera && m_camera->bytesToWrite() >= longestBacklog))
+    if (!m_engine || (m_camera && m_camera->bytesToWrite() >= largestRequestBacklog))
         return;
     const QByteArray bytes = m_engine->readAll();
     if (!bytes.isEmpty())
@@ -249,10 +268,10 @@ void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
     } else if (!m_camera) {
         m_earlyForCamera += output.toCamera;
     }
-    if (m_engine && !output.toEngine.isEmpty()) {
-        m_engine->write(output.toEngine);
-        m_engine->flush();
-    }
+    const auto now = StreamBacklog::Clock::now();
+    for (const EngineData &data : output.toEngine)
+        m_backlog.push(data, now);
+    pump();
     for (const LinkFact &fact : output.facts)
         report(fact);
     if (output.mustClose)
@@ -264,6 +283,49 @@ void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
     } else if (m_isEnding && !m_dialogue.awaitsEnd()) {
         end();
     }
+}
+
+void TcpCameraLink::Session::pump() {
+    if (!m_engine || m_backlog.isEmpty())
+        return;
+    const auto now = StreamBacklog::Clock::now();
+    const bool wasFull = m_backlog.size() >= largestBacklog;
+    const QByteArray bytes = m_backlog.take(unreadByEngine(), now);
+    if (!bytes.isEmpty()) {
+        m_engine->write(bytes);
+        m_engine->flush();
+    }
+    reportLateness(now);
+    if (m_backlog.isEmpty()) {
+        m_pumpTimer.reset();
+    } else if (!m_pumpTimer) {
+        m_pumpTimer.reset(new QTimer);
+        m_pumpTimer->setTimerType(Qt::PreciseTimer);
+        QObject::connect(m_pumpTimer.get(), &QTimer::timeout, m_pumpTimer.get(),
+                         [this] { pump(); });
+        m_pumpTimer->start(pumpInterval);
+    }
+    if (wasFull)
+        readFromCamera();
+}
+
+void TcpCameraLink::Session::reportLateness(StreamBacklog::TimePoint now) {
+    if (std::exchange(m_reportedOmissions, m_backlog.omittedPictures()) !=
+        m_backlog.omittedPictures())
+        report(Kind::PicturesOmitted);
+    const bool isLate = m_backlog.isLate(now);
+    if (std::exchange(m_isLate, isLate) != isLate)
+        report(isLate ? Kind::PictureIsLate : Kind::PictureIsInTime);
+}
+
+/// Returns how many bytes the engine has not read: in this socket, in the system's queue for it,
+/// and in the engine's own socket.
+qsizetype TcpCameraLink::Session::unreadByEngine() const {
+    int queued = 0;
+    if (::ioctl(static_cast<int>(m_engine->socketDescriptor()), SIOCOUTQ, &queued) != 0)
+        queued = 0;
+    return m_engine->bytesToWrite() + queued +
+           unreadBytes(m_engineDescriptor, m_engineAddress).value_or(0);
 }
 
 void TcpCameraLink::Session::cameraHasEnded() {
@@ -317,8 +379,11 @@ void TcpCameraLink::Session::end() {
     if (m_connection)
         m_connection->cancel();
     m_connection.reset();
-    // What was received from the camera still reaches the engine.
+    m_pumpTimer.reset();
+    // What was received from the camera still reaches the engine, unless it is old.
     if (m_engine) {
+        if (!m_backlog.isLate(StreamBacklog::Clock::now()))
+            m_engine->write(m_backlog.takeAll());
         QTcpSocket *engine = m_engine.release();
         engine->disconnect();
         QObject::connect(engine, &QTcpSocket::disconnected, engine, &QObject::deleteLater);
@@ -333,7 +398,7 @@ void TcpCameraLink::Session::end() {
 }
 
 std::unique_ptr<TcpCameraLink> TcpCameraLink::open(const CameraEndpoint &endpoint,
-                                                   SerialQueue &queue, FactHandler handler,
+                                                   SerialQueue &queue, LinkFactHandler handler,
                                                    NameResolver resolver) {
     std::uint16_t port = 0;
     FileDescriptor listener = listenOnLoopback(port);

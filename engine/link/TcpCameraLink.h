@@ -19,13 +19,10 @@ class SerialQueue;
 /// decides. The sockets belong to the queue's thread, so a busy main thread delays no packet.
 class TcpCameraLink final : public CameraLink {
   public:
-    /// Receives facts on the queue's thread.
-    using FactHandler = std::function<void(const LinkFact &)>;
-
-    /// Starts to connect to the camera. Returns null if no port can be opened. `queue` must outlive
-    /// the link.
+    /// Starts to connect to the camera. `handler` runs on the queue's thread. Returns null if no
+    /// port can be opened. `queue` must outlive the link.
     [[nodiscard]] static std::unique_ptr<TcpCameraLink>
-    open(const CameraEndpoint &endpoint, SerialQueue &queue, FactHandler handler = {},
+    open(const CameraEndpoint &endpoint, SerialQueue &queue, LinkFactHandler handler = {},
          NameResolver resolver = resolveWithSystem);
     /// Closes the link without waiting.
     ~TcpCameraLink() override;

@@ -15,13 +15,17 @@ class FakeCameraLinks {
     bool areEnabled = false;
     /// What happened, for example "open 1 rtsp://camera/live", "close 1", "wait 1", "destroy 1".
     std::vector<std::string> events;
+    /// Reports a fact about the newest link to the controller.
+    LinkFactHandler report;
     /// Called at each event.
     std::function<void(const std::string &)> eventHandler;
 
     [[nodiscard]] CameraLinkFactory factory() {
-        return [this](const CameraEndpoint &endpoint) -> std::unique_ptr<CameraLink> {
+        return [this](const CameraEndpoint &endpoint,
+                      LinkFactHandler handler) -> std::unique_ptr<CameraLink> {
             if (!areEnabled)
                 return nullptr;
+            report = std::move(handler);
             const std::string number = std::to_string(++m_count);
             record("open " + number + ' ' + endpoint.uri.toStdString());
             return std::make_unique<Link>(*this, number);

@@ -74,6 +74,29 @@ TEST_F(CameraLinkTest, SleepWaitsForTheEndOfTheSession) {
                                                 "wait 1", "destroy 1"));
 }
 
+// Pictures that are old and move would look live.
+TEST_F(CameraLinkTest, PicturesAreNotShownWhileTheEngineIsBehind) {
+    launchAndPlay(threeCameras());
+    videoHost()->expectPicture();
+    cameraLinks.report({LinkFact::Kind::PictureIsLate});
+    queue.runPending();
+    EXPECT_FALSE(videoHost()->expectsPicture());
+    cameraLinks.report({LinkFact::Kind::PictureIsInTime});
+    queue.runPending();
+    EXPECT_TRUE(videoHost()->expectsPicture());
+}
+
+TEST_F(CameraLinkTest, FactsAboutAnEarlierLoadAreIgnored) {
+    launchAndPlay(threeCameras());
+    const LinkFactHandler earlier = cameraLinks.report;
+    delegate->selectCamera(1);
+    queue.runPending();
+    videoHost()->expectPicture();
+    earlier({LinkFact::Kind::PictureIsLate});
+    queue.runPending();
+    EXPECT_TRUE(videoHost()->expectsPicture());
+}
+
 class RefusedAddressTest : public CameraLinkTest,
                            public testing::WithParamInterface<const char *> {};
 

@@ -250,7 +250,7 @@ TEST_F(TcpCameraLinkTest, CameraIsNotReadWhileTheEngineDoesNotRead) {
     beginSession();
     engine.setReadBufferSize(1);
     const QByteArray packet = QByteArray::fromHex("2400fff0") + QByteArray(0xfff0, 'x');
-    constexpr qint64 flood = 40 * 1024 * 1024;
+    constexpr qint64 flood = 100 * 1024 * 1024;
     for (qint64 sent = 0; sent < flood; sent += packet.size())
         camera.send(packet);
     // The queues of the system hold some megabytes; the rest must stay with the camera.
