@@ -90,6 +90,8 @@ std::optional<OpenGLDescription> probe(const QString &program) {
     child.setProcessEnvironment(environment);
     child.start(program, {QString::fromLatin1(describeOpenGLOption)});
     if (!child.waitForFinished(static_cast<int>(probeTimeLimit.count()))) {
+        if (child.state() == QProcess::NotRunning)
+            return std::nullopt; // it could not be started
         child.kill();
         // A driver that hangs in the kernel cannot even be killed. Then the object is leaked,
         // because its destructor would wait.
