@@ -3,12 +3,14 @@
 Each experiment starts a new process of the program and returns {metric: value}, without the metrics that could not
 be measured. `Lengths` contains the durations, in seconds."""
 
+import contextlib
+import os
 import statistics
 import time
 from dataclasses import dataclass
 
 from .cameras import StallingNetwork, TestCamera
-from .processes import Failure, cpu_seconds, memory_megabytes, wait_until
+from .processes import Failure, busy_loop, cpu_seconds, memory_megabytes, wait_until
 
 FIRST_PICTURE_SECONDS = 30
 
@@ -20,12 +22,13 @@ class Lengths:
     stall: float = 3  # how long the network stalls
     after_stall: tuple = (2, 12)  # when the latency is measured first, from the end of the stall
     late_after_stall: tuple = (18, 22)  # when the latency is measured again, from the end of the stall
+    busy: float = 20  # how long other programs compete for the processor core
     switches: int = 4
     turn: float = 4  # how long the controls stay hidden or shown in each turn
     turns: int = 5  # the number of turns with hidden controls, and also with shown controls
 
 
-QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), switches=2,
+QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), busy=10, switches=2,
                 turn=3, turns=2)
 
 
@@ -99,6 +102,46 @@ def steady(bench, program, size="1280x720", suffix=""):
 
 def steady_large(bench, program):
     return steady(bench, program, "1920x1080", "_large")
+
+
+def rates(bench, program):
+    """Measures the latency of cameras that send few pictures a second."""
+    figures = {}
+    for fps, pictures in ((5, 60), (1, 12)):
+        bench.no_window_is_left()
+        with bench.camera(fps=fps) as camera:
+            with program.start(bench.desktop, bench.folder, [camera.url]) as child:
+                bench.wait_for_picture(child, child.started_at)
+                time.sleep(max(bench.lengths.settle, 12 / fps))
+                begin = milliseconds()
+                time.sleep(pictures / fps)
+                figures |= delays(bench, begin, milliseconds(), f"delay_{fps}")
+    return figures
+
+
+def busy(bench, program):
+    """Measures the latency while three other programs compete with the viewer for one processor core."""
+    bench.no_window_is_left()
+    with bench.camera() as camera:
+        with program.start(bench.desktop, bench.folder, [camera.url]) as child:
+            bench.wait_for_picture(child, child.started_at)
+            time.sleep(bench.lengths.settle)
+            core = max(os.sched_getaffinity(0))
+            for thread in os.listdir(f"/proc/{child.pid}/task"):
+                os.sched_setaffinity(int(thread), {core})
+            begin = milliseconds()
+            with contextlib.ExitStack() as neighbours:
+                for _ in range(3):
+                    neighbours.enter_context(busy_loop(core, bench.desktop.environment, bench.folder))
+                time.sleep(bench.lengths.busy)
+            end = milliseconds()
+            time.sleep(6)
+            if not child.is_running():
+                raise Failure("the program ended by itself: " + child.last_words())
+            during = bench.clock.between(begin, end)
+            return {"busy_max": max(during, default=(end - begin)),
+                    **delays(bench, begin, end, "busy"),
+                    **delays(bench, end + 2000, end + 6000, "after_busy")}
 
 
 def standstill(bench, program):

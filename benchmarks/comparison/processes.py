@@ -2,6 +2,7 @@
 
 import os
 import subprocess
+import sys
 import time
 
 POLL_SECONDS = 0.02
@@ -87,6 +88,12 @@ def family(pid):
     for member in members:
         members.extend(children.get(member, []))
     return members
+
+
+def busy_loop(core, environment, folder):
+    """Starts a process that uses as much of a processor core as it gets."""
+    code = f"import os; os.sched_setaffinity(0, {{{core}}})\nwhile True: pass"
+    return Child([sys.executable, "-c", code], environment, f"{folder}/busy.log")
 
 
 def cpu_seconds(pid):

@@ -184,9 +184,10 @@ def player_options(source_root, video_output):
 
 
 def viewers(executable):
-    """Returns the viewer with each of its renderers."""
+    """Returns the viewer with each of its renderers, and without its link to the camera."""
     return [
         Lumvik("lumvik", executable, {"LUMVIK_RENDERER": "software"}),
+        Lumvik("lumvik-direct", executable, {"LUMVIK_RENDERER": "software", "LUMVIK_LINK": "direct"}),
         Lumvik("lumvik-gl", executable, {"LUMVIK_RENDERER": "opengl"}),
     ]
 
