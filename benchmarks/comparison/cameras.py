@@ -11,10 +11,11 @@ from .processes import Child, Failure
 class TestCamera(Child):
     """A lumvik-test-camera process with the clock pattern in its picture. `url` is the stream's address."""
 
-    def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25, port=0):
+    def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25, port=0,
+                 codec="h264", key_frame_seconds=1):
         super().__init__(
             [program, "--port", str(port), "--path", "/" + name.lower(), "--name", name, "--size", size,
-             "--fps", str(fps), "--gop", str(fps), "--clock", "--exit-with-stdin"],
+             "--fps", str(fps), "--gop", str(fps * key_frame_seconds), "--codec", codec, "--clock", "--exit-with-stdin"],
             environment, f"{folder}/camera-{name}.log",
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         reply = self.process.stdout.readline().split()

@@ -104,6 +104,21 @@ def steady_large(bench, program):
     return steady(bench, program, "1920x1080", "_large")
 
 
+def streams(bench, program):
+    """Measures the latency of other kinds of streams."""
+    figures = {}
+    for name, options in (("h265", {"codec": "h265"}), ("sparse", {"key_frame_seconds": 10})):
+        bench.no_window_is_left()
+        with bench.camera(**options) as camera:
+            with program.start(bench.desktop, bench.folder, [camera.url]) as child:
+                bench.wait_for_picture(child, child.started_at)
+                time.sleep(bench.lengths.settle)
+                begin = milliseconds()
+                time.sleep(bench.lengths.steady)
+                figures |= delays(bench, begin, milliseconds(), "delay_" + name)
+    return figures
+
+
 def rates(bench, program):
     """Measures the latency of cameras that send few pictures a second."""
     figures = {}

@@ -20,6 +20,8 @@ ROWS = [
     Row("delay", "delay_median", "Latency from capture to screen, median", "ms"),
     Row("delay", "delay_p95", "Latency from capture to screen, 95th percentile", "ms"),
     Row("delay", "delay_fps", "New frames per second on the screen (of 25)", "1/s", "%.1f", False),
+    Row("streams", "delay_h265_median", "Latency, H.265, median", "ms"),
+    Row("streams", "delay_sparse_median", "Latency, a key frame every 10 s, median", "ms"),
     Row("rates", "delay_5_median", "Latency at 5 pictures a second, median", "ms"),
     Row("rates", "delay_1_median", "Latency at 1 picture a second, median", "ms"),
     Row("busy", "busy_p95", "Latency with three busy neighbours, 95th percentile", "ms"),
