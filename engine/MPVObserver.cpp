@@ -1,5 +1,7 @@
 #include "engine/MPVObserver.h"
 
+#include "engine/MessageLimit.h"
+
 #include <atomic>
 #include <string_view>
 
@@ -23,6 +25,7 @@ struct MPVObserver::Client {
     bool isShuttingDown = false; // messages are still logged, but changes are not reported
     std::weak_ptr<Client> self;
     std::atomic_bool wakeUpIsPending = false;
+    MessageLimit messageLimit;
 
     /// libmpv calls this function on any of its threads while it holds internal locks. The function
     /// therefore only posts a task to the main thread.
@@ -66,11 +69,17 @@ struct MPVObserver::Client {
             handlers.endReachedChanged();
     }
 
-    static void log(const mpv_event_log_message &message) {
-        LumvikLog::playback().log(
-            logLevelOfEngineMessage(message.log_level),
-            QStringLiteral("[%1] %2").arg(QString::fromUtf8(message.prefix),
-                                          QString::fromUtf8(message.text).trimmed()));
+    void log(const mpv_event_log_message &message) {
+        const LogLevel level = logLevelOfEngineMessage(message.log_level);
+        const QString text = QStringLiteral("[%1] %2").arg(
+            QString::fromUtf8(message.prefix), QString::fromUtf8(message.text).trimmed());
+        const TimeStamp now = mainQueue->now();
+        for (const QString &summary : messageLimit.takeSummaries(now))
+            LumvikLog::playback().log(summary);
+        // Details, which only a user who asks for them gets, are complete.
+        const bool isComplaint = level == LogLevel::error || level == LogLevel::standard;
+        if (!isComplaint || messageLimit.admits(text, now))
+            LumvikLog::playback().log(level, text);
     }
 };
 

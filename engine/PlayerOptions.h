@@ -69,7 +69,7 @@ inline constexpr std::array livePlaybackProperties{
     PlayerSetting{"keep-open-pause", "no"},
     // By default the engine reads one second ahead of a decoder that is too slow, and this second
     // could not be left out any more (see StreamBacklog).
-    PlayerSetting{"demuxer-readahead-secs", "0.2"},
+    PlayerSetting{"demuxer-readahead-secs", "0.200000"},
     // Audio is not played, so cameras are not asked for it, and nothing but RTSP and its transports
     // may be opened, whatever the camera's description contains.
     PlayerSetting{"demuxer-lavf-o",

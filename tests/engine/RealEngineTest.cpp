@@ -129,7 +129,9 @@ TEST_F(RealEngineTest, AcceptsEveryLivePlaybackProperty) {
     const Core core = makePlayer();
     for (const PlayerSetting &each : livePlaybackProperties) {
         EXPECT_GE(mpv_set_property_string(core.get(), each.name, each.value), 0) << each.name;
-        EXPECT_EQ(property(core.get(), each.name), QLatin1String(each.value)) << each.name;
+        // The engine returns values without the length that protects commas.
+        const QString value = QString::fromUtf8(each.value).remove(QLatin1String("%16%"));
+        EXPECT_EQ(property(core.get(), each.name).toStdString(), value.toStdString()) << each.name;
     }
 }
 
