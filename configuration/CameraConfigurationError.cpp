@@ -55,6 +55,9 @@ QString attemptText(FileError::Operation operation) {
         return QStringLiteral("The file “%1” could not be written: %2.");
     case FileError::Operation::setPermissions:
         return QStringLiteral("The file “%1” could not be made private: %2.");
+    case FileError::Operation::keep:
+        return QStringLiteral("The file “%1” cannot be read, and it could not be kept under "
+                              "another name: %2. Nothing was saved.");
     }
     return {};
 }

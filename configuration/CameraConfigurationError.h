@@ -23,7 +23,7 @@ enum class DecodingError {
 
 /// A failed operation on a file or folder.
 struct FileError {
-    enum class Operation { createFolder, read, write, setPermissions };
+    enum class Operation { createFolder, read, write, setPermissions, keep };
 
     Operation operation = Operation::read;
     QString path;

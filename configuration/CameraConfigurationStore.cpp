@@ -1,10 +1,13 @@
 #include "configuration/CameraConfigurationStore.h"
 
 #include "configuration/CameraConfiguration.h"
+#include "configuration/KeptFile.h"
 #include "platform/LumvikLog.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -65,6 +68,35 @@ tl::expected<StoredDocument, StoreError> readDocument(const FileManager &files,
     if (!configuration)
         return tl::unexpected(StoreError(configuration.error()));
     return StoredDocument{std::move(*bytes), std::move(configuration->cameras)};
+}
+
+/// Returns whether a stored file that could not be read may contain a list. A file that does not
+/// exist contains nothing, and a folder or a device is never replaced.
+bool mayContainList(const StoreError &problem) {
+    const auto *file = std::get_if<FileError>(&problem);
+    if (file == nullptr)
+        return true; // The file is not a document that this version can decode.
+    switch (file->systemError) {
+    case ENOENT:
+    case ENOTDIR:
+    case ELOOP:
+    case EISDIR:
+    case ENODEV:
+        return false;
+    default:
+        return true;
+    }
+}
+
+/// Keeps the file at `location` under another name.
+tl::expected<std::optional<KeptFile>, StoreError> kept(const FileManager &files,
+                                                       const QString &location) {
+    auto file = KeptFile::keep(files, location, QDateTime::currentDateTimeUtc());
+    if (!file)
+        return tl::unexpected(StoreError(std::move(file.error())));
+    LumvikLog::configuration().log(
+        QStringLiteral("The previous camera list is kept as “%1”.").arg(file->name()));
+    return std::move(*file);
 }
 
 } // namespace
@@ -138,7 +170,15 @@ CameraConfigurationStore::recovered(const StoreError &problem) const {
     return std::move(recovery->cameras);
 }
 
-tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &cameras) const {
+bool CameraConfigurationStore::isBare() const {
+    if (m_fileManager.fileExists(primaryLocation()))
+        return false;
+    return QFileInfo(primaryLocation()).isSymLink() ||
+           !m_fileManager.fileExists(recoveryLocation());
+}
+
+tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &cameras,
+                                                              ReadableList readable) const {
     const LogChannel &log = LumvikLog::configuration();
     if (auto made = m_fileManager.createDirectory(appSupportDirectory(), folderMode); !made)
         return tl::unexpected(StoreError(std::move(made.error())));
@@ -146,9 +186,10 @@ tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &
     // A list that is too large to be loaded must not replace the old list.
     if (document.size() > largestDocument)
         return tl::unexpected(tooLarge(primaryLocation()));
-    if (auto written = writeProtected(document, primaryLocation()); !written)
-        return written;
-    if (!writeProtected(document, recoveryLocation())) {
+    const auto listWasKept = replaceList(document, readable);
+    if (!listWasKept)
+        return tl::unexpected(listWasKept.error());
+    if (!replaceRecoveryCopy(document, *listWasKept)) {
         log.error(QStringLiteral(
             "The camera list was saved, but its recovery copy could not be refreshed."));
         return {};
@@ -156,6 +197,37 @@ tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &
     log.info(QStringLiteral("Saved %1 cameras and refreshed the owner-only recovery copy.")
                  .arg(cameras.size()));
     return {};
+}
+
+tl::expected<bool, StoreError> CameraConfigurationStore::replaceList(const QByteArray &document,
+                                                                     ReadableList readable) const {
+    const auto current = readDocument(m_fileManager, primaryLocation());
+    tl::expected<std::optional<KeptFile>, StoreError> old = std::nullopt;
+    if (current ? readable == ReadableList::keep : mayContainList(current.error()))
+        old = kept(m_fileManager, primaryLocation());
+    if (!old)
+        return tl::unexpected(old.error());
+    if (auto written = writeProtected(document, primaryLocation()); !written) {
+        if (*old)
+            (*old)->undo();
+        return tl::unexpected(written.error());
+    }
+    return old->has_value();
+}
+
+tl::expected<void, StoreError>
+CameraConfigurationStore::replaceRecoveryCopy(const QByteArray &document,
+                                              bool keepsUnreadable) const {
+    tl::expected<std::optional<KeptFile>, StoreError> old = std::nullopt;
+    const auto current = readDocument(m_fileManager, recoveryLocation());
+    if (keepsUnreadable && !current && mayContainList(current.error()))
+        old = kept(m_fileManager, recoveryLocation());
+    if (!old)
+        return tl::unexpected(old.error());
+    auto written = writeProtected(document, recoveryLocation());
+    if (!written && *old)
+        (*old)->undo();
+    return written;
 }
 
 tl::expected<void, StoreError>

@@ -45,9 +45,26 @@ class CameraConfigurationStore {
     /// if one of the two is a valid document without cameras, and otherwise the error of the list.
     [[nodiscard]] tl::expected<CameraList, StoreError> load() const;
 
+    /// Returns whether there is neither a list nor a recovery copy. A link whose target is missing
+    /// counts as missing, whether or not there is a recovery copy: the list is meant to be
+    /// elsewhere.
+    [[nodiscard]] bool isBare() const;
+
+    /// What a save does with a list on the disk that can be read. A list that cannot be read is
+    /// always kept.
+    enum class ReadableList {
+        replace, ///< The new list replaces the old one.
+        keep,    ///< The old list is kept under another name, like an unreadable one.
+    };
+
     /// Stores the list and its recovery copy, and creates the folder (mode 0700) if necessary. The
     /// save succeeds even if the recovery copy cannot be written. An empty list is stored as well.
-    [[nodiscard]] tl::expected<void, StoreError> save(const CameraList &cameras) const;
+    ///
+    /// A stored list that cannot be read is never replaced. The save first keeps the list, and a
+    /// recovery copy that cannot be read either, under other names (see KeptFile). If that is
+    /// impossible, the save fails and changes nothing.
+    [[nodiscard]] tl::expected<void, StoreError>
+    save(const CameraList &cameras, ReadableList readable = ReadableList::replace) const;
 
     /// Writes the list to the file at `location`. The store's own files are not touched. An empty
     /// list is refused with noCameras. If the file is written but its permissions cannot be set,
@@ -61,6 +78,14 @@ class CameraConfigurationStore {
                                                                 const QString &location) const;
     [[nodiscard]] tl::expected<CameraList, StoreError> recovered(const StoreError &problem) const;
     void refreshRecoveryCopy() const;
+    /// Writes `document` to the list, after a list that must not be replaced was kept. Returns
+    /// whether a list was kept.
+    [[nodiscard]] tl::expected<bool, StoreError> replaceList(const QByteArray &document,
+                                                             ReadableList readable) const;
+    /// Writes `document` to the recovery copy. If `keepsUnreadable`, a recovery copy that cannot be
+    /// read is kept first.
+    [[nodiscard]] tl::expected<void, StoreError> replaceRecoveryCopy(const QByteArray &document,
+                                                                     bool keepsUnreadable) const;
     [[nodiscard]] QString primaryLocation() const;
     [[nodiscard]] QString recoveryLocation() const;
 

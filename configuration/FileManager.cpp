@@ -7,8 +7,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 
 namespace lumvik {
@@ -129,6 +131,32 @@ tl::expected<void, FileError> FileManager::writeAtomically(const QByteArray &byt
     if (const int error = writeFileAtomically(bytes, QFile::encodeName(path).toStdString()))
         return failure(Operation::write, path, error);
     return {};
+}
+
+tl::expected<void, FileError> FileManager::addName(const QString &path,
+                                                   const QString &newPath) const {
+    const QByteArray from = QFile::encodeName(path);
+    const QByteArray to = QFile::encodeName(newPath);
+    // A second name leaves no moment at which the file is missing. File systems without hard links
+    // report various errors, so every error except EEXIST leads to the attempt to rename the file.
+    if (::link(from.constData(), to.constData()) != 0) {
+        if (errno == EEXIST || ::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(),
+                                           RENAME_NOREPLACE) != 0)
+            return failure(Operation::keep, path, errno);
+    }
+    synchronizeFolder(std::filesystem::path(to.toStdString()).parent_path());
+    return {};
+}
+
+void FileManager::removeName(const QString &newPath, const QString &path) const {
+    const QByteArray added = QFile::encodeName(newPath);
+    const QByteArray original = QFile::encodeName(path);
+    if (::renameat2(AT_FDCWD, added.constData(), AT_FDCWD, original.constData(),
+                    RENAME_NOREPLACE) == 0)
+        return;
+    struct stat status {};
+    if (::stat(original.constData(), &status) == 0)
+        ::unlink(added.constData());
 }
 
 tl::expected<void, FileError> FileManager::setPermissions(const QString &path, mode_t mode) const {

@@ -46,6 +46,17 @@ class FileManager {
     [[nodiscard]] virtual tl::expected<void, FileError> writeAtomically(const QByteArray &bytes,
                                                                         const QString &path) const;
 
+    /// Gives the file at `path` the additional name `newPath` in the same folder. On a file system
+    /// on which a file has only one name, the file is renamed instead. An existing file is never
+    /// replaced: the error is EEXIST.
+    [[nodiscard]] virtual tl::expected<void, FileError> addName(const QString &path,
+                                                                const QString &newPath) const;
+
+    /// Undoes `addName`: removes the name `newPath` if there is still a file at `path`, and gives
+    /// the file its old name back otherwise. Errors are ignored, because the file exists under one
+    /// of the two names in any case.
+    virtual void removeName(const QString &newPath, const QString &path) const;
+
     /// Sets the permission bits of the file at `path`.
     [[nodiscard]] virtual tl::expected<void, FileError> setPermissions(const QString &path,
                                                                        mode_t mode) const;

@@ -21,6 +21,10 @@ inline constexpr bool staysOnTopByDefault = false;
 inline const QString selectedCameraIndex = QStringLiteral("selectedCameraIndex");
 inline constexpr int defaultCameraIndex = 0;
 
+/// Whether a camera list has been stored. A bool. If it is set and there is no list, the folder of
+/// the list may be on a disk that is missing.
+inline const QString cameraListExists = QStringLiteral("cameraListExists");
+
 /// The date of the last successful update check, whether automatic or manual. While no date is
 /// stored, an automatic check is due.
 inline const QString lastAutomaticUpdateCheck = QStringLiteral("lastAutomaticUpdateCheck");

@@ -24,15 +24,18 @@ EmptyStateLabel::EmptyStateLabel(QQuickItem *parent) : QQuickPaintedItem(parent)
     setVisible(false);
 }
 
-QString EmptyStateLabel::text() {
-    return QStringLiteral(
-        "No cameras are configured. Use Lumvik → Camera Addresses… to add a camera "
-        "or import a Lumvik camera list.");
+void EmptyStateLabel::setText(const QString &text) {
+    if (text == m_text)
+        return;
+    m_text = text;
+    update();
+    QAccessibleEvent renamed(this, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&renamed);
 }
 
-qreal EmptyStateLabel::heightForWidth(qreal width) {
+qreal EmptyStateLabel::heightForWidth(qreal width) const {
     return std::ceil(QFontMetricsF(labelFont())
-                         .boundingRect(QRectF(0, 0, width, 10000), textFlags, text())
+                         .boundingRect(QRectF(0, 0, width, 10000), textFlags, m_text)
                          .height());
 }
 
@@ -48,7 +51,7 @@ void EmptyStateLabel::paint(QPainter *painter) {
     painter->setFont(labelFont());
     // The text is less bright than a title, but still easy to read on black.
     painter->setPen(QColor::fromRgbF(1, 1, 1, 0.62F));
-    painter->drawText(boundingRect(), textFlags, text());
+    painter->drawText(boundingRect(), textFlags, m_text);
 }
 
 } // namespace lumvik

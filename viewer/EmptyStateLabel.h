@@ -4,7 +4,7 @@
 
 namespace lumvik {
 
-/// The message in the middle of the viewer while no camera is configured. The text wraps at the
+/// The message in the middle of the viewer while there is no camera to show. The text wraps at the
 /// width of the label.
 class EmptyStateLabel final : public QQuickPaintedItem {
     Q_OBJECT
@@ -12,16 +12,21 @@ class EmptyStateLabel final : public QQuickPaintedItem {
   public:
     explicit EmptyStateLabel(QQuickItem *parent);
 
-    /// The text of the message.
-    [[nodiscard]] static QString text();
+    /// Sets the text, which is plain text without addresses of cameras. The caller then places the
+    /// label again, because the height depends on the text.
+    void setText(const QString &text);
+    [[nodiscard]] const QString &text() const { return m_text; }
 
     /// Returns the height of the text when it is wrapped at `width` (both in points).
-    [[nodiscard]] static qreal heightForWidth(qreal width);
+    [[nodiscard]] qreal heightForWidth(qreal width) const;
 
     void paint(QPainter *painter) override;
 
   protected:
     void itemChange(ItemChange change, const ItemChangeData &value) override;
+
+  private:
+    QString m_text;
 };
 
 } // namespace lumvik

@@ -195,13 +195,18 @@ class AccessibleMessage final : public AccessibleItem {
     explicit AccessibleMessage(EmptyStateLabel *label) : AccessibleItem(label) {}
 
     QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Name ? EmptyStateLabel::text() : QString();
+        return kind == QAccessible::Name && isValid() ? label()->text() : QString();
     }
     QAccessible::Role role() const override { return QAccessible::StaticText; }
     QAccessible::State state() const override {
         QAccessible::State state = AccessibleItem::state();
         state.readOnly = true;
         return state;
+    }
+
+  private:
+    [[nodiscard]] EmptyStateLabel *label() const {
+        return static_cast<EmptyStateLabel *>(object());
     }
 };
 

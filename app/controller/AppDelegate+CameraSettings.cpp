@@ -80,7 +80,7 @@ bool AppDelegate::cameraSettingsKeyDown(const QKeyEvent &event) {
 tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &saved) {
     const int selection = selectionAfterSaving(cameraPicker->indexOfSelectedItem(), cameras, saved);
     protectAddressesOf(saved); // first, so that errors with the new list cannot log its addresses
-    if (auto stored = environment.store.save(saved); !stored)
+    if (auto stored = cameraListKeeper.save(saved); !stored)
         return stored;
     cameras = saved;
     fillCameraPicker();

@@ -156,7 +156,7 @@ void AppDelegate::updateViewerControlLayout() {
                               (cameras.isEmpty() || closeViewerButton->isVisible()));
 
     const qreal labelWidth = std::max(content.width() - 2 * emptyStateMargin, 0.0);
-    const qreal labelHeight = EmptyStateLabel::heightForWidth(labelWidth);
+    const qreal labelHeight = emptyStateLabel->heightForWidth(labelWidth);
     place(*emptyStateLabel,
           QRectF(emptyStateMargin, (content.height() - labelHeight) / 2, labelWidth, labelHeight));
 }

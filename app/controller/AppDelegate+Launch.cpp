@@ -10,6 +10,7 @@ namespace lumvik {
 
 AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     : environment(std::move(withEnvironment))
+    , cameraListKeeper(environment.store, environment.userDefaults)
     , localNetworkProbeQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".local-network"))
     , networkPathQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".network-path"))
     , networkPathMonitor(environment.makeNetworkPathMonitor())
@@ -69,7 +70,7 @@ void AppDelegate::buildMainMenu() {
 }
 
 void AppDelegate::loadCameras() {
-    if (auto loaded = environment.store.load()) {
+    if (auto loaded = cameraListKeeper.load()) {
         cameras = *std::move(loaded);
     } else {
         LumvikLog::configuration().error(

@@ -1,6 +1,7 @@
 // The viewer window: construction, saved state, level, closing and failures of its graphics.
 
 #include "app/controller/AppDelegate.h"
+#include "app/controller/EmptyStateText.h"
 #include "platform/LumvikLog.h"
 #include "platform/PreferenceKeysAndDefaults.h"
 #include "window/PopUpMenu.h"
@@ -170,6 +171,8 @@ void AppDelegate::restoreWindowState() {
     fillCameraPicker();
     cameraPicker->selectItem(environment.userDefaults.integer(PreferenceKeys::selectedCameraIndex)
                                  .value_or(PreferenceKeys::defaultCameraIndex));
+    emptyStateLabel->setText(
+        emptyStateText(cameraListKeeper.condition(), environment.store.appSupportDirectory()));
     emptyStateLabel->setVisible(cameras.isEmpty());
     updatePictureDescription();
 

@@ -5,6 +5,7 @@
 #include "app/controller/LaunchRequest.h"
 #include "app/controller/MainMenu.h"
 #include "configuration/Camera.h"
+#include "configuration/CameraListKeeper.h"
 #include "editor/CameraSettingsController.h"
 #include "engine/MPVEventLoop.h"
 #include "engine/MPVObserver.h"
@@ -417,6 +418,7 @@ class AppDelegate final : public QObject {
 
     // Cameras and the player instance.
     QList<Camera> cameras;
+    CameraListKeeper cameraListKeeper;
     mpv_handle *mpv = nullptr; // owned: created by startPlayer, destroyed by stopPlayerEngine
     std::unique_ptr<MPVEventLoop> mpvEventLoop;
     std::unique_ptr<MPVObserver> mpvObserver;

@@ -43,6 +43,8 @@ ssize_t __real_write(int descriptor, const void *bytes, std::size_t count);
 ssize_t __wrap_write(int descriptor, const void *bytes, std::size_t count);
 int __real_fsync(int descriptor);
 int __wrap_fsync(int descriptor);
+int __real_link(const char *from, const char *to);
+int __wrap_link(const char *from, const char *to);
 int __real_rename(const char *from, const char *to);
 int __wrap_rename(const char *from, const char *to);
 int __real_unlink(const char *path);
@@ -69,6 +71,10 @@ ssize_t __wrap_write(int descriptor, const void *bytes, std::size_t count) {
 
 int __wrap_fsync(int descriptor) {
     return allowed("fsync", descriptor) ? __real_fsync(descriptor) : -1;
+}
+
+int __wrap_link(const char *from, const char *to) {
+    return allowed("link", noDescriptor) ? __real_link(from, to) : -1;
 }
 
 int __wrap_rename(const char *from, const char *to) {

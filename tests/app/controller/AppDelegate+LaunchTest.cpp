@@ -1,7 +1,9 @@
 #include "ControllerFixture.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDialog>
+#include <QDir>
 #include <QEventLoop>
 #include <QGuiApplication>
 #include <QMenu>
@@ -11,7 +13,14 @@
 namespace lumvik::test {
 namespace {
 
-class LaunchTest : public ControllerFixture {};
+class LaunchTest : public ControllerFixture {
+  protected:
+    [[nodiscard]] static QString accessibleName(QObject *item) {
+        QAccessible::setActive(true);
+        QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(item);
+        return interface == nullptr ? QString() : interface->text(QAccessible::Name);
+    }
+};
 
 TEST_F(LaunchTest, LaunchLoadsCamerasAndShowsTheWindowBeforeCreatingAPlayer) {
     launch(threeCameras());
@@ -62,6 +71,42 @@ TEST_F(LaunchTest, UnreadableListCountsAsNoCameras) {
     EXPECT_TRUE(cameraNames().isEmpty());
     EXPECT_TRUE(emptyStateLabel()->isVisible());
     EXPECT_TRUE(alerts.shown().isEmpty());
+}
+
+TEST_F(LaunchTest, WindowSaysThatTheListCouldNotBeReadAndWhere) {
+    home.damageCameras();
+    launch();
+    ASSERT_TRUE(emptyStateLabel()->isVisible());
+    EXPECT_TRUE(emptyStateLabel()->text().contains(u"could not be read"_s));
+    EXPECT_TRUE(emptyStateLabel()->text().contains(home.storeFolder()));
+    EXPECT_EQ(accessibleName(emptyStateLabel()), emptyStateLabel()->text());
+    EXPECT_GE(emptyStateLabel()->height(),
+              emptyStateLabel()->heightForWidth(emptyStateLabel()->width()));
+}
+
+TEST_F(LaunchTest, WindowSaysThatTheListIsMissingOnceItsFolderIsGone) {
+    launch(threeCameras());
+    delegate.reset();
+    ASSERT_TRUE(QDir(home.storeFolder()).removeRecursively());
+    launch();
+    ASSERT_TRUE(emptyStateLabel()->isVisible());
+    EXPECT_TRUE(emptyStateLabel()->text().contains(u"is missing"_s));
+    EXPECT_TRUE(emptyStateLabel()->text().contains(home.storeFolder()));
+    EXPECT_EQ(accessibleName(emptyStateLabel()), emptyStateLabel()->text());
+}
+
+TEST_F(LaunchTest, WindowOffersTheEditorIfThereHasNeverBeenAList) {
+    launch();
+    EXPECT_TRUE(emptyStateLabel()->text().startsWith(u"No cameras are configured."_s));
+    EXPECT_EQ(accessibleName(emptyStateLabel()), emptyStateLabel()->text());
+}
+
+TEST_F(LaunchTest, SaveKeepsTheListThatCouldNotBeReadAtLaunch) {
+    home.damageCameras();
+    launch();
+    ASSERT_TRUE(delegate->applySavedCameras(threeCameras()));
+    EXPECT_EQ(QDir(home.storeFolder()).entryList({u"cameras.unreadable-*.json"_s}).size(), 1);
+    EXPECT_FALSE(emptyStateLabel()->isVisible());
 }
 
 TEST_F(LaunchTest, ClosingBeforeTheFirstDrawingPreventsPlayback) {
