@@ -5,11 +5,14 @@
 
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QLocalSocket>
 #include <QStandardPaths>
 #include <QThread>
 #include <QTimer>
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace lumvik {
@@ -27,6 +30,14 @@ constexpr unsigned long pollInterval = 20;
 /// The reply to a request that was carried out.
 const QByteArray done = QByteArrayLiteral("done\n");
 
+/// Returns `folder` without links. The folder, and the folders that contain it, need not exist.
+QByteArray canonicalPath(const QString &folder) {
+    const std::filesystem::path path(QFile::encodeName(folder).toStdString());
+    std::error_code failure;
+    const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, failure);
+    return QByteArray::fromStdString((failure ? path : canonical).string());
+}
+
 int remainingTime(const QDeadlineTimer &deadline) {
     return static_cast<int>(deadline.remainingTime());
 }
@@ -42,9 +53,9 @@ SingleInstance::SingleInstance(const QString &basePath)
 }
 
 QString SingleInstance::standardPath() {
-    const QByteArray list =
-        QCryptographicHash::hash(CameraConfigurationStore::shared().appSupportDirectory().toUtf8(),
-                                 QCryptographicHash::Sha256);
+    const QByteArray list = QCryptographicHash::hash(
+        canonicalPath(CameraConfigurationStore::shared().appSupportDirectory()),
+        QCryptographicHash::Sha256);
     return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) +
            QStringLiteral("/lumvik-") + QString::fromLatin1(list.toHex().left(16));
 }

@@ -24,7 +24,8 @@ class SingleInstance {
     explicit SingleInstance(const QString &basePath = standardPath());
 
     /// Returns a path in the user's runtime folder. It contains a hash of the camera list's folder,
-    /// so that a test or a demonstration with its own list has its own instance.
+    /// so that a test or a demonstration with its own list has its own instance. Links in the
+    /// folder's path are resolved, so that two paths to the same folder share an instance.
     [[nodiscard]] static QString standardPath();
 
     enum class Outcome {

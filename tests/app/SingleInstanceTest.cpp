@@ -3,6 +3,7 @@
 #include "fakes/Named.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QLocalSocket>
 #include <QTemporaryDir>
@@ -143,6 +144,38 @@ TEST_F(SingleInstanceTest, InstancesWithDifferentPathsAreIndependent) {
     ASSERT_EQ(first.claim({}), Outcome::first);
     SingleInstance other(path + QStringLiteral("2"));
     EXPECT_EQ(other.claim({}), Outcome::first);
+}
+
+/// Sets the folder of the user's data for the duration of a scope.
+class DataHome {
+  public:
+    explicit DataHome(const QString &folder) { qputenv("XDG_DATA_HOME", folder.toLocal8Bit()); }
+    DataHome(const DataHome &) = delete;
+    DataHome &operator=(const DataHome &) = delete;
+    ~DataHome() {
+        if (m_before.isNull())
+            qunsetenv("XDG_DATA_HOME");
+        else
+            qputenv("XDG_DATA_HOME", m_before);
+    }
+
+  private:
+    const QByteArray m_before = qgetenv("XDG_DATA_HOME");
+};
+
+TEST_F(SingleInstanceTest, TwoPathsToTheSameListHaveOneInstance) {
+    const QString real = folder.filePath(QStringLiteral("real"));
+    const QString link = folder.filePath(QStringLiteral("link"));
+    const auto pathFor = [](const QString &dataHome) {
+        const DataHome home(dataHome);
+        return SingleInstance::standardPath();
+    };
+    ASSERT_TRUE(QDir().mkpath(real));
+    ASSERT_TRUE(QFile::link(real, link));
+    EXPECT_EQ(pathFor(link), pathFor(real)) << "the folder of the list does not exist yet";
+    ASSERT_TRUE(QDir().mkpath(real + QStringLiteral("/lumvik")));
+    EXPECT_EQ(pathFor(link), pathFor(real));
+    EXPECT_NE(pathFor(folder.path()), pathFor(real));
 }
 
 TEST_F(SingleInstanceTest, InstanceStartsWithoutAFolderForItsFiles) {
