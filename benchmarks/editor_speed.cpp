@@ -70,7 +70,8 @@ class Editor {
                                       .webSite = {},
                                       .openUrl = {}},
             CameraSettingsHandlers{
-                .save = [this](const CameraList &list) { return m_store.save(list); },
+                .save = [this](const CameraList &list, ChangedList) { return m_store.save(list); },
+                .reload = [this] { return m_store.load(); },
                 .close = [] {},
                 .keyDown = {}});
         m_editor->show(0, false, nullptr);

@@ -70,6 +70,8 @@ QString errorDescription(CameraConfigurationError error) {
         return QStringLiteral("No cameras were found.");
     case CameraConfigurationError::invalidFile:
         return QStringLiteral("The selected file does not contain a supported camera list.");
+    case CameraConfigurationError::changedElsewhere:
+        return QStringLiteral("The camera list was changed elsewhere.");
     }
     return {};
 }

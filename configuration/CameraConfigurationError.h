@@ -6,10 +6,11 @@
 
 namespace lumvik {
 
-/// The mistakes that a user can make with a camera list. Each mistake has a fixed message.
+/// Problems with a camera list that the user can solve. Each has a fixed message.
 enum class CameraConfigurationError {
-    noCameras,   ///< A list that must contain a camera is empty.
-    invalidFile, ///< A file chosen for import contains no camera list or an empty one.
+    noCameras,        ///< A list that must contain a camera is empty.
+    invalidFile,      ///< A file chosen for import contains no camera list or an empty one.
+    changedElsewhere, ///< Another program or machine has changed the stored list.
 };
 
 /// The reasons why a file is not a camera-list document. An error names the kind of fault and never

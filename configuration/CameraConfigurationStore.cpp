@@ -4,6 +4,7 @@
 #include "configuration/KeptFile.h"
 #include "platform/LumvikLog.h"
 
+#include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -68,6 +69,10 @@ tl::expected<StoredDocument, StoreError> readDocument(const FileManager &files,
     if (!configuration)
         return tl::unexpected(StoreError(configuration.error()));
     return StoredDocument{std::move(*bytes), std::move(configuration->cameras)};
+}
+
+QByteArray digestOfBytes(const QByteArray &bytes) {
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
 }
 
 /// Returns whether a stored file that could not be read may contain a list. A file that does not
@@ -168,6 +173,15 @@ CameraConfigurationStore::recovered(const StoreError &problem) const {
     log.log(QStringLiteral("Recovered %1 cameras from the last-known-good configuration.")
                 .arg(recovery->cameras.size()));
     return std::move(recovery->cameras);
+}
+
+std::optional<QByteArray> CameraConfigurationStore::digest() const {
+    const auto list = readDocument(m_fileManager, primaryLocation());
+    return list ? std::optional(digestOfBytes(list->bytes)) : std::nullopt;
+}
+
+QByteArray CameraConfigurationStore::digestOf(const CameraList &cameras) {
+    return digestOfBytes(CameraConfiguration{cameras}.encoded());
 }
 
 bool CameraConfigurationStore::isBare() const {

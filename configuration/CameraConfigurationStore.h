@@ -45,6 +45,12 @@ class CameraConfigurationStore {
     /// if one of the two is a valid document without cameras, and otherwise the error of the list.
     [[nodiscard]] tl::expected<CameraList, StoreError> load() const;
 
+    /// Returns a digest of the stored list's bytes, or nothing if there is no list that can be
+    /// read. Unlike a time stamp, the digest changes if and only if the list changes.
+    [[nodiscard]] std::optional<QByteArray> digest() const;
+    /// Returns the digest that the stored list has after `cameras` was saved.
+    [[nodiscard]] static QByteArray digestOf(const CameraList &cameras);
+
     /// Returns whether there is neither a list nor a recovery copy. A link whose target is missing
     /// counts as missing, whether or not there is a recovery copy: the list is meant to be
     /// elsewhere.

@@ -219,8 +219,12 @@ void CameraSettingsController::importCameras() {
         showAlert(title, errorDescription(CameraConfigurationError::invalidFile));
         return;
     }
-    LumvikLog::protectAddresses(addressesOf(document->cameras));
-    m_model->setCameras(std::move(document->cameras));
+    replaceDraft(document->cameras);
+}
+
+void CameraSettingsController::replaceDraft(const CameraList &cameras) {
+    LumvikLog::protectAddresses(addressesOf(cameras));
+    m_model->setCameras(cameras);
     m_tableView->selectCamera(0, Scrolling::intoView);
     updateRemoveButton();
 }
@@ -269,11 +273,47 @@ void CameraSettingsController::save() {
     const auto cameras = validatedDraft();
     if (!cameras)
         return;
-    const auto saved = m_handlers.save(*cameras);
-    if (saved)
-        close();
-    else
+    const auto saved = saveUnlessChanged(*cameras);
+    if (!saved)
         showAlert(QStringLiteral("Could not save cameras"), errorDescription(saved.error()));
+    else if (*saved)
+        close();
+}
+
+tl::expected<bool, StoreError>
+CameraSettingsController::saveUnlessChanged(const CameraList &cameras) {
+    const auto saved = m_handlers.save(cameras, ChangedList::refuse);
+    if (!saved && saved.error() == StoreError(CameraConfigurationError::changedElsewhere))
+        return resolveChange(cameras);
+    return saved.map([] { return true; });
+}
+
+tl::expected<bool, StoreError> CameraSettingsController::resolveChange(const CameraList &cameras) {
+    enum Answer { reloadList, saveAnyway, cancelSaving };
+    const int answer = m_environment.alerts.runModal(
+        {.style = Alert::Style::warning,
+         .messageText = errorDescription(CameraConfigurationError::changedElsewhere),
+         .informativeText =
+             QStringLiteral("Another program or computer has saved a different list. Reload "
+                            "discards your changes and shows that list. Save Anyway saves your "
+                            "list in its place."),
+         .buttons = {QStringLiteral("Reload"), QStringLiteral("Save Anyway"),
+                     QStringLiteral("Cancel")}});
+    if (m_didClose) // The program is being terminated.
+        return false;
+    if (answer == saveAnyway)
+        return m_handlers.save(cameras, ChangedList::replace).map([] { return true; });
+    if (answer == reloadList)
+        reload();
+    return false;
+}
+
+void CameraSettingsController::reload() {
+    const auto loaded = m_handlers.reload();
+    if (loaded)
+        replaceDraft(*loaded);
+    else
+        showAlert(QStringLiteral("Could not reload cameras"), errorDescription(loaded.error()));
 }
 
 } // namespace lumvik

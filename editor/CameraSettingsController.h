@@ -1,6 +1,6 @@
 #pragma once
 
-#include "configuration/CameraConfigurationStore.h"
+#include "configuration/CameraListKeeper.h"
 #include "editor/CameraListRules.h"
 #include "platform/Alerts.h"
 #include "platform/FilePanels.h"
@@ -33,8 +33,11 @@ struct CameraSettingsEnvironment {
 
 /// The handlers that the editor calls, all on the main thread.
 struct CameraSettingsHandlers {
-    /// Saves and applies a validated list. The editor stays open when an error is returned.
-    std::function<tl::expected<void, StoreError>(const CameraList &)> save;
+    /// Saves and applies a validated list. The editor stays open when an error is returned. If the
+    /// error is changedElsewhere, the editor asks the user what to do.
+    std::function<tl::expected<void, StoreError>(const CameraList &, ChangedList)> save;
+    /// Loads and applies the stored list, which replaces the draft.
+    std::function<tl::expected<CameraList, StoreError>()> reload;
     /// Called once when the window has closed. The handler must not destroy the editor, but may
     /// schedule its destruction for a later iteration of the event loop.
     std::function<void()> close;
@@ -91,6 +94,15 @@ class CameraSettingsController final : public QObject {
     /// invalid cell and returns nothing.
     [[nodiscard]] std::optional<CameraList> validatedDraft();
     void selectDroppedRow(int row);
+    /// Saves `cameras`, or resolves the change if the stored list was changed elsewhere. Returns
+    /// whether `cameras` were saved.
+    [[nodiscard]] tl::expected<bool, StoreError> saveUnlessChanged(const CameraList &cameras);
+    /// Asks the user what to do with a list that was changed elsewhere, and does it. Returns
+    /// whether `cameras` were saved.
+    [[nodiscard]] tl::expected<bool, StoreError> resolveChange(const CameraList &cameras);
+    void reload();
+    /// Replaces the draft by `cameras` and selects the first of them.
+    void replaceDraft(const CameraList &cameras);
 
     CameraSettingsEnvironment m_environment;
     CameraSettingsHandlers m_handlers;

@@ -36,8 +36,13 @@ void AppDelegate::showCameraSettings() {
                         self->openUrl(address);
                 }},
         CameraSettingsHandlers{
-            .save = [self](const CameraList &saved) -> tl::expected<void, StoreError> {
-                return self ? self->applySavedCameras(saved) : tl::expected<void, StoreError>();
+            .save = [self](const CameraList &saved,
+                           ChangedList changed) -> tl::expected<void, StoreError> {
+                return self ? self->applySavedCameras(saved, changed)
+                            : tl::expected<void, StoreError>();
+            },
+            .reload = [self]() -> tl::expected<CameraList, StoreError> {
+                return self ? self->reloadCameras() : tl::expected<CameraList, StoreError>();
             },
             .close =
                 [self] {
@@ -77,12 +82,29 @@ bool AppDelegate::cameraSettingsKeyDown(const QKeyEvent &event) {
     return !isFullScreen && mainMenu->performKeyEquivalent(event);
 }
 
-tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &saved) {
-    const int selection = selectionAfterSaving(cameraPicker->indexOfSelectedItem(), cameras, saved);
+tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &saved,
+                                                              ChangedList changed) {
     protectAddressesOf(saved); // first, so that errors with the new list cannot log its addresses
-    if (auto stored = cameraListKeeper.save(saved); !stored)
+    if (auto stored = cameraListKeeper.save(saved, changed); !stored)
         return stored;
-    cameras = saved;
+    applyCameras(saved);
+    return {};
+}
+
+tl::expected<CameraList, StoreError> AppDelegate::reloadCameras() {
+    auto loaded = cameraListKeeper.load();
+    if (loaded && loaded->isEmpty())
+        return tl::unexpected(StoreError(CameraConfigurationError::noCameras));
+    if (loaded) {
+        protectAddressesOf(*loaded);
+        applyCameras(*loaded);
+    }
+    return loaded;
+}
+
+void AppDelegate::applyCameras(const CameraList &list) {
+    const int selection = selectionAfterSaving(cameraPicker->indexOfSelectedItem(), cameras, list);
+    cameras = list;
     fillCameraPicker();
     cameraPicker->selectItem(selection);
     updatePictureDescription();
@@ -90,7 +112,6 @@ tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &
     refreshViewerControls();
     environment.userDefaults.set(PreferenceKeys::selectedCameraIndex, selection);
     beginPlaybackSelection(selection);
-    return {};
 }
 
 } // namespace lumvik

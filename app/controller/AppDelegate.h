@@ -194,7 +194,11 @@ class AppDelegate final : public QObject {
     void showCameraSettings();
     /// Stores `saved` and applies it to the picker, the selection and playback. If storing fails,
     /// nothing changes.
-    [[nodiscard]] tl::expected<void, StoreError> applySavedCameras(const CameraList &saved);
+    [[nodiscard]] tl::expected<void, StoreError>
+    applySavedCameras(const CameraList &saved, ChangedList changed = ChangedList::refuse);
+    /// Loads the stored list again, applies it like a saved one and returns it. If no list with a
+    /// camera can be loaded, nothing changes.
+    [[nodiscard]] tl::expected<CameraList, StoreError> reloadCameras();
 
     // ---- Updates: AppDelegate+Updates.cpp ----
 
@@ -351,6 +355,10 @@ class AppDelegate final : public QObject {
     [[nodiscard]] std::unique_ptr<CameraLink> openCameraLink(const CameraEndpoint &endpoint);
     /// Called with each fact about the current load.
     void handleLinkFact(const LinkFact &fact);
+
+    // AppDelegate+CameraSettings.cpp
+    /// Replaces the list in use, and starts a new selection with the camera that was shown.
+    void applyCameras(const CameraList &list);
 
     // AppDelegate+Supervisor.cpp
     /// Starts a new selection with the camera at `index` and cancels all work for the previous one.

@@ -65,6 +65,8 @@ TEST(CameraConfigurationErrors, MessagesAndOrderAreFixed) {
     EXPECT_EQ(errorDescription(CameraConfigurationError::noCameras), u"No cameras were found."_s);
     EXPECT_EQ(errorDescription(CameraConfigurationError::invalidFile),
               u"The selected file does not contain a supported camera list."_s);
+    EXPECT_EQ(errorDescription(CameraConfigurationError::changedElsewhere),
+              u"The camera list was changed elsewhere."_s);
     EXPECT_LT(CameraConfigurationError::noCameras, CameraConfigurationError::invalidFile);
     EXPECT_EQ(errorDescription(StoreError(CameraConfigurationError::noCameras)),
               u"No cameras were found."_s);

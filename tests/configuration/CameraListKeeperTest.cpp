@@ -27,6 +27,15 @@ class CameraListKeeperTest : public Store {
         return next.condition();
     }
 
+    void expectRefusal(const CameraList &cameras) {
+        const QByteArray before = bytesOf(primary());
+        const auto saved = keeper.save(cameras);
+        ASSERT_FALSE(saved);
+        EXPECT_EQ(saved.error(), StoreError(CameraConfigurationError::changedElsewhere));
+        EXPECT_EQ(bytesOf(primary()), before);
+        EXPECT_EQ(keptNames(), QStringList());
+    }
+
     UserDefaults userDefaults{folder.path(u"lumvik.conf"_s)};
     CameraListKeeper keeper{store, userDefaults};
 };
@@ -105,7 +114,8 @@ TEST_F(CameraListKeeperTest, ListThatBecameReadableAfterTheStartIsKept) {
     putPrimary("damaged");
     ASSERT_FALSE(keeper.load());
     putPrimary(documentOf(manyCameras(3)));
-    ASSERT_TRUE(keeper.save(twoCameras()));
+    expectRefusal(twoCameras());
+    ASSERT_TRUE(keeper.save(twoCameras(), ChangedList::replace));
     EXPECT_EQ(keptList(), documentOf(manyCameras(3)));
     expectLoads(twoCameras());
 }
@@ -113,7 +123,8 @@ TEST_F(CameraListKeeperTest, ListThatBecameReadableAfterTheStartIsKept) {
 TEST_F(CameraListKeeperTest, ListOnADiskThatWasMountedAfterTheStartIsKept) {
     ASSERT_EQ(keeper.load(), CameraList());
     putPrimary(documentOf(manyCameras(3)));
-    ASSERT_TRUE(keeper.save(twoCameras()));
+    expectRefusal(twoCameras());
+    ASSERT_TRUE(keeper.save(twoCameras(), ChangedList::replace));
     EXPECT_EQ(keptList(), documentOf(manyCameras(3)));
     ASSERT_TRUE(keeper.save(manyCameras(4)));
     EXPECT_EQ(keptNames().size(), 1) << "the list of the second save replaces that of the first";
@@ -124,6 +135,100 @@ TEST_F(CameraListKeeperTest, ListThatWasLoadedIsReplaced) {
     ASSERT_TRUE(keeper.load());
     ASSERT_TRUE(keeper.save(twoCameras()));
     EXPECT_EQ(keptNames(), QStringList());
+}
+
+// ---- Lists that are changed elsewhere ----
+
+TEST_F(CameraListKeeperTest, ListThatWasChangedElsewhereIsReplacedOnRequestOnly) {
+    putPrimary(documentOf(manyCameras(3)));
+    ASSERT_TRUE(keeper.load());
+    ASSERT_TRUE(CameraConfigurationStore(storage).save(manyCameras(4)));
+    expectRefusal(twoCameras());
+    expectRefusal(twoCameras());
+    ASSERT_TRUE(keeper.save(twoCameras(), ChangedList::replace));
+    expectLoads(twoCameras());
+    EXPECT_EQ(keptNames(), QStringList());
+    EXPECT_TRUE(keeper.save(manyCameras(5)));
+}
+
+TEST_F(CameraListKeeperTest, ChangeAfterASaveIsNoticed) {
+    ASSERT_TRUE(keeper.load());
+    ASSERT_TRUE(keeper.save(twoCameras()));
+    ASSERT_TRUE(CameraConfigurationStore(storage).save(manyCameras(4)));
+    expectRefusal(twoCameras());
+}
+
+TEST_F(CameraListKeeperTest, ReloadedListIsReplaced) {
+    putPrimary(documentOf(manyCameras(3)));
+    ASSERT_TRUE(keeper.load());
+    putPrimary(documentOf(manyCameras(4)));
+    expectRefusal(twoCameras());
+    EXPECT_EQ(keeper.load(), manyCameras(4));
+    EXPECT_TRUE(keeper.save(twoCameras()));
+}
+
+TEST_F(CameraListKeeperTest, NewTimeStampIsNoChange) {
+    putPrimary(documentOf(manyCameras(3)));
+    ASSERT_TRUE(keeper.load());
+    QFile file(primary());
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addDays(1),
+                                 QFileDevice::FileModificationTime));
+    file.close();
+    EXPECT_TRUE(keeper.save(twoCameras()));
+}
+
+TEST_F(CameraListKeeperTest, ChangeWithAnOldTimeStampAndTheSameSizeIsNoticed) {
+    const auto listed = [](const QString &name) {
+        return documentOf({{name, u"rtsp://camera.example/"_s}});
+    };
+    putPrimary(listed(u"one"_s));
+    const QDateTime time = QFileInfo(primary()).lastModified();
+    ASSERT_TRUE(keeper.load());
+    putPrimary(listed(u"two"_s));
+    QFile file(primary());
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(file.setFileTime(time, QFileDevice::FileModificationTime));
+    file.close();
+    expectRefusal(twoCameras());
+}
+
+TEST_F(CameraListKeeperTest, ListThatWasRemovedElsewhereIsSavedAgain) {
+    putPrimary(documentOf(manyCameras(3)));
+    ASSERT_TRUE(keeper.load());
+    ASSERT_TRUE(QFile::remove(primary()));
+    EXPECT_TRUE(keeper.save(twoCameras()));
+    expectLoads(twoCameras());
+}
+
+TEST_F(CameraListKeeperTest, ListThatWasDamagedElsewhereIsKeptWithoutAQuestion) {
+    putPrimary(documentOf(manyCameras(3)));
+    ASSERT_TRUE(keeper.load());
+    putPrimary("damaged");
+    EXPECT_TRUE(keeper.save(twoCameras()));
+    EXPECT_EQ(keptList(), "damaged");
+}
+
+TEST_F(CameraListKeeperTest, ListThatWasRepairedElsewhereIsNotReplacedUnasked) {
+    putPrimary("damaged");
+    putRecovery(documentOf(manyCameras(2)));
+    ASSERT_TRUE(keeper.load());
+    putPrimary(documentOf(manyCameras(3)));
+    expectRefusal(twoCameras());
+    ASSERT_TRUE(keeper.save(twoCameras(), ChangedList::replace));
+    EXPECT_EQ(keptList(), documentOf(manyCameras(3)));
+}
+
+TEST_F(CameraListKeeperTest, ListOfAnIncompleteSaveIsNotSomeoneElses) {
+    const NoPermissions files(primary());
+    const CameraConfigurationStore hampered(storage, files);
+    CameraListKeeper other(hampered, userDefaults);
+    ASSERT_TRUE(other.load());
+    ASSERT_FALSE(other.save(twoCameras()));
+    ASSERT_EQ(bytesOf(primary()), documentOf(twoCameras()));
+    const auto again = other.save(manyCameras(3));
+    ASSERT_FALSE(again);
+    EXPECT_TRUE(std::holds_alternative<FileError>(again.error()));
 }
 
 TEST_F(CameraListKeeperTest, FailedSaveChangesNothing) {

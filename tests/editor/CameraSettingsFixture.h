@@ -64,9 +64,14 @@ class CameraSettings : public testing::Test {
                 .openUrl = [this](const QUrl &address) { opened.append(address); }},
             CameraSettingsHandlers{
                 .save =
-                    [this](const CameraList &list) {
+                    [this](const CameraList &list, ChangedList changed) {
                         saved.append(list);
-                        return saving ? saving(list) : store.save(list);
+                        return saving ? saving(list) : keeper.save(list, changed);
+                    },
+                .reload =
+                    [this] {
+                        ++reloads;
+                        return keeper.load();
                     },
                 .close = [this] { ++closings; },
                 .keyDown =
@@ -158,11 +163,14 @@ class CameraSettings : public testing::Test {
     const TestFolder folder;
     const QString storage = folder.path(u"lumvik"_s);
     const CameraConfigurationStore store{storage};
+    UserDefaults userDefaults{folder.path(u"lumvik.conf"_s)};
+    CameraListKeeper keeper{store, userDefaults};
     FakeAlerts alerts;
     FakeFilePanels panels;
     /// If set, this function is called instead of the store's `save`.
     std::function<tl::expected<void, StoreError>(const CameraList &)> saving;
     QList<CameraList> saved; ///< Every list that was passed to the save handler.
+    int reloads = 0;
     int closings = 0;
     QList<QUrl> opened; ///< The addresses that were passed to openUrl.
     QList<int> keys; ///< The keys that were passed to the keyDown handler, which handles F5 only.
