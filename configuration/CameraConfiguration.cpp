@@ -20,22 +20,27 @@ constexpr QByteArrayView byteOrderMark = "\xEF\xBB\xBF";
 /// The first code point that may appear unescaped in a JSON string.
 constexpr unsigned char firstPrintable = 0x20;
 
-/// Checks the strings of a JSON document before QJsonDocument parses it. QJsonDocument accepts two
-/// kinds of invalid strings and drops a character of some valid ones:
+/// Checks a JSON document before QJsonDocument parses it, without building anything from it. The
+/// check refuses documents with too many values or too many levels, for which QJsonDocument would
+/// need many times their size in memory. QJsonDocument also accepts two kinds of invalid strings
+/// and drops a character of some valid ones:
 ///  - QJsonDocument accepts control characters in strings. JSON forbids them, and they indicate a
 ///    damaged file: after a power failure, a file may contain a block of zero bytes.
 ///  - QJsonDocument accepts invalid escape sequences, such as "\q".
 ///  - QJsonDocument drops a U+FEFF at the beginning of a string. The check replaces the U+FEFF with
 ///    an escape sequence, which QJsonDocument decodes correctly.
-class TextCheck {
+class DocumentCheck {
   public:
-    explicit TextCheck(const QByteArray &bytes) : m_bytes(bytes) {}
+    explicit DocumentCheck(const QByteArray &bytes) : m_bytes(bytes) {}
 
     /// Returns the document that QJsonDocument is to parse, or notJson.
     [[nodiscard]] tl::expected<QByteArray, DecodingError> checked() {
         while (m_at < m_bytes.size()) {
-            if (m_bytes.at(m_at++) == '"' && !skipText())
+            const char byte = m_bytes.at(m_at++);
+            if (byte == '"' && !skipText())
                 return tl::unexpected(DecodingError::notJson);
+            if (!isWithinLimits(byte))
+                return tl::unexpected(DecodingError::tooComplex);
         }
         if (m_result.isEmpty())
             return m_bytes; // No byte-order mark had to be replaced.
@@ -43,6 +48,26 @@ class TextCheck {
     }
 
   private:
+    /// Counts the levels and the values by the structural characters of the document. Every array,
+    /// object, element and member has one. Returns false when there are too many.
+    bool isWithinLimits(char byte) {
+        switch (byte) {
+        case '[':
+        case '{':
+            ++m_values;
+            return ++m_levels <= CameraConfiguration::deepestNesting;
+        case ']':
+        case '}':
+            --m_levels;
+            return true;
+        case ',':
+        case ':':
+            return ++m_values <= CameraConfiguration::mostValues;
+        default:
+            return true;
+        }
+    }
+
     /// Advances from the first character of a string to the position after its closing quotation
     /// mark. Returns false when the string is not valid.
     bool skipText() {
@@ -76,6 +101,8 @@ class TextCheck {
     const QByteArray &m_bytes;
     QByteArray m_result;
     qsizetype m_at = 0;
+    int m_levels = 0;
+    int m_values = 0;
     qsizetype m_copied = 0; // The number of bytes of m_bytes that m_result already covers.
 };
 
@@ -103,7 +130,7 @@ QByteArray CameraConfiguration::encoded() const {
 
 tl::expected<CameraConfiguration, DecodingError>
 CameraConfiguration::decoded(const QByteArray &bytes) {
-    const auto checked = TextCheck(bytes).checked();
+    const auto checked = DocumentCheck(bytes).checked();
     if (!checked)
         return tl::unexpected(checked.error());
     QJsonParseError problem;

@@ -25,6 +25,13 @@ namespace lumvik {
 struct CameraConfiguration {
     CameraList cameras;
 
+    /// The limit of nested arrays and objects. A camera is nested three levels deep, and ignored
+    /// members may be nested deeper.
+    static constexpr int deepestNesting = 64;
+    /// The limit of values, arrays, objects and members in a document: a hundred for each camera
+    /// of the longest list.
+    static constexpr int mostValues = 1'000'000;
+
     friend bool operator==(const CameraConfiguration &, const CameraConfiguration &) = default;
 
     /// Returns the document as JSON in UTF-8. The output is indented by four spaces, its keys are
@@ -39,7 +46,8 @@ struct CameraConfiguration {
     ///
     /// If several members have the same key, the last of them is used. A byte-order mark before
     /// the object is skipped, because some text editors write one. A document that is nested
-    /// deeper than 1024 levels, the limit of QJsonDocument, is refused.
+    /// deeper than `deepestNesting` levels or has more than `mostValues` values is refused before
+    /// anything is built from it.
     [[nodiscard]] static tl::expected<CameraConfiguration, DecodingError>
     decoded(const QByteArray &bytes);
 };

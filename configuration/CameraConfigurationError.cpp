@@ -83,6 +83,8 @@ QString errorDescription(DecodingError error) {
     case DecodingError::notAnObject:
     case DecodingError::noCameraArray:
         return QStringLiteral("The file does not contain a camera list.");
+    case DecodingError::tooComplex:
+        return QStringLiteral("The file is nested too deeply or contains too many values.");
     case DecodingError::badCamera:
         return QStringLiteral("The file contains a camera without a name or an address.");
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "configuration/CameraListBounds.h"
+
 #include <QString>
 
 #include <variant>
@@ -19,6 +21,7 @@ enum class DecodingError {
     notJson,       ///< The file is not one complete JSON document in UTF-8.
     notAnObject,   ///< The top level of the JSON document is not an object.
     noCameraArray, ///< The member "cameras" is missing or not an array.
+    tooComplex,    ///< The document is nested too deeply or has too many values.
     badCamera,     ///< An element is not an object with the strings "name" and "url".
 };
 
@@ -34,7 +37,8 @@ struct FileError {
 };
 
 /// Any error that loading, saving, importing or exporting a camera list can return.
-using StoreError = std::variant<CameraConfigurationError, DecodingError, FileError>;
+using StoreError =
+    std::variant<CameraConfigurationError, DecodingError, FileError, CameraListExcess>;
 
 /// Returns the message that the user sees for an error. The message contains at most the last
 /// component of a file's path and never a camera's address.

@@ -24,10 +24,6 @@ namespace {
 constexpr mode_t folderMode = 0700;
 constexpr mode_t fileMode = 0600;
 
-StoreError tooLarge(const QString &location) {
-    return FileError{FileError::Operation::write, location, EFBIG};
-}
-
 QString absolutePathFromEnvironment(const char *name) {
     const QString path = QFile::decodeName(qgetenv(name));
     return QDir::isAbsolutePath(path) ? path : QString();
@@ -68,7 +64,21 @@ tl::expected<StoredDocument, StoreError> readDocument(const FileManager &files,
     auto configuration = CameraConfiguration::decoded(*bytes);
     if (!configuration)
         return tl::unexpected(StoreError(configuration.error()));
+    if (auto excess = excessOf(configuration->cameras))
+        return tl::unexpected(StoreError(std::move(*excess)));
     return StoredDocument{std::move(*bytes), std::move(configuration->cameras)};
+}
+
+/// Returns the document to write to `location`, or the reason why it could not be loaded again.
+/// Such a document must not replace an old one.
+tl::expected<QByteArray, StoreError> loadableDocument(const CameraList &cameras,
+                                                      const QString &location) {
+    if (auto excess = excessOf(cameras))
+        return tl::unexpected(StoreError(std::move(*excess)));
+    QByteArray document = CameraConfiguration{cameras}.encoded();
+    if (document.size() > CameraConfigurationStore::largestDocument)
+        return tl::unexpected(StoreError(FileError{FileError::Operation::write, location, EFBIG}));
+    return document;
 }
 
 QByteArray digestOfBytes(const QByteArray &bytes) {
@@ -196,14 +206,13 @@ tl::expected<void, StoreError> CameraConfigurationStore::save(const CameraList &
     const LogChannel &log = LumvikLog::configuration();
     if (auto made = m_fileManager.createDirectory(appSupportDirectory(), folderMode); !made)
         return tl::unexpected(StoreError(std::move(made.error())));
-    const QByteArray document = CameraConfiguration{cameras}.encoded();
-    // A list that is too large to be loaded must not replace the old list.
-    if (document.size() > largestDocument)
-        return tl::unexpected(tooLarge(primaryLocation()));
-    const auto listWasKept = replaceList(document, readable);
+    const auto document = loadableDocument(cameras, primaryLocation());
+    if (!document)
+        return tl::unexpected(document.error());
+    const auto listWasKept = replaceList(*document, readable);
     if (!listWasKept)
         return tl::unexpected(listWasKept.error());
-    if (!replaceRecoveryCopy(document, *listWasKept)) {
+    if (!replaceRecoveryCopy(*document, *listWasKept)) {
         log.error(QStringLiteral(
             "The camera list was saved, but its recovery copy could not be refreshed."));
         return {};
@@ -248,10 +257,10 @@ tl::expected<void, StoreError>
 CameraConfigurationStore::exportCameras(const CameraList &cameras, const QString &location) const {
     if (cameras.isEmpty())
         return tl::unexpected(StoreError(CameraConfigurationError::noCameras));
-    const QByteArray document = CameraConfiguration{cameras}.encoded();
-    if (document.size() > largestDocument)
-        return tl::unexpected(tooLarge(location));
-    return writeProtected(document, location);
+    const auto document = loadableDocument(cameras, location);
+    if (!document)
+        return tl::unexpected(document.error());
+    return writeProtected(*document, location);
 }
 
 tl::expected<void, StoreError>

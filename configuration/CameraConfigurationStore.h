@@ -19,8 +19,8 @@ namespace lumvik {
 /// the files, because addresses contain passwords. The program uses `shared()`. Main thread only.
 class CameraConfigurationStore {
   public:
-    /// The size limit of a document in bytes (64 MiB), enough for several hundred thousand cameras.
-    /// A larger file is not a camera list, and reading it would only waste memory.
+    /// The size limit of a document in bytes (64 MiB). Only a list that exhausts most of its bounds
+    /// (see CameraListBounds.h) can be larger. Reading a larger file would only waste memory.
     static constexpr qint64 largestDocument = qint64{64} * 1024 * 1024;
 
     /// Creates a store in `appSupportDirectoryOverride` if it is set, and otherwise in the user's
@@ -40,6 +40,8 @@ class CameraConfigurationStore {
     /// Returns the stored list, which is empty when none has ever been saved. A good list is copied
     /// to the recovery copy. When the list is damaged or empty, the recovery copy is returned
     /// instead, and the damaged file stays in place until the next save.
+    ///
+    /// A list that exceeds its bounds counts as damaged.
     ///
     /// Fails when neither the list nor the recovery copy contains a camera. The error is noCameras
     /// if one of the two is a valid document without cameras, and otherwise the error of the list.
@@ -65,6 +67,7 @@ class CameraConfigurationStore {
 
     /// Stores the list and its recovery copy, and creates the folder (mode 0700) if necessary. The
     /// save succeeds even if the recovery copy cannot be written. An empty list is stored as well.
+    /// A list that exceeds its bounds is refused, because it could not be loaded again.
     ///
     /// A stored list that cannot be read is never replaced. The save first keeps the list, and a
     /// recovery copy that cannot be read either, under other names (see KeptFile). If that is
@@ -73,9 +76,9 @@ class CameraConfigurationStore {
     save(const CameraList &cameras, ReadableList readable = ReadableList::replace) const;
 
     /// Writes the list to the file at `location`. The store's own files are not touched. An empty
-    /// list is refused with noCameras. If the file is written but its permissions cannot be set,
-    /// for example on a memory stick without permissions, the file is kept and an error is
-    /// returned.
+    /// list is refused with noCameras, and a list that exceeds its bounds with CameraListExcess. If
+    /// the file is written but its permissions cannot be set, for example on a memory stick without
+    /// permissions, the file is kept and an error is returned.
     [[nodiscard]] tl::expected<void, StoreError> exportCameras(const CameraList &cameras,
                                                                const QString &location) const;
 

@@ -1,5 +1,6 @@
 #include "editor/CameraFieldDelegate.h"
 
+#include "configuration/CameraListBounds.h"
 #include "editor/CameraListModel.h"
 #include "editor/MirelFieldEditor.h"
 #include "style/LumvikPalette.h"
@@ -8,6 +9,7 @@
 #include <QFontDatabase>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QValidator>
 
 namespace lumvik {
 
@@ -34,19 +36,31 @@ constexpr int nameFontSize = 13;
 /// font of names.
 constexpr int addressFontSize = 12;
 
-// The length limits of the fields exceed the length of every realistic text. QLineEdit's default
-// limit of 32,767 would truncate a longer imported text as soon as the user edits it.
-
-/// The length limit of a camera's name in UTF-16 code units.
-constexpr int longestName = 1024 * 1024;
-/// The length limit of a camera's address in UTF-16 code units.
-constexpr int longestAddress = 1024 * 1024;
-
 /// The property of a field editor that holds the text from before the edit.
 constexpr const char *textBefore = "lumvikTextBefore";
 
-int longestText(int column) {
-    return column == CameraListModel::name ? longestName : longestAddress;
+/// Refuses a text that is too long as a whole. QLineEdit's own limit would silently insert a part
+/// of a pasted text.
+class LengthValidator final : public QValidator {
+  public:
+    LengthValidator(int column, QObject *parent) : QValidator(parent), m_column(column) {}
+
+    State validate(QString &text, int &) const override {
+        const bool isTooLong =
+            m_column == CameraListModel::name ? isTooLongName(text) : isTooLongAddress(text);
+        return isTooLong ? Invalid : Acceptable;
+    }
+
+  private:
+    const int m_column;
+};
+
+/// Returns a limit for QLineEdit, in UTF-16 code units. What QLineEdit leaves of a longer text is
+/// still too long for the validator. A character has at most two code units, and a code unit at
+/// least one byte.
+int longestInput(int column) {
+    return static_cast<int>(column == CameraListModel::name ? 2 * longestCameraName + 1
+                                                            : longestCameraAddress + 1);
 }
 
 QFont fieldFont(int column) {
@@ -121,7 +135,8 @@ QWidget *CameraFieldDelegate::createEditor(QWidget *parent, const QStyleOptionVi
     editor->setFrame(false);
     editor->setFont(fieldFont(index.column()));
     editor->setPlaceholderText(placeholder(index.column()));
-    editor->setMaxLength(longestText(index.column()));
+    editor->setMaxLength(longestInput(index.column()));
+    editor->setValidator(new LengthValidator(index.column(), editor));
     editor->setAccessibleName(
         QStringLiteral("%1 %2")
             .arg(index.model()->headerData(index.column(), Qt::Horizontal).toString())
@@ -130,6 +145,10 @@ QWidget *CameraFieldDelegate::createEditor(QWidget *parent, const QStyleOptionVi
     connect(editor, &QLineEdit::textEdited, this, [cell](const QString &text) {
         if (cell.isValid())
             const_cast<QAbstractItemModel *>(cell.model())->setData(cell, text, Qt::EditRole);
+    });
+    connect(editor, &QLineEdit::inputRejected, this, [this, cell] {
+        if (cell.isValid())
+            Q_EMIT tooLongTextRefused(cell.row(), cell.column());
     });
     return editor;
 }

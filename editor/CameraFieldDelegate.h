@@ -34,6 +34,11 @@ class CameraFieldDelegate final : public QStyledItemDelegate {
     void updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
                               const QModelIndex &index) const override;
     bool eventFilter(QObject *watched, QEvent *event) override;
+
+  Q_SIGNALS:
+    /// Emitted when the field in this cell has refused a text that was typed or pasted, because the
+    /// field would have exceeded its length limit (see CameraListBounds.h).
+    void tooLongTextRefused(int row, int column) const;
 };
 
 } // namespace lumvik

@@ -1,6 +1,7 @@
 #include "editor/CameraListRules.h"
 
 #include "configuration/CameraAddress.h"
+#include "configuration/CameraListBounds.h"
 
 #include <QCollator>
 
@@ -34,6 +35,17 @@ CameraListProblem badAddress(int row, const Camera &camera) {
             .field = CameraField::address};
 }
 
+CameraListProblem beyondBounds(const CameraListExcess &excess) {
+    using Kind = CameraListExcess::Kind;
+    return {.title = excess.kind == Kind::tooManyCameras ? QStringLiteral("Too many cameras")
+                     : excess.kind == Kind::longName     ? QStringLiteral("Camera name too long")
+                                                         : QStringLiteral("Address too long"),
+            .nameInTitle = {},
+            .message = errorDescription(excess),
+            .row = static_cast<int>(excess.row),
+            .field = excess.kind == Kind::longAddress ? CameraField::address : CameraField::name};
+}
+
 } // namespace
 
 tl::expected<CameraList, CameraListProblem> validatedCameras(const CameraList &cameras) {
@@ -55,6 +67,8 @@ tl::expected<CameraList, CameraListProblem> validatedCameras(const CameraList &c
             return tl::unexpected(badAddress(row, trimmed));
         validated.append(trimmed);
     }
+    if (const auto excess = excessOf(validated))
+        return tl::unexpected(beyondBounds(*excess));
     return validated;
 }
 

@@ -25,11 +25,13 @@ struct CameraListProblem {
 };
 
 /// The smallest number of cameras in a list that the user may save. Without a camera the viewer has
-/// nothing to show. There is no upper limit apart from the size of the stored document.
+/// nothing to show. The upper limit is `mostCameras`.
 constexpr qsizetype fewestCameras = 1;
 
 /// Returns the list with white space trimmed from all strings, or the first problem that is found.
-/// An empty list is checked first, then the name and the address of each row in turn.
+/// An empty list is checked first, then the name and the address of each row in turn, and finally
+/// the bounds of the list (see CameraListBounds.h). The message about a bound contains the camera's
+/// name, so the addresses in the list must be known to LumvikLog::protectAddresses.
 [[nodiscard]] tl::expected<CameraList, CameraListProblem>
 validatedCameras(const CameraList &cameras);
 

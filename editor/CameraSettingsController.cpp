@@ -73,6 +73,7 @@ void CameraSettingsController::connectWindow() {
     // The connection is queued, because the drag is still in progress when the drop is reported.
     connect(m_model.get(), &CameraListModel::rowDropped, this, &Self::selectDroppedRow,
             Qt::QueuedConnection);
+    connect(m_tableView, &CameraTableView::tooLongTextRefused, this, &Self::tooLongTextWasRefused);
     m_window->openUrl = m_environment.openUrl;
     m_window->didClose = [this] { windowDidClose(); };
     m_window->keyDown = [this](QKeyEvent &event) {
@@ -147,11 +148,42 @@ void CameraSettingsController::showAlert(const QString &title, const QString &me
 
 void CameraSettingsController::addCamera() {
     m_tableView->endEditing();
+    if (draftCameras().size() >= mostCameras) {
+        showAlert(QStringLiteral("Too many cameras"),
+                  errorDescription(CameraListExcess{.kind = CameraListExcess::Kind::tooManyCameras,
+                                                    .row = mostCameras,
+                                                    .name = QStringLiteral("New Camera")}));
+        return;
+    }
     m_model->append({.name = QStringLiteral("New Camera"), .url = QStringLiteral("rtsp://")});
     const int row = m_model->rowCount() - 1;
     m_tableView->selectCamera(row, Scrolling::intoView);
     m_tableView->editCell(row, CameraListModel::name);
     updateRemoveButton();
+}
+
+void CameraSettingsController::tooLongTextWasRefused(int row, int column) {
+    // A field refuses a text twice if it is much too long.
+    if (std::exchange(m_lengthReportIsPending, true))
+        return;
+    // The alert is shown later, because the field still handles the input that it has refused.
+    QMetaObject::invokeMethod(
+        this,
+        [this, row, column] {
+            reportTooLongText(row, column);
+            m_lengthReportIsPending = false;
+        },
+        Qt::QueuedConnection);
+}
+
+void CameraSettingsController::reportTooLongText(int row, int column) {
+    LumvikLog::protectAddresses(addressesOf(draftCameras()));
+    using Kind = CameraListExcess::Kind;
+    showAlert(QStringLiteral("Text too long"),
+              errorDescription(CameraListExcess{
+                  .kind = column == CameraListModel::name ? Kind::longName : Kind::longAddress,
+                  .row = row,
+                  .name = draftCameras().value(row).name}));
 }
 
 void CameraSettingsController::removeCamera() {
@@ -219,6 +251,11 @@ void CameraSettingsController::importCameras() {
         showAlert(title, errorDescription(CameraConfigurationError::invalidFile));
         return;
     }
+    LumvikLog::protectAddresses(addressesOf(document->cameras));
+    if (const auto excess = excessOf(document->cameras)) {
+        showAlert(title, errorDescription(*excess));
+        return;
+    }
     replaceDraft(document->cameras);
 }
 
@@ -247,12 +284,12 @@ void CameraSettingsController::exportCameras() {
 }
 
 std::optional<CameraList> CameraSettingsController::validatedDraft() {
+    // A camera's name may contain an address.
+    LumvikLog::protectAddresses(addressesOf(draftCameras()));
     auto validated = validatedCameras(draftCameras());
     if (validated)
         return *std::move(validated);
     const CameraListProblem &problem = validated.error();
-    // A camera's name may contain an address.
-    LumvikLog::protectAddresses(addressesOf(draftCameras()));
     showAlert(problem.title + LumvikLog::redacted(problem.nameInTitle), problem.message);
     if (problem.row) {
         m_tableView->editCell(*problem.row, problem.field == CameraField::name

@@ -94,6 +94,9 @@ class CameraSettingsController final : public QObject {
     /// invalid cell and returns nothing.
     [[nodiscard]] std::optional<CameraList> validatedDraft();
     void selectDroppedRow(int row);
+    void tooLongTextWasRefused(int row, int column);
+    /// Tells the user that a field did not accept a text that was typed or pasted.
+    void reportTooLongText(int row, int column);
     /// Saves `cameras`, or resolves the change if the stored list was changed elsewhere. Returns
     /// whether `cameras` were saved.
     [[nodiscard]] tl::expected<bool, StoreError> saveUnlessChanged(const CameraList &cameras);
@@ -110,6 +113,7 @@ class CameraSettingsController final : public QObject {
     std::unique_ptr<CameraSettingsWindow> m_window;
     CameraTableView *m_tableView = nullptr; // Owned by the window.
     bool m_didClose = false;
+    bool m_lengthReportIsPending = false;
 };
 
 } // namespace lumvik

@@ -97,7 +97,10 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
     style->setParent(this);
     setStyle(style);
     setModel(&model);
-    setItemDelegate(new CameraFieldDelegate(this));
+    auto *fields = new CameraFieldDelegate(this);
+    connect(fields, &CameraFieldDelegate::tooLongTextRefused, this,
+            &CameraTableView::tooLongTextRefused);
+    setItemDelegate(fields);
     setAccessibleName(QStringLiteral("Cameras"));
     setAccessibleDescription(
         QStringLiteral("F2 edits a field, Alt+Up and Alt+Down move the camera, Delete removes it"));

@@ -34,6 +34,8 @@ class CameraTableView final : public QTableView {
     void moveRequested(int rows);
     /// The user wants to remove the selected row.
     void removalRequested();
+    /// A field has refused a text that is too long (see CameraFieldDelegate).
+    void tooLongTextRefused(int row, int column);
 
   protected:
     void paintEvent(QPaintEvent *event) override;

@@ -92,8 +92,9 @@ TEST(CameraConfigurationErrors, EveryErrorHasAMessage) {
         EXPECT_TRUE(text.startsWith(u"The file “a” could not be read: "_s) && text.endsWith(u'.'));
         EXPECT_FALSE(text.endsWith(u": ."_s)) << code;
     }
-    for (const auto error : {DecodingError::notJson, DecodingError::notAnObject,
-                             DecodingError::noCameraArray, DecodingError::badCamera})
+    for (const auto error :
+         {DecodingError::notJson, DecodingError::notAnObject, DecodingError::noCameraArray,
+          DecodingError::tooComplex, DecodingError::badCamera})
         EXPECT_TRUE(errorDescription(error).startsWith(u"The file "_s));
 }
 
@@ -305,7 +306,19 @@ INSTANTIATE_TEST_SUITE_P(
                 DecodingError::notJson},
         Refused{"invalid escape sequence", documentNaming("\\u12g4"), DecodingError::notJson},
         Refused{"nested too deeply", R"({"cameras":[],"x":)" + QByteArray(1000000, '['),
-                DecodingError::notJson}));
+                DecodingError::tooComplex},
+        Refused{"nested one level too deeply",
+                R"({"cameras":[],"x":)" + QByteArray(64, '[') + QByteArray(64, ']') + "}",
+                DecodingError::tooComplex},
+        Refused{"too many values",
+                R"({"cameras":[],"x":[0)" + QByteArray(",0").repeated(1'000'000) + "]}",
+                DecodingError::tooComplex},
+        Refused{"too many members",
+                R"({"cameras":[],"x":{"":0)" + QByteArray(",\"\":0").repeated(500'000) + "}}",
+                DecodingError::tooComplex},
+        Refused{"too many empty arrays",
+                R"({"cameras":[],"x":[[])" + QByteArray(",[]").repeated(500'000) + "]}",
+                DecodingError::tooComplex}));
 
 struct Accepted {
     const char *what;
@@ -345,8 +358,18 @@ INSTANTIATE_TEST_SUITE_P(
         Accepted{"last of two members is used",
                  R"({"cameras":[],"cameras":[{"name":"m","name":"n","url":"u"}]})", u"n"_s},
         Accepted{"nesting in an ignored member",
-                 R"({"x":)" + QByteArray(1000, '[') + QByteArray(1000, ']') +
+                 R"({"x":)" + QByteArray(63, '[') + QByteArray(63, ']') +
                      R"(,"cameras":[{"name":"n","url":"u"}]})",
+                 u"n"_s},
+        Accepted{"many arrays that are not nested",
+                 R"({"x":[[])" + QByteArray(",[]").repeated(10'000) +
+                     R"(],"cameras":[{"name":"n","url":"u"}]})",
+                 u"n"_s},
+        Accepted{"structural characters in a string", documentNaming(QByteArray(2'000, '[')),
+                 QString(2'000, u'[')},
+        Accepted{"many values in an ignored member",
+                 R"({"cameras":[{"name":"n","url":"u"}],"x":[0)" +
+                     QByteArray(",0").repeated(900'000) + "]}",
                  u"n"_s}));
 
 TEST(CameraDocument, DocumentTruncatedAtAnyByteIsRefused) {

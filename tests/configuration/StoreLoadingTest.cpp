@@ -207,7 +207,8 @@ TEST_F(Store, ListLargerThanSixtyFourMebibytesCountsAsDamagedList) {
 
 TEST_F(Store, ListTooLargeToBeLoadedIsNotSavedAndTheOldListIsKept) {
     expectSaves(twoCameras());
-    const CameraList huge{{u"Long"_s, QString(65 * 1024 * 1024, QLatin1Char('x'))}};
+    const CameraList huge(9000, {u"Long"_s, u"rtsp://"_s + QString(8000, QLatin1Char('x'))});
+    ASSERT_EQ(excessOf(huge), std::nullopt);
     const auto saved = store.save(huge);
     ASSERT_FALSE(saved.has_value());
     EXPECT_EQ(saved.error(), StoreError(writeError(EFBIG)));
@@ -215,6 +216,39 @@ TEST_F(Store, ListTooLargeToBeLoadedIsNotSavedAndTheOldListIsKept) {
     const QString file = folder.path(u"export.json"_s);
     EXPECT_FALSE(store.exportCameras(huge, file).has_value());
     EXPECT_FALSE(QFile::exists(file));
+}
+
+TEST_F(Store, ListThatExceedsItsBoundsCountsAsDamagedList) {
+    const CameraList many = manyCameras(10'001);
+    putPrimary(documentOf(many));
+    expectLoadFails(
+        CameraListExcess{CameraListExcess::Kind::tooManyCameras, 10'000, many.last().name});
+    putRecovery(documentOf(twoCameras()));
+    expectLoads(twoCameras());
+    EXPECT_EQ(bytesOf(primary()), documentOf(many));
+}
+
+TEST_F(Store, LargestListCanBeSavedAndLoaded) {
+    expectSaves(manyCameras(10'000));
+    expectLoads(manyCameras(10'000));
+}
+
+TEST_F(Store, ListThatExceedsItsBoundsIsNeitherSavedNorExported) {
+    expectSaves(twoCameras());
+    for (const CameraList &cameras :
+         {manyCameras(10'001), CameraList{{QString(1001, u'n'), u"rtsp://a/"_s}},
+          CameraList{{u"Yard"_s, QString(8193, u'a')}}}) {
+        const StoreError excess = excessOf(cameras).value_or(CameraListExcess());
+        const auto saved = store.save(cameras);
+        ASSERT_FALSE(saved);
+        EXPECT_EQ(saved.error(), excess);
+        const QString file = folder.path(u"export.json"_s);
+        const auto exported = store.exportCameras(cameras, file);
+        ASSERT_FALSE(exported);
+        EXPECT_EQ(exported.error(), excess);
+        EXPECT_FALSE(QFile::exists(file));
+    }
+    expectLoads(twoCameras());
 }
 
 TEST_F(Store, BrokenLinkCountsAsAMissingList) {
