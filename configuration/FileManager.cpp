@@ -1,6 +1,6 @@
 #include "configuration/FileManager.h"
 
-#include "configuration/AtomicWrite.h"
+#include "platform/AtomicWrite.h"
 #include "platform/FileDescriptor.h"
 
 #include <QFile>

@@ -1,8 +1,16 @@
 #include "platform/UserDefaults.h"
 
+#include "platform/AtomicWrite.h"
 #include "platform/LumvikLog.h"
+#include "platform/PreferenceFile.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
 #include <QStandardPaths>
+
+#include <utility>
 
 namespace lumvik {
 
@@ -12,19 +20,15 @@ constexpr int writingDelay = 500; // milliseconds
 
 } // namespace
 
-UserDefaults::UserDefaults(const QString &path) : m_settings(path, QSettings::IniFormat) {
+UserDefaults::UserDefaults(const QString &path) : m_path(path) {
     m_writing.setSingleShot(true);
     m_writing.setInterval(writingDelay);
-    QObject::connect(&m_writing, &QTimer::timeout, &m_settings, [this] { synchronize(); });
+    QObject::connect(&m_writing, &QTimer::timeout, &m_writing, [this] { synchronize(); });
+    read();
 }
 
 UserDefaults::~UserDefaults() {
     synchronize();
-}
-
-QVariant UserDefaults::value(const QString &key) const {
-    const auto pending = m_pending.constFind(key);
-    return pending == m_pending.constEnd() ? m_settings.value(key) : *pending;
 }
 
 QString UserDefaults::standardPath() {
@@ -32,21 +36,21 @@ QString UserDefaults::standardPath() {
            QStringLiteral("/lumvik/lumvik.conf");
 }
 
+QString UserDefaults::string(const QString &key) const {
+    return m_pending.value(key, m_stored.value(key));
+}
+
 std::optional<int> UserDefaults::integer(const QString &key) const {
     bool isNumber = false;
-    const int number = value(key).toString().toInt(&isNumber);
+    const int number = string(key).toInt(&isNumber);
     return isNumber ? std::optional(number) : std::nullopt;
 }
 
 bool UserDefaults::boolean(const QString &key, bool fallback) const {
-    const QString text = value(key).toString();
+    const QString text = string(key);
     if (text == QLatin1String("true"))
         return true;
     return text != QLatin1String("false") && fallback;
-}
-
-QString UserDefaults::string(const QString &key) const {
-    return value(key).toString();
 }
 
 std::optional<QDateTime> UserDefaults::date(const QString &key) const {
@@ -57,23 +61,50 @@ std::optional<QDateTime> UserDefaults::date(const QString &key) const {
 void UserDefaults::set(const QString &key, const QVariant &value) {
     // Qt's own format for dates in INI files is not human-readable.
     const bool isDate = value.typeId() == QMetaType::QDateTime;
-    m_pending.insert(key, isDate ? value.toDateTime().toUTC().toString(Qt::ISODateWithMs) : value);
+    m_pending.insert(key, isDate ? value.toDateTime().toUTC().toString(Qt::ISODateWithMs)
+                                 : value.toString());
     if (!m_writing.isActive())
         m_writing.start();
 }
 
 void UserDefaults::synchronize() {
     m_writing.stop();
-    for (auto entry = m_pending.constBegin(); entry != m_pending.constEnd(); ++entry)
-        m_settings.setValue(entry.key(), entry.value());
-    m_pending.clear();
-    m_settings.sync();
-    if (m_settings.status() != QSettings::NoError && !m_reportedFailure) {
-        m_reportedFailure = true;
+    if (m_pending.isEmpty() || write())
+        return;
+    if (!std::exchange(m_reportedFailure, true)) {
         LumvikLog::configuration().error(
-            QStringLiteral("The preferences could not be read or written: %1.")
-                .arg(m_settings.fileName()));
+            QStringLiteral("The preferences could not be read or written: %1.").arg(m_path));
     }
+}
+
+void UserDefaults::read() {
+    m_stored.clear();
+    const QSettings settings(m_path, QSettings::IniFormat);
+    const QStringList keys = settings.allKeys();
+    for (const QString &key : keys)
+        m_stored.insert(key, settings.value(key).toString());
+}
+
+bool UserDefaults::write() {
+    // The file is read again, because another instance may have changed it.
+    read();
+    QFile file(m_path);
+    QByteArray before;
+    if (file.open(QIODevice::ReadOnly)) {
+        before = file.readAll();
+        if (file.error() != QFileDevice::NoError)
+            return false;
+    } else if (file.exists()) {
+        return false; // A file that cannot be read must not be replaced.
+    }
+    if (!QDir().mkpath(QFileInfo(m_path).path()))
+        return false;
+    const QByteArray after = withPreferences(before, m_pending);
+    if (writeFileAtomically(after, QFile::encodeName(m_path).toStdString()) != 0)
+        return false;
+    m_stored.insert(m_pending);
+    m_pending.clear();
+    return true;
 }
 
 } // namespace lumvik

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <QDateTime>
-#include <QHash>
-#include <QSettings>
+#include <QMap>
 #include <QString>
 #include <QTimer>
+#include <QVariant>
 
 #include <optional>
 
@@ -12,8 +12,9 @@ namespace lumvik {
 
 /// The user's preferences, stored in one INI file. Main thread only.
 ///
-/// A value of the wrong type or an unreadable file counts as absent. If the file cannot be written,
-/// the preferences are lost on exit and one line is logged.
+/// A value of the wrong type or an unreadable file counts as absent. The file is written atomically
+/// (see AtomicWrite.h): if it cannot be written, for example because the disk is full, it keeps its
+/// contents, the new values are kept in memory for the next attempt, and one line is logged.
 class UserDefaults {
   public:
     /// Uses the file at `path`, which need not exist.
@@ -42,10 +43,14 @@ class UserDefaults {
     void synchronize();
 
   private:
-    [[nodiscard]] QVariant value(const QString &key) const;
+    /// Reads the values in the file, as far as it is well-formed.
+    void read();
+    /// Writes the pending values to the file. Returns whether that succeeded.
+    [[nodiscard]] bool write();
 
-    QSettings m_settings;
-    QHash<QString, QVariant> m_pending; // kept out of m_settings, which would write them at once
+    const QString m_path;
+    QMap<QString, QString> m_stored;  // the values in the file
+    QMap<QString, QString> m_pending; // the values that have not been written yet
     QTimer m_writing;
     bool m_reportedFailure = false;
 };

@@ -1,4 +1,4 @@
-#include "configuration/AtomicWrite.h"
+#include "platform/AtomicWrite.h"
 
 #include "ChildCase.h"
 #include "SystemCalls.h"

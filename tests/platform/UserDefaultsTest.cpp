@@ -1,5 +1,8 @@
 #include "platform/UserDefaults.h"
 
+#include "configuration/ChildCase.h"
+
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTimeZone>
@@ -97,7 +100,7 @@ TEST_F(UserDefaultsTest, InvalidDatesCountAsAbsent) {
     }
 }
 
-TEST_F(UserDefaultsTest, ReplacesAMalformedFile) {
+TEST_F(UserDefaultsTest, StoresValuesInAMalformedFile) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
     write(QByteArray("\x00\xff[[[=\n====\n[General\nx", 22));
     {
@@ -113,6 +116,76 @@ TEST_F(UserDefaultsTest, KeepsValuesInMemoryWhenTheFileCannotBeWritten) {
     defaults.set(key, 1);
     defaults.synchronize();
     EXPECT_EQ(defaults.integer(key), 1);
+}
+
+TEST_F(UserDefaultsTest, FileKeepsItsContentsWhenTheDiskIsFull) {
+    const QString disk = folder.filePath(QStringLiteral("disk"));
+    ASSERT_TRUE(QDir().mkpath(disk));
+    path = disk + QStringLiteral("/lumvik.conf");
+    test::onSmallDisk(disk, 64, [&] {
+        UserDefaults defaults(path);
+        defaults.set(key, 1);
+        defaults.synchronize();
+        const QByteArray before = read();
+        QFile filler(disk + QStringLiteral("/filler"));
+        ASSERT_TRUE(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        filler.write(QByteArray(44 * 1024, 'x')); // leaves less than the new values need
+        const QString longText(20'000, QLatin1Char('y'));
+        defaults.set(key, 2);
+        defaults.set(QStringLiteral("mainWindowFrame"), longText);
+        defaults.synchronize();
+        EXPECT_EQ(read(), before);
+        EXPECT_EQ(QDir(disk).entryList(QDir::Files | QDir::Hidden).size(), 2)
+            << "a temporary file is left";
+        EXPECT_EQ(defaults.integer(key), 2) << "the value is kept in memory";
+        ASSERT_TRUE(filler.remove());
+        defaults.synchronize();
+        EXPECT_EQ(UserDefaults(path).integer(key), 2);
+        EXPECT_EQ(UserDefaults(path).string(QStringLiteral("mainWindowFrame")), longText);
+    });
+}
+
+TEST_F(UserDefaultsTest, UnreadableFileIsNotReplaced) {
+    path = folder.filePath(QStringLiteral("lumvik.conf"));
+    write("[General]\nselectedCameraIndex=4\n");
+    ASSERT_TRUE(QFile::setPermissions(path, QFile::WriteOwner));
+    test::asOrdinaryUser(folder.path(), [&] {
+        UserDefaults defaults(path);
+        defaults.set(QStringLiteral("staysOnTop"), true);
+        defaults.synchronize();
+        EXPECT_TRUE(defaults.boolean(QStringLiteral("staysOnTop")));
+        ASSERT_TRUE(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner));
+        EXPECT_EQ(read(), "[General]\nselectedCameraIndex=4\n");
+    });
+}
+
+TEST_F(UserDefaultsTest, ValuesOfOthersAreKept) {
+    path = folder.filePath(QStringLiteral("lumvik.conf"));
+    write("[General]\nnewer=\"a, b\"\n\n[Other]\nx=1\n");
+    UserDefaults defaults(path);
+    write("[General]\nnewer=\"a, c\"\n\n[Other]\nx=1\n"); // another instance
+    defaults.set(key, 3);
+    defaults.synchronize();
+    EXPECT_EQ(read(), "[General]\nnewer=\"a, c\"\nselectedCameraIndex=3\n\n[Other]\nx=1\n");
+}
+
+TEST_F(UserDefaultsTest, ValueIsWrittenOnlyOnce) {
+    UserDefaults defaults(path);
+    defaults.set(key, 3);
+    defaults.synchronize();
+    UserDefaults other(path);
+    other.set(key, 4);
+    other.synchronize();
+    defaults.set(QStringLiteral("staysOnTop"), true);
+    defaults.synchronize();
+    EXPECT_EQ(UserDefaults(path).integer(key), 4);
+    EXPECT_EQ(defaults.integer(key), 4) << "the file was read again";
+}
+
+TEST_F(UserDefaultsTest, FileIsWrittenOnlyWhenAValueWasSet) {
+    path = folder.filePath(QStringLiteral("lumvik.conf"));
+    { const UserDefaults defaults(path); }
+    EXPECT_FALSE(QFile::exists(path));
 }
 
 } // namespace
