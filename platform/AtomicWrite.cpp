@@ -5,12 +5,17 @@
 #include <QRandomGenerator>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <ctime>
 #include <string_view>
 
 namespace lumvik {
@@ -29,7 +34,14 @@ constexpr std::size_t temporaryDigits = 16;
 constexpr int creationAttempts = 100;
 /// The maximum number of symbolic links that are followed. The Linux kernel has the same limit.
 constexpr int longestLinkChain = 40;
+/// The age in seconds from which a temporary file on a server is taken for interrupted. A day is
+/// longer than every write, even if the clocks of the server and of this machine differ.
+constexpr std::time_t longestWrite = 24 * 60 * 60;
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+
+fs::path folderOf(const fs::path &path) {
+    return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
 
 std::string temporaryName() {
     char digits[temporaryDigits + 1];
@@ -44,6 +56,20 @@ bool isTemporaryName(std::string_view name) {
         return false;
     const std::string_view digits = name.substr(temporaryPrefix.size(), temporaryDigits);
     return digits.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
+/// Returns whether a file is on a server. A lock there is a request to the server, which blocks for
+/// as long as the server does not reply, even if the lock is requested without waiting.
+bool isOnServer(int descriptor) {
+    // The kernel's header does not contain the last two numbers in all versions.
+    constexpr std::array<unsigned long, 7> servers = {
+        NFS_SUPER_MAGIC, SMB_SUPER_MAGIC,       AFS_SUPER_MAGIC, CODA_SUPER_MAGIC,
+        V9FS_MAGIC,      0xFF534D42 /* CIFS */, 0xFE534D42 /* SMB 2 */};
+    struct statfs status {};
+    if (::fstatfs(descriptor, &status) != 0)
+        return false;
+    const auto type = static_cast<unsigned long>(status.f_type) & 0xFFFFFFFF;
+    return std::find(servers.begin(), servers.end(), type) != servers.end();
 }
 
 /// A locked temporary file. The destructor removes the file unless it was renamed.
@@ -88,16 +114,18 @@ int TemporaryFile::create(const fs::path &folder) {
     return EAGAIN;
 }
 
-/// Takes the lock that keeps removeInterruptedWrites of other processes from removing the file.
-/// Returns false when another process removed the file before it was locked. On a file system
-/// without locks, the file needs no lock: removeInterruptedWrites removes only files that it can
-/// lock.
+/// Takes the lock that keeps removeInterruptedWrites of other processes from removing the file, and
+/// never waits for it. Returns false when another process has removed the file or is about to. On a
+/// file system without locks, the file needs no lock: removeInterruptedWrites removes only files
+/// that it can lock. On a server, both do without locks.
 bool TemporaryFile::lock() {
-    while (::flock(m_file.get(), LOCK_EX) != 0 && errno == EINTR) {
-    }
-    struct stat status {};
-    if (::fstat(m_file.get(), &status) == 0 && status.st_nlink > 0)
+    if (isOnServer(m_file.get()))
         return true;
+    const bool isTaken = ::flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    struct stat status {};
+    if (!isTaken && ::fstat(m_file.get(), &status) == 0 && status.st_nlink > 0)
+        return true;
+    ::unlink(m_path.c_str());
     m_path.clear();
     return false;
 }
@@ -131,13 +159,25 @@ int TemporaryFile::renameTo(const fs::path &path) {
 }
 
 /// Replaces `path` with the target of its symbolic links. The final target need not exist. Returns
-/// ELOOP when the links form a cycle, and 0 otherwise.
+/// ELOOP when the links form a cycle, EACCES for a link that must not be followed, and 0 otherwise.
 int followLinks(fs::path &path) {
     for (int count = 0; count <= longestLinkChain; ++count) {
-        std::error_code noLink;
-        const fs::path target = fs::read_symlink(path, noLink);
-        if (noLink)
+        // The owner and the target are read from the same link, even if the link is replaced
+        // meanwhile.
+        const FileDescriptor link(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        struct stat status {};
+        if (!link.isOpen() || ::fstat(link.get(), &status) != 0 || !S_ISLNK(status.st_mode))
             return 0;
+        struct stat folder {};
+        if (::stat(folderOf(path).c_str(), &folder) != 0)
+            return errno;
+        if (!mayFollowLink(status.st_uid, folder.st_mode, ::geteuid()))
+            return EACCES;
+        std::string target(PATH_MAX, '\0');
+        const ssize_t length = ::readlinkat(link.get(), "", target.data(), target.size());
+        if (length < 0)
+            return errno;
+        target.resize(static_cast<std::size_t>(length));
         path = path.parent_path() / target;
     }
     return ELOOP;
@@ -160,10 +200,6 @@ int refusalToReplace(const fs::path &path) {
     return ::access(path.c_str(), W_OK) == 0 ? 0 : errno;
 }
 
-fs::path folderOf(const fs::path &path) {
-    return path.has_parent_path() ? path.parent_path() : fs::path(".");
-}
-
 void removeIfInterrupted(const fs::path &path) {
     const FileDescriptor file(
         ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC));
@@ -171,11 +207,18 @@ void removeIfInterrupted(const fs::path &path) {
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_uid != ::geteuid())
         return;
-    if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+    const bool isInterrupted = isOnServer(file.get())
+                                   ? ::time(nullptr) - status.st_mtime > longestWrite
+                                   : ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+    if (isInterrupted)
         ::unlink(path.c_str());
 }
 
 } // namespace
+
+bool mayFollowLink(uid_t owner, mode_t folderMode, uid_t user) {
+    return owner == user || (folderMode & S_ISVTX) == 0;
+}
 
 int writeFileAtomically(const QByteArray &bytes, fs::path path) {
     if (const int error = followLinks(path))

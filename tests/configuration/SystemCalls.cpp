@@ -1,5 +1,6 @@
 #include "SystemCalls.h"
 
+#include <sys/statfs.h>
 #include <sys/types.h>
 
 #include <algorithm>
@@ -39,6 +40,8 @@ int __real_fchmod(int descriptor, mode_t mode);
 int __wrap_fchmod(int descriptor, mode_t mode);
 int __real_flock(int descriptor, int operation);
 int __wrap_flock(int descriptor, int operation);
+int __real_fstatfs(int descriptor, struct statfs *status);
+int __wrap_fstatfs(int descriptor, struct statfs *status);
 ssize_t __real_write(int descriptor, const void *bytes, std::size_t count);
 ssize_t __wrap_write(int descriptor, const void *bytes, std::size_t count);
 int __real_fsync(int descriptor);
@@ -60,6 +63,12 @@ int __wrap_fchmod(int descriptor, mode_t mode) {
 
 int __wrap_flock(int descriptor, int operation) {
     return allowed("flock", descriptor) ? __real_flock(descriptor, operation) : -1;
+}
+
+int __wrap_fstatfs(int descriptor, struct statfs *status) {
+    const int result = __real_fstatfs(descriptor, status);
+    status->f_type = lumvik::test::systemCalls().fileSystem.value_or(status->f_type);
+    return result;
 }
 
 ssize_t __wrap_write(int descriptor, const void *bytes, std::size_t count) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace lumvik::test {
@@ -14,6 +15,9 @@ struct SystemCalls {
     /// which is -1 for calls with a path. Returns 0 to execute the call, or the errno value to fail
     /// with.
     std::function<int(const std::string &call, int descriptor)> before;
+
+    /// The type of every file system, as in `statfs::f_type`, if it is set.
+    std::optional<long> fileSystem;
 
     /// The maximum number of bytes that one call of `write` accepts.
     std::size_t largestWrite = static_cast<std::size_t>(-1);
