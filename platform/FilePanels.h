@@ -27,8 +27,9 @@ class FilePanels {
     /// user cancels.
     virtual std::optional<QString> chooseFileToOpen(const FilePanel &panel, QWidget *parent) = 0;
 
-    /// Asks where to write a file. The panel asks the user to confirm the choice of an existing
-    /// file. Returns nothing if the user cancels.
+    /// Asks where to write a file, until the user cancels, chooses a new name or confirms that an
+    /// existing file is to be replaced. The path ends with ".json", which is appended if necessary.
+    /// Returns nothing if the user cancels.
     virtual std::optional<QString> chooseFileToSave(const FilePanel &panel, QWidget *parent) = 0;
 };
 

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QListView>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -207,8 +208,11 @@ class FilePanelDialog : public testing::Test {
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     }
     static void answer(QFileDialog &dialog, const QString &path) {
-        dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(path);
-        QTest::keyClick(dialog.findChild<QLineEdit *>(u"fileNameEdit"_s), Qt::Key_Return);
+        auto *name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
+        // Typing deselects a file in the list, but only in a window that has the focus.
+        dialog.findChild<QListView *>(u"listView"_s)->clearSelection();
+        name->setText(path);
+        QTest::keyClick(name, Qt::Key_Return);
     }
 
     QtFilePanels panels;
@@ -222,10 +226,20 @@ TEST_F(FilePanelDialog, ImportChoosesOneJsonFile) {
         EXPECT_EQ(dialog.labelText(QFileDialog::Accept), u"Import"_s);
         EXPECT_EQ(dialog.acceptMode(), QFileDialog::AcceptOpen);
         EXPECT_EQ(dialog.fileMode(), QFileDialog::ExistingFile);
-        EXPECT_EQ(dialog.nameFilters(), QStringList(u"JSON (*.json)"_s));
+        EXPECT_EQ(dialog.nameFilters(), (QStringList{u"JSON (*.json)"_s, u"All files (*)"_s}));
+        EXPECT_EQ(dialog.selectedNameFilter(), u"JSON (*.json)"_s);
         answer(dialog, folder.filePath(u"list.json"_s));
     });
     EXPECT_EQ(chosen, folder.filePath(u"list.json"_s));
+}
+
+TEST_F(FilePanelDialog, ImportChoosesAFileWithAnotherSuffix) {
+    put(u"list.txt"_s);
+    EXPECT_EQ(open([this](QFileDialog &dialog) {
+                  dialog.selectNameFilter(u"All files (*)"_s);
+                  answer(dialog, folder.filePath(u"list.txt"_s));
+              }),
+              folder.filePath(u"list.txt"_s));
 }
 
 TEST_F(FilePanelDialog, CancellingReturnsNothing) {
@@ -240,30 +254,103 @@ TEST_F(FilePanelDialog, ExportSuggestsAFileName) {
         EXPECT_EQ(dialog.acceptMode(), QFileDialog::AcceptSave);
         EXPECT_EQ(dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->text(),
                   u"lumvik-cameras.json"_s);
-        answer(dialog, folder.filePath(u"other.txt"_s));
+        EXPECT_EQ(dialog.nameFilters(), QStringList(u"JSON (*.json)"_s));
+        answer(dialog, folder.filePath(u"other.json"_s));
     });
-    EXPECT_EQ(chosen, folder.filePath(u"other.txt"_s));
+    EXPECT_EQ(chosen, folder.filePath(u"other.json"_s));
 }
 
-TEST_F(FilePanelDialog, FileNameWithoutASuffixReceivesOne) {
-    EXPECT_EQ(save([this](QFileDialog &dialog) { answer(dialog, folder.filePath(u"mine"_s)); }),
-              folder.filePath(u"mine.json"_s));
-}
-
-TEST_F(FilePanelDialog, OverwritingACompletedNameMustBeConfirmed) {
-    put(u"mine.json"_s);
-    for (const auto &[button, chosen] :
-         {std::pair(QMessageBox::No, std::optional<QString>()),
-          std::pair(QMessageBox::Yes, std::optional(folder.filePath(u"mine.json"_s)))}) {
-        EXPECT_EQ(save([this, button = button](QFileDialog &dialog) {
-                      whenShown<QMessageBox>([button](QMessageBox &box) {
-                          EXPECT_TRUE(box.text().contains(u"mine.json"_s));
-                          box.button(button)->click();
-                      });
-                      answer(dialog, folder.filePath(u"mine"_s));
+TEST_F(FilePanelDialog, ExportedFileAlwaysHasTheSuffixOfJson) {
+    for (const auto &[typed, completed] :
+         {std::pair(u"mine"_s, u"mine.json"_s), std::pair(u"mine.txt"_s, u"mine.txt.json"_s),
+          std::pair(u"mine.JSON"_s, u"mine.JSON"_s), std::pair(u"a.b c"_s, u"a.b c.json"_s)}) {
+        EXPECT_EQ(save([this, typed = typed](QFileDialog &dialog) {
+                      answer(dialog, folder.filePath(typed));
                   }),
-                  chosen);
+                  folder.filePath(completed));
     }
+}
+
+/// A name that the user types, and the name of an existing file that this would replace.
+struct TakenName {
+    QString typed;
+    QString taken;
+};
+
+class TakenNames : public FilePanelDialog, public testing::WithParamInterface<TakenName> {
+  protected:
+    void SetUp() override { put(GetParam().taken); }
+    /// Types the name, and answers the question with `button`. If the answer is no, the panel opens
+    /// again, and `next` is called with it.
+    std::optional<QString> saveAndAnswer(QMessageBox::StandardButton button,
+                                         const std::function<void(QFileDialog &)> &next) {
+        return save([this, button, next](QFileDialog &dialog) {
+            whenShown<QMessageBox>([this, button, next](QMessageBox &box) {
+                ++questions;
+                EXPECT_TRUE(box.text().contains(GetParam().taken));
+                EXPECT_EQ(box.defaultButton(), box.button(QMessageBox::No));
+                if (next)
+                    whenShown<QFileDialog>(next);
+                box.button(button)->click();
+            });
+            answer(dialog, folder.filePath(GetParam().typed));
+        });
+    }
+    int questions = 0;
+};
+
+TEST_P(TakenNames, AreReplacedOnlyAfterAQuestion) {
+    EXPECT_EQ(saveAndAnswer(QMessageBox::Yes, nullptr), folder.filePath(GetParam().taken));
+    EXPECT_EQ(questions, 1);
+}
+
+TEST_P(TakenNames, CanBeChangedAfterTheQuestion) {
+    EXPECT_EQ(saveAndAnswer(QMessageBox::No,
+                            [this](QFileDialog &dialog) {
+                                // The panel reads its folder in another thread.
+                                const auto *list = dialog.findChild<QListView *>(u"listView"_s);
+                                EXPECT_TRUE(QTest::qWaitFor(
+                                    [list] { return list->selectionModel()->hasSelection(); }));
+                                EXPECT_EQ(dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->text(),
+                                          GetParam().taken);
+                                answer(dialog, folder.filePath(u"other.json"_s));
+                            }),
+              folder.filePath(u"other.json"_s));
+    EXPECT_EQ(saveAndAnswer(QMessageBox::No, [](QFileDialog &dialog) { dialog.reject(); }),
+              std::nullopt);
+    EXPECT_EQ(questions, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TakenNames,
+                         testing::Values(TakenName{u"mine"_s, u"mine.json"_s},
+                                         TakenName{u"mine.json"_s, u"mine.json"_s},
+                                         TakenName{u"mine.txt"_s, u"mine.txt.json"_s}));
+
+TEST_F(FilePanelDialog, LinkWithAMissingTargetIsReplacedOnlyAfterAQuestion) {
+    ASSERT_TRUE(QFile::link(folder.filePath(u"missing"_s), folder.filePath(u"link.json"_s)));
+    int questions = 0;
+    EXPECT_EQ(save([&](QFileDialog &dialog) {
+                  whenShown<QMessageBox>([&](QMessageBox &box) {
+                      ++questions;
+                      box.button(QMessageBox::Yes)->click();
+                  });
+                  answer(dialog, folder.filePath(u"link.json"_s));
+              }),
+              folder.filePath(u"link.json"_s));
+    EXPECT_EQ(questions, 1);
+}
+
+TEST_F(FilePanelDialog, QuestionClosesWithItsWindow) {
+    put(u"mine.json"_s);
+    auto window = std::make_unique<QWidget>();
+    window->show();
+    whenShown<QFileDialog>([&](QFileDialog &dialog) {
+        whenShown<QMessageBox>([&](QMessageBox &) { window.reset(); });
+        answer(dialog, folder.filePath(u"mine.json"_s));
+    });
+    EXPECT_EQ(panels.chooseFileToSave({.title = u"a"_s, .prompt = u"b"_s, .suggestedName = {}},
+                                      window.get()),
+              std::nullopt);
 }
 
 TEST_F(FilePanelDialog, ClosesWithItsWindow) {
