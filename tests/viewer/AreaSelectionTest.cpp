@@ -118,8 +118,13 @@ TEST_F(AreaSelectionTest, SpansFromThePressToThePointer) {
 
 TEST_F(AreaSelectionTest, IgnoresThePointerWithoutAPress) {
     view->beginFocusSelection();
-    send(QEvent::MouseMove, {200, 100}, Qt::NoButton, Qt::NoButton);
-    EXPECT_EQ(view->focusSelectionRect(), std::nullopt);
+    // The window delivers such a movement to no item, so it is sent to the view itself.
+    for (const QPointF at : {QPointF(200, 100), QPointF(260, 160)}) {
+        QMouseEvent move(QEvent::MouseMove, at, window.mapToGlobal(at), Qt::NoButton, Qt::NoButton,
+                         Qt::NoModifier);
+        QCoreApplication::sendEvent(view.get(), &move);
+        EXPECT_EQ(view->focusSelectionRect(), std::nullopt);
+    }
 }
 
 TEST_F(AreaSelectionTest, IsClippedToTheView) {

@@ -43,6 +43,8 @@ class CameraPickerTest : public testing::Test {
 TEST_F(CameraPickerTest, TicksExactlyTheSelectedItemAtEachOpening) {
     for (int selected = 0; selected < 2; ++selected) {
         picker.selectItem(selected);
+        for (QAction *item : picker.menu().actions())
+            item->toggle(); // as a click does before the choice is reported
         picker.openMenu();
         ASSERT_NE(openMenu(), nullptr);
         QList<bool> ticks;

@@ -71,8 +71,11 @@ TEST_F(AreaTest, ButtonBeforeTheAreaIsShownCancelsTheSelection) {
 
 TEST_F(AreaTest, LateCancellationChangesNothing) {
     choose(area);
+    static_cast<void>(newSettings());
     delegate->focusSelectionCancelled();
     EXPECT_TRUE(isFocused());
+    EXPECT_TRUE(focusViewerButton()->showsRestoreIcon());
+    EXPECT_THAT(newSettings(), IsEmpty());
 }
 
 // ---- Showing an area ----

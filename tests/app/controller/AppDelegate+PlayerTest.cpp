@@ -224,6 +224,10 @@ TEST_F(PlayerTest, FrameReportedAfterTheStopIsIgnored) {
     queue.runPending();
     EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::stopped);
     EXPECT_EQ(access().lastFrameRenderedAt(), std::nullopt);
+    delegate->recordRenderedFrame(
+        playerGeneration()); // a report that the view made before the stop
+    EXPECT_EQ(access().playbackState(), PlaybackSupervisorState::stopped);
+    EXPECT_EQ(access().lastFrameRenderedAt(), std::nullopt);
 }
 
 TEST_F(PlayerTest, StoppingTwiceIsHarmless) {
