@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <utility>
 
 namespace lumvik::test {
 
@@ -89,13 +90,14 @@ class CameraFeed::Outlet {
 
 using Stage = CameraFeed::Outlet::Stage;
 
-CameraFeed::CameraFeed(const CameraOptions &options)
+CameraFeed::CameraFeed(const CameraOptions &options, std::optional<EncodedLoop> loop)
     : m_name(options.name)
     , m_bottom(options.clockPattern ? Picture::Bottom::ClockPattern : Picture::Bottom::Ramp)
     , m_framesPerSecond(options.framesPerSecond)
     , m_keyFrameInterval(options.keyFrameInterval)
+    , m_loop(std::move(loop))
     , m_wantedSize(options.size)
-    , m_painter([this] { run(); }) {}
+    , m_painter([this] { m_loop ? repeatLoop() : run(); }) {}
 
 CameraFeed::~CameraFeed() {
     {
@@ -240,6 +242,29 @@ void CameraFeed::run() {
     }
     lock.unlock();
     m_encoders = {};
+}
+
+void CameraFeed::repeatLoop() {
+    std::int64_t number = m_loop->numberAt(Clock::now());
+    std::unique_lock lock(m_mutex);
+    // A stream can then be described before the first key frame is due.
+    m_parameterSets[indexOf(m_loop->codec())] = AccessUnit::parameterSets(
+        m_loop->codec(), MappedBuffer(m_loop->picture(0).buffer.get()).bytes());
+    while (!m_stop) {
+        const Clock::time_point due = m_loop->dueAt(number);
+        m_wake.wait_until(lock, due, [this] { return m_stop; });
+        if (m_stop)
+            break;
+        const EncodedLoop::CodedPicture &picture = m_loop->picture(number);
+        lock.unlock();
+        deliver(m_loop->codec(), 0, {picture.buffer.get(), picture.isKeyFrame, nanosecondsOf(due)});
+        lock.lock();
+        // Each picture is needed to decode the next one, so a picture that is late is sent late.
+        // After a long suspension, whole loops are skipped.
+        ++number;
+        while (Clock::now() - m_loop->dueAt(number) >= m_loop->length())
+            number += m_loop->count();
+    }
 }
 
 CameraFeed::Work CameraFeed::takeWork(Occasion occasion) {

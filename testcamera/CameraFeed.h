@@ -1,6 +1,7 @@
 #pragma once
 
 #include "testcamera/CameraOptions.h"
+#include "testcamera/EncodedLoop.h"
 #include "testcamera/Encoder.h"
 #include "testcamera/GStreamerHandles.h"
 #include "testcamera/Picture.h"
@@ -11,6 +12,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -25,13 +27,17 @@ namespace lumvik::test {
 /// outdated picture waits in a queue. When the outlet's client starts to play, the outlet gets a
 /// key frame and then every picture. Nothing is painted or encoded while no client is connected.
 ///
+/// A feed with an EncodedLoop sends the loop's pictures instead and paints nothing. An outlet then
+/// waits for the loop's next key frame, and the pictures' size and codec cannot be changed.
+///
 /// CameraServer owns the feed. The public functions are thread-safe. Pictures are painted on a
 /// separate thread.
 class CameraFeed {
   public:
     class Outlet;
 
-    explicit CameraFeed(const CameraOptions &options);
+    explicit CameraFeed(const CameraOptions &options,
+                        std::optional<EncodedLoop> loop = std::nullopt);
     CameraFeed(const CameraFeed &) = delete;
     CameraFeed &operator=(const CameraFeed &) = delete;
     ~CameraFeed();
@@ -55,7 +61,7 @@ class CameraFeed {
 
   private:
     static constexpr std::size_t codecCount = 2;
-    using Clock = std::chrono::steady_clock; // CLOCK_MONOTONIC, like GStreamer's system clock
+    using Clock = EncodedLoop::Clock; // like GStreamer's system clock
     /// Why the painter thread woke up: a picture is due, or a stream is waiting for its
     /// description.
     enum class Occasion { Tick, Description };
@@ -74,6 +80,7 @@ class CameraFeed {
     void outletStarted(const std::shared_ptr<Outlet> &outlet);
     void sendParameterSets(Outlet &outlet);
     void run();
+    void repeatLoop();
     [[nodiscard]] Work takeWork(Occasion occasion);
     void perform(const Work &work, Clock::time_point capturedAt);
     void prepareEncoder(VideoCodec codec, const Need &need, const Work &work);
@@ -84,6 +91,7 @@ class CameraFeed {
     const Picture::Bottom m_bottom;
     const int m_framesPerSecond;
     const int m_keyFrameInterval;
+    const std::optional<EncodedLoop> m_loop;
 
     std::mutex m_mutex;
     std::condition_variable m_wake;

@@ -24,6 +24,7 @@ void declareOptions(QCommandLineParser &parser) {
     option("user", "User name that clients must give.", "U");
     option("password", "Password that clients must give.", "P");
     option("clock", "Put the capture time into the picture for programs to read.");
+    option("encoded-ahead", "Encode a loop of N seconds first, and then repeat it.", "N");
     option("exit-with-stdin", "End when standard input ends.");
     option("help", "Show this text.");
 }
@@ -76,7 +77,8 @@ tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, Camera
     Number port{"port", 0, 65535, options.port};
     Number framesPerSecond{"fps", 1, 120, options.framesPerSecond};
     Number keyFrameInterval{"gop", 1, 10000, options.keyFrameInterval};
-    for (Number *number : {&port, &framesPerSecond, &keyFrameInterval}) {
+    Number encodedAhead{"encoded-ahead", 1, 60, options.encodedAhead};
+    for (Number *number : {&port, &framesPerSecond, &keyFrameInterval, &encodedAhead}) {
         const QString name = QLatin1String(number->name);
         if (!parser.isSet(name))
             continue;
@@ -88,6 +90,7 @@ tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, Camera
     options.port = static_cast<std::uint16_t>(port.value);
     options.framesPerSecond = framesPerSecond.value;
     options.keyFrameInterval = keyFrameInterval.value;
+    options.encodedAhead = encodedAhead.value;
     return {};
 }
 

@@ -27,6 +27,9 @@ struct CameraOptions {
     QString user;
     QString password;
     bool clockPattern = false;
+    /// The least number of seconds that are encoded before the camera serves and then repeated. 0
+    /// encodes each picture when it is sent.
+    int encodedAhead = 0;
     /// Whether to exit when standard input ends. Otherwise the camera keeps serving without
     /// commands.
     bool exitWithStandardInput = false;

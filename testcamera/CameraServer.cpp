@@ -12,6 +12,8 @@ namespace {
 constexpr const char *outletKey = "lumvik-outlet";
 constexpr const char *role = "viewer";
 
+const QString encodedAheadText = QStringLiteral("the pictures have been encoded ahead");
+
 using OutletHolder = std::shared_ptr<CameraFeed::Outlet>;
 
 OutletHolder *outletOf(GstRTSPMedia *media) {
@@ -40,7 +42,14 @@ tl::expected<std::unique_ptr<CameraServer>, QString>
 CameraServer::start(const CameraOptions &options) {
     if (!hasEncoder(options.codec))
         return tl::unexpected(QStringLiteral("the codec's encoder is not installed"));
-    std::unique_ptr<CameraServer> server(new CameraServer(options));
+    std::optional<EncodedLoop> loop;
+    if (options.encodedAhead > 0) {
+        auto encoded = EncodedLoop::encode(options);
+        if (!encoded)
+            return tl::unexpected(encoded.error());
+        loop = *std::move(encoded);
+    }
+    std::unique_ptr<CameraServer> server(new CameraServer(options, std::move(loop)));
     auto listener = PortListener::open(options.address, options.port,
                                        [camera = server.get()](GObjectPointer<GSocket> socket) {
                                            camera->takeConnection(std::move(socket));
@@ -51,10 +60,10 @@ CameraServer::start(const CameraOptions &options) {
     return server;
 }
 
-CameraServer::CameraServer(const CameraOptions &options)
+CameraServer::CameraServer(const CameraOptions &options, std::optional<EncodedLoop> loop)
     : m_options(options)
     , m_codec(options.codec)
-    , m_feed(options)
+    , m_feed(options, std::move(loop))
     , m_server(gst_rtsp_server_new())
     , m_factory(gst_rtsp_media_factory_new()) {
     // Clients have no threads of their own and are served on the main thread.
@@ -327,6 +336,8 @@ CameraServer::Answer CameraServer::perform(CameraCommand::Stay) {
 }
 
 CameraServer::Answer CameraServer::perform(CameraCommand::Resize resize) {
+    if (m_options.encodedAhead > 0)
+        return tl::unexpected(encodedAheadText);
     m_feed.resize(resize.size);
     return QString();
 }
@@ -337,6 +348,8 @@ CameraServer::Answer CameraServer::perform(CameraCommand::Rotate rotate) {
 }
 
 CameraServer::Answer CameraServer::perform(CameraCommand::UseCodec command) {
+    if (m_options.encodedAhead > 0)
+        return tl::unexpected(encodedAheadText);
     if (!hasEncoder(command.codec))
         return tl::unexpected(QStringLiteral("the codec's encoder is not installed"));
     useCodec(command.codec);

@@ -45,7 +45,7 @@ class CameraServer {
         bool plays = false;
     };
 
-    explicit CameraServer(const CameraOptions &options);
+    CameraServer(const CameraOptions &options, std::optional<EncodedLoop> loop);
     void mountStream();
     void protectWithPassword();
     void useCodec(VideoCodec codec);

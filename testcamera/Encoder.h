@@ -19,11 +19,15 @@ namespace lumvik::test {
 /// encoded pictures on the encoder's own thread until the destructor has returned.
 class Encoder {
   public:
+    /// Whether pictures are encoded as fast as possible, or into a stream that is as large and as
+    /// costly to decode as that of a usual camera, for which the encoder takes its time.
+    enum class Effort { fast, likeACamera };
     struct Settings {
         VideoCodec codec = VideoCodec::H264;
         QSize size;
         int framesPerSecond = 25;
         int keyFrameInterval = 25;
+        Effort effort = Effort::fast;
     };
     struct CodedPicture {
         /// A byte stream with the parameter sets before each key frame. Valid only during the call.

@@ -20,12 +20,13 @@ TEST(CameraOptions, DefaultsApplyWithoutArguments) {
     EXPECT_EQ(options->keyFrameInterval, 25);
     EXPECT_EQ(options->codec, VideoCodec::H264);
     EXPECT_FALSE(options->clockPattern);
+    EXPECT_EQ(options->encodedAhead, 0);
 }
 
 TEST(CameraOptions, EveryOptionIsRead) {
     const auto options = parse(QStringLiteral(
         "--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps 15 --gop 50 "
-        "--codec h265 --user anna --password secret --clock --exit-with-stdin"));
+        "--codec h265 --user anna --password secret --clock --encoded-ahead 5 --exit-with-stdin"));
     ASSERT_TRUE(options) << qPrintable(options.error());
     EXPECT_EQ(options->address, QStringLiteral("::1"));
     EXPECT_EQ(options->port, 0);
@@ -38,6 +39,7 @@ TEST(CameraOptions, EveryOptionIsRead) {
     EXPECT_EQ(options->user, QStringLiteral("anna"));
     EXPECT_EQ(options->password, QStringLiteral("secret"));
     EXPECT_TRUE(options->clockPattern);
+    EXPECT_EQ(options->encodedAhead, 5);
     EXPECT_TRUE(options->exitWithStandardInput);
 }
 
@@ -45,7 +47,7 @@ TEST(CameraOptions, InvalidOptionsAreRefused) {
     for (const char *line :
          {"--port 65536", "--port x", "--fps 0", "--gop 0", "--size 1280", "--size 641x360",
           "--size 32x32", "--codec vp8", "--path front", "--user anna", "--password x",
-          "--address localhost", "--nonsense", "stray"})
+          "--address localhost", "--encoded-ahead 0", "--encoded-ahead 61", "--nonsense", "stray"})
         EXPECT_FALSE(parse(QLatin1String(line))) << line;
 }
 

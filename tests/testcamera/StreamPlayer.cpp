@@ -11,10 +11,9 @@ namespace lumvik::test {
 
 namespace {
 
-std::uint32_t nowInMilliseconds() {
+std::int64_t nowInMilliseconds() {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return static_cast<std::uint32_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
 QString pipelineText(const QUrl &url, VideoCodec codec) {
@@ -61,9 +60,16 @@ std::optional<std::uint32_t> StreamPlayer::shownTime() const {
     return m_shownTime;
 }
 
-std::vector<int> StreamPlayer::delays() const {
+std::vector<StreamPlayer::ShownTime> StreamPlayer::shownTimes() const {
     const std::lock_guard lock(m_mutex);
-    return m_delays;
+    return m_shownTimes;
+}
+
+std::vector<int> StreamPlayer::delays() const {
+    std::vector<int> delays;
+    for (const ShownTime &shown : shownTimes())
+        delays.push_back(static_cast<int>(static_cast<std::uint32_t>(shown.seen) - shown.time));
+    return delays;
 }
 
 bool StreamPlayer::hasEnded() const {
@@ -78,7 +84,7 @@ bool StreamPlayer::hasEnded() const {
 }
 
 void StreamPlayer::takeSample() {
-    const std::uint32_t now = nowInMilliseconds();
+    const std::int64_t now = nowInMilliseconds();
     GstSample *sample = gst_app_sink_pull_sample(GST_APP_SINK(m_sink.get()));
     if (sample == nullptr)
         return;
@@ -100,7 +106,7 @@ void StreamPlayer::takeSample() {
         m_picture = picture;
         m_shownTime = time;
         if (time)
-            m_delays.push_back(static_cast<int>(now - *time));
+            m_shownTimes.push_back({now, *time});
     }
     gst_sample_unref(sample);
 }

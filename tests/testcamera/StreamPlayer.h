@@ -22,11 +22,20 @@ class StreamPlayer {
     StreamPlayer &operator=(const StreamPlayer &) = delete;
     ~StreamPlayer();
 
+    /// The time in a picture's clock pattern, and when the picture was decoded (CLOCK_MONOTONIC, in
+    /// milliseconds).
+    struct ShownTime {
+        std::int64_t seen = 0;
+        std::uint32_t time = 0;
+    };
+
     [[nodiscard]] int pictures() const;
     /// Returns the last picture in RGB, or a null image before the first picture.
     [[nodiscard]] QImage picture() const;
     /// Returns the time in the clock pattern of the last picture.
     [[nodiscard]] std::optional<std::uint32_t> shownTime() const;
+    /// Returns the times of all pictures with a readable clock pattern.
+    [[nodiscard]] std::vector<ShownTime> shownTimes() const;
     /// Returns the time from painting to decoding in milliseconds for each picture with a readable
     /// clock pattern.
     [[nodiscard]] std::vector<int> delays() const;
@@ -43,7 +52,7 @@ class StreamPlayer {
     int m_pictures = 0;
     QImage m_picture;
     std::optional<std::uint32_t> m_shownTime;
-    std::vector<int> m_delays;
+    std::vector<ShownTime> m_shownTimes;
 };
 
 } // namespace lumvik::test
