@@ -1,4 +1,4 @@
-// lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL]
+// lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL [LOOP]]
 //
 // The program watches a rectangle of the X screen that shows the test camera's picture with its
 // clock pattern. It prints a line for every new frame, recognised by the frame's capture time:
@@ -10,12 +10,17 @@
 // bright pixels in a row through the camera's name, in thousandths. INK distinguishes a camera with
 // a long name from a camera with a short name.
 //
+// LOOP is the length of the camera's loop in milliseconds, if the camera repeats pictures that were
+// encoded ahead. DELAY is then determined continuously and can be longer than the loop, but the
+// clock has to be started for each stream.
+//
 // The program prints "ready" when it starts to watch, and runs until it is terminated. The screen
 // is read every INTERVAL milliseconds (default: 2), so a MOMENT can be late by one interval. Only
 // three rows of pixels are read, through shared memory, because lumvik-screen-clock shares the
 // processor with the programs that are being measured.
 
 #include "testcamera/ClockPattern.h"
+#include "testcamera/LoopLatency.h"
 #include "testcamera/PictureLayout.h"
 
 #include <sys/ipc.h>
@@ -51,6 +56,7 @@ struct Area {
     std::uint16_t width = 0;
     std::uint16_t height = 0;
     int interval = 2;
+    int loop = 0; // 0 if the pictures are not repeated
 };
 
 [[noreturn]] void fail(const char *reason) {
@@ -174,19 +180,46 @@ class ScreenRows {
 };
 
 Area parseArea(int argc, char **argv) {
-    if (argc < 5 || argc > 6)
-        fail("usage: lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL]");
+    if (argc < 5 || argc > 7)
+        fail("usage: lumvik-screen-clock X Y WIDTH HEIGHT [INTERVAL [LOOP]]");
     Area area;
     area.x = static_cast<std::int16_t>(std::atoi(argv[1]));
     area.y = static_cast<std::int16_t>(std::atoi(argv[2]));
     area.width = static_cast<std::uint16_t>(std::atoi(argv[3]));
     area.height = static_cast<std::uint16_t>(std::atoi(argv[4]));
-    if (argc == 6)
+    if (argc >= 6)
         area.interval = std::atoi(argv[5]);
-    if (area.width < 40 || area.height < 40 || area.interval < 1)
-        fail("the rectangle or the interval is too small");
+    if (argc == 7)
+        area.loop = std::atoi(argv[6]);
+    if (area.width < 40 || area.height < 40 || area.interval < 1 || area.loop < 0)
+        fail("the rectangle, the interval or the loop is too small");
     return area;
 }
+
+/// Computes the latencies of successive pictures.
+class Latencies {
+  public:
+    /// `loop` is as in Area.
+    explicit Latencies(int loop) {
+        if (loop > 0)
+            m_loop.emplace(loop);
+    }
+
+    /// Returns the latency of a picture that is first seen at `now` and contains the time `shown`,
+    /// or nothing if the picture cannot be one of the camera's.
+    [[nodiscard]] std::optional<std::int64_t> latency(std::int64_t now, std::uint32_t shown) {
+        if (m_loop)
+            return m_loop->latency(now, shown);
+        // The pattern contains the time in milliseconds modulo 2^32.
+        const auto delay = static_cast<std::int32_t>(static_cast<std::uint32_t>(now) - shown);
+        if (delay < 0 || delay >= longestDelay)
+            return std::nullopt;
+        return delay;
+    }
+
+  private:
+    std::optional<lumvik::test::LoopLatency> m_loop;
+};
 
 void waitForNextLook(timespec &next, int interval) {
     next.tv_nsec += interval * 1'000'000L;
@@ -206,6 +239,7 @@ int main(int argc, char **argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     std::puts("ready");
 
+    Latencies latencies(area.loop);
     std::optional<std::uint32_t> last;
     timespec next{};
     clock_gettime(CLOCK_MONOTONIC, &next);
@@ -213,11 +247,10 @@ int main(int argc, char **argv) {
         const std::int64_t now = monotonicMilliseconds();
         const auto shown = rows.shownTime();
         if (shown && shown != last) {
-            // The pattern contains the time in milliseconds modulo 2^32.
-            const auto delay = static_cast<std::int32_t>(static_cast<std::uint32_t>(now) - *shown);
-            if (delay >= 0 && delay < longestDelay) {
+            if (const auto delay = latencies.latency(now, *shown)) {
                 last = shown;
-                std::printf("%lld %d %d\n", static_cast<long long>(now), delay, rows.ink());
+                std::printf("%lld %lld %d\n", static_cast<long long>(now),
+                            static_cast<long long>(*delay), rows.ink());
             }
         }
         waitForNextLook(next, area.interval);

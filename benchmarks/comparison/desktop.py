@@ -112,11 +112,12 @@ class Desktop:
 
 class ScreenClock:
     """Collects the output of lumvik-screen-clock. `changes` is a list of (moment, delay, ink), as explained in
-    screen_clock.cpp. Times are in milliseconds."""
+    screen_clock.cpp. Times are in milliseconds. `loop` is the length of the loop of a camera whose pictures were
+    encoded ahead; such a clock is for a single stream."""
 
-    def __init__(self, program, desktop, folder, interval=2):
+    def __init__(self, program, desktop, folder, interval=2, loop=0):
         self.changes = []
-        self._child = Child([program, *map(str, WINDOW), str(interval)], desktop.environment,
+        self._child = Child([program, *map(str, (*WINDOW, interval, loop))], desktop.environment,
                             f"{folder}/screen-clock.log", stdout=subprocess.PIPE, text=True)
         if self._child.process.stdout.readline().strip() != "ready":
             raise Failure("lumvik-screen-clock did not start: " + self._child.last_words())

@@ -7,9 +7,10 @@ import contextlib
 import os
 import statistics
 import time
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 
 from .cameras import StallingNetwork, TestCamera
+from .desktop import ScreenClock
 from .processes import Failure, busy_loop, cpu_seconds, memory_megabytes, wait_until
 
 FIRST_PICTURE_SECONDS = 30
@@ -26,10 +27,12 @@ class Lengths:
     switches: int = 4
     turn: float = 4  # how long the controls stay hidden or shown in each turn
     turns: int = 5  # the number of turns with hidden controls, and also with shown controls
+    decode: float = 60  # how long the decoding of a large picture is measured
+    decode_share: float = 5  # the first and the last part of this time, whose latencies are compared
 
 
 QUICK = Lengths(settle=3, steady=4, after_stall=(2, 5), late_after_stall=(8, 10), busy=10, switches=2,
-                turn=3, turns=2)
+                turn=3, turns=2, decode=12, decode_share=3)
 
 
 @dataclass
@@ -42,16 +45,32 @@ class Bench:
     camera_program: str
     lengths: Lengths
     groups: set  # the requested groups of rows
+    clock_program: str
+    _lasting_cameras: dict = field(default_factory=dict)
+    _exits: contextlib.ExitStack = field(default_factory=contextlib.ExitStack)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._exits.close()
+
+    def lasting_camera(self, **options):
+        """Returns a camera that is kept for further experiments, because encoding ahead takes long."""
+        key = tuple(sorted(options.items()))
+        if key not in self._lasting_cameras:
+            self._lasting_cameras[key] = self._exits.enter_context(self.camera(**options))
+        return self._lasting_cameras[key]
 
     def camera(self, **options):
         return TestCamera(self.camera_program, self.desktop.environment, self.folder, **options)
 
-    def wait_for_picture(self, child, since, is_wanted=lambda ink: True):
+    def wait_for_picture(self, child, since, is_wanted=lambda ink: True, clock=None):
         """Waits for a frame captured after `since` and returns when it was seen."""
         def seen():
             if not child.is_running():
                 raise Failure("the program ended by itself: " + child.last_words())
-            return self.clock.first_since(since, is_wanted)
+            return (clock or self.clock).first_since(since, is_wanted)
         return wait_until(seen, FIRST_PICTURE_SECONDS, "a frame on the screen")
 
     def no_window_is_left(self):
@@ -208,6 +227,49 @@ def controls(bench, program):
     figures = {metric: statistics.median(values) for metric, values in used.items()}
     figures["controls_ratio"] = figures["controls_shown"] / figures["controls_hidden"]
     return figures
+
+
+LOOP_SECONDS = 4
+
+# The large pictures: metric suffix, size, codec and frames per second.
+LARGE_PICTURES = [
+    ("1440_264", "2560x1440", "h264", 25),
+    ("1440_265", "2560x1440", "h265", 25),
+    ("2160_264_slow", "3840x2160", "h264", 15),
+    ("2160_265_slow", "3840x2160", "h265", 15),
+    ("2160_264", "3840x2160", "h264", 25),
+    ("2160_265", "3840x2160", "h265", 25),
+]
+
+
+def decoding(suffix, size, codec, fps):
+    """Returns an experiment that measures whether a program keeps up with a large picture, whose camera spends no
+    time on encoding."""
+    def experiment(bench, program):
+        lengths = bench.lengths
+        bench.no_window_is_left()
+        camera = bench.lasting_camera(name=f"Large_{suffix}", size=size, codec=codec, fps=fps,
+                                      encoded_ahead=LOOP_SECONDS)
+        with ScreenClock(bench.clock_program, bench.desktop, bench.folder, loop=LOOP_SECONDS * 1000) as clock, \
+                program.start(bench.desktop, bench.folder, [camera.url]) as child:
+            bench.wait_for_picture(child, child.started_at, clock=clock)
+            bench.desktop.require_window_in_place()
+            time.sleep(lengths.settle)
+            begin, used = milliseconds(), cpu_seconds(child.pid)
+            time.sleep(lengths.decode)
+            end, used = milliseconds(), cpu_seconds(child.pid) - used
+            if not child.is_running():
+                raise Failure("the program ended by itself: " + child.last_words())
+            share = lengths.decode_share * 1000
+            first, last = clock.between(begin, begin + share), clock.between(end - share, end)
+            if not first or not last:
+                raise Failure("no new frames on the screen")
+            return {f"decode_fps_{suffix}": len(clock.between(begin, end)) * 1000 / (end - begin),
+                    f"decode_delay_{suffix}": statistics.median(first),
+                    f"decode_growth_{suffix}": statistics.median(last) - statistics.median(first),
+                    f"decode_cpu_{suffix}": used * 1000 / (end - begin)}
+    experiment.__name__ = f"decoding {size} {codec} {fps} fps"
+    return experiment
 
 
 # Camera names that lumvik-screen-clock can distinguish by their share of bright pixels, called ink.

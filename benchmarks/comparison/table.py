@@ -3,6 +3,8 @@
 import statistics
 from dataclasses import dataclass
 
+from .experiments import LARGE_PICTURES
+
 
 @dataclass(frozen=True)
 class Row:
@@ -12,6 +14,16 @@ class Row:
     unit: str
     form: str = "%.0f"
     is_ranked: bool = True  # whether the programs are ranked by this metric; a lower figure is better
+
+
+def _decoding_rows(suffix, size, codec, fps):
+    picture = f"{size.replace('x', ' × ')}, {codec.replace('h', 'H.')}, {fps} fps"
+    return [
+        Row("decode", f"decode_fps_{suffix}", f"{picture}: new frames per second", "1/s", "%.1f", False),
+        Row("decode", f"decode_delay_{suffix}", f"{picture}: latency at the beginning, median", "ms"),
+        Row("decode", f"decode_growth_{suffix}", f"{picture}: growth of the latency", "ms", "%+.0f", False),
+        Row("decode", f"decode_cpu_{suffix}", f"{picture}: CPU", "cores", "%.2f"),
+    ]
 
 
 ROWS = [
@@ -40,6 +52,7 @@ ROWS = [
     Row("memory", "rss", "Memory, resident (RSS)", "MiB"),
     Row("memory", "pss", "Memory, proportional (PSS)", "MiB"),
     Row("switch", "switch", "Choosing another camera to its first frame", "ms"),
+    *(row for picture in LARGE_PICTURES for row in _decoding_rows(*picture)),
 ]
 
 GROUPS = list(dict.fromkeys(row.group for row in ROWS))
