@@ -9,6 +9,7 @@
 #include "app/Termination.h"
 #include "app/controller/AppDelegate.h"
 #include "editor/CameraSettingsWindow.h"
+#include "engine/DecodingThread.h"
 #include "engine/link/TcpCameraLink.h"
 #include "platform/CoreDumps.h"
 #include "platform/DisplayConnectionMonitor.h"
@@ -34,6 +35,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <thread>
 #include <utility>
 
 using namespace lumvik;
@@ -172,6 +174,8 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
             .makeUpdateService =
                 [&system] { return std::make_unique<LumvikUpdateService>(system.mainQueue); },
             .currentDate = &QDateTime::currentDateTimeUtc,
+            .decodingMachine = {.cores = static_cast<int>(std::thread::hardware_concurrency()),
+                                .decodingTimes = &decodingThreadTimes},
             .installedVersion = LumvikUpdateSettings::runningVersion(),
             .webHost = LumvikUpdateSettings::defaultWebHost(),
             .feedbackAddress = QStringLiteral(LUMVIK_FEEDBACK_ADDRESS),

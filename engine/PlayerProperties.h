@@ -30,6 +30,14 @@ namespace lumvik {
     return value;
 }
 
+/// Returns the player's property `name` as a number, or nothing when it has no such value.
+[[nodiscard]] inline std::optional<double> numberProperty(mpv_handle *player, const char *name) {
+    double value = 0;
+    if (mpv_get_property(player, name, MPV_FORMAT_DOUBLE, &value) < 0)
+        return std::nullopt;
+    return value;
+}
+
 /// Whether the player's flag property `name` is set. Returns false when it has no value.
 [[nodiscard]] inline bool flagProperty(mpv_handle *player, const char *name) {
     int value = 0;

@@ -15,7 +15,9 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , networkPathQueue(QLatin1String(LumvikLog::subsystem) + QStringLiteral(".network-path"))
     , networkPathMonitor(environment.makeNetworkPathMonitor())
     , sleepDelayHolder(environment.mainQueue)
-    , updateService(environment.makeUpdateService()) {}
+    , updateService(environment.makeUpdateService())
+    , cameraDetails(environment.store.appSupportDirectory())
+    , decodingSupervisor(cameraDetails, environment.decodingMachine) {}
 
 AppDelegate::~AppDelegate() {
     // Callbacks of the window must find a closing viewer while the members are being destroyed.

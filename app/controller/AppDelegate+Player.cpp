@@ -180,6 +180,7 @@ void AppDelegate::loadCamera(int index) {
     const auto endpoint = cameraEndpoint(camera.url);
     if (!endpoint)
         return refuseCameraAddress(index);
+    decodingSupervisor.prepareLoad(mpv, camera.url);
     std::unique_ptr<CameraLink> link = openCameraLink(*endpoint);
     const QByteArray address =
         link ? link->engineAddress() : engineAddress(encodedCameraAddress(camera.url)).toUtf8();

@@ -96,6 +96,8 @@ void AppDelegate::evaluatePlaybackHealth() {
                              .lastFrameRenderedAt = lastFrameRenderedAt,
                              .streamHasEnded = isPlaying && streamHasEnded(mpv)})) {
     case PlaybackVerdict::healthy:
+        if (isPlaying)
+            superviseDecoding();
         break;
     case PlaybackVerdict::engineStopped:
         schedulePlaybackRecovery({.reason = QStringLiteral("video engine stopped unexpectedly"),
@@ -111,6 +113,14 @@ void AppDelegate::evaluatePlaybackHealth() {
         schedulePlaybackRecovery({.reason = QStringLiteral("video frame heartbeat stalled")});
         break;
     }
+}
+
+void AppDelegate::superviseDecoding() {
+    if (!decodingSupervisor.decodingFellBehind(mpv, environment.mainQueue.now(), cameras))
+        return;
+    // The frames that are still drawn are old, and each of them would cancel the attempt.
+    videoHost->forgetPicture();
+    schedulePlaybackRecovery({.reason = QStringLiteral("decoding fell behind")});
 }
 
 void AppDelegate::hideStalePicture() {

@@ -2,9 +2,11 @@
 
 #include "app/controller/AboutPanel.h"
 #include "app/controller/AppEnvironment.h"
+#include "app/controller/DecodingSupervisor.h"
 #include "app/controller/LaunchRequest.h"
 #include "app/controller/MainMenu.h"
 #include "configuration/Camera.h"
+#include "configuration/CameraDetailsStore.h"
 #include "configuration/CameraListKeeper.h"
 #include "editor/CameraSettingsController.h"
 #include "engine/MPVEventLoop.h"
@@ -382,6 +384,8 @@ class AppDelegate final : public QObject {
     void startPlaybackWatchdog();
     /// Evaluates playback, unless the process has stood still since the previous call.
     void watchdogDidFire();
+    /// Loads the camera again with more decoding threads if its decoding has fallen behind.
+    void superviseDecoding();
     /// Replaces the connection, whose pictures are old, after the process has stood still for `gap`
     /// seconds.
     void processDidStandStill(TimeStamp gap);
@@ -487,6 +491,9 @@ class AppDelegate final : public QObject {
     std::optional<VideoSourceGeometry> sourceVideoGeometry;
     std::optional<QRect> restoreFrameBeforeFocus;
     QRect screenAreaBeforeFocus;
+
+    CameraDetailsStore cameraDetails;
+    DecodingSupervisor decodingSupervisor; // declared after the details that it uses
 };
 
 } // namespace lumvik

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/controller/DecodingSupervisor.h"
 #include "configuration/CameraConfigurationStore.h"
 #include "engine/link/CameraLink.h"
 #include "platform/Alerts.h"
@@ -52,6 +53,9 @@ struct AppEnvironment {
     std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;
     /// Returns the current date and time, in UTC.
     std::function<QDateTime()> currentDate;
+    /// What is known about the machine that decodes the video.
+    DecodingSupervisor::Machine decodingMachine{
+        .cores = 1, .decodingTimes = [] { return std::optional<ThreadTimes>(); }};
     /// The version of this program. A null part is unknown.
     InstalledVersion installedVersion;
     /// The host of the project's website.

@@ -129,7 +129,8 @@ class FakeMpv {
 
     /// Sets the value of a number property. A property is unavailable until it is set.
     void setProperty(const std::string &name, std::int64_t value);
-    /// Sets the value of a text property. A property is unavailable until it is set.
+    /// Sets the value of a text property, which is also the value of a property with a fractional
+    /// number. A property is unavailable until it is set.
     void setTextProperty(const std::string &name, const std::string &value);
     void removeProperty(const std::string &name);
 

@@ -160,6 +160,13 @@ int mpv_get_property(mpv_handle *handle, const char *name, mpv_format format, vo
         *static_cast<char **>(data) = strdup(text->second.c_str()); // freed by mpv_free
         return 0;
     }
+    if (format == MPV_FORMAT_DOUBLE) {
+        const auto text = fake.textProperties.find(name);
+        if (text == fake.textProperties.end())
+            return MPV_ERROR_PROPERTY_UNAVAILABLE;
+        *static_cast<double *>(data) = std::stod(text->second);
+        return 0;
+    }
     const auto found = fake.properties.find(name);
     if (found == fake.properties.end())
         return MPV_ERROR_PROPERTY_UNAVAILABLE;

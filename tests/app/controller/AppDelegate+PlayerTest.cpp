@@ -45,8 +45,9 @@ TEST_F(PlayerTest, SetsTheLivePropertiesAfterInitialisation) {
                             "demuxer-readahead-secs=0.200000",
                             "demuxer-lavf-o=allowed_media_types=video,protocol_whitelist=%16%rtsp,"
                             "tcp,rtp,udp",
-                            "video-rotate=no"))
-        << "windows without a display are drawn without OpenGL";
+                            "video-rotate=no", "vd-lavc-threads=1"))
+        << "windows without a display are drawn without OpenGL; the last property belongs to the "
+           "load";
 }
 
 TEST_F(PlayerTest, CreatesConfiguresInitialisesAttachesAndLoadsInThisOrder) {

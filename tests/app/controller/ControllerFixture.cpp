@@ -65,6 +65,7 @@ void ControllerFixture::launch() {
                            },
                        .makeUpdateService = [this] { return updates.makeChecker(); },
                        .currentDate = [this] { return date; },
+                       .decodingMachine = {cores, [this] { return decodingTimes; }},
                        .installedVersion = installedVersion,
                        .webHost = webHost,
                        .feedbackAddress = feedbackAddress,

@@ -151,6 +151,8 @@ class ControllerFixture : public testing::Test {
     FakeUpdates updates;
     QDateTime date{QDate(2026, 5, 1), QTime(12, 0), QTimeZone::utc()};
     InstalledVersion installedVersion{.version = u"1.5"_s, .build = u"7"_s};
+    int cores = 1; // of the machine that decodes
+    std::optional<ThreadTimes> decodingTimes;
     QString webHost = u"maker.example"_s;
     QString feedbackAddress = u"feedback@maker.example"_s;
     QList<QUrl> openedUrls; // passed to the user's other programs
