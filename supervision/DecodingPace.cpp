@@ -1,6 +1,7 @@
 #include "supervision/DecodingPace.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace lumvik {
 
@@ -20,36 +21,46 @@ bool isBusyBetween(const DecodingVitals &before, const DecodingVitals &now) {
 
 } // namespace
 
-bool DecodingPace::isTooSlow(const DecodingVitals &vitals) {
+std::optional<double> DecodingPace::slowSpeed(const DecodingVitals &vitals) {
     if (!(vitals.queued >= shortestQueue)) {
         m_history.clear();
-        return false;
+        return std::nullopt;
     }
     if (!m_history.empty() && !isBusyBetween(m_history.back(), vitals))
         m_history.clear();
     m_history.push_back(vitals);
-    const bool isTooSlow = std::any_of(proofs.begin(), proofs.end(),
-                                       [this](const Proof &proof) { return isProved(proof); });
+    std::optional<double> speed;
+    for (const Proof &proof : proofs)
+        speed = speed ? speed : speedProvedBy(proof);
     if (vitals.now - m_history.front().now >= proofs.back().time)
         m_history.pop_front();
-    return isTooSlow;
+    return speed;
 }
 
-bool DecodingPace::isProved(const Proof &proof) const {
+std::optional<double> DecodingPace::speedProvedBy(const Proof &proof) const {
     const DecodingVitals &now = m_history.back();
     const auto begin =
         std::find_if(m_history.rbegin(), m_history.rend(),
                      [&](const DecodingVitals &each) { return now.now - each.now >= proof.time; });
     if (begin == m_history.rend())
-        return false;
+        return std::nullopt;
     const double time = now.now - begin->now;
-    return now.thread.running - begin->thread.running >= proof.leastRunningShare * time &&
-           now.position - begin->position <= highestSlowSpeed * time;
+    const double running = now.thread.running - begin->thread.running;
+    const double progress = now.position - begin->position;
+    if (!(running >= proof.leastRunningShare * time && progress <= highestSlowSpeed * time))
+        return std::nullopt;
+    return progress / running;
 }
 
-int decodingThreadsFor(int cores) {
-    constexpr int best = 2;
-    return std::clamp(cores, 1, best);
+int decodingThreadsFor(double speed, int cores) {
+    // Several threads are a little slower than the sum, and a stream varies.
+    constexpr double reserve = 0.9;
+    constexpr int most = 16;
+    if (cores < 2)
+        return 1;
+    const int limit = std::min(cores, most);
+    const double wanted = std::ceil(1 / (reserve * speed));
+    return wanted < limit ? std::max(2, static_cast<int>(wanted)) : limit;
 }
 
 } // namespace lumvik

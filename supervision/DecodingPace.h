@@ -5,6 +5,7 @@
 
 #include <array>
 #include <deque>
+#include <optional>
 
 namespace lumvik {
 
@@ -53,24 +54,23 @@ class DecodingPace {
     };
     static constexpr std::array proofs{Proof{6, 0.85}, Proof{30, 0.5}};
 
-    /// Adds `vitals`, which must be newer than the vitals before, and returns whether one thread
-    /// has proved to be too slow.
-    [[nodiscard]] bool isTooSlow(const DecodingVitals &vitals);
+    /// Adds `vitals`, which must be newer than the vitals before. If one thread has proved to be
+    /// too slow, returns the speed of this thread while it runs, in seconds of video per second.
+    [[nodiscard]] std::optional<double> slowSpeed(const DecodingVitals &vitals);
     /// Forgets all vitals. Call this function when another stream is loaded or no frames are drawn.
     void restart() { m_history.clear(); }
 
   private:
-    [[nodiscard]] bool isProved(const Proof &proof) const;
+    [[nodiscard]] std::optional<double> speedProvedBy(const Proof &proof) const;
 
     /// The vitals since the decoder has been busy without interruption, oldest first.
     std::deque<DecodingVitals> m_history;
 };
 
-/// Returns the number of threads for a stream that is too much for one thread, on a machine with
-/// `cores` processor cores, or 1 if further threads cannot help.
-///
-/// Two threads are the best choice: they decode nearly twice as fast, and each further thread holds
-/// back another frame (see benchmarks/README.md for measurements).
-[[nodiscard]] int decodingThreadsFor(int cores);
+/// Returns the number of threads for a stream of which one thread decodes `speed` seconds per
+/// second, on a machine with `cores` processor cores. The number is as small as possible, because
+/// each further thread holds back a frame, but at least 2, unless there is a single core. See
+/// benchmarks/README.md for measurements.
+[[nodiscard]] int decodingThreadsFor(double speed, int cores);
 
 } // namespace lumvik

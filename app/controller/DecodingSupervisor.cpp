@@ -21,19 +21,20 @@ void DecodingSupervisor::prepareLoad(mpv_handle *player, const QString &url) {
 
 bool DecodingSupervisor::decodingFellBehind(mpv_handle *player, TimeStamp now,
                                             const CameraList &cameras) {
-    const int threads = decodingThreadsFor(m_machine.cores);
     // The list of cameras and with it the address may have changed since the load.
     const bool isListed = std::any_of(cameras.begin(), cameras.end(),
                                       [this](const Camera &each) { return each.url == m_url; });
-    if (m_threads > 1 || threads <= m_threads || !isListed)
+    if (m_threads > 1 || m_machine.cores < 2 || !isListed)
         return false;
     const auto current = vitals(player, now);
     if (!current) {
         m_pace.restart();
         return false;
     }
-    if (!m_pace.isTooSlow(*current))
+    const auto speed = m_pace.slowSpeed(*current);
+    if (!speed)
         return false;
+    const int threads = decodingThreadsFor(*speed, m_machine.cores);
     m_pace.restart();
     m_threads = threads;
     m_increased.insert(m_url, threads);

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <vector>
 
 namespace lumvik::test {
@@ -37,7 +38,7 @@ int spansUntilTooSlow(DecodingPace &pace, const std::vector<Span> &spans) {
         vitals.thread.running += 2 * spans[n].runningShare;
         vitals.thread.waiting += 2 * spans[n].waitingShare;
         vitals.position += 2 * spans[n].speed;
-        if (pace.isTooSlow(vitals))
+        if (pace.slowSpeed(vitals))
             return static_cast<int>(n) + 1;
     }
     return 0;
@@ -125,7 +126,7 @@ TEST(DecodingPace, CameraThatSetsItsClockStartsTheProofAgain) {
         vitals.now += 2;
         vitals.thread.running += 2;
         vitals.position = position;
-        EXPECT_EQ(pace.isTooSlow(vitals), ++looks == 7) << position;
+        EXPECT_EQ(pace.slowSpeed(vitals).has_value(), ++looks == 7) << position;
     }
 }
 
@@ -142,11 +143,40 @@ TEST(DecodingPace, ValuesThatAreNoNumbersProveNothing) {
         EXPECT_EQ(spansUntilTooSlow(repeated(span, 20)), 0);
 }
 
-TEST(DecodingPace, SecondThreadNeedsASecondCore) {
-    EXPECT_EQ(decodingThreadsFor(0), 1);
-    EXPECT_EQ(decodingThreadsFor(1), 1);
-    EXPECT_EQ(decodingThreadsFor(2), 2);
-    EXPECT_EQ(decodingThreadsFor(64), 2);
+TEST(DecodingPace, SpeedIsThatOfARunningThread) {
+    struct Case {
+        Span span;
+        double speed;
+    };
+    for (const Case &each : {Case{{.speed = 0.6}, 0.6}, Case{{.speed = 0.3}, 0.3},
+                             Case{{.runningShare = 0.9, .speed = 0.72}, 0.8},
+                             Case{{.runningShare = 0.5, .waitingShare = 0.5, .speed = 0.6}, 1.2}}) {
+        DecodingPace pace;
+        DecodingVitals vitals{.queued = 1};
+        std::optional<double> speed;
+        for (int look = 0; look < 16 && !speed; ++look) {
+            vitals.now += 2;
+            vitals.thread.running += 2 * each.span.runningShare;
+            vitals.thread.waiting += 2 * each.span.waitingShare;
+            vitals.position += 2 * each.span.speed;
+            speed = pace.slowSpeed(vitals);
+        }
+        EXPECT_NEAR(speed.value_or(0), each.speed, 1e-9);
+    }
+}
+
+TEST(DecodingPace, ThreadsSufficeForTheStreamAndTheCores) {
+    struct Case {
+        double speed;
+        int cores;
+        int threads;
+    };
+    for (const Case &each :
+         {Case{0.6, 0, 1}, Case{0.6, 1, 1}, Case{0.6, 2, 2}, Case{0.6, 64, 2}, Case{1.0, 64, 2},
+          Case{1.5, 64, 2}, Case{0.56, 64, 2}, Case{0.55, 64, 3}, Case{0.3, 64, 4}, Case{0.3, 2, 2},
+          Case{0.01, 64, 16}, Case{0, 8, 8}})
+        EXPECT_EQ(decodingThreadsFor(each.speed, each.cores), each.threads)
+            << each.speed << ' ' << each.cores;
 }
 
 } // namespace

@@ -124,6 +124,14 @@ TEST_F(DecodingSupervisorTest, StreamThatIsTooSlowIsLoadedOnceWithTwoThreads) {
     EXPECT_EQ(requests(), 1);
 }
 
+TEST_F(DecodingSupervisorTest, VerySlowStreamGetsMoreThreadsAtOnce) {
+    launchAndShow();
+    play({.speed = 0.35}, 8.5);
+    ASSERT_EQ(requests(), 1);
+    reload();
+    EXPECT_EQ(threadsOfLoads(), (QStringList{u"1"_s, u"4"_s}));
+}
+
 TEST_F(DecodingSupervisorTest, OldFramesNeitherStayOnTheScreenNorCancelTheAttempt) {
     launchAndShow();
     fallBehind();
