@@ -57,7 +57,8 @@ inline constexpr std::array livePlaybackProperties{
     // catch up with.
     PlayerSetting{"cache-pause", "no"},
     // Each decoding thread holds back one frame. On a machine with sixteen cores, the default
-    // number of threads would add 0.6 seconds of latency.
+    // number of threads would add 0.6 seconds of latency. Before each load, the controller sets the
+    // number that the camera needs, which is higher than 1 if one thread was too slow for it.
     PlayerSetting{"vd-lavc-threads", "1"},
     // Frames are shown as they arrive, regardless of their time stamps, so that the picture catches
     // up after a stall of the network.
