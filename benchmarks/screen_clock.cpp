@@ -11,8 +11,9 @@
 // a long name from a camera with a short name.
 //
 // LOOP is the length of the camera's loop in milliseconds, if the camera repeats pictures that were
-// encoded ahead. DELAY is then determined continuously and can be longer than the loop, but the
-// clock has to be started for each stream.
+// encoded ahead. DELAY is then determined continuously and can be longer than the loop. After the
+// picture has been away for a moment, a new stream is assumed, whose first frame is younger than
+// the loop.
 //
 // The program prints "ready" when it starts to watch, and runs until it is terminated. The screen
 // is read every INTERVAL milliseconds (default: 2), so a MOMENT can be late by one interval. Only
@@ -49,6 +50,10 @@ enum Row : unsigned { upperCells, lowerCells, cameraName, rowCount };
 /// The longest plausible latency, in milliseconds. A longer latency means that the screen shows
 /// another picture whose checksum happens to match.
 constexpr std::int64_t longestDelay = 60'000;
+
+/// The time without a readable picture after which a new stream is assumed, in milliseconds. A
+/// frame that is being drawn is unreadable for a shorter time.
+constexpr std::int64_t longestUnreadable = 300;
 
 struct Area {
     std::int16_t x = 0;
@@ -217,6 +222,12 @@ class Latencies {
         return delay;
     }
 
+    /// Forgets the previous pictures, because the next one belongs to another stream.
+    void restart() {
+        if (m_loop)
+            m_loop->restart();
+    }
+
   private:
     std::optional<lumvik::test::LoopLatency> m_loop;
 };
@@ -241,11 +252,16 @@ int main(int argc, char **argv) {
 
     Latencies latencies(area.loop);
     std::optional<std::uint32_t> last;
+    std::int64_t lastReadable = 0;
     timespec next{};
     clock_gettime(CLOCK_MONOTONIC, &next);
     while (rows.fetch()) {
         const std::int64_t now = monotonicMilliseconds();
         const auto shown = rows.shownTime();
+        if (shown)
+            lastReadable = now;
+        else if (now - lastReadable >= longestUnreadable)
+            latencies.restart();
         if (shown && shown != last) {
             if (const auto delay = latencies.latency(now, *shown)) {
                 last = shown;

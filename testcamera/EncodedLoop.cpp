@@ -38,7 +38,8 @@ class Scenery {
         for (std::int8_t &corner : grid)
             corner = static_cast<std::int8_t>(random(textureAmplitude));
         const auto corner = [&grid](int x, int y) {
-            return int{grid[static_cast<std::size_t>(y % corners * corners + x % corners)]};
+            return int{grid[static_cast<std::size_t>(y % corners) * corners +
+                            static_cast<std::size_t>(x % corners)]};
         };
         for (int y = 0; y < tile; ++y) {
             for (int x = 0; x < tile; ++x) {
@@ -62,7 +63,7 @@ class Scenery {
         std::vector<std::uint8_t> planes = picture.data();
         const int width = picture.size().width();
         const auto rows = static_cast<int>(picture.size().height() * PictureLayout::pattern.top);
-        const auto stride = static_cast<std::size_t>((width + 3) / 4 * 4); // as in GstVideoInfo
+        const auto stride = (static_cast<std::size_t>(width) + 3) / 4 * 4; // as in GstVideoInfo
         const auto shift = static_cast<int>(number * stepsPerPicture);
         for (int y = 0; y < rows; ++y) {
             std::uint8_t *row = &planes[static_cast<std::size_t>(y) * stride];
@@ -164,7 +165,7 @@ tl::expected<EncodedLoop, QString> EncodedLoop::encode(const CameraOptions &opti
 std::int64_t EncodedLoop::lengthFor(int framesPerSecond, int keyFrameInterval, int wanted) {
     // The shortest period that consists of whole seconds and whole key-frame intervals.
     const std::int64_t period =
-        std::lcm(std::int64_t{framesPerSecond}, std::int64_t{keyFrameInterval}) / framesPerSecond;
+        std::max(1, keyFrameInterval / std::gcd(framesPerSecond, keyFrameInterval));
     return (wanted + period - 1) / period * period;
 }
 
