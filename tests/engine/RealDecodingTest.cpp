@@ -1,4 +1,6 @@
-// Tests what the supervision of decoding relies on, with the installed version of libmpv.
+// Tests what the supervision of decoding relies on, with the installed version of libmpv. Whether
+// one thread is too slow for a stream depends on the machine and on what else runs on it, so the
+// decision itself is tested in virtual time (DecodingPaceTest, DecodingSupervisorTest).
 
 #include "engine/DecodingThread.h"
 #include "engine/PlayerOptions.h"
