@@ -68,9 +68,9 @@ inline constexpr std::array livePlaybackProperties{
     // By default "keep-open" pauses the player at the end of a stream. The player would stay paused
     // after a reload, and the next stream would freeze after its first frames.
     PlayerSetting{"keep-open-pause", "no"},
-    // By default the engine reads one second ahead of a decoder that is too slow, and this second
-    // could not be left out any more (see StreamBacklog).
-    PlayerSetting{"demuxer-readahead-secs", "0.200000"},
+    // What the engine has read cannot be left out any more (see StreamBacklog). By default it reads
+    // one second ahead of a decoder that is too slow. DecodingPace needs half a second.
+    PlayerSetting{"demuxer-readahead-secs", "0.600000"},
     // Audio is not played, so cameras are not asked for it, and nothing but RTSP and its transports
     // may be opened, whatever the camera's description contains.
     PlayerSetting{"demuxer-lavf-o",

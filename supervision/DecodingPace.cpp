@@ -21,10 +21,19 @@ bool isBusyBetween(const DecodingVitals &before, const DecodingVitals &now) {
 
 } // namespace
 
-std::optional<double> DecodingPace::slowSpeed(const DecodingVitals &vitals) {
-    if (!(vitals.queued >= shortestQueue)) {
+std::optional<double> DecodingPace::slowSpeed(const DecodingVitals &newest) {
+    if (!(newest.queued >= shortestQueue)) {
         m_history.clear();
         return std::nullopt;
+    }
+    DecodingVitals vitals = newest;
+    vitals.position -= m_omitted;
+    if (!m_history.empty() && vitals.omissions != m_history.back().omissions) {
+        // A decoder that is so far behind is not faster than the stream.
+        const double latest = m_history.back().position + vitals.now - m_history.back().now;
+        const double jump = std::max(0.0, vitals.position - latest);
+        vitals.position -= jump;
+        m_omitted += jump;
     }
     if (!m_history.empty() && !isBusyBetween(m_history.back(), vitals))
         m_history.clear();

@@ -18,6 +18,8 @@ struct DecodingVitals {
     ThreadTimes thread = {};
     /// The time stamp of the frame on the screen, in seconds.
     double position = 0;
+    /// How often old pictures of the stream were left out so far, because the decoder was behind.
+    int omissions = 0;
 };
 
 /// Recognises a stream that is too much for a single decoding thread.
@@ -29,12 +31,14 @@ struct DecodingVitals {
 ///    nearly all the time if a core were free for it. The second case needs a longer time, so that
 ///    a machine that is busy with something else for a few seconds is not mistaken for a slow one.
 ///  - The time stamps of the drawn frames do not advance faster than the clock. After a network
-///    stall, the queue is full and the thread is busy, too, but the picture catches up.
+///    stall, the queue is full and the thread is busy, too, but the picture catches up. Jumps over
+///    pictures that were left out do not count.
 /// A value type without a clock or an engine of its own.
 class DecodingPace {
   public:
-    /// The shortest queue that counts as waiting video, in seconds. The engine reads one second
-    /// ahead, and an engine that keeps up leaves less than a frame in the queue.
+    /// The shortest queue that counts as waiting video, in seconds. The engine reads a little more
+    /// than this ahead ("demuxer-readahead-secs"), and an engine that keeps up leaves less than a
+    /// frame in the queue.
     static constexpr double shortestQueue = 0.5;
     /// The least share of the time for which the thread runs or waits for a core, if it does
     /// nothing but decode. A thread that waits for the drawing of frames does neither.
@@ -58,13 +62,17 @@ class DecodingPace {
     /// too slow, returns the speed of this thread while it runs, in seconds of video per second.
     [[nodiscard]] std::optional<double> slowSpeed(const DecodingVitals &vitals);
     /// Forgets all vitals. Call this function when another stream is loaded or no frames are drawn.
-    void restart() { m_history.clear(); }
+    void restart() {
+        m_history.clear();
+        m_omitted = 0;
+    }
 
   private:
     [[nodiscard]] std::optional<double> speedProvedBy(const Proof &proof) const;
 
     /// The vitals since the decoder has been busy without interruption, oldest first.
     std::deque<DecodingVitals> m_history;
+    double m_omitted = 0; ///< The length of the video that was left out, in seconds.
 };
 
 /// Returns the number of threads for a stream of which one thread decodes `speed` seconds per

@@ -232,6 +232,8 @@ void AppDelegate::handleLinkFact(const LinkFact &fact) {
         videoHost->forgetPicture();
     else if (fact.kind == LinkFact::Kind::PictureIsInTime)
         videoHost->expectPicture();
+    else if (fact.kind == LinkFact::Kind::PicturesOmitted)
+        decodingSupervisor.picturesWereOmitted();
 }
 
 void AppDelegate::closeCameraLink() {

@@ -64,7 +64,11 @@ std::optional<DecodingVitals> DecodingSupervisor::vitals(mpv_handle *player, Tim
     const auto times = m_machine.decodingTimes();
     if (!position || !times)
         return std::nullopt;
-    return DecodingVitals{.now = now, .queued = *queued, .thread = *times, .position = *position};
+    return DecodingVitals{.now = now,
+                          .queued = *queued,
+                          .thread = *times,
+                          .position = *position,
+                          .omissions = m_omissions};
 }
 
 } // namespace lumvik

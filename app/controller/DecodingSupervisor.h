@@ -44,6 +44,9 @@ class DecodingSupervisor {
     /// decoding threads. Forgets what was observed of the previous stream.
     void prepareLoad(mpv_handle *player, const QString &url);
 
+    /// Must be called when the link has left out pictures for which the decoder was too late.
+    void picturesWereOmitted() { ++m_omissions; }
+
     /// Observes the decoder of `player`, which draws the loaded camera's frames. Returns true if
     /// the camera must be loaded again because its decoding has fallen behind. The number of
     /// threads for its next loads has then been increased, stored and logged. `cameras` is the
@@ -60,6 +63,7 @@ class DecodingSupervisor {
     DecodingPace m_pace;
     QString m_url;     // the loaded camera's address
     int m_threads = 1; // of the loaded camera
+    int m_omissions = 0;
     /// The numbers that were increased in this run, so that a full disk does not lead to one
     /// interruption after another.
     QHash<QString, int> m_increased;

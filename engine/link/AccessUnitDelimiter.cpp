@@ -104,10 +104,12 @@ bool AccessUnitDelimiter::mayBegin(bool hasSeveralPackets) {
 }
 
 bool AccessUnitDelimiter::isProven(bool hasMarker, std::uint32_t timeStamp) {
-    if (m_lastHadMarker && timeStamp == m_lastTimeStamp)
-        m_isGivenUp = true;
-    else if (m_lastHadMarker && m_proofs < provingMarkers)
+    if (m_lastHadMarker && timeStamp == m_lastTimeStamp) {
+        m_proofs = 0;
+        m_isGivenUp = m_hasBegun || ++m_wrongMarkers > mostWrongMarkers;
+    } else if (m_lastHadMarker && m_proofs < provingMarkers) {
         ++m_proofs;
+    }
     m_lastHadMarker = hasMarker;
     m_lastTimeStamp = timeStamp;
     return !m_isGivenUp && m_proofs >= provingMarkers;

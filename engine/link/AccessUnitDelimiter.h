@@ -19,7 +19,9 @@ namespace lumvik {
 ///
 /// Some cameras set the marker elsewhere, and a delimiter within a picture would break it. Markers
 /// are therefore believed only after `provingMarkers` of them in a row were each followed by a new
-/// time stamp. A single counter-example ends the delimiters for the rest of the stream.
+/// time stamp. Some servers set a wrong marker at the beginning only, so the proof may begin anew a
+/// few times. Once delimiters are sent, a single counter-example ends them for the rest of the
+/// stream.
 ///
 /// The engine stamps each picture with the time of the packet in which it begins. With a delimiter,
 /// a picture begins in the last packet of its predecessor, so that the engine's time stamps lag by
@@ -31,6 +33,8 @@ namespace lumvik {
 class AccessUnitDelimiter {
   public:
     static constexpr int provingMarkers = 8;
+    /// How many wrong markers there may be before the first delimiter.
+    static constexpr int mostWrongMarkers = 3;
     /// How many pictures in a row may consist of one packet each before the first delimiter follows
     /// such a picture, because the stream probably contains no others.
     static constexpr int longestWait = 50;
@@ -49,6 +53,7 @@ class AccessUnitDelimiter {
 
     std::map<int, VideoFormat> m_formats;
     int m_proofs = 0;
+    int m_wrongMarkers = 0;
     int m_waits = 0; ///< Pictures after the proof that were not suitable for the first delimiter.
     bool m_hasBegun = false;
     bool m_lastHadMarker = false;

@@ -38,8 +38,8 @@ void logLinkFact(const LinkFact &fact) {
         log.error(QStringLiteral("The camera's stream contains no video."));
         break;
     case LinkFact::Kind::PictureIsLate:
-        log.error(QStringLiteral("The video engine is more than a second behind the camera; its "
-                                 "pictures are not shown."));
+        log.error(QStringLiteral("The video engine is far behind the camera; its pictures are "
+                                 "not shown."));
         break;
     case LinkFact::Kind::PictureIsInTime:
         log.log(QStringLiteral("The video engine has caught up with the camera."));

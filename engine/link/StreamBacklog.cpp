@@ -97,10 +97,10 @@ bool StreamBacklog::belongsToSentPicture(const EngineData::VideoPacket &packet) 
     return track.hasSent && track.lastTimeStamp == packet.timeStamp;
 }
 
-/// Half a second of the stream.
+/// A quarter of a second of the stream.
 qsizetype StreamBacklog::allowance(TimePoint now) {
     countBytes(0, now);
-    return std::max(smallestAllowance, m_bytesPerSecond / 2);
+    return std::max(smallestAllowance, m_bytesPerSecond / 4);
 }
 
 void StreamBacklog::countBytes(qsizetype bytes, TimePoint now) {

@@ -27,9 +27,9 @@ struct EngineData {
 ///
 /// The engine decodes everything that it is given, in order. If it falls behind because the machine
 /// is busy, the picture would lag, although it moves. The engine is therefore given only as much as
-/// it reads, apart from half a second of the stream, and the rest waits here. Once something has
-/// waited for longer than `longestWait`, everything before the newest key picture is left out:
-/// decoding starts anew there. A stream whose next key picture has not arrived yet keeps
+/// it reads, apart from a quarter of a second of the stream, and the rest waits here. Once
+/// something has waited for longer than `longestWait`, everything before the newest key picture is
+/// left out: decoding starts anew there. A stream whose next key picture has not arrived yet keeps
 /// everything, because the engine could not decode the rest; `isLate` tells that its picture is
 /// old.
 ///
@@ -40,9 +40,9 @@ class StreamBacklog {
     using TimePoint = Clock::time_point;
 
     static constexpr std::chrono::milliseconds longestWait{500};
-    /// A picture that has waited for longer is old, and one that has waited for less than
-    /// `longestWait` is not old any more.
-    static constexpr std::chrono::milliseconds lateAfter{1000};
+    /// When the first picture has waited for longer, the engine's pictures are old: the engine
+    /// itself may hold another 0.85 s. They are not old any more below `longestWait`.
+    static constexpr std::chrono::milliseconds lateAfter{650};
     /// The fewest bytes that the engine may leave unread, so that slow streams are not cut up.
     static constexpr qsizetype smallestAllowance = 32LL * 1024;
 

@@ -118,6 +118,26 @@ TEST(DecodingPace, StreamThatBecomesTooSlowAfterCatchingUpIsFound) {
     EXPECT_GT(spansUntilTooSlow(spans), 8);
 }
 
+TEST(DecodingPace, JumpsOverOmittedPicturesAreNoProgress) {
+    for (const bool areReported : {true, false}) {
+        DecodingPace pace;
+        DecodingVitals vitals{.queued = 1};
+        int looks = 0;
+        std::optional<double> speed;
+        while (!speed && looks < 20) {
+            ++looks;
+            vitals.now += 2;
+            vitals.thread.running += 2;
+            vitals.position += looks % 2 == 0 ? 3.2 : 0.8; // on average the speed of the stream
+            vitals.omissions += areReported && looks % 2 == 0 ? 1 : 0;
+            speed = pace.slowSpeed(vitals);
+        }
+        EXPECT_EQ(looks, areReported ? 4 : 20);
+        if (areReported)
+            EXPECT_LT(*speed, 1);
+    }
+}
+
 TEST(DecodingPace, CameraThatSetsItsClockStartsTheProofAgain) {
     DecodingPace pace;
     DecodingVitals vitals{.queued = 1};

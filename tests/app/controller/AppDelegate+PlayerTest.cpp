@@ -42,7 +42,7 @@ TEST_F(PlayerTest, SetsTheLivePropertiesAfterInitialisation) {
     EXPECT_THAT(settings(mpv, "mpv_set_property_string"),
                 ElementsAre("cache-pause=no", "vd-lavc-threads=1", "untimed=yes",
                             "video-latency-hacks=yes", "keep-open-pause=no",
-                            "demuxer-readahead-secs=0.200000",
+                            "demuxer-readahead-secs=0.600000",
                             "demuxer-lavf-o=allowed_media_types=video,protocol_whitelist=%16%rtsp,"
                             "tcp,rtp,udp",
                             "video-rotate=no", "vd-lavc-threads=1"))

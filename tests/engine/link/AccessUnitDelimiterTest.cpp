@@ -143,6 +143,27 @@ TEST(AccessUnitDelimiterTest, MarkersWithinAPictureEndTheDelimitersForGood) {
     EXPECT_EQ(track.process(later), later);
 }
 
+TEST(AccessUnitDelimiterTest, FewWrongMarkersAtTheBeginningBeginTheProofAnew) {
+    Track track;
+    for (std::uint32_t i = 0; i < AccessUnitDelimiter::mostWrongMarkers; ++i) {
+        track.process(rtpPacket({true, i * interval}, QByteArray::fromHex("09f0")));
+        track.process(rtpPacket({true, i * interval}, slice));
+    }
+    EXPECT_FALSE(track.isGivenUp());
+    const std::uint32_t time = track.prove(100 * interval);
+    const QByteArray last = rtpPacket({true, time}, slice);
+    EXPECT_EQ(track.process(last), delimited(last));
+}
+
+TEST(AccessUnitDelimiterTest, ManyWrongMarkersAtTheBeginningEndTheProof) {
+    Track track;
+    for (std::uint32_t i = 0; i <= AccessUnitDelimiter::mostWrongMarkers; ++i) {
+        track.process(rtpPacket({true, i * interval}, QByteArray::fromHex("09f0")));
+        track.process(rtpPacket({true, i * interval}, slice));
+    }
+    EXPECT_TRUE(track.isGivenUp());
+}
+
 TEST(AccessUnitDelimiterTest, MarkerOnAParameterSetEndsTheDelimiters) {
     Track track;
     const std::uint32_t time = track.prove();
