@@ -141,8 +141,8 @@ TEST_F(StreamBacklogTest, MessagesAndOtherTracksAreNeverLeftOut) {
     EXPECT_EQ(backlog.omittedPictures(), 20);
 }
 
-TEST_F(StreamBacklogTest, IsLateAfterTwoThirdsOfASecondAndInTimeBelowHalfASecond) {
-    addPictures(16);
+TEST_F(StreamBacklogTest, IsLateAfterMoreThanASecondAndInTimeBelowHalfASecond) {
+    addPictures(30);
     EXPECT_FALSE(backlog.isLate(now));
     addPicture();
     EXPECT_TRUE(backlog.isLate(now));
