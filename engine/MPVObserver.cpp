@@ -1,5 +1,6 @@
 #include "engine/MPVObserver.h"
 
+#include "engine/DelimiterComplaints.h"
 #include "engine/MessageLimit.h"
 
 #include <atomic>
@@ -26,6 +27,7 @@ struct MPVObserver::Client {
     std::weak_ptr<Client> self;
     std::atomic_bool wakeUpIsPending = false;
     MessageLimit messageLimit;
+    DelimiterComplaints delimiterComplaints;
 
     /// libmpv calls this function on any of its threads while it holds internal locks. The function
     /// therefore only posts a task to the main thread.
@@ -71,8 +73,11 @@ struct MPVObserver::Client {
 
     void log(const mpv_event_log_message &message) {
         const LogLevel level = logLevelOfEngineMessage(message.log_level);
-        const QString text = QStringLiteral("[%1] %2").arg(
-            QString::fromUtf8(message.prefix), QString::fromUtf8(message.text).trimmed());
+        const QString words = QString::fromUtf8(message.text).trimmed();
+        if (delimiterComplaints.contain(words))
+            return;
+        const QString text =
+            QStringLiteral("[%1] %2").arg(QString::fromUtf8(message.prefix), words);
         const TimeStamp now = mainQueue->now();
         for (const QString &summary : messageLimit.takeSummaries(now))
             LumvikLog::playback().log(summary);
