@@ -19,7 +19,7 @@ QString inDigits(qsizetype number) {
 
 /// Returns "camera 3, “Yard”," or, without a name, "camera 3".
 QString cameraText(const CameraListExcess &excess) {
-    const QString number = QStringLiteral("camera %1").arg(inDigits(excess.row + 1));
+    QString number = QStringLiteral("camera %1").arg(inDigits(excess.row + 1));
     QString name = LumvikLog::redacted(excess.name).simplified();
     if (name.isEmpty())
         return number;

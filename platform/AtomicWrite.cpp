@@ -36,7 +36,7 @@ constexpr int creationAttempts = 100;
 constexpr int longestLinkChain = 40;
 /// The age in seconds from which a temporary file on a server is taken for interrupted. A day is
 /// longer than every write, even if the clocks of the server and of this machine differ.
-constexpr std::time_t longestWrite = 24 * 60 * 60;
+constexpr std::time_t longestWrite = 24L * 60 * 60;
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
 fs::path folderOf(const fs::path &path) {
