@@ -8,6 +8,7 @@
 
 #include <netinet/in.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <mutex>
@@ -19,6 +20,11 @@ namespace lumvik {
 namespace {
 
 constexpr std::chrono::milliseconds retryInterval{250};
+/// How long one of several addresses may take at first before the next one is tried. In each
+/// further round the addresses get twice the time, because a slow network must not prevent a
+/// connection.
+constexpr std::chrono::milliseconds firstAddressTimeLimit{1000};
+constexpr int mostDoublings = 4;
 
 /// Returns whether connecting failed because no route leads to the address at the moment.
 /// EAFNOSUPPORT is included because a system without IPv6 rejects IPv6 addresses outright.
@@ -76,6 +82,8 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     void connectToNext();
     void watchSocket();
     void connectingFinished();
+    void addressTimedOut();
+    void stopWatching();
     void allAddressesTried();
     void retryLater();
     void close();
@@ -101,9 +109,13 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     std::vector<SocketAddress> m_addresses;
     std::size_t m_nextAddress = 0;
     bool m_anAddressFailed = false; ///< For a reason other than a missing route.
+    bool m_anAddressTimedOut = false;
+    int m_round = 0; ///< How often all addresses have been tried.
     FileDescriptor m_socket;
     std::unique_ptr<QSocketNotifier, DeleteLater> m_notifier;
     std::unique_ptr<QTimer, DeleteLater> m_retry;
+    std::unique_ptr<QTimer, DeleteLater>
+        m_addressTimer; ///< Runs if there is more than one address.
 };
 
 void TcpConnection::Attempt::setHandler(StateUpdateHandler handler) {
@@ -185,10 +197,16 @@ void TcpConnection::Attempt::takeAddresses(std::vector<SocketAddress> addresses)
     m_addresses = std::move(addresses);
     m_nextAddress = 0;
     m_anAddressFailed = false;
+    m_anAddressTimedOut = false;
     connectToNext();
 }
 
 void TcpConnection::Attempt::connectToNext() {
+    if (m_nextAddress == m_addresses.size() && m_anAddressTimedOut) {
+        ++m_round;
+        m_nextAddress = 0;
+        m_anAddressTimedOut = false;
+    }
     while (!isCancelled() && m_nextAddress < m_addresses.size()) {
         const SocketAddress &address = m_addresses[m_nextAddress++];
         m_socket = FileDescriptor(
@@ -210,11 +228,34 @@ void TcpConnection::Attempt::watchSocket() {
     m_notifier.reset(new QSocketNotifier(m_socket.get(), QSocketNotifier::Write));
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
                      [this] { connectingFinished(); });
+    if (m_addresses.size() < 2)
+        return;
+    m_addressTimer.reset(new QTimer);
+    m_addressTimer->setSingleShot(true);
+    QObject::connect(m_addressTimer.get(), &QTimer::timeout, m_addressTimer.get(),
+                     [this] { addressTimedOut(); });
+    m_addressTimer->start(firstAddressTimeLimit * (1 << std::min(m_round, mostDoublings)));
+}
+
+void TcpConnection::Attempt::stopWatching() {
+    if (m_notifier)
+        m_notifier->setEnabled(false);
+    m_notifier.reset();
+    if (m_addressTimer)
+        m_addressTimer->stop();
+    m_addressTimer.reset();
+}
+
+/// A host that drops packets silently takes minutes to fail, and another address may answer.
+void TcpConnection::Attempt::addressTimedOut() {
+    stopWatching();
+    m_socket.reset();
+    m_anAddressTimedOut = true;
+    connectToNext();
 }
 
 void TcpConnection::Attempt::connectingFinished() {
-    m_notifier->setEnabled(false);
-    m_notifier.reset();
+    stopWatching();
     const int error = connectResult(m_socket);
     if (error == 0)
         return report(State::ready);
@@ -246,9 +287,7 @@ void TcpConnection::Attempt::retryLater() {
 }
 
 void TcpConnection::Attempt::close() {
-    if (m_notifier)
-        m_notifier->setEnabled(false);
-    m_notifier.reset();
+    stopWatching();
     if (m_retry)
         m_retry->stop();
     m_retry.reset();

@@ -10,9 +10,10 @@ namespace lumvik {
 
 /// A NetworkConnection that uses a plain system socket and works on the queue's thread.
 ///
-/// The addresses of a name are tried in order until one connects. If no address connects, the
-/// connection fails. If the machine has no route to any of the addresses, or if no name server is
-/// reachable, the connection waits and retries several times a second until it is cancelled.
+/// The addresses of a name are tried in order until one connects. An address that does not answer
+/// within a second is passed over at first and tried again with more time. If no address connects,
+/// the connection fails. If the machine has no route to any of the addresses, or if no name server
+/// is reachable, the connection waits and retries several times a second until it is cancelled.
 /// Proxies are ignored.
 ///
 /// Qt's socket class is not used because it reports a missing route, an unreachable host and a

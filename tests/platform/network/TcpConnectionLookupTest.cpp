@@ -54,6 +54,31 @@ TEST_F(TcpConnectionTest, WaitsWhileNoNameServerIsReachableAndThenConnects) {
     EXPECT_EQ(std::count(states.begin(), states.end(), State::waiting), 1);
 }
 
+TEST_F(TcpConnectionTest, AddressThatDoesNotAnswerIsPassedOver) {
+    const LocalPort silent(LocalPort::Behaviour::full);
+    LocalPort listening(LocalPort::Behaviour::listening);
+    std::vector<SocketAddress> addresses = numericalAddresses(loopback, silent.port());
+    addresses.push_back(numericalAddresses(loopback, listening.port()).at(0));
+    const auto connection =
+        started(QStringLiteral("camera.example"), 554,
+                [addresses](const std::string &, int) -> LookupResult { return addresses; });
+    EXPECT_TRUE(reports.reach(State::ready));
+    EXPECT_TRUE(listening.accept());
+    EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::ready));
+}
+
+TEST_F(TcpConnectionTest, DoesNotFailWhileAnAddressMayStillAnswer) {
+    const LocalPort silent(LocalPort::Behaviour::full);
+    const LocalPort refusing(LocalPort::Behaviour::refusing);
+    std::vector<SocketAddress> addresses = numericalAddresses(loopback, silent.port());
+    addresses.push_back(numericalAddresses(loopback, refusing.port()).at(0));
+    const auto connection =
+        started(QStringLiteral("camera.example"), 554,
+                [addresses](const std::string &, int) -> LookupResult { return addresses; });
+    EXPECT_FALSE(QTest::qWaitFor([&] { return reports.endWith(State::failed); }, 2500));
+    EXPECT_THAT(reports.states(), ElementsAre(State::preparing));
+}
+
 TEST(HostLookup, OnlyAnUnreachableNameServerIsATemporaryError) {
     EXPECT_EQ(lookupError(EAI_AGAIN), LookupError::temporary);
     for (const int number : {EAI_NONAME, EAI_FAIL, EAI_FAMILY, EAI_MEMORY, EAI_SYSTEM})
