@@ -227,10 +227,13 @@ std::unique_ptr<CameraLink> AppDelegate::openCameraLink(const CameraEndpoint &en
 void AppDelegate::handleLinkFact(const LinkFact &fact) {
     if (isClosingViewer || systemIsSleeping || mpv == nullptr)
         return;
+    // While another attempt is scheduled, a frame of the old stream would cancel it.
+    const bool isStartingOrPlaying = playbackState == PlaybackSupervisorState::starting ||
+                                     playbackState == PlaybackSupervisorState::playing;
     // Pictures that are old and move would look live.
     if (fact.kind == LinkFact::Kind::PictureIsLate)
         videoHost->forgetPicture();
-    else if (fact.kind == LinkFact::Kind::PictureIsInTime)
+    else if (fact.kind == LinkFact::Kind::PictureIsInTime && isStartingOrPlaying)
         videoHost->expectPicture();
     else if (fact.kind == LinkFact::Kind::PicturesOmitted)
         decodingSupervisor.picturesWereOmitted();

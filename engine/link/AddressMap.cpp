@@ -13,11 +13,15 @@ bool isRtspAddress(const QByteArray &text) {
     return text.size() > 7 && text.first(7).toLower() == "rtsp://";
 }
 
+QByteArray slashAtEndOf(const QByteArray &address) {
+    return address.endsWith('/') ? QByteArray("/") : QByteArray();
+}
+
 } // namespace
 
 AddressMap::AddressMap(QByteArray engineBase, const QByteArray &cameraBase)
     : m_engineBase(std::move(engineBase))
-    , m_pairs{{cameraBase, m_engineBase}} {}
+    , m_pairs{{cameraBase, m_engineBase + slashAtEndOf(cameraBase)}} {}
 
 QByteArray AddressMap::toEngine(const QByteArray &address) {
     if (!isRtspAddress(address))
@@ -34,8 +38,7 @@ QByteArray AddressMap::toEngine(const QByteArray &address) {
         return address;
     const QByteArray number =
         QByteArray::number(static_cast<int>(m_pairs.size())).rightJustified(3, '0');
-    const QByteArray end = address.endsWith('/') ? QByteArray("/") : QByteArray();
-    m_pairs.push_back({address, m_engineBase + '-' + number + end});
+    m_pairs.push_back({address, m_engineBase + '-' + number + slashAtEndOf(address)});
     return m_pairs.back().engine;
 }
 

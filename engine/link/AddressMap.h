@@ -15,9 +15,12 @@ namespace lumvik {
 /// appends the names of tracks to it. A plain value.
 class AddressMap {
   public:
-    /// `engineBase` is the address that the engine was given, without "/" at the end. `cameraBase`
-    /// is the camera's address for the same purpose.
+    /// `engineBase` is the beginning of all addresses that the engine sees, without "/" at the end.
+    /// `cameraBase` is the camera's address.
     AddressMap(QByteArray engineBase, const QByteArray &cameraBase);
+
+    /// The engine's address for the camera's address.
+    [[nodiscard]] QByteArray engineAddress() const { return m_pairs.front().engine; }
 
     /// Returns the address that the engine is told for `address`. Texts that are no RTSP address,
     /// and addresses beyond a number that no camera needs, are returned unchanged.
@@ -25,7 +28,7 @@ class AddressMap {
     /// Returns the camera's address for one that the engine uses, or `address` itself if it was
     /// never translated.
     [[nodiscard]] QByteArray toCamera(const QByteArray &address) const;
-    /// From now on, the address that the engine was given stands for `cameraBase`.
+    /// From now on, `engineAddress` stands for `cameraBase`.
     void replaceBase(const QByteArray &cameraBase);
 
   private:

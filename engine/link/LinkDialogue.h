@@ -51,9 +51,12 @@ class LinkDialogue {
         [[nodiscard]] QByteArray bytesToEngine() const;
     };
 
-    /// `engineBase` is the address that the engine was given, without "/" at the end.
+    /// `engineBase` is the beginning of all addresses that the engine sees, without "/" at the end.
     LinkDialogue(CameraEndpoint endpoint, const QByteArray &engineBase,
                  RtspAuthentication::NonceMaker makeNonce = RtspAuthentication::randomNonce);
+
+    /// The address for the engine.
+    [[nodiscard]] QByteArray engineAddress() const { return m_addresses.engineAddress(); }
 
     [[nodiscard]] Output takeFromEngine(QByteArrayView bytes);
     [[nodiscard]] Output takeFromCamera(QByteArrayView bytes);

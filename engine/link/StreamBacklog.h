@@ -40,9 +40,9 @@ class StreamBacklog {
     using TimePoint = Clock::time_point;
 
     static constexpr std::chrono::milliseconds longestWait{500};
-    /// When the first picture has waited for longer, the engine's pictures are old. They are not old
-    /// any more below `longestWait`. Many cameras send a key picture every second, which ends the
-    /// delay in time; the window must not flash black until then.
+    /// When the first picture has waited for longer, the engine's pictures are old. They are not
+    /// old any more below `longestWait`. Many cameras send a key picture every second, which ends
+    /// the delay in time; the window must not flash black until then.
     static constexpr std::chrono::milliseconds lateAfter{1200};
     /// The fewest bytes that the engine may leave unread, so that slow streams are not cut up.
     static constexpr qsizetype smallestAllowance = 32LL * 1024;

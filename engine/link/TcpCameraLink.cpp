@@ -74,23 +74,23 @@ LatePointer<QTcpSocket> socketFor(FileDescriptor descriptor) {
 
 } // namespace
 
-/// The sockets of a link. All functions except the constructor, `engineBase` and `waitUntilEnded`
-/// run on the queue's thread.
+/// The sockets of a link. All functions except the constructor, `engineAddress` and
+/// `waitUntilEnded` run on the queue's thread.
 class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
   public:
     Session(CameraEndpoint endpoint, SerialQueue &queue, LinkFactHandler handler,
-            NameResolver resolver, FileDescriptor listener, QByteArray engineBase)
+            NameResolver resolver, FileDescriptor listener, const QByteArray &engineBase)
         : m_queue(queue)
         , m_handler(std::move(handler))
         , m_resolver(std::move(resolver))
         , m_host(endpoint.host)
         , m_port(endpoint.port)
-        , m_engineBase(std::move(engineBase))
-        , m_dialogue(std::move(endpoint), m_engineBase)
+        , m_dialogue(std::move(endpoint), engineBase)
+        , m_engineAddress(m_dialogue.engineAddress())
         , m_listener(std::move(listener)) {}
 
     [[nodiscard]] SerialQueue &queue() { return m_queue; }
-    [[nodiscard]] QByteArray engineBase() const { return m_engineBase; }
+    [[nodiscard]] QByteArray engineAddress() const { return m_engineAddress; }
     [[nodiscard]] bool waitUntilEnded(milliseconds timeLimit);
 
     /// Keeps the session alive until it has ended.
@@ -127,10 +127,10 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     const NameResolver m_resolver;
     const QString m_host;
     std::uint16_t m_port;
-    const QByteArray m_engineBase;
 
     std::shared_ptr<Session> m_self; ///< From `start` until the end.
     LinkDialogue m_dialogue;
+    const QByteArray m_engineAddress; ///< As a text.
     FileDescriptor m_listener;
     LatePointer<QSocketNotifier> m_listenerNotifier;
     std::shared_ptr<TcpConnection> m_connection; ///< While connecting to the camera.
@@ -139,7 +139,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     LatePointer<QTimer> m_farewell;
     StreamBacklog m_backlog;
     LatePointer<QTimer> m_pumpTimer; ///< Runs while something waits for the engine.
-    SocketAddress m_engineAddress; ///< Of the engine's socket, which also belongs to this process.
+    SocketAddress m_engineSocket; ///< Of the engine's socket, which also belongs to this process.
     int m_engineDescriptor = -1;   ///< The engine's; only for questions about unread bytes.
     bool m_isLate = false;
     std::int64_t m_reportedOmissions = 0;
@@ -226,7 +226,7 @@ void TcpCameraLink::Session::acceptEngine() {
     const std::optional<int> engineDescriptor = ownSocketAt(peer);
     if (!engineDescriptor)
         return report(Kind::IntruderRefused);
-    m_engineAddress = peer;
+    m_engineSocket = peer;
     m_engineDescriptor = *engineDescriptor;
     stopListening();
     engineIsConnected(std::move(descriptor));
@@ -325,7 +325,7 @@ qsizetype TcpCameraLink::Session::unreadByEngine() const {
     if (::ioctl(static_cast<int>(m_engine->socketDescriptor()), SIOCOUTQ, &queued) != 0)
         queued = 0;
     return m_engine->bytesToWrite() + queued +
-           unreadBytes(m_engineDescriptor, m_engineAddress).value_or(0);
+           unreadBytes(m_engineDescriptor, m_engineSocket).value_or(0);
 }
 
 void TcpCameraLink::Session::cameraHasEnded() {
@@ -419,7 +419,7 @@ TcpCameraLink::~TcpCameraLink() {
 }
 
 QByteArray TcpCameraLink::engineAddress() const {
-    return m_session->engineBase();
+    return m_session->engineAddress();
 }
 
 void TcpCameraLink::close() {

@@ -86,6 +86,18 @@ TEST_F(CameraLinkTest, PicturesAreNotShownWhileTheEngineIsBehind) {
     EXPECT_TRUE(videoHost()->expectsPicture());
 }
 
+// A frame of the old stream would cancel the attempt.
+TEST_F(CameraLinkTest, PictureStaysHiddenWhileAnotherAttemptIsScheduled) {
+    launchAndPlay(threeCameras());
+    videoHost()->forgetPicture();
+    delegate->schedulePlaybackRecovery({.reason = u"decoding fell behind"_s});
+    ASSERT_EQ(access().playbackState(), PlaybackSupervisorState::backingOff);
+    cameraLinks.report({LinkFact::Kind::PictureIsLate});
+    cameraLinks.report({LinkFact::Kind::PictureIsInTime});
+    queue.advance(0);
+    EXPECT_FALSE(videoHost()->expectsPicture());
+}
+
 TEST_F(CameraLinkTest, FactsAboutAnEarlierLoadAreIgnored) {
     launchAndPlay(threeCameras());
     const LinkFactHandler earlier = cameraLinks.report;

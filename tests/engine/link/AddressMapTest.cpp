@@ -18,6 +18,14 @@ TEST(AddressMapTest, AddressesBelowTheBaseKeepTheirEnding) {
     EXPECT_EQ(map.toCamera(engineBase), "rtsp://camera/live");
 }
 
+// The engine appends the names of tracks, with a "/" between them only if there is none.
+TEST(AddressMapTest, AddressOfTheEngineEndsLikeTheCameras) {
+    AddressMap map(engineBase, "rtsp://camera/live/");
+    EXPECT_EQ(map.engineAddress(), engineBase + "/");
+    EXPECT_EQ(map.toCamera(map.engineAddress() + "track1"), "rtsp://camera/live/track1");
+    EXPECT_EQ(AddressMap(engineBase, "rtsp://camera/live").engineAddress(), engineBase);
+}
+
 TEST(AddressMapTest, OtherAddressesAreHiddenAndTranslatedBack) {
     AddressMap map(engineBase, "rtsp://camera/live?password=secret");
     for (const char *address :
