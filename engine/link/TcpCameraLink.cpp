@@ -140,7 +140,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     StreamBacklog m_backlog;
     LatePointer<QTimer> m_pumpTimer; ///< Runs while something waits for the engine.
     SocketAddress m_engineSocket; ///< Of the engine's socket, which also belongs to this process.
-    int m_engineDescriptor = -1;   ///< The engine's; only for questions about unread bytes.
+    int m_engineDescriptor = -1;  ///< The engine's; only for questions about unread bytes.
     bool m_isLate = false;
     std::int64_t m_reportedOmissions = 0;
     QByteArray m_earlyForCamera; ///< What the engine said before the camera was connected.
