@@ -268,12 +268,16 @@ void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
     } else if (!m_camera) {
         m_earlyForCamera += output.toCamera;
     }
-    const auto now = StreamBacklog::Clock::now();
-    for (const EngineData &data : output.toEngine)
-        m_backlog.push(data, now);
+    if (m_engine) {
+        const auto now = StreamBacklog::Clock::now();
+        for (const EngineData &data : output.toEngine)
+            m_backlog.push(data, now);
+    }
     pump();
     for (const LinkFact &fact : output.facts)
         report(fact);
+    if (m_hasEnded)
+        return;
     if (output.mustClose)
         return end();
     if (output.reconnectToPort) {
@@ -288,6 +292,7 @@ void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
 void TcpCameraLink::Session::pump() {
     if (!m_engine || m_backlog.isEmpty())
         return;
+    const auto self = shared_from_this(); // reading and writing may end the session
     const auto now = StreamBacklog::Clock::now();
     const bool wasFull = m_backlog.size() >= largestBacklog;
     const QByteArray bytes = m_backlog.take(unreadByEngine(), now);
@@ -295,6 +300,8 @@ void TcpCameraLink::Session::pump() {
         m_engine->write(bytes);
         m_engine->flush();
     }
+    if (m_hasEnded || !m_engine)
+        return;
     reportLateness(now);
     if (m_backlog.isEmpty()) {
         m_pumpTimer.reset();
@@ -329,6 +336,7 @@ qsizetype TcpCameraLink::Session::unreadByEngine() const {
 }
 
 void TcpCameraLink::Session::cameraHasEnded() {
+    const auto self = shared_from_this();
     readFromCamera();
     if (m_hasEnded || !m_camera)
         return;
@@ -338,6 +346,7 @@ void TcpCameraLink::Session::cameraHasEnded() {
 }
 
 void TcpCameraLink::Session::engineHasEnded() {
+    const auto self = shared_from_this();
     readFromEngine();
     if (m_hasEnded || !m_engine)
         return;
@@ -349,6 +358,7 @@ void TcpCameraLink::Session::close() {
     if (m_hasEnded || m_isEnding)
         return;
     stopListening();
+    m_pumpTimer.reset();
     m_engine.reset();
     if (!m_camera)
         return end();
