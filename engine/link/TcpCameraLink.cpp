@@ -260,7 +260,7 @@ void TcpCameraLink::Session::readFromEngine() {
 }
 
 void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
-    // A handler may drop the last reference to this session.
+    // A handler may drop the last reference to this object.
     const auto self = shared_from_this();
     if (m_camera && !output.toCamera.isEmpty()) {
         m_camera->write(output.toCamera);
