@@ -1,0 +1,83 @@
+#include "supervision/PictureNoticeText.h"
+
+namespace lumvik {
+
+namespace {
+
+/// Returns the time of day, with the date if it is not today's.
+QString clockText(const QDateTime &time, const QDateTime &now) {
+    const QString clock = time.toString(QStringLiteral("HH:mm"));
+    if (time.date() == now.date())
+        return clock;
+    return QStringLiteral("%1, %2").arg(time.toString(QStringLiteral("d MMMM")), clock);
+}
+
+QString lostTitle(const PictureNoticeFacts &facts) {
+    if (!facts.lastFrameTime)
+        return QStringLiteral("No picture from %1").arg(facts.camera);
+    return QStringLiteral("No picture from %1 since %2")
+        .arg(facts.camera, clockText(*facts.lastFrameTime, facts.now));
+}
+
+QString nextText(const NextAttempt &next, const QDateTime &now) {
+    switch (next.kind) {
+    case NextAttempt::Kind::underWay:
+        return QStringLiteral("Trying now");
+    case NextAttempt::Kind::scheduled:
+        return QStringLiteral("Trying again in %1 s").arg(next.seconds);
+    case NextAttempt::Kind::afterLoginPause:
+        return QStringLiteral("Trying again at %1, so that the camera does not lock this account.")
+            .arg(clockText(next.time, now));
+    case NextAttempt::Kind::waitingForNetwork:
+        return QStringLiteral("Waiting for the network");
+    case NextAttempt::Kind::none:
+        return {};
+    }
+    return {};
+}
+
+} // namespace
+
+PictureNoticeText pictureNoticeText(const PictureState &state, const PictureNoticeFacts &facts) {
+    switch (state.condition) {
+    case PictureCondition::none:
+        return {};
+    case PictureCondition::starting:
+        if (state.seconds < pictureThresholds.announcedStart)
+            return {};
+        return {.title = QStringLiteral("Connecting to %1…").arg(facts.camera)};
+    case PictureCondition::live:
+        if (!facts.controlsAreShown)
+            return {};
+        return {.pill = QStringLiteral("Live")};
+    case PictureCondition::late:
+        return {.pill = QStringLiteral("Late by %1 s").arg(state.seconds)};
+    case PictureCondition::stale:
+        return {.pill = QStringLiteral("Not live · %1 s").arg(state.seconds)};
+    case PictureCondition::lost:
+        return {.title = lostTitle(facts),
+                .cause = facts.cause,
+                .next = nextText(facts.next, facts.now)};
+    }
+    return {};
+}
+
+QString spokenPictureState(PictureCondition condition) {
+    switch (condition) {
+    case PictureCondition::none:
+        return {};
+    case PictureCondition::starting:
+        return QStringLiteral("No picture yet");
+    case PictureCondition::live:
+        return QStringLiteral("Live");
+    case PictureCondition::late:
+        return QStringLiteral("Late");
+    case PictureCondition::stale:
+        return QStringLiteral("Not live");
+    case PictureCondition::lost:
+        return QStringLiteral("No picture");
+    }
+    return {};
+}
+
+} // namespace lumvik

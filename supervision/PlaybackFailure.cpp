@@ -1,0 +1,82 @@
+#include "supervision/PlaybackFailure.h"
+
+namespace lumvik {
+
+namespace {
+
+/// Returns `host` as it appears in a sentence: an IPv6 address has brackets, because a port may
+/// follow, and an unknown host is "The camera" at the beginning of a sentence.
+QString named(const QString &host) {
+    if (host.isEmpty())
+        return QStringLiteral("The camera");
+    return host.contains(QLatin1Char(':')) ? QStringLiteral("[%1]").arg(host) : host;
+}
+
+} // namespace
+
+std::optional<PlaybackFailure> failureForStatus(int status) {
+    switch (status) {
+    case 401:
+        return std::nullopt;
+    case 403:
+        return PlaybackFailure{PlaybackCause::forbidden};
+    case 404:
+    case 454:
+        return PlaybackFailure{PlaybackCause::noSuchStream};
+    case 453:
+    case 503:
+        return PlaybackFailure{PlaybackCause::tooManyViewers};
+    case 461:
+        return PlaybackFailure{PlaybackCause::notOverTcp};
+    default:
+        if (status < 400)
+            return std::nullopt;
+        return PlaybackFailure{PlaybackCause::cameraError, status};
+    }
+}
+
+QString explanation(const PlaybackFailure &failure, const QString &host, int port) {
+    switch (failure.cause) {
+    case PlaybackCause::noNetwork:
+        return QStringLiteral("This computer has no network.");
+    case PlaybackCause::nameNotFound:
+        return QStringLiteral("The name %1 is not known.").arg(host);
+    case PlaybackCause::noNameServer:
+        return QStringLiteral("No name server answers for %1.").arg(host);
+    case PlaybackCause::refused:
+        return QStringLiteral("%1 refuses connections on port %2.").arg(named(host)).arg(port);
+    case PlaybackCause::noAnswer:
+        return QStringLiteral("%1 does not answer.").arg(named(host));
+    case PlaybackCause::wrongPassword:
+        return QStringLiteral("The camera refuses the user name or password.");
+    case PlaybackCause::forbidden:
+        return QStringLiteral("The camera does not let this user see this stream.");
+    case PlaybackCause::noSuchStream:
+        return QStringLiteral("The camera has no stream at this path.");
+    case PlaybackCause::tooManyViewers:
+        return QStringLiteral("The camera serves as many viewers as it can.");
+    case PlaybackCause::notOverTcp:
+        return QStringLiteral("The camera does not send over TCP.");
+    case PlaybackCause::cameraError:
+        return QStringLiteral("The camera answers with an error (%1).").arg(failure.status);
+    case PlaybackCause::notRtsp:
+        return host.isEmpty() ? QStringLiteral("What answers is no RTSP camera.")
+                              : QStringLiteral("What answers at %1:%2 is no RTSP camera.")
+                                    .arg(named(host))
+                                    .arg(port);
+    case PlaybackCause::noVideo:
+        return QStringLiteral("The stream has no video.");
+    case PlaybackCause::cannotDecode:
+        return QStringLiteral("This computer cannot decode %1.")
+            .arg(failure.format.isEmpty() ? QStringLiteral("this video") : failure.format);
+    case PlaybackCause::noPicture:
+        return QStringLiteral("The camera answers but sends no picture.");
+    case PlaybackCause::streamEnded:
+        return QStringLiteral("The camera ended the stream.");
+    case PlaybackCause::unknown:
+        return QStringLiteral("The picture does not come.");
+    }
+    return {};
+}
+
+} // namespace lumvik
