@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/network/NetworkConnection.h"
+
 #include <QByteArray>
 
 namespace lumvik {
@@ -32,6 +34,8 @@ struct LinkFact {
     Kind kind = Kind::Connecting;
     QByteArray method = {}; ///< Of the request, with `Answered` only.
     int status = 0;         ///< With `Answered` only.
+    /// With `ConnectingFailed` only.
+    ConnectionFailure failure = ConnectionFailure::none;
 };
 
 } // namespace lumvik

@@ -189,7 +189,7 @@ void TcpCameraLink::Session::cameraStateChanged(NetworkConnection::State state) 
         break;
     case NetworkConnection::State::waiting: // the supervision decides when to try again
     case NetworkConnection::State::failed:
-        report(Kind::ConnectingFailed);
+        report({.kind = Kind::ConnectingFailed, .failure = m_connection->failure()});
         end();
         break;
     case NetworkConnection::State::ready:

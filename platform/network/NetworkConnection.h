@@ -10,6 +10,15 @@ namespace lumvik {
 
 class SerialQueue;
 
+/// Why a connection cannot be made.
+enum class ConnectionFailure {
+    none,
+    nameNotFound,
+    noNameServer, ///< No name server was reachable, or none could answer at the moment.
+    refused,      ///< The host is there, but nothing listens on the port.
+    unreachable,  ///< The host does not answer, or no route leads to it.
+};
+
 /// A plain TCP connection to a host, used to find out whether the host is reachable.
 class NetworkConnection {
   public:
@@ -37,6 +46,9 @@ class NetworkConnection {
     /// Abandons the attempt to connect, or closes the connection. Returns at once. May be called
     /// repeatedly and on any thread.
     virtual void cancel() = 0;
+    /// Returns why the connection has reported `failed` or `waiting`. Call on the queue's thread,
+    /// for example in the handler.
+    [[nodiscard]] virtual ConnectionFailure failure() const = 0;
 };
 
 /// Creates an unstarted connection to `port` of `host`, which is a name or a numerical address

@@ -69,6 +69,8 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     void cancel();
     /// On the queue's thread.
     [[nodiscard]] FileDescriptor takeSocket();
+    /// On the queue's thread.
+    [[nodiscard]] ConnectionFailure failure() const { return m_failure; }
 
   private:
     /// Any thread.
@@ -80,6 +82,7 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
     void takeLookup(const LookupResult &result);
     void takeAddresses(std::vector<SocketAddress> addresses);
     void connectToNext();
+    void addressFailed(int error);
     void watchSocket();
     void connectingFinished();
     void addressTimedOut();
@@ -106,6 +109,7 @@ class TcpConnection::Attempt : public std::enable_shared_from_this<Attempt> {
 
     // Used on the queue's thread. `close` destroys the Qt objects.
     std::optional<State> m_state;
+    ConnectionFailure m_failure = ConnectionFailure::none; ///< Of the last look-up or address.
     std::vector<SocketAddress> m_addresses;
     std::size_t m_nextAddress = 0;
     bool m_anAddressFailed = false; ///< For a reason other than a missing route.
@@ -166,14 +170,16 @@ void TcpConnection::Attempt::tryToConnect() {
     // The host is parsed at every attempt, because an interface named in it may have a different
     // index when it reappears.
     std::vector<SocketAddress> numerical = numericalAddresses(m_host, m_port);
-    if (!numerical.empty())
+    if (!numerical.empty()) {
         takeAddresses(std::move(numerical));
-    else if (isScopedAddress(m_host))
+    } else if (isScopedAddress(m_host)) {
+        addressFailed(ENODEV); // the interface does not exist
         allAddressesTried();
-    else if (!m_addresses.empty())
+    } else if (!m_addresses.empty()) {
         takeAddresses(std::move(m_addresses));
-    else
+    } else {
         lookUp();
+    }
 }
 
 void TcpConnection::Attempt::lookUp() {
@@ -190,6 +196,8 @@ void TcpConnection::Attempt::takeLookup(const LookupResult &result) {
         return takeAddresses(*result);
     // A name that does not exist is a final failure, and so is a name without addresses.
     m_anAddressFailed = result || result.error() == LookupError::noSuchName;
+    m_failure =
+        m_anAddressFailed ? ConnectionFailure::nameNotFound : ConnectionFailure::noNameServer;
     allAddressesTried();
 }
 
@@ -198,7 +206,19 @@ void TcpConnection::Attempt::takeAddresses(std::vector<SocketAddress> addresses)
     m_nextAddress = 0;
     m_anAddressFailed = false;
     m_anAddressTimedOut = false;
+    m_failure = ConnectionFailure::none;
     connectToNext();
+}
+
+void TcpConnection::Attempt::addressFailed(int error) {
+    m_socket.reset();
+    m_anAddressFailed = m_anAddressFailed || !meansNoRoute(error);
+    // A host that refuses has answered. This tells the user more than the silence of its other
+    // addresses.
+    if (error == ECONNREFUSED)
+        m_failure = ConnectionFailure::refused;
+    else if (m_failure != ConnectionFailure::refused)
+        m_failure = ConnectionFailure::unreachable;
 }
 
 void TcpConnection::Attempt::connectToNext() {
@@ -216,8 +236,7 @@ void TcpConnection::Attempt::connectToNext() {
             return report(State::ready);
         if (error == EINPROGRESS)
             return watchSocket();
-        m_socket.reset();
-        m_anAddressFailed = m_anAddressFailed || !meansNoRoute(error);
+        addressFailed(error);
     }
     if (!isCancelled())
         allAddressesTried();
@@ -259,8 +278,7 @@ void TcpConnection::Attempt::connectingFinished() {
     const int error = connectResult(m_socket);
     if (error == 0)
         return report(State::ready);
-    m_socket.reset();
-    m_anAddressFailed = m_anAddressFailed || !meansNoRoute(error);
+    addressFailed(error);
     connectToNext();
 }
 
@@ -323,6 +341,10 @@ void TcpConnection::start(SerialQueue &queue) {
 
 void TcpConnection::cancel() {
     m_attempt->cancel();
+}
+
+ConnectionFailure TcpConnection::failure() const {
+    return m_attempt->failure();
 }
 
 FileDescriptor TcpConnection::takeSocket() {

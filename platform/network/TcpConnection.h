@@ -32,6 +32,7 @@ class TcpConnection final : public NetworkConnection {
     void setStateUpdateHandler(StateUpdateHandler handler) override;
     void start(SerialQueue &queue) override;
     void cancel() override;
+    [[nodiscard]] ConnectionFailure failure() const override;
 
     /// Takes the connected socket, which is non-blocking, out of a connection that has reported
     /// `ready`. The connection reports nothing more. Call on the queue's thread. Returns a closed

@@ -27,6 +27,7 @@ class FakeConnection final : public NetworkConnection {
             report(*m_answer);
     }
     void cancel() override { isCancelled = true; }
+    [[nodiscard]] ConnectionFailure failure() const override { return why; }
 
     /// Reports a state to the handler, if one is set.
     void report(State state) {
@@ -39,6 +40,7 @@ class FakeConnection final : public NetworkConnection {
     const std::uint16_t port;
     bool isStarted = false;
     bool isCancelled = false;
+    ConnectionFailure why = ConnectionFailure::unreachable;
 
   private:
     std::optional<State> m_answer;
@@ -51,10 +53,13 @@ class FakeNetwork {
     /// The state that each connection reports when it is started. If empty, a started connection
     /// reports no state.
     std::optional<NetworkConnection::State> answer = NetworkConnection::State::ready;
+    /// Why the connections fail, if they do.
+    ConnectionFailure why = ConnectionFailure::unreachable;
 
     [[nodiscard]] NetworkConnectionFactory factory() {
         return [this](const QString &host, std::uint16_t port) {
             connections.push_back(std::make_shared<FakeConnection>(host, port, answer));
+            connections.back()->why = why;
             return connections.back();
         };
     }

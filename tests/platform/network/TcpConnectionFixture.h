@@ -72,6 +72,10 @@ class TcpConnectionFixture : public testing::Test {
         return connection;
     }
 
+    [[nodiscard]] ConnectionFailure failureOf(const TcpConnection &connection) {
+        return runOn(queue, [&connection] { return connection.failure(); });
+    }
+
     const QString loopback = QStringLiteral("127.0.0.1");
     Reports reports;
     SerialQueue queue{QStringLiteral("test.connection")};

@@ -33,7 +33,16 @@ TEST_F(TcpConnectionTest, FailsWhenTheNameDoesNotExist) {
         started(QStringLiteral("absent.example"), 554,
                 [](const std::string &, int) { return tl::unexpected(LookupError::noSuchName); });
     EXPECT_TRUE(reports.reach(State::failed));
+    EXPECT_EQ(failureOf(*connection), ConnectionFailure::nameNotFound);
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::failed));
+}
+
+TEST_F(TcpConnectionTest, WaitsWithTheReasonWhileNoNameServerIsReachable) {
+    const auto connection =
+        started(QStringLiteral("camera.example"), 554,
+                [](const std::string &, int) { return tl::unexpected(LookupError::temporary); });
+    ASSERT_TRUE(reports.reach(State::waiting));
+    EXPECT_EQ(failureOf(*connection), ConnectionFailure::noNameServer);
 }
 
 TEST_F(TcpConnectionTest, WaitsWhileNoNameServerIsReachableAndThenConnects) {

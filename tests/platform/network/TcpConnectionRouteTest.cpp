@@ -55,6 +55,7 @@ TEST_F(TcpConnectionTest, ConnectsToAScopedAddress) {
 TEST_F(TcpConnectionTest, WaitsForTheInterfaceThatTheScopeNames) {
     const auto connection = started(QStringLiteral("fe80::1%absent0"), 554);
     ASSERT_TRUE(reports.reach(State::waiting));
+    EXPECT_EQ(failureOf(*connection), ConnectionFailure::unreachable);
     connection->cancel();
     EXPECT_TRUE(reports.reach(State::cancelled));
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::waiting, State::cancelled));
@@ -120,6 +121,7 @@ TEST_F(TcpConnectionTest, FailsWhenTheHostIsUnreachableDespiteARoute) {
     ASSERT_EQ(added, 0);
     const auto connection = started(QStringLiteral("192.0.2.1"), 554);
     EXPECT_TRUE(reports.reach(State::failed));
+    EXPECT_EQ(failureOf(*connection), ConnectionFailure::unreachable);
 }
 
 TEST_F(TcpConnectionTest, FailsWhenTheConnectionTimesOut) {

@@ -40,6 +40,7 @@ TEST_F(TcpConnectionTest, FailsWhenTheHostRefuses) {
     const LocalPort port(LocalPort::Behaviour::refusing);
     const auto connection = started(loopback, port.port());
     ASSERT_TRUE(reports.reach(State::failed));
+    EXPECT_EQ(failureOf(*connection), ConnectionFailure::refused);
     connection->cancel();
     drain(queue);
     EXPECT_THAT(reports.states(), ElementsAre(State::preparing, State::failed));
