@@ -41,7 +41,8 @@ MPVOpenGLView::MPVOpenGLView(MainQueue &mainQueue, QQuickItem *parent)
 }
 
 MPVOpenGLView::~MPVOpenGLView() {
-    m_pictureChanged = nullptr; // the handler's receiver may already be destroyed
+    m_pictureChanged = nullptr; // the handlers' receiver may already be destroyed
+    m_pictureWillGo = nullptr;
     shutdownRenderContext();
 }
 
@@ -79,6 +80,7 @@ int MPVOpenGLView::configureWithMPV(mpv_handle *player) {
 void MPVOpenGLView::shutdownRenderContext() {
     assertMainThread("The renderer must be destroyed on the main thread.");
     if (m_renderer->isAttached()) {
+        announceEndOfPicture();
         m_renderer->detach();
         requestDrawing(); // otherwise the last picture would stay and look live
     }
@@ -95,7 +97,20 @@ QSGNode *MPVOpenGLView::updatePaintNode(QSGNode *node, UpdatePaintNodeData * /*d
     return m_renderer->updateNode(node, *this);
 }
 
+void MPVOpenGLView::announceEndOfPicture() {
+    if (m_showsPicture && m_pictureWillGo)
+        m_pictureWillGo();
+}
+
+QImage MPVOpenGLView::copyOfPicture() {
+    const QSize size = drawableSize();
+    if (!m_showsPicture || !m_renderer->isAttached() || window() == nullptr || size.isEmpty())
+        return {};
+    return m_renderer->copyOfLastFrame(size);
+}
+
 void MPVOpenGLView::forgetPicture() {
+    announceEndOfPicture();
     m_expectsPicture = false;
     m_hasPendingVideoFrame = false;
     setShowsPicture(false);

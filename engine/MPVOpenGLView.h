@@ -4,6 +4,7 @@
 #include "engine/VideoRenderer.h"
 #include "platform/MainQueue.h"
 
+#include <QImage>
 #include <QQuickItem>
 #include <QSize>
 
@@ -76,6 +77,16 @@ class MPVOpenGLView : public QQuickItem {
     /// Sets the handler that runs whenever the value of `showsPicture` changes.
     void setPictureHandler(std::function<void()> changed) { m_pictureChanged = std::move(changed); }
 
+    /// Sets the handler that runs before a picture is replaced by black although it may still be
+    /// young: `forgetPicture` was called or the player is about to be destroyed. The handler may
+    /// call `copyOfPicture`.
+    void setPictureWillGoHandler(std::function<void()> handler) {
+        m_pictureWillGo = std::move(handler);
+    }
+    /// Returns a copy of the picture that the view shows, of the size `drawableSize`, or a null
+    /// image if the view shows black. Takes some milliseconds.
+    [[nodiscard]] QImage copyOfPicture();
+
     /// Sets the handlers for the loss and the return of the window's graphics. `lost` runs after
     /// the graphics were lost while a player was attached; the render context has already been
     /// freed at that time. `restored` runs when the graphics are available again after a loss, with
@@ -100,6 +111,7 @@ class MPVOpenGLView : public QQuickItem {
     void reportShownFrame();
     void noteNextFrame();
     void setShowsPicture(bool shows);
+    void announceEndOfPicture();
     void skipPendingFrame();
     void drawLastFrameSoon();
     void graphicsWereInvalidated();
@@ -117,6 +129,7 @@ class MPVOpenGLView : public QQuickItem {
     bool m_graphicsWereLost = false;  // the graphics were lost and have not been restored yet
     std::shared_ptr<const std::function<void()>> m_frameRenderedHandler;
     std::function<void()> m_pictureChanged;
+    std::function<void()> m_pictureWillGo;
     std::function<void()> m_graphicsLost;
     std::function<void()> m_graphicsRestored;
 };

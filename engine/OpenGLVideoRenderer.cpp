@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QOpenGLContext>
+#include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
 #include <QQuickItem>
 #include <QQuickOpenGLUtils>
@@ -114,8 +115,26 @@ void OpenGLVideoRenderer::drawInScene(QSize size, FrameUse use) {
     m_view.window()->endExternalCommands();
 }
 
+QImage OpenGLVideoRenderer::copyOfLastFrame(QSize size) {
+    QImage copy;
+    enterGraphics();
+    if (m_isCurrent) {
+        // The engine draws its last frame again, because the window's own framebuffer also contains
+        // the controls, and its contents are undefined after a swap.
+        QOpenGLFramebufferObject framebuffer(size);
+        m_framebuffer = static_cast<int>(framebuffer.handle());
+        if (framebuffer.isValid() && fetch(size, FrameUse::show)) {
+            (void)reportShownFrame();
+            copy = framebuffer.toImage().convertToFormat(QImage::Format_RGB32);
+        }
+        m_framebuffer = 0;
+    }
+    leaveGraphics();
+    return copy;
+}
+
 int OpenGLVideoRenderer::render(mpv_render_context *context, QSize size, FrameUse use) {
-    mpv_opengl_fbo framebuffer{0, size.width(), size.height(), 0};
+    mpv_opengl_fbo framebuffer{m_framebuffer, size.width(), size.height(), 0};
     int flip = 1;
     // By default, libmpv would block the main thread until the frame's target time. A live picture
     // should be shown at once, and the main thread has other work to do.

@@ -14,6 +14,7 @@ class OpenGLVideoRenderer final : public VideoRenderer {
     [[nodiscard]] std::span<const PlayerSetting> playerProperties() override;
     /// Must be called within the render pass of the window, before the scene itself is drawn.
     void drawInScene(QSize size, FrameUse use) override;
+    [[nodiscard]] QImage copyOfLastFrame(QSize size) override;
     void requestDrawing(QQuickItem &view) override;
 
   protected:
@@ -24,6 +25,7 @@ class OpenGLVideoRenderer final : public VideoRenderer {
 
   private:
     QQuickItem &m_view;
+    int m_framebuffer = 0;    ///< The OpenGL name of the framebuffer that is drawn into.
     bool m_isCurrent = false; ///< Whether `enterGraphics` made the window's context current.
 };
 

@@ -48,11 +48,16 @@ class SoftwareVideoRenderer::Node final : public QSGRenderNode {
         m_size = size;
     }
 
-    void render(const RenderState * /*state*/) override {
+    void render(const RenderState *state) override {
         auto *painter = static_cast<QPainter *>(m_window->rendererInterface()->getResource(
             m_window, QSGRendererInterface::PainterResource));
-        if (painter != nullptr && *m_renderer != nullptr)
-            (*m_renderer)->paint(*painter);
+        if (painter == nullptr || *m_renderer == nullptr)
+            return;
+        // Qt clips the painter for its own nodes only. What lies over the video is not drawn again
+        // outside of this region and would be erased there.
+        if (const QRegion *redrawn = state->clipRegion())
+            painter->setClipRegion(*redrawn);
+        (*m_renderer)->paint(*painter);
     }
     [[nodiscard]] RenderingFlags flags() const override {
         return BoundedRectRendering | OpaqueRendering;
@@ -132,6 +137,19 @@ void SoftwareVideoRenderer::drawInScene(QSize size, FrameUse use) {
     if (!fetch(unrotated(size), use))
         m_frame = Frame::none;
     m_target = {};
+}
+
+QImage SoftwareVideoRenderer::copyOfLastFrame(QSize size) {
+    // The engine draws its last frame again, because a frame that was drawn directly into the
+    // window is not kept.
+    drawInScene(size, FrameUse::show);
+    if (m_frame != Frame::inImage)
+        return {};
+    (void)reportShownFrame();
+    // libmpv leaves the fourth byte of each pixel undefined, which the result does not have.
+    QImage copy = m_image.convertToFormat(QImage::Format_RGB888);
+    copy.setDevicePixelRatio(1);
+    return m_rotation.value_or(0) == 0 ? copy : copy.transformed(QTransform().rotate(*m_rotation));
 }
 
 void SoftwareVideoRenderer::prepareImage(QSize size) {

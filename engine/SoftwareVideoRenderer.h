@@ -30,6 +30,7 @@ class SoftwareVideoRenderer final : public VideoRenderer {
     [[nodiscard]] const char *rotationProperty() const override;
     void videoHasChanged() override { m_rotation.reset(); }
     void drawInScene(QSize size, FrameUse use) override;
+    [[nodiscard]] QImage copyOfLastFrame(QSize size) override;
     void pictureBecameOld(QQuickItem &view) override { requestDrawing(view); }
     void requestDrawing(QQuickItem &view) override;
     QSGNode *updateNode(QSGNode *node, QQuickItem &view) override;
@@ -58,6 +59,7 @@ class SoftwareVideoRenderer final : public VideoRenderer {
     /// its clip is the part of the window that is redrawn.
     void paint(QPainter &painter);
     void paintImage(QPainter &painter);
+    /// Makes `m_image` an image of `size` pixels that libmpv can draw into.
     void prepareImage(QSize size);
     /// Returns the back buffer that `painter` draws to if libmpv may draw into it directly: the
     /// view fills it, and all of it is redrawn. Otherwise returns no target.

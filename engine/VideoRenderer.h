@@ -2,6 +2,7 @@
 
 #include "engine/PlayerOptions.h"
 
+#include <QImage>
 #include <QSize>
 
 #include <mpv/client.h>
@@ -67,6 +68,10 @@ class VideoRenderer {
     virtual void drawInScene(QSize size, FrameUse use) = 0;
     /// Fetches and discards the next frame at any other time.
     void discard(QSize size);
+    /// Returns a copy of the frame that was drawn last, `size` pixels large and as the view shows
+    /// it, or a null image if it cannot be copied. Takes some milliseconds. Not while the scene is
+    /// being drawn.
+    [[nodiscard]] virtual QImage copyOfLastFrame(QSize size) = 0;
     /// Reports to libmpv that the fetched frame is on the screen. After the first report, libmpv
     /// waits for a report after each frame. Returns whether a frame had been fetched since the last
     /// report.
