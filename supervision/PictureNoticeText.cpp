@@ -12,11 +12,17 @@ QString clockText(const QDateTime &time, const QDateTime &now) {
     return QStringLiteral("%1, %2").arg(time.toString(QStringLiteral("d MMMM")), clock);
 }
 
+/// Names may be as long as a paragraph.
+QString shortened(const QString &name) {
+    constexpr qsizetype longest = 40;
+    return name.size() <= longest ? name : name.first(longest - 1).trimmed() + QChar(0x2026);
+}
+
 QString lostTitle(const PictureNoticeFacts &facts) {
+    const QString title = QStringLiteral("No picture from %1").arg(shortened(facts.camera));
     if (!facts.lastFrameTime)
-        return QStringLiteral("No picture from %1").arg(facts.camera);
-    return QStringLiteral("No picture from %1 since %2")
-        .arg(facts.camera, clockText(*facts.lastFrameTime, facts.now));
+        return title;
+    return QStringLiteral("%1 since %2").arg(title, clockText(*facts.lastFrameTime, facts.now));
 }
 
 QString nextText(const NextAttempt &next, const QDateTime &now) {
@@ -45,7 +51,7 @@ PictureNoticeText pictureNoticeText(const PictureState &state, const PictureNoti
     case PictureCondition::starting:
         if (state.seconds < pictureThresholds.announcedStart)
             return {};
-        return {.title = QStringLiteral("Connecting to %1…").arg(facts.camera)};
+        return {.title = QStringLiteral("Connecting to %1…").arg(shortened(facts.camera))};
     case PictureCondition::live:
         if (!facts.controlsAreShown)
             return {};
@@ -57,7 +63,8 @@ PictureNoticeText pictureNoticeText(const PictureState &state, const PictureNoti
     case PictureCondition::lost:
         return {.title = lostTitle(facts),
                 .cause = facts.cause,
-                .next = nextText(facts.next, facts.now)};
+                .next = nextText(facts.next, facts.now),
+                .offersActions = true};
     }
     return {};
 }

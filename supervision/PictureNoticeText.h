@@ -28,10 +28,11 @@ struct NextAttempt {
 
 /// What the window says about its picture. Texts that are empty are not shown.
 struct PictureNoticeText {
-    QString pill = {};  ///< In the corner of the picture.
-    QString title = {}; ///< The first line of the message: what has happened.
-    QString cause = {}; ///< The second line: why.
-    QString next = {};  ///< The third line: what happens next.
+    QString pill = {};          ///< In the corner of the picture.
+    QString title = {};         ///< The first line of the message: what has happened.
+    QString cause = {};         ///< The second line: why.
+    QString next = {};          ///< The third line: what happens next.
+    bool offersActions = false; ///< Whether the message has buttons.
 
     friend bool operator==(const PictureNoticeText &, const PictureNoticeText &) = default;
 };

@@ -37,6 +37,8 @@ std::optional<PlaybackFailure> failureForStatus(int status) {
 
 QString explanation(const PlaybackFailure &failure, const QString &host, int port) {
     switch (failure.cause) {
+    case PlaybackCause::unusableAddress:
+        return QStringLiteral("The address of this camera cannot be used.");
     case PlaybackCause::noNetwork:
         return QStringLiteral("This computer has no network.");
     case PlaybackCause::nameNotFound:

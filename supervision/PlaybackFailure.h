@@ -9,6 +9,7 @@ namespace lumvik {
 /// Why a camera's picture does not come.
 enum class PlaybackCause {
     unknown,
+    unusableAddress, ///< The camera's address is not an RTSP address.
     noNetwork,      ///< This computer has no network path.
     nameNotFound,   ///< The name in the address does not exist.
     noNameServer,   ///< No name server could be asked.

@@ -6,6 +6,7 @@
 #include "viewer/MainMenuStrip.h"
 #include "viewer/MenuAccessibility.h"
 #include "viewer/ModalWindowCheck.h"
+#include "viewer/PictureNotice.h"
 #include "viewer/ViewerControl.h"
 
 #include <QAccessible>
@@ -210,6 +211,25 @@ class AccessibleMessage final : public AccessibleItem {
     }
 };
 
+/// The accessible object of what the window says about its picture.
+class AccessibleNotice final : public AccessibleItem {
+  public:
+    explicit AccessibleNotice(NoticeText *notice) : AccessibleItem(notice) {}
+
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Name && isValid() ? notice()->text() : QString();
+    }
+    QAccessible::Role role() const override { return QAccessible::StaticText; }
+    QAccessible::State state() const override {
+        QAccessible::State state = AccessibleItem::state();
+        state.readOnly = true;
+        return state;
+    }
+
+  private:
+    [[nodiscard]] NoticeText *notice() const { return static_cast<NoticeText *>(object()); }
+};
+
 /// The accessible object of the picture. This object describes the surface that covers the picture,
 /// and has the state "invisible" while no camera is shown.
 class AccessiblePicture final : public AccessibleItem {
@@ -295,6 +315,7 @@ class AccessibleWindow final : public QAccessibleObject {
             if (qobject_cast<ViewerControl *>(item) != nullptr ||
                 qobject_cast<MainMenuStrip *>(item) != nullptr ||
                 qobject_cast<EmptyStateLabel *>(item) != nullptr ||
+                qobject_cast<NoticeText *>(item) != nullptr ||
                 qobject_cast<DraggableContentView *>(item) != nullptr)
                 items.append(item);
         }
@@ -310,6 +331,8 @@ QAccessibleInterface *makeAccessible(const QString &className, QObject *object) 
         return new AccessibleMenuStrip(static_cast<MainMenuStrip *>(object));
     if (className == QLatin1String(EmptyStateLabel::staticMetaObject.className()))
         return new AccessibleMessage(static_cast<EmptyStateLabel *>(object));
+    if (className == QLatin1String(NoticeText::staticMetaObject.className()))
+        return new AccessibleNotice(static_cast<NoticeText *>(object));
     if (className == QLatin1String(DraggableContentView::staticMetaObject.className()))
         return new AccessiblePicture(static_cast<DraggableContentView *>(object));
     if (className == QLatin1String(QQuickWindow::staticMetaObject.className()))

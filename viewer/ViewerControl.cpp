@@ -134,8 +134,8 @@ void ViewerControl::showToolTip() {
         return;
     if (QApplication::activePopupWidget() != nullptr)
         return; // the tool tip would cover the menu
-    if (m_role == Role::menuTitle)
-        return; // the label is visible already
+    if (showsLabel())
+        return;
     const QPointF below = mapToScene(QPointF(0, height()));
     QToolTip::showText(window()->mapToGlobal(below).toPoint(), m_label);
     attachToolTip(*window());

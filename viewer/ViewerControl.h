@@ -76,6 +76,9 @@ class ViewerControl : public QQuickPaintedItem {
     /// The shape that the focus ring surrounds.
     [[nodiscard]] virtual OutlinedShape outlinedShape() const = 0;
 
+    /// Whether the control draws its label, which then needs no tool tip.
+    [[nodiscard]] virtual bool showsLabel() const { return m_role == Role::menuTitle; }
+
     /// Notifies assistive technology that the states in `what` have changed.
     void accessibleStateChanged(QAccessible::State what);
     /// Notifies assistive technology that `value` has changed.

@@ -45,7 +45,8 @@ TEST(PictureNoticeText, MessageSaysWhatWhyAndWhatNext) {
     EXPECT_EQ(pictureNoticeText(lost, facts),
               (PictureNoticeText{.title = u"No picture from Front Door"_s,
                                  .cause = u"Because."_s,
-                                 .next = u"Trying again in 12 s"_s}));
+                                 .next = u"Trying again in 12 s"_s,
+                                 .offersActions = true}));
     facts.lastFrameTime = QDateTime(now.date(), QTime(17, 3));
     EXPECT_EQ(pictureNoticeText(lost, facts).title, u"No picture from Front Door since 17:03"_s);
     facts.lastFrameTime = QDateTime(now.date().addDays(-1), QTime(9, 5));
@@ -65,6 +66,13 @@ TEST(PictureNoticeText, EachKindOfNextAttemptHasItsText) {
                     .time = QDateTime(now.date(), QTime(17, 38))}),
               u"Trying again at 17:38, so that the camera does not lock this account."_s);
     EXPECT_EQ(next({.kind = NextAttempt::Kind::none}), QString());
+}
+
+TEST(PictureNoticeText, LongNameIsShortened) {
+    PictureNoticeFacts facts = frontDoor();
+    facts.camera = QString(1000, u'a');
+    EXPECT_EQ(pictureNoticeText({.condition = PictureCondition::lost}, facts).title,
+              u"No picture from "_s + QString(39, u'a') + u'…');
 }
 
 TEST(PictureNoticeText, SpokenStatesDiffer) {
