@@ -19,8 +19,7 @@ void AppDelegate::updatePictureDescription() {
     PictureText text;
     if (!cameras.isEmpty()) {
         text = {.name = QStringLiteral("Picture of %1").arg(camera),
-                .description = videoHost->showsPicture() ? QStringLiteral("Live")
-                                                         : QStringLiteral("No picture yet")};
+                .description = spokenPictureState(pictureSupervisor.condition())};
     }
     interactionView->setPictureText(text);
 }

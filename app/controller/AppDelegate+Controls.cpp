@@ -77,6 +77,7 @@ void AppDelegate::updateViewerControls(bool animated) {
     if (visible)
         setControlsVisible(true);
     fadeControls(animated);
+    pictureSupervisor.update(); // a live picture is confirmed together with the controls
 }
 
 void AppDelegate::fadeControls(bool animated) {
@@ -144,6 +145,7 @@ void AppDelegate::updateViewerControlLayout() {
                                           .menuStripWidth = mainMenuStrip->naturalWidth()});
     place(*videoHost, QRectF(QPointF(), content));
     place(*interactionView, QRectF(QPointF(), content));
+    pictureSupervisor.layOut(content, std::max(frames.picker.bottom(), frames.close.bottom()));
     place(*cameraPicker, frames.picker);
     place(*stayOnTopButton, frames.pin);
     place(*focusViewerButton, frames.focus);

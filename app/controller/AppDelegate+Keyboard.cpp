@@ -12,6 +12,7 @@ void AppDelegate::setUpKeyboardNavigation() {
                                     closeViewerButton};
     for (MainMenuTitle *title : mainMenuStrip->titles())
         controls.append(title);
+    controls.append(pictureSupervisor.createNotice(window->contentItem()));
     keyboardNavigation = std::make_unique<KeyboardNavigation>(*window, controls);
     keyboardNavigation->setChanged([self = QPointer(this)] {
         if (self)

@@ -17,7 +17,8 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , sleepDelayHolder(environment.mainQueue)
     , updateService(environment.makeUpdateService())
     , cameraDetails(environment.store.appSupportDirectory())
-    , decodingSupervisor(cameraDetails, environment.decodingMachine) {}
+    , decodingSupervisor(cameraDetails, environment.decodingMachine)
+    , pictureSupervisor(pictureEnvironment()) {}
 
 AppDelegate::~AppDelegate() {
     // Callbacks of the window must find a closing viewer while the members are being destroyed.
@@ -117,6 +118,7 @@ void AppDelegate::stopEverything() {
     playbackWatchdog.reset();
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
+    pictureSupervisor.stop();
     if (updateCheckTask)
         updateCheckTask->cancel();
     sleepDelayHolder.release();

@@ -50,6 +50,7 @@ void AppDelegate::handleNetworkPath(const NetworkPathSignature &signature) {
         QStringLiteral("Network path update: satisfied=%1, wifi=%2, ethernet=%3.")
             .arg(text(signature.isSatisfied), text(signature.usesWiFi),
                  text(signature.usesEthernet)));
+    pictureSupervisor.update();
     switch (networkPathAction(before, signature)) {
     case NetworkPathAction::none:
         break;

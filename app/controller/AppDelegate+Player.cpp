@@ -182,6 +182,7 @@ void AppDelegate::loadCamera(int index) {
         return refuseCameraAddress(index);
     decodingSupervisor.prepareLoad(mpv, camera.url);
     std::unique_ptr<CameraLink> link = openCameraLink(*endpoint);
+    pictureSupervisor.loadHasBegun(link != nullptr);
     const QByteArray address =
         link ? link->engineAddress() : engineAddress(encodedCameraAddress(camera.url)).toUtf8();
     std::array<const char *, 4> command{"loadfile", address.constData(), "replace", nullptr};
@@ -205,6 +206,7 @@ void AppDelegate::refuseCameraAddress(int index) {
     closeCameraLink();
     // Another attempt cannot succeed before the address has been edited.
     playbackState = PlaybackSupervisorState::suspended;
+    pictureSupervisor.update();
     showPlaybackError(
         QStringLiteral("Could not open %1.").arg(LumvikLog::redacted(cameras.at(index).name)));
 }
@@ -227,6 +229,7 @@ std::unique_ptr<CameraLink> AppDelegate::openCameraLink(const CameraEndpoint &en
 void AppDelegate::handleLinkFact(const LinkFact &fact) {
     if (isClosingViewer || systemIsSleeping || mpv == nullptr)
         return;
+    pictureSupervisor.linkHasReported(fact);
     // While another attempt is scheduled, a frame of the old stream would cancel it.
     const bool isStartingOrPlaying = playbackState == PlaybackSupervisorState::starting ||
                                      playbackState == PlaybackSupervisorState::playing;

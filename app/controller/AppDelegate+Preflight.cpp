@@ -52,10 +52,14 @@ void AppDelegate::observeLocalNetworkProbe(const std::shared_ptr<NetworkConnecti
                                           NetworkConnection::State state) {
         // This handler runs on the probe's queue, so it only logs and posts to the main queue.
         const LogChannel &log = LumvikLog::network();
-        const auto finish = [&](bool reloadPlayer) {
-            mainQueue.async([self, weak, generation, reloadPlayer] {
-                if (const auto probe = weak.lock(); self && probe)
-                    self->finishLocalNetworkProbe(probe, reloadPlayer, generation);
+        const auto finish = [&](bool reloadPlayer, ConnectionFailure failure) {
+            mainQueue.async([self, weak, generation, reloadPlayer, failure] {
+                const auto probe = weak.lock();
+                if (!self || !probe)
+                    return;
+                if (!reloadPlayer && self->localNetworkProbe == probe)
+                    self->pictureSupervisor.probeHasFailed(failure);
+                self->finishLocalNetworkProbe(probe, reloadPlayer, generation);
             });
         };
         switch (state) {
@@ -64,11 +68,12 @@ void AppDelegate::observeLocalNetworkProbe(const std::shared_ptr<NetworkConnecti
             break;
         case NetworkConnection::State::failed:
             log.error(QStringLiteral("The local-network preflight failed."));
-            finish(false);
+            if (const auto probe = weak.lock())
+                finish(false, probe->failure());
             break;
         case NetworkConnection::State::ready:
             log.debug(QStringLiteral("The local-network preflight reached ready state."));
-            finish(true);
+            finish(true, ConnectionFailure::none);
             break;
         case NetworkConnection::State::preparing:
         case NetworkConnection::State::cancelled:

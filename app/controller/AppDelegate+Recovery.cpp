@@ -2,6 +2,7 @@
 
 #include "app/controller/AppDelegate.h"
 #include "configuration/CameraAddress.h"
+#include "engine/link/CameraEndpoint.h"
 #include "platform/LumvikLog.h"
 #include "supervision/CameraReachability.h"
 #include "supervision/PreflightTarget.h"
@@ -44,10 +45,25 @@ void AppDelegate::schedulePlaybackRecovery(const PlaybackRecovery &request) {
             if (self)
                 self->retryPlayback(selection, recreates);
         });
+    pictureSupervisor.attemptWasScheduled(attempt.delay,
+                                          request.urgency != RecoveryUrgency::immediate);
+}
+
+void AppDelegate::tryNow() {
+    if (isClosingViewer || systemIsSleeping || cameras.isEmpty())
+        return;
+    cancelPlaybackRetry();
+    cancelLocalNetworkProbe();
+    if (selectedCameraIsReachable())
+        requestLocalNetworkAccessAndStart();
+    else
+        startOrReload();
+    pictureSupervisor.update();
 }
 
 void AppDelegate::retryPlayback(std::int64_t selectionGeneration, bool recreatesPlayer) {
     playbackRetry.reset();
+    pictureSupervisor.attemptWasCancelled();
     if (!playbackIsPossible() || selectionGeneration != playbackSelectionGeneration)
         return;
     if (recreatesPlayer) {
@@ -62,6 +78,33 @@ void AppDelegate::cancelPlaybackRetry() {
         return;
     playbackRetry->cancel();
     playbackRetry.reset();
+    pictureSupervisor.attemptWasCancelled();
+}
+
+PictureSupervisor::Environment AppDelegate::pictureEnvironment() {
+    return {.mainQueue = environment.mainQueue,
+            .currentDate = environment.currentDate,
+            .situation = [this] { return pictureSituation(); },
+            .tryNow = [this] { tryNow(); },
+            .showAddresses = [this] { showCameraSettings(); },
+            .conditionChanged = [this] { updatePictureDescription(); }};
+}
+
+PictureSupervisor::Situation AppDelegate::pictureSituation() const {
+    const int index = cameraPicker == nullptr ? -1 : cameraPicker->indexOfSelectedItem();
+    if (index < 0 || index >= cameras.size())
+        return {};
+    const Camera &camera = cameras.at(index);
+    const auto target = preflightTarget(encodedCameraAddress(camera.url));
+    return {.hasCamera = true,
+            .camera =
+                LumvikLog::redacted(camera.name), // some users name a camera after its address
+            .host = target ? target->host : QString(),
+            .port = target ? target->port : 0,
+            .waitsForNetwork = !selectedCameraIsReachable(),
+            .addressIsUnusable = !cameraEndpoint(camera.url),
+            .isSleeping = systemIsSleeping,
+            .controlsAreShown = viewerControlsAreVisible};
 }
 
 } // namespace lumvik

@@ -49,6 +49,7 @@ void AppDelegate::systemDidWake() {
     // Without a network path, that picture would otherwise stay until the path returns.
     lastFrameRenderedAt.reset();
     videoHost->forgetPicture(); // frames that were received before the sleep would look live
+    pictureSupervisor.update();
     schedulePlaybackRecovery({.reason = QStringLiteral("system wake"),
                               .urgency = RecoveryUrgency::immediate,
                               .recreation = PlayerRecreation::forced});

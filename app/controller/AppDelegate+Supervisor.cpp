@@ -78,6 +78,7 @@ void AppDelegate::beginPlaybackSelection(int index) {
     if (isClosingViewer)
         return;
     advanceSelectionGeneration();
+    pictureSupervisor.cameraWasChosen();
     playbackRetryCount = 0;
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();

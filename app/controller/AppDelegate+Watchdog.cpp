@@ -26,6 +26,7 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     const PlaybackSupervisorState previous = playbackState;
     const TimeStamp now = environment.mainQueue.now();
     lastFrameRenderedAt = now;
+    pictureSupervisor.frameWasShown();
     playbackState = PlaybackSupervisorState::playing;
     if (previous != PlaybackSupervisorState::playing)
         liveSince = now;

@@ -84,10 +84,6 @@ void AppDelegate::createVideoViews() {
     QQuickItem *content = window->contentItem();
 
     videoHost = new MPVOpenGLView(environment.mainQueue, content);
-    videoHost->setPictureHandler([self] {
-        if (self && !self->isClosingViewer)
-            self->updatePictureDescription();
-    });
     videoHost->setGraphicsHandlers(
         [self] {
             if (self)
@@ -97,6 +93,7 @@ void AppDelegate::createVideoViews() {
             if (self)
                 self->graphicsWereRestored();
         });
+    pictureSupervisor.createCover(*videoHost, content);
     emptyStateLabel = new EmptyStateLabel(content);
     interactionView = new DraggableContentView(environment.mainQueue, content);
     connectInteractionView();
@@ -246,6 +243,7 @@ void AppDelegate::windowWillClose() {
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
     sleepDelayHolder.release();
+    pictureSupervisor.stop();
     stopPlayerEngine();
     closePopUpMenus();
     cameraMenuIsOpen = false;

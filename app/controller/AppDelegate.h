@@ -5,6 +5,7 @@
 #include "app/controller/DecodingSupervisor.h"
 #include "app/controller/LaunchRequest.h"
 #include "app/controller/MainMenu.h"
+#include "app/controller/PictureSupervisor.h"
 #include "configuration/Camera.h"
 #include "configuration/CameraDetailsStore.h"
 #include "configuration/CameraListKeeper.h"
@@ -225,6 +226,8 @@ class AppDelegate final : public QObject {
     /// Schedules a recovery attempt. Does nothing while the viewer is closing, the system sleeps,
     /// the camera cannot be reached, the camera list is empty, or an attempt is already scheduled.
     void schedulePlaybackRecovery(const PlaybackRecovery &request);
+    /// Makes an attempt at once, at the user's request, even without a network path.
+    void tryNow();
 
     // ---- Rendered frames: AppDelegate+Watchdog.cpp ----
 
@@ -376,6 +379,8 @@ class AppDelegate final : public QObject {
     [[nodiscard]] bool selectedCameraIsReachable() const;
     void retryPlayback(std::int64_t selectionGeneration, bool recreatesPlayer);
     void cancelPlaybackRetry();
+    [[nodiscard]] PictureSupervisor::Environment pictureEnvironment();
+    [[nodiscard]] PictureSupervisor::Situation pictureSituation() const;
 
     // AppDelegate+Watchdog.cpp
     /// Reports the first picture of each player to the environment, and logs whether the graphics
@@ -494,6 +499,7 @@ class AppDelegate final : public QObject {
 
     CameraDetailsStore cameraDetails;
     DecodingSupervisor decodingSupervisor; // declared after the details that it uses
+    PictureSupervisor pictureSupervisor;   // declared after the window that contains its items
 };
 
 } // namespace lumvik

@@ -56,8 +56,7 @@ TEST_F(PreflightTest, ReadyProbeIsClosedAndThePlayerStarts) {
     queue.runPending();
     EXPECT_EQ(playerGeneration(), 1);
     EXPECT_FALSE(probeIsUnderWay());
-    EXPECT_EQ(queue.delays(), std::vector<double>{2})
-        << "only the watchdog waits, not the fallback";
+    EXPECT_THAT(queue.delays(), testing::Not(testing::Contains(preflightFallbackDelay)));
     EXPECT_TRUE(probe().isCancelled);
     EXPECT_FALSE(probe().hasHandler());
     EXPECT_EQ(networkLog().last(),

@@ -111,7 +111,7 @@ TEST_F(NetworkFaultTest, ViewerStartedWithoutANetworkWaitsForOne) {
     ASSERT_TRUE(logShows({pathLost}, 0, 5s));
     expectWindowMoves();
     pointer.moveTo(desktop.area().bottomRight());
-    EXPECT_TRUE(eventually(5s, [this] { return bool{windowIsBlack()}; }));
+    EXPECT_TRUE(eventually(5s, [this] { return bool{windowShowsNoPicture()}; }));
     expectThroughout(3s, [this] {
         return countInLog(loading, 0) == 0 ? nothingScheduled(0)
                                            : testing::AssertionFailure() << "a camera is loaded";

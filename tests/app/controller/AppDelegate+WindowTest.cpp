@@ -181,8 +181,8 @@ TEST_F(WindowTest, ClosingCancelsEverythingThatCouldStartAPlayer) {
     ASSERT_TRUE(interactionView()->isSelectingFocusArea());
     mpv.sendEndFile(MPV_END_FILE_REASON_ERROR, MPV_ERROR_LOADING_FAILED);
     ASSERT_TRUE(runUntil([this] { return access().playbackRetry() != nullptr; }));
-    ASSERT_EQ(queue.delays().size(), 2U)
-        << "one delay of the watchdog and one of the recovery attempt";
+    ASSERT_GE(queue.delays().size(), 2U)
+        << "at least one delay of the watchdog and one of the recovery attempt";
     delegate->closeCameraViewer();
     EXPECT_FALSE(interactionView()->isSelectingFocusArea());
     EXPECT_TRUE(queue.delays().empty());

@@ -204,13 +204,22 @@ void FaultFixture::expectOneStream(CameraProcess &camera) {
     EXPECT_EQ(streamsOf(camera).most, 1) << "more than one stream was played at once";
 }
 
-testing::AssertionResult FaultFixture::windowIsBlack() const {
+testing::AssertionResult FaultFixture::windowShowsNoPicture() const {
     const QImage picture = screen.window(viewer->window());
     if (picture.isNull())
         return testing::AssertionFailure() << "the window is not on the screen";
-    if (!isDark(picture, picture.rect(), 8))
+    if (!isDarkApartFromTexts(picture))
         return testing::AssertionFailure() << "the window is not black";
     return testing::AssertionSuccess() << "the window is black";
+}
+
+testing::AssertionResult FaultFixture::windowAdmitsThatNothingIsLive() const {
+    const QImage picture = screen.window(viewer->window());
+    if (picture.isNull())
+        return testing::AssertionFailure() << "the window is not on the screen";
+    if (isDarkApartFromTexts(picture) || hasWarningPill(picture))
+        return testing::AssertionSuccess() << "the window says that nothing is live";
+    return testing::AssertionFailure() << "the window looks live";
 }
 
 void FaultFixture::expectOrderlyEnd() {

@@ -80,8 +80,11 @@ class FaultFixture : public ViewerFixture {
     /// the test if two connections have ever played at the same time.
     static void expectOneStream(CameraProcess &camera);
 
-    /// Whether the whole window is black. The controls must be hidden.
-    [[nodiscard]] testing::AssertionResult windowIsBlack() const;
+    /// Whether the window is black, apart from texts. The controls must be hidden.
+    [[nodiscard]] testing::AssertionResult windowShowsNoPicture() const;
+    /// Whether nobody can take the window for a live picture: it shows none, or a pill says that
+    /// the picture is not live.
+    [[nodiscard]] testing::AssertionResult windowAdmitsThatNothingIsLive() const;
 
     /// Sends SIGTERM to the viewer, as happens at the end of a desktop session. The viewer must
     /// exit with status 0 within three seconds and must not have written the password.

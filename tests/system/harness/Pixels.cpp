@@ -1,5 +1,7 @@
 #include "Pixels.h"
 
+#include <QPainter>
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -72,6 +74,34 @@ double shareOfLightPixels(const QImage &picture, QRect area, int level) {
 
 bool isDark(const QImage &picture, QRect area, int level) {
     return share(picture, area, [level](QRgb pixel) { return qGray(pixel) > level; }) == 0;
+}
+
+QRect pillArea(const QImage &window) {
+    return {12, window.height() - 36, 160, 24};
+}
+
+bool isDarkApartFromTexts(const QImage &window) {
+    constexpr int black = 8;
+    // Texts and buttons are grey and cover a small part of the window.
+    constexpr double mostText = 0.1;
+    QImage rest = window;
+    QPainter(&rest).fillRect(pillArea(window), Qt::black);
+    const auto isColoured = [](QRgb pixel) {
+        const auto [low, high] = std::minmax({qRed(pixel), qGreen(pixel), qBlue(pixel)});
+        return high - low > 24;
+    };
+    return share(rest, rest.rect(), isColoured) == 0 &&
+           share(rest, rest.rect(), [](QRgb pixel) { return qGray(pixel) > black; }) < mostText;
+}
+
+bool hasWarningPill(const QImage &window) {
+    // The dot of the pill is amber.
+    const auto isAmber = [](QRgb pixel) {
+        return std::abs(qRed(pixel) - 245) < 12 && std::abs(qGreen(pixel) - 176) < 12 &&
+               std::abs(qBlue(pixel) - 60) < 12;
+    };
+    constexpr double smallestDot = 0.005;
+    return share(window, pillArea(window), isAmber) > smallestDot;
 }
 
 } // namespace lumvik::test

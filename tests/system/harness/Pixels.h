@@ -23,4 +23,12 @@ namespace lumvik::test {
 /// Whether no pixel inside `area` is brighter than `level` (0 to 255).
 [[nodiscard]] bool isDark(const QImage &picture, QRect area, int level);
 
+/// Whether a viewer's window is black apart from grey texts and buttons, and from the pill in the
+/// lower left corner.
+[[nodiscard]] bool isDarkApartFromTexts(const QImage &window);
+/// Whether a viewer's window shows a pill that warns, at one pixel per point.
+[[nodiscard]] bool hasWarningPill(const QImage &window);
+/// The area of a viewer's window that the pill may cover, at one pixel per point.
+[[nodiscard]] QRect pillArea(const QImage &window);
+
 } // namespace lumvik::test

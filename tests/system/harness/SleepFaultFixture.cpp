@@ -72,11 +72,11 @@ void SleepFaultFixture::testSleep(Milliseconds duration) {
     // The viewer keeps running during this simulated sleep. Programs on a real machine also run for
     // a while before the machine sleeps.
     testing::AssertionResult verdict = testing::AssertionSuccess();
-    EXPECT_TRUE(eventually(1s, [this] { return bool{windowIsBlack()}; }));
+    EXPECT_TRUE(eventually(1s, [this] { return bool{windowShowsNoPicture()}; }));
     EXPECT_TRUE(always(duration, [&] {
         verdict = nothingScheduled(mark);
         if (verdict)
-            verdict = windowIsBlack();
+            verdict = windowShowsNoPicture();
         return static_cast<bool>(verdict);
     })) << verdict.message();
     EXPECT_EQ(countInLog(probing, mark), 0);
