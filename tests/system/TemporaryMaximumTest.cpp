@@ -62,27 +62,28 @@ class TemporaryMaximumTest : public ViewerFixture {
     }
 };
 
-constexpr QRect frame{150, 120, 800, 450};
+constexpr QRect ordinaryFrame{150, 120, 800, 450};
 /// The largest 16:9 window on a screen of 1600 x 1000 pixels without panels.
-constexpr QRect maximum{0, 50, 1600, 900};
+constexpr QRect enlargedFrame{0, 50, 1600, 900};
 
 TEST_F(TemporaryMaximumTest, RightClickEnlargesTheWindowAndASecondRightClickRestoresIt) {
-    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    ASSERT_NO_FATAL_FAILURE(showCamera(ordinaryFrame));
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
-    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == maximum && stored(frame); }))
-        << storedFrame().toStdString();
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(enlargedFrame, ordinaryFrame));
+    EXPECT_TRUE(always(1s, [this] {
+        return viewer->geometry() == enlargedFrame && stored(ordinaryFrame);
+    })) << storedFrame().toStdString();
     EXPECT_TRUE(pictureFillsTheWindow());
     EXPECT_TRUE(hasShape({640, 360}));
 
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
-    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame; }));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(ordinaryFrame, ordinaryFrame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == ordinaryFrame; }));
     EXPECT_TRUE(pictureFillsTheWindow());
 
     // Once the window is restored, the viewer must store its new window frames again.
     moveWindow({30, 40});
-    const QRect moved(QPoint(30, 40), frame.size());
+    const QRect moved(QPoint(30, 40), ordinaryFrame.size());
     EXPECT_TRUE(reachesFrame(moved));
     EXPECT_TRUE(eventually(10s, [&] { return stored(moved); })) << storedFrame().toStdString();
     movePointerAway();
@@ -101,73 +102,74 @@ TEST_F(TemporaryMaximumTest, NarrowPictureIsEnlargedToTheHeightOfTheScreen) {
 }
 
 TEST_F(TemporaryMaximumTest, ThreeRapidRightClicksEndAtTheOriginalFrame) {
-    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    ASSERT_NO_FATAL_FAILURE(showCamera(ordinaryFrame));
     // The third click arrives while the second click is still restoring the window. Both of these
     // clicks end at the original window frame.
     xdotool(desktop, {QStringLiteral("click"), QStringLiteral("--repeat"), QStringLiteral("3"),
                       QStringLiteral("--delay"), QStringLiteral("60"), QStringLiteral("3")});
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
-    EXPECT_TRUE(always(2s, [this] { return viewer->geometry() == frame; }));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(ordinaryFrame, ordinaryFrame));
+    EXPECT_TRUE(always(2s, [this] { return viewer->geometry() == ordinaryFrame; }));
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
-    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == maximum; }));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(enlargedFrame, ordinaryFrame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == enlargedFrame; }));
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(ordinaryFrame, ordinaryFrame));
     EXPECT_TRUE(pictureFillsTheWindow());
     movePointerAway();
 }
 
 TEST_F(TemporaryMaximumTest, FullScreenKeepsTheFrameAndIgnoresRightClicks) {
-    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    ASSERT_NO_FATAL_FAILURE(showCamera(ordinaryFrame));
     keyboard.press(QStringLiteral("F11"));
     ASSERT_TRUE(reachesFrame(desktop.area()));
     rightClick();
     EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == desktop.area(); }));
     keyboard.press(QStringLiteral("F11"));
-    EXPECT_TRUE(reachesFrame(frame));
-    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame; }));
-    EXPECT_TRUE(stored(frame)) << storedFrame().toStdString();
+    EXPECT_TRUE(reachesFrame(ordinaryFrame));
+    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == ordinaryFrame; }));
+    EXPECT_TRUE(stored(ordinaryFrame)) << storedFrame().toStdString();
     EXPECT_TRUE(pictureFillsTheWindow());
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(enlargedFrame, ordinaryFrame));
     movePointerAway();
 }
 
 TEST_F(TemporaryMaximumTest, LeavingFullScreenReturnsToTheEnlargedWindow) {
-    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    ASSERT_NO_FATAL_FAILURE(showCamera(ordinaryFrame));
     rightClick();
-    ASSERT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
+    ASSERT_TRUE(reachesFrameWithoutStoringIt(enlargedFrame, ordinaryFrame));
     keyboard.press(QStringLiteral("F11"));
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(desktop.area(), frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(desktop.area(), ordinaryFrame));
     keyboard.press(QStringLiteral("F11"));
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(enlargedFrame, ordinaryFrame));
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
-    EXPECT_TRUE(always(1s, [this] { return viewer->geometry() == frame && stored(frame); }))
-        << storedFrame().toStdString();
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(ordinaryFrame, ordinaryFrame));
+    EXPECT_TRUE(always(1s, [this] {
+        return viewer->geometry() == ordinaryFrame && stored(ordinaryFrame);
+    })) << storedFrame().toStdString();
     movePointerAway();
 }
 
 TEST_F(TemporaryMaximumTest, ClosingTheEnlargedWindowKeepsTheStoredFrame) {
-    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    ASSERT_NO_FATAL_FAILURE(showCamera(ordinaryFrame));
     rightClick();
-    ASSERT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
+    ASSERT_TRUE(reachesFrameWithoutStoringIt(enlargedFrame, ordinaryFrame));
     endViewer();
-    EXPECT_TRUE(stored(frame)) << storedFrame().toStdString();
+    EXPECT_TRUE(stored(ordinaryFrame)) << storedFrame().toStdString();
     movePointerAway();
     startViewerAndWaitForPicture();
-    EXPECT_TRUE(reachesFrame(frame));
+    EXPECT_TRUE(reachesFrame(ordinaryFrame));
 }
 
 TEST_F(TemporaryMaximumTest, FirstRightClickOnAnInactiveWindowEnlargesIt) {
-    ASSERT_NO_FATAL_FAILURE(showCamera(frame));
+    ASSERT_NO_FATAL_FAILURE(showCamera(ordinaryFrame));
     DesktopProgram *other = startWhiteWindow({1300, 800, 200, 100});
     ASSERT_TRUE(other);
     ASSERT_TRUE(eventually(10s, [&] { return other->hasFocus(); }));
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(maximum, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(enlargedFrame, ordinaryFrame));
     rightClick();
-    EXPECT_TRUE(reachesFrameWithoutStoringIt(frame, frame));
+    EXPECT_TRUE(reachesFrameWithoutStoringIt(ordinaryFrame, ordinaryFrame));
     movePointerAway();
 }
 
