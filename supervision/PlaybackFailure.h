@@ -10,22 +10,22 @@ namespace lumvik {
 enum class PlaybackCause {
     unknown,
     unusableAddress, ///< The camera's address is not an RTSP address.
-    noNetwork,      ///< This computer has no network path.
-    nameNotFound,   ///< The name in the address does not exist.
-    noNameServer,   ///< No name server could be asked.
-    refused,        ///< The host refuses connections on the port.
-    noAnswer,       ///< The host cannot be reached, or accepts a connection and stays silent.
-    wrongPassword,  ///< The camera refuses the user name or password.
-    forbidden,      ///< The user may not see the stream.
-    noSuchStream,   ///< The camera has no stream at the path.
-    tooManyViewers, ///< The camera cannot serve another viewer.
-    notOverTcp,     ///< The camera does not offer the transport.
-    cameraError,    ///< Another RTSP status.
-    notRtsp,        ///< The host answers, but not as an RTSP camera.
-    noVideo,        ///< The stream has no video.
-    cannotDecode,   ///< The engine has no decoder for the stream.
-    noPicture,      ///< The camera answers, but sends no picture.
-    streamEnded,    ///< The camera has ended the stream.
+    noNetwork,       ///< This computer has no network path.
+    nameNotFound,    ///< The name in the address does not exist.
+    noNameServer,    ///< No name server could be asked.
+    refused,         ///< The host refuses connections on the port.
+    noAnswer,        ///< The host cannot be reached, or accepts a connection and stays silent.
+    wrongPassword,   ///< The camera refuses the user name or password.
+    forbidden,       ///< The user may not see the stream.
+    noSuchStream,    ///< The camera has no stream at the path.
+    tooManyViewers,  ///< The camera cannot serve another viewer.
+    notOverTcp,      ///< The camera does not offer the transport.
+    cameraError,     ///< Another RTSP status.
+    notRtsp,         ///< The host answers, but not as an RTSP camera.
+    noVideo,         ///< The stream has no video.
+    cannotDecode,    ///< The engine has no decoder for the stream.
+    noPicture,       ///< The camera answers, but sends no picture.
+    streamEnded,     ///< The camera has ended the stream.
 };
 
 /// A cause with what its explanation needs.

@@ -36,6 +36,13 @@ Result parseWithArgument(const QString &word, const QString &argument) {
     if (word == QLatin1String("codec"))
         return parseCodec(argument).map(
             [](VideoCodec codec) { return AnyCameraCommand(UseCodec{codec}); });
+    if (word == QLatin1String("throttle")) {
+        bool isNumber = false;
+        const int bytes = argument.toInt(&isNumber);
+        if (isNumber && bytes >= 0)
+            return Throttle{bytes};
+        return tl::unexpected(QStringLiteral("throttle takes a number of bytes a second"));
+    }
     if (word == QLatin1String("rotate")) {
         for (const int degrees : {0, 90, 180, 270}) {
             if (argument == QString::number(degrees))

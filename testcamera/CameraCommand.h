@@ -51,6 +51,11 @@ struct Rotate {
 struct UseCodec {
     VideoCodec codec = VideoCodec::H264;
 };
+/// Each connection carries only so many bytes a second, like a slow network. What does not fit
+/// waits in the camera. 0 removes the limit.
+struct Throttle {
+    int bytesPerSecond = 0;
+};
 /// Asks how many connections there are.
 struct Clients {};
 /// Asks for the number of playing connections, the highest number of connections that have played
@@ -60,11 +65,13 @@ struct Quit {};
 
 } // namespace CameraCommand
 
-using AnyCameraCommand = std::variant<
-    CameraCommand::Freeze, CameraCommand::Thaw, CameraCommand::End, CameraCommand::Drop,
-    CameraCommand::Refuse, CameraCommand::Accept, CameraCommand::Silent, CameraCommand::Speak,
-    CameraCommand::HangUp, CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
-    CameraCommand::UseCodec, CameraCommand::Clients, CameraCommand::Streams, CameraCommand::Quit>;
+using AnyCameraCommand =
+    std::variant<CameraCommand::Freeze, CameraCommand::Thaw, CameraCommand::End,
+                 CameraCommand::Drop, CameraCommand::Refuse, CameraCommand::Accept,
+                 CameraCommand::Silent, CameraCommand::Speak, CameraCommand::HangUp,
+                 CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
+                 CameraCommand::UseCodec, CameraCommand::Throttle, CameraCommand::Clients,
+                 CameraCommand::Streams, CameraCommand::Quit>;
 
 /// Parses one line. The error describes what is wrong with the line.
 [[nodiscard]] tl::expected<AnyCameraCommand, QString> parseCommand(const QString &line);

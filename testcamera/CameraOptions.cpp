@@ -132,7 +132,7 @@ QString optionsHelp() {
            QStringLiteral("\nCommands on standard input, one a line: freeze, thaw, end, drop, drop "
                           "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
                           "0|90|180|270, "
-                          "codec h264|h265,\nclients, quit.\n");
+                          "codec h264|h265,\nthrottle BYTES_PER_SECOND, clients, quit.\n");
 }
 
 tl::expected<QSize, QString> parseSize(const QString &text) {

@@ -30,6 +30,13 @@ void abortConnection(GSocket *socket) {
     (void)::connect(g_socket_get_fd(socket), &nobody, sizeof nobody);
 }
 
+/// Lets the system send at most this many bytes a second, or any number for 0.
+void limitRate(GSocket *socket, int bytesPerSecond) {
+    constexpr gint unlimited = -1; // the largest unsigned number
+    g_socket_set_option(socket, SOL_SOCKET, SO_MAX_PACING_RATE,
+                        bytesPerSecond > 0 ? bytesPerSecond : unlimited, nullptr);
+}
+
 bool hasEncoder(VideoCodec codec) {
     const GstObjectPointer<GstElementFactory> found(
         gst_element_factory_find(codec == VideoCodec::H264 ? "x264enc" : "x265enc"));
@@ -188,6 +195,8 @@ void CameraServer::watchClient(GstRTSPClient *client) {
     watched.client.reset(GST_RTSP_CLIENT(g_object_ref(client)));
     watched.socket.reset(G_SOCKET(g_object_ref(socket)));
     m_clients.push_back(std::move(watched));
+    if (m_bytesPerSecond > 0)
+        limitRate(socket, m_bytesPerSecond);
     g_signal_connect(client, "closed", G_CALLBACK(+[](GstRTSPClient *closed, gpointer self) {
                          static_cast<CameraServer *>(self)->forgetClient(closed);
                      }),
@@ -353,6 +362,13 @@ CameraServer::Answer CameraServer::perform(CameraCommand::UseCodec command) {
     if (!hasEncoder(command.codec))
         return tl::unexpected(QStringLiteral("the codec's encoder is not installed"));
     useCodec(command.codec);
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Throttle throttle) {
+    m_bytesPerSecond = throttle.bytesPerSecond;
+    for (const Client &client : m_clients)
+        limitRate(client.socket.get(), m_bytesPerSecond);
     return QString();
 }
 

@@ -73,6 +73,7 @@ class CameraServer {
     Answer perform(CameraCommand::Resize resize);
     Answer perform(CameraCommand::Rotate rotate);
     Answer perform(CameraCommand::UseCodec command);
+    Answer perform(CameraCommand::Throttle throttle);
     Answer perform(CameraCommand::Clients);
     Answer perform(CameraCommand::Streams);
     Answer perform(CameraCommand::Quit);
@@ -85,6 +86,7 @@ class CameraServer {
     GObjectPointer<GstRTSPServer> m_server;
     GObjectPointer<GstRTSPMediaFactory> m_factory;
     std::vector<Client> m_clients;
+    int m_bytesPerSecond = 0; ///< The limit for each connection; 0 without one.
     long m_mostPlaying = 0;
     long m_playRequests = 0;
     /// Clients whose connection has ended recently. If sending to a client failed at that moment,

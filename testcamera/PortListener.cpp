@@ -41,6 +41,10 @@ tl::expected<void, QString> PortListener::bind() {
     if (!m_socket)
         return failure(error);
     g_socket_set_blocking(m_socket.get(), FALSE);
+    // On the loopback interface, segments would have 64 KB and leave a throttled connection in
+    // lumps.
+    constexpr gint ethernetSegment = 1448;
+    g_socket_set_option(m_socket.get(), IPPROTO_TCP, TCP_MAXSEG, ethernetSegment, nullptr);
     g_socket_set_listen_backlog(m_socket.get(), 64);
     const GObjectPointer<GSocketAddress> wanted(g_inet_socket_address_new(m_address.get(), m_port));
     if (!g_socket_bind(m_socket.get(), wanted.get(), TRUE, &error))

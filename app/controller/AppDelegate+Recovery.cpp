@@ -87,6 +87,14 @@ PictureSupervisor::Environment AppDelegate::pictureEnvironment() {
             .situation = [this] { return pictureSituation(); },
             .tryNow = [this] { tryNow(); },
             .showAddresses = [this] { showCameraSettings(); },
+            .pictureFellBehind =
+                [this] {
+                    if (playbackState != PlaybackSupervisorState::playing)
+                        return;
+                    // The old pictures that are still drawn would cancel the attempt.
+                    videoHost->forgetPicture();
+                    schedulePlaybackRecovery({.reason = QStringLiteral("picture fell behind")});
+                },
             .conditionChanged = [this] { updatePictureDescription(); }};
 }
 

@@ -90,6 +90,7 @@ void PictureSupervisor::loadHasBegun(bool hasLink) {
     m_format.clear();
     m_lateness = 0;
     m_intervals.streamHasEnded();
+    m_latenessWatch.connectionWasReplaced();
     update();
 }
 
@@ -118,6 +119,9 @@ void PictureSupervisor::linkHasReported(const LinkFact &fact) {
         break;
     case Kind::Described:
         m_progress = Progress::described;
+        break;
+    case Kind::Measured:
+        takeMeasure(fact.measure);
         break;
     case Kind::ConnectingFailed:
         fail(failureOf(fact.failure));
@@ -151,6 +155,14 @@ void PictureSupervisor::linkHasReported(const LinkFact &fact) {
     case Kind::IntruderRefused:
         break;
     }
+}
+
+void PictureSupervisor::takeMeasure(const StreamMeasure &measure) {
+    m_lateness = measure.lateness;
+    if (m_lateness >= pictureThresholds.lateBegins || m_state.condition == PictureCondition::late)
+        update();
+    if (m_latenessWatch.mustReplaceConnection(m_lateness, m_environment.mainQueue.now()))
+        m_environment.pictureFellBehind();
 }
 
 void PictureSupervisor::probeHasFailed(ConnectionFailure failure) {

@@ -4,6 +4,7 @@
 #include "engine/link/LinkFact.h"
 #include "platform/MainQueue.h"
 #include "supervision/FrameIntervals.h"
+#include "supervision/LatenessWatch.h"
 #include "supervision/PictureNoticeText.h"
 #include "supervision/PictureState.h"
 #include "supervision/PlaybackFailure.h"
@@ -51,6 +52,8 @@ class PictureSupervisor {
         std::function<Situation()> situation;
         std::function<void()> tryNow;
         std::function<void()> showAddresses;
+        /// Runs when the connection should be replaced, because its pictures are too late.
+        std::function<void()> pictureFellBehind;
         /// Runs after the condition of the picture has changed.
         std::function<void()> conditionChanged;
     };
@@ -98,6 +101,7 @@ class PictureSupervisor {
     enum class Progress { connecting, connected, answered, described };
 
     void keepPicture();
+    void takeMeasure(const StreamMeasure &measure);
     void fail(const PlaybackFailure &failure);
     [[nodiscard]] PlaybackFailure failureOfSilence() const;
     [[nodiscard]] PictureNoticeFacts noticeFacts(const Situation &situation) const;
@@ -115,7 +119,8 @@ class PictureSupervisor {
     TimeStamp m_chosenAt = 0;
     std::optional<TimeStamp> m_lastFrameAt;
     FrameIntervals m_intervals;
-    double m_lateness = 0;                    // in seconds
+    double m_lateness = 0; // in seconds
+    LatenessWatch m_latenessWatch;
     std::optional<PlaybackFailure> m_failure; // since the last frame
 
     // The current attempt.

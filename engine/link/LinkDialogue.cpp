@@ -3,6 +3,8 @@
 #include "engine/link/RtpPacket.h"
 #include "engine/link/VideoUnits.h"
 
+#include <QtEndian>
+
 #include <algorithm>
 #include <utility>
 
@@ -34,16 +36,29 @@ QByteArray withoutParameters(const QByteArray &value) {
     return value.split(';').constFirst().trimmed();
 }
 
-/// Returns the first channel in "…;interleaved=2-3;…".
-std::optional<std::uint8_t> interleavedChannel(const QByteArray &transport) {
+/// The channels in "…;interleaved=2-3;…".
+struct InterleavedChannels {
+    std::uint8_t media = 0;
+    std::optional<std::uint8_t> statistics; ///< Not named by every camera.
+};
+
+std::optional<std::uint8_t> channelNumber(const QByteArray &text) {
+    bool isNumber = false;
+    const int number = text.trimmed().toInt(&isNumber);
+    if (!isNumber || number < 0 || number > 255)
+        return std::nullopt;
+    return static_cast<std::uint8_t>(number);
+}
+
+std::optional<InterleavedChannels> interleavedChannels(const QByteArray &transport) {
     for (const QByteArray &part : transport.split(';')) {
         const QByteArray parameter = part.trimmed();
         if (!parameter.toLower().startsWith("interleaved="))
             continue;
-        bool isNumber = false;
-        const int number = parameter.sliced(12).split('-').constFirst().toInt(&isNumber);
-        if (isNumber && number >= 0 && number <= 255)
-            return static_cast<std::uint8_t>(number);
+        const QByteArrayList numbers = parameter.sliced(12).split('-');
+        if (const auto media = channelNumber(numbers.constFirst()))
+            return InterleavedChannels{*media, numbers.size() == 2 ? channelNumber(numbers.at(1))
+                                                                   : std::nullopt};
     }
     return std::nullopt;
 }
@@ -319,14 +334,16 @@ void LinkDialogue::takeSetup(const Request &request, const RtspMessage &response
     if (m_sessionUri.isEmpty())
         m_sessionUri = m_endpoint.uri;
     const MediaDescription *medium = mediumOf(uri);
-    const auto channel = interleavedChannel(response.value("Transport"));
-    if (!channel)
+    const auto channels = interleavedChannels(response.value("Transport"));
+    if (!channels)
         return;
-    m_channels[*channel] = Channel();
+    Channel &channel = m_channels[channels->media] = Channel();
+    if (channels->statistics && *channels->statistics != channels->media)
+        m_reportChannels[*channels->statistics] = channels->media;
     if (medium == nullptr || medium->videoFormats.empty())
         return;
-    m_channels[*channel].videoFormats = medium->videoFormats;
-    m_channels[*channel].delimiter.emplace(medium->videoFormats);
+    channel.videoFormats = medium->videoFormats;
+    channel.delimiter.emplace(medium->videoFormats);
 }
 
 /// Returns the medium that a request for `uri` sets up, or null if that is not certain.
@@ -358,7 +375,7 @@ void LinkDialogue::takePacket(InterleavedPacket &&packet, Output &output) {
             !std::exchange(channel->second.reportedWrongMarkers, true))
             output.facts.push_back({Kind::MarkersWrong});
     }
-    output.toEngine.push_back({packet.encoded(), video});
+    output.toEngine.push_back({packet.encoded(), video, senderReport(packet)});
 }
 
 /// Returns nothing for a packet that is not certainly one of a video track.
@@ -376,6 +393,23 @@ LinkDialogue::describe(const InterleavedPacket &packet) const {
             .sliced(header->contentBegin, header->contentEnd - header->contentBegin);
     return EngineData::VideoPacket{packet.channel, header->timeStamp,
                                    beginsKeyPicture(content, format->second.codec)};
+}
+
+/// Returns nothing for a packet that does not begin with a sender report, as the statistics of
+/// every sender do (RFC 3550, 6.1).
+std::optional<EngineData::SenderReport>
+LinkDialogue::senderReport(const InterleavedPacket &packet) const {
+    constexpr qsizetype shortest = 28;
+    constexpr std::uint8_t senderReportType = 200;
+    constexpr int version = 2;
+    const auto channel = m_reportChannels.find(packet.channel);
+    if (channel == m_reportChannels.end() || packet.payload.size() < shortest ||
+        static_cast<std::uint8_t>(packet.payload.at(0)) >> 6 != version ||
+        static_cast<std::uint8_t>(packet.payload.at(1)) != senderReportType)
+        return std::nullopt;
+    return EngineData::SenderReport{channel->second,
+                                    qFromBigEndian<quint64>(packet.payload.constData() + 8),
+                                    qFromBigEndian<quint32>(packet.payload.constData() + 16)};
 }
 
 /// The engine collects what it receives, without a limit, until a new picture begins.

@@ -94,6 +94,8 @@ class LinkDialogue {
     void takeSetup(const Request &request, const RtspMessage &response);
     [[nodiscard]] const MediaDescription *mediumOf(const QByteArray &uri) const;
     void takePacket(InterleavedPacket &&packet, Output &output);
+    [[nodiscard]] std::optional<EngineData::SenderReport>
+    senderReport(const InterleavedPacket &packet) const;
     [[nodiscard]] bool isWithinBounds(const InterleavedPacket &packet);
     [[nodiscard]] std::optional<EngineData::VideoPacket>
     describe(const InterleavedPacket &packet) const;
@@ -124,6 +126,8 @@ class LinkDialogue {
     std::optional<SessionDescription> m_description;
     std::map<std::uint8_t, Channel>
         m_channels; ///< The channels of media, without their statistics.
+    /// The channels of statistics, with the channels of media that they report on.
+    std::map<std::uint8_t, std::uint8_t> m_reportChannels;
     bool m_hasSentTeardown = false;
     bool m_hasReceivedPacket = false;
 };

@@ -6,6 +6,13 @@
 
 namespace lumvik {
 
+/// What a camera link has measured of the video that arrives.
+struct StreamMeasure {
+    double lateness = 0;          ///< How much later than usual the newest picture is, in seconds.
+    double picturesPerSecond = 0; ///< 0 during the first second.
+    double bitsPerSecond = 0;     ///< 0 during the first second.
+};
+
 /// Something that a camera link has found out. A plain value, without any part of the camera's
 /// address, user name or password.
 struct LinkFact {
@@ -20,6 +27,7 @@ struct LinkFact {
         Described,        ///< The camera has described a stream that contains video.
         DescribedNoVideo, ///< The camera has described a stream without video.
         FirstPacket,      ///< The first packet of media has arrived.
+        Measured,         ///< `measure`, several times a second while video arrives.
         PictureIsLate,    ///< The engine is so far behind that its pictures are old.
         PictureIsInTime,  ///< The engine has caught up.
         PicturesOmitted,  ///< Old pictures were left out, because the engine was behind.
@@ -36,6 +44,7 @@ struct LinkFact {
     int status = 0;         ///< With `Answered` only.
     /// With `ConnectingFailed` only.
     ConnectionFailure failure = ConnectionFailure::none;
+    StreamMeasure measure = {}; ///< With `Measured` only.
 };
 
 } // namespace lumvik

@@ -9,6 +9,7 @@ void logLinkFact(const LinkFact &fact) {
     switch (fact.kind) {
     case LinkFact::Kind::Connecting:
     case LinkFact::Kind::Described:
+    case LinkFact::Kind::Measured: // several times a second
         break;
     case LinkFact::Kind::Answered:
         log.debug(QStringLiteral("The camera answered %1 with status %2.")

@@ -48,6 +48,10 @@ QByteArray StreamBacklog::takeFront() {
     return front.data.bytes;
 }
 
+std::chrono::duration<double> StreamBacklog::oldestWait(TimePoint now) const {
+    return m_waiting.empty() ? std::chrono::duration<double>(0) : now - m_waiting.front().arrival;
+}
+
 bool StreamBacklog::isLate(TimePoint now) {
     const auto age = m_waiting.empty() ? Clock::duration::zero() : now - m_waiting.front().arrival;
     if (age > lateAfter)

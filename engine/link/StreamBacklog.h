@@ -19,8 +19,16 @@ struct EngineData {
         bool isKeyPicture = false;   ///< Whether it begins a part of a key picture.
     };
 
-    QByteArray bytes;                                ///< A message, a packet, or unknown bytes.
-    std::optional<VideoPacket> video = std::nullopt; ///< Empty for everything else.
+    /// What a sender report (RFC 3550, 6.4.1) says about a track.
+    struct SenderReport {
+        std::uint8_t channel = 0;    ///< Of the track that is reported on.
+        std::uint64_t ntpTime = 0;   ///< The camera's clock, in units of 2^-32 s.
+        std::uint32_t timeStamp = 0; ///< The time stamp of a picture that is captured at that time.
+    };
+
+    QByteArray bytes;                                  ///< A message, a packet, or unknown bytes.
+    std::optional<VideoPacket> video = std::nullopt;   ///< Empty for everything else.
+    std::optional<SenderReport> report = std::nullopt; ///< Empty for everything else.
 };
 
 /// What waits for the engine.
@@ -58,6 +66,8 @@ class StreamBacklog {
     [[nodiscard]] bool isEmpty() const { return m_waiting.empty(); }
     /// The bytes that wait.
     [[nodiscard]] qsizetype size() const { return m_size; }
+    /// Returns how long the oldest data has been waiting.
+    [[nodiscard]] std::chrono::duration<double> oldestWait(TimePoint now) const;
     /// Whether the engine is so far behind that its pictures are old.
     [[nodiscard]] bool isLate(TimePoint now);
     /// How many pictures have been left out in total.

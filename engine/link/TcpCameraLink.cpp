@@ -2,6 +2,7 @@
 
 #include "engine/link/LinkDialogue.h"
 #include "engine/link/OwnSocket.h"
+#include "engine/link/StreamMeter.h"
 #include "platform/FileDescriptor.h"
 #include "platform/SerialQueue.h"
 #include "platform/network/TcpConnection.h"
@@ -138,6 +139,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     LatePointer<QTcpSocket> m_engine;
     LatePointer<QTimer> m_farewell;
     StreamBacklog m_backlog;
+    StreamMeter m_meter;
     LatePointer<QTimer> m_pumpTimer; ///< Runs while something waits for the engine.
     SocketAddress m_engineSocket; ///< Of the engine's socket, which also belongs to this process.
     int m_engineDescriptor = -1;  ///< The engine's; only for questions about unread bytes.
@@ -270,10 +272,15 @@ void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
     }
     if (m_engine) {
         const auto now = StreamBacklog::Clock::now();
-        for (const EngineData &data : output.toEngine)
+        for (const EngineData &data : output.toEngine) {
+            m_meter.take(data, now);
             m_backlog.push(data, now);
+        }
     }
     pump();
+    if (const auto measure = m_meter.measure(m_backlog.oldestWait(StreamBacklog::Clock::now()),
+                                             StreamBacklog::Clock::now()))
+        report({.kind = Kind::Measured, .measure = *measure});
     for (const LinkFact &fact : output.facts)
         report(fact);
     if (m_hasEnded)

@@ -9,6 +9,7 @@
 
 #include <QElapsedTimer>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace lumvik::test {
@@ -71,6 +72,33 @@ TEST_F(PictureNoticeTest, LastPictureStaysWhileNewAttemptsAreMade) {
     camera->command("accept");
     EXPECT_TRUE(eventually(15s, [this] { return bool{barsAreAsBrightAs(1)}; }));
     EXPECT_TRUE(pictureFillsTheWindow());
+}
+
+TEST_F(PictureNoticeTest, PictureThatFallsBehindOnASlowNetworkIsMarked) {
+    CameraSetup setup;
+    setup.withClock = true;
+    CameraProcess *camera = startListedCamera(setup);
+    ASSERT_TRUE(camera);
+    startViewerAndWaitForPicture();
+    EXPECT_TRUE(eventually(5s, [this] { return pictureAge(picture()).value_or(9999) < 500; }));
+    camera->command("throttle 9000"); // bytes a second, less than the stream needs
+    int oldest = 0;
+    int oldestUnmarked = 0;
+    EXPECT_TRUE(always(12s, [&] {
+        const QImage shown = picture();
+        const int age = pictureAge(shown).value_or(0);
+        oldest = std::max(oldest, age);
+        if (!hasWarningPill(shown))
+            oldestUnmarked = std::max(oldestUnmarked, age);
+        return true;
+    }));
+    EXPECT_GT(oldest, 3000) << "the network was not slow enough";
+    EXPECT_LE(oldestUnmarked, 2200); // in milliseconds, with the time for a redraw
+    camera->command("throttle 0");
+    EXPECT_TRUE(eventually(5s, [this] {
+        const QImage shown = picture();
+        return pictureAge(shown).value_or(9999) < 500 && !hasWarningPill(shown);
+    }));
 }
 
 TEST_F(PictureNoticeTest, NothingOfAnotherCamerasPictureIsKept) {

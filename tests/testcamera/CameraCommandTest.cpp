@@ -6,22 +6,26 @@ namespace lumvik::test {
 namespace {
 
 TEST(CameraCommand, EveryCommandIsParsed) {
-    for (const char *line :
-         {"freeze", "thaw", "end", "drop", "drop reset", "refuse", "accept", "silent", "speak",
-          "size 640x360", "rotate 0", "rotate 270", "codec h265", "hangup", "stay", "clients",
-          "streams", "quit", "  drop  reset "})
+    for (const char *line : {"freeze",   "thaw",       "end",        "drop",   "drop reset",
+                             "refuse",   "accept",     "silent",     "speak",  "size 640x360",
+                             "rotate 0", "rotate 270", "codec h265", "hangup", "stay",
+                             "clients",  "streams",    "throttle 0", "quit",   "  drop  reset "})
         EXPECT_TRUE(parseCommand(QLatin1String(line))) << line;
     const auto rotate = parseCommand(QStringLiteral("rotate 90"));
     ASSERT_TRUE(rotate);
     EXPECT_EQ(std::get<CameraCommand::Rotate>(*rotate).degrees, 90);
+    const auto throttle = parseCommand(QStringLiteral("throttle 20000"));
+    ASSERT_TRUE(throttle);
+    EXPECT_EQ(std::get<CameraCommand::Throttle>(*throttle).bytesPerSecond, 20000);
     const auto resize = parseCommand(QStringLiteral("size 704x576"));
     ASSERT_TRUE(resize);
     EXPECT_EQ(std::get<CameraCommand::Resize>(*resize).size, QSize(704, 576));
 }
 
 TEST(CameraCommand, InvalidCommandIsAnError) {
-    for (const char *line : {"", "jump", "size", "size 1x1", "rotate", "rotate 45", "codec vp8",
-                             "freeze now", "drop reset now"})
+    for (const char *line :
+         {"", "jump", "size", "size 1x1", "rotate", "rotate 45", "codec vp8", "throttle",
+          "throttle fast", "throttle -1", "freeze now", "drop reset now"})
         EXPECT_FALSE(parseCommand(QLatin1String(line))) << line;
 }
 

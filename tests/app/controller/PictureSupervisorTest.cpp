@@ -239,6 +239,47 @@ TEST_F(PictureSupervisorTest, PictureOfBeforeTheSleepIsNotKept) {
     EXPECT_FALSE(cover().hasPicture());
 }
 
+TEST_F(PictureSupervisorTest, LatePictureIsMarkedUntilItIsLessThanASecondLate) {
+    launchAndPlay(threeCameras());
+    const auto measure = [this](double lateness) {
+        showFrame();
+        report({.kind = Kind::Measured, .measure = {.lateness = lateness}});
+        return pill();
+    };
+    EXPECT_EQ(measure(1.4), QString());
+    EXPECT_EQ(measure(1.6), u"Late by 2 s"_s);
+    EXPECT_EQ(measure(4.2), u"Late by 4 s"_s);
+    EXPECT_EQ(measure(1.1), u"Late by 1 s"_s);
+    EXPECT_EQ(measure(0.9), QString());
+    EXPECT_EQ(measure(1.4), QString());
+}
+
+TEST_F(PictureSupervisorTest, ConnectionIsReplacedOnceThePictureWasLongTooLate) {
+    launchAndPlay(threeCameras());
+    const auto reportQuarters = [this](int count) {
+        for (int quarter = 0; quarter < count; ++quarter) {
+            showFrame();
+            report({.kind = Kind::Measured, .measure = {.lateness = 6}});
+            queue.advance(0.25);
+        }
+    };
+    reportQuarters(39);
+    EXPECT_EQ(access().playbackRetry(), nullptr);
+    reportQuarters(2);
+    EXPECT_TRUE(playbackLog().last().endsWith(u"reason=picture fell behind."_s))
+        << qPrintable(playbackLog().last());
+}
+
+TEST_F(PictureSupervisorTest, NewConnectionIsNotLate) {
+    launchAndPlay(threeCameras());
+    showFrame();
+    report({.kind = Kind::Measured, .measure = {.lateness = 4}});
+    EXPECT_EQ(pill(), u"Late by 4 s"_s);
+    delegate->loadCamera(0);
+    showFrame();
+    EXPECT_EQ(pill(), QString());
+}
+
 TEST_F(PictureSupervisorTest, NothingIsScheduledAfterTheWindowHasClosed) {
     launchAndPlay(threeCameras());
     showFrame();

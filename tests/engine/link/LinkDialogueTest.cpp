@@ -289,6 +289,29 @@ TEST(LinkDialogueTest, PicturesOfTheVideoTrackGetDelimiters) {
     EXPECT_EQ(dialogue.takeFromCamera(sound).bytesToEngine(), sound);
 }
 
+TEST(LinkDialogueTest, SenderReportsOfATrackAreRead) {
+    LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
+    play(dialogue);
+    const QByteArray report = QByteArray::fromHex("80c80006 11111111 0102030405060708 0a0b0c0d "
+                                                  "00000001 00000002");
+    const auto reportIn = [&](std::uint8_t channel, const QByteArray &payload) {
+        const Output output =
+            dialogue.takeFromCamera(InterleavedPacket{channel, payload}.encoded());
+        EXPECT_EQ(output.bytesToEngine(), (InterleavedPacket{channel, payload}.encoded()));
+        return output.toEngine.at(0).report;
+    };
+    const auto read = reportIn(3, report);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->channel, 2);
+    EXPECT_EQ(read->ntpTime, 0x0102030405060708U);
+    EXPECT_EQ(read->timeStamp, 0x0a0b0c0dU);
+    EXPECT_FALSE(reportIn(2, report)) << "a channel of media";
+    EXPECT_FALSE(reportIn(9, report)) << "an unknown channel";
+    EXPECT_FALSE(reportIn(3, report.first(27))) << "too short";
+    EXPECT_FALSE(reportIn(3, QByteArray(report).replace(1, 1, "\xc9"))) << "a receiver report";
+    EXPECT_FALSE(reportIn(3, QByteArray(report).replace(0, 1, "\x40"))) << "another version";
+}
+
 TEST(LinkDialogueTest, BytesThatAreNotRtspArePassedOnUnchanged) {
     LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
     play(dialogue);

@@ -1,0 +1,142 @@
+#include "engine/link/StreamLateness.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace lumvik {
+
+namespace {
+
+constexpr double unitsPerSecond = 90000;
+constexpr double ntpUnitsPerSecond = 4294967296.0;
+/// Two clocks drift apart by up to 100 parts in a million. The lateness decays a little faster.
+constexpr double decay = 200e-6;
+/// An interval that is longer than its time stamps say by this time, in seconds, and by half, is a
+/// pause of the network.
+constexpr double shortestPause = 0.5;
+constexpr double shortestPauseShare = 0.5;
+/// A time stamp that is ahead of everything that may have arrived late by more than this time, or
+/// behind its predecessor, in seconds, is that of a clock that was set. Less may be due to pictures
+/// that are sent in another order than they are shown.
+constexpr double clockJump = 1;
+/// The sender reports must be this far apart to tell a rate, in seconds.
+constexpr double shortestReportDistance = 2;
+/// Rates beyond these come from reports that contradict the time stamps.
+constexpr double slowestRate = 0.5;
+constexpr double fastestRate = 2;
+/// How many pictures tell whether there is a queue. If these all have the same size, more are
+/// examined, so that a key picture is among them.
+constexpr std::size_t fewPictures = 30;
+constexpr std::size_t manyPictures = 300;
+constexpr std::size_t fewestPictures = 12;
+/// The sizes must vary by this share of their mean.
+constexpr double smallestVariation = 0.25;
+/// The share of the interval that depends on the size of the picture: 1 in a queue, 0 without one.
+constexpr double shareInQueue = 0.5;
+/// The longest time that is only suspected, in seconds.
+constexpr double longestSuspicion = 60;
+
+} // namespace
+
+void StreamLateness::packetArrived(std::uint32_t timeStamp, qsizetype size, TimePoint now) {
+    if (!m_timeStamp || *m_timeStamp != timeStamp)
+        pictureBegan(timeStamp, now);
+    m_size += static_cast<double>(size);
+}
+
+void StreamLateness::pictureBegan(std::uint32_t timeStamp, TimePoint now) {
+    if (m_timeStamp) {
+        const double elapsed = Seconds(now - m_began).count();
+        // The difference is signed, because time stamps wrap around and may go back.
+        const auto difference = static_cast<std::int32_t>(timeStamp - *m_timeStamp);
+        m_pictures.push_back({m_size, elapsed});
+        if (m_pictures.size() > manyPictures)
+            m_pictures.pop_front();
+        addStep(elapsed, difference / unitsPerSecond * m_rate.value_or(1));
+    }
+    m_timeStamp = timeStamp;
+    m_began = now;
+    m_size = 0;
+}
+
+void StreamLateness::addStep(double elapsed, double stamped) {
+    const double late = m_believed + m_suspected;
+    if (stamped < -clockJump || stamped > elapsed + late + clockJump)
+        return;
+    const double step = elapsed - stamped - decay * elapsed;
+    const bool isPause = step > std::max(shortestPause, shortestPauseShare * stamped);
+    if (isPause || (m_rate && step > 0)) {
+        m_believed += step;
+    } else if (step > 0) {
+        m_suspected = std::min(m_suspected + step, longestSuspicion);
+    } else {
+        const double suspected = std::max(m_suspected + step, 0.0);
+        m_believed = std::max(m_believed + step + (m_suspected - suspected), 0.0);
+        m_suspected = suspected;
+    }
+    if (queue() == Queue::none)
+        m_suspected = 0;
+}
+
+void StreamLateness::reportArrived(std::uint64_t ntpTime, std::uint32_t timeStamp) {
+    if (!m_firstReport) {
+        m_firstReport = {ntpTime, timeStamp};
+        return;
+    }
+    const double elapsed =
+        static_cast<double>(static_cast<std::int64_t>(ntpTime - m_firstReport->ntpTime)) /
+        ntpUnitsPerSecond;
+    const double stamped =
+        static_cast<std::int32_t>(timeStamp - m_firstReport->timeStamp) / unitsPerSecond;
+    if (elapsed < 0 || stamped < 0) { // a clock was set
+        m_firstReport = {ntpTime, timeStamp};
+        return;
+    }
+    if (elapsed < shortestReportDistance || stamped < shortestReportDistance / fastestRate)
+        return;
+    const double rate = elapsed / stamped;
+    if (rate < slowestRate || rate > fastestRate)
+        return;
+    m_rate = rate;
+    m_suspected = 0; // was measured with a wrong rate
+    // Time stamps wrap around after 13 hours.
+    constexpr double longestReportDistance = 3600;
+    if (elapsed > longestReportDistance)
+        m_firstReport = {ntpTime, timeStamp};
+}
+
+StreamLateness::Seconds StreamLateness::lateness() const {
+    return Seconds(queue() == Queue::exists ? m_believed + m_suspected : m_believed);
+}
+
+StreamLateness::Queue StreamLateness::queue() const {
+    const Queue recent = queueOfLast(fewPictures);
+    return recent == Queue::unknown ? queueOfLast(manyPictures) : recent;
+}
+
+/// Determines by linear regression how much the interval of a picture depends on its size.
+StreamLateness::Queue StreamLateness::queueOfLast(std::size_t count) const {
+    count = std::min(count, m_pictures.size());
+    if (count < fewestPictures)
+        return Queue::unknown;
+    const auto begin = m_pictures.end() - static_cast<std::ptrdiff_t>(count);
+    const auto number = static_cast<double>(count);
+    double meanSize = 0;
+    double meanInterval = 0;
+    for (auto picture = begin; picture != m_pictures.end(); ++picture) {
+        meanSize += picture->size / number;
+        meanInterval += picture->interval / number;
+    }
+    double variance = 0;
+    double covariance = 0;
+    for (auto picture = begin; picture != m_pictures.end(); ++picture) {
+        variance += (picture->size - meanSize) * (picture->size - meanSize) / number;
+        covariance += (picture->size - meanSize) * (picture->interval - meanInterval) / number;
+    }
+    if (std::sqrt(variance) < smallestVariation * meanSize || meanInterval <= 0)
+        return Queue::unknown;
+    const double share = covariance / variance * meanSize / meanInterval;
+    return share >= shareInQueue ? Queue::exists : Queue::none;
+}
+
+} // namespace lumvik

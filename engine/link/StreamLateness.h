@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <optional>
+
+namespace lumvik {
+
+/// How much older than usual the pictures of a camera are when they arrive.
+///
+/// A slow network lets a TCP stream fall behind without losing a picture: the picture moves and may
+/// be half a minute old. The lateness adds up, picture by picture, how much more time has passed on
+/// this computer's clock than in the time stamps. It cannot fall below zero, so that the picture
+/// that took the shortest way is the standard.
+///
+/// Many cameras stamp their pictures with a nominal rate, for example 15 a second for a real 14.2,
+/// which looks the same although the picture is live. The lateness is therefore believed only with
+/// a reason:
+/// - The camera's sender reports (RFC 3550, 6.4.1) relate the time stamps to its clock, so that
+///   their true rate is known.
+/// - A single interval is far too long, which no rate explains: the network stood still.
+/// - The bytes arrive at a constant rate instead of the pictures: a large picture takes longer to
+///   arrive than a small one, because all of them wait in a queue.
+///
+/// Jumps of the time stamps that no pause explains are ignored, because cameras set their clocks.
+///
+/// A plain value for one video track, with the time handed in.
+class StreamLateness {
+  public:
+    using Clock = std::chrono::steady_clock;
+    using TimePoint = Clock::time_point;
+    using Seconds = std::chrono::duration<double>;
+
+    /// Must be called for each packet of the track. `timeStamp` is that of the packet's picture, in
+    /// units of 1/90000 s, as for all video (RFC 6184, 8.1).
+    void packetArrived(std::uint32_t timeStamp, qsizetype size, TimePoint now);
+    /// Must be called for each sender report of the track. `ntpTime` is in units of 2^-32 s.
+    void reportArrived(std::uint64_t ntpTime, std::uint32_t timeStamp);
+
+    /// Returns the lateness that there is a reason to believe.
+    [[nodiscard]] Seconds lateness() const;
+
+  private:
+    /// A picture that has arrived completely.
+    struct Picture {
+        double size = 0;     // in bytes
+        double interval = 0; // from its beginning to that of the next one, in seconds
+    };
+    struct Report {
+        std::uint64_t ntpTime = 0;
+        std::uint32_t timeStamp = 0;
+    };
+    /// Whether pictures wait in a queue before they arrive.
+    enum class Queue { unknown, exists, none };
+
+    void pictureBegan(std::uint32_t timeStamp, TimePoint now);
+    void addStep(double elapsed, double stamped);
+    [[nodiscard]] Queue queue() const;
+    [[nodiscard]] Queue queueOfLast(std::size_t count) const;
+
+    std::optional<std::uint32_t> m_timeStamp; // of the current picture
+    TimePoint m_began;                        // when it began to arrive
+    double m_size = 0;                        // the bytes of it so far
+    std::deque<Picture> m_pictures;
+    std::optional<Report> m_firstReport;
+    std::optional<double> m_rate; // true seconds for each second of the time stamps
+    double m_believed = 0;        // in seconds
+    double m_suspected = 0;       // in seconds; believed while there is a queue
+};
+
+} // namespace lumvik

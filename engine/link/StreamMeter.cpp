@@ -1,0 +1,40 @@
+#include "engine/link/StreamMeter.h"
+
+namespace lumvik {
+
+void StreamMeter::take(const EngineData &data, TimePoint now) {
+    if (data.report && m_channel == data.report->channel)
+        m_lateness.reportArrived(data.report->ntpTime, data.report->timeStamp);
+    if (!data.video)
+        return;
+    if (!m_channel) {
+        m_channel = data.video->channel;
+        m_countedSince = now;
+    }
+    if (m_channel != data.video->channel)
+        return;
+    m_lateness.packetArrived(data.video->timeStamp, data.bytes.size(), now);
+    m_counted.bytes += static_cast<double>(data.bytes.size());
+    if (m_timeStamp != data.video->timeStamp)
+        ++m_counted.pictures;
+    m_timeStamp = data.video->timeStamp;
+}
+
+std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> wait,
+                                                  TimePoint now) {
+    if (!m_channel || (m_measuredAt && now - *m_measuredAt < interval))
+        return std::nullopt;
+    m_measuredAt = now;
+    const double counted = std::chrono::duration<double>(now - m_countedSince).count();
+    if (counted >= 1) {
+        m_lastSecond = {m_counted.pictures / counted, m_counted.bytes / counted};
+        m_counted = {};
+        m_countedSince = now;
+    }
+    constexpr double bitsPerByte = 8;
+    return StreamMeasure{.lateness = (m_lateness.lateness() + wait).count(),
+                         .picturesPerSecond = m_lastSecond.pictures,
+                         .bitsPerSecond = m_lastSecond.bytes * bitsPerByte};
+}
+
+} // namespace lumvik

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "engine/link/LinkFact.h"
+#include "engine/link/StreamBacklog.h"
+#include "engine/link/StreamLateness.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+namespace lumvik {
+
+/// Measures the video that a camera sends: how late it is, how many pictures and how many bits
+/// arrive in a second. If there are several video tracks, the first one that sends is measured.
+///
+/// A plain value with the time handed in. The link owns it on the queue's thread.
+class StreamMeter {
+  public:
+    using TimePoint = StreamLateness::TimePoint;
+
+    /// The time between two measurements. The window must say that a picture is late before the
+    /// lateness has grown by half a second.
+    static constexpr std::chrono::milliseconds interval{250};
+
+    /// Must be called for everything that arrives.
+    void take(const EngineData &data, TimePoint now);
+    /// Returns a measurement if one is due. `wait` is how long the oldest data has been waiting for
+    /// the engine, which makes the picture on the screen later.
+    [[nodiscard]] std::optional<StreamMeasure> measure(std::chrono::duration<double> wait,
+                                                       TimePoint now);
+
+  private:
+    /// What has arrived in a second.
+    struct Rates {
+        double pictures = 0;
+        double bytes = 0;
+    };
+
+    StreamLateness m_lateness;
+    std::optional<std::uint8_t> m_channel; // of the track that is measured
+    std::optional<std::uint32_t> m_timeStamp;
+    Rates m_counted; // since `m_countedSince`
+    Rates m_lastSecond;
+    TimePoint m_countedSince;
+    std::optional<TimePoint> m_measuredAt;
+};
+
+} // namespace lumvik

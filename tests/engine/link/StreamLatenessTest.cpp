@@ -1,0 +1,211 @@
+#include "engine/link/StreamLateness.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+#include <random>
+
+namespace lumvik::test {
+
+/// A camera and the network between it and this computer. Times are in seconds.
+class StreamLatenessTest : public testing::Test {
+  protected:
+    /// Sends `count` pictures, one every `interval` seconds of the camera's clock.
+    void sendPictures(int count, double interval) {
+        for (int picture = 0; picture < count; ++picture) {
+            const double size = number % keyInterval == 0 ? keySize : 3000 + number % 7 * 100;
+            send(size);
+            ++number;
+            captured += interval;
+            stamped += stampInterval.value_or(interval);
+            if (reportInterval > 0 && captured - lastReport >= reportInterval)
+                sendReport();
+        }
+    }
+    /// Sends one picture, which arrives in packets when the network is free.
+    void send(double size) {
+        std::uniform_real_distribution<double> jitter(0, longestJitter);
+        arrival = std::max(arrival, captured + jitter(random));
+        for (double left = size; left > 0; left -= 1400) {
+            const double packet = std::min(left, 1400.0);
+            arrival += packet / bytesPerSecond;
+            lateness.packetArrived(timeStamp(), static_cast<qsizetype>(packet), at(arrival));
+        }
+        trueLateness = arrival - captured;
+        largest = std::max(largest, lateness.lateness().count());
+    }
+    void sendReport() {
+        lastReport = captured;
+        lateness.reportArrived(static_cast<std::uint64_t>((captured + 1e9) * 4294967296.0),
+                               timeStamp());
+    }
+    [[nodiscard]] std::uint32_t timeStamp() const {
+        return static_cast<std::uint32_t>(static_cast<std::int64_t>(stamped * 90000));
+    }
+    [[nodiscard]] static StreamLateness::TimePoint at(double seconds) {
+        return StreamLateness::TimePoint(
+            std::chrono::duration_cast<StreamLateness::Clock::duration>(
+                std::chrono::duration<double>(seconds)));
+    }
+    [[nodiscard]] double measured() const { return lateness.lateness().count(); }
+
+    /// Begins a new stream, with sender reports every `reports` seconds, or without for 0.
+    void reset(double reports) {
+        lateness = {};
+        bytesPerSecond = 10e6;
+        reportInterval = reports;
+        number = 0;
+        arrival = captured;
+        lastReport = captured;
+        largest = 0;
+    }
+
+    StreamLateness lateness;
+    std::mt19937 random{7};
+    double bytesPerSecond = 10e6;
+    double longestJitter = 0.005;
+    int keyInterval = 25;
+    double keySize = 40000;
+    std::optional<double> stampInterval; // if the stamps do not follow the camera's clock
+    double reportInterval = 0;           // 0: no reports
+    int number = 0;
+    double captured = 100;  // on the camera's clock
+    double stamped = 47000; // in seconds
+    double arrival = 0;
+    double lastReport = 0;
+    double trueLateness = 0;
+    double largest = 0; // that was measured
+};
+
+TEST_F(StreamLatenessTest, LiveStreamIsNotLate) {
+    for (const double interval : {0.04, 0.0667, 0.2, 1.0}) {
+        sendPictures(500, interval);
+        EXPECT_LT(largest, 0.1) << interval;
+    }
+}
+
+TEST_F(StreamLatenessTest, JitterIsNotLateness) {
+    longestJitter = 0.25;
+    sendPictures(3000, 0.04);
+    EXPECT_LT(largest, 0.6);
+}
+
+TEST_F(StreamLatenessTest, SlowNetworkMakesItLateWithoutReports) {
+    sendPictures(300, 0.04);
+    bytesPerSecond = 60000; // the stream has about 120000
+    sendPictures(150, 0.04);
+    EXPECT_GT(trueLateness, 3);
+    EXPECT_NEAR(measured(), trueLateness, 0.4);
+    bytesPerSecond = 10e6;
+    sendPictures(100, 0.04);
+    EXPECT_LT(measured(), 0.1);
+}
+
+TEST_F(StreamLatenessTest, SlowNetworkIsNoticedBeforeTheLatenessReachesTwoSeconds) {
+    for (const double interval : {0.0, 5.0}) {
+        reset(interval);
+        sendPictures(300, 0.04);
+        bytesPerSecond = 80000;
+        while (trueLateness < 2)
+            sendPictures(1, 0.04);
+        EXPECT_GT(measured(), 1.5) << "with reports every " << interval << " s";
+    }
+}
+
+TEST_F(StreamLatenessTest, SlowNetworkMakesItLateWithReports) {
+    reportInterval = 5;
+    sendPictures(300, 0.04);
+    bytesPerSecond = 60000;
+    sendPictures(150, 0.04);
+    EXPECT_NEAR(measured(), trueLateness, 0.2);
+}
+
+TEST_F(StreamLatenessTest, NominalRateIsNotLateness) {
+    for (const double reports : {0.0, 5.0}) {
+        reset(reports);
+        stampInterval = 1 / 15.0;
+        sendPictures(14 * 600, 1 / 14.2);
+        // Until the second report, the rate is not known; without a queue, nothing is believed.
+        EXPECT_LT(largest, 0.3) << "with reports every " << reports << " s";
+    }
+}
+
+TEST_F(StreamLatenessTest, NominalRateAndASlowNetworkAreTold) {
+    reportInterval = 5;
+    stampInterval = 1 / 15.0;
+    sendPictures(14 * 60, 1 / 14.2);
+    EXPECT_LT(largest, 0.3);
+    bytesPerSecond = 30000;
+    sendPictures(14 * 6, 1 / 14.2);
+    EXPECT_GT(trueLateness, 2);
+    EXPECT_NEAR(measured(), trueLateness, 0.3);
+}
+
+TEST_F(StreamLatenessTest, StandstillOfTheNetworkMakesItLateUntilItHasCaughtUp) {
+    sendPictures(300, 0.04);
+    arrival += 3;
+    sendPictures(1, 0.04);
+    EXPECT_NEAR(measured(), 3, 0.2);
+    sendPictures(500, 0.04);
+    EXPECT_LT(trueLateness, 0.1);
+    EXPECT_LT(measured(), 0.1);
+}
+
+TEST_F(StreamLatenessTest, CameraThatSendsNothingForAWhileIsNotLateAfterwards) {
+    sendPictures(300, 0.04);
+    captured += 8;
+    stamped += 8;
+    sendPictures(300, 0.04);
+    EXPECT_LT(largest, 0.1);
+}
+
+TEST_F(StreamLatenessTest, ClockThatIsSetIsNotLateness) {
+    for (const double jump : {3600.0, -3600.0, 30.0, -30.0}) {
+        sendPictures(300, 0.04);
+        stamped += jump;
+        sendPictures(300, 0.04);
+        EXPECT_LT(largest, 0.1) << jump;
+    }
+}
+
+TEST_F(StreamLatenessTest, ClockThatIsSetDoesNotHideLateness) {
+    sendPictures(300, 0.04);
+    bytesPerSecond = 60000;
+    sendPictures(150, 0.04);
+    stamped += 3600;
+    sendPictures(2, 0.04);
+    EXPECT_NEAR(measured(), trueLateness, 0.5);
+}
+
+TEST_F(StreamLatenessTest, TimeStampsWrapAround) {
+    stamped = 4294967296.0 / 90000 - 5;
+    sendPictures(500, 0.04);
+    EXPECT_LT(largest, 0.1);
+}
+
+TEST_F(StreamLatenessTest, DriftOfTheClocksIsNotLateness) {
+    for (const double drift : {100e-6, -100e-6}) {
+        reset(5);
+        stampInterval = 0.2 * (1 - drift);
+        sendPictures(5 * 3600 * 3, 0.2);
+        EXPECT_LT(largest, 0.2) << drift;
+    }
+}
+
+TEST_F(StreamLatenessTest, PicturesInAnotherOrderAreNotLate) {
+    sendPictures(30, 0.04);
+    for (int group = 0; group < 300; ++group) {
+        for (const double order : {2, 0, 1}) { // a picture that two others refer to is sent first
+            const double begin = stamped;
+            stamped = begin + order * 0.04;
+            send(3000);
+            stamped = begin;
+            captured += 0.04;
+        }
+        stamped += 0.12;
+    }
+    EXPECT_LT(largest, 0.3);
+}
+
+} // namespace lumvik::test
