@@ -28,7 +28,7 @@ PictureState stateWithoutPicture(const PictureVitals &vitals) {
 PictureState staleState(double age, TimeStamp lastFrameAt) {
     const int seconds = wholeSeconds(age);
     return {.condition = PictureCondition::stale,
-            .seconds = seconds,
+            .seconds = std::max(seconds, 1),
             .isDarkened = age >= pictureThresholds.darkened,
             .changesAt = lastFrameAt + std::min(seconds + 1.0, heartbeatStallThreshold)};
 }
@@ -44,18 +44,26 @@ PictureState pictureState(const PictureVitals &vitals) {
     if (age >= heartbeatStallThreshold)
         return {.condition = PictureCondition::lost};
     const double staleAge = std::min(
-        std::max(pictureThresholds.stale, pictureThresholds.staleIntervals * vitals.usualInterval),
+        std::max(pictureThresholds.stale, pictureThresholds.staleIntervals * vitals.usualInterval) -
+            std::min(vitals.suspectedLateness, pictureThresholds.earlierByLateness),
         heartbeatStallThreshold);
     if (age >= staleAge)
         return staleState(age, *vitals.lastFrameAt);
+    const TimeStamp staleAt = *vitals.lastFrameAt + staleAge;
+    // A late picture that also stands still grows older than either of the two tells.
+    const bool isDelayed = vitals.lateness >= pictureThresholds.noticeableLateness;
+    const double overdue = isDelayed ? std::max(age - vitals.usualInterval, 0.0) : 0;
+    const double lateness = vitals.lateness + overdue;
     const double lateLimit =
         vitals.wasLate ? pictureThresholds.lateEnds : pictureThresholds.lateBegins;
-    const TimeStamp staleAt = *vitals.lastFrameAt + staleAge;
-    if (vitals.lateness >= lateLimit)
+    if (lateness >= lateLimit)
         return {.condition = PictureCondition::late,
-                .seconds = wholeSeconds(std::round(vitals.lateness)),
-                .changesAt = staleAt};
-    return {.condition = PictureCondition::live, .changesAt = staleAt};
+                .seconds = wholeSeconds(std::round(lateness)),
+                .changesAt = std::min(staleAt, vitals.now + 1)};
+    const TimeStamp lateAt =
+        *vitals.lastFrameAt + vitals.usualInterval + lateLimit - vitals.lateness;
+    return {.condition = PictureCondition::live,
+            .changesAt = isDelayed ? std::min(staleAt, lateAt) : staleAt};
 }
 
 } // namespace lumvik

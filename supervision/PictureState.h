@@ -23,10 +23,11 @@ struct PictureVitals {
     TimeStamp chosenAt = 0; ///< When the camera was chosen.
     /// When the last new frame of the chosen camera was shown. Empty until the first one.
     std::optional<TimeStamp> lastFrameAt = std::nullopt;
-    double usualInterval = 0; ///< Between two frames; 0 if unknown.
-    double lateness = 0;      ///< How much older than usual the frames are.
-    bool wasLate = false;     ///< Whether the previous state was `late`.
-    bool hasFailed = false;   ///< Whether an attempt to show the chosen camera has failed.
+    double usualInterval = 0;     ///< Between two frames; 0 if unknown.
+    double lateness = 0;          ///< How much older than usual the frames are.
+    double suspectedLateness = 0; ///< How much older they may be.
+    bool wasLate = false;         ///< Whether the previous state was `late`.
+    bool hasFailed = false;       ///< Whether an attempt to show the chosen camera has failed.
 };
 
 /// The state of the picture, for the user.
@@ -52,9 +53,14 @@ struct PictureThresholds {
     double staleIntervals;
     /// A picture is darkened after this time, because a small text in a corner is easily missed.
     double darkened;
+    /// A picture that may be late is stale earlier, by its suspected lateness, but by no more than
+    /// this time.
+    double earlierByLateness;
     /// Lateness begins and ends at different values, so that the text does not flicker.
     double lateBegins;
     double lateEnds;
+    /// Less lateness than this is jitter, and says nothing about a frame that is overdue.
+    double noticeableLateness;
     /// The text for a start appears after this time. Most cameras show a picture earlier.
     double announcedStart;
 };
@@ -63,8 +69,10 @@ inline constexpr PictureThresholds pictureThresholds{
     .stale = 1.5,
     .staleIntervals = 3,
     .darkened = 4,
+    .earlierByLateness = 1,
     .lateBegins = 1.5,
     .lateEnds = 1,
+    .noticeableLateness = 0.25,
     .announcedStart = 1,
 };
 

@@ -77,6 +77,7 @@ void PictureSupervisor::cameraWasChosen() {
     m_lastFrameAt.reset();
     m_intervals = {};
     m_lateness = 0;
+    m_suspectedLateness = 0;
     m_failure.reset();
     m_attemptAt.reset();
     m_attemptHasFailed = false;
@@ -89,6 +90,7 @@ void PictureSupervisor::loadHasBegun(bool hasLink) {
     m_attemptHasFailed = false;
     m_format.clear();
     m_lateness = 0;
+    m_suspectedLateness = 0;
     m_intervals.streamHasEnded();
     m_latenessWatch.connectionWasReplaced();
     update();
@@ -159,7 +161,9 @@ void PictureSupervisor::linkHasReported(const LinkFact &fact) {
 
 void PictureSupervisor::takeMeasure(const StreamMeasure &measure) {
     m_lateness = measure.lateness;
-    if (m_lateness >= pictureThresholds.lateBegins || m_state.condition == PictureCondition::late)
+    m_suspectedLateness = measure.suspectedLateness;
+    if (m_suspectedLateness >= pictureThresholds.noticeableLateness ||
+        m_state.condition == PictureCondition::late)
         update();
     if (m_latenessWatch.mustReplaceConnection(m_lateness, m_environment.mainQueue.now()))
         m_environment.pictureFellBehind();
@@ -220,6 +224,7 @@ void PictureSupervisor::update() {
                             .lastFrameAt = m_lastFrameAt,
                             .usualInterval = m_intervals.usual(),
                             .lateness = m_lateness,
+                            .suspectedLateness = m_suspectedLateness,
                             .wasLate = before == PictureCondition::late,
                             .hasFailed = m_failure.has_value() || situation.waitsForNetwork ||
                                          situation.addressIsUnusable});

@@ -120,6 +120,7 @@ class PictureSupervisor {
     std::optional<TimeStamp> m_lastFrameAt;
     FrameIntervals m_intervals;
     double m_lateness = 0; // in seconds
+    double m_suspectedLateness = 0;
     LatenessWatch m_latenessWatch;
     std::optional<PlaybackFailure> m_failure; // since the last frame
 

@@ -8,7 +8,9 @@ namespace lumvik {
 
 /// What a camera link has measured of the video that arrives.
 struct StreamMeasure {
-    double lateness = 0;          ///< How much later than usual the newest picture is, in seconds.
+    double lateness = 0; ///< How much later than usual the newest picture is, in seconds.
+    /// The same with delays that may also be due to wrong time stamps, in seconds.
+    double suspectedLateness = 0;
     double picturesPerSecond = 0; ///< 0 during the first second.
     double bitsPerSecond = 0;     ///< 0 during the first second.
 };

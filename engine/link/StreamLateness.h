@@ -42,6 +42,8 @@ class StreamLateness {
 
     /// Returns the lateness that there is a reason to believe.
     [[nodiscard]] Seconds lateness() const;
+    /// Returns the lateness including that for which there is no reason yet.
+    [[nodiscard]] Seconds suspectedLateness() const { return Seconds(m_believed + m_suspected); }
 
   private:
     /// A picture that has arrived completely.

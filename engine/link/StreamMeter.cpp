@@ -33,6 +33,7 @@ std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> 
     }
     constexpr double bitsPerByte = 8;
     return StreamMeasure{.lateness = (m_lateness.lateness() + wait).count(),
+                         .suspectedLateness = (m_lateness.suspectedLateness() + wait).count(),
                          .picturesPerSecond = m_lastSecond.pictures,
                          .bitsPerSecond = m_lastSecond.bytes * bitsPerByte};
 }

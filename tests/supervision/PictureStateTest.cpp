@@ -78,12 +78,41 @@ TEST(PictureState, LatenessBeginsAndEndsAtDifferentValues) {
          {Case{1.49, false, PictureCondition::live, 0}, Case{1.5, false, PictureCondition::late, 2},
           Case{1.2, true, PictureCondition::late, 1}, Case{0.99, true, PictureCondition::live, 0},
           Case{31.4, true, PictureCondition::late, 31}}) {
-        PictureVitals vitals = playing(0.1);
+        PictureVitals vitals = playing(0.04);
         vitals.lateness = each.lateness;
         vitals.wasLate = each.wasLate;
         EXPECT_EQ(pictureState(vitals).condition, each.condition) << each.lateness;
         EXPECT_EQ(pictureState(vitals).seconds, each.seconds) << each.lateness;
     }
+}
+
+TEST(PictureState, LatePictureThatStandsStillIsMarkedEarlier) {
+    PictureVitals vitals = playing(0.5);
+    vitals.lateness = 0.9;
+    EXPECT_EQ(pictureState(vitals).condition, PictureCondition::live);
+    EXPECT_NEAR(pictureState(vitals).changesAt.value_or(0), 200.64, 1e-9);
+    vitals.now = 200.65;
+    EXPECT_EQ(pictureState(vitals).condition, PictureCondition::late);
+    EXPECT_EQ(pictureState(vitals).seconds, 2);
+}
+
+TEST(PictureState, PictureThatMayBeLateIsStaleEarlier) {
+    PictureVitals vitals = playing(0.89);
+    vitals.suspectedLateness = 0.6;
+    EXPECT_EQ(pictureState(vitals).condition, PictureCondition::live);
+    vitals.now = 200.91;
+    EXPECT_EQ(pictureState(vitals).condition, PictureCondition::stale);
+    EXPECT_EQ(pictureState(vitals).seconds, 1);
+    vitals.suspectedLateness = 60; // nominal time stamps
+    vitals.now = 200.49;
+    EXPECT_EQ(pictureState(vitals).condition, PictureCondition::live);
+}
+
+TEST(PictureState, PauseBetweenThePicturesOfASlowCameraIsNotLateness) {
+    PictureVitals vitals = playing(1.9);
+    vitals.usualInterval = 1;
+    vitals.lateness = 0.5;
+    EXPECT_EQ(pictureState(vitals).condition, PictureCondition::live);
 }
 
 TEST(PictureState, StandingPictureIsStaleEvenIfItWasLate) {
