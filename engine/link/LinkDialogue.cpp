@@ -198,7 +198,10 @@ void LinkDialogue::takeResponse(RtspMessage &&response, Output &output) {
         output.toEngine.push_back({response.encoded()});
         return;
     }
-    output.facts.push_back({Kind::Answered, request->message.method(), status});
+    output.facts.push_back({.kind = Kind::Answered,
+                            .method = request->message.method(),
+                            .status = status,
+                            .hadLogin = request->hadLogin});
     if (status == 401 && answersChallenge(*request, response)) {
         send(*request, output);
         return;
@@ -269,7 +272,7 @@ void LinkDialogue::passResponse(const Request &request, RtspMessage &response, O
     const int status = response.status();
     const QByteArray method = request.message.method();
     if (status == 401)
-        output.facts.push_back({Kind::LoginRefused});
+        output.facts.push_back({.kind = Kind::LoginRefused, .hadLogin = request.hadLogin});
     if (isRedirect(status)) {
         // The engine would follow the redirect to any host.
         output.facts.push_back({Kind::RedirectRefused});
