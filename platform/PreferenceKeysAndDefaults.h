@@ -29,4 +29,8 @@ inline const QString cameraListExists = QStringLiteral("cameraListExists");
 /// stored, an automatic check is due.
 inline const QString lastAutomaticUpdateCheck = QStringLiteral("lastAutomaticUpdateCheck");
 
+/// What is known of the logins to cameras, in the format of LoginHistories. It contains no names
+/// and no passwords.
+inline const QString loginHistories = QStringLiteral("loginHistories");
+
 } // namespace lumvik::PreferenceKeys

@@ -41,6 +41,8 @@ class UserDefaults {
     void set(const QString &key, const QVariant &value);
     /// Writes all pending values to the file.
     void synchronize();
+    /// Reads the values that another process may have written. Pending values win.
+    void refresh() { read(); }
 
   private:
     /// Reads the values in the file, as far as it is well-formed.
