@@ -16,6 +16,8 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , networkPathMonitor(environment.makeNetworkPathMonitor())
     , sleepDelayHolder(environment.mainQueue)
     , updateService(environment.makeUpdateService())
+    , loginSupervisor(environment.userDefaults, environment.currentDate,
+                      static_cast<bool>(environment.openCameraLink))
     , cameraDetails(environment.store.appSupportDirectory())
     , decodingSupervisor(cameraDetails, environment.decodingMachine)
     , pictureSupervisor(pictureEnvironment()) {}

@@ -172,6 +172,8 @@ void AppDelegate::loadCamera(int index) {
     playbackState = PlaybackSupervisorState::starting;
     appliedVideoAspectRatio.reset();
     videoHost->forgetPicture();
+    if (const auto wait = loginSupervisor.waitBeforeLogin(cameras.at(index).url))
+        return awaitLogin(*wait);
     LumvikLog::playback().log(QStringLiteral("Loading camera index %1 for selection generation %2.")
                                   .arg(index)
                                   .arg(playbackSelectionGeneration));
@@ -182,6 +184,10 @@ void AppDelegate::loadCamera(int index) {
         return refuseCameraAddress(index);
     decodingSupervisor.prepareLoad(mpv, camera.url);
     std::unique_ptr<CameraLink> link = openCameraLink(*endpoint);
+    if (link)
+        loginSupervisor.loginHasBegun(cameraLinkGeneration, camera.url);
+    else
+        loginSupervisor.loginHasEnded(); // without facts, nothing is known about the login
     pictureSupervisor.loadHasBegun(link != nullptr);
     const QByteArray address =
         link ? link->engineAddress() : engineAddress(encodedCameraAddress(camera.url)).toUtf8();
@@ -215,15 +221,19 @@ std::unique_ptr<CameraLink> AppDelegate::openCameraLink(const CameraEndpoint &en
     if (!environment.openCameraLink)
         return nullptr;
     const std::int64_t generation = ++cameraLinkGeneration;
-    return environment.openCameraLink(endpoint,
-                                      [self = QPointer(this), generation,
-                                       &mainQueue = environment.mainQueue](const LinkFact &fact) {
-                                          logLinkFact(fact);
-                                          mainQueue.async([self, generation, fact] {
-                                              if (self && generation == self->cameraLinkGeneration)
-                                                  self->handleLinkFact(fact);
-                                          });
-                                      });
+    return environment.openCameraLink(
+        endpoint, [self = QPointer(this), generation,
+                   &mainQueue = environment.mainQueue](const LinkFact &fact) {
+            logLinkFact(fact);
+            mainQueue.async([self, generation, fact] {
+                if (!self)
+                    return;
+                // A camera also counts what nobody waits for.
+                self->loginSupervisor.linkHasReported(generation, fact);
+                if (generation == self->cameraLinkGeneration)
+                    self->handleLinkFact(fact);
+            });
+        });
 }
 
 void AppDelegate::handleLinkFact(const LinkFact &fact) {
@@ -249,6 +259,7 @@ void AppDelegate::closeCameraLink() {
     if (isClosingViewer || systemIsSleeping)
         cameraLink->waitUntilClosed(longestLinkFarewell);
     cameraLink.reset();
+    loginSupervisor.loginHasEnded();
 }
 
 void AppDelegate::setMPVProperty(const char *name, const char *value) {

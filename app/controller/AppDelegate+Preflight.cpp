@@ -57,8 +57,10 @@ void AppDelegate::observeLocalNetworkProbe(const std::shared_ptr<NetworkConnecti
                 const auto probe = weak.lock();
                 if (!self || !probe)
                     return;
-                if (!reloadPlayer && self->localNetworkProbe == probe)
+                if (!reloadPlayer && self->localNetworkProbe == probe) {
                     self->pictureSupervisor.probeHasFailed(failure);
+                    self->loginSupervisor.cameraIsAway(self->selectedAddress());
+                }
                 self->finishLocalNetworkProbe(probe, reloadPlayer, generation);
             });
         };

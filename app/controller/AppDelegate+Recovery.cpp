@@ -9,17 +9,23 @@
 
 #include <QPointer>
 
+#include <algorithm>
+
 namespace lumvik {
 
 bool AppDelegate::playbackIsPossible() const {
     return !isClosingViewer && !systemIsSleeping && selectedCameraIsReachable();
 }
 
-bool AppDelegate::selectedCameraIsReachable() const {
+QString AppDelegate::selectedAddress() const {
     const int index = cameraPicker == nullptr ? -1 : cameraPicker->indexOfSelectedItem();
-    const auto target = index >= 0 && index < cameras.size()
-                            ? preflightTarget(encodedCameraAddress(cameras.at(index).url))
-                            : std::nullopt;
+    return index >= 0 && index < cameras.size() ? cameras.at(index).url : QString();
+}
+
+bool AppDelegate::selectedCameraIsReachable() const {
+    const QString address = selectedAddress();
+    const auto target =
+        address.isEmpty() ? std::nullopt : preflightTarget(encodedCameraAddress(address));
     return cameraIsReachable(networkPathIsSatisfied, target ? target->host : QString());
 }
 
@@ -31,27 +37,45 @@ void AppDelegate::schedulePlaybackRecovery(const PlaybackRecovery &request) {
     if (__builtin_add_overflow(playbackRetryCount, 1, &playbackRetryCount))
         qFatal("The recovery attempts are used up.");
     playbackState = PlaybackSupervisorState::backingOff;
-    const RecoveryAttempt attempt = recoveryAttempt(playbackRetryCount, request.urgency,
-                                                    request.recreation, environment.random());
+    RecoveryAttempt attempt = recoveryAttempt(playbackRetryCount, request.urgency,
+                                              request.recreation, environment.random());
+    if (const auto wait = loginSupervisor.waitBeforeLogin(selectedAddress()))
+        attempt.delay = std::max(attempt.delay, *wait);
     LumvikLog::playback().log(
         QStringLiteral("Scheduling recovery %1 in %2 seconds; recreate=%3; reason=%4.")
             .arg(playbackRetryCount)
             .arg(attempt.delay, 0, 'f', 6)
             .arg(attempt.recreatesPlayer ? QStringLiteral("true") : QStringLiteral("false"),
                  request.reason));
-    playbackRetry = environment.mainQueue.after(
-        attempt.delay, [self = QPointer(this), selection = playbackSelectionGeneration,
-                        recreates = attempt.recreatesPlayer] {
-            if (self)
-                self->retryPlayback(selection, recreates);
-        });
+    scheduleRetry(attempt.delay, attempt.recreatesPlayer);
     pictureSupervisor.attemptWasScheduled(attempt.delay,
                                           request.urgency != RecoveryUrgency::immediate);
+}
+
+void AppDelegate::scheduleRetry(double delay, bool recreatesPlayer) {
+    playbackRetry = environment.mainQueue.after(
+        delay, [self = QPointer(this), selection = playbackSelectionGeneration, recreatesPlayer] {
+            if (self)
+                self->retryPlayback(selection, recreatesPlayer);
+        });
+}
+
+void AppDelegate::awaitLogin(double wait) {
+    mpv_command_string(mpv, "stop");
+    closeCameraLink();
+    cancelPlaybackRetry();
+    playbackState = PlaybackSupervisorState::backingOff;
+    scheduleRetry(wait, false);
+    // The refusal may be from before the program was started or the camera chosen.
+    if (loginSupervisor.refusalsInARow(selectedAddress()) > 0)
+        pictureSupervisor.linkHasReported({.kind = LinkFact::Kind::LoginRefused, .hadLogin = true});
+    pictureSupervisor.attemptWasScheduled(wait, false);
 }
 
 void AppDelegate::tryNow() {
     if (isClosingViewer || systemIsSleeping || cameras.isEmpty())
         return;
+    loginSupervisor.allowOneLogin(selectedAddress());
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
     if (selectedCameraIsReachable())
@@ -112,7 +136,8 @@ PictureSupervisor::Situation AppDelegate::pictureSituation() const {
             .waitsForNetwork = !selectedCameraIsReachable(),
             .addressIsUnusable = !cameraEndpoint(camera.url),
             .isSleeping = systemIsSleeping,
-            .controlsAreShown = viewerControlsAreVisible};
+            .controlsAreShown = viewerControlsAreVisible,
+            .loginPauseEnd = playbackRetry ? loginSupervisor.waitsUntil() : std::nullopt};
 }
 
 } // namespace lumvik

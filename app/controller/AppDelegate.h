@@ -4,6 +4,7 @@
 #include "app/controller/AppEnvironment.h"
 #include "app/controller/DecodingSupervisor.h"
 #include "app/controller/LaunchRequest.h"
+#include "app/controller/LoginSupervisor.h"
 #include "app/controller/MainMenu.h"
 #include "app/controller/PictureSupervisor.h"
 #include "configuration/Camera.h"
@@ -104,7 +105,6 @@ class AppDelegate final : public QObject {
     void closeCameraViewer();
     void windowDidMove();
     void windowDidResize();
-    /// Called when the window enters or leaves full screen, or is maximised, minimised or restored.
     void windowDidChangeState();
     void windowWillClose();
     /// Restarts the application without OpenGL, because the window's graphics cannot be set up. If
@@ -124,9 +124,8 @@ class AppDelegate final : public QObject {
 
     // ---- Camera picker: AppDelegate+CameraPicker.cpp ----
 
-    /// Called when the user has chosen the camera at `index`, after the picker's menu has closed.
     void cameraMenuItemSelected(int index);
-    /// The menu in these two functions is the camera picker's, not the main menu.
+    /// The menu is the camera picker's, not the main menu.
     void menuWillOpen();
     void menuDidClose();
 
@@ -140,9 +139,8 @@ class AppDelegate final : public QObject {
     /// Ends a selection or a focused view. Restores the whole picture and, after a focused view,
     /// the frame that the window had before.
     void restoreOriginalCameraView();
-    /// Updates the focus button's icon and texts.
     void updateFocusButton();
-    /// Called when the user has selected `area`, in the interaction view's coordinates.
+    /// `area` is in the interaction view's coordinates.
     void focusSelectionCompleted(const QRectF &area);
     void focusSelectionCancelled();
     /// Called when the right mouse button is pressed over the picture. Switches between the area
@@ -167,7 +165,7 @@ class AppDelegate final : public QObject {
     /// Opens the camera at `index` in the player instance. Does nothing without an instance or if
     /// `index` is outside the list.
     void loadCamera(int index);
-    /// Sets a property of the player instance, if there is one, and ignores the result.
+    /// Sets a property of the player instance, if there is one.
     void setMPVProperty(const char *name, const char *value);
     /// Reads the video's geometry from `handle`, stores it, and applies the aspect ratio to the
     /// window.
@@ -276,7 +274,6 @@ class AppDelegate final : public QObject {
     void perform(LaunchRequest::Action action);
 
     // AppDelegate+Help.cpp
-    /// Presents an informational alert with an OK button.
     void presentInformation(const QString &title, const QString &message);
     void presentAddress(const QUrl &address);
 
@@ -317,7 +314,6 @@ class AppDelegate final : public QObject {
     /// Returns the rectangles of the visible controls in the interaction view's coordinates.
     [[nodiscard]] QList<QRectF> viewerControlRects() const;
     void fadeControls(bool animated);
-    /// Adapts the controls to a new list of cameras.
     void refreshViewerControls();
     void setControlsEnabled(bool visible);
     void setControlsOpacity(qreal opacity);
@@ -328,8 +324,7 @@ class AppDelegate final : public QObject {
 
     // AppDelegate+CameraPicker.cpp
     void fillCameraPicker();
-    /// Updates the description of the picture for assistive technology: the camera's name and
-    /// whether a picture is shown.
+    /// Updates the description of the picture for assistive technology.
     void updatePictureDescription();
 
     // AppDelegate+CameraSettings.cpp
@@ -358,7 +353,6 @@ class AppDelegate final : public QObject {
     void closeCameraLink();
     /// Returns null if the engine must connect to the camera itself.
     [[nodiscard]] std::unique_ptr<CameraLink> openCameraLink(const CameraEndpoint &endpoint);
-    /// Called with each fact about the current load.
     void handleLinkFact(const LinkFact &fact);
 
     // AppDelegate+CameraSettings.cpp
@@ -375,9 +369,15 @@ class AppDelegate final : public QObject {
     // AppDelegate+Recovery.cpp
     /// False while the viewer is closing, the system sleeps or the camera cannot be reached.
     [[nodiscard]] bool playbackIsPossible() const;
+    /// Empty without a camera.
+    [[nodiscard]] QString selectedAddress() const;
     /// Whether the selected camera can be reached over the current network path or needs none.
     [[nodiscard]] bool selectedCameraIsReachable() const;
+    void scheduleRetry(double delay, bool recreatesPlayer);
     void retryPlayback(std::int64_t selectionGeneration, bool recreatesPlayer);
+    /// Stops the stream and schedules the load for when the camera's login may be sent again, in
+    /// `wait` seconds.
+    void awaitLogin(double wait);
     void cancelPlaybackRetry();
     [[nodiscard]] PictureSupervisor::Environment pictureEnvironment();
     [[nodiscard]] PictureSupervisor::Situation pictureSituation() const;
@@ -394,7 +394,6 @@ class AppDelegate final : public QObject {
     /// Replaces the connection, whose pictures are old, after the process has stood still for `gap`
     /// seconds.
     void processDidStandStill(TimeStamp gap);
-    /// Hides the picture once its age reaches `heartbeatStallThreshold`.
     void scheduleStalePictureCheck();
     void hideStalePicture();
     /// Called when the engine's end-of-stream flag changes.
@@ -497,6 +496,7 @@ class AppDelegate final : public QObject {
     std::optional<QRect> restoreFrameBeforeFocus;
     QRect screenAreaBeforeFocus;
 
+    LoginSupervisor loginSupervisor;
     CameraDetailsStore cameraDetails;
     DecodingSupervisor decodingSupervisor; // declared after the details that it uses
     PictureSupervisor pictureSupervisor;   // declared after the window that contains its items

@@ -64,13 +64,17 @@ void ControllerFixture::launch() {
                                    failed();
                            },
                        .makeUpdateService = [this] { return updates.makeChecker(); },
-                       .currentDate = [this] { return date; },
+                       .currentDate = [this] { return currentDate(); },
                        .decodingMachine = {cores, [this] { return decodingTimes; }},
                        .installedVersion = installedVersion,
                        .webHost = webHost,
                        .feedbackAddress = feedbackAddress,
                        .engineLogLevel = "warn"});
     delegate->applicationDidFinishLaunching();
+}
+
+QDateTime ControllerFixture::currentDate() const {
+    return dateFollowsQueue ? date.addMSecs(static_cast<qint64>(queue.now() * 1000)) : date;
 }
 
 void ControllerFixture::startPlaying() {

@@ -59,6 +59,9 @@ class ControllerFixture : public testing::Test {
     /// Calls `launch` and then `startPlaying`.
     void launchAndPlay(const CameraList &cameras);
 
+    /// What the controller takes for the current date and time.
+    [[nodiscard]] QDateTime currentDate() const;
+
     /// Runs the event loop until `predicate` returns true. Returns false after ten seconds.
     [[nodiscard]] bool eventually(const std::function<bool()> &predicate);
 
@@ -150,6 +153,7 @@ class ControllerFixture : public testing::Test {
     int exitLimits = 0;    // how often the time until the exit was limited
     FakeUpdates updates;
     QDateTime date{QDate(2026, 5, 1), QTime(12, 0), QTimeZone::utc()};
+    bool dateFollowsQueue = false; // whether `date` moves with the virtual clock
     InstalledVersion installedVersion{.version = u"1.5"_s, .build = u"7"_s};
     int cores = 1; // of the machine that decodes
     std::optional<ThreadTimes> decodingTimes;
