@@ -14,13 +14,13 @@ using Result = tl::expected<AnyCameraCommand, QString>;
 
 Result parsePlain(const QString &word) {
     static const QHash<QString, AnyCameraCommand> commands{
-        {QStringLiteral("freeze"), Freeze{}},   {QStringLiteral("thaw"), Thaw{}},
-        {QStringLiteral("end"), End{}},         {QStringLiteral("drop"), Drop{}},
-        {QStringLiteral("refuse"), Refuse{}},   {QStringLiteral("accept"), Accept{}},
-        {QStringLiteral("silent"), Silent{}},   {QStringLiteral("speak"), Speak{}},
-        {QStringLiteral("hangup"), HangUp{}},   {QStringLiteral("stay"), Stay{}},
-        {QStringLiteral("clients"), Clients{}}, {QStringLiteral("streams"), Streams{}},
-        {QStringLiteral("quit"), Quit{}},
+        {QStringLiteral("freeze"), Freeze{}},     {QStringLiteral("thaw"), Thaw{}},
+        {QStringLiteral("end"), End{}},           {QStringLiteral("drop"), Drop{}},
+        {QStringLiteral("refuse"), Refuse{}},     {QStringLiteral("accept"), Accept{}},
+        {QStringLiteral("silent"), Silent{}},     {QStringLiteral("speak"), Speak{}},
+        {QStringLiteral("hangup"), HangUp{}},     {QStringLiteral("stay"), Stay{}},
+        {QStringLiteral("clients"), Clients{}},   {QStringLiteral("streams"), Streams{}},
+        {QStringLiteral("refusals"), Refusals{}}, {QStringLiteral("quit"), Quit{}},
     };
     const auto found = commands.constFind(word);
     if (found == commands.constEnd())

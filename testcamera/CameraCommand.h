@@ -61,6 +61,8 @@ struct Clients {};
 /// Asks for the number of playing connections, the highest number of connections that have played
 /// at once, and the number of play requests.
 struct Streams {};
+/// Asks how many logins were refused so far, and whether the camera is locked.
+struct Refusals {};
 struct Quit {};
 
 } // namespace CameraCommand
@@ -71,7 +73,7 @@ using AnyCameraCommand =
                  CameraCommand::Silent, CameraCommand::Speak, CameraCommand::HangUp,
                  CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
                  CameraCommand::UseCodec, CameraCommand::Throttle, CameraCommand::Clients,
-                 CameraCommand::Streams, CameraCommand::Quit>;
+                 CameraCommand::Streams, CameraCommand::Refusals, CameraCommand::Quit>;
 
 /// Parses one line. The error describes what is wrong with the line.
 [[nodiscard]] tl::expected<AnyCameraCommand, QString> parseCommand(const QString &line);

@@ -23,6 +23,9 @@ void declareOptions(QCommandLineParser &parser) {
     option("codec", "h264 or h265 (h264).", "C");
     option("user", "User name that clients must give.", "U");
     option("password", "Password that clients must give.", "P");
+    option("lock-after", "Refuse all logins after N wrong passwords in a row.", "N");
+    option("lock-minutes", "Minutes for which they are refused (30).", "M");
+    option("refuse-first", "Refuse all logins in the first seconds.", "SECONDS");
     option("clock", "Put the capture time into the picture for programs to read.");
     option("encoded-ahead", "Encode a loop of N seconds first, and then repeat it.", "N");
     option("exit-with-stdin", "End when standard input ends.");
@@ -77,8 +80,12 @@ tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, Camera
     Number port{"port", 0, 65535, options.port};
     Number framesPerSecond{"fps", 1, 120, options.framesPerSecond};
     Number keyFrameInterval{"gop", 1, 10000, options.keyFrameInterval};
+    Number lockAfter{"lock-after", 1, 100, options.lockAfter};
+    Number lockMinutes{"lock-minutes", 1, 1440, options.lockMinutes};
+    Number refuseFirst{"refuse-first", 1, 86400, options.refuseFirst};
     Number encodedAhead{"encoded-ahead", 1, 60, options.encodedAhead};
-    for (Number *number : {&port, &framesPerSecond, &keyFrameInterval, &encodedAhead}) {
+    for (Number *number : {&port, &framesPerSecond, &keyFrameInterval, &encodedAhead, &lockAfter,
+                           &lockMinutes, &refuseFirst}) {
         const QString name = QLatin1String(number->name);
         if (!parser.isSet(name))
             continue;
@@ -91,6 +98,12 @@ tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, Camera
     options.framesPerSecond = framesPerSecond.value;
     options.keyFrameInterval = keyFrameInterval.value;
     options.encodedAhead = encodedAhead.value;
+    options.lockAfter = lockAfter.value;
+    options.lockMinutes = lockMinutes.value;
+    options.refuseFirst = refuseFirst.value;
+    if ((options.lockAfter > 0 || options.refuseFirst > 0) && options.user.isEmpty())
+        return tl::unexpected(
+            QStringLiteral("--lock-after and --refuse-first need --user and --password"));
     return {};
 }
 
@@ -132,7 +145,9 @@ QString optionsHelp() {
            QStringLiteral("\nCommands on standard input, one a line: freeze, thaw, end, drop, drop "
                           "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
                           "0|90|180|270, "
-                          "codec h264|h265,\nthrottle BYTES_PER_SECOND, clients, quit.\n");
+                          "codec h264|h265,
+throttle BYTES_PER_SECOND, clients, streams, refusals, quit.
+");
 }
 
 tl::expected<QSize, QString> parseSize(const QString &text) {

@@ -26,6 +26,12 @@ struct CameraOptions {
     /// Empty when no password is required.
     QString user;
     QString password;
+    /// The number of wrong passwords in a row that locks the camera; 0 never locks it.
+    int lockAfter = 0;
+    /// For how long the camera is then locked.
+    int lockMinutes = 30;
+    /// The number of seconds after the start during which all logins are refused.
+    int refuseFirst = 0;
     bool clockPattern = false;
     /// The least number of seconds that are encoded before the camera serves and then repeated. 0
     /// encodes each picture when it is sent.

@@ -1,5 +1,7 @@
 #include "testcamera/CameraServer.h"
 
+#include "testcamera/CameraLogin.h"
+
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -70,6 +72,9 @@ CameraServer::start(const CameraOptions &options) {
 CameraServer::CameraServer(const CameraOptions &options, std::optional<EncodedLoop> loop)
     : m_options(options)
     , m_codec(options.codec)
+    , m_loginLock({.lockAfter = options.lockAfter,
+                   .lockTime = options.lockMinutes * 60.0,
+                   .refuseFirst = static_cast<double>(options.refuseFirst)})
     , m_feed(options, std::move(loop))
     , m_server(gst_rtsp_server_new())
     , m_factory(gst_rtsp_media_factory_new()) {
@@ -126,19 +131,7 @@ void CameraServer::mountStream() {
 }
 
 void CameraServer::protectWithPassword() {
-    const QByteArray user = m_options.user.toUtf8();
-    const QByteArray password = m_options.password.toUtf8();
-    const GObjectPointer<GstRTSPAuth> auth(gst_rtsp_auth_new());
-    gst_rtsp_auth_set_realm(auth.get(), "camera");
-    gst_rtsp_auth_set_supported_methods(
-        auth.get(), static_cast<GstRTSPAuthMethod>(GST_RTSP_AUTH_BASIC | GST_RTSP_AUTH_DIGEST));
-    GstRTSPToken *token =
-        gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, role, nullptr);
-    gchar *basic = gst_rtsp_auth_make_basic(user.constData(), password.constData());
-    gst_rtsp_auth_add_basic(auth.get(), basic, token);
-    gst_rtsp_auth_add_digest(auth.get(), user.constData(), password.constData(), token);
-    g_free(basic);
-    gst_rtsp_token_unref(token);
+    const auto auth = makeCameraLogin(m_options, role, m_loginLock);
     gst_rtsp_media_factory_add_role(m_factory.get(), role, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
                                     G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
                                     G_TYPE_BOOLEAN, TRUE, nullptr);
@@ -378,6 +371,11 @@ CameraServer::Answer CameraServer::perform(CameraCommand::Clients) {
 
 CameraServer::Answer CameraServer::perform(CameraCommand::Streams) {
     return QStringLiteral("%1 %2 %3").arg(playingClients()).arg(m_mostPlaying).arg(m_playRequests);
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Refusals) {
+    return QString::number(m_loginLock.refusals()) +
+           (m_loginLock.isLocked(secondsSinceStart()) ? QStringLiteral(" locked") : QString());
 }
 
 CameraServer::Answer CameraServer::perform(CameraCommand::Quit) {

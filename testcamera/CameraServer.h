@@ -3,6 +3,7 @@
 #include "testcamera/CameraCommand.h"
 #include "testcamera/CameraFeed.h"
 #include "testcamera/CameraOptions.h"
+#include "testcamera/LoginLock.h"
 #include "testcamera/PortListener.h"
 #include "testcamera/SilentConnections.h"
 
@@ -76,11 +77,13 @@ class CameraServer {
     Answer perform(CameraCommand::Throttle throttle);
     Answer perform(CameraCommand::Clients);
     Answer perform(CameraCommand::Streams);
+    Answer perform(CameraCommand::Refusals);
     Answer perform(CameraCommand::Quit);
 
     const CameraOptions m_options;
     VideoCodec m_codec;
     Behaviour m_behaviour = Behaviour::Serving;
+    LoginLock m_loginLock;
     CameraFeed m_feed;
     SilentConnections m_silentConnections;
     GObjectPointer<GstRTSPServer> m_server;

@@ -59,6 +59,36 @@ TEST(TestCamera, PasswordIsRequestedAndChecked) {
     EXPECT_EQ(described->status, 200);
 }
 
+/// Sends one DESCRIBE over a connection of its own and returns the status.
+int statusWith(const RunningTestCamera &camera, const QByteArray &headers) {
+    RtspConversation client(camera.url());
+    if (!client.connectToServer())
+        return -1;
+    const auto response = client.request("DESCRIBE", headers);
+    return response ? response->status : 0;
+}
+
+TEST(TestCamera, WrongPasswordsLockTheCamera) {
+    RunningTestCamera camera(words("--user anna --password secret --lock-after 3"));
+    EXPECT_EQ(statusWith(camera, basic("anna:wrong")), 401);
+    EXPECT_EQ(statusWith(camera, basic("anna:secret")), 200);
+    EXPECT_EQ(camera.command("refusals"), QStringLiteral("ok 1"));
+    for (int login = 0; login < 3; ++login) {
+        EXPECT_EQ(statusWith(camera, "Accept: application/sdp\r\n"), 401) << "is no login";
+        EXPECT_EQ(statusWith(camera, basic("anna:wrong")), 401);
+    }
+    EXPECT_EQ(camera.command("refusals"), QStringLiteral("ok 4 locked"));
+    EXPECT_EQ(statusWith(camera, basic("anna:secret")), 401);
+    EXPECT_EQ(camera.command("refusals"), QStringLiteral("ok 5 locked"));
+}
+
+TEST(TestCamera, EverybodyIsRefusedAtFirst) {
+    RunningTestCamera camera(words("--user anna --password secret --refuse-first 2"));
+    EXPECT_EQ(statusWith(camera, basic("anna:secret")), 401);
+    EXPECT_EQ(camera.command("refusals"), QStringLiteral("ok 1"));
+    EXPECT_TRUE(waitUntil([&] { return statusWith(camera, basic("anna:secret")) == 200; }));
+}
+
 TEST(TestCamera, OnlyAPlayerWithThePasswordIsServed) {
     const RunningTestCamera camera(words("--user anna --password secret"));
     QUrl url = camera.url();

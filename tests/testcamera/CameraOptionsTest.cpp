@@ -21,12 +21,16 @@ TEST(CameraOptions, DefaultsApplyWithoutArguments) {
     EXPECT_EQ(options->codec, VideoCodec::H264);
     EXPECT_FALSE(options->clockPattern);
     EXPECT_EQ(options->encodedAhead, 0);
+    EXPECT_EQ(options->lockAfter, 0);
+    EXPECT_EQ(options->lockMinutes, 30);
+    EXPECT_EQ(options->refuseFirst, 0);
 }
 
 TEST(CameraOptions, EveryOptionIsRead) {
     const auto options = parse(QStringLiteral(
         "--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps 15 --gop 50 "
-        "--codec h265 --user anna --password secret --clock --encoded-ahead 5 --exit-with-stdin"));
+        "--codec h265 --user anna --password secret --lock-after 5 --lock-minutes 2 "
+        "--refuse-first 60 --clock --encoded-ahead 5 --exit-with-stdin"));
     ASSERT_TRUE(options) << qPrintable(options.error());
     EXPECT_EQ(options->address, QStringLiteral("::1"));
     EXPECT_EQ(options->port, 0);
@@ -38,16 +42,35 @@ TEST(CameraOptions, EveryOptionIsRead) {
     EXPECT_EQ(options->codec, VideoCodec::H265);
     EXPECT_EQ(options->user, QStringLiteral("anna"));
     EXPECT_EQ(options->password, QStringLiteral("secret"));
+    EXPECT_EQ(options->lockAfter, 5);
+    EXPECT_EQ(options->lockMinutes, 2);
+    EXPECT_EQ(options->refuseFirst, 60);
     EXPECT_TRUE(options->clockPattern);
     EXPECT_EQ(options->encodedAhead, 5);
     EXPECT_TRUE(options->exitWithStandardInput);
 }
 
 TEST(CameraOptions, InvalidOptionsAreRefused) {
-    for (const char *line :
-         {"--port 65536", "--port x", "--fps 0", "--gop 0", "--size 1280", "--size 641x360",
-          "--size 32x32", "--codec vp8", "--path front", "--user anna", "--password x",
-          "--address localhost", "--encoded-ahead 0", "--encoded-ahead 61", "--nonsense", "stray"})
+    for (const char *line : {"--port 65536",
+                             "--port x",
+                             "--fps 0",
+                             "--gop 0",
+                             "--size 1280",
+                             "--size 641x360",
+                             "--size 32x32",
+                             "--codec vp8",
+                             "--path front",
+                             "--user anna",
+                             "--password x",
+                             "--address localhost",
+                             "--encoded-ahead 0",
+                             "--encoded-ahead 61",
+                             "--lock-after 5",
+                             "--refuse-first 60",
+                             "--user anna --password x --lock-after 0",
+                             "--user anna --password x --lock-minutes x",
+                             "--nonsense",
+                             "stray"})
         EXPECT_FALSE(parse(QLatin1String(line))) << line;
 }
 
