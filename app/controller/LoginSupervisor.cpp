@@ -144,6 +144,7 @@ void LoginSupervisor::linkHasReported(std::int64_t link, const LinkFact &fact) {
     case LinkFact::Kind::Described:
     case LinkFact::Kind::DescribedNoVideo:
     case LinkFact::Kind::FirstPacket:
+    case LinkFact::Kind::Measured:
     case LinkFact::Kind::PictureIsLate:
     case LinkFact::Kind::PictureIsInTime:
     case LinkFact::Kind::PicturesOmitted:

@@ -426,12 +426,13 @@ bool LinkDialogue::isWithinBounds(const InterleavedPacket &packet) {
     const QByteArrayView content =
         QByteArrayView(packet.payload)
             .sliced(header->contentBegin, header->contentEnd - header->contentBegin);
-    const bool canBeginPicture =
-        format == channel.videoFormats.end() || beginsSlice(content, format->second.codec);
-    if (header->timeStamp != channel.timeStamp && canBeginPicture) {
+    // The engine looks for the beginning of a picture in the content where it knows the format.
+    const bool isKnown = format != channel.videoFormats.end() && !format->second.hasDecodingOrder;
+    const bool beginsNext = !isKnown ? header->timeStamp != channel.timeStamp
+                                     : beginsPicture(content, format->second.codec);
+    if (beginsNext)
         channel.pictureSize = 0;
-        channel.timeStamp = header->timeStamp;
-    }
+    channel.timeStamp = header->timeStamp;
     channel.pictureSize += packet.payload.size();
     return channel.pictureSize <= largestPicture;
 }

@@ -192,8 +192,10 @@ void RtspAuthentication::use(const RtspChallenge &challenge, Scheme scheme) {
     m_opaque.reset();
     if (challenge.parameters.count("opaque") > 0)
         m_opaque = challenge.parameter("opaque");
-    if (m_nonce != challenge.parameter("nonce"))
+    if (m_nonce != challenge.parameter("nonce")) {
         m_useCount = 0;
+        m_sessionClientNonce.clear();
+    }
     m_nonce = challenge.parameter("nonce");
 }
 
@@ -210,7 +212,12 @@ QByteArray RtspAuthentication::authorization(const QByteArray &method, const QBy
 }
 
 QByteArray RtspAuthentication::digest(const QByteArray &method, const QByteArray &uri) {
-    const QByteArray clientNonce = m_hasQop || m_isSession ? m_makeNonce() : QByteArray();
+    // A session's key is computed from the first client nonce, which the server may remember
+    // (RFC 7616, 3.4.2).
+    if (m_isSession && m_sessionClientNonce.isEmpty())
+        m_sessionClientNonce = m_makeNonce();
+    const QByteArray clientNonce =
+        m_isSession ? m_sessionClientNonce : (m_hasQop ? m_makeNonce() : QByteArray());
     const QByteArray count = QByteArray::number(++m_useCount, 16).rightJustified(8, '0');
     QByteArray secret = hash({m_credentials.user, m_realm, m_credentials.password});
     if (m_isSession)
@@ -243,6 +250,7 @@ void RtspAuthentication::forgetChallenge() {
     m_nonce.clear();
     m_opaque.reset();
     m_useCount = 0;
+    m_sessionClientNonce.clear();
 }
 
 } // namespace lumvik

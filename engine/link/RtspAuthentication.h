@@ -76,7 +76,8 @@ class RtspAuthentication {
     QByteArray m_realm;
     QByteArray m_nonce;
     std::optional<QByteArray> m_opaque;
-    unsigned m_useCount = 0; ///< How often the nonce has been used.
+    unsigned m_useCount = 0;         ///< How often the nonce has been used.
+    QByteArray m_sessionClientNonce; ///< The first one with the nonce; only for a session's key.
 };
 
 } // namespace lumvik

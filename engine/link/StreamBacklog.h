@@ -66,6 +66,12 @@ class StreamBacklog {
     [[nodiscard]] bool isEmpty() const { return m_waiting.empty(); }
     /// The bytes that wait.
     [[nodiscard]] qsizetype size() const { return m_size; }
+    /// Returns how much memory the waiting data occupies, roughly, in bytes. A camera that sends
+    /// empty packets could otherwise fill gigabytes.
+    [[nodiscard]] qsizetype memory() const {
+        constexpr qsizetype entrySize = 160; // without the bytes
+        return m_size + static_cast<qsizetype>(m_waiting.size()) * entrySize;
+    }
     /// Returns how long the oldest data has been waiting.
     [[nodiscard]] std::chrono::duration<double> oldestWait(TimePoint now) const;
     /// Whether the engine is so far behind that its pictures are old.

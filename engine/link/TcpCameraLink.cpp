@@ -27,8 +27,9 @@ namespace {
 using Kind = LinkFact::Kind;
 using std::chrono::milliseconds;
 
-/// How many bytes of a stream wait for the engine before the camera is not read any more. More than
-/// ten seconds of any camera, so that old pictures can be left out here rather than arrive late.
+/// How much memory a stream that waits for the engine may occupy, in bytes, before the camera is
+/// not read any more. More than ten seconds of any camera, so that old pictures can be left out
+/// here rather than arrive late.
 constexpr qsizetype largestBacklog = 32LL * 1024 * 1024;
 /// How many bytes a socket reads ahead.
 constexpr qint64 readBufferSize = 1024LL * 1024;
@@ -38,6 +39,9 @@ constexpr qint64 largestRequestBacklog = 1024LL * 1024;
 constexpr milliseconds pumpInterval{2};
 /// How long the camera may take to confirm the end of the session.
 constexpr milliseconds longestFarewell{500};
+
+/// How long the link waits before it accepts a connection again if there was no descriptor left.
+constexpr milliseconds acceptPause{100};
 
 /// Deletes objects that may be dropped while one of their signals is being handled.
 struct DeleteLater {
@@ -58,7 +62,7 @@ FileDescriptor listenOnLoopback(std::uint16_t &port) {
     socklen_t size = sizeof address;
     auto *generic = reinterpret_cast<sockaddr *>(&address);
     if (!listener.isOpen() || ::bind(listener.get(), generic, size) != 0 ||
-        ::listen(listener.get(), 4) != 0 || ::getsockname(listener.get(), generic, &size) != 0)
+        ::listen(listener.get(), 16) != 0 || ::getsockname(listener.get(), generic, &size) != 0)
         return {};
     port = ntohs(address.sin_port);
     return listener;
@@ -143,6 +147,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     LatePointer<QTimer> m_pumpTimer; ///< Runs while something waits for the engine.
     SocketAddress m_engineSocket; ///< Of the engine's socket, which also belongs to this process.
     int m_engineDescriptor = -1;  ///< The engine's; only for questions about unread bytes.
+    bool m_hasReportedIntruder = false;
     bool m_isLate = false;
     std::int64_t m_reportedOmissions = 0;
     QByteArray m_earlyForCamera; ///< What the engine said before the camera was connected.
@@ -223,11 +228,20 @@ void TcpCameraLink::Session::acceptEngine() {
     FileDescriptor descriptor(::accept4(m_listener.get(),
                                         reinterpret_cast<sockaddr *>(&peer.storage), &peer.size,
                                         SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (!descriptor.isOpen())
+    if (!descriptor.isOpen()) {
+        // The connection still waits, and without a pause the notifier would report it incessantly.
+        m_listenerNotifier->setEnabled(false);
+        QTimer::singleShot(acceptPause, m_listenerNotifier.get(),
+                           [notifier = m_listenerNotifier.get()] { notifier->setEnabled(true); });
         return;
+    }
     const std::optional<int> engineDescriptor = ownSocketAt(peer);
-    if (!engineDescriptor)
-        return report(Kind::IntruderRefused);
+    if (!engineDescriptor) {
+        // A program that tries again and again must not fill the log.
+        if (!std::exchange(m_hasReportedIntruder, true))
+            report(Kind::IntruderRefused);
+        return;
+    }
     m_engineSocket = peer;
     m_engineDescriptor = *engineDescriptor;
     stopListening();
@@ -246,7 +260,8 @@ void TcpCameraLink::Session::engineIsConnected(FileDescriptor descriptor) {
 }
 
 void TcpCameraLink::Session::readFromCamera() {
-    if (!m_camera || m_backlog.size() >= largestBacklog)
+    const bool isFull = m_backlog.memory() >= largestBacklog && !m_isEnding;
+    if (!m_camera || isFull)
         return;
     const QByteArray bytes = m_camera->readAll();
     if (!bytes.isEmpty())
@@ -301,7 +316,7 @@ void TcpCameraLink::Session::pump() {
         return;
     const auto self = shared_from_this(); // reading and writing may end the session
     const auto now = StreamBacklog::Clock::now();
-    const bool wasFull = m_backlog.size() >= largestBacklog;
+    const bool wasFull = m_backlog.memory() >= largestBacklog;
     const QByteArray bytes = m_backlog.take(unreadByEngine(), now);
     if (!bytes.isEmpty()) {
         m_engine->write(bytes);
@@ -364,14 +379,18 @@ void TcpCameraLink::Session::engineHasEnded() {
 void TcpCameraLink::Session::close() {
     if (m_hasEnded || m_isEnding)
         return;
+    const auto self = shared_from_this(); // writing may end the session
     stopListening();
     m_pumpTimer.reset();
     m_engine.reset();
+    m_backlog = StreamBacklog();
     if (!m_camera)
         return end();
     const QByteArray request = m_dialogue.takeTeardown();
     m_camera->write(request);
     m_camera->flush();
+    if (m_hasEnded || !m_camera)
+        return;
     if (!m_dialogue.awaitsEnd())
         return end();
     awaitFarewell();
@@ -385,6 +404,7 @@ void TcpCameraLink::Session::awaitFarewell() {
     m_farewell->setSingleShot(true);
     QObject::connect(m_farewell.get(), &QTimer::timeout, m_farewell.get(), [this] { end(); });
     m_farewell->start(longestFarewell);
+    readFromCamera(); // what was received while the backlog was full is not announced again
 }
 
 void TcpCameraLink::Session::end() {

@@ -8,7 +8,8 @@ namespace lumvik {
 namespace {
 
 // The types of units and packets (RFC 6184, 5.2 and RFC 7798, 1.1.4 and 4.4).
-constexpr int h264FirstSlice = 1;
+constexpr int h264Slice = 1;
+constexpr int h264PartitionA = 2;
 constexpr int h264Idr = 5;
 constexpr int h264StapA = 24;
 constexpr int h264FuA = 28;
@@ -19,16 +20,21 @@ constexpr int h265Aggregation = 48;
 constexpr int h265Fragment = 49;
 /// Set in the first fragment of a unit.
 constexpr std::uint8_t startBit = 0x80;
+constexpr std::uint8_t firstSliceBit = 0x80;
 
-/// Whether a unit of this type is wanted.
-using Predicate = bool (*)(int type, VideoCodec codec);
+/// Whether a unit of this type is wanted. `start` is the byte behind its header.
+using Predicate = bool (*)(int type, std::uint8_t start, VideoCodec codec);
 
-bool isSlice(int type, VideoCodec codec) {
-    return codec == VideoCodec::H264 ? type >= h264FirstSlice && type <= h264Idr
-                                     : type <= h265LastSlice;
+/// In both formats, the first bit of a slice tells whether it is the first one of its picture: the
+/// number of its first macroblock is 0, or a flag says so.
+bool isFirstSlice(int type, std::uint8_t start, VideoCodec codec) {
+    const bool isSlice = codec == VideoCodec::H264
+                             ? type == h264Slice || type == h264PartitionA || type == h264Idr
+                             : type <= h265LastSlice;
+    return isSlice && (start & firstSliceBit) != 0;
 }
 
-bool isKeySlice(int type, VideoCodec codec) {
+bool isKeySlice(int type, std::uint8_t /*start*/, VideoCodec codec) {
     return codec == VideoCodec::H264 ? type == h264Idr
                                      : type >= h265FirstIrap && type <= h265LastIrap;
 }
@@ -43,8 +49,9 @@ int typeOf(std::uint8_t firstByte, VideoCodec codec) {
 
 /// Whether a wanted unit is in a list of units, each behind its length in two bytes.
 bool listContains(QByteArrayView list, VideoCodec codec, Predicate isWanted) {
+    const qsizetype start = codec == VideoCodec::H264 ? 3 : 4;
     while (list.size() > 2) {
-        if (isWanted(typeOf(at(list, 2), codec), codec))
+        if (isWanted(typeOf(at(list, 2), codec), at(list, start), codec))
             return true;
         const qsizetype length = at(list, 0) << 8 | at(list, 1);
         list = list.sliced(std::min(list.size(), length + 2));
@@ -63,15 +70,16 @@ bool begins(QByteArrayView content, VideoCodec codec, Predicate isWanted) {
         return listContains(content.sliced(std::min(content.size(), headerSize)), codec, isWanted);
     if (type == (isH264 ? h264FuA : h265Fragment)) {
         const std::uint8_t fragment = at(content, headerSize);
-        return (fragment & startBit) != 0 && isWanted(fragment & (isH264 ? 0x1f : 0x3f), codec);
+        return (fragment & startBit) != 0 &&
+               isWanted(fragment & (isH264 ? 0x1f : 0x3f), at(content, headerSize + 1), codec);
     }
-    return isWanted(type, codec);
+    return isWanted(type, at(content, headerSize), codec);
 }
 
 } // namespace
 
-bool beginsSlice(QByteArrayView content, VideoCodec codec) {
-    return begins(content, codec, isSlice);
+bool beginsPicture(QByteArrayView content, VideoCodec codec) {
+    return begins(content, codec, isFirstSlice);
 }
 
 bool beginsKeyPicture(QByteArrayView content, VideoCodec codec) {

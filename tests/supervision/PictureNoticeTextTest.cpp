@@ -7,13 +7,13 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-const QDateTime now(QDate(2026, 3, 9), QTime(17, 30));
+const QDateTime afternoon(QDate(2026, 3, 9), QTime(17, 30));
 
 PictureNoticeFacts frontDoor() {
     return {.camera = u"Front Door"_s,
             .cause = u"Because."_s,
             .next = {.kind = NextAttempt::Kind::scheduled, .seconds = 12},
-            .now = now};
+            .now = afternoon};
 }
 
 TEST(PictureNoticeText, LivePictureIsConfirmedOnlyWithTheControls) {
@@ -47,9 +47,9 @@ TEST(PictureNoticeText, MessageSaysWhatWhyAndWhatNext) {
                                  .cause = u"Because."_s,
                                  .next = u"Trying again in 12 s"_s,
                                  .offersActions = true}));
-    facts.lastFrameTime = QDateTime(now.date(), QTime(17, 3));
+    facts.lastFrameTime = QDateTime(afternoon.date(), QTime(17, 3));
     EXPECT_EQ(pictureNoticeText(lost, facts).title, u"No picture from Front Door since 17:03"_s);
-    facts.lastFrameTime = QDateTime(now.date().addDays(-1), QTime(9, 5));
+    facts.lastFrameTime = QDateTime(afternoon.date().addDays(-1), QTime(9, 5));
     EXPECT_EQ(pictureNoticeText(lost, facts).title,
               u"No picture from Front Door since 8 March, 09:05"_s);
 }
@@ -63,7 +63,7 @@ TEST(PictureNoticeText, EachKindOfNextAttemptHasItsText) {
     EXPECT_EQ(next({}), u"Trying now"_s);
     EXPECT_EQ(next({.kind = NextAttempt::Kind::waitingForNetwork}), u"Waiting for the network"_s);
     EXPECT_EQ(next({.kind = NextAttempt::Kind::afterLoginPause,
-                    .time = QDateTime(now.date(), QTime(17, 38))}),
+                    .time = QDateTime(afternoon.date(), QTime(17, 38))}),
               u"Trying again at 17:38, so that the camera does not lock this account."_s);
     EXPECT_EQ(next({.kind = NextAttempt::Kind::none}), QString());
 }

@@ -243,7 +243,8 @@ TEST_F(PictureSupervisorTest, LatePictureIsMarkedUntilItIsLessThanASecondLate) {
     launchAndPlay(threeCameras());
     const auto measure = [this](double lateness) {
         showFrame();
-        report({.kind = Kind::Measured, .measure = {.lateness = lateness}});
+        report({.kind = Kind::Measured,
+                .measure = {.lateness = lateness, .suspectedLateness = lateness}});
         return pill();
     };
     EXPECT_EQ(measure(1.4), QString());
@@ -259,7 +260,7 @@ TEST_F(PictureSupervisorTest, ConnectionIsReplacedOnceThePictureWasLongTooLate) 
     const auto reportQuarters = [this](int count) {
         for (int quarter = 0; quarter < count; ++quarter) {
             showFrame();
-            report({.kind = Kind::Measured, .measure = {.lateness = 6}});
+            report({.kind = Kind::Measured, .measure = {.lateness = 6, .suspectedLateness = 6}});
             queue.advance(0.25);
         }
     };
@@ -273,7 +274,7 @@ TEST_F(PictureSupervisorTest, ConnectionIsReplacedOnceThePictureWasLongTooLate) 
 TEST_F(PictureSupervisorTest, NewConnectionIsNotLate) {
     launchAndPlay(threeCameras());
     showFrame();
-    report({.kind = Kind::Measured, .measure = {.lateness = 4}});
+    report({.kind = Kind::Measured, .measure = {.lateness = 4, .suspectedLateness = 4}});
     EXPECT_EQ(pill(), u"Late by 4 s"_s);
     delegate->loadCamera(0);
     showFrame();

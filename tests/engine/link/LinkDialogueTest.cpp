@@ -402,6 +402,19 @@ TEST(LinkDialogueTest, MessagesAndPicturesBeyondTheBoundsCloseTheLink) {
     EXPECT_EQ(output.bytesToEngine(), "");
 }
 
+TEST(LinkDialogueTest, StreamWithAConstantTimeStampIsNotCut) {
+    LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
+    play(dialogue);
+    qsizetype passed = 0;
+    while (passed < 2 * LinkDialogue::largestPicture) {
+        const QByteArray slice = QByteArray::fromHex("6588") + QByteArray(60'000, 'x');
+        const Output output =
+            dialogue.takeFromCamera(InterleavedPacket{2, rtpPacket({true, 1}, slice)}.encoded());
+        ASSERT_FALSE(output.mustClose) << passed;
+        passed += output.bytesToEngine().size();
+    }
+}
+
 TEST(LinkDialogueTest, EndlessUnitsCloseTheLink) {
     const struct {
         const char *description;
@@ -409,6 +422,7 @@ TEST(LinkDialogueTest, EndlessUnitsCloseTheLink) {
         bool timeStampsChange;
     } cases[] = {{"a fragmented unit", "7c05", false},
                  {"a fragmented unit in many pictures", "7c05", true},
+                 {"slices that are never the first of a picture", "6548", true},
                  {"messages without a picture", "0605", true}};
     for (const auto &[description, begin, timeStampsChange] : cases) {
         SCOPED_TRACE(description);
@@ -433,7 +447,7 @@ TEST(LinkDialogueTest, EndlessUnitsCloseTheLink) {
 TEST(LinkDialogueTest, LongStreamsAreNotMistakenForEndlessUnits) {
     LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
     play(dialogue);
-    const QByteArray begin = QByteArray::fromHex("7c85") + QByteArray(30'000, 'x');
+    const QByteArray begin = QByteArray::fromHex("7c8588") + QByteArray(30'000, 'x');
     const QByteArray end = QByteArray::fromHex("7c45") + QByteArray(30'000, 'x');
     for (std::uint32_t picture = 0; picture < 1000; ++picture) {
         for (const auto &[marker, content] : {std::pair(false, begin), std::pair(true, end)}) {

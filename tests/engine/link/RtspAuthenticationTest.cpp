@@ -111,6 +111,20 @@ TEST(RtspAuthenticationTest, SessionAlgorithmHashesTheNoncesIntoTheSecret) {
               md5(secret + ":n:00000001:c:auth:" + md5("PLAY:a")));
 }
 
+TEST(RtspAuthenticationTest, SessionAlgorithmKeepsItsClientNonceWithTheNonce) {
+    int nonces = 0;
+    RtspAuthentication login({"u", "p"}, [&] { return QByteArray::number(++nonces); });
+    const auto clientNonce = [&] { return field(login.authorization("PLAY", "a"), "cnonce"); };
+    const QByteArray challenge = R"(Digest realm="r", nonce="n", qop="auth", algorithm=MD5-sess)";
+    ASSERT_TRUE(login.take({challenge}));
+    EXPECT_EQ(clientNonce(), "1");
+    EXPECT_EQ(clientNonce(), "1");
+    ASSERT_TRUE(login.take({challenge}));
+    EXPECT_EQ(clientNonce(), "1");
+    ASSERT_TRUE(login.take({QByteArray(challenge).replace("\"n\"", "\"new\"")}));
+    EXPECT_EQ(clientNonce(), "2");
+}
+
 TEST(RtspAuthenticationTest, UnquotedAndOddlySpacedParametersAreRead) {
     const auto challenges =
         rtspChallenges({R"(digest Realm = "a, b=c" ,nonce=YWJj==,Algorithm=MD5,  basic realm=x)"});

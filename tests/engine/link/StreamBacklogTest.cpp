@@ -186,17 +186,27 @@ TEST(VideoUnitsTest, PacketsThatBeginKeyPicturesAreRecognised) {
             << each.description;
 }
 
-TEST(VideoUnitsTest, PacketsThatBeginSlicesAreRecognised) {
+TEST_F(StreamBacklogTest, EmptyPacketsOccupyMemoryToo) {
+    for (int packet = 0; packet < 1000; ++packet)
+        backlog.push({QByteArray()}, StreamBacklog::TimePoint());
+    EXPECT_GE(backlog.memory(), 100'000);
+    (void)backlog.takeAll();
+    EXPECT_EQ(backlog.memory(), 0);
+}
+
+TEST(VideoUnitsTest, PacketsThatBeginPicturesAreRecognised) {
     const auto begins = [](const char *content, VideoCodec codec) {
-        return beginsSlice(QByteArray::fromHex(content), codec);
+        return beginsPicture(QByteArray::fromHex(content), codec);
     };
-    for (const char *content : {"65", "41", "7c85", "7c81", "780002674200024188"})
+    for (const char *content : {"6588", "41e0", "7c8588", "7c81e0", "78000267420003418810"})
         EXPECT_TRUE(begins(content, VideoCodec::H264)) << content;
-    for (const char *content : {"7c05", "7c45", "67", "06", "09f0", "78000267420002680a", "78", ""})
+    for (const char *content : {"6548", "4160", "7c8548", "7c0588", "7c4588", "6788", "0688",
+                                "09f0", "78000267420002688a", "780002674200024148", "78", "65", ""})
         EXPECT_FALSE(begins(content, VideoCodec::H264)) << content;
-    for (const char *content : {"2601", "0201", "620193", "6001000240010002260100"})
+    for (const char *content : {"260180", "020180", "62019380", "600100024001000326018001"})
         EXPECT_TRUE(begins(content, VideoCodec::H265)) << content;
-    for (const char *content : {"620113", "620153", "4001", "4e01", "60010002400100", "60", ""})
+    for (const char *content : {"260100", "020140", "62019300", "62011380", "62015380", "400180",
+                                "4e0180", "60010002400100", "60", ""})
         EXPECT_FALSE(begins(content, VideoCodec::H265)) << content;
 }
 
