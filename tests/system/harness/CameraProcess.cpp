@@ -59,6 +59,8 @@ QStringList CameraProcess::arguments() const {
         arguments << QStringLiteral("--user") << m_setup.user << QStringLiteral("--password")
                   << m_setup.password;
     }
+    if (m_setup.lockAfter > 0)
+        arguments << QStringLiteral("--lock-after") << QString::number(m_setup.lockAfter);
     if (m_setup.withClock)
         arguments << QStringLiteral("--clock");
     return arguments;

@@ -17,6 +17,9 @@ struct CameraSetup {
     /// The camera requires this user name and `password` when the user name is not empty.
     QString user;
     QString password;
+    /// The number of wrong passwords in a row after which the camera refuses all logins; 0 for
+    /// never.
+    int lockAfter = 0;
     /// Whether the picture contains the capture time (see testcamera/ClockPattern.h).
     bool withClock = false;
     /// The numerical IP address at which the camera serves.
