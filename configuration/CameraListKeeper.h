@@ -43,8 +43,8 @@ class CameraListKeeper {
 
     /// Saves the list as CameraConfigurationStore::save does. Fails with changedElsewhere if the
     /// list on the disk is neither the one that was loaded nor the one that was saved last, unless
-    /// `changed` permits the save. If the program has never read a list, the one on the disk is kept
-    /// under another name in any case. On failure, neither the disk nor the condition changes.
+    /// `changed` permits the save. If the program has never read a list, the one on the disk is
+    /// kept under another name in any case. On failure, neither the disk nor the condition changes.
     [[nodiscard]] tl::expected<void, StoreError> save(const CameraList &cameras,
                                                       ChangedList changed = ChangedList::refuse);
 

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace lumvik {
 
@@ -81,10 +82,10 @@ LoginHistory decoded(const QJsonObject &object) {
     history.isProven = object.value(QStringLiteral("worked")).toBool();
     history.isEdited = object.value(QStringLiteral("edited")).toBool();
     const QJsonArray refusals = object.value(QStringLiteral("refusals")).toArray();
-    for (const QJsonValue &each : refusals)
+    for (const auto &each : refusals)
         history.refusals.push_back({toTime(each.toArray().at(0)), each.toArray().at(1).toBool()});
     const QJsonArray edits = object.value(QStringLiteral("edits")).toArray();
-    for (const QJsonValue &each : edits)
+    for (const auto &each : edits)
         history.edits.push_back(toTime(each));
     const QJsonArray pending = object.value(QStringLiteral("pending")).toArray();
     if (!pending.isEmpty())
@@ -145,7 +146,7 @@ LoginHistories::Document LoginHistories::read() const {
             .object();
     Document document{.salt = root.value(QStringLiteral("salt")).toString().toLatin1()};
     const QJsonArray accounts = root.value(QStringLiteral("accounts")).toArray();
-    for (const QJsonValue &each : accounts)
+    for (const auto &each : accounts)
         document.histories.push_back(decoded(each.toObject()));
     return document;
 }

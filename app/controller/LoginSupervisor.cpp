@@ -2,6 +2,7 @@
 
 #include "platform/LumvikLog.h"
 
+#include <QTimeZone>
 #include <QUuid>
 
 #include <algorithm>
@@ -52,7 +53,7 @@ std::optional<double> LoginSupervisor::waitBeforeLogin(const QString &url) {
         return std::nullopt;
     // A time that was in the future or an edit must be stored, or each call would move the wait.
     m_histories.store(history, time);
-    m_waitsUntil = QDateTime::fromMSecsSinceEpoch(earliest->count(), Qt::UTC);
+    m_waitsUntil = QDateTime::fromMSecsSinceEpoch(earliest->count(), QTimeZone::utc());
     const double wait = std::chrono::duration<double>(*earliest - time).count() + clockSlack;
     if (std::exchange(m_loggedWait, m_waitsUntil) != m_waitsUntil) {
         LumvikLog::playback().log(
