@@ -142,11 +142,12 @@ QString optionsHelp() {
     QCommandLineParser parser;
     declareOptions(parser);
     return parser.helpText() +
-           QStringLiteral("\nCommands on standard input, one a line: freeze, thaw, end, drop, drop "
-                          "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
-                          "0|90|180|270, "
-                          "codec h264|h265,\nthrottle BYTES_PER_SECOND, clients, streams, refusals, "
-                          "quit.\n");
+           QStringLiteral(
+               "\nCommands on standard input, one a line: freeze, thaw, end, drop, drop "
+               "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
+               "0|90|180|270, "
+               "codec h264|h265,\nthrottle BYTES_PER_SECOND, clients, streams, refusals, "
+               "quit.\n");
 }
 
 tl::expected<QSize, QString> parseSize(const QString &text) {
