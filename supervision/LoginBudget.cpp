@@ -1,26 +1,37 @@
 #include "supervision/LoginBudget.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 #include <utility>
 
 namespace lumvik {
 
 namespace {
 
-/// How many of `times` are within the window that ends at `now`.
-template<typename Times, typename Time>
-int countIn(const Times &times, LoginTime now, Time timeOf) {
-    return static_cast<int>(std::count_if(times.begin(), times.end(), [&](const auto &each) {
-        return timeOf(each) > now - loginPolicy.window;
-    }));
+bool isInWindow(const LoginHistory::Refusal &refusal, LoginTime now) {
+    return refusal.time > now - loginPolicy.window;
+}
+
+/// Whether the password was refused within the window.
+bool isRefused(const LoginHistory &history, LoginTime now) {
+    return std::any_of(history.refusals.begin(), history.refusals.end(), [&](const auto &refusal) {
+        return isInWindow(refusal, now) && refusal.password == history.password;
+    });
 }
 
 bool isExhausted(const LoginHistory &history, LoginTime now) {
-    const int refusals =
-        countIn(history.refusals, now, [](const auto &refusal) { return refusal.time; });
+    int refusals = 0;
+    std::set<QByteArray> passwords{history.password};
+    for (const LoginHistory::Refusal &refusal : history.refusals) {
+        if (!isInWindow(refusal, now))
+            continue;
+        ++refusals;
+        passwords.insert(refusal.password);
+    }
     if (history.isProven)
         return refusals >= loginPolicy.mostProven;
-    const int edits = countIn(history.edits, now, [](LoginTime edit) { return edit; });
+    const int edits = static_cast<int>(passwords.size()) - 1;
     return refusals >= loginPolicy.mostUnproven + edits;
 }
 
@@ -42,10 +53,13 @@ std::chrono::minutes waitAfterLastRefusal(const LoginHistory &history) {
     return loginPolicy.waits[std::clamp<std::ptrdiff_t>(counted - 1, 0, 2)];
 }
 
-template<typename Times>
-void forgetOldest(Times &times) {
-    if (times.size() > LoginHistory::mostRemembered)
-        times.erase(times.begin());
+/// The last login with `password` whose answer is not known, or the end.
+auto lastUnanswered(LoginHistory &history, const QByteArray &password) {
+    const auto found = std::find_if(history.refusals.rbegin(), history.refusals.rend(),
+                                    [&password](const LoginHistory::Refusal &refusal) {
+                                        return !refusal.isAnswered && refusal.password == password;
+                                    });
+    return found == history.refusals.rend() ? history.refusals.end() : std::prev(found.base());
 }
 
 } // namespace
@@ -54,7 +68,7 @@ std::optional<LoginTime> earliestLogin(const LoginHistory &history, LoginTime no
                                        const QString &viewer) {
     LoginTime earliest = now;
     // An edited password gets one attempt, whatever happened to its predecessor.
-    if (!history.isEdited && !history.refusals.empty()) {
+    if (isRefused(history, now)) {
         earliest = std::max(history.refusals.back().time + waitAfterLastRefusal(history),
                             endOfExhaustion(history, now));
     }
@@ -67,40 +81,37 @@ std::optional<LoginTime> earliestLogin(const LoginHistory &history, LoginTime no
 LoginHistory withoutFuture(LoginHistory history, LoginTime now) {
     for (LoginHistory::Refusal &refusal : history.refusals)
         refusal.time = std::min(refusal.time, now);
-    for (LoginTime &edit : history.edits)
-        edit = std::min(edit, now);
     if (history.pending)
         history.pending->since = std::min(history.pending->since, now);
     return history;
 }
 
-LoginHistory withPassword(LoginHistory history, const QByteArray &password, LoginTime now) {
-    if (std::exchange(history.password, password) == password)
-        return history;
-    history.isProven = false;
-    history.pending.reset();
-    // A password that was not refused has used up nothing.
-    if (history.refusals.empty() || history.isEdited)
-        return history;
-    history.isEdited = true;
-    if (history.refusals.back().time > now - loginPolicy.window) {
-        history.edits.push_back(now);
-        forgetOldest(history.edits);
+LoginHistory withPassword(LoginHistory history, const QByteArray &password) {
+    if (std::exchange(history.password, password) != password) {
+        history.isProven = false;
+        history.pending.reset();
     }
     return history;
 }
 
 LoginHistory withRefusal(LoginHistory history, LoginHistory::Refusal refusal) {
-    history.refusals.push_back(refusal);
-    forgetOldest(history.refusals);
-    history.isEdited = false;
+    history.refusals.push_back(std::move(refusal));
+    if (history.refusals.size() > LoginHistory::mostRemembered)
+        history.refusals.erase(history.refusals.begin());
     return history;
 }
 
-LoginHistory withoutLastRefusal(LoginHistory history, bool isEdited) {
-    if (!history.refusals.empty())
-        history.refusals.pop_back();
-    history.isEdited = isEdited;
+LoginHistory withAnswer(LoginHistory history, const QByteArray &password) {
+    const auto login = lastUnanswered(history, password);
+    if (login != history.refusals.end())
+        login->isAnswered = true;
+    return history;
+}
+
+LoginHistory withoutUnanswered(LoginHistory history, const QByteArray &password) {
+    const auto login = lastUnanswered(history, password);
+    if (login != history.refusals.end())
+        history.refusals.erase(login);
     return history;
 }
 

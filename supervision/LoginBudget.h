@@ -45,13 +45,17 @@ inline constexpr LoginPolicy loginPolicy{
 /// What is known of the logins to one account: a host, a port and a user name. A plain value
 /// without names: `account` and `password` are salted hashes.
 struct LoginHistory {
-    /// More refusals and edits are not remembered; the oldest are forgotten first.
+    /// More refusals are not remembered; the oldest are forgotten first.
     static constexpr std::size_t mostRemembered = 16;
 
     struct Refusal {
         LoginTime time{};
         /// Whether the password that was refused may be wrong (see LoginPolicy::startUp).
         bool counts = true;
+        /// False if the connection was closed before the camera had answered. The camera may have
+        /// counted the login nevertheless.
+        bool isAnswered = true;
+        QByteArray password = {}; ///< The hash of the password that was refused.
 
         friend bool operator==(const Refusal &, const Refusal &) = default;
     };
@@ -68,10 +72,7 @@ struct LoginHistory {
     QByteArray password = {};
     /// Whether the password has worked.
     bool isProven = false;
-    /// Whether the password was edited after the last refusal.
-    bool isEdited = false;
     std::vector<Refusal> refusals = {}; ///< Since the last login that worked; in order of time.
-    std::vector<LoginTime> edits = {};  ///< Edits of a refused password; in order of time.
     std::optional<Pending> pending = {};
 
     friend bool operator==(const LoginHistory &, const LoginHistory &) = default;
@@ -85,17 +86,21 @@ struct LoginHistory {
 /// become `now`, so that no wait is longer than the policy demands.
 [[nodiscard]] LoginHistory withoutFuture(LoginHistory history, LoginTime now);
 
-/// Returns `history` with the password that is used from now on. Another password than before is an
-/// edit, which permits one more login if the former password was refused.
-[[nodiscard]] LoginHistory withPassword(LoginHistory history, const QByteArray &password,
-                                        LoginTime now);
+/// Returns `history` with the password that is used from now on. An edit, that is, a password that
+/// was not refused within the window, permits one more login. A list that contains two wrong
+/// passwords for the same account therefore permits no more logins, however often the user chooses
+/// one camera after the other.
+[[nodiscard]] LoginHistory withPassword(LoginHistory history, const QByteArray &password);
 
 /// Returns `history` with another refusal.
 [[nodiscard]] LoginHistory withRefusal(LoginHistory history, LoginHistory::Refusal refusal);
 
-/// Returns `history` without the last refusal, because the camera has not judged the password.
-/// `isEdited` is the history's flag from before that refusal.
-[[nodiscard]] LoginHistory withoutLastRefusal(LoginHistory history, bool isEdited);
+/// Returns `history` after the camera has refused the last unanswered login with `password`.
+[[nodiscard]] LoginHistory withAnswer(LoginHistory history, const QByteArray &password);
+
+/// Returns `history` without the last unanswered login with `password`, because the camera has not
+/// refused it.
+[[nodiscard]] LoginHistory withoutUnanswered(LoginHistory history, const QByteArray &password);
 
 /// Returns `history` after a login that has worked.
 [[nodiscard]] LoginHistory withProof(LoginHistory history);

@@ -45,30 +45,24 @@ QByteArray passwordHash(const LoginHistories::Login &login, const QByteArray &sa
         .toHex();
 }
 
-double toNumber(LoginTime time) {
-    return static_cast<double>(time.count());
+qint64 toNumber(LoginTime time) {
+    return time.count();
 }
 
 LoginTime toTime(const QJsonValue &value) {
-    return LoginTime(static_cast<LoginTime::rep>(value.toDouble()));
+    return LoginTime(value.toInteger()); // 0 if it is no integer
 }
 
 QJsonObject encoded(const LoginHistory &history) {
     QJsonArray refusals;
     for (const LoginHistory::Refusal &refusal : history.refusals)
-        refusals.append(QJsonArray{toNumber(refusal.time), refusal.counts});
-    QJsonArray edits;
-    for (const LoginTime &edit : history.edits)
-        edits.append(toNumber(edit));
+        refusals.append(QJsonArray{toNumber(refusal.time), refusal.counts, refusal.isAnswered,
+                                   QString::fromLatin1(refusal.password)});
     QJsonObject object{{QStringLiteral("account"), QString::fromLatin1(history.account)},
                        {QStringLiteral("password"), QString::fromLatin1(history.password)},
                        {QStringLiteral("worked"), history.isProven}};
-    if (history.isEdited)
-        object.insert(QStringLiteral("edited"), true);
     if (!refusals.isEmpty())
         object.insert(QStringLiteral("refusals"), refusals);
-    if (!edits.isEmpty())
-        object.insert(QStringLiteral("edits"), edits);
     if (history.pending)
         object.insert(QStringLiteral("pending"),
                       QJsonArray{toNumber(history.pending->since), history.pending->viewer});
@@ -80,13 +74,14 @@ LoginHistory decoded(const QJsonObject &object) {
     history.account = object.value(QStringLiteral("account")).toString().toLatin1();
     history.password = object.value(QStringLiteral("password")).toString().toLatin1();
     history.isProven = object.value(QStringLiteral("worked")).toBool();
-    history.isEdited = object.value(QStringLiteral("edited")).toBool();
     const QJsonArray refusals = object.value(QStringLiteral("refusals")).toArray();
-    for (const auto &each : refusals)
-        history.refusals.push_back({toTime(each.toArray().at(0)), each.toArray().at(1).toBool()});
-    const QJsonArray edits = object.value(QStringLiteral("edits")).toArray();
-    for (const auto &each : edits)
-        history.edits.push_back(toTime(each));
+    for (const auto &value : refusals) {
+        const QJsonArray each = value.toArray();
+        history = withRefusal(std::move(history), {.time = toTime(each.at(0)),
+                                                   .counts = each.at(1).toBool(),
+                                                   .isAnswered = each.at(2).toBool(),
+                                                   .password = each.at(3).toString().toLatin1()});
+    }
     const QJsonArray pending = object.value(QStringLiteral("pending")).toArray();
     if (!pending.isEmpty())
         history.pending = LoginHistory::Pending{toTime(pending.at(0)), pending.at(1).toString()};
@@ -101,7 +96,7 @@ LoginHistory LoginHistories::history(const Login &login, LoginTime now) const {
 
 LoginHistory LoginHistories::historyWithPassword(const Login &login, LoginTime now) const {
     const Document document = read();
-    return withPassword(find(document, login, now), passwordHash(login, salt(document)), now);
+    return withPassword(find(document, login, now), passwordHash(login, salt(document)));
 }
 
 LoginHistory LoginHistories::find(const Document &document, const Login &login,

@@ -67,7 +67,7 @@ void AppDelegate::awaitLogin(double wait) {
     playbackState = PlaybackSupervisorState::backingOff;
     scheduleRetry(wait, false);
     // The refusal may be from before the program was started or the camera chosen.
-    if (loginSupervisor.refusalsInARow(selectedAddress()) > 0)
+    if (loginSupervisor.isRefused(selectedAddress()))
         pictureSupervisor.linkHasReported({.kind = LinkFact::Kind::LoginRefused, .hadLogin = true});
     pictureSupervisor.attemptWasScheduled(wait, false);
 }

@@ -26,6 +26,10 @@ bool provesLogin(const QByteArray &method) {
     return method == "DESCRIBE" || method == "SETUP" || method == "PLAY";
 }
 
+bool isProven(const LoginHistory &history, const QByteArray &password) {
+    return history.isProven && history.password == password;
+}
+
 QString hostOf(const LoginHistories::Login &login) {
     return QStringLiteral("%1:%2").arg(login.host.toLower()).arg(login.port);
 }
@@ -51,7 +55,7 @@ std::optional<double> LoginSupervisor::waitBeforeLogin(const QString &url) {
     const auto earliest = earliestLogin(history, time, m_viewer);
     if (!earliest)
         return std::nullopt;
-    // A time that was in the future or an edit must be stored, or each call would move the wait.
+    // A time that was in the future must be stored, or each call would move the wait.
     m_histories.store(history, time);
     m_waitsUntil = QDateTime::fromMSecsSinceEpoch(earliest->count(), QTimeZone::utc());
     const double wait = std::chrono::duration<double>(*earliest - time).count() + clockSlack;
@@ -71,6 +75,17 @@ void LoginSupervisor::allowOneLogin(const QString &url) {
 int LoginSupervisor::refusalsInARow(const QString &url) const {
     const auto login = loginIn(url);
     return login ? static_cast<int>(m_histories.history(*login, now()).refusals.size()) : 0;
+}
+
+bool LoginSupervisor::isRefused(const QString &url) const {
+    const auto login = loginIn(url);
+    if (!login)
+        return false;
+    const LoginHistory history = m_histories.historyWithPassword(*login, now());
+    return std::any_of(history.refusals.begin(), history.refusals.end(),
+                       [&history](const LoginHistory::Refusal &refusal) {
+                           return refusal.isAnswered && refusal.password == history.password;
+                       });
 }
 
 // ---- A login ----
@@ -99,11 +114,11 @@ void LoginSupervisor::loginHasEnded() {
     if (m_attempts.empty() || std::exchange(m_attempts.back().isOver, true))
         return;
     const LoginTime time = now();
-    auto history = historyOf(m_attempts.back(), time);
-    if (!history || !history->pending || history->pending->viewer != m_viewer)
+    LoginHistory history = historyOf(m_attempts.back(), time);
+    if (!history.pending || history.pending->viewer != m_viewer)
         return;
-    history->pending.reset();
-    m_histories.store(*history, time);
+    history.pending.reset();
+    m_histories.store(history, time);
 }
 
 void LoginSupervisor::linkHasReported(std::int64_t link, const LinkFact &fact) {
@@ -169,55 +184,58 @@ void LoginSupervisor::cameraHasAsked(Attempt &attempt) {
         return; // another request on the same connection
     attempt.progress = Progress::asked;
     const LoginTime time = now();
-    auto history = historyOf(attempt, time);
-    if (!history || history->isProven)
+    LoginHistory history = historyOf(attempt, time);
+    if (isProven(history, attempt.password))
         return;
-    attempt.wasEdited = history->isEdited;
-    m_histories.store(withRefusal(*std::move(history), {time, true}), time);
+    attempt.isRecorded = true;
+    m_histories.store(
+        withRefusal(std::move(history),
+                    {.time = time, .isAnswered = false, .password = attempt.password}),
+        time);
 }
 
 void LoginSupervisor::cameraHasRefused(Attempt &attempt) {
-    const auto before = std::exchange(attempt.progress, Progress::refused);
+    attempt.progress = Progress::refused;
     const LoginTime time = now();
-    auto history = historyOf(attempt, time);
-    if (!history)
-        return;
-    const bool isRecorded = before == Progress::asked && !history->isProven;
-    const bool counts = !history->isProven || !isStartingUp(attempt.login, time);
-    if (!isRecorded)
-        history = withRefusal(*std::move(history), {time, counts});
-    history->pending.reset();
-    m_histories.store(*history, time);
+    LoginHistory history = historyOf(attempt, time);
+    const bool counts = !isProven(history, attempt.password) || !isStartingUp(attempt.login, time);
+    if (std::exchange(attempt.isRecorded, false))
+        history = withAnswer(std::move(history), attempt.password);
+    else
+        history = withRefusal(std::move(history),
+                              {.time = time, .counts = counts, .password = attempt.password});
+    history.pending.reset();
+    m_histories.store(history, time);
 }
 
 void LoginSupervisor::cameraHasAccepted(Attempt &attempt) {
     if (attempt.progress == Progress::accepted || attempt.progress == Progress::proven)
         return;
-    const auto before = std::exchange(attempt.progress, Progress::accepted);
+    attempt.progress = Progress::accepted;
     const LoginTime time = now();
-    auto history = historyOf(attempt, time);
-    if (!history)
-        return;
-    if (before == Progress::asked && !history->isProven)
-        history = withoutLastRefusal(*std::move(history), attempt.wasEdited);
-    history->pending.reset();
-    m_histories.store(*history, time);
+    LoginHistory history = historyOf(attempt, time);
+    if (std::exchange(attempt.isRecorded, false))
+        history = withoutUnanswered(std::move(history), attempt.password);
+    history.pending.reset();
+    m_histories.store(history, time);
 }
 
 void LoginSupervisor::loginHasWorked(Attempt &attempt) {
-    if (std::exchange(attempt.progress, Progress::proven) == Progress::proven)
+    if (attempt.progress == Progress::proven)
         return;
+    cameraHasAccepted(attempt);
+    attempt.progress = Progress::proven;
     const LoginTime time = now();
-    if (auto history = historyOf(attempt, time))
-        m_histories.store(withProof(*std::move(history)), time);
+    LoginHistory history = historyOf(attempt, time);
+    if (history.password == attempt.password)
+        m_histories.store(withProof(std::move(history)), time);
 }
 
-std::optional<LoginHistory> LoginSupervisor::historyOf(const Attempt &attempt,
-                                                       LoginTime time) const {
+LoginHistory LoginSupervisor::historyOf(const Attempt &attempt, LoginTime time) const {
     LoginHistory history = m_histories.history(attempt.login, time);
     if (history.password.isEmpty())
         history.password = attempt.password; // there was no reason to store the history
-    return history.password == attempt.password ? std::optional(std::move(history)) : std::nullopt;
+    return history;
 }
 
 void LoginSupervisor::connectedTo(const LoginHistories::Login &login) {

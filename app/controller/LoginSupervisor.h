@@ -47,6 +47,8 @@ class LoginSupervisor {
     /// How often the camera has refused a password for the user name in `url` since a login last
     /// worked.
     [[nodiscard]] int refusalsInARow(const QString &url) const;
+    /// Whether the camera has answered that it refuses the password in `url`.
+    [[nodiscard]] bool isRefused(const QString &url) const;
 
     /// A link was opened to the camera with the address `url`. `link` identifies the link. The
     /// previous link is of no use any more.
@@ -72,7 +74,7 @@ class LoginSupervisor {
         LoginHistories::Login login;
         QByteArray password; // the hash
         Progress progress = Progress::unknown;
-        bool wasEdited = false; // the history's flag before the login
+        bool isRecorded = false; // whether the history contains it as an unanswered login
         bool isOver = false;
     };
 
@@ -84,10 +86,8 @@ class LoginSupervisor {
     void cameraHasAccepted(Attempt &attempt);
     void loginHasWorked(Attempt &attempt);
     void connectedTo(const LoginHistories::Login &login);
-    /// Returns the history for an attempt that has begun, or nothing if another password is in use
-    /// by now.
-    [[nodiscard]] std::optional<LoginHistory> historyOf(const Attempt &attempt,
-                                                        LoginTime time) const;
+    /// Returns the history for an attempt that has begun. Its password may have been edited since.
+    [[nodiscard]] LoginHistory historyOf(const Attempt &attempt, LoginTime time) const;
 
     LoginHistories m_histories;
     const std::function<QDateTime()> m_currentDate;

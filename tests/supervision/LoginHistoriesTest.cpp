@@ -21,7 +21,9 @@ class LoginHistoriesTest : public testing::Test {
     [[nodiscard]] QString path() const { return folder.filePath(u"lumvik.conf"_s); }
     /// Stores a history with a refusal of `login`.
     void refuse(const LoginHistories::Login &refused, LoginTime time = someTime) {
-        histories.store(withRefusal(histories.historyWithPassword(refused, time), {time}), time);
+        LoginHistory history = histories.historyWithPassword(refused, time);
+        const LoginHistory::Refusal refusal{.time = time, .password = history.password};
+        histories.store(withRefusal(std::move(history), refusal), time);
     }
 
     const QTemporaryDir folder;
@@ -32,10 +34,10 @@ class LoginHistoriesTest : public testing::Test {
 
 TEST_F(LoginHistoriesTest, SurvivesARestart) {
     LoginHistory history = histories.historyWithPassword(login, someTime);
-    history = withRefusal(withRefusal(history, {someTime - 2s, false}), {someTime - 1s});
+    history = withRefusal(history, {someTime - 3s, false, true, "0a"});
+    history = withRefusal(history, {someTime - 2s, true, false, "0b"});
+    history = withRefusal(history, {someTime - 1s});
     history.isProven = true;
-    history.isEdited = true;
-    history.edits = {someTime - 3s, someTime - 2s};
     history.pending = {{someTime, u"a viewer"_s}};
     histories.store(history, someTime);
 
@@ -69,10 +71,13 @@ TEST_F(LoginHistoriesTest, EditIsRecognisedAfterARestart) {
     refuse(login);
     UserDefaults restarted(path());
     const LoginHistories reread(restarted);
-    EXPECT_FALSE(reread.historyWithPassword(login, someTime).isEdited);
+    const auto mayLogIn = [&reread](const LoginHistories::Login &each) {
+        return !earliestLogin(reread.historyWithPassword(each, someTime), someTime, {});
+    };
+    EXPECT_FALSE(mayLogIn(login));
     LoginHistories::Login edited = login;
     edited.password = "s3cret2";
-    EXPECT_TRUE(reread.historyWithPassword(edited, someTime).isEdited);
+    EXPECT_TRUE(mayLogIn(edited));
 }
 
 // The folder of the preferences is backed up and synchronised without much thought.
@@ -100,7 +105,8 @@ TEST_F(LoginHistoriesTest, HashOfAPasswordFitsManyPasswords) {
 }
 
 TEST_F(LoginHistoriesTest, DamagedTextCountsAsEmpty) {
-    for (const char *text : {"", "{", "[]", "{\"accounts\": 5}", "{\"accounts\": [7, {}, []]}"}) {
+    for (const char *text : {"", "{", "[]", "{\"accounts\": 5}", "{\"accounts\": [7, {}, []]}",
+                             "{\"accounts\": [{\"refusals\": [7, [1e300, 2], [[]]]}]}"}) {
         userDefaults.set(PreferenceKeys::loginHistories, QString::fromLatin1(text));
         EXPECT_TRUE(histories.history(login, someTime).refusals.empty()) << text;
         refuse(login);
