@@ -6,7 +6,7 @@ namespace {
 
 /// Returns the time of day, with the date if it is not today's.
 QString clockText(const QDateTime &time, const QDateTime &now) {
-    const QString clock = time.toString(QStringLiteral("HH:mm"));
+    QString clock = time.toString(QStringLiteral("HH:mm"));
     if (time.date() == now.date())
         return clock;
     return QStringLiteral("%1, %2").arg(time.toString(QStringLiteral("d MMMM")), clock);
@@ -19,7 +19,7 @@ QString shortened(const QString &name) {
 }
 
 QString lostTitle(const PictureNoticeFacts &facts) {
-    const QString title = QStringLiteral("No picture from %1").arg(shortened(facts.camera));
+    QString title = QStringLiteral("No picture from %1").arg(shortened(facts.camera));
     if (!facts.lastFrameTime)
         return title;
     return QStringLiteral("%1 since %2").arg(title, clockText(*facts.lastFrameTime, facts.now));
