@@ -73,6 +73,24 @@ void AppDelegate::awaitLogin(double wait) {
 }
 
 void AppDelegate::tryNow() {
+    // Cameras lock an account after five to seven wrong passwords.
+    constexpr int refusalsBeforeWarning = 3;
+    if (loginSupervisor.refusalsInARow(selectedAddress()) < refusalsBeforeWarning)
+        return tryNowWithoutWarning();
+    environment.alerts.present(
+        {.style = Alert::Style::warning,
+         .messageText = QStringLiteral("The camera may lock this account."),
+         .informativeText = QStringLiteral(
+             "It has refused this password several times. Many cameras lock an account for half an "
+             "hour after a few wrong passwords."),
+         .buttons = {QStringLiteral("Try Now"), QStringLiteral("Cancel")}},
+        [self = QPointer(this), selection = playbackSelectionGeneration](int button) {
+            if (self && button == 0 && selection == self->playbackSelectionGeneration)
+                self->tryNowWithoutWarning();
+        });
+}
+
+void AppDelegate::tryNowWithoutWarning() {
     if (isClosingViewer || systemIsSleeping || cameras.isEmpty())
         return;
     loginSupervisor.allowOneLogin(selectedAddress());

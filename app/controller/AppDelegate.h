@@ -224,7 +224,8 @@ class AppDelegate final : public QObject {
     /// Schedules a recovery attempt. Does nothing while the viewer is closing, the system sleeps,
     /// the camera cannot be reached, the camera list is empty, or an attempt is already scheduled.
     void schedulePlaybackRecovery(const PlaybackRecovery &request);
-    /// Makes an attempt at once, at the user's request, even without a network path.
+    /// Makes an attempt at once, at the user's request, even without a network path. Asks first if
+    /// the camera may lock the account.
     void tryNow();
 
     // ---- Rendered frames: AppDelegate+Watchdog.cpp ----
@@ -379,6 +380,7 @@ class AppDelegate final : public QObject {
     /// `wait` seconds.
     void awaitLogin(double wait);
     void cancelPlaybackRetry();
+    void tryNowWithoutWarning();
     [[nodiscard]] PictureSupervisor::Environment pictureEnvironment();
     [[nodiscard]] PictureSupervisor::Situation pictureSituation() const;
 

@@ -324,7 +324,28 @@ TEST_F(LoginSupervisorTest, UserMayTryOnceAtOnce) {
     EXPECT_EQ(refusals.size(), 3U);
     watch(minute);
     delegate->tryNow();
+    alerts.answerSheet(0);
     watch(5 * minute);
+    EXPECT_EQ(refusals.size(), 4U);
+}
+
+TEST_F(LoginSupervisorTest, UserIsWarnedBeforeTheFourthAttempt) {
+    launchAndPlay(camerasWith(u"wrong"_s));
+    watch(2 * minute);
+    delegate->tryNow();
+    watch(minute);
+    ASSERT_EQ(refusals.size(), 3U);
+    delegate->tryNow();
+    watch(minute);
+    EXPECT_EQ(refusals.size(), 3U) << "the user has not answered";
+    ASSERT_EQ(alerts.sheets(), 1);
+    EXPECT_EQ(alerts.shown().last().messageText, u"The camera may lock this account."_s);
+    alerts.answerSheet(1);
+    watch(minute);
+    EXPECT_EQ(refusals.size(), 3U);
+    delegate->tryNow();
+    alerts.answerSheet(0);
+    watch(minute);
     EXPECT_EQ(refusals.size(), 4U);
 }
 
