@@ -159,7 +159,12 @@ void LinkDialogue::takeCameraItem(RtspParser::Item &&item, Output &output) {
     } else if (auto *packet = std::get_if<InterleavedPacket>(&item)) {
         takePacket(std::move(*packet), output);
     } else if (const auto *unknown = std::get_if<UnknownBytes>(&item)) {
-        output.toEngine.push_back({unknown->bytes});
+        // Before the stream begins, there is nothing but responses. What the engine might find in
+        // these bytes, such as a redirect to another host, cannot be checked.
+        if (!m_hasBegunToPlay)
+            output.mustClose = true;
+        else
+            output.toEngine.push_back({unknown->bytes});
     }
 }
 
@@ -194,10 +199,10 @@ void LinkDialogue::takeResponse(RtspMessage &&response, Output &output) {
     if (status >= 100 && status <= 199)
         return; // announces the real response, which the engine would then mistake for another's
     std::optional<Request> request = takeRequestFor(response);
-    if (!request) {
-        output.toEngine.push_back({response.encoded()});
+    // The engine would take a response that nobody has asked for as that to its next request, and
+    // follow a redirect in it to any host.
+    if (!request)
         return;
-    }
     output.facts.push_back({.kind = Kind::Answered,
                             .method = request->message.method(),
                             .status = status,
@@ -288,6 +293,8 @@ void LinkDialogue::passResponse(const Request &request, RtspMessage &response, O
         return;
     if (status == 200 && method == "SETUP")
         takeSetup(request, response);
+    if (status == 200 && method == "PLAY")
+        m_hasBegunToPlay = true;
     if (!request.isOwn)
         output.toEngine.push_back({response.encoded()});
 }
@@ -332,12 +339,15 @@ bool LinkDialogue::takeDescription(RtspMessage &response, Output &output) {
 
 /// Notes the session, and on which channel a video track will arrive.
 void LinkDialogue::takeSetup(const Request &request, const RtspMessage &response) {
-    m_session = withoutParameters(response.value("Session"));
+    if (response.has("Session"))
+        m_session = withoutParameters(response.value("Session"));
     const QByteArray uri = m_addresses.toCamera(request.message.uri());
     if (m_sessionUri.isEmpty())
         m_sessionUri = m_endpoint.uri;
     const MediaDescription *medium = mediumOf(uri);
-    const auto channels = interleavedChannels(response.value("Transport"));
+    auto channels = interleavedChannels(response.value("Transport"));
+    if (!channels) // the engine then uses the channels that it has asked for
+        channels = interleavedChannels(request.message.value("Transport"));
     if (!channels)
         return;
     Channel &channel = m_channels[channels->media] = Channel();
@@ -417,11 +427,15 @@ LinkDialogue::senderReport(const InterleavedPacket &packet) const {
 
 /// The engine collects what it receives, without a limit, until a new picture begins.
 bool LinkDialogue::isWithinBounds(const InterleavedPacket &packet) {
-    const auto header = parseRtpPacket(packet.payload);
     const auto found = m_channels.find(packet.channel);
-    if (!header || found == m_channels.end())
+    if (found == m_channels.end())
         return true;
     Channel &channel = found->second;
+    const auto header = parseRtpPacket(packet.payload);
+    if (!header) { // the engine may still understand it
+        channel.pictureSize += packet.payload.size();
+        return channel.pictureSize <= largestPicture;
+    }
     const auto format = channel.videoFormats.find(header->payloadType);
     const QByteArrayView content =
         QByteArrayView(packet.payload)

@@ -130,6 +130,7 @@ class LinkDialogue {
     std::map<std::uint8_t, std::uint8_t> m_reportChannels;
     bool m_hasSentTeardown = false;
     bool m_hasReceivedPacket = false;
+    bool m_hasBegunToPlay = false; ///< The camera has confirmed PLAY.
 };
 
 } // namespace lumvik

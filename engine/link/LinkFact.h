@@ -47,6 +47,9 @@ struct LinkFact {
     /// With `ConnectingFailed` only.
     ConnectionFailure failure = ConnectionFailure::none;
     StreamMeasure measure = {}; ///< With `Measured` only.
+    /// Whether the same was reported less than a minute ago, with `PicturesOmitted` only. Need not
+    /// be logged again.
+    bool isRepeated = false;
     /// Whether the request contained a login, with `Answered` and `LoginRefused` only. A camera
     /// that wants a login has refused nothing as long as none was sent.
     bool hadLogin = false;

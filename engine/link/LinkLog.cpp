@@ -46,6 +46,8 @@ void logLinkFact(const LinkFact &fact) {
         log.log(QStringLiteral("The video engine has caught up with the camera."));
         break;
     case LinkFact::Kind::PicturesOmitted:
+        if (fact.isRepeated)
+            break;
         log.log(QStringLiteral("The video engine was behind the camera; old pictures were left "
                                "out."));
         break;

@@ -24,6 +24,9 @@ constexpr double shortestReportDistance = 2;
 /// Rates beyond these come from reports that contradict the time stamps.
 constexpr double slowestRate = 0.5;
 constexpr double fastestRate = 2;
+/// Successive reports whose rate differs more from that of all reports are those of a clock that
+/// was set between them. Clocks are also corrected by small steps, which count as drift.
+constexpr double largestRateChange = 0.01;
 /// How many pictures tell whether there is a queue. If these all have the same size, more are
 /// examined, so that a key picture is among them.
 constexpr std::size_t fewPictures = 30;
@@ -78,31 +81,48 @@ void StreamLateness::addStep(double elapsed, double stamped) {
         m_suspected = 0;
 }
 
-void StreamLateness::reportArrived(std::uint64_t ntpTime, std::uint32_t timeStamp) {
-    if (!m_firstReport) {
-        m_firstReport = {ntpTime, timeStamp};
-        return;
-    }
+std::optional<double> StreamLateness::rateBetween(const Report &first, const Report &last) {
     const double elapsed =
-        static_cast<double>(static_cast<std::int64_t>(ntpTime - m_firstReport->ntpTime)) /
+        static_cast<double>(static_cast<std::int64_t>(last.ntpTime - first.ntpTime)) /
         ntpUnitsPerSecond;
     const double stamped =
-        static_cast<std::int32_t>(timeStamp - m_firstReport->timeStamp) / unitsPerSecond;
-    if (elapsed < 0 || stamped < 0) { // a clock was set
-        m_firstReport = {ntpTime, timeStamp};
+        static_cast<std::int32_t>(last.timeStamp - first.timeStamp) / unitsPerSecond;
+    if (stamped <= 0 || elapsed < slowestRate * stamped || elapsed > fastestRate * stamped)
+        return std::nullopt;
+    return elapsed / stamped;
+}
+
+void StreamLateness::reportArrived(std::uint64_t ntpTime, std::uint32_t timeStamp) {
+    const Report report{ntpTime, timeStamp};
+    if (!m_firstReport || !m_lastReport) {
+        m_firstReport = m_lastReport = report;
+        m_believedAtReport = m_believed;
         return;
     }
-    if (elapsed < shortestReportDistance || stamped < shortestReportDistance / fastestRate)
+    const auto stampedSince = [timeStamp](const Report &earlier) {
+        return static_cast<std::int32_t>(timeStamp - earlier.timeStamp) / unitsPerSecond;
+    };
+    if (std::abs(stampedSince(*m_lastReport)) < shortestReportDistance)
         return;
-    const double rate = elapsed / stamped;
-    if (rate < slowestRate || rate > fastestRate)
-        return;
-    m_rate = rate;
-    m_suspected = 0; // was measured with a wrong rate
+    const auto recentRate = rateBetween(*m_lastReport, report);
+    const bool clockWasSet =
+        !recentRate || (m_rate && std::abs(*recentRate / *m_rate - 1) > largestRateChange);
+    if (clockWasSet) {
+        // What was believed since the last report was measured with a wrong rate or clock.
+        m_rate.reset();
+        m_believed = std::min(m_believed, m_believedAtReport);
+        m_suspected = 0;
+    } else {
+        if (!m_rate)
+            m_suspected = 0; // was measured with a nominal rate
+        m_rate = rateBetween(*m_firstReport, report);
+    }
     // Time stamps wrap around after 13 hours.
     constexpr double longestReportDistance = 3600;
-    if (elapsed > longestReportDistance)
-        m_firstReport = {ntpTime, timeStamp};
+    if (clockWasSet || stampedSince(*m_firstReport) > longestReportDistance)
+        m_firstReport = report;
+    m_lastReport = report;
+    m_believedAtReport = m_believed;
 }
 
 StreamLateness::Seconds StreamLateness::lateness() const {

@@ -60,6 +60,9 @@ class StreamLateness {
 
     void pictureBegan(std::uint32_t timeStamp, TimePoint now);
     void addStep(double elapsed, double stamped);
+    /// Returns the true seconds for each second of the time stamps between two reports, or nothing
+    /// if the reports contradict each other.
+    [[nodiscard]] static std::optional<double> rateBetween(const Report &first, const Report &last);
     [[nodiscard]] Queue queue() const;
     [[nodiscard]] Queue queueOfLast(std::size_t count) const;
 
@@ -68,9 +71,11 @@ class StreamLateness {
     double m_size = 0;                        // the bytes of it so far
     std::deque<Picture> m_pictures;
     std::optional<Report> m_firstReport;
-    std::optional<double> m_rate; // true seconds for each second of the time stamps
-    double m_believed = 0;        // in seconds
-    double m_suspected = 0;       // in seconds; believed while there is a queue
+    std::optional<Report> m_lastReport;
+    double m_believedAtReport = 0; // at the last report, in seconds
+    std::optional<double> m_rate;  // true seconds for each second of the time stamps
+    double m_believed = 0;         // in seconds
+    double m_suspected = 0;        // in seconds; believed while there is a queue
 };
 
 } // namespace lumvik

@@ -40,6 +40,10 @@ constexpr milliseconds pumpInterval{2};
 /// How long the camera may take to confirm the end of the session.
 constexpr milliseconds longestFarewell{500};
 
+/// How often the log says that pictures are left out. A machine that is too slow for its camera
+/// leaves some out all the time.
+constexpr std::chrono::minutes omissionLogInterval{1};
+
 /// How long the link waits before it accepts a connection again if there was no descriptor left.
 constexpr milliseconds acceptPause{100};
 
@@ -150,6 +154,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     bool m_hasReportedIntruder = false;
     bool m_isLate = false;
     std::int64_t m_reportedOmissions = 0;
+    std::optional<StreamBacklog::TimePoint> m_omissionLogged;
     QByteArray m_earlyForCamera; ///< What the engine said before the camera was connected.
     bool m_isEnding = false;     ///< The engine's side is closed, and the camera's side is closing.
     bool m_hasEnded = false;
@@ -340,8 +345,12 @@ void TcpCameraLink::Session::pump() {
 
 void TcpCameraLink::Session::reportLateness(StreamBacklog::TimePoint now) {
     if (std::exchange(m_reportedOmissions, m_backlog.omittedPictures()) !=
-        m_backlog.omittedPictures())
-        report(Kind::PicturesOmitted);
+        m_backlog.omittedPictures()) {
+        const bool isRepeated = m_omissionLogged && now - *m_omissionLogged < omissionLogInterval;
+        if (!isRepeated)
+            m_omissionLogged = now;
+        report({.kind = Kind::PicturesOmitted, .isRepeated = isRepeated});
+    }
     const bool isLate = m_backlog.isLate(now);
     if (std::exchange(m_isLate, isLate) != isLate)
         report(isLate ? Kind::PictureIsLate : Kind::PictureIsInTime);

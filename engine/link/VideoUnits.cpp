@@ -15,7 +15,7 @@ constexpr int h264StapA = 24;
 constexpr int h264FuA = 28;
 constexpr int h265FirstIrap = 16;
 constexpr int h265LastIrap = 21;
-constexpr int h265LastSlice = 31;
+constexpr int h265LastTrailingSlice = 9; // the types from 10 to 15 are reserved
 constexpr int h265Aggregation = 48;
 constexpr int h265Fragment = 49;
 /// Set in the first fragment of a unit.
@@ -28,9 +28,10 @@ using Predicate = bool (*)(int type, std::uint8_t start, VideoCodec codec);
 /// In both formats, the first bit of a slice tells whether it is the first one of its picture: the
 /// number of its first macroblock is 0, or a flag says so.
 bool isFirstSlice(int type, std::uint8_t start, VideoCodec codec) {
-    const bool isSlice = codec == VideoCodec::H264
-                             ? type == h264Slice || type == h264PartitionA || type == h264Idr
-                             : type <= h265LastSlice;
+    const bool isSlice =
+        codec == VideoCodec::H264
+            ? type == h264Slice || type == h264PartitionA || type == h264Idr
+            : type <= h265LastTrailingSlice || (type >= h265FirstIrap && type <= h265LastIrap);
     return isSlice && (start & firstSliceBit) != 0;
 }
 

@@ -336,6 +336,26 @@ TEST(LinkDialogueTest, SenderReportsOfATrackAreRead) {
     EXPECT_FALSE(reportIn(3, QByteArray(report).replace(0, 1, "\x40"))) << "another version";
 }
 
+TEST(LinkDialogueTest, ResponseThatNobodyAskedForDoesNotReachTheEngine) {
+    LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
+    const QByteArray number = sendRequest(dialogue, request("OPTIONS", 1));
+    const Output output = dialogue.takeFromCamera(
+        response(200, number) + response(302, "2", "Location: rtsp://other/live\r\n"));
+    EXPECT_EQ(messageIn(output.bytesToEngine()).status(), 200);
+    EXPECT_FALSE(output.bytesToEngine().contains("other"));
+}
+
+TEST(LinkDialogueTest, UnknownBytesBeforeTheStreamCloseTheLink) {
+    LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
+    const QByteArray number = sendRequest(dialogue, request("DESCRIBE", 1));
+    const QByteArray early = InterleavedPacket{0, "early"}.encoded();
+    const Output output = dialogue.takeFromCamera(
+        early + ' ' + response(302, number, "Location: rtsp://other/live\r\n"));
+    EXPECT_TRUE(output.mustClose);
+    EXPECT_TRUE(contains(output, Kind::NotRtsp));
+    EXPECT_FALSE(output.bytesToEngine().contains("other"));
+}
+
 TEST(LinkDialogueTest, BytesThatAreNotRtspArePassedOnUnchanged) {
     LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
     play(dialogue);

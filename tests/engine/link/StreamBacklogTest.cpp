@@ -206,7 +206,7 @@ TEST(VideoUnitsTest, PacketsThatBeginPicturesAreRecognised) {
     for (const char *content : {"260180", "020180", "62019380", "600100024001000326018001"})
         EXPECT_TRUE(begins(content, VideoCodec::H265)) << content;
     for (const char *content : {"260100", "020140", "62019300", "62011380", "62015380", "400180",
-                                "4e0180", "60010002400100", "60", ""})
+                                "4e0180", "3c0180", "140180", "60010002400100", "60", ""})
         EXPECT_FALSE(begins(content, VideoCodec::H265)) << content;
 }
 

@@ -37,8 +37,8 @@ class StreamLatenessTest : public testing::Test {
     }
     void sendReport() {
         lastReport = captured;
-        lateness.reportArrived(static_cast<std::uint64_t>((captured + 1e9) * 4294967296.0),
-                               timeStamp());
+        lateness.reportArrived(
+            static_cast<std::uint64_t>((reportedClock + captured) * 4294967296.0), timeStamp());
     }
     [[nodiscard]] std::uint32_t timeStamp() const {
         return static_cast<std::uint32_t>(static_cast<std::int64_t>(stamped * 90000));
@@ -69,6 +69,7 @@ class StreamLatenessTest : public testing::Test {
     double keySize = 40000;
     std::optional<double> stampInterval; // if the stamps do not follow the camera's clock
     double reportInterval = 0;           // 0: no reports
+    double reportedClock = 1e9;          // what the camera's clock shows at 0
     int number = 0;
     double captured = 100;  // on the camera's clock
     double stamped = 47000; // in seconds
@@ -176,6 +177,31 @@ TEST_F(StreamLatenessTest, ClockThatIsSetDoesNotHideLateness) {
     stamped += 3600;
     sendPictures(2, 0.04);
     EXPECT_NEAR(measured(), trueLateness, 0.5);
+}
+
+TEST_F(StreamLatenessTest, StepOfTheCamerasClockIsNotLateness) {
+    for (const double step : {-0.4, -2.0, -20.0, 0.4, 30.0, 1000.0}) {
+        for (const int pictures : {100, 500, 1500}) {
+            reset(5);
+            sendPictures(pictures, 0.04);
+            reportedClock += step;
+            sendPictures(3000, 0.04);
+            EXPECT_LT(largest, 0.7) << step << " s after " << pictures << " pictures";
+            EXPECT_LT(measured(), 0.2) << step << " s after " << pictures << " pictures";
+        }
+    }
+}
+
+TEST_F(StreamLatenessTest, StepOfTheCamerasClockDoesNotHideLateness) {
+    for (const double step : {-20.0, 30.0, 1000.0}) {
+        reset(5);
+        sendPictures(1500, 0.04);
+        reportedClock += step;
+        sendPictures(500, 0.04);
+        bytesPerSecond = 60000;
+        sendPictures(150, 0.04);
+        EXPECT_NEAR(measured(), trueLateness, 0.4) << step;
+    }
 }
 
 TEST_F(StreamLatenessTest, TimeStampsWrapAround) {
