@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 
 #include <utility>
 
@@ -78,8 +79,17 @@ void UserDefaults::synchronize() {
 }
 
 void UserDefaults::read() {
+    QFile file(m_path);
+    const QByteArray contents = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (contents == m_contents)
+        return;
+    m_contents = contents;
+    // QSettings keeps what it has read as long as the file has the same size and time of change.
+    // Two quick changes may have both in common, but a new copy has a name of its own.
+    QTemporaryFile copy;
+    const bool isCopied = copy.open() && copy.write(contents) == contents.size() && copy.flush();
+    const QSettings settings(isCopied ? copy.fileName() : m_path, QSettings::IniFormat);
     m_stored.clear();
-    const QSettings settings(m_path, QSettings::IniFormat);
     const QStringList keys = settings.allKeys();
     for (const QString &key : keys)
         m_stored.insert(key, settings.value(key).toString());
@@ -102,6 +112,7 @@ bool UserDefaults::write() {
     const QByteArray after = withPreferences(before, m_pending);
     if (writeFileAtomically(after, QFile::encodeName(m_path).toStdString()) != 0)
         return false;
+    m_contents = after;
     m_stored.insert(m_pending);
     m_pending.clear();
     return true;

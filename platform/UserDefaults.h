@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QMap>
 #include <QString>
@@ -51,6 +52,7 @@ class UserDefaults {
     [[nodiscard]] bool write();
 
     const QString m_path;
+    QByteArray m_contents;            // of the file, when it was last read
     QMap<QString, QString> m_stored;  // the values in the file
     QMap<QString, QString> m_pending; // the values that have not been written yet
     QTimer m_writing;

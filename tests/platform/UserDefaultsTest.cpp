@@ -182,6 +182,20 @@ TEST_F(UserDefaultsTest, ValueIsWrittenOnlyOnce) {
     EXPECT_EQ(defaults.integer(key), 4) << "the file was read again";
 }
 
+TEST_F(UserDefaultsTest, QuickChangesOfTheSameSizeAreSeen) {
+    UserDefaults defaults(path);
+    UserDefaults other(path);
+    for (int value = 100; value < 200; ++value) {
+        UserDefaults &writer = value % 2 == 0 ? defaults : other;
+        UserDefaults &reader = value % 2 == 0 ? other : defaults;
+        writer.set(key, value);
+        writer.synchronize();
+        reader.refresh();
+        ASSERT_EQ(reader.integer(key), value);
+        ASSERT_EQ(UserDefaults(path).integer(key), value);
+    }
+}
+
 TEST_F(UserDefaultsTest, FileIsWrittenOnlyWhenAValueWasSet) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
     { const UserDefaults defaults(path); }
