@@ -1,5 +1,6 @@
 #include "platform/LogindSleepMonitor.h"
 
+#include "platform/BusErrors.h"
 #include "platform/FileDescriptor.h"
 #include "platform/LumvikLog.h"
 
@@ -21,22 +22,6 @@ const QString logindPath = QStringLiteral("/org/freedesktop/login1");
 const QString logindInterface = QStringLiteral("org.freedesktop.login1.Manager");
 const QString busService = QStringLiteral("org.freedesktop.DBus");
 const QString busPath = QStringLiteral("/org/freedesktop/DBus");
-
-/// Returns whether the error means that there is no login manager, rather than that the login
-/// manager refused the request.
-bool meansAbsence(const QDBusError &error) {
-    return error.type() == QDBusError::ServiceUnknown ||
-           error.name() == QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner") ||
-           error.name().startsWith(QStringLiteral("org.freedesktop.DBus.Error.Spawn."));
-}
-
-/// Returns the error's message in a form that can end a sentence of the log.
-QString reasonOf(const QDBusError &error) {
-    QString reason = error.message().isEmpty() ? error.name() : error.message();
-    while (reason.endsWith(u'.'))
-        reason.chop(1);
-    return reason;
-}
 
 } // namespace
 

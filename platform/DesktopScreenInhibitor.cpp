@@ -1,0 +1,145 @@
+#include "platform/DesktopScreenInhibitor.h"
+
+#include "platform/BusErrors.h"
+#include "platform/LumvikLog.h"
+
+#include <QDBusError>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QVariantMap>
+
+#include <utility>
+
+namespace lumvik {
+
+namespace {
+
+const QString screenSaverService = QStringLiteral("org.freedesktop.ScreenSaver");
+const QString screenSaverPath = QStringLiteral("/org/freedesktop/ScreenSaver");
+const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString busService = QStringLiteral("org.freedesktop.DBus");
+const QString busPath = QStringLiteral("/org/freedesktop/DBus");
+const QString reason = QStringLiteral("A camera's live picture is shown");
+
+} // namespace
+
+DesktopScreenInhibitor::DesktopScreenInhibitor(QString busAddresses,
+                                               std::chrono::milliseconds replyLimit)
+    : m_busAddresses(std::move(busAddresses))
+    , m_replyLimit(replyLimit)
+    , m_connector(QStringLiteral("session bus"),
+                  QLatin1String(LumvikLog::subsystem) + QStringLiteral(".screen")) {}
+
+void DesktopScreenInhibitor::keepScreenOn(bool keepsOn) {
+    if (keepsOn == m_isWanted)
+        return;
+    m_isWanted = keepsOn;
+    m_wasRefused = false;
+    if (keepsOn)
+        connectToBus();
+    update();
+}
+
+void DesktopScreenInhibitor::connectToBus() {
+    if (std::exchange(m_isConnecting, true))
+        return;
+    const auto subscribe = [this](QDBusConnection &bus) {
+        const bool isSubscribed =
+            bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
+                        {screenSaverService}, QStringLiteral("sss"), this,
+                        SLOT(ownerChanged(QString, QString, QString)));
+        return isSubscribed ? QString() : QStringLiteral("the session bus refused it");
+    };
+    m_connector.connect(*this, m_busAddresses, m_replyLimit,
+                        {.prepare = subscribe,
+                         .connected =
+                             [this](const QDBusConnection &bus) {
+                                 m_bus = bus;
+                                 update();
+                             },
+                         .failed = [this](const QString &problem) { report(problem); }});
+}
+
+void DesktopScreenInhibitor::update() {
+    if (!m_bus || m_isCallPending || m_isWanted == m_release.has_value())
+        return;
+    if (!m_isWanted)
+        m_bus->asyncCall(*std::exchange(m_release, std::nullopt));
+    else if (!m_wasRefused)
+        askScreenSaver();
+}
+
+void DesktopScreenInhibitor::askScreenSaver() {
+    const QDBusMessage request =
+        QDBusMessage::createMethodCall(screenSaverService, screenSaverPath, screenSaverService,
+                                       QStringLiteral("Inhibit"))
+        << QStringLiteral("Lumvik") << reason;
+    ask(request, [this](const QDBusPendingCallWatcher &call) {
+        const QDBusPendingReply<uint> cookie = call;
+        if (cookie.isError())
+            return askPortal();
+        m_release = QDBusMessage::createMethodCall(screenSaverService, screenSaverPath,
+                                                   screenSaverService, QStringLiteral("UnInhibit"))
+                    << cookie.value();
+        update();
+    });
+}
+
+void DesktopScreenInhibitor::askPortal() {
+    constexpr uint whileIdle = 8;
+    const QString noWindow;
+    const QDBusMessage request =
+        QDBusMessage::createMethodCall(portalService, portalPath,
+                                       QStringLiteral("org.freedesktop.portal.Inhibit"),
+                                       QStringLiteral("Inhibit"))
+        << noWindow << whileIdle << QVariantMap{{QStringLiteral("reason"), reason}};
+    ask(request, [this](const QDBusPendingCallWatcher &call) {
+        const QDBusPendingReply<QDBusObjectPath> handle = call;
+        if (handle.isError())
+            return refused(handle.error());
+        m_release = QDBusMessage::createMethodCall(portalService, handle.value().path(),
+                                                   QStringLiteral("org.freedesktop.portal.Request"),
+                                                   QStringLiteral("Close"));
+        update();
+    });
+}
+
+void DesktopScreenInhibitor::ask(
+    const QDBusMessage &request,
+    const std::function<void(const QDBusPendingCallWatcher &)> &replied) {
+    m_isCallPending = true;
+    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(request), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, replied] {
+        watcher->deleteLater();
+        m_isCallPending = false;
+        replied(*watcher);
+    });
+}
+
+void DesktopScreenInhibitor::refused(const QDBusError &error) {
+    m_wasRefused = true;
+    report(meansAbsence(error) ? QStringLiteral("there is no screen saver and no portal")
+                               : reasonOf(error));
+}
+
+void DesktopScreenInhibitor::ownerChanged(const QString &name, const QString &oldOwner,
+                                          const QString &newOwner) {
+    if (name != screenSaverService)
+        return;
+    // What the previous screen saver has granted went with it.
+    if (!oldOwner.isEmpty() && m_release && m_release->service() == screenSaverService)
+        m_release.reset();
+    if (!newOwner.isEmpty())
+        m_wasRefused = false;
+    update();
+}
+
+void DesktopScreenInhibitor::report(const QString &problem) {
+    if (!std::exchange(m_hasReported, true))
+        LumvikLog::lifecycle().info(
+            QStringLiteral("The screen cannot be kept on: %1.").arg(problem));
+}
+
+} // namespace lumvik
