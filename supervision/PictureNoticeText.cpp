@@ -1,5 +1,7 @@
 #include "supervision/PictureNoticeText.h"
 
+#include <QStringList>
+
 namespace lumvik {
 
 namespace {
@@ -42,9 +44,17 @@ QString nextText(const NextAttempt &next, const QDateTime &now) {
     return {};
 }
 
-} // namespace
+/// Returns the lines of a message for assistive technology.
+QString spokenMessage(const PictureNoticeText &text, const NextAttempt &next) {
+    const bool keepsTrying =
+        next.kind == NextAttempt::Kind::underWay || next.kind == NextAttempt::Kind::scheduled;
+    QStringList lines{text.title, text.cause,
+                      keepsTrying ? QStringLiteral("Lumvik keeps trying.") : text.next};
+    lines.removeAll(QString());
+    return lines.join(QLatin1Char('\n'));
+}
 
-PictureNoticeText pictureNoticeText(const PictureState &state, const PictureNoticeFacts &facts) {
+PictureNoticeText visibleText(const PictureState &state, const PictureNoticeFacts &facts) {
     switch (state.condition) {
     case PictureCondition::none:
         return {};
@@ -67,6 +77,19 @@ PictureNoticeText pictureNoticeText(const PictureState &state, const PictureNoti
                 .offersActions = true};
     }
     return {};
+}
+
+} // namespace
+
+PictureNoticeText pictureNoticeText(const PictureState &state, const PictureNoticeFacts &facts) {
+    PictureNoticeText text = visibleText(state, facts);
+    if (!text.pill.isEmpty())
+        text.spoken = spokenPictureState(state.condition);
+    else if (state.condition == PictureCondition::lost)
+        text.spoken = spokenMessage(text, facts.next);
+    else
+        text.spoken = text.title;
+    return text;
 }
 
 QString spokenPictureState(PictureCondition condition) {

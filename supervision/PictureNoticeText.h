@@ -33,6 +33,9 @@ struct PictureNoticeText {
     QString cause = {};         ///< The second line: why.
     QString next = {};          ///< The third line: what happens next.
     bool offersActions = false; ///< Whether the message has buttons.
+    /// All of it for assistive technology, in lines. It counts no seconds, because a screen reader
+    /// might read each of them.
+    QString spoken = {};
 
     friend bool operator==(const PictureNoticeText &, const PictureNoticeText &) = default;
 };

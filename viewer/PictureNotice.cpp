@@ -104,6 +104,24 @@ void NoticeButton::paint(QPainter *painter) {
 NoticeText::NoticeText(QQuickItem *parent) : QQuickPaintedItem(parent) {
     setVisible(false);
     describeControlsToAssistiveTechnology();
+    m_pause.setSingleShot(true);
+    m_pause.setInterval(shortestSpokenTime);
+    connect(&m_pause, &QTimer::timeout, this, [this] { speak(); });
+}
+
+void NoticeText::setSpokenText(const QString &text) {
+    m_newestText = text;
+    if (!isVisible() || !m_pause.isActive())
+        speak();
+}
+
+void NoticeText::speak() {
+    if (m_newestText == m_spokenText)
+        return;
+    m_spokenText = m_newestText;
+    m_pause.start();
+    QAccessibleEvent renamed(this, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&renamed);
 }
 
 void NoticeText::itemChange(ItemChange change, const ItemChangeData &value) {
@@ -143,14 +161,8 @@ void NoticePill::paint(QPainter *painter) {
 void NoticeMessage::setTexts(const std::array<QString, lineCount> &texts) {
     if (texts == m_texts)
         return;
-    // The last line counts seconds, and a screen reader would read the message again each second.
-    const bool isNews = texts[title] != m_texts[title] || texts[cause] != m_texts[cause];
     m_texts = texts;
     update();
-    if (!isNews)
-        return;
-    QAccessibleEvent renamed(this, QAccessible::NameChanged);
-    QAccessible::updateAccessibility(&renamed);
 }
 
 QString NoticeMessage::text() const {
@@ -207,6 +219,9 @@ void PictureNotice::show(const PictureNoticeText &text, bool isLive) {
     if (text == m_text && isLive == m_pill->isLive())
         return;
     m_text = text;
+    // The text for assistive technology is set first, so that it is right when the item appears.
+    m_pill->setSpokenText(text.pill.isEmpty() ? QString() : text.spoken);
+    m_message->setSpokenText(text.pill.isEmpty() ? text.spoken : QString());
     m_pill->setText(text.pill, isLive);
     m_message->setTexts({text.title, text.cause, text.next});
     placeParts();

@@ -5,8 +5,10 @@
 
 #include <QQuickPaintedItem>
 #include <QSizeF>
+#include <QTimer>
 
 #include <array>
+#include <chrono>
 #include <functional>
 
 namespace lumvik {
@@ -35,11 +37,22 @@ class NoticeText : public QQuickPaintedItem {
   public:
     explicit NoticeText(QQuickItem *parent);
 
-    /// Returns everything that the item says, in one line per sentence.
-    [[nodiscard]] virtual QString text() const = 0;
+    /// Sets the text for assistive technology. While the item is visible, the text changes at most
+    /// once in `shortestSpokenTime`, so that a screen reader can finish.
+    void setSpokenText(const QString &text);
+    [[nodiscard]] QString spokenText() const { return m_spokenText; }
+
+    static constexpr std::chrono::seconds shortestSpokenTime{10};
 
   protected:
     void itemChange(ItemChange change, const ItemChangeData &value) override;
+
+  private:
+    void speak();
+
+    QString m_newestText;
+    QString m_spokenText;
+    QTimer m_pause; // runs after a change of `m_spokenText`
 };
 
 /// The short text in the lower left corner of the picture that says whether the picture is live.
@@ -51,7 +64,7 @@ class NoticePill final : public NoticeText {
 
     /// `isLive` chooses the colour of the dot. An empty text hides the pill.
     void setText(const QString &text, bool isLive);
-    [[nodiscard]] QString text() const override { return m_text; }
+    [[nodiscard]] QString text() const { return m_text; }
     [[nodiscard]] bool isLive() const { return m_isLive; }
     /// Returns the size at which the whole text is visible, in points.
     [[nodiscard]] QSizeF naturalSize() const;
@@ -74,7 +87,8 @@ class NoticeMessage final : public NoticeText {
     using NoticeText::NoticeText;
 
     void setTexts(const std::array<QString, lineCount> &texts);
-    [[nodiscard]] QString text() const override;
+    /// Returns the lines, one below the other.
+    [[nodiscard]] QString text() const;
     /// Returns the height of `line` when it is wrapped at `width`, in points; 0 for an empty line.
     [[nodiscard]] qreal heightForWidth(Line line, qreal width) const;
     /// Places the lines. `frames` are in the parent's coordinates; a null frame hides its line.

@@ -217,7 +217,7 @@ class AccessibleNotice final : public AccessibleItem {
     explicit AccessibleNotice(NoticeText *notice) : AccessibleItem(notice) {}
 
     QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Name && isValid() ? notice()->text() : QString();
+        return kind == QAccessible::Name && isValid() ? notice()->spokenText() : QString();
     }
     QAccessible::Role role() const override { return QAccessible::StaticText; }
     QAccessible::State state() const override {

@@ -104,6 +104,23 @@ TEST_F(PictureNoticeTest, MessageHasItsLinesAndButtons) {
         EXPECT_FALSE(button->isVisible());
 }
 
+TEST_F(PictureNoticeTest, TextForAssistiveTechnologyHasTimeToBeRead) {
+    const NoticePill &pill = *item<NoticePill>();
+    const auto show = [this](const QString &text, const QString &spoken) {
+        notice.show({.pill = text, .spoken = spoken}, false);
+    };
+    show(u"Not live · 2 s"_s, u"Not live"_s);
+    EXPECT_EQ(pill.spokenText(), u"Not live"_s);
+    EXPECT_EQ(item<NoticeMessage>()->spokenText(), QString());
+    show(u"Late by 2 s"_s, u"Late"_s);
+    EXPECT_EQ(pill.text(), u"Late by 2 s"_s);
+    EXPECT_EQ(pill.spokenText(), u"Not live"_s) << "it was said a moment ago";
+    notice.show({.title = u"No picture"_s, .spoken = u"No picture\nBecause."_s}, false);
+    EXPECT_EQ(item<NoticeMessage>()->spokenText(), u"No picture\nBecause."_s) << "another item";
+    show(u"Late by 3 s"_s, u"Late"_s);
+    EXPECT_EQ(pill.spokenText(), u"Late"_s) << "it appears with the right text";
+}
+
 TEST_F(PictureNoticeTest, OnlyTheButtonsReceiveClicks) {
     notice.show({.pill = u"Live"_s, .title = u"No picture"_s, .offersActions = true}, true);
     EXPECT_EQ(item<NoticePill>()->acceptedMouseButtons(), Qt::NoButton);
