@@ -12,6 +12,8 @@
 #include "engine/DecodingThread.h"
 #include "engine/link/TcpCameraLink.h"
 #include "platform/CoreDumps.h"
+#include "platform/DesktopNotifier.h"
+#include "platform/DesktopScreenInhibitor.h"
 #include "platform/DisplayConnectionMonitor.h"
 #include "platform/ExitDeadline.h"
 #include "platform/ExitGuard.h"
@@ -126,6 +128,8 @@ struct System {
     UserDefaults userDefaults{UserDefaults::standardPath()};
     QtFilePanels filePanels{};
     LogindSleepMonitor sleepMonitor{};
+    DesktopNotifier notifier{DesktopApplication::sessionBusAddresses()};
+    DesktopScreenInhibitor screenInhibitor{DesktopApplication::sessionBusAddresses()};
     SerialQueue cameraLinkQueue{QLatin1String(LumvikLog::subsystem) +
                                 QStringLiteral(".camera-link")};
     Termination termination{mainQueue, &QCoreApplication::quit};
@@ -147,6 +151,8 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
             .alerts = system.alerts,
             .filePanels = system.filePanels,
             .sleepMonitor = system.sleepMonitor,
+            .notifier = system.notifier,
+            .screenInhibitor = system.screenInhibitor,
             .makeNetworkPathMonitor = [] { return std::make_unique<RtnetlinkPathMonitor>(); },
             .makeConnection =
                 [](const QString &host, std::uint16_t port) {

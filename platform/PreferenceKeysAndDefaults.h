@@ -17,6 +17,12 @@ inline constexpr QSize defaultViewerSize{1120, 630};
 inline const QString staysOnTop = QStringLiteral("staysOnTop");
 inline constexpr bool staysOnTopByDefault = false;
 
+/// Whether the screen is kept on while a picture is shown. A bool; false by default.
+inline const QString keepsScreenOn = QStringLiteral("keepsScreenOn");
+
+/// Whether the user is notified when the picture is lost. A bool; false by default.
+inline const QString notifiesOfLoss = QStringLiteral("notifiesOfLoss");
+
 /// The zero-based index of the selected camera.
 inline const QString selectedCameraIndex = QStringLiteral("selectedCameraIndex");
 inline constexpr int defaultCameraIndex = 0;

@@ -20,7 +20,8 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
                       static_cast<bool>(environment.openCameraLink))
     , cameraDetails(environment.store.appSupportDirectory())
     , decodingSupervisor(cameraDetails, environment.decodingMachine)
-    , pictureSupervisor(pictureEnvironment()) {}
+    , pictureSupervisor(pictureEnvironment())
+    , desktopSupervisor(desktopEnvironment()) {}
 
 AppDelegate::~AppDelegate() {
     // Callbacks of the window must find a closing viewer while the members are being destroyed.
@@ -66,6 +67,18 @@ void AppDelegate::buildMainMenu() {
     actions.sendFeedback = [this] { sendFeedback(); };
     actions.showAbout = [this] { showAbout(); };
     actions.terminate = [this] { environment.terminate(); };
+    if (ViewerWindow::isPlacedByProgram()) {
+        actions.staysOnTop = {
+            [this] { return stayOnTopButton != nullptr && stayOnTopButton->isOn(); },
+            [this](bool on) {
+                stayOnTopButton->setOn(on);
+                toggleStayOnTop();
+            }};
+    }
+    actions.keepsScreenOn = {[this] { return desktopSupervisor.keepsScreenOn(); },
+                             [this](bool on) { desktopSupervisor.setKeepsScreenOn(on); }};
+    actions.notifiesOfLoss = {[this] { return desktopSupervisor.notifiesOfLoss(); },
+                              [this](bool on) { desktopSupervisor.setNotifiesOfLoss(on); }};
     actions.performClose = [this] { closeCameraViewer(); };
     actions.toggleFullScreen = [this] {
         if (window)
@@ -121,6 +134,7 @@ void AppDelegate::stopEverything() {
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
     pictureSupervisor.stop();
+    desktopSupervisor.stop();
     if (updateCheckTask)
         updateCheckTask->cancel();
     sleepDelayHolder.release();

@@ -137,7 +137,31 @@ PictureSupervisor::Environment AppDelegate::pictureEnvironment() {
                     videoHost->forgetPicture();
                     schedulePlaybackRecovery({.reason = QStringLiteral("picture fell behind")});
                 },
-            .conditionChanged = [this] { updatePictureDescription(); }};
+            .conditionChanged =
+                [this] {
+                    updatePictureDescription();
+                    desktopSupervisor.update();
+                }};
+}
+
+DesktopSupervisor::Environment AppDelegate::desktopEnvironment() {
+    return {.mainQueue = environment.mainQueue,
+            .userDefaults = environment.userDefaults,
+            .notifier = environment.notifier,
+            .screenInhibitor = environment.screenInhibitor,
+            .situation = [this]() -> DesktopSupervisor::Situation {
+                return {.condition = pictureSupervisor.condition(),
+                        .camera = pictureSituation().camera,
+                        .cause = pictureSupervisor.cause(),
+                        .isSleeping = systemIsSleeping,
+                        .windowIsVisible =
+                            window && !window->windowStates().testFlag(Qt::WindowMinimized)};
+            },
+            .showWindow =
+                [this](const QByteArray &activationToken) {
+                    if (!isClosingViewer && window)
+                        bringToFront(activationToken);
+                }};
 }
 
 PictureSupervisor::Situation AppDelegate::pictureSituation() const {

@@ -28,6 +28,7 @@ void AppDelegate::systemWillSleep() {
         QStringLiteral("The Mac is sleeping; playback recovery is suspended."));
     systemIsSleeping = true;
     playbackState = PlaybackSupervisorState::suspended;
+    desktopSupervisor.update();
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
     if (mpv == nullptr)
@@ -50,6 +51,7 @@ void AppDelegate::systemDidWake() {
     lastFrameRenderedAt.reset();
     videoHost->forgetPicture(); // frames that were received before the sleep would look live
     pictureSupervisor.update();
+    desktopSupervisor.update();
     schedulePlaybackRecovery({.reason = QStringLiteral("system wake"),
                               .urgency = RecoveryUrgency::immediate,
                               .recreation = PlayerRecreation::forced});

@@ -201,6 +201,7 @@ void AppDelegate::windowDidChangeState() {
     if (isClosingViewer)
         return;
     mainMenu->setIsFullScreen(window->windowStates().testFlag(Qt::WindowFullScreen));
+    desktopSupervisor.update();
     // The frame of the new state may have been reported before the state, and stored as if the user
     // had chosen it. Minimising does not change the frame.
     if ((window->windowStates() & (Qt::WindowFullScreen | Qt::WindowMaximized)) == 0 ||
@@ -244,6 +245,7 @@ void AppDelegate::windowWillClose() {
     cancelLocalNetworkProbe();
     sleepDelayHolder.release();
     pictureSupervisor.stop();
+    desktopSupervisor.stop();
     stopPlayerEngine();
     closePopUpMenus();
     cameraMenuIsOpen = false;

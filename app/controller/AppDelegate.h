@@ -3,6 +3,7 @@
 #include "app/controller/AboutPanel.h"
 #include "app/controller/AppEnvironment.h"
 #include "app/controller/DecodingSupervisor.h"
+#include "app/controller/DesktopSupervisor.h"
 #include "app/controller/LaunchRequest.h"
 #include "app/controller/LoginSupervisor.h"
 #include "app/controller/MainMenu.h"
@@ -383,6 +384,7 @@ class AppDelegate final : public QObject {
     void tryNowWithoutWarning();
     [[nodiscard]] PictureSupervisor::Environment pictureEnvironment();
     [[nodiscard]] PictureSupervisor::Situation pictureSituation() const;
+    [[nodiscard]] DesktopSupervisor::Environment desktopEnvironment();
 
     // AppDelegate+Watchdog.cpp
     /// Reports the first picture of each player to the environment, and logs whether the graphics
@@ -502,6 +504,7 @@ class AppDelegate final : public QObject {
     CameraDetailsStore cameraDetails;
     DecodingSupervisor decodingSupervisor; // declared after the details that it uses
     PictureSupervisor pictureSupervisor;   // declared after the window that contains its items
+    DesktopSupervisor desktopSupervisor;
 };
 
 } // namespace lumvik

@@ -6,6 +6,8 @@
 #include "platform/Alerts.h"
 #include "platform/FilePanels.h"
 #include "platform/MainQueue.h"
+#include "platform/Notifier.h"
+#include "platform/ScreenInhibitor.h"
 #include "platform/SleepMonitor.h"
 #include "platform/UserDefaults.h"
 #include "platform/network/NetworkConnection.h"
@@ -31,6 +33,8 @@ struct AppEnvironment {
     Alerts &alerts;
     FilePanels &filePanels;
     SleepMonitor &sleepMonitor;
+    Notifier &notifier;
+    ScreenInhibitor &screenInhibitor;
     std::function<std::unique_ptr<NetworkPathMonitor>()> makeNetworkPathMonitor;
     NetworkConnectionFactory makeConnection;
     /// Empty if the engine connects to cameras itself.

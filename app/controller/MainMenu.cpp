@@ -24,6 +24,24 @@ class MenuBuilder {
         return item;
     }
 
+    /// The item is ticked while the setting is on.
+    void setting(const QString &title, const MainMenuSetting &setting,
+                 const QList<QKeySequence> &keys = {}) {
+        QAction *added = item(title, nullptr, keys);
+        added->setCheckable(true);
+        added->setEnabled(static_cast<bool>(setting.set));
+        if (!setting.set)
+            return;
+        added->setChecked(setting.isOn());
+        // Other parts of the program change settings, too.
+        QObject::connect(m_menu.get(), &QMenu::aboutToShow, added,
+                         [added, setting] { added->setChecked(setting.isOn()); });
+        QObject::connect(added, &QAction::triggered, added, [added, setting] {
+            setting.set(!setting.isOn());
+            added->setChecked(setting.isOn());
+        });
+    }
+
     void separator() { m_menu->addSeparator(); }
 
     std::unique_ptr<QMenu> take() { return std::move(m_menu); }
@@ -57,6 +75,12 @@ MainMenu::MainMenu(const MainMenuActions &actions) {
     lumvik.item(QStringLiteral("Quit Lumvik"), actions.terminate,
                 {QKeySequence(Qt::CTRL | Qt::Key_Q)});
     m_menus.push_back(lumvik.take());
+
+    MenuBuilder view(QStringLiteral("View"));
+    view.setting(QStringLiteral("Stay on Top"), actions.staysOnTop);
+    view.setting(QStringLiteral("Keep Screen On"), actions.keepsScreenOn);
+    view.setting(QStringLiteral("Notify When the Picture Is Lost"), actions.notifiesOfLoss);
+    m_menus.push_back(view.take());
 
     MenuBuilder window(QStringLiteral("Window"));
     window.item(QStringLiteral("Close"), actions.performClose,

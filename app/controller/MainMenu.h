@@ -11,11 +11,20 @@ class QKeyEvent;
 
 namespace lumvik {
 
+/// A setting that an item turns on and off. An item without `set` is disabled.
+struct MainMenuSetting {
+    std::function<bool()> isOn;
+    std::function<void(bool on)> set;
+};
+
 /// The actions of the main menu's items. An item without an action is disabled.
 struct MainMenuActions {
     std::function<void()> showCameraSettings;
     std::function<void()> checkForUpdates;
     std::function<void()> terminate;
+    MainMenuSetting staysOnTop;
+    MainMenuSetting keepsScreenOn;
+    MainMenuSetting notifiesOfLoss;
     std::function<void()> performClose;
     std::function<void()> toggleFullScreen;
     std::function<void()> openLumvikHelp;
@@ -24,9 +33,9 @@ struct MainMenuActions {
     std::function<void()> showAbout;
 };
 
-/// The menus "Lumvik", "Window" and "Help" and their key equivalents. There is no menu bar: the
-/// strip over the picture opens the menus, and every window of the program passes the keys that it
-/// does not use to `performKeyEquivalent`. Main thread only.
+/// The menus "Lumvik", "View", "Window" and "Help" and their key equivalents. There is no menu bar:
+/// the strip over the picture opens the menus, and every window of the program passes the keys that
+/// it does not use to `performKeyEquivalent`. Main thread only.
 class MainMenu {
   public:
     explicit MainMenu(const MainMenuActions &actions);

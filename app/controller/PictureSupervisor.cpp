@@ -257,6 +257,10 @@ PictureNoticeFacts PictureSupervisor::noticeFacts(const Situation &situation) co
     return facts;
 }
 
+QString PictureSupervisor::cause() const {
+    return noticeFacts(m_environment.situation()).cause;
+}
+
 NextAttempt PictureSupervisor::nextAttempt(const Situation &situation) const {
     if (situation.addressIsUnusable)
         return {.kind = NextAttempt::Kind::none};

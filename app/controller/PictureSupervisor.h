@@ -95,6 +95,8 @@ class PictureSupervisor {
     void stop();
 
     [[nodiscard]] PictureCondition condition() const { return m_state.condition; }
+    /// Why the picture is not live, in one sentence. Empty if that is unknown.
+    [[nodiscard]] QString cause() const;
 
   private:
     /// How far the current load has come.

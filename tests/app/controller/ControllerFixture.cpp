@@ -45,6 +45,8 @@ void ControllerFixture::launch() {
                        .alerts = alerts,
                        .filePanels = filePanels,
                        .sleepMonitor = sleepMonitor,
+                       .notifier = notifier,
+                       .screenInhibitor = screenInhibitor,
                        .makeNetworkPathMonitor = [this] { return networkPath.makeMonitor(); },
                        .makeConnection = network.factory(),
                        .openCameraLink = cameraLinks.factory(),

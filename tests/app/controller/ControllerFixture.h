@@ -4,6 +4,7 @@
 #include "fakes/CapturingLogSink.h"
 #include "fakes/FakeAlerts.h"
 #include "fakes/FakeCameraLink.h"
+#include "fakes/FakeDesktop.h"
 #include "fakes/FakeFilePanels.h"
 #include "fakes/FakeMpv.h"
 #include "fakes/FakeNetwork.h"
@@ -141,6 +142,8 @@ class ControllerFixture : public testing::Test {
     FakeAlerts alerts;
     FakeFilePanels filePanels;
     FakeSleepMonitor sleepMonitor;
+    FakeNotifier notifier;
+    FakeScreenInhibitor screenInhibitor;
     FakeNetworkPath networkPath;
     FakeNetwork network;
     FakeCameraLinks cameraLinks;

@@ -26,10 +26,26 @@ class MainMenuTest : public testing::Test {
     std::function<void()> note(const QString &name) {
         return [this, name] { ran.append(name); };
     }
+    MainMenuSetting setting(bool &isOn) {
+        return {.isOn = [&isOn] { return isOn; }, .set = [&isOn](bool on) { isOn = on; }};
+    }
+    [[nodiscard]] QAction *viewItem(const QString &title) const {
+        for (QAction *item : menu.menus().at(1)->actions()) {
+            if (item->text() == title)
+                return item;
+        }
+        return nullptr;
+    }
     QStringList ran;
+    bool staysOnTop = false;
+    bool keepsScreenOn = true;
+    bool notifiesOfLoss = false;
     MainMenu menu{{.showCameraSettings = note(u"settings"_s),
                    .checkForUpdates = note(u"updates"_s),
                    .terminate = note(u"quit"_s),
+                   .staysOnTop = setting(staysOnTop),
+                   .keepsScreenOn = setting(keepsScreenOn),
+                   .notifiesOfLoss = setting(notifiesOfLoss),
                    .performClose = note(u"close"_s),
                    .toggleFullScreen = note(u"full screen"_s),
                    .openLumvikHelp = note(u"help"_s),
@@ -40,15 +56,18 @@ class MainMenuTest : public testing::Test {
 
 TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
     const QList<QMenu *> menus = menu.menus();
-    ASSERT_EQ(menus.size(), 3);
+    ASSERT_EQ(menus.size(), 4);
     EXPECT_EQ(menus.at(0)->title(), u"Lumvik"_s);
-    EXPECT_EQ(menus.at(1)->title(), u"Window"_s);
-    EXPECT_EQ(menus.at(2)->title(), u"Help"_s);
+    EXPECT_EQ(menus.at(1)->title(), u"View"_s);
+    EXPECT_EQ(menus.at(2)->title(), u"Window"_s);
+    EXPECT_EQ(menus.at(3)->title(), u"Help"_s);
     EXPECT_EQ(titles(*menus.at(0)),
               (QStringList{u"Camera Addresses\u2026"_s, u"---"_s, u"Check for Updates\u2026"_s,
                            u"---"_s, u"Quit Lumvik"_s}));
-    EXPECT_EQ(titles(*menus.at(1)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
-    EXPECT_EQ(titles(*menus.at(2)),
+    EXPECT_EQ(titles(*menus.at(1)), (QStringList{u"Stay on Top"_s, u"Keep Screen On"_s,
+                                                 u"Notify When the Picture Is Lost"_s}));
+    EXPECT_EQ(titles(*menus.at(2)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
+    EXPECT_EQ(titles(*menus.at(3)),
               (QStringList{u"Lumvik Help"_s, u"Quick Help in Lumvik"_s, u"---"_s,
                            u"Send Feedback\u2026"_s, u"About Lumvik"_s}));
 }
@@ -86,9 +105,26 @@ TEST_F(MainMenuTest, IgnoresOtherKeys) {
 
 TEST_F(MainMenuTest, FullScreenItemIsNamedAfterItsAction) {
     menu.setIsFullScreen(true);
-    EXPECT_EQ(titles(*menu.menus().at(1)).last(), u"Exit Full Screen"_s);
+    EXPECT_EQ(titles(*menu.menus().at(2)).last(), u"Exit Full Screen"_s);
     menu.setIsFullScreen(false);
-    EXPECT_EQ(titles(*menu.menus().at(1)).last(), u"Enter Full Screen"_s);
+    EXPECT_EQ(titles(*menu.menus().at(2)).last(), u"Enter Full Screen"_s);
+}
+
+TEST_F(MainMenuTest, SettingsAreTickedWhileTheyAreOn) {
+    EXPECT_FALSE(viewItem(u"Stay on Top"_s)->isChecked());
+    EXPECT_TRUE(viewItem(u"Keep Screen On"_s)->isChecked());
+    viewItem(u"Keep Screen On"_s)->trigger();
+    EXPECT_FALSE(keepsScreenOn);
+    EXPECT_FALSE(viewItem(u"Keep Screen On"_s)->isChecked());
+    viewItem(u"Keep Screen On"_s)->trigger();
+    EXPECT_TRUE(keepsScreenOn);
+    EXPECT_TRUE(viewItem(u"Keep Screen On"_s)->isChecked());
+
+    staysOnTop = true; // by the pin
+    Q_EMIT menu.menus().at(1)->aboutToShow();
+    EXPECT_TRUE(viewItem(u"Stay on Top"_s)->isChecked());
+    viewItem(u"Stay on Top"_s)->trigger();
+    EXPECT_FALSE(staysOnTop);
 }
 
 TEST(MainMenu, DisablesItemsThatHaveNoActionAndTheirKeys) {
@@ -125,6 +161,19 @@ TEST_F(ControllersMenuTest, HandlesKeysThatTheWindowIgnores) {
     QKeyEvent quit(QEvent::KeyPress, Qt::Key_Q, Qt::ControlModifier);
     QCoreApplication::sendEvent(&window(), &quit);
     EXPECT_EQ(terminations, 1);
+}
+
+TEST_F(ControllersMenuTest, StaysOnTopLikeThePin) {
+    launch(threeCameras());
+    QAction *item = menus().at(1)->actions().first();
+    ASSERT_EQ(item->text(), u"Stay on Top"_s);
+    item->trigger();
+    EXPECT_TRUE(stayOnTopButton()->isOn());
+    EXPECT_TRUE(home.userDefaults().boolean(u"staysOnTop"_s));
+    EXPECT_TRUE(item->isChecked());
+    item->trigger();
+    EXPECT_FALSE(stayOnTopButton()->isOn());
+    EXPECT_FALSE(home.userDefaults().boolean(u"staysOnTop"_s));
 }
 
 TEST_F(ControllersMenuTest, SwitchesFullScreen) {
