@@ -18,7 +18,7 @@ namespace lumvik {
 namespace {
 
 constexpr qreal cornerRadius = 8;
-constexpr qreal titleMargin = 9; // on each side of a title
+constexpr qreal titleMargin = 7; // on each side of a title
 constexpr qreal stripMargin =
     3; // between the ends of the strip and the margins of the outer titles
 constexpr qreal menuGap = 4;
