@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 
+#include <deque>
 #include <mutex>
 
 namespace lumvik {
@@ -17,6 +18,7 @@ struct SharedLog {
     std::mutex mutex;
     std::unique_ptr<LogSink> sink;
     AddressRedaction redaction;
+    std::deque<LogRecord> recent;
 };
 
 SharedLog &sharedLog() {
@@ -49,8 +51,11 @@ void LogChannel::log(LogLevel level, const QString &text) const {
     const std::scoped_lock lock(log.mutex);
     if (!log.sink)
         log.sink = makeDefaultLogSink();
-    log.sink->write(
+    log.recent.push_back(
         {level, m_category, log.redaction.redact(text), QDateTime::currentMSecsSinceEpoch()});
+    if (log.recent.size() > LumvikLog::keptLines)
+        log.recent.pop_front();
+    log.sink->write(log.recent.back());
 }
 
 namespace LumvikLog {
@@ -97,6 +102,17 @@ QString redacted(const QString &text) {
     SharedLog &log = sharedLog();
     const std::scoped_lock lock(log.mutex);
     return log.redaction.redact(text);
+}
+
+QStringList recentLines() {
+    SharedLog &log = sharedLog();
+    const std::scoped_lock lock(log.mutex);
+    QStringList lines;
+    for (const LogRecord &record : log.recent) {
+        // Addresses may have been protected since the line was written.
+        lines.append(log.redaction.redact(QString::fromUtf8(formattedLogLine(record))));
+    }
+    return lines;
 }
 
 void installQtMessageHandler() {

@@ -75,6 +75,11 @@ void protectAddresses(const QStringList &addresses);
 /// the log.
 [[nodiscard]] QString redacted(const QString &text);
 
+/// Returns the last lines of the log, at most `keptLines`, in the form in which standard error
+/// receives them.
+[[nodiscard]] QStringList recentLines();
+inline constexpr int keptLines = 200;
+
 /// Redirects Qt's own messages to the log, in the category "lifecycle".
 void installQtMessageHandler();
 

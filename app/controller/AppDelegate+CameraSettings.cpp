@@ -79,7 +79,7 @@ bool AppDelegate::cameraSettingsKeyDown(const QKeyEvent &event) {
     const bool isFullScreen =
         event.key() == Qt::Key_F11 ||
         (event.key() == Qt::Key_F && event.modifiers().testFlag(Qt::MetaModifier));
-    return !isFullScreen && mainMenu->performKeyEquivalent(event);
+    return !isFullScreen && mainMenu->performKeyEquivalent(event, MainMenu::Scope::programMenus);
 }
 
 tl::expected<void, StoreError> AppDelegate::applySavedCameras(const CameraList &saved,

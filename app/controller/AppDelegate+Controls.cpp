@@ -145,7 +145,9 @@ void AppDelegate::updateViewerControlLayout() {
                                           .menuStripWidth = mainMenuStrip->naturalWidth()});
     place(*videoHost, QRectF(QPointF(), content));
     place(*interactionView, QRectF(QPointF(), content));
-    pictureSupervisor.layOut(content, std::max(frames.picker.bottom(), frames.close.bottom()));
+    const qreal controlsBottom = std::max(frames.picker.bottom(), frames.close.bottom());
+    pictureSupervisor.layOut(content, controlsBottom);
+    streamDetailsController.layOut(content, controlsBottom);
     place(*cameraPicker, frames.picker);
     place(*stayOnTopButton, frames.pin);
     place(*focusViewerButton, frames.focus);

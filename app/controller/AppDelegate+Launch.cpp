@@ -21,7 +21,8 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , cameraDetails(environment.store.appSupportDirectory())
     , decodingSupervisor(cameraDetails, environment.decodingMachine)
     , pictureSupervisor(pictureEnvironment())
-    , desktopSupervisor(desktopEnvironment()) {}
+    , desktopSupervisor(desktopEnvironment())
+    , streamDetailsController(detailsEnvironment()) {}
 
 AppDelegate::~AppDelegate() {
     // Callbacks of the window must find a closing viewer while the members are being destroyed.
@@ -67,6 +68,9 @@ void AppDelegate::buildMainMenu() {
     actions.sendFeedback = [this] { sendFeedback(); };
     actions.showAbout = [this] { showAbout(); };
     actions.terminate = [this] { environment.terminate(); };
+    actions.showsDetails = {[this] { return streamDetailsController.isShown(); },
+                            [this](bool on) { streamDetailsController.setShown(on); }};
+    actions.copyDiagnosis = [this] { streamDetailsController.copyDiagnosis(); };
     if (ViewerWindow::isPlacedByProgram()) {
         actions.staysOnTop = {
             [this] { return stayOnTopButton != nullptr && stayOnTopButton->isOn(); },
@@ -134,6 +138,7 @@ void AppDelegate::stopEverything() {
     cancelPlaybackRetry();
     cancelLocalNetworkProbe();
     pictureSupervisor.stop();
+    streamDetailsController.setShown(false);
     desktopSupervisor.stop();
     if (updateCheckTask)
         updateCheckTask->cancel();

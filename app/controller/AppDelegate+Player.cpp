@@ -189,6 +189,7 @@ void AppDelegate::loadCamera(int index) {
     else
         loginSupervisor.loginHasEnded(); // without facts, nothing is known about the login
     pictureSupervisor.loadHasBegun(link != nullptr);
+    streamDetailsController.loadHasBegun();
     const QByteArray address =
         link ? link->engineAddress() : engineAddress(encodedCameraAddress(camera.url)).toUtf8();
     std::array<const char *, 4> command{"loadfile", address.constData(), "replace", nullptr};
@@ -240,6 +241,8 @@ void AppDelegate::handleLinkFact(const LinkFact &fact) {
     if (isClosingViewer || systemIsSleeping || mpv == nullptr)
         return;
     pictureSupervisor.linkHasReported(fact);
+    if (fact.kind == LinkFact::Kind::Measured)
+        streamDetailsController.streamWasMeasured(fact.measure);
     // While another attempt is scheduled, a frame of the old stream would cancel it.
     const bool isStartingOrPlaying = playbackState == PlaybackSupervisorState::starting ||
                                      playbackState == PlaybackSupervisorState::playing;

@@ -48,6 +48,7 @@ void AppDelegate::schedulePlaybackRecovery(const PlaybackRecovery &request) {
             .arg(attempt.recreatesPlayer ? QStringLiteral("true") : QStringLiteral("false"),
                  request.reason));
     scheduleRetry(attempt.delay, attempt.recreatesPlayer);
+    streamDetailsController.recoveryWasScheduled(request.reason);
     pictureSupervisor.attemptWasScheduled(attempt.delay,
                                           request.urgency != RecoveryUrgency::immediate);
 }

@@ -27,6 +27,7 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     const TimeStamp now = environment.mainQueue.now();
     lastFrameRenderedAt = now;
     pictureSupervisor.frameWasShown();
+    streamDetailsController.frameWasShown();
     playbackState = PlaybackSupervisorState::playing;
     if (previous != PlaybackSupervisorState::playing)
         liveSince = now;

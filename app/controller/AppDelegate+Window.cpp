@@ -103,6 +103,7 @@ void AppDelegate::createControls() {
     const auto self = QPointer(this);
     QQuickItem *content = window->contentItem();
 
+    streamDetailsController.createPanel(content);
     mainMenuStrip = new MainMenuStrip(mainMenu->menus(), content);
     mainMenuStrip->setMenuOpenChanged([self](bool isOpen) {
         if (self) {
@@ -245,6 +246,7 @@ void AppDelegate::windowWillClose() {
     cancelLocalNetworkProbe();
     sleepDelayHolder.release();
     pictureSupervisor.stop();
+    streamDetailsController.setShown(false);
     desktopSupervisor.stop();
     stopPlayerEngine();
     closePopUpMenus();

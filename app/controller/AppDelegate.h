@@ -8,6 +8,7 @@
 #include "app/controller/LoginSupervisor.h"
 #include "app/controller/MainMenu.h"
 #include "app/controller/PictureSupervisor.h"
+#include "app/controller/StreamDetailsController.h"
 #include "configuration/Camera.h"
 #include "configuration/CameraDetailsStore.h"
 #include "configuration/CameraListKeeper.h"
@@ -279,6 +280,12 @@ class AppDelegate final : public QObject {
     void presentInformation(const QString &title, const QString &message);
     void presentAddress(const QUrl &address);
 
+    // AppDelegate+Details.cpp
+    [[nodiscard]] StreamDetailsController::Environment detailsEnvironment();
+    [[nodiscard]] StreamDetails streamDetails() const;
+    [[nodiscard]] QString rendererName() const;
+    [[nodiscard]] QList<StreamDetailsRow> diagnosisVersions() const;
+
     // AppDelegate+Updates.cpp
     /// Who started a check. Only a manual check reports that there is no update or that it failed.
     enum class UpdateCheckOrigin { automatic, manual };
@@ -505,6 +512,7 @@ class AppDelegate final : public QObject {
     DecodingSupervisor decodingSupervisor; // declared after the details that it uses
     PictureSupervisor pictureSupervisor;   // declared after the window that contains its items
     DesktopSupervisor desktopSupervisor;
+    StreamDetailsController streamDetailsController;
 };
 
 } // namespace lumvik

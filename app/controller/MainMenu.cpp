@@ -77,10 +77,15 @@ MainMenu::MainMenu(const MainMenuActions &actions) {
     m_menus.push_back(lumvik.take());
 
     MenuBuilder view(QStringLiteral("View"));
+    view.setting(QStringLiteral("Stream Details"), actions.showsDetails,
+                 {QKeySequence(Qt::CTRL | Qt::Key_I)});
+    view.item(QStringLiteral("Copy Diagnosis"), actions.copyDiagnosis);
+    view.separator();
     view.setting(QStringLiteral("Stay on Top"), actions.staysOnTop);
     view.setting(QStringLiteral("Keep Screen On"), actions.keepsScreenOn);
     view.setting(QStringLiteral("Notify When the Picture Is Lost"), actions.notifiesOfLoss);
     m_menus.push_back(view.take());
+    m_view = m_menus.back().get();
 
     MenuBuilder window(QStringLiteral("Window"));
     window.item(QStringLiteral("Close"), actions.performClose,
@@ -107,11 +112,13 @@ QList<QMenu *> MainMenu::menus() const {
     return all;
 }
 
-bool MainMenu::performKeyEquivalent(const QKeyEvent &event) const {
+bool MainMenu::performKeyEquivalent(const QKeyEvent &event, Scope scope) const {
     if (event.isAutoRepeat())
         return false;
     const QKeySequence pressed = keyEquivalent(event);
     for (const auto &menu : m_menus) {
+        if (scope == Scope::programMenus && menu.get() == m_view)
+            continue;
         for (QAction *item : menu->actions()) {
             if (item->isEnabled() && item->shortcuts().contains(pressed)) {
                 item->trigger();

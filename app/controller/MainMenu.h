@@ -22,6 +22,8 @@ struct MainMenuActions {
     std::function<void()> showCameraSettings;
     std::function<void()> checkForUpdates;
     std::function<void()> terminate;
+    MainMenuSetting showsDetails;
+    std::function<void()> copyDiagnosis;
     MainMenuSetting staysOnTop;
     MainMenuSetting keepsScreenOn;
     MainMenuSetting notifiesOfLoss;
@@ -42,9 +44,17 @@ class MainMenu {
 
     [[nodiscard]] QList<QMenu *> menus() const;
 
-    /// Triggers the item with the key equivalent `event`. Returns false if there is no such item or
-    /// it is disabled, and for the automatic repetition of a key that is held down.
-    [[nodiscard]] bool performKeyEquivalent(const QKeyEvent &event) const;
+    /// Which menus a key may reach.
+    enum class Scope {
+        allMenus,
+        programMenus, ///< All but "View", whose items are about the viewer.
+    };
+
+    /// Triggers the item with the key equivalent `event` in one of the menus in `scope`. Returns
+    /// false if there is no such item or it is disabled, and for the automatic repetition of a key
+    /// that is held down.
+    [[nodiscard]] bool performKeyEquivalent(const QKeyEvent &event,
+                                            Scope scope = Scope::allMenus) const;
 
     /// Sets the title of the full-screen item to its current effect: to enter or to exit full
     /// screen.
@@ -52,6 +62,7 @@ class MainMenu {
 
   private:
     std::vector<std::unique_ptr<QMenu>> m_menus;
+    const QMenu *m_view = nullptr;   // one of `m_menus`
     QAction *m_fullScreen = nullptr; // owned by its menu
 };
 

@@ -4,6 +4,9 @@
 
 #include <QByteArray>
 
+#include <chrono>
+#include <vector>
+
 namespace lumvik {
 
 /// What a camera link has measured of the video that arrives.
@@ -13,6 +16,8 @@ struct StreamMeasure {
     double suspectedLateness = 0;
     double picturesPerSecond = 0; ///< 0 during the first second.
     double bitsPerSecond = 0;     ///< 0 during the first second.
+    /// When the last packets of the pictures since the previous measurement arrived.
+    std::vector<std::chrono::steady_clock::time_point> arrivals = {};
 };
 
 /// Something that a camera link has found out. A plain value, without any part of the camera's

@@ -1,6 +1,23 @@
 #include "engine/link/StreamMeter.h"
 
+#include <cstddef>
+#include <utility>
+
 namespace lumvik {
+
+namespace {
+
+constexpr std::size_t mostArrivals = 100; // in the time between two measurements
+
+/// Whether the marker of an interleaved RTP packet is set.
+bool endsPicture(const QByteArray &packet) {
+    constexpr qsizetype markerPosition = 5;
+    constexpr std::uint8_t marker = 0x80;
+    return packet.size() > markerPosition &&
+           (static_cast<std::uint8_t>(packet.at(markerPosition)) & marker) != 0;
+}
+
+} // namespace
 
 void StreamMeter::take(const EngineData &data, TimePoint now) {
     if (data.report && m_channel == data.report->channel)
@@ -18,6 +35,8 @@ void StreamMeter::take(const EngineData &data, TimePoint now) {
     if (m_timeStamp != data.video->timeStamp)
         ++m_counted.pictures;
     m_timeStamp = data.video->timeStamp;
+    if (endsPicture(data.bytes) && m_arrivals.size() < mostArrivals)
+        m_arrivals.push_back(now);
 }
 
 std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> wait,
@@ -35,7 +54,8 @@ std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> 
     return StreamMeasure{.lateness = (m_lateness.lateness() + wait).count(),
                          .suspectedLateness = (m_lateness.suspectedLateness() + wait).count(),
                          .picturesPerSecond = m_lastSecond.pictures,
-                         .bitsPerSecond = m_lastSecond.bytes * bitsPerByte};
+                         .bitsPerSecond = m_lastSecond.bytes * bitsPerByte,
+                         .arrivals = std::exchange(m_arrivals, {})};
 }
 
 } // namespace lumvik

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace lumvik {
 
@@ -43,6 +44,7 @@ class StreamMeter {
     Rates m_lastSecond;
     TimePoint m_countedSince;
     std::optional<TimePoint> m_measuredAt;
+    std::vector<TimePoint> m_arrivals; // since the last measurement
 };
 
 } // namespace lumvik

@@ -40,9 +40,12 @@ class MainMenuTest : public testing::Test {
     bool staysOnTop = false;
     bool keepsScreenOn = true;
     bool notifiesOfLoss = false;
+    bool showsDetails = false;
     MainMenu menu{{.showCameraSettings = note(u"settings"_s),
                    .checkForUpdates = note(u"updates"_s),
                    .terminate = note(u"quit"_s),
+                   .showsDetails = setting(showsDetails),
+                   .copyDiagnosis = note(u"diagnosis"_s),
                    .staysOnTop = setting(staysOnTop),
                    .keepsScreenOn = setting(keepsScreenOn),
                    .notifiesOfLoss = setting(notifiesOfLoss),
@@ -64,8 +67,9 @@ TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
     EXPECT_EQ(titles(*menus.at(0)),
               (QStringList{u"Camera Addresses\u2026"_s, u"---"_s, u"Check for Updates\u2026"_s,
                            u"---"_s, u"Quit Lumvik"_s}));
-    EXPECT_EQ(titles(*menus.at(1)), (QStringList{u"Stay on Top"_s, u"Keep Screen On"_s,
-                                                 u"Notify When the Picture Is Lost"_s}));
+    EXPECT_EQ(titles(*menus.at(1)),
+              (QStringList{u"Stream Details"_s, u"Copy Diagnosis"_s, u"---"_s, u"Stay on Top"_s,
+                           u"Keep Screen On"_s, u"Notify When the Picture Is Lost"_s}));
     EXPECT_EQ(titles(*menus.at(2)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
     EXPECT_EQ(titles(*menus.at(3)),
               (QStringList{u"Lumvik Help"_s, u"Quick Help in Lumvik"_s, u"---"_s,
@@ -77,9 +81,9 @@ TEST_F(MainMenuTest, RunsTheActionOfEachItem) {
         for (QAction *item : each->actions())
             item->trigger();
     }
-    EXPECT_EQ(ran,
-              (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"close"_s, u"full screen"_s,
-                           u"help"_s, u"quick help"_s, u"feedback"_s, u"about"_s}));
+    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"diagnosis"_s, u"close"_s,
+                                u"full screen"_s, u"help"_s, u"quick help"_s, u"feedback"_s,
+                                u"about"_s}));
 }
 
 TEST_F(MainMenuTest, RunsActionsByTheirKeys) {
@@ -92,6 +96,14 @@ TEST_F(MainMenuTest, RunsActionsByTheirKeys) {
     EXPECT_TRUE(press(menu, Qt::Key_F1, Qt::NoModifier));
     EXPECT_EQ(ran, (QStringList{u"settings"_s, u"quit"_s, u"close"_s, u"full screen"_s,
                                 u"full screen"_s, u"help"_s, u"help"_s}));
+}
+
+TEST_F(MainMenuTest, KeysOfTheViewActOnlyInTheViewer) {
+    const QKeyEvent key(QEvent::KeyPress, Qt::Key_I, Qt::ControlModifier);
+    EXPECT_FALSE(menu.performKeyEquivalent(key, MainMenu::Scope::programMenus));
+    EXPECT_FALSE(showsDetails);
+    EXPECT_TRUE(menu.performKeyEquivalent(key));
+    EXPECT_TRUE(showsDetails);
 }
 
 TEST_F(MainMenuTest, IgnoresOtherKeys) {
@@ -165,7 +177,7 @@ TEST_F(ControllersMenuTest, HandlesKeysThatTheWindowIgnores) {
 
 TEST_F(ControllersMenuTest, StaysOnTopLikeThePin) {
     launch(threeCameras());
-    QAction *item = menus().at(1)->actions().first();
+    QAction *item = menus().at(1)->actions().at(3);
     ASSERT_EQ(item->text(), u"Stay on Top"_s);
     item->trigger();
     EXPECT_TRUE(stayOnTopButton()->isOn());

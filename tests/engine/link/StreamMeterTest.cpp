@@ -86,5 +86,23 @@ TEST(StreamMeter, ReportsOfTheTrackAreUsed) {
     }
 }
 
+TEST(StreamMeter, ReportsWhenPicturesHaveArrived) {
+    StreamMeter meter;
+    EngineData middle = packet(0, 0, 100);
+    EngineData last = middle;
+    last.bytes[5] = '\xe0'; // with the marker
+    meter.take(middle, start);
+    meter.take(last, start + 3ms);
+    EngineData other = packet(2, 0, 100);
+    other.bytes[5] = '\xe0';
+    meter.take(other, start + 4ms);
+    const auto measure = meter.measure(0s, start + 10ms);
+    ASSERT_TRUE(measure);
+    EXPECT_EQ(measure->arrivals, std::vector<StreamMeter::TimePoint>{start + 3ms});
+    const auto next = meter.measure(0s, start + 300ms);
+    ASSERT_TRUE(next);
+    EXPECT_TRUE(next->arrivals.empty()) << "each arrival is reported once";
+}
+
 } // namespace
 } // namespace lumvik::test
