@@ -59,17 +59,20 @@ build_programs() {
     programs=$1/bin
 }
 
-# start_camera ID NAME OPTIONS...: starts a test camera. `address ID` prints its address.
+# start_camera ID NAME OPTIONS...: starts a test camera. `address ID` prints its address, and `tell ID COMMAND` gives
+# it a command.
 start_camera() {
-    local log="$folder/$1.log" name=$2
+    local log="$folder/$1.log" commands="$folder/$1.commands" name=$2
     shift 2
+    mkfifo "$commands"
     QT_QPA_PLATFORM=offscreen "$programs/lumvik-test-camera" --port 0 --name "$name" "$@" \
-        >"$log" 2>&1 </dev/null &
+        >"$log" 2>&1 <>"$commands" &
     started+=($!)
     wait_for 20 "the camera \"$name\"" grep -qs '^ready ' "$log"
     say "The camera \"$name\" serves $(address_of "$log")"
 }
 address_of() { sed -n 's/^ready //p' "$1"; }
+tell() { echo "${*:2}" >"$folder/$1.commands"; }
 address() { address_of "$folder/$1.log"; }
 
 # Gives the viewer separate folders, so that the user's files are not touched.
