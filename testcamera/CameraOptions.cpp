@@ -21,6 +21,7 @@ void declareOptions(QCommandLineParser &parser) {
     option("fps", "Frames a second (25).", "N");
     option("gop", "Frames from one key frame to the next (25).", "N");
     option("codec", "h264 or h265 (h264).", "C");
+    option("transport", "Transports that are accepted: any, tcp or udp (any).", "T");
     option("user", "User name that clients must give.", "U");
     option("password", "Password that clients must give.", "P");
     option("lock-after", "Refuse all logins after N wrong passwords in a row.", "N");
@@ -67,6 +68,19 @@ tl::expected<void, QString> readTexts(const QCommandLineParser &parser, CameraOp
             QStringLiteral("--path must begin with a slash, not \"%1\"").arg(options.path));
     if (options.user.isEmpty() != options.password.isEmpty())
         return tl::unexpected(QStringLiteral("--user and --password go together"));
+    return {};
+}
+
+tl::expected<void, QString> readTransport(const QCommandLineParser &parser,
+                                          CameraOptions &options) {
+    const QString transport = parser.value(QStringLiteral("transport"));
+    if (transport == QLatin1String("tcp"))
+        options.transport = StreamTransport::Tcp;
+    else if (transport == QLatin1String("udp"))
+        options.transport = StreamTransport::Udp;
+    else if (!transport.isEmpty() && transport != QLatin1String("any"))
+        return tl::unexpected(
+            QStringLiteral("--transport must be any, tcp or udp, not \"%1\"").arg(transport));
     return {};
 }
 
@@ -121,6 +135,8 @@ Result parseOptions(const QStringList &arguments) {
     CameraOptions options;
     if (const auto texts = readTexts(parser, options); !texts)
         return tl::unexpected(texts.error());
+    if (const auto transport = readTransport(parser, options); !transport)
+        return tl::unexpected(transport.error());
     if (const auto numbers = readNumbers(parser, options); !numbers)
         return tl::unexpected(numbers.error());
     if (parser.isSet(QStringLiteral("size"))) {

@@ -11,6 +11,9 @@
 
 namespace lumvik::test {
 
+/// Which transports the camera accepts in SETUP. The camera refuses all others with status 461.
+enum class StreamTransport { Any, Tcp, Udp };
+
 /// The options of the test camera's command line.
 struct CameraOptions {
     QString address = QStringLiteral("127.0.0.1");
@@ -23,6 +26,7 @@ struct CameraOptions {
     /// Frames from one key frame to the next.
     int keyFrameInterval = 25;
     VideoCodec codec = VideoCodec::H264;
+    StreamTransport transport = StreamTransport::Any;
     /// Empty when no password is required.
     QString user;
     QString password;

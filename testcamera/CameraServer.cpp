@@ -45,6 +45,18 @@ bool hasEncoder(VideoCodec codec) {
     return found != nullptr;
 }
 
+GstRTSPLowerTrans protocolsOf(StreamTransport transport) {
+    switch (transport) {
+    case StreamTransport::Tcp:
+        return GST_RTSP_LOWER_TRANS_TCP;
+    case StreamTransport::Udp:
+        return GST_RTSP_LOWER_TRANS_UDP;
+    case StreamTransport::Any:
+        break;
+    }
+    return static_cast<GstRTSPLowerTrans>(GST_RTSP_LOWER_TRANS_TCP | GST_RTSP_LOWER_TRANS_UDP);
+}
+
 } // namespace
 
 tl::expected<std::unique_ptr<CameraServer>, QString>
@@ -117,6 +129,7 @@ QString CameraServer::url() const {
 
 void CameraServer::mountStream() {
     useCodec(m_codec);
+    gst_rtsp_media_factory_set_protocols(m_factory.get(), protocolsOf(m_options.transport));
     gst_rtsp_media_factory_set_shared(m_factory.get(), FALSE);
     gst_rtsp_media_factory_set_latency(m_factory.get(), 0);
     g_signal_connect(m_factory.get(), "media-configure",

@@ -77,6 +77,7 @@ void AppDelegate::configurePlayer(mpv_handle *handle) {
     // Results are ignored deliberately: a libmpv without one of the options can still play.
     for (const PlayerSetting &option : playerOptions)
         mpv_set_option_string(handle, option.name, option.value);
+    engineUsesUdp = false;
 }
 
 bool AppDelegate::initializePlayer(mpv_handle *handle) {
@@ -183,7 +184,11 @@ void AppDelegate::loadCamera(int index) {
     if (!endpoint)
         return refuseCameraAddress(index);
     decodingSupervisor.prepareLoad(mpv, camera.url);
-    std::unique_ptr<CameraLink> link = openCameraLink(*endpoint);
+    ++cameraLinkGeneration;
+    const bool usesUdp = streamTransports.beginLoad(camera.url) == StreamTransports::Transport::udp;
+    if (std::exchange(engineUsesUdp, usesUdp) != usesUdp)
+        mpv_set_property_string(mpv, "rtsp-transport", usesUdp ? "udp" : "tcp");
+    std::unique_ptr<CameraLink> link = usesUdp ? nullptr : openCameraLink(*endpoint);
     if (link)
         loginSupervisor.loginHasBegun(cameraLinkGeneration, camera.url);
     else
@@ -221,9 +226,8 @@ void AppDelegate::refuseCameraAddress(int index) {
 std::unique_ptr<CameraLink> AppDelegate::openCameraLink(const CameraEndpoint &endpoint) {
     if (!environment.openCameraLink)
         return nullptr;
-    const std::int64_t generation = ++cameraLinkGeneration;
     return environment.openCameraLink(
-        endpoint, [self = QPointer(this), generation,
+        endpoint, [self = QPointer(this), generation = cameraLinkGeneration,
                    &mainQueue = environment.mainQueue](const LinkFact &fact) {
             logLinkFact(fact);
             mainQueue.async([self, generation, fact] {
@@ -240,6 +244,8 @@ std::unique_ptr<CameraLink> AppDelegate::openCameraLink(const CameraEndpoint &en
 void AppDelegate::handleLinkFact(const LinkFact &fact) {
     if (isClosingViewer || systemIsSleeping || mpv == nullptr)
         return;
+    if (triesUdpAfter(fact))
+        return;
     pictureSupervisor.linkHasReported(fact);
     if (fact.kind == LinkFact::Kind::Measured)
         streamDetailsController.streamWasMeasured(fact.measure);
@@ -253,6 +259,16 @@ void AppDelegate::handleLinkFact(const LinkFact &fact) {
         videoHost->expectPicture();
     else if (fact.kind == LinkFact::Kind::PicturesOmitted)
         decodingSupervisor.picturesWereOmitted();
+}
+
+bool AppDelegate::triesUdpAfter(const LinkFact &fact) {
+    constexpr int unsupportedTransport = 461;
+    if (fact.kind != LinkFact::Kind::Answered || fact.method != "SETUP" ||
+        fact.status != unsupportedTransport || !streamTransports.tcpWasRefused(selectedAddress()))
+        return false;
+    schedulePlaybackRecovery({.reason = QStringLiteral("camera sends over UDP only"),
+                              .urgency = RecoveryUrgency::immediate});
+    return true;
 }
 
 void AppDelegate::closeCameraLink() {

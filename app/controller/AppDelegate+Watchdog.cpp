@@ -28,6 +28,7 @@ void AppDelegate::recordRenderedFrame(std::int64_t generation) {
     lastFrameRenderedAt = now;
     pictureSupervisor.frameWasShown();
     streamDetailsController.frameWasShown();
+    streamTransports.frameWasShown(selectedAddress());
     playbackState = PlaybackSupervisorState::playing;
     if (previous != PlaybackSupervisorState::playing)
         liveSince = now;

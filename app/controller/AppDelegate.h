@@ -23,6 +23,7 @@
 #include "supervision/PlaybackSupervisorState.h"
 #include "supervision/RecoverySchedule.h"
 #include "supervision/SleepDelayHolder.h"
+#include "supervision/StreamTransports.h"
 #include "viewer/CameraPicker.h"
 #include "viewer/DraggableContentView.h"
 #include "viewer/EmptyStateLabel.h"
@@ -363,6 +364,9 @@ class AppDelegate final : public QObject {
     /// Returns null if the engine must connect to the camera itself.
     [[nodiscard]] std::unique_ptr<CameraLink> openCameraLink(const CameraEndpoint &endpoint);
     void handleLinkFact(const LinkFact &fact);
+    /// Loads the camera over UDP if the fact is that it does not send over TCP. Returns whether
+    /// that may still show a picture.
+    bool triesUdpAfter(const LinkFact &fact);
 
     // AppDelegate+CameraSettings.cpp
     /// Replaces the list in use, and starts a new selection with the camera that was shown.
@@ -451,7 +455,8 @@ class AppDelegate final : public QObject {
     std::unique_ptr<MPVObserver> mpvObserver;
     PlayerTeardown playerTeardown;
     std::unique_ptr<CameraLink> cameraLink;  // of the current load; empty without a link
-    std::int64_t cameraLinkGeneration = 0;   // counts the links, so that late facts are ignored
+    std::int64_t cameraLinkGeneration = 0;   // counts the loads, so that late facts are ignored
+    bool engineUsesUdp = false;              // the engine's setting; the link knows TCP only
     std::int64_t playerGeneration = 0;       // counts the players that were started
     std::int64_t loadedPlayerGeneration = 0; // the last player that has shown a picture
     std::int64_t playbackSelectionGeneration = 0; // counts the selections of a camera
@@ -509,6 +514,7 @@ class AppDelegate final : public QObject {
 
     LoginSupervisor loginSupervisor;
     CameraDetailsStore cameraDetails;
+    StreamTransports streamTransports;
     DecodingSupervisor decodingSupervisor; // declared after the details that it uses
     PictureSupervisor pictureSupervisor;   // declared after the window that contains its items
     DesktopSupervisor desktopSupervisor;

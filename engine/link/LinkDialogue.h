@@ -25,8 +25,9 @@ namespace lumvik {
 /// The dialogue passes on what both sides say, with these changes: the engine sees addresses of
 /// this machine instead of the camera's (AddressMap); challenges are answered here
 /// (RtspAuthentication), so that the engine knows no password; redirects are followed here, and
-/// only within the camera's host; and pictures get a delimiter (AccessUnitDelimiter). What the
-/// camera sends and the dialogue does not understand is passed on unchanged from there on.
+/// only within the camera's host; and pictures get a delimiter (AccessUnitDelimiter). Bytes from
+/// the camera that are not RTSP end the connection. Once the stream has begun, they and all that
+/// follows are passed on unchanged instead, because the engine can find the next picture.
 ///
 /// A plain state machine: bytes in, bytes and facts out. It has no clock and does no I/O.
 class LinkDialogue {

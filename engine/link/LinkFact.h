@@ -39,11 +39,11 @@ struct LinkFact {
         PictureIsInTime,  ///< The engine has caught up.
         PicturesOmitted,  ///< Old pictures were left out, because the engine was behind.
         MarkersWrong,     ///< Delimiters are not added, because markers are set within pictures.
-        NotRtsp,         ///< What the camera sends cannot be understood; it is passed on unchanged.
-        TooLarge,        ///< A message, picture or description exceeds all reasonable bounds.
-        EndedByCamera,   ///< The camera has closed the connection.
-        EndedByEngine,   ///< The engine has closed its connection.
-        IntruderRefused, ///< Another process has connected to the link's port.
+        NotRtsp,          ///< The camera sends bytes that are not RTSP.
+        TooLarge,         ///< A message, picture or description exceeds all reasonable bounds.
+        EndedByCamera,    ///< The camera has closed the connection.
+        EndedByEngine,    ///< The engine has closed its connection.
+        IntruderRefused,  ///< Another process has connected to the link's port.
     };
 
     Kind kind = Kind::Connecting;

@@ -76,6 +76,26 @@ TEST_F(PictureTest, FrozenCameraShowsAStillPicture) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
+// The link knows TCP only, so that the engine connects to this camera itself.
+TEST_F(PictureTest, CameraThatSendsOverUdpOnlyIsShown) {
+    CameraSetup setup;
+    setup.transport = QStringLiteral("udp");
+    setup.user = QStringLiteral("anna");
+    setup.password = QStringLiteral("a secret");
+    CameraProcess *camera = startListedCamera(setup);
+    ASSERT_TRUE(camera);
+    startViewerAndWaitForPicture();
+    const auto refusals = [this] {
+        return viewer->allOutput().count(QStringLiteral("SETUP with status 461"));
+    };
+    EXPECT_EQ(refusals(), 1);
+    // UDP is also used for the next load.
+    const qsizetype mark = viewer->logMark();
+    camera->command("end");
+    ASSERT_TRUE(viewer->waitForLiveVideo(mark));
+    EXPECT_EQ(refusals(), 1);
+}
+
 TEST_F(PictureTest, WindowTakesTheAspectRatioOfAFourToThreeCamera) {
     ASSERT_TRUE(startListedCamera(cameraOfSize({640, 480})));
     startViewerAndWaitForPicture();

@@ -19,6 +19,7 @@ TEST(CameraOptions, DefaultsApplyWithoutArguments) {
     EXPECT_EQ(options->framesPerSecond, 25);
     EXPECT_EQ(options->keyFrameInterval, 25);
     EXPECT_EQ(options->codec, VideoCodec::H264);
+    EXPECT_EQ(options->transport, StreamTransport::Any);
     EXPECT_FALSE(options->clockPattern);
     EXPECT_EQ(options->encodedAhead, 0);
     EXPECT_EQ(options->lockAfter, 0);
@@ -29,7 +30,8 @@ TEST(CameraOptions, DefaultsApplyWithoutArguments) {
 TEST(CameraOptions, EveryOptionIsRead) {
     const auto options = parse(QStringLiteral(
         "--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps 15 --gop 50 "
-        "--codec h265 --user anna --password secret --lock-after 5 --lock-minutes 2 "
+        "--codec h265 --transport udp --user anna --password secret "
+        "--lock-after 5 --lock-minutes 2 "
         "--refuse-first 60 --clock --encoded-ahead 5 --exit-with-stdin"));
     ASSERT_TRUE(options) << qPrintable(options.error());
     EXPECT_EQ(options->address, QStringLiteral("::1"));
@@ -40,6 +42,7 @@ TEST(CameraOptions, EveryOptionIsRead) {
     EXPECT_EQ(options->framesPerSecond, 15);
     EXPECT_EQ(options->keyFrameInterval, 50);
     EXPECT_EQ(options->codec, VideoCodec::H265);
+    EXPECT_EQ(options->transport, StreamTransport::Udp);
     EXPECT_EQ(options->user, QStringLiteral("anna"));
     EXPECT_EQ(options->password, QStringLiteral("secret"));
     EXPECT_EQ(options->lockAfter, 5);
@@ -59,6 +62,7 @@ TEST(CameraOptions, InvalidOptionsAreRefused) {
                              "--size 641x360",
                              "--size 32x32",
                              "--codec vp8",
+                             "--transport multicast",
                              "--path front",
                              "--user anna",
                              "--password x",

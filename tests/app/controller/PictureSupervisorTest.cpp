@@ -114,7 +114,6 @@ TEST_F(PictureSupervisorTest, EachFactHasItsCause) {
           Case{{.kind = Kind::NotRtsp}, u"What answers at camera.example:554 is no RTSP camera."_s},
           Case{{.kind = Kind::RedirectRefused}, u"The camera answers with an error (302)."_s},
           Case{status("DESCRIBE", 404), u"The camera has no stream at this path."_s},
-          Case{status("SETUP", 461), u"The camera does not send over TCP."_s},
           Case{status("PLAY", 453), u"The camera serves as many viewers as it can."_s},
           Case{status("DESCRIBE", 500), u"The camera answers with an error (500)."_s},
           Case{unconnected(ConnectionFailure::refused),
@@ -130,6 +129,19 @@ TEST_F(PictureSupervisorTest, EachFactHasItsCause) {
         EXPECT_EQ(cause(), each.cause);
         EXPECT_EQ(message().value(2), u"Trying now"_s);
     }
+}
+
+TEST_F(PictureSupervisorTest, RefusalOfTcpIsTheCauseOnceUdpHasFailed) {
+    const LinkFact refusal{.kind = Kind::Answered, .method = "SETUP", .status = 461};
+    launchAndPlay(threeCameras());
+    report(refusal);
+    EXPECT_EQ(message(), QStringList());
+    queue.advance(2);
+    ASSERT_EQ(cameraLinks.events.back(), "destroy 1") << "UDP is not tried";
+    delegate->loadCamera(0); // as no picture has come
+    ASSERT_EQ(cameraLinks.events.back(), "open 2 rtsp://camera.example/front");
+    report(refusal);
+    EXPECT_EQ(cause(), u"The camera does not send over TCP."_s);
 }
 
 TEST_F(PictureSupervisorTest, RefusedKeepAliveIsNoCause) {

@@ -54,7 +54,9 @@ QStringList CameraProcess::arguments() const {
         QStringLiteral("--gop"),
         QString::number(m_setup.keyFrameInterval),
         QStringLiteral("--codec"),
-        m_setup.codec};
+        m_setup.codec,
+        QStringLiteral("--transport"),
+        m_setup.transport};
     if (!m_setup.user.isEmpty()) {
         arguments << QStringLiteral("--user") << m_setup.user << QStringLiteral("--password")
                   << m_setup.password;

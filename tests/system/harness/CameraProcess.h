@@ -29,6 +29,8 @@ struct CameraSetup {
     QStringList launcher;
     /// "h264" or "h265".
     QString codec = QStringLiteral("h264");
+    /// The transports that the camera accepts: "any", "tcp" or "udp".
+    QString transport = QStringLiteral("any");
     /// The port at which the camera serves. 0 selects any free port. A fixed port lets a camera
     /// take the place of an earlier camera.
     int port = 0;
