@@ -63,6 +63,17 @@ std::optional<InterleavedChannels> interleavedChannels(const QByteArray &transpo
     return std::nullopt;
 }
 
+/// Returns the value of a header "Transport" without the hosts at both ends (RFC 2326, 12.39),
+/// which mean nothing over TCP.
+QByteArray withoutHosts(const QByteArray &transport) {
+    QByteArrayList parameters = transport.split(';');
+    parameters.removeIf([](const QByteArray &each) {
+        const QByteArray parameter = each.trimmed().toLower();
+        return parameter.startsWith("source=") || parameter.startsWith("destination=");
+    });
+    return parameters.join(';');
+}
+
 bool isRedirect(int status) {
     return status >= 300 && status <= 399;
 }
@@ -109,8 +120,9 @@ LinkDialogue::Output LinkDialogue::takeFromCamera(QByteArrayView bytes) {
     return output;
 }
 
-LinkDialogue::Output LinkDialogue::cameraReconnected() {
+LinkDialogue::Output LinkDialogue::cameraConnected(const QHostAddress &address) {
     Output output;
+    m_cameraAddress = address;
     if (m_redirectedRequest)
         send(*std::exchange(m_redirectedRequest, std::nullopt), output);
     return output;
@@ -247,14 +259,19 @@ bool LinkDialogue::answersChallenge(const Request &request, const RtspMessage &r
     return request.attempts == 1 && m_authentication->nonce() != request.nonce;
 }
 
+/// Whether `host` is the camera, by its name in the camera list or by its numerical address.
+bool LinkDialogue::isCamera(const QString &host) const {
+    return host.compare(m_endpoint.host, Qt::CaseInsensitive) == 0 ||
+           (!m_cameraAddress.isNull() && QHostAddress(host) == m_cameraAddress);
+}
+
 /// Prepares a connection to the address that `response` names. Returns false if this address is not
 /// to be followed.
 bool LinkDialogue::followsRedirect(const Request &request, const RtspMessage &response,
                                    Output &output) {
     const auto target = cameraEndpoint(QString::fromUtf8(response.value("Location")));
     const bool isBeforeSession = m_session.isEmpty();
-    if (!target || !isBeforeSession || m_redirects >= mostRedirects ||
-        target->host.compare(m_endpoint.host, Qt::CaseInsensitive) != 0)
+    if (!target || !isBeforeSession || m_redirects >= mostRedirects || !isCamera(target->host))
         return false;
     ++m_redirects;
     m_endpoint.port = target->port;
@@ -304,6 +321,8 @@ void LinkDialogue::translateHeaders(RtspMessage &response) {
         if (response.has(name))
             response.set(name, m_addresses.toEngine(response.value(name)));
     }
+    if (response.has("Transport"))
+        response.set("Transport", withoutHosts(response.value("Transport")));
     if (!response.has("RTP-Info"))
         return;
     QByteArrayList tracks = response.value("RTP-Info").split(',');
@@ -331,7 +350,7 @@ bool LinkDialogue::takeDescription(RtspMessage &response, Output &output) {
     });
     output.facts.push_back({hasVideo ? Kind::Described : Kind::DescribedNoVideo});
     if (!response.body.isEmpty())
-        response.setBody(withTranslatedControls(response.body, [this](const QByteArray &address) {
+        response.setBody(withoutCameraAddresses(response.body, [this](const QByteArray &address) {
             return m_addresses.toEngine(address);
         }));
     return true;

@@ -11,6 +11,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QHostAddress>
 
 #include <cstdint>
 #include <deque>
@@ -42,7 +43,7 @@ class LinkDialogue {
         std::vector<EngineData> toEngine = {};
         std::vector<LinkFact> facts = {};
         /// Set when the connection to the camera is to be replaced by a new one to this port.
-        /// `cameraReconnected` must then be called.
+        /// `cameraConnected` must then be called again.
         std::optional<std::uint16_t> reconnectToPort = std::nullopt;
         /// Whether both connections are to be closed, because the camera's data must not be passed
         /// on.
@@ -61,8 +62,9 @@ class LinkDialogue {
 
     [[nodiscard]] Output takeFromEngine(QByteArrayView bytes);
     [[nodiscard]] Output takeFromCamera(QByteArrayView bytes);
-    /// Repeats the request that was redirected.
-    [[nodiscard]] Output cameraReconnected();
+    /// The link is connected to the camera at this numerical address. Repeats the request that was
+    /// redirected, if any.
+    [[nodiscard]] Output cameraConnected(const QHostAddress &address);
 
     /// Returns the request that ends the session, or nothing if there is no session or if the
     /// engine has ended it.
@@ -87,6 +89,7 @@ class LinkDialogue {
     void takeResponse(RtspMessage &&response, Output &output);
     [[nodiscard]] std::optional<Request> takeRequestFor(const RtspMessage &response);
     [[nodiscard]] bool answersChallenge(const Request &request, const RtspMessage &response);
+    [[nodiscard]] bool isCamera(const QString &host) const;
     [[nodiscard]] bool followsRedirect(const Request &request, const RtspMessage &response,
                                        Output &output);
     void passResponse(const Request &request, RtspMessage &response, Output &output);
@@ -113,6 +116,7 @@ class LinkDialogue {
     };
 
     CameraEndpoint m_endpoint;
+    QHostAddress m_cameraAddress; ///< Null until the camera is connected.
     AddressMap m_addresses;
     std::optional<RtspAuthentication> m_authentication;
     QByteArray m_realmBeforeRedirect; ///< The only realm that gets credentials after a redirect.

@@ -20,16 +20,19 @@ bool canBeginMessage(char byte) {
     return byte >= 'A' && byte <= 'Z';
 }
 
+/// No method has this many letters.
+constexpr qsizetype longestMethod = 40;
+
 /// Whether `line`, complete or not, can be the start line of a message.
 bool canBeStartLine(QByteArrayView line) {
-    const qsizetype length = std::min(line.size(), qsizetype(40));
+    const qsizetype length = std::min(line.size(), longestMethod);
     for (qsizetype i = 0; i < length; ++i) {
         if (line[i] == ' ' || line[i] == '/')
             return i > 0;
         if (!canBeginMessage(line[i]) && line[i] != '_')
             return false;
     }
-    return length < 40; // no method has forty letters
+    return length < longestMethod;
 }
 
 /// Whether `line` is a complete start line.
@@ -103,6 +106,10 @@ std::optional<RtspParser::Item> RtspParser::takePacket() {
 
 std::optional<RtspParser::Item> RtspParser::takeMessage() {
     const QByteArrayView bytes = pending();
+    // A message that arrives byte by byte is not parsed again for each byte.
+    if (bytes.size() < m_messageSize ||
+        (m_lineSearchedTo > 0 && bytes.size() <= longestHeader && !endsLine(bytes)))
+        return std::nullopt;
     RtspMessage message;
     qsizetype lineBegin = 0;
     bool isComplete = false;
@@ -116,8 +123,11 @@ std::optional<RtspParser::Item> RtspParser::takeMessage() {
             fail();
             return std::nullopt;
         }
-        if (lineEnd < 0)
+        if (lineEnd < 0) {
+            const bool isStartLineChecked = lineBegin > 0 || line.size() >= longestMethod;
+            m_lineSearchedTo = isStartLineChecked ? bytes.size() : 0;
             return std::nullopt;
+        }
         const QByteArray text = trimmed(line);
         if (lineBegin == 0) {
             if (!isStartLine(line))
@@ -139,11 +149,20 @@ std::optional<RtspParser::Item> RtspParser::takeMessage() {
         fail();
         return std::nullopt;
     }
-    if (bytes.size() < lineBegin + length)
+    if (bytes.size() < lineBegin + length) {
+        m_messageSize = lineBegin + length;
         return std::nullopt;
+    }
     message.body = bytes.sliced(lineBegin, length).toByteArray();
     consume(lineBegin + length);
     return message;
+}
+
+/// Whether `bytes`, all pending ones, contain a line end that has not been found before.
+bool RtspParser::endsLine(QByteArrayView bytes) {
+    const bool found = bytes.indexOf('\n', m_lineSearchedTo) >= 0;
+    m_lineSearchedTo = found ? 0 : bytes.size();
+    return found;
 }
 
 std::optional<RtspParser::Item> RtspParser::takeUnknown() {
@@ -161,6 +180,8 @@ QByteArrayView RtspParser::pending() const {
 
 void RtspParser::consume(qsizetype count) {
     m_begin += count;
+    m_messageSize = 0;
+    m_lineSearchedTo = 0;
     if (m_begin == m_buffer.size())
         m_buffer.clear();
     else if (m_begin >= compactionThreshold)

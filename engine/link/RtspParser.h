@@ -55,11 +55,15 @@ class RtspParser {
     [[nodiscard]] std::optional<Item> takeMessage();
     [[nodiscard]] std::optional<Item> takeUnknown();
     [[nodiscard]] QByteArrayView pending() const;
+    [[nodiscard]] bool endsLine(QByteArrayView bytes);
     void consume(qsizetype count);
     void fail();
 
     QByteArray m_buffer;
     qsizetype m_begin = 0; ///< Where the bytes begin that have not been returned.
+    // What is known of an incomplete message, in bytes from its beginning; 0 if nothing is known.
+    qsizetype m_messageSize = 0;    ///< The size of the whole message.
+    qsizetype m_lineSearchedTo = 0; ///< There is no line end from the last complete line to here.
     bool m_failed = false;
     bool m_isLost = false;
 };

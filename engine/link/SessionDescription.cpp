@@ -2,6 +2,9 @@
 
 #include <QByteArrayList>
 
+#include <algorithm>
+#include <array>
+
 namespace lumvik {
 
 namespace {
@@ -46,6 +49,14 @@ bool hasDecodingOrder(const QByteArray &parameters) {
            formatParameter(parameters, "sprop-depack-buf-nalus") > 0;
 }
 
+/// Whether `line` is the information, address, mail address or telephone number of the sender, or
+/// the host from which it sends (RFC 4566, 5.4 to 5.6, and RFC 4570).
+bool namesSender(const QByteArray &line) {
+    constexpr std::array<const char *, 5> beginnings{"i=", "u=", "e=", "p=", "a=source-filter:"};
+    return std::any_of(beginnings.begin(), beginnings.end(),
+                       [&line](const char *beginning) { return line.startsWith(beginning); });
+}
+
 void readMediaLine(const QByteArray &line, MediaDescription &medium) {
     if (line.startsWith(controlPrefix)) {
         medium.control = line.sliced(controlPrefixSize).trimmed();
@@ -83,14 +94,20 @@ std::optional<SessionDescription> parseSessionDescription(QByteArrayView text) {
     return description;
 }
 
-QByteArray withTranslatedControls(const QByteArray &text,
+QByteArray withoutCameraAddresses(const QByteArray &text,
                                   const std::function<QByteArray(const QByteArray &)> &translate) {
-    QByteArrayList lines = text.split('\n');
-    for (QByteArray &line : lines) {
-        if (!line.startsWith(controlPrefix))
-            continue;
+    QByteArrayList lines;
+    for (QByteArray &line : text.split('\n')) {
         const QByteArray ending = line.endsWith('\r') ? QByteArray("\r") : QByteArray();
-        line = controlPrefix + translate(line.sliced(controlPrefixSize).trimmed()) + ending;
+        if (line.startsWith(controlPrefix))
+            line = controlPrefix + translate(line.sliced(controlPrefixSize).trimmed()) + ending;
+        else if (line.startsWith("o="))
+            line = "o=- 0 0 IN IP4 127.0.0.1" + ending;
+        else if (line.startsWith("c="))
+            line = "c=IN IP4 127.0.0.1" + ending;
+        else if (namesSender(line))
+            continue;
+        lines.append(line);
     }
     return lines.join('\n');
 }

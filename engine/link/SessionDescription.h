@@ -39,10 +39,11 @@ inline constexpr std::size_t mostMedia = 32;
 /// no camera has, so that the engine must not see it either. Everything unknown is ignored.
 [[nodiscard]] std::optional<SessionDescription> parseSessionDescription(QByteArrayView text);
 
-/// Returns `text` with the address of each "a=control" line replaced by what `translate` returns
-/// for it. All other bytes are unchanged.
+/// Returns `text` as the engine may see it: the address of each "a=control" line is replaced by
+/// what `translate` returns for it, and the hosts of the other lines by 127.0.0.1. Lines that tell
+/// people about the sender are left out.
 [[nodiscard]] QByteArray
-withTranslatedControls(const QByteArray &text,
+withoutCameraAddresses(const QByteArray &text,
                        const std::function<QByteArray(const QByteArray &)> &translate);
 
 } // namespace lumvik

@@ -220,7 +220,7 @@ void TcpCameraLink::Session::takeCameraSocket() {
     QObject::connect(camera, &QTcpSocket::readyRead, camera, [this] { readFromCamera(); });
     QObject::connect(camera, &QTcpSocket::bytesWritten, camera, [this] { readFromEngine(); });
     QObject::connect(camera, &QTcpSocket::disconnected, camera, [this] { cameraHasEnded(); });
-    perform(m_dialogue.cameraReconnected());
+    perform(m_dialogue.cameraConnected(camera->peerAddress()));
     if (m_camera) {
         m_camera->write(std::exchange(m_earlyForCamera, {}));
         m_camera->flush();

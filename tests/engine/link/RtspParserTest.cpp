@@ -60,6 +60,18 @@ TEST(RtspParserTest, MessagesAndPacketsAreSeparatedAtEverySplit) {
     }
 }
 
+// Takes minutes if all that has been received is parsed again for each byte.
+TEST(RtspParserTest, LongestMessageCanArriveByteByByte) {
+    const QByteArray body(RtspParser::longestBody, 'x');
+    QByteArray bytes = "RTSP/1.0 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) +
+                       "\r\n" + QByteArray("A: b\r\n").repeated(RtspParser::mostHeaderLines - 2);
+    bytes += "Long: " + QByteArray(RtspParser::longestHeader - bytes.size() - 10, 'y');
+    const Items items = itemsIn(bytes + "\r\n\r\n" + body + plainPacket, 1);
+    ASSERT_EQ(items.size(), 2U);
+    EXPECT_EQ(std::get<RtspMessage>(items[0]).body.size(), body.size());
+    EXPECT_TRUE(std::holds_alternative<InterleavedPacket>(items[1]));
+}
+
 TEST(RtspParserTest, EncodedItemsEqualTheReceivedBytes) {
     EXPECT_EQ(std::get<RtspMessage>(itemsIn(plainResponse).at(0)).encoded(), plainResponse);
     EXPECT_EQ(std::get<InterleavedPacket>(itemsIn(plainPacket).at(0)).encoded(), plainPacket);

@@ -49,11 +49,14 @@ TEST(SessionDescriptionTest, TooManyMediaAreRefused) {
     EXPECT_FALSE(parseSessionDescription(QByteArray("m=video 0 RTP/AVP 96\r\n").repeated(33)));
 }
 
-TEST(SessionDescriptionTest, OnlyControlLinesAreTranslated) {
-    const QByteArray text =
-        "v=0\r\na=control:one\r\nm=video 0\na=control:two\na=tool:control:three";
+TEST(SessionDescriptionTest, EngineSeesNoAddressOfTheCamera) {
+    const QByteArray text = "v=0\r\no=anna 5 6 IN IP4 10.0.0.7\r\ns=Front\r\ni=at 10.0.0.7\r\n"
+                            "u=http://10.0.0.7/\r\ne=anna@10.0.0.7\r\np=+4412345\r\n"
+                            "c=IN IP6 ff15::101\na=control:one\r\nm=video 0\n"
+                            "a=source-filter: incl IN IP4 * 10.0.0.7\r\na=control:two\n"
+                            "a=tool:control:three";
     const QByteArray translated =
-        withTranslatedControls(text, [](const QByteArray &address) { return '<' + address + '>'; });
-    EXPECT_EQ(translated,
-              "v=0\r\na=control:<one>\r\nm=video 0\na=control:<two>\na=tool:control:three");
+        withoutCameraAddresses(text, [](const QByteArray &address) { return '<' + address + '>'; });
+    EXPECT_EQ(translated, "v=0\r\no=- 0 0 IN IP4 127.0.0.1\r\ns=Front\r\nc=IN IP4 127.0.0.1\n"
+                          "a=control:<one>\r\nm=video 0\na=control:<two>\na=tool:control:three");
 }
