@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QStringList>
 
+#include <cmath>
+
 namespace lumvik::test {
 
 namespace {
@@ -42,6 +44,20 @@ Result parseWithArgument(const QString &word, const QString &argument) {
         if (isNumber && bytes >= 0)
             return Throttle{bytes};
         return tl::unexpected(QStringLiteral("throttle takes a number of bytes a second"));
+    }
+    if (word == QLatin1String("fps")) {
+        bool isNumber = false;
+        const double rate = argument.toDouble(&isNumber);
+        if (isNumber && rate >= 0.1 && rate <= 120)
+            return ChangeRate{rate};
+        return tl::unexpected(QStringLiteral("fps takes a number from 0.1 to 120"));
+    }
+    if (word == QLatin1String("clock-jump")) {
+        bool isNumber = false;
+        const double seconds = argument.toDouble(&isNumber);
+        if (isNumber && std::abs(seconds) <= 86400)
+            return JumpClock{seconds};
+        return tl::unexpected(QStringLiteral("clock-jump takes seconds, one day at most"));
     }
     if (word == QLatin1String("rotate")) {
         for (const int degrees : {0, 90, 180, 270}) {

@@ -56,6 +56,14 @@ struct UseCodec {
 struct Throttle {
     int bytesPerSecond = 0;
 };
+/// From now on, there are so many pictures a second.
+struct ChangeRate {
+    double picturesPerSecond = 0;
+};
+/// The time stamps of all streams jump by this much, like those of a camera whose clock was set.
+struct JumpClock {
+    double seconds = 0;
+};
 /// Asks how many connections there are.
 struct Clients {};
 /// Asks for the number of playing connections, the highest number of connections that have played
@@ -72,8 +80,9 @@ using AnyCameraCommand =
                  CameraCommand::Drop, CameraCommand::Refuse, CameraCommand::Accept,
                  CameraCommand::Silent, CameraCommand::Speak, CameraCommand::HangUp,
                  CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
-                 CameraCommand::UseCodec, CameraCommand::Throttle, CameraCommand::Clients,
-                 CameraCommand::Streams, CameraCommand::Refusals, CameraCommand::Quit>;
+                 CameraCommand::UseCodec, CameraCommand::Throttle, CameraCommand::ChangeRate,
+                 CameraCommand::JumpClock, CameraCommand::Clients, CameraCommand::Streams,
+                 CameraCommand::Refusals, CameraCommand::Quit>;
 
 /// Parses one line. The error describes what is wrong with the line.
 [[nodiscard]] tl::expected<AnyCameraCommand, QString> parseCommand(const QString &line);

@@ -97,6 +97,7 @@ CameraFeed::CameraFeed(const CameraOptions &options, std::optional<EncodedLoop> 
     , m_keyFrameInterval(options.keyFrameInterval)
     , m_loop(std::move(loop))
     , m_wantedSize(options.size)
+    , m_rate(options.framesPerSecond)
     , m_painter([this] { m_loop ? repeatLoop() : run(); }) {}
 
 CameraFeed::~CameraFeed() {
@@ -189,6 +190,15 @@ void CameraFeed::resize(QSize size) {
     }
 }
 
+void CameraFeed::changeRate(double picturesPerSecond) {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_rate = picturesPerSecond;
+        m_rateChanged = true;
+    }
+    m_wake.notify_all();
+}
+
 void CameraFeed::rotate(int degrees) {
     const std::lock_guard lock(m_mutex);
     m_rotation = degrees;
@@ -219,17 +229,26 @@ void CameraFeed::sendParameterSets(Outlet &outlet) {
 }
 
 void CameraFeed::run() {
-    const Clock::time_point begin = Clock::now();
-    const nanoseconds second = std::chrono::seconds(1);
+    using Seconds = std::chrono::duration<double>;
+    Clock::time_point begin = Clock::now();
     std::int64_t tick = 0;
     std::unique_lock lock(m_mutex);
     while (!m_stop) {
+        if (std::exchange(m_rateChanged, false)) {
+            begin = Clock::now();
+            tick = 0;
+        }
         // Ticks are multiples of the exact period, so late wake-ups and rounding errors do not
         // accumulate.
-        const Clock::time_point next = begin + tick * second / m_framesPerSecond;
-        m_wake.wait_until(lock, next, [this] { return m_stop || m_parametersWanted; });
+        const Seconds period(1 / m_rate);
+        const Clock::time_point next =
+            begin + std::chrono::duration_cast<nanoseconds>(static_cast<double>(tick) * period);
+        m_wake.wait_until(lock, next,
+                          [this] { return m_stop || m_parametersWanted || m_rateChanged; });
         if (m_stop)
             break;
+        if (m_rateChanged)
+            continue;
         const bool isTick = Clock::now() >= next;
         const Work work = takeWork(isTick ? Occasion::Tick : Occasion::Description);
         lock.unlock();
@@ -238,7 +257,7 @@ void CameraFeed::run() {
         // Ticks missed while the machine was suspended or busy are skipped instead of being made up
         // in a burst.
         if (isTick)
-            tick = std::max(tick + 1, (Clock::now() - begin) * m_framesPerSecond / second);
+            tick = std::max(tick + 1, static_cast<std::int64_t>((Clock::now() - begin) / period));
     }
     lock.unlock();
     m_encoders = {};

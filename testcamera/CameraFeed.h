@@ -56,6 +56,8 @@ class CameraFeed {
     /// Ends every existing stream.
     void end();
     void resize(QSize size);
+    /// From now on, there are so many pictures a second.
+    void changeRate(double picturesPerSecond);
     /// Asks players to turn the picture clockwise by 0, 90, 180 or 270 degrees.
     void rotate(int degrees);
 
@@ -89,7 +91,7 @@ class CameraFeed {
 
     const QString m_name;
     const Picture::Bottom m_bottom;
-    const int m_framesPerSecond;
+    const int m_framesPerSecond; // at the start, and for the encoders
     const int m_keyFrameInterval;
     const std::optional<EncodedLoop> m_loop;
 
@@ -101,8 +103,10 @@ class CameraFeed {
     QSize m_wantedSize;
     int m_rotation = 0;
     bool m_sendsOrientation = false;
+    double m_rate = 0; // in pictures a second
     bool m_isFrozen = false;
     bool m_parametersWanted = false;
+    bool m_rateChanged = false;
     bool m_stop = false;
     /// Counts the size changes, so that a picture encoded in a previous size can be recognised.
     std::uint64_t m_generation = 0;

@@ -20,6 +20,7 @@ void declareOptions(QCommandLineParser &parser) {
     option("size", "Size of the picture (1280x720).", "WxH");
     option("fps", "Frames a second (25).", "N");
     option("gop", "Frames from one key frame to the next (25).", "N");
+    option("stamp-fps", "Stamp the pictures as if there were N a second.", "N");
     option("codec", "h264 or h265 (h264).", "C");
     option("transport", "Transports that are accepted: any, tcp or udp (any).", "T");
     option("user", "User name that clients must give.", "U");
@@ -94,12 +95,13 @@ tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, Camera
     Number port{"port", 0, 65535, options.port};
     Number framesPerSecond{"fps", 1, 120, options.framesPerSecond};
     Number keyFrameInterval{"gop", 1, 10000, options.keyFrameInterval};
+    Number stampedRate{"stamp-fps", 1, 120, options.stampedRate};
     Number lockAfter{"lock-after", 1, 100, options.lockAfter};
     Number lockMinutes{"lock-minutes", 1, 1440, options.lockMinutes};
     Number refuseFirst{"refuse-first", 1, 86400, options.refuseFirst};
     Number encodedAhead{"encoded-ahead", 1, 60, options.encodedAhead};
-    for (Number *number : {&port, &framesPerSecond, &keyFrameInterval, &encodedAhead, &lockAfter,
-                           &lockMinutes, &refuseFirst}) {
+    for (Number *number : {&port, &framesPerSecond, &keyFrameInterval, &stampedRate, &encodedAhead,
+                           &lockAfter, &lockMinutes, &refuseFirst}) {
         const QString name = QLatin1String(number->name);
         if (!parser.isSet(name))
             continue;
@@ -111,6 +113,7 @@ tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, Camera
     options.port = static_cast<std::uint16_t>(port.value);
     options.framesPerSecond = framesPerSecond.value;
     options.keyFrameInterval = keyFrameInterval.value;
+    options.stampedRate = stampedRate.value;
     options.encodedAhead = encodedAhead.value;
     options.lockAfter = lockAfter.value;
     options.lockMinutes = lockMinutes.value;

@@ -25,6 +25,8 @@ struct CameraOptions {
     int framesPerSecond = 25;
     /// Frames from one key frame to the next.
     int keyFrameInterval = 25;
+    /// The rate that the time stamps claim, in pictures a second; 0 if they are true.
+    int stampedRate = 0;
     VideoCodec codec = VideoCodec::H264;
     StreamTransport transport = StreamTransport::Any;
     /// Empty when no password is required.

@@ -87,6 +87,7 @@ CameraServer::CameraServer(const CameraOptions &options, std::optional<EncodedLo
     , m_loginLock({.lockAfter = options.lockAfter,
                    .lockTime = options.lockMinutes * 60.0,
                    .refuseFirst = static_cast<double>(options.refuseFirst)})
+    , m_stamps(options.stampedRate)
     , m_feed(options, std::move(loop))
     , m_server(gst_rtsp_server_new())
     , m_factory(gst_rtsp_media_factory_new()) {
@@ -184,6 +185,9 @@ void CameraServer::configureMedia(GstRTSPMedia *media) {
     const GstObjectPointer<GstElement> element(gst_rtsp_media_get_element(media));
     const GstObjectPointer<GstElement> source(
         gst_bin_get_by_name(GST_BIN(element.get()), "source"));
+    const GstObjectPointer<GstElement> payloader(
+        gst_bin_get_by_name(GST_BIN(element.get()), "pay0"));
+    m_stamps.attachTo(payloader.get());
     struct Registration {
         OutletHolder outlet; // the first member, where outletOf expects it
         CameraFeed *feed;
@@ -375,6 +379,18 @@ CameraServer::Answer CameraServer::perform(CameraCommand::Throttle throttle) {
     m_bytesPerSecond = throttle.bytesPerSecond;
     for (const Client &client : m_clients)
         limitRate(client.socket.get(), m_bytesPerSecond);
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::ChangeRate command) {
+    if (m_options.encodedAhead > 0)
+        return tl::unexpected(encodedAheadText);
+    m_feed.changeRate(command.picturesPerSecond);
+    return QString();
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::JumpClock command) {
+    m_stamps.jump(command.seconds);
     return QString();
 }
 

@@ -6,6 +6,7 @@
 #include "testcamera/LoginLock.h"
 #include "testcamera/PortListener.h"
 #include "testcamera/SilentConnections.h"
+#include "testcamera/StreamStamps.h"
 
 #include <gst/rtsp-server/rtsp-server.h>
 
@@ -75,6 +76,8 @@ class CameraServer {
     Answer perform(CameraCommand::Rotate rotate);
     Answer perform(CameraCommand::UseCodec command);
     Answer perform(CameraCommand::Throttle throttle);
+    Answer perform(CameraCommand::ChangeRate command);
+    Answer perform(CameraCommand::JumpClock command);
     Answer perform(CameraCommand::Clients);
     Answer perform(CameraCommand::Streams);
     Answer perform(CameraCommand::Refusals);
@@ -84,6 +87,7 @@ class CameraServer {
     VideoCodec m_codec;
     Behaviour m_behaviour = Behaviour::Serving;
     LoginLock m_loginLock;
+    StreamStamps m_stamps;
     CameraFeed m_feed;
     SilentConnections m_silentConnections;
     GObjectPointer<GstRTSPServer> m_server;

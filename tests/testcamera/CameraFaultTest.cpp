@@ -3,6 +3,8 @@
 #include "StreamPlayer.h"
 #include "platform/FileDescriptor.h"
 
+#include <QElapsedTimer>
+
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -32,6 +34,47 @@ TEST(TestCamera, FreezeStopsThePicturesAndThawResumesThemWithTheCurrentTime) {
     EXPECT_TRUE(waitUntil([&] { return watcher->pictures() >= pictures + 3; }));
     ASSERT_TRUE(waitUntil([&] { return player.shownTime().value_or(frozenTime) != frozenTime; }));
     EXPECT_GE(player.shownTime().value_or(0) - frozenTime, 1000U);
+}
+
+TEST(TestCamera, RateOfThePicturesCanBeChanged) {
+    RunningTestCamera camera;
+    const auto watcher = watch(camera);
+    ASSERT_EQ(camera.command("fps 2.5"), QStringLiteral("ok"));
+    observeFor(300); // the last pictures sent before the change arrive
+    const int pictures = watcher->pictures();
+    QElapsedTimer time;
+    time.start();
+    ASSERT_TRUE(waitUntil([&] { return watcher->pictures() >= pictures + 5; }));
+    EXPECT_GE(time.elapsed(), 1500); // four intervals of 400 ms, less the precision of polling
+    ASSERT_EQ(camera.command("fps 100"), QStringLiteral("ok"));
+    EXPECT_TRUE(waitUntil([&] { return watcher->pictures() >= pictures + 30; }, 4000));
+}
+
+constexpr quint32 unitsPerSecond = 90'000;
+
+TEST(TestCamera, StampsJumpWithTheClock) {
+    RunningTestCamera camera;
+    const auto watcher = watch(camera);
+    for (const auto &[command, jump] :
+         {std::pair("clock-jump 1000", 1000 * unitsPerSecond),
+          std::pair("clock-jump -2000", 0U - 2000 * unitsPerSecond)}) {
+        const quint32 before = watcher->lastPicture().stamp;
+        ASSERT_EQ(camera.command(command), QStringLiteral("ok"));
+        const auto sinceJump = [&, jump = jump] {
+            return watcher->lastPicture().stamp - (before + jump);
+        };
+        EXPECT_TRUE(waitUntil([&] { return sinceJump() < 20 * unitsPerSecond; })) << command;
+    }
+}
+
+TEST(TestCamera, StampsCanClaimAnotherRate) {
+    RunningTestCamera camera(words("--fps 50 --stamp-fps 10"));
+    const auto watcher = watch(camera);
+    const auto [pictures, stamp] = watcher->lastPicture();
+    ASSERT_TRUE(waitUntil([&, first = pictures] { return watcher->pictures() >= first + 10; }));
+    const auto [morePictures, laterStamp] = watcher->lastPicture();
+    EXPECT_EQ(laterStamp - stamp,
+              static_cast<quint32>(morePictures - pictures) * (unitsPerSecond / 10));
 }
 
 TEST(TestCamera, FrozenCameraAcceptsClientsButSendsNoPictures) {

@@ -18,6 +18,7 @@ TEST(CameraOptions, DefaultsApplyWithoutArguments) {
     EXPECT_EQ(options->size, QSize(1280, 720));
     EXPECT_EQ(options->framesPerSecond, 25);
     EXPECT_EQ(options->keyFrameInterval, 25);
+    EXPECT_EQ(options->stampedRate, 0);
     EXPECT_EQ(options->codec, VideoCodec::H264);
     EXPECT_EQ(options->transport, StreamTransport::Any);
     EXPECT_FALSE(options->clockPattern);
@@ -28,11 +29,12 @@ TEST(CameraOptions, DefaultsApplyWithoutArguments) {
 }
 
 TEST(CameraOptions, EveryOptionIsRead) {
-    const auto options = parse(QStringLiteral(
-        "--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps 15 --gop 50 "
-        "--codec h265 --transport udp --user anna --password secret "
-        "--lock-after 5 --lock-minutes 2 "
-        "--refuse-first 60 --clock --encoded-ahead 5 --exit-with-stdin"));
+    const auto options =
+        parse(QStringLiteral("--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps "
+                             "15 --gop 50 --stamp-fps 12 "
+                             "--codec h265 --transport udp --user anna --password secret "
+                             "--lock-after 5 --lock-minutes 2 "
+                             "--refuse-first 60 --clock --encoded-ahead 5 --exit-with-stdin"));
     ASSERT_TRUE(options) << qPrintable(options.error());
     EXPECT_EQ(options->address, QStringLiteral("::1"));
     EXPECT_EQ(options->port, 0);
@@ -41,6 +43,7 @@ TEST(CameraOptions, EveryOptionIsRead) {
     EXPECT_EQ(options->size, QSize(640, 360));
     EXPECT_EQ(options->framesPerSecond, 15);
     EXPECT_EQ(options->keyFrameInterval, 50);
+    EXPECT_EQ(options->stampedRate, 12);
     EXPECT_EQ(options->codec, VideoCodec::H265);
     EXPECT_EQ(options->transport, StreamTransport::Udp);
     EXPECT_EQ(options->user, QStringLiteral("anna"));

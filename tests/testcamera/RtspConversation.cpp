@@ -2,6 +2,8 @@
 
 #include "RunningTestCamera.h"
 
+#include <QtEndian>
+
 namespace lumvik::test {
 
 namespace {
@@ -74,6 +76,11 @@ std::optional<int> RtspConversation::rotation() {
     return m_rotation;
 }
 
+RtspConversation::NumberedPicture RtspConversation::lastPicture() {
+    readArrived();
+    return {m_pictures, m_lastStamp};
+}
+
 bool RtspConversation::saidGoodbye() {
     readArrived();
     return m_saidGoodbye;
@@ -141,8 +148,11 @@ void RtspConversation::countRtp(const QByteArray &packet) {
     // Packets of parameter sets are not counted. In other packets, the marker indicates the end of
     // a picture.
     const bool holdsSlice = indicator == 1 || indicator == keySlice || indicator == fragmentUnit;
-    if (holdsSlice && (byteAt(packet, 1) & 0x80U) != 0)
+    if (holdsSlice && (byteAt(packet, 1) & 0x80U) != 0) {
         ++m_pictures;
+        constexpr qsizetype stampOffset = 4;
+        m_lastStamp = qFromBigEndian<quint32>(packet.constData() + stampOffset);
+    }
 }
 
 void RtspConversation::readRtcp(const QByteArray &compound) {

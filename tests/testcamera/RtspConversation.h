@@ -43,6 +43,11 @@ class RtspConversation {
     /// Returns the clockwise rotation in degrees from the last orientation message, or nothing
     /// before the first message.
     [[nodiscard]] std::optional<int> rotation();
+    struct NumberedPicture {
+        int number = 0;    ///< As `pictures` counts.
+        quint32 stamp = 0; ///< In units of 1/90,000 s modulo 2^32.
+    };
+    [[nodiscard]] NumberedPicture lastPicture();
     /// Returns whether an RTCP BYE packet has arrived.
     [[nodiscard]] bool saidGoodbye();
     [[nodiscard]] bool isClosed();
@@ -63,6 +68,7 @@ class RtspConversation {
     int m_pictures = 0;
     int m_keyFrames = 0;
     std::optional<int> m_rotation;
+    quint32 m_lastStamp = 0;
     bool m_saidGoodbye = false;
 };
 
