@@ -44,6 +44,7 @@ constexpr double longestSuspicion = 60;
 void StreamLateness::packetArrived(std::uint32_t timeStamp, qsizetype size, TimePoint now) {
     if (!m_timeStamp || *m_timeStamp != timeStamp)
         pictureBegan(timeStamp, now);
+    m_arriving = Seconds(now - m_began).count();
     m_size += static_cast<double>(size);
 }
 
@@ -55,7 +56,8 @@ void StreamLateness::pictureBegan(std::uint32_t timeStamp, TimePoint now) {
         m_pictures.push_back({m_size, elapsed});
         if (m_pictures.size() > manyPictures)
             m_pictures.pop_front();
-        addStep(elapsed, difference / unitsPerSecond * m_rate.value_or(1));
+        m_stamped = difference / unitsPerSecond * m_rate.value_or(1);
+        addStep(elapsed, m_stamped);
     }
     m_timeStamp = timeStamp;
     m_began = now;
@@ -126,7 +128,17 @@ void StreamLateness::reportArrived(std::uint64_t ntpTime, std::uint32_t timeStam
 }
 
 StreamLateness::Seconds StreamLateness::lateness() const {
-    return Seconds(queue() == Queue::exists ? m_believed + m_suspected : m_believed);
+    return Seconds(ownDelay() + (queue() == Queue::exists ? m_believed + m_suspected : m_believed));
+}
+
+StreamLateness::Seconds StreamLateness::suspectedLateness() const {
+    return Seconds(ownDelay() + m_believed + m_suspected);
+}
+
+double StreamLateness::ownDelay() const {
+    // A camera may take its time between two pictures to send one.
+    const double delay = m_arriving - m_stamped;
+    return m_stamped > 0 && delay > shortestPause ? delay : 0;
 }
 
 StreamLateness::Queue StreamLateness::queue() const {

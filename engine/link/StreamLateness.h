@@ -43,7 +43,7 @@ class StreamLateness {
     /// Returns the lateness that there is a reason to believe.
     [[nodiscard]] Seconds lateness() const;
     /// Returns the lateness including that for which there is no reason yet.
-    [[nodiscard]] Seconds suspectedLateness() const { return Seconds(m_believed + m_suspected); }
+    [[nodiscard]] Seconds suspectedLateness() const;
 
   private:
     /// A picture that has arrived completely.
@@ -63,12 +63,18 @@ class StreamLateness {
     /// Returns the true seconds for each second of the time stamps between two reports, or nothing
     /// if the reports contradict each other.
     [[nodiscard]] static std::optional<double> rateBetween(const Report &first, const Report &last);
+    /// Returns how late the end of the current picture is, compared with its beginning, if the
+    /// network stood still in between. The next picture, whose beginning tells the same, may not be
+    /// there yet.
+    [[nodiscard]] double ownDelay() const;
     [[nodiscard]] Queue queue() const;
     [[nodiscard]] Queue queueOfLast(std::size_t count) const;
 
     std::optional<std::uint32_t> m_timeStamp; // of the current picture
     TimePoint m_began;                        // when it began to arrive
-    double m_size = 0;                        // the bytes of it so far
+    double m_stamped = 0;  // from the previous picture to it, by the time stamps, in seconds
+    double m_arriving = 0; // from its first packet to the last one so far, in seconds
+    double m_size = 0;     // the bytes of it so far
     std::deque<Picture> m_pictures;
     std::optional<Report> m_firstReport;
     std::optional<Report> m_lastReport;

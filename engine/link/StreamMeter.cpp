@@ -41,9 +41,15 @@ void StreamMeter::take(const EngineData &data, TimePoint now) {
 
 std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> wait,
                                                   TimePoint now) {
-    if (!m_channel || (m_measuredAt && now - *m_measuredAt < interval))
+    if (!m_channel)
+        return std::nullopt;
+    const double lateness = (m_lateness.lateness() + wait).count();
+    const double suspected = (m_lateness.suspectedLateness() + wait).count();
+    const bool isUrgent = suspected >= m_measuredLateness + urgentGrowth;
+    if (!isUrgent && m_measuredAt && now - *m_measuredAt < interval)
         return std::nullopt;
     m_measuredAt = now;
+    m_measuredLateness = suspected;
     const double counted = std::chrono::duration<double>(now - m_countedSince).count();
     if (counted >= 1) {
         m_lastSecond = {m_counted.pictures / counted, m_counted.bytes / counted};
@@ -51,8 +57,8 @@ std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> 
         m_countedSince = now;
     }
     constexpr double bitsPerByte = 8;
-    return StreamMeasure{.lateness = (m_lateness.lateness() + wait).count(),
-                         .suspectedLateness = (m_lateness.suspectedLateness() + wait).count(),
+    return StreamMeasure{.lateness = lateness,
+                         .suspectedLateness = suspected,
                          .picturesPerSecond = m_lastSecond.pictures,
                          .bitsPerSecond = m_lastSecond.bytes * bitsPerByte,
                          .arrivals = std::exchange(m_arrivals, {})};

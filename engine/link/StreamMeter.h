@@ -19,9 +19,11 @@ class StreamMeter {
   public:
     using TimePoint = StreamLateness::TimePoint;
 
-    /// The time between two measurements. The window must say that a picture is late before the
-    /// lateness has grown by half a second.
+    /// The time between two measurements.
     static constexpr std::chrono::milliseconds interval{250};
+    /// If the lateness has grown by this much, in seconds, a measurement is due at once. After a
+    /// pause of the network, the window must know that the first picture is old before it is shown.
+    static constexpr double urgentGrowth = 0.25;
 
     /// Must be called for everything that arrives.
     void take(const EngineData &data, TimePoint now);
@@ -44,6 +46,7 @@ class StreamMeter {
     Rates m_lastSecond;
     TimePoint m_countedSince;
     std::optional<TimePoint> m_measuredAt;
+    double m_measuredLateness = 0;     // with what is suspected, in seconds
     std::vector<TimePoint> m_arrivals; // since the last measurement
 };
 

@@ -297,10 +297,11 @@ void TcpCameraLink::Session::perform(const LinkDialogue::Output &output) {
             m_backlog.push(data, now);
         }
     }
-    pump();
+    // Before the engine gets the picture, so that the window knows its age in time.
     if (const auto measure = m_meter.measure(m_backlog.oldestWait(StreamBacklog::Clock::now()),
                                              StreamBacklog::Clock::now()))
         report({.kind = Kind::Measured, .measure = *measure});
+    pump();
     for (const LinkFact &fact : output.facts)
         report(fact);
     if (m_hasEnded)

@@ -153,6 +153,28 @@ TEST_F(StreamLatenessTest, StandstillOfTheNetworkMakesItLateUntilItHasCaughtUp) 
     EXPECT_LT(measured(), 0.1);
 }
 
+// The engine shows a picture when its end arrives, perhaps before the next one begins.
+TEST_F(StreamLatenessTest, EndThatArrivesMuchLaterThanItsBeginningMakesThePictureLate) {
+    sendPictures(50, 0.04);
+    const auto next = static_cast<std::uint32_t>(timeStamp() + 3600);
+    lateness.packetArrived(next, 1400, at(captured));
+    EXPECT_LT(measured(), 0.1);
+    lateness.packetArrived(next, 1400, at(captured + 3));
+    EXPECT_NEAR(measured(), 3, 0.1);
+    EXPECT_NEAR(lateness.suspectedLateness().count(), 3, 0.1);
+    lateness.packetArrived(next + 3600, 1400, at(captured + 3.01));
+    EXPECT_NEAR(measured(), 3, 0.1) << "the delay is counted twice, or forgotten";
+}
+
+// Some cameras spread the packets of a picture over its whole interval.
+TEST_F(StreamLatenessTest, PictureThatIsSentSlowlyByASlowCameraIsNotLate) {
+    bytesPerSecond = 20000;
+    keySize = 30000;
+    keyInterval = 1;
+    sendPictures(20, 2);
+    EXPECT_LT(largest, 0.5);
+}
+
 TEST_F(StreamLatenessTest, CameraThatSendsNothingForAWhileIsNotLateAfterwards) {
     sendPictures(300, 0.04);
     captured += 8;

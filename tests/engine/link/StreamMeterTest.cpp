@@ -34,6 +34,24 @@ TEST(StreamMeter, MeasuresFourTimesASecond) {
     EXPECT_LE(measurements, 16);
 }
 
+// Otherwise the first picture after the pause would look live for a moment.
+TEST(StreamMeter, PauseOfTheNetworkIsMeasuredAtOnce) {
+    StreamMeter meter;
+    meter.take(packet(0, 0, 1000), start);
+    ASSERT_TRUE(meter.measure(0s, start));
+    meter.take(packet(0, 3600, 1000), start + 240ms);
+    EXPECT_FALSE(meter.measure(0s, start + 240ms));
+    meter.take(packet(0, 7200, 1000), start + 2240ms);
+    ASSERT_TRUE(meter.measure(0s, start + 2240ms));
+    meter.take(packet(0, 10800, 1000), start + 4240ms);
+    const auto measure = meter.measure(0s, start + 4240ms);
+    ASSERT_TRUE(measure);
+    meter.take(packet(0, 14400, 1000), start + 4241ms);
+    EXPECT_FALSE(meter.measure(0s, start + 4241ms)) << "the lateness has not grown";
+    meter.take(packet(0, 18000, 1000), start + 4242ms);
+    EXPECT_TRUE(meter.measure(1s, start + 4242ms)) << "the engine has fallen behind";
+}
+
 TEST(StreamMeter, CountsPicturesAndBitsOfTheFirstTrack) {
     StreamMeter meter;
     std::optional<StreamMeasure> last;
