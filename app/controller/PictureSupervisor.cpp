@@ -77,6 +77,7 @@ void PictureSupervisor::cameraWasChosen() {
     m_lastFrameAt.reset();
     m_intervals = {};
     m_lateness = 0;
+    m_keptLateness = 0;
     m_suspectedLateness = 0;
     m_failure.reset();
     m_attemptAt.reset();
@@ -88,8 +89,7 @@ void PictureSupervisor::loadHasBegun(bool hasLink) {
     m_hasLink = hasLink;
     m_progress = Progress::connecting;
     m_attemptHasFailed = false;
-    m_format.clear();
-    m_lateness = 0;
+    m_keptLateness = std::max(m_keptLateness, std::exchange(m_lateness, 0));
     m_suspectedLateness = 0;
     m_intervals.streamHasEnded();
     m_latenessWatch.connectionWasReplaced();
@@ -99,6 +99,7 @@ void PictureSupervisor::loadHasBegun(bool hasLink) {
 void PictureSupervisor::frameWasShown() {
     m_lastFrameAt = m_environment.mainQueue.now();
     m_intervals.frameWasShown(*m_lastFrameAt);
+    m_keptLateness = 0;
     m_failure.reset();
     m_attemptHasFailed = false;
     if (m_cover)
@@ -223,8 +224,8 @@ void PictureSupervisor::update() {
                             .chosenAt = m_chosenAt,
                             .lastFrameAt = m_lastFrameAt,
                             .usualInterval = m_intervals.usual(),
-                            .lateness = m_lateness,
-                            .suspectedLateness = m_suspectedLateness,
+                            .lateness = std::max(m_lateness, m_keptLateness),
+                            .suspectedLateness = std::max(m_suspectedLateness, m_keptLateness),
                             .wasLate = before == PictureCondition::late,
                             .hasFailed = m_failure.has_value() || situation.waitsForNetwork ||
                                          situation.addressIsUnusable});

@@ -122,6 +122,8 @@ class PictureSupervisor {
     std::optional<TimeStamp> m_lastFrameAt;
     FrameIntervals m_intervals;
     double m_lateness = 0; // in seconds
+    /// That of the last frame of an earlier load, which is still on the screen.
+    double m_keptLateness = 0;
     double m_suspectedLateness = 0;
     LatenessWatch m_latenessWatch;
     std::optional<PlaybackFailure> m_failure; // since the last frame

@@ -41,15 +41,19 @@ constexpr double longestSuspicion = 60;
 
 } // namespace
 
-void StreamLateness::packetArrived(std::uint32_t timeStamp, qsizetype size, TimePoint now) {
+void StreamLateness::packetArrived(std::uint32_t timeStamp, qsizetype size, bool endsPicture,
+                                   TimePoint now) {
     if (!m_timeStamp || *m_timeStamp != timeStamp)
         pictureBegan(timeStamp, now);
     m_arriving = Seconds(now - m_began).count();
+    if (endsPicture)
+        m_complete = current();
     m_size += static_cast<double>(size);
 }
 
 void StreamLateness::pictureBegan(std::uint32_t timeStamp, TimePoint now) {
     if (m_timeStamp) {
+        m_complete = current();
         const double elapsed = Seconds(now - m_began).count();
         // The difference is signed, because time stamps wrap around and may go back.
         const auto difference = static_cast<std::int32_t>(timeStamp - *m_timeStamp);
@@ -127,12 +131,14 @@ void StreamLateness::reportArrived(std::uint64_t ntpTime, std::uint32_t timeStam
     m_believedAtReport = m_believed;
 }
 
-StreamLateness::Seconds StreamLateness::lateness() const {
-    return Seconds(ownDelay() + (queue() == Queue::exists ? m_believed + m_suspected : m_believed));
+StreamLateness::Seconds StreamLateness::suspectedLateness() const {
+    return Seconds(std::max(m_complete.suspected, current().suspected));
 }
 
-StreamLateness::Seconds StreamLateness::suspectedLateness() const {
-    return Seconds(ownDelay() + m_believed + m_suspected);
+StreamLateness::Lateness StreamLateness::current() const {
+    const double delay = ownDelay();
+    const double suspected = delay + m_believed + m_suspected;
+    return {queue() == Queue::exists ? suspected : delay + m_believed, suspected};
 }
 
 double StreamLateness::ownDelay() const {

@@ -35,14 +35,17 @@ class StreamLateness {
     using Seconds = std::chrono::duration<double>;
 
     /// Must be called for each packet of the track. `timeStamp` is that of the packet's picture, in
-    /// units of 1/90000 s, as for all video (RFC 6184, 8.1).
-    void packetArrived(std::uint32_t timeStamp, qsizetype size, TimePoint now);
+    /// units of 1/90000 s, as for all video (RFC 6184, 8.1). `endsPicture` is whether the packet
+    /// has a marker. Without markers, a picture ends when the next one begins.
+    void packetArrived(std::uint32_t timeStamp, qsizetype size, bool endsPicture, TimePoint now);
     /// Must be called for each sender report of the track. `ntpTime` is in units of 2^-32 s.
     void reportArrived(std::uint64_t ntpTime, std::uint32_t timeStamp);
 
-    /// Returns the lateness that there is a reason to believe.
-    [[nodiscard]] Seconds lateness() const;
-    /// Returns the lateness including that for which there is no reason yet.
+    /// Returns the lateness that there is a reason to believe, of the last picture that has arrived
+    /// completely. The engine shows this one.
+    [[nodiscard]] Seconds lateness() const { return Seconds(m_complete.believed); }
+    /// Returns the lateness including that for which there is no reason yet. A picture that is
+    /// arriving counts, too.
     [[nodiscard]] Seconds suspectedLateness() const;
 
   private:
@@ -63,6 +66,12 @@ class StreamLateness {
     /// Returns the true seconds for each second of the time stamps between two reports, or nothing
     /// if the reports contradict each other.
     [[nodiscard]] static std::optional<double> rateBetween(const Report &first, const Report &last);
+    struct Lateness {
+        double believed = 0;  // in seconds
+        double suspected = 0; // in seconds, with what is believed
+    };
+    /// Returns the lateness of the current picture so far.
+    [[nodiscard]] Lateness current() const;
     /// Returns how late the end of the current picture is, compared with its beginning, if the
     /// network stood still in between. The next picture, whose beginning tells the same, may not be
     /// there yet.
@@ -75,6 +84,7 @@ class StreamLateness {
     double m_stamped = 0;  // from the previous picture to it, by the time stamps, in seconds
     double m_arriving = 0; // from its first packet to the last one so far, in seconds
     double m_size = 0;     // the bytes of it so far
+    Lateness m_complete;   // of the last picture that has arrived completely
     std::deque<Picture> m_pictures;
     std::optional<Report> m_firstReport;
     std::optional<Report> m_lastReport;

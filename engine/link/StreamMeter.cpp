@@ -30,7 +30,8 @@ void StreamMeter::take(const EngineData &data, TimePoint now) {
     }
     if (m_channel != data.video->channel)
         return;
-    m_lateness.packetArrived(data.video->timeStamp, data.bytes.size(), now);
+    m_lateness.packetArrived(data.video->timeStamp, data.bytes.size(), endsPicture(data.bytes),
+                             now);
     m_counted.bytes += static_cast<double>(data.bytes.size());
     if (m_timeStamp != data.video->timeStamp)
         ++m_counted.pictures;

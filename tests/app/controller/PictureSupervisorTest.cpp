@@ -88,6 +88,21 @@ TEST_F(PictureSupervisorTest, SlowCameraIsNotCalledStaleBetweenTwoPictures) {
     EXPECT_EQ(pill(), u"Not live · 3 s"_s);
 }
 
+// The last frame stays on the screen until the new connection shows one.
+TEST_F(PictureSupervisorTest, LatePictureStaysMarkedWhileTheConnectionIsReplaced) {
+    launchAndPlay(threeCameras());
+    showFrames(2);
+    report({.kind = Kind::Measured, .measure = {.lateness = 4, .suspectedLateness = 4}});
+    EXPECT_EQ(pill(), u"Late by 4 s"_s);
+    delegate->loadCamera(0);
+    queue.advance(0.1);
+    EXPECT_NE(pill(), QString());
+    report({.kind = Kind::Measured, .measure = {}});
+    EXPECT_NE(pill(), QString());
+    showFrame();
+    EXPECT_EQ(pill(), QString());
+}
+
 TEST_F(PictureSupervisorTest, StartIsAnnouncedAfterASecond) {
     launchAndPlay(threeCameras());
     EXPECT_EQ(message(), QStringList());

@@ -30,7 +30,8 @@ class StreamLatenessTest : public testing::Test {
         for (double left = size; left > 0; left -= 1400) {
             const double packet = std::min(left, 1400.0);
             arrival += packet / bytesPerSecond;
-            lateness.packetArrived(timeStamp(), static_cast<qsizetype>(packet), at(arrival));
+            lateness.packetArrived(timeStamp(), static_cast<qsizetype>(packet),
+                                   hasMarkers && left <= 1400, at(arrival));
         }
         trueLateness = arrival - captured;
         largest = std::max(largest, lateness.lateness().count());
@@ -65,6 +66,7 @@ class StreamLatenessTest : public testing::Test {
     std::mt19937 random{7};
     double bytesPerSecond = 10e6;
     double longestJitter = 0.005;
+    bool hasMarkers = true;
     int keyInterval = 25;
     double keySize = 40000;
     std::optional<double> stampInterval; // if the stamps do not follow the camera's clock
@@ -157,13 +159,36 @@ TEST_F(StreamLatenessTest, StandstillOfTheNetworkMakesItLateUntilItHasCaughtUp) 
 TEST_F(StreamLatenessTest, EndThatArrivesMuchLaterThanItsBeginningMakesThePictureLate) {
     sendPictures(50, 0.04);
     const auto next = static_cast<std::uint32_t>(timeStamp() + 3600);
-    lateness.packetArrived(next, 1400, at(captured));
-    EXPECT_LT(measured(), 0.1);
-    lateness.packetArrived(next, 1400, at(captured + 3));
-    EXPECT_NEAR(measured(), 3, 0.1);
+    lateness.packetArrived(next, 1400, false, at(captured));
+    lateness.packetArrived(next, 1400, false, at(captured + 3));
+    EXPECT_LT(measured(), 0.1) << "the previous picture is still on the screen";
     EXPECT_NEAR(lateness.suspectedLateness().count(), 3, 0.1);
-    lateness.packetArrived(next + 3600, 1400, at(captured + 3.01));
+    lateness.packetArrived(next, 1400, true, at(captured + 3));
+    EXPECT_NEAR(measured(), 3, 0.1);
+    lateness.packetArrived(next + 3600, 1400, true, at(captured + 3.01));
     EXPECT_NEAR(measured(), 3, 0.1) << "the delay is counted twice, or forgotten";
+}
+
+// A camera may leave out what it could not send during a pause.
+TEST_F(StreamLatenessTest, PictureOnTheScreenIsLateUntilTheNextOneIsComplete) {
+    sendPictures(50, 0.04);
+    const auto old = static_cast<std::uint32_t>(timeStamp() + 3600);
+    lateness.packetArrived(old, 1400, true, at(captured + 3));
+    const auto current = static_cast<std::uint32_t>(old + 3 * 90000);
+    lateness.packetArrived(current, 1400, false, at(captured + 3.01));
+    EXPECT_NEAR(measured(), 3, 0.1);
+    lateness.packetArrived(current, 1400, true, at(captured + 3.06));
+    EXPECT_LT(measured(), 0.2);
+}
+
+TEST_F(StreamLatenessTest, PictureWithoutAMarkerEndsWhenTheNextOneBegins) {
+    hasMarkers = false;
+    sendPictures(300, 0.04);
+    arrival += 3;
+    sendPictures(2, 0.04);
+    EXPECT_NEAR(measured(), 3, 0.2);
+    sendPictures(500, 0.04);
+    EXPECT_LT(measured(), 0.1);
 }
 
 // Some cameras spread the packets of a picture over its whole interval.
