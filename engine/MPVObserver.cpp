@@ -83,6 +83,8 @@ struct MPVObserver::Client {
             LumvikLog::playback().log(summary);
         // Details, which only a user who asks for them gets, are complete.
         const bool isComplaint = level == LogLevel::error || level == LogLevel::standard;
+        if (isComplaint && !isShuttingDown)
+            handlers.engineComplained(words);
         if (!isComplaint || messageLimit.admits(text, now))
             LumvikLog::playback().log(level, text);
     }

@@ -28,6 +28,9 @@ class MPVObserver {
         std::function<void()> videoParametersChanged;
         /// The player reached the end of the stream, or is no longer at the end.
         std::function<void()> endReachedChanged;
+        /// The engine has written an error or a warning, `text`, to its log. It is called for each
+        /// of them, even if the log leaves out repetitions.
+        std::function<void(const QString &text)> engineComplained;
     };
 
     /// Observes `player`. `logLevel` is the least severe level of engine messages to log, as a name

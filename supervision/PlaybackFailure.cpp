@@ -1,5 +1,7 @@
 #include "supervision/PlaybackFailure.h"
 
+#include <QRegularExpression>
+
 namespace lumvik {
 
 namespace {
@@ -33,6 +35,25 @@ std::optional<PlaybackFailure> failureForStatus(int status) {
             return std::nullopt;
         return PlaybackFailure{PlaybackCause::cameraError, status};
     }
+}
+
+std::optional<PlaybackFailure> failureForEngineMessage(const QString &message,
+                                                       bool engineIsConnected) {
+    // For example "Failed to initialize a decoder for codec 'av1'."
+    static const QRegularExpression noDecoder(
+        QStringLiteral("decoder for codec '([A-Za-z0-9_]{1,20})'"));
+    if (const auto match = noDecoder.match(message); match.hasMatch())
+        return PlaybackFailure{PlaybackCause::cannotDecode, 0, match.captured(1).toUpper()};
+    // For example "rtsp: method DESCRIBE failed: 404 Not Found".
+    static const QRegularExpression refusedRequest(
+        QStringLiteral("method (?:OPTIONS|DESCRIBE|SETUP|PLAY) failed: ([0-9]{3})\\b"));
+    if (const auto match = refusedRequest.match(message); engineIsConnected && match.hasMatch()) {
+        const int status = match.captured(1).toInt();
+        // The engine has tried to log in before it says so.
+        return status == 401 ? PlaybackFailure{PlaybackCause::wrongPassword}
+                             : failureForStatus(status);
+    }
+    return std::nullopt;
 }
 
 QString explanation(const PlaybackFailure &failure, const QString &host, int port) {

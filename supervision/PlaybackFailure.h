@@ -41,6 +41,12 @@ struct PlaybackFailure {
 /// redirect, or 401, which is often only a request to log in.
 [[nodiscard]] std::optional<PlaybackFailure> failureForStatus(int status);
 
+/// Returns the failure that a message of the engine means, or nothing for any other message.
+/// `engineIsConnected` is whether the engine is connected to the camera itself. Otherwise, what it
+/// says about the camera's answers is not about the camera.
+[[nodiscard]] std::optional<PlaybackFailure> failureForEngineMessage(const QString &message,
+                                                                     bool engineIsConnected);
+
 /// Returns one sentence that explains `failure` to the user. `host` and `port` are those of the
 /// camera; nothing else of its address may appear. A host that is not known makes a sentence
 /// without it.

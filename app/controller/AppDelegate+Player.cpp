@@ -99,6 +99,11 @@ bool AppDelegate::initializePlayer(mpv_handle *handle) {
                     if (self)
                         self->endReachedDidChange();
                 },
+            .engineComplained =
+                [self](const QString &message) {
+                    if (self)
+                        self->pictureSupervisor.engineHasComplained(message);
+                },
         });
     for (const PlayerSetting &property : livePlaybackProperties)
         mpv_set_property_string(handle, property.name, property.value);

@@ -170,6 +170,11 @@ void PictureSupervisor::takeMeasure(const StreamMeasure &measure) {
         m_environment.pictureFellBehind();
 }
 
+void PictureSupervisor::engineHasComplained(const QString &message) {
+    if (const auto failure = failureForEngineMessage(message, !m_hasLink))
+        fail(*failure);
+}
+
 void PictureSupervisor::probeHasFailed(ConnectionFailure failure) {
     fail(failureOf(failure));
 }

@@ -82,6 +82,8 @@ class PictureSupervisor {
     /// A new frame of the chosen camera is on the screen.
     void frameWasShown();
     void linkHasReported(const LinkFact &fact);
+    /// The engine has logged an error or a warning.
+    void engineHasComplained(const QString &message);
     /// The preflight has found out that the camera cannot be reached.
     void probeHasFailed(ConnectionFailure failure);
     /// A recovery attempt will be made in `delay` seconds. `afterFailure` is false if the attempt
@@ -132,7 +134,6 @@ class PictureSupervisor {
     Progress m_progress = Progress::connecting;
     bool m_hasLink = false;
     bool m_attemptHasFailed = false;
-    QString m_format;
     std::optional<TimeStamp> m_attemptAt; // when the next attempt is made
 
     PictureState m_state;

@@ -19,8 +19,11 @@ class MPVObserverTest : public testing::Test {
     }
     void observe(const char *level = "warn") {
         observer.emplace(player, queue, level,
-                         MPVObserver::Handlers{.videoParametersChanged = [this] { ++changes; },
-                                               .endReachedChanged = [this] { ++endChanges; }});
+                         MPVObserver::Handlers{
+                             .videoParametersChanged = [this] { ++changes; },
+                             .endReachedChanged = [this] { ++endChanges; },
+                             .engineComplained =
+                                 [this](const QString &message) { complaints.append(message); }});
     }
     [[nodiscard]] QStringList logged() const { return log.texts(QStringLiteral("playback")); }
 
@@ -30,6 +33,7 @@ class MPVObserverTest : public testing::Test {
     mpv_handle *player = mpv_create();
     int changes = 0;
     int endChanges = 0;
+    QStringList complaints;
     std::optional<MPVObserver> observer;
 };
 
@@ -76,6 +80,19 @@ TEST_F(MPVObserverTest, LogsTheEnginesMessagesWithTheirOriginAndWithoutLineBreak
               (QList<LoggedLine>{{LogLevel::standard, QStringLiteral("playback"),
                                   QStringLiteral("[ffmpeg/demuxer] rtsp: CSeq 5 expected.")}}));
     EXPECT_EQ(changes, 0);
+}
+
+TEST_F(MPVObserverTest, ReportsComplaintsAlsoWhenTheLogLeavesThemOut) {
+    observe("debug");
+    for (int n = 0; n < 200; ++n)
+        mpv.sendLogMessage(MPV_LOG_LEVEL_ERROR, "vd", "Failed.\n");
+    mpv.sendLogMessage(MPV_LOG_LEVEL_WARN, "vd", "Odd.\n");
+    mpv.sendLogMessage(MPV_LOG_LEVEL_V, "vd", "A detail.\n");
+    for (int turn = 0; turn < 5; ++turn)
+        queue.runPending();
+    EXPECT_LT(logged().count(QStringLiteral("[vd] Failed.")), 200);
+    EXPECT_EQ(complaints.count(QStringLiteral("Failed.")), 200);
+    EXPECT_EQ(complaints.last(), QStringLiteral("Odd."));
 }
 
 TEST_F(MPVObserverTest, LogsTheLastMessagesWhenDestroyed) {

@@ -28,6 +28,29 @@ TEST(PlaybackFailure, FollowsFromTheRtspStatus) {
     EXPECT_EQ(failureForStatus(551).value_or(PlaybackFailure()).status, 551);
 }
 
+TEST(PlaybackFailure, FollowsFromMessagesOfTheEngine) {
+    const auto failure = [](const QString &message, bool engineIsConnected) {
+        return failureForEngineMessage(message, engineIsConnected).value_or(PlaybackFailure());
+    };
+    const QString noDecoder = u"Failed to initialize a decoder for codec 'av1'."_s;
+    for (const bool engineIsConnected : {false, true}) {
+        EXPECT_EQ(failure(noDecoder, engineIsConnected),
+                  (PlaybackFailure{PlaybackCause::cannotDecode, 0, u"AV1"_s}));
+        EXPECT_FALSE(
+            failureForEngineMessage(u"No video PTS! Making something up."_s, engineIsConnected));
+    }
+    const QString refused = u"rtsp: method %1 failed: %2"_s;
+    EXPECT_EQ(failure(refused.arg(u"DESCRIBE"_s, u"404 Not Found"_s), true).cause,
+              PlaybackCause::noSuchStream);
+    EXPECT_EQ(failure(refused.arg(u"DESCRIBE"_s, u"401 Unauthorized"_s), true).cause,
+              PlaybackCause::wrongPassword);
+    EXPECT_EQ(failure(refused.arg(u"SETUP"_s, u"500 Error"_s), true).status, 500);
+    EXPECT_FALSE(failureForEngineMessage(refused.arg(u"DESCRIBE"_s, u"403 Refused"_s), false))
+        << "the link has reported the camera's own answer";
+    EXPECT_FALSE(failureForEngineMessage(refused.arg(u"GET_PARAMETER"_s, u"501 No"_s), true))
+        << "the picture does not depend on it";
+}
+
 TEST(PlaybackFailure, EachCauseHasASentenceOfItsOwn) {
     QStringList sentences;
     for (int cause = 0; cause <= static_cast<int>(PlaybackCause::streamEnded); ++cause) {

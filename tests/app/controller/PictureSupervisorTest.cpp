@@ -186,6 +186,23 @@ TEST_F(PictureSupervisorTest, CauseOfSilenceDependsOnHowFarTheCameraCame) {
     }
 }
 
+TEST_F(PictureSupervisorTest, EngineThatIsConnectedItselfTellsTheCause) {
+    cameraLinks.areEnabled = false;
+    launchAndPlay(threeCameras());
+    mpv.sendLogMessage(MPV_LOG_LEVEL_ERROR, "ffmpeg/demuxer",
+                       "rtsp: method DESCRIBE failed: 404 Not Found\n");
+    queue.runPending();
+    EXPECT_EQ(cause(), u"The camera has no stream at this path."_s);
+}
+
+TEST_F(PictureSupervisorTest, MissingDecoderIsNamed) {
+    launchAndPlay(threeCameras());
+    mpv.sendLogMessage(MPV_LOG_LEVEL_ERROR, "vd",
+                       "Failed to initialize a decoder for codec 'av1'.\n");
+    queue.runPending();
+    EXPECT_EQ(cause(), u"This computer cannot decode AV1."_s);
+}
+
 TEST_F(PictureSupervisorTest, WithoutALinkTheCauseOfSilenceIsUnknown) {
     cameraLinks.areEnabled = false;
     launchAndPlay(threeCameras());
