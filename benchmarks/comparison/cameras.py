@@ -11,15 +11,15 @@ from .processes import Child, Failure
 class TestCamera(Child):
     """A lumvik-test-camera process with the clock pattern in its picture. `url` is the stream's address.
 
-    With `encoded_ahead`, the camera encodes a loop of so many seconds before it serves."""
+    With `encoded_ahead`, the camera encodes a loop of so many seconds before it serves. `more` are further options."""
 
     def __init__(self, program, environment, folder, name="Front", size="1280x720", fps=25, port=0, codec="h264",
-                 key_frame_seconds=1, encoded_ahead=0):
+                 key_frame_seconds=1, encoded_ahead=0, more=()):
         ahead = ["--encoded-ahead", str(encoded_ahead)] if encoded_ahead else []
         super().__init__(
             [program, "--port", str(port), "--path", "/" + name.lower(), "--name", name, "--size", size,
              "--fps", str(fps), "--gop", str(fps * key_frame_seconds), "--codec", codec, "--clock",
-             "--exit-with-stdin", *ahead],
+             "--exit-with-stdin", *ahead, *more],
             environment, f"{folder}/camera-{name}.log",
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         reply = self.process.stdout.readline().split()
