@@ -6,24 +6,39 @@
 namespace lumvik {
 
 /// The geometry of the decoded video as the player reports it: width and height in pixels before
-/// rotation, and the rotation that the player applies, in degrees from 0 to 359.
+/// rotation, the rotation that the player applies, in degrees from 0 to 359, and the ratio of width
+/// to height of one pixel, which is not 1 for some cameras with 704 or 720 columns.
 struct VideoSourceGeometry {
     std::int64_t width = 0;
     std::int64_t height = 0;
     int rotation = 0;
+    double pixelRatio = 1;
 
     /// Whether width and height are swapped on the screen.
     [[nodiscard]] bool isTurned() const { return rotation == 90 || rotation == 270; }
-    [[nodiscard]] std::int64_t displayedWidth() const { return isTurned() ? height : width; }
-    [[nodiscard]] std::int64_t displayedHeight() const { return isTurned() ? width : height; }
+    /// The size on the screen at which no pixel is smaller than in the source.
+    [[nodiscard]] std::int64_t displayedWidth() const {
+        return isTurned() ? squareHeight() : squareWidth();
+    }
+    [[nodiscard]] std::int64_t displayedHeight() const {
+        return isTurned() ? squareWidth() : squareHeight();
+    }
 
     friend bool operator==(const VideoSourceGeometry &, const VideoSourceGeometry &) = default;
+
+  private:
+    /// The size before rotation, with square pixels.
+    [[nodiscard]] std::int64_t squareWidth() const;
+    [[nodiscard]] std::int64_t squareHeight() const;
 };
 
-/// Returns the geometry for the three numbers that the player reports, or nothing if the width or
-/// the height is less than 1. The rotation is normalised to the range from 0 to 359.
-[[nodiscard]] std::optional<VideoSourceGeometry>
-videoSourceGeometry(std::int64_t width, std::int64_t height, std::int64_t rotation);
+/// Returns the geometry for the numbers that the player reports, or nothing if the width or the
+/// height is less than 1. The rotation is normalised to the range from 0 to 359. A `pixelRatio`
+/// that no camera has, such as 0, counts as 1.
+[[nodiscard]] std::optional<VideoSourceGeometry> videoSourceGeometry(std::int64_t width,
+                                                                     std::int64_t height,
+                                                                     std::int64_t rotation,
+                                                                     double pixelRatio = 1);
 
 /// The narrowest and the widest ratio of width to height that a window adopts from its video. A
 /// window with a ratio outside this range would be too narrow or too flat to be useful.

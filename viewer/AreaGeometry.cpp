@@ -34,22 +34,33 @@ std::int64_t clampedUp(double value, std::int64_t limit) {
                : 0;
 }
 
+/// Returns where the view shows the picture.
+QRectF pictureFrame(const QSizeF &view, const VideoSourceGeometry &geometry,
+                    PictureScaling scaling) {
+    const QSizeF shown(static_cast<qreal>(geometry.displayedWidth()),
+                       static_cast<qreal>(geometry.displayedHeight()));
+    const double horizontal = view.width() / shown.width();
+    const double vertical = view.height() / shown.height();
+    const QSizeF size = shown * (scaling == PictureScaling::fill ? std::max(horizontal, vertical)
+                                                                 : std::min(horizontal, vertical));
+    return {QPointF((view.width() - size.width()) / 2, (view.height() - size.height()) / 2), size};
+}
+
 std::optional<DisplayedArea> displayedArea(const QRectF &selection, const QSizeF &view,
-                                           const VideoSourceGeometry &geometry) {
-    const std::int64_t width = geometry.displayedWidth();
-    const std::int64_t height = geometry.displayedHeight();
+                                           const VideoSourceGeometry &geometry,
+                                           PictureScaling scaling) {
+    const std::int64_t width = geometry.isTurned() ? geometry.height : geometry.width;
+    const std::int64_t height = geometry.isTurned() ? geometry.width : geometry.height;
     if (!(view.width() > 0) || !(view.height() > 0) || width <= 0 || height <= 0)
         return std::nullopt;
-    // The picture fills the view, so the larger scale applies. The picture is cut equally on both
-    // sides.
-    const double scale = std::max(view.width() / static_cast<double>(width),
-                                  view.height() / static_cast<double>(height));
-    const double offsetX = (view.width() - static_cast<double>(width) * scale) / 2;
-    const double offsetY = (view.height() - static_cast<double>(height) * scale) / 2;
-    const DisplayedArea area{.left = clampedDown((selection.left() - offsetX) / scale, width),
-                             .top = clampedDown((selection.top() - offsetY) / scale, height),
-                             .right = clampedUp((selection.right() - offsetX) / scale, width),
-                             .bottom = clampedUp((selection.bottom() - offsetY) / scale, height)};
+    const QRectF picture = pictureFrame(view, geometry, scaling);
+    const double scaleX = picture.width() / static_cast<double>(width);
+    const double scaleY = picture.height() / static_cast<double>(height);
+    const DisplayedArea area{
+        .left = clampedDown((selection.left() - picture.left()) / scaleX, width),
+        .top = clampedDown((selection.top() - picture.top()) / scaleY, height),
+        .right = clampedUp((selection.right() - picture.left()) / scaleX, width),
+        .bottom = clampedUp((selection.bottom() - picture.top()) / scaleY, height)};
     if (area.width() < smallestSide || area.height() < smallestSide)
         return std::nullopt;
     return area;
@@ -102,8 +113,9 @@ VideoFocusCrop clamped(VideoFocusCrop crop, const VideoSourceGeometry &geometry)
 } // namespace
 
 std::optional<VideoFocusCrop> videoFocusCrop(const QRectF &selection, const QSizeF &view,
-                                             const VideoSourceGeometry &geometry) {
-    const auto area = displayedArea(selection, view, geometry);
+                                             const VideoSourceGeometry &geometry,
+                                             PictureScaling scaling) {
+    const auto area = displayedArea(selection, view, geometry, scaling);
     if (!area)
         return std::nullopt;
     return clamped(sourceArea(*area, geometry), geometry);
@@ -111,7 +123,7 @@ std::optional<VideoFocusCrop> videoFocusCrop(const QRectF &selection, const QSiz
 
 double displayedRatio(const VideoFocusCrop &crop,
                       const std::optional<VideoSourceGeometry> &geometry) {
-    const auto width = static_cast<double>(crop.width);
+    const auto width = static_cast<double>(crop.width) * (geometry ? geometry->pixelRatio : 1);
     const auto height = static_cast<double>(crop.height);
     return geometry && geometry->isTurned() ? height / width : width / height;
 }

@@ -176,6 +176,15 @@ void DraggableContentView::mouseReleaseEvent(QMouseEvent *event) {
         mouseUngrabEvent();
 }
 
+void DraggableContentView::mouseDoubleClickEvent(QMouseEvent *event) {
+    event->accept();
+    if (event->button() != Qt::LeftButton || m_isSelectingFocusArea || m_isFinalizingFocusSelection)
+        return;
+    m_pressed.reset(); // a movement from here on is no drag of the window
+    if (m_doubleClick)
+        m_doubleClick();
+}
+
 void DraggableContentView::mouseUngrabEvent() {
     m_pressed.reset();
     m_grabPoint.reset();

@@ -70,6 +70,10 @@ class DraggableContentView final : public QQuickItem {
     void setSecondaryClick(std::function<void()> secondaryClick) {
         m_secondaryClick = std::move(secondaryClick);
     }
+    /// `doubleClick` runs when the left button is double-clicked while no area is being selected.
+    void setDoubleClick(std::function<void()> doubleClick) {
+        m_doubleClick = std::move(doubleClick);
+    }
     /// `completed` runs with the selected area, in this view's coordinates (points from the top
     /// left corner).
     void setFocusSelectionCompleted(std::function<void(const QRectF &area)> completed) {
@@ -113,6 +117,7 @@ class DraggableContentView final : public QQuickItem {
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
     void mouseUngrabEvent() override;
     void hoverMoveEvent(QHoverEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -137,6 +142,7 @@ class DraggableContentView final : public QQuickItem {
     MainQueue &m_mainQueue;
     std::function<void(bool)> m_hoverChanged;
     std::function<void()> m_secondaryClick;
+    std::function<void()> m_doubleClick;
     std::function<void(const QRectF &)> m_focusSelectionCompleted;
     std::function<void()> m_focusSelectionCancelled;
     std::function<QList<QRectF>()> m_viewerControlRects;

@@ -19,6 +19,10 @@ void AppDelegate::connectInteractionView() {
         if (self)
             self->secondaryClick();
     });
+    interactionView->setDoubleClick([self] {
+        if (self)
+            self->doubleClick();
+    });
     interactionView->setFocusSelectionCompleted([self](const QRectF &area) {
         if (self)
             self->focusSelectionCompleted(area);
@@ -70,9 +74,11 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
     const bool hasPicture = videoHost->expectsPicture();
     if (hasPicture)
         updateWindowAspectRatio(mpv);
-    const auto crop = hasPicture && sourceVideoGeometry
-                          ? videoFocusCrop(area, interactionView->size(), *sourceVideoGeometry)
-                          : std::nullopt;
+    const auto crop =
+        hasPicture && sourceVideoGeometry
+            ? videoFocusCrop(area, interactionView->size(), *sourceVideoGeometry,
+                             pictureIsFitted() ? PictureScaling::fit : PictureScaling::fill)
+            : std::nullopt;
     if (!crop) {
         endFocusSelection();
         showPlaybackError(
@@ -92,8 +98,7 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
 void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping) {
     if (mpv != nullptr)
         setVideoCrop(mpv, crop);
-    setMPVProperty("keepaspect", "no");
-    setMPVProperty("panscan", "0");
+    scalePicture();
     window->setContentAspectRatio({});
     window->setSmallestSize(minimumAreaContentSize);
     appliedVideoAspectRatio.reset();
@@ -114,8 +119,7 @@ void AppDelegate::restoreOriginalCameraView() {
     isShowingFullCameraTemporarily = false;
     if (mpv != nullptr)
         removeVideoCrop(mpv);
-    setMPVProperty("keepaspect", "yes");
-    setMPVProperty("panscan", "1.0");
+    scalePicture();
     // The frame is restored first: it already satisfies the size limit and the aspect ratio, which
     // would otherwise cause a resize of their own.
     if (const auto frame = std::exchange(restoreFrameBeforeFocus, std::nullopt))
@@ -134,8 +138,7 @@ void AppDelegate::restoreOriginalCameraView() {
 void AppDelegate::showFullCameraTemporarily() {
     if (mpv != nullptr)
         hideVideoCrop(mpv);
-    setMPVProperty("keepaspect", "no");
-    setMPVProperty("panscan", "0");
+    scalePicture();
     isShowingFullCameraTemporarily = true;
 }
 
@@ -144,7 +147,11 @@ void AppDelegate::secondaryClick() {
         return;
     if (!focusCrop) {
         // The rectangle being selected refers to the current size of the window.
-        if (!isSelectingFocusArea)
+        if (isSelectingFocusArea)
+            return;
+        if (isFullScreen())
+            toggleFilledPicture();
+        else
             toggleTemporaryMaximum();
     } else if (isShowingFullCameraTemporarily) {
         applyFocusedCameraView(*focusCrop, WindowReshaping::keepFrame);

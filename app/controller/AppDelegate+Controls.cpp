@@ -1,7 +1,6 @@
 // The controls over the picture: their visibility and their layout.
 
 #include "app/controller/AppDelegate.h"
-#include "viewer/ViewerControlLayout.h"
 
 #include <QGuiApplication>
 
@@ -56,16 +55,25 @@ QList<QRectF> AppDelegate::viewerControlRects() const {
     return rects;
 }
 
+ViewerControlReasons AppDelegate::controlReasons() const {
+    return {.pointerIsOverViewer = pointerIsOverViewer,
+            .cameraMenuIsOpen = cameraMenuIsOpen,
+            .mainMenuIsOpen = mainMenuIsOpen,
+            .keyboardIsOnControls = keyboardNavigation && keyboardNavigation->isOnControls(),
+            .isSelectingFocusArea = isSelectingFocusArea};
+}
+
+bool AppDelegate::controlsAreInUse() const {
+    ViewerControlReasons reasons = controlReasons();
+    reasons.pointerIsOverViewer = false;
+    return viewerControlsAreWanted(reasons);
+}
+
 void AppDelegate::updateViewerControls(bool animated) {
     if (isClosingViewer || !window)
         return;
     keepViewerControlsInFront();
-    const bool visible = viewerControlsAreWanted(
-        {.pointerIsOverViewer = pointerIsOverViewer,
-         .cameraMenuIsOpen = cameraMenuIsOpen,
-         .mainMenuIsOpen = mainMenuIsOpen,
-         .keyboardIsOnControls = keyboardNavigation && keyboardNavigation->isOnControls(),
-         .isSelectingFocusArea = isSelectingFocusArea});
+    const bool visible = viewerControlsAreWanted(controlReasons());
     if (visible == viewerControlsAreVisible) {
         // The caller needs the final state now, so a running fade is completed.
         if (!animated && viewerControlFade.state() == QAbstractAnimation::Running)

@@ -45,7 +45,7 @@ bool AppDelegate::moveKeyboardFocus(const QKeyEvent &event) {
         interactionView->cancelFocusSelection(CancellationNotice::notify);
         return true;
     }
-    return keyboardNavigation->clearFocus();
+    return keyboardNavigation->clearFocus() || leaveFullScreen();
 }
 
 void AppDelegate::mouseDown() {

@@ -132,6 +132,8 @@ void AppDelegate::abandonPlayerStart(mpv_handle *handle) {
 
 void AppDelegate::attachPlayer(mpv_handle *handle) {
     mpv = handle;
+    pictureWasFitted = false; // as in `playerOptions`
+    updatePictureScaling();
     const auto self = QPointer(this);
     mpvEventLoop = std::make_unique<MPVEventLoop>(
         handle, playerGeneration, environment.mainQueue,
@@ -297,7 +299,8 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
     const auto height = integerProperty(handle, "video-params/h");
     const auto rotation = integerProperty(handle, videoHost->rotationProperty());
     const auto geometry =
-        videoSourceGeometry(width.value_or(0), height.value_or(0), rotation.value_or(0));
+        videoSourceGeometry(width.value_or(0), height.value_or(0), rotation.value_or(0),
+                            numberProperty(handle, "video-params/par").value_or(1));
     if (!geometry)
         return;
     sourceVideoGeometry = geometry;

@@ -97,6 +97,7 @@ void AppDelegate::createVideoViews() {
     emptyStateLabel = new EmptyStateLabel(content);
     interactionView = new DraggableContentView(environment.mainQueue, content);
     connectInteractionView();
+    hidePointerWhenIdle();
 }
 
 void AppDelegate::createControls() {
@@ -201,7 +202,8 @@ void AppDelegate::saveWindowFrame() {
 void AppDelegate::windowDidChangeState() {
     if (isClosingViewer)
         return;
-    mainMenu->setIsFullScreen(window->windowStates().testFlag(Qt::WindowFullScreen));
+    mainMenu->setIsFullScreen(isFullScreen());
+    updatePictureScaling();
     desktopSupervisor.update();
     // The frame of the new state may have been reported before the state, and stored as if the user
     // had chosen it. Minimising does not change the frame.

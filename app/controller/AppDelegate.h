@@ -30,6 +30,8 @@
 #include "viewer/KeyboardNavigation.h"
 #include "viewer/MainMenuStrip.h"
 #include "viewer/ViewerButtons.h"
+#include "viewer/ViewerControlLayout.h"
+#include "window/IdlePointer.h"
 #include "window/ViewerWindow.h"
 #include "window/WindowFrameMemory.h"
 
@@ -147,8 +149,26 @@ class AppDelegate final : public QObject {
     void focusSelectionCompleted(const QRectF &area);
     void focusSelectionCancelled();
     /// Called when the right mouse button is pressed over the picture. Switches between the area
-    /// and the whole picture in a focused view; otherwise toggles the temporary maximum.
+    /// and the whole picture in a focused view; otherwise toggles the temporary maximum or, in full
+    /// screen, between the whole picture and one without bars.
     void secondaryClick();
+
+    // ---- Full screen: AppDelegate+FullScreen.cpp ----
+
+    /// Enters or leaves full screen.
+    void doubleClick();
+    [[nodiscard]] bool isFullScreen() const;
+    /// Returns false, without effect, in a window that is not in full screen.
+    bool leaveFullScreen();
+    /// Whether the whole picture is shown between bars. Full screen and maximised windows cannot
+    /// take the camera's shape.
+    [[nodiscard]] bool pictureIsFitted() const;
+    /// Tells the engine how the picture is scaled to the window.
+    void scalePicture();
+    /// Does the same if it has changed with the state of the window.
+    void updatePictureScaling();
+    /// In full screen, switches between the whole picture and one without bars.
+    void toggleFilledPicture();
 
     // ---- Temporary maximum: AppDelegate+TemporaryMaximum.cpp ----
 
@@ -321,6 +341,9 @@ class AppDelegate final : public QObject {
     void openMainMenu();
 
     // AppDelegate+Controls.cpp
+    [[nodiscard]] ViewerControlReasons controlReasons() const;
+    /// Whether there is another reason to show the controls than the pointer.
+    [[nodiscard]] bool controlsAreInUse() const;
     /// Returns the rectangles of the visible controls in the interaction view's coordinates.
     [[nodiscard]] QList<QRectF> viewerControlRects() const;
     void fadeControls(bool animated);
@@ -348,6 +371,9 @@ class AppDelegate final : public QObject {
 
     // AppDelegate+TemporaryMaximum.cpp
     void temporaryMaximumWasRestored();
+
+    // AppDelegate+FullScreen.cpp
+    void hidePointerWhenIdle();
 
     // AppDelegate+Player.cpp
     void configurePlayer(mpv_handle *handle);
@@ -437,6 +463,7 @@ class AppDelegate final : public QObject {
     MainMenuStrip *mainMenuStrip = nullptr;
     DraggableContentView *interactionView = nullptr;
     std::unique_ptr<KeyboardNavigation> keyboardNavigation; // declared after the window it uses
+    std::unique_ptr<IdlePointer> idlePointer;               // declared after the window it uses
 
     // The viewer's controls.
     bool usesCompactViewerControls = false;
@@ -508,6 +535,8 @@ class AppDelegate final : public QObject {
     std::optional<VideoFocusCrop> focusCrop; // set while the view is focused on an area
     bool isSelectingFocusArea = false;
     bool isShowingFullCameraTemporarily = false; // the whole picture in the focused window
+    bool fillsFullScreen = false;                // the picture, as the user wishes
+    bool pictureWasFitted = false;               // when it was last scaled
     std::optional<VideoSourceGeometry> sourceVideoGeometry;
     std::optional<QRect> restoreFrameBeforeFocus;
     QRect screenAreaBeforeFocus;

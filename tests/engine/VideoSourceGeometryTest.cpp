@@ -39,6 +39,18 @@ TEST(VideoSourceGeometry, KeepsTheReportedSizeAndSwapsOnlyTheDisplayedOne) {
         EXPECT_FALSE(videoSourceGeometry(1920, 1080, rotation)->isTurned()) << rotation;
 }
 
+TEST(VideoSourceGeometry, DisplaysPixelsThatAreNotSquareAsTheyAreMeant) {
+    const auto wide = videoSourceGeometry(704, 576, 0, 12.0 / 11);
+    EXPECT_EQ(wide->displayedWidth(), 768);
+    EXPECT_EQ(wide->displayedHeight(), 576);
+    const auto narrow = videoSourceGeometry(720, 480, 90, 8.0 / 9);
+    EXPECT_EQ(narrow->displayedWidth(), 540);
+    EXPECT_EQ(narrow->displayedHeight(), 720);
+    EXPECT_EQ(aspectRatioToApply(*wide, {}), 768.0 / 576);
+    for (const double damaged : {0.0, -1.0, 1e9, std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_EQ(videoSourceGeometry(704, 576, 0, damaged)->pixelRatio, 1);
+}
+
 TEST(AspectRatioToApply, IsTheDisplayedWidthDividedByTheHeight) {
     EXPECT_EQ(aspectRatioToApply({1920, 1080, 0}, {}), 1920.0 / 1080.0);
     EXPECT_EQ(aspectRatioToApply({1920, 1080, 90}, {}), 1080.0 / 1920.0);

@@ -10,8 +10,9 @@ namespace lumvik {
 namespace {
 
 std::string cropText(const QRectF &selection, const QSizeF &view,
-                     const VideoSourceGeometry &geometry) {
-    const auto crop = videoFocusCrop(selection, view, geometry);
+                     const VideoSourceGeometry &geometry,
+                     PictureScaling scaling = PictureScaling::fill) {
+    const auto crop = videoFocusCrop(selection, view, geometry, scaling);
     if (!crop)
         return "nothing";
     return std::to_string(crop->width) + 'x' + std::to_string(crop->height) + '+' +
@@ -116,8 +117,36 @@ INSTANTIATE_TEST_SUITE_P(
         CropCase{"PictureOfOneLine", {0, 0, 480, 270}, wideView, {1920, 1, 0}, "nothing"}),
     nameOfCase);
 
+TEST(FocusCrop, LeavesOutTheBarsOfAFittedPicture) {
+    const auto fitted = [](const QRectF &selection, const QSizeF &view,
+                           const VideoSourceGeometry &geometry) {
+        return cropText(selection, view, geometry, PictureScaling::fit);
+    };
+    // A picture of 512 × 512 points in a view of 1024 × 512 has bars of 256 points.
+    EXPECT_EQ(fitted({0, 0, 1024, 512}, {1024, 512}, square), "1024x1024+0+0");
+    EXPECT_EQ(fitted({256, 0, 64, 32}, {1024, 512}, square), "128x64+0+0");
+    EXPECT_EQ(fitted({200, 100, 100, 50}, {1024, 512}, square), "88x100+0+200");
+    EXPECT_EQ(fitted({740, 10, 100, 50}, {1024, 512}, square), "56x100+968+20");
+    EXPECT_EQ(fitted({0, 0, 256, 512}, {1024, 512}, square), "nothing") << "a bar";
+    EXPECT_EQ(fitted({0, 0, 512, 255}, {512, 1024}, square), "nothing") << "a bar";
+    EXPECT_EQ(fitted({10, 256, 30, 40}, {512, 1024}, square), "60x80+20+0");
+    EXPECT_EQ(fitted({30, 20, 160, 90}, wideView, wide), "640x360+120+80") << "no bars";
+    EXPECT_EQ(fitted({105, 0, 60, 480}, {270, 480}, {480, 1080, 0}), "136x1080+172+0");
+}
+
+TEST(FocusCrop, CountsPixelsThatAreNotSquare) {
+    const VideoSourceGeometry fourToThree{480, 360, 0, 4.0 / 3};
+    EXPECT_EQ(cropText({0, 0, 640, 360}, {640, 360}, fourToThree), "480x360+0+0");
+    EXPECT_EQ(cropText({64, 36, 320, 180}, {640, 360}, fourToThree), "240x180+48+36");
+    const VideoSourceGeometry turnedAside{480, 360, 90, 4.0 / 3};
+    EXPECT_EQ(cropText({0, 0, 360, 640}, {360, 640}, turnedAside), "480x360+0+0");
+    EXPECT_EQ(cropText({0, 0, 360, 320}, {360, 640}, turnedAside), "240x360+0+0");
+    const VideoSourceGeometry narrowPixels{704, 576, 0, 12.0 / 11};
+    EXPECT_EQ(cropText({0, 0, 384, 288}, {768, 576}, narrowPixels), "352x288+0+0");
+}
+
 TEST(FocusCrop, ContainsTheSizeOfItsSource) {
-    const auto crop = videoFocusCrop({30, 20, 100, 50}, tallView, turned(90));
+    const auto crop = videoFocusCrop({30, 20, 100, 50}, tallView, turned(90), PictureScaling::fill);
     ASSERT_TRUE(crop);
     EXPECT_EQ(crop->sourceSize, QSizeF(1920, 1080))
         << "the source size is that before the rotation";
@@ -129,6 +158,7 @@ struct RandomCase {
     QRectF selection;
     QSizeF view;
     VideoSourceGeometry geometry;
+    PictureScaling scaling = PictureScaling::fill;
 };
 
 class RandomCases {
@@ -137,6 +167,7 @@ class RandomCases {
         RandomCase made;
         made.geometry = {integer(2, 4000), integer(2, 4000), 90 * static_cast<int>(integer(0, 3))};
         made.view = {number(1, 3000), number(1, 3000)};
+        made.scaling = integer(0, 1) == 0 ? PictureScaling::fill : PictureScaling::fit;
         const qreal beyond = integer(0, 3) == 0 ? 300 : 0;
         const auto point = [&] {
             return QPointF(number(-beyond, made.view.width() + beyond),
@@ -167,7 +198,9 @@ struct Projection {
         : geometry(of.geometry)
         , shown(static_cast<qreal>(geometry.displayedWidth()),
                 static_cast<qreal>(geometry.displayedHeight()))
-        , scale(std::max(of.view.width() / shown.width(), of.view.height() / shown.height()))
+        , scale(of.scaling == PictureScaling::fill
+                    ? std::max(of.view.width() / shown.width(), of.view.height() / shown.height())
+                    : std::min(of.view.width() / shown.width(), of.view.height() / shown.height()))
         , picture(QPointF(of.view.width() - shown.width() * scale,
                           of.view.height() - shown.height() * scale) /
                       2,
@@ -192,7 +225,7 @@ struct Projection {
     VideoSourceGeometry geometry;
     QSizeF shown;   // the picture as it is seen, in pixels
     qreal scale;    // points per pixel
-    QRectF picture; // in view coordinates; may extend beyond the view
+    QRectF picture; // in view coordinates; may extend beyond the view, or leave bars
 };
 
 std::string described(const RandomCase &made) {
@@ -208,7 +241,7 @@ TEST(AnyAreaCrop, LiesWithinTheSource) {
     int crops = 0;
     for (int count = 0; count < randomCases; ++count) {
         const RandomCase made = cases.next();
-        const auto crop = videoFocusCrop(made.selection, made.view, made.geometry);
+        const auto crop = videoFocusCrop(made.selection, made.view, made.geometry, made.scaling);
         if (!crop)
             continue;
         ++crops;
@@ -228,7 +261,7 @@ TEST(AnyAreaCrop, ExceedsTheSelectionByLessThanAPixel) {
     RandomCases cases;
     for (int count = 0; count < randomCases; ++count) {
         const RandomCase made = cases.next();
-        const auto crop = videoFocusCrop(made.selection, made.view, made.geometry);
+        const auto crop = videoFocusCrop(made.selection, made.view, made.geometry, made.scaling);
         if (!crop)
             continue;
         const Projection projection(made);
@@ -250,7 +283,7 @@ TEST(AnyAreaCrop, IsMissingOnlyIfHardlyAnyPictureIsSelected) {
     int missing = 0;
     for (int count = 0; count < randomCases; ++count) {
         const RandomCase made = cases.next();
-        if (videoFocusCrop(made.selection, made.view, made.geometry))
+        if (videoFocusCrop(made.selection, made.view, made.geometry, made.scaling))
             continue;
         ++missing;
         const Projection projection(made);
