@@ -95,6 +95,7 @@ CameraFeed::CameraFeed(const CameraOptions &options, std::optional<EncodedLoop> 
     , m_bottom(options.clockPattern ? Picture::Bottom::ClockPattern : Picture::Bottom::Ramp)
     , m_framesPerSecond(options.framesPerSecond)
     , m_keyFrameInterval(options.keyFrameInterval)
+    , m_pixelRatio(options.pixelRatio)
     , m_loop(std::move(loop))
     , m_wantedSize(options.size)
     , m_rate(options.framesPerSecond)
@@ -347,7 +348,8 @@ void CameraFeed::prepareEncoder(VideoCodec codec, const Need &need, const Work &
     if (!need.encoder || encoder || m_encoderFailed[indexOf(codec)])
         return;
     auto created = Encoder::create(
-        {codec, work.size, m_framesPerSecond, m_keyFrameInterval},
+        {codec, work.size, m_framesPerSecond, m_keyFrameInterval, Encoder::Effort::fast,
+         m_pixelRatio},
         [this, codec, generation = work.generation](const Encoder::CodedPicture &picture) {
             deliver(codec, generation, picture);
         });

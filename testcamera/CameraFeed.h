@@ -93,6 +93,7 @@ class CameraFeed {
     const Picture::Bottom m_bottom;
     const int m_framesPerSecond; // at the start, and for the encoders
     const int m_keyFrameInterval;
+    const QSize m_pixelRatio;
     const std::optional<EncodedLoop> m_loop;
 
     std::mutex m_mutex;

@@ -18,6 +18,7 @@ void declareOptions(QCommandLineParser &parser) {
     option("path", "Path of the stream (/front).", "P");
     option("name", "Name shown in the picture (Front).", "TEXT");
     option("size", "Size of the picture (1280x720).", "WxH");
+    option("pixel-ratio", "Width to height of one pixel (1:1).", "N:M");
     option("fps", "Frames a second (25).", "N");
     option("gop", "Frames from one key frame to the next (25).", "N");
     option("stamp-fps", "Stamp the pictures as if there were N a second.", "N");
@@ -85,6 +86,15 @@ tl::expected<void, QString> readTransport(const QCommandLineParser &parser,
     return {};
 }
 
+tl::expected<QSize, QString> parsePixelRatio(const QString &text) {
+    const QStringList parts = text.split(QLatin1Char(':'));
+    const QSize ratio(parts.value(0).toInt(), parts.value(1).toInt());
+    if (parts.size() == 2 && ratio.width() > 0 && ratio.height() > 0 && ratio.width() <= 255 &&
+        ratio.height() <= 255)
+        return ratio;
+    return tl::unexpected(QStringLiteral("--pixel-ratio must be like 4:3, not \"%1\"").arg(text));
+}
+
 tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, CameraOptions &options) {
     struct Number {
         const char *name;
@@ -148,6 +158,12 @@ Result parseOptions(const QStringList &arguments) {
             return tl::unexpected(size.error());
         options.size = *size;
     }
+    if (parser.isSet(QStringLiteral("pixel-ratio"))) {
+        const auto ratio = parsePixelRatio(parser.value(QStringLiteral("pixel-ratio")));
+        if (!ratio)
+            return tl::unexpected(ratio.error());
+        options.pixelRatio = *ratio;
+    }
     if (parser.isSet(QStringLiteral("codec"))) {
         const auto codec = parseCodec(parser.value(QStringLiteral("codec")));
         if (!codec)
@@ -165,8 +181,8 @@ QString optionsHelp() {
                "\nCommands on standard input, one a line: freeze, thaw, end, drop, drop "
                "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
                "0|90|180|270, "
-               "codec h264|h265,\nthrottle BYTES_PER_SECOND, clients, streams, refusals, "
-               "quit.\n");
+               "codec h264|h265,\nthrottle BYTES_PER_SECOND, fps N, clock-jump SECONDS, clients, "
+               "streams,\nrefusals, quit.\n");
 }
 
 tl::expected<QSize, QString> parseSize(const QString &text) {

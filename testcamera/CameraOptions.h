@@ -23,6 +23,8 @@ struct CameraOptions {
     QString name = QStringLiteral("Front");
     QSize size{1280, 720};
     int framesPerSecond = 25;
+    /// The width and the height of one pixel, in any unit.
+    QSize pixelRatio = QSize(1, 1);
     /// Frames from one key frame to the next.
     int keyFrameInterval = 25;
     /// The rate that the time stamps claim, in pictures a second; 0 if they are true.

@@ -138,10 +138,10 @@ tl::expected<EncodedLoop, QString> EncodedLoop::encode(const CameraOptions &opti
                                   .arg(longest));
     EncodedLoop loop(options.codec, std::chrono::seconds(seconds));
     Handover handover; // outlives the encoder, whose thread uses it
-    const auto encoder =
-        Encoder::create({options.codec, options.size, options.framesPerSecond,
-                         options.keyFrameInterval, Encoder::Effort::likeACamera},
-                        [&handover](const auto &picture) { handover.put(picture); });
+    const auto encoder = Encoder::create(
+        {options.codec, options.size, options.framesPerSecond, options.keyFrameInterval,
+         Encoder::Effort::likeACamera, options.pixelRatio},
+        [&handover](const auto &picture) { handover.put(picture); });
     if (!encoder)
         return tl::unexpected(encoder.error());
     Picture picture(options.size, options.name,

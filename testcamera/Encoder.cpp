@@ -58,13 +58,15 @@ QString cameraLikeElement(const Encoder::Settings &settings) {
 QString pipelineText(const Encoder::Settings &settings) {
     return QStringLiteral("appsrc name=source format=time max-buffers=2 max-bytes=0 max-time=0 "
                           "leaky-type=downstream caps=\"video/x-raw,format=I420,width=%1,height=%2,"
-                          "framerate=%3/1,pixel-aspect-ratio=1/1,interlace-mode=progressive,"
+                          "framerate=%3/1,pixel-aspect-ratio=%5/%6,interlace-mode=progressive,"
                           "colorimetry=bt709\" ! %4 ! appsink name=sink sync=false")
         .arg(settings.size.width())
         .arg(settings.size.height())
         .arg(settings.framesPerSecond)
         .arg(settings.effort == Encoder::Effort::fast ? encoderElement(settings)
-                                                      : cameraLikeElement(settings));
+                                                      : cameraLikeElement(settings))
+        .arg(settings.pixelRatio.width())
+        .arg(settings.pixelRatio.height());
 }
 
 } // namespace

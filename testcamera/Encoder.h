@@ -28,6 +28,7 @@ class Encoder {
         int framesPerSecond = 25;
         int keyFrameInterval = 25;
         Effort effort = Effort::fast;
+        QSize pixelRatio = QSize(1, 1); ///< Width and height of one pixel, in any unit.
     };
     struct CodedPicture {
         /// A byte stream with the parameter sets before each key frame. Valid only during the call.

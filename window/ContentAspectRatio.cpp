@@ -22,4 +22,11 @@ QSize sizeWithAspectRatio(const QSize &size, ContentAspectRatio ratio, const QSi
     return {static_cast<int>(std::lround(width)), static_cast<int>(std::lround(width / quotient))};
 }
 
+QSize smallestSizeOnScreen(const QSize &wanted, ContentAspectRatio ratio, const QSize &available) {
+    if (ratio.isEmpty() || available.isEmpty())
+        return wanted;
+    const QSize largest = QSize(ratio.width, ratio.height).scaled(available, Qt::KeepAspectRatio);
+    return wanted.boundedTo(largest.expandedTo({1, 1}));
+}
+
 } // namespace lumvik

@@ -21,4 +21,10 @@ struct ContentAspectRatio {
 [[nodiscard]] QSize sizeWithAspectRatio(const QSize &size, ContentAspectRatio ratio,
                                         const QSize &minimum, const QSize &maximum);
 
+/// Returns the smallest size that a window with the aspect ratio `ratio` may have: `wanted`, but no
+/// more than lets a window of this ratio fit into `available`. A portrait picture that is 480
+/// points wide, for example, would be higher than many screens.
+[[nodiscard]] QSize smallestSizeOnScreen(const QSize &wanted, ContentAspectRatio ratio,
+                                         const QSize &available);
+
 } // namespace lumvik

@@ -127,7 +127,11 @@ void ViewerWindow::goToFrame(const QRect &frame) {
 void ViewerWindow::setSmallestSize(const QSize &size) {
     m_smallestSize = size;
     if (!isBeingAnimated())
-        setMinimumSize(size);
+        applySmallestSize();
+}
+
+void ViewerWindow::applySmallestSize() {
+    setMinimumSize(smallestSizeOnScreen(m_smallestSize, m_ratio, visibleArea().size()));
 }
 
 void ViewerWindow::finishFrameAnimation() {
@@ -136,7 +140,7 @@ void ViewerWindow::finishFrameAnimation() {
 }
 
 void ViewerWindow::frameAnimationEnded() {
-    setMinimumSize(m_smallestSize);
+    applySmallestSize();
     m_sizeHints.setAspectRatio(m_ratio);
     m_frameSettled.start();
 }

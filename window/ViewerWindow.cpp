@@ -105,6 +105,7 @@ void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
     m_shapeCorrection.reset();
     if (isBeingAnimated())
         return; // frameAnimationEnded sets the ratio
+    applySmallestSize();
     m_sizeHints.setAspectRatio(ratio);
     correctShape();
 }

@@ -103,7 +103,8 @@ class ViewerWindow final : public QQuickWindow {
     /// the window returns to the recorded frame once the screen is as it was.
     void restorePlace(const WindowPlace &place);
     /// Sets the minimum size of the content, in points. A running animation ends before the new
-    /// minimum takes effect.
+    /// minimum takes effect. Where a window with the current aspect ratio would not fit on its
+    /// screen at this size, the minimum is smaller.
     void setSmallestSize(const QSize &size);
     /// Returns the part of the window's screen that panels leave free.
     [[nodiscard]] QRect visibleArea() const;
@@ -154,6 +155,7 @@ class ViewerWindow final : public QQuickWindow {
     /// Like `setFrame`, but does not record the frame as the window's own.
     void goToFrame(const QRect &frame);
     void stateChanged();
+    void applySmallestSize();
     void followScreens();
     /// Lets an open menu handle the event if the event is meant for the menu. Returns whether the
     /// event was meant for the menu.

@@ -115,6 +115,23 @@ TEST_F(PictureTest, WindowTakesTheAspectRatioOfAPortraitCamera) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
+class LaptopScreenTest : public ViewerFixture {
+  protected:
+    LaptopScreenTest() : ViewerFixture(WindowManager::openbox, QSize(1366, 768)) {}
+};
+
+// At the usual smallest width, the window would be 853 pixels high.
+TEST_F(LaptopScreenTest, PortraitCameraFitsOnTheScreen) {
+    ASSERT_TRUE(startListedCamera(cameraOfSize({540, 960})));
+    startViewer();
+    ASSERT_TRUE(viewer->waitForLiveVideo());
+    EXPECT_TRUE(eventually(10s, [this] {
+        return bool{hasShape({540, 960})};
+    })) << hasShape({540, 960}).message();
+    EXPECT_TRUE(desktop.area().contains(viewer->geometry()));
+    EXPECT_TRUE(pictureFillsTheWindow());
+}
+
 TEST_F(PictureTest, WindowTakesTheAspectRatioOfARotatedCamera) {
     CameraProcess *camera = startListedCamera(cameraOfSize({640, 360}));
     ASSERT_TRUE(camera);

@@ -31,7 +31,7 @@ TEST(CameraOptions, DefaultsApplyWithoutArguments) {
 TEST(CameraOptions, EveryOptionIsRead) {
     const auto options =
         parse(QStringLiteral("--address ::1 --port 0 --path /yard --name Yard --size 640x360 --fps "
-                             "15 --gop 50 --stamp-fps 12 "
+                             "15 --gop 50 --stamp-fps 12 --pixel-ratio 12:11 "
                              "--codec h265 --transport udp --user anna --password secret "
                              "--lock-after 5 --lock-minutes 2 "
                              "--refuse-first 60 --clock --encoded-ahead 5 --exit-with-stdin"));
@@ -44,6 +44,7 @@ TEST(CameraOptions, EveryOptionIsRead) {
     EXPECT_EQ(options->framesPerSecond, 15);
     EXPECT_EQ(options->keyFrameInterval, 50);
     EXPECT_EQ(options->stampedRate, 12);
+    EXPECT_EQ(options->pixelRatio, QSize(12, 11));
     EXPECT_EQ(options->codec, VideoCodec::H265);
     EXPECT_EQ(options->transport, StreamTransport::Udp);
     EXPECT_EQ(options->user, QStringLiteral("anna"));
@@ -65,6 +66,9 @@ TEST(CameraOptions, InvalidOptionsAreRefused) {
                              "--size 641x360",
                              "--size 32x32",
                              "--codec vp8",
+                             "--pixel-ratio 4",
+                             "--pixel-ratio 0:3",
+                             "--pixel-ratio 4:3:2",
                              "--transport multicast",
                              "--path front",
                              "--user anna",

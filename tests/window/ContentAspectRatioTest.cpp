@@ -57,5 +57,15 @@ TEST(SizeWithAspectRatio, HasTheRatioForEverySizeWithinTheLimits) {
     }
 }
 
+TEST(SmallestSizeOnScreen, IsTheWantedOneUnlessTheWindowWouldNotFit) {
+    const QSize wanted(480, 270);
+    EXPECT_EQ(smallestSizeOnScreen(wanted, {16, 9}, {1366, 768}), wanted);
+    EXPECT_EQ(smallestSizeOnScreen(wanted, {}, {1366, 768}), wanted);
+    EXPECT_EQ(smallestSizeOnScreen(wanted, {9, 16}, {1366, 768}), QSize(432, 270));
+    EXPECT_EQ(smallestSizeOnScreen(wanted, {9, 16}, {1600, 1000}), wanted);
+    EXPECT_EQ(smallestSizeOnScreen(wanted, {4, 1}, {1000, 900}), QSize(480, 250));
+    EXPECT_EQ(smallestSizeOnScreen(wanted, {9, 16}, {}), wanted) << "no screen is known";
+}
+
 } // namespace
 } // namespace lumvik

@@ -49,6 +49,8 @@ QStringList CameraProcess::arguments() const {
         m_setup.name,
         QStringLiteral("--size"),
         QStringLiteral("%1x%2").arg(m_setup.size.width()).arg(m_setup.size.height()),
+        QStringLiteral("--pixel-ratio"),
+        QStringLiteral("%1:%2").arg(m_setup.pixelRatio.width()).arg(m_setup.pixelRatio.height()),
         QStringLiteral("--fps"),
         QString::number(m_setup.framesPerSecond),
         QStringLiteral("--gop"),

@@ -11,6 +11,8 @@ namespace lumvik::test {
 struct CameraSetup {
     QString name = QStringLiteral("Test");
     QSize size = QSize(640, 360);
+    /// The width and the height of one pixel, in any unit.
+    QSize pixelRatio = QSize(1, 1);
     int framesPerSecond = 15;
     /// The number of frames from one key frame to the next.
     int keyFrameInterval = 15;
