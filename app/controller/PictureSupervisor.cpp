@@ -161,6 +161,8 @@ void PictureSupervisor::linkHasReported(const LinkFact &fact) {
 }
 
 void PictureSupervisor::takeMeasure(const StreamMeasure &measure) {
+    if (measure.lateness < m_lateness)
+        m_keptLateness = std::max(m_keptLateness, m_lateness);
     m_lateness = measure.lateness;
     m_suspectedLateness = measure.suspectedLateness;
     if (m_suspectedLateness >= pictureThresholds.noticeableLateness ||

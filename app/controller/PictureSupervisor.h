@@ -124,7 +124,8 @@ class PictureSupervisor {
     std::optional<TimeStamp> m_lastFrameAt;
     FrameIntervals m_intervals;
     double m_lateness = 0; // in seconds
-    /// That of the last frame of an earlier load, which is still on the screen.
+    /// That of the frame that is still on the screen after a later one, perhaps of another
+    /// connection, was measured.
     double m_keptLateness = 0;
     double m_suspectedLateness = 0;
     LatenessWatch m_latenessWatch;

@@ -1,5 +1,6 @@
 #include "engine/link/StreamMeter.h"
 
+#include <cmath>
 #include <cstddef>
 #include <utility>
 
@@ -46,11 +47,11 @@ std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> 
         return std::nullopt;
     const double lateness = (m_lateness.lateness() + wait).count();
     const double suspected = (m_lateness.suspectedLateness() + wait).count();
-    const bool isUrgent = suspected >= m_measuredLateness + urgentGrowth;
+    const bool isUrgent = std::abs(suspected - m_measured.suspectedLateness) >= urgentChange ||
+                          std::abs(lateness - m_measured.lateness) >= urgentChange;
     if (!isUrgent && m_measuredAt && now - *m_measuredAt < interval)
         return std::nullopt;
     m_measuredAt = now;
-    m_measuredLateness = suspected;
     const double counted = std::chrono::duration<double>(now - m_countedSince).count();
     if (counted >= 1) {
         m_lastSecond = {m_counted.pictures / counted, m_counted.bytes / counted};
@@ -58,11 +59,12 @@ std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> 
         m_countedSince = now;
     }
     constexpr double bitsPerByte = 8;
-    return StreamMeasure{.lateness = lateness,
-                         .suspectedLateness = suspected,
-                         .picturesPerSecond = m_lastSecond.pictures,
-                         .bitsPerSecond = m_lastSecond.bytes * bitsPerByte,
-                         .arrivals = std::exchange(m_arrivals, {})};
+    m_measured = {.lateness = lateness,
+                  .suspectedLateness = suspected,
+                  .picturesPerSecond = m_lastSecond.pictures,
+                  .bitsPerSecond = m_lastSecond.bytes * bitsPerByte,
+                  .arrivals = std::exchange(m_arrivals, {})};
+    return m_measured;
 }
 
 } // namespace lumvik

@@ -21,9 +21,10 @@ class StreamMeter {
 
     /// The time between two measurements.
     static constexpr std::chrono::milliseconds interval{250};
-    /// If the lateness has grown by this much, in seconds, a measurement is due at once. After a
-    /// pause of the network, the window must know that the first picture is old before it is shown.
-    static constexpr double urgentGrowth = 0.25;
+    /// If the lateness has changed by this much, in seconds, a measurement is due at once. After a
+    /// pause of the network, the window must know that the first picture is old before it is shown,
+    /// and the connection may end before the next measurement.
+    static constexpr double urgentChange = 0.25;
 
     /// Must be called for everything that arrives.
     void take(const EngineData &data, TimePoint now);
@@ -46,7 +47,7 @@ class StreamMeter {
     Rates m_lastSecond;
     TimePoint m_countedSince;
     std::optional<TimePoint> m_measuredAt;
-    double m_measuredLateness = 0;     // with what is suspected, in seconds
+    StreamMeasure m_measured;
     std::vector<TimePoint> m_arrivals; // since the last measurement
 };
 

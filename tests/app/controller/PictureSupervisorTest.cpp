@@ -88,6 +88,17 @@ TEST_F(PictureSupervisorTest, SlowCameraIsNotCalledStaleBetweenTwoPictures) {
     EXPECT_EQ(pill(), u"Not live · 3 s"_s);
 }
 
+TEST_F(PictureSupervisorTest, LatePictureStaysMarkedUntilTheNextFrame) {
+    launchAndPlay(threeCameras());
+    showFrames(2);
+    report({.kind = Kind::Measured, .measure = {.lateness = 4, .suspectedLateness = 4}});
+    report({.kind = Kind::Measured, .measure = {}}); // the next picture has arrived
+    queue.advance(0.05);
+    EXPECT_EQ(pill(), u"Late by 4 s"_s);
+    showFrame();
+    EXPECT_EQ(pill(), QString());
+}
+
 // The last frame stays on the screen until the new connection shows one.
 TEST_F(PictureSupervisorTest, LatePictureStaysMarkedWhileTheConnectionIsReplaced) {
     launchAndPlay(threeCameras());
@@ -286,9 +297,9 @@ TEST_F(PictureSupervisorTest, PictureOfBeforeTheSleepIsNotKept) {
 TEST_F(PictureSupervisorTest, LatePictureIsMarkedUntilItIsLessThanASecondLate) {
     launchAndPlay(threeCameras());
     const auto measure = [this](double lateness) {
-        showFrame();
         report({.kind = Kind::Measured,
                 .measure = {.lateness = lateness, .suspectedLateness = lateness}});
+        showFrame();
         return pill();
     };
     EXPECT_EQ(measure(1.4), QString());

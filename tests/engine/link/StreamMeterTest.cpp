@@ -47,9 +47,12 @@ TEST(StreamMeter, PauseOfTheNetworkIsMeasuredAtOnce) {
     const auto measure = meter.measure(0s, start + 4240ms);
     ASSERT_TRUE(measure);
     meter.take(packet(0, 14400, 1000), start + 4241ms);
-    EXPECT_FALSE(meter.measure(0s, start + 4241ms)) << "the lateness has not grown";
+    EXPECT_TRUE(meter.measure(0s, start + 4241ms)) << "the late picture is complete";
     meter.take(packet(0, 18000, 1000), start + 4242ms);
+    EXPECT_FALSE(meter.measure(0s, start + 4242ms)) << "the lateness has hardly changed";
     EXPECT_TRUE(meter.measure(1s, start + 4242ms)) << "the engine has fallen behind";
+    EXPECT_FALSE(meter.measure(900ms, start + 4342ms));
+    EXPECT_TRUE(meter.measure(0s, start + 4442ms)) << "the engine has caught up";
 }
 
 TEST(StreamMeter, CountsPicturesAndBitsOfTheFirstTrack) {
