@@ -76,8 +76,7 @@ void PictureSupervisor::cameraWasChosen() {
     m_chosenAt = m_environment.mainQueue.now();
     m_lastFrameAt.reset();
     m_intervals = {};
-    m_lateness = 0;
-    m_keptLateness = 0;
+    m_lateness = {};
     m_suspectedLateness = 0;
     m_failure.reset();
     m_attemptAt.reset();
@@ -89,7 +88,7 @@ void PictureSupervisor::loadHasBegun(bool hasLink) {
     m_hasLink = hasLink;
     m_progress = Progress::connecting;
     m_attemptHasFailed = false;
-    m_keptLateness = std::max(m_keptLateness, std::exchange(m_lateness, 0));
+    m_lateness.connectionWasReplaced();
     m_suspectedLateness = 0;
     m_intervals.streamHasEnded();
     m_latenessWatch.connectionWasReplaced();
@@ -99,7 +98,7 @@ void PictureSupervisor::loadHasBegun(bool hasLink) {
 void PictureSupervisor::frameWasShown() {
     m_lastFrameAt = m_environment.mainQueue.now();
     m_intervals.frameWasShown(*m_lastFrameAt);
-    m_keptLateness = 0;
+    m_lateness.frameWasShown(*m_lastFrameAt);
     m_failure.reset();
     m_attemptHasFailed = false;
     if (m_cover)
@@ -161,14 +160,12 @@ void PictureSupervisor::linkHasReported(const LinkFact &fact) {
 }
 
 void PictureSupervisor::takeMeasure(const StreamMeasure &measure) {
-    if (measure.lateness < m_lateness)
-        m_keptLateness = std::max(m_keptLateness, m_lateness);
-    m_lateness = measure.lateness;
+    m_lateness.measured(measure.lateness, measure.largestLateness, m_environment.mainQueue.now());
     m_suspectedLateness = measure.suspectedLateness;
-    if (m_suspectedLateness >= pictureThresholds.noticeableLateness ||
+    if (std::max(m_suspectedLateness, m_lateness.value()) >= pictureThresholds.noticeableLateness ||
         m_state.condition == PictureCondition::late)
         update();
-    if (m_latenessWatch.mustReplaceConnection(m_lateness, m_environment.mainQueue.now()))
+    if (m_latenessWatch.mustReplaceConnection(measure.lateness, m_environment.mainQueue.now()))
         m_environment.pictureFellBehind();
 }
 
@@ -226,13 +223,14 @@ void PictureSupervisor::update() {
         return;
     const Situation situation = m_environment.situation();
     const PictureCondition before = m_state.condition;
+    m_lateness.timeHasPassed(m_environment.mainQueue.now());
     m_state = pictureState({.hasCamera = situation.hasCamera,
                             .now = m_environment.mainQueue.now(),
                             .chosenAt = m_chosenAt,
                             .lastFrameAt = m_lastFrameAt,
                             .usualInterval = m_intervals.usual(),
-                            .lateness = std::max(m_lateness, m_keptLateness),
-                            .suspectedLateness = std::max(m_suspectedLateness, m_keptLateness),
+                            .lateness = m_lateness.value(),
+                            .suspectedLateness = std::max(m_suspectedLateness, m_lateness.value()),
                             .wasLate = before == PictureCondition::late,
                             .hasFailed = m_failure.has_value() || situation.waitsForNetwork ||
                                          situation.addressIsUnusable});
@@ -290,7 +288,10 @@ std::optional<TimeStamp> PictureSupervisor::nextUpdate() const {
         const double left = *m_attemptAt - now;
         return *m_attemptAt - (std::ceil(left) - 1);
     }
-    return m_state.changesAt;
+    const auto latenessChangesAt = m_lateness.changesAt();
+    if (!m_state.changesAt || !latenessChangesAt)
+        return m_state.changesAt ? m_state.changesAt : latenessChangesAt;
+    return std::min(*m_state.changesAt, *latenessChangesAt);
 }
 
 void PictureSupervisor::scheduleUpdate() {

@@ -8,6 +8,7 @@
 #include "supervision/PictureNoticeText.h"
 #include "supervision/PictureState.h"
 #include "supervision/PlaybackFailure.h"
+#include "supervision/ShownLateness.h"
 #include "viewer/PictureCover.h"
 #include "viewer/PictureNotice.h"
 
@@ -123,10 +124,7 @@ class PictureSupervisor {
     TimeStamp m_chosenAt = 0;
     std::optional<TimeStamp> m_lastFrameAt;
     FrameIntervals m_intervals;
-    double m_lateness = 0; // in seconds
-    /// That of the frame that is still on the screen after a later one, perhaps of another
-    /// connection, was measured.
-    double m_keptLateness = 0;
+    ShownLateness m_lateness;
     double m_suspectedLateness = 0;
     LatenessWatch m_latenessWatch;
     std::optional<PlaybackFailure> m_failure; // since the last frame

@@ -12,6 +12,8 @@ namespace lumvik {
 /// What a camera link has measured of the video that arrives.
 struct StreamMeasure {
     double lateness = 0; ///< How much later than usual the newest picture is, in seconds.
+    /// The largest lateness of the pictures since the previous measurement, in seconds.
+    double largestLateness = 0;
     /// The same with delays that may also be due to wrong time stamps, in seconds.
     double suspectedLateness = 0;
     double picturesPerSecond = 0; ///< 0 during the first second.

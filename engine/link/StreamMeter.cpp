@@ -1,5 +1,6 @@
 #include "engine/link/StreamMeter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <utility>
@@ -33,6 +34,7 @@ void StreamMeter::take(const EngineData &data, TimePoint now) {
         return;
     m_lateness.packetArrived(data.video->timeStamp, data.bytes.size(), endsPicture(data.bytes),
                              now);
+    m_largestLateness = std::max(m_largestLateness, m_lateness.lateness().count());
     m_counted.bytes += static_cast<double>(data.bytes.size());
     if (m_timeStamp != data.video->timeStamp)
         ++m_counted.pictures;
@@ -60,6 +62,7 @@ std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> 
     }
     constexpr double bitsPerByte = 8;
     m_measured = {.lateness = lateness,
+                  .largestLateness = std::max(std::exchange(m_largestLateness, 0), lateness),
                   .suspectedLateness = suspected,
                   .picturesPerSecond = m_lastSecond.pictures,
                   .bitsPerSecond = m_lastSecond.bytes * bitsPerByte,

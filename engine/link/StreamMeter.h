@@ -48,6 +48,7 @@ class StreamMeter {
     TimePoint m_countedSince;
     std::optional<TimePoint> m_measuredAt;
     StreamMeasure m_measured;
+    double m_largestLateness = 0;      // since the last measurement, in seconds
     std::vector<TimePoint> m_arrivals; // since the last measurement
 };
 

@@ -96,6 +96,20 @@ TEST_F(PictureSupervisorTest, LatePictureStaysMarkedUntilTheNextFrame) {
     queue.advance(0.05);
     EXPECT_EQ(pill(), u"Late by 4 s"_s);
     showFrame();
+    queue.advance(0.2);
+    EXPECT_EQ(pill(), QString());
+}
+
+TEST_F(PictureSupervisorTest, OldPictureThatArrivesTogetherWithAFreshOneIsMarked) {
+    launchAndPlay(threeCameras());
+    showFrames(2);
+    queue.advance(3);
+    EXPECT_NE(pill(), QString());
+    report({.kind = Kind::Measured, .measure = {.largestLateness = 3}});
+    showFrame();
+    EXPECT_EQ(pill(), u"Late by 3 s"_s);
+    showFrame();
+    queue.advance(0.2);
     EXPECT_EQ(pill(), QString());
 }
 
@@ -299,6 +313,7 @@ TEST_F(PictureSupervisorTest, LatePictureIsMarkedUntilItIsLessThanASecondLate) {
     const auto measure = [this](double lateness) {
         report({.kind = Kind::Measured,
                 .measure = {.lateness = lateness, .suspectedLateness = lateness}});
+        queue.advance(0.2);
         showFrame();
         return pill();
     };
