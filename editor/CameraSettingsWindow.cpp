@@ -63,8 +63,9 @@ QWidget *CameraSettingsWindow::makeHeading() {
     layout->addWidget(
         makeLabel(QStringLiteral("Cameras"), systemFont(headingFontSize, QFont::DemiBold)));
     QLabel *explanation = makeLabel(
-        QStringLiteral("Customize camera names and full RTSP addresses. Drag rows to change their "
-                       "order, or use the sorting shortcuts. Changes are stored only on this Mac."),
+        QStringLiteral(
+            "Customize camera names and full RTSP addresses. Drag rows to change their "
+            "order, or use the sorting shortcuts. Changes are stored only on this computer."),
         systemFont(explanationFontSize, QFont::Normal));
     explanation->setWordWrap(true);
     m_explanation = explanation;

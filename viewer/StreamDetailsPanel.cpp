@@ -20,8 +20,8 @@ constexpr qreal margin = 10;
 constexpr qreal columnGap = 12;
 constexpr qreal rowHeight = 16;
 constexpr qreal widestValue = 240;
-constexpr float groundAlpha = 0.72F;
-constexpr float labelAlpha = 0.62F;
+constexpr float groundAlpha = 0.86F; // a text of many lines must be readable over any picture
+constexpr float labelAlpha = 0.72F;
 
 QFont labelFont() {
     return systemFont(11, QFont::Normal);

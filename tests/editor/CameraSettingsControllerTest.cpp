@@ -62,7 +62,7 @@ TEST_F(CameraSettings, WindowShowsHeadingExplanationAndFooter) {
               (QStringList{u"Cameras"_s,
                            u"Customize camera names and full RTSP addresses. Drag rows to change "
                            "their order, or use the sorting shortcuts. Changes are stored only on "
-                           "this Mac."_s,
+                           "this computer."_s,
                            u"A Free App by <a href=\"https://maker.example/\">Tandrel</a>"_s}));
 }
 
