@@ -22,7 +22,7 @@ IdlePointer::~IdlePointer() {
 }
 
 bool IdlePointer::eventFilter(QObject *, QEvent *event) {
-    switch (event->type()) {
+    switch (static_cast<int>(event->type())) { // there are far too many kinds to name all
     case QEvent::Enter:
     case QEvent::MouseMove:
     case QEvent::MouseButtonPress:

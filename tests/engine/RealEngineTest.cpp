@@ -215,7 +215,8 @@ TEST_F(RealEngineTest, LogsNoPasswordEvenAtTheMostVerboseLevel) {
     QtMainQueue queue;
     const Core core = makePlayer();
     {
-        const MPVObserver observer(core.get(), queue, "trace", {[] {}, [] {}});
+        const MPVObserver observer(core.get(), queue, "trace",
+                                   {[] {}, [] {}, [](const QString &) {}});
         ASSERT_GE(load(core.get(), address), 0);
         ASSERT_TRUE(waitForEvent(core.get(), MPV_EVENT_PLAYBACK_RESTART));
         // Also try a wrong password, because engines tend to quote rejected addresses in messages.

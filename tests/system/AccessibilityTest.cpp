@@ -45,6 +45,17 @@ TEST_F(AccessibilityTest, HiddenControlsAreExposedButNotAsShowing) {
     EXPECT_TRUE(has(u"frame"_s, u"Lumvik"_s, u"active"_s));
 }
 
+TEST_F(AccessibilityTest, StreamDetailsCanBeReadWhileTheyAreShown) {
+    ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
+    const QString rate = u"Pictures a second: "_s;
+    EXPECT_FALSE(wholeTree().contains(rate));
+    keyboard.press(u"ctrl+i"_s);
+    EXPECT_TRUE(eventually(10s, [&] { return wholeTree().contains(rate + u"15"_s); }));
+    EXPECT_FALSE(wholeTree().contains(password));
+    keyboard.press(u"ctrl+i"_s);
+    EXPECT_TRUE(eventually(10s, [&] { return !wholeTree().contains(rate); }));
+}
+
 TEST_F(AccessibilityTest, PointerRevealsTheControlsToAssistiveTechnology) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
     ASSERT_NO_FATAL_FAILURE(startRememberingReader());
