@@ -34,6 +34,8 @@ void StreamDetailsController::setShown(bool isShown) {
         m_refresh = m_environment.mainQueue.repeating(refreshInterval, [this] { refresh(); });
     }
     m_panel->setVisible(isShown);
+    if (!isShown)
+        m_panel->setRows({}); // assistive technology would still find them
 }
 
 void StreamDetailsController::copyDiagnosis() const {
