@@ -20,7 +20,7 @@ class LossNotice {
         none,
         reportLoss,
         reportReturn,
-        withdraw, ///< What was reported is of no interest any more.
+        withdraw, ///< What was reported no longer matters.
     };
 
     /// What the decision depends on.

@@ -60,7 +60,7 @@ TEST(RtspParserTest, MessagesAndPacketsAreSeparatedAtEverySplit) {
     }
 }
 
-// Takes minutes if all that has been received is parsed again for each byte.
+// Each byte must not cause everything that was received before it to be parsed again.
 TEST(RtspParserTest, LongestMessageCanArriveByteByByte) {
     const QByteArray body(RtspParser::longestBody, 'x');
     QByteArray bytes = "RTSP/1.0 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) +
