@@ -54,7 +54,7 @@ void DesktopNotifier::withdraw() {
 }
 
 void DesktopNotifier::connectToBus() {
-    if (std::exchange(m_isConnecting, true))
+    if (std::exchange(m_hasTriedToConnect, true))
         return;
     const auto subscribe = [this](QDBusConnection &bus) {
         const bool isSubscribed =
@@ -64,7 +64,9 @@ void DesktopNotifier::connectToBus() {
                         SLOT(actionInvoked(uint, QString))) &&
             bus.connect(service, path, service, QStringLiteral("NotificationClosed"), this,
                         SLOT(notificationClosed(uint, uint)));
-        return isSubscribed ? QString() : QStringLiteral("the session bus refused it");
+        return isSubscribed
+                   ? QString()
+                   : QStringLiteral("the session bus refused the subscription to its signals");
     };
     m_connector.connect(*this, m_busAddresses, m_replyLimit,
                         {.prepare = subscribe,

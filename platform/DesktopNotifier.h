@@ -47,7 +47,7 @@ class DesktopNotifier final : public QObject, public Notifier {
     const QString m_busAddresses;
     const std::chrono::milliseconds m_replyLimit;
     BusConnector m_connector;
-    bool m_isConnecting = false;
+    bool m_hasTriedToConnect = false;
     std::optional<QDBusConnection> m_bus;
     std::optional<Notification> m_wanted; ///< Empty if no notification is wanted.
     bool m_isSent = true;                 ///< Whether the server has been told of `m_wanted`.

@@ -43,14 +43,16 @@ void DesktopScreenInhibitor::keepScreenOn(bool keepsOn) {
 }
 
 void DesktopScreenInhibitor::connectToBus() {
-    if (std::exchange(m_isConnecting, true))
+    if (std::exchange(m_hasTriedToConnect, true))
         return;
     const auto subscribe = [this](QDBusConnection &bus) {
         const bool isSubscribed =
             bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
                         {screenSaverService}, QStringLiteral("sss"), this,
                         SLOT(ownerChanged(QString, QString, QString)));
-        return isSubscribed ? QString() : QStringLiteral("the session bus refused it");
+        return isSubscribed
+                   ? QString()
+                   : QStringLiteral("the session bus refused the subscription to its signals");
     };
     m_connector.connect(*this, m_busAddresses, m_replyLimit,
                         {.prepare = subscribe,
@@ -79,7 +81,7 @@ void DesktopScreenInhibitor::askScreenSaver() {
     ask(request, [this](const QDBusPendingCallWatcher &call) {
         const QDBusPendingReply<uint> cookie = call;
         if (cookie.isError())
-            return askPortal();
+            return askPortal(cookie.error());
         m_release = QDBusMessage::createMethodCall(screenSaverService, screenSaverPath,
                                                    screenSaverService, QStringLiteral("UnInhibit"))
                     << cookie.value();
@@ -87,7 +89,7 @@ void DesktopScreenInhibitor::askScreenSaver() {
     });
 }
 
-void DesktopScreenInhibitor::askPortal() {
+void DesktopScreenInhibitor::askPortal(const QDBusError &screenSaverError) {
     constexpr uint whileIdle = 8;
     const QString noWindow;
     const QDBusMessage request =
@@ -95,10 +97,10 @@ void DesktopScreenInhibitor::askPortal() {
                                        QStringLiteral("org.freedesktop.portal.Inhibit"),
                                        QStringLiteral("Inhibit"))
         << noWindow << whileIdle << QVariantMap{{QStringLiteral("reason"), reason}};
-    ask(request, [this](const QDBusPendingCallWatcher &call) {
+    ask(request, [this, screenSaverError](const QDBusPendingCallWatcher &call) {
         const QDBusPendingReply<QDBusObjectPath> handle = call;
         if (handle.isError())
-            return refused(handle.error());
+            return refused(screenSaverError, handle.error());
         m_release = QDBusMessage::createMethodCall(portalService, handle.value().path(),
                                                    QStringLiteral("org.freedesktop.portal.Request"),
                                                    QStringLiteral("Close"));
@@ -118,10 +120,17 @@ void DesktopScreenInhibitor::ask(
     });
 }
 
-void DesktopScreenInhibitor::refused(const QDBusError &error) {
+void DesktopScreenInhibitor::refused(const QDBusError &screenSaverError,
+                                     const QDBusError &portalError) {
     m_wasRefused = true;
-    report(meansAbsence(error) ? QStringLiteral("there is no screen saver and no portal")
-                               : reasonOf(error));
+    const auto answer = [](const QString &service, const QDBusError &error) {
+        return meansAbsence(error)
+                   ? QStringLiteral("there is no %1").arg(service)
+                   : QStringLiteral("the %1 refused it (%2)").arg(service, reasonOf(error));
+    };
+    report(QStringLiteral("%1, and %2")
+               .arg(answer(QStringLiteral("screen saver"), screenSaverError),
+                    answer(QStringLiteral("portal"), portalError)));
 }
 
 void DesktopScreenInhibitor::ownerChanged(const QString &name, const QString &oldOwner,

@@ -40,16 +40,16 @@ class DesktopScreenInhibitor final : public QObject, public ScreenInhibitor {
     /// Brings the desktop's state in line with what is wanted, unless a call is under way.
     void update();
     void askScreenSaver();
-    void askPortal();
+    void askPortal(const QDBusError &screenSaverError);
     void ask(const QDBusMessage &request,
              const std::function<void(const QDBusPendingCallWatcher &)> &replied);
-    void refused(const QDBusError &error);
+    void refused(const QDBusError &screenSaverError, const QDBusError &portalError);
     void report(const QString &reason);
 
     const QString m_busAddresses;
     const std::chrono::milliseconds m_replyLimit;
     BusConnector m_connector;
-    bool m_isConnecting = false;
+    bool m_hasTriedToConnect = false;
     std::optional<QDBusConnection> m_bus;
     bool m_isWanted = false;
     bool m_wasRefused = false; ///< Since it was last wanted.

@@ -2,14 +2,14 @@
 
 namespace lumvik {
 
-bool LatenessWatch::mustReplaceConnection(double lateness, TimeStamp now) {
+bool LatenessWatch::takeLateness(double lateness, TimeStamp now) {
     if (lateness <= tooLate) {
         m_tooLateSince.reset();
         return false;
     }
     if (!m_tooLateSince)
         m_tooLateSince = now;
-    if (now - *m_tooLateSince < longestLateness || now - m_lastReplacement < shortestInterval)
+    if (now - *m_tooLateSince < patience || now - m_lastReplacement < shortestInterval)
         return false;
     m_lastReplacement = now;
     m_tooLateSince.reset();

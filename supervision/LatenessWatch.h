@@ -15,14 +15,14 @@ class LatenessWatch {
     static constexpr double tooLate = 5;
     /// How long the picture must be too late, in seconds. A network that has only paused catches up
     /// by itself.
-    static constexpr double longestLateness = 10;
+    static constexpr double patience = 10;
     /// The shortest time between two replacements, in seconds. A network that is too slow for the
     /// camera stays too slow, and each replacement interrupts the picture.
     static constexpr double shortestInterval = 60;
 
     /// Takes a measurement of the current connection. Returns true if the connection must be
-    /// replaced now.
-    [[nodiscard]] bool mustReplaceConnection(double lateness, TimeStamp now);
+    /// replaced now, and then waits for at least `shortestInterval`.
+    [[nodiscard]] bool takeLateness(double lateness, TimeStamp now);
     /// A new connection is being made.
     void connectionWasReplaced() { m_tooLateSince.reset(); }
 

@@ -40,7 +40,7 @@ LossNotice::Action LossNotice::update(const Situation &situation) {
     if (!situation.isEnabled || !situation.hasCamera)
         return forget();
     if (situation.isSleeping) {
-        // A loss that was reported before is still worth its end.
+        // The end of a loss that was reported is still worth reporting.
         m_lostSince.reset();
         m_liveSince.reset();
         return Action::none;

@@ -29,7 +29,7 @@ class LossNotice {
         bool isEnabled = false; ///< Whether the user wants to be told.
         bool hasCamera = false;
         bool isLive = false;     ///< Whether the picture is live.
-        bool isSleeping = false; ///< The machine, or it is about to.
+        bool isSleeping = false; ///< Whether the machine sleeps or is about to.
     };
 
     /// How long there must be no live picture before it is reported, in seconds. Most losses end

@@ -61,13 +61,18 @@ QString explanation(const PlaybackFailure &failure, const QString &host, int por
     case PlaybackCause::unusableAddress:
         return QStringLiteral("The address of this camera cannot be used.");
     case PlaybackCause::noNetwork:
-        return QStringLiteral("This computer has no network.");
+        return QStringLiteral("This computer is not connected to a network.");
     case PlaybackCause::nameNotFound:
-        return QStringLiteral("The name %1 is not known.").arg(host);
+        return host.isEmpty() ? QStringLiteral("The name of the camera is not known.")
+                              : QStringLiteral("The name %1 is not known.").arg(host);
     case PlaybackCause::noNameServer:
-        return QStringLiteral("No name server answers for %1.").arg(host);
+        return host.isEmpty() ? QStringLiteral("No name server answers.")
+                              : QStringLiteral("No name server answers for %1.").arg(host);
     case PlaybackCause::refused:
-        return QStringLiteral("%1 refuses connections on port %2.").arg(named(host)).arg(port);
+        return host.isEmpty() ? QStringLiteral("The camera refuses connections.")
+                              : QStringLiteral("%1 refuses connections on port %2.")
+                                    .arg(named(host))
+                                    .arg(port);
     case PlaybackCause::noAnswer:
         return QStringLiteral("%1 does not answer.").arg(named(host));
     case PlaybackCause::wrongPassword:
@@ -77,16 +82,20 @@ QString explanation(const PlaybackFailure &failure, const QString &host, int por
     case PlaybackCause::noSuchStream:
         return QStringLiteral("The camera has no stream at this path.");
     case PlaybackCause::tooManyViewers:
-        return QStringLiteral("The camera serves as many viewers as it can.");
+        return QStringLiteral("The camera cannot serve another viewer now.");
     case PlaybackCause::notOverTcp:
         return QStringLiteral("The camera does not send over TCP.");
     case PlaybackCause::cameraError:
         return QStringLiteral("The camera answers with an error (%1).").arg(failure.status);
     case PlaybackCause::notRtsp:
-        return host.isEmpty() ? QStringLiteral("What answers is no RTSP camera.")
-                              : QStringLiteral("What answers at %1:%2 is no RTSP camera.")
+        return host.isEmpty() ? QStringLiteral("What answers is not an RTSP camera.")
+                              : QStringLiteral("What answers at %1:%2 is not an RTSP camera.")
                                     .arg(named(host))
                                     .arg(port);
+    case PlaybackCause::redirected:
+        return QStringLiteral("The camera redirects to an address that Lumvik does not follow.");
+    case PlaybackCause::tooLarge:
+        return QStringLiteral("The camera sends more data at once than Lumvik accepts.");
     case PlaybackCause::noVideo:
         return QStringLiteral("The stream has no video.");
     case PlaybackCause::cannotDecode:
@@ -97,7 +106,7 @@ QString explanation(const PlaybackFailure &failure, const QString &host, int por
     case PlaybackCause::streamEnded:
         return QStringLiteral("The camera ended the stream.");
     case PlaybackCause::unknown:
-        return QStringLiteral("The picture does not come.");
+        return QStringLiteral("The cause is unknown.");
     }
     return {};
 }

@@ -6,7 +6,7 @@
 
 namespace lumvik {
 
-/// Why a camera's picture does not come.
+/// Why there is no picture from a camera.
 enum class PlaybackCause {
     unknown,
     unusableAddress, ///< The camera's address is not an RTSP address.
@@ -22,6 +22,8 @@ enum class PlaybackCause {
     notOverTcp,      ///< The camera does not offer the transport.
     cameraError,     ///< Another RTSP status.
     notRtsp,         ///< The host answers, but not as an RTSP camera.
+    redirected,      ///< The camera redirects to another host, or too often.
+    tooLarge,        ///< The camera sends more at once than the link accepts.
     noVideo,         ///< The stream has no video.
     cannotDecode,    ///< The engine has no decoder for the stream.
     noPicture,       ///< The camera answers, but sends no picture.
@@ -48,8 +50,7 @@ struct PlaybackFailure {
                                                                      bool engineIsConnected);
 
 /// Returns one sentence that explains `failure` to the user. `host` and `port` are those of the
-/// camera; nothing else of its address may appear. A host that is not known makes a sentence
-/// without it.
+/// camera; nothing else of its address may appear. If `host` is empty, the sentence names neither.
 [[nodiscard]] QString explanation(const PlaybackFailure &failure, const QString &host, int port);
 
 } // namespace lumvik

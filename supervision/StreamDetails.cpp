@@ -77,20 +77,21 @@ QList<StreamDetailsRow> streamDetailsRows(const StreamDetails &details, const QD
         details.size.isEmpty()
             ? unknown
             : QStringLiteral("%1 × %2").arg(details.size.width()).arg(details.size.height());
-    const QString rate =
-        details.picturesPerSecond ? QString::number(*details.picturesPerSecond, 'f', 1) : unknown;
+    const QString rate = details.picturesPerSecond
+                             ? QStringLiteral("%1 fps").arg(*details.picturesPerSecond, 0, 'f', 1)
+                             : unknown;
     return {{QStringLiteral("Camera"), textOrUnknown(details.camera)},
             {QStringLiteral("Host"), addressText(details)},
             {QStringLiteral("Picture"), textOrUnknown(details.state)},
             {QStringLiteral("Codec"), textOrUnknown(details.codec)},
-            {QStringLiteral("Size"), size},
-            {QStringLiteral("Pictures a second"), rate},
+            {QStringLiteral("Resolution"), size},
+            {QStringLiteral("Frame rate"), rate},
             {QStringLiteral("Bit rate"), bitRateText(details.bitsPerSecond)},
             {QStringLiteral("Decoder"), textOrUnknown(details.decoder)},
             {QStringLiteral("Renderer"), textOrUnknown(details.renderer)},
             {QStringLiteral("Arrival to screen"), millisecondsText(details.delay)},
             {QStringLiteral("Lateness"), latenessText(details.lateness)},
-            {QStringLiteral("Live for"), durationText(details.uptime)},
+            {QStringLiteral("Playing for"), durationText(details.uptime)},
             {QStringLiteral("Recoveries today"), QString::number(details.recoveriesToday)},
             {QStringLiteral("Last recovery"), lastRecoveryText(details, today)}};
 }

@@ -17,7 +17,7 @@ struct StreamDetails {
     int port = 0;         ///< Of the host.
     QString state = {};   ///< Of the picture, in words.
     QString codec = {};   ///< As the engine names it, for example "h264". Empty if unknown.
-    QSize size = {};      ///< Of the decoded picture, in pixels. Empty if unknown.
+    QSize size = {};      ///< Of the picture as it is shown, in pixels. Empty if unknown.
     QString decoder = {}; ///< As the engine names it. Empty if unknown.
     QString renderer = {};
     std::optional<double> picturesPerSecond = std::nullopt;
@@ -25,8 +25,8 @@ struct StreamDetails {
     std::optional<double> delay = std::nullopt;    ///< From arrival to screen, in seconds.
     std::optional<double> lateness = std::nullopt; ///< Of the newest picture, in seconds.
     std::optional<double> uptime = std::nullopt;   ///< Of the stream, in seconds.
-    int recoveriesToday = 0;
-    QString lastRecovery = {}; ///< Its reason. Empty if there was none.
+    int recoveriesToday = 0;   ///< How often the picture came back after an interruption.
+    QString lastRecovery = {}; ///< The reason of its interruption. Empty if there was none.
     QDateTime lastRecoveryTime = {};
 };
 

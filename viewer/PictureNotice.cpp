@@ -2,9 +2,7 @@
 
 #include "style/Symbols.h"
 #include "viewer/PictureNoticeLayout.h"
-#include "viewer/ViewerAccessibility.h"
 
-#include <QAccessible>
 #include <QFontMetricsF>
 #include <QPainter>
 
@@ -101,37 +99,6 @@ void NoticeButton::paint(QPainter *painter) {
 
 // ---- The texts ----
 
-NoticeText::NoticeText(QQuickItem *parent) : QQuickPaintedItem(parent) {
-    setVisible(false);
-    describeControlsToAssistiveTechnology();
-    m_pause.setSingleShot(true);
-    m_pause.setInterval(shortestSpokenTime);
-    connect(&m_pause, &QTimer::timeout, this, [this] { speak(); });
-}
-
-void NoticeText::setSpokenText(const QString &text) {
-    m_newestText = text;
-    if (!isVisible() || !m_pause.isActive())
-        speak();
-}
-
-void NoticeText::speak() {
-    if (m_newestText == m_spokenText)
-        return;
-    m_spokenText = m_newestText;
-    m_pause.start();
-    QAccessibleEvent renamed(this, QAccessible::NameChanged);
-    QAccessible::updateAccessibility(&renamed);
-}
-
-void NoticeText::itemChange(ItemChange change, const ItemChangeData &value) {
-    QQuickPaintedItem::itemChange(change, value);
-    if (change != ItemVisibleHasChanged)
-        return;
-    QAccessibleEvent shown(this, isVisible() ? QAccessible::ObjectShow : QAccessible::ObjectHide);
-    QAccessible::updateAccessibility(&shown);
-}
-
 void NoticePill::setText(const QString &text, bool isLive) {
     if (text == m_text && isLive == m_isLive)
         return;
@@ -220,7 +187,9 @@ void PictureNotice::show(const PictureNoticeText &text, bool isLive) {
         return;
     m_text = text;
     // The text for assistive technology is set first, so that it is right when the item appears.
-    m_pill->setSpokenText(text.pill.isEmpty() ? QString() : text.spoken);
+    // Nobody may believe for ten seconds that a picture is live that is not.
+    const bool livePictureIsLost = m_pill->isLive() && !isLive;
+    m_pill->setSpokenText(text.pill.isEmpty() ? QString() : text.spoken, livePictureIsLost);
     m_message->setSpokenText(text.pill.isEmpty() ? text.spoken : QString());
     m_pill->setText(text.pill, isLive);
     m_message->setTexts({text.title, text.cause, text.next});

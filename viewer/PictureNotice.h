@@ -1,14 +1,12 @@
 #pragma once
 
 #include "supervision/PictureNoticeText.h"
+#include "viewer/SpokenItem.h"
 #include "viewer/ViewerControl.h"
 
-#include <QQuickPaintedItem>
 #include <QSizeF>
-#include <QTimer>
 
 #include <array>
-#include <chrono>
 #include <functional>
 
 namespace lumvik {
@@ -30,37 +28,12 @@ class NoticeButton final : public ViewerControl {
     [[nodiscard]] bool showsLabel() const override { return true; }
 };
 
-/// A text that is part of the notice. The text is reported to assistive technology.
-class NoticeText : public QQuickPaintedItem {
-    Q_OBJECT
-
-  public:
-    explicit NoticeText(QQuickItem *parent);
-
-    /// Sets the text for assistive technology. While the item is visible, the text changes at most
-    /// once in `shortestSpokenTime`, so that a screen reader can finish.
-    void setSpokenText(const QString &text);
-    [[nodiscard]] QString spokenText() const { return m_spokenText; }
-
-    static constexpr std::chrono::seconds shortestSpokenTime{10};
-
-  protected:
-    void itemChange(ItemChange change, const ItemChangeData &value) override;
-
-  private:
-    void speak();
-
-    QString m_newestText;
-    QString m_spokenText;
-    QTimer m_pause; // runs after a change of `m_spokenText`
-};
-
 /// The short text in the lower left corner of the picture that says whether the picture is live.
-class NoticePill final : public NoticeText {
+class NoticePill final : public SpokenItem {
     Q_OBJECT
 
   public:
-    using NoticeText::NoticeText;
+    using SpokenItem::SpokenItem;
 
     /// `isLive` chooses the colour of the dot. An empty text hides the pill.
     void setText(const QString &text, bool isLive);
@@ -77,14 +50,14 @@ class NoticePill final : public NoticeText {
 };
 
 /// The lines in the middle of a window without a picture.
-class NoticeMessage final : public NoticeText {
+class NoticeMessage final : public SpokenItem {
     Q_OBJECT
 
   public:
     /// A line of the message, in the order from top to bottom.
     enum Line { title, cause, next, lineCount };
 
-    using NoticeText::NoticeText;
+    using SpokenItem::SpokenItem;
 
     void setTexts(const std::array<QString, lineCount> &texts);
     /// Returns the lines, one below the other.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "supervision/StreamDetails.h"
-#include "viewer/PictureNotice.h"
+#include "viewer/SpokenItem.h"
 
 #include <QSizeF>
 
@@ -9,11 +9,11 @@ namespace lumvik {
 
 /// The table of stream details, in the upper right corner of the picture, below the controls. It
 /// receives no clicks. Main thread only.
-class StreamDetailsPanel final : public NoticeText {
+class StreamDetailsPanel final : public SpokenItem {
     Q_OBJECT
 
   public:
-    using NoticeText::NoticeText;
+    using SpokenItem::SpokenItem;
 
     void setRows(const QList<StreamDetailsRow> &rows);
     [[nodiscard]] const QList<StreamDetailsRow> &rows() const { return m_rows; }

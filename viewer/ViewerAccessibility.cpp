@@ -6,7 +6,7 @@
 #include "viewer/MainMenuStrip.h"
 #include "viewer/MenuAccessibility.h"
 #include "viewer/ModalWindowCheck.h"
-#include "viewer/PictureNotice.h"
+#include "viewer/SpokenItem.h"
 #include "viewer/ViewerControl.h"
 
 #include <QAccessible>
@@ -211,13 +211,14 @@ class AccessibleMessage final : public AccessibleItem {
     }
 };
 
-/// The accessible object of what the window says about its picture.
-class AccessibleNotice final : public AccessibleItem {
+/// The accessible object of a text over the picture: what the window says about it, or the stream
+/// details.
+class AccessibleSpokenItem final : public AccessibleItem {
   public:
-    explicit AccessibleNotice(NoticeText *notice) : AccessibleItem(notice) {}
+    explicit AccessibleSpokenItem(SpokenItem *item) : AccessibleItem(item) {}
 
     QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Name && isValid() ? notice()->spokenText() : QString();
+        return kind == QAccessible::Name && isValid() ? spokenItem()->spokenText() : QString();
     }
     QAccessible::Role role() const override { return QAccessible::StaticText; }
     QAccessible::State state() const override {
@@ -227,7 +228,7 @@ class AccessibleNotice final : public AccessibleItem {
     }
 
   private:
-    [[nodiscard]] NoticeText *notice() const { return static_cast<NoticeText *>(object()); }
+    [[nodiscard]] SpokenItem *spokenItem() const { return static_cast<SpokenItem *>(object()); }
 };
 
 /// The accessible object of the picture. This object describes the surface that covers the picture,
@@ -315,7 +316,7 @@ class AccessibleWindow final : public QAccessibleObject {
             if (qobject_cast<ViewerControl *>(item) != nullptr ||
                 qobject_cast<MainMenuStrip *>(item) != nullptr ||
                 qobject_cast<EmptyStateLabel *>(item) != nullptr ||
-                qobject_cast<NoticeText *>(item) != nullptr ||
+                qobject_cast<SpokenItem *>(item) != nullptr ||
                 qobject_cast<DraggableContentView *>(item) != nullptr)
                 items.append(item);
         }
@@ -331,8 +332,8 @@ QAccessibleInterface *makeAccessible(const QString &className, QObject *object) 
         return new AccessibleMenuStrip(static_cast<MainMenuStrip *>(object));
     if (className == QLatin1String(EmptyStateLabel::staticMetaObject.className()))
         return new AccessibleMessage(static_cast<EmptyStateLabel *>(object));
-    if (className == QLatin1String(NoticeText::staticMetaObject.className()))
-        return new AccessibleNotice(static_cast<NoticeText *>(object));
+    if (className == QLatin1String(SpokenItem::staticMetaObject.className()))
+        return new AccessibleSpokenItem(static_cast<SpokenItem *>(object));
     if (className == QLatin1String(DraggableContentView::staticMetaObject.className()))
         return new AccessiblePicture(static_cast<DraggableContentView *>(object));
     if (className == QLatin1String(QQuickWindow::staticMetaObject.className()))
@@ -342,7 +343,7 @@ QAccessibleInterface *makeAccessible(const QString &className, QObject *object) 
 
 } // namespace
 
-void describeControlsToAssistiveTechnology() {
+void describeViewerToAssistiveTechnology() {
     static const bool isInstalled = [] {
         QAccessible::installFactory(&makeAccessible);
         return true;

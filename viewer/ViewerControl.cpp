@@ -41,7 +41,7 @@ ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
     setAntialiasing(true);
-    describeControlsToAssistiveTechnology();
+    describeViewerToAssistiveTechnology();
 
     m_toolTipDelay.setSingleShot(true);
     m_toolTipDelay.setInterval(toolTipDelay);

@@ -197,9 +197,9 @@ void AppDelegate::loadCamera(int index) {
         mpv_set_property_string(mpv, "rtsp-transport", usesUdp ? "udp" : "tcp");
     std::unique_ptr<CameraLink> link = usesUdp ? nullptr : openCameraLink(*endpoint);
     if (link)
-        loginSupervisor.loginHasBegun(cameraLinkGeneration, camera.url);
+        loginSupervisor.linkWasOpened(cameraLinkGeneration, camera.url);
     else
-        loginSupervisor.loginHasEnded(); // without facts, nothing is known about the login
+        loginSupervisor.linkWasClosed(); // without facts, nothing is known about the login
     pictureSupervisor.loadHasBegun(link != nullptr);
     streamDetailsController.loadHasBegun();
     const QByteArray address =
@@ -285,7 +285,7 @@ void AppDelegate::closeCameraLink() {
     if (isClosingViewer || systemIsSleeping)
         cameraLink->waitUntilClosed(longestLinkFarewell);
     cameraLink.reset();
-    loginSupervisor.loginHasEnded();
+    loginSupervisor.linkWasClosed();
 }
 
 void AppDelegate::setMPVProperty(const char *name, const char *value) {

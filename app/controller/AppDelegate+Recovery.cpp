@@ -48,7 +48,7 @@ void AppDelegate::schedulePlaybackRecovery(const PlaybackRecovery &request) {
             .arg(attempt.recreatesPlayer ? QStringLiteral("true") : QStringLiteral("false"),
                  request.reason));
     scheduleRetry(attempt.delay, attempt.recreatesPlayer);
-    streamDetailsController.recoveryWasScheduled(request.reason);
+    streamDetailsController.attemptWasScheduled(request.reason);
     pictureSupervisor.attemptWasScheduled(attempt.delay,
                                           request.urgency != RecoveryUrgency::immediate);
 }
@@ -82,7 +82,7 @@ void AppDelegate::tryNow() {
         {.style = Alert::Style::warning,
          .messageText = QStringLiteral("The camera may lock this account."),
          .informativeText = QStringLiteral(
-             "It has refused this password several times. Many cameras lock an account for half an "
+             "Several logins to this account have failed. Many cameras lock an account for half an "
              "hour after a few wrong passwords."),
          .buttons = {QStringLiteral("Try Now"), QStringLiteral("Cancel")}},
         [self = QPointer(this), selection = playbackSelectionGeneration](int button) {

@@ -79,6 +79,7 @@ void AppDelegate::beginPlaybackSelection(int index) {
         return;
     advanceSelectionGeneration();
     pictureSupervisor.cameraWasChosen();
+    streamDetailsController.cameraWasChosen();
     desktopSupervisor.cameraWasChosen();
     playbackRetryCount = 0;
     cancelPlaybackRetry();

@@ -90,8 +90,8 @@ bool LoginSupervisor::isRefused(const QString &url) const {
 
 // ---- A login ----
 
-void LoginSupervisor::loginHasBegun(std::int64_t link, const QString &url) {
-    loginHasEnded();
+void LoginSupervisor::linkWasOpened(std::int64_t link, const QString &url) {
+    linkWasClosed();
     m_waitsUntil.reset();
     m_loggedWait.reset();
     const auto login = m_hasLinks ? loginIn(url) : std::nullopt;
@@ -110,7 +110,7 @@ void LoginSupervisor::loginHasBegun(std::int64_t link, const QString &url) {
         m_attempts.pop_front();
 }
 
-void LoginSupervisor::loginHasEnded() {
+void LoginSupervisor::linkWasClosed() {
     if (m_attempts.empty() || std::exchange(m_attempts.back().isOver, true))
         return;
     const LoginTime time = now();

@@ -44,17 +44,17 @@ class LoginSupervisor {
     [[nodiscard]] std::optional<QDateTime> waitsUntil() const { return m_waitsUntil; }
     /// Permits the next login to the camera with the address `url`, at the user's request.
     void allowOneLogin(const QString &url);
-    /// How often the camera has refused a password for the user name in `url` since a login last
-    /// worked.
+    /// How many logins of the user name in `url`, with any password, were refused or unanswered
+    /// since one last worked.
     [[nodiscard]] int refusalsInARow(const QString &url) const;
     /// Whether the camera has answered that it refuses the password in `url`.
     [[nodiscard]] bool isRefused(const QString &url) const;
 
     /// A link was opened to the camera with the address `url`. `link` identifies the link. The
-    /// previous link is of no use any more.
-    void loginHasBegun(std::int64_t link, const QString &url);
+    /// previous link is no longer needed.
+    void linkWasOpened(std::int64_t link, const QString &url);
     /// The newest link was closed. Facts that arrive later still count.
-    void loginHasEnded();
+    void linkWasClosed();
     /// Must be called for every fact, even if its link has been replaced.
     void linkHasReported(std::int64_t link, const LinkFact &fact);
     /// The camera with the address `url` could not be reached.

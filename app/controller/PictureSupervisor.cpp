@@ -132,14 +132,16 @@ void PictureSupervisor::linkHasReported(const LinkFact &fact) {
         fail({PlaybackCause::wrongPassword});
         break;
     case Kind::RedirectRefused:
-        fail({PlaybackCause::cameraError, 302});
+        fail({PlaybackCause::redirected});
         break;
     case Kind::DescribedNoVideo:
         fail({PlaybackCause::noVideo});
         break;
     case Kind::NotRtsp:
-    case Kind::TooLarge:
         fail({PlaybackCause::notRtsp});
+        break;
+    case Kind::TooLarge:
+        fail({PlaybackCause::tooLarge});
         break;
     case Kind::EndedByCamera:
         if (!m_attemptHasFailed)
@@ -165,7 +167,7 @@ void PictureSupervisor::takeMeasure(const StreamMeasure &measure) {
     if (std::max(m_suspectedLateness, m_lateness.value()) >= pictureThresholds.noticeableLateness ||
         m_state.condition == PictureCondition::late)
         update();
-    if (m_latenessWatch.mustReplaceConnection(measure.lateness, m_environment.mainQueue.now()))
+    if (m_latenessWatch.takeLateness(measure.lateness, m_environment.mainQueue.now()))
         m_environment.pictureFellBehind();
 }
 
@@ -264,6 +266,8 @@ PictureNoticeFacts PictureSupervisor::noticeFacts(const Situation &situation) co
 }
 
 QString PictureSupervisor::cause() const {
+    if (m_state.condition == PictureCondition::late)
+        return QStringLiteral("The picture is too late: the network or this computer is too slow.");
     return noticeFacts(m_environment.situation()).cause;
 }
 

@@ -40,7 +40,7 @@ class PictureSupervisor {
         int port = 0;        ///< Of the camera's address.
         bool waitsForNetwork = false;
         bool addressIsUnusable = false;
-        bool isSleeping = false; ///< The machine, or it is about to.
+        bool isSleeping = false; ///< Whether the machine sleeps or is about to.
         bool controlsAreShown = false;
         /// Set while the next attempt waits so that the camera does not lock the account.
         std::optional<QDateTime> loginPauseEnd = std::nullopt;

@@ -2,6 +2,7 @@
 
 #include "platform/LumvikLog.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -44,6 +45,11 @@ void StreamDetailsController::copyDiagnosis() const {
         diagnosisText(rows(), m_environment.versions(), LumvikLog::recentLines())));
 }
 
+void StreamDetailsController::cameraWasChosen() {
+    loadHasBegun();
+    m_interruption.clear();
+}
+
 void StreamDetailsController::loadHasBegun() {
     m_measure.reset();
     m_delay = {};
@@ -51,6 +57,7 @@ void StreamDetailsController::loadHasBegun() {
 
 void StreamDetailsController::streamWasMeasured(const StreamMeasure &measure) {
     m_measure = measure;
+    m_measuredAt = m_environment.mainQueue.now();
     // The link has a clock of its own, which stands still while the machine sleeps.
     const auto linkNow = std::chrono::steady_clock::now();
     const TimeStamp now = m_environment.mainQueue.now();
@@ -58,19 +65,40 @@ void StreamDetailsController::streamWasMeasured(const StreamMeasure &measure) {
         m_delay.pictureArrived(now - std::chrono::duration<double>(linkNow - arrival).count());
 }
 
-void StreamDetailsController::recoveryWasScheduled(const QString &reason) {
+void StreamDetailsController::attemptWasScheduled(const QString &reason) {
+    // The attempts that fail after it have their reason in the first one.
+    if (m_interruption.isEmpty())
+        m_interruption = reason;
+}
+
+void StreamDetailsController::frameWasShown() {
+    m_delay.frameWasShown(m_environment.mainQueue.now());
+    if (m_interruption.isEmpty())
+        return;
     const QDateTime now = m_environment.currentDate().toLocalTime();
     if (m_lastRecoveryTime.date() != now.date())
         m_recoveries = 0;
     ++m_recoveries;
     m_lastRecoveryTime = now;
-    m_lastRecovery = reason;
+    m_lastRecovery = std::exchange(m_interruption, {});
+}
+
+bool StreamDetailsController::measureIsCurrent() const {
+    // Measurements come with data only. Rates of a camera that has fallen silent would look as if
+    // it still sent pictures.
+    constexpr double shortest = 2; // in seconds
+    constexpr double intervals = 3;
+    if (!m_measure)
+        return false;
+    const double rate = m_measure->picturesPerSecond;
+    const double longest = rate > 0 ? std::max(shortest, intervals / rate) : shortest;
+    return m_environment.mainQueue.now() - m_measuredAt <= longest;
 }
 
 QList<StreamDetailsRow> StreamDetailsController::rows() const {
     const QDate today = m_environment.currentDate().toLocalTime().date();
     StreamDetails details = m_environment.details();
-    if (m_measure) {
+    if (measureIsCurrent()) {
         details.lateness = m_measure->lateness;
         if (m_measure->picturesPerSecond > 0) {
             details.picturesPerSecond = m_measure->picturesPerSecond;

@@ -18,8 +18,8 @@
 namespace lumvik {
 
 /// Shows the details of the stream over the picture, and copies a diagnosis for the author of the
-/// program. It counts the recoveries of the day and measures the delay between the arrival of a
-/// picture and the screen.
+/// program. It counts how often the picture came back on this day, and measures the delay
+/// between the arrival of a picture and the screen.
 ///
 /// The controller owns it and tells it what happens to the stream. Main thread only.
 class StreamDetailsController {
@@ -44,20 +44,24 @@ class StreamDetailsController {
 
     [[nodiscard]] bool isShown() const { return m_refresh != nullptr; }
     void setShown(bool isShown);
-    /// Copies everything that helps the author of the program, without addresses and passwords.
+    /// Copies everything that helps the author of the program: the camera's name and host, but no
+    /// path, no user name and no password.
     void copyDiagnosis() const;
 
     // ---- What has happened ----
 
-    /// A load has begun. What was measured of the previous stream is of no use any more.
+    /// Another camera was chosen. Its first picture is not a recovery.
+    void cameraWasChosen();
+    /// A load has begun. What was measured of the previous stream is no longer needed.
     void loadHasBegun();
-    void frameWasShown() { m_delay.frameWasShown(m_environment.mainQueue.now()); }
+    void frameWasShown();
     void streamWasMeasured(const StreamMeasure &measure);
-    /// A recovery attempt was scheduled for `reason`.
-    void recoveryWasScheduled(const QString &reason);
+    /// An attempt to bring the picture back was scheduled for `reason`.
+    void attemptWasScheduled(const QString &reason);
 
   private:
     [[nodiscard]] QList<StreamDetailsRow> rows() const;
+    [[nodiscard]] bool measureIsCurrent() const;
     void refresh();
 
     const Environment m_environment;
@@ -65,7 +69,9 @@ class StreamDetailsController {
     std::unique_ptr<RepeatingTimer> m_refresh; // exists while the panel is shown
     DelayMeter m_delay;
     std::optional<StreamMeasure> m_measure;
-    int m_recoveries = 0; // on the day of the last one
+    TimeStamp m_measuredAt = 0;
+    QString m_interruption; // the reason of the first attempt since the last picture
+    int m_recoveries = 0;   // on the day of the last one
     QDateTime m_lastRecoveryTime;
     QString m_lastRecovery;
 };

@@ -80,6 +80,10 @@ ScreenSaverDouble::ScreenSaverDouble(const QString &busAddress)
 
 uint ScreenSaverDouble::Inhibit(const QString &program, const QString &) {
     m_programs.append(program);
+    if (m_refuses) {
+        sendErrorReply(QDBusError::AccessDenied, QStringLiteral("Not for strangers."));
+        return 0;
+    }
     m_inhibitors.append(++m_lastCookie);
     return m_lastCookie;
 }

@@ -88,6 +88,8 @@ class ScreenSaverDouble final : public ServiceDouble {
 
     [[nodiscard]] const QList<uint> &inhibitors() const { return m_inhibitors; }
     [[nodiscard]] const QStringList &programs() const { return m_programs; }
+    /// Refuses all requests from now on.
+    void refuse() { m_refuses = true; }
 
   public Q_SLOTS:
     Q_SCRIPTABLE uint Inhibit(const QString &program, const QString &reason);
@@ -97,6 +99,7 @@ class ScreenSaverDouble final : public ServiceDouble {
     QList<uint> m_inhibitors;
     QStringList m_programs;
     uint m_lastCookie = 6;
+    bool m_refuses = false;
 };
 
 /// A fake portal that keeps the screen on.

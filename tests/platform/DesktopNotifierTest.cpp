@@ -53,7 +53,7 @@ TEST_F(DesktopNotifierTest, ShowsANotificationWithAnActionAndItsUrgency) {
     EXPECT_TRUE(log.lines().isEmpty());
 }
 
-TEST_F(DesktopNotifierTest, TextsAreNoMarkup) {
+TEST_F(DesktopNotifierTest, MarkupInTextsIsEscaped) {
     DesktopNotifier notifier(bus.address());
     notifier.show({u"<b>"_s, u"<b>"_s, false}, nullptr);
     ASSERT_TRUE(eventually([this] { return server->requests().size() == 1; }));
@@ -109,7 +109,7 @@ TEST_F(DesktopNotifierTest, NotificationIsWithdrawn) {
     EXPECT_EQ(server->closed().size(), 1);
 }
 
-TEST_F(DesktopNotifierTest, WithdrawnBeforeItIsShownItDoesNotStay) {
+TEST_F(DesktopNotifierTest, NotificationWithdrawnBeforeTheReplyIsClosed) {
     DesktopNotifier notifier(bus.address());
     show(notifier, u"No picture"_s);
     ASSERT_TRUE(eventually([this] { return !server->requests().isEmpty(); }));

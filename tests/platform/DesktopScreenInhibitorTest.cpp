@@ -72,10 +72,21 @@ TEST_F(DesktopScreenInhibitorTest, LogsOnceThatNobodyKeepsTheScreenOnAndUsesAScr
     inhibitor.keepScreenOn(true);
     ASSERT_TRUE(eventually([this] { return log.lines().size() == 1; }));
     EXPECT_EQ(log.lines().constFirst().text,
-              u"The screen cannot be kept on: there is no screen saver and no portal."_s);
+              u"The screen cannot be kept on: there is no screen saver, and there is no portal."_s);
     const ScreenSaverDouble screenSaver(bus.address());
     EXPECT_TRUE(eventually([&] { return screenSaver.inhibitors().size() == 1; }));
     EXPECT_EQ(log.lines().size(), 1);
+}
+
+TEST_F(DesktopScreenInhibitorTest, LogsWhatTheScreenSaverAnswers) {
+    ScreenSaverDouble screenSaver(bus.address());
+    screenSaver.refuse();
+    DesktopScreenInhibitor inhibitor(bus.address());
+    inhibitor.keepScreenOn(true);
+    ASSERT_TRUE(eventually([this] { return log.lines().size() == 1; }));
+    EXPECT_EQ(log.lines().constFirst().text,
+              u"The screen cannot be kept on: the screen saver refused it (Not for strangers), "
+              "and there is no portal."_s);
 }
 
 TEST_F(DesktopScreenInhibitorTest, LogsThatThereIsNoBus) {

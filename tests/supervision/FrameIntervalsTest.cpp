@@ -31,14 +31,14 @@ TEST(FrameIntervals, SinglePausesDoNotChangeTheUsualOne) {
     EXPECT_NEAR(intervals.usual(), 0.04, 1e-9);
 }
 
-TEST(FrameIntervals, FollowANewFrameRateWithinTheirNumber) {
+TEST(FrameIntervals, FollowANewFrameRateWithinThirtyFrames) {
     FrameIntervals intervals;
     const TimeStamp last = showFrames(intervals, 0, 100, 0.04);
     showFrames(intervals, last + 1, 20, 1);
     EXPECT_NEAR(intervals.usual(), 1, 1e-9);
 }
 
-TEST(FrameIntervals, TheTimeBetweenTwoStreamsIsNone) {
+TEST(FrameIntervals, TimeBetweenTwoStreamsIsNotAnInterval) {
     FrameIntervals intervals;
     for (int stream = 0; stream < 10; ++stream) {
         showFrames(intervals, stream * 100, 2, 1);

@@ -10,22 +10,22 @@ namespace {
 int replacements(LatenessWatch &watch, double lateness, TimeStamp from, TimeStamp to) {
     int count = 0;
     for (TimeStamp now = from; now < to; now += 0.25)
-        count += watch.mustReplaceConnection(lateness, now) ? 1 : 0;
+        count += watch.takeLateness(lateness, now) ? 1 : 0;
     return count;
 }
 
 TEST(LatenessWatch, ConnectionIsReplacedAfterTenSecondsOfLateness) {
     LatenessWatch watch;
     EXPECT_EQ(replacements(watch, 5.1, 100, 110), 0);
-    EXPECT_TRUE(watch.mustReplaceConnection(5.1, 110));
+    EXPECT_TRUE(watch.takeLateness(5.1, 110));
 }
 
-TEST(LatenessWatch, FiveSecondsAreEndured) {
+TEST(LatenessWatch, LatenessOfFiveSecondsIsTolerated) {
     LatenessWatch watch;
     EXPECT_EQ(replacements(watch, 5, 100, 1000), 0);
 }
 
-TEST(LatenessWatch, LatenessThatEndsInBetweenCountsAnew) {
+TEST(LatenessWatch, LatenessThatEndsRestartsTheTenSeconds) {
     LatenessWatch watch;
     EXPECT_EQ(replacements(watch, 9, 100, 109), 0);
     EXPECT_EQ(replacements(watch, 1, 109, 110), 0);
@@ -43,7 +43,7 @@ TEST(LatenessWatch, NewConnectionGetsItsOwnTenSeconds) {
     EXPECT_EQ(replacements(watch, 9, 100, 109), 0);
     watch.connectionWasReplaced();
     EXPECT_EQ(replacements(watch, 9, 109, 119), 0);
-    EXPECT_TRUE(watch.mustReplaceConnection(9, 119));
+    EXPECT_TRUE(watch.takeLateness(9, 119));
 }
 
 } // namespace

@@ -135,7 +135,7 @@ TEST(LoginBudgetRuleTest, HourHasNoMoreRefusalsThanTheBudget) {
 }
 
 // Two cameras of the list may have the same account and different wrong passwords.
-TEST(LoginBudgetRuleTest, AlternatingPasswordsAreNoEdits) {
+TEST(LoginBudgetRuleTest, AlternatingPasswordsAreNotEdits) {
     LoginHistory history;
     std::vector<LoginTime> refusals;
     for (LoginTime time = start; time < start + 180min; time += 1s) {

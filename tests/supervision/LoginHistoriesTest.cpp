@@ -81,7 +81,7 @@ TEST_F(LoginHistoriesTest, EditIsRecognisedAfterARestart) {
 }
 
 // The folder of the preferences is backed up and synchronised without much thought.
-TEST_F(LoginHistoriesTest, FileNamesNobody) {
+TEST_F(LoginHistoriesTest, PreferencesContainNoHostOrUserName) {
     refuse(login);
     QFile file(path());
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));

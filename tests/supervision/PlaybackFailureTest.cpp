@@ -72,7 +72,7 @@ TEST(PlaybackFailure, ExplanationNamesHostAndPortWhereTheyHelp) {
               u"[fe80::7%eth0] refuses connections on port 8554."_s);
     EXPECT_EQ(text(PlaybackCause::noAnswer, u""_s), u"The camera does not answer."_s);
     EXPECT_EQ(text(PlaybackCause::notRtsp, u"cam.example"_s),
-              u"What answers at cam.example:8554 is no RTSP camera."_s);
+              u"What answers at cam.example:8554 is not an RTSP camera."_s);
     EXPECT_EQ(text(PlaybackCause::nameNotFound, u"kamera"_s), u"The name kamera is not known."_s);
     EXPECT_EQ(explanation({PlaybackCause::cameraError, 500, {}}, {}, 554),
               u"The camera answers with an error (500)."_s);

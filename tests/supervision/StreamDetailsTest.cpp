@@ -19,9 +19,9 @@ QString value(const StreamDetails &details, const QString &label) {
 }
 
 TEST(StreamDetails, UnknownValuesHaveADash) {
-    for (const QString &label : {u"Camera"_s, u"Host"_s, u"Picture"_s, u"Codec"_s, u"Size"_s,
-                                 u"Pictures a second"_s, u"Bit rate"_s, u"Decoder"_s, u"Renderer"_s,
-                                 u"Arrival to screen"_s, u"Lateness"_s, u"Live for"_s})
+    for (const QString &label : {u"Camera"_s, u"Host"_s, u"Picture"_s, u"Codec"_s, u"Resolution"_s,
+                                 u"Frame rate"_s, u"Bit rate"_s, u"Decoder"_s, u"Renderer"_s,
+                                 u"Arrival to screen"_s, u"Lateness"_s, u"Playing for"_s})
         EXPECT_EQ(value({}, label), u"–"_s) << qPrintable(label);
     EXPECT_EQ(value({}, u"Recoveries today"_s), u"0"_s);
     EXPECT_EQ(value({}, u"Last recovery"_s), u"none"_s);
@@ -45,12 +45,12 @@ TEST(StreamDetails, ValuesHaveTheirUnits) {
                                 .lastRecovery = u"no first video frame"_s,
                                 .lastRecoveryTime = QDateTime(today, QTime(17, 3, 5))};
     EXPECT_EQ(value(details, u"Host"_s), u"192.0.2.7:554"_s);
-    EXPECT_EQ(value(details, u"Size"_s), u"1280 × 720"_s);
-    EXPECT_EQ(value(details, u"Pictures a second"_s), u"25.0"_s);
+    EXPECT_EQ(value(details, u"Resolution"_s), u"1280 × 720"_s);
+    EXPECT_EQ(value(details, u"Frame rate"_s), u"25.0 fps"_s);
     EXPECT_EQ(value(details, u"Bit rate"_s), u"1.8 Mbit/s"_s);
     EXPECT_EQ(value(details, u"Arrival to screen"_s), u"6 ms"_s);
     EXPECT_EQ(value(details, u"Lateness"_s), u"1.8 s"_s);
-    EXPECT_EQ(value(details, u"Live for"_s), u"1:02:05"_s);
+    EXPECT_EQ(value(details, u"Playing for"_s), u"1:02:05"_s);
     EXPECT_EQ(value(details, u"Recoveries today"_s), u"3"_s);
     EXPECT_EQ(value(details, u"Last recovery"_s), u"17:03:05, no first video frame"_s);
 }
@@ -59,8 +59,8 @@ TEST(StreamDetails, ValuesOfEveryMagnitudeAreReadable) {
     EXPECT_EQ(value({.host = u"2001:db8::7"_s, .port = 8554}, u"Host"_s), u"[2001:db8::7]:8554"_s);
     EXPECT_EQ(value({.bitsPerSecond = 311'200}, u"Bit rate"_s), u"311 kbit/s"_s);
     EXPECT_EQ(value({.lateness = 0.04}, u"Lateness"_s), u"none"_s) << "jitter";
-    EXPECT_EQ(value({.uptime = 59.9}, u"Live for"_s), u"0:00:59"_s);
-    EXPECT_EQ(value({.uptime = 2 * 86400 + 3 * 3600 + 4 * 60 + 5}, u"Live for"_s),
+    EXPECT_EQ(value({.uptime = 59.9}, u"Playing for"_s), u"0:00:59"_s);
+    EXPECT_EQ(value({.uptime = 2 * 86400 + 3 * 3600 + 4 * 60 + 5}, u"Playing for"_s),
               u"2 d 3:04:05"_s);
     EXPECT_EQ(value({.lastRecovery = u"system wake"_s,
                      .lastRecoveryTime = QDateTime(today.addDays(-1), QTime(17, 3, 5))},

@@ -29,7 +29,7 @@ TEST(StreamTransports, CameraThatRefusesTcpIsLoadedOverUdpFromThenOn) {
     EXPECT_EQ(transports.beginLoad(other), Transport::tcp);
 }
 
-TEST(StreamTransports, UdpInVainIsFollowedByTcp) {
+TEST(StreamTransports, FailedUdpLoadIsFollowedByTcp) {
     StreamTransports transports;
     (void)transports.beginLoad(camera);
     ASSERT_TRUE(transports.tcpWasRefused(camera));

@@ -47,11 +47,11 @@ TEST_F(AccessibilityTest, HiddenControlsAreExposedButNotAsShowing) {
 
 TEST_F(AccessibilityTest, StreamDetailsCanBeReadWhileTheyAreShown) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
-    const QString rate = u"Pictures a second: "_s;
+    const QString rate = u"Frame rate: "_s;
     EXPECT_FALSE(wholeTree().contains(rate));
     keyboard.press(u"ctrl+i"_s);
     // What is announced changes every ten seconds at most.
-    EXPECT_TRUE(eventually(25s, [&] { return wholeTree().contains(rate + u"5.0"_s); }))
+    EXPECT_TRUE(eventually(25s, [&] { return wholeTree().contains(rate + u"5.0 fps"_s); }))
         << qPrintable(wholeTree());
     EXPECT_FALSE(wholeTree().contains(password));
     keyboard.press(u"ctrl+i"_s);

@@ -121,6 +121,16 @@ TEST_F(PictureNoticeTest, TextForAssistiveTechnologyHasTimeToBeRead) {
     EXPECT_EQ(pill.spokenText(), u"Late"_s) << "it appears with the right text";
 }
 
+TEST_F(PictureNoticeTest, LossOfALivePictureIsSpokenAtOnce) {
+    const NoticePill &pill = *item<NoticePill>();
+    notice.show({.pill = u"Live"_s, .spoken = u"Live"_s}, true);
+    EXPECT_EQ(pill.spokenText(), u"Live"_s);
+    notice.show({.pill = u"Not live · 2 s"_s, .spoken = u"Not live"_s}, false);
+    EXPECT_EQ(pill.spokenText(), u"Not live"_s);
+    notice.show({.pill = u"Live"_s, .spoken = u"Live"_s}, true);
+    EXPECT_EQ(pill.spokenText(), u"Not live"_s) << "good news can wait until the rest was read";
+}
+
 TEST_F(PictureNoticeTest, OnlyTheButtonsReceiveClicks) {
     notice.show({.pill = u"Live"_s, .title = u"No picture"_s, .offersActions = true}, true);
     EXPECT_EQ(item<NoticePill>()->acceptedMouseButtons(), Qt::NoButton);

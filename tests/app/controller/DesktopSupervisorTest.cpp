@@ -48,6 +48,21 @@ TEST_F(DesktopSupervisorTest, LossIsReportedOnceAndSoIsItsEnd) {
     EXPECT_EQ(notifier.shown.last().text, u"There was no live picture for 5 minutes."_s);
 }
 
+TEST_F(DesktopSupervisorTest, ReportOfALatePictureSaysSo) {
+    cameraLinks.areEnabled = true;
+    launchAndPlay(threeCameras());
+    notifyOfLoss();
+    pass(1, true);
+    for (int second = 0; second < 40; ++second) {
+        cameraLinks.report(
+            {.kind = LinkFact::Kind::Measured, .measure = {.lateness = 3, .largestLateness = 3}});
+        pass(1, true);
+    }
+    EXPECT_EQ(titles(), QStringList(u"No live picture from Front door"_s));
+    EXPECT_EQ(notifier.shown.first().text,
+              u"The picture is too late: the network or this computer is too slow."_s);
+}
+
 TEST_F(DesktopSupervisorTest, NothingIsReportedUnlessTheUserWantsIt) {
     launchAndPlay(threeCameras());
     pass(1, true);

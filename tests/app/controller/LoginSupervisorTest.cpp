@@ -235,7 +235,7 @@ TEST_F(LoginSupervisorTest, CameraThatCannotBeReachedFollowsTheUsualDelays) {
 }
 
 // A wrong path is no wrong password.
-TEST_F(LoginSupervisorTest, OtherAnswerIsNoRefusal) {
+TEST_F(LoginSupervisorTest, OtherAnswerIsNotARefusal) {
     status = 404;
     launchAndPlay(camerasWith(u"right"_s));
     watch(35);
@@ -356,10 +356,10 @@ TEST_F(LoginSupervisorTest, RefusalsInARowAreCounted) {
     const QString url = camerasWith(u"wrong"_s).at(0).url;
     for (std::int64_t link = 1; link <= 5; ++link) {
         EXPECT_EQ(supervisor.refusalsInARow(url), link - 1);
-        supervisor.loginHasBegun(link, url);
+        supervisor.linkWasOpened(link, url);
         supervisor.linkHasReported(link, {.kind = Kind::LoginRefused, .hadLogin = true});
     }
-    supervisor.loginHasBegun(6, url);
+    supervisor.linkWasOpened(6, url);
     supervisor.linkHasReported(
         6, {.kind = Kind::Answered, .method = "DESCRIBE", .status = 200, .hadLogin = true});
     EXPECT_EQ(supervisor.refusalsInARow(url), 0);
@@ -422,7 +422,7 @@ TEST_F(LoginSupervisorTest, ViewersLogInOneAfterTheOther) {
     LoginSupervisor another(
         home.userDefaults(), [this] { return currentDate(); }, true);
     const QString url = camerasWith(u"right"_s).at(0).url;
-    another.loginHasBegun(1, url);
+    another.linkWasOpened(1, url);
     launchAndPlay(camerasWith(u"right"_s));
     watch(5);
     EXPECT_EQ(connections, 0);

@@ -151,10 +151,14 @@ TEST_F(PictureSupervisorTest, EachFactHasItsCause) {
     for (const Case &each :
          {Case{{.kind = Kind::LoginRefused}, u"The camera refuses the user name or password."_s},
           Case{{.kind = Kind::DescribedNoVideo}, u"The stream has no video."_s},
-          Case{{.kind = Kind::NotRtsp}, u"What answers at camera.example:554 is no RTSP camera."_s},
-          Case{{.kind = Kind::RedirectRefused}, u"The camera answers with an error (302)."_s},
+          Case{{.kind = Kind::NotRtsp},
+               u"What answers at camera.example:554 is not an RTSP camera."_s},
+          Case{{.kind = Kind::RedirectRefused},
+               u"The camera redirects to an address that Lumvik does not follow."_s},
+          Case{{.kind = Kind::TooLarge},
+               u"The camera sends more data at once than Lumvik accepts."_s},
           Case{status("DESCRIBE", 404), u"The camera has no stream at this path."_s},
-          Case{status("PLAY", 453), u"The camera serves as many viewers as it can."_s},
+          Case{status("PLAY", 453), u"The camera cannot serve another viewer now."_s},
           Case{status("DESCRIBE", 500), u"The camera answers with an error (500)."_s},
           Case{unconnected(ConnectionFailure::refused),
                u"camera.example refuses connections on port 554."_s},
@@ -232,7 +236,7 @@ TEST_F(PictureSupervisorTest, WithoutALinkTheCauseOfSilenceIsUnknown) {
     cameraLinks.areEnabled = false;
     launchAndPlay(threeCameras());
     queue.advance(10.5);
-    EXPECT_EQ(cause(), u"The picture does not come."_s);
+    EXPECT_EQ(cause(), u"The cause is unknown."_s);
 }
 
 TEST_F(PictureSupervisorTest, FailedPreflightIsExplained) {
@@ -274,13 +278,13 @@ TEST_F(PictureSupervisorTest, TryNowMakesTheAttemptAtOnce) {
     EXPECT_EQ(message().value(2), u"Trying now"_s);
 }
 
-TEST_F(PictureSupervisorTest, MissingNetworkIsSaid) {
+TEST_F(PictureSupervisorTest, MissingNetworkIsExplained) {
     launchAndPlay(threeCameras());
     networkPath.report({});
     queue.runPending();
-    EXPECT_EQ(message(),
-              (QStringList{u"No picture from Front door"_s, u"This computer has no network."_s,
-                           u"Waiting for the network"_s}));
+    EXPECT_EQ(message(), (QStringList{u"No picture from Front door"_s,
+                                      u"This computer is not connected to a network."_s,
+                                      u"Waiting for the network"_s}));
 }
 
 TEST_F(PictureSupervisorTest, UnusableAddressIsSaid) {
@@ -301,7 +305,7 @@ TEST_F(PictureSupervisorTest, NothingOfAnotherCameraIsKept) {
     EXPECT_EQ(message(), QStringList(u"Connecting to Yard…"_s));
 }
 
-TEST_F(PictureSupervisorTest, PictureOfBeforeTheSleepIsNotKept) {
+TEST_F(PictureSupervisorTest, PictureFromBeforeSleepIsNotKept) {
     launchAndPlay(threeCameras());
     showFrames(1);
     sleepMonitor.sleep();

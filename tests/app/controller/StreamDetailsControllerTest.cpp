@@ -49,17 +49,17 @@ TEST_F(StreamDetailsControllerTest, PanelFollowsTheStream) {
     EXPECT_EQ(shown(u"Host"_s), u"camera.example:554"_s);
     EXPECT_EQ(shown(u"Picture"_s), u"Live"_s);
     EXPECT_EQ(shown(u"Codec"_s), u"hevc"_s);
-    EXPECT_EQ(shown(u"Size"_s), u"1080 × 1920"_s);
+    EXPECT_EQ(shown(u"Resolution"_s), u"1080 × 1920"_s);
     EXPECT_EQ(shown(u"Renderer"_s), u"software"_s);
-    EXPECT_EQ(shown(u"Pictures a second"_s), u"–"_s);
+    EXPECT_EQ(shown(u"Frame rate"_s), u"–"_s);
     cameraLinks.report(
         {.kind = LinkFact::Kind::Measured,
          .measure = {.lateness = 0.5, .picturesPerSecond = 12.5, .bitsPerSecond = 2e6}});
     play(1.2);
-    EXPECT_EQ(shown(u"Pictures a second"_s), u"12.5"_s);
+    EXPECT_EQ(shown(u"Frame rate"_s), u"12.5 fps"_s);
     EXPECT_EQ(shown(u"Bit rate"_s), u"2.0 Mbit/s"_s);
     EXPECT_EQ(shown(u"Lateness"_s), u"0.5 s"_s);
-    EXPECT_EQ(shown(u"Live for"_s), u"0:00:02"_s);
+    EXPECT_EQ(shown(u"Playing for"_s), u"0:00:02"_s);
     toggleDetails();
     EXPECT_FALSE(panel().isVisible());
 }
@@ -71,7 +71,9 @@ TEST_F(StreamDetailsControllerTest, RecoveriesOfTheDayAreCounted) {
     EXPECT_EQ(shown(u"Recoveries today"_s), u"0"_s);
     failRecoveryAttempts(3);
     queue.advance(1);
-    EXPECT_EQ(shown(u"Recoveries today"_s), u"3"_s);
+    EXPECT_EQ(shown(u"Recoveries today"_s), u"0"_s) << "the picture has not come back";
+    play(1.2);
+    EXPECT_EQ(shown(u"Recoveries today"_s), u"1"_s) << "however many attempts it took";
     EXPECT_TRUE(shown(u"Last recovery"_s).endsWith(u", a test"_s));
     date = date.addDays(1);
     queue.advance(1.1);
@@ -85,12 +87,30 @@ TEST_F(StreamDetailsControllerTest, NothingOfTheOldStreamIsShownForTheNew) {
     cameraLinks.report({.kind = LinkFact::Kind::Measured, .measure = {.picturesPerSecond = 12.5}});
     queue.runPending();
     toggleDetails();
-    ASSERT_EQ(shown(u"Pictures a second"_s), u"12.5"_s);
+    ASSERT_EQ(shown(u"Frame rate"_s), u"12.5 fps"_s);
+    failRecoveryAttempts(1);
     delegate->cameraMenuItemSelected(1);
     queue.advance(1.1);
     EXPECT_EQ(shown(u"Camera"_s), u"Yard"_s);
-    EXPECT_EQ(shown(u"Pictures a second"_s), u"–"_s);
+    EXPECT_EQ(shown(u"Frame rate"_s), u"–"_s);
     EXPECT_EQ(shown(u"Codec"_s), u"–"_s);
+    play(1.2);
+    EXPECT_EQ(shown(u"Recoveries today"_s), u"0"_s) << "the user has chosen another camera";
+}
+
+TEST_F(StreamDetailsControllerTest, RatesOfASilentCameraAreNotShown) {
+    launchAndPlay(threeCameras());
+    play(1);
+    toggleDetails();
+    cameraLinks.report({.kind = LinkFact::Kind::Measured, .measure = {.picturesPerSecond = 12.5}});
+    queue.advance(1.9);
+    EXPECT_EQ(shown(u"Frame rate"_s), u"12.5 fps"_s);
+    queue.advance(1.2);
+    EXPECT_EQ(shown(u"Frame rate"_s), u"–"_s);
+    EXPECT_EQ(shown(u"Lateness"_s), u"–"_s);
+    cameraLinks.report({.kind = LinkFact::Kind::Measured, .measure = {.picturesPerSecond = 0.5}});
+    queue.advance(5);
+    EXPECT_EQ(shown(u"Frame rate"_s), u"0.5 fps"_s) << "it sends a picture every two seconds";
 }
 
 TEST_F(StreamDetailsControllerTest, KeyWorksInTheViewer) {

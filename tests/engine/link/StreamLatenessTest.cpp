@@ -134,7 +134,7 @@ TEST_F(StreamLatenessTest, NominalRateIsNotLateness) {
     }
 }
 
-TEST_F(StreamLatenessTest, NominalRateAndASlowNetworkAreTold) {
+TEST_F(StreamLatenessTest, NominalRateAndASlowNetworkAreToldApart) {
     reportInterval = 5;
     stampInterval = 1 / 15.0;
     sendPictures(14 * 60, 1 / 14.2);
