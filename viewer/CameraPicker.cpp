@@ -7,6 +7,7 @@
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QQuickWindow>
+#include <QWheelEvent>
 
 namespace lumvik {
 
@@ -128,6 +129,17 @@ void CameraPicker::openMenu() {
         return;
     popUpMenu(*m_menu, *window(), mapToScene(QPointF(0, height() + menuGap)).toPoint(),
               m_menu->actions().value(m_selected));
+}
+
+void CameraPicker::wheelEvent(QWheelEvent *event) {
+    event->accept();
+    if (event->phase() == Qt::ScrollMomentum)
+        return; // the fingers have left the touchpad
+    m_wheelAngle -= event->angleDelta().y();
+    const int notches = m_wheelAngle / QWheelEvent::DefaultDeltasPerStep;
+    m_wheelAngle %= QWheelEvent::DefaultDeltasPerStep;
+    if (notches != 0 && m_delegate.wheelTurned)
+        m_delegate.wheelTurned(notches);
 }
 
 OutlinedShape CameraPicker::outlinedShape() const {

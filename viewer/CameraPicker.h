@@ -18,6 +18,9 @@ struct CameraPickerDelegate {
     std::function<void()> menuDidClose;
     /// The user has chosen the item at `index`. The menu has closed already.
     std::function<void(int index)> cameraChosen;
+    /// The wheel was turned over the picker by this many notches. Positive towards the user, that
+    /// is, to later cameras.
+    std::function<void(int notches)> wheelTurned = {};
 };
 
 /// The layout of the closed picker.
@@ -40,6 +43,9 @@ class CameraPicker final : public ViewerControl {
     /// Replaces the items and selects the first one, if there is one. Closes an open menu, because
     /// its items no longer exist.
     void setItems(const QStringList &names);
+
+    /// The names as they are shown.
+    [[nodiscard]] const QStringList &items() const { return m_names; }
 
     /// Selects an item without calling the delegate. An open menu shows the new selection as well.
     /// An index outside the items is ignored.
@@ -69,6 +75,7 @@ class CameraPicker final : public ViewerControl {
 
   protected:
     [[nodiscard]] OutlinedShape outlinedShape() const override;
+    void wheelEvent(QWheelEvent *event) override;
 
   private:
     void styleCameraPickerMenu();
@@ -78,6 +85,7 @@ class CameraPicker final : public ViewerControl {
     CameraPickerDelegate m_delegate;
     QStringList m_names;
     int m_selected = -1;
+    int m_wheelAngle = 0; // turned since the last whole notch, in eighths of a degree
     std::vector<std::unique_ptr<MirelCameraMenuItemView>> m_itemViews; // one per item
     CameraMenuStyle m_menuStyle;
     std::unique_ptr<QMenu> m_menu;

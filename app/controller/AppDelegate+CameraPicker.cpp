@@ -11,6 +11,7 @@ void AppDelegate::fillCameraPicker() {
     for (const Camera &camera : std::as_const(cameras))
         names.append(camera.name);
     cameraPicker->setItems(names);
+    mainMenu->setCameras(cameraPicker->items());
 }
 
 void AppDelegate::updatePictureDescription() {
@@ -26,6 +27,13 @@ void AppDelegate::updatePictureDescription() {
 
 void AppDelegate::cameraMenuItemSelected(int index) {
     selectCamera(index);
+}
+
+void AppDelegate::stepCamera(int step) {
+    const auto count = static_cast<int>(cameras.size());
+    const int shown = cameraPicker->indexOfSelectedItem();
+    if (count > 1)
+        selectCamera(((shown + step) % count + count) % count);
 }
 
 void AppDelegate::menuWillOpen() {

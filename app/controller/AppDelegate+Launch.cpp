@@ -68,6 +68,17 @@ void AppDelegate::buildMainMenu() {
     actions.sendFeedback = [this] { sendFeedback(); };
     actions.showAbout = [this] { showAbout(); };
     actions.terminate = [this] { environment.terminate(); };
+    actions.chooseCamera = [this](int index) { selectCamera(index); };
+    actions.shownCamera = [this] {
+        return cameraPicker == nullptr ? -1 : cameraPicker->indexOfSelectedItem();
+    };
+    actions.stepCamera = [this](int step) { stepCamera(step); };
+    actions.toggleFocusArea = [this] {
+        // Like the focus button, which is disabled without a camera.
+        if (!cameras.isEmpty())
+            toggleFocusArea();
+    };
+    actions.focusAreaTitle = [this] { return focusViewerButton->label(); };
     actions.showsDetails = {[this] { return streamDetailsController.isShown(); },
                             [this](bool on) { streamDetailsController.setShown(on); }};
     actions.copyDiagnosis = [this] { streamDetailsController.copyDiagnosis(); };

@@ -126,6 +126,11 @@ void AppDelegate::createControls() {
                                          [self](int index) {
                                              if (self)
                                                  self->cameraMenuItemSelected(index);
+                                         },
+                                     .wheelTurned =
+                                         [self](int step) {
+                                             if (self)
+                                                 self->stepCamera(step);
                                          }},
                                     content);
     stayOnTopButton = new PinToggleButton(content);

@@ -130,6 +130,8 @@ class AppDelegate final : public QObject {
     // ---- Camera picker: AppDelegate+CameraPicker.cpp ----
 
     void cameraMenuItemSelected(int index);
+    /// Chooses the camera `step` places after the chosen one, around the ends of the list.
+    void stepCamera(int step);
     /// The menu is the camera picker's, not the main menu.
     void menuWillOpen();
     void menuDidClose();

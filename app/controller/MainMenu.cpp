@@ -42,6 +42,15 @@ class MenuBuilder {
         });
     }
 
+    /// The item has the title that `title` returns whenever the menu opens.
+    void retitledItem(const std::function<QString()> &title, const QString &firstTitle,
+                      const std::function<void()> &action, const QList<QKeySequence> &keys) {
+        QAction *added = item(firstTitle, action, keys);
+        if (title)
+            QObject::connect(m_menu.get(), &QMenu::aboutToShow, added,
+                             [added, title] { added->setText(title()); });
+    }
+
     void separator() { m_menu->addSeparator(); }
 
     std::unique_ptr<QMenu> take() { return std::move(m_menu); }
@@ -76,7 +85,12 @@ MainMenu::MainMenu(const MainMenuActions &actions) {
                 {QKeySequence(Qt::CTRL | Qt::Key_Q)});
     m_menus.push_back(lumvik.take());
 
+    buildCameraMenu(actions);
+
     MenuBuilder view(QStringLiteral("View"));
+    view.retitledItem(actions.focusAreaTitle, QStringLiteral("Focus on an Area"),
+                      actions.toggleFocusArea, {QKeySequence(Qt::CTRL | Qt::Key_E)});
+    view.separator();
     view.setting(QStringLiteral("Stream Details"), actions.showsDetails,
                  {QKeySequence(Qt::CTRL | Qt::Key_I)});
     view.item(QStringLiteral("Copy Diagnosis"), actions.copyDiagnosis);
@@ -105,6 +119,55 @@ MainMenu::MainMenu(const MainMenuActions &actions) {
     m_menus.push_back(help.take());
 }
 
+void MainMenu::buildCameraMenu(const MainMenuActions &actions) {
+    m_chooseCamera = actions.chooseCamera;
+    m_shownCamera = actions.shownCamera;
+    const auto step = [&actions](int by) {
+        return actions.stepCamera
+                   ? std::function<void()>([step = actions.stepCamera, by] { step(by); })
+                   : std::function<void()>();
+    };
+    MenuBuilder camera(QStringLiteral("Camera"));
+    camera.separator(); // the cameras are above it
+    m_nextCamera =
+        camera.item(QStringLiteral("Next Camera"), step(1), {QKeySequence(Qt::Key_PageDown)});
+    m_previousCamera =
+        camera.item(QStringLiteral("Previous Camera"), step(-1), {QKeySequence(Qt::Key_PageUp)});
+    m_menus.push_back(camera.take());
+    m_camera = m_menus.back().get();
+    QObject::connect(m_camera, &QMenu::aboutToShow, m_camera, [this] { markShownCamera(); });
+    setCameras({});
+}
+
+void MainMenu::setCameras(const QStringList &names) {
+    constexpr int withKeys = 9;
+    qDeleteAll(m_cameras);
+    m_cameras.clear();
+    QAction *separator = m_camera->actions().at(0);
+    for (int index = 0; index < names.size(); ++index) {
+        // In a menu, "&" would turn the next letter into an access key.
+        auto *item = new QAction(
+            QString(names.at(index)).replace(QLatin1Char('&'), QLatin1String("&&")), m_camera);
+        item->setCheckable(true);
+        item->setEnabled(static_cast<bool>(m_chooseCamera));
+        if (index < withKeys)
+            item->setShortcut(QKeySequence(Qt::Key_1 + index));
+        QObject::connect(item, &QAction::triggered, item, [this, index] {
+            m_chooseCamera(index);
+            markShownCamera();
+        });
+        m_camera->insertAction(separator, item);
+        m_cameras.append(item);
+    }
+    for (QAction *item : {m_nextCamera, m_previousCamera})
+        item->setEnabled(names.size() > 1);
+}
+
+void MainMenu::markShownCamera() {
+    for (int index = 0; index < m_cameras.size(); ++index)
+        m_cameras.at(index)->setChecked(m_shownCamera && index == m_shownCamera());
+}
+
 QList<QMenu *> MainMenu::menus() const {
     QList<QMenu *> all;
     for (const auto &menu : m_menus)
@@ -117,7 +180,7 @@ bool MainMenu::performKeyEquivalent(const QKeyEvent &event, Scope scope) const {
         return false;
     const QKeySequence pressed = keyEquivalent(event);
     for (const auto &menu : m_menus) {
-        if (scope == Scope::programMenus && menu.get() == m_view)
+        if (scope == Scope::programMenus && (menu.get() == m_view || menu.get() == m_camera))
             continue;
         for (QAction *item : menu->actions()) {
             if (item->isEnabled() && item->shortcuts().contains(pressed)) {

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QMenu>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -22,6 +23,12 @@ struct MainMenuActions {
     std::function<void()> showCameraSettings;
     std::function<void()> checkForUpdates;
     std::function<void()> terminate;
+    std::function<void(int index)> chooseCamera;
+    std::function<int()> shownCamera; ///< Returns the index of the chosen camera, or -1.
+    /// Chooses the camera `step` places after the chosen one, around the ends of the list.
+    std::function<void(int step)> stepCamera;
+    std::function<void()> toggleFocusArea;
+    std::function<QString()> focusAreaTitle; ///< Returns what `toggleFocusArea` would do.
     MainMenuSetting showsDetails;
     std::function<void()> copyDiagnosis;
     MainMenuSetting staysOnTop;
@@ -35,9 +42,9 @@ struct MainMenuActions {
     std::function<void()> showAbout;
 };
 
-/// The menus "Lumvik", "View", "Window" and "Help" and their key equivalents. There is no menu bar:
-/// the strip over the picture opens the menus, and every window of the program passes the keys that
-/// it does not use to `performKeyEquivalent`. Main thread only.
+/// The menus "Lumvik", "Camera", "View", "Window" and "Help" and their key equivalents. There is no
+/// menu bar: the strip over the picture opens the menus, and every window of the program passes the
+/// keys that it does not use to `performKeyEquivalent`. Main thread only.
 class MainMenu {
   public:
     explicit MainMenu(const MainMenuActions &actions);
@@ -47,7 +54,7 @@ class MainMenu {
     /// Which menus a key may reach.
     enum class Scope {
         allMenus,
-        programMenus, ///< All but "View", whose items are about the viewer.
+        programMenus, ///< All but "Camera" and "View", whose items are about the viewer.
     };
 
     /// Triggers the item with the key equivalent `event` in one of the menus in `scope`. Returns
@@ -56,14 +63,28 @@ class MainMenu {
     [[nodiscard]] bool performKeyEquivalent(const QKeyEvent &event,
                                             Scope scope = Scope::allMenus) const;
 
+    /// Lists the cameras with these names in the menu "Camera". The keys 1 to 9 choose the first
+    /// nine.
+    void setCameras(const QStringList &names);
+
     /// Sets the title of the full-screen item to its current effect: to enter or to exit full
     /// screen.
     void setIsFullScreen(bool isFullScreen);
 
   private:
+    void buildCameraMenu(const MainMenuActions &actions);
+    void markShownCamera();
+
     std::vector<std::unique_ptr<QMenu>> m_menus;
-    const QMenu *m_view = nullptr;   // one of `m_menus`
-    QAction *m_fullScreen = nullptr; // owned by its menu
+    std::function<void(int)> m_chooseCamera;
+    std::function<int()> m_shownCamera;
+    // All of these are in `m_menus` or owned by a menu.
+    QMenu *m_camera = nullptr;
+    const QMenu *m_view = nullptr;
+    QList<QAction *> m_cameras;
+    QAction *m_nextCamera = nullptr;
+    QAction *m_previousCamera = nullptr;
+    QAction *m_fullScreen = nullptr;
 };
 
 } // namespace lumvik

@@ -26,6 +26,7 @@ const Control pin{u"check box"_s, u"Stay on Top"_s};
 const Control focus{u"push button"_s, u"Focus on an Area"_s};
 const Control close{u"push button"_s, u"Close Camera"_s};
 const QList<Control> controlsInOrder{{u"menu item"_s, u"Lumvik"_s},
+                                     {u"menu item"_s, u"Camera"_s},
                                      {u"menu item"_s, u"View"_s},
                                      {u"menu item"_s, u"Window"_s},
                                      {u"menu item"_s, u"Help"_s},

@@ -8,6 +8,7 @@
 #include <QMouseEvent>
 #include <QQuickWindow>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
@@ -29,6 +30,7 @@ class CameraPickerTest : public testing::Test {
     QQuickWindow window;
     QList<bool> reports;
     QList<int> chosen;
+    QList<int> turns;
     std::optional<bool> menuWasOpen; // at the time when a camera was chosen
     CameraPicker picker{{.menuWillOpen = [this] { reports.append(true); },
                          .menuDidClose = [this] { reports.append(false); },
@@ -36,7 +38,8 @@ class CameraPickerTest : public testing::Test {
                              [this](int index) {
                                  chosen.append(index);
                                  menuWasOpen = openMenu() != nullptr;
-                             }},
+                             },
+                         .wheelTurned = [this](int notches) { turns.append(notches); }},
                         window.contentItem()};
 };
 
@@ -53,6 +56,24 @@ TEST_F(CameraPickerTest, TicksExactlyTheSelectedItemAtEachOpening) {
         EXPECT_EQ(ticks, (QList<bool>{selected == 0, selected == 1}));
         closePopUpMenus();
     }
+}
+
+TEST_F(CameraPickerTest, WheelIsReportedInWholeNotches) {
+    const auto turn = [this](int angle, Qt::ScrollPhase phase = Qt::NoScrollPhase) {
+        QWheelEvent event({70, 12}, window.mapToGlobal(QPointF(70, 12)), {}, {0, angle},
+                          Qt::NoButton, Qt::NoModifier, phase, false);
+        QCoreApplication::sendEvent(&picker, &event);
+        EXPECT_TRUE(event.isAccepted());
+    };
+    turn(-120);
+    EXPECT_EQ(turns, QList<int>{1});
+    turn(240);
+    EXPECT_EQ(turns, (QList<int>{1, -2}));
+    for (int part = 0; part < 4; ++part) // a touchpad
+        turn(-40);
+    EXPECT_EQ(turns, (QList<int>{1, -2, 1}));
+    turn(-1200, Qt::ScrollMomentum);
+    EXPECT_EQ(turns, (QList<int>{1, -2, 1})) << "the fingers have left the touchpad";
 }
 
 TEST_F(CameraPickerTest, OpeningAndClosingItsMenuLeaksNoObjects) {

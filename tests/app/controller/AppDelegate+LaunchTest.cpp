@@ -29,7 +29,7 @@ TEST_F(LaunchTest, LaunchLoadsCamerasAndShowsTheWindowBeforeCreatingAPlayer) {
     EXPECT_EQ(cameraNames(), (QStringList{u"Front door"_s, u"Yard"_s, u"Garage"_s}));
     ASSERT_NE(findWindow(), nullptr);
     EXPECT_TRUE(window().isVisible());
-    EXPECT_EQ(menus().size(), 4);
+    EXPECT_EQ(menus().size(), 5);
     EXPECT_TRUE(mpv.calls().empty()) << "playback waits until the window is first drawn";
     queue.runPending();
     EXPECT_TRUE(mpv.calls().empty()) << "the window has not been drawn in this turn";

@@ -182,6 +182,16 @@ QList<QMenu *> ControllerFixture::menus() {
     return menus;
 }
 
+QAction *ControllerFixture::menuItem(const QString &title) {
+    for (const QMenu *menu : menus()) {
+        for (QAction *item : menu->actions()) {
+            if (item->text() == title)
+                return item;
+        }
+    }
+    return nullptr;
+}
+
 QStringList ControllerFixture::cameraNames() {
     QStringList names;
     for (const QAction *item : cameraPicker()->menu().actions())

@@ -117,6 +117,8 @@ class ControllerFixture : public testing::Test {
     }
     /// The menus of the main menu, from left to right.
     [[nodiscard]] static QList<QMenu *> menus();
+    /// Returns the item of the main menu with this title, or null.
+    [[nodiscard]] static QAction *menuItem(const QString &title);
     /// Whether the controls are shown or fading in. The close button is enabled only in this state.
     [[nodiscard]] static bool controlsAreWanted() { return closeViewerButton()->isEnabled(); }
     /// The names of the cameras that the picker offers.

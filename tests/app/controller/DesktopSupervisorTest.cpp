@@ -7,12 +7,7 @@ namespace {
 
 class DesktopSupervisorTest : public ControllerFixture {
   protected:
-    void turnOn(const QString &title) {
-        for (QAction *item : menus().at(1)->actions()) {
-            if (item->text() == title)
-                item->trigger();
-        }
-    }
+    void turnOn(const QString &title) { menuItem(title)->trigger(); }
     void notifyOfLoss() { turnOn(u"Notify When the Picture Is Lost"_s); }
     void keepScreenOn() { turnOn(u"Keep Screen On"_s); }
     /// Passes `seconds`, in which frames are shown, or not.

@@ -30,13 +30,15 @@ class MainMenuTest : public testing::Test {
         return {.isOn = [&isOn] { return isOn; }, .set = [&isOn](bool on) { isOn = on; }};
     }
     [[nodiscard]] QAction *viewItem(const QString &title) const {
-        for (QAction *item : menu.menus().at(1)->actions()) {
+        for (QAction *item : menu.menus().at(2)->actions()) {
             if (item->text() == title)
                 return item;
         }
         return nullptr;
     }
     QStringList ran;
+    int shownCamera = 0;
+    QString areaTitle = u"Focus on an Area"_s;
     bool staysOnTop = false;
     bool keepsScreenOn = true;
     bool notifiesOfLoss = false;
@@ -44,6 +46,11 @@ class MainMenuTest : public testing::Test {
     MainMenu menu{{.showCameraSettings = note(u"settings"_s),
                    .checkForUpdates = note(u"updates"_s),
                    .terminate = note(u"quit"_s),
+                   .chooseCamera = [this](int index) { ran.append(u"camera %1"_s.arg(index)); },
+                   .shownCamera = [this] { return shownCamera; },
+                   .stepCamera = [this](int step) { ran.append(u"step %1"_s.arg(step)); },
+                   .toggleFocusArea = note(u"area"_s),
+                   .focusAreaTitle = [this] { return areaTitle; },
                    .showsDetails = setting(showsDetails),
                    .copyDiagnosis = note(u"diagnosis"_s),
                    .staysOnTop = setting(staysOnTop),
@@ -59,19 +66,23 @@ class MainMenuTest : public testing::Test {
 
 TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
     const QList<QMenu *> menus = menu.menus();
-    ASSERT_EQ(menus.size(), 4);
+    ASSERT_EQ(menus.size(), 5);
     EXPECT_EQ(menus.at(0)->title(), u"Lumvik"_s);
-    EXPECT_EQ(menus.at(1)->title(), u"View"_s);
-    EXPECT_EQ(menus.at(2)->title(), u"Window"_s);
-    EXPECT_EQ(menus.at(3)->title(), u"Help"_s);
+    EXPECT_EQ(menus.at(1)->title(), u"Camera"_s);
+    EXPECT_EQ(menus.at(2)->title(), u"View"_s);
+    EXPECT_EQ(menus.at(3)->title(), u"Window"_s);
+    EXPECT_EQ(menus.at(4)->title(), u"Help"_s);
     EXPECT_EQ(titles(*menus.at(0)),
               (QStringList{u"Camera Addresses\u2026"_s, u"---"_s, u"Check for Updates\u2026"_s,
                            u"---"_s, u"Quit Lumvik"_s}));
     EXPECT_EQ(titles(*menus.at(1)),
-              (QStringList{u"Stream Details"_s, u"Copy Diagnosis"_s, u"---"_s, u"Stay on Top"_s,
-                           u"Keep Screen On"_s, u"Notify When the Picture Is Lost"_s}));
-    EXPECT_EQ(titles(*menus.at(2)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
-    EXPECT_EQ(titles(*menus.at(3)),
+              (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s}));
+    EXPECT_EQ(titles(*menus.at(2)),
+              (QStringList{u"Focus on an Area"_s, u"---"_s, u"Stream Details"_s,
+                           u"Copy Diagnosis"_s, u"---"_s, u"Stay on Top"_s, u"Keep Screen On"_s,
+                           u"Notify When the Picture Is Lost"_s}));
+    EXPECT_EQ(titles(*menus.at(3)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
+    EXPECT_EQ(titles(*menus.at(4)),
               (QStringList{u"Lumvik Help"_s, u"Quick Help in Lumvik"_s, u"---"_s,
                            u"Send Feedback\u2026"_s, u"About Lumvik"_s}));
 }
@@ -81,9 +92,9 @@ TEST_F(MainMenuTest, RunsTheActionOfEachItem) {
         for (QAction *item : each->actions())
             item->trigger();
     }
-    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"diagnosis"_s, u"close"_s,
-                                u"full screen"_s, u"help"_s, u"quick help"_s, u"feedback"_s,
-                                u"about"_s}));
+    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"area"_s, u"diagnosis"_s,
+                                u"close"_s, u"full screen"_s, u"help"_s, u"quick help"_s,
+                                u"feedback"_s, u"about"_s}));
 }
 
 TEST_F(MainMenuTest, RunsActionsByTheirKeys) {
@@ -106,6 +117,43 @@ TEST_F(MainMenuTest, KeysOfTheViewActOnlyInTheViewer) {
     EXPECT_TRUE(showsDetails);
 }
 
+TEST_F(MainMenuTest, CamerasAreListedAndHaveKeys) {
+    QStringList names;
+    for (int number = 1; number <= 10; ++number)
+        names.append(u"Door & Yard %1"_s.arg(number));
+    menu.setCameras(names);
+    QMenu &camera = *menu.menus().at(1);
+    ASSERT_EQ(camera.actions().size(), 13);
+    EXPECT_EQ(camera.actions().at(9)->text(), u"Door && Yard 10"_s);
+    shownCamera = 2;
+    Q_EMIT camera.aboutToShow();
+    for (int index = 0; index < 10; ++index)
+        EXPECT_EQ(camera.actions().at(index)->isChecked(), index == 2);
+    EXPECT_TRUE(press(menu, Qt::Key_9, Qt::NoModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_1, Qt::KeypadModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_PageDown, Qt::NoModifier));
+    EXPECT_TRUE(press(menu, Qt::Key_PageUp, Qt::NoModifier));
+    camera.actions().at(9)->trigger();
+    EXPECT_EQ(
+        ran, (QStringList{u"camera 8"_s, u"camera 0"_s, u"step 1"_s, u"step -1"_s, u"camera 9"_s}));
+    EXPECT_FALSE(menu.performKeyEquivalent(QKeyEvent(QEvent::KeyPress, Qt::Key_1, Qt::NoModifier),
+                                           MainMenu::Scope::programMenus))
+        << "a number that is typed in the editor";
+
+    menu.setCameras({u"Only"_s});
+    EXPECT_EQ(titles(camera).first(), u"Only"_s);
+    EXPECT_FALSE(press(menu, Qt::Key_2, Qt::NoModifier));
+    EXPECT_FALSE(press(menu, Qt::Key_PageDown, Qt::NoModifier)) << "there is no other camera";
+}
+
+TEST_F(MainMenuTest, AreaItemIsNamedLikeTheButton) {
+    areaTitle = u"Show Original View"_s;
+    Q_EMIT menu.menus().at(2)->aboutToShow();
+    EXPECT_EQ(titles(*menu.menus().at(2)).first(), areaTitle);
+    EXPECT_TRUE(press(menu, Qt::Key_E, Qt::ControlModifier));
+    EXPECT_EQ(ran, QStringList(u"area"_s));
+}
+
 TEST_F(MainMenuTest, IgnoresOtherKeys) {
     EXPECT_FALSE(press(menu, Qt::Key_Q, Qt::NoModifier));
     EXPECT_FALSE(press(menu, Qt::Key_Q, Qt::ControlModifier | Qt::ShiftModifier));
@@ -117,9 +165,9 @@ TEST_F(MainMenuTest, IgnoresOtherKeys) {
 
 TEST_F(MainMenuTest, FullScreenItemIsNamedAfterItsAction) {
     menu.setIsFullScreen(true);
-    EXPECT_EQ(titles(*menu.menus().at(2)).last(), u"Exit Full Screen"_s);
+    EXPECT_EQ(titles(*menu.menus().at(3)).last(), u"Exit Full Screen"_s);
     menu.setIsFullScreen(false);
-    EXPECT_EQ(titles(*menu.menus().at(2)).last(), u"Enter Full Screen"_s);
+    EXPECT_EQ(titles(*menu.menus().at(3)).last(), u"Enter Full Screen"_s);
 }
 
 TEST_F(MainMenuTest, SettingsAreTickedWhileTheyAreOn) {
@@ -133,7 +181,7 @@ TEST_F(MainMenuTest, SettingsAreTickedWhileTheyAreOn) {
     EXPECT_TRUE(viewItem(u"Keep Screen On"_s)->isChecked());
 
     staysOnTop = true; // by the pin
-    Q_EMIT menu.menus().at(1)->aboutToShow();
+    Q_EMIT menu.menus().at(2)->aboutToShow();
     EXPECT_TRUE(viewItem(u"Stay on Top"_s)->isChecked());
     viewItem(u"Stay on Top"_s)->trigger();
     EXPECT_FALSE(staysOnTop);
@@ -177,8 +225,8 @@ TEST_F(ControllersMenuTest, HandlesKeysThatTheWindowIgnores) {
 
 TEST_F(ControllersMenuTest, StaysOnTopLikeThePin) {
     launch(threeCameras());
-    QAction *item = menus().at(1)->actions().at(3);
-    ASSERT_EQ(item->text(), u"Stay on Top"_s);
+    QAction *item = menuItem(u"Stay on Top"_s);
+    ASSERT_NE(item, nullptr);
     item->trigger();
     EXPECT_TRUE(stayOnTopButton()->isOn());
     EXPECT_TRUE(home.userDefaults().boolean(u"staysOnTop"_s));
@@ -186,6 +234,20 @@ TEST_F(ControllersMenuTest, StaysOnTopLikeThePin) {
     item->trigger();
     EXPECT_FALSE(stayOnTopButton()->isOn());
     EXPECT_FALSE(home.userDefaults().boolean(u"staysOnTop"_s));
+}
+
+TEST_F(ControllersMenuTest, KeysChooseCameras) {
+    launchAndPlay(threeCameras());
+    ASSERT_TRUE(eventually([&] { return window().isActive(); }));
+    QTest::keyClick(&window(), Qt::Key_3);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
+    QTest::keyClick(&window(), Qt::Key_PageDown);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 0);
+    QTest::keyClick(&window(), Qt::Key_PageUp);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
+    QTest::keyClick(&window(), Qt::Key_4);
+    EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2) << "there is no fourth camera";
+    EXPECT_NE(menuItem(threeCameras().at(1).name), nullptr);
 }
 
 TEST_F(ControllersMenuTest, SwitchesFullScreen) {

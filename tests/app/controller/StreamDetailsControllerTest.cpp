@@ -27,7 +27,7 @@ class StreamDetailsControllerTest : public ControllerFixture {
         }
         return {};
     }
-    void toggleDetails() { menus().at(1)->actions().first()->trigger(); }
+    void toggleDetails() { menuItem(u"Stream Details"_s)->trigger(); }
     void play(double seconds) {
         for (double passed = 0; passed < seconds; passed += 0.2) {
             delegate->recordRenderedFrame(playerGeneration());
@@ -127,7 +127,7 @@ TEST_F(StreamDetailsControllerTest, DiagnosisHasTheLogAndNoSecrets) {
     cameras.front().name = cameras.front().url; // some users do that
     launchAndPlay(cameras);
     play(1);
-    menus().at(1)->actions().at(1)->trigger();
+    menuItem(u"Copy Diagnosis"_s)->trigger();
     const QString diagnosis = QGuiApplication::clipboard()->text();
     EXPECT_TRUE(diagnosis.contains(u"Picture: Live\n"_s));
     EXPECT_TRUE(diagnosis.contains(u"Lumvik: 1.5 (7)\n"_s));

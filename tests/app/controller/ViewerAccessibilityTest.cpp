@@ -137,8 +137,8 @@ TEST_F(AccessibilityTest, ControlsAreDescendantsOfTheWindow) {
 
 TEST_F(AccessibilityTest, MenuStripContainsTitlesThatContainMenus) {
     QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(mainMenuStrip());
-    ASSERT_EQ(strip->childCount(), 4);
-    for (int index = 0; index < 4; ++index) {
+    ASSERT_EQ(strip->childCount(), 5);
+    for (int index = 0; index < 5; ++index) {
         const QMenu *menu = menus().at(index);
         QAccessibleInterface *title = strip->child(index);
         EXPECT_EQ(title->role(), QAccessible::MenuItem);
