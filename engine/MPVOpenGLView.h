@@ -49,6 +49,10 @@ class MPVOpenGLView : public QQuickItem {
     /// Returns the name of the player's property that contains the rotation of the video, clockwise
     /// in degrees.
     [[nodiscard]] const char *rotationProperty() const { return m_renderer->rotationProperty(); }
+    /// Returns the direction in the player's frames that appears as `direction` in the view.
+    [[nodiscard]] QPointF directionInFrame(const QPointF &direction) const {
+        return m_renderer->directionInFrame(direction);
+    }
     /// Must be called when the parameters of the video have changed.
     void videoParametersChanged();
 

@@ -105,6 +105,20 @@ const char *SoftwareVideoRenderer::rotationProperty() const {
     return "video-dec-params/rotate";
 }
 
+QPointF SoftwareVideoRenderer::directionInFrame(const QPointF &direction) const {
+    // The view rotates the frames clockwise.
+    switch (m_rotation.value_or(0)) {
+    case 90:
+        return {direction.y(), -direction.x()};
+    case 180:
+        return -direction;
+    case 270:
+        return {-direction.y(), direction.x()};
+    default:
+        return direction;
+    }
+}
+
 int SoftwareVideoRenderer::create(mpv_render_context **context, mpv_handle *player) {
     std::array parameters{
         mpv_render_param{MPV_RENDER_PARAM_API_TYPE, const_cast<char *>(MPV_RENDER_API_TYPE_SW)},

@@ -28,6 +28,7 @@ class SoftwareVideoRenderer final : public VideoRenderer {
 
     [[nodiscard]] std::span<const PlayerSetting> playerProperties() override;
     [[nodiscard]] const char *rotationProperty() const override;
+    [[nodiscard]] QPointF directionInFrame(const QPointF &direction) const override;
     void videoHasChanged() override { m_rotation.reset(); }
     void drawInScene(QSize size, FrameUse use) override;
     [[nodiscard]] QImage copyOfLastFrame(QSize size) override;

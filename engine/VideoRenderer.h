@@ -3,6 +3,7 @@
 #include "engine/PlayerOptions.h"
 
 #include <QImage>
+#include <QPointF>
 #include <QSize>
 
 #include <mpv/client.h>
@@ -52,6 +53,10 @@ class VideoRenderer {
     /// Returns the name of the player's property that contains the rotation of the video, clockwise
     /// in degrees.
     [[nodiscard]] virtual const char *rotationProperty() const { return "video-params/rotate"; }
+    /// Returns the direction in the frames of the player that appears as `direction` in the view.
+    [[nodiscard]] virtual QPointF directionInFrame(const QPointF &direction) const {
+        return direction;
+    }
     /// Must be called when another stream has started and when the video's parameters have changed.
     virtual void videoHasChanged() {}
 

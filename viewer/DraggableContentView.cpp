@@ -9,11 +9,14 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QNativeGestureEvent>
 #include <QPointer>
 #include <QQuickWindow>
 #include <QStyleHints>
+#include <QWheelEvent>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace lumvik {
@@ -25,6 +28,9 @@ constexpr int afterDragInterval = 150;
 
 /// How long a finished selection stays visible before the completion handler runs, in seconds.
 constexpr double finalizingTime = 0.3;
+
+/// By how much a notch of the wheel magnifies the picture.
+constexpr double magnificationOfNotch = 1.25;
 
 /// Returns the rectangle between two opposite corners.
 QRectF spanned(const QPointF &one, const QPointF &other) {
@@ -60,7 +66,7 @@ DraggableContentView::DraggableContentView(MainQueue &mainQueue, QQuickItem *par
     : QQuickItem(parent)
     , m_mainQueue(mainQueue)
     , m_overlay(new AreaSelectionOverlay(this)) {
-    setAcceptedMouseButtons(Qt::LeftButton | Qt::RightButton);
+    setAcceptedMouseButtons(Qt::LeftButton | Qt::RightButton | Qt::MiddleButton);
     setAcceptHoverEvents(true);
     m_afterDrag.setInterval(afterDragInterval);
     connect(&m_afterDrag, &QTimer::timeout, this, &DraggableContentView::checkHoverAfterDrag);
@@ -139,7 +145,12 @@ void DraggableContentView::mousePressEvent(QMouseEvent *event) {
         rightButtonPressed();
         return;
     }
-    if (m_isFinalizingFocusSelection)
+    if (movesPicture(*event)) {
+        m_draggedPictureAt = event->position();
+        setCursor(Qt::ClosedHandCursor);
+        return;
+    }
+    if (m_isFinalizingFocusSelection || event->button() != Qt::LeftButton)
         return;
     if (m_isSelectingFocusArea) {
         m_focusSelectionStart = event->position();
@@ -159,7 +170,20 @@ void DraggableContentView::rightButtonPressed() {
         m_secondaryClick();
 }
 
+bool DraggableContentView::movesPicture(const QMouseEvent &press) const {
+    const bool isDrag =
+        press.button() == Qt::MiddleButton ||
+        (press.button() == Qt::LeftButton && press.modifiers().testFlag(Qt::ControlModifier));
+    return isDrag && !m_isSelectingFocusArea && !m_isFinalizingFocusSelection &&
+           m_magnification.isMagnified && m_magnification.isMagnified();
+}
+
 void DraggableContentView::mouseMoveEvent(QMouseEvent *event) {
+    if (m_draggedPictureAt) {
+        const QPointF before = std::exchange(*m_draggedPictureAt, event->position());
+        m_magnification.move(event->position() - before);
+        return;
+    }
     if (m_isSelectingFocusArea) {
         if (m_focusSelectionStart)
             selectTo(event->position());
@@ -188,6 +212,8 @@ void DraggableContentView::mouseDoubleClickEvent(QMouseEvent *event) {
 void DraggableContentView::mouseUngrabEvent() {
     m_pressed.reset();
     m_grabPoint.reset();
+    if (std::exchange(m_draggedPictureAt, std::nullopt))
+        setCursor(Qt::ArrowCursor);
     if (m_isSelectingFocusArea && m_focusSelectionStart) {
         // Another item receives the rest of this drag, so the unfinished rectangle is discarded.
         // The user may drag again.
@@ -195,6 +221,30 @@ void DraggableContentView::mouseUngrabEvent() {
         m_focusSelectionRect.reset();
         showFocusSelection();
     }
+}
+
+void DraggableContentView::wheelEvent(QWheelEvent *event) {
+    event->accept();
+    // The rectangle being selected refers to the picture as it is shown.
+    if (m_isSelectingFocusArea || m_isFinalizingFocusSelection || !m_magnification.magnify ||
+        event->phase() == Qt::ScrollMomentum)
+        return;
+    const double notches =
+        event->angleDelta().y() / static_cast<double>(QWheelEvent::DefaultDeltasPerStep);
+    if (notches != 0)
+        m_magnification.magnify(std::pow(magnificationOfNotch, notches), event->position());
+}
+
+bool DraggableContentView::event(QEvent *event) {
+    if (event->type() != QEvent::NativeGesture)
+        return QQuickItem::event(event);
+    const auto &gesture = *static_cast<QNativeGestureEvent *>(event);
+    if (gesture.gestureType() != Qt::ZoomNativeGesture || m_isSelectingFocusArea ||
+        m_isFinalizingFocusSelection || !m_magnification.magnify)
+        return QQuickItem::event(event);
+    event->accept();
+    m_magnification.magnify(1 + gesture.value(), gesture.position());
+    return true;
 }
 
 void DraggableContentView::keyPressEvent(QKeyEvent *event) {

@@ -38,6 +38,17 @@ struct PictureText {
 
 class AreaSelectionOverlay;
 
+/// What the surface does with a picture that can be magnified.
+struct MagnificationHandlers {
+    /// Multiplies the magnification by `factor`. The part at `position` (in the surface's
+    /// coordinates) should stay there.
+    std::function<void(double factor, const QPointF &position)> magnify;
+    /// Moves the picture by `distance`, in points.
+    std::function<void(const QPointF &distance)> move;
+    /// Returns whether the picture is magnified.
+    std::function<bool()> isMagnified;
+};
+
 /// The transparent surface over the whole picture and below the controls. The surface reports
 /// whether the pointer is over the viewer and when the right mouse button is pressed. The user can
 /// drag the surface to move the borderless window, and drag its edges to resize the window. The
@@ -73,6 +84,11 @@ class DraggableContentView final : public QQuickItem {
     /// `doubleClick` runs when the left button is double-clicked while no area is being selected.
     void setDoubleClick(std::function<void()> doubleClick) {
         m_doubleClick = std::move(doubleClick);
+    }
+    /// The wheel and a touchpad magnify the picture at the pointer. The middle button, or Ctrl with
+    /// the left one, moves a magnified picture.
+    void setMagnificationHandlers(MagnificationHandlers handlers) {
+        m_magnification = std::move(handlers);
     }
     /// `completed` runs with the selected area, in this view's coordinates (points from the top
     /// left corner).
@@ -119,12 +135,15 @@ class DraggableContentView final : public QQuickItem {
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void mouseUngrabEvent() override;
+    void wheelEvent(QWheelEvent *event) override;
+    bool event(QEvent *event) override;
     void hoverMoveEvent(QHoverEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
   private:
     void reportHover(bool isOver);
     void rightButtonPressed();
+    [[nodiscard]] bool movesPicture(const QMouseEvent &press) const;
     void continueWindowDrag(const QMouseEvent &event);
     void beginDrag(const QPointF &pressed);
     void windowManagerTookOver();
@@ -143,10 +162,13 @@ class DraggableContentView final : public QQuickItem {
     std::function<void(bool)> m_hoverChanged;
     std::function<void()> m_secondaryClick;
     std::function<void()> m_doubleClick;
+    MagnificationHandlers m_magnification;
     std::function<void(const QRectF &)> m_focusSelectionCompleted;
     std::function<void()> m_focusSelectionCancelled;
     std::function<QList<QRectF>()> m_viewerControlRects;
 
+    /// The last position of the pointer while a drag moves the magnified picture.
+    std::optional<QPointF> m_draggedPictureAt;
     /// The position of a press that may become a drag of the window.
     std::optional<QPointF> m_pressed;
     /// The position in the window at which the user grabbed the window. Only set while this view

@@ -23,6 +23,19 @@ void AppDelegate::connectInteractionView() {
         if (self)
             self->doubleClick();
     });
+    interactionView->setMagnificationHandlers({
+        .magnify =
+            [self](double factor, const QPointF &position) {
+                if (self)
+                    self->zoomController.magnify(factor, position);
+            },
+        .move =
+            [self](const QPointF &distance) {
+                if (self)
+                    self->zoomController.move(distance);
+            },
+        .isMagnified = [self] { return self && self->zoomController.isMagnified(); },
+    });
     interactionView->setFocusSelectionCompleted([self](const QRectF &area) {
         if (self)
             self->focusSelectionCompleted(area);
@@ -74,9 +87,11 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
     const bool hasPicture = videoHost->expectsPicture();
     if (hasPicture)
         updateWindowAspectRatio(mpv);
+    const QRectF shown =
+        zoomController.isMagnified() ? zoomController.zoom().unmagnified(area) : area;
     const auto crop =
         hasPicture && sourceVideoGeometry
-            ? videoFocusCrop(area, interactionView->size(), *sourceVideoGeometry,
+            ? videoFocusCrop(shown, interactionView->size(), *sourceVideoGeometry,
                              pictureIsFitted() ? PictureScaling::fit : PictureScaling::fill)
             : std::nullopt;
     if (!crop) {
@@ -98,6 +113,7 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
 void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping) {
     if (mpv != nullptr)
         setVideoCrop(mpv, crop);
+    zoomController.reset();
     scalePicture();
     window->setContentAspectRatio({});
     window->setSmallestSize(minimumAreaContentSize);
@@ -119,6 +135,7 @@ void AppDelegate::restoreOriginalCameraView() {
     isShowingFullCameraTemporarily = false;
     if (mpv != nullptr)
         removeVideoCrop(mpv);
+    zoomController.reset();
     scalePicture();
     // The frame is restored first: it already satisfies the size limit and the aspect ratio, which
     // would otherwise cause a resize of their own.
@@ -138,8 +155,9 @@ void AppDelegate::restoreOriginalCameraView() {
 void AppDelegate::showFullCameraTemporarily() {
     if (mpv != nullptr)
         hideVideoCrop(mpv);
-    scalePicture();
+    zoomController.reset();
     isShowingFullCameraTemporarily = true;
+    scalePicture();
 }
 
 void AppDelegate::secondaryClick() {

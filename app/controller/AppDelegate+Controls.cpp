@@ -156,6 +156,7 @@ void AppDelegate::updateViewerControlLayout() {
     const qreal controlsBottom = std::max(frames.picker.bottom(), frames.close.bottom());
     pictureSupervisor.layOut(content, controlsBottom);
     streamDetailsController.layOut(content, controlsBottom);
+    zoomController.layOut(content);
     place(*cameraPicker, frames.picker);
     place(*stayOnTopButton, frames.pin);
     place(*focusViewerButton, frames.focus);

@@ -27,7 +27,8 @@ bool AppDelegate::keyDown(QKeyEvent &event) {
         openMainMenu();
         return true;
     }
-    return moveKeyboardFocus(event) || mainMenu->performKeyEquivalent(event);
+    return moveKeyboardFocus(event) || moveMagnifiedPicture(event) ||
+           mainMenu->performKeyEquivalent(event);
 }
 
 bool AppDelegate::moveKeyboardFocus(const QKeyEvent &event) {
@@ -45,7 +46,30 @@ bool AppDelegate::moveKeyboardFocus(const QKeyEvent &event) {
         interactionView->cancelFocusSelection(CancellationNotice::notify);
         return true;
     }
-    return keyboardNavigation->clearFocus() || leaveFullScreen();
+    return keyboardNavigation->clearFocus() || zoomController.reset() || leaveFullScreen();
+}
+
+bool AppDelegate::moveMagnifiedPicture(const QKeyEvent &event) {
+    const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    if (modifiers != Qt::NoModifier || !zoomController.isMagnified() ||
+        keyboardNavigation->isOnControls())
+        return false;
+    switch (event.key()) {
+    case Qt::Key_Left:
+        zoomController.moveView({-1, 0});
+        return true;
+    case Qt::Key_Right:
+        zoomController.moveView({1, 0});
+        return true;
+    case Qt::Key_Up:
+        zoomController.moveView({0, -1});
+        return true;
+    case Qt::Key_Down:
+        zoomController.moveView({0, 1});
+        return true;
+    default:
+        return false;
+    }
 }
 
 void AppDelegate::mouseDown() {

@@ -22,7 +22,8 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , decodingSupervisor(cameraDetails, environment.decodingMachine)
     , pictureSupervisor(pictureEnvironment())
     , desktopSupervisor(desktopEnvironment())
-    , streamDetailsController(detailsEnvironment()) {}
+    , streamDetailsController(detailsEnvironment())
+    , zoomController(zoomEnvironment()) {}
 
 AppDelegate::~AppDelegate() {
     // Callbacks of the window must find a closing viewer while the members are being destroyed.
@@ -79,6 +80,8 @@ void AppDelegate::buildMainMenu() {
             toggleFocusArea();
     };
     actions.focusAreaTitle = [this] { return focusViewerButton->label(); };
+    actions.zoom = [this](bool isLarger) { zoomController.step(isLarger); };
+    actions.showWholePicture = [this] { zoomController.reset(); };
     actions.showsDetails = {[this] { return streamDetailsController.isShown(); },
                             [this](bool on) { streamDetailsController.setShown(on); }};
     actions.copyDiagnosis = [this] { streamDetailsController.copyDiagnosis(); };

@@ -134,6 +134,8 @@ void AppDelegate::attachPlayer(mpv_handle *handle) {
     mpv = handle;
     pictureWasFitted = false; // as in `playerOptions`
     updatePictureScaling();
+    if (zoomController.isMagnified())
+        applyZoom(); // the user still wants to see the same part
     const auto self = QPointer(this);
     mpvEventLoop = std::make_unique<MPVEventLoop>(
         handle, playerGeneration, environment.mainQueue,
@@ -304,6 +306,7 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
     if (!geometry)
         return;
     sourceVideoGeometry = geometry;
+    zoomController.sizesChanged();
     if (focusCrop) {
         // The window has the shape of the area. In a video of a different size, the area shows
         // something else or lies outside the picture.

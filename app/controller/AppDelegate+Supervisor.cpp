@@ -78,6 +78,7 @@ void AppDelegate::beginPlaybackSelection(int index) {
     if (isClosingViewer)
         return;
     advanceSelectionGeneration();
+    zoomController.reset();
     pictureSupervisor.cameraWasChosen();
     streamDetailsController.cameraWasChosen();
     desktopSupervisor.cameraWasChosen();

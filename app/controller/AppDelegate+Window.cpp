@@ -104,6 +104,7 @@ void AppDelegate::createControls() {
     const auto self = QPointer(this);
     QQuickItem *content = window->contentItem();
 
+    zoomController.createMap(content);
     streamDetailsController.createPanel(content);
     mainMenuStrip = new MainMenuStrip(mainMenu->menus(), content);
     mainMenuStrip->setMenuOpenChanged([self](bool isOpen) {

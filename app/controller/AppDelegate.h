@@ -9,6 +9,7 @@
 #include "app/controller/MainMenu.h"
 #include "app/controller/PictureSupervisor.h"
 #include "app/controller/StreamDetailsController.h"
+#include "app/controller/ZoomController.h"
 #include "configuration/Camera.h"
 #include "configuration/CameraDetailsStore.h"
 #include "configuration/CameraListKeeper.h"
@@ -171,6 +172,8 @@ class AppDelegate final : public QObject {
     void updatePictureScaling();
     /// In full screen, switches between the whole picture and one without bars.
     void toggleFilledPicture();
+    /// Gives the magnification and the visible part to the engine.
+    void applyZoom();
 
     // ---- Temporary maximum: AppDelegate+TemporaryMaximum.cpp ----
 
@@ -338,6 +341,8 @@ class AppDelegate final : public QObject {
     /// Moves the keyboard focus to the next control (Tab), to the previous one (Shift+Tab), or away
     /// from the controls (Escape). Returns whether the key was used.
     bool moveKeyboardFocus(const QKeyEvent &event);
+    /// Moves the view over a magnified picture (the arrow keys). Returns whether the key was used.
+    bool moveMagnifiedPicture(const QKeyEvent &event);
     /// Takes the keyboard focus away from the controls when the user clicks.
     void mouseDown();
     void openMainMenu();
@@ -376,6 +381,7 @@ class AppDelegate final : public QObject {
 
     // AppDelegate+FullScreen.cpp
     void hidePointerWhenIdle();
+    [[nodiscard]] ZoomController::Environment zoomEnvironment();
 
     // AppDelegate+Player.cpp
     void configurePlayer(mpv_handle *handle);
@@ -550,6 +556,7 @@ class AppDelegate final : public QObject {
     PictureSupervisor pictureSupervisor;   // declared after the window that contains its items
     DesktopSupervisor desktopSupervisor;
     StreamDetailsController streamDetailsController;
+    ZoomController zoomController;
 };
 
 } // namespace lumvik

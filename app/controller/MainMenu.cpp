@@ -91,6 +91,18 @@ MainMenu::MainMenu(const MainMenuActions &actions) {
     view.retitledItem(actions.focusAreaTitle, QStringLiteral("Focus on an Area"),
                       actions.toggleFocusArea, {QKeySequence(Qt::CTRL | Qt::Key_E)});
     view.separator();
+    const auto zoom = [&actions](bool isLarger) {
+        return actions.zoom
+                   ? std::function<void()>([zoom = actions.zoom, isLarger] { zoom(isLarger); })
+                   : std::function<void()>();
+    };
+    // Plus is a shifted key on some keyboards, where its key alone is the equals sign.
+    view.item(QStringLiteral("Zoom In"), zoom(true),
+              {QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)});
+    view.item(QStringLiteral("Zoom Out"), zoom(false), {QKeySequence(Qt::CTRL | Qt::Key_Minus)});
+    view.item(QStringLiteral("Whole Picture"), actions.showWholePicture,
+              {QKeySequence(Qt::CTRL | Qt::Key_0)});
+    view.separator();
     view.setting(QStringLiteral("Stream Details"), actions.showsDetails,
                  {QKeySequence(Qt::CTRL | Qt::Key_I)});
     view.item(QStringLiteral("Copy Diagnosis"), actions.copyDiagnosis);

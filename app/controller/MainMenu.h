@@ -29,6 +29,8 @@ struct MainMenuActions {
     std::function<void(int step)> stepCamera;
     std::function<void()> toggleFocusArea;
     std::function<QString()> focusAreaTitle; ///< Returns what `toggleFocusArea` would do.
+    std::function<void(bool isLarger)> zoom; ///< Magnifies the picture more, or less.
+    std::function<void()> showWholePicture;
     MainMenuSetting showsDetails;
     std::function<void()> copyDiagnosis;
     MainMenuSetting staysOnTop;

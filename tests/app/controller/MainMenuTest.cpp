@@ -51,6 +51,8 @@ class MainMenuTest : public testing::Test {
                    .stepCamera = [this](int step) { ran.append(u"step %1"_s.arg(step)); },
                    .toggleFocusArea = note(u"area"_s),
                    .focusAreaTitle = [this] { return areaTitle; },
+                   .zoom = [this](bool isLarger) { ran.append(isLarger ? u"in"_s : u"out"_s); },
+                   .showWholePicture = note(u"whole"_s),
                    .showsDetails = setting(showsDetails),
                    .copyDiagnosis = note(u"diagnosis"_s),
                    .staysOnTop = setting(staysOnTop),
@@ -78,8 +80,9 @@ TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
     EXPECT_EQ(titles(*menus.at(1)),
               (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s}));
     EXPECT_EQ(titles(*menus.at(2)),
-              (QStringList{u"Focus on an Area"_s, u"---"_s, u"Stream Details"_s,
-                           u"Copy Diagnosis"_s, u"---"_s, u"Stay on Top"_s, u"Keep Screen On"_s,
+              (QStringList{u"Focus on an Area"_s, u"---"_s, u"Zoom In"_s, u"Zoom Out"_s,
+                           u"Whole Picture"_s, u"---"_s, u"Stream Details"_s, u"Copy Diagnosis"_s,
+                           u"---"_s, u"Stay on Top"_s, u"Keep Screen On"_s,
                            u"Notify When the Picture Is Lost"_s}));
     EXPECT_EQ(titles(*menus.at(3)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
     EXPECT_EQ(titles(*menus.at(4)),
@@ -92,9 +95,9 @@ TEST_F(MainMenuTest, RunsTheActionOfEachItem) {
         for (QAction *item : each->actions())
             item->trigger();
     }
-    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"area"_s, u"diagnosis"_s,
-                                u"close"_s, u"full screen"_s, u"help"_s, u"quick help"_s,
-                                u"feedback"_s, u"about"_s}));
+    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"area"_s, u"in"_s,
+                                u"out"_s, u"whole"_s, u"diagnosis"_s, u"close"_s, u"full screen"_s,
+                                u"help"_s, u"quick help"_s, u"feedback"_s, u"about"_s}));
 }
 
 TEST_F(MainMenuTest, RunsActionsByTheirKeys) {

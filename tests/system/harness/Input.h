@@ -18,7 +18,8 @@ void xdotool(const TestDesktop &desktop, const QStringList &arguments);
 /// left corner. Main thread only. Must not outlive its desktop.
 class Pointer {
   public:
-    enum class Button { left = 1, middle = 2, right = 3 };
+    /// A click of a wheel button turns the wheel by one notch.
+    enum class Button { left = 1, middle = 2, right = 3, wheelUp = 4, wheelDown = 5 };
 
     explicit Pointer(const TestDesktop &desktop);
 
