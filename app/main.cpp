@@ -30,6 +30,7 @@
 #include <QApplication>
 #include <QProcessEnvironment>
 #include <QRandomGenerator>
+#include <QStandardPaths>
 
 #include <chrono>
 #include <cstdio>
@@ -179,6 +180,8 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
                 },
             .makeUpdateService =
                 [&system] { return std::make_unique<LumvikUpdateService>(system.mainQueue); },
+            .picturesFolder =
+                [] { return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation); },
             .currentDate = &QDateTime::currentDateTimeUtc,
             .decodingMachine = {.cores = static_cast<int>(std::thread::hardware_concurrency()),
                                 .decodingTimes = &decodingThreadTimes},

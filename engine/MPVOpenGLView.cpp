@@ -102,8 +102,7 @@ void MPVOpenGLView::announceEndOfPicture() {
         m_pictureWillGo();
 }
 
-QImage MPVOpenGLView::copyOfPicture() {
-    const QSize size = drawableSize();
+QImage MPVOpenGLView::copyOfPicture(QSize size) {
     if (!m_showsPicture || !m_renderer->isAttached() || window() == nullptr || size.isEmpty())
         return {};
     return m_renderer->copyOfLastFrame(size);

@@ -89,7 +89,9 @@ class MPVOpenGLView : public QQuickItem {
     }
     /// Returns a copy of the picture that the view shows, of the size `drawableSize`, or a null
     /// image if the view shows black. Takes some milliseconds.
-    [[nodiscard]] QImage copyOfPicture();
+    [[nodiscard]] QImage copyOfPicture() { return copyOfPicture(drawableSize()); }
+    /// Returns the same as if the view had `size` pixels.
+    [[nodiscard]] QImage copyOfPicture(QSize size);
 
     /// Sets the handlers for the loss and the return of the window's graphics. `lost` runs after
     /// the graphics were lost while a player was attached; the render context has already been

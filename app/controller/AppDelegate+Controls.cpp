@@ -157,6 +157,7 @@ void AppDelegate::updateViewerControlLayout() {
     pictureSupervisor.layOut(content, controlsBottom);
     streamDetailsController.layOut(content, controlsBottom);
     zoomController.layOut(content);
+    pictureExporter.layOut(content);
     place(*cameraPicker, frames.picker);
     place(*stayOnTopButton, frames.pin);
     place(*focusViewerButton, frames.focus);

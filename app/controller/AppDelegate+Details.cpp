@@ -1,7 +1,8 @@
-// The details of the stream, and the diagnosis for the author.
+// The details of the stream, the diagnosis for the author, and copies of the picture.
 
 #include "app/controller/AppDelegate.h"
 #include "engine/PlayerProperties.h"
+#include "platform/LumvikLog.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -68,6 +69,45 @@ QList<StreamDetailsRow> AppDelegate::diagnosisVersions() const {
         {QStringLiteral("System"), QStringLiteral("%1, %2 %3")
                                        .arg(QSysInfo::prettyProductName(), QSysInfo::kernelType(),
                                             QSysInfo::kernelVersion())}};
+}
+
+// ---- Saving and copying the picture ----
+
+PictureExporter::Environment AppDelegate::exportEnvironment() {
+    return {.mainQueue = environment.mainQueue,
+            .picture = [this] { return pictureAtItsOwnSize(); },
+            // Some users name a camera after its address.
+            .camera = [this] { return LumvikLog::redacted(cameraPicker->value()); },
+            .currentDate = environment.currentDate,
+            .folder = environment.picturesFolder,
+            .copyToClipboard =
+                [](const QImage &picture) { QGuiApplication::clipboard()->setImage(picture); },
+            .showFolder = [this](const QString &folder) { openUrl(QUrl::fromLocalFile(folder)); },
+            .savingFailed =
+                [this](const QString &reason) {
+                    if (isClosingViewer)
+                        return;
+                    environment.alerts.present(
+                        {.style = Alert::Style::warning,
+                         .messageText = QStringLiteral("The picture could not be saved."),
+                         .informativeText = reason,
+                         .buttons = {QStringLiteral("OK")}},
+                        [](int) {});
+                }};
+}
+
+QImage AppDelegate::pictureAtItsOwnSize() const {
+    if (isClosingViewer || !window || !sourceVideoGeometry || !videoHost->showsPicture())
+        return {};
+    QSize size(static_cast<int>(sourceVideoGeometry->displayedWidth()),
+               static_cast<int>(sourceVideoGeometry->displayedHeight()));
+    if (focusCrop && !isShowingFullCameraTemporarily) {
+        VideoSourceGeometry area = *sourceVideoGeometry;
+        area.width = focusCrop->width;
+        area.height = focusCrop->height;
+        size = {static_cast<int>(area.displayedWidth()), static_cast<int>(area.displayedHeight())};
+    }
+    return videoHost->copyOfPicture(size);
 }
 
 } // namespace lumvik

@@ -13,6 +13,7 @@ void AppDelegate::setUpKeyboardNavigation() {
     for (MainMenuTitle *title : mainMenuStrip->titles())
         controls.append(title);
     controls.append(pictureSupervisor.createNotice(window->contentItem()));
+    controls.append(pictureExporter.createNotice(window->contentItem()));
     keyboardNavigation = std::make_unique<KeyboardNavigation>(*window, controls);
     keyboardNavigation->setChanged([self = QPointer(this)] {
         if (self)

@@ -23,7 +23,8 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , pictureSupervisor(pictureEnvironment())
     , desktopSupervisor(desktopEnvironment())
     , streamDetailsController(detailsEnvironment())
-    , zoomController(zoomEnvironment()) {}
+    , zoomController(zoomEnvironment())
+    , pictureExporter(exportEnvironment()) {}
 
 AppDelegate::~AppDelegate() {
     // Callbacks of the window must find a closing viewer while the members are being destroyed.
@@ -82,6 +83,8 @@ void AppDelegate::buildMainMenu() {
     actions.focusAreaTitle = [this] { return focusViewerButton->label(); };
     actions.zoom = [this](bool isLarger) { zoomController.step(isLarger); };
     actions.showWholePicture = [this] { zoomController.reset(); };
+    actions.savePicture = [this] { pictureExporter.save(); };
+    actions.copyPicture = [this] { pictureExporter.copy(); };
     actions.showsDetails = {[this] { return streamDetailsController.isShown(); },
                             [this](bool on) { streamDetailsController.setShown(on); }};
     actions.copyDiagnosis = [this] { streamDetailsController.copyDiagnosis(); };

@@ -7,6 +7,7 @@
 #include "app/controller/LaunchRequest.h"
 #include "app/controller/LoginSupervisor.h"
 #include "app/controller/MainMenu.h"
+#include "app/controller/PictureExporter.h"
 #include "app/controller/PictureSupervisor.h"
 #include "app/controller/StreamDetailsController.h"
 #include "app/controller/ZoomController.h"
@@ -311,6 +312,8 @@ class AppDelegate final : public QObject {
     [[nodiscard]] StreamDetails streamDetails() const;
     [[nodiscard]] QString rendererName() const;
     [[nodiscard]] QList<StreamDetailsRow> diagnosisVersions() const;
+    [[nodiscard]] PictureExporter::Environment exportEnvironment();
+    [[nodiscard]] QImage pictureAtItsOwnSize() const;
 
     // AppDelegate+Updates.cpp
     /// Who started a check. Only a manual check reports that there is no update or that it failed.
@@ -557,6 +560,7 @@ class AppDelegate final : public QObject {
     DesktopSupervisor desktopSupervisor;
     StreamDetailsController streamDetailsController;
     ZoomController zoomController;
+    PictureExporter pictureExporter;
 };
 
 } // namespace lumvik

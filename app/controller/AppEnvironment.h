@@ -55,6 +55,8 @@ struct AppEnvironment {
     /// Opens an address in the user's browser or mail program. `failed` runs if there is none.
     std::function<void(const QUrl &, const std::function<void()> &failed)> openUrl;
     std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;
+    /// Returns the folder in which the user keeps pictures. It may not exist yet.
+    std::function<QString()> picturesFolder;
     /// Returns the current date and time, in UTC.
     std::function<QDateTime()> currentDate;
     /// What is known about the machine that decodes the video.

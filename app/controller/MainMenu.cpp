@@ -103,6 +103,11 @@ MainMenu::MainMenu(const MainMenuActions &actions) {
     view.item(QStringLiteral("Whole Picture"), actions.showWholePicture,
               {QKeySequence(Qt::CTRL | Qt::Key_0)});
     view.separator();
+    view.item(QStringLiteral("Save Picture"), actions.savePicture,
+              {QKeySequence(Qt::CTRL | Qt::Key_S)});
+    view.item(QStringLiteral("Copy Picture"), actions.copyPicture,
+              {QKeySequence(Qt::CTRL | Qt::Key_C)});
+    view.separator();
     view.setting(QStringLiteral("Stream Details"), actions.showsDetails,
                  {QKeySequence(Qt::CTRL | Qt::Key_I)});
     view.item(QStringLiteral("Copy Diagnosis"), actions.copyDiagnosis);

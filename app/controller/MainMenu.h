@@ -31,6 +31,8 @@ struct MainMenuActions {
     std::function<QString()> focusAreaTitle; ///< Returns what `toggleFocusArea` would do.
     std::function<void(bool isLarger)> zoom; ///< Magnifies the picture more, or less.
     std::function<void()> showWholePicture;
+    std::function<void()> savePicture;
+    std::function<void()> copyPicture;
     MainMenuSetting showsDetails;
     std::function<void()> copyDiagnosis;
     MainMenuSetting staysOnTop;

@@ -18,6 +18,8 @@ class TemporaryHome {
     [[nodiscard]] CameraConfigurationStore &store() { return m_store; }
     [[nodiscard]] UserDefaults &userDefaults() { return m_userDefaults; }
 
+    /// Returns the path of `name` in the temporary folder.
+    [[nodiscard]] QString path(const QString &name) const { return m_folder.filePath(name); }
     [[nodiscard]] QString storeFolder() const {
         return m_folder.filePath(QStringLiteral("lumvik"));
     }

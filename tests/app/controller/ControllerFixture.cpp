@@ -66,6 +66,7 @@ void ControllerFixture::launch() {
                                    failed();
                            },
                        .makeUpdateService = [this] { return updates.makeChecker(); },
+                       .picturesFolder = [this] { return home.path(u"Pictures"_s); },
                        .currentDate = [this] { return currentDate(); },
                        .decodingMachine = {cores, [this] { return decodingTimes; }},
                        .installedVersion = installedVersion,

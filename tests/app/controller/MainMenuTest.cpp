@@ -53,6 +53,8 @@ class MainMenuTest : public testing::Test {
                    .focusAreaTitle = [this] { return areaTitle; },
                    .zoom = [this](bool isLarger) { ran.append(isLarger ? u"in"_s : u"out"_s); },
                    .showWholePicture = note(u"whole"_s),
+                   .savePicture = note(u"save"_s),
+                   .copyPicture = note(u"copy"_s),
                    .showsDetails = setting(showsDetails),
                    .copyDiagnosis = note(u"diagnosis"_s),
                    .staysOnTop = setting(staysOnTop),
@@ -79,11 +81,12 @@ TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
                            u"---"_s, u"Quit Lumvik"_s}));
     EXPECT_EQ(titles(*menus.at(1)),
               (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s}));
-    EXPECT_EQ(titles(*menus.at(2)),
-              (QStringList{u"Focus on an Area"_s, u"---"_s, u"Zoom In"_s, u"Zoom Out"_s,
-                           u"Whole Picture"_s, u"---"_s, u"Stream Details"_s, u"Copy Diagnosis"_s,
-                           u"---"_s, u"Stay on Top"_s, u"Keep Screen On"_s,
-                           u"Notify When the Picture Is Lost"_s}));
+    EXPECT_EQ(
+        titles(*menus.at(2)),
+        (QStringList{u"Focus on an Area"_s, u"---"_s, u"Zoom In"_s, u"Zoom Out"_s,
+                     u"Whole Picture"_s, u"---"_s, u"Save Picture"_s, u"Copy Picture"_s, u"---"_s,
+                     u"Stream Details"_s, u"Copy Diagnosis"_s, u"---"_s, u"Stay on Top"_s,
+                     u"Keep Screen On"_s, u"Notify When the Picture Is Lost"_s}));
     EXPECT_EQ(titles(*menus.at(3)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
     EXPECT_EQ(titles(*menus.at(4)),
               (QStringList{u"Lumvik Help"_s, u"Quick Help in Lumvik"_s, u"---"_s,
@@ -96,8 +99,9 @@ TEST_F(MainMenuTest, RunsTheActionOfEachItem) {
             item->trigger();
     }
     EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"area"_s, u"in"_s,
-                                u"out"_s, u"whole"_s, u"diagnosis"_s, u"close"_s, u"full screen"_s,
-                                u"help"_s, u"quick help"_s, u"feedback"_s, u"about"_s}));
+                                u"out"_s, u"whole"_s, u"save"_s, u"copy"_s, u"diagnosis"_s,
+                                u"close"_s, u"full screen"_s, u"help"_s, u"quick help"_s,
+                                u"feedback"_s, u"about"_s}));
 }
 
 TEST_F(MainMenuTest, RunsActionsByTheirKeys) {

@@ -45,6 +45,11 @@ class TestHome {
     /// viewer creates it.
     [[nodiscard]] QString cacheFolder() const;
 
+    /// The folder in which the user keeps pictures. It does not exist until the viewer creates it.
+    [[nodiscard]] QString picturesFolder() const {
+        return m_folder.filePath(QStringLiteral("Pictures"));
+    }
+
     /// Stores a preference. To be called before the viewer starts.
     void setPreference(const QString &key, const QVariant &value) const;
     /// Replaces the contents of the preferences file with `bytes`.
