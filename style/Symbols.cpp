@@ -6,11 +6,23 @@
 #include <QSvgRenderer>
 #include <QtDebug>
 
+#include <cmath>
+
 static void initialiseResources() {
     Q_INIT_RESOURCE(lumvik_symbols);
 }
 
 namespace lumvik {
+
+namespace {
+
+/// Returns the edge between two pixels that is nearest to `position`. A position in the middle of a
+/// pixel moves to the left or upwards, where the eye expects the centre of a button.
+QPointF nearestPixelEdge(const QPointF &position) {
+    return {std::ceil(position.x() - 0.5), std::ceil(position.y() - 0.5)};
+}
+
+} // namespace
 
 namespace Symbols {
 
@@ -37,9 +49,14 @@ void draw(QPainter &painter, const QString &name, const QRectF &rect, const QCol
     imagePainter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     imagePainter.fillRect(image.rect(), colour);
     imagePainter.end();
+    // The pixels of the image are the pixels of the device. An image that is drawn half a pixel
+    // beside them would be blurred, which is most visible at scale 1.
+    const QTransform toPixels = painter.combinedTransform();
+    const QPointF corner = nearestPixelEdge(toPixels.map(rect.topLeft()));
+    const QRectF target(toPixels.inverted().map(corner), QSizeF(pixels) / scale);
     const bool wasSmooth = painter.testRenderHint(QPainter::SmoothPixmapTransform);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform); // for fractional scales
-    painter.drawImage(rect, image);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform); // for rounding errors of the target
+    painter.drawImage(target, image);
     painter.setRenderHint(QPainter::SmoothPixmapTransform, wasSmooth);
 }
 
