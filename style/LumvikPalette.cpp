@@ -7,4 +7,9 @@ const QColor &mirel() {
     return colour;
 }
 
+const QColor &mirelBehindText() {
+    static const QColor colour(189, 85, 74);
+    return colour;
+}
+
 } // namespace lumvik::LumvikPalette

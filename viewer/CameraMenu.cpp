@@ -65,10 +65,9 @@ void MirelCameraMenuItemView::draw(QPainter &painter, const QRectF &bounds,
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(bounds.topLeft());
-    const QColor &accent = LumvikPalette::mirel();
     if (isHighlighted) {
         painter.setPen(Qt::NoPen);
-        painter.setBrush(accent);
+        painter.setBrush(LumvikPalette::mirelBehindText());
         painter.drawRoundedRect(
             QRectF(QPointF(), bounds.size())
                 .adjusted(highlightInsetX, highlightInsetY, -highlightInsetX, -highlightInsetY),
@@ -76,7 +75,7 @@ void MirelCameraMenuItemView::draw(QPainter &painter, const QRectF &bounds,
     }
     if (isSelected) {
         Symbols::draw(painter, QStringLiteral("checkmark"), checkMark,
-                      isHighlighted ? QColor(Qt::white) : accent);
+                      isHighlighted ? QColor(Qt::white) : LumvikPalette::mirel());
     }
     const QFontMetricsF metrics(titleFont());
     painter.setFont(titleFont());

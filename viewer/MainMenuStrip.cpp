@@ -60,7 +60,7 @@ void MainMenuTitle::paint(QPainter *painter) {
     painter->setRenderHint(QPainter::Antialiasing);
     if (m_menuIsOpen) {
         painter->setPen(Qt::NoPen);
-        painter->setBrush(LumvikPalette::mirel());
+        painter->setBrush(LumvikPalette::mirelBehindText());
         painter->drawRoundedRect(highlight(), highlightRadius, highlightRadius);
     }
     painter->setFont(titleFont());

@@ -14,6 +14,8 @@ namespace {
 using namespace std::chrono_literals;
 
 const QColor accentColour(203, 93, 82);
+/// The background of a highlighted row.
+const QColor highlightColour(189, 85, 74);
 
 class PickerTest : public ViewerFixture {
   protected:
@@ -65,22 +67,23 @@ class PickerTest : public ViewerFixture {
                    menu.y() + (menu.height() - count * size.height()) / 2 + index * size.height()),
             size};
     }
-    /// Returns the rows whose background to the right of the name has the accent colour.
+    /// Returns the rows whose background to the right of the name has the colour of the
+    /// highlight.
     [[nodiscard]] QList<int> highlightedRows() const {
         QList<int> rows;
         for (int index = 0; index < m_listed.size(); ++index) {
             const QRect area(row(index).topLeft() + QPoint(150, 4), QSize(50, 20));
             if (colourDistance(meanColour(screen.area(area), QRect(QPoint(), area.size())),
-                               accentColour) <= 1)
+                               highlightColour) <= 1)
                 rows.append(index);
         }
         return rows;
     }
-    /// Returns the rectangle in the menu that is filled with the accent colour.
+    /// Returns the rectangle in the menu that is filled with the colour of the highlight.
     [[nodiscard]] QRect highlight() const {
         const QImage picture = screen.area(menu);
         const auto isFilled = [&](int x, int y) {
-            return colourDistance(picture.pixelColor(x, y), accentColour) <= 1;
+            return colourDistance(picture.pixelColor(x, y), highlightColour) <= 1;
         };
         const int column = picture.width() * 3 / 4; // to the right of the names
         int top = 0;
@@ -106,8 +109,8 @@ class PickerTest : public ViewerFixture {
             const QImage mark =
                 screen.area(QRect(row(index).topLeft() + QPoint(9, 8), QSize(12, 12)));
             const QColor ground = mark.pixelColor(0, 0);
-            const bool onAccentColour = colourDistance(ground, accentColour) <= 1;
-            const QColor ink = onAccentColour ? QColor(Qt::white) : accentColour;
+            const bool isHighlighted = colourDistance(ground, highlightColour) <= 1;
+            const QColor ink = isHighlighted ? QColor(Qt::white) : accentColour;
             int pixels = 0;
             for (int y = 0; y < mark.height(); ++y) {
                 for (int x = 0; x < mark.width(); ++x)
@@ -296,8 +299,8 @@ TEST_F(PickerTest, MenuClosesBeforeThePictureChanges) {
     while (time.elapsed() < 20000 && !pictureChanged) {
         const QImage moment = screen.area(both);
         const bool menuIsThere =
-            colourDistance(meanColour(moment, filled.translated(-both.topLeft())), accentColour) <=
-            1;
+            colourDistance(meanColour(moment, filled.translated(-both.topLeft())),
+                           highlightColour) <= 1;
         pictureChanged = colourDistance(meanColour(moment, bar.translated(-both.topLeft())),
                                         QColor(0, 191, 0)) > 60;
         ASSERT_FALSE(menuIsThere && pictureChanged);

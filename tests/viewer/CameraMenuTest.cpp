@@ -1,6 +1,7 @@
 #include "viewer/CameraMenu.h"
 
 #include "Painted.h"
+#include "style/Contrast.h"
 #include "style/LumvikPalette.h"
 #include "style/Symbols.h"
 #include "viewer/CameraPicker.h"
@@ -37,14 +38,14 @@ TEST_F(CameraMenuRow, Is210By28Points) {
 
 TEST_F(CameraMenuRow, IsHighlightedWithinThreePointsAtTheSidesAndOneAboveAndBelow) {
     const QImage image = paint(true);
-    const QColor &house = LumvikPalette::mirel();
-    EXPECT_TRUE(pixelIs(image, {3, 14}, house));
+    const QColor &highlight = LumvikPalette::mirelBehindText();
+    EXPECT_TRUE(pixelIs(image, {3, 14}, highlight));
     EXPECT_TRUE(pixelIs(image, {2, 14}, menuBackground));
-    EXPECT_TRUE(pixelIs(image, {206, 14}, house));
+    EXPECT_TRUE(pixelIs(image, {206, 14}, highlight));
     EXPECT_TRUE(pixelIs(image, {207, 14}, menuBackground));
-    EXPECT_TRUE(pixelIs(image, {105, 1}, house));
+    EXPECT_TRUE(pixelIs(image, {105, 1}, highlight));
     EXPECT_TRUE(pixelIs(image, {105, 0}, menuBackground));
-    EXPECT_TRUE(pixelIs(image, {105, 26}, house));
+    EXPECT_TRUE(pixelIs(image, {105, 26}, highlight));
     EXPECT_TRUE(pixelIs(image, {105, 27}, menuBackground));
     for (const QPoint corner : {QPoint(3, 1), QPoint(206, 1), QPoint(3, 26), QPoint(206, 26)})
         EXPECT_TRUE(pixelIs(image, corner, menuBackground)) << "the highlight has round corners";
@@ -52,7 +53,7 @@ TEST_F(CameraMenuRow, IsHighlightedWithinThreePointsAtTheSidesAndOneAboveAndBelo
 
 TEST_F(CameraMenuRow, HasNoBackgroundUnlessHighlighted) {
     const QImage image = paint(false);
-    EXPECT_EQ(pixelsLike(image, image.rect(), LumvikPalette::mirel()), 0);
+    EXPECT_EQ(pixelsLike(image, image.rect(), LumvikPalette::mirelBehindText()), 0);
     EXPECT_TRUE(pixelIs(image, {5, 14}, menuBackground));
     EXPECT_TRUE(pixelIs(image, {200, 14}, menuBackground));
 }
@@ -72,6 +73,20 @@ TEST_F(CameraMenuRow, HasAWhiteTickWhenHighlighted) {
     EXPECT_EQ(pixelsLike(paint(true), tickPlace, Qt::white), 0);
     row.isSelected = true;
     EXPECT_GT(pixelsLike(paint(true), tickPlace, Qt::white), 5);
+}
+
+/// Returns the colour in `area` that differs most from the background, which is the colour of the
+/// text without its soft edges.
+QColor inkColour(const QImage &image, const QRect &area, const QColor &behind) {
+    QColor ink = behind;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QColor colour = image.pixelColor(x, y);
+            if (contrast(colour, behind) > contrast(ink, behind))
+                ink = colour;
+        }
+    }
+    return ink;
 }
 
 /// Returns the bounding rectangle of the name that is drawn in a row.
@@ -98,6 +113,16 @@ TEST_F(CameraMenuRow, ShowsTheNameAfterTheTick) {
 TEST_F(CameraMenuRow, ShowsTheNameInWhiteWhenHighlighted) {
     EXPECT_GT(pixelsLike(paint(true), {29, 4, 120, 20}, Qt::white), 5);
     EXPECT_EQ(pixelsLike(paint(false), {29, 4, 120, 20}, Qt::white), 0);
+}
+
+TEST_F(CameraMenuRow, NameIsEasyToReadWhetherHighlightedOrNot) {
+    for (const bool isHighlighted : {false, true}) {
+        const QImage image = paint(isHighlighted);
+        const QColor ground = image.pixelColor(200, 14);
+        const QColor ink = inkColour(image, {29, 4, 120, 20}, ground);
+        EXPECT_GE(contrast(ink, ground), 4.5)
+            << (isHighlighted ? "highlighted" : "not highlighted");
+    }
 }
 
 TEST_F(CameraMenuRow, ShortensANameThatIsTooLong) {
@@ -154,7 +179,8 @@ TEST_F(CameraMenuTest, StacksItsRows) {
 TEST_F(CameraMenuTest, DrawsTheHighlightAndTickOfItsRows) {
     ASSERT_NE(menu, nullptr);
     menu->setActiveAction(menu->actions().at(0));
-    EXPECT_TRUE(pixelIs(row(0), {4, 14}, LumvikPalette::mirel())) << "the row is highlighted";
+    EXPECT_TRUE(pixelIs(row(0), {4, 14}, LumvikPalette::mirelBehindText()))
+        << "the row is highlighted";
     EXPECT_EQ(pixelsLike(row(0), tickPlace, Qt::white), 0) << "the row is not selected";
     EXPECT_TRUE(pixelIs(row(1), {4, 14}, menuBackground));
     EXPECT_GT(pixelsLike(row(1), tickPlace, LumvikPalette::mirel()), 5) << "the row is ticked";
