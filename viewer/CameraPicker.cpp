@@ -52,11 +52,13 @@ CameraPicker::CameraPicker(CameraPickerDelegate delegate, QQuickItem *parent)
     setAction([this] { openMenu(); });
     connect(m_menu.get(), &QMenu::aboutToShow, this, [this] {
         markSelectedItem();
+        update(); // the picker looks pressed
         if (m_delegate.menuWillOpen)
             m_delegate.menuWillOpen();
     });
     connect(m_menu.get(), &QMenu::hovered, this, [this] { markSelectedItem(); });
     connect(m_menu.get(), &QMenu::aboutToHide, this, [this] {
+        update();
         if (m_delegate.menuDidClose)
             m_delegate.menuDidClose();
     });
@@ -148,11 +150,9 @@ OutlinedShape CameraPicker::outlinedShape() const {
 
 void CameraPicker::paint(QPainter *painter) {
     const QRectF bounds = boundingRect();
-    painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(Qt::NoPen);
-    painter->setBrush(QColor::fromRgbF(0, 0, 0, groundAlpha));
-    painter->drawRoundedRect(bounds, cornerRadius, cornerRadius);
-
+    paintControlGround(*painter, {bounds, cornerRadius}, QColor::fromRgbF(0, 0, 0, groundAlpha),
+                       look());
+    painter->setOpacity(contentOpacity(look()));
     if (m_selected >= 0) {
         const QFontMetricsF metrics(titleFont());
         const QRectF title = ViewerCameraPickerCell::titleRect(bounds, metrics.height())

@@ -23,6 +23,8 @@ constexpr qreal stripMargin =
     3; // between the ends of the strip and the margins of the outer titles
 constexpr qreal menuGap = 4;
 constexpr qreal highlightRadius = 5;
+constexpr float groundAlpha = 0.66F;
+constexpr float hoverAlpha = 0.16F;
 
 QFont titleFont() {
     return systemFont(11, QFont::Medium);
@@ -58,9 +60,10 @@ OutlinedShape MainMenuTitle::outlinedShape() const {
 
 void MainMenuTitle::paint(QPainter *painter) {
     painter->setRenderHint(QPainter::Antialiasing);
-    if (m_menuIsOpen) {
+    if (m_menuIsOpen || look() == ControlLook::hovered) {
         painter->setPen(Qt::NoPen);
-        painter->setBrush(LumvikPalette::mirelBehindText());
+        painter->setBrush(m_menuIsOpen ? LumvikPalette::mirelBehindText()
+                                       : QColor::fromRgbF(1, 1, 1, hoverAlpha));
         painter->drawRoundedRect(highlight(), highlightRadius, highlightRadius);
     }
     painter->setFont(titleFont());
@@ -187,10 +190,8 @@ void MainMenuStrip::mousePressEvent(QMouseEvent *event) {
 }
 
 void MainMenuStrip::paint(QPainter *painter) {
-    painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(Qt::NoPen);
-    painter->setBrush(QColor::fromRgbF(0, 0, 0, 0.66F));
-    painter->drawRoundedRect(boundingRect(), cornerRadius, cornerRadius);
+    paintControlGround(*painter, {boundingRect(), cornerRadius},
+                       QColor::fromRgbF(0, 0, 0, groundAlpha), ControlLook::idle);
 }
 
 } // namespace lumvik

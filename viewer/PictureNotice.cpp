@@ -88,8 +88,8 @@ OutlinedShape NoticeButton::outlinedShape() const {
 }
 
 void NoticeButton::paint(QPainter *painter) {
-    paintRoundedRect(*painter, boundingRect(), cornerRadius,
-                     QColor::fromRgbF(1, 1, 1, buttonAlpha));
+    paintControlGround(*painter, {boundingRect(), cornerRadius},
+                       QColor::fromRgbF(1, 1, 1, buttonAlpha), look());
     const QFontMetricsF metrics(buttonFont());
     painter->setPen(Qt::white);
     painter->setFont(buttonFont());

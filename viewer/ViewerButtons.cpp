@@ -20,14 +20,11 @@ QColor translucentBlack(float alpha) {
 
 void ViewerButton::paint(QPainter *painter) {
     const QRectF bounds = boundingRect();
-    painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(Qt::NoPen);
-    painter->setBrush(fillColour());
-    painter->drawRoundedRect(bounds.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+    paintControlGround(*painter, {bounds.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius},
+                       fillColour(), look());
     QRectF symbol(0, 0, symbolSide, symbolSide);
     symbol.moveCenter(bounds.center());
-    constexpr qreal dimmed = 0.4;
-    painter->setOpacity(isUnavailable() ? dimmed : 1);
+    painter->setOpacity(contentOpacity(look()));
     Symbols::draw(*painter, symbolName(), symbol, Qt::white);
 }
 

@@ -4,9 +4,12 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QQuickWindow>
 #include <QToolTip>
+
+#include <utility>
 
 namespace lumvik {
 
@@ -46,6 +49,12 @@ ViewerControl::ViewerControl(Role role, const QString &label, QQuickItem *parent
     m_toolTipDelay.setSingleShot(true);
     m_toolTipDelay.setInterval(toolTipDelay);
     connect(&m_toolTipDelay, &QTimer::timeout, this, &ViewerControl::showToolTip);
+    m_disabledLookDelay.setSingleShot(true);
+    m_disabledLookDelay.setInterval(disabledLookDelay);
+    connect(&m_disabledLookDelay, &QTimer::timeout, this, [this] {
+        m_looksDisabled = true;
+        update();
+    });
 }
 
 ViewerControl::~ViewerControl() = default;
@@ -77,6 +86,24 @@ void ViewerControl::accessibleValueChanged() {
     QAccessible::updateAccessibility(&described);
 }
 
+ControlLook ViewerControl::look() const {
+    if (m_isUnavailable || m_looksDisabled)
+        return ControlLook::disabled;
+    if (m_isPressed || (popUp() != nullptr && popUp()->isVisible()))
+        return ControlLook::pressed;
+    return m_isHovered ? ControlLook::hovered : ControlLook::idle;
+}
+
+void ViewerControl::setHovered(bool isHovered) {
+    if (std::exchange(m_isHovered, isHovered) != isHovered)
+        update();
+}
+
+void ViewerControl::setPressed(bool isPressed) {
+    if (std::exchange(m_isPressed, isPressed) != isPressed)
+        update();
+}
+
 void ViewerControl::performClick() {
     if (!isEnabled() || m_isUnavailable)
         return;
@@ -93,8 +120,10 @@ bool ViewerControl::opensMenu() const {
 void ViewerControl::mousePressEvent(QMouseEvent *event) {
     hideToolTip();
     event->accept(); // so that this item also receives the release
-    if (!opensMenu())
+    if (!opensMenu()) {
+        setPressed(true);
         return;
+    }
     // A menu opens on the press, so that the user can press, move to an item and release.
     performClick();
     // The open menu receives the release, so this item must not wait for it.
@@ -102,8 +131,20 @@ void ViewerControl::mousePressEvent(QMouseEvent *event) {
         this, [this] { ungrabMouse(); }, Qt::QueuedConnection);
 }
 
+void ViewerControl::mouseMoveEvent(QMouseEvent *event) {
+    event->accept();
+    // Releasing the button outside the control does nothing, so the control no longer looks
+    // pressed there.
+    setPressed(!opensMenu() && contains(event->position()));
+}
+
+void ViewerControl::mouseUngrabEvent() {
+    setPressed(false);
+}
+
 void ViewerControl::mouseReleaseEvent(QMouseEvent *event) {
     event->accept();
+    setPressed(false);
     // As in other programs, releasing the button outside the control cancels the click.
     if (!opensMenu() && contains(event->position()))
         performClick();
@@ -126,6 +167,7 @@ void ViewerControl::keyPressEvent(QKeyEvent *event) {
 void ViewerControl::hoverEnterEvent(QHoverEvent *event) {
     QQuickPaintedItem::hoverEnterEvent(event);
     setCursor(Qt::ArrowCursor);
+    setHovered(true);
     m_toolTipDelay.start();
 }
 
@@ -143,6 +185,7 @@ void ViewerControl::showToolTip() {
 
 void ViewerControl::hoverLeaveEvent(QHoverEvent *event) {
     QQuickPaintedItem::hoverLeaveEvent(event);
+    setHovered(false);
     hideToolTip();
 }
 
@@ -165,9 +208,22 @@ void ViewerControl::itemChange(ItemChange change, const ItemChangeData &value) {
         keyboardFocusChanged();
 }
 
+void ViewerControl::updateLookOfUse(ItemChange change) {
+    m_disabledLookDelay.stop();
+    if (isEnabled() || change == ItemVisibleHasChanged)
+        m_looksDisabled = !isEnabled();
+    else if (isVisible())
+        m_disabledLookDelay.start();
+    update();
+}
+
 void ViewerControl::visibilityOrUseChanged(ItemChange change) {
-    if (!isVisible())
+    updateLookOfUse(change);
+    if (!isVisible()) {
         hideToolTip();
+        setHovered(false);
+        setPressed(false);
+    }
     // If the focus were not removed here, a control that had the focus when it was hidden would get
     // the focus back when it is shown again.
     if (!isVisible() || !isEnabled())

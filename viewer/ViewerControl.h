@@ -1,5 +1,6 @@
 #pragma once
 
+#include "viewer/ControlGround.h"
 #include "viewer/KeyboardFocusRing.h"
 
 #include <QAccessible>
@@ -7,6 +8,7 @@
 #include <QString>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 
 class QMenu;
@@ -21,12 +23,18 @@ namespace lumvik {
 /// the focus has a ring around it. Space and Return click the control that has the focus, and the
 /// window receives all other keys. A control that is hidden or disabled loses the focus, and does
 /// not get the focus back when it is shown or enabled again.
+///
+/// A control that is disabled while it is visible looks disabled only after `disabledLookDelay`.
+/// Controls that fade out are disabled at once, and would otherwise become dim before they fade.
 class ViewerControl : public QQuickPaintedItem {
     Q_OBJECT
 
   public:
     /// The role of the control for assistive technology.
     enum class Role { button, toggle, popUpButton, menuTitle };
+
+    /// Longer than the fade of the controls.
+    static constexpr std::chrono::milliseconds disabledLookDelay{300};
 
     ViewerControl(Role role, const QString &label, QQuickItem *parent);
     ~ViewerControl() override;
@@ -53,6 +61,9 @@ class ViewerControl : public QQuickPaintedItem {
     void setUnavailable(const QString &reason);
     [[nodiscard]] bool isUnavailable() const { return m_isUnavailable; }
 
+    /// Returns what the control shows about itself and the pointer.
+    [[nodiscard]] ControlLook look() const;
+
     /// Acts like a click if the control is enabled and available.
     void performClick();
 
@@ -66,7 +77,9 @@ class ViewerControl : public QQuickPaintedItem {
 
   protected:
     void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseUngrabEvent() override;
     void hoverEnterEvent(QHoverEvent *event) override;
     void hoverLeaveEvent(QHoverEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -89,6 +102,10 @@ class ViewerControl : public QQuickPaintedItem {
   private:
     [[nodiscard]] bool opensMenu() const;
     void visibilityOrUseChanged(ItemChange change);
+    /// Makes the control look enabled or disabled, if need be after `disabledLookDelay`.
+    void updateLookOfUse(ItemChange change);
+    void setHovered(bool isHovered);
+    void setPressed(bool isPressed);
     void keyboardFocusChanged();
     void showToolTip();
     void hideToolTip();
@@ -96,9 +113,13 @@ class ViewerControl : public QQuickPaintedItem {
     Role m_role;
     QString m_label;
     bool m_isUnavailable = false;
+    bool m_isHovered = false;
+    bool m_isPressed = false; // the button was pressed on the control and is held over it
+    bool m_looksDisabled = false;
     std::function<void()> m_action;
     std::function<void()> m_keyboardAsked;
     QTimer m_toolTipDelay;
+    QTimer m_disabledLookDelay;
     KeyboardFocusRing *m_outline; // a child
 };
 
