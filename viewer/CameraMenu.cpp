@@ -9,6 +9,7 @@
 #include <QStyleFactory>
 #include <QStyleOptionMenuItem>
 
+#include <cmath>
 #include <utility>
 
 namespace lumvik {
@@ -35,6 +36,21 @@ QColor frameColour() {
 /// row.
 QColor labelColour() {
     return QColor::fromRgbF(1, 1, 1, 0.85F);
+}
+
+/// Returns the pixels that a rectangle with round corners covers completely or in part.
+QRegion coveredPixels(const QRect &rect, qreal radius) {
+    const auto corner = static_cast<int>(std::ceil(radius));
+    QRegion covered(rect.adjusted(0, corner, 0, -corner));
+    for (int row = 0; row < corner; ++row) {
+        // The shape is widest at the inner edge of a row of pixels.
+        const qreal height = radius - (row + 1);
+        const auto inset = static_cast<int>(radius - std::sqrt(radius * radius - height * height));
+        const QRect line(rect.left() + inset, rect.top() + row, rect.width() - 2 * inset, 1);
+        covered += line;
+        covered += line.translated(0, rect.height() - 1 - 2 * row);
+    }
+    return covered;
 }
 
 QFont titleFont() {
@@ -127,14 +143,16 @@ void CameraMenuStyle::drawPrimitive(PrimitiveElement element, const QStyleOption
                                     QPainter *painter, const QWidget *widget) const {
     switch (static_cast<int>(element)) {
     case PE_PanelMenu:
-        painter->fillRect(option->rect, menuColour());
-        break;
-    case PE_FrameMenu:
         painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
         painter->setPen(frameColour());
-        painter->drawRect(QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5));
+        painter->setBrush(menuColour());
+        painter->drawRoundedRect(QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5),
+                                 cornerRadius - 0.5, cornerRadius - 0.5);
         painter->restore();
         break;
+    case PE_FrameMenu:
+        break; // the panel includes the frame, of which the corners reach into the panel
     default:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
         break;
@@ -163,9 +181,19 @@ int CameraMenuStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
     }
 }
 
+bool CameraMenuStyle::maskMenu(const QStyleOption *option, QStyleHintReturn *result) {
+    auto *mask = qstyleoption_cast<QStyleHintReturnMask *>(result);
+    if (mask == nullptr || option == nullptr)
+        return false;
+    mask->region = coveredPixels(option->rect, cornerRadius);
+    return true;
+}
+
 int CameraMenuStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
                                QStyleHintReturn *result) const {
     switch (static_cast<int>(hint)) {
+    case SH_Menu_Mask:
+        return maskMenu(option, result) ? 1 : 0;
     case SH_Menu_Scrollable: // a long list stays one column
     case SH_Menu_KeyboardSearch:
     case SH_Menu_MouseTracking:

@@ -35,13 +35,18 @@ class MirelCameraMenuItemView {
 };
 
 /// Draws the camera picker's menu around its rows, which draw themselves. The menu looks the same
-/// in every desktop theme, like the controls over the picture.
+/// in every desktop theme, like the controls over the picture, and has round corners like the
+/// picker. The menu must have a translucent background. Where no compositor blends windows, the
+/// mask of the menu removes the corners.
 class CameraMenuStyle final : public QProxyStyle {
     Q_OBJECT
 
   public:
     /// Returns the view that draws a menu item, or null if the item has none.
     using ViewOfItem = std::function<const MirelCameraMenuItemView *(const QAction *)>;
+
+    /// The radius of the menu's corners and of the picker's, in points.
+    static constexpr qreal cornerRadius = 8;
 
     explicit CameraMenuStyle(ViewOfItem viewOfItem);
 
@@ -59,6 +64,9 @@ class CameraMenuStyle final : public QProxyStyle {
                                 QStyleHintReturn *result) const override;
 
   private:
+    /// Sets the mask of a menu with this option's rectangle.
+    static bool maskMenu(const QStyleOption *option, QStyleHintReturn *result);
+
     ViewOfItem m_viewOfItem;
 };
 

@@ -13,7 +13,7 @@ namespace lumvik {
 
 namespace {
 
-constexpr qreal cornerRadius = 8;
+constexpr qreal cornerRadius = CameraMenuStyle::cornerRadius;
 constexpr qreal textMargin = 8;  // on each side of the title, within the title's rectangle
 constexpr qreal arrowSpace = 12; // to the right of the title, for the arrow
 constexpr QSizeF arrowSize{8, 10};
@@ -48,6 +48,7 @@ CameraPicker::CameraPicker(CameraPickerDelegate delegate, QQuickItem *parent)
     , m_menuStyle([this](const QAction *item) { return viewOfItem(item); })
     , m_menu(std::make_unique<QMenu>()) {
     m_menu->setStyle(&m_menuStyle);
+    m_menu->setAttribute(Qt::WA_TranslucentBackground); // for the round corners
     describeMenuOf(*m_menu, *this);
     setAction([this] { openMenu(); });
     connect(m_menu.get(), &QMenu::aboutToShow, this, [this] {

@@ -176,6 +176,48 @@ TEST_F(CameraMenuTest, StacksItsRows) {
     EXPECT_EQ(second.left(), first.left());
 }
 
+TEST_F(CameraMenuTest, HasTheRoundCornersOfThePicker) {
+    ASSERT_NE(menu, nullptr);
+    QImage drawn(menu->size(), QImage::Format_ARGB32_Premultiplied);
+    drawn.fill(Qt::transparent);
+    menu->render(&drawn, {}, {}, QWidget::DrawChildren);
+    const QImage expected = painted(menu->size(), Qt::transparent, [&](QPainter &painter) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setBrush(menuBackground);
+        painter.setPen(QColor(84, 84, 88));
+        painter.drawRoundedRect(QRectF(drawn.rect()).adjusted(0.5, 0.5, -0.5, -0.5), 7.5, 7.5);
+    });
+    for (const QPoint corner :
+         {drawn.rect().topLeft(), drawn.rect().topRight() - QPoint(3, 0),
+          drawn.rect().bottomLeft() - QPoint(0, 3), drawn.rect().bottomRight() - QPoint(3, 3)}) {
+        const QRect area(corner, QSize(4, 4));
+        EXPECT_EQ(drawn.copy(area), expected.copy(area)) << corner.x() << ' ' << corner.y();
+    }
+    EXPECT_EQ(drawn.pixelColor(0, 0).alpha(), 0);
+}
+
+TEST_F(CameraMenuTest, MaskHasEveryPixelOfTheMenuAndNoOther) {
+    ASSERT_NE(menu, nullptr);
+    ASSERT_TRUE(menu->testAttribute(Qt::WA_TranslucentBackground));
+    const QImage shape = painted(menu->size(), Qt::transparent, [&](QPainter &painter) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Qt::white);
+        painter.drawRoundedRect(menu->rect(), 8, 8);
+    });
+    const QRegion mask = menu->mask();
+    for (int y = 0; y < shape.height(); ++y) {
+        for (int x = 0; x < shape.width(); ++x) {
+            const int covered = shape.pixelColor(x, y).alpha();
+            if (covered > 8) {
+                EXPECT_TRUE(mask.contains(QPoint(x, y))) << x << ' ' << y;
+            } else if (covered == 0) {
+                EXPECT_FALSE(mask.contains(QPoint(x, y))) << x << ' ' << y;
+            }
+        }
+    }
+}
+
 TEST_F(CameraMenuTest, DrawsTheHighlightAndTickOfItsRows) {
     ASSERT_NE(menu, nullptr);
     menu->setActiveAction(menu->actions().at(0));
