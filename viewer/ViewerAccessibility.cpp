@@ -43,7 +43,8 @@ class AccessibleItem : public QAccessibleObject {
     QAccessibleInterface *parent() const override {
         if (!isValid() || item()->window() == nullptr)
             return nullptr;
-        if (qobject_cast<MainMenuStrip *>(item()->parentItem()) != nullptr)
+        if (qobject_cast<MainMenuStrip *>(item()->parentItem()) != nullptr ||
+            qobject_cast<EmptyStateLabel *>(item()->parentItem()) != nullptr)
             return QAccessible::queryAccessibleInterface(item()->parentItem());
         return QAccessible::queryAccessibleInterface(item()->window());
     }
@@ -190,10 +191,21 @@ class AccessibleMenuStrip final : public AccessibleWithActions<AccessibleItem> {
     [[nodiscard]] MainMenuStrip *strip() const { return static_cast<MainMenuStrip *>(object()); }
 };
 
-/// The accessible object of the message of the empty state.
+/// The accessible object of the message of the empty state. Its children are the links.
 class AccessibleMessage final : public AccessibleItem {
   public:
     explicit AccessibleMessage(EmptyStateLabel *label) : AccessibleItem(label) {}
+
+    QAccessibleInterface *child(int index) const override {
+        ViewerControl *link = isValid() ? label()->links().value(index) : nullptr;
+        return link == nullptr ? nullptr : QAccessible::queryAccessibleInterface(link);
+    }
+    int childCount() const override {
+        return isValid() ? static_cast<int>(label()->links().size()) : 0;
+    }
+    int indexOfChild(const QAccessibleInterface *child) const override {
+        return isValid() ? static_cast<int>(label()->links().indexOf(child->object())) : -1;
+    }
 
     QString text(QAccessible::Text kind) const override {
         return kind == QAccessible::Name && isValid() ? label()->text() : QString();

@@ -150,6 +150,12 @@ void ViewerControl::mouseReleaseEvent(QMouseEvent *event) {
         performClick();
 }
 
+void ViewerControl::mouseDoubleClickEvent(QMouseEvent *event) {
+    // The two clicks of a double-click are clicks of the control. Without this function, the
+    // surface below the control would receive the double-click.
+    event->accept();
+}
+
 void ViewerControl::keyPressEvent(QKeyEvent *event) {
     constexpr auto modifiersOfKeys = Qt::KeypadModifier;
     const int key = event->key();
