@@ -1,6 +1,7 @@
 #include "viewer/CameraMenu.h"
 
 #include "style/LumvikPalette.h"
+#include "style/RoundedMask.h"
 #include "style/Symbols.h"
 #include "window/PopUpMenu.h"
 
@@ -9,7 +10,6 @@
 #include <QStyleFactory>
 #include <QStyleOptionMenuItem>
 
-#include <cmath>
 #include <utility>
 
 namespace lumvik {
@@ -36,21 +36,6 @@ QColor frameColour() {
 /// row.
 QColor labelColour() {
     return QColor::fromRgbF(1, 1, 1, 0.85F);
-}
-
-/// Returns the pixels that a rectangle with round corners covers completely or in part.
-QRegion coveredPixels(const QRect &rect, qreal radius) {
-    const auto corner = static_cast<int>(std::ceil(radius));
-    QRegion covered(rect.adjusted(0, corner, 0, -corner));
-    for (int row = 0; row < corner; ++row) {
-        // The shape is widest at the inner edge of a row of pixels.
-        const qreal height = radius - (row + 1);
-        const auto inset = static_cast<int>(radius - std::sqrt(radius * radius - height * height));
-        const QRect line(rect.left() + inset, rect.top() + row, rect.width() - 2 * inset, 1);
-        covered += line;
-        covered += line.translated(0, rect.height() - 1 - 2 * row);
-    }
-    return covered;
 }
 
 QFont titleFont() {
@@ -185,7 +170,7 @@ bool CameraMenuStyle::maskMenu(const QStyleOption *option, QStyleHintReturn *res
     auto *mask = qstyleoption_cast<QStyleHintReturnMask *>(result);
     if (mask == nullptr || option == nullptr)
         return false;
-    mask->region = coveredPixels(option->rect, cornerRadius);
+    mask->region = roundedMask(option->rect, cornerRadius);
     return true;
 }
 

@@ -7,8 +7,6 @@
 namespace lumvik {
 namespace {
 
-using namespace test;
-
 TEST(LumvikPalette, AccentColourIsAnOpaqueWarmRed) {
     EXPECT_EQ(LumvikPalette::mirel().spec(), QColor::Rgb);
     EXPECT_EQ(LumvikPalette::mirel(), QColor(203, 93, 82, 255));
