@@ -3,10 +3,10 @@
 #include "configuration/CameraListBounds.h"
 #include "editor/CameraListModel.h"
 #include "editor/MirelFieldEditor.h"
+#include "style/FixedPitchFont.h"
 #include "style/LumvikPalette.h"
 #include "style/Symbols.h"
 
-#include <QFontDatabase>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QValidator>
@@ -66,9 +66,7 @@ int longestInput(int column) {
 QFont fieldFont(int column) {
     if (column == CameraListModel::name)
         return systemFont(nameFontSize, QFont::Medium);
-    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setPixelSize(addressFontSize);
-    return font;
+    return fixedPitchFont(addressFontSize, nameFontSize);
 }
 
 QString placeholder(int column) {

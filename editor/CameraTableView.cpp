@@ -2,8 +2,10 @@
 
 #include "editor/CameraFieldDelegate.h"
 #include "editor/CameraListModel.h"
+#include "editor/DragImageMask.h"
 #include "editor/MirelCameraRowView.h"
 #include "style/LumvikPalette.h"
+#include "style/RoundedMask.h"
 
 #include <QApplication>
 #include <QDrag>
@@ -43,18 +45,12 @@ class CameraTableStyle final : public QProxyStyle {
   public:
     void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
                      const QWidget *widget) const override {
-        if (element == CE_HeaderSection)
-            return; // Column titles have no background of their own.
+        // Column titles have no background of their own.
         const auto *header = qstyleoption_cast<const QStyleOptionHeader *>(option);
-        if (element != CE_HeaderLabel || header == nullptr) {
+        if (element == CE_Header && header != nullptr)
+            drawTitle(*header, *painter);
+        else
             QProxyStyle::drawControl(element, option, painter, widget);
-            return;
-        }
-        QStyleOptionHeader label = *header;
-        // Align the column titles with the texts in the fields.
-        const int indent = CameraFieldDelegate::textIndent();
-        label.rect.adjust(indent, 0, -indent, 0);
-        QProxyStyle::drawControl(element, &label, painter, widget);
     }
 
     void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
@@ -74,6 +70,18 @@ class CameraTableStyle final : public QProxyStyle {
     }
 
   private:
+    /// Draws a column title exactly above the texts in the fields. The margins of styles differ.
+    static void drawTitle(const QStyleOptionHeader &header, QPainter &painter) {
+        const int indent = CameraFieldDelegate::textIndent();
+        const QRect line = header.rect.adjusted(indent, 0, -indent, 0);
+        painter.save();
+        painter.setPen(header.palette.color(QPalette::WindowText));
+        painter.drawText(
+            line, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+            painter.fontMetrics().elidedText(header.text, Qt::ElideRight, line.width()));
+        painter.restore();
+    }
+
     static void drawDropLine(const QStyleOption &option, QPainter &painter, const QWidget *widget) {
         if (option.rect.isNull() || widget == nullptr)
             return;
@@ -292,6 +300,8 @@ void CameraTableView::startDrag(Qt::DropActions supportedActions) {
     drag->setMimeData(m_cameras.mimeData({m_cameras.index(row, CameraListModel::order)}));
     drag->setPixmap(dragImageOfRow(row));
     drag->setHotSpot(m_pressPosition - rowRect(row).topLeft());
+    const QRectF shape = MirelCameraRowView::shape({QPointF(), QSizeF(rowRect(row).size())});
+    const DragImageMask mask(roundedMask(shape.toAlignedRect(), MirelCameraRowView::cornerRadius));
     drag->exec(supportedActions, Qt::MoveAction); // The model moves the row during the drop.
 }
 

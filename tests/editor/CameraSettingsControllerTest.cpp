@@ -153,15 +153,16 @@ TEST_F(CameraSettings, BringToFrontRestoresAMinimisedWindow) {
 
 TEST_F(CameraSettings, EverySecondRowHasABandAndTheSelectedRowHasTheAccentColour) {
     QPalette palette = QApplication::palette();
-    palette.setColor(QPalette::AlternateBase, QColor(1, 2, 3));
+    const QColor band(palette.color(QPalette::Window).darker(108).rgb());
+    palette.setColor(QPalette::AlternateBase, band);
     open({u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s}, 2);
     table().setPalette(palette);
     const QImage image = table().viewport()->grab().toImage();
     const auto background = [&](int row) {
         return image.pixelColor(4, table().rowViewportPosition(row) + 22);
     };
-    EXPECT_EQ(background(1), QColor(1, 2, 3));
-    EXPECT_EQ(background(3), QColor(1, 2, 3));
+    EXPECT_EQ(background(1), band);
+    EXPECT_EQ(background(3), band);
     EXPECT_EQ(background(2), QColor(203, 93, 82));
     EXPECT_EQ(background(0), image.pixelColor(4, image.height() - 4))
         << "a row without a band shows the background of the window";

@@ -1,6 +1,7 @@
 #include "editor/MirelCameraRowView.h"
 
 #include "CameraSettingsFixture.h"
+#include "style/Contrast.h"
 
 #include <QImage>
 #include <QPainter>
@@ -16,10 +17,11 @@ namespace {
 using namespace test;
 
 constexpr QSize rowSize{200, 44};
-constexpr QColor band(10, 120, 200);
+constexpr QColor band(200, 215, 225);
 
 QPalette palette() {
     QPalette palette(Qt::yellow);
+    palette.setColor(QPalette::Window, QColor(235, 235, 235));
     palette.setColor(QPalette::AlternateBase, band);
     return palette;
 }
@@ -110,6 +112,41 @@ TEST(MirelCameraRowView, BandIsAnInsetRoundedShapeInTheAlternateColour) {
     MirelCameraRowView row;
     row.usesAlternateBackground = true;
     expectInsetRoundedShape(background(row), band);
+}
+
+/// A window's background and text, and the alternate colour of the theme.
+struct ThemeColours {
+    QColor ground;
+    QColor text;
+    QColor alternate;
+};
+
+QColor bandOf(const ThemeColours &theme) {
+    QPalette palette;
+    palette.setColor(QPalette::Window, theme.ground);
+    palette.setColor(QPalette::WindowText, theme.text);
+    palette.setColor(QPalette::AlternateBase, theme.alternate);
+    return MirelCameraRowView::bandColour(palette);
+}
+
+TEST(MirelCameraRowView, BandIsVisibleAndSubtleInEveryTheme) {
+    for (const ThemeColours &theme :
+         {ThemeColours{QColor(239, 239, 239), Qt::black, QColor(247, 247, 247)},
+          ThemeColours{QColor(239, 239, 239), Qt::black, QColor(239, 239, 239)},
+          ThemeColours{QColor(34, 32, 32), Qt::white, QColor(92, 91, 90)},
+          ThemeColours{QColor(34, 32, 32), Qt::white, QColor(34, 32, 32)},
+          ThemeColours{Qt::black, Qt::white, Qt::black},
+          ThemeColours{Qt::white, Qt::black, Qt::white},
+          ThemeColours{QColor(34, 32, 32), Qt::white, QColor(247, 247, 247)}}) {
+        const double difference = contrast(bandOf(theme), theme.ground);
+        EXPECT_GE(difference, 1.1) << qPrintable(theme.ground.name());
+        EXPECT_LE(difference, 1.4) << qPrintable(theme.ground.name());
+    }
+}
+
+TEST(MirelCameraRowView, BandHasTheColourOfTheThemeWhereItIsVisibleAndSubtle) {
+    const QColor alternate(220, 225, 235);
+    EXPECT_EQ(bandOf({QColor(239, 239, 239), Qt::black, alternate}), alternate);
 }
 
 TEST(MirelCameraRowView, BandIsDrawnAtThePositionOfTheRow) {

@@ -222,6 +222,30 @@ TEST_F(EditorListTest, CancelledDragKeepsTheOrderAndTheKeyboardFocus) {
               (QStringList{QStringLiteral("One"), QStringLiteral("Two"), QStringLiteral("Third")}));
 }
 
+TEST_F(EditorListTest, PictureOfADraggedRowHasSeeThroughCorners) {
+    ASSERT_NO_FATAL_FAILURE(
+        openEditorOn({{QStringLiteral("One"), QStringLiteral("rtsp://127.0.0.1:9/1")},
+                      {QStringLiteral("Two"), QStringLiteral("rtsp://127.0.0.1:9/2")},
+                      {QStringLiteral("Three"), QStringLiteral("rtsp://127.0.0.1:9/3")}}));
+    const QPoint first = selectedRow();
+    pointer.moveTo(handle(first, 2));
+    pointer.press();
+    ASSERT_TRUE(eventually(20s, [&] { return accentColouredRow() == first + QPoint(0, 2 * 44); }));
+    // The left edge of the picture will be between the handles and the names of the first two rows.
+    const QPoint moved(30, 6);
+    const QRect place(first + moved - QPoint(2, 1), QSize(12, 44));
+    const QImage before = screen.area(place);
+    pointer.glideTo(handle(first, 0) + moved, 20);
+    const auto differs = [&](QPoint pixel) {
+        return colourDistance(screen.area(place).pixelColor(pixel), before.pixelColor(pixel)) > 4;
+    };
+    ASSERT_TRUE(eventually(20s, [&] { return differs({6, 20}); })) << "there is no picture";
+    for (const QPoint outside : {QPoint(0, 0), QPoint(2, 1), QPoint(0, 20), QPoint(2, 42)})
+        EXPECT_FALSE(differs(outside)) << outside.x() << ", " << outside.y();
+    keyboard.press(QStringLiteral("Escape"));
+    pointer.release();
+}
+
 TEST_F(EditorListTest, FirstRowCanBeDraggedBelowTheLast) {
     ASSERT_NO_FATAL_FAILURE(
         openEditorOn({{QStringLiteral("One"), QStringLiteral("rtsp://127.0.0.1:9/1")},
