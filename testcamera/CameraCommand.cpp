@@ -22,7 +22,8 @@ Result parsePlain(const QString &word) {
         {QStringLiteral("silent"), Silent{}},     {QStringLiteral("speak"), Speak{}},
         {QStringLiteral("hangup"), HangUp{}},     {QStringLiteral("stay"), Stay{}},
         {QStringLiteral("clients"), Clients{}},   {QStringLiteral("streams"), Streams{}},
-        {QStringLiteral("refusals"), Refusals{}}, {QStringLiteral("quit"), Quit{}},
+        {QStringLiteral("refusals"), Refusals{}}, {QStringLiteral("onvif"), Onvif{}},
+        {QStringLiteral("quit"), Quit{}},
     };
     const auto found = commands.constFind(word);
     if (found == commands.constEnd())

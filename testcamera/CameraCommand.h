@@ -71,6 +71,8 @@ struct Clients {};
 struct Streams {};
 /// Asks how many logins were refused so far, and whether the camera is locked.
 struct Refusals {};
+/// Asks for the address of ONVIF's device service.
+struct Onvif {};
 struct Quit {};
 
 } // namespace CameraCommand
@@ -82,7 +84,7 @@ using AnyCameraCommand =
                  CameraCommand::Stay, CameraCommand::Resize, CameraCommand::Rotate,
                  CameraCommand::UseCodec, CameraCommand::Throttle, CameraCommand::ChangeRate,
                  CameraCommand::JumpClock, CameraCommand::Clients, CameraCommand::Streams,
-                 CameraCommand::Refusals, CameraCommand::Quit>;
+                 CameraCommand::Refusals, CameraCommand::Onvif, CameraCommand::Quit>;
 
 /// Parses one line. The error describes what is wrong with the line.
 [[nodiscard]] tl::expected<AnyCameraCommand, QString> parseCommand(const QString &line);

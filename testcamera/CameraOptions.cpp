@@ -29,6 +29,9 @@ void declareOptions(QCommandLineParser &parser) {
     option("lock-after", "Refuse all logins after N wrong passwords in a row.", "N");
     option("lock-minutes", "Minutes for which they are refused (30).", "M");
     option("refuse-first", "Refuse all logins in the first seconds.", "SECONDS");
+    option("onvif", "Port for ONVIF; 0 takes any free one (8080 if none is given).", "PORT");
+    option("onvif-fault", "A fault of the ONVIF side; may be repeated. See below.", "FAULT");
+    option("onvif-discovery-port", "Port to hear probes on (3702).", "N");
     option("clock", "Put the capture time into the picture for programs to read.");
     option("encoded-ahead", "Encode a loop of N seconds first, and then repeat it.", "N");
     option("exit-with-stdin", "End when standard input ends.");
@@ -86,6 +89,48 @@ tl::expected<void, QString> readTransport(const QCommandLineParser &parser,
     return {};
 }
 
+tl::expected<void, QString> readOnvif(const QCommandLineParser &parser, CameraOptions &options) {
+    const QString port = QStringLiteral("onvif");
+    const QString discoveryPort = QStringLiteral("onvif-discovery-port");
+    if (parser.isSet(port)) {
+        const auto number = parseNumber(port, parser.value(port), 0, 65535);
+        if (!number)
+            return tl::unexpected(number.error());
+        options.onvif.port = static_cast<std::uint16_t>(*number);
+    }
+    if (parser.isSet(discoveryPort)) {
+        const auto number = parseNumber(discoveryPort, parser.value(discoveryPort), 1, 65535);
+        if (!number)
+            return tl::unexpected(number.error());
+        options.onvif.discoveryPort = static_cast<std::uint16_t>(*number);
+    }
+    const QStringList faults = parser.values(QStringLiteral("onvif-fault"));
+    for (const QString &name : faults) {
+        const auto fault = onvifFaultNamed(name);
+        if (!fault)
+            return tl::unexpected(QStringLiteral("--onvif-fault must be one of %1, not \"%2\"")
+                                      .arg(onvifFaultNames().join(QLatin1String(", ")), name));
+        options.onvif.faults.insert(*fault);
+    }
+    const bool needsOnvif = !faults.isEmpty() || parser.isSet(discoveryPort);
+    if (needsOnvif && !options.onvif.port)
+        return tl::unexpected(
+            QStringLiteral("--onvif-fault and --onvif-discovery-port need --onvif"));
+    return {};
+}
+
+/// Returns the arguments with a port behind an --onvif that has none. QCommandLineParser knows no
+/// optional values.
+QStringList withOnvifPort(QStringList arguments) {
+    const qsizetype option = arguments.indexOf(QStringLiteral("--onvif"));
+    if (option < 0)
+        return arguments;
+    const bool isLast = option + 1 == arguments.size();
+    if (isLast || arguments[option + 1].startsWith(QLatin1String("--")))
+        arguments.insert(option + 1, QStringLiteral("8080"));
+    return arguments;
+}
+
 tl::expected<QSize, QString> parsePixelRatio(const QString &text) {
     const QStringList parts = text.split(QLatin1Char(':'));
     const QSize ratio(parts.value(0).toInt(), parts.value(1).toInt());
@@ -139,7 +184,7 @@ tl::expected<void, QString> readNumbers(const QCommandLineParser &parser, Camera
 Result parseOptions(const QStringList &arguments) {
     QCommandLineParser parser;
     declareOptions(parser);
-    if (!parser.parse(arguments))
+    if (!parser.parse(withOnvifPort(arguments)))
         return tl::unexpected(parser.errorText());
     if (!parser.positionalArguments().isEmpty())
         return tl::unexpected(
@@ -152,6 +197,8 @@ Result parseOptions(const QStringList &arguments) {
         return tl::unexpected(transport.error());
     if (const auto numbers = readNumbers(parser, options); !numbers)
         return tl::unexpected(numbers.error());
+    if (const auto onvif = readOnvif(parser, options); !onvif)
+        return tl::unexpected(onvif.error());
     if (parser.isSet(QStringLiteral("size"))) {
         const auto size = parseSize(parser.value(QStringLiteral("size")));
         if (!size)
@@ -182,7 +229,8 @@ QString optionsHelp() {
                "reset,\nrefuse, accept, silent, speak, hangup, stay, size WxH, rotate "
                "0|90|180|270, "
                "codec h264|h265,\nthrottle BYTES_PER_SECOND, fps N, clock-jump SECONDS, clients, "
-               "streams,\nrefusals, quit.\n");
+               "streams,\nrefusals, onvif, quit.\n\nFaults of the ONVIF side: ") +
+           onvifFaultNames().join(QLatin1String(", ")) + QStringLiteral(".\n");
 }
 
 tl::expected<QSize, QString> parseSize(const QString &text) {

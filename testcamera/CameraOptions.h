@@ -1,5 +1,6 @@
 #pragma once
 
+#include "testcamera/OnvifOptions.h"
 #include "testcamera/VideoCodec.h"
 
 #include <QSize>
@@ -40,6 +41,7 @@ struct CameraOptions {
     int lockMinutes = 30;
     /// The number of seconds after the start during which all logins are refused.
     int refuseFirst = 0;
+    OnvifOptions onvif;
     bool clockPattern = false;
     /// The least number of seconds that are encoded before the camera serves and then repeated. 0
     /// encodes each picture when it is sent.

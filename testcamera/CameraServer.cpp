@@ -78,6 +78,12 @@ CameraServer::start(const CameraOptions &options) {
     if (!listener)
         return tl::unexpected(listener.error());
     server->m_listener = std::move(*listener);
+    if (options.onvif.port) {
+        auto onvif = OnvifServer::start(options, server->m_listener->port(), server->m_loginLock);
+        if (!onvif)
+            return tl::unexpected(QStringLiteral("ONVIF: ") + onvif.error());
+        server->m_onvif = *std::move(onvif);
+    }
     return server;
 }
 
@@ -140,8 +146,9 @@ void CameraServer::mountStream() {
                      this);
     const GObjectPointer<GstRTSPMountPoints> mounts(
         gst_rtsp_server_get_mount_points(m_server.get()));
-    gst_rtsp_mount_points_add_factory(mounts.get(), m_options.path.toUtf8().constData(),
-                                      GST_RTSP_MEDIA_FACTORY(g_object_ref(m_factory.get())));
+    for (const OnvifReplies::Stream &stream : OnvifReplies::streams(m_options))
+        gst_rtsp_mount_points_add_factory(mounts.get(), stream.path.toUtf8().constData(),
+                                          GST_RTSP_MEDIA_FACTORY(g_object_ref(m_factory.get())));
 }
 
 void CameraServer::protectWithPassword() {
@@ -405,6 +412,12 @@ CameraServer::Answer CameraServer::perform(CameraCommand::Streams) {
 CameraServer::Answer CameraServer::perform(CameraCommand::Refusals) {
     return QString::number(m_loginLock.refusals()) +
            (m_loginLock.isLocked(secondsSinceStart()) ? QStringLiteral(" locked") : QString());
+}
+
+CameraServer::Answer CameraServer::perform(CameraCommand::Onvif) {
+    if (!m_onvif)
+        return tl::unexpected(QStringLiteral("the camera was started without --onvif"));
+    return m_onvif->url();
 }
 
 CameraServer::Answer CameraServer::perform(CameraCommand::Quit) {

@@ -4,6 +4,7 @@
 #include "testcamera/CameraFeed.h"
 #include "testcamera/CameraOptions.h"
 #include "testcamera/LoginLock.h"
+#include "testcamera/OnvifServer.h"
 #include "testcamera/PortListener.h"
 #include "testcamera/SilentConnections.h"
 #include "testcamera/StreamStamps.h"
@@ -81,6 +82,7 @@ class CameraServer {
     Answer perform(CameraCommand::Clients);
     Answer perform(CameraCommand::Streams);
     Answer perform(CameraCommand::Refusals);
+    Answer perform(CameraCommand::Onvif);
     Answer perform(CameraCommand::Quit);
 
     const CameraOptions m_options;
@@ -102,6 +104,7 @@ class CameraServer {
     std::vector<Client> m_goneClients;
     std::vector<Client> m_longGoneClients;
     std::unique_ptr<PortListener> m_listener;
+    std::unique_ptr<OnvifServer> m_onvif; ///< Null without the option.
     guint m_cleanUpTimer = 0;
 };
 

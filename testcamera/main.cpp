@@ -61,7 +61,7 @@ int serve(const CameraOptions &options) {
 } // namespace
 
 int main(int argc, char **argv) {
-    // Qt is used only for its fonts. GLib provides the event loop.
+    // GLib provides the event loop, in which Qt's sockets take part.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     std::signal(SIGPIPE, SIG_IGN);
     const QGuiApplication application(argc, argv);

@@ -6,12 +6,18 @@ namespace lumvik::test {
 namespace {
 
 TEST(CameraCommand, EveryCommandIsParsed) {
-    for (const char *line :
-         {"freeze",          "thaw",       "end",           "drop",       "drop reset",
-          "refuse",          "accept",     "silent",        "speak",      "size 640x360",
-          "rotate 0",        "rotate 270", "codec h265",    "hangup",     "stay",
-          "clients",         "streams",    "refusals",      "throttle 0", "fps 14.2",
-          "clock-jump -3.5", "quit",       "  drop  reset "})
+    for (const char *line : {"freeze",     "thaw",
+                             "end",        "drop",
+                             "drop reset", "refuse",
+                             "accept",     "silent",
+                             "speak",      "size 640x360",
+                             "rotate 0",   "rotate 270",
+                             "codec h265", "hangup",
+                             "stay",       "clients",
+                             "streams",    "refusals",
+                             "onvif",      "throttle 0",
+                             "fps 14.2",   "clock-jump -3.5",
+                             "quit",       "  drop  reset "})
         EXPECT_TRUE(parseCommand(QLatin1String(line))) << line;
     const auto rotate = parseCommand(QStringLiteral("rotate 90"));
     ASSERT_TRUE(rotate);

@@ -57,6 +57,32 @@ TEST(CameraOptions, EveryOptionIsRead) {
     EXPECT_TRUE(options->exitWithStandardInput);
 }
 
+TEST(CameraOptions, OnvifIsOffUnlessItIsWanted) {
+    const auto off = parse({});
+    ASSERT_TRUE(off);
+    EXPECT_EQ(off->onvif.port, std::nullopt);
+    EXPECT_EQ(off->onvif.discoveryPort, 3702);
+    for (const char *line : {"--onvif", "--onvif --fps 5", "--fps 5 --onvif", "--onvif 8080"}) {
+        const auto on = parse(QLatin1String(line));
+        ASSERT_TRUE(on) << line;
+        EXPECT_EQ(on->onvif.port, 8080) << line;
+    }
+    const auto options = parse(QStringLiteral("--onvif 0 --onvif-discovery-port 4000 --onvif-fault "
+                                              "wrong-host --onvif-fault http-digest"));
+    ASSERT_TRUE(options) << qPrintable(options.error());
+    EXPECT_EQ(options->onvif.port, 0);
+    EXPECT_EQ(options->onvif.discoveryPort, 4000);
+    EXPECT_EQ(options->onvif.faults, QSet({OnvifFault::WrongHost, OnvifFault::HttpDigest}));
+}
+
+TEST(CameraOptions, EveryFaultOfOnvifHasAName) {
+    EXPECT_EQ(onvifFaultNames().size(), 7);
+    for (const QString &name : onvifFaultNames()) {
+        EXPECT_TRUE(onvifFaultNamed(name)) << qPrintable(name);
+        EXPECT_TRUE(optionsHelp().contains(name)) << qPrintable(name);
+    }
+}
+
 TEST(CameraOptions, InvalidOptionsAreRefused) {
     for (const char *line : {"--port 65536",
                              "--port x",
@@ -80,6 +106,12 @@ TEST(CameraOptions, InvalidOptionsAreRefused) {
                              "--refuse-first 60",
                              "--user anna --password x --lock-after 0",
                              "--user anna --password x --lock-minutes x",
+                             "--onvif x",
+                             "--onvif 65536",
+                             "--onvif 0 --onvif-fault nonsense",
+                             "--onvif 0 --onvif-discovery-port 0",
+                             "--onvif-fault wrong-host",
+                             "--onvif-discovery-port 4000",
                              "--nonsense",
                              "stray"})
         EXPECT_FALSE(parse(QLatin1String(line))) << line;
