@@ -1,6 +1,8 @@
 #include "editor/CameraFieldDelegate.h"
 
+#include "configuration/CameraAddress.h"
 #include "configuration/CameraListBounds.h"
+#include "discovery/PastedAddress.h"
 #include "editor/CameraListModel.h"
 #include "editor/MirelFieldEditor.h"
 #include "style/FixedPitchFont.h"
@@ -72,6 +74,14 @@ QFont fieldFont(int column) {
 QString placeholder(int column) {
     return column == CameraListModel::name ? QStringLiteral("Camera name")
                                            : QStringLiteral("rtsp://");
+}
+
+/// Returns the RTSP address that `text` means, for example without the quotes that were copied with
+/// it, or `text` itself if it is an address already or cannot be understood.
+QString understoodAddress(const QString &text) {
+    if (isCameraAddress(text))
+        return text;
+    return pastedAddress(text).value_or(text);
 }
 
 void paintHandle(QPainter &painter, const QStyleOptionViewItem &option, const QString &text) {
@@ -165,8 +175,14 @@ void CameraFieldDelegate::setEditorData(QWidget *editor, const QModelIndex &inde
 void CameraFieldDelegate::setModelData(QWidget *editor, QAbstractItemModel *model,
                                        const QModelIndex &index) const {
     // A field that was opened and not changed must not alter the text in the model.
-    if (static_cast<MirelFieldEditor *>(editor)->isModified())
-        QStyledItemDelegate::setModelData(editor, model, index);
+    auto *field = static_cast<MirelFieldEditor *>(editor);
+    if (!field->isModified())
+        return;
+    // Escape restores the text from before the edit as it was.
+    if (index.column() == CameraListModel::address &&
+        field->text() != field->property(textBefore).toString())
+        field->setText(understoodAddress(field->text()));
+    QStyledItemDelegate::setModelData(editor, model, index);
 }
 
 void CameraFieldDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,

@@ -12,6 +12,7 @@ void AppDelegate::setUpKeyboardNavigation() {
                                     closeViewerButton};
     for (MainMenuTitle *title : mainMenuStrip->titles())
         controls.append(title);
+    controls.append(emptyStateLabel->links());
     controls.append(pictureSupervisor.createNotice(window->contentItem()));
     controls.append(pictureExporter.createNotice(window->contentItem()));
     keyboardNavigation = std::make_unique<KeyboardNavigation>(*window, controls);

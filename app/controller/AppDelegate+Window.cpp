@@ -95,6 +95,10 @@ void AppDelegate::createVideoViews() {
         });
     pictureSupervisor.createCover(*videoHost, content);
     emptyStateLabel = new EmptyStateLabel(content);
+    emptyStateLabel->addLink(QStringLiteral("Camera Addresses…"), [self] {
+        if (self)
+            self->showCameraSettings();
+    });
     interactionView = new DraggableContentView(environment.mainQueue, content);
     connectInteractionView();
     hidePointerWhenIdle();

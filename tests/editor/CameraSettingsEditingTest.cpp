@@ -94,6 +94,31 @@ TEST_F(CameraSettings, TabMovesTheEditToTheNextCell) {
     expectEdited(1, nameColumn);
 }
 
+TEST_F(CameraSettings, AddressIsUnderstoodAtTheEndOfItsEdit) {
+    const QList<std::pair<QString, QString>> cases{
+        {u"192.168.1.20/stream"_s, u"rtsp://192.168.1.20/stream"_s},
+        {u" \"rtsp://camera.example/1\","_s, u"rtsp://camera.example/1"_s},
+        {u"rtsp://user:p@ss@camera.example/1"_s, u"rtsp://user:p@ss@camera.example/1"_s},
+        {u"http://camera.example/"_s, u"http://camera.example/"_s}, // refused when it is saved
+    };
+    for (const auto &[typed, understood] : cases) {
+        open({u"a"_s});
+        doubleClick(0, addressColumn);
+        type(typed);
+        EXPECT_EQ(draft().first().url, typed);
+        key(Qt::Key_Return);
+        EXPECT_EQ(draft().first().url, understood);
+    }
+}
+
+TEST_F(CameraSettings, EscapeLeavesAnUnusualAddressAlone) {
+    open({u"a"_s});
+    doubleClick(0, addressColumn);
+    type(u"x"_s);
+    key(Qt::Key_Escape);
+    EXPECT_EQ(draft().first().url, cameraNamed(u"a"_s).url);
+}
+
 TEST_F(CameraSettings, FirstEscapeCancelsTheEditAndSecondEscapeClosesTheWindow) {
     open({u"a"_s, u"b"_s});
     doubleClick(1, nameColumn);
