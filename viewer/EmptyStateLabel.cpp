@@ -4,6 +4,7 @@
 #include "viewer/BalancedText.h"
 
 #include <QAccessible>
+#include <QCursor>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPath>
