@@ -100,7 +100,6 @@ void OnvifClient::ask(const QUrl &service, const OnvifLogin &login) {
     m_login = login;
     m_kind = Login::none;
     m_isLoginAccepted = false;
-    m_digest.reset();
     m_otherTime.reset();
     m_profiles.clear();
     m_nextProfile = 0;
@@ -116,6 +115,8 @@ void OnvifClient::ask(const QUrl &service, const OnvifLogin &login) {
 void OnvifClient::cancel() {
     m_isAsking = false;
     dropReply();
+    m_login = {}; // A password is kept no longer than necessary.
+    m_digest.reset();
 }
 
 void OnvifClient::send(OnvifCall call, const QUrl &url, const QString &profile) {

@@ -327,6 +327,15 @@ std::vector<PastedAddress> pastedAddresses(const QString &text) {
     return results;
 }
 
+QString addressWithLogin(const QString &address, const QString &user, const QString &password) {
+    const qsizetype scheme = address.indexOf(QLatin1String("://"));
+    if (user.isEmpty() || scheme < 0)
+        return address;
+    const QByteArray login =
+        QUrl::toPercentEncoding(user) + ':' + QUrl::toPercentEncoding(password) + '@';
+    return QString(address).insert(scheme + 3, QString::fromLatin1(login));
+}
+
 QString pasteProblemText(PasteProblem problem) {
     switch (problem) {
     case PasteProblem::otherScheme:

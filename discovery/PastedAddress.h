@@ -39,6 +39,11 @@ using PastedAddress = tl::expected<QString, PasteProblem>;
 /// can have (`mostCameras`) are ignored.
 [[nodiscard]] std::vector<PastedAddress> pastedAddresses(const QString &text);
 
+/// Returns `address`, an RTSP address without a login, with a user name and a password, which are
+/// percent-encoded. Returns `address` unchanged if `user` is empty or `address` has no scheme.
+[[nodiscard]] QString addressWithLogin(const QString &address, const QString &user,
+                                       const QString &password);
+
 /// Returns a sentence for the user. The sentence contains no part of the address.
 [[nodiscard]] QString pasteProblemText(PasteProblem problem);
 

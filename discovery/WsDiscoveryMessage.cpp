@@ -24,7 +24,6 @@ constexpr QLatin1String scopePrefix("onvif://www.onvif.org/");
 constexpr QLatin1String usualPath("/onvif/device_service");
 
 constexpr qsizetype longestServiceAddress = 2048;
-constexpr qsizetype longestIdentity = 300;
 constexpr qsizetype longestPresentableText = 200;
 /// A recorder may reply for its channels; more than this many matches are ignored.
 constexpr std::size_t mostMatches = 64;
@@ -108,7 +107,8 @@ std::optional<FoundCamera> cameraIn(const XmlElement &match, const QHostAddress 
         return std::nullopt;
     FoundCamera camera;
     camera.identity = normalIdentifier(match.textAt({u"EndpointReference", u"Address"}));
-    if (camera.identity.isEmpty() || camera.identity.size() > longestIdentity)
+    // Two long identities must not become equal by being shortened.
+    if (camera.identity.isEmpty() || presentableText(camera.identity) != camera.identity)
         camera.identity = sender.toString();
     camera.serviceAddress = serviceAddress(words(match.textAt({u"XAddrs"})), sender);
     camera.name = scopeValue(scopes, QLatin1String("name"));

@@ -22,7 +22,7 @@ enum class ProbeKind {
 /// about itself, without control characters, and may be empty.
 struct FoundCamera {
     /// What identifies the camera even if its address changes: its endpoint address in lower case,
-    /// without "urn:"; or its IP address if it has none.
+    /// without "urn:"; or its IP address if it has none that could be shown.
     QString identity;
     /// Where ONVIF's calls go, an http or https address whose host is the IP address that replied.
     QUrl serviceAddress;

@@ -1,6 +1,7 @@
 #include "discovery/OnvifClient.h"
 
 #include "OnvifDevice.h"
+#include "OwnNetwork.h"
 #include "fakes/VirtualMainQueue.h"
 
 #include <QCryptographicHash>
@@ -440,6 +441,21 @@ TEST_F(OnvifClientTest, WorksOverIpv6) {
     const auto result = ask(device);
     ASSERT_TRUE(result && *result);
     EXPECT_EQ((*result)->profiles.at(0).address, u"rtsp://[::1]:554/main"_s);
+}
+
+TEST_F(OnvifClientTest, WorksOverIpv6WithAScope) {
+    if (test::runsInOwnNetwork(u"ip link set lo up\n"
+                               "ip link add net1 type veth peer name far1\n"
+                               "ip link set net1 addrgenmode none\n"
+                               "ip link set far1 up\n"
+                               "ip link set net1 up\n"
+                               "ip address add fe80::1/64 dev net1 nodad\n"_s))
+        return;
+    OnvifDevice device(wantsDigest, QHostAddress(u"fe80::1%net1"_s));
+    EXPECT_EQ(device.service().host(), u"fe80::1%net1"_s);
+    const auto result = ask(device);
+    ASSERT_TRUE(result && *result);
+    EXPECT_EQ((*result)->profiles.at(0).address, u"rtsp://[fe80::1%25net1]:554/main"_s);
 }
 
 } // namespace

@@ -158,8 +158,9 @@ TEST(ProbeReply, NumberOfMatchesIsBounded) {
 
 TEST(ProbeReply, WithoutEndpointIsIdentifiedByItsAddress) {
     EXPECT_EQ(camerasIn(Reply{.endpoint = ""}.message()).at(0).identity, u"192.0.2.7"_s);
-    EXPECT_EQ(camerasIn(Reply{.endpoint = QByteArray(301, 'x')}.message()).at(0).identity,
-              u"192.0.2.7"_s);
+    for (const QByteArray &endpoint : {QByteArray(201, 'x'), QByteArray("urn:uuid:a&#10;b"),
+                                       QByteArray("urn:uuid:\xE2\x80\xAE")})
+        EXPECT_EQ(camerasIn(Reply{.endpoint = endpoint}.message()).at(0).identity, u"192.0.2.7"_s);
 }
 
 struct ServiceCase {
