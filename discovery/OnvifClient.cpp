@@ -131,7 +131,7 @@ void OnvifClient::sendAgain() {
         request.setRawHeader("Authorization",
                              m_digest->authorization("POST", requestTarget(m_request.url)));
     m_body.clear();
-    m_reply = post(std::move(request), onvifRequest(m_request.call, token(), m_request.profile));
+    m_reply = post(request, onvifRequest(m_request.call, token(), m_request.profile));
     // Larger than the longest permitted body, so that Qt always delivers the first excess byte.
     m_reply->setReadBufferSize(2 * onvifLimits.bytes);
     connect(m_reply, &QNetworkReply::readyRead, this, [this] { readBody(); });

@@ -186,7 +186,7 @@ PastedAddress hostAndPort(QStringView text) {
     } else {
         const qsizetype colon = text.indexOf(u':');
         hostEnd = colon < 0 ? text.size() : colon;
-        const PastedAddress name = hostText(text.first(hostEnd));
+        PastedAddress name = hostText(text.first(hostEnd));
         if (!name)
             return name;
         host = *name;
@@ -292,10 +292,10 @@ PastedAddress pastedAddress(QStringView line) {
     if (!scheme)
         return tl::unexpected(scheme.error());
     const Parts parts = partsOf(scheme->rest);
-    const PastedAddress host = hostAndPort(parts.host);
+    PastedAddress host = hostAndPort(parts.host);
     if (!host)
         return host;
-    const PastedAddress path = pathText(parts.path);
+    PastedAddress path = pathText(parts.path);
     if (!path)
         return path;
     const bool hasUser = !parts.user.isEmpty() && parts.user != u":";

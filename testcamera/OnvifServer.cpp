@@ -94,7 +94,7 @@ tl::expected<void, QString> OnvifServer::listen(std::uint16_t rtspPort) {
     const bool isVersion6 = m_address.protocol() == QAbstractSocket::IPv6Protocol;
     const bool isAny = m_address == QHostAddress(QHostAddress::AnyIPv6);
     if (isVersion6)
-        if (const auto awaiting = awaitProbes(QHostAddress::AnyIPv6); !awaiting)
+        if (auto awaiting = awaitProbes(QHostAddress::AnyIPv6); !awaiting)
             return awaiting;
     if (!isVersion6 || isAny)
         return awaitProbes(QHostAddress::AnyIPv4);
