@@ -38,12 +38,23 @@ QByteArray httpResponse(const QByteArray &status, const QByteArray &body,
            body;
 }
 
+/// Returns an address as it stands in a URL without brackets. Other computers do not know the
+/// scopes of this one, and IPv4 addresses may have an IPv6 form.
+QString hostText(QHostAddress address) {
+    bool isVersion4 = false;
+    const quint32 number = address.toIPv4Address(&isVersion4);
+    if (isVersion4)
+        return QHostAddress(number).toString();
+    address.setScopeId({});
+    return address.toString();
+}
+
 /// Returns the address of this computer from which `peer` is reached.
 QString localAddressFor(const QHostAddress &peer) {
     QUdpSocket socket;
     constexpr std::uint16_t anyPort = 9; // nothing is sent there
     socket.connectToHost(peer, anyPort);
-    return socket.localAddress().toString();
+    return hostText(socket.localAddress());
 }
 
 bool hasAddress(const QNetworkInterface &interface, const QHostAddress &address) {
@@ -84,15 +95,17 @@ QString OnvifServer::url() const {
 }
 
 tl::expected<void, QString> OnvifServer::listen(std::uint16_t rtspPort) {
-    if (!m_server.listen(m_address, m_options.onvif.port.value_or(0)))
+    const bool isVersion6 = m_address.protocol() == QAbstractSocket::IPv6Protocol;
+    const bool isAny = m_address == QHostAddress(QHostAddress::AnyIPv6);
+    // Like the port of the streams, "::" stands for both versions.
+    if (!m_server.listen(isAny ? QHostAddress(QHostAddress::Any) : m_address,
+                         m_options.onvif.port.value_or(0)))
         return tl::unexpected(m_server.errorString());
     QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
         while (QTcpSocket *socket = m_server.nextPendingConnection())
             takeConnection(socket);
     });
     m_replies = std::make_unique<OnvifReplies>(m_options, rtspPort, m_server.serverPort());
-    const bool isVersion6 = m_address.protocol() == QAbstractSocket::IPv6Protocol;
-    const bool isAny = m_address == QHostAddress(QHostAddress::AnyIPv6);
     if (isVersion6)
         if (auto awaiting = awaitProbes(QHostAddress::AnyIPv6); !awaiting)
             return awaiting;
@@ -112,22 +125,26 @@ tl::expected<void, QString> OnvifServer::awaitProbes(const QHostAddress &any) {
     if (!socket->bind(any, m_options.onvif.discoveryPort,
                       QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint))
         return tl::unexpected(socket->errorString());
-    bool hasJoined = false;
+    QSet<int> joined;
     const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
     for (const QNetworkInterface &interface : interfaces)
-        if (isEverywhere || hasAddress(interface, m_address))
-            hasJoined |= socket->joinMulticastGroup(group, interface);
-    if (!hasJoined)
+        if ((isEverywhere || hasAddress(interface, m_address)) &&
+            socket->joinMulticastGroup(group, interface))
+            joined.insert(interface.index());
+    if (joined.isEmpty())
         return tl::unexpected(socket->errorString());
     QObject::connect(socket.get(), &QUdpSocket::readyRead, socket.get(),
-                     [this, raw = socket.get()] { readProbes(*raw); });
+                     [this, raw = socket.get(), joined] { readProbes(*raw, joined); });
     m_sockets.push_back(std::move(socket));
     return {};
 }
 
-void OnvifServer::readProbes(QUdpSocket &socket) {
+void OnvifServer::readProbes(QUdpSocket &socket, const QSet<int> &interfaces) {
     while (socket.hasPendingDatagrams()) {
         const QNetworkDatagram datagram = socket.receiveDatagram();
+        // Linux also delivers what other programs have joined on other interfaces.
+        if (!interfaces.contains(static_cast<int>(datagram.interfaceIndex())))
+            continue;
         const auto request = parseSoapRequest(datagram.data());
         if (!request || request->call != QLatin1String("Probe"))
             continue;
@@ -166,7 +183,7 @@ void OnvifServer::readRequest(QTcpSocket &socket, QByteArray &received) {
     const qsizetype bodyBegin = headEnd + 4;
     if (received.size() < bodyBegin + header(head, "Content-Length").toLongLong())
         return;
-    socket.write(response(head, received.sliced(bodyBegin), socket.localAddress().toString()));
+    socket.write(response(head, received.sliced(bodyBegin), hostText(socket.localAddress())));
     socket.disconnectFromHost();
 }
 

@@ -40,7 +40,8 @@ class OnvifServer {
     [[nodiscard]] tl::expected<void, QString> listen(std::uint16_t rtspPort);
     /// Awaits probes on the interfaces that have `m_address`, by the IP version of `any`.
     [[nodiscard]] tl::expected<void, QString> awaitProbes(const QHostAddress &any);
-    void readProbes(QUdpSocket &socket);
+    /// Replies to the probes that have arrived on the interfaces with the given indexes.
+    void readProbes(QUdpSocket &socket, const QSet<int> &interfaces);
     void takeConnection(QTcpSocket *socket);
     void readRequest(QTcpSocket &socket, QByteArray &received);
     [[nodiscard]] QByteArray response(const QByteArray &head, const QByteArray &body,
