@@ -2,6 +2,7 @@
 
 #include <QNetworkDatagram>
 #include <QNetworkInterface>
+#include <QPointer>
 #include <QUdpSocket>
 
 #include <algorithm>
@@ -94,6 +95,7 @@ void CameraSearch::stop() {
     }
     m_probes.clear();
     m_isSearching = false;
+    ++m_searchNumber;
 }
 
 /// A camera replies only to a sender in its own subnet, so each IPv4 address of an interface has a
@@ -156,22 +158,24 @@ void CameraSearch::sendLastProbes() {
 }
 
 void CameraSearch::readReplies(QUdpSocket &socket) {
-    // A slot may stop the search.
-    for (int count = 0;
-         count < mostDatagramsPerTurn && m_isSearching && socket.hasPendingDatagrams(); ++count) {
+    // A slot may stop the search, start another one, or destroy this object.
+    const auto isCurrent = [this, self = QPointer(this), number = m_searchNumber] {
+        return self && m_searchNumber == number;
+    };
+    for (int count = 0; count < mostDatagramsPerTurn && isCurrent() && socket.hasPendingDatagrams();
+         ++count) {
         const QNetworkDatagram datagram = socket.receiveDatagram();
         if (++m_datagrams > mostDatagrams || datagram.senderAddress().isNull())
             continue;
         const QHostAddress sender = plainAddress(datagram.senderAddress());
         const auto cameras = camerasInReply(datagram.data(), sender, m_messageIds);
         for (const FoundCamera &camera : cameras)
-            take(camera, sender);
+            if (isCurrent())
+                take(camera, sender);
     }
 }
 
 void CameraSearch::take(const FoundCamera &camera, const QHostAddress &sender) {
-    if (!m_isSearching)
-        return;
     const int rank = rankOf(sender);
     const auto known = m_ranks.find(camera.identity);
     if (known != m_ranks.end()) {

@@ -35,7 +35,8 @@ struct CameraSearchOptions {
 /// before `start`. Multicast does not pass routers, and firewalls may drop the replies, so that a
 /// search that finds nothing proves nothing.
 ///
-/// Owned by whoever shows the results. Main thread only. Nothing blocks.
+/// Owned by whoever shows the results, who may destroy the search in a slot. Main thread only.
+/// Nothing blocks.
 class CameraSearch final : public QObject {
     Q_OBJECT
 
@@ -99,6 +100,7 @@ class CameraSearch final : public QObject {
     MainQueue &m_queue;
     const CameraSearchOptions m_options;
     bool m_isSearching = false;
+    unsigned m_searchNumber = 0; ///< Changes when a search is stopped.
     bool m_hasSent = false;
     int m_datagrams = 0; ///< How many were read in this search.
     QString m_systemError;

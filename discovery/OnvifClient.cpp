@@ -106,8 +106,7 @@ void OnvifClient::ask(const QUrl &service, const OnvifLogin &login) {
     const bool isWeb =
         service.scheme() == QLatin1String("http") || service.scheme() == QLatin1String("https");
     if (!isWeb || !service.isValid() || m_host.isNull()) {
-        m_timer = m_queue.after(0, [this] { finish(tl::unexpected(OnvifCause::notOnvif)); });
-        return;
+        return finish(tl::unexpected(OnvifCause::notOnvif));
     }
     send(OnvifCall::getSystemDateAndTime, m_service);
 }
@@ -165,6 +164,7 @@ std::optional<UsernameToken> OnvifClient::token() const {
     return UsernameToken{m_login, m_cameraTime.addMSecs(elapsed), randomBytes()};
 }
 
+/// Gives up as soon as the body is too long.
 void OnvifClient::readBody() {
     m_body += m_reply->read(onvifLimits.bytes + 1 - m_body.size());
     if (m_body.size() > onvifLimits.bytes)
@@ -176,7 +176,7 @@ void OnvifClient::handleFinished() {
     if (status == 0)
         return handleUnanswered();
     readBody();
-    if (!m_isAsking)
+    if (m_reply == nullptr)
         return;
     const QByteArray challenges = m_reply->rawHeader("WWW-Authenticate");
     const QByteArray date = m_reply->rawHeader("Date");
@@ -329,8 +329,12 @@ void OnvifClient::dropReply() {
 }
 
 void OnvifClient::finish(const OnvifOutcome &outcome) {
-    cancel();
-    Q_EMIT finished(outcome);
+    dropReply();
+    // A slot may destroy this object, which must not happen while a reply emits a signal.
+    m_timer = m_queue.after(0, [this, outcome] {
+        cancel();
+        Q_EMIT finished(outcome);
+    });
 }
 
 } // namespace lumvik

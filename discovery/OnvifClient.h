@@ -55,7 +55,8 @@ using OnvifOutcome = tl::expected<OnvifStreams, OnvifCause>;
 /// after a few. The password is never sent in clear. Redirections are not followed. A host in the
 /// camera's replies is replaced by the one that is asked.
 ///
-/// Owned by whoever shows the streams. Main thread only. Nothing blocks.
+/// Owned by whoever shows the streams, who may destroy the client in a slot. Main thread only.
+/// Nothing blocks.
 class OnvifClient final : public QObject {
     Q_OBJECT
 
@@ -133,7 +134,7 @@ class OnvifClient final : public QObject {
     Request m_request;
     QNetworkReply *m_reply = nullptr; ///< Null while no request is pending.
     QByteArray m_body;
-    std::shared_ptr<WorkItem> m_timer; ///< Ends the request, or the question before the first one.
+    std::shared_ptr<WorkItem> m_timer; ///< Ends the request, or reports the outcome.
     std::vector<OnvifProfile> m_profiles;
     std::size_t m_nextProfile = 0;
 };

@@ -119,6 +119,41 @@ TEST_F(CameraSearchTest, CanBeStoppedByASlot) {
     EXPECT_EQ(device.probes().size(), 2);
 }
 
+TEST_F(CameraSearchTest, CanBeStartedAgainByASlot) {
+    QObject::connect(&search, &CameraSearch::found, &search, [this] {
+        if (found.size() == 1)
+            search.start();
+    });
+    ASSERT_TRUE(startAndHear());
+    device.reply(device.probes()[0], "urn:uuid:1");
+    device.reply(device.probes()[0], "urn:uuid:2");
+    ASSERT_TRUE(finds(1));
+    queue.runPending();
+    ASSERT_TRUE(device.hears(4));
+    device.reply(device.probes()[2], "urn:uuid:3");
+    ASSERT_TRUE(finds(2));
+    EXPECT_EQ(found[1].identity, u"uuid:3"_s);
+}
+
+TEST_F(CameraSearchTest, CanBeDestroyedByASlot) {
+    auto other = std::make_unique<CameraSearch>(
+        queue, CameraSearchOptions{.interfaces = CameraSearchOptions::Interfaces::loopback,
+                                   .port = device.port()});
+    int count = 0;
+    QObject::connect(other.get(), &CameraSearch::found, &search, [&] {
+        ++count;
+        other.reset();
+    });
+    other->start();
+    queue.runPending();
+    ASSERT_TRUE(device.hears(2));
+    device.reply(device.probes()[0], "urn:uuid:1");
+    device.reply(device.probes()[0], "urn:uuid:2");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return other == nullptr; }, 10'000));
+    queue.advance(10);
+    EXPECT_EQ(count, 1);
+}
+
 TEST_F(CameraSearchTest, CanBeDestroyedWhileItSearches) {
     {
         CameraSearch other(queue, {.interfaces = CameraSearchOptions::Interfaces::loopback,

@@ -60,8 +60,17 @@ class OnvifClientTest : public testing::Test {
         outcome.reset();
         client.ask(device.service(), login);
         EXPECT_FALSE(outcome);
-        (void)QTest::qWaitFor([&] { return outcome.has_value(); }, 10'000);
+        (void)finishes();
         return outcome;
+    }
+    /// Waits until there is an outcome, without moving the clock.
+    [[nodiscard]] bool finishes() {
+        return QTest::qWaitFor(
+            [this] {
+                queue.runPending();
+                return outcome.has_value();
+            },
+            10'000);
     }
     static std::optional<OnvifOutcome> failure(OnvifCause cause) {
         return OnvifOutcome(tl::unexpected(cause));
@@ -393,7 +402,7 @@ TEST_F(OnvifClientTest, ARefusedConnectionIsNoAnswer) {
         service = gone.service();
     }
     client.ask(service, anna);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return outcome.has_value(); }, 10'000));
+    ASSERT_TRUE(finishes());
     EXPECT_EQ(outcome, failure(OnvifCause::noAnswer));
 }
 
@@ -430,8 +439,22 @@ TEST_F(OnvifClientTest, CanAskAgainInItsSignal) {
     };
     QObject::connect(&client, &OnvifClient::finished, &client, again);
     client.ask(device.service(), {});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return count == 2; }, 10'000));
-    EXPECT_TRUE(outcome && *outcome);
+    ASSERT_TRUE(finishes());
+    EXPECT_EQ(count, 2);
+    EXPECT_TRUE(*outcome);
+}
+
+TEST_F(OnvifClientTest, CanBeDestroyedInItsSignal) {
+    OnvifDevice device(OnvifDevice::usualReply);
+    auto other = std::make_unique<OnvifClient>(queue);
+    QObject::connect(other.get(), &OnvifClient::finished, &client, [&](const OnvifOutcome &each) {
+        outcome = each;
+        other.reset();
+    });
+    other->ask(device.service(), {});
+    ASSERT_TRUE(finishes());
+    EXPECT_TRUE(*outcome);
+    EXPECT_EQ(other, nullptr);
 }
 
 TEST_F(OnvifClientTest, WorksOverIpv6) {
