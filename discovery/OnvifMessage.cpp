@@ -271,7 +271,11 @@ std::vector<OnvifProfile> onvifProfiles(const XmlElement &content) {
             token.size() > longestToken)
             continue;
         const XmlElement *encoder = element.child(u"VideoEncoderConfiguration");
-        auto &list = encoder == nullptr ? others : withVideo;
+        // The first media service cannot describe encoders of H.265, so that a profile with a
+        // source only may be the camera's best one.
+        const bool hasVideo =
+            encoder != nullptr || element.child(u"VideoSourceConfiguration") != nullptr;
+        auto &list = hasVideo ? withVideo : others;
         if (list.size() < mostOnvifProfiles)
             list.push_back(profileOf(element, encoder));
     }

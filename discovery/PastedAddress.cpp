@@ -56,6 +56,9 @@ QStringView withoutDecoration(QStringView text) {
             text = text.sliced(1);
         if (!text.isEmpty() && isTrailing(text.back()))
             text.chop(1);
+        // A colon without a port; an IPv6 address may end with two.
+        if (text.endsWith(u':') && !text.endsWith(u"::"))
+            text.chop(1);
         if (text.size() > 1 && text.front() == u'(' && text.back() == u')')
             text = text.sliced(1).chopped(1);
         if (text.size() == before.size())
@@ -82,22 +85,28 @@ struct WithoutScheme {
     QString rest;
 };
 
-/// Removes the scheme. A scheme may be repeated, because people paste a whole address into a field
-/// that contains the scheme already.
+/// Removes the scheme, which may be misspelt as in "rtsp:/host", "rtsp//host" or "rtsp:\\\\host".
+/// It may be repeated, because people paste a whole address into a field that contains the scheme
+/// already.
 tl::expected<WithoutScheme, PasteProblem> withoutScheme(QString text) {
     static const QRegularExpression own(QStringLiteral("^(rtsps?)(:[/\\\\]{1,2}|//)"),
                                         QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression repeated(QStringLiteral("^(?:rtsps?://)*(rtsps?)://"),
+                                             QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression any(QStringLiteral("^[a-z][a-z0-9+.-]*://"),
                                         QRegularExpression::CaseInsensitiveOption);
     WithoutScheme result;
-    while (true) {
-        const QRegularExpressionMatch match = own.match(text);
-        if (!match.hasMatch())
-            break;
+    QRegularExpressionMatch match = own.match(text);
+    if (match.hasMatch()) {
         result.isSecure = match.capturedLength(1) == 5;
         text = text.sliced(match.capturedLength());
         if (match.captured(2).contains(u'\\'))
             text.replace(u'\\', u'/');
+    }
+    match = repeated.match(text);
+    if (match.hasMatch()) {
+        result.isSecure = match.capturedLength(1) == 5;
+        text = text.sliced(match.capturedLength());
     }
     if (any.match(text).hasMatch())
         return tl::unexpected(PasteProblem::otherScheme);
@@ -153,7 +162,8 @@ PastedAddress hostText(QStringView host) {
     }
     const QString name = host.toString();
     const QUrl url(QLatin1String("rtsp://") + name);
-    if (name.contains(u'%') || !url.isValid() || url.host().isEmpty() || url.port() >= 0)
+    if (name.contains(u'%') || name.contains(u'@') || !url.isValid() || url.host().isEmpty() ||
+        url.port() >= 0)
         return tl::unexpected(PasteProblem::badHost);
     return name;
 }

@@ -203,20 +203,22 @@ TEST(OnvifProfiles, HaveNameSizeRateAndCodec) {
                 "</tt:RateControl></tt:VideoEncoderConfiguration></trt:Profiles>"
                 "<trt:Profiles token='audio'><tt:Name>Audio</tt:Name></trt:Profiles>"
                 "<trt:Profiles><tt:Name>No token</tt:Name></trt:Profiles>"
+                "<trt:Profiles token='h265'><tt:VideoSourceConfiguration/></trt:Profiles>"
                 "<trt:Profiles token='p2'><tt:VideoEncoderConfiguration><tt:Resolution><tt:Width>"
                 "-5</tt:Width><tt:Height>99999999999</tt:Height></tt:Resolution><tt:RateControl>"
                 "<tt:FrameRateLimit>nan</tt:FrameRateLimit></tt:RateControl>"
                 "</tt:VideoEncoderConfiguration></trt:Profiles></trt:GetProfilesResponse>"));
-    ASSERT_EQ(profiles.size(), 2U);
+    ASSERT_EQ(profiles.size(), 3U);
     EXPECT_EQ(profiles[0], (OnvifProfile{.token = u"p1"_s,
                                          .name = u"Main"_s,
                                          .size = QSize(1920, 1080),
                                          .framesPerSecond = 12.5,
                                          .codec = u"H264"_s}));
-    EXPECT_EQ(profiles[1], OnvifProfile{.token = u"p2"_s});
+    EXPECT_EQ(profiles[1], OnvifProfile{.token = u"h265"_s});
+    EXPECT_EQ(profiles[2], OnvifProfile{.token = u"p2"_s});
 }
 
-TEST(OnvifProfiles, AreKeptWithoutEncodersIfNoneHasOne) {
+TEST(OnvifProfiles, AreKeptWithoutVideoIfNoneHasAny) {
     EXPECT_EQ(onvifProfiles(content(OnvifCall::getProfiles,
                                     "<trt:GetProfilesResponse><trt:Profiles token='p'/>"
                                     "</trt:GetProfilesResponse>"))

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 namespace lumvik {
 namespace {
 
@@ -149,6 +151,8 @@ INSTANTIATE_TEST_SUITE_P(
                     PasteCase{u"192.168.1.20:"_s, u"rtsp://192.168.1.20"_s},
                     PasteCase{u"192.168.1.20:/x"_s, u"rtsp://192.168.1.20/x"_s},
                     PasteCase{u"192.168.1.20:00554"_s, u"rtsp://192.168.1.20:554"_s},
+                    PasteCase{u"camera.example.:"_s, u"rtsp://camera.example"_s},
+                    PasteCase{u"2001:db8::"_s, u"rtsp://[2001:db8::]"_s},
                     PasteCase{u"2001:db8::7"_s, u"rtsp://[2001:db8::7]"_s},
                     PasteCase{u"2001:db8::7/x"_s, u"rtsp://[2001:db8::7]/x"_s},
                     PasteCase{u"::1"_s, u"rtsp://[::1]"_s},
@@ -199,6 +203,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ProblemCase{u"fe80::1%"_s, PasteProblem::badHost},
                     ProblemCase{u"rtsp://cam%41era/"_s, PasteProblem::badHost},
                     ProblemCase{u"rtsp://{ip}/x"_s, PasteProblem::badHost},
+                    ProblemCase{u",?@camera.example(@554"_s, PasteProblem::badHost},
                     ProblemCase{u"rtsp://<ip>/x"_s, PasteProblem::strayCharacter}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -222,6 +227,37 @@ TEST(PastedAddress, LongTextIsRefused) {
     // Encoding makes an address longer.
     EXPECT_EQ(pastedAddress(longest.chopped(1) + u'|').error(), PasteProblem::tooLong);
     EXPECT_EQ(pastedAddress(QString(10'000'000, u'@')).error(), PasteProblem::tooLong);
+}
+
+TEST(PastedAddress, ChangesNoMoreWhateverWasPasted) {
+    const QStringList pieces{u"rtsp://"_s,     u"rtsps:"_s,
+                             u"user"_s,        u"192.168.1.20"_s,
+                             u"::1"_s,         u"[fe80::1%eth0]"_s,
+                             u"tür.example"_s, u":"_s,
+                             u"@"_s,           u"/"_s,
+                             u"?"_s,           u"#"_s,
+                             u"%"_s,           u"%41"_s,
+                             u"."_s,           u","_s,
+                             u" "_s,           u"\""_s,
+                             u"<"_s,           u">"_s,
+                             u"\\"_s,          u"&amp;"_s,
+                             u"554"_s,         u"("_s,
+                             u")"_s,           u"\u200B"_s};
+    std::mt19937 random(17);
+    int understood = 0;
+    for (int round = 0; round < 50'000; ++round) {
+        QString line;
+        for (int count = std::uniform_int_distribution(1, 9)(random); count > 0; --count)
+            line += pieces[std::uniform_int_distribution<qsizetype>(0, pieces.size() - 1)(random)];
+        const PastedAddress address = pastedAddress(line);
+        if (!address)
+            continue;
+        ++understood;
+        const PastedAddress again = pastedAddress(*address);
+        EXPECT_EQ(again.value_or(QString()).toStdString(), address->toStdString())
+            << qPrintable(line);
+    }
+    EXPECT_GT(understood, 1000);
 }
 
 TEST(PastedAddresses, HasOneResultForEachLine) {
