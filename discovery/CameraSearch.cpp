@@ -65,7 +65,6 @@ void CameraSearch::start() {
     m_hasSent = false;
     m_datagrams = 0;
     m_systemError.clear();
-    m_messageIds.clear();
     m_ranks.clear();
     bool hasInterface = false;
     const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
@@ -89,11 +88,11 @@ void CameraSearch::stop() {
         timer->cancel();
     m_timers.clear();
     // The search may be stopped by a slot while one of its sockets is being read.
-    for (Probe &probe : m_probes) {
-        probe.socket->disconnect(this);
-        probe.socket.release()->deleteLater();
+    for (Network &network : m_networks) {
+        network.socket->disconnect(this);
+        network.socket.release()->deleteLater();
     }
-    m_probes.clear();
+    m_networks.clear();
     m_isSearching = false;
     ++m_searchNumber;
 }
@@ -115,38 +114,40 @@ void CameraSearch::openSockets(const QNetworkInterface &interface) {
 }
 
 void CameraSearch::openSocket(const QNetworkInterface &interface, const QHostAddress &address) {
-    if (m_probes.size() >= mostSockets)
+    if (m_networks.size() >= mostSockets)
         return;
-    Probe probe{std::make_unique<QUdpSocket>(), group4};
+    Network network{std::make_unique<QUdpSocket>(), group4, {}};
     if (address.protocol() == QAbstractSocket::IPv6Protocol) {
-        probe.group = QHostAddress(group6);
-        probe.group.setScopeId(interface.name());
+        network.group = QHostAddress(group6);
+        network.group.setScopeId(interface.name());
     }
-    QUdpSocket *const socket = probe.socket.get();
+    QUdpSocket *const socket = network.socket.get();
     if (!socket->bind(address, 0)) {
         m_systemError = socket->errorString();
         return;
     }
     socket->setMulticastInterface(interface);
     connect(socket, &QUdpSocket::readyRead, this, [this, socket] { readReplies(*socket); });
-    m_probes.push_back(std::move(probe));
+    m_networks.push_back(std::move(network));
 }
 
 void CameraSearch::schedule(double seconds, void (CameraSearch::*step)()) {
     m_timers.push_back(m_queue.after(seconds, [this, step] { (this->*step)(); }));
 }
 
-/// Each probe has an identifier of its own: many devices do not reply twice to the same one, and
-/// the first reply may have been lost.
+/// Each probe has an identifier of its own, also on each network: many devices do not reply twice
+/// to the same one. The first reply may have been lost, and a device with several addresses shall
+/// reply from each.
 void CameraSearch::sendProbes() {
     for (const ProbeKind kind : {ProbeKind::videoTransmitters, ProbeKind::anyDevice}) {
-        m_messageIds.append(makeMessageId());
-        const QByteArray message = probeMessage(kind, m_messageIds.back());
-        for (const Probe &probe : m_probes) {
-            if (probe.socket->writeDatagram(message, probe.group, m_options.port) == message.size())
+        for (Network &network : m_networks) {
+            network.messageIds.append(makeMessageId());
+            const QByteArray message = probeMessage(kind, network.messageIds.back());
+            if (network.socket->writeDatagram(message, network.group, m_options.port) ==
+                message.size())
                 m_hasSent = true;
             else
-                m_systemError = probe.socket->errorString();
+                m_systemError = network.socket->errorString();
         }
     }
 }
@@ -168,11 +169,18 @@ void CameraSearch::readReplies(QUdpSocket &socket) {
         if (++m_datagrams > mostDatagrams || datagram.senderAddress().isNull())
             continue;
         const QHostAddress sender = plainAddress(datagram.senderAddress());
-        const auto cameras = camerasInReply(datagram.data(), sender, m_messageIds);
+        const auto cameras = camerasInReply(datagram.data(), sender, messageIdsOf(socket));
         for (const FoundCamera &camera : cameras)
             if (isCurrent())
                 take(camera, sender);
     }
+}
+
+QStringList CameraSearch::messageIdsOf(const QUdpSocket &socket) const {
+    const auto network =
+        std::find_if(m_networks.begin(), m_networks.end(),
+                     [&socket](const Network &each) { return each.socket.get() == &socket; });
+    return network == m_networks.end() ? QStringList() : network->messageIds;
 }
 
 void CameraSearch::take(const FoundCamera &camera, const QHostAddress &sender) {

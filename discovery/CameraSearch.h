@@ -81,9 +81,11 @@ class CameraSearch final : public QObject {
     void ended(lumvik::CameraSearch::Ending ending);
 
   private:
-    struct Probe {
+    /// A network that is searched.
+    struct Network {
         std::unique_ptr<QUdpSocket> socket; ///< Bound to an address of one interface.
         QHostAddress group;
+        QStringList messageIds; ///< Of the probes that were sent there in this search.
     };
 
     void openSockets(const QNetworkInterface &interface);
@@ -92,6 +94,7 @@ class CameraSearch final : public QObject {
     void sendProbes();
     void sendLastProbes();
     void readReplies(QUdpSocket &socket);
+    [[nodiscard]] QStringList messageIdsOf(const QUdpSocket &socket) const;
     void take(const FoundCamera &camera, const QHostAddress &sender);
     void end(Ending ending);
     void endComplete() { end(Ending::complete); }
@@ -104,9 +107,8 @@ class CameraSearch final : public QObject {
     bool m_hasSent = false;
     int m_datagrams = 0; ///< How many were read in this search.
     QString m_systemError;
-    QStringList m_messageIds;       ///< Of all probes of this search.
-    std::vector<Probe> m_probes;    ///< Empty when nothing is searched.
-    std::map<QString, int> m_ranks; ///< Of the found cameras' addresses, by identity.
+    std::vector<Network> m_networks; ///< Empty when nothing is searched.
+    std::map<QString, int> m_ranks;  ///< Of the found cameras' addresses, by identity.
     std::vector<std::shared_ptr<WorkItem>> m_timers; ///< What is still to be done.
 };
 

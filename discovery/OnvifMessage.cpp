@@ -279,7 +279,7 @@ std::vector<OnvifProfile> onvifProfiles(const XmlElement &content) {
         if (list.size() < mostOnvifProfiles)
             list.push_back(profileOf(element, encoder));
     }
-    // Some cameras do not describe their encoders, and still have streams.
+    // Some cameras describe nothing of their profiles, and still have streams.
     return withVideo.empty() ? others : withVideo;
 }
 
