@@ -17,6 +17,8 @@ namespace {
 
 const QString service = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
+const QString busService = QStringLiteral("org.freedesktop.DBus");
+const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 const QString defaultAction = QStringLiteral("default"); // a click on the notification itself
 const QString showAction = QStringLiteral("show");
 
@@ -58,6 +60,9 @@ void DesktopNotifier::connectToBus() {
         return;
     const auto subscribe = [this](QDBusConnection &bus) {
         const bool isSubscribed =
+            bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
+                        {service}, QStringLiteral("sss"), this,
+                        SLOT(ownerChanged(QString, QString, QString))) &&
             bus.connect(service, path, service, QStringLiteral("ActivationToken"), this,
                         SLOT(tokenArrived(uint, QString))) &&
             bus.connect(service, path, service, QStringLiteral("ActionInvoked"), this,
@@ -115,7 +120,18 @@ void DesktopNotifier::shown(const QDBusPendingCallWatcher &reply) {
         report(reasonOf(id.error()));
     else
         m_id = id.value();
+    m_hasFailed = id.isError();
     send();
+}
+
+void DesktopNotifier::ownerChanged(const QString &, const QString &oldOwner,
+                                   const QString &newOwner) {
+    if (!oldOwner.isEmpty())
+        m_id = 0; // the next server gives the number to another program's notification
+    if (!newOwner.isEmpty() && std::exchange(m_hasFailed, false)) {
+        m_isSent = false;
+        send();
+    }
 }
 
 void DesktopNotifier::tokenArrived(uint id, const QString &token) {

@@ -36,6 +36,7 @@ class DesktopNotifier final : public QObject, public Notifier {
     void tokenArrived(uint id, const QString &token);
     void actionInvoked(uint id, const QString &action);
     void notificationClosed(uint id, uint reason);
+    void ownerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
 
   private:
     void connectToBus();
@@ -52,7 +53,8 @@ class DesktopNotifier final : public QObject, public Notifier {
     std::optional<Notification> m_wanted; ///< Empty if no notification is wanted.
     bool m_isSent = true;                 ///< Whether the server has been told of `m_wanted`.
     bool m_isCallPending = false;
-    uint m_id = 0; ///< Of the notification on the screen; 0 if there is none.
+    bool m_hasFailed = false; ///< The server was gone or refused; a new one is told again.
+    uint m_id = 0;            ///< Of the notification on the screen; 0 if there is none.
     std::function<void(const QByteArray &)> m_opened;
     QByteArray m_token; ///< For the action that the server reports next.
     bool m_hasReported = false;

@@ -46,10 +46,12 @@ void DesktopScreenInhibitor::connectToBus() {
     if (std::exchange(m_hasTriedToConnect, true))
         return;
     const auto subscribe = [this](QDBusConnection &bus) {
-        const bool isSubscribed =
-            bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
-                        {screenSaverService}, QStringLiteral("sss"), this,
-                        SLOT(ownerChanged(QString, QString, QString)));
+        const auto follow = [this, &bus](const QString &service) {
+            return bus.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
+                               {service}, QStringLiteral("sss"), this,
+                               SLOT(ownerChanged(QString, QString, QString)));
+        };
+        const bool isSubscribed = follow(screenSaverService) && follow(portalService);
         return isSubscribed
                    ? QString()
                    : QStringLiteral("the session bus refused the subscription to its signals");
@@ -135,10 +137,8 @@ void DesktopScreenInhibitor::refused(const QDBusError &screenSaverError,
 
 void DesktopScreenInhibitor::ownerChanged(const QString &name, const QString &oldOwner,
                                           const QString &newOwner) {
-    if (name != screenSaverService)
-        return;
-    // What the previous screen saver has granted went with it.
-    if (!oldOwner.isEmpty() && m_release && m_release->service() == screenSaverService)
+    // What the previous service has granted went with it.
+    if (!oldOwner.isEmpty() && m_release && m_release->service() == name)
         m_release.reset();
     if (!newOwner.isEmpty())
         m_wasRefused = false;

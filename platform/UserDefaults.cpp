@@ -80,7 +80,11 @@ void UserDefaults::synchronize() {
 
 void UserDefaults::read() {
     QFile file(m_path);
-    const QByteArray contents = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const bool isOpen = file.open(QIODevice::ReadOnly);
+    const QByteArray contents = isOpen ? file.readAll() : QByteArray();
+    // What is known is kept while the file cannot be read. It is perhaps only for a moment.
+    if ((!isOpen && file.exists()) || file.error() == QFileDevice::ReadError)
+        return;
     if (contents == m_contents)
         return;
     m_contents = contents;

@@ -46,12 +46,13 @@ LossNotice::Action LossNotice::update(const Situation &situation) {
         return Action::none;
     }
     if (situation.isLive) {
-        m_lostSince.reset();
         if (!m_liveSince)
             m_liveSince = situation.now;
-        if (!m_isReported || situation.now - *m_liveSince < provenReturn)
+        if (situation.now - *m_liveSince < provenReturn)
             return Action::none;
-        m_isReported = false;
+        m_lostSince.reset();
+        if (!std::exchange(m_isReported, false))
+            return Action::none;
         m_lengthOfLoss = *m_liveSince - m_reportedLossSince;
         return Action::reportReturn;
     }
@@ -66,8 +67,9 @@ LossNotice::Action LossNotice::update(const Situation &situation) {
 }
 
 std::optional<TimeStamp> LossNotice::nextUpdate() const {
-    if (m_isReported && m_liveSince)
-        return *m_liveSince + provenReturn;
+    if (m_liveSince)
+        return m_lostSince || m_isReported ? std::optional(*m_liveSince + provenReturn)
+                                           : std::nullopt;
     if (!m_isReported && m_lostSince)
         return *m_lostSince + longestUnreportedLoss;
     return std::nullopt;

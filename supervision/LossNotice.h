@@ -51,7 +51,9 @@ class LossNotice {
     [[nodiscard]] Action forget();
 
     bool m_isReported = false;
-    std::optional<TimeStamp> m_lostSince; ///< Empty while the picture is live, and during sleep.
+    /// Empty during sleep, and when the picture has been live for `provenReturn`. A few pictures
+    /// now and then do not end a loss.
+    std::optional<TimeStamp> m_lostSince;
     std::optional<TimeStamp> m_liveSince; ///< Set while the picture is live.
     TimeStamp m_reportedLossSince = 0;
     double m_lengthOfLoss = 0;

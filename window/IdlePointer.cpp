@@ -28,9 +28,12 @@ bool IdlePointer::eventFilter(QObject *, QEvent *event) {
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonRelease:
     case QEvent::Wheel:
-    case QEvent::Leave:
         show();
         awaitRest();
+        break;
+    case QEvent::Leave: // another window has the pointer, and reports no movements here
+        show();
+        stopWaiting();
         break;
     default:
         break;
@@ -39,7 +42,9 @@ bool IdlePointer::eventFilter(QObject *, QEvent *event) {
 }
 
 void IdlePointer::show() {
-    if (const auto cursor = std::exchange(m_cursor, std::nullopt))
+    const auto cursor = std::exchange(m_cursor, std::nullopt);
+    // The content may have chosen another shape in the meantime.
+    if (cursor && m_window.cursor().shape() == Qt::BlankCursor)
         m_window.setCursor(*cursor);
 }
 

@@ -283,6 +283,7 @@ bool AppDelegate::triesUdpAfter(const LinkFact &fact) {
 void AppDelegate::closeCameraLink() {
     if (!cameraLink)
         return;
+    ++cameraLinkGeneration; // what it still reports is not about the next camera
     cameraLink->close();
     if (isClosingViewer || systemIsSleeping)
         cameraLink->waitUntilClosed(longestLinkFarewell);

@@ -66,7 +66,9 @@ void AppDelegate::awaitLogin(double wait) {
     closeCameraLink();
     cancelPlaybackRetry();
     playbackState = PlaybackSupervisorState::backingOff;
-    scheduleRetry(wait, false);
+    // The wait ends by the wall clock, which may be set meanwhile.
+    constexpr double longestStep = 60;
+    scheduleRetry(std::min(wait, longestStep), false);
     // The refusal may be from before the program was started or the camera chosen.
     if (loginSupervisor.isRefused(selectedAddress()))
         pictureSupervisor.linkHasReported({.kind = LinkFact::Kind::LoginRefused, .hadLogin = true});
@@ -109,6 +111,9 @@ void AppDelegate::retryPlayback(std::int64_t selectionGeneration, bool recreates
     pictureSupervisor.attemptWasCancelled();
     if (!playbackIsPossible() || selectionGeneration != playbackSelectionGeneration)
         return;
+    const auto wait = loginSupervisor.waitBeforeLogin(selectedAddress());
+    if (wait && mpv != nullptr && !recreatesPlayer)
+        return awaitLogin(*wait);
     if (recreatesPlayer) {
         cancelLocalNetworkProbe();
         stopPlayerEngine();

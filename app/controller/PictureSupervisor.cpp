@@ -78,6 +78,7 @@ void PictureSupervisor::cameraWasChosen() {
     m_intervals = {};
     m_lateness = {};
     m_suspectedLateness = 0;
+    m_progress = Progress::connecting;
     m_failure.reset();
     m_attemptAt.reset();
     m_attemptHasFailed = false;
@@ -268,7 +269,11 @@ PictureNoticeFacts PictureSupervisor::noticeFacts(const Situation &situation) co
 QString PictureSupervisor::cause() const {
     if (m_state.condition == PictureCondition::late)
         return QStringLiteral("The picture is too late: the network or this computer is too slow.");
-    return noticeFacts(m_environment.situation()).cause;
+    const Situation situation = m_environment.situation();
+    // Desktops keep notifications in a history and show them on a locked screen.
+    if (m_failure && !situation.addressIsUnusable && !situation.waitsForNetwork)
+        return explanation(*m_failure, {}, 0);
+    return noticeFacts(situation).cause;
 }
 
 NextAttempt PictureSupervisor::nextAttempt(const Situation &situation) const {

@@ -98,7 +98,8 @@ class PictureSupervisor {
     void stop();
 
     [[nodiscard]] PictureCondition condition() const { return m_state.condition; }
-    /// Why the picture is not live, in one sentence. Empty if that is unknown.
+    /// Why the picture is not live, in one sentence without the camera's host. Empty if that is
+    /// unknown.
     [[nodiscard]] QString cause() const;
 
   private:

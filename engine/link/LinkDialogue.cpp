@@ -142,7 +142,7 @@ QByteArray LinkDialogue::takeTeardown() {
 
 bool LinkDialogue::awaitsEnd() const {
     return std::any_of(m_requests.begin(), m_requests.end(), [](const Request &request) {
-        return request.message.method() == "TEARDOWN";
+        return request.hadLogin || request.message.method() == "TEARDOWN";
     });
 }
 
@@ -459,8 +459,9 @@ bool LinkDialogue::isWithinBounds(const InterleavedPacket &packet) {
     const QByteArrayView content =
         QByteArrayView(packet.payload)
             .sliced(header->contentBegin, header->contentEnd - header->contentBegin);
-    // The engine looks for the beginning of a picture in the content where it knows the format.
-    const bool isKnown = format != channel.videoFormats.end() && !format->second.hasDecodingOrder;
+    // The engine looks for the beginning of a picture in the content where it knows the format. It
+    // ignores the time stamps then, whatever order the camera announces.
+    const bool isKnown = format != channel.videoFormats.end();
     const bool beginsNext = !isKnown ? header->timeStamp != channel.timeStamp
                                      : beginsPicture(content, format->second.codec);
     if (beginsNext)

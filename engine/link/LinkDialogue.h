@@ -69,7 +69,8 @@ class LinkDialogue {
     /// Returns the request that ends the session, or nothing if there is no session or if the
     /// engine has ended it.
     [[nodiscard]] QByteArray takeTeardown();
-    /// Whether the end of the session was requested and the camera has not confirmed it yet.
+    /// Whether the camera has not answered yet what matters even after the end: the end itself, or
+    /// a login, which would otherwise count as refused.
     [[nodiscard]] bool awaitsEnd() const;
 
   private:

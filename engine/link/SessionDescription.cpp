@@ -99,6 +99,7 @@ QByteArray withoutCameraAddresses(const QByteArray &text,
     QByteArrayList lines;
     for (QByteArray &line : text.split('\n')) {
         const QByteArray ending = line.endsWith('\r') ? QByteArray("\r") : QByteArray();
+        line = line.trimmed() + ending; // the engine skips spaces at the beginning
         if (line.startsWith(controlPrefix))
             line = controlPrefix + translate(line.sliced(controlPrefixSize).trimmed()) + ending;
         else if (line.startsWith("o="))

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumvik {
 
@@ -36,6 +37,12 @@ constexpr std::size_t fewestPictures = 12;
 constexpr double smallestVariation = 0.25;
 /// The share of the interval that depends on the size of the picture: 1 in a queue, 0 without one.
 constexpr double shareInQueue = 0.5;
+/// A network that stood still has caught up by this share of the pause when the examination ends,
+/// unless there is a queue. Without a queue, it would have done so soon; if nobody knows, a late
+/// picture must not pass for a live one.
+constexpr double networkShare = 0.5;
+constexpr std::chrono::seconds shortExamination{10};
+constexpr std::chrono::seconds longExamination{60};
 /// The longest time that is only suspected, in seconds.
 constexpr double longestSuspicion = 60;
 
@@ -61,20 +68,30 @@ void StreamLateness::pictureBegan(std::uint32_t timeStamp, TimePoint now) {
         if (m_pictures.size() > manyPictures)
             m_pictures.pop_front();
         m_stamped = difference / unitsPerSecond * m_rate.value_or(1);
-        addStep(elapsed, m_stamped);
+        addStep(elapsed, m_stamped, now);
+        examinePauses(now);
     }
     m_timeStamp = timeStamp;
     m_began = now;
     m_size = 0;
 }
 
-void StreamLateness::addStep(double elapsed, double stamped) {
+void StreamLateness::addStep(double elapsed, double stamped, TimePoint now) {
     const double late = m_believed + m_suspected;
     if (stamped < -clockJump || stamped > elapsed + late + clockJump)
         return;
     const double step = elapsed - stamped - decay * elapsed;
     const bool isPause = step > std::max(shortestPause, shortestPauseShare * stamped);
-    if (isPause || (m_rate && step > 0)) {
+    // A camera of one picture a second may stamp 25. Without a queue, such pauses are its rate.
+    const bool isRate =
+        std::exchange(m_lastWasPause, isPause) && isPause && !m_rate && queue() == Queue::none;
+    if (isPause && !m_rate && !isRate) {
+        m_pausesSince = m_pausesSince.value_or(now);
+        m_paused += step;
+    } else {
+        m_caughtUp = std::max(m_caughtUp - step, 0.0);
+    }
+    if ((isPause && !isRate) || (m_rate && step > 0)) {
         m_believed += step;
     } else if (step > 0) {
         m_suspected = std::min(m_suspected + step, longestSuspicion);
@@ -85,6 +102,22 @@ void StreamLateness::addStep(double elapsed, double stamped) {
     }
     if (queue() == Queue::none)
         m_suspected = 0;
+}
+
+void StreamLateness::examinePauses(TimePoint now) {
+    if (!m_pausesSince)
+        return;
+    const bool hasCaughtUp = m_rate || m_caughtUp >= networkShare * m_paused;
+    if (!hasCaughtUp) {
+        const Queue found = queue();
+        const Seconds examination = found == Queue::none ? shortExamination : longExamination;
+        if (found == Queue::exists || now - *m_pausesSince < examination)
+            return;
+        m_believed = std::max(m_believed - (m_paused - m_caughtUp), 0.0);
+    }
+    m_pausesSince.reset();
+    m_paused = 0;
+    m_caughtUp = 0;
 }
 
 std::optional<double> StreamLateness::rateBetween(const Report &first, const Report &last) {

@@ -21,7 +21,9 @@ namespace lumvik {
 /// a reason:
 /// - The camera's sender reports (RFC 3550, 6.4.1) relate the time stamps to its clock, so that
 ///   their true rate is known.
-/// - A single interval is far too long, which no rate explains: the network stood still.
+/// - A single interval is far too long, which no rate explains: the network stood still. It then
+///   catches up, or there is a queue; otherwise it was the camera that made a pause, and the time
+///   is taken off again after a while.
 /// - The bytes arrive at a constant rate instead of the pictures: a large picture takes longer to
 ///   arrive than a small one, because all of them wait in a queue.
 ///
@@ -62,7 +64,9 @@ class StreamLateness {
     enum class Queue { unknown, exists, none };
 
     void pictureBegan(std::uint32_t timeStamp, TimePoint now);
-    void addStep(double elapsed, double stamped);
+    void addStep(double elapsed, double stamped, TimePoint now);
+    /// Takes off what pauses have added that were the camera's own.
+    void examinePauses(TimePoint now);
     /// Returns the true seconds for each second of the time stamps between two reports, or nothing
     /// if the reports contradict each other.
     [[nodiscard]] static std::optional<double> rateBetween(const Report &first, const Report &last);
@@ -92,6 +96,10 @@ class StreamLateness {
     std::optional<double> m_rate;  // true seconds for each second of the time stamps
     double m_believed = 0;         // in seconds
     double m_suspected = 0;        // in seconds; believed while there is a queue
+    bool m_lastWasPause = false;
+    std::optional<TimePoint> m_pausesSince; // when the first pause was that is still examined
+    double m_paused = 0;                    // what pauses have added since then, in seconds
+    double m_caughtUp = 0;                  // what was taken off again, in seconds
 };
 
 } // namespace lumvik

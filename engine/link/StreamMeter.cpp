@@ -51,8 +51,14 @@ std::optional<StreamMeasure> StreamMeter::measure(std::chrono::duration<double> 
     const double suspected = (m_lateness.suspectedLateness() + wait).count();
     const bool isUrgent = std::abs(suspected - m_measured.suspectedLateness) >= urgentChange ||
                           std::abs(lateness - m_measured.lateness) >= urgentChange;
-    if (!isUrgent && m_measuredAt && now - *m_measuredAt < interval)
+    if (now - m_urgentSince >= interval) {
+        m_urgentSince = now;
+        m_urgent = 0;
+    }
+    const bool isDue = !m_measuredAt || now - *m_measuredAt >= interval;
+    if (!isDue && (!isUrgent || m_urgent >= mostUrgent))
         return std::nullopt;
+    m_urgent += isDue ? 0 : 1;
     m_measuredAt = now;
     const double counted = std::chrono::duration<double>(now - m_countedSince).count();
     if (counted >= 1) {

@@ -26,6 +26,10 @@ class StreamMeter {
     /// and the connection may end before the next measurement.
     static constexpr double urgentChange = 0.25;
 
+    /// How many measurements in `interval` may be urgent: arbitrary time stamps must not flood the
+    /// receiver.
+    static constexpr int mostUrgent = 10;
+
     /// Must be called for everything that arrives.
     void take(const EngineData &data, TimePoint now);
     /// Returns a measurement if one is due. `wait` is how long the oldest data has been waiting for
@@ -47,6 +51,8 @@ class StreamMeter {
     Rates m_lastSecond;
     TimePoint m_countedSince;
     std::optional<TimePoint> m_measuredAt;
+    TimePoint m_urgentSince;
+    int m_urgent = 0; // measurements since `m_urgentSince`
     StreamMeasure m_measured;
     double m_largestLateness = 0;      // since the last measurement, in seconds
     std::vector<TimePoint> m_arrivals; // since the last measurement

@@ -127,6 +127,26 @@ TEST_F(DesktopNotifierTest, DismissedNotificationIsNotReplaced) {
     EXPECT_EQ(server->requests().last().replacedId, 0U);
 }
 
+TEST_F(DesktopNotifierTest, NextServerGetsANotificationOfItsOwn) {
+    DesktopNotifier notifier(bus.address());
+    ASSERT_NO_FATAL_FAILURE(showAndWait(notifier, u"a"_s));
+    server.reset();
+    ASSERT_TRUE(eventually([&] { return !notifier.isShown(); }));
+    server = std::make_unique<NotificationServerDouble>(bus.address());
+    show(notifier, u"b"_s);
+    ASSERT_TRUE(eventually([this] { return server->requests().size() == 1; }));
+    EXPECT_EQ(server->requests().constFirst().replacedId, 0U);
+}
+
+TEST_F(DesktopNotifierTest, ServerThatStartsLaterIsToldWhatTheLastOneMissed) {
+    server.reset();
+    DesktopNotifier notifier(bus.address());
+    show(notifier, u"a"_s);
+    ASSERT_TRUE(eventually([this] { return log.lines().size() == 1; }));
+    server = std::make_unique<NotificationServerDouble>(bus.address());
+    EXPECT_TRUE(eventually([this] { return server->requests().size() == 1; }));
+}
+
 TEST_F(DesktopNotifierTest, LogsOnceThatThereAreNoNotifications) {
     server.reset();
     DesktopNotifier notifier(bus.address());

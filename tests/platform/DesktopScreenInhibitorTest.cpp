@@ -67,6 +67,16 @@ TEST_F(DesktopScreenInhibitorTest, AsksAScreenSaverThatIsRestartedAgain) {
     EXPECT_TRUE(eventually([&] { return screenSaver->inhibitors().size() == 1; }));
 }
 
+TEST_F(DesktopScreenInhibitorTest, AsksAPortalThatIsRestartedAgain) {
+    auto portal = std::make_unique<PortalDouble>(bus.address());
+    DesktopScreenInhibitor inhibitor(bus.address());
+    inhibitor.keepScreenOn(true);
+    ASSERT_TRUE(eventually([&] { return portal->inhibitors().size() == 1; }));
+    portal.reset();
+    portal = std::make_unique<PortalDouble>(bus.address());
+    EXPECT_TRUE(eventually([&] { return portal->inhibitors().size() == 1; }));
+}
+
 TEST_F(DesktopScreenInhibitorTest, LogsOnceThatNobodyKeepsTheScreenOnAndUsesAScreenSaverLater) {
     DesktopScreenInhibitor inhibitor(bus.address());
     inhibitor.keepScreenOn(true);

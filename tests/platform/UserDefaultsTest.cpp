@@ -159,6 +159,19 @@ TEST_F(UserDefaultsTest, UnreadableFileIsNotReplaced) {
     });
 }
 
+TEST_F(UserDefaultsTest, ValuesAreKeptWhileTheFileCannotBeRead) {
+    path = folder.filePath(QStringLiteral("lumvik.conf"));
+    write("[General]\nselectedCameraIndex=4\n");
+    test::asOrdinaryUser(folder.path(), [&] {
+        UserDefaults defaults(path);
+        const auto selected = [&] { return defaults.integer(QStringLiteral("selectedCameraIndex")); };
+        EXPECT_EQ(selected(), 4);
+        ASSERT_TRUE(QFile::setPermissions(path, QFile::WriteOwner));
+        defaults.refresh();
+        EXPECT_EQ(selected(), 4);
+    });
+}
+
 TEST_F(UserDefaultsTest, ValuesOfOthersAreKept) {
     path = folder.filePath(QStringLiteral("lumvik.conf"));
     write("[General]\nnewer=\"a, b\"\n\n[Other]\nx=1\n");

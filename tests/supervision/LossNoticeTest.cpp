@@ -48,6 +48,25 @@ class LossNoticeTest : public testing::Test {
     std::string reports;
 };
 
+TEST_F(LossNoticeTest, AFewPicturesNowAndThenDoNotEndALoss) {
+    setLive(true);
+    pass(100);
+    for (int times = 0; times < 3; ++times) {
+        setLive(false);
+        pass(9);
+        setLive(true);
+        pass(1);
+    }
+    EXPECT_EQ(reports, "");
+    setLive(false);
+    EXPECT_EQ(reports, "L");
+    setLive(true);
+    pass(4);
+    EXPECT_EQ(reports, "L");
+    pass(2);
+    EXPECT_EQ(reports, "LR");
+}
+
 TEST_F(LossNoticeTest, LossIsReportedAfterHalfAMinuteAndItsEndWhenItHasLasted) {
     setLive(true);
     pass(100);
@@ -79,7 +98,7 @@ TEST_F(LossNoticeTest, ShortLossesAreNotReported) {
         setLive(false);
         pass(25);
         setLive(true);
-        pass(1);
+        pass(6);
     }
     EXPECT_EQ(reports, "");
 }

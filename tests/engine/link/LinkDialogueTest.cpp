@@ -62,10 +62,10 @@ const QByteArray sdp = "v=0\r\nm=video 0 RTP/AVP 96\r\na=rtpmap:96 H264/90000\r\
                        "m=audio 0 RTP/AVP 0\r\na=control:track2\r\n";
 
 /// Conducts the dialogue up to PLAY, with the video on channels 2 and 3.
-void play(LinkDialogue &dialogue) {
+void play(LinkDialogue &dialogue, const QByteArray &description = sdp) {
     QByteArray number = sendRequest(dialogue, request("DESCRIBE", 1));
     const Output described = dialogue.takeFromCamera(
-        response(200, number, "Content-Base: rtsp://camera/live/\r\n", sdp));
+        response(200, number, "Content-Base: rtsp://camera/live/\r\n", description));
     const auto translated = parseSessionDescription(messageIn(described.bytesToEngine()).body);
     ASSERT_TRUE(translated);
     ASSERT_EQ(translated->media.size(), 2U);
@@ -466,14 +466,18 @@ TEST(LinkDialogueTest, EndlessUnitsCloseTheLink) {
         const char *description;
         const char *begin;
         bool timeStampsChange;
+        const char *mode = "1";
     } cases[] = {{"a fragmented unit", "7c05", false},
                  {"a fragmented unit in many pictures", "7c05", true},
                  {"slices that are never the first of a picture", "6548", true},
-                 {"messages without a picture", "0605", true}};
-    for (const auto &[description, begin, timeStampsChange] : cases) {
+                 {"messages without a picture", "0605", true},
+                 {"units that are announced in another order", "0605", true, "2"}};
+    for (const auto &[description, begin, timeStampsChange, mode] : cases) {
         SCOPED_TRACE(description);
         LinkDialogue dialogue = dialogueWith("rtsp://camera/live");
-        play(dialogue);
+        play(dialogue,
+             QByteArray(sdp).replace("a=control:rtsp", QByteArray("a=fmtp:96 packetization-mode=") +
+                                                           mode + "\r\na=control:rtsp"));
         Output output;
         qsizetype passed = 0;
         for (std::uint32_t i = 1; !output.mustClose && passed < 100'000'000; ++i) {

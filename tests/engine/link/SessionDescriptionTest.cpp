@@ -52,7 +52,7 @@ TEST(SessionDescriptionTest, TooManyMediaAreRefused) {
 TEST(SessionDescriptionTest, EngineSeesNoAddressOfTheCamera) {
     const QByteArray text = "v=0\r\no=anna 5 6 IN IP4 10.0.0.7\r\ns=Front\r\ni=at 10.0.0.7\r\n"
                             "u=http://10.0.0.7/\r\ne=anna@10.0.0.7\r\np=+4412345\r\n"
-                            "c=IN IP6 ff15::101\na=control:one\r\nm=video 0\n"
+                            "  c=IN IP6 ff15::101\n a=control:one\r\nm=video 0\n"
                             "a=source-filter: incl IN IP4 * 10.0.0.7\r\na=control:two\n"
                             "a=tool:control:three";
     const QByteArray translated =

@@ -208,6 +208,52 @@ TEST_F(StreamLatenessTest, CameraThatSendsNothingForAWhileIsNotLateAfterwards) {
     EXPECT_LT(largest, 0.1);
 }
 
+// Some cameras stamp their pictures as if there were no pauses.
+TEST_F(StreamLatenessTest, PauseOfACameraThatCountsItsPicturesIsForgotten) {
+    for (const int keys :
+         {25, 1}) { // with keys only, the sizes do not tell whether there is a queue
+        reset(0);
+        keyInterval = keys;
+        sendPictures(300, 0.04);
+        captured += 3;
+        sendPictures(50, 0.04);
+        EXPECT_NEAR(measured(), 3, 0.3) << "it could be the network";
+        sendPictures(keys == 1 ? 1600 : 300, 0.04);
+        EXPECT_LT(measured(), 0.2);
+    }
+}
+
+TEST_F(StreamLatenessTest, SlowCameraThatStampsAFastRateIsNotLateForLong) {
+    keyInterval = 4;
+    stampInterval = 0.04;
+    sendPictures(30, 1);
+    for (int minute = 0; minute < 10; ++minute) {
+        largest = 0;
+        sendPictures(60, 1);
+        EXPECT_LT(largest, 0.5) << "in minute " << minute;
+    }
+}
+
+TEST_F(StreamLatenessTest, NetworkThatStandsStillAgainAndAgainIsLate) {
+    sendPictures(300, 0.04);
+    for (int times = 0; times < 20; ++times) {
+        arrival += 3;
+        sendPictures(1, 0.04);
+        EXPECT_NEAR(measured(), 3, 0.4);
+        sendPictures(200, 0.04);
+        EXPECT_LT(measured(), 0.2);
+    }
+}
+
+TEST_F(StreamLatenessTest, NetworkThatCannotCatchUpStaysLate) {
+    sendPictures(300, 0.04);
+    arrival += 4;
+    bytesPerSecond = 118000; // as much as the stream has
+    sendPictures(1500, 0.04);
+    EXPECT_GT(trueLateness, 3);
+    EXPECT_NEAR(measured(), trueLateness, 1);
+}
+
 TEST_F(StreamLatenessTest, ClockThatIsSetIsNotLateness) {
     for (const double jump : {3600.0, -3600.0, 30.0, -30.0}) {
         sendPictures(300, 0.04);

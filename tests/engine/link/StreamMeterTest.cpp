@@ -125,5 +125,17 @@ TEST(StreamMeter, ReportsWhenPicturesHaveArrived) {
     EXPECT_TRUE(next->arrivals.empty()) << "each arrival is reported once";
 }
 
+TEST(StreamMeter, ArbitraryTimeStampsCauseFewMeasurements) {
+    StreamMeter meter;
+    int measurements = 0;
+    auto now = start;
+    for (int picture = 0; picture < 10000; ++picture) {
+        now += 1ms;
+        meter.take(packet(0, picture % 2 == 0 ? 0 : 81000, 1000), now);
+        measurements += meter.measure(0s, now) ? 1 : 0;
+    }
+    EXPECT_LE(measurements, 10 * 4 * (StreamMeter::mostUrgent + 2));
+}
+
 } // namespace
 } // namespace lumvik::test
