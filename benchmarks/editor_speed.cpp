@@ -68,7 +68,9 @@ class Editor {
                                       .alerts = m_alerts,
                                       .filePanels = m_panels,
                                       .webSite = {},
-                                      .openUrl = {}},
+                                      .openUrl = {},
+                                      .mainQueue = m_queue,
+                                      .makeSearch = {}},
             CameraSettingsHandlers{
                 .save = [this](const CameraList &list, ChangedList) { return m_store.save(list); },
                 .reload = [this] { return m_store.load(); },
@@ -108,6 +110,7 @@ class Editor {
     Figures &m_figures;
     MessageBoxAlerts m_alerts{[] { return nullptr; }};
     QtFilePanels m_panels;
+    QtMainQueue m_queue;
     QImage m_screen{QSize(900, 620), QImage::Format_ARGB32_Premultiplied};
     std::unique_ptr<CameraSettingsController> m_editor;
 };

@@ -1,6 +1,7 @@
 #include "editor/CameraSettingsController.h"
 
 #include "configuration/CameraConfiguration.h"
+#include "editor/CameraFinderSheet.h"
 #include "editor/CameraListModel.h"
 #include "editor/CameraSettingsWindow.h"
 #include "editor/CameraTableView.h"
@@ -57,6 +58,7 @@ CameraSettingsController::~CameraSettingsController() {
 void CameraSettingsController::connectWindow() {
     using Self = CameraSettingsController;
     connect(m_window->addButton, &QPushButton::clicked, this, &Self::addCamera);
+    connect(m_window->findButton, &QPushButton::clicked, this, &Self::findCameras);
     connect(m_window->removeButton, &QPushButton::clicked, this, &Self::removeCamera);
     connect(m_window->sortAscendingButton, &QPushButton::clicked, this,
             [this] { sortCameras(Qt::AscendingOrder); });
@@ -124,6 +126,8 @@ void CameraSettingsController::close() {
 void CameraSettingsController::windowDidClose() {
     if (std::exchange(m_didClose, true))
         return;
+    if (m_finder)
+        m_finder->close(); // The sheet does not close with its window.
     if (m_handlers.close)
         m_handlers.close();
 }
@@ -146,20 +150,47 @@ void CameraSettingsController::showAlert(const QString &title, const QString &me
 
 // ---- Editing the list ----
 
+bool CameraSettingsController::appendCamera(const Camera &camera) {
+    std::optional<CameraListExcess> excess = excessOf({camera});
+    if (draftCameras().size() >= mostCameras)
+        excess = {.kind = CameraListExcess::Kind::tooManyCameras,
+                  .row = mostCameras,
+                  .name = camera.name};
+    if (excess) {
+        showAlert(excess->kind == CameraListExcess::Kind::tooManyCameras
+                      ? QStringLiteral("Too many cameras")
+                      : QStringLiteral("Text too long"),
+                  errorDescription(*excess));
+        return false;
+    }
+    m_model->append(camera);
+    m_tableView->selectCamera(m_model->rowCount() - 1, Scrolling::intoView);
+    updateRemoveButton();
+    return true;
+}
+
 void CameraSettingsController::addCamera() {
     m_tableView->endEditing();
-    if (draftCameras().size() >= mostCameras) {
-        showAlert(QStringLiteral("Too many cameras"),
-                  errorDescription(CameraListExcess{.kind = CameraListExcess::Kind::tooManyCameras,
-                                                    .row = mostCameras,
-                                                    .name = QStringLiteral("New Camera")}));
+    if (appendCamera({.name = QStringLiteral("New Camera"), .url = QStringLiteral("rtsp://")}))
+        m_tableView->editCell(m_model->rowCount() - 1, CameraListModel::name);
+}
+
+void CameraSettingsController::findCameras() {
+    m_tableView->endEditing();
+    if (m_finder)
         return;
-    }
-    m_model->append({.name = QStringLiteral("New Camera"), .url = QStringLiteral("rtsp://")});
-    const int row = m_model->rowCount() - 1;
-    m_tableView->selectCamera(row, Scrolling::intoView);
-    m_tableView->editCell(row, CameraListModel::name);
-    updateRemoveButton();
+    m_finder =
+        new CameraFinderSheet(m_environment.mainQueue, m_environment.makeSearch, m_window.get());
+    connect(m_finder, &CameraFinderSheet::addRequested, this,
+            &CameraSettingsController::addFoundCamera);
+    m_finder->setListedAddresses(addressesOf(draftCameras()));
+    m_finder->openAndSearch();
+}
+
+void CameraSettingsController::addFoundCamera(const Camera &camera) {
+    LumvikLog::protectAddresses({camera.url});
+    if (appendCamera(camera) && m_finder)
+        m_finder->setListedAddresses(addressesOf(draftCameras()));
 }
 
 void CameraSettingsController::tooLongTextWasRefused(int row, int column) {

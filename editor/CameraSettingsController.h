@@ -1,11 +1,14 @@
 #pragma once
 
 #include "configuration/CameraListKeeper.h"
+#include "editor/CameraFinderController.h"
 #include "editor/CameraListRules.h"
 #include "platform/Alerts.h"
 #include "platform/FilePanels.h"
+#include "platform/MainQueue.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QPushButton>
 #include <QUrl>
 
@@ -17,6 +20,7 @@ class QScreen;
 
 namespace lumvik {
 
+class CameraFinderSheet;
 class CameraListModel;
 class CameraSettingsWindow;
 class CameraTableView;
@@ -29,6 +33,9 @@ struct CameraSettingsEnvironment {
     FilePanels &filePanels;
     QString webSite; ///< The address of the link in the footer.
     std::function<void(const QUrl &)> openUrl;
+    MainQueue &mainQueue;
+    /// Makes the search for cameras on the network.
+    CameraFinderController::MakeSearch makeSearch;
 };
 
 /// The handlers that the editor calls, all on the main thread.
@@ -75,6 +82,8 @@ class CameraSettingsController final : public QObject {
     // The actions of the buttons. All actions except `cancel` first commit an edit in progress, so
     // that the text typed so far is part of the draft.
     void addCamera();
+    /// Opens the sheet in which the user searches for cameras. Does nothing while it is open.
+    void findCameras();
     void removeCamera();
     void sortCameras(Qt::SortOrder order);
     void importCameras();
@@ -88,6 +97,10 @@ class CameraSettingsController final : public QObject {
   private:
     void connectWindow();
     void updateRemoveButton();
+    /// Appends a camera to the draft and selects it. If the list has no room or the camera exceeds
+    /// a bound, shows an alert and returns false.
+    [[nodiscard]] bool appendCamera(const Camera &camera);
+    void addFoundCamera(const Camera &camera);
     void windowDidClose();
     void showAlert(const QString &title, const QString &message);
     /// Returns the validated list. If the draft is invalid, shows an alert, starts editing the
@@ -112,6 +125,7 @@ class CameraSettingsController final : public QObject {
     std::unique_ptr<CameraListModel> m_model;
     std::unique_ptr<CameraSettingsWindow> m_window;
     CameraTableView *m_tableView = nullptr; // Owned by the window.
+    QPointer<CameraFinderSheet> m_finder;   // Deletes itself when it is closed.
     bool m_didClose = false;
     bool m_lengthReportIsPending = false;
 };

@@ -23,8 +23,9 @@ constexpr QMargins windowMargins{30, 26, 30, 20};
 /// The space between the parts of the window, and between the groups of buttons.
 constexpr int sectionSpacing = 16;
 constexpr int headingSpacing = 6;
-/// The space between the title of a button and its left and right edges.
-constexpr int buttonPadding = 14;
+/// The space between the title of a button and its left and right edges. With more, the buttons
+/// would not fit into the smallest window.
+constexpr int buttonPadding = 10;
 constexpr QMargins tableInsets{10, 8, 10, 18};
 constexpr int headingFontSize = 22;
 constexpr int explanationFontSize = 13;
@@ -95,6 +96,8 @@ QPushButton *CameraSettingsWindow::makeButton(const QString &title, const QStrin
 
 QWidget *CameraSettingsWindow::makeButtons() {
     addButton = makeButton(QStringLiteral("Add Camera"));
+    findButton = makeButton(QStringLiteral("Find Cameras…"),
+                            QStringLiteral("Search the local network for cameras"));
     removeButton = makeButton(QStringLiteral("Remove"));
     sortAscendingButton =
         makeButton(QStringLiteral("A–Z"), QStringLiteral("Sort camera names from A to Z"));
@@ -109,7 +112,7 @@ QWidget *CameraSettingsWindow::makeButtons() {
     auto *row = new QWidget;
     auto *layout = new QHBoxLayout(row);
     layout->setContentsMargins({});
-    for (QPushButton *button : {addButton, removeButton})
+    for (QPushButton *button : {addButton, findButton, removeButton})
         layout->addWidget(button);
     layout->addSpacing(sectionSpacing);
     for (QPushButton *button : {sortAscendingButton, sortDescendingButton})

@@ -24,6 +24,7 @@ class CameraSettingsWindow final : public QDialog {
     [[nodiscard]] CameraTableView &tableView() { return *m_tableView; }
 
     QPushButton *addButton = nullptr;
+    QPushButton *findButton = nullptr;
     QPushButton *removeButton = nullptr;
     QPushButton *sortAscendingButton = nullptr;
     QPushButton *sortDescendingButton = nullptr;

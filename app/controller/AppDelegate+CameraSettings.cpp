@@ -34,7 +34,10 @@ void AppDelegate::showCameraSettings() {
                 [self](const QUrl &address) {
                     if (self)
                         self->openUrl(address);
-                }},
+                },
+            .mainQueue = environment.mainQueue,
+            .makeSearch =
+                [&queue = environment.mainQueue] { return std::make_unique<CameraSearch>(queue); }},
         CameraSettingsHandlers{
             .save = [self](const CameraList &saved,
                            ChangedList changed) -> tl::expected<void, StoreError> {

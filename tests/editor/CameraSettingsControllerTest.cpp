@@ -71,8 +71,8 @@ TEST_F(CameraSettings, ButtonsHaveTheExpectedTitlesAndToolTips) {
     QStringList titles;
     for (const QPushButton *button : window().findChildren<QPushButton *>())
         titles.append(button->text());
-    EXPECT_EQ(titles, (QStringList{u"Add Camera"_s, u"Remove"_s, u"A–Z"_s, u"Z–A"_s, u"Import…"_s,
-                                   u"Export…"_s, u"Cancel"_s, u"Save"_s}));
+    EXPECT_EQ(titles, (QStringList{u"Add Camera"_s, u"Find Cameras…"_s, u"Remove"_s, u"A–Z"_s,
+                                   u"Z–A"_s, u"Import…"_s, u"Export…"_s, u"Cancel"_s, u"Save"_s}));
     EXPECT_EQ(window().sortAscendingButton->toolTip(), u"Sort camera names from A to Z"_s);
     EXPECT_EQ(window().sortDescendingButton->toolTip(), u"Sort camera names from Z to A"_s);
     EXPECT_TRUE(window().saveButton->isDefault());

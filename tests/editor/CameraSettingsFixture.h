@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CameraFinderFixture.h"
 #include "configuration/CameraConfiguration.h"
 #include "configuration/TestFolder.h"
 #include "editor/CameraFieldDelegate.h"
@@ -61,7 +62,9 @@ class CameraSettings : public testing::Test {
                 .alerts = alerts,
                 .filePanels = panels,
                 .webSite = u"https://maker.example/"_s,
-                .openUrl = [this](const QUrl &address) { opened.append(address); }},
+                .openUrl = [this](const QUrl &address) { opened.append(address); },
+                .mainQueue = network.queue,
+                .makeSearch = network.makeSearch()},
             CameraSettingsHandlers{
                 .save =
                     [this](const CameraList &list, ChangedList changed) {
@@ -167,6 +170,7 @@ class CameraSettings : public testing::Test {
     CameraListKeeper keeper{store, userDefaults};
     FakeAlerts alerts;
     FakeFilePanels panels;
+    FinderNetwork network;
     /// If set, this function is called instead of the store's `save`.
     std::function<tl::expected<void, StoreError>(const CameraList &)> saving;
     QList<CameraList> saved; ///< Every list that was passed to the save handler.

@@ -20,8 +20,8 @@ TEST_F(CameraSettings, TabMovesFromTheTableThroughEveryButtonAndBack) {
         if (const auto *button = qobject_cast<QPushButton *>(QApplication::focusWidget()))
             reached.append(button->text());
     } while (QApplication::focusWidget() != &table());
-    EXPECT_EQ(reached, (QStringList{u"Add Camera"_s, u"Remove"_s, u"A–Z"_s, u"Z–A"_s, u"Import…"_s,
-                                    u"Export…"_s, u"Cancel"_s, u"Save"_s}));
+    EXPECT_EQ(reached, (QStringList{u"Add Camera"_s, u"Find Cameras…"_s, u"Remove"_s, u"A–Z"_s,
+                                    u"Z–A"_s, u"Import…"_s, u"Export…"_s, u"Cancel"_s, u"Save"_s}));
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_NE(QApplication::focusWidget(), &table());
 }

@@ -190,8 +190,8 @@ TEST_F(AccessibilityTest, EditorExposesItsRowsAndButtons) {
     EXPECT_TRUE(has(u"table cell"_s, u"Yard"_s, u"showing"_s));
     EXPECT_FALSE(has(u"table cell"_s, u"Yard"_s, u"selected"_s));
     EXPECT_TRUE(has(u"table cell"_s, u"Camera at 127.0.0.1"_s, u"showing"_s));
-    for (const QString &button : {u"Add Camera"_s, u"Remove"_s, u"A–Z"_s, u"Z–A"_s, u"Import…"_s,
-                                  u"Export…"_s, u"Cancel"_s, u"Save"_s})
+    for (const QString &button : {u"Add Camera"_s, u"Find Cameras…"_s, u"Remove"_s, u"A–Z"_s,
+                                  u"Z–A"_s, u"Import…"_s, u"Export…"_s, u"Cancel"_s, u"Save"_s})
         EXPECT_TRUE(has(u"push button"_s, button, u"focusable"_s)) << qPrintable(button);
     EXPECT_EQ(find(u"push button"_s, u"A–Z"_s).value(u"description"_s),
               u"Sort camera names from A to Z"_s);

@@ -15,10 +15,10 @@ namespace {
 using namespace std::chrono_literals;
 
 // The number of Tab presses that lead from the table to each button.
-constexpr int removeButton = 2;
-constexpr int importButton = 5;
-constexpr int exportButton = 6;
-constexpr int saveButton = 8;
+constexpr int removeButton = 3;
+constexpr int importButton = 6;
+constexpr int exportButton = 7;
+constexpr int saveButton = 9;
 
 class EditorListTest : public EditorFixture {
   protected:
