@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
 #include <initializer_list>
@@ -27,6 +28,8 @@ constexpr int rowSpacing = 12;
 /// The space between the title of a button and its left and right edges.
 constexpr int sheetButtonPadding = 14;
 
+/// What a row of a list is higher than its text.
+constexpr int listRowPadding = 10;
 constexpr int modelWidth = 150;
 /// Shows an IPv4 address. A longer one is elided.
 constexpr int addressWidth = 130;
@@ -56,6 +59,25 @@ QLabel *makePlainLabel(const QString &text = {}) {
     return label;
 }
 
+/// Makes the rows of a list as easy to hit as those of the editor's table.
+class RoomyRows final : public QStyledItemDelegate {
+  public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option,
+                                 const QModelIndex &index) const override {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(0, listRowPadding);
+    }
+};
+
+/// Gives selected text and rows the editor's colours.
+void setEditorColours(QWidget &widget) {
+    QPalette colours;
+    colours.setColor(QPalette::Highlight, LumvikPalette::mirelBehindText());
+    colours.setColor(QPalette::HighlightedText, Qt::white);
+    widget.setPalette(colours);
+}
+
 /// Returns a list of which only whole rows are selected, with the editor's colours. The first
 /// column gets the space that `widths`, those of the other columns, leave.
 QTreeView *makeList(QAbstractItemModel &model, const QString &title, const QList<int> &widths) {
@@ -64,6 +86,7 @@ QTreeView *makeList(QAbstractItemModel &model, const QString &title, const QList
     view->setAccessibleName(title);
     view->setRootIsDecorated(false);
     view->setItemsExpandable(false);
+    view->setItemDelegate(new RoomyRows(view));
     view->setUniformRowHeights(true);
     view->setAllColumnsShowFocus(true);
     view->setTabKeyNavigation(false);
@@ -73,10 +96,7 @@ QTreeView *makeList(QAbstractItemModel &model, const QString &title, const QList
     header.setSectionResizeMode(0, QHeaderView::Stretch);
     for (int column = 1; column <= widths.size(); ++column)
         header.resizeSection(column, widths.at(column - 1));
-    QPalette colours;
-    colours.setColor(QPalette::Highlight, LumvikPalette::mirelBehindText());
-    colours.setColor(QPalette::HighlightedText, Qt::white);
-    view->setPalette(colours);
+    setEditorColours(*view);
     return view;
 }
 
@@ -84,6 +104,7 @@ void addField(QHBoxLayout &layout, const QString &title, QLineEdit *field) {
     QLabel *label = makePlainLabel(title);
     label->setBuddy(field);
     field->setMaxLength(longestLoginText);
+    setEditorColours(*field);
     layout.addWidget(label);
     layout.addWidget(field, 1);
 }
