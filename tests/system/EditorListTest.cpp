@@ -48,7 +48,7 @@ class EditorListTest : public EditorFixture {
     /// focus.
     [[nodiscard]] bool aButtonHasTheFocus() const {
         const QRect window = desktop.x().geometry(editor).value_or(QRect());
-        const QImage row = screen.area(QRect(window.left(), window.bottom() - 59, 600, 1));
+        const QImage row = screen.area(QRect(window.left(), window.bottom() - 59, 720, 1));
         for (int x = 0; x < row.width(); ++x) {
             const QColor pixel = row.pixelColor(x, 0);
             if (pixel.blue() - pixel.red() > 60)

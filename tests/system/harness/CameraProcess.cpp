@@ -65,6 +65,8 @@ QStringList CameraProcess::arguments() const {
     }
     if (m_setup.lockAfter > 0)
         arguments << QStringLiteral("--lock-after") << QString::number(m_setup.lockAfter);
+    if (m_setup.isFoundByOnvif)
+        arguments << QStringLiteral("--onvif") << QStringLiteral("0");
     if (m_setup.withClock)
         arguments << QStringLiteral("--clock");
     return arguments;

@@ -36,6 +36,8 @@ struct CameraSetup {
     /// The port at which the camera serves. 0 selects any free port. A fixed port lets a camera
     /// take the place of an earlier camera.
     int port = 0;
+    /// Whether the camera replies to searches and questions by ONVIF.
+    bool isFoundByOnvif = false;
 };
 
 /// The test camera as a process of its own: a live RTSP server, by default on the loopback
