@@ -5,6 +5,9 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QPainter>
+#include <QProxyStyle>
+#include <QStyleOption>
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
@@ -30,6 +33,7 @@ constexpr int sheetButtonPadding = 14;
 
 /// What a row of a list is higher than its text.
 constexpr int listRowPadding = 10;
+constexpr int focusOutlineWidth = 2;
 constexpr int modelWidth = 150;
 /// Shows an IPv4 address. A longer one is elided.
 constexpr int addressWidth = 130;
@@ -70,6 +74,22 @@ class RoomyRows final : public QStyledItemDelegate {
     }
 };
 
+/// Marks the row with the keyboard focus by an outline in the colour of the text, as in the
+/// editor's table. The mark of some styles is a veil over the row, which takes contrast from the
+/// text.
+class FocusOutline final : public QProxyStyle {
+  public:
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override {
+        if (element != PE_FrameFocusRect)
+            return QProxyStyle::drawPrimitive(element, option, painter, widget);
+        painter->save();
+        painter->setPen(QPen(option->palette.color(QPalette::Text), focusOutlineWidth));
+        painter->drawRect(QRectF(option->rect).adjusted(1, 1, -1, -1));
+        painter->restore();
+    }
+};
+
 /// Gives selected text and rows the editor's colours.
 void setEditorColours(QWidget &widget) {
     QPalette colours;
@@ -82,6 +102,9 @@ void setEditorColours(QWidget &widget) {
 /// column gets the space that `widths`, those of the other columns, leave.
 QTreeView *makeList(QAbstractItemModel &model, const QString &title, const QList<int> &widths) {
     auto *view = new QTreeView;
+    auto *style = new FocusOutline;
+    style->setParent(view);
+    view->setStyle(style);
     view->setModel(&model);
     view->setAccessibleName(title);
     view->setRootIsDecorated(false);

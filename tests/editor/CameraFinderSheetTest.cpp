@@ -265,6 +265,18 @@ TEST_F(CameraFinderSheetTest, TabReachesEveryControl) {
                                          sheet->searchButton, sheet->cameraView}));
 }
 
+TEST_F(CameraFinderSheetTest, FocusIsMarkedByAnOutlineAndNotByAVeil) {
+    ASSERT_NO_FATAL_FAILURE(openSheet());
+    ASSERT_NO_FATAL_FAILURE(showStreams());
+    ASSERT_EQ(QApplication::focusWidget(), sheet->streamView);
+    const QTreeView &view = *sheet->streamView;
+    const QImage picture = view.viewport()->grab().toImage();
+    const QRect row = view.visualRect(view.model()->index(0, FoundStreamModel::codec));
+    const int x = picture.width() - 4; // Right of the text.
+    EXPECT_EQ(picture.pixelColor(x, row.center().y()), QColor(189, 85, 74));
+    EXPECT_EQ(picture.pixelColor(x, row.top()), view.palette().color(QPalette::Text));
+}
+
 TEST_F(CameraFinderSheetTest, ScreenReadersLearnNamesButNoPassword) {
     ASSERT_NO_FATAL_FAILURE(openSheet());
     ASSERT_NO_FATAL_FAILURE(showStreams());
