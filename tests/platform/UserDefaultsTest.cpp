@@ -164,7 +164,9 @@ TEST_F(UserDefaultsTest, ValuesAreKeptWhileTheFileCannotBeRead) {
     write("[General]\nselectedCameraIndex=4\n");
     test::asOrdinaryUser(folder.path(), [&] {
         UserDefaults defaults(path);
-        const auto selected = [&] { return defaults.integer(QStringLiteral("selectedCameraIndex")); };
+        const auto selected = [&] {
+            return defaults.integer(QStringLiteral("selectedCameraIndex"));
+        };
         EXPECT_EQ(selected(), 4);
         ASSERT_TRUE(QFile::setPermissions(path, QFile::WriteOwner));
         defaults.refresh();

@@ -150,7 +150,7 @@ TEST_F(AccessibilityTest, CameraCanBeChosenThroughAccessibilityActionsAlone) {
 
 TEST_F(AccessibilityTest, ArrowKeysAnnounceTheRowsOfThePicker) {
     ASSERT_NO_FATAL_FAILURE(startViewerAndReader());
-    press(u"Tab"_s, 5);
+    press(u"Tab"_s, 6);
     ASSERT_TRUE(isAnnounced(focusGained, picker.role, picker.name));
     keyboard.press(u"Return"_s);
     EXPECT_TRUE(isAnnounced(focusGained, u"menu item"_s, u"Front & back"_s));
@@ -222,7 +222,7 @@ TEST_F(AccessibilityTest, AddressesAreExposedOnlyInTheFieldThatEditsThem) {
             EXPECT_FALSE(tree.contains(secret)) << qPrintable(secret) << ' ' << qPrintable(when);
     };
     tellsNothing(u"with the controls hidden"_s);
-    press(u"Tab"_s, 5);
+    press(u"Tab"_s, 6);
     ASSERT_TRUE(isAnnounced(focusGained, picker.role, picker.name));
     tellsNothing(u"with the controls shown"_s);
     keyboard.press(u"Return"_s);
