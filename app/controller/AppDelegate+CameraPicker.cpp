@@ -23,6 +23,7 @@ void AppDelegate::updatePictureDescription() {
                 .description = spokenPictureState(pictureSupervisor.condition())};
     }
     interactionView->setPictureText(text);
+    mainMenu->markShownCamera();
 }
 
 void AppDelegate::cameraMenuItemSelected(int index) {

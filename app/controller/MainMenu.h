@@ -70,6 +70,8 @@ class MainMenu {
     /// Lists the cameras with these names in the menu "Camera". The keys 1 to 9 choose the first
     /// nine.
     void setCameras(const QStringList &names);
+    /// Ticks the chosen camera. Must be called when another one was chosen.
+    void markShownCamera();
 
     /// Sets the title of the full-screen item to its current effect: to enter or to exit full
     /// screen.
@@ -77,7 +79,6 @@ class MainMenu {
 
   private:
     void buildCameraMenu(const MainMenuActions &actions);
-    void markShownCamera();
 
     std::vector<std::unique_ptr<QMenu>> m_menus;
     std::function<void(int)> m_chooseCamera;

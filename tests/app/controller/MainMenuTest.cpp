@@ -254,7 +254,10 @@ TEST_F(ControllersMenuTest, KeysChooseCameras) {
     EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2);
     QTest::keyClick(&window(), Qt::Key_4);
     EXPECT_EQ(cameraPicker()->indexOfSelectedItem(), 2) << "there is no fourth camera";
-    EXPECT_NE(menuItem(threeCameras().at(1).name), nullptr);
+    ASSERT_NE(menuItem(threeCameras().at(2).name), nullptr);
+    EXPECT_TRUE(menuItem(threeCameras().at(2).name)->isChecked());
+    delegate->cameraMenuItemSelected(0);
+    EXPECT_FALSE(menuItem(threeCameras().at(2).name)->isChecked());
 }
 
 TEST_F(ControllersMenuTest, SwitchesFullScreen) {

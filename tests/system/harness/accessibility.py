@@ -5,7 +5,8 @@
 
 The script reads one command per line from standard input. Each command is a JSON list. The script replies
 to each command with one line of JSON: {"answer": ...} or {"error": "..."}. The arguments role and name
-select the first object of the program that has this role and this name.
+select the first object of the program that has this role and this name and is shown, or the first one at
+all: a camera, for example, has an item in two menus.
 
     ["tree"]                         the program's objects, each with name, description, role, states,
                                      actions, text and children
@@ -66,10 +67,17 @@ class Program:
                 yield from self.walk(child)
 
     def find(self, role, name):
-        for node in self.walk(self.root()):
-            if role_of(node) == role and node.name == name:
+        nodes = [
+            node
+            for node in self.walk(self.root())
+            if role_of(node) == role and node.name == name
+        ]
+        for node in nodes:
+            if node.getState().contains(pyatspi.STATE_SHOWING):
                 return node
-        raise LookupError(f"there is no {role} {name!r}")
+        if not nodes:
+            raise LookupError(f"there is no {role} {name!r}")
+        return nodes[0]
 
     def note(self, event):
         try:
