@@ -105,6 +105,7 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
         window->hasOrdinaryFrame() ? std::optional(place.frame) : std::nullopt;
     screenAreaBeforeFocus = place.screenArea;
     focusCrop = crop;
+    areaSelectionGeneration = playbackSelectionGeneration;
     isShowingFullCameraTemporarily = false;
     applyFocusedCameraView(*crop, WindowReshaping::reshape);
     endFocusSelection();

@@ -134,8 +134,14 @@ void AppDelegate::attachPlayer(mpv_handle *handle) {
     mpv = handle;
     pictureWasFitted = false; // as in `playerOptions`
     updatePictureScaling();
+    // The user still wants to see the same part.
+    if (focusCrop && areaIsOfThisSelection()) {
+        if (!isShowingFullCameraTemporarily)
+            setVideoCrop(handle, *focusCrop);
+        scalePicture();
+    }
     if (zoomController.isMagnified())
-        applyZoom(); // the user still wants to see the same part
+        applyZoom();
     const auto self = QPointer(this);
     mpvEventLoop = std::make_unique<MPVEventLoop>(
         handle, playerGeneration, environment.mainQueue,
@@ -173,8 +179,10 @@ void AppDelegate::stopPlayerEngine() {
 void AppDelegate::loadCamera(int index) {
     if (index < 0 || index >= cameras.size() || mpv == nullptr)
         return;
-    // An area is valid only for the picture in which it was selected.
-    if (focusCrop || isSelectingFocusArea)
+    // An area is valid only for the camera in whose picture it was selected. It outlives a new
+    // connection to this camera, so that a viewer that nobody touches keeps showing it; it ends if
+    // the picture comes back in another size (see updateWindowAspectRatio).
+    if ((focusCrop && !areaIsOfThisSelection()) || isSelectingFocusArea)
         restoreOriginalCameraView();
     sourceVideoGeometry.reset();
     lastCameraLoad = environment.mainQueue.now();

@@ -149,6 +149,10 @@ class AppDelegate final : public QObject {
     /// the frame that the window had before.
     void restoreOriginalCameraView();
     void updateFocusButton();
+    /// Whether the camera has not been chosen anew since the area was.
+    [[nodiscard]] bool areaIsOfThisSelection() const {
+        return areaSelectionGeneration == playbackSelectionGeneration;
+    }
     /// `area` is in the interaction view's coordinates.
     void focusSelectionCompleted(const QRectF &area);
     void focusSelectionCancelled();
@@ -543,7 +547,8 @@ class AppDelegate final : public QObject {
     bool graphicsFailureIsShown = false;
 
     // The focus area.
-    std::optional<VideoFocusCrop> focusCrop; // set while the view is focused on an area
+    std::optional<VideoFocusCrop> focusCrop;  // set while the view is focused on an area
+    std::int64_t areaSelectionGeneration = 0; // the selection of a camera that it belongs to
     bool isSelectingFocusArea = false;
     bool isShowingFullCameraTemporarily = false; // the whole picture in the focused window
     bool fillsFullScreen = false;                // the picture, as the user wishes

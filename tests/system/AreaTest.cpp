@@ -9,6 +9,7 @@ namespace lumvik::test {
 namespace {
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 /// The default window frame, which is centred on the screen.
 constexpr QRect originalFrame{240, 185, 1120, 630};
@@ -155,15 +156,27 @@ TEST_F(AreaTest, RightClickTogglesBetweenAreaAndWholePictureInTheSameWindowFrame
     EXPECT_TRUE(isInOriginalView());
 }
 
-TEST_F(AreaTest, ReloadedStreamRestoresTheOriginalView) {
+TEST_F(AreaTest, AreaOutlivesANewConnectionButNotAnotherSize) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
     ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
     ASSERT_TRUE(reachesFrame(frameOfTwoBars));
     ASSERT_TRUE(showsArea(twoBars));
+    const qsizetype mark = viewer->logMark();
+    camera->command("drop");
+    ASSERT_TRUE(viewer->waitForLog(u"default"_s, u"playback"_s,
+                                   u"Live video frames resumed for player generation .*"_s, 60s,
+                                   mark));
+    EXPECT_TRUE(reachesFrame(frameOfTwoBars));
+    EXPECT_TRUE(showsArea(twoBars));
+    // In a picture of another size, the area would be another one.
+    camera->command("size 640x360");
     camera->command("drop");
     EXPECT_TRUE(reachesFrame(originalFrame, 60s));
-    EXPECT_TRUE(isInOriginalView());
+    EXPECT_TRUE(pictureFillsTheWindow());
+    camera->command("size 1120x630");
+    camera->command("drop");
+    EXPECT_TRUE(eventually(60s, [this] { return bool{isInOriginalView()}; }));
     const QRect motion = pixelsOf(PictureLayout::motion, originalFrame.size());
     EXPECT_TRUE(screen.changesWithin(motion.translated(originalFrame.topLeft()), 20s));
     // The next selection must not depend on the previous area.

@@ -27,34 +27,59 @@ TEST_F(AreaEndsTest, AnotherCameraRestoresTheWholePicture) {
     EXPECT_TRUE(eventually([&] { return window().minimumSize() == QSize(480, 270); }));
 }
 
-TEST_F(AreaEndsTest, ReloadingTheCameraRestoresTheWholePicture) {
+TEST_F(AreaEndsTest, ChoosingTheSameCameraAgainRestoresTheWholePicture) {
     choose(area);
-    delegate->loadCamera(0);
+    delegate->selectCamera(0);
     EXPECT_TRUE(isOriginal());
     EXPECT_EQ(lastSettings(), originalSettings);
 }
 
-TEST_F(AreaEndsTest, RecoveryRestoresTheWholePicture) {
+TEST_F(AreaEndsTest, NewConnectionKeepsTheAreaUntilThePictureHasAnotherSize) {
+    choose(area);
+    settle();
+    const QRect frame = window().frame();
+    delegate->loadCamera(0);
+    delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::StartFile{}, 1);
+    reportVideo(1920, 1080);
+    EXPECT_TRUE(isFocused());
+    EXPECT_EQ(window().frame(), frame);
+    EXPECT_THAT(newSettings(), testing::Not(Contains("video-crop=")));
+    delegate->loadCamera(0);
+    delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::StartFile{}, 1);
+    reportVideo(1280, 720);
+    EXPECT_TRUE(isOriginal());
+    EXPECT_EQ(lastSettings(), originalSettings);
+}
+
+TEST_F(AreaEndsTest, RecoveryKeepsTheArea) {
     choose(area);
     settle();
     newSettings();
     delegate->schedulePlaybackRecovery(
         {.reason = u"test"_s, .urgency = RecoveryUrgency::immediate});
-    EXPECT_TRUE(isFocused()) << "the area is kept until the stream is loaded again";
+    const auto loads = mpv.callsTo("mpv_command").size();
     queue.advance(60);
-    EXPECT_TRUE(runUntil([&] { return isOriginal(); }));
-    EXPECT_THAT(newSettings(), testing::IsSupersetOf(originalSettings));
-    EXPECT_EQ(window().frame(), originalFrame);
+    EXPECT_TRUE(runUntil([&] { return mpv.callsTo("mpv_command").size() > loads; }));
+    EXPECT_TRUE(isFocused());
+    EXPECT_THAT(newSettings(), testing::Not(Contains("video-crop=")));
 }
 
-TEST_F(AreaEndsTest, NewPlayerShowsTheWholePicture) {
+TEST_F(AreaEndsTest, NewPlayerShowsTheArea) {
     choose(area);
     delegate->stopPlayerEngine();
     newSettings();
     delegate->startPlayer();
-    EXPECT_TRUE(isOriginal());
+    EXPECT_TRUE(isFocused());
+    EXPECT_THAT(newSettings(), testing::IsSupersetOf(focusedSettings));
+}
+
+TEST_F(AreaEndsTest, NewPlayerOfAnotherCameraShowsTheWholePicture) {
+    choose(area);
+    delegate->stopPlayerEngine();
+    newSettings();
+    delegate->selectCamera(1);
+    EXPECT_TRUE(runUntil([&] { return isOriginal(); }));
     EXPECT_THAT(newSettings(), testing::Not(Contains(testing::StartsWith("video-crop=6"))));
-    EXPECT_EQ(window().contentAspectRatio(), (ContentAspectRatio{1920, 1080}));
 }
 
 TEST_F(AreaEndsTest, LoadingACameraCancelsTheSelection) {
