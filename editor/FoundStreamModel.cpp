@@ -86,9 +86,8 @@ QString FoundStreamModel::textAt(int row, int column) const {
                    ? QString()
                    : QStringLiteral("%1 × %2").arg(profile.size.width()).arg(profile.size.height());
     case rate:
-        return profile.framesPerSecond > 0
-                   ? QStringLiteral("%1 per second").arg(profile.framesPerSecond)
-                   : QString();
+        return profile.framesPerSecond > 0 ? QStringLiteral("%1 fps").arg(profile.framesPerSecond)
+                                           : QString();
     case codec:
         return textOfCodec(profile.codec);
     default:
@@ -122,9 +121,9 @@ QVariant FoundStreamModel::headerData(int section, Qt::Orientation orientation, 
     case kind:
         return QStringLiteral("Kind");
     case size:
-        return QStringLiteral("Size");
+        return QStringLiteral("Resolution");
     case rate:
-        return QStringLiteral("Pictures");
+        return QStringLiteral("Frame rate");
     case codec:
         return QStringLiteral("Codec");
     default:

@@ -100,9 +100,9 @@ TEST(FoundStreamModelTest, StreamsAreSortedFromTheMainStreamToThoseOfUnknownSize
     model.setStreams(usableStreams({profile(u"small"_s, {640, 360}, u"rtsp://192.0.2.1/2"_s),
                                     profile({}, {}, u"rtsp://192.0.2.1/3"_s),
                                     profile(u"large"_s, {1920, 1080}, u"rtsp://192.0.2.1/1"_s)}));
-    EXPECT_EQ(rowsOf(model), (QStringList{u"large, Main, 1920 × 1080, 12.5 per second, H.264"_s,
-                                          u"small, Sub, 640 × 360, 12.5 per second, H.264"_s,
-                                          u"Stream 3, 12.5 per second, H.264"_s}));
+    EXPECT_EQ(rowsOf(model), (QStringList{u"large, Main, 1920 × 1080, 12.5 fps, H.264"_s,
+                                          u"small, Sub, 640 × 360, 12.5 fps, H.264"_s,
+                                          u"Stream 3, 12.5 fps, H.264"_s}));
     EXPECT_EQ(model.stream(0)->profile.address, u"rtsp://192.0.2.1/1"_s);
     EXPECT_EQ(model.stream(3), nullptr);
     EXPECT_EQ(model.stream(-1), nullptr);
