@@ -1,5 +1,7 @@
 #include "editor/CameraFinderController.h"
 
+#include "discovery/PastedAddress.h"
+
 #include <QUrl>
 
 namespace lumvik {
@@ -28,18 +30,6 @@ QString textOf(OnvifCause cause) {
 }
 
 } // namespace
-
-QString addressWithLogin(const QString &address, const OnvifLogin &login) {
-    const QLatin1String separator("://");
-    const qsizetype scheme = address.indexOf(separator);
-    if (login.user.isEmpty() || scheme < 0)
-        return address;
-    const auto encoded = [](const QString &text) {
-        return QString::fromLatin1(QUrl::toPercentEncoding(text));
-    };
-    return QString(address).insert(scheme + separator.size(),
-                                   encoded(login.user) + u':' + encoded(login.password) + u'@');
-}
 
 CameraFinderController::CameraFinderController(MainQueue &queue, const MakeSearch &makeSearch)
     : m_search(makeSearch())
@@ -181,7 +171,7 @@ std::optional<Camera> CameraFinderController::cameraWithStream(int row) const {
     if (camera == nullptr || stream == nullptr)
         return std::nullopt;
     return Camera{.name = nameOfFound(*camera),
-                  .url = addressWithLogin(stream->profile.address, m_login)};
+                  .url = addressWithLogin(stream->profile.address, m_login.user, m_login.password)};
 }
 
 bool CameraFinderController::isStreamListed(int row) const {

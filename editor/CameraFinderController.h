@@ -14,10 +14,6 @@
 
 namespace lumvik {
 
-/// Returns `address`, which contains no login, with the user name and password of `login`
-/// percent-encoded before the host; or `address` itself if there is no user name.
-[[nodiscard]] QString addressWithLogin(const QString &address, const OnvifLogin &login);
-
 /// What "Find Cameras…" does, without its widgets: searches for cameras, and asks the one that the
 /// user has chosen for its streams.
 ///

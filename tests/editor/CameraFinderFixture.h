@@ -5,6 +5,7 @@
 #include "fakes/VirtualMainQueue.h"
 
 #include <QTest>
+#include <QTimer>
 
 namespace lumvik::test {
 
@@ -12,6 +13,12 @@ namespace lumvik::test {
 /// that can be asked for its streams. Timers are virtual.
 class FinderNetwork {
   public:
+    FinderNetwork() {
+        // Work that is due runs in the event loop, in which the tests wait for the device.
+        QObject::connect(&m_turns, &QTimer::timeout, &m_turns, [this] { queue.runPending(); });
+        m_turns.start(1);
+    }
+
     [[nodiscard]] CameraFinderController::MakeSearch makeSearch() {
         return [this] {
             auto made = std::make_unique<CameraSearch>(
@@ -55,6 +62,9 @@ class FinderNetwork {
     };
     OnvifDevice device{[this](const OnvifQuestion &question) { return handler(question); }};
     CameraSearch *search = nullptr; ///< Owned by the controller.
+
+  private:
+    QTimer m_turns;
 };
 
 } // namespace lumvik::test
