@@ -109,7 +109,7 @@ class HelpTest : public ViewerFixture {
 };
 
 constexpr int lumvikMenu = 0;
-constexpr int helpMenu = 3;
+constexpr int helpMenu = 4;
 
 TEST_F(HelpTest, AboutPanelOpensAboveThePinnedViewerWhoseVideoContinues) {
     ASSERT_TRUE(startListedCamera());

@@ -207,8 +207,8 @@ TEST_F(PickerTest, CameraChosenByTheKeyboardIsShown) {
 TEST_F(PickerTest, RowCanBeClickedAfterASinglePointerMotion) {
     ASSERT_NO_FATAL_FAILURE(addTwoCameras());
     startViewerAndWaitForPicture();
-    // The picker follows the four titles of the main menu in the Tab order.
-    constexpr int placeOnTheKeyboardsPath = 5;
+    // The picker follows the five titles of the main menu in the Tab order.
+    constexpr int placeOnTheKeyboardsPath = 6;
     for (int place = 0; place < placeOnTheKeyboardsPath; ++place)
         keyboard.press(QStringLiteral("Tab"));
     ASSERT_TRUE(eventually(10s, [this] { return controlsAreVisible(); }));
