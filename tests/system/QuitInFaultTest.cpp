@@ -98,7 +98,7 @@ TEST_F(QuitInViewerFaultTest, ViewerExitsPromptlyWhileThePasswordIsWrong) {
 TEST_F(QuitInViewerFaultTest, ViewerExitsPromptlyWhileAMenuIsOpen) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
-    ASSERT_NO_FATAL_FAILURE(clickControl(controls().menuStrip()));
+    keyboard.press(QStringLiteral("F10")); // in a small window, the strip is hidden
     ASSERT_TRUE(eventually(10s, [this] { return !viewer->popUps().isEmpty(); }));
     const qsizetype mark = viewer->logMark();
     camera->command("drop");

@@ -91,7 +91,7 @@ TEST_F(ViewerFaultTest, NoOldPictureIsShownAfterTheViewerWasStoppedForTwelveSeco
 TEST_F(ViewerFaultTest, PictureReturnsWhileAMenuIsOpen) {
     CameraProcess *camera = showCamera();
     ASSERT_TRUE(camera);
-    ASSERT_NO_FATAL_FAILURE(clickControl(controls().menuStrip()));
+    keyboard.press(QStringLiteral("F10")); // in a small window, the strip is hidden
     ASSERT_TRUE(eventually(10s, [this] { return !viewer->popUps().isEmpty(); }))
         << "the menu does not open";
     const qsizetype mark = viewer->logMark();
