@@ -2,8 +2,6 @@
 
 #include "discovery/PastedAddress.h"
 
-#include <QUrl>
-
 namespace lumvik {
 
 namespace {
