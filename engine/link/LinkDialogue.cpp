@@ -1,10 +1,5 @@
 #include "engine/link/LinkDialogue.h"
 
-#include "engine/link/RtpPacket.h"
-#include "engine/link/VideoUnits.h"
-
-#include <QtEndian>
-
 #include <algorithm>
 #include <utility>
 
@@ -34,33 +29,6 @@ QByteArray withoutControlCharacters(QByteArray line) {
 
 QByteArray withoutParameters(const QByteArray &value) {
     return value.split(';').constFirst().trimmed();
-}
-
-/// The channels in "…;interleaved=2-3;…".
-struct InterleavedChannels {
-    std::uint8_t media = 0;
-    std::optional<std::uint8_t> statistics; ///< Not named by every camera.
-};
-
-std::optional<std::uint8_t> channelNumber(const QByteArray &text) {
-    bool isNumber = false;
-    const int number = text.trimmed().toInt(&isNumber);
-    if (!isNumber || number < 0 || number > 255)
-        return std::nullopt;
-    return static_cast<std::uint8_t>(number);
-}
-
-std::optional<InterleavedChannels> interleavedChannels(const QByteArray &transport) {
-    for (const QByteArray &part : transport.split(';')) {
-        const QByteArray parameter = part.trimmed();
-        if (!parameter.toLower().startsWith("interleaved="))
-            continue;
-        const QByteArrayList numbers = parameter.sliced(12).split('-');
-        if (const auto media = channelNumber(numbers.constFirst()))
-            return InterleavedChannels{*media, numbers.size() == 2 ? channelNumber(numbers.at(1))
-                                                                   : std::nullopt};
-    }
-    return std::nullopt;
 }
 
 /// Returns the value of a header "Transport" without the hosts at both ends (RFC 2326, 12.39),
@@ -356,26 +324,14 @@ bool LinkDialogue::takeDescription(RtspMessage &response, Output &output) {
     return true;
 }
 
-/// Notes the session, and on which channel a video track will arrive.
+/// Notes the session, and on which channels a track will arrive.
 void LinkDialogue::takeSetup(const Request &request, const RtspMessage &response) {
     if (response.has("Session"))
         m_session = withoutParameters(response.value("Session"));
-    const QByteArray uri = m_addresses.toCamera(request.message.uri());
     if (m_sessionUri.isEmpty())
         m_sessionUri = m_endpoint.uri;
-    const MediaDescription *medium = mediumOf(uri);
-    auto channels = interleavedChannels(response.value("Transport"));
-    if (!channels) // the engine then uses the channels that it has asked for
-        channels = interleavedChannels(request.message.value("Transport"));
-    if (!channels)
-        return;
-    Channel &channel = m_channels[channels->media] = Channel();
-    if (channels->statistics && *channels->statistics != channels->media)
-        m_reportChannels[*channels->statistics] = channels->media;
-    if (medium == nullptr || medium->videoFormats.empty())
-        return;
-    channel.videoFormats = medium->videoFormats;
-    channel.delimiter.emplace(medium->videoFormats);
+    m_channels.setUp(response.value("Transport"), request.message.value("Transport"),
+                     mediumOf(m_addresses.toCamera(request.message.uri())));
 }
 
 /// Returns the medium that a request for `uri` sets up, or null if that is not certain.
@@ -395,80 +351,14 @@ const MediaDescription *LinkDialogue::mediumOf(const QByteArray &uri) const {
 void LinkDialogue::takePacket(InterleavedPacket &&packet, Output &output) {
     if (!std::exchange(m_hasReceivedPacket, true))
         output.facts.push_back({Kind::FirstPacket});
-    if (!isWithinBounds(packet)) {
+    auto data = m_channels.take(std::move(packet));
+    if (!data) {
         close(Kind::TooLarge, output);
         return;
     }
-    const auto video = describe(packet); // before the delimiter, which changes the time stamp
-    const auto channel = m_channels.find(packet.channel);
-    if (channel != m_channels.end() && channel->second.delimiter) {
-        channel->second.delimiter->process(packet.payload);
-        if (channel->second.delimiter->isGivenUp() &&
-            !std::exchange(channel->second.reportedWrongMarkers, true))
-            output.facts.push_back({Kind::MarkersWrong});
-    }
-    output.toEngine.push_back({packet.encoded(), video, senderReport(packet)});
-}
-
-/// Returns nothing for a packet that is not certainly one of a video track.
-std::optional<EngineData::VideoPacket>
-LinkDialogue::describe(const InterleavedPacket &packet) const {
-    const auto channel = m_channels.find(packet.channel);
-    const auto header = parseRtpPacket(packet.payload);
-    if (channel == m_channels.end() || !header)
-        return std::nullopt;
-    const auto format = channel->second.videoFormats.find(header->payloadType);
-    if (format == channel->second.videoFormats.end() || format->second.hasDecodingOrder)
-        return std::nullopt;
-    const QByteArrayView content =
-        QByteArrayView(packet.payload)
-            .sliced(header->contentBegin, header->contentEnd - header->contentBegin);
-    return EngineData::VideoPacket{packet.channel, header->timeStamp,
-                                   beginsKeyPicture(content, format->second.codec)};
-}
-
-/// Returns nothing for a packet that does not begin with a sender report, as the statistics of
-/// every sender do (RFC 3550, 6.1).
-std::optional<EngineData::SenderReport>
-LinkDialogue::senderReport(const InterleavedPacket &packet) const {
-    constexpr qsizetype shortest = 28;
-    constexpr std::uint8_t senderReportType = 200;
-    constexpr int version = 2;
-    const auto channel = m_reportChannels.find(packet.channel);
-    if (channel == m_reportChannels.end() || packet.payload.size() < shortest ||
-        static_cast<std::uint8_t>(packet.payload.at(0)) >> 6 != version ||
-        static_cast<std::uint8_t>(packet.payload.at(1)) != senderReportType)
-        return std::nullopt;
-    return EngineData::SenderReport{channel->second,
-                                    qFromBigEndian<quint64>(packet.payload.constData() + 8),
-                                    qFromBigEndian<quint32>(packet.payload.constData() + 16)};
-}
-
-/// The engine collects what it receives, without a limit, until a new picture begins.
-bool LinkDialogue::isWithinBounds(const InterleavedPacket &packet) {
-    const auto found = m_channels.find(packet.channel);
-    if (found == m_channels.end())
-        return true;
-    Channel &channel = found->second;
-    const auto header = parseRtpPacket(packet.payload);
-    if (!header) { // the engine may still understand it
-        channel.pictureSize += packet.payload.size();
-        return channel.pictureSize <= largestPicture;
-    }
-    const auto format = channel.videoFormats.find(header->payloadType);
-    const QByteArrayView content =
-        QByteArrayView(packet.payload)
-            .sliced(header->contentBegin, header->contentEnd - header->contentBegin);
-    // The engine looks for the beginning of a picture in the content where it knows the format. It
-    // ignores the time stamps then, whatever order the camera announces.
-    const bool isKnown = format != channel.videoFormats.end();
-    const bool beginsNext = !isKnown ? header->timeStamp != channel.timeStamp
-                                     : beginsPicture(content, format->second.codec);
-    if (beginsNext)
-        channel.pictureSize = 0;
-    channel.timeStamp = header->timeStamp;
-    channel.pictureSize += packet.payload.size();
-    return channel.pictureSize <= largestPicture;
+    if (m_channels.takeWrongMarkers())
+        output.facts.push_back({Kind::MarkersWrong});
+    output.toEngine.push_back(std::move(*data));
 }
 
 void LinkDialogue::close(Kind reason, Output &output) {

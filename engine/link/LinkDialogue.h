@@ -1,6 +1,5 @@
 #pragma once
 
-#include "engine/link/AccessUnitDelimiter.h"
 #include "engine/link/AddressMap.h"
 #include "engine/link/CameraEndpoint.h"
 #include "engine/link/LinkFact.h"
@@ -8,6 +7,7 @@
 #include "engine/link/RtspParser.h"
 #include "engine/link/SessionDescription.h"
 #include "engine/link/StreamBacklog.h"
+#include "engine/link/StreamChannels.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -15,7 +15,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <optional>
 #include <vector>
 
@@ -26,7 +25,7 @@ namespace lumvik {
 /// The dialogue passes on what both sides say, with these changes: the engine sees addresses of
 /// this machine instead of the camera's (AddressMap); challenges are answered here
 /// (RtspAuthentication), so that the engine knows no password; redirects are followed here, and
-/// only within the camera's host; and pictures get a delimiter (AccessUnitDelimiter). Bytes from
+/// only within the camera's host; and pictures get a delimiter (StreamChannels). Bytes from
 /// the camera that are not RTSP end the connection. Once the stream has begun, they and all that
 /// follows are passed on unchanged instead, because the engine can find the next picture.
 ///
@@ -34,8 +33,6 @@ namespace lumvik {
 class LinkDialogue {
   public:
     static constexpr int mostRedirects = 3;
-    /// The most bytes of one picture. The key frames of real cameras have a few hundred kilobytes.
-    static constexpr qsizetype largestPicture = 16LL * 1024 * 1024;
 
     /// What is to be done, in the order of the members.
     struct Output {
@@ -99,22 +96,7 @@ class LinkDialogue {
     void takeSetup(const Request &request, const RtspMessage &response);
     [[nodiscard]] const MediaDescription *mediumOf(const QByteArray &uri) const;
     void takePacket(InterleavedPacket &&packet, Output &output);
-    [[nodiscard]] std::optional<EngineData::SenderReport>
-    senderReport(const InterleavedPacket &packet) const;
-    [[nodiscard]] bool isWithinBounds(const InterleavedPacket &packet);
-    [[nodiscard]] std::optional<EngineData::VideoPacket>
-    describe(const InterleavedPacket &packet) const;
     static void close(LinkFact::Kind reason, Output &output);
-
-    /// What is known of an interleaved channel.
-    struct Channel {
-        std::map<int, VideoFormat> videoFormats; ///< By payload type; empty for other media.
-        std::optional<AccessUnitDelimiter> delimiter;
-        /// The bytes since the last beginning of a picture.
-        qsizetype pictureSize = 0;
-        std::uint32_t timeStamp = 0;
-        bool reportedWrongMarkers = false;
-    };
 
     CameraEndpoint m_endpoint;
     QHostAddress m_cameraAddress; ///< Null until the camera is connected.
@@ -130,10 +112,7 @@ class LinkDialogue {
     QByteArray m_session;    ///< The session's identifier; empty without a session.
     QByteArray m_sessionUri; ///< The camera's address of the whole session.
     std::optional<SessionDescription> m_description;
-    std::map<std::uint8_t, Channel>
-        m_channels; ///< The channels of media, without their statistics.
-    /// The channels of statistics, with the channels of media that they report on.
-    std::map<std::uint8_t, std::uint8_t> m_reportChannels;
+    StreamChannels m_channels;
     bool m_hasSentTeardown = false;
     bool m_hasReceivedPacket = false;
     bool m_hasBegunToPlay = false; ///< The camera has confirmed PLAY.

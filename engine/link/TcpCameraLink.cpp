@@ -1,5 +1,6 @@
 #include "engine/link/TcpCameraLink.h"
 
+#include "engine/link/EnginePort.h"
 #include "engine/link/LinkDialogue.h"
 #include "engine/link/OwnSocket.h"
 #include "engine/link/StreamMeter.h"
@@ -7,12 +8,10 @@
 #include "platform/SerialQueue.h"
 #include "platform/network/TcpConnection.h"
 
-#include <QSocketNotifier>
 #include <QTcpSocket>
 #include <QTimer>
 
 #include <linux/sockios.h>
-#include <netinet/in.h>
 #include <sys/ioctl.h>
 
 #include <condition_variable>
@@ -44,9 +43,6 @@ constexpr milliseconds longestFarewell{500};
 /// leaves some out all the time.
 constexpr std::chrono::minutes omissionLogInterval{1};
 
-/// How long the link waits before it accepts a connection again if there was no descriptor left.
-constexpr milliseconds acceptPause{100};
-
 /// Deletes objects that may be dropped while one of their signals is being handled.
 struct DeleteLater {
     void operator()(QObject *object) const {
@@ -56,21 +52,6 @@ struct DeleteLater {
 };
 template<typename Object>
 using LatePointer = std::unique_ptr<Object, DeleteLater>;
-
-/// Opens a port of the loopback interface. Returns a closed descriptor on failure.
-FileDescriptor listenOnLoopback(std::uint16_t &port) {
-    FileDescriptor listener(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto *generic = reinterpret_cast<sockaddr *>(&address);
-    if (!listener.isOpen() || ::bind(listener.get(), generic, size) != 0 ||
-        ::listen(listener.get(), 16) != 0 || ::getsockname(listener.get(), generic, &size) != 0)
-        return {};
-    port = ntohs(address.sin_port);
-    return listener;
-}
 
 LatePointer<QTcpSocket> socketFor(FileDescriptor descriptor) {
     LatePointer<QTcpSocket> socket(new QTcpSocket);
@@ -88,7 +69,8 @@ LatePointer<QTcpSocket> socketFor(FileDescriptor descriptor) {
 class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
   public:
     Session(CameraEndpoint endpoint, SerialQueue &queue, LinkFactHandler handler,
-            NameResolver resolver, FileDescriptor listener, const QByteArray &engineBase)
+            NameResolver resolver, std::unique_ptr<EnginePort> enginePort,
+            const QByteArray &engineBase)
         : m_queue(queue)
         , m_handler(std::move(handler))
         , m_resolver(std::move(resolver))
@@ -96,7 +78,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
         , m_port(endpoint.port)
         , m_dialogue(std::move(endpoint), engineBase)
         , m_engineAddress(m_dialogue.engineAddress())
-        , m_listener(std::move(listener)) {}
+        , m_enginePort(std::move(enginePort)) {}
 
     [[nodiscard]] SerialQueue &queue() { return m_queue; }
     [[nodiscard]] QByteArray engineAddress() const { return m_engineAddress; }
@@ -108,12 +90,10 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     void close();
 
   private:
-    void stopListening();
     void connectToCamera();
     void cameraStateChanged(NetworkConnection::State state);
     void takeCameraSocket();
-    void acceptEngine();
-    void engineIsConnected(FileDescriptor descriptor);
+    void engineIsConnected(EnginePort::Connection connection);
     /// Gives the engine as much of the backlog as it may have.
     void pump();
     void reportLateness(StreamBacklog::TimePoint now);
@@ -140,8 +120,7 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     std::shared_ptr<Session> m_self; ///< From `start` until the end.
     LinkDialogue m_dialogue;
     const QByteArray m_engineAddress; ///< As a text.
-    FileDescriptor m_listener;
-    LatePointer<QSocketNotifier> m_listenerNotifier;
+    const std::unique_ptr<EnginePort> m_enginePort;
     std::shared_ptr<TcpConnection> m_connection; ///< While connecting to the camera.
     LatePointer<QTcpSocket> m_camera;
     LatePointer<QTcpSocket> m_engine;
@@ -151,7 +130,6 @@ class TcpCameraLink::Session : public std::enable_shared_from_this<Session> {
     LatePointer<QTimer> m_pumpTimer; ///< Runs while something waits for the engine.
     SocketAddress m_engineSocket; ///< Of the engine's socket, which also belongs to this process.
     int m_engineDescriptor = -1;  ///< The engine's; only for questions about unread bytes.
-    bool m_hasReportedIntruder = false;
     bool m_isLate = false;
     std::int64_t m_reportedOmissions = 0;
     std::optional<StreamBacklog::TimePoint> m_omissionLogged;
@@ -171,17 +149,12 @@ bool TcpCameraLink::Session::waitUntilEnded(milliseconds timeLimit) {
 
 void TcpCameraLink::Session::start() {
     m_self = shared_from_this();
-    m_listenerNotifier.reset(new QSocketNotifier(m_listener.get(), QSocketNotifier::Read));
-    QObject::connect(m_listenerNotifier.get(), &QSocketNotifier::activated,
-                     m_listenerNotifier.get(), [this] { acceptEngine(); });
+    m_enginePort->listen({.accepted =
+                              [this](EnginePort::Connection connection) {
+                                  engineIsConnected(std::move(connection));
+                              },
+                          .intruderRefused = [this] { report(Kind::IntruderRefused); }});
     connectToCamera();
-}
-
-void TcpCameraLink::Session::stopListening() {
-    if (m_listenerNotifier)
-        m_listenerNotifier->setEnabled(false);
-    m_listenerNotifier.reset();
-    m_listener.reset();
 }
 
 void TcpCameraLink::Session::connectToCamera() {
@@ -227,34 +200,10 @@ void TcpCameraLink::Session::takeCameraSocket() {
     }
 }
 
-void TcpCameraLink::Session::acceptEngine() {
-    SocketAddress peer;
-    peer.size = sizeof peer.storage;
-    FileDescriptor descriptor(::accept4(m_listener.get(),
-                                        reinterpret_cast<sockaddr *>(&peer.storage), &peer.size,
-                                        SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (!descriptor.isOpen()) {
-        // The connection still waits, and without a pause the notifier would report it incessantly.
-        m_listenerNotifier->setEnabled(false);
-        QTimer::singleShot(acceptPause, m_listenerNotifier.get(),
-                           [notifier = m_listenerNotifier.get()] { notifier->setEnabled(true); });
-        return;
-    }
-    const std::optional<int> engineDescriptor = ownSocketAt(peer);
-    if (!engineDescriptor) {
-        // A program that tries again and again must not fill the log.
-        if (!std::exchange(m_hasReportedIntruder, true))
-            report(Kind::IntruderRefused);
-        return;
-    }
-    m_engineSocket = peer;
-    m_engineDescriptor = *engineDescriptor;
-    stopListening();
-    engineIsConnected(std::move(descriptor));
-}
-
-void TcpCameraLink::Session::engineIsConnected(FileDescriptor descriptor) {
-    m_engine = socketFor(std::move(descriptor));
+void TcpCameraLink::Session::engineIsConnected(EnginePort::Connection connection) {
+    m_engineSocket = connection.engineSocket;
+    m_engineDescriptor = connection.engineDescriptor;
+    m_engine = socketFor(std::move(connection.descriptor));
     if (!m_engine)
         return end();
     QTcpSocket *engine = m_engine.get();
@@ -390,7 +339,7 @@ void TcpCameraLink::Session::close() {
     if (m_hasEnded || m_isEnding)
         return;
     const auto self = shared_from_this(); // writing may end the session
-    stopListening();
+    m_enginePort->close();
     m_pumpTimer.reset();
     m_engine.reset();
     m_backlog = StreamBacklog();
@@ -421,7 +370,7 @@ void TcpCameraLink::Session::end() {
     if (std::exchange(m_hasEnded, true))
         return;
     const std::shared_ptr<Session> self = std::move(m_self);
-    stopListening();
+    m_enginePort->close();
     m_farewell.reset();
     if (m_connection)
         m_connection->cancel();
@@ -447,14 +396,13 @@ void TcpCameraLink::Session::end() {
 std::unique_ptr<TcpCameraLink> TcpCameraLink::open(const CameraEndpoint &endpoint,
                                                    SerialQueue &queue, LinkFactHandler handler,
                                                    NameResolver resolver) {
-    std::uint16_t port = 0;
-    FileDescriptor listener = listenOnLoopback(port);
-    if (!listener.isOpen())
+    auto port = EnginePort::open();
+    if (!port)
         return nullptr;
-    const QByteArray base =
-        "rtsp://127.0.0.1:" + QByteArray::number(port) + '/' + RtspAuthentication::randomNonce();
+    const QByteArray base = "rtsp://127.0.0.1:" + QByteArray::number(port->number()) + '/' +
+                            RtspAuthentication::randomNonce();
     const auto session = std::make_shared<Session>(endpoint, queue, std::move(handler),
-                                                   std::move(resolver), std::move(listener), base);
+                                                   std::move(resolver), std::move(port), base);
     queue.async([session] { session->start(); });
     return std::unique_ptr<TcpCameraLink>(new TcpCameraLink(session));
 }
