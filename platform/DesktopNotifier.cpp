@@ -80,7 +80,11 @@ void DesktopNotifier::connectToBus() {
                                  m_bus = bus;
                                  send();
                              },
-                         .failed = [this](const QString &reason) { report(reason); }});
+                         .failed =
+                             [this](const QString &reason) {
+                                 m_hasTriedToConnect = false; // the next notification tries again
+                                 report(reason);
+                             }});
 }
 
 void DesktopNotifier::send() {

@@ -9,6 +9,7 @@
 #include <QDBusPendingReply>
 #include <QVariantMap>
 
+#include <limits>
 #include <utility>
 
 namespace lumvik {
@@ -63,7 +64,11 @@ void DesktopScreenInhibitor::connectToBus() {
                                  m_bus = bus;
                                  update();
                              },
-                         .failed = [this](const QString &problem) { report(problem); }});
+                         .failed =
+                             [this](const QString &problem) {
+                                 m_hasTriedToConnect = false; // the next wish tries again
+                                 report(problem);
+                             }});
 }
 
 void DesktopScreenInhibitor::update() {
@@ -113,8 +118,11 @@ void DesktopScreenInhibitor::askPortal(const QDBusError &screenSaverError) {
 void DesktopScreenInhibitor::ask(
     const QDBusMessage &request,
     const std::function<void(const QDBusPendingCallWatcher &)> &replied) {
+    // A reply that came after a time limit would be lost, and with it the means to release what it
+    // grants. The bus replies itself if the service goes away.
+    constexpr int unlimited = std::numeric_limits<int>::max();
     m_isCallPending = true;
-    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(request), this);
+    auto *watcher = new QDBusPendingCallWatcher(m_bus->asyncCall(request, unlimited), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, replied] {
         watcher->deleteLater();
         m_isCallPending = false;

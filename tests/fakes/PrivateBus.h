@@ -23,6 +23,8 @@ class PrivateBus {
 
     [[nodiscard]] bool isRunning() const { return !m_address.isEmpty(); }
     [[nodiscard]] QString address() const { return m_address; }
+    /// The file of the bus's socket.
+    [[nodiscard]] QString socket() const { return m_folder.filePath(QStringLiteral("socket")); }
 
   private:
     QTemporaryDir m_folder;

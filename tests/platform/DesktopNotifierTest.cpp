@@ -4,6 +4,8 @@
 #include "fakes/DesktopDoubles.h"
 #include "fakes/PrivateBus.h"
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -165,6 +167,17 @@ TEST_F(DesktopNotifierTest, LogsOnceThatThereIsNoBus) {
     EXPECT_EQ(log.lines().constFirst().text,
               u"Notifications cannot be shown on this system: there is no session bus."_s);
     notifier.withdraw();
+}
+
+TEST_F(DesktopNotifierTest, FindsABusThatCameLater) {
+    const QTemporaryDir folder;
+    const QString socket = folder.filePath(u"later"_s);
+    DesktopNotifier notifier(u"unix:path="_s + socket);
+    show(notifier, u"one"_s);
+    ASSERT_TRUE(eventually([this] { return log.lines().size() == 1; }));
+    ASSERT_TRUE(QFile::link(bus.socket(), socket));
+    show(notifier, u"two"_s);
+    EXPECT_TRUE(eventually([this] { return !server->requests().isEmpty(); }));
 }
 
 TEST_F(DesktopNotifierTest, RefusalIsLoggedWithItsReason) {

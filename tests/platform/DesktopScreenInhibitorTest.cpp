@@ -4,6 +4,8 @@
 #include "fakes/DesktopDoubles.h"
 #include "fakes/PrivateBus.h"
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -106,6 +108,19 @@ TEST_F(DesktopScreenInhibitorTest, LogsThatThereIsNoBus) {
     EXPECT_EQ(log.lines().constFirst().text,
               u"The screen cannot be kept on: there is no session bus."_s);
     inhibitor.keepScreenOn(false);
+}
+
+TEST_F(DesktopScreenInhibitorTest, FindsABusThatCameLater) {
+    const ScreenSaverDouble screenSaver(bus.address());
+    const QTemporaryDir folder;
+    const QString socket = folder.filePath(u"later"_s);
+    DesktopScreenInhibitor inhibitor(u"unix:path="_s + socket);
+    inhibitor.keepScreenOn(true);
+    ASSERT_TRUE(eventually([this] { return log.lines().size() == 1; }));
+    ASSERT_TRUE(QFile::link(bus.socket(), socket));
+    inhibitor.keepScreenOn(false);
+    inhibitor.keepScreenOn(true);
+    EXPECT_TRUE(eventually([&] { return screenSaver.inhibitors().size() == 1; }));
 }
 
 } // namespace
