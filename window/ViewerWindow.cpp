@@ -119,14 +119,18 @@ void ViewerWindow::correctShape() {
         m_sizeSettled.start();
         return;
     }
+    if (m_ratio.isEmpty())
+        return; // any shape is right
     const QRect area = visibleArea();
+    const QRect before(position(), size());
+    const QRect chosen = m_chosenFrame.frameToShape(before);
     const auto shaped = m_shapeCorrection.sizeToAskFor(
-        size(), sizeWithAspectRatio(size(), m_ratio, minimumSize(), area.size()));
+        size(), sizeWithAspectRatio(chosen.size(), m_ratio, minimumSize(), area.size()));
     if (!shaped)
         return;
-    const QRect before(position(), size());
-    QRect frame(QPoint(), *shaped);
-    frame.moveCenter(before.center());
+    QRect frame(chosen.topLeft(), *shaped);
+    if (*shaped != chosen.size())
+        frame.moveCenter(chosen.center());
     // A window that was completely on its screen stays completely on it.
     if (area.contains(before)) {
         frame.moveLeft(
@@ -134,6 +138,7 @@ void ViewerWindow::correctShape() {
         frame.moveTop(
             qBound(area.top(), frame.top(), qMax(area.top(), area.bottom() + 1 - frame.height())));
     }
+    m_chosenFrame.wasShaped(chosen, frame);
     if (m_screens)
         m_screens->memory().frameWasReshaped(before, frame);
     setGeometry(frame);

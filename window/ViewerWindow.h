@@ -1,5 +1,6 @@
 #pragma once
 
+#include "window/ChosenFrame.h"
 #include "window/ContentAspectRatio.h"
 #include "window/ScreenFollower.h"
 #include "window/ShapeCorrection.h"
@@ -63,7 +64,8 @@ class ViewerWindow final : public QQuickWindow {
     ~ViewerWindow() override;
 
     /// Sets the aspect ratio that the content keeps from now on. The window is resized to this
-    /// ratio at once, around its centre. An empty ratio allows any shape.
+    /// ratio at once, around the centre and with the area of the frame that the user has chosen
+    /// (see ChosenFrame). An empty ratio allows any shape.
     void setContentAspectRatio(ContentAspectRatio ratio);
     [[nodiscard]] ContentAspectRatio contentAspectRatio() const { return m_ratio; }
 
@@ -170,6 +172,7 @@ class ViewerWindow final : public QQuickWindow {
     ViewerWindowDelegate m_delegate;
     X11SizeHints m_sizeHints;
     ContentAspectRatio m_ratio;
+    ChosenFrame m_chosenFrame;
     ShapeCorrection m_shapeCorrection;
     QTimer m_sizeSettled; // fires when the size has not changed for a moment
     QVariantAnimation m_frameAnimation;

@@ -118,7 +118,7 @@ void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowResha
     scalePicture();
     window->setContentAspectRatio({});
     window->setSmallestSize(minimumAreaContentSize);
-    appliedVideoAspectRatio.reset();
+    forgetPictureShape();
     // A window that is maximised or in full screen keeps its frame.
     if (reshaping == WindowReshaping::keepFrame || !window->hasOrdinaryFrame())
         return;
@@ -137,6 +137,7 @@ void AppDelegate::restoreOriginalCameraView() {
     if (mpv != nullptr)
         removeVideoCrop(mpv);
     zoomController.reset();
+    cancelPictureShapeChange();
     scalePicture();
     // The frame is restored first: it already satisfies the size limit and the aspect ratio, which
     // would otherwise cause a resize of their own.

@@ -48,7 +48,7 @@ bool AppDelegate::pictureIsFitted() const {
     if (isFullScreen() || (window && window->windowStates().testFlag(Qt::WindowMaximized)))
         return true;
     // An area that was chosen in full screen has not given the window its shape.
-    return focusCrop && !restoreFrameBeforeFocus;
+    return focusCrop ? !restoreFrameBeforeFocus : pictureHasAnotherShape();
 }
 
 void AppDelegate::scalePicture() {

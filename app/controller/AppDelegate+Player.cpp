@@ -1,10 +1,9 @@
-// The player instance: creation, configuration, loading, the video's geometry and destruction.
+// The player instance: creation, configuration, loading and destruction.
 
 #include "app/controller/AppDelegate.h"
 #include "configuration/CameraAddress.h"
 #include "engine/EngineAddress.h"
 #include "engine/PlayerOptions.h"
-#include "engine/PlayerProperties.h"
 #include "engine/link/CameraEndpoint.h"
 #include "engine/link/LinkLog.h"
 #include "platform/LumvikLog.h"
@@ -188,7 +187,7 @@ void AppDelegate::loadCamera(int index) {
     lastCameraLoad = environment.mainQueue.now();
     lastFrameRenderedAt.reset();
     playbackState = PlaybackSupervisorState::starting;
-    appliedVideoAspectRatio.reset();
+    forgetPictureShape();
     videoHost->forgetPicture();
     if (const auto wait = loginSupervisor.waitBeforeLogin(cameras.at(index).url))
         return awaitLogin(*wait);
@@ -302,37 +301,6 @@ void AppDelegate::closeCameraLink() {
 void AppDelegate::setMPVProperty(const char *name, const char *value) {
     if (mpv != nullptr)
         mpv_set_property_string(mpv, name, value);
-}
-
-void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
-    videoHost->videoParametersChanged();
-    const auto width = integerProperty(handle, "video-params/w");
-    const auto height = integerProperty(handle, "video-params/h");
-    const auto rotation = integerProperty(handle, videoHost->rotationProperty());
-    const auto geometry =
-        videoSourceGeometry(width.value_or(0), height.value_or(0), rotation.value_or(0),
-                            numberProperty(handle, "video-params/par").value_or(1));
-    if (!geometry)
-        return;
-    sourceVideoGeometry = geometry;
-    zoomController.sizesChanged();
-    if (focusCrop) {
-        // The window has the shape of the area. In a video of a different size, the area shows
-        // something else or lies outside the picture.
-        const QSizeF sourceSize(static_cast<qreal>(geometry->width),
-                                static_cast<qreal>(geometry->height));
-        if (focusCrop->sourceSize != sourceSize)
-            restoreOriginalCameraView();
-        return;
-    }
-    const auto ratio = aspectRatioToApply(*geometry, appliedVideoAspectRatio);
-    if (!ratio)
-        return;
-    if (!window)
-        qFatal("There is no window for the video's aspect ratio.");
-    window->setContentAspectRatio({static_cast<int>(geometry->displayedWidth()),
-                                   static_cast<int>(geometry->displayedHeight())});
-    appliedVideoAspectRatio = ratio;
 }
 
 void AppDelegate::showPlaybackError(const QString &message) {

@@ -201,7 +201,8 @@ class AppDelegate final : public QObject {
     /// Sets a property of the player instance, if there is one.
     void setMPVProperty(const char *name, const char *value);
     /// Reads the video's geometry from `handle`, stores it, and applies the aspect ratio to the
-    /// window.
+    /// window: at once after a load, and later if it changes while the picture is shown. Until
+    /// then, the picture is fitted into the window (AppDelegate+PictureShape.cpp).
     void updateWindowAspectRatio(mpv_handle *handle);
     /// Shows `message` in an alert, in a later turn of the event loop. Does nothing if an alert
     /// with this message is already open.
@@ -383,6 +384,14 @@ class AppDelegate final : public QObject {
     void endFocusSelection();
     void showFullCameraTemporarily();
 
+    // AppDelegate+PictureShape.cpp
+    void takeOnPictureShape();
+    /// Whether the window has taken on a shape that the picture no longer has.
+    [[nodiscard]] bool pictureHasAnotherShape() const;
+    /// From now on, the window takes on the next shape at once.
+    void forgetPictureShape();
+    void cancelPictureShapeChange();
+
     // AppDelegate+TemporaryMaximum.cpp
     void temporaryMaximumWasRestored();
 
@@ -512,6 +521,7 @@ class AppDelegate final : public QObject {
     std::optional<TimeStamp> lastFrameRenderedAt; // empty until the current load draws a frame
     TimeStamp lastCameraLoad = -std::numeric_limits<TimeStamp>::infinity();
     std::optional<double> appliedVideoAspectRatio; // width over height
+    std::shared_ptr<WorkItem> pictureShapeChange;  // scheduled while the picture has another shape
     bool playbackAwaitsWindow = false; // playback starts once the window can show something
     QSet<QString> shownPlaybackErrors; // the messages of the alerts that are open
 

@@ -159,6 +159,28 @@ TEST_F(PictureTest, WindowFollowsACameraThatChangesItsAspectRatio) {
     EXPECT_TRUE(pictureFillsTheWindow());
 }
 
+TEST_F(PictureTest, CameraThatChangesItsShapeAgainAndAgainDoesNotPushTheWindow) {
+    CameraProcess *camera = startListedCamera(cameraOfSize({640, 360}));
+    ASSERT_TRUE(camera);
+    startViewerAndWaitForPicture();
+    ASSERT_TRUE(hasShape({640, 360}));
+    const auto frame = desktop.x().geometry(viewer->window());
+    ASSERT_TRUE(frame);
+    const auto frameIsKept = [&] { return desktop.x().geometry(viewer->window()) == frame; };
+    for (int i = 0; i < 6; ++i) {
+        camera->command("size 640x480");
+        EXPECT_TRUE(always(400ms, frameIsKept)) << i;
+        camera->command("size 640x360");
+        EXPECT_TRUE(always(400ms, frameIsKept)) << i;
+    }
+    EXPECT_TRUE(always(2s, frameIsKept));
+
+    camera->command("size 640x480");
+    ASSERT_TRUE(eventually(40s, [this] { return bool{hasShape({640, 480})}; }));
+    camera->command("size 640x360");
+    EXPECT_TRUE(eventually(40s, frameIsKept)) << "The window goes back to where it was.";
+}
+
 TEST_F(PictureTest, PictureIsAtMostHalfASecondOld) {
     ASSERT_NO_FATAL_FAILURE(showClock());
     EXPECT_TRUE(pictureIsLiveWithin(10s));

@@ -133,6 +133,21 @@ TEST_F(ViewerWindowTest, AspectRatioSetDuringTheAnimationAppliesAtItsEnd) {
     }));
 }
 
+TEST_F(ViewerWindowTest, ShapesThatComeAndGoNeitherShrinkNorMoveTheWindow) {
+    constexpr QRect chosen{10, 100, 780, 438}; // almost as wide as the screen
+    window.setGeometry(chosen);
+    for (int i = 0; i < 100; ++i) {
+        for (const ContentAspectRatio shape :
+             {ContentAspectRatio{1, 1}, ContentAspectRatio{9, 16}, ContentAspectRatio{4, 1}}) {
+            window.setContentAspectRatio(shape);
+            ASSERT_NE(window.geometry().size(), chosen.size());
+            ASSERT_TRUE(window.visibleArea().contains(window.geometry()));
+        }
+    }
+    window.setContentAspectRatio({780, 438});
+    EXPECT_EQ(window.geometry(), chosen);
+}
+
 TEST_F(ViewerWindowTest, FrameSetInFullScreenIsUsedAfterwards) {
     window.showFullScreen();
     ASSERT_TRUE(eventually([this] { return !window.hasOrdinaryFrame(); }));

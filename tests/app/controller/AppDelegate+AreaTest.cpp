@@ -310,8 +310,10 @@ TEST_F(AreaTest, SelectionWithoutAPlayerEndsWithoutAnAlert) {
 
 TEST_F(AreaTest, AreaSmallerThanTwoPixelsShowsAnAlert) {
     reportVideo(4, 4);
+    queue.advance(1);
     ASSERT_TRUE(
         eventually([&] { return interactionView()->width() == interactionView()->height(); }));
+    newSettings();
     const qreal pixel = interactionView()->width() / 4;
     choose({pixel * 2 + 10, pixel * 2 + 10, 20, 20});
     queue.runPending();

@@ -355,6 +355,15 @@ class VideoShapeTest : public PlayerTest {
         delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::StartFile{}, 1);
     }
     [[nodiscard]] ContentAspectRatio shape() { return window().contentAspectRatio(); }
+    /// Returns "1.0" if the picture fills the window, and "0" if it is fitted into it.
+    [[nodiscard]] std::string lastPanscan() const {
+        std::string value;
+        for (const MpvCall &call : mpv.callsTo("mpv_set_property_string")) {
+            if (call.arguments.at(0) == "panscan")
+                value = call.arguments.at(1);
+        }
+        return value;
+    }
 };
 
 TEST_F(VideoShapeTest, BecomesTheShapeOfTheWindow) {
@@ -368,8 +377,10 @@ TEST_F(VideoShapeTest, WidthAndHeightAreSwappedByAQuarterTurn) {
     EXPECT_EQ(shape(), (ContentAspectRatio{1080, 1920}));
     EXPECT_EQ(access().sourceVideoGeometry(), (VideoSourceGeometry{1920, 1080, 90}));
     reportVideo(1920, 1080, 180);
+    queue.advance(1);
     EXPECT_EQ(shape(), (ContentAspectRatio{1920, 1080}));
     reportVideo(1920, 1080, -90);
+    queue.advance(1);
     EXPECT_EQ(shape(), (ContentAspectRatio{1080, 1920}));
     EXPECT_EQ(access().sourceVideoGeometry()->rotation, 270);
 }
@@ -407,7 +418,46 @@ TEST_F(VideoShapeTest, AlmostEqualRatioIsNotAppliedAgain) {
     EXPECT_EQ(shape(), (ContentAspectRatio{1600, 1000}));
     EXPECT_EQ(access().sourceVideoGeometry(), (VideoSourceGeometry{16005, 10000, 0}));
     reportVideo(1602, 1000);
+    queue.advance(1);
     EXPECT_EQ(shape(), (ContentAspectRatio{1602, 1000}));
+}
+
+TEST_F(VideoShapeTest, AnotherShapeIsFittedUntilItHasHeldForASecond) {
+    reportVideo(1600, 900);
+    reportVideo(1200, 900);
+    EXPECT_EQ(lastPanscan(), "0") << "The whole picture is shown.";
+    queue.advance(0.9);
+    EXPECT_EQ(shape(), (ContentAspectRatio{1600, 900}));
+    reportVideo(1200, 900); // repeated
+    queue.advance(0.2);
+    EXPECT_EQ(shape(), (ContentAspectRatio{1200, 900}));
+    EXPECT_EQ(lastPanscan(), "1.0");
+}
+
+TEST_F(VideoShapeTest, ShapesThatDoNotHoldAreNotTakenOn) {
+    reportVideo(1600, 900);
+    for (int i = 0; i < 3; ++i) {
+        reportVideo(1200, 900);
+        queue.advance(0.8);
+        reportVideo(900, 1200);
+        queue.advance(0.8);
+        EXPECT_EQ(shape(), (ContentAspectRatio{1600, 900}));
+    }
+    reportVideo(1600, 900);
+    EXPECT_EQ(lastPanscan(), "1.0");
+    queue.advance(2);
+    EXPECT_EQ(shape(), (ContentAspectRatio{1600, 900}));
+}
+
+TEST_F(VideoShapeTest, FirstShapeOfEveryLoadIsTakenOnAtOnce) {
+    reportVideo(1600, 900);
+    reportVideo(1200, 900);
+    delegate->loadCamera(0);
+    delegate->handlePlaybackEngineEvent(PlaybackEngineEvents::StartFile{}, 1);
+    reportVideo(900, 1200);
+    EXPECT_EQ(shape(), (ContentAspectRatio{900, 1200}));
+    queue.advance(2);
+    EXPECT_EQ(shape(), (ContentAspectRatio{900, 1200}));
 }
 
 TEST_F(VideoShapeTest, IsIgnoredWhileTheViewerCloses) {
