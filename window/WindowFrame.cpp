@@ -107,8 +107,8 @@ QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens, ShownPart 
     if (fits && showsEnough)
         return frame;
 
-    QRect moved(frame.topLeft(),
-                fits ? frame.size() : frame.size().scaled(screen.size(), Qt::KeepAspectRatio));
+    const QSize reduced = frame.size().scaled(screen.size(), Qt::KeepAspectRatio);
+    QRect moved(frame.topLeft(), fits ? frame.size() : reduced.expandedTo({1, 1}));
     moved.moveLeft(std::clamp(frame.left(), screen.left(), screen.right() + 1 - moved.width()));
     moved.moveTop(std::clamp(frame.top(), screen.top(), screen.bottom() + 1 - moved.height()));
     return moved;
@@ -116,7 +116,8 @@ QRect frameOnScreens(const QRect &frame, const QList<QRect> &screens, ShownPart 
 
 QRect centredFrame(const QSize &size, const QRect &area) {
     const bool fits = size.width() <= area.width() && size.height() <= area.height();
-    const QSize fitted = fits ? size : size.scaled(area.size(), Qt::KeepAspectRatio);
+    const QSize fitted =
+        fits ? size : size.scaled(area.size(), Qt::KeepAspectRatio).expandedTo({1, 1});
     return {area.x() + (area.width() - fitted.width()) / 2,
             area.y() + (area.height() - fitted.height()) / 2, fitted.width(), fitted.height()};
 }

@@ -100,6 +100,12 @@ TEST(FrameOnScreens, ShrinksAFrameThatIsLargerThanItsScreen) {
     EXPECT_EQ(frameOnScreens({1840, 185, 1120, 630}, screens), QRect(1600, 50, 800, 450));
 }
 
+TEST(FrameOnScreens, NeverShrinksAFrameToNothing) {
+    EXPECT_EQ(frameOnScreens({0, 0, 8010, 4}, {{0, 0, 1600, 1000}}), QRect(0, 0, 1600, 1));
+    EXPECT_EQ(frameOnScreens({0, 0, 4, 8010}, {{0, 0, 1600, 1000}}), QRect(0, 0, 1, 1000));
+    EXPECT_EQ(centredFrame({8010, 4}, {0, 0, 1600, 1000}).size(), QSize(1600, 1));
+}
+
 TEST(FrameOnScreens, UsesTheScreenThatOverlapsTheFrameMost) {
     const QList<QRect> screens{{0, 0, 800, 500}, {800, 0, 1920, 1080}};
     EXPECT_EQ(frameOnScreens({780, 0, 1120, 630}, screens), QRect(780, 0, 1120, 630));
