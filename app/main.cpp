@@ -8,6 +8,7 @@
 #include "app/Startup.h"
 #include "app/Termination.h"
 #include "app/controller/AppDelegate.h"
+#include "discovery/CameraSearch.h"
 #include "editor/CameraSettingsWindow.h"
 #include "engine/DecodingThread.h"
 #include "engine/link/TcpCameraLink.h"
@@ -146,49 +147,51 @@ CameraLinkFactory cameraLinkFactory(SerialQueue &queue) {
 }
 
 AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
-    return {.mainQueue = system.mainQueue,
-            .userDefaults = system.userDefaults,
-            .store = CameraConfigurationStore::shared(),
-            .alerts = system.alerts,
-            .filePanels = system.filePanels,
-            .sleepMonitor = system.sleepMonitor,
-            .notifier = system.notifier,
-            .screenInhibitor = system.screenInhibitor,
-            .makeNetworkPathMonitor = [] { return std::make_unique<RtnetlinkPathMonitor>(); },
-            .makeConnection =
-                [](const QString &host, std::uint16_t port) {
-                    return std::make_shared<TcpConnection>(host, port);
-                },
-            .openCameraLink = cameraLinkFactory(system.cameraLinkQueue),
-            .random = [] { return QRandomGenerator::global()->generateDouble(); },
-            .limitTimeToExit = [] { endProcessWithin(longestExit); },
-            .playerHasLoaded = [&exitGuard] { exitGuard.renew(); },
-            .terminate = [&system] { system.termination.request(); },
-            .restartWithSoftwareRenderer =
-                [&system] {
-                    if (system.renderer.kind == RendererKind::software ||
-                        system.termination.isUnderWay())
-                        return false;
-                    qputenv(openGLFailedVariable, "1");
-                    requestRestart(system.argv);
-                    system.termination.request();
-                    return true;
-                },
-            .openUrl =
-                [&system](const QUrl &address, const std::function<void()> &failed) {
-                    system.opener.open(address, failed);
-                },
-            .makeUpdateService =
-                [&system] { return std::make_unique<LumvikUpdateService>(system.mainQueue); },
-            .picturesFolder =
-                [] { return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation); },
-            .currentDate = &QDateTime::currentDateTimeUtc,
-            .decodingMachine = {.cores = static_cast<int>(std::thread::hardware_concurrency()),
-                                .decodingTimes = &decodingThreadTimes},
-            .installedVersion = LumvikUpdateSettings::runningVersion(),
-            .webHost = LumvikUpdateSettings::defaultWebHost(),
-            .feedbackAddress = QStringLiteral(LUMVIK_FEEDBACK_ADDRESS),
-            .engineLogLevel = engineLogLevel()};
+    return {
+        .mainQueue = system.mainQueue,
+        .userDefaults = system.userDefaults,
+        .store = CameraConfigurationStore::shared(),
+        .alerts = system.alerts,
+        .filePanels = system.filePanels,
+        .sleepMonitor = system.sleepMonitor,
+        .notifier = system.notifier,
+        .screenInhibitor = system.screenInhibitor,
+        .makeNetworkPathMonitor = [] { return std::make_unique<RtnetlinkPathMonitor>(); },
+        .makeConnection =
+            [](const QString &host, std::uint16_t port) {
+                return std::make_shared<TcpConnection>(host, port);
+            },
+        .openCameraLink = cameraLinkFactory(system.cameraLinkQueue),
+        .random = [] { return QRandomGenerator::global()->generateDouble(); },
+        .limitTimeToExit = [] { endProcessWithin(longestExit); },
+        .playerHasLoaded = [&exitGuard] { exitGuard.renew(); },
+        .terminate = [&system] { system.termination.request(); },
+        .restartWithSoftwareRenderer =
+            [&system] {
+                if (system.renderer.kind == RendererKind::software ||
+                    system.termination.isUnderWay())
+                    return false;
+                qputenv(openGLFailedVariable, "1");
+                requestRestart(system.argv);
+                system.termination.request();
+                return true;
+            },
+        .openUrl =
+            [&system](const QUrl &address, const std::function<void()> &failed) {
+                system.opener.open(address, failed);
+            },
+        .makeUpdateService =
+            [&system] { return std::make_unique<LumvikUpdateService>(system.mainQueue); },
+        .makeCameraSearch = [&system] { return std::make_unique<CameraSearch>(system.mainQueue); },
+        .picturesFolder =
+            [] { return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation); },
+        .currentDate = &QDateTime::currentDateTimeUtc,
+        .decodingMachine = {.cores = static_cast<int>(std::thread::hardware_concurrency()),
+                            .decodingTimes = &decodingThreadTimes},
+        .installedVersion = LumvikUpdateSettings::runningVersion(),
+        .webHost = LumvikUpdateSettings::defaultWebHost(),
+        .feedbackAddress = QStringLiteral(LUMVIK_FEEDBACK_ADDRESS),
+        .engineLogLevel = engineLogLevel()};
 }
 
 /// Forwards the application object's signals to the controller.

@@ -134,7 +134,7 @@ QString EmptyStateLabel::textForWidth(qreal width) const {
         unbroken.replace(QLatin1Char(' '), QChar::Nbsp);
         text.replace(link->label(), unbroken);
     }
-    return text;
+    return text.replace(QLatin1Char('\n'), QChar::LineSeparator);
 }
 
 qreal EmptyStateLabel::heightForWidth(qreal width) const {

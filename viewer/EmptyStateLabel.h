@@ -42,8 +42,8 @@ class EmptyStateLabel final : public QQuickPaintedItem {
     /// rest of the label lets all events through.
     explicit EmptyStateLabel(QQuickItem *parent);
 
-    /// Sets the text, which is plain text without addresses of cameras. The caller then places the
-    /// label again, because the height depends on the text.
+    /// Sets the text, which is plain text without addresses of cameras. Each "\n" begins a new
+    /// line. The caller then places the label again, because the height depends on the text.
     void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; }
 

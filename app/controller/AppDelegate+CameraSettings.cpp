@@ -36,8 +36,7 @@ void AppDelegate::showCameraSettings() {
                         self->openUrl(address);
                 },
             .mainQueue = environment.mainQueue,
-            .makeSearch =
-                [&queue = environment.mainQueue] { return std::make_unique<CameraSearch>(queue); }},
+            .makeSearch = environment.makeCameraSearch},
         CameraSettingsHandlers{
             .save = [self](const CameraList &saved,
                            ChangedList changed) -> tl::expected<void, StoreError> {
@@ -57,6 +56,12 @@ void AppDelegate::showCameraSettings() {
         });
     settingsController->show(cameraPicker->indexOfSelectedItem(),
                              window->level() == WindowLevel::floating, window->screen());
+}
+
+void AppDelegate::findCameras() {
+    showCameraSettings();
+    if (settingsController)
+        settingsController->findCameras();
 }
 
 void AppDelegate::cameraSettingsDidClose() {

@@ -75,6 +75,7 @@ void AppDelegate::buildMainMenu() {
         return cameraPicker == nullptr ? -1 : cameraPicker->indexOfSelectedItem();
     };
     actions.stepCamera = [this](int step) { stepCamera(step); };
+    actions.findCameras = [this] { findCameras(); };
     actions.toggleFocusArea = [this] {
         // Like the focus button, which is disabled without a camera.
         if (!cameras.isEmpty())

@@ -99,6 +99,10 @@ void AppDelegate::createVideoViews() {
         if (self)
             self->showCameraSettings();
     });
+    emptyStateLabel->addLink(QStringLiteral("Find Cameras…"), [self] {
+        if (self)
+            self->findCameras();
+    });
     interactionView = new DraggableContentView(environment.mainQueue, content);
     connectInteractionView();
     hidePointerWhenIdle();

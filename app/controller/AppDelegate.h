@@ -227,6 +227,8 @@ class AppDelegate final : public QObject {
 
     /// Opens the editor of the camera list, or brings the open editor to the front.
     void showCameraSettings();
+    /// Opens the sheet in which the user searches for cameras, in the editor.
+    void findCameras();
     /// Stores `saved` and applies it to the picker, the selection and playback. If storing fails,
     /// nothing changes.
     [[nodiscard]] tl::expected<void, StoreError>

@@ -2,6 +2,7 @@
 
 #include "app/controller/DecodingSupervisor.h"
 #include "configuration/CameraConfigurationStore.h"
+#include "discovery/CameraSearch.h"
 #include "engine/link/CameraLink.h"
 #include "platform/Alerts.h"
 #include "platform/FilePanels.h"
@@ -55,6 +56,7 @@ struct AppEnvironment {
     /// Opens an address in the user's browser or mail program. `failed` runs if there is none.
     std::function<void(const QUrl &, const std::function<void()> &failed)> openUrl;
     std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;
+    std::function<std::unique_ptr<CameraSearch>()> makeCameraSearch;
     /// Returns the folder in which the user keeps pictures. It may not exist yet.
     std::function<QString()> picturesFolder;
     /// Returns the current date and time, in UTC.

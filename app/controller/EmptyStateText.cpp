@@ -25,7 +25,8 @@ QString emptyStateText(CameraListCondition condition, const QString &folder) {
             .arg(place);
     }
     return QStringLiteral("No cameras are configured. Use Lumvik → Camera Addresses… to add a "
-                          "camera or import a Lumvik camera list.");
+                          "camera or import a Lumvik camera list.\n"
+                          "Use Camera → Find Cameras… to search the network for cameras.");
 }
 
 } // namespace lumvik

@@ -150,6 +150,8 @@ void MainMenu::buildCameraMenu(const MainMenuActions &actions) {
         camera.item(QStringLiteral("Next Camera"), step(1), {QKeySequence(Qt::Key_PageDown)});
     m_previousCamera =
         camera.item(QStringLiteral("Previous Camera"), step(-1), {QKeySequence(Qt::Key_PageUp)});
+    camera.separator();
+    camera.item(QStringLiteral("Find Cameras…"), actions.findCameras);
     m_menus.push_back(camera.take());
     m_camera = m_menus.back().get();
     QObject::connect(m_camera, &QMenu::aboutToShow, m_camera, [this] { markShownCamera(); });

@@ -27,6 +27,7 @@ struct MainMenuActions {
     std::function<int()> shownCamera; ///< Returns the index of the chosen camera, or -1.
     /// Chooses the camera `step` places after the chosen one, around the ends of the list.
     std::function<void(int step)> stepCamera;
+    std::function<void()> findCameras;
     std::function<void()> toggleFocusArea;
     std::function<QString()> focusAreaTitle; ///< Returns what `toggleFocusArea` would do.
     std::function<void(bool isLarger)> zoom; ///< Magnifies the picture more, or less.

@@ -24,14 +24,14 @@ class CameraFinderTest : public EditorFixture {
         EditorFixture::TearDown();
     }
 
+    /// Opens the sheet from the empty window.
     void openSheet() {
         startViewer();
         ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
-        ASSERT_NO_FATAL_FAILURE(openEditor());
-        // "Find Cameras…" is the second button.
-        press(QStringLiteral("Tab"), 2);
-        keyboard.press(QStringLiteral("space"));
+        // "Find Cameras…" is the only item of the menu "Camera" that is enabled without a camera.
+        ASSERT_NO_FATAL_FAILURE(chooseMenuItem(1, 1));
         ASSERT_TRUE(dialogAppears(QStringLiteral("Find Cameras")));
+        findEditor();
         sheet = desktop.x().focusedWindow();
     }
     /// Whether a row is drawn as selected between two heights of the sheet (from 0 to 1).

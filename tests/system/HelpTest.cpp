@@ -55,25 +55,6 @@ class HelpTest : public ViewerFixture {
         startViewer(variables());
         ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
     }
-    /// Chooses an item of the main menu with the keyboard. `menu` is the index of the menu from
-    /// the left, and `item` is the number of times that Down is pressed.
-    void chooseItem(int menu, int item) {
-        keyboard.press(QStringLiteral("F10"));
-        ASSERT_TRUE(eventually(20s, [this] {
-            return !viewer->popUps().isEmpty() && desktop.x().keyboardIsGrabbed();
-        })) << "the menu does not open";
-        for (int n = 0; n < menu; ++n) {
-            const QList<xcb_window_t> before = viewer->popUps();
-            keyboard.press(QStringLiteral("Right"));
-            ASSERT_TRUE(eventually(20s, [&] {
-                return viewer->popUps() != before && !viewer->popUps().isEmpty() &&
-                       desktop.x().keyboardIsGrabbed();
-            }));
-        }
-        for (int n = 0; n < item; ++n)
-            keyboard.press(QStringLiteral("Down"));
-        keyboard.press(QStringLiteral("Return"));
-    }
     /// Waits until a window of the program other than the viewer window has the keyboard focus.
     [[nodiscard]] testing::AssertionResult dialogAppears(std::chrono::milliseconds deadline = 20s) {
         const bool found = eventually(deadline, [&] {
@@ -116,7 +97,7 @@ TEST_F(HelpTest, AboutPanelOpensAboveThePinnedViewerWhoseVideoContinues) {
     home.setPreference(QStringLiteral("staysOnTop"), true);
     startViewerAndWaitForPicture();
     ASSERT_TRUE(eventually(20s, [this] { return viewer->hasFocus(); }));
-    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 3));
+    ASSERT_NO_FATAL_FAILURE(chooseMenuItem(helpMenu, 3));
     ASSERT_TRUE(dialogAppears());
     EXPECT_EQ(desktop.x().title(dialog), QStringLiteral("About Lumvik"));
     saveScreenshot(QStringLiteral("about"));
@@ -128,7 +109,7 @@ TEST_F(HelpTest, AboutPanelOpensAboveThePinnedViewerWhoseVideoContinues) {
 
 TEST_F(HelpTest, QuickHelpIsASheetOnTheViewer) {
     start();
-    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 1));
+    ASSERT_NO_FATAL_FAILURE(chooseMenuItem(helpMenu, 1));
     ASSERT_TRUE(dialogAppears());
     expectDialogIsASheet();
     saveScreenshot(QStringLiteral("quick-help"));
@@ -137,7 +118,7 @@ TEST_F(HelpTest, QuickHelpIsASheetOnTheViewer) {
 
 TEST_F(HelpTest, OpenSheetDoesNotDelayExit) {
     start();
-    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 1));
+    ASSERT_NO_FATAL_FAILURE(chooseMenuItem(helpMenu, 1));
     ASSERT_TRUE(dialogAppears());
     endViewer();
 }
@@ -149,7 +130,7 @@ TEST_F(HelpTest, HelpAndFeedbackAddressesArePassedToXdgOpen) {
     EXPECT_TRUE(eventually(20s, [this] {
         return openedAddresses() == "https://" LUMVIK_WEB_HOST "/lumvik/help.html\n";
     })) << openedAddresses().toStdString();
-    ASSERT_NO_FATAL_FAILURE(chooseItem(helpMenu, 2));
+    ASSERT_NO_FATAL_FAILURE(chooseMenuItem(helpMenu, 2));
     EXPECT_TRUE(eventually(20s, [this] {
         return openedAddresses().endsWith("\nmailto:" LUMVIK_FEEDBACK_ADDRESS
                                           "?subject=Lumvik%20Feedback\n");
@@ -261,7 +242,7 @@ TEST_F(UpdateTest, CurrentVersionIsReportedOnlyForAManualCheck) {
     ASSERT_NO_FATAL_FAILURE(startOnADayWithoutCheck());
     EXPECT_TRUE(eventually(20s, [this] { return dateIsStored(); }));
     EXPECT_TRUE(viewer->hasFocus()) << "a dialog has opened";
-    ASSERT_NO_FATAL_FAILURE(chooseItem(lumvikMenu, 1));
+    ASSERT_NO_FATAL_FAILURE(chooseMenuItem(lumvikMenu, 1));
     ASSERT_TRUE(dialogAppears());
     expectDialogIsASheet();
     closeDialog(QStringLiteral("Return"));
@@ -280,7 +261,7 @@ TEST_F(UpdateTest, UntrustedServerIsRefused) {
 
 TEST_F(UpdateTest, ManualCheckWithoutAServerReportsTheFailure) {
     start();
-    ASSERT_NO_FATAL_FAILURE(chooseItem(lumvikMenu, 1));
+    ASSERT_NO_FATAL_FAILURE(chooseMenuItem(lumvikMenu, 1));
     ASSERT_TRUE(dialogAppears());
     expectDialogIsASheet();
     saveScreenshot(QStringLiteral("no-server"));

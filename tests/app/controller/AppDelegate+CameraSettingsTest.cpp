@@ -1,6 +1,7 @@
 // The camera address editor as the controller opens it, and the effects of a saved list.
 
 #include "ControllerFixture.h"
+#include "editor/CameraFinderSheet.h"
 #include "editor/CameraListModel.h"
 #include "editor/CameraSettingsWindow.h"
 #include "editor/CameraTableView.h"
@@ -133,6 +134,22 @@ TEST_F(CameraSettingsTest, SavedListCancelsAPendingRecovery) {
     ASSERT_TRUE(delegate->applySavedCameras(threeCameras()));
     EXPECT_EQ(access().playbackRetry(), nullptr);
     EXPECT_EQ(access().playbackRetryCount(), 0);
+}
+
+TEST_F(CameraSettingsTest, CamerasAreFoundInTheEditor) {
+    launch(CameraList());
+    const auto links = emptyStateLabel()->links();
+    ASSERT_EQ(links.size(), 2);
+    EXPECT_EQ(links.at(1)->label(), u"Find Cameras\u2026"_s);
+    EXPECT_TRUE(links.at(1)->isVisible());
+    links.at(1)->performClick();
+    ASSERT_NE(access().settingsController(), nullptr);
+    const auto *sheet = access().settingsController()->window().findChild<CameraFinderSheet *>();
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_TRUE(sheet->isVisible());
+    delegate->findCameras(); // while the sheet is open
+    EXPECT_EQ(access().settingsController()->window().findChildren<CameraFinderSheet *>().size(),
+              1);
 }
 
 TEST_F(CameraSettingsTest, FirstListHidesTheEmptyStateAndStartsThePlayer) {

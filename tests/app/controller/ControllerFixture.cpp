@@ -38,41 +38,48 @@ void ControllerFixture::launch(const CameraList &cameras) {
 }
 
 void ControllerFixture::launch() {
-    delegate = std::make_unique<AppDelegate>(
-        AppEnvironment{.mainQueue = queue,
-                       .userDefaults = home.userDefaults(),
-                       .store = home.store(),
-                       .alerts = alerts,
-                       .filePanels = filePanels,
-                       .sleepMonitor = sleepMonitor,
-                       .notifier = notifier,
-                       .screenInhibitor = screenInhibitor,
-                       .makeNetworkPathMonitor = [this] { return networkPath.makeMonitor(); },
-                       .makeConnection = network.factory(),
-                       .openCameraLink = cameraLinks.factory(),
-                       .random = [this] { return random; },
-                       .limitTimeToExit = [this] { ++exitLimits; },
-                       .playerHasLoaded = [this] { ++loadedPlayers; },
-                       .terminate = [this] { ++terminations; },
-                       .restartWithSoftwareRenderer =
-                           [this] {
-                               rendererRestarts += canRestartWithSoftwareRenderer ? 1 : 0;
-                               return canRestartWithSoftwareRenderer;
-                           },
-                       .openUrl =
-                           [this](const QUrl &address, const std::function<void()> &failed) {
-                               openedUrls.append(address);
-                               if (!urlsCanBeOpened)
-                                   failed();
-                           },
-                       .makeUpdateService = [this] { return updates.makeChecker(); },
-                       .picturesFolder = [this] { return home.path(u"Pictures"_s); },
-                       .currentDate = [this] { return currentDate(); },
-                       .decodingMachine = {cores, [this] { return decodingTimes; }},
-                       .installedVersion = installedVersion,
-                       .webHost = webHost,
-                       .feedbackAddress = feedbackAddress,
-                       .engineLogLevel = "warn"});
+    delegate = std::make_unique<AppDelegate>(AppEnvironment{
+        .mainQueue = queue,
+        .userDefaults = home.userDefaults(),
+        .store = home.store(),
+        .alerts = alerts,
+        .filePanels = filePanels,
+        .sleepMonitor = sleepMonitor,
+        .notifier = notifier,
+        .screenInhibitor = screenInhibitor,
+        .makeNetworkPathMonitor = [this] { return networkPath.makeMonitor(); },
+        .makeConnection = network.factory(),
+        .openCameraLink = cameraLinks.factory(),
+        .random = [this] { return random; },
+        .limitTimeToExit = [this] { ++exitLimits; },
+        .playerHasLoaded = [this] { ++loadedPlayers; },
+        .terminate = [this] { ++terminations; },
+        .restartWithSoftwareRenderer =
+            [this] {
+                rendererRestarts += canRestartWithSoftwareRenderer ? 1 : 0;
+                return canRestartWithSoftwareRenderer;
+            },
+        .openUrl =
+            [this](const QUrl &address, const std::function<void()> &failed) {
+                openedUrls.append(address);
+                if (!urlsCanBeOpened)
+                    failed();
+            },
+        .makeUpdateService = [this] { return updates.makeChecker(); },
+        .makeCameraSearch =
+            [this] {
+                // A search that leaves this machine alone.
+                return std::make_unique<CameraSearch>(
+                    queue,
+                    CameraSearchOptions{.interfaces = CameraSearchOptions::Interfaces::loopback});
+            },
+        .picturesFolder = [this] { return home.path(u"Pictures"_s); },
+        .currentDate = [this] { return currentDate(); },
+        .decodingMachine = {cores, [this] { return decodingTimes; }},
+        .installedVersion = installedVersion,
+        .webHost = webHost,
+        .feedbackAddress = feedbackAddress,
+        .engineLogLevel = "warn"});
     delegate->applicationDidFinishLaunching();
 }
 

@@ -15,7 +15,8 @@ TEST(EmptyStateText, WithoutAListTheTextOffersTheEditor) {
     for (const auto condition : {CameraListCondition::none, CameraListCondition::loaded}) {
         EXPECT_EQ(emptyStateText(condition, folder),
                   u"No cameras are configured. Use Lumvik → Camera Addresses… to add a camera or "
-                  "import a Lumvik camera list."_s);
+                  "import a Lumvik camera list.\n"
+                  "Use Camera → Find Cameras… to search the network for cameras."_s);
     }
 }
 

@@ -49,6 +49,7 @@ class MainMenuTest : public testing::Test {
                    .chooseCamera = [this](int index) { ran.append(u"camera %1"_s.arg(index)); },
                    .shownCamera = [this] { return shownCamera; },
                    .stepCamera = [this](int step) { ran.append(u"step %1"_s.arg(step)); },
+                   .findCameras = note(u"find"_s),
                    .toggleFocusArea = note(u"area"_s),
                    .focusAreaTitle = [this] { return areaTitle; },
                    .zoom = [this](bool isLarger) { ran.append(isLarger ? u"in"_s : u"out"_s); },
@@ -79,8 +80,8 @@ TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
     EXPECT_EQ(titles(*menus.at(0)),
               (QStringList{u"Camera Addresses\u2026"_s, u"---"_s, u"Check for Updates\u2026"_s,
                            u"---"_s, u"Quit Lumvik"_s}));
-    EXPECT_EQ(titles(*menus.at(1)),
-              (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s}));
+    EXPECT_EQ(titles(*menus.at(1)), (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s,
+                                                 u"---"_s, u"Find Cameras\u2026"_s}));
     EXPECT_EQ(
         titles(*menus.at(2)),
         (QStringList{u"Focus on an Area"_s, u"---"_s, u"Zoom In"_s, u"Zoom Out"_s,
@@ -98,8 +99,8 @@ TEST_F(MainMenuTest, RunsTheActionOfEachItem) {
         for (QAction *item : each->actions())
             item->trigger();
     }
-    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"area"_s, u"in"_s,
-                                u"out"_s, u"whole"_s, u"save"_s, u"copy"_s, u"diagnosis"_s,
+    EXPECT_EQ(ran, (QStringList{u"settings"_s, u"updates"_s, u"quit"_s, u"find"_s, u"area"_s,
+                                u"in"_s, u"out"_s, u"whole"_s, u"save"_s, u"copy"_s, u"diagnosis"_s,
                                 u"close"_s, u"full screen"_s, u"help"_s, u"quick help"_s,
                                 u"feedback"_s, u"about"_s}));
 }
@@ -130,7 +131,7 @@ TEST_F(MainMenuTest, CamerasAreListedAndHaveKeys) {
         names.append(u"Door & Yard %1"_s.arg(number));
     menu.setCameras(names);
     QMenu &camera = *menu.menus().at(1);
-    ASSERT_EQ(camera.actions().size(), 13);
+    ASSERT_EQ(camera.actions().size(), 15);
     EXPECT_EQ(camera.actions().at(9)->text(), u"Door && Yard 10"_s);
     shownCamera = 2;
     Q_EMIT camera.aboutToShow();

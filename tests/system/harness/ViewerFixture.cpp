@@ -88,6 +88,24 @@ void ViewerFixture::startViewerAndWaitForPicture(const ViewerProcess::Variables 
     ASSERT_TRUE(pictureFillsTheWindow());
 }
 
+void ViewerFixture::chooseMenuItem(int menu, int item) {
+    keyboard.press(QStringLiteral("F10"));
+    ASSERT_TRUE(eventually(20s, [this] {
+        return !viewer->popUps().isEmpty() && desktop.x().keyboardIsGrabbed();
+    })) << "the menu does not open";
+    for (int n = 0; n < menu; ++n) {
+        const QList<xcb_window_t> before = viewer->popUps();
+        keyboard.press(QStringLiteral("Right"));
+        ASSERT_TRUE(eventually(20s, [&] {
+            return viewer->popUps() != before && !viewer->popUps().isEmpty() &&
+                   desktop.x().keyboardIsGrabbed();
+        }));
+    }
+    for (int n = 0; n < item; ++n)
+        keyboard.press(QStringLiteral("Down"));
+    keyboard.press(QStringLiteral("Return"));
+}
+
 testing::AssertionResult ViewerFixture::pictureFillsTheWindow() const {
     return screen.waitUntil(
         viewer->window(), [](const QImage &picture) { return showsColourBars(picture); }, 40s);

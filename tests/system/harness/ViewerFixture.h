@@ -80,6 +80,9 @@ class ViewerFixture : public testing::Test {
     void clickControl(QRect inWindow);
     /// Moves the pointer to the screen's bottom right corner.
     void movePointerAway();
+    /// Chooses an item of the main menu with the keyboard. `menu` is the index of the menu from the
+    /// left, and `item` is the number of times that Down is pressed.
+    void chooseMenuItem(int menu, int item);
 
     /// Asks the window manager to move the viewer's window.
     void moveWindow(QPoint position);
