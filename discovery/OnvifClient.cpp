@@ -126,6 +126,8 @@ void OnvifClient::send(OnvifCall call, const QUrl &url, const QString &profile) 
 void OnvifClient::sendAgain() {
     dropReply();
     QNetworkRequest request = networkRequest(m_request.url, m_request.call);
+    if (m_kind != Login::none && !m_isLoginAccepted)
+        Q_EMIT loginProgressed(OnvifLoginEvent::sent);
     if (m_kind == Login::httpDigest && m_digest)
         request.setRawHeader("Authorization",
                              m_digest->authorization("POST", requestTarget(m_request.url)));
@@ -188,8 +190,9 @@ void OnvifClient::handleFinished() {
     if (reply.kind == OnvifReplyKind::notAuthorized &&
         m_request.call != OnvifCall::getSystemDateAndTime)
         return handleRefusal(challenges);
-    if (reply.kind == OnvifReplyKind::success && m_kind != Login::none)
-        m_isLoginAccepted = true;
+    if (reply.kind == OnvifReplyKind::success && m_kind != Login::none &&
+        !std::exchange(m_isLoginAccepted, true))
+        Q_EMIT loginProgressed(OnvifLoginEvent::accepted);
     handleReply(reply, date);
 }
 
@@ -238,7 +241,7 @@ void OnvifClient::handleRefusal(const QByteArray &challenges) {
     if (m_kind == Login::httpDigest) {
         const bool canRepeat = !m_request.isRepeated && takeDigestChallenge(challenges);
         if (!canRepeat || (!m_isLoginAccepted && !m_digest->isStale()))
-            return finish(tl::unexpected(OnvifCause::wrongPassword));
+            return finishWithWrongPassword();
         m_request.isRepeated = true;
         return sendAgain();
     }
@@ -253,9 +256,16 @@ void OnvifClient::handleRefusal(const QByteArray &challenges) {
         return sendAgain();
     }
     if (m_isLoginAccepted || !m_otherTime)
-        return finish(tl::unexpected(OnvifCause::wrongPassword));
+        return finishWithWrongPassword();
+    Q_EMIT loginProgressed(OnvifLoginEvent::refused);
     m_cameraTime = *std::exchange(m_otherTime, std::nullopt);
     sendAgain();
+}
+
+void OnvifClient::finishWithWrongPassword() {
+    if (!m_isLoginAccepted)
+        Q_EMIT loginProgressed(OnvifLoginEvent::refused);
+    finish(tl::unexpected(OnvifCause::wrongPassword));
 }
 
 void OnvifClient::handleClock(const OnvifReply &reply, const QByteArray &dateHeader) {

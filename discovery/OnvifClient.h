@@ -39,6 +39,13 @@ struct OnvifStreams {
     friend bool operator==(const OnvifStreams &, const OnvifStreams &) = default;
 };
 
+/// What has become of a login. Cameras lock an account after a few refused ones.
+enum class OnvifLoginEvent {
+    sent,     ///< The camera gets a login that it has not accepted before.
+    refused,  ///< It has refused that login. Another one may follow.
+    accepted, ///< It has accepted that login.
+};
+
 using OnvifOutcome = tl::expected<OnvifStreams, OnvifCause>;
 
 /// Asks a camera for its streams by ONVIF.
@@ -84,6 +91,8 @@ class OnvifClient final : public QObject {
   Q_SIGNALS:
     /// The question has been answered, or cannot be. Never emitted before `ask` has returned.
     void finished(const lumvik::OnvifOutcome &outcome);
+    /// A slot must neither destroy the client nor call its functions.
+    void loginProgressed(lumvik::OnvifLoginEvent event);
 
   private:
     /// How requests log in.
@@ -103,6 +112,7 @@ class OnvifClient final : public QObject {
     void handleUnanswered();
     void handleReply(const OnvifReply &reply, const QByteArray &dateHeader);
     void handleRefusal(const QByteArray &challenges);
+    void finishWithWrongPassword();
     [[nodiscard]] bool takeDigestChallenge(const QByteArray &challenges);
     void handleClock(const OnvifReply &reply, const QByteArray &dateHeader);
     void handleServices(const OnvifReply &reply);

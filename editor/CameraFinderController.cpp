@@ -2,6 +2,8 @@
 
 #include "discovery/PastedAddress.h"
 
+#include <utility>
+
 namespace lumvik {
 
 namespace {
@@ -29,14 +31,18 @@ QString textOf(OnvifCause cause) {
 
 } // namespace
 
-CameraFinderController::CameraFinderController(MainQueue &queue, const MakeSearch &makeSearch)
+CameraFinderController::CameraFinderController(MainQueue &queue, const MakeSearch &makeSearch,
+                                               Logins logins)
     : m_search(makeSearch())
-    , m_client(queue) {
+    , m_client(queue)
+    , m_logins(std::move(logins)) {
     connect(m_search.get(), &CameraSearch::found, this, &CameraFinderController::put);
     connect(m_search.get(), &CameraSearch::foundAtBetterAddress, this,
             &CameraFinderController::put);
     connect(m_search.get(), &CameraSearch::ended, this, &CameraFinderController::endSearch);
     connect(&m_client, &OnvifClient::finished, this, &CameraFinderController::takeOutcome);
+    connect(&m_client, &OnvifClient::loginProgressed, this,
+            &CameraFinderController::takeLoginEvent);
 }
 
 CameraFinderController::~CameraFinderController() = default;
@@ -108,6 +114,7 @@ bool CameraFinderController::choose(int row) {
     if (identity == m_chosen)
         return false;
     m_chosen = identity;
+    m_warnedUser.clear();
     m_client.cancel();
     forgetStreams();
     Q_EMIT streamsChanged();
@@ -126,10 +133,46 @@ void CameraFinderController::ask(const OnvifLogin &login) {
     if (camera == nullptr || m_streamState == StreamState::asking)
         return;
     forgetStreams();
+    if (warns(login)) {
+        Q_EMIT streamsChanged();
+        return;
+    }
     m_login = login;
     m_streamState = StreamState::asking;
     m_client.ask(camera->serviceAddress, login);
     Q_EMIT streamsChanged();
+}
+
+/// Returns an RTSP address of the chosen camera with `login`, or an empty text without a user name.
+/// The port is RTSP's usual one, because cameras have one set of accounts for everything.
+QString CameraFinderController::accountAddress(const OnvifLogin &login) const {
+    const FoundCamera *camera = m_cameras.camera(m_cameras.rowOf(m_chosen));
+    if (camera == nullptr || login.user.isEmpty())
+        return {};
+    QUrl url;
+    url.setScheme(QStringLiteral("rtsp"));
+    url.setHost(camera->serviceAddress.host());
+    url.setPath(QStringLiteral("/"));
+    return addressWithLogin(url.toString(), login.user, login.password);
+}
+
+/// Whether the user is to be warned now, before `login` is sent. Warns once before each login.
+bool CameraFinderController::warns(const OnvifLogin &login) {
+    const QString account = accountAddress(login);
+    const bool wasWarned = std::exchange(m_warnedUser, {}) == login.user;
+    if (account.isEmpty() || wasWarned || !m_logins.mayLock || !m_logins.mayLock(account))
+        return false;
+    m_warnedUser = login.user;
+    return true;
+}
+
+void CameraFinderController::takeLoginEvent(OnvifLoginEvent event) {
+    if (event == OnvifLoginEvent::sent) {
+        if (m_logins.isSent)
+            m_logins.isSent(accountAddress(m_login));
+    } else if (m_logins.wasAnswered) {
+        m_logins.wasAnswered(event == OnvifLoginEvent::accepted);
+    }
 }
 
 void CameraFinderController::takeOutcome(const OnvifOutcome &outcome) {
@@ -149,7 +192,11 @@ void CameraFinderController::takeOutcome(const OnvifOutcome &outcome) {
 QString CameraFinderController::streamText() const {
     switch (m_streamState) {
     case StreamState::none:
-        return {};
+        return m_warnedUser.isEmpty()
+                   ? QString()
+                   : QStringLiteral("Several logins to this account have failed. Many cameras lock "
+                                    "an account for half an hour after a few wrong passwords. To "
+                                    "log in nevertheless, choose Show Streams again.");
     case StreamState::asking:
         return QStringLiteral("Asking the camera…");
     case StreamState::failed:

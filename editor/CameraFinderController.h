@@ -26,6 +26,16 @@ class CameraFinderController final : public QObject {
   public:
     using MakeSearch = std::function<std::unique_ptr<CameraSearch>()>;
 
+    /// Whom the logins are told, so that the program does not lock the user out of a camera. Each
+    /// `url` is an RTSP address of the camera with the login in it. Empty functions are not called.
+    struct Logins {
+        /// Whether the camera may lock the account after another refusal.
+        std::function<bool(const QString &url)> mayLock;
+        std::function<void(const QString &url)> isSent;
+        /// The camera has answered the login that was sent last.
+        std::function<void(bool isAccepted)> wasAnswered;
+    };
+
     enum class SearchState { idle, searching, ended };
     enum class StreamState {
         none,   ///< Nothing was asked since a camera was chosen.
@@ -35,7 +45,7 @@ class CameraFinderController final : public QObject {
     };
 
     /// `queue` must outlive the controller. `makeSearch` is called once, at once.
-    CameraFinderController(MainQueue &queue, const MakeSearch &makeSearch);
+    CameraFinderController(MainQueue &queue, const MakeSearch &makeSearch, Logins logins = {});
     ~CameraFinderController() override;
 
     [[nodiscard]] CameraFinderModel &cameras() { return m_cameras; }
@@ -58,7 +68,8 @@ class CameraFinderController final : public QObject {
     [[nodiscard]] bool hasChoice() const { return !m_chosen.isEmpty(); }
 
     /// Asks the chosen camera for its streams. Does nothing without a choice, or while the camera
-    /// is being asked. The user name may be empty.
+    /// is being asked. The user name may be empty. If the camera may lock the account, the first
+    /// call only makes `streamText` say so, and the second one asks.
     void ask(const OnvifLogin &login);
     [[nodiscard]] StreamState streamState() const { return m_streamState; }
     /// The reason why there are no streams. Only if the state is `failed`.
@@ -83,6 +94,9 @@ class CameraFinderController final : public QObject {
     void put(const FoundCamera &camera);
     void endSearch(CameraSearch::Ending ending);
     void takeOutcome(const OnvifOutcome &outcome);
+    void takeLoginEvent(OnvifLoginEvent event);
+    [[nodiscard]] QString accountAddress(const OnvifLogin &login) const;
+    [[nodiscard]] bool warns(const OnvifLogin &login);
     void forgetStreams();
 
     CameraFinderModel m_cameras;
@@ -95,7 +109,10 @@ class CameraFinderController final : public QObject {
 
     OnvifClient m_client;
     QString m_chosen; ///< The identity of the chosen camera, or an empty text.
+    const Logins m_logins;
     OnvifLogin m_login;
+    /// The user name about which the user was warned, or an empty text.
+    QString m_warnedUser;
     StreamState m_streamState = StreamState::none;
     std::optional<OnvifCause> m_cause;
     bool m_isLoginAccepted = false;

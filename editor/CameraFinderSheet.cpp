@@ -136,9 +136,9 @@ void addField(QHBoxLayout &layout, const QString &title, QLineEdit *field) {
 
 CameraFinderSheet::CameraFinderSheet(MainQueue &queue,
                                      const CameraFinderController::MakeSearch &makeSearch,
-                                     QWidget *parent)
+                                     CameraFinderController::Logins logins, QWidget *parent)
     : QDialog(parent)
-    , m_finder(queue, makeSearch) {
+    , m_finder(queue, makeSearch, std::move(logins)) {
     setWindowTitle(QStringLiteral("Find Cameras"));
     setWindowModality(Qt::WindowModal);
     setAttribute(Qt::WA_DeleteOnClose);

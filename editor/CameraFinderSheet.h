@@ -21,7 +21,7 @@ class CameraFinderSheet final : public QDialog {
   public:
     /// `queue` must outlive the sheet.
     CameraFinderSheet(MainQueue &queue, const CameraFinderController::MakeSearch &makeSearch,
-                      QWidget *parent);
+                      CameraFinderController::Logins logins, QWidget *parent);
 
     /// Shows the sheet, which blocks the window of its parent, and starts the search.
     void openAndSearch();

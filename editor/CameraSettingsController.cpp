@@ -179,8 +179,8 @@ void CameraSettingsController::findCameras() {
     m_tableView->endEditing();
     if (m_finder)
         return;
-    m_finder =
-        new CameraFinderSheet(m_environment.mainQueue, m_environment.makeSearch, m_window.get());
+    m_finder = new CameraFinderSheet(m_environment.mainQueue, m_environment.makeSearch,
+                                     m_environment.logins, m_window.get());
     connect(m_finder, &CameraFinderSheet::addRequested, this,
             &CameraSettingsController::addFoundCamera);
     m_finder->setListedAddresses(addressesOf(draftCameras()));

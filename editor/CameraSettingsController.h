@@ -36,6 +36,7 @@ struct CameraSettingsEnvironment {
     MainQueue &mainQueue;
     /// Makes the search for cameras on the network.
     CameraFinderController::MakeSearch makeSearch;
+    CameraFinderController::Logins logins = {};
 };
 
 /// The handlers that the editor calls, all on the main thread.

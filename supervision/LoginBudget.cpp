@@ -115,6 +115,13 @@ LoginHistory withoutUnanswered(LoginHistory history, const QByteArray &password)
     return history;
 }
 
+LoginHistory withoutRefusals(LoginHistory history, const QByteArray &password) {
+    std::erase_if(history.refusals, [&](const LoginHistory::Refusal &refusal) {
+        return history.password == password || refusal.password == password;
+    });
+    return history;
+}
+
 LoginHistory withProof(LoginHistory history) {
     return {.account = std::move(history.account),
             .password = std::move(history.password),

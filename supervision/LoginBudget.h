@@ -102,6 +102,10 @@ struct LoginHistory {
 /// refused it.
 [[nodiscard]] LoginHistory withoutUnanswered(LoginHistory history, const QByteArray &password);
 
+/// Returns `history` without the refusals of `password`, or of all passwords if that is the one
+/// that is used.
+[[nodiscard]] LoginHistory withoutRefusals(LoginHistory history, const QByteArray &password);
+
 /// Returns `history` after a login that has worked.
 [[nodiscard]] LoginHistory withProof(LoginHistory history);
 

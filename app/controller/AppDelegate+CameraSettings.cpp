@@ -36,7 +36,8 @@ void AppDelegate::showCameraSettings() {
                         self->openUrl(address);
                 },
             .mainQueue = environment.mainQueue,
-            .makeSearch = environment.makeCameraSearch},
+            .makeSearch = environment.makeCameraSearch,
+            .logins = finderLogins()},
         CameraSettingsHandlers{
             .save = [self](const CameraList &saved,
                            ChangedList changed) -> tl::expected<void, StoreError> {
@@ -56,6 +57,22 @@ void AppDelegate::showCameraSettings() {
         });
     settingsController->show(cameraPicker->indexOfSelectedItem(),
                              window->level() == WindowLevel::floating, window->screen());
+}
+
+CameraFinderController::Logins AppDelegate::finderLogins() {
+    const auto self = QPointer(this);
+    return {.mayLock =
+                [self](const QString &url) { return self && self->loginSupervisor.mayLock(url); },
+            .isSent =
+                [self](const QString &url) {
+                    if (self)
+                        self->loginSupervisor.loginIsSent(url);
+                },
+            .wasAnswered =
+                [self](bool isAccepted) {
+                    if (self)
+                        self->loginSupervisor.loginWasAnswered(isAccepted);
+                }};
 }
 
 void AppDelegate::findCameras() {

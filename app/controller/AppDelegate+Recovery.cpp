@@ -76,9 +76,7 @@ void AppDelegate::awaitLogin(double wait) {
 }
 
 void AppDelegate::tryNow() {
-    // Cameras lock an account after five to seven wrong passwords.
-    constexpr int refusalsBeforeWarning = 3;
-    if (loginSupervisor.refusalsInARow(selectedAddress()) < refusalsBeforeWarning)
+    if (!loginSupervisor.mayLock(selectedAddress()))
         return tryNowWithoutWarning();
     environment.alerts.present(
         {.style = Alert::Style::warning,

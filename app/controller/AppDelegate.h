@@ -378,6 +378,7 @@ class AppDelegate final : public QObject {
     void updatePictureDescription();
 
     // AppDelegate+CameraSettings.cpp
+    [[nodiscard]] CameraFinderController::Logins finderLogins();
     void cameraSettingsDidClose();
     bool cameraSettingsKeyDown(const QKeyEvent &event);
 

@@ -77,6 +77,12 @@ int LoginSupervisor::refusalsInARow(const QString &url) const {
     return login ? static_cast<int>(m_histories.history(*login, now()).refusals.size()) : 0;
 }
 
+bool LoginSupervisor::mayLock(const QString &url) const {
+    // Cameras lock an account after five to seven wrong passwords.
+    constexpr int refusalsBeforeWarning = 3;
+    return refusalsInARow(url) >= refusalsBeforeWarning;
+}
+
 bool LoginSupervisor::isRefused(const QString &url) const {
     const auto login = loginIn(url);
     if (!login)
@@ -176,6 +182,28 @@ void LoginSupervisor::linkHasReported(std::int64_t link, const LinkFact &fact) {
 void LoginSupervisor::cameraIsAway(const QString &url) {
     if (const auto login = loginIn(url))
         m_returns[hostOf(*login)].reset();
+}
+
+void LoginSupervisor::loginIsSent(const QString &url) {
+    const auto login = loginIn(url);
+    if (!login || (m_loginWithoutLink && m_loginWithoutLink->login == *login))
+        return;
+    const LoginHistory history = m_histories.historyWithPassword(*login, now());
+    m_loginWithoutLink = Attempt{.login = *login, .password = history.password};
+    cameraHasAsked(*m_loginWithoutLink);
+}
+
+void LoginSupervisor::loginWasAnswered(bool isAccepted) {
+    auto attempt = std::exchange(m_loginWithoutLink, std::nullopt);
+    if (!attempt)
+        return;
+    if (!isAccepted)
+        return cameraHasRefused(*attempt);
+    cameraHasAccepted(*attempt);
+    // The camera has forgotten the refusals. Those of another password are kept, because this
+    // program would send that one again.
+    const LoginTime time = now();
+    m_histories.store(withoutRefusals(historyOf(*attempt, time), attempt->password), time);
 }
 
 /// The link answers at once with the login.

@@ -47,6 +47,9 @@ class LoginSupervisor {
     /// How many logins of the user name in `url`, with any password, were refused or unanswered
     /// since one last worked.
     [[nodiscard]] int refusalsInARow(const QString &url) const;
+    /// Whether so many logins of the user name in `url` have failed that the user is to be asked
+    /// before another one, because the camera may lock the account.
+    [[nodiscard]] bool mayLock(const QString &url) const;
     /// Whether the camera has answered that it refuses the password in `url`.
     [[nodiscard]] bool isRefused(const QString &url) const;
 
@@ -59,6 +62,14 @@ class LoginSupervisor {
     void linkHasReported(std::int64_t link, const LinkFact &fact);
     /// The camera with the address `url` could not be reached.
     void cameraIsAway(const QString &url);
+
+    // A login without a link, which the user has asked for, for example by ONVIF. Its refusal
+    // counts like that of a link. One such login at a time.
+
+    /// The login in `url` is sent to the camera, perhaps repeatedly until it is answered.
+    void loginIsSent(const QString &url);
+    /// The camera has refused or accepted the login that was sent last.
+    void loginWasAnswered(bool isAccepted);
 
   private:
     /// How far a login has come.
@@ -94,6 +105,7 @@ class LoginSupervisor {
     const bool m_hasLinks;
     const QString m_viewer; // identifies this process
     std::deque<Attempt> m_attempts;
+    std::optional<Attempt> m_loginWithoutLink; ///< Until it is answered.
     std::optional<LoginHistories::Login> m_allowed;
     std::optional<QDateTime> m_waitsUntil;
     std::optional<QDateTime> m_loggedWait;

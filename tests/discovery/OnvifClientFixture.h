@@ -56,6 +56,7 @@ class OnvifClientFixture : public testing::Test {
     /// Asks a device and returns the outcome, or nothing if there is none in time.
     std::optional<OnvifOutcome> ask(const OnvifDevice &device, const OnvifLogin &login = anna) {
         outcome.reset();
+        loginEvents.clear();
         client.ask(device.service(), login);
         EXPECT_FALSE(outcome);
         (void)finishes();
@@ -80,11 +81,14 @@ class OnvifClientFixture : public testing::Test {
                              EXPECT_FALSE(outcome) << "finished twice";
                              outcome = each;
                          });
+        QObject::connect(&client, &OnvifClient::loginProgressed, &client,
+                         [this](OnvifLoginEvent event) { loginEvents.push_back(event); });
     }
 
     test::VirtualMainQueue queue;
     OnvifClient client{queue, [] { return ownTime; }};
     std::optional<OnvifOutcome> outcome;
+    std::vector<OnvifLoginEvent> loginEvents; ///< Since the last question.
 };
 
 } // namespace lumvik::test

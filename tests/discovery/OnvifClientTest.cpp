@@ -94,6 +94,27 @@ TEST_F(OnvifClientTest, AWrongPasswordIsSentOnceIfTheClockCannotBeTheReason) {
     EXPECT_EQ(device.calls().count(u"GetServices+"_s), 1);
 }
 
+TEST_F(OnvifClientTest, TellsWhatBecomesOfALogin) {
+    using enum OnvifLoginEvent;
+    OnvifDevice open(
+        [](const OnvifQuestion &question) { return OnvifDevice::usualReply(question); });
+    EXPECT_TRUE(ask(open));
+    EXPECT_THAT(loginEvents, ElementsAre());
+    OnvifDevice strict(wantsToken(deviceTime));
+    EXPECT_TRUE(ask(strict));
+    EXPECT_THAT(loginEvents, ElementsAre(sent, accepted));
+    EXPECT_TRUE(ask(strict, {u"anna"_s, u"wrong"_s}));
+    EXPECT_THAT(loginEvents, ElementsAre(sent, refused, sent, refused));
+    OnvifDevice closing([](const OnvifQuestion &question) -> QByteArray {
+        if (question.token() != nullptr)
+            return OnvifDevice::closeConnection;
+        return needsNoLogin(question) ? OnvifDevice::usualReply(question)
+                                      : OnvifDevice::notAuthorized();
+    });
+    EXPECT_TRUE(ask(closing));
+    EXPECT_THAT(loginEvents, ElementsAre(sent)) << "without an answer";
+}
+
 TEST_F(OnvifClientTest, WithoutALoginOneIsAskedFor) {
     OnvifDevice device(wantsToken(deviceTime));
     EXPECT_EQ(ask(device, {}), failure(OnvifCause::loginNeeded));
@@ -179,6 +200,8 @@ TEST_F(OnvifClientTest, AStaleNonceIsReplacedOnce) {
     });
     EXPECT_EQ(ask(device), failure(OnvifCause::wrongPassword));
     EXPECT_EQ(device.calls().count(u"GetServices+"_s), 2);
+    using enum OnvifLoginEvent;
+    EXPECT_THAT(loginEvents, ElementsAre(sent, sent, refused)) << "a nonce is no password";
 }
 
 TEST_F(OnvifClientTest, NoncesMayBeGoodForOneRequestOnly) {
