@@ -4,6 +4,7 @@
 
 #include <QJsonDocument>
 
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <utility>
@@ -18,12 +19,39 @@ constexpr mode_t fileMode = 0600;
 constexpr QLatin1String camerasKey("cameras");
 constexpr QLatin1String decodingThreadsKey("decodingThreads");
 
+constexpr QLatin1String areaKey("area");
+
+/// The members of a stored area, in the order in which they are written.
+constexpr std::array<std::pair<QLatin1String, int CameraArea::*>, 6> areaMembers{{
+    {QLatin1String("x"), &CameraArea::x},
+    {QLatin1String("y"), &CameraArea::y},
+    {QLatin1String("width"), &CameraArea::width},
+    {QLatin1String("height"), &CameraArea::height},
+    {QLatin1String("sourceWidth"), &CameraArea::sourceWidth},
+    {QLatin1String("sourceHeight"), &CameraArea::sourceHeight},
+}};
+
+std::optional<CameraArea> decodedArea(const QJsonObject &entry) {
+    CameraArea area;
+    for (const auto &[key, member] : areaMembers)
+        area.*member = entry.value(key).toInt(-1);
+    return area.isValid() ? std::optional(area) : std::nullopt;
+}
+
+QJsonObject encodedArea(const CameraArea &area) {
+    QJsonObject entry;
+    for (const auto &[key, member] : areaMembers)
+        entry.insert(key, area.*member);
+    return entry;
+}
+
 CameraDetails decodedDetails(const QJsonObject &entry) {
     CameraDetails details;
     const double threads = entry.value(decodingThreadsKey).toDouble();
     if (threads >= 1 && threads <= CameraDetails::mostDecodingThreads &&
         std::floor(threads) == threads)
         details.decodingThreads = static_cast<int>(threads);
+    details.area = decodedArea(entry.value(areaKey).toObject());
     return details;
 }
 
@@ -33,6 +61,10 @@ void encodeDetails(const CameraDetails &details, QJsonObject &entry) {
         entry.remove(decodingThreadsKey);
     else
         entry.insert(decodingThreadsKey, details.decodingThreads);
+    if (details.area)
+        entry.insert(areaKey, encodedArea(*details.area));
+    else
+        entry.remove(areaKey);
 }
 
 } // namespace

@@ -23,6 +23,9 @@ inline const QString keepsScreenOn = QStringLiteral("keepsScreenOn");
 /// Whether the user is notified when the picture is lost. A bool; false by default.
 inline const QString notifiesOfLoss = QStringLiteral("notifiesOfLoss");
 
+/// Whether the area of each camera is remembered. A bool; false by default.
+inline const QString remembersArea = QStringLiteral("remembersArea");
+
 /// The zero-based index of the selected camera.
 inline const QString selectedCameraIndex = QStringLiteral("selectedCameraIndex");
 inline constexpr int defaultCameraIndex = 0;

@@ -53,6 +53,7 @@ void AppDelegate::toggleFocusArea() {
         return;
     if (focusCrop) {
         restoreOriginalCameraView();
+        areaMemory.note(selectedAddress(), std::nullopt, cameras);
     } else if (isSelectingFocusArea) {
         interactionView->cancelFocusSelection(CancellationNotice::notify);
     } else {
@@ -108,7 +109,34 @@ void AppDelegate::focusSelectionCompleted(const QRectF &area) {
     areaSelectionGeneration = playbackSelectionGeneration;
     isShowingFullCameraTemporarily = false;
     applyFocusedCameraView(*crop, WindowReshaping::reshape);
+    areaMemory.note(selectedAddress(), crop, cameras);
     endFocusSelection();
+}
+
+bool AppDelegate::bringBackArea() {
+    if (isSelectingFocusArea || areaSelectionGeneration == playbackSelectionGeneration)
+        return false;
+    const auto crop =
+        areaMemory.area(selectedAddress(), {static_cast<qreal>(sourceVideoGeometry->width),
+                                            static_cast<qreal>(sourceVideoGeometry->height)});
+    if (!crop)
+        return false;
+    const WindowPlace place = window->place();
+    restoreFrameBeforeFocus.reset();
+    if (window->hasOrdinaryFrame()) {
+        // The window may still have the frame in which it showed this area last.
+        const double ratio = static_cast<double>(sourceVideoGeometry->displayedWidth()) /
+                             static_cast<double>(sourceVideoGeometry->displayedHeight());
+        const QRect room = ViewerWindow::isPlacedByProgram() ? window->visibleArea() : place.frame;
+        restoreFrameBeforeFocus = windowFrameForArea(place.frame, ratio, room);
+    }
+    screenAreaBeforeFocus = place.screenArea;
+    focusCrop = crop;
+    areaSelectionGeneration = playbackSelectionGeneration;
+    isShowingFullCameraTemporarily = false;
+    applyFocusedCameraView(*crop, WindowReshaping::reshape);
+    updateFocusButton();
+    return true;
 }
 
 void AppDelegate::applyFocusedCameraView(const VideoFocusCrop &crop, WindowReshaping reshaping) {

@@ -19,6 +19,7 @@ AppDelegate::AppDelegate(AppEnvironment withEnvironment)
     , loginSupervisor(environment.userDefaults, environment.currentDate,
                       static_cast<bool>(environment.openCameraLink))
     , cameraDetails(environment.store.appSupportDirectory())
+    , areaMemory(environment.userDefaults, cameraDetails)
     , decodingSupervisor(cameraDetails, environment.decodingMachine)
     , pictureSupervisor(pictureEnvironment())
     , desktopSupervisor(desktopEnvironment())
@@ -82,6 +83,11 @@ void AppDelegate::buildMainMenu() {
             toggleFocusArea();
     };
     actions.focusAreaTitle = [this] { return focusViewerButton->label(); };
+    actions.remembersArea = {[this] { return areaMemory.isOn(); },
+                             [this](bool on) {
+                                 areaMemory.setOn(on, cameras);
+                                 areaMemory.note(selectedAddress(), focusCrop, cameras);
+                             }};
     actions.zoom = [this](bool isLarger) { zoomController.step(isLarger); };
     actions.showWholePicture = [this] { zoomController.reset(); };
     actions.savePicture = [this] { pictureExporter.save(); };

@@ -38,6 +38,8 @@ void AppDelegate::updateWindowAspectRatio(mpv_handle *handle) {
             restoreOriginalCameraView();
         return;
     }
+    if (bringBackArea())
+        return;
     if (isRepeated && pictureShapeChange)
         return; // its time is running
     cancelPictureShapeChange();

@@ -2,6 +2,7 @@
 
 #include "app/controller/AboutPanel.h"
 #include "app/controller/AppEnvironment.h"
+#include "app/controller/AreaMemory.h"
 #include "app/controller/DecodingSupervisor.h"
 #include "app/controller/DesktopSupervisor.h"
 #include "app/controller/LaunchRequest.h"
@@ -385,6 +386,9 @@ class AppDelegate final : public QObject {
     // AppDelegate+Area.cpp
     void connectInteractionView();
     void endFocusSelection();
+    /// Shows the area that the selected camera showed last, if the user wishes that, once for each
+    /// selection. Returns whether there is one. Call this when the size of the picture is known.
+    bool bringBackArea();
     void showFullCameraTemporarily();
 
     // AppDelegate+PictureShape.cpp
@@ -560,8 +564,8 @@ class AppDelegate final : public QObject {
     bool graphicsFailureIsShown = false;
 
     // The focus area.
-    std::optional<VideoFocusCrop> focusCrop;  // set while the view is focused on an area
-    std::int64_t areaSelectionGeneration = 0; // the selection of a camera that it belongs to
+    std::optional<VideoFocusCrop> focusCrop;   // set while the view is focused on an area
+    std::int64_t areaSelectionGeneration = -1; // the selection of a camera that it belongs to
     bool isSelectingFocusArea = false;
     bool isShowingFullCameraTemporarily = false; // the whole picture in the focused window
     bool fillsFullScreen = false;                // the picture, as the user wishes
@@ -572,6 +576,7 @@ class AppDelegate final : public QObject {
 
     LoginSupervisor loginSupervisor;
     CameraDetailsStore cameraDetails;
+    AreaMemory areaMemory; // declared after the details that it uses
     StreamTransports streamTransports;
     DecodingSupervisor decodingSupervisor; // declared after the details that it uses
     PictureSupervisor pictureSupervisor;   // declared after the window that contains its items

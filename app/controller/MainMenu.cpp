@@ -90,6 +90,7 @@ MainMenu::MainMenu(const MainMenuActions &actions) {
     MenuBuilder view(QStringLiteral("View"));
     view.retitledItem(actions.focusAreaTitle, QStringLiteral("Focus on an Area"),
                       actions.toggleFocusArea, {QKeySequence(Qt::CTRL | Qt::Key_E)});
+    view.setting(QStringLiteral("Remember the Area"), actions.remembersArea);
     view.separator();
     const auto zoom = [&actions](bool isLarger) {
         return actions.zoom

@@ -30,6 +30,7 @@ struct MainMenuActions {
     std::function<void()> findCameras;
     std::function<void()> toggleFocusArea;
     std::function<QString()> focusAreaTitle; ///< Returns what `toggleFocusArea` would do.
+    MainMenuSetting remembersArea;
     std::function<void(bool isLarger)> zoom; ///< Magnifies the picture more, or less.
     std::function<void()> showWholePicture;
     std::function<void()> savePicture;

@@ -124,6 +124,35 @@ TEST_F(CameraDetailsStoreTest, ImpossibleNumbersOfThreadsMeanTheDefault) {
     EXPECT_EQ(threads(1), 1);
 }
 
+TEST_F(CameraDetailsStoreTest, AreaIsStoredBesideTheOtherDetails) {
+    const CameraArea area{
+        .x = 300, .y = 450, .width = 600, .height = 300, .sourceWidth = 1920, .sourceHeight = 1080};
+    const QString &url = cameras.at(0).url;
+    EXPECT_TRUE(store.store(url, {.decodingThreads = 2, .area = area}, cameras));
+    EXPECT_EQ(store.details(url), (CameraDetails{.decodingThreads = 2, .area = area}));
+    EXPECT_TRUE(store.store(url, {.decodingThreads = 2}, cameras));
+    EXPECT_FALSE(bytesOf(file()).contains("area"));
+}
+
+TEST_F(CameraDetailsStoreTest, ImpossibleAreasAreIgnored) {
+    const auto isRead = [this](const QByteArray &value) {
+        put(R"({"cameras":{"rtsp://camera.example/yard":{"area":)" + value + "}}}");
+        return store.details(cameras.at(1).url).area.has_value();
+    };
+    const auto area = [](const char *x, const char *y, const char *width, const char *height) {
+        return QByteArray(R"({"sourceWidth":100,"sourceHeight":50,"x":)") + x + R"(,"y":)" + y +
+               R"(,"width":)" + width + R"(,"height":)" + height + "}";
+    };
+    EXPECT_TRUE(isRead(area("0", "0", "100", "50")));
+    EXPECT_TRUE(isRead(area("98", "48", "2", "2")));
+    for (const QByteArray &value :
+         {area("-1", "0", "10", "10"), area("0", "-1", "10", "10"), area("0", "0", "1", "10"),
+          area("0", "0", "10", "1"), area("91", "0", "10", "10"), area("0", "41", "10", "10"),
+          area("2147483647", "0", "2147483647", "10"), area("0.5", "0", "10", "10"),
+          area("\"0\"", "0", "10", "10"), QByteArray("{}"), QByteArray("[]"), QByteArray("7")})
+        EXPECT_FALSE(isRead(value)) << value.toStdString();
+}
+
 TEST_F(CameraDetailsStoreTest, FileThatIsTooLargeIsNotRead) {
     put(R"({"cameras":{"rtsp://camera.example/yard":{"decodingThreads":2}}})" +
         QByteArray(CameraDetailsStore::largestDocument, ' '));

@@ -185,6 +185,22 @@ TEST_F(AreaTest, AreaOutlivesANewConnectionButNotAnotherSize) {
     EXPECT_TRUE(showsArea(twoBars));
 }
 
+TEST_F(AreaTest, RememberedAreaIsShownAfterARestart) {
+    home.setPreference(u"remembersArea"_s, u"true"_s);
+    ASSERT_TRUE(showCamera());
+    ASSERT_NO_FATAL_FAILURE(selectArea(twoBars));
+    ASSERT_TRUE(reachesFrame(frameOfTwoBars));
+    ASSERT_TRUE(showsArea(twoBars));
+    endViewer();
+    startViewer();
+    ASSERT_TRUE(viewer->waitForLiveVideo());
+    EXPECT_TRUE(reachesFrame(frameOfTwoBars));
+    EXPECT_TRUE(showsArea(twoBars));
+    pointer.moveTo(frameOfTwoBars.center());
+    ASSERT_NO_FATAL_FAILURE(showOriginalView());
+    EXPECT_TRUE(isInOriginalView());
+}
+
 /// Uses a camera that reports a rotation of 90, 180 or 270 degrees.
 class RotatedAreaTest : public AreaTest, public testing::WithParamInterface<int> {};
 

@@ -40,6 +40,7 @@ class MainMenuTest : public testing::Test {
     int shownCamera = 0;
     QString areaTitle = u"Focus on an Area"_s;
     bool staysOnTop = false;
+    bool remembersArea = false;
     bool keepsScreenOn = true;
     bool notifiesOfLoss = false;
     bool showsDetails = false;
@@ -52,6 +53,7 @@ class MainMenuTest : public testing::Test {
                    .findCameras = note(u"find"_s),
                    .toggleFocusArea = note(u"area"_s),
                    .focusAreaTitle = [this] { return areaTitle; },
+                   .remembersArea = setting(remembersArea),
                    .zoom = [this](bool isLarger) { ran.append(isLarger ? u"in"_s : u"out"_s); },
                    .showWholePicture = note(u"whole"_s),
                    .savePicture = note(u"save"_s),
@@ -82,12 +84,12 @@ TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
                            u"---"_s, u"Quit Lumvik"_s}));
     EXPECT_EQ(titles(*menus.at(1)), (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s,
                                                  u"---"_s, u"Find Cameras\u2026"_s}));
-    EXPECT_EQ(
-        titles(*menus.at(2)),
-        (QStringList{u"Focus on an Area"_s, u"---"_s, u"Zoom In"_s, u"Zoom Out"_s,
-                     u"Whole Picture"_s, u"---"_s, u"Save Picture"_s, u"Copy Picture"_s, u"---"_s,
-                     u"Stream Details"_s, u"Copy Diagnosis"_s, u"---"_s, u"Stay on Top"_s,
-                     u"Keep Screen On"_s, u"Notify When the Picture Is Lost"_s}));
+    EXPECT_EQ(titles(*menus.at(2)),
+              (QStringList{u"Focus on an Area"_s, u"Remember the Area"_s, u"---"_s, u"Zoom In"_s,
+                           u"Zoom Out"_s, u"Whole Picture"_s, u"---"_s, u"Save Picture"_s,
+                           u"Copy Picture"_s, u"---"_s, u"Stream Details"_s, u"Copy Diagnosis"_s,
+                           u"---"_s, u"Stay on Top"_s, u"Keep Screen On"_s,
+                           u"Notify When the Picture Is Lost"_s}));
     EXPECT_EQ(titles(*menus.at(3)), (QStringList{u"Close"_s, u"Enter Full Screen"_s}));
     EXPECT_EQ(titles(*menus.at(4)),
               (QStringList{u"Lumvik Help"_s, u"Quick Help in Lumvik"_s, u"---"_s,
