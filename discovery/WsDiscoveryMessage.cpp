@@ -195,12 +195,12 @@ bool isHost(const QString &host, const QHostAddress &address) {
 
 QString presentableText(const QString &text) {
     QString result;
-    for (const QChar each : text) {
-        const QChar::Category category = each.category();
-        if (each.isSpace() || category == QChar::Other_Control)
+    for (const auto each : text.toUcs4()) { // some marks for the direction need two code units
+        const QChar::Category category = QChar::category(each);
+        if (QChar::isSpace(each) || category == QChar::Other_Control)
             result += u' ';
         else if (category != QChar::Other_Format)
-            result += each;
+            result += QChar::fromUcs4(each);
     }
     result = result.simplified();
     if (result.size() > longestPresentableText) {
@@ -208,7 +208,7 @@ QString presentableText(const QString &text) {
         const bool isSplit = result[longestPresentableText - 1].isHighSurrogate();
         result.truncate(longestPresentableText - (isSplit ? 1 : 0));
     }
-    return result;
+    return result.trimmed();
 }
 
 } // namespace lumvik

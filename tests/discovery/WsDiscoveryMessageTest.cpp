@@ -219,6 +219,12 @@ TEST(ProbeReply, TextsArePresentable) {
 TEST(PresentableText, IsShortenedBetweenCharacters) {
     EXPECT_EQ(presentableText(QString(1000, u'x')).size(), 200);
     EXPECT_EQ(presentableText(QString(199, u'x') + u"\U0001F4F7"_s), QString(199, u'x'));
+    EXPECT_EQ(presentableText(QString(199, u'x') + u" y"_s), QString(199, u'x'))
+        << "a space at the end";
+}
+
+TEST(PresentableText, ContainsNoInvisibleCharacters) {
+    EXPECT_EQ(presentableText(u"a\u202E\u200B\U000E0041b\U0001F4F7"_s), u"ab\U0001F4F7"_s);
 }
 
 TEST(ProbeReply, TooLargeOrTooDeepOnesAreRefused) {
