@@ -15,6 +15,7 @@ const QString usage = QStringLiteral(
     "\n"
     "  --camera-addresses    open the list of cameras, too\n"
     "  --check-for-updates   look for a newer version, too\n"
+    "  --at-login            leave the keyboard to other windows; used by Start at Login\n"
     "  --help, -h            say this\n"
     "  --version, -v         say which version this is\n");
 
@@ -29,7 +30,8 @@ parseCommandLine(const QStringList &arguments, const QString &programVersion) {
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")});
     parser.addOptions({help, version});
     constexpr std::array actions{LaunchRequest::Action::showCameraAddresses,
-                                 LaunchRequest::Action::checkForUpdates};
+                                 LaunchRequest::Action::checkForUpdates,
+                                 LaunchRequest::Action::startAtLogin};
     for (const auto action : actions)
         parser.addOption(QCommandLineOption(nameOfAction(action)));
 

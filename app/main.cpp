@@ -12,6 +12,7 @@
 #include "editor/CameraSettingsWindow.h"
 #include "engine/DecodingThread.h"
 #include "engine/link/TcpCameraLink.h"
+#include "platform/AutostartEntry.h"
 #include "platform/CoreDumps.h"
 #include "platform/DesktopNotifier.h"
 #include "platform/DesktopScreenInhibitor.h"
@@ -146,7 +147,7 @@ CameraLinkFactory cameraLinkFactory(SerialQueue &queue) {
     };
 }
 
-AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
+AppEnvironment environmentOf(System &system, ExitGuard &exitGuard, LaunchRequest::Action action) {
     return {
         .mainQueue = system.mainQueue,
         .userDefaults = system.userDefaults,
@@ -183,6 +184,8 @@ AppEnvironment environmentOf(System &system, ExitGuard &exitGuard) {
         .makeUpdateService =
             [&system] { return std::make_unique<LumvikUpdateService>(system.mainQueue); },
         .makeCameraSearch = [&system] { return std::make_unique<CameraSearch>(system.mainQueue); },
+        .autostart = AutostartEntry::standard(),
+        .startsAtLogin = action == LaunchRequest::Action::startAtLogin,
         .picturesFolder =
             [] { return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation); },
         .currentDate = &QDateTime::currentDateTimeUtc,
@@ -232,7 +235,7 @@ void logRenderer(const RendererChoice &choice) {
 /// Runs the program until it quits. Returns the exit status.
 int run(LaunchRequest::Action action, System &system, SingleInstance &instance) {
     ExitGuard exitGuard;
-    AppDelegate delegate(environmentOf(system, exitGuard));
+    AppDelegate delegate(environmentOf(system, exitGuard, action));
     connectApplication(delegate);
     const TerminationSignals signals([&system] { system.termination.request(); });
     const auto displayWatch = watchDisplay([] {

@@ -100,6 +100,14 @@ QRect ViewerWindow::visibleArea() const {
     return where == nullptr ? QRect(position(), size()) : where->availableGeometry();
 }
 
+void ViewerWindow::showWithoutActivating() {
+    // Qt has this property for windows that consist of widgets; its X11 platform reads it from all.
+    constexpr const char *property = "_q_showWithoutActivating";
+    setProperty(property, true);
+    show();
+    setProperty(property, false);
+}
+
 void ViewerWindow::setContentAspectRatio(ContentAspectRatio ratio) {
     m_ratio = ratio;
     m_shapeCorrection.reset();

@@ -69,6 +69,10 @@ class ViewerWindow final : public QQuickWindow {
     void setContentAspectRatio(ContentAspectRatio ratio);
     [[nodiscard]] ContentAspectRatio contentAspectRatio() const { return m_ratio; }
 
+    /// Shows the window for the first time, without taking the keyboard from another window where
+    /// the window manager permits that.
+    void showWithoutActivating();
+
     /// Sets the stacking level without re-creating, hiding or moving the window.
     void setLevel(WindowLevel level);
     [[nodiscard]] WindowLevel level() const;

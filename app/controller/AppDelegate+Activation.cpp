@@ -1,6 +1,7 @@
 // Requests of later instances and of the desktop to this running instance.
 
 #include "app/controller/AppDelegate.h"
+#include "platform/LumvikLog.h"
 #include "platform/WindowActivation.h"
 #include "viewer/ModalWindowCheck.h"
 
@@ -12,6 +13,8 @@ namespace lumvik {
 bool AppDelegate::handleLaunchRequest(const LaunchRequest &request) {
     if (isClosingViewer || !window)
         return false;
+    if (request.action == LaunchRequest::Action::startAtLogin)
+        return true;
     bringToFront(request.activationToken);
     performSoon(request.action);
     return true;
@@ -32,6 +35,7 @@ void AppDelegate::perform(LaunchRequest::Action action) {
         return;
     switch (action) {
     case LaunchRequest::Action::activate:
+    case LaunchRequest::Action::startAtLogin:
         break;
     case LaunchRequest::Action::showCameraAddresses:
         showCameraSettings();
@@ -40,6 +44,19 @@ void AppDelegate::perform(LaunchRequest::Action action) {
         checkForUpdates();
         break;
     }
+}
+
+void AppDelegate::setStartsAtLogin(bool starts) {
+    const auto changed = environment.autostart.setOn(starts);
+    if (changed)
+        return;
+    environment.alerts.present(
+        {.style = Alert::Style::warning,
+         .messageText = QStringLiteral("Start at Login could not be changed."),
+         .informativeText = QStringLiteral("The desktop's entry for Lumvik cannot be written: %1.")
+                                .arg(LumvikLog::redacted(changed.error())),
+         .buttons = {QStringLiteral("OK")}},
+        [](int) {});
 }
 
 void AppDelegate::bringToFront(const QByteArray &activationToken) {

@@ -77,6 +77,10 @@ void AppDelegate::buildMainMenu() {
     };
     actions.stepCamera = [this](int step) { stepCamera(step); };
     actions.findCameras = [this] { findCameras(); };
+    if (environment.autostart.isAvailable()) {
+        actions.startsAtLogin = {[this] { return environment.autostart.isOn(); },
+                                 [this](bool on) { setStartsAtLogin(on); }};
+    }
     actions.toggleFocusArea = [this] {
         // Like the focus button, which is disabled without a camera.
         if (!cameras.isEmpty())

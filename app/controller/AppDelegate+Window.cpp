@@ -30,6 +30,8 @@ void AppDelegate::createWindow() {
     createViews();
     restoreWindowState();
     updateViewerControlLayout();
+    if (environment.startsAtLogin)
+        return window->showWithoutActivating();
     window->show();
     window->requestActivate();
 }

@@ -308,6 +308,7 @@ class AppDelegate final : public QObject {
     void stopEverything();
 
     // AppDelegate+Activation.cpp
+    void setStartsAtLogin(bool starts);
     void bringToFront(const QByteArray &activationToken);
     void perform(LaunchRequest::Action action);
 

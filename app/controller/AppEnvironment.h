@@ -5,6 +5,7 @@
 #include "discovery/CameraSearch.h"
 #include "engine/link/CameraLink.h"
 #include "platform/Alerts.h"
+#include "platform/AutostartEntry.h"
 #include "platform/FilePanels.h"
 #include "platform/MainQueue.h"
 #include "platform/Notifier.h"
@@ -57,6 +58,10 @@ struct AppEnvironment {
     std::function<void(const QUrl &, const std::function<void()> &failed)> openUrl;
     std::function<std::unique_ptr<UpdateChecker>()> makeUpdateService;
     std::function<std::unique_ptr<CameraSearch>()> makeCameraSearch;
+    /// The desktop's entry for the start of the program at login.
+    AutostartEntry autostart{{}, {}};
+    /// Whether the desktop has started the program at login.
+    bool startsAtLogin = false;
     /// Returns the folder in which the user keeps pictures. It may not exist yet.
     std::function<QString()> picturesFolder;
     /// Returns the current date and time, in UTC.

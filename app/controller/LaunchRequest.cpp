@@ -1,5 +1,7 @@
 #include "app/controller/LaunchRequest.h"
 
+#include "platform/AutostartEntry.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -33,13 +35,16 @@ QString nameOfAction(LaunchRequest::Action action) {
         return QStringLiteral("camera-addresses");
     case LaunchRequest::Action::checkForUpdates:
         return QStringLiteral("check-for-updates");
+    case LaunchRequest::Action::startAtLogin:
+        return atLoginOption;
     }
     return {};
 }
 
 std::optional<LaunchRequest::Action> actionNamed(const QString &name) {
     for (const auto action :
-         {LaunchRequest::Action::showCameraAddresses, LaunchRequest::Action::checkForUpdates}) {
+         {LaunchRequest::Action::showCameraAddresses, LaunchRequest::Action::checkForUpdates,
+          LaunchRequest::Action::startAtLogin}) {
         if (name == nameOfAction(action))
             return action;
     }

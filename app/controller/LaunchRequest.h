@@ -15,6 +15,9 @@ struct LaunchRequest {
         activate, ///< Brings the window to the front and does nothing else.
         showCameraAddresses,
         checkForUpdates,
+        /// The desktop starts the program when the user logs in: the window does not take the
+        /// keyboard, and stays where it is if the program runs already.
+        startAtLogin,
     };
 
     Action action = Action::activate;

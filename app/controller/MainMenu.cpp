@@ -153,6 +153,8 @@ void MainMenu::buildCameraMenu(const MainMenuActions &actions) {
         camera.item(QStringLiteral("Previous Camera"), step(-1), {QKeySequence(Qt::Key_PageUp)});
     camera.separator();
     camera.item(QStringLiteral("Find Cameras…"), actions.findCameras);
+    camera.separator();
+    camera.setting(QStringLiteral("Start at Login"), actions.startsAtLogin);
     m_menus.push_back(camera.take());
     m_camera = m_menus.back().get();
     QObject::connect(m_camera, &QMenu::aboutToShow, m_camera, [this] { markShownCamera(); });

@@ -28,6 +28,7 @@ struct MainMenuActions {
     /// Chooses the camera `step` places after the chosen one, around the ends of the list.
     std::function<void(int step)> stepCamera;
     std::function<void()> findCameras;
+    MainMenuSetting startsAtLogin;
     std::function<void()> toggleFocusArea;
     std::function<QString()> focusAreaTitle; ///< Returns what `toggleFocusArea` would do.
     MainMenuSetting remembersArea;

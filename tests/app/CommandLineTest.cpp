@@ -21,6 +21,7 @@ TEST(CommandLineTest, WithoutOptionsTheWindowIsActivated) {
 TEST(CommandLineTest, ActionsAreSelectedByOptions) {
     EXPECT_EQ(parse({QStringLiteral("--camera-addresses")}), Action::showCameraAddresses);
     EXPECT_EQ(parse({QStringLiteral("--check-for-updates")}), Action::checkForUpdates);
+    EXPECT_EQ(parse({QStringLiteral("--at-login")}), Action::startAtLogin);
 }
 
 TEST(CommandLineTest, HelpNamesEveryOption) {
@@ -29,7 +30,7 @@ TEST(CommandLineTest, HelpNamesEveryOption) {
         ASSERT_FALSE(parsed);
         EXPECT_EQ(parsed.error().status, 0);
         for (const char *named :
-             {"--camera-addresses", "--check-for-updates", "--help", "--version"})
+             {"--camera-addresses", "--check-for-updates", "--at-login", "--help", "--version"})
             EXPECT_TRUE(parsed.error().text.contains(QLatin1String(named))) << named;
     }
 }

@@ -173,6 +173,33 @@ TEST_F(SecondStartTest, FirstInstanceOpensTheEditorOnRequest) {
     ASSERT_NO_FATAL_FAILURE(waitForEditor());
 }
 
+TEST_F(SecondStartTest, StartAtLoginDoesNotTakeTheKeyboard) {
+    ASSERT_TRUE(startWhiteWindow(QRect(0, 0, 200, 200)));
+    ASSERT_TRUE(eventually(20s, [this] { return whiteWindow->hasFocus(); }));
+    home.setPreference(QStringLiteral("staysOnTop"), QStringLiteral("true"));
+    viewer = std::make_unique<ViewerProcess>(desktop, home, viewerVariables);
+    ASSERT_TRUE(viewer->process().start(QStringLiteral(LUMVIK_VIEWER_PROGRAM),
+                                        {QStringLiteral("--at-login")}));
+    ASSERT_TRUE(viewer->waitForWindow(QStringLiteral("Lumvik"), 60s));
+    ASSERT_TRUE(screen.waitUntil(
+        viewer->window(),
+        [](const QImage &picture) {
+            return testing::AssertionResult(shareOfLightPixels(picture, picture.rect(), 60) > 0);
+        },
+        20s));
+    EXPECT_TRUE(always(1s, [this] { return whiteWindow->hasFocus(); }));
+    EXPECT_TRUE(viewer->isAbove());
+    // The running instance stays where it is if it is started at login once more.
+    xdotool(desktop, {QStringLiteral("windowminimize"), QString::number(viewer->window())});
+    ASSERT_TRUE(eventually(20s, [this] { return !desktop.x().isViewable(viewer->window()); }));
+    ASSERT_TRUE(startAgain({QStringLiteral("--at-login")}));
+    ASSERT_NO_FATAL_FAILURE(expectSecondInstanceEnds());
+    EXPECT_TRUE(always(500ms, [this] { return !desktop.x().isViewable(viewer->window()); }));
+    ASSERT_TRUE(startAgain());
+    ASSERT_NO_FATAL_FAILURE(expectSecondInstanceEnds());
+    EXPECT_TRUE(comesToTheFront());
+}
+
 TEST_F(SecondStartTest, StartsNormallyAfterTheRunningInstanceWasKilled) {
     ASSERT_NO_FATAL_FAILURE(start());
     viewer->process().sendSignal(SIGKILL);

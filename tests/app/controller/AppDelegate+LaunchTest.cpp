@@ -162,6 +162,38 @@ TEST_F(LaunchTest, ClosingTheLastWindowQuitsTheApplication) {
 
 // ---- Resigning active ----
 
+TEST_F(LaunchTest, StartAtLoginWritesTheDesktopsEntry) {
+    launch(threeCameras());
+    QAction *item = menuItem(u"Start at Login"_s);
+    ASSERT_NE(item, nullptr);
+    const AutostartEntry entry(autostartFolder, u"/usr/bin/lumvik"_s);
+    EXPECT_FALSE(item->isChecked());
+    item->trigger();
+    EXPECT_TRUE(entry.isOn());
+    EXPECT_TRUE(item->isChecked());
+    item->trigger();
+    EXPECT_FALSE(entry.isOn());
+    EXPECT_TRUE(alerts.shown().isEmpty());
+}
+
+TEST_F(LaunchTest, StartAtLoginThatCannotBeChangedIsReported) {
+    autostartFolder = u"/proc/autostart"_s;
+    launch(threeCameras());
+    QAction *item = menuItem(u"Start at Login"_s);
+    item->trigger();
+    EXPECT_FALSE(item->isChecked());
+    ASSERT_EQ(alerts.shown().size(), 1);
+    EXPECT_EQ(alerts.shown().constFirst().messageText, u"Start at Login could not be changed."_s);
+}
+
+TEST_F(LaunchTest, StartAtLoginWhileTheProgramRunsChangesNothing) {
+    launch(threeCameras());
+    EXPECT_TRUE(delegate->handleLaunchRequest(
+        LaunchRequest::with(LaunchRequest::Action::startAtLogin, {})));
+    queue.runPending();
+    EXPECT_TRUE(alerts.shown().isEmpty());
+}
+
 TEST_F(LaunchTest, ResigningActiveHidesTheControls) {
     launch(threeCameras());
     setPointerOverViewer(true);

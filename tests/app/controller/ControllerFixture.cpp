@@ -73,6 +73,7 @@ void ControllerFixture::launch() {
                     queue,
                     CameraSearchOptions{.interfaces = CameraSearchOptions::Interfaces::loopback});
             },
+        .autostart = AutostartEntry(autostartFolder, u"/usr/bin/lumvik"_s),
         .picturesFolder = [this] { return home.path(u"Pictures"_s); },
         .currentDate = [this] { return currentDate(); },
         .decodingMachine = {cores, [this] { return decodingTimes; }},

@@ -149,6 +149,7 @@ class ControllerFixture : public testing::Test {
     FakeNetworkPath networkPath;
     FakeNetwork network;
     FakeCameraLinks cameraLinks;
+    QString autostartFolder = home.path(u"autostart"_s);
     double random = 0;    // the next random numbers, from 0 to below 1
     int terminations = 0; // how often the controller has asked to quit
     /// Whether the program is drawn with OpenGL, so that a restart without OpenGL may help.

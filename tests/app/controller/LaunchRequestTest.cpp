@@ -69,6 +69,7 @@ TEST(LaunchRequestTokenTest, TokenOfTheMaximumLengthIsKept) {
 TEST(LaunchRequestNamesTest, ActionNamesAreRecognised) {
     EXPECT_EQ(actionNamed(QStringLiteral("camera-addresses")), Action::showCameraAddresses);
     EXPECT_EQ(actionNamed(QStringLiteral("check-for-updates")), Action::checkForUpdates);
+    EXPECT_EQ(actionNamed(QStringLiteral("at-login")), Action::startAtLogin);
     EXPECT_EQ(actionNamed(QString()), std::nullopt);
     EXPECT_EQ(actionNamed(QStringLiteral("Camera-Addresses")), std::nullopt);
 }

@@ -41,6 +41,7 @@ class MainMenuTest : public testing::Test {
     QString areaTitle = u"Focus on an Area"_s;
     bool staysOnTop = false;
     bool remembersArea = false;
+    bool startsAtLogin = false;
     bool keepsScreenOn = true;
     bool notifiesOfLoss = false;
     bool showsDetails = false;
@@ -51,6 +52,7 @@ class MainMenuTest : public testing::Test {
                    .shownCamera = [this] { return shownCamera; },
                    .stepCamera = [this](int step) { ran.append(u"step %1"_s.arg(step)); },
                    .findCameras = note(u"find"_s),
+                   .startsAtLogin = setting(startsAtLogin),
                    .toggleFocusArea = note(u"area"_s),
                    .focusAreaTitle = [this] { return areaTitle; },
                    .remembersArea = setting(remembersArea),
@@ -82,8 +84,9 @@ TEST_F(MainMenuTest, MenusAndItemsAreInOrder) {
     EXPECT_EQ(titles(*menus.at(0)),
               (QStringList{u"Camera Addresses\u2026"_s, u"---"_s, u"Check for Updates\u2026"_s,
                            u"---"_s, u"Quit Lumvik"_s}));
-    EXPECT_EQ(titles(*menus.at(1)), (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s,
-                                                 u"---"_s, u"Find Cameras\u2026"_s}));
+    EXPECT_EQ(titles(*menus.at(1)),
+              (QStringList{u"---"_s, u"Next Camera"_s, u"Previous Camera"_s, u"---"_s,
+                           u"Find Cameras\u2026"_s, u"---"_s, u"Start at Login"_s}));
     EXPECT_EQ(titles(*menus.at(2)),
               (QStringList{u"Focus on an Area"_s, u"Remember the Area"_s, u"---"_s, u"Zoom In"_s,
                            u"Zoom Out"_s, u"Whole Picture"_s, u"---"_s, u"Save Picture"_s,
@@ -133,7 +136,7 @@ TEST_F(MainMenuTest, CamerasAreListedAndHaveKeys) {
         names.append(u"Door & Yard %1"_s.arg(number));
     menu.setCameras(names);
     QMenu &camera = *menu.menus().at(1);
-    ASSERT_EQ(camera.actions().size(), 15);
+    ASSERT_EQ(camera.actions().size(), 17);
     EXPECT_EQ(camera.actions().at(9)->text(), u"Door && Yard 10"_s);
     shownCamera = 2;
     Q_EMIT camera.aboutToShow();
