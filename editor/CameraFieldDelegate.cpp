@@ -11,7 +11,10 @@
 
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPointer>
 #include <QValidator>
+
+#include <algorithm>
 
 namespace lumvik {
 
@@ -74,6 +77,22 @@ QFont fieldFont(int column) {
 QString placeholder(int column) {
     return column == CameraListModel::name ? QStringLiteral("Camera name")
                                            : QStringLiteral("rtsp://");
+}
+
+/// Takes the first line that is understood as an address out of `text`, and returns it. Returns an
+/// empty text if there is only one line, or none that is understood.
+QString takeFirstAddress(QString &text) {
+    QStringList lines = text.split(QLatin1Char('\n'));
+    lines.removeIf([](const QString &line) { return line.trimmed().isEmpty(); });
+    const auto first = std::find_if(lines.begin(), lines.end(), [](const QString &line) {
+        return pastedAddress(line).has_value();
+    });
+    if (lines.size() < 2 || first == lines.end())
+        return {};
+    const QString address = *pastedAddress(*first);
+    lines.erase(first);
+    text = lines.join(QLatin1Char('\n'));
+    return address;
 }
 
 /// Returns the RTSP address that `text` means, for example without the quotes that were copied with
@@ -154,11 +173,28 @@ QWidget *CameraFieldDelegate::createEditor(QWidget *parent, const QStyleOptionVi
         if (cell.isValid())
             const_cast<QAbstractItemModel *>(cell.model())->setData(cell, text, Qt::EditRole);
     });
+    if (index.column() == CameraListModel::address)
+        connect(editor, &QLineEdit::textEdited, this, &CameraFieldDelegate::endEditOfLines);
     connect(editor, &QLineEdit::inputRejected, this, [this, cell] {
         if (cell.isValid())
             Q_EMIT tooLongTextRefused(cell.row(), cell.column());
     });
     return editor;
+}
+
+void CameraFieldDelegate::endEditOfLines(const QString &text) {
+    if (!text.trimmed().contains(QLatin1Char('\n')))
+        return;
+    // The field is still handling the input.
+    QMetaObject::invokeMethod(
+        this,
+        [this, field = QPointer(qobject_cast<QWidget *>(sender()))] {
+            if (!field)
+                return;
+            Q_EMIT commitData(field);
+            Q_EMIT closeEditor(field, SubmitModelCache);
+        },
+        Qt::QueuedConnection);
 }
 
 void CameraFieldDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const {
@@ -179,10 +215,19 @@ void CameraFieldDelegate::setModelData(QWidget *editor, QAbstractItemModel *mode
     if (!field->isModified())
         return;
     // Escape restores the text from before the edit as it was.
+    QString furtherLines;
     if (index.column() == CameraListModel::address &&
-        field->text() != field->property(textBefore).toString())
-        field->setText(understoodAddress(field->text()));
+        field->text() != field->property(textBefore).toString()) {
+        furtherLines = field->text();
+        const QString first = takeFirstAddress(furtherLines);
+        if (first.isEmpty())
+            furtherLines.clear();
+        field->setText(first.isEmpty() ? understoodAddress(field->text()) : first);
+        field->setModified(true);
+    }
     QStyledItemDelegate::setModelData(editor, model, index);
+    if (!furtherLines.isEmpty())
+        Q_EMIT furtherLinesPasted(furtherLines);
 }
 
 void CameraFieldDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,

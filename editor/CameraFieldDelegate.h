@@ -35,10 +35,18 @@ class CameraFieldDelegate final : public QStyledItemDelegate {
                               const QModelIndex &index) const override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+  private:
+    /// Ends the edit in which `text` was pasted if it consists of several lines, which a field
+    /// cannot show.
+    void endEditOfLines(const QString &text);
+
   Q_SIGNALS:
     /// Emitted when the field in this cell has refused a text that was typed or pasted, because the
     /// field would have exceeded its length limit (see CameraListBounds.h).
     void tooLongTextRefused(int row, int column) const;
+    /// Emitted when several lines were pasted as an address. The field has taken the first of them
+    /// that is understood; `lines` are the others.
+    void furtherLinesPasted(const QString &lines) const;
 };
 
 } // namespace lumvik

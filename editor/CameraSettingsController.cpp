@@ -5,6 +5,7 @@
 #include "editor/CameraListModel.h"
 #include "editor/CameraSettingsWindow.h"
 #include "editor/CameraTableView.h"
+#include "editor/PastedCameras.h"
 #include "platform/LumvikLog.h"
 #include "platform/WindowActivation.h"
 
@@ -76,6 +77,10 @@ void CameraSettingsController::connectWindow() {
     connect(m_model.get(), &CameraListModel::rowDropped, this, &Self::selectDroppedRow,
             Qt::QueuedConnection);
     connect(m_tableView, &CameraTableView::tooLongTextRefused, this, &Self::tooLongTextWasRefused);
+    // The connection is queued, because the field is still being closed when the lines are
+    // reported.
+    connect(m_tableView, &CameraTableView::linesPasted, this, &Self::addPastedCameras,
+            Qt::QueuedConnection);
     m_window->openUrl = m_environment.openUrl;
     m_window->didClose = [this] { windowDidClose(); };
     m_window->keyDown = [this](QKeyEvent &event) {
@@ -191,6 +196,17 @@ void CameraSettingsController::addFoundCamera(const Camera &camera) {
     LumvikLog::protectAddresses({camera.url});
     if (appendCamera(camera) && m_finder)
         m_finder->setListedAddresses(addressesOf(draftCameras()));
+}
+
+void CameraSettingsController::addPastedCameras(const QString &lines) {
+    const PastedCameras pasted = pastedCameras(lines, addressesOf(draftCameras()));
+    LumvikLog::protectAddresses(addressesOf(pasted.cameras));
+    for (const Camera &camera : pasted.cameras) {
+        if (!appendCamera(camera))
+            return; // the user was told that the list is full
+    }
+    if (!pasted.problems.isEmpty())
+        showAlert(QStringLiteral("Not every line was added"), pasted.problems);
 }
 
 void CameraSettingsController::tooLongTextWasRefused(int row, int column) {

@@ -92,6 +92,10 @@ class CameraSettingsController final : public QObject {
     void cancel();
     void save();
 
+    /// Adds a camera for each line of `lines` that is understood as an address and is not in the
+    /// draft yet, and tells the user about the others.
+    void addPastedCameras(const QString &lines);
+
     /// Moves the selected camera up (-1) or down (1).
     void moveSelectedCamera(int rows);
 

@@ -8,6 +8,7 @@
 #include "style/RoundedMask.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QDrag>
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -108,6 +109,7 @@ CameraTableView::CameraTableView(CameraListModel &model, QWidget *parent)
     auto *fields = new CameraFieldDelegate(this);
     connect(fields, &CameraFieldDelegate::tooLongTextRefused, this,
             &CameraTableView::tooLongTextRefused);
+    connect(fields, &CameraFieldDelegate::furtherLinesPasted, this, &CameraTableView::linesPasted);
     setItemDelegate(fields);
     setAccessibleName(QStringLiteral("Cameras"));
     setAccessibleDescription(
@@ -238,6 +240,8 @@ void CameraTableView::keyPressEvent(QKeyEvent *event) {
         Q_EMIT moveRequested(1);
     else if (event->key() == Qt::Key_Delete && event->modifiers() == Qt::NoModifier)
         Q_EMIT removalRequested();
+    else if (event->matches(QKeySequence::Paste))
+        Q_EMIT linesPasted(QGuiApplication::clipboard()->text());
     else if (event->key() == Qt::Key_Space && currentIndex().isValid())
         edit(currentIndex(), EditKeyPressed, event); // Unlike typing, Space keeps the text.
     else

@@ -36,6 +36,9 @@ class CameraTableView final : public QTableView {
     void removalRequested();
     /// A field has refused a text that is too long (see CameraFieldDelegate).
     void tooLongTextRefused(int row, int column);
+    /// The user has pasted `lines` while no field is edited, or several of them into a field, which
+    /// has taken the first one.
+    void linesPasted(const QString &lines);
 
   protected:
     void paintEvent(QPaintEvent *event) override;
