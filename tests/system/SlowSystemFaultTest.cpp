@@ -21,6 +21,25 @@ TEST_F(NetworkFaultTest, PictureReturnsAfterTheCableWasUnpluggedForHalfAMinute) 
     testInterruption(cableOut, 30s);
 }
 
+TEST_F(NetworkFaultTest, LinkThatFlapsForTwentySecondsOpensFewStreams) {
+    ASSERT_NO_FATAL_FAILURE(showCameraOverNetwork());
+    const qsizetype mark = viewer->logMark();
+    constexpr int flaps = 10;
+    for (int i = 0; i < flaps; ++i) {
+        ASSERT_TRUE(cableOut.begin(network));
+        expectThroughout(1s, [] { return testing::AssertionSuccess(); });
+        if (i == flaps - 1)
+            faultIsOver();
+        ASSERT_TRUE(cableOut.end(network));
+        if (i < flaps - 1)
+            expectThroughout(1s, [] { return testing::AssertionSuccess(); });
+    }
+    EXPECT_TRUE(pictureIsLive(5s - sinceFault()));
+    report("live again after", sinceFault(), 5s);
+    EXPECT_LE(countInLog(QStringLiteral("debug network: The camera answered PLAY .*"), mark), 3);
+    EXPECT_TRUE(neverTwoAttemptsPending(mark));
+}
+
 TEST_F(SleepFaultTest, PictureReturnsAfterALongSleep) {
     testSleep(20s);
 }
