@@ -18,6 +18,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <ostream>
 #include <random>
@@ -375,7 +376,12 @@ TEST_F(InterruptedSave, SimultaneousSavesOfSeveralInstancesDoNotDamageTheList) {
         if (child == 0) {
             for (int round = 0; round < 60; ++round) {
                 const auto loaded = store().load();
-                if (!store().save(list) || !loaded)
+                const auto saved = store().save(list);
+                if (!loaded)
+                    std::fprintf(stderr, "%s\n", qPrintable(errorDescription(loaded.error())));
+                if (!saved)
+                    std::fprintf(stderr, "%s\n", qPrintable(errorDescription(saved.error())));
+                if (!loaded || !saved)
                     ::_exit(1);
             }
             ::_exit(0);

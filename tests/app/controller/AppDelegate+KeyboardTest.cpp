@@ -60,9 +60,9 @@ TEST_F(KeyboardTest, ShiftTabVisitsTheControlsFromRightToLeft) {
 
 TEST_F(KeyboardTest, TabSkipsControlsThatNeedACamera) {
     launchActive(CameraList());
-    EXPECT_EQ(tabOrder(),
-              (QStringList{u"Lumvik"_s, u"Camera"_s, u"View"_s, u"Window"_s, u"Help"_s,
-                           u"Stay on Top"_s, u"Close Camera"_s, u"Camera Addresses…"_s}));
+    EXPECT_EQ(tabOrder(), (QStringList{u"Lumvik"_s, u"Camera"_s, u"View"_s, u"Window"_s, u"Help"_s,
+                                       u"Stay on Top"_s, u"Close Camera"_s, u"Camera Addresses…"_s,
+                                       u"Find Cameras…"_s}));
     ASSERT_NO_FATAL_FAILURE(tabTo(u"Camera Addresses…"_s));
     press(Qt::Key_Return);
     EXPECT_NE(access().settingsController(), nullptr) << "the editor opens";
