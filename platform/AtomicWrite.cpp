@@ -43,10 +43,13 @@ fs::path folderOf(const fs::path &path) {
     return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
 
+/// Returns a name that no other process uses, not even one that was forked from this one and would
+/// share the numbers of QRandomGenerator::global(): a process that removes interrupted writes opens
+/// a file before it removes it by its name.
 std::string temporaryName() {
     char digits[temporaryDigits + 1];
     std::snprintf(digits, sizeof digits, "%0*llx", static_cast<int>(temporaryDigits),
-                  static_cast<unsigned long long>(QRandomGenerator::global()->generate64()));
+                  static_cast<unsigned long long>(QRandomGenerator::system()->generate64()));
     return std::string(temporaryPrefix).append(digits).append(temporarySuffix);
 }
 
