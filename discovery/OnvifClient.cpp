@@ -126,7 +126,8 @@ void OnvifClient::send(OnvifCall call, const QUrl &url, const QString &profile) 
 void OnvifClient::sendAgain() {
     dropReply();
     QNetworkRequest request = networkRequest(m_request.url, m_request.call);
-    if (m_kind != Login::none && !m_isLoginAccepted)
+    // A request that is repeated with a new nonce contains a login that was not judged yet.
+    if (m_kind != Login::none && !m_isLoginAccepted && !m_request.isRepeated)
         Q_EMIT loginProgressed(OnvifLoginEvent::sent);
     if (m_kind == Login::httpDigest && m_digest)
         request.setRawHeader("Authorization",

@@ -41,7 +41,8 @@ struct OnvifStreams {
 
 /// What has become of a login. Cameras lock an account after a few refused ones.
 enum class OnvifLoginEvent {
-    sent,     ///< The camera gets a login that it has not accepted before.
+    sent,     ///< The camera gets a login that it has not accepted before. A new nonce for the same
+              ///< login is not reported.
     refused,  ///< It has refused that login. Another one may follow.
     accepted, ///< It has accepted that login.
 };

@@ -186,7 +186,8 @@ void LoginSupervisor::cameraIsAway(const QString &url) {
 
 void LoginSupervisor::loginIsSent(const QString &url) {
     const auto login = loginIn(url);
-    if (!login || (m_loginWithoutLink && m_loginWithoutLink->login == *login))
+    m_loginWithoutLink.reset();
+    if (!login)
         return;
     const LoginHistory history = m_histories.historyWithPassword(*login, now());
     m_loginWithoutLink = Attempt{.login = *login, .password = history.password};

@@ -66,7 +66,8 @@ class LoginSupervisor {
     // A login without a link, which the user has asked for, for example by ONVIF. Its refusal
     // counts like that of a link. One such login at a time.
 
-    /// The login in `url` is sent to the camera, perhaps repeatedly until it is answered.
+    /// The login in `url` is sent to the camera. One that was sent before and not answered counts
+    /// as unanswered.
     void loginIsSent(const QString &url);
     /// The camera has refused or accepted the login that was sent last.
     void loginWasAnswered(bool isAccepted);

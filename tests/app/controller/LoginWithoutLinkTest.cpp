@@ -38,9 +38,16 @@ TEST_F(LoginWithoutLinkTest, RefusalHoldsUpTheSamePasswordOnly) {
     EXPECT_NEAR(wait(u"wrong"_s), 35 * 60, 1) << "two in half an hour";
 }
 
-TEST_F(LoginWithoutLinkTest, LoginWithoutAnAnswerCountsOnce) {
-    for (int i = 0; i < 3; ++i)
-        supervisor.loginIsSent(url(u"wrong"_s)); // with a new nonce, for example
+TEST_F(LoginWithoutLinkTest, EveryLoginWithoutAnAnswerCounts) {
+    for (int i = 1; i <= 3; ++i) {
+        supervisor.loginIsSent(url(u"dropped"_s)); // the camera closes the connection
+        EXPECT_EQ(supervisor.refusalsInARow(url(u"dropped"_s)), i);
+    }
+    EXPECT_TRUE(supervisor.mayLock(url(u"dropped"_s)));
+}
+
+TEST_F(LoginWithoutLinkTest, LoginWithoutAnAnswerHoldsUpThePassword) {
+    supervisor.loginIsSent(url(u"wrong"_s));
     EXPECT_EQ(supervisor.refusalsInARow(url(u"wrong"_s)), 1);
     EXPECT_NEAR(wait(u"wrong"_s), 60, 1);
     EXPECT_FALSE(supervisor.isRefused(url(u"wrong"_s)));
