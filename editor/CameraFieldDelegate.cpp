@@ -89,7 +89,7 @@ QString takeFirstAddress(QString &text) {
     });
     if (lines.size() < 2 || first == lines.end())
         return {};
-    const QString address = *pastedAddress(*first);
+    QString address = *pastedAddress(*first);
     lines.erase(first);
     text = lines.join(QLatin1Char('\n'));
     return address;
